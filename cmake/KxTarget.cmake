@@ -1,0 +1,72 @@
+# One library target a folder. A target sees the public headers (include/<name>/) of the targets it links and of no
+# others, so an include against the arrows of ARCHITECTURE.md does not compile.
+
+add_library(kx_flags INTERFACE)
+target_compile_options(kx_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
+  $<$<BOOL:${KX_WERROR}>:-Werror>
+  -fno-strict-aliasing -fstack-protector-strong
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-missing-field-initializers>
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-missing-field-initializers>)
+if(KX_SANITIZE)
+  target_compile_options(kx_flags INTERFACE -fsanitize=${KX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(kx_flags INTERFACE -fsanitize=${KX_SANITIZE})
+endif()
+if(KX_FUZZ)
+  target_compile_options(kx_flags INTERFACE -fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer)
+  target_link_options(kx_flags INTERFACE -fsanitize=address,undefined)
+endif()
+
+# The product is built without exceptions and without run-time types; tests and benchmarks follow their libraries.
+add_library(kx_product_flags INTERFACE)
+target_compile_options(kx_product_flags INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+target_link_libraries(kx_product_flags INTERFACE kx_flags)
+
+# kx_library(<name> SOURCES <file>... [LINKS <target>...] [PRIVATE_LINKS <target>...])
+# A static library of this folder whose public headers lie in ./include. LINKS are the arrows that its public headers
+# need, PRIVATE_LINKS those that only its sources need.
+function(kx_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/include PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE kx_product_flags ${ARG_PRIVATE_LINKS})
+endfunction()
+
+# kx_test(<name> SOURCES <file>... [LINKS <target>...] [DEPENDS <target>...] [TIMEOUT <seconds>] [LABELS <label>...])
+# A GoogleTest program registered with CTest as one test. Private headers of a tested folder are reached with INCLUDES.
+function(kx_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINKS;INCLUDES;DEPENDS;LABELS" ${ARGN})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  target_include_directories(${name} PRIVATE ${ARG_INCLUDES})
+  target_link_libraries(${name} PRIVATE kx_flags ${ARG_LINKS} GTest::gtest_main GTest::gmock)
+  if(ARG_DEPENDS)
+    add_dependencies(${name} ${ARG_DEPENDS})
+  endif()
+  add_test(NAME ${name} COMMAND ${name})
+  # 77 is the exit status of a program that skipped everything, for example system tests on a host that forbids the
+  # techniques kxvcard needs.
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}" SKIP_RETURN_CODE 77)
+endfunction()
+
+# kx_bench(<name> SOURCES <file>... [LINKS <target>...])
+function(kx_bench name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;INCLUDES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bench)
+  target_include_directories(${name} PRIVATE ${ARG_INCLUDES})
+  target_link_libraries(${name} PRIVATE kx_flags ${ARG_LINKS} benchmark::benchmark)
+endfunction()
+
+# kx_fuzzer(<name> SOURCES <file>... [LINKS <target>...])
+function(kx_fuzzer name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;INCLUDES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/fuzz)
+  target_include_directories(${name} PRIVATE ${ARG_INCLUDES})
+  target_link_libraries(${name} PRIVATE kx_product_flags ${ARG_LINKS})
+  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+endfunction()

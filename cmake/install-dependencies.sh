@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Installs what the build needs and this machine lacks, through the system's package manager, without asking.
+# With arguments: those packages too (".ci/run" adds clang and its tools).
+set -euo pipefail
+
+packages=(g++ cmake ninja-build git pkg-config libcjson-dev libreadline-dev nim libgtest-dev libgmock-dev
+          libbenchmark-dev libboost-dev "$@")
+
+if ! command -v dpkg-query >/dev/null; then
+  echo "install-dependencies: no dpkg on this system; install by hand: ${packages[*]}" >&2
+  exit 0
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+  status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
+  [ "$status" = installed ] || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+sudo=()
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null || { echo "install-dependencies: root or sudo is needed to install: ${missing[*]}" >&2; exit 1; }
+  sudo=(sudo)
+fi
+echo "installing: ${missing[*]}" >&2
+"${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -qq >&2
+"${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2

@@ -1,0 +1,64 @@
+// Device memory: the only way in which the tool touches a mapped BAR. Accesses are aligned, of the width that the wire
+// needs, never merged, split or repeated by the compiler; reads that follow a poll and writes that precede a doorbell
+// are ordered by the barriers below.
+#pragma once
+
+#include <cstdint>
+
+/// A mapped BAR or a part of one: `size` bytes of device memory at `base`. It owns nothing.
+struct kx_mmio_region {
+  volatile uint8_t* base = nullptr;
+  uint64_t size = 0;
+
+  /// True when `length` bytes at `offset` lie inside the region.
+  bool holds(uint64_t offset, uint64_t length) const {
+    return base != nullptr && offset <= size && length <= size - offset;
+  }
+  /// The part of the region from `offset` on; empty when the region ends before.
+  kx_mmio_region from(uint64_t offset) const {
+    return holds(offset, 0) ? kx_mmio_region{base + offset, size - offset} : kx_mmio_region{};
+  }
+};
+
+/// Orders all earlier reads of device memory before all later accesses.
+inline void kx_mmio_read_barrier() {
+#if defined(__x86_64__) || defined(__i386__)
+  asm volatile("" ::: "memory");
+#else
+  __atomic_thread_fence(__ATOMIC_ACQUIRE);
+#endif
+}
+
+/// Orders all earlier writes of memory before all later writes of device memory.
+inline void kx_mmio_write_barrier() {
+#if defined(__x86_64__) || defined(__i386__)
+  asm volatile("sfence" ::: "memory");
+#else
+  __atomic_thread_fence(__ATOMIC_SEQ_CST);
+#endif
+}
+
+// REQUIRES for all: the offset is a multiple of the width and region.holds(offset, width).
+inline uint32_t kx_mmio_read32(const kx_mmio_region& region, uint64_t offset) {
+  const uint32_t value = *reinterpret_cast<const volatile uint32_t*>(region.base + offset);
+  kx_mmio_read_barrier();
+  return value;
+}
+
+inline void kx_mmio_write32(const kx_mmio_region& region, uint64_t offset, uint32_t value) {
+  *reinterpret_cast<volatile uint32_t*>(region.base + offset) = value;
+}
+
+inline uint8_t kx_mmio_read8(const kx_mmio_region& region, uint64_t offset) {
+  const uint8_t value = region.base[offset];
+  kx_mmio_read_barrier();
+  return value;
+}
+
+inline void kx_mmio_write8(const kx_mmio_region& region, uint64_t offset, uint8_t value) {
+  region.base[offset] = value;
+}
+
+inline void kx_mmio_write16(const kx_mmio_region& region, uint64_t offset, uint16_t value) {
+  *reinterpret_cast<volatile uint16_t*>(region.base + offset) = value;
+}

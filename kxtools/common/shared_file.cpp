@@ -1,0 +1,80 @@
+#include "common/shared_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+kx_shared_file failed(kx_shared_file_step step, int error) {
+  kx_shared_file result;
+  result.step = step;
+  result.error = error;
+  return result;
+}
+
+bool is_plain_name(const char* name) {
+  return name[0] != '\0' && strcmp(name, ".") != 0 && strcmp(name, "..") != 0 && strchr(name, '/') == nullptr;
+}
+
+// Gives a file or folder that this call has just made the mode that the umask took from it.
+bool set_mode(int fd, mode_t mode) {
+  return fchmod(fd, mode) == 0;
+}
+
+}  // namespace
+
+kx_shared_file kx_shared_file_open(const char* folder, const char* name, int flags, mode_t folder_mode,
+                                   mode_t file_mode) {
+  if (!is_plain_name(name)) {
+    return failed(kx_shared_file_step::open_file, EINVAL);
+  }
+  constexpr int FOLDER_FLAGS = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+  kx_unique_fd folder_fd(open(folder, FOLDER_FLAGS));
+  if (!folder_fd && errno != ENOENT) {
+    return failed(kx_shared_file_step::stat_folder, errno);
+  }
+  if (!folder_fd) {
+    const bool made = mkdir(folder, folder_mode) == 0;
+    // Another process may have made it in between.
+    if (!made && errno != EEXIST) {
+      return failed(kx_shared_file_step::make_folder, errno);
+    }
+    folder_fd.reset(open(folder, FOLDER_FLAGS));
+    if (!folder_fd) {
+      return failed(kx_shared_file_step::stat_folder, errno);
+    }
+    if (made && !set_mode(folder_fd.get(), folder_mode)) {
+      return failed(kx_shared_file_step::chmod_folder, errno);
+    }
+  }
+
+  // O_NONBLOCK: a planted FIFO must not block the open.
+  const int safe_flags = flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+  kx_shared_file result;
+  bool created = false;
+  if ((flags & O_CREAT) != 0) {
+    result.fd.reset(openat(folder_fd.get(), name, safe_flags | O_EXCL, file_mode));
+    created = static_cast<bool>(result.fd);
+  }
+  if (!created) {
+    result.fd.reset(openat(folder_fd.get(), name, safe_flags & ~O_CREAT));
+  }
+  if (!result.fd) {
+    return failed(kx_shared_file_step::open_file, errno);
+  }
+  struct stat info = {};
+  if (fstat(result.fd.get(), &info) != 0) {
+    return failed(kx_shared_file_step::open_file, errno);
+  }
+  if (!S_ISREG(info.st_mode) || info.st_nlink != 1) {
+    return failed(kx_shared_file_step::open_file, EPERM);
+  }
+  if (created && !set_mode(result.fd.get(), file_mode)) {
+    return failed(kx_shared_file_step::chmod_folder, errno);
+  }
+  result.step = kx_shared_file_step::opened;
+  return result;
+}

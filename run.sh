@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Runs the tool on the virtual card: with words one-shot, without words the shell; without words and without a terminal
+# a short tour. Installs and builds what is missing first.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+cmake/install-dependencies.sh
+{
+  cmake --preset release -DKX_TESTS=OFF -DKX_BENCH=OFF
+  cmake --build build --target kxtool kxvcard
+} >&2
+
+card() { build/kxvcard -- build/kxtool "$@"; }
+
+if [ $# -gt 0 ]; then
+  card "$@"
+elif [ -t 0 ]; then
+  card
+else
+  exec ./cmake/tour.sh
+fi

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Builds everything and runs every test; ends with CTest's summary. Installs what is missing first.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+cmake/install-dependencies.sh
+cmake --preset release -DKX_TESTS=ON -DKX_BENCH=ON ${KX_WERROR:+-DKX_WERROR=$KX_WERROR}
+cmake --build build
+ctest --test-dir build --output-on-failure --parallel 2
