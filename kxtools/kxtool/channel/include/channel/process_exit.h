@@ -1,0 +1,7 @@
+// The one way in which a maintenance command's process ends.
+#pragma once
+
+/// Flushes standard output and standard error and ends the process at once with `status`. Neither the shell's input,
+/// whose buffer this process inherited at the fork, nor what a running receive thread uses is touched: no exit handlers
+/// and no static destructors run.
+[[noreturn]] void kxtool_process_exit(int status);

@@ -1,0 +1,42 @@
+#include "info/part_number.h"
+
+#include <cstring>
+
+#include "common/report.h"
+#include "query.h"
+#include "reply_status.h"
+
+namespace {
+
+constexpr kx_line_style STYLE_PN{"", " ", nullptr};
+
+constexpr uint32_t OP_PART_NUMBER = 21;
+constexpr uint16_t PAYLOAD_LEN = 20;
+constexpr size_t REPLY_LEN = 33;
+constexpr size_t REPLY_STATUS = 0;
+constexpr size_t REPLY_PRESENT = 1;
+constexpr size_t REPLY_TEXT = 2;
+
+constexpr int32_t RECV_FUNC_CHECK_FAILED = 18;  // the card's firmware has no function for the op code
+
+}  // namespace
+
+int32_t kxtool_pn_get(kxtool_device* device, kxtool_part_number* pn) {
+  uint8_t reply[REPLY_LEN];
+  const int32_t ret = kxtool_info_query(device, OP_PART_NUMBER, PAYLOAD_LEN, reply);
+  if (ret == RECV_FUNC_CHECK_FAILED) {
+    return KXTOOL_PN_NOT_SUPPORTED;
+  }
+  if (ret != 0) {
+    KX_LINE(STYLE_PN, "tarn_tools_send_msg failed, ret=%d!\n", ret);
+    return -1;
+  }
+  const int8_t status = static_cast<int8_t>(reply[REPLY_STATUS]);
+  if (status != 0) {
+    KX_LINE(STYLE_PN, "pn get failed, reps.status = %d,%s\n", status, kxtool_reply_status_text(status));
+    return -1;
+  }
+  memcpy(pn->text, reply + REPLY_TEXT, sizeof pn->text);
+  pn->text[reply[REPLY_PRESENT] != 0 ? sizeof pn->text - 1 : 0] = '\0';
+  return 0;
+}

@@ -1,0 +1,35 @@
+// The state of the maintenance command that this process runs, and the rows of the command table.
+#pragma once
+
+#include <cstdint>
+
+#include "channel/device.h"
+
+struct kxtool_cmd_ctx;
+
+/// Runs a sub-command; returns the exit status of the process, or ends the process itself with kxtool_exit.
+using kxtool_option_handler = int (*)(kxtool_cmd_ctx* ctx);
+
+/// One row of kxtool_option_table. A folder contributes a sub-command by declaring its handler in a public header;
+/// the table then names it.
+struct kxtool_option {
+  const char* names;  ///< aliases separated by '|', such as "-f|-fw|fwupdate"; null ends the table early
+  bool no_device;     ///< takes no device word: runs at once, without lock and channel
+  bool by_bdf;        ///< works with a PCI address too, through the mailbox
+  kxtool_option_handler handler;
+  const char* usage;  ///< printed for "-h"; null for none
+};
+
+struct kxtool_cmd_ctx {
+  const kxtool_option* option = nullptr;
+  const char* name = nullptr;         ///< the sub-command as it was typed
+  const char* device_word = nullptr;  ///< null for a row without device
+  uint32_t argc = 0;                  ///< words after the device word (after the name for a row without device)
+  char** argv = nullptr;
+  kxtool_device device;
+};
+
+/// The state of this process's command; null before start-up remembered it.
+kxtool_cmd_ctx* kxtool_get_cmd_ctx();
+/// Makes `ctx` the state of this process's command; before any thread starts.
+void kxtool_cmd_ctx_set(kxtool_cmd_ctx* ctx);

@@ -1,0 +1,17 @@
+// How a maintenance command ends, and the helper that reads its number words.
+#pragma once
+
+#include <cstdint>
+
+/// Releases the run lock and ends the process with `status`; the streams are flushed once.
+[[noreturn]] void kxtool_exit(int status);
+
+/// Prints the bad-arguments lines to standard error, releases the run lock and exits with 1.
+[[noreturn]] void exit_bad_args();
+
+/// Reads a whole number word in `base` (0: as C writes numbers); anything else, or a value outside `min` to `max`, is a
+/// bad-arguments exit.
+int64_t kxtool_number_get(const char* word, int base, int64_t min, int64_t max);
+
+/// Gives the device's run lock back; harmless without one.
+void kxtool_release_fd_lock();
