@@ -1,0 +1,55 @@
+// Registers by number: whole fields in and out of one instance of a register, 32-bit access to registers of one word,
+// and the switches of the register layer. `m` and `n` index arrays and are ignored where the register has no such
+// dimension; an index past the end is reported and accessed all the same. Values of fields travel as one 32-bit word
+// for each field in table order; fields of more than 32 bits are skipped.
+//
+// All return 0, 0x1205 for a device above 15 or a register above 4439, 0x1201 for a null pointer, or the code of the
+// hook that failed. They take no lock, but for the registers that lie behind an indirect window.
+#pragma once
+
+#include <cstdint>
+
+#include "dpp_reg/dpp_reg_info.h"
+
+/// Writes all fields of one instance; bits of a value beyond the field's length are dropped, bits of the register that
+/// belong to no field are written 0.
+uint32_t dpp_reg_write(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset,
+                       const uint32_t* field_values);
+uint32_t dpp_reg_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t* field_values);
+
+// Registers of exactly 4 bytes; another width is 0x1205.
+/// Writes `value` to every instance.
+uint32_t dpp_reg_write32(uint32_t dev_id, uint32_t reg_no, uint32_t value);
+uint32_t dpp_reg_write32_bymn(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t value);
+uint32_t dpp_reg_read32(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t* value);
+
+/// The words of one instance as the bus carries them: word 0 at the lowest address, which holds the register's most
+/// significant bits. `words` has room for width / 4 of them.
+uint32_t dpp_reg_words_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t* words);
+
+/// The address of one instance in the register space, before the conversion of agent mode. 0x1205 when it does not fit
+/// 32 bits.
+uint32_t dpp_reg_get_reg_addr(uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t* addr);
+
+// Field value vectors: what the register holds, what it holds after reset, all ones in every field, random bits for
+// tests. `field_values` has room for one word a field (DPP_REG_FIELD_MAX always suffices).
+uint32_t dpp_reg_val_get(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset,
+                         uint32_t* field_values);
+uint32_t dpp_reg_default_val_get(uint32_t reg_no, uint32_t* field_values);
+uint32_t dpp_reg_max_val_get(uint32_t reg_no, uint32_t* field_values);
+uint32_t dpp_reg_rand_val_get(uint32_t reg_no, uint32_t* field_values);
+
+// Process-wide switches, set while the driver is initialised or from the shell.
+/// While `en` is 1, field-wise accesses to registers in [reg_start, reg_end] print their address and first word.
+uint32_t dpp_reg_cap_cfg_set(uint32_t en, uint32_t reg_start, uint32_t reg_end);
+/// Switches the filter of registers that have no hardware behind them in agent mode.
+uint32_t dpp_reg_filter_en_set(uint32_t en);
+uint32_t dpp_reg_filter_en_get();
+/// Sets `flag` to 1 when the filter hides the register from this device, else to 0.
+uint32_t dpp_reg_filter_flag_get(uint32_t dev_id, uint32_t reg_no, uint32_t* flag);
+
+/// True for the modules whose registers agent mode leaves to the driver: 13 to 17.
+bool dpp_4k_reg(uint32_t mod_no);
+/// The address at which a register of module `mod_no` is reached: in agent mode its place in the 4 KiB window of the
+/// module, otherwise `addr` itself.
+uint32_t dpp_reg_addr_convert(uint32_t dev_id, uint32_t mod_no, uint32_t flag, uint32_t addr, uint32_t* converted);
