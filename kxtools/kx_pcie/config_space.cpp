@@ -1,0 +1,216 @@
+#include "kx_pcie/config_space.h"
+
+#include <endian.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "common/report.h"
+#include "common/unique_fd.h"
+
+namespace {
+
+constexpr uint32_t CAPABILITY_POINTER = 0x34;
+constexpr uint32_t EXTENDED_CAPABILITY_FIRST = 0x100;
+// As many capabilities as fit: 48 dwords follow the standard header, and no extended capability is shorter than 8 bytes.
+constexpr int CAPABILITIES_MAX = 48;
+constexpr int EXTENDED_CAPABILITIES_MAX = (PCIE_CFG_SIZE - EXTENDED_CAPABILITY_FIRST) / 8;
+constexpr uint32_t ALL_ONES = 0xFFFFFFFF;
+constexpr uint64_t BAR_FLAG_BITS = 0xF;
+
+bool is_in_config_space(uint32_t offset, uint32_t length) {
+  return length <= PCIE_CFG_SIZE && offset <= PCIE_CFG_SIZE - length;
+}
+
+// Probing writes all ones over a BAR. Whatever happens in between, an interrupt from the keyboard included, the saved
+// dwords go back.
+class bar_probe {
+ public:
+  bar_probe(kxtools_sbdf sbdf, uint32_t offset) : sbdf_(sbdf), offset_(offset) {
+    sigset_t all;
+    sigfillset(&all);
+    sigprocmask(SIG_SETMASK, &all, &signals_);
+  }
+  bar_probe(const bar_probe&) = delete;
+  bar_probe& operator=(const bar_probe&) = delete;
+  ~bar_probe() {
+    if (saved_) {
+      pcie_cfg_write_dword(sbdf_, offset_, low_);
+      pcie_cfg_write_dword(sbdf_, offset_ + 4, high_);
+    }
+    sigprocmask(SIG_SETMASK, &signals_, nullptr);
+  }
+
+  bool read_back(uint64_t* value) {
+    saved_ = pcie_cfg_read_dword(sbdf_, offset_, &low_) == 0 && pcie_cfg_read_dword(sbdf_, offset_ + 4, &high_) == 0;
+    uint32_t low = 0;
+    uint32_t high = 0;
+    if (!saved_ || pcie_cfg_write_dword(sbdf_, offset_, ALL_ONES) != 0 ||
+        pcie_cfg_write_dword(sbdf_, offset_ + 4, ALL_ONES) != 0 || pcie_cfg_read_dword(sbdf_, offset_, &low) != 0 ||
+        pcie_cfg_read_dword(sbdf_, offset_ + 4, &high) != 0) {
+      return false;
+    }
+    *value = uint64_t{high} << 32 | low;
+    return true;
+  }
+
+ private:
+  kxtools_sbdf sbdf_;
+  uint32_t offset_;
+  sigset_t signals_;
+  uint32_t low_ = 0;
+  uint32_t high_ = 0;
+  bool saved_ = false;
+};
+
+}  // namespace
+
+int32_t pcie_cfg_rw(kxtools_sbdf sbdf, bool write, uint32_t offset, uint32_t length, void* buffer) {
+  if (!is_in_config_space(offset, length)) {
+    kx_print("[PCIe] pci rw:%d, reg 0x%x, length %u is outside of the configuration space!\n", write, offset, length);
+    return -1;
+  }
+  char file[64];
+  const int written = snprintf(file, sizeof file, "%s/%04x:%02x:%02x.%u/config", KXTOOLS_PCI_DEVICES,
+                               kxtools_sbdf_segment(sbdf), kxtools_sbdf_bus(sbdf), kxtools_sbdf_device(sbdf),
+                               kxtools_sbdf_function(sbdf));
+  if (written < 0 || static_cast<size_t>(written) >= sizeof file) {
+    kx_print("create filename failed\n");
+    return -1;
+  }
+  const kx_unique_fd fd(open(file, O_RDWR | O_CLOEXEC));
+  if (!fd) {
+    kx_print("[PCIe] open file:%s failed, fd:%d!\n", file, fd.get());
+    return -1;
+  }
+  const off_t position = lseek(fd.get(), offset, SEEK_SET);
+  if (position < 0) {
+    kx_print("[PCIe] lseek pci failed, res:%d!\n", static_cast<int>(position));
+    return -1;
+  }
+  const ssize_t moved = write ? ::write(fd.get(), buffer, length) : read(fd.get(), buffer, length);
+  if (moved < 0) {
+    kx_print("[PCIe] pci rw:%d failed, res:%d!\n", write, static_cast<int>(moved));
+    return -1;
+  }
+  return 0;
+}
+
+int32_t pcie_cfg_read(kxtools_sbdf sbdf, uint32_t offset, uint32_t length, void* buffer) {
+  if (buffer == nullptr) {
+    kx_print("[pcie] Input point is NULL!\n");
+    return -1;
+  }
+  if (pcie_cfg_rw(sbdf, false, offset, length, buffer) != 0) {
+    kx_print("[pcie] reg 0x%x, pcie_cfg_read failed!\n", offset);
+    return -1;
+  }
+  return 0;
+}
+
+int32_t pcie_cfg_write(kxtools_sbdf sbdf, uint32_t offset, uint32_t length, const void* buffer) {
+  if (buffer == nullptr) {
+    kx_print("[pcie] Input point is NULL!\n");
+    return -1;
+  }
+  // pcie_cfg_rw only reads the buffer of a write.
+  if (pcie_cfg_rw(sbdf, true, offset, length, const_cast<void*>(buffer)) != 0) {
+    kx_print("[pcie] reg 0x%x, pcie_cfg_write failed!\n", offset);
+    return -1;
+  }
+  return 0;
+}
+
+int32_t pcie_cfg_read_dword(kxtools_sbdf sbdf, uint32_t offset, uint32_t* value) {
+  uint32_t bytes = ALL_ONES;
+  if (pcie_cfg_read(sbdf, offset, sizeof bytes, value == nullptr ? nullptr : &bytes) != 0) {
+    return -1;
+  }
+  *value = le32toh(bytes);
+  return 0;
+}
+
+int32_t pcie_cfg_write_dword(kxtools_sbdf sbdf, uint32_t offset, uint32_t value) {
+  const uint32_t bytes = htole32(value);
+  return pcie_cfg_write(sbdf, offset, sizeof bytes, &bytes);
+}
+
+int32_t pcie_cfg_write_mask(kxtools_sbdf sbdf, uint32_t offset, uint32_t value, uint32_t mask) {
+  uint32_t old = 0;
+  if (pcie_cfg_read_dword(sbdf, offset, &old) != 0) {
+    return -1;
+  }
+  return pcie_cfg_write_dword(sbdf, offset, (old & ~mask) | (value & mask));
+}
+
+int32_t pcie_find_capability(kxtools_sbdf sbdf, uint8_t id) {
+  uint32_t pointer = 0;
+  if (pcie_cfg_read_dword(sbdf, CAPABILITY_POINTER, &pointer) != 0) {
+    return -1;
+  }
+  uint32_t offset = pointer & 0xFF;
+  if (offset == 0 || offset == 0xFF) {
+    kx_print("cap_id_addr invalid\n");
+    return -1;
+  }
+  for (int i = 0; i < CAPABILITIES_MAX && offset != 0; ++i) {
+    uint32_t header = 0;
+    if (pcie_cfg_read_dword(sbdf, offset, &header) != 0) {
+      return -1;
+    }
+    if ((header & 0xFF) == id) {
+      return static_cast<int32_t>(offset);
+    }
+    offset = header >> 8 & 0xFF;
+  }
+  kx_print("pcie cap[0x%X] not find\n", id);
+  return -1;
+}
+
+int32_t pcie_find_ext_capability(kxtools_sbdf sbdf, uint16_t id, uint16_t vsec_id) {
+  uint32_t offset = EXTENDED_CAPABILITY_FIRST;
+  for (int i = 0; i < EXTENDED_CAPABILITIES_MAX; ++i) {
+    uint32_t header = 0;
+    if (pcie_cfg_read_dword(sbdf, offset, &header) != 0) {
+      return -1;
+    }
+    if (i == 0 && (header == 0 || header == ALL_ONES)) {
+      return -1;
+    }
+    if ((header & 0xFFFF) == id) {
+      uint32_t vsec = vsec_id;
+      if (id == PCI_ECAP_ID_VENDOR && is_in_config_space(offset + 4, 4) &&
+          pcie_cfg_read_dword(sbdf, offset + 4, &vsec) != 0) {
+        return -1;
+      }
+      if ((vsec & 0xFFFF) == vsec_id) {
+        return static_cast<int32_t>(offset);
+      }
+    }
+    offset = header >> 20;
+    if (offset < EXTENDED_CAPABILITY_FIRST || !is_in_config_space(offset, 4)) {
+      return -1;
+    }
+  }
+  return -1;
+}
+
+uint64_t get_bar_addr(kxtools_sbdf sbdf, uint32_t offset) {
+  uint32_t low = 0;
+  uint32_t high = 0;
+  if (pcie_cfg_read_dword(sbdf, offset, &low) != 0 || pcie_cfg_read_dword(sbdf, offset + 4, &high) != 0) {
+    return 0;
+  }
+  return (uint64_t{high} << 32 | low) & ~BAR_FLAG_BITS;
+}
+
+uint64_t get_bar_size(kxtools_sbdf sbdf, uint32_t offset) {
+  uint64_t value = 0;
+  bar_probe probe(sbdf, offset);
+  if (!probe.read_back(&value)) {
+    return 0;
+  }
+  return ~(value & ~BAR_FLAG_BITS) + 1;
+}

@@ -1,0 +1,45 @@
+// Configuration space of a PCI function, through the kernel's per-function "config" file: dwords, capabilities, BARs.
+// The file is opened and closed on every access, so a function that disappears is noticed at the next one. Every
+// failure prints one line.
+#pragma once
+
+#include <cstdint>
+
+#include "kxtools/dev.h"
+
+inline constexpr uint32_t PCIE_CFG_SIZE = 4096;  ///< bytes of configuration space; no access reaches beyond
+
+inline constexpr uint8_t PCI_CAP_ID_VPD = 3;
+inline constexpr uint16_t PCI_ECAP_ID_VENDOR = 11;
+inline constexpr uint16_t PCI_ECAP_ID_SRIOV = 16;
+
+/// Reads or writes `length` bytes at `offset`. A transfer that the kernel cuts short counts as success and leaves the
+/// rest of `buffer` untouched. Returns 0, or -1 with a message, also when the bytes do not lie in configuration space.
+int32_t pcie_cfg_rw(kxtools_sbdf sbdf, bool write, uint32_t offset, uint32_t length, void* buffer);
+
+/// The same in one direction. Return 0, or -1 with a message; a null buffer is refused.
+int32_t pcie_cfg_read(kxtools_sbdf sbdf, uint32_t offset, uint32_t length, void* buffer);
+int32_t pcie_cfg_write(kxtools_sbdf sbdf, uint32_t offset, uint32_t length, const void* buffer);
+
+/// One dword in the host's byte order. A read that the kernel cuts short gives all ones in the missing bytes, as the
+/// bus does. Return 0, or -1 with a message.
+int32_t pcie_cfg_read_dword(kxtools_sbdf sbdf, uint32_t offset, uint32_t* value);
+int32_t pcie_cfg_write_dword(kxtools_sbdf sbdf, uint32_t offset, uint32_t value);
+
+/// Replaces the bits under `mask` of the dword at `offset` by those of `value`. Returns 0 or -1.
+int32_t pcie_cfg_write_mask(kxtools_sbdf sbdf, uint32_t offset, uint32_t value, uint32_t mask);
+
+/// Offset of the capability with that id, or -1 with a message. A list that loops ends like one without the id.
+int32_t pcie_find_capability(kxtools_sbdf sbdf, uint8_t id);
+
+/// Offset of the extended capability with that id, or -1 without a message. For id 11 (vendor-specific) the low 16
+/// bits of the next dword must equal `vsec_id` too; other ids do not look at it.
+int32_t pcie_find_ext_capability(kxtools_sbdf sbdf, uint16_t id, uint16_t vsec_id);
+
+/// The 64-bit BAR whose lower half lies at `offset`, without its four flag bits; 0 after a failure with a message.
+uint64_t get_bar_addr(kxtools_sbdf sbdf, uint32_t offset);
+
+/// Size in bytes of the 64-bit BAR at `offset`, probed with all ones; 0 for a BAR that decodes nothing and after a
+/// failure with a message. The saved dwords are written back on every path. The function must be idle: it does not
+/// answer at its BAR during the probe.
+uint64_t get_bar_size(kxtools_sbdf sbdf, uint32_t offset);

@@ -1,0 +1,252 @@
+#include "kx_pcie/tunnel.h"
+
+#include <unistd.h>
+
+#include "common/report.h"
+#include "forbidden_address.h"
+#include "kx_pcie/bind.h"
+#include "kx_pcie/config_space.h"
+#include "kx_pcie/pcie_lock.h"
+
+namespace {
+
+// What the card's end of the tunnel understands. The flag is 1 for a write to the tunnel and 0 for a read.
+constexpr uint32_t SET_ADDRESS = struct_vpd_kx_addr(1, 0x1000);
+constexpr uint32_t READ_WORD = struct_vpd_kx_addr(0, 0x2000);
+constexpr uint32_t WRITE_WORD = struct_vpd_kx_addr(1, 0x3000);
+constexpr uint32_t RESET = struct_vpd_kx_addr(1, 0x4000);
+constexpr uint32_t READ_STATUS = struct_vpd_kx_addr(0, 0x5000);
+constexpr uint32_t STATUS_GOOD = 1;
+
+constexpr uint32_t VPD_DATA = 4;  // of the data dword, from the capability
+constexpr int POLL_MAX = 20001;
+constexpr useconds_t POLL_STEP_US = 10;
+constexpr unsigned long long TIMEOUT_MS = 200;
+
+constexpr int FREE_READINGS_MAX = 20;
+constexpr int FREE_READINGS_NEEDED = 3;
+constexpr useconds_t FREE_STEP_US = 4000;
+constexpr uint32_t FREE_MARK = 0x555;
+
+constexpr uint32_t MODE_MAX = 3;
+constexpr uint32_t MODE_CHECKED = 0;  // the address is checked
+constexpr uint32_t MODE_PLAIN_WRITE = 1;  // the only mode in which writes are not checked
+
+uint32_t access_mode = MODE_CHECKED;
+uint32_t secure_mode = 0;
+
+bool is_secure() {
+  return secure_mode == 1;
+}
+
+// Bits 32 to 43 of the card address lie in bits 16 to 27 of the command, the mode in bits 24 and 25. The card defines
+// the overlap of the mode with address bits 40 and 41.
+uint32_t set_address_command(uint64_t address, uint32_t mode) {
+  return SET_ADDRESS | (static_cast<uint32_t>(address >> 16) & 0x0FFF0000) | mode << 24;
+}
+
+// The other users of the channel step the 12-bit field while they work and leave the mark in it when they are done.
+int32_t check_channel_is_free(kxtools_sbdf sbdf, uint32_t capability) {
+  uint32_t first = 0;
+  bool changed = false;
+  int marks = 0;
+  for (int i = 0; i < FREE_READINGS_MAX; ++i) {
+    if (i > 0) {
+      usleep(FREE_STEP_US);
+    }
+    uint32_t command = 0;
+    if (pcie_cfg_read_dword(sbdf, capability, &command) != 0) {
+      return -1;
+    }
+    const uint32_t field = command >> 16 & 0xFFF;
+    marks = field == FREE_MARK ? marks + 1 : 0;
+    if (marks == FREE_READINGS_NEEDED) {
+      return 0;
+    }
+    if (i == 0) {
+      first = field;
+    }
+    changed = changed || field != first;
+  }
+  if (changed) {
+    kx_print("pcie_tool vpd channel is busy, please retry!\n");
+    return PCIE_TUNNEL_BUSY;
+  }
+  return 0;
+}
+
+int32_t find_vpd(kxtools_sbdf sbdf, uint32_t* capability) {
+  const int32_t offset = pcie_find_capability(sbdf, PCI_CAP_ID_VPD);
+  *capability = static_cast<uint32_t>(offset);
+  return offset < 0 ? -1 : 0;
+}
+
+int32_t wait_for_flag(kxtools_sbdf sbdf, uint32_t capability, uint32_t written) {
+  for (int i = 0; i < POLL_MAX; ++i) {
+    usleep(POLL_STEP_US);
+    uint32_t command = 0;
+    if (pcie_cfg_read_dword(sbdf, capability, &command) != 0) {
+      return -1;
+    }
+    if (((command ^ written) >> 31) != 0) {
+      return 0;
+    }
+  }
+  kx_print("wait time: %llu ms, VPD timeout!!!\n", TIMEOUT_MS);
+  return -1;
+}
+
+int32_t read_status(kxtools_sbdf sbdf, uint32_t* status) {
+  *status = 0;
+  return vpd_tracsport_once(sbdf, READ_STATUS, status);
+}
+
+// What precedes the transfers of an access in secure mode.
+int32_t open_secure_channel(kxtools_sbdf sbdf) {
+  uint32_t capability = 0;
+  if (find_vpd(sbdf, &capability) != 0) {
+    return -1;
+  }
+  const int32_t result = check_channel_is_free(sbdf, capability);
+  return result != 0 ? result : pcie_tunnel_status_exchange(sbdf);
+}
+
+// Sets the card address and moves one word with `command`. The caller holds the lock file.
+int32_t transfer_word(uint64_t address, uint32_t mode, uint32_t command, uint32_t* value) {
+  const kxtools_sbdf sbdf = pcie_bound_sbdf_get();
+  if (is_secure()) {
+    const int32_t result = open_secure_channel(sbdf);
+    if (result != 0) {
+      return result;
+    }
+  }
+  if (mode == MODE_CHECKED && pcie_address_is_forbidden(address)) {
+    kx_print("Addr[0x%llX] is invalid!!!\n", static_cast<unsigned long long>(address));
+    return -1;
+  }
+  uint32_t low = static_cast<uint32_t>(address);
+  const int32_t result = vpd_tracsport_once(sbdf, set_address_command(address, mode), &low);
+  return result != 0 ? result : vpd_tracsport_once(sbdf, command, value);
+}
+
+// Secure mode ends an access by asking whether it succeeded. `failed` is set when the card says that it did not.
+int32_t close_secure_channel(bool* failed) {
+  uint32_t status = STATUS_GOOD;
+  const int32_t result = is_secure() ? read_status(pcie_bound_sbdf_get(), &status) : 0;
+  *failed = result == 0 && status != STATUS_GOOD;
+  return *failed ? -1 : result;
+}
+
+int32_t read_locked(uint64_t address, uint32_t* value) {
+  uint32_t word = 0;
+  int32_t result = transfer_word(address, access_mode, READ_WORD, &word);
+  if (result != 0) {
+    return result;
+  }
+  bool failed = false;
+  result = close_secure_channel(&failed);
+  if (failed) {
+    kx_print("Read addr[0x%llX] val from kx failed\n", static_cast<unsigned long long>(address));
+  }
+  if (result == 0) {
+    *value = word;
+  }
+  return result;
+}
+
+int32_t write_locked(uint64_t address, uint32_t value) {
+  const uint32_t mode = access_mode == MODE_PLAIN_WRITE ? MODE_PLAIN_WRITE : MODE_CHECKED;
+  uint32_t word = value;
+  int32_t result = transfer_word(address, mode, WRITE_WORD, &word);
+  if (result != 0) {
+    return result;
+  }
+  bool failed = false;
+  result = close_secure_channel(&failed);
+  if (failed) {
+    kx_print("write val[0x%X] to kx addr[0x%llX] failed\n", value, static_cast<unsigned long long>(address));
+  }
+  return result;
+}
+
+bool take_bound(pcie_lock* lock) {
+  if (pcie_bound_sbdf_get() == KXTOOLS_SBDF_NONE) {
+    kx_print("It does not bind to any pcie device,Please bind kx device!\n");
+    return false;
+  }
+  return lock->take();
+}
+
+}  // namespace
+
+int32_t vpd_tracsport_once(kxtools_sbdf sbdf, uint32_t command, uint32_t* data) {
+  uint32_t capability = 0;
+  if (find_vpd(sbdf, &capability) != 0) {
+    return -1;
+  }
+  if (is_secure()) {
+    const int32_t result = check_channel_is_free(sbdf, capability);
+    if (result != 0) {
+      return result;
+    }
+  }
+  if (pcie_cfg_write_dword(sbdf, capability + VPD_DATA, *data) != 0 ||
+      pcie_cfg_write_dword(sbdf, capability, command) != 0) {
+    return -1;
+  }
+  if (wait_for_flag(sbdf, capability, command) != 0) {
+    return -1;
+  }
+  return pcie_cfg_read_dword(sbdf, capability + VPD_DATA, data);
+}
+
+int32_t pcie_tunnel_status_exchange(kxtools_sbdf sbdf) {
+  uint32_t status = 0;
+  const int32_t result = read_status(sbdf, &status);
+  if (result != 0 || status == STATUS_GOOD) {
+    return result;
+  }
+  uint32_t zero = 0;
+  return vpd_tracsport_once(sbdf, RESET, &zero);
+}
+
+int32_t read_val_from_kx(uint64_t address, uint32_t* value) {
+  pcie_lock lock;
+  return take_bound(&lock) ? read_locked(address, value) : -1;
+}
+
+int32_t write_val_to_kx(uint64_t address, uint32_t value) {
+  pcie_lock lock;
+  return take_bound(&lock) ? write_locked(address, value) : -1;
+}
+
+int32_t write_mask_to_kx(uint64_t address, uint32_t value, uint32_t mask) {
+  pcie_lock lock;
+  if (!take_bound(&lock)) {
+    return -1;
+  }
+  uint32_t old = 0;
+  const int32_t result = read_locked(address, &old);
+  return result != 0 ? result : write_locked(address, (old & ~mask) | (value & mask));
+}
+
+int32_t set_wr_mode(uint32_t mode) {
+  if (mode > MODE_MAX) {
+    kx_print("access mode %u is not in 0 to %u!\n", mode, MODE_MAX);
+    return -1;
+  }
+  access_mode = mode;
+  return 0;
+}
+
+uint32_t get_wr_mode() {
+  return access_mode;
+}
+
+void set_secure_mode(uint32_t mode) {
+  secure_mode = mode;
+}
+
+uint32_t get_secure_mode() {
+  return secure_mode;
+}
