@@ -1,0 +1,113 @@
+#include "vcard/card.h"
+
+#include <algorithm>
+
+namespace vcard {
+
+namespace {
+
+constexpr uint64_t default_bar_size = 0x4000000;
+constexpr uint64_t largest_bar_size = 0x100000000;
+constexpr std::chrono::microseconds slowest_poll(2000);
+/// Looks without work before a poll slows down: a tool in the middle of an exchange comes back within this.
+constexpr int patient_looks = 200;
+
+}  // namespace
+
+Card::Card(CardFile& file, RequestLog& log)
+    : file_(file),
+      log_(log),
+      memory_(log),
+      processor_(log),
+      bar_size_(file.section("bar0").number("size", default_bar_size, largest_bar_size)),
+      functions_(pci_functions_load(file, bar_size_)) {
+  processor_.load_faults(file.section("faults").section("processor"));
+}
+
+Card::~Card() {
+  stop();
+}
+
+bool Card::create(const CardFolders& folders) {
+  folders_ = folders;
+  auto tree_path = [&](const std::string& name) { return folders.tree.empty() ? std::string() : folders.tree + "/" + name; };
+  if (bar_size_ != 0 && !bar0_.create(tree_path("bar0"), bar_size_)) {
+    return false;
+  }
+  for (PciFunction& function : functions_) {
+    if (!pci_function_config_create(function, tree_path("config." + function.sbdf))) {
+      return false;
+    }
+  }
+  for (const auto& hook : create_hooks_) {
+    hook();
+  }
+  return true;
+}
+
+void Card::on_create(std::function<void()> hook) {
+  create_hooks_.push_back(std::move(hook));
+}
+
+void Card::poll_every(std::chrono::microseconds period, std::function<bool()> poll) {
+  polls_.push_back(Poll{period, period, 0, Clock::now(), std::move(poll)});
+}
+
+void Card::schedule(std::chrono::milliseconds delay, std::function<void()> action) {
+  actions_.push_back(Action{Clock::now() + delay, std::move(action)});
+}
+
+void Card::start() {
+  stopping_ = false;
+  thread_ = std::thread([this] { thread_main(); });
+}
+
+void Card::stop() {
+  stopping_ = true;
+  if (thread_.joinable()) {
+    thread_.join();
+  }
+}
+
+void Card::thread_main() {
+  while (!stopping_) {
+    Clock::time_point next;
+    {
+      std::lock_guard guard(lock_);
+      next = run_due(Clock::now());
+    }
+    std::this_thread::sleep_until(next);
+  }
+}
+
+Card::Clock::time_point Card::run_due(Clock::time_point now) {
+  // An action may schedule another one: take the due ones out before running any.
+  auto later = std::stable_partition(actions_.begin(), actions_.end(), [&](const Action& a) { return a.when <= now; });
+  std::vector<Action> due(std::make_move_iterator(actions_.begin()), std::make_move_iterator(later));
+  actions_.erase(actions_.begin(), later);
+  std::stable_sort(due.begin(), due.end(), [](const Action& a, const Action& b) { return a.when < b.when; });
+  for (const Action& action : due) {
+    action.run();
+  }
+
+  Clock::time_point next = now + slowest_poll;
+  for (size_t i = 0; i < polls_.size(); ++i) {
+    Poll& poll = polls_[i];
+    if (poll.next <= now) {
+      if (poll.run()) {
+        poll.idle = 0;
+        poll.current = poll.period;
+      } else if (++poll.idle > patient_looks) {
+        poll.current = std::min(poll.current * 2, slowest_poll);
+      }
+      poll.next = now + poll.current;
+    }
+    next = std::min(next, poll.next);
+  }
+  for (const Action& action : actions_) {
+    next = std::min(next, action.when);
+  }
+  return next;
+}
+
+}  // namespace vcard

@@ -1,0 +1,231 @@
+#include "vcard/pci_function.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace vcard {
+
+namespace {
+
+constexpr const char* kind_names[] = {"physical", "virtual", "switch", "foreign"};
+
+struct DefaultFunction {
+  const char* sbdf;
+  FunctionKind kind;
+  uint16_t vendor;
+  uint16_t device;
+  uint32_t class_code;
+  const char* interface;
+  const char* driver;
+  uint64_t bar_address;
+};
+
+constexpr DefaultFunction default_functions[] = {
+    {"0000:00:1f.6", FunctionKind::foreign, 0x8086, 0x15bb, 0x020000, "eno1", "e1000e", 0xe1000000},
+    {"0000:3a:00.0", FunctionKind::card_switch, 0x1cf2, 0x8036, 0x060400, "", "pcieport", 0},
+    {"0000:3b:00.0", FunctionKind::physical, 0x1cf2, 0x8037, 0x020000, "eth0", "corvane10e", 0x380000000000},
+    {"0000:3b:00.1", FunctionKind::physical, 0x1af4, 0x1041, 0x020000, "eth1", "corvane10e", 0x380010000000},
+    {"0000:3b:01.0", FunctionKind::virtual_function, 0x1cf2, 0x8040, 0x020000, "eth2", "corvane10e", 0x380020000000},
+};
+
+bool sbdf_is_valid(const std::string& text) {
+  unsigned segment, bus, device, function;
+  char canonical[16];
+  if (sscanf(text.c_str(), "%4x:%2x:%2x.%1x", &segment, &bus, &device, &function) != 4) {
+    return false;
+  }
+  snprintf(canonical, sizeof canonical, "%04x:%02x:%02x.%x", segment & 0xffff, bus & 0xff, device & 0x1f, function & 7);
+  return text == canonical;
+}
+
+void function_change(PciFunction& function, const CardSection& section) {
+  function.kind = static_cast<FunctionKind>(section.choice("kind", static_cast<size_t>(function.kind), kind_names));
+  function.vendor = static_cast<uint16_t>(section.number("vendor", function.vendor, UINT16_MAX));
+  function.device = static_cast<uint16_t>(section.number("device", function.device, UINT16_MAX));
+  function.class_code = static_cast<uint32_t>(section.number("class", function.class_code, 0xffffff));
+  function.subsystem_vendor = static_cast<uint16_t>(section.number("subsystem_vendor", function.vendor, UINT16_MAX));
+  function.subsystem_device = static_cast<uint16_t>(section.number("subsystem_device", function.device, UINT16_MAX));
+  function.vf_device = static_cast<uint16_t>(section.number("vf_device", 0x8040, UINT16_MAX));
+  function.vf_total = static_cast<uint16_t>(section.number("vf_total", 256, UINT16_MAX));
+  function.interface = section.text("interface", function.interface, 15);
+  function.driver = section.text("driver", function.driver, 64);
+  function.bar_address = section.number("bar_address", function.bar_address);
+  function.bar_size = section.number("bar_size", function.bar_size);
+  function.has_power = section.flag("power_capability", true);
+  function.power_state = static_cast<uint8_t>(section.number("power_state", 0, 3));
+  function.has_vpd = section.flag("vpd_capability", function.is_card());
+  function.config_size = section.number("config_size", config_space_size, config_space_size);
+}
+
+struct Capability {
+  uint8_t id;
+  uint8_t offset;
+  bool present;
+};
+
+struct ExtendedCapability {
+  uint16_t id;
+  uint16_t offset;
+  bool present;
+};
+
+class ConfigWriter {
+ public:
+  explicit ConfigWriter(std::span<uint8_t> bytes) : bytes_(bytes) {
+  }
+  template <typename T>
+  void put(size_t offset, T value) {
+    for (size_t i = 0; i < sizeof(T); ++i) {
+      bytes_[offset + i] = static_cast<uint8_t>(value >> (8 * i));
+    }
+  }
+  void chain(std::span<const Capability> list) {
+    size_t link = 0x34;
+    for (const Capability& capability : list) {
+      if (capability.present) {
+        bytes_[link] = capability.offset;
+        bytes_[capability.offset] = capability.id;
+        link = capability.offset + 1u;
+      }
+    }
+  }
+  void chain(std::span<const ExtendedCapability> list) {
+    size_t previous = 0;
+    for (const ExtendedCapability& capability : list) {
+      if (!capability.present) {
+        continue;
+      }
+      put<uint32_t>(capability.offset, 1u << 16 | capability.id);
+      if (previous != 0) {
+        put<uint16_t>(previous + 2, static_cast<uint16_t>(capability.offset << 4 | 1));
+      }
+      previous = capability.offset;
+    }
+  }
+
+ private:
+  std::span<uint8_t> bytes_;
+};
+
+constexpr uint16_t command_memory_and_master = 0x0006;
+constexpr uint16_t status_capability_list = 0x0010;
+constexpr uint32_t bar_64_bit_prefetchable = 0xc;
+
+void header_fill(const PciFunction& function, ConfigWriter& config) {
+  bool bridge = function.kind == FunctionKind::card_switch;
+  config.put<uint16_t>(0x00, function.vendor);
+  config.put<uint16_t>(0x02, function.device);
+  config.put<uint16_t>(0x04, command_memory_and_master);
+  config.put<uint16_t>(0x06, status_capability_list);
+  config.put<uint32_t>(0x08, function.class_code << 8 | 1);
+  config.put<uint8_t>(0x0e, bridge ? 1 : 0);
+  if (function.bar_size != 0) {
+    config.put<uint64_t>(0x10, function.bar_address | bar_64_bit_prefetchable);
+  }
+  if (!bridge) {
+    config.put<uint16_t>(0x2c, function.subsystem_vendor);
+    config.put<uint16_t>(0x2e, function.subsystem_device);
+  }
+}
+
+void capabilities_fill(const PciFunction& function, ConfigWriter& config) {
+  bool physical = function.kind == FunctionKind::physical;
+  const Capability standard[] = {
+      {0x01, power_capability, function.has_power},
+      {0x11, msix_capability, function.is_card()},
+      {0x10, express_capability, true},
+      {0x03, vpd_capability, function.has_vpd},
+  };
+  config.chain(standard);
+  if (function.has_power) {
+    config.put<uint16_t>(power_capability + 2, 0x0003);
+    config.put<uint16_t>(power_capability + 4, function.power_state);
+  }
+  if (function.is_card()) {
+    config.put<uint16_t>(msix_capability + 2, 63);           // 64 vectors
+    config.put<uint32_t>(msix_capability + 4, 0x00010000);   // table in BAR 0
+    config.put<uint32_t>(msix_capability + 8, 0x00018000);   // pending bits in BAR 0
+  }
+  config.put<uint16_t>(express_capability + 2, 0x0002);
+  config.put<uint32_t>(express_capability + 0x0c, 0x00000104);  // x16 at 16 GT/s
+  config.put<uint16_t>(express_capability + 0x12, 0x0104);
+
+  const ExtendedCapability extended[] = {
+      {0x0001, aer_capability, true},
+      {0x0010, sriov_capability, physical},
+      {0x000b, vendor_capability, function.is_card()},
+  };
+  config.chain(extended);
+  if (physical) {
+    config.put<uint16_t>(sriov_capability + 0x0c, function.vf_total);
+    config.put<uint16_t>(sriov_capability + 0x0e, function.vf_total);
+    config.put<uint16_t>(sriov_capability + 0x14, 8);
+    config.put<uint16_t>(sriov_capability + 0x16, 1);
+    config.put<uint16_t>(sriov_capability + 0x1a, function.vf_device);
+    config.put<uint32_t>(sriov_capability + 0x1c, 0x00000553);
+    config.put<uint32_t>(sriov_capability + 0x20, 1);
+  }
+  if (function.is_card()) {
+    config.put<uint32_t>(vendor_capability + 4, 0x02010002);  // vendor-specific id 2, revision 1, 0x20 bytes
+  }
+}
+
+}  // namespace
+
+std::vector<PciFunction> pci_functions_load(CardFile& file, uint64_t bar_size) {
+  std::vector<PciFunction> functions;
+  CardSection changes = file.section("functions");
+  auto add = [&](PciFunction function) {
+    CardSection section = changes.section(function.sbdf.c_str());
+    function.bar_size = function.kind == FunctionKind::card_switch ? 0 : bar_size;
+    function_change(function, section);
+    if (section.flag("present", true)) {
+      functions.push_back(std::move(function));
+    }
+  };
+  for (const DefaultFunction& row : default_functions) {
+    PciFunction function;
+    function.kind = row.kind;
+    function.sbdf = row.sbdf;
+    function.vendor = row.vendor;
+    function.device = row.device;
+    function.class_code = row.class_code;
+    function.interface = row.interface;
+    function.driver = row.driver;
+    function.bar_address = row.bar_address;
+    add(std::move(function));
+  }
+  for (const std::string& key : changes.keys()) {
+    bool known = std::any_of(std::begin(default_functions), std::end(default_functions),
+                             [&](const DefaultFunction& row) { return key == row.sbdf; });
+    if (known) {
+      continue;
+    }
+    if (!sbdf_is_valid(key)) {
+      changes.complain(key, "not a PCI address of the form 0000:3b:00.0");
+      continue;
+    }
+    PciFunction function;
+    function.sbdf = key;
+    function.vendor = 0x1cf2;
+    function.device = 0x8037;
+    function.class_code = 0x020000;
+    function.bar_address = 0x380030000000;
+    add(std::move(function));
+  }
+  std::sort(functions.begin(), functions.end(),
+            [](const PciFunction& a, const PciFunction& b) { return a.sbdf < b.sbdf; });
+  return functions;
+}
+
+bool pci_function_config_create(PciFunction& function, const std::string& path) {
+  if (!function.config.create(path, config_space_size)) {
+    return false;
+  }
+  ConfigWriter config(function.config.bytes());
+  header_fill(function, config);
+  capabilities_fill(function, config);
+  return true;
+}
+
+}  // namespace vcard

@@ -1,0 +1,18 @@
+// The models of the card, one attach function each. A model registers its request handlers, claims its card addresses,
+// reads its section of the card file and keeps itself alive with Card::own.
+#pragma once
+
+namespace vcard {
+
+class Card;
+
+/// Attaches every model; the list stands in models.cpp.
+void models_attach(Card& card);
+
+/// Identity and state of the card: general requests 0, 9, 15, 18 and 21, the BAR offset request, compatibility records
+/// and feature word in BAR 0.
+void information_attach(Card& card);
+/// Notices that the card file scripts: sent after a tool has attached.
+void scripted_notices_attach(Card& card);
+
+}  // namespace vcard
