@@ -1,5 +1,6 @@
 #include "common/report.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -49,4 +50,13 @@ void kx_print(const char* format, ...) {
   fflush(stdout);
   funlockfile(stdout);
   va_end(args);
+}
+
+int kx_exit_status(int status) {
+  errno = 0;
+  if (fflush(stdout) == 0 && ferror(stdout) == 0) {
+    return status;
+  }
+  fprintf(stderr, "kxtool: writing to standard output failed: %s\n", errno == 0 ? "output lost" : strerror(errno));
+  return status == 0 ? 1 : status;
 }

@@ -28,13 +28,14 @@ struct kxtools_cmd_entry {
 
 /// What a handler gets; allocated zeroed for each executed line and freed by the dispatcher.
 struct kxtools_cmd_context {
-  uint32_t argc;                  ///< words not yet consumed by the walk
-  char** argp;                    ///< the words; the walk advances it past every word it consumes
-  kxtools_dev_info dev_info;      ///< copy of the bound device, or the device named on this line
-  const kxtools_cmd_entry* cmd;   ///< the entry matched last; null after a permission refusal
-  uint64_t fw_feature;            ///< firmware feature word
+  uint32_t argc;                 ///< words not yet consumed by the walk
+  char** argp;                   ///< the words; the walk advances it past every word it consumes
+  kxtools_dev_info dev_info;     ///< copy of the bound device, or the device named on this line, whose mapping the
+                                 ///< dispatcher undoes; a handler that undoes it earlier sets bar_vaddr to null
+  const kxtools_cmd_entry* cmd;  ///< the entry matched last; null after a permission refusal
+  uint64_t fw_feature;           ///< firmware feature word
   kxtools_compat_record compat[KXTOOLS_COMPAT_NUM];  ///< indexed by compatibility id
-  uint32_t permission;            ///< the permission level when the line was executed
+  uint32_t permission;                               ///< the permission level when the line was executed
 };
 
 /// Module ids: the indices of the first seven top-level entries.
@@ -73,6 +74,8 @@ int32_t kxtools_is_not_kxtool_cmd_format(const kxtools_cmd_entry* entry, uint32_
 /// 1 in the interactive shell, 0 in one-shot mode.
 uint32_t kxtools_is_interactive_get();
 
+/// "help": the top-level entries that the current level may see; takes no words.
+int32_t kxtools_help(kxtools_cmd_context* ctx);
 /// Help printer of the module entries; takes no words. Usable as the handler of any grouping entry.
 int32_t kxtools_module_help(kxtools_cmd_context* ctx);
 

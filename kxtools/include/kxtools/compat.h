@@ -23,11 +23,11 @@ enum kxtools_compat_id : uint32_t {
 
 /// One record as the card publishes it (little-endian, 8 bytes at BAR 0 offset 0x5400 + 8 * id).
 struct kxtools_compat_record {
-  uint8_t item;       ///< id + 1 when the record is present
+  uint8_t item;  ///< id + 1 when the record is present
   uint8_t major;
   uint8_t fw_minor;
   uint8_t drv_minor;
-  uint16_t detail;    ///< not interpreted
+  uint16_t detail;  ///< not interpreted
   uint16_t reserved;
 };
 static_assert(sizeof(kxtools_compat_record) == 8);
@@ -50,9 +50,12 @@ int32_t kxtools_fw_feature_get(uint64_t* fw_feature);
 int32_t kxtools_compat_version_check(const kxtools_cmd_context* ctx);
 
 /// Compares the three version bytes of a command with the record of `compat_id` by the rules of the gate. Returns 0, or
-/// -1 with a message. Also used by the PCIe bind for its module.
+/// -1 with a message that carries the caller's name and line. Also used by the PCIe bind for its module.
 int32_t kxtools_compat_record_check(uint32_t compat_id, const kxtools_compat_record& record, uint8_t major,
-                                    uint8_t fw_minor, uint8_t drv_minor);
+                                    uint8_t fw_minor, uint8_t drv_minor, const char* function = __builtin_FUNCTION(),
+                                    int line = __builtin_LINE());
 
+/// Always 1: the modules' byte order.
 uint32_t kxtools_is_big_endian();
+/// `value` with its four bytes reversed.
 uint32_t kxtools_byte_switch(uint32_t value);

@@ -1,0 +1,169 @@
+// The dispatcher: one line of words from its text to its status.
+#include <cstring>
+
+#include "cmd_line.h"
+#include "common/report.h"
+#include "kxtools/shell.h"
+
+namespace {
+
+// The steps below are parts of kxtools_cmd_execute and report under its name.
+#define EXECUTE_ERR(...) kx_line_print(KX_STYLE_KXTOOLS_ERR, "kxtools_cmd_execute", __LINE__, __VA_ARGS__)
+
+// Gives back the BAR that was mapped for this line only.
+class line_mapping {
+ public:
+  line_mapping() = default;
+  line_mapping(const line_mapping&) = delete;
+  line_mapping& operator=(const line_mapping&) = delete;
+  ~line_mapping() {
+    if (info_ != nullptr && info_->bar_vaddr != nullptr && kxtools_dev_unmmap(info_->bar_vaddr, info_->bar_size) != 0) {
+      EXECUTE_ERR("kxtools_dev_unmmap failed\n");
+    }
+  }
+  // The mapping in `info` belongs to this line, unless the handler unmaps it and clears the address.
+  void own(const kxtools_dev_info* info) {
+    info_ = info;
+  }
+
+ private:
+  const kxtools_dev_info* info_ = nullptr;
+};
+
+void walk_failure_print(const char* line, int32_t result) {
+  switch (result) {
+    case KXTOOLS_MATCH_NO_COMMAND:
+      kx_print("%s: No such command for kxtools!\n", line);
+      break;
+    case KXTOOLS_MATCH_NO_PERMISSION:
+      kx_print("%s: No execution permission!\n", line);
+      break;
+    default:
+      kx_print("%s: Unknown error!\n", line);
+      break;
+  }
+}
+
+int32_t bound_state_copy(kxtools_cmd_context* ctx) {
+  if (kxtools_dev_info_get(&ctx->dev_info) != 0) {
+    EXECUTE_ERR("kxtools_dev_info_get failed\n");
+    return -1;
+  }
+  if (kxtools_compat_version_get(ctx->compat) != 0) {
+    EXECUTE_ERR("kxtools_compat_version_get failed\n");
+    return -1;
+  }
+  if (kxtools_fw_feature_get(&ctx->fw_feature) != 0) {
+    EXECUTE_ERR("kxtools_fw_feature_get failed\n");
+    return -1;
+  }
+  return 0;
+}
+
+bool is_help_request(const kxtools_cmd_context& ctx) {
+  return ctx.argc == 1 && (strcmp(ctx.argp[0], "-h") == 0 || strcmp(ctx.argp[0], "--help") == 0);
+}
+
+// Replaces record 1 and the feature word of the context by what the device of the line publishes.
+int32_t line_compat_read(kxtools_cmd_context* ctx) {
+  const kx_mmio_region bar = kxtools_dev_bar(ctx->dev_info);
+  kxtools_compat_record& record = ctx->compat[KXTOOLS_COMPAT_KXTOOL];
+  uint32_t exists = 0;
+  if (kxtools_compat_version_if_exist(KXTOOLS_COMPAT_KXTOOL, &bar, &exists) != 0) {
+    EXECUTE_ERR("kxtools_compat_version_if_exist KXTOOLS_COMPAT_KXTOOL failed\n");
+    return -1;
+  }
+  if (exists == 0) {
+    record = {.item = KXTOOLS_COMPAT_KXTOOL + 1};
+    ctx->fw_feature = 0;
+    kx_print("Warning: No firmware compatibility information available!\n");
+    return 0;
+  }
+  if (kxtools_compat_version_read(KXTOOLS_COMPAT_KXTOOL, &bar, &record) != 0) {
+    EXECUTE_ERR("kxtools_compat_version_read KXTOOLS_COMPAT_KXTOOL failed\n");
+    return -1;
+  }
+  if (kxtools_fw_feature_read(&bar, &ctx->fw_feature) != 0) {
+    EXECUTE_ERR("kxtools_fw_feature_read failed\n");
+    return -1;
+  }
+  return 0;
+}
+
+// The first word names the device of the line; it stays in the context for the handler.
+int32_t line_device_take(kxtools_cmd_context* ctx, uint32_t module_id, line_mapping* mapping) {
+  if (ctx->argp == nullptr || ctx->argp[0] == nullptr) {
+    EXECUTE_ERR("module_id %u, argc = %u, argp is NULL, argp[0] is NULL\n", module_id, ctx->argc);
+    return -1;
+  }
+  kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;
+  if (kxtools_dev_name2bdf(ctx->argp[0], &sbdf) != 0) {
+    EXECUTE_ERR("kxtools_dev_name2bdf failed!\n");
+    return -1;
+  }
+  if (kxtools_dev_info_set(sbdf, &ctx->dev_info) != 0) {
+    EXECUTE_ERR("kxtools_dev_info_set failed!\n");
+    return -1;
+  }
+  mapping->own(&ctx->dev_info);
+  return line_compat_read(ctx);
+}
+
+int32_t handler_run(const char* line, kxtools_cmd_context* ctx) {
+  if (ctx->cmd->handler == nullptr) {
+    return 0;
+  }
+  if (kxtools_compat_version_check(ctx) != 0) {
+    kx_print("%s: Compatibility check failed!\n", line);
+    return -1;
+  }
+  const int32_t result = ctx->cmd->handler(ctx);
+  if (result < 0) {
+    kx_print("%s: Command exec failed!\n", line);
+  }
+  return result;
+}
+
+}  // namespace
+
+int32_t kxtools_cmd_execute(const char* line) {
+  if (line == nullptr || line[0] == '\0') {
+    return -1;
+  }
+  const kxtools_cmd_entry* list = kxtools_cmd_list_addr_get();
+  if (list == nullptr) {
+    KXTOOLS_ERR("command_list is null!\n");
+    return -1;
+  }
+  const kxtools_cmd_context_owner ctx = kxtools_cmd_context_malloc(line);
+  if (ctx == nullptr || ctx->argc == 0) {
+    return -1;
+  }
+  ctx->permission = kxtools_permission_get();
+  const int32_t match = kxtools_cmd_match(ctx.get(), list, kxtools_cmd_list_count_get());
+  if (match < 0) {
+    walk_failure_print(line, match);
+    return -1;
+  }
+
+  uint32_t module_id = 0;
+  if (kxtools_module_id_get(ctx->cmd, &module_id) != 0) {
+    KXTOOLS_ERR("kxtools_module_id_get failed!\n");
+    return -1;
+  }
+  uint32_t not_device = 0;
+  if (kxtools_is_not_kxtool_cmd_format(ctx->cmd, &not_device) != 0) {
+    KXTOOLS_ERR("kxtools_is_not_kxtool_cmd_format failed!\n");
+    return -1;
+  }
+  if (bound_state_copy(ctx.get()) != 0) {
+    return -1;
+  }
+  line_mapping mapping;
+  const bool takes_device =
+      module_id == KXTOOLS_MODULE_KXTOOL && ctx->argc >= 1 && not_device == 0 && !is_help_request(*ctx);
+  if (takes_device && line_device_take(ctx.get(), module_id, &mapping) != 0) {
+    return -1;
+  }
+  return handler_run(line, ctx.get());
+}

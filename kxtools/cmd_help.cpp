@@ -1,0 +1,89 @@
+// Help printers of the command tree; both show only what the current permission level may run.
+#include <cstdio>
+#include <cstring>
+
+#include "common/report.h"
+#include "kxtools/cmd.h"
+#include "kxtools/shell.h"
+
+namespace {
+
+constexpr int TOP_COLUMNS = 30;
+constexpr int MODULE_COLUMNS = 65;
+constexpr size_t PREFIX_SIZE = 256;
+constexpr char USAGE_INDENT[] = "    ";
+constexpr size_t USAGE_INDENT_LENGTH = sizeof USAGE_INDENT - 1;
+
+void name_print(const char* name, int columns) {
+  printf("%-*s", columns, name);
+}
+
+// A usage block starts on a line of its own; a one-line help stands beside the name.
+void help_print(const char* help) {
+  if (help == nullptr) {
+    printf("\n");
+  } else if (strlen(help) > USAGE_INDENT_LENGTH && strncmp(help, USAGE_INDENT, USAGE_INDENT_LENGTH) == 0) {
+    printf("\n%s\n", help);
+  } else {
+    printf("%s\n", help);
+  }
+}
+
+// Prints every visible entry below `parent`, whose own chain of names is `prefix`.
+int32_t sub_entries_print(const kxtools_cmd_entry& parent, const char* prefix) {
+  if (parent.sub_cmd_num == 0) {
+    return 0;
+  }
+  if (parent.sub_cmd_list == nullptr) {
+    KXTOOLS_ERR("command_list invalid!\n");
+    return -1;
+  }
+  for (uint32_t i = 0; i < parent.sub_cmd_num; i++) {
+    const kxtools_cmd_entry& entry = parent.sub_cmd_list[i];
+    if (entry.permission > kxtools_permission_get()) {
+      continue;
+    }
+    char chain[PREFIX_SIZE];
+    snprintf(chain, sizeof chain, "%s %s", prefix, entry.name);
+    name_print(chain, MODULE_COLUMNS);
+    help_print(entry.help);
+    if (sub_entries_print(entry, chain) != 0) {
+      return -1;
+    }
+  }
+  return 0;
+}
+
+}  // namespace
+
+int32_t kxtools_help(kxtools_cmd_context* ctx) {
+  if (ctx == nullptr || ctx->argc != 0) {
+    KXTOOLS_ERR("para is err!\n");
+    return -1;
+  }
+  const kxtools_cmd_entry* list = kxtools_cmd_list_addr_get();
+  for (uint32_t i = 0; i < kxtools_cmd_list_count_get(); i++) {
+    if (list[i].permission <= kxtools_permission_get()) {
+      name_print(list[i].name, TOP_COLUMNS);
+      printf("%s\n", list[i].help == nullptr ? "" : list[i].help);
+    }
+  }
+  fflush(stdout);
+  return 0;
+}
+
+int32_t kxtools_module_help(kxtools_cmd_context* ctx) {
+  if (ctx == nullptr || ctx->cmd == nullptr || ctx->argc != 0) {
+    KXTOOLS_ERR("para is err!\n");
+    return -1;
+  }
+  const kxtools_cmd_entry& entry = *ctx->cmd;
+  if (entry.permission > kxtools_permission_get()) {
+    return 0;
+  }
+  name_print(entry.name, MODULE_COLUMNS);
+  help_print(entry.help);
+  const int32_t result = sub_entries_print(entry, entry.name);
+  fflush(stdout);
+  return result;
+}

@@ -1,0 +1,196 @@
+#include "kxtools/compat.h"
+
+#include <array>
+#include <cstring>
+
+#include "common/report.h"
+#include "kxtools/cmd.h"
+
+namespace {
+
+constexpr uint64_t RECORD_OFFSET = 0x5400;
+constexpr uint64_t FEATURE_OFFSET = 0x1004;
+constexpr size_t FEATURE_AREA_WORDS = 3;
+// The feature word lies unaligned inside its area.
+constexpr size_t FEATURE_WORD_AT = 2;
+
+constexpr uint8_t UNGATED = 255;
+
+constexpr uint32_t COMPAT_ID_BY_MODULE[] = {
+    KXTOOLS_COMPAT_KXTOOL,      KXTOOLS_COMPAT_KXNP,   KXTOOLS_COMPAT_KXPCIE, KXTOOLS_COMPAT_KXVQM,
+    KXTOOLS_COMPAT_KXTRACE_APP, KXTOOLS_COMPAT_KXBTTL, KXTOOLS_COMPAT_KXRDMA,
+};
+constexpr uint32_t MODULE_NUM = sizeof COMPAT_ID_BY_MODULE / sizeof COMPAT_ID_BY_MODULE[0];
+static_assert(MODULE_NUM == KXTOOLS_MODULE_KXRDMA + 1);
+
+struct compat_cache {
+  kxtools_compat_record record[KXTOOLS_COMPAT_NUM];
+  uint64_t fw_feature;
+};
+
+constinit compat_cache cache = {};
+
+// Copies `count` aligned 32-bit words of device memory; the wire is little-endian, as the host is.
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
+void words_read(const kx_mmio_region& bar, uint64_t offset, uint32_t* words, size_t count) {
+  for (size_t i = 0; i < count; i++) {
+    words[i] = kx_mmio_read32(bar, offset + i * sizeof(uint32_t));
+  }
+}
+
+}  // namespace
+
+int32_t kxtools_compat_info_init() {
+  cache = {};
+  for (uint32_t id = 0; id < KXTOOLS_COMPAT_NUM; id++) {
+    cache.record[id].item = static_cast<uint8_t>(id + 1);
+  }
+  return 0;
+}
+
+int32_t kxtools_compat_version_init() {
+  kxtools_dev_info info = {};
+  if (kxtools_dev_info_get(&info) != 0) {
+    KXTOOLS_ERR("kxtools_dev_info_get failed!\n");
+    return -1;
+  }
+  const kx_mmio_region bar = kxtools_dev_bar(info);
+  compat_cache fresh = {};
+  for (uint32_t id = 0; id < KXTOOLS_COMPAT_NUM; id++) {
+    if (kxtools_compat_version_read(id, &bar, &fresh.record[id]) != 0) {
+      KXTOOLS_ERR("kxtools_compat_version_get failed!\n");
+      return -1;
+    }
+  }
+  if (kxtools_fw_feature_read(&bar, &fresh.fw_feature) != 0) {
+    KXTOOLS_ERR("kxtools_fw_feature_get failed!\n");
+    return -1;
+  }
+  cache = fresh;
+  return 0;
+}
+
+int32_t kxtools_compat_version_read(uint32_t id, const kx_mmio_region* bar, kxtools_compat_record* record) {
+  if (id >= KXTOOLS_COMPAT_NUM) {
+    KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", id, KXTOOLS_COMPAT_NUM);
+    return -1;
+  }
+  if (bar == nullptr || bar->base == nullptr || record == nullptr) {
+    KXTOOLS_ERR("point is NULL!\n");
+    return -1;
+  }
+  const uint64_t offset = RECORD_OFFSET + id * sizeof(kxtools_compat_record);
+  if (!bar->holds(offset, sizeof(kxtools_compat_record))) {
+    KXTOOLS_ERR("BAR 0 of 0x%llx bytes does not hold compatibility record %u!\n",
+                static_cast<unsigned long long>(bar->size), id);
+    return -1;
+  }
+  uint32_t words[sizeof(kxtools_compat_record) / sizeof(uint32_t)];
+  words_read(*bar, offset, words, std::size(words));
+  memcpy(record, words, sizeof words);
+  return 0;
+}
+
+int32_t kxtools_compat_version_if_exist(uint32_t id, const kx_mmio_region* bar, uint32_t* flag) {
+  if (id >= KXTOOLS_COMPAT_NUM) {
+    KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", id, KXTOOLS_COMPAT_NUM);
+    return -1;
+  }
+  if (bar == nullptr || bar->base == nullptr || flag == nullptr) {
+    KXTOOLS_ERR("point is NULL!\n");
+    return -1;
+  }
+  kxtools_compat_record record = {};
+  if (kxtools_compat_version_read(id, bar, &record) != 0) {
+    KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", id, KXTOOLS_COMPAT_NUM);
+    return -1;
+  }
+  *flag = record.item == id + 1 ? 1 : 0;
+  return 0;
+}
+
+int32_t kxtools_fw_feature_read(const kx_mmio_region* bar, uint64_t* word) {
+  if (bar == nullptr || bar->base == nullptr || word == nullptr) {
+    KXTOOLS_ERR("point is NULL!\n");
+    return -1;
+  }
+  uint32_t words[FEATURE_AREA_WORDS];
+  if (!bar->holds(FEATURE_OFFSET, sizeof words)) {
+    KXTOOLS_ERR("BAR 0 of 0x%llx bytes does not hold the feature word!\n", static_cast<unsigned long long>(bar->size));
+    return -1;
+  }
+  words_read(*bar, FEATURE_OFFSET, words, FEATURE_AREA_WORDS);
+  memcpy(word, reinterpret_cast<const uint8_t*>(words) + FEATURE_WORD_AT, sizeof *word);
+  return 0;
+}
+
+int32_t kxtools_compat_version_get(kxtools_compat_record* compat) {
+  if (compat == nullptr) {
+    KXTOOLS_ERR("compat is NULL!\n");
+    return -1;
+  }
+  memcpy(compat, cache.record, sizeof cache.record);
+  return 0;
+}
+
+int32_t kxtools_fw_feature_get(uint64_t* fw_feature) {
+  if (fw_feature == nullptr) {
+    KXTOOLS_ERR("fw_feature is NULL!\n");
+    return -1;
+  }
+  *fw_feature = cache.fw_feature;
+  return 0;
+}
+
+int32_t kxtools_compat_version_check(const kxtools_cmd_context* ctx) {
+  if (ctx == nullptr || ctx->cmd == nullptr) {
+    KXTOOLS_ERR("ctx invalid!\n");
+    return -1;
+  }
+  const kxtools_cmd_entry& entry = *ctx->cmd;
+  if (entry.major == UNGATED && entry.fw_minor == UNGATED && entry.drv_minor == UNGATED) {
+    return 0;
+  }
+  uint32_t module_id = 0;
+  if (kxtools_module_id_get(&entry, &module_id) != 0 || module_id >= MODULE_NUM) {
+    KXTOOLS_ERR("module_id %u invalid!\n", module_id);
+    return -1;
+  }
+  const uint32_t compat_id = COMPAT_ID_BY_MODULE[module_id];
+  if (compat_id >= KXTOOLS_COMPAT_NUM) {
+    KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", compat_id, KXTOOLS_COMPAT_NUM);
+    return -1;
+  }
+  return kxtools_compat_record_check(compat_id, ctx->compat[compat_id], entry.major, entry.fw_minor, entry.drv_minor);
+}
+
+// The firmware may be newer than the command in its firmware minor number, the command newer than the firmware in its
+// driver minor number.
+int32_t kxtools_compat_record_check(uint32_t compat_id, const kxtools_compat_record& record, uint8_t major,
+                                    uint8_t fw_minor, uint8_t drv_minor, const char* function, int line) {
+  const auto refuse = [&](const char* what, unsigned cmd, const char* relation, unsigned fw) {
+    kx_line_print(KX_STYLE_KXTOOLS_ERR, function, line, "cmd %s %u is %s fw %u!\n", what, cmd, relation, fw);
+    return -1;
+  };
+  if (record.item != compat_id + 1) {
+    return refuse("item", compat_id + 1, "not match", record.item);
+  }
+  if (major != record.major) {
+    return refuse("major", major, "not match", record.major);
+  }
+  if (fw_minor > record.fw_minor) {
+    return refuse("fw_minor", fw_minor, "higher than", record.fw_minor);
+  }
+  if (drv_minor < record.drv_minor) {
+    return refuse("drv_minor", drv_minor, "lower than", record.drv_minor);
+  }
+  return 0;
+}
+
+uint32_t kxtools_is_big_endian() {
+  return 1;
+}
+
+uint32_t kxtools_byte_switch(uint32_t value) {
+  return __builtin_bswap32(value);
+}

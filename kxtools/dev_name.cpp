@@ -1,0 +1,124 @@
+// PCI addresses as text, and the way from a device word to an address.
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "common/report.h"
+#include "dev_sysfs.h"
+#include "kxtools/dev.h"
+
+namespace {
+
+constexpr size_t SEGMENT_DIGITS = 4;
+constexpr size_t BUS_DIGITS = 2;
+constexpr size_t DEVICE_DIGITS = 2;
+constexpr uint32_t FUNCTION_MAX = 7;
+constexpr uint32_t DEVICE_MASK = 0x1F;
+constexpr size_t SBDF_TEXT_LENGTH = 12;
+
+// Reads 1 to `digits_max` hexadecimal digits that make up the whole of `text`.
+bool hex_read(std::string_view text, size_t digits_max, uint32_t* value) {
+  if (text.empty() || text.size() > digits_max) {
+    return false;
+  }
+  uint32_t result = 0;
+  for (const char c : text) {
+    if (isxdigit(static_cast<unsigned char>(c)) == 0) {
+      return false;
+    }
+    const auto digit =
+        static_cast<uint32_t>(isdigit(static_cast<unsigned char>(c)) != 0 ? c - '0' : (c | 0x20) - 'a' + 10);
+    result = result * 16 + digit;
+  }
+  *value = result;
+  return true;
+}
+
+struct sbdf_fields {
+  std::string_view segment, bus, device, function;
+};
+
+// Splits "segment:bus:device.function". False, whatever the fields hold, when the separators are others.
+bool fields_split(std::string_view text, sbdf_fields* fields) {
+  constexpr auto NPOS = std::string_view::npos;
+  const size_t first = text.find(':');
+  const size_t second = first == NPOS ? NPOS : text.find(':', first + 1);
+  if (second == NPOS || text.find(':', second + 1) != NPOS) {
+    return false;
+  }
+  const size_t dot = text.find('.', second + 1);
+  if (dot == NPOS) {
+    return false;
+  }
+  *fields = {text.substr(0, first), text.substr(first + 1, second - first - 1),
+             text.substr(second + 1, dot - second - 1), text.substr(dot + 1)};
+  return true;
+}
+
+}  // namespace
+
+int32_t pcie_sbdf_parse(kxtools_sbdf* sbdf, const char* text) {
+  sbdf_fields fields;
+  if (!fields_split(text, &fields)) {
+    return -1;
+  }
+  if (fields.function == "8" || fields.function == "9") {
+    kx_print("Max kx function is 7, Please check your sbdf!\n");
+    return -1;
+  }
+  uint32_t segment = 0;
+  uint32_t bus = 0;
+  uint32_t device = 0;
+  uint32_t function = 0;
+  if (!hex_read(fields.segment, SEGMENT_DIGITS, &segment) || !hex_read(fields.bus, BUS_DIGITS, &bus) ||
+      !hex_read(fields.device, DEVICE_DIGITS, &device) || !hex_read(fields.function, 1, &function) ||
+      function > FUNCTION_MAX) {
+    kx_print("Bind failed, Please input SBDF: xxxx:xx:xx.x!\n");
+    return -1;
+  }
+  *sbdf = segment << 16 | bus << 8 | (device & DEVICE_MASK) << 3 | function;
+  return 0;
+}
+
+void kxtools_sbdf_text(kxtools_sbdf sbdf, char (&text)[13]) {
+  snprintf(text, sizeof text, "%04x:%02x:%02x.%01x", kxtools_sbdf_segment(sbdf), kxtools_sbdf_bus(sbdf),
+           kxtools_sbdf_device(sbdf), kxtools_sbdf_function(sbdf));
+}
+
+int32_t kxtools_dev_name2bdf(const char* name, kxtools_sbdf* sbdf) {
+  if (name == nullptr || sbdf == nullptr) {
+    KXTOOLS_ERR("point is NULL\n");
+    return -1;
+  }
+  if (pcie_sbdf_parse(sbdf, name) == 0) {
+    return 0;
+  }
+  if (!kxtools_is_interface_name(name)) {
+    KXTOOLS_ERR("'%s' is neither a PCI address nor a network interface name\n", name);
+    return -1;
+  }
+  char path[64];
+  snprintf(path, sizeof path, "/sys/class/net/%s/device/uevent", name);
+  char slot[SBDF_TEXT_LENGTH + 1] = {};
+  switch (kxtools_uevent_slot_read(path, slot)) {
+    case kxtools_uevent_result::no_file:
+      KXTOOLS_ERR("fopen %s failed\n", path);
+      return -1;
+    case kxtools_uevent_result::no_slot:
+      KXTOOLS_ERR("pci_bus_id is NULL\n");
+      return -1;
+    case kxtools_uevent_result::found:
+      break;
+  }
+  if (strlen(slot) < SBDF_TEXT_LENGTH) {
+    KXTOOLS_ERR("format of bdf(%s) is err\n", slot);
+    return -1;
+  }
+  if (pcie_sbdf_parse(sbdf, slot) != 0) {
+    KXTOOLS_ERR("pcie_sbdf_parse %s failed\n", slot);
+    return -1;
+  }
+  return 0;
+}
