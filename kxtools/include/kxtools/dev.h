@@ -75,8 +75,8 @@ uint32_t is_tools_bind_pf(uint32_t vendor, uint32_t device);
 
 /// What the device choice needs of the PCIe module, which lies above this folder; set by the program entry.
 struct kxtools_dev_pcie_ops {
-  int32_t (*device_list_print)();                                     ///< bind_pcie_dev_help
-  int32_t (*sbdf_by_node_id)(uint32_t index, kxtools_sbdf* sbdf);     ///< get_sbdf_by_node_id
-  int32_t (*bind)(kxtools_sbdf sbdf);                                 ///< bind_pcie_dev_by_sbdf
+  int32_t (*device_list_print)();                                  ///< bind_pcie_dev_help
+  int32_t (*sbdf_by_node_id)(uint32_t index, kxtools_sbdf* sbdf);  ///< get_sbdf_by_node_id
+  int32_t (*bind)(kxtools_sbdf sbdf);                              ///< bind_pcie_dev_by_sbdf
 };
 void kxtools_dev_pcie_ops_set(const kxtools_dev_pcie_ops* ops);

@@ -11,10 +11,8 @@
 class kx_unique_fd {
  public:
   kx_unique_fd() = default;
-  explicit kx_unique_fd(int fd) : fd_(fd) {
-  }
-  kx_unique_fd(kx_unique_fd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {
-  }
+  explicit kx_unique_fd(int fd) : fd_(fd) {}
+  kx_unique_fd(kx_unique_fd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
   kx_unique_fd& operator=(kx_unique_fd&& other) noexcept {
     reset(std::exchange(other.fd_, -1));
     return *this;
@@ -49,11 +47,9 @@ class kx_unique_fd {
 class kx_mapping {
  public:
   kx_mapping() = default;
-  kx_mapping(void* data, size_t size) : data_(data), size_(size) {
-  }
+  kx_mapping(void* data, size_t size) : data_(data), size_(size) {}
   kx_mapping(kx_mapping&& other) noexcept
-      : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)) {
-  }
+      : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)) {}
   kx_mapping& operator=(kx_mapping&& other) noexcept {
     if (this != &other) {
       reset();
