@@ -1,0 +1,88 @@
+// Bit fields of registers and table entries. A register of `total_bits` bits is a big-endian byte string: bit 0 is the
+// least significant bit of its last byte, the highest bit stands in byte 0. A field is named by its most significant
+// bit and its length.
+//
+// The functions are inline, and touch the register in 32-bit words counted from its end, at most two for a field: words
+// of one grid, so that a field that follows another reads what was just stored without waiting for it.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#include "qlix_comm/types.h"
+
+namespace qlix_comm_detail {
+
+[[gnu::cold]] std::uint32_t report_bits(const char* function, const void* buffer, const void* value,
+                                        std::uint32_t total_bits, std::uint32_t msb, std::uint32_t length);
+
+/// Fields that touch the first, partial word of a register whose width is no multiple of 32 bits.
+void bits_write_bytes(std::uint8_t* buffer, std::uint32_t total_bits, std::uint32_t value, std::uint32_t msb,
+                      std::uint32_t length);
+std::uint32_t bits_read_bytes(const std::uint8_t* buffer, std::uint32_t total_bits, std::uint32_t msb,
+                              std::uint32_t length);
+
+inline bool bits_field_fits(std::uint32_t total_bits, std::uint32_t msb, std::uint32_t length) {
+  return msb < total_bits && length - 1 < 32 && length - 1 <= msb && total_bits % 8 == 0;
+}
+
+inline std::uint32_t bits_load(const std::uint8_t* at) {
+  std::uint32_t word;
+  memcpy(&word, at, sizeof word);
+  return std::endian::native == std::endian::little ? __builtin_bswap32(word) : word;
+}
+
+inline void bits_store(std::uint8_t* at, std::uint32_t word) {
+  word = std::endian::native == std::endian::little ? __builtin_bswap32(word) : word;
+  memcpy(at, &word, sizeof word);
+}
+
+}  // namespace qlix_comm_detail
+
+/// Writes the low `length` bits of `value` into bits msb ... msb-length+1; the other bits stay. `buffer` holds
+/// `total_bits` bits (a multiple of 8) and needs no alignment; length is 1 to 32. Null buffer: 0x1201; a field outside
+/// the register, a length outside 1 to 32 or a width that is no multiple of 8: 0x1205.
+inline std::uint32_t qlix_comm_write_bits_ex(std::uint8_t* buffer, std::uint32_t total_bits, std::uint32_t value,
+                                             std::uint32_t msb, std::uint32_t length) {
+  using namespace qlix_comm_detail;
+  if (buffer == nullptr || !bits_field_fits(total_bits, msb, length)) [[unlikely]] {
+    return report_bits(__func__, buffer, buffer, total_bits, msb, length);
+  }
+  const std::uint32_t lsb = msb - (length - 1);
+  if ((msb | 31) >= total_bits) [[unlikely]] {
+    bits_write_bytes(buffer, total_bits, value, msb, length);
+    return QLIX_COMM_OK;
+  }
+  std::uint8_t* const low = buffer + total_bits / 8 - 4 - lsb / 32 * 4;
+  const std::uint64_t mask = (~std::uint64_t{0} >> (64 - length)) << (lsb % 32);
+  const std::uint64_t bits = (std::uint64_t{value} << (lsb % 32)) & mask;
+  bits_store(low, (bits_load(low) & ~static_cast<std::uint32_t>(mask)) | static_cast<std::uint32_t>(bits));
+  if (mask >> 32 != 0) {
+    std::uint8_t* const high = low - 4;
+    bits_store(high,
+               (bits_load(high) & ~static_cast<std::uint32_t>(mask >> 32)) | static_cast<std::uint32_t>(bits >> 32));
+  }
+  return QLIX_COMM_OK;
+}
+
+/// Reads bits msb ... msb-length+1 into `*value`, right-aligned. Same ranges and codes; on failure `*value` stays.
+inline std::uint32_t qlix_comm_read_bits_ex(const std::uint8_t* buffer, std::uint32_t total_bits, std::uint32_t* value,
+                                            std::uint32_t msb, std::uint32_t length) {
+  using namespace qlix_comm_detail;
+  if (buffer == nullptr || value == nullptr || !bits_field_fits(total_bits, msb, length)) [[unlikely]] {
+    return report_bits(__func__, buffer, value, total_bits, msb, length);
+  }
+  const std::uint32_t lsb = msb - (length - 1);
+  if ((msb | 31) >= total_bits) [[unlikely]] {
+    *value = bits_read_bytes(buffer, total_bits, msb, length);
+    return QLIX_COMM_OK;
+  }
+  const std::uint8_t* const low = buffer + total_bits / 8 - 4 - lsb / 32 * 4;
+  std::uint64_t bits = bits_load(low);
+  if (msb / 32 != lsb / 32) {
+    bits |= std::uint64_t{bits_load(low - 4)} << 32;
+  }
+  *value = static_cast<std::uint32_t>((bits >> (lsb % 32)) & (~std::uint64_t{0} >> (64 - length)));
+  return QLIX_COMM_OK;
+}

@@ -1,0 +1,77 @@
+// Red-black tree of byte-string keys of one length, with a list of all nodes in key order.
+//
+// Static mode (max > 0): the tree owns max nodes and keys, taken at init; results are slot numbers (u32).
+// Dynamic mode (max 0): the caller's records begin with a node; results are node pointers (qlix_comm_rb_node*). The key
+// that a node points to must stay as it is while the node is linked.
+//
+// Nothing locks: the caller serialises access to one tree. Null arguments are 0x1201.
+#pragma once
+
+#include <cstdint>
+
+#include "qlix_comm/double_link.h"
+#include "qlix_comm/liststack.h"
+
+inline constexpr std::uint32_t QLIX_COMM_RB_RED = 1;
+inline constexpr std::uint32_t QLIX_COMM_RB_BLACK = 2;
+
+/// Compares two keys of `key_size` bytes: negative, 0 or positive.
+using qlix_comm_rb_cmp = std::int32_t (*)(const void* key_a, const void* key_b, std::uint32_t key_size);
+
+/// The list node comes first: what releases a list's nodes (qlix_comm_dlink_release) releases whole records.
+struct qlix_comm_rb_node {
+  qlix_comm_double_link_node order;  ///< data = this node
+  void* key;
+  std::uint32_t slot_colour;  ///< slot number in bits 31..2, colour in bits 1..0 (1 red, 2 black, 0 cleared)
+  std::uint32_t key_head;     ///< private to the tree
+  qlix_comm_rb_node* left;
+  qlix_comm_rb_node* right;
+  qlix_comm_rb_node* parent;
+};
+
+struct qlix_comm_rb {
+  std::uint32_t key_size;
+  std::uint32_t dynamic;  ///< 1 in dynamic mode
+  qlix_comm_rb_node* root;
+  qlix_comm_double_link order;  ///< all nodes, smallest key first
+  qlix_comm_rb_cmp cmp;
+  qlix_comm_liststack* slot_stack;  ///< static mode
+  std::uint8_t* key_pool;           ///< static mode: key of slot k at k * key_size
+  qlix_comm_rb_node* node_pool;     ///< static mode: node of slot k at k
+  std::uint32_t inited;
+};
+
+/// The default compare: byte by byte, as memcmp.
+std::int32_t qlix_comm_rb_def_cmp(const void* key_a, const void* key_b, std::uint32_t key_size);
+
+/// Prepares a record that is all zero; a null cmp selects the default. A record initialised before prints a line and
+/// stays as it is, 0. key_size 0, or a key pool above 32 bits: 0x1205; no memory: 0x1201 or the index stack's code, and
+/// nothing is kept.
+std::uint32_t qlix_comm_rb_init(qlix_comm_rb* tree, std::uint32_t max, std::uint32_t key_size, qlix_comm_rb_cmp cmp);
+/// Releases the pools and clears the record. Dynamic nodes belong to the caller and are not touched.
+std::uint32_t qlix_comm_rb_destroy(qlix_comm_rb* tree);
+
+/// Static: copies the key in, out (u32*) = its slot. Dynamic: links the caller's node, whose key pointer is set, out
+/// (qlix_comm_rb_node**) = the node. A key that exists: 0x1001 with its slot or node; no free slot: 0x1003.
+std::uint32_t qlix_comm_rb_insert(qlix_comm_rb* tree, void* key_or_node, void* out);
+/// Static only (dynamic: 0x1005): inserts the key into the given free slot. 0x1001, or the index stack's code.
+std::uint32_t qlix_comm_rb_insert_spec_index(qlix_comm_rb* tree, const void* key, std::uint32_t slot);
+/// Removes the key: out = its slot, now free and cleared, or the unlinked node, which goes back to the caller. Absent:
+/// 0x1002.
+std::uint32_t qlix_comm_rb_delete(qlix_comm_rb* tree, const void* key, void* out);
+/// out = slot or node of the key. Absent: 0x1002.
+std::uint32_t qlix_comm_rb_search(const qlix_comm_rb* tree, const void* key, void* out);
+
+/// 1 when the tree holds nothing, else 0.
+std::uint32_t qlix_comm_rb_is_none(const qlix_comm_rb* tree);
+/// First and last node of the order list, null in an empty tree.
+std::uint32_t qlix_comm_rb_get_1st_tn(const qlix_comm_rb* tree, qlix_comm_double_link_node** node);
+std::uint32_t qlix_comm_rb_get_last_tn(const qlix_comm_rb* tree, qlix_comm_double_link_node** node);
+/// Copy the smallest and largest key to `key` (key_size bytes). Empty: 0x1004.
+std::uint32_t qlix_comm_rb_get_1st_key(const qlix_comm_rb* tree, void* key);
+std::uint32_t qlix_comm_rb_get_last_key(const qlix_comm_rb* tree, void* key);
+
+/// Slot number of a node of a static tree.
+inline std::uint32_t qlix_comm_rb_node_slot(const qlix_comm_rb_node* node) {
+  return node->slot_colour >> 2;
+}
