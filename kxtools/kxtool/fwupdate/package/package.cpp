@@ -140,12 +140,18 @@ int32_t fw_package_header_read(const fw_package& package, fw_package_part part, 
   if (header_read(package.fd.get(), fw_package_base(package, part), header) != 0) {
     return -1;
   }
-  if (package.kind == FW_KIND_ONE_PARTITION) {
+  fw_header_place(package.kind, header);
+  return 0;
+}
+
+void fw_header_place(fw_package_kind kind, fw_header* header) {
+  header->data_base = 0;
+  header->home = 0;
+  if (kind == FW_KIND_ONE_PARTITION) {
     const auto below = [](const fw_image& image) { return image.flash_offset < FW_BASE_PART_A; };
     header->home = std::ranges::any_of(header->table(), below) ? 0 : static_cast<uint32_t>(FW_BASE_PART_A);
     header->data_base = FW_BASE_KIND_1;
   }
-  return 0;
 }
 
 bool fw_header_is_old_layout(const fw_header& header) {

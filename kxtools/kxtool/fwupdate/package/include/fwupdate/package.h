@@ -96,6 +96,9 @@ int32_t fw_package_boot_stage_check(const fw_package& package);
 /// A wrong fw_cnt is no failure. Returns 0 or -1.
 int32_t fw_package_header_read(const fw_package& package, fw_package_part part, fw_header* header);
 
+/// Sets where the file mirrors the flash, from the kind and the image table.
+void fw_header_place(fw_package_kind kind, fw_header* header);
+
 /// True for the layout whose first image, of type 1, lies below 0x10000: cards no longer take it.
 bool fw_header_is_old_layout(const fw_header& header);
 

@@ -1,0 +1,135 @@
+// kxpkg as its users run it: what it writes the reader reads back, and what the update would refuse it names.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "fwupdate/package.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct outcome {
+  int status;
+  std::string text;  // both streams
+};
+
+class Kxpkg : public testing::Test {
+ protected:
+  void SetUp() override {
+    char name[] = "/tmp/kxpkg_XXXXXX";
+    ASSERT_NE(mkdtemp(name), nullptr);
+    folder_ = name;
+    write("a.bin", std::string(5000, 'a'));
+    write("b.bin", std::string(2029, 'b'));
+  }
+  void TearDown() override {
+    fs::remove_all(folder_);
+  }
+  std::string path(const std::string& name) const {
+    return folder_ + "/" + name;
+  }
+  void write(const std::string& name, const std::string& content) const {
+    std::ofstream(path(name)) << content;
+  }
+  static outcome run(const std::string& words) {
+    FILE* pipe = popen((KXPKG_PATH " " + words + " 2>&1").c_str(), "re");
+    std::string text;
+    for (int c = fgetc(pipe); c != EOF; c = fgetc(pipe)) {
+      text += static_cast<char>(c);
+    }
+    return {WEXITSTATUS(pclose(pipe)), text};
+  }
+  outcome build(const std::string& description) const {
+    write("d.json", description);
+    return run("build " + path("d.json") + " " + path("out.pkg"));
+  }
+  std::string folder_;
+};
+
+TEST_F(Kxpkg, BuiltPackageHoldsTheImagesWhereTheReaderLooks) {
+  const outcome built = build(R"({"identification": "TARN-FW-EVB-1", "kind": 2,
+      "images": [{"file": "a.bin", "offset": "0x41000", "type": 2}, {"offset": 0, "type": 9}],
+      "part_b": {"images": [{"file": "b.bin", "offset": 53481472, "type": 3}]}})");
+  ASSERT_EQ(built.status, 0) << built.text;
+  fw_package package;
+  ASSERT_EQ(fw_package_open(path("out.pkg").c_str(), &package), fw_open_result::opened);
+  EXPECT_EQ(package.kind, FW_KIND_WHOLE_FLASH);
+  fw_header header;
+  uint32_t sum = 0;
+  ASSERT_EQ(fw_package_header_read(package, FW_PART_A, &header), 0);
+  EXPECT_EQ(header.identification(), "TARN-FW-EVB-1");
+  ASSERT_EQ(header.fw_cnt, 2u);
+  ASSERT_EQ(fw_image_checksum(package, header, header.images[0], &sum), 0);
+  EXPECT_EQ(sum, 5000u * 'a');
+  EXPECT_EQ(header.images[1].size, 0u);
+  ASSERT_EQ(fw_package_header_read(package, FW_PART_B, &header), 0);
+  ASSERT_EQ(fw_image_checksum(package, header, header.images[0], &sum), 0);
+  EXPECT_EQ(sum, 2029u * 'b');
+  const outcome info = run("info " + path("out.pkg"));
+  EXPECT_EQ(info.status, 0);
+  EXPECT_NE(info.text.find("board type      EVB"), std::string::npos) << info.text;
+  EXPECT_EQ(run("check " + path("out.pkg")).status, 0);
+}
+
+TEST_F(Kxpkg, WrongDescriptionsAndImagesLeaveNoPackage) {
+  const std::string image = R"({"file": "a.bin", "offset": "0x41000", "type": 2})";
+  const auto one = [](const std::string& images) {
+    return R"({"identification": "TARN-FW-EVB-1", "kind": 1, "images": [)" + images + "]}";
+  };
+  struct {
+    std::string description;
+    const char* reason;
+  } const cases[] = {
+      {"{", "is no JSON"},
+      {"[]", "must be a JSON object"},
+      {R"({"kind": 1, "images": []})", "\"identification\" must be a text"},
+      {R"({"identification": "TARN-FW-EVB-1", "kind": 3, "images": []})",
+       "\"kind\" must be a whole number from 0 to 2"},
+      {R"({"identification": "TARN-FW-EVB-1", "kind": 2, "images": []})", "\"part_b\" belongs to kind 2"},
+      {one(""), "holds 0 images"},
+      {one(R"({"file": "a.bin", "offset": "0x41000", "type": 2, "size": 3})"), "unknown key \"size\""},
+      {one(R"({"file": "a.bin", "offset": "-1", "type": 2})"), "\"offset\" must be a whole number"},
+      {one(R"({"file": "a.bin", "offset": 1.5, "type": 2})"), "\"offset\" must be a whole number"},
+      {one(R"({"file": "a.bin", "offset": 0, "type": 256})"), "\"type\" must be a whole number from 0 to 255"},
+      {one(R"({"file": "none.bin", "offset": "0x41000", "type": 2})"), "none.bin: No such file"},
+      {one(image + "," + image), "share bytes"},
+      {one(R"({"file": "a.bin", "offset": "0x40000", "type": 2})"), "the header at file offset 0x100"},
+      {one(R"({"file": "a.bin", "offset": "0x41001", "type": 2})"), "is no multiple of 4096"},
+      {one(R"({"file": "a.bin", "offset": "0x41000", "type": 255})"), "flash device id 255"},
+      {one(R"({"file": "a.bin", "offset": "0xFFFFF000", "type": 2})"), "is no file that fits"},
+      {one(R"({"file": "a.bin", "offset": "0xF000", "type": 1})"), "old layout"},
+      {R"({"identification": "EVB", "kind": 1, "images": [)" + image + "]}", "not of the form TARN-FW-BOARDTYPE-XXX"},
+  };
+  for (const auto& test : cases) {
+    const outcome built = build(test.description);
+    EXPECT_EQ(built.status, 1) << test.description;
+    EXPECT_NE(built.text.find(test.reason), std::string::npos) << test.description << "\n" << built.text;
+    EXPECT_FALSE(fs::exists(path("out.pkg"))) << test.description;
+  }
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 3) << "a temporary file was left";
+}
+
+TEST_F(Kxpkg, CheckNamesEveryReason) {
+  ASSERT_EQ(build(R"({"identification": "TARN-FW-EVB-1", "kind": 1, "images": [
+      {"file": "a.bin", "offset": "0x41000", "type": 2}, {"file": "b.bin", "offset": "0x43000", "type": 2}]})")
+                .status,
+            0);
+  fs::resize_file(path("out.pkg"), 256 + 0x1000 + 10);
+  const outcome cut = run("check " + path("out.pkg"));
+  EXPECT_EQ(cut.status, 1);
+  EXPECT_NE(cut.text.find("part A image 0: 5000 bytes at file offset 0x1100 reach past the file's end"),
+            std::string::npos);
+  EXPECT_NE(cut.text.find("part A image 1: 2029 bytes at file offset 0x3100 reach past the file's end"),
+            std::string::npos);
+  EXPECT_EQ(run("check " + path("a.bin")).status, 1);
+  EXPECT_EQ(run("check " + path("none")).status, 1);
+  EXPECT_EQ(run("frob").status, 2);
+}
+
+}  // namespace
