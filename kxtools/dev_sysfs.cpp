@@ -25,15 +25,15 @@ using file_owner = std::unique_ptr<FILE, file_closer>;
 // Reads one line of at most LINE_SIZE - 1 characters without its newline; the rest of a longer line is skipped, so that
 // it never passes for a line of its own. False at the end of the file.
 bool line_read(FILE* file, char (&line)[LINE_SIZE]) {
-  if (fgets(line, sizeof line, file) == nullptr) {
+  int c = getc(file);
+  if (c == EOF) {
     return false;
   }
-  const size_t length = strcspn(line, "\n");
-  if (line[length] == '\0') {
-    int c = 0;
-    do {
-      c = fgetc(file);
-    } while (c != '\n' && c != EOF);
+  size_t length = 0;
+  for (; c != '\n' && c != EOF; c = getc(file)) {
+    if (length < LINE_SIZE - 1) {
+      line[length++] = static_cast<char>(c);
+    }
   }
   line[length] = '\0';
   return true;

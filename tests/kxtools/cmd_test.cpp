@@ -1,0 +1,219 @@
+// Command lines: how they split, what they find in the tree, and what is said when they find nothing.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cmd_line.h"
+#include "kxtools/shell.h"
+#include "test_tree.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+
+TEST(CommandLine, SplitsAtRunsOfBlanksOnly) {
+  const struct {
+    const char* line;
+    std::vector<std::string> words;
+  } cases[] = {
+      {"quit", {"quit"}},
+      {"  kxtool   -v ", {"kxtool", "-v"}},
+      {"a\tb c\r", {"a\tb", "c\r"}},
+      {"'a b' \\ c", {"'a", "b'", "\\", "c"}},
+      {"\x80\xff \x1b[0m", {"\x80\xff", "\x1b[0m"}},
+      {"   ", {}},
+  };
+  for (const auto& c : cases) {
+    const kxtools_cmd_context_owner ctx = kxtools_cmd_context_malloc(c.line);
+    ASSERT_NE(ctx, nullptr);
+    EXPECT_THAT(std::vector<std::string>(ctx->argp, ctx->argp + ctx->argc), ElementsAreArray(c.words)) << c.line;
+  }
+  EXPECT_EQ(kxtools_cmd_context_malloc(""), nullptr);
+  EXPECT_EQ(kxtools_cmd_context_malloc(nullptr), nullptr);
+}
+
+TEST(CommandLine, HasNoLimitOnWords) {
+  std::string line;
+  for (int i = 0; i < 20000; i++) {
+    line += "w ";
+  }
+  EXPECT_EQ(kxtools_cmd_context_malloc(line.c_str())->argc, 20000u);
+}
+
+class Dispatcher : public testing::Test {
+ protected:
+  void SetUp() override {
+    test_tree_reset();
+  }
+  int32_t result_ = 0;
+};
+
+TEST_F(Dispatcher, HandsTheWordsAfterTheMatchToTheHandler) {
+  test_tree_status_set(7);
+  EXPECT_EQ(test_line_run("kxnp  group deep  1 group", &result_), "");
+  EXPECT_EQ(result_, 7);
+  ASSERT_EQ(test_tree_calls().size(), 1u);
+  EXPECT_EQ(test_tree_calls()[0].entry, "deep");
+  EXPECT_THAT(test_tree_calls()[0].words, ElementsAre("1", "group"));
+}
+
+TEST_F(Dispatcher, SaysWhyALineDoesNotRun) {
+  const struct {
+    const char* line;
+    const char* said;
+  } cases[] = {
+      {"kxtool foo", "kxtool foo: No such command for kxtools!\n"},
+      {"kxt", "kxt: No such command for kxtools!\n"},
+      {"kxnp sho", "kxnp sho: No such command for kxtools!\n"},
+      {"kxnp showx 1", "kxnp showx 1: No such command for kxtools!\n"},
+      {"kxnp group\tdeep", "kxnp group\tdeep: No such command for kxtools!\n"},
+      {"kxtool reset eth0", "kxtool reset eth0: No execution permission!\n"},
+      {"kxnp hidden deep", "kxnp hidden deep: No execution permission!\n"},
+      {"kxrdma x", "kxtools_err: [kxtools_module_help][#] para is err!\nkxrdma x: Command exec failed!\n"},
+      {"kxvqm x", "kxtools_err: [kxtools_module_help][#] para is err!\nkxvqm x: Command exec failed!\n"},
+      {"help me", "kxtools_err: [kxtools_help][#] para is err!\nhelp me: Command exec failed!\n"},
+      {"quit now", "kxtools_err: [kxtools_quit][#] para is err!\nquit now: Command exec failed!\n"},
+      {"logout x", "kxtools_err: [kxtools_permission_logout][#] para is err!\nlogout x: Command exec failed!\n"},
+      {"   ", ""},
+      {"", ""},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(without_line_numbers(test_line_run(c.line, &result_)), c.said);
+    EXPECT_EQ(result_, -1) << c.line;
+  }
+  EXPECT_TRUE(test_tree_calls().empty());
+}
+
+TEST_F(Dispatcher, ReportsANegativeResultAndKeepsIt) {
+  test_tree_status_set(-5);
+  EXPECT_EQ(test_line_run("kxnp show", &result_), "kxnp show: Command exec failed!\n");
+  EXPECT_EQ(result_, -5);
+}
+
+TEST_F(Dispatcher, AGroupWithoutHandlerDoesNothing) {
+  EXPECT_EQ(test_line_run("kxnp group", &result_), "");
+  EXPECT_EQ(result_, 0);
+}
+
+TEST_F(Dispatcher, TakesTheFirstWordOfAMaintenanceLineAsItsDevice) {
+  const struct {
+    const char* line;
+    bool takes_device;
+  } cases[] = {
+      {"kxtool sn_info a/b", true},  {"kxtool -v a/b", true},          {"kxtool sn_info a/b -h", true},
+      {"kxtool sn_info -h x", true}, {"kxtool repair a/b", false},     {"kxtool sn_info", false},
+      {"kxtool sn_info -h", false},  {"kxtool sn_info --help", false}, {"kxnp show a/b", false},
+  };
+  for (const auto& c : cases) {
+    test_tree_reset();
+    const std::string said = without_line_numbers(test_line_run(c.line, &result_));
+    EXPECT_EQ(result_, c.takes_device ? -1 : 0) << c.line;
+    EXPECT_EQ(test_tree_calls().size(), c.takes_device ? 0u : 1u) << c.line;
+    EXPECT_EQ(said.find("kxtools_err: [kxtools_cmd_execute][#] kxtools_dev_name2bdf failed!\n") != std::string::npos,
+              c.takes_device)
+        << said;
+  }
+}
+
+TEST_F(Dispatcher, SuperUserLevelIsEnteredWithTheAccessWordOnly) {
+  const struct {
+    const char* line;
+    const char* said;
+    uint32_t level;
+  } cases[] = {
+      {"su", "kxtools_err: [kxtools_permission_switch][#] argc 0 error!\nsu: Command exec failed!\n", 0},
+      {"su opsu opsu",
+       "kxtools_err: [kxtools_permission_switch][#] argc 2 error!\nsu opsu opsu: Command exec failed!\n", 0},
+      {"su Opsu", "kxtools_err: [kxtools_permission_switch][#] argp Opsu error!\nsu Opsu: Command exec failed!\n", 0},
+      {"su ops", "kxtools_err: [kxtools_permission_switch][#] argp ops error!\nsu ops: Command exec failed!\n", 0},
+      {"su opsux", "kxtools_err: [kxtools_permission_switch][#] argp opsux error!\nsu opsux: Command exec failed!\n",
+       0},
+      {"su opsu", "Warning: You have entered super user mode, operations may cause system anomalies!!!\n\n\n", 1},
+      {"su opsu", "Warning: You have entered super user mode, operations may cause system anomalies!!!\n\n\n", 1},
+      {"su root", "kxtools_err: [kxtools_permission_switch][#] argp root error!\nsu root: Command exec failed!\n", 1},
+      {"logout", "", 0},
+      {"logout", "", 0},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(without_line_numbers(test_line_run(c.line, &result_)), c.said);
+    EXPECT_EQ(kxtools_permission_get(), c.level) << c.line;
+    EXPECT_STREQ(kxtools_prompt_get(), c.level == 1 ? "[root@kxtool]#" : "[kxtool]>");
+  }
+}
+
+TEST_F(Dispatcher, PromptNamesTheDeviceAndNeverOverflows) {
+  EXPECT_EQ(kxtools_prompt_set("0000:3b:00.1"), 0);
+  EXPECT_STREQ(kxtools_prompt_get(), "[kxtool:0000:3b:00.1]>");
+  EXPECT_EQ(kxtools_prompt_set(std::string(200, 'x').c_str()), 0);
+  EXPECT_EQ(kxtools_prompt_get(), "[kxtool:" + std::string(91, 'x'));
+  EXPECT_EQ(kxtools_prompt_set(""), 0);
+}
+
+TEST_F(Dispatcher, ModuleHelpShowsTheVisibleTree) {
+  const auto padded = [](std::string name) {
+    name.resize(65, ' ');
+    return name;
+  };
+  const std::string user = padded("kxnp") + "kxnp help info\n" + padded("kxnp show") + "\n" + padded("kxnp group") +
+                           "group help\n" + padded("kxnp group deep") + "deep help\n";
+  EXPECT_EQ(test_line_run("kxnp", &result_), user);
+  EXPECT_EQ(test_line_run("kxrdma", &result_), padded("kxrdma") + "kxrdma help info\n");
+  EXPECT_EQ(result_, 0);
+  // Usage blocks stand on lines of their own; four blanks alone are no block.
+  EXPECT_THAT(
+      test_line_run("kxtool", &result_),
+      testing::StartsWith(padded("kxtool") + "kxtool help info\n" + padded("kxtool -f") + "\n    COMMAND:\n    -f\n\n" +
+                          padded("kxtool -fw") + "\n    x\n" + padded("kxtool -v") + "    \n" +
+                          padded("kxtool repair") + "help\n" + padded("kxtool sn_info")));
+  test_line_run("su opsu", &result_);
+  EXPECT_EQ(test_line_run("kxnp", &result_), user + padded("kxnp group deep_root") + "\n" + padded("kxnp hidden") +
+                                                 "hidden group\n" + padded("kxnp hidden deep") + "deep help\n" +
+                                                 padded("kxnp hidden deep_root") + "\n");
+}
+
+TEST_F(Dispatcher, HelpListsTheTwelveEntries) {
+  const std::string text = test_line_run("help", &result_);
+  EXPECT_THAT(text, testing::StartsWith("kxtool                        kxtool help info\n"
+                                        "kxnp                          kxnp help info\n"));
+  EXPECT_THAT(text, testing::EndsWith("sbdf                          bind a new device\n"
+                                      "help                          display this help info\n"));
+  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 12);
+}
+
+TEST_F(Dispatcher, FindsTheModuleOfAnEntryOverThreeLevels) {
+  uint32_t id = 99;
+  const kxtools_cmd_entry* np = kxtools_cmd_sub_list_addr_get(KXTOOLS_MODULE_KXNP);
+  const kxtools_cmd_entry* const entries[] = {kxtools_cmd_list_addr_get() + 1, np, &np[1], &np[1].sub_cmd_list[1]};
+  for (const kxtools_cmd_entry* entry : entries) {
+    EXPECT_EQ(kxtools_module_id_get(entry, &id), 0);
+    EXPECT_EQ(id, KXTOOLS_MODULE_KXNP) << entry->name;
+  }
+  EXPECT_EQ(kxtools_module_id_get(kxtools_cmd_list_addr_get() + 11, &id), 0);
+  EXPECT_EQ(id, 11u);
+}
+
+TEST_F(Dispatcher, NamesABrokenTable) {
+  static constexpr kxtools_cmd_entry NO_LIST[] = {{"x", nullptr, nullptr, 0, 0, 0, 0, 3, nullptr}};
+  static constexpr kxtools_cmd_entry STRANGER = {"s", nullptr, nullptr, 0, 0, 0, 0, 0, nullptr};
+  const struct {
+    const kxtools_cmd_entry* table;
+    uint32_t count;
+    const char* said;
+  } cases[] = {
+      {nullptr, 2, "kxtools_err: [kxtools_module_id_get][#] kxtools_command_list[1].sub_cmd_list is NULL!\n"},
+      {NO_LIST, 1,
+       "kxtools_err: [kxtools_module_id_get][#] kxtools_command_list[1].sub_cmd_list[0].sub_cmd_list is NULL!\n"},
+      {nullptr, 0, "kxtools_err: [kxtools_module_id_get][#] no module_id found!\n"},
+  };
+  for (const auto& c : cases) {
+    uint32_t id = 0;
+    ASSERT_EQ(kxtools_cmd_register(KXTOOLS_MODULE_KXNP, c.table, c.count), 0);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(kxtools_module_id_get(&STRANGER, &id), -1);
+    EXPECT_EQ(without_line_numbers(testing::internal::GetCapturedStdout()), c.said);
+  }
+  EXPECT_EQ(kxtools_cmd_register(7, NO_LIST, 1), -1);
+  EXPECT_EQ(kxtools_cmd_sub_list_addr_get(7), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,23 @@
+// A small command tree for the tests: a maintenance module, a module of three levels, and what their handlers saw.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "kxtools/cmd.h"
+
+struct handler_call {
+  std::string entry;
+  std::vector<std::string> words;
+};
+
+/// Registers the tables; the calls of earlier tests are forgotten, the level is 0, the records are the defaults.
+void test_tree_reset();
+const std::vector<handler_call>& test_tree_calls();
+/// What every handler of the tree returns.
+void test_tree_status_set(int32_t status);
+
+/// Runs `line` and returns what it printed; `result` gets its status.
+std::string test_line_run(const char* line, int32_t* result);
+/// `text` with the line number in each "[function][number]" replaced by '#'.
+std::string without_line_numbers(const std::string& text);
