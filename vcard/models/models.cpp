@@ -6,6 +6,7 @@ namespace vcard {
 
 void models_attach(Card& card) {
   information_attach(card);
+  firmware_update_attach(card);
   scripted_notices_attach(card);
 }
 

@@ -12,6 +12,8 @@ void models_attach(Card& card);
 /// Identity and state of the card: general requests 0, 9, 15, 18 and 21, the BAR offset request, compatibility records
 /// and feature word in BAR 0.
 void information_attach(Card& card);
+/// Firmware update: event 27 and the flash behind it.
+void firmware_update_attach(Card& card);
 /// Notices that the card file scripts: sent after a tool has attached.
 void scripted_notices_attach(Card& card);
 
