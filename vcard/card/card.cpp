@@ -30,7 +30,9 @@ Card::~Card() {
 
 bool Card::create(const CardFolders& folders) {
   folders_ = folders;
-  auto tree_path = [&](const std::string& name) { return folders.tree.empty() ? std::string() : folders.tree + "/" + name; };
+  auto tree_path = [&](const std::string& name) {
+    return folders.tree.empty() ? std::string() : folders.tree + "/" + name;
+  };
   if (bar_size_ != 0 && !bar0_.create(tree_path("bar0"), bar_size_)) {
     return false;
   }

@@ -55,8 +55,7 @@ std::string syntax_complaint(std::string_view text, const char* where) {
 
 }  // namespace
 
-CardFile::CardFile() : CardFile("{}") {
-}
+CardFile::CardFile() : CardFile("{}") {}
 
 CardFile::CardFile(std::string_view text) : state_(std::make_unique<State>()) {
   const char* end = text.data();
@@ -89,7 +88,8 @@ CardSection CardFile::section(const char* key) {
 
 namespace {
 
-/// Every value below `object` that was never read. A section that was read is searched; one that was not is named whole.
+/// Every value below `object` that was never read. A section that was read is searched; one that was not is named
+/// whole.
 void unread_collect(const cJSON* object, const std::string& path, const std::unordered_set<const cJSON*>& read,
                     std::vector<std::string>& lines) {
   size_t index = 0;
@@ -119,8 +119,7 @@ std::vector<std::string> CardFile::complaints() const {
 }
 
 CardSection::CardSection(CardFile* file, const cJSON* object, std::string path)
-    : file_(file), object_(object), path_(std::move(path)) {
-}
+    : file_(file), object_(object), path_(std::move(path)) {}
 
 const cJSON* CardSection::find(const char* key) const {
   const cJSON* item = object_ != nullptr ? cJSON_GetObjectItemCaseSensitive(object_, key) : nullptr;

@@ -71,8 +71,7 @@ struct ExtendedCapability {
 
 class ConfigWriter {
  public:
-  explicit ConfigWriter(std::span<uint8_t> bytes) : bytes_(bytes) {
-  }
+  explicit ConfigWriter(std::span<uint8_t> bytes) : bytes_(bytes) {}
   template <typename T>
   void put(size_t offset, T value) {
     for (size_t i = 0; i < sizeof(T); ++i) {
@@ -142,9 +141,9 @@ void capabilities_fill(const PciFunction& function, ConfigWriter& config) {
     config.put<uint16_t>(power_capability + 4, function.power_state);
   }
   if (function.is_card()) {
-    config.put<uint16_t>(msix_capability + 2, 63);           // 64 vectors
-    config.put<uint32_t>(msix_capability + 4, 0x00010000);   // table in BAR 0
-    config.put<uint32_t>(msix_capability + 8, 0x00018000);   // pending bits in BAR 0
+    config.put<uint16_t>(msix_capability + 2, 63);          // 64 vectors
+    config.put<uint32_t>(msix_capability + 4, 0x00010000);  // table in BAR 0
+    config.put<uint32_t>(msix_capability + 8, 0x00018000);  // pending bits in BAR 0
   }
   config.put<uint16_t>(express_capability + 2, 0x0002);
   config.put<uint32_t>(express_capability + 0x0c, 0x00000104);  // x16 at 16 GT/s

@@ -10,8 +10,7 @@
 namespace vcard {
 
 Storage::Storage(Storage&& other) noexcept
-    : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)) {
-}
+    : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)) {}
 
 Storage& Storage::operator=(Storage&& other) noexcept {
   std::swap(data_, other.data_);

@@ -1,7 +1,7 @@
 // What the card knows of itself: identity, temperatures, compatibility records, and the requests that ask for them.
 
-#include <array>
 #include <algorithm>
+#include <array>
 #include <numeric>
 
 #include "vcard/card.h"
@@ -171,8 +171,8 @@ class Information {
   }
 
   int32_t answer_bar_offset(ByteView request, Bytes& reply) const {
-    uint16_t token = std::accumulate(request.begin(), request.begin() + std::min<std::ptrdiff_t>(4, std::ssize(request)),
-                                     uint16_t{0});
+    uint16_t token = std::accumulate(request.begin(),
+                                     request.begin() + std::min<std::ptrdiff_t>(4, std::ssize(request)), uint16_t{0});
     reply.resize(bar_offset_reply_length);
     put_le<uint16_t>(reply, 4, wrong_token_ ? static_cast<uint16_t>(token + 1) : token);
     put_le<uint32_t>(reply, 8, bar_offset_);

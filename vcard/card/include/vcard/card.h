@@ -1,7 +1,7 @@
 // The card behind all wires. One object owns everything that the card is; models attach to it, wires call into it.
 //
-// One lock guards the card. Request handlers, memory blocks, poll callbacks and scheduled actions all run under it, so a
-// model needs no lock of its own and must not wait inside.
+// One lock guards the card. Request handlers, memory blocks, poll callbacks and scheduled actions all run under it, so
+// a model needs no lock of its own and must not wait inside.
 #pragma once
 
 #include <sys/types.h>
@@ -32,15 +32,15 @@ struct CardFolders {
 
 class Card {
  public:
-  /// The bare card of `file`, without models: models_attach adds them. Complaints are left in `file`. Both references must
-  /// outlive the card.
+  /// The bare card of `file`, without models: models_attach adds them. Complaints are left in `file`. Both references
+  /// must outlive the card.
   Card(CardFile& file, RequestLog& log);
   ~Card();
   Card(const Card&) = delete;
   Card& operator=(const Card&) = delete;
 
-  /// Creates BAR 0 and the configuration spaces in the folders, then lets the models set up in them. Called once, before
-  /// start. False with errno.
+  /// Creates BAR 0 and the configuration spaces in the folders, then lets the models set up in them. Called once,
+  /// before start. False with errno.
   bool create(const CardFolders& folders);
 
   /// Starts and stops the card thread, which runs poll callbacks and scheduled actions.
@@ -83,8 +83,8 @@ class Card {
   }
   /// For models, while attaching: `hook` runs inside create, when BAR 0 and configuration spaces exist.
   void on_create(std::function<void()> hook);
-  /// For models: calls `poll` on the card thread, at most every `period` while it returns true (it found work) and for a
-  /// short time after; then less and less often, down to once in two milliseconds, until it finds work again.
+  /// For models: calls `poll` on the card thread, at most every `period` while it returns true (it found work) and for
+  /// a short time after; then less and less often, down to once in two milliseconds, until it finds work again.
   void poll_every(std::chrono::microseconds period, std::function<bool()> poll);
   /// For models: runs `action` once on the card thread after `delay`.
   void schedule(std::chrono::milliseconds delay, std::function<void()> action);

@@ -1,9 +1,9 @@
 // The card file: a JSON document that says what the virtual card is and what it does wrong.
 //
-// Every value has a default, so an empty file is a healthy card. Who needs a value asks its section for it by key. A key
-// that nobody asked for, a value of the wrong type and a number out of range are complaints, one line each with the path
-// of the value ("faults.mailbox.silnt: unknown key"): a misspelt fault must not silently test nothing. The key "comment"
-// is free in every section.
+// Every value has a default, so an empty file is a healthy card. Who needs a value asks its section for it by key. A
+// key that nobody asked for, a value of the wrong type and a number out of range are complaints, one line each with the
+// path of the value ("faults.mailbox.silnt: unknown key"): a misspelt fault must not silently test nothing. The key
+// "comment" is free in every section.
 //
 // A number is a JSON number or, for the full 64 bits, a text: "0x6208000000", "12".
 #pragma once
@@ -23,8 +23,8 @@ namespace vcard {
 
 class CardFile;
 
-/// One JSON object of the card file, or the absence of one: then every getter returns its fallback. Getters that find an
-/// unusable value complain to the file and return the fallback. Valid as long as the CardFile.
+/// One JSON object of the card file, or the absence of one: then every getter returns its fallback. Getters that find
+/// an unusable value complain to the file and return the fallback. Valid as long as the CardFile.
 class CardSection {
  public:
   bool has(const char* key) const;

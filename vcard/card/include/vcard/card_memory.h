@@ -21,8 +21,7 @@ class CardMemoryBlock {
 
 class CardMemory {
  public:
-  explicit CardMemory(RequestLog& log) : log_(log) {
-  }
+  explicit CardMemory(RequestLog& log) : log_(log) {}
 
   /// Claims [base, base + size). `block` stays the caller's and must outlive this. Claiming a range that overlaps a
   /// claimed one is a mistake of the models and ends the program with a line that says so.

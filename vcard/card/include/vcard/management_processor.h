@@ -22,8 +22,8 @@ inline constexpr uint16_t update_event = 27;
 inline constexpr uint16_t boot_loader_event = 10;
 inline constexpr uint16_t bar_offset_event = 33;
 
-/// Answers one request: fills `reply` and returns the channel result. 0 is an answer; any other value is a failure of the
-/// channel: the kernel driver reports it beside the request, the mailbox leaves the request unanswered.
+/// Answers one request: fills `reply` and returns the channel result. 0 is an answer; any other value is a failure of
+/// the channel: the kernel driver reports it beside the request, the mailbox leaves the request unanswered.
 using RequestHandler = std::function<int32_t(ByteView request, Bytes& reply)>;
 
 /// Takes one notice to the tool. False: there is no tool on that wire or it cannot take one now.
@@ -35,8 +35,7 @@ inline constexpr int32_t no_answer = INT32_MIN;
 
 class ManagementProcessor {
  public:
-  explicit ManagementProcessor(RequestLog& log) : log_(log) {
-  }
+  explicit ManagementProcessor(RequestLog& log) : log_(log) {}
 
   /// Registers the handler of an event id other than 39. The first registration of an id wins.
   void on_event(uint16_t event_id, RequestHandler handler);
@@ -46,8 +45,8 @@ class ManagementProcessor {
   /// One request. An id or op code without handler is answered with channel result 18 (nobody listens there).
   int32_t handle(uint16_t event_id, ByteView request, Bytes& reply);
 
-  /// Sends a notice of event 39: `payload` starts with the 32-bit op code of the notice. It goes to the wire of the tool
-  /// that attached last; while that wire cannot take it, it waits in order. Never blocks.
+  /// Sends a notice of event 39: `payload` starts with the 32-bit op code of the notice. It goes to the wire of the
+  /// tool that attached last; while that wire cannot take it, it waits in order. Never blocks.
   void notify(Bytes payload);
   /// The same with an event id of the caller's choice, for faults.
   void notify(uint16_t event_id, Bytes payload);

@@ -26,10 +26,10 @@ inline constexpr uint16_t vendor_capability = 0x200;
 
 struct PciFunction {
   FunctionKind kind = FunctionKind::physical;
-  std::string sbdf;          // "0000:3b:00.0"
+  std::string sbdf;  // "0000:3b:00.0"
   uint16_t vendor = 0;
   uint16_t device = 0;
-  uint32_t class_code = 0;   // 24 bits
+  uint32_t class_code = 0;  // 24 bits
   uint16_t subsystem_vendor = 0;
   uint16_t subsystem_device = 0;
   uint16_t vf_device = 0;
@@ -39,10 +39,10 @@ struct PciFunction {
   uint64_t bar_address = 0;  // physical start of BAR 0
   uint64_t bar_size = 0;     // 0: no BAR 0
   bool has_power = true;
-  uint8_t power_state = 0;   // 0 to 3
+  uint8_t power_state = 0;  // 0 to 3
   bool has_vpd = true;
   uint64_t config_size = config_space_size;  // length of the config file as the host sees it
-  Storage config;            // always config_space_size bytes, shared with the config file
+  Storage config;                            // always config_space_size bytes, shared with the config file
 
   /// True when it belongs to the card and is no switch: it shares BAR 0 and has the tunnel.
   bool is_card() const {
@@ -50,8 +50,8 @@ struct PciFunction {
   }
 };
 
-/// The functions of the card, in address order: a switch, two physical functions, a virtual function without SR-IOV and a
-/// function that is no card. The card file's section "functions" changes, adds and removes them by address:
+/// The functions of the card, in address order: a switch, two physical functions, a virtual function without SR-IOV and
+/// a function that is no card. The card file's section "functions" changes, adds and removes them by address:
 /// {"0000:3b:00.0": {"power_state": 3}, "0000:3b:00.1": {"present": false}}. Configuration spaces are not filled yet.
 std::vector<PciFunction> pci_functions_load(CardFile& file, uint64_t bar_size);
 

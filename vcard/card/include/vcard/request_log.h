@@ -1,9 +1,9 @@
 // The request log: one text line per thing that the card saw, in the order in which it saw them.
 //
 // A line is a kind, then words of the form name=value separated by single blanks. Bytes are lower-case hexadecimal
-// digits in memory order, "-" when there are none; card addresses are 0x and lower-case digits. Nothing in a line depends
-// on where a process put its memory: pointers appear as "set" or "null", a process id that is the caller's as "self".
-// The kinds are listed in vcard/README.md.
+// digits in memory order, "-" when there are none; card addresses are 0x and lower-case digits. Nothing in a line
+// depends on where a process put its memory: pointers appear as "set" or "null", a process id that is the caller's as
+// "self". The kinds are listed in vcard/README.md.
 #pragma once
 
 #include <atomic>

@@ -1,4 +1,5 @@
-// Memory that the card shares with the outside: a sparse file mapped shared, or anonymous memory when no file is wanted.
+// Memory that the card shares with the outside: a sparse file mapped shared, or anonymous memory when no file is
+// wanted.
 #pragma once
 
 #include <cstddef>

@@ -1,0 +1,66 @@
+#include "host/mount_points.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "host/status.h"
+
+namespace vcard {
+
+namespace {
+
+bool is_still(const std::string& path, int folder) {
+  struct stat by_path, by_fd;
+  return lstat(path.c_str(), &by_path) == 0 && fstat(folder, &by_fd) == 0 && by_path.st_ino == by_fd.st_ino &&
+         by_path.st_dev == by_fd.st_dev;
+}
+
+}  // namespace
+
+int MountPoints::hold(const std::string& path) {
+  for (;;) {
+    bool made = mkdir(path.c_str(), 0777) == 0;
+    if (!made && errno != EEXIST) {
+      return host_error(exit_failure, "cannot make the folder %s: %s", path.c_str(), strerror(errno));
+    }
+    UniqueFd folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!folder && errno == ENOENT) {
+      continue;  // removed between the two calls by a virtual card that ended
+    }
+    if (!folder && errno == EACCES) {
+      return 0;  // someone else's folder: it can be mounted on and is not ours to remove
+    }
+    if (!folder) {
+      return host_error(exit_failure, "%s is in the way, it is no folder: %s", path.c_str(), strerror(errno));
+    }
+    if (made) {
+      fchmod(folder.get(), 0777);
+    }
+    if (flock(folder.get(), LOCK_SH) != 0) {
+      return host_error(exit_failure, "cannot lock the folder %s: %s", path.c_str(), strerror(errno));
+    }
+    if (is_still(path, folder.get())) {
+      held_.push_back(Held{path, std::move(folder)});
+      return 0;
+    }
+  }
+}
+
+void MountPoints::release(bool unmount) {
+  for (Held& held : held_) {
+    if (unmount) {
+      umount2(held.path.c_str(), MNT_DETACH);
+    }
+    if (flock(held.folder.get(), LOCK_EX | LOCK_NB) == 0 && is_still(held.path, held.folder.get())) {
+      rmdir(held.path.c_str());
+    }
+  }
+  held_.clear();
+}
+
+}  // namespace vcard

@@ -1,0 +1,276 @@
+#include "wire/driver.h"
+
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace vcard {
+
+namespace {
+
+constexpr const char* driver_name = "corvane10e";
+
+// The interface request: 16 bytes of name, a pointer to the message.
+constexpr size_t interface_name_size = 16;
+constexpr size_t interface_request_size = 40;
+
+// The message header.
+constexpr size_t header_size = 40;
+constexpr size_t reply_length_offset = 32;
+// The status area of the caller: flag, channel result.
+constexpr uint32_t status_processed = 1;
+
+enum MessageType : uint32_t {
+  register_events = 0,
+  card_request = 1,
+  device_information = 2,
+  vf_status = 3,
+  port_query = 4,
+  packet_capture = 5,
+  compat_query = 6,
+};
+
+/// Channel result for a reply that does not fit the caller's buffer.
+constexpr int32_t reply_too_long = 12;
+
+int process_open(pid_t pid) {
+  return static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
+}
+
+bool process_has_ended(int fd) {
+  struct pollfd entry = {fd, POLLIN, 0};
+  return fd < 0 || poll(&entry, 1, 0) > 0;
+}
+
+const char* pointer_text(uint64_t pointer) {
+  return pointer != 0 ? "set" : "null";
+}
+
+}  // namespace
+
+struct DriverWire::Message {
+  uint64_t address;
+  uint32_t type;
+  uint32_t event_pid;
+  uint64_t status;
+  uint32_t event_id;
+  uint16_t route;
+  uint16_t reserved_22;
+  uint64_t reply;
+  uint16_t reply_length;
+  uint16_t reserved_34;
+  uint16_t payload_length;
+  uint16_t tail;  // the two bytes between the payload length and the payload
+  Bytes payload;
+
+  bool read(const TrappedCall& call, uint64_t from) {
+    Bytes header(header_size);
+    address = from;
+    if (!call.read(from, header.data(), header.size())) {
+      return false;
+    }
+    type = get_le<uint32_t>(header, 0);
+    event_pid = get_le<uint32_t>(header, 4);
+    status = get_le<uint64_t>(header, 8);
+    event_id = get_le<uint32_t>(header, 16);
+    route = get_le<uint16_t>(header, 20);
+    reserved_22 = get_le<uint16_t>(header, 22);
+    reply = get_le<uint64_t>(header, 24);
+    reply_length = get_le<uint16_t>(header, reply_length_offset);
+    reserved_34 = get_le<uint16_t>(header, 34);
+    payload_length = get_le<uint16_t>(header, 36);
+    tail = get_le<uint16_t>(header, 38);
+    payload.resize(payload_length);
+    return call.read(from + header_size, payload.data(), payload.size());
+  }
+};
+
+DriverWire::DriverWire(Card& card, NetlinkWire& netlink) : card_(card), netlink_(netlink) {
+  CardSection section = card.file().section("driver");
+  check_word_ = static_cast<uint32_t>(section.number("check_word", 0xc0427a39, UINT32_MAX));
+  CardSection compat = section.section("compat");
+  compat_present_ = compat.flag("present", true);
+  compat_ = {static_cast<uint8_t>(compat.number("item", 0, 255)),
+             static_cast<uint8_t>(compat.number("major", 0, 255)),
+             static_cast<uint8_t>(compat.number("tool_minor", 0, 255)),
+             static_cast<uint8_t>(compat.number("drv_minor", 0, 255)),
+             0,
+             0,
+             0,
+             0};
+  load_faults(card.file().section("faults").section("driver"));
+}
+
+void DriverWire::load_faults(const CardSection& section) {
+  for (const CardSection& entry : section.sections("requests")) {
+    Fault fault = {};
+    fault.any_type = !entry.has("type");
+    fault.type = static_cast<uint32_t>(entry.number("type", 0, UINT32_MAX));
+    fault.from = entry.number("from", 0);
+    fault.count = entry.number("count", UINT64_MAX);
+    fault.never_answers = entry.flag("never_answers", false);
+    fault.error = static_cast<int>(entry.number("errno", 0, 133));
+    fault.has_status_flag = entry.has("status_flag");
+    fault.status_flag = static_cast<uint32_t>(entry.number("status_flag", 1, UINT32_MAX));
+    fault.has_result = entry.has("result");
+    fault.result = static_cast<int32_t>(entry.signed_number("result", 0, INT32_MIN, INT32_MAX));
+    if (!fault.never_answers && fault.error == 0 && !fault.has_status_flag && !fault.has_result) {
+      entry.complain("", "says neither never_answers nor errno nor status_flag nor result");
+    }
+    faults_.push_back(fault);
+  }
+}
+
+DriverWire::Fault* DriverWire::fault_of(uint32_t type) {
+  for (Fault& fault : faults_) {
+    if (!fault.any_type && fault.type != type) {
+      continue;
+    }
+    uint64_t number = fault.seen++;
+    if (number >= fault.from && number - fault.from < fault.count) {
+      return &fault;
+    }
+  }
+  return nullptr;
+}
+
+int DriverWire::interface_error(const std::string& name) const {
+  for (const PciFunction& function : card_.functions()) {
+    if (!function.interface.empty() && function.interface == name) {
+      return function.driver == driver_name ? 0 : EOPNOTSUPP;
+    }
+  }
+  return ENODEV;
+}
+
+void DriverWire::handle(const TrappedCall& call) {
+  if (call.descriptor_target(static_cast<int>(call.argument(0))).rfind("socket:", 0) != 0) {
+    call.pass_on();  // the kernel refuses it: no descriptor, or not one of a socket
+    return;
+  }
+  Bytes request(interface_request_size);
+  if (!call.read(call.argument(2), request.data(), request.size())) {
+    call.fail(EFAULT);
+    return;
+  }
+  std::string interface(request.begin(), std::find(request.begin(), request.begin() + interface_name_size, 0));
+  if (int error = interface_error(interface); error != 0) {
+    card_.log().line("ioctl interface=%s refused=%d", interface.c_str(), error);
+    call.fail(error);
+    return;
+  }
+  Message message;
+  if (!message.read(call, get_le<uint64_t>(request, interface_name_size))) {
+    call.fail(EFAULT);
+    return;
+  }
+  bool own_pid = message.event_pid == static_cast<uint32_t>(call.process());
+  card_.log().line(
+      "ioctl interface=%s type=%u event_pid=%s status=%s event_id=%u route=%u reserved=%u reply=%s reply_length=%u "
+      "reserved=%u payload_length=%u payload=%s",
+      interface.c_str(), message.type, own_pid ? "self" : std::to_string(message.event_pid).c_str(),
+      pointer_text(message.status), message.event_id, message.route, message.reserved_22, pointer_text(message.reply),
+      message.reply_length, message.reserved_34, message.payload_length, hex_text(message.payload).c_str());
+
+  Outcome outcome = run(call, interface, message);
+  if (outcome.silent) {
+    card_.log().line("ioctl_silent");
+  } else if (outcome.error == 0 && !write_outcome(call, message, outcome)) {
+    call.fail(EFAULT);
+  } else if (outcome.error != 0) {
+    card_.log().line("ioctl_answer errno=%d", outcome.error);
+    call.fail(outcome.error);
+  } else {
+    card_.log().line("ioctl_answer status=%u result=%d reply=%s", outcome.status_flag, outcome.result,
+                     hex_text(outcome.reply).c_str());
+    call.finish(0);
+  }
+}
+
+DriverWire::Outcome DriverWire::run(const TrappedCall& call, const std::string& interface, const Message& message) {
+  const Fault* fault = fault_of(message.type);
+  Outcome outcome;
+  if (fault != nullptr && (fault->never_answers || fault->error != 0)) {
+    outcome.silent = fault->never_answers;
+    outcome.error = fault->error;
+    return outcome;
+  }
+  switch (message.type) {
+    case register_events:
+      outcome = register_tool(call, interface, message);
+      break;
+    case card_request:
+      outcome = forward(message);
+      break;
+    case compat_query:
+      outcome.status_flag = compat_present_ ? status_processed : 0;
+      outcome.reply = compat_present_ ? compat_ : Bytes();
+      break;
+    case device_information:
+    case vf_status:
+    case port_query:
+    case packet_capture:
+      break;
+    default:
+      outcome.error = EINVAL;
+  }
+  if (fault != nullptr && fault->has_status_flag) {
+    outcome.status_flag = fault->status_flag;
+  }
+  if (fault != nullptr && fault->has_result) {
+    outcome.result = fault->result;
+  }
+  return outcome;
+}
+
+DriverWire::Outcome DriverWire::register_tool(const TrappedCall& call, const std::string& interface,
+                                              const Message& message) {
+  Outcome outcome;
+  std::erase_if(registrations_, [](const Registration& r) { return process_has_ended(r.process.get()); });
+  bool taken = std::any_of(registrations_.begin(), registrations_.end(),
+                           [&](const Registration& r) { return r.interface == interface; });
+  if (taken) {
+    outcome.error = EBUSY;
+    return outcome;
+  }
+  registrations_.push_back(Registration{interface, message.event_pid, UniqueFd(process_open(call.process()))});
+  uint32_t port = message.event_pid;
+  card_.processor().attach_tool(
+      [this, port](uint16_t, ByteView payload) { return netlink_.send_notice(port, payload); });
+  put_le<uint32_t>(outcome.reply, 0, check_word_);
+  return outcome;
+}
+
+DriverWire::Outcome DriverWire::forward(const Message& message) {
+  Outcome outcome;
+  outcome.result = card_.processor().handle(static_cast<uint16_t>(message.event_id), message.payload, outcome.reply);
+  outcome.silent = outcome.result == no_answer;
+  if (outcome.result == 0 && outcome.reply.size() > message.reply_length) {
+    outcome.result = reply_too_long;
+  }
+  if (outcome.result != 0) {
+    outcome.reply.clear();
+  }
+  return outcome;
+}
+
+bool DriverWire::write_outcome(const TrappedCall& call, const Message& message, Outcome& outcome) {
+  outcome.reply.resize(std::min<size_t>(outcome.reply.size(), message.reply_length));
+  if (!outcome.reply.empty()) {
+    Bytes length;
+    put_le<uint16_t>(length, 0, static_cast<uint16_t>(outcome.reply.size()));
+    if (!call.write(message.reply, outcome.reply.data(), outcome.reply.size()) ||
+        !call.write(message.address + reply_length_offset, length.data(), length.size())) {
+      return false;
+    }
+  }
+  Bytes status;
+  put_le<uint32_t>(status, 0, outcome.status_flag);
+  put_le<uint32_t>(status, 4, static_cast<uint32_t>(outcome.result));
+  return call.write(message.status, status.data(), status.size());
+}
+
+}  // namespace vcard

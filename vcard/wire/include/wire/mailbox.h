@@ -1,0 +1,47 @@
+// The card's side of the mailbox in BAR 0: a request slot that the tool fills and a notice slot that the card fills.
+#pragma once
+
+#include <vector>
+
+#include "vcard/card.h"
+
+namespace vcard {
+
+/// Watches the request slot on the card thread, answers what it finds, and takes notices to the notice slot while no
+/// tool is attached over the driver. Reads faults.mailbox.
+class Mailbox {
+ public:
+  explicit Mailbox(Card& card);
+
+ private:
+  struct Fault {
+    bool any_event;
+    uint16_t event_id;
+    uint64_t from;
+    uint64_t count;
+    uint64_t seen;
+    bool never_answers;
+    int64_t message_id;  // -1: as sent
+    int64_t length;      // -1: as it is
+    bool no_ack;
+  };
+  Fault* fault_of(uint16_t event_id);
+  void load_faults(const CardSection& section);
+  bool poll();
+  bool take_request();
+  bool watch_notice();
+  void answer(const Fault* fault, ByteView header, const Bytes& reply);
+  bool put_notice(uint16_t event_id, ByteView payload);
+  size_t area() const;
+  Bytes read_slot(size_t slot, size_t size) const;
+  void write_payload(size_t slot, ByteView payload);
+
+  Card& card_;
+  std::vector<Fault> faults_;
+  uint8_t notice_flags_;
+  bool request_ignored_ = false;
+  bool notice_out_ = false;
+  bool attached_ = false;
+};
+
+}  // namespace vcard
