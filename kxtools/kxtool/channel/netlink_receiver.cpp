@@ -1,0 +1,93 @@
+// The thread that receives the card's notices from the kernel driver.
+#include <linux/netlink.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+
+#include "channel/driver.h"
+#include "channel/event.h"
+#include "channel/thread.h"
+#include "common/report.h"
+#include "genl.h"
+
+namespace {
+
+constexpr const char* FAMILY_NAME = "tools_family";
+constexpr useconds_t READY_WAIT_US = 1000;
+constexpr int READY_LOOKS_MAX = 20000;
+// A socket that fails for good must not cost a processor and a flood of lines.
+constexpr useconds_t RECEIVE_RETRY_US = 10000;
+
+// Set by the receive thread once the family is resolved, read by start-up.
+std::atomic<bool> receive_ready = false;
+
+// Hands one message on. False for one that ends the thread.
+bool message_process(std::span<const uint8_t> received, uint32_t family_id) {
+  uint16_t type = 0;
+  std::span<const uint8_t> message;
+  if (genl_header_read(received, &type, &message) != genl_header::good) {
+    return false;
+  }
+  if (family_id == 0 || type != family_id) {
+    KXTOOLS_ERR("the msg of family_id %d not recvived!\n", type);
+    return false;
+  }
+  const std::span<const uint8_t> notice = genl_notice_read(message);
+  uint32_t op_code = 0;
+  if (!kxtool_event_dispatch(notice.data(), static_cast<uint32_t>(notice.size()), &op_code)) {
+    KXTOOLS_ERR("No information of corresponding op code %d !\n", static_cast<int>(op_code));
+  }
+  return true;
+}
+
+void receive_thread(void* device) {
+  tarn_tools_netlink_recv_msg(static_cast<kxtool_device*>(device));
+}
+
+}  // namespace
+
+void tarn_tools_netlink_recv_msg(kxtool_device* device) {
+  const int socket = device->netlink_socket.get();
+  sockaddr_nl own = {};
+  own.nl_family = AF_NETLINK;
+  own.nl_pid = device->event_pid;
+  if (bind(socket, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0) {
+    KXTOOLS_ERR("bind() error!\n");
+  }
+  const uint32_t family_id = tarn_genl_get_family_id(socket, FAMILY_NAME);
+  if (family_id == 0xFFFFFFFF) {
+    KXTOOLS_ERR("Get family_id of generic netlink failed, family_id=%d!\n", static_cast<int>(family_id));
+    return;
+  }
+  receive_ready = true;
+  uint8_t buffer[GENL_BUFFER_SIZE];
+  while (true) {
+    const ssize_t count = recv(socket, buffer, sizeof buffer, 0);
+    if (count < 0) {
+      KXTOOLS_ERR("stat->rx_pkt = %u, errno = %d\n", kxtool_stats.rx_pkt.load(), errno);
+      usleep(RECEIVE_RETRY_US);
+      continue;
+    }
+    kxtool_stats.rx_pkt.fetch_add(1, std::memory_order_relaxed);
+    if (!message_process({buffer, static_cast<size_t>(count)}, family_id)) {
+      return;
+    }
+  }
+}
+
+int32_t tarn_tools_netlink_start(kxtool_device* device) {
+  if (!kxtool_thread_start(receive_thread, device)) {
+    MTS_ERR("Error creating recv msg thread !\n");
+    return -1;
+  }
+  for (int looks = 0; !receive_ready; ++looks) {
+    if (looks > READY_LOOKS_MAX) {
+      MTS_ERR("wait_recv_ready_time = %d\n", looks);
+      return -1;
+    }
+    usleep(READY_WAIT_US);
+  }
+  return 0;
+}

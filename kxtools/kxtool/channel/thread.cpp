@@ -1,0 +1,45 @@
+#include "channel/thread.h"
+
+#include <pthread.h>
+#include <signal.h>
+
+#include <cstdlib>
+
+namespace {
+
+struct thread_start {
+  void (*body)(void* argument);
+  void* argument;
+};
+
+void* run(void* start_address) {
+  const thread_start start = *static_cast<thread_start*>(start_address);
+  free(start_address);
+  start.body(start.argument);
+  return nullptr;
+}
+
+}  // namespace
+
+bool kxtool_thread_start(void (*body)(void* argument), void* argument) {
+  auto* start = static_cast<thread_start*>(malloc(sizeof(thread_start)));
+  if (start == nullptr) {
+    return false;
+  }
+  *start = {body, argument};
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+  sigset_t all;
+  sigset_t old;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &old);
+  pthread_t thread;
+  const bool started = pthread_create(&thread, &attributes, run, start) == 0;
+  pthread_sigmask(SIG_SETMASK, &old, nullptr);
+  pthread_attr_destroy(&attributes);
+  if (!started) {
+    free(start);
+  }
+  return started;
+}
