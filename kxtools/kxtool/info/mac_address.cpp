@@ -1,0 +1,55 @@
+#include <cstring>
+
+#include "common/report.h"
+#include "info/info.h"
+#include "query.h"
+
+namespace {
+
+constexpr kx_line_style STYLE_ERR{"mac_addr_get_err: ", " ", nullptr};
+constexpr kx_line_style STYLE_INFO{"mac_addr_get_info: ", " ", nullptr};
+
+constexpr uint32_t OP_MAC_ADDRESS = 9;
+constexpr uint16_t PAYLOAD_LEN = 4;
+constexpr size_t REPLY_LEN = 68;
+constexpr size_t REPLY_STATUS = 0;
+constexpr size_t REPLY_COUNT = 4;
+constexpr size_t REPLY_ADDRESSES = 6;
+constexpr size_t ADDRESS_LEN = 6;
+constexpr uint16_t ADDRESSES_MAX = (REPLY_LEN - REPLY_ADDRESSES) / ADDRESS_LEN;
+
+}  // namespace
+
+int kxtool_mac_addr_get(kxtool_cmd_ctx* ctx) {
+  if (ctx->argc != 1 || strcmp(ctx->argv[0], "mac_info") != 0) {
+    KX_LINE(STYLE_ERR, "error, the parameter of mac_addr_get should be (kxtool mac_info %s mac_info), please check!\n",
+            ctx->device_word);
+    KX_LINE(STYLE_INFO, "For more information run kxtool -h\n");
+    return 1;
+  }
+  uint8_t reply[REPLY_LEN];
+  const int32_t ret = kxtool_info_query(&ctx->device, OP_MAC_ADDRESS, PAYLOAD_LEN, reply);
+  if (ret != 0) {
+    KX_LINE(STYLE_ERR, "tarn_tools_send_msg failed, ret=%d!\n", ret);
+    return 1;
+  }
+  uint32_t status = 0;
+  uint16_t count = 0;
+  memcpy(&status, reply + REPLY_STATUS, sizeof status);
+  memcpy(&count, reply + REPLY_COUNT, sizeof count);
+  if (status != 0) {
+    KX_LINE(STYLE_ERR, "mac addr get failed!\n");
+    return 1;
+  }
+  // A count that the reply cannot hold is as wrong as none.
+  if (count == 0 || count > ADDRESSES_MAX) {
+    KX_LINE(STYLE_ERR, "mac addr get failed, mac_addr_get_reps.mac_addr_num = %u!\n", count);
+    return 1;
+  }
+  KX_LINE(STYLE_INFO, "mac_addr_get_reps.mac_addr_num = %d\n", count);
+  for (uint16_t i = 0; i < count; ++i) {
+    const uint8_t* mac = reply + REPLY_ADDRESSES + i * ADDRESS_LEN;
+    kx_print("mac_addr[%d]=%02x:%02x:%02x:%02x:%02x:%02x\n", i, mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+  }
+  return 0;
+}

@@ -1,0 +1,57 @@
+#include <cstring>
+
+#include "common/report.h"
+#include "info/info.h"
+#include "query.h"
+
+namespace {
+
+constexpr kx_line_style STYLE_ERR{"temp_get_err: ", " ", nullptr};
+constexpr kx_line_style STYLE_INFO{"temp_get_info: ", " ", nullptr};
+
+constexpr uint32_t OP_TEMPERATURE = 18;
+constexpr uint16_t PAYLOAD_LEN = 20;
+constexpr size_t REPLY_LEN = 24;
+constexpr size_t REPLY_STATUS = 0;
+constexpr size_t REPLY_TEMPERATURE = 4;
+
+constexpr int32_t TEMPERATURE_LIMIT = 151;  // degrees Celsius; from here on a reading is taken for a bad one
+constexpr int ATTEMPTS = 3;
+
+// One attempt; `temperature` keeps its value unless the card gave a reading.
+bool temperature_read(kxtool_device* device, int32_t* temperature) {
+  uint8_t reply[REPLY_LEN];
+  const int32_t ret = kxtool_info_query(device, OP_TEMPERATURE, PAYLOAD_LEN, reply);
+  if (ret != 0) {
+    KX_LINE(STYLE_ERR, "tarn_tools_send_msg failed, ret=%d!\n", ret);
+    return false;
+  }
+  int32_t status = 0;
+  memcpy(&status, reply + REPLY_STATUS, sizeof status);
+  if (status != 0) {
+    KX_LINE(STYLE_ERR, "temp get failed, temp_get_reps.status = %d!\n", status);
+    return false;
+  }
+  memcpy(temperature, reply + REPLY_TEMPERATURE, sizeof *temperature);
+  return *temperature < TEMPERATURE_LIMIT;
+}
+
+}  // namespace
+
+int kxtool_temp_get(kxtool_cmd_ctx* ctx) {
+  if (ctx->argc != 1 || strcmp(ctx->argv[0], "chip_temp") != 0) {
+    KX_LINE(STYLE_ERR, "error, the parameter of temp_get should be (kxtool temp_info %s chip_temp)\n",
+            ctx->device_word);
+    KX_LINE(STYLE_INFO, "For more information run kxtool -h\n");
+    return 1;
+  }
+  int32_t temperature = 0;
+  for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
+    if (temperature_read(&ctx->device, &temperature)) {
+      kx_print("current chip temperature: %d (degree centigrade) \n", temperature);
+      return 0;
+    }
+  }
+  KX_LINE(STYLE_ERR, "err chip temperature: %d (degree centigrade)!!\n", temperature);
+  return 1;
+}

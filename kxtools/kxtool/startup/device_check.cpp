@@ -1,0 +1,72 @@
+#include "device_check.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "common/report.h"
+#include "kx_pcie/config_space.h"
+#include "kxtools/dev.h"
+
+namespace {
+
+constexpr uint8_t PCI_CAP_ID_POWER = 1;
+constexpr uint32_t POWER_CONTROL = 4;  // offset in the power-management capability
+constexpr uint32_t POWER_STATE_MASK = 3;
+constexpr uint32_t POWER_D3HOT = 3;
+constexpr uint32_t ALL_ONES = 0xFFFFFFFF;  // what reads of a function that is gone give
+
+bool is_bound_to_vfio(const char* sbdf_text) {
+  char link[64];
+  char driver[256];
+  snprintf(link, sizeof link, "%s/%s/driver", KXTOOLS_PCI_DEVICES, sbdf_text);
+  const ssize_t length = readlink(link, driver, sizeof driver - 1);
+  if (length < 0) {
+    return false;
+  }
+  driver[length] = '\0';
+  const char* slash = strrchr(driver, '/');
+  return strcmp(slash == nullptr ? driver : slash + 1, "vfio-pci") == 0;
+}
+
+}  // namespace
+
+int kxtool_nic_bdf_get(kxtool_device* device) {
+  const int32_t ret = device->access_mode == KXTOOL_ACCESS_BDF ? pcie_sbdf_parse(&device->sbdf, device->name)
+                                                               : kxtools_dev_name2bdf(device->name, &device->sbdf);
+  if (ret != 0) {
+    return -1;
+  }
+  kxtools_sbdf_text(device->sbdf, device->sbdf_text);
+  return 0;
+}
+
+int kxtool_devname_is_kelpf(const kxtool_device& device) {
+  return sbdf_valid_check(device.sbdf) == 0 && pcie_find_ext_capability(device.sbdf, PCI_ECAP_ID_SRIOV, 0) > 0;
+}
+
+int kxtool_not_kelpf_intercept(kxtool_device* device) {
+  return kxtool_nic_bdf_get(device) == 0 && kxtool_devname_is_kelpf(*device) > 0 ? 0 : -1;
+}
+
+int check_pcie_power_state(const kxtool_device& device) {
+  const int32_t capability = pcie_find_capability(device.sbdf, PCI_CAP_ID_POWER);
+  uint32_t control = ALL_ONES;
+  if (capability < 0 ||
+      pcie_cfg_read_dword(device.sbdf, static_cast<uint32_t>(capability) + POWER_CONTROL, &control) != 0) {
+    return -1;
+  }
+  if (control == ALL_ONES) {
+    KXTOOLS_ERR("Device %s does not answer!\n", device.sbdf_text);
+    return -1;
+  }
+  if ((control & POWER_STATE_MASK) != POWER_D3HOT) {
+    return 0;
+  }
+  kx_print("Device %s power state is D3hot!\n", device.sbdf_text);
+  if (is_bound_to_vfio(device.sbdf_text)) {
+    kx_print("Device %s is bound to VFIO driver.\n", device.sbdf_text);
+  }
+  return -1;
+}

@@ -1,0 +1,140 @@
+#include "startup/init.h"
+
+#include <unistd.h>
+
+#include <cstring>
+
+#include "channel/bar_channel.h"
+#include "channel/driver.h"
+#include "common/report.h"
+#include "device_check.h"
+#include "run_lock.h"
+#include "startup/exit.h"
+#include "startup/silence.h"
+
+namespace {
+
+bool is_help_word(const char* word) {
+  return strcmp(word, "-h") == 0 || strcmp(word, "--help") == 0;
+}
+
+// True when `word` is one of the aliases in `names`, which '|' separates.
+bool has_alias(const char* names, const char* word) {
+  const size_t length = strlen(word);
+  while (true) {
+    const size_t alias_length = strcspn(names, "|");
+    if (alias_length == length && strncmp(names, word, length) == 0) {
+      return true;
+    }
+    if (names[alias_length] == '\0') {
+      return false;
+    }
+    names += alias_length + 1;
+  }
+}
+
+[[noreturn]] void show_usage(const kxtool_option_list& list, const kxtool_option& row) {
+  const char* usage = row.usage != nullptr ? row.usage : list.rows[0].usage;
+  kx_print("%s\n", usage);
+  kxtool_exit(0);
+}
+
+// Takes the row, the device word and the words after it from the command line; ends the process on bad words.
+void words_take(const kxtool_option_list& list, uint32_t count, char** words, kxtool_cmd_ctx* ctx) {
+  if (count < 2) {
+    exit_bad_args();
+  }
+  const int32_t index = kxtool_option_index_get(list, words[1]);
+  if (index < 0) {
+    exit_bad_args();
+  }
+  ctx->option = &list.rows[index];
+  ctx->name = words[1];
+  ctx->argc = count - 2;
+  ctx->argv = words + 2;
+  if (ctx->argc == 1 && is_help_word(ctx->argv[0])) {
+    show_usage(list, *ctx->option);
+  }
+  if (ctx->option->no_device) {
+    return;
+  }
+  if (ctx->argc == 0) {
+    exit_bad_args();
+  }
+  ctx->device_word = ctx->argv[0];
+  ctx->device.name = ctx->device_word;
+  --ctx->argc;
+  ++ctx->argv;
+}
+
+// The device is one of ours, is not in use by another tool and is awake; else the process ends.
+void device_acquire(kxtool_cmd_ctx* ctx) {
+  kxtool_device& device = ctx->device;
+  device.access_mode = kxtool_bdf_or_nic_type(ctx->device_word);
+  if (device.access_mode == KXTOOL_ACCESS_NONE) {
+    KXTOOLS_ERR("'%s' is not a devname or domain:bus:device:function format!\n", ctx->device_word);
+    kxtool_exit(1);
+  }
+  if (kxtool_not_kelpf_intercept(&device) != 0 || kxtool_flock_lock(device) != KXTOOL_LOCK_TAKEN ||
+      check_pcie_power_state(device) != 0) {
+    kxtool_exit(1);
+  }
+}
+
+void mailbox_open(kxtool_cmd_ctx* ctx) {
+  if (!ctx->option->by_bdf) {
+    KXTOOLS_ERR("The command does not yet support BDF type!\n");
+    kxtool_exit(1);
+  }
+  const int32_t ret = kxtool_bc_init(&ctx->device);
+  if (ret != 0) {
+    KXTOOLS_ERR("\r****Bar channel initialization has failed ret=%d****\n", ret);
+    kxtool_exit(1);
+  }
+}
+
+void driver_open(kxtool_cmd_ctx* ctx) {
+  kxtool_device* device = &ctx->device;
+  int32_t ret = tarn_tools_socket_init(device, ctx->option->no_device);
+  if (ret != 0) {
+    KXTOOLS_ERR("tarn_tools_socket_init failed, ret=%d!\n", ret);
+    kxtool_exit(1);
+  }
+  device->event_pid = static_cast<uint32_t>(getpid());
+  ret = tarn_tools_event_info_register(device);
+  if (ret != 0) {
+    KXTOOLS_ERR("tarn_tools_event_info_register failed, ret=%d!\n", ret);
+    kxtool_exit(1);
+  }
+  if (tarn_tools_netlink_start(device) != 0) {
+    kxtool_exit(1);
+  }
+}
+
+}  // namespace
+
+int32_t kxtool_option_index_get(const kxtool_option_list& list, const char* word) {
+  for (uint32_t i = 1; i < list.count && list.rows[i].names != nullptr; ++i) {
+    if (has_alias(list.rows[i].names, word)) {
+      return static_cast<int32_t>(i);
+    }
+  }
+  return -1;
+}
+
+void kxtool_init(const kxtool_option_list& list, uint32_t count, char** words) {
+  // Lives as long as the process: this function does not return, and the receive thread uses the device record.
+  kxtool_cmd_ctx ctx;
+  kxtool_cmd_ctx_set(&ctx);
+  words_take(list, count, words, &ctx);
+  if (!ctx.option->no_device) {
+    kxtool_create_timer_5s();  // a command works without it: a failure is only reported
+    device_acquire(&ctx);
+    if (ctx.device.access_mode == KXTOOL_ACCESS_BDF) {
+      mailbox_open(&ctx);
+    } else {
+      driver_open(&ctx);
+    }
+  }
+  kxtool_exit(ctx.option->handler(&ctx));
+}
