@@ -5,6 +5,7 @@
 #include <string>
 
 #include "common/report.h"
+#include "kxtool/commands.h"
 #include "kxtools/cmd.h"
 #include "kxtools/shell.h"
 #include "modules.h"
@@ -55,6 +56,10 @@ int main(int argc, char** argv) {
   }
   if (kxtools_compat_info_init() != 0) {
     KXTOOLS_ERR("kxtools_compat_info_init failed\n");
+    return -1;
+  }
+  if (kxtool_cmd_init() != 0) {
+    KXTOOLS_ERR("kxtool_cmd_init failed\n");
     return -1;
   }
   if (kxtools_module_cmd_init() != 0) {

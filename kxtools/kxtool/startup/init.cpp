@@ -67,7 +67,8 @@ void words_take(const kxtool_option_list& list, uint32_t count, char** words, kx
   ++ctx->argv;
 }
 
-// The device is one of ours, is not in use by another tool and is awake; else the process ends.
+// The device is one of ours, is not in use by another tool, is awake and reachable by this command; else the process
+// ends.
 void device_acquire(kxtool_cmd_ctx* ctx) {
   kxtool_device& device = ctx->device;
   device.access_mode = kxtool_bdf_or_nic_type(ctx->device_word);
@@ -79,13 +80,13 @@ void device_acquire(kxtool_cmd_ctx* ctx) {
       check_pcie_power_state(device) != 0) {
     kxtool_exit(1);
   }
-}
-
-void mailbox_open(kxtool_cmd_ctx* ctx) {
-  if (!ctx->option->by_bdf) {
+  if (device.access_mode == KXTOOL_ACCESS_BDF && !ctx->option->by_bdf) {
     KXTOOLS_ERR("The command does not yet support BDF type!\n");
     kxtool_exit(1);
   }
+}
+
+void mailbox_open(kxtool_cmd_ctx* ctx) {
   const int32_t ret = kxtool_bc_init(&ctx->device);
   if (ret != 0) {
     KXTOOLS_ERR("\r****Bar channel initialization has failed ret=%d****\n", ret);
@@ -127,14 +128,19 @@ void kxtool_init(const kxtool_option_list& list, uint32_t count, char** words) {
   kxtool_cmd_ctx ctx;
   kxtool_cmd_ctx_set(&ctx);
   words_take(list, count, words, &ctx);
-  if (!ctx.option->no_device) {
+  const kxtool_option& option = *ctx.option;
+  if (!option.no_device) {
     kxtool_create_timer_5s();  // a command works without it: a failure is only reported
     device_acquire(&ctx);
-    if (ctx.device.access_mode == KXTOOL_ACCESS_BDF) {
-      mailbox_open(&ctx);
-    } else {
-      driver_open(&ctx);
-    }
   }
-  kxtool_exit(ctx.option->handler(&ctx));
+  if (option.handler == nullptr) {
+    KXTOOLS_ERR("'%s' is not available in this build: it lacks the card's protocol for it\n", ctx.name);
+    kxtool_exit(1);
+  }
+  if (ctx.device.access_mode == KXTOOL_ACCESS_BDF) {
+    mailbox_open(&ctx);
+  } else if (ctx.device.access_mode == KXTOOL_ACCESS_NIC) {
+    driver_open(&ctx);
+  }
+  kxtool_exit(option.handler(&ctx));
 }

@@ -19,7 +19,8 @@ int32_t bl1_bc_send_sync(kxtool_device* device, const void* payload, uint16_t le
                          const uint16_t* reply_len);
 int32_t bl1_bc_send_no_reply(kxtool_device* device, const void* payload, uint16_t length);
 
-/// Unmaps the card's BAR; no exchange is possible afterwards. Returns 0.
+/// Unmaps the card's BAR, which ends the receive thread at its next look; no exchange is possible afterwards. Not to be
+/// called from a notice's callback. Returns 0.
 int32_t tarn_bc_exit(kxtool_device* device);
 
 /// Pause between two looks at the notice slot, in microseconds; 5000 when the receive thread starts. May be set from

@@ -27,8 +27,8 @@ struct kxtool_ifreq {
 };
 static_assert(sizeof(kxtool_ifreq) == 40 && offsetof(kxtool_ifreq, data) == 16);
 
-/// One in a process; lives in the command state. The command's thread fills it during start-up; afterwards nobody
-/// changes it, so that the receive thread may read it.
+/// One in a process; lives in the command state. The command's thread fills it before the receive thread starts; later
+/// only tarn_bc_exit changes it, under the receive thread's lock.
 struct kxtool_device {
   kxtool_access_mode access_mode = KXTOOL_ACCESS_NONE;
   const char* name = nullptr;  ///< the device word

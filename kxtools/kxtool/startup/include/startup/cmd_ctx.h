@@ -13,11 +13,11 @@ using kxtool_option_handler = int (*)(kxtool_cmd_ctx* ctx);
 /// One row of kxtool_option_table. A folder contributes a sub-command by declaring its handler in a public header;
 /// the table then names it.
 struct kxtool_option {
-  const char* names;  ///< aliases separated by '|', such as "-f|-fw|fwupdate"; null ends the table early
-  bool no_device;     ///< takes no device word: runs at once, without lock and channel
-  bool by_bdf;        ///< works with a PCI address too, through the mailbox
-  kxtool_option_handler handler;
-  const char* usage;  ///< printed for "-h"; null for none
+  const char* names;              ///< aliases separated by '|', such as "-f|-fw|fwupdate"; null ends the table early
+  bool no_device;                 ///< takes no device word: runs at once, without lock and channel
+  bool by_bdf;                    ///< works with a PCI address too, through the mailbox
+  kxtool_option_handler handler;  ///< null: this build cannot do it; the device is checked, nothing is sent
+  const char* usage;              ///< printed for "-h"; null for none
 };
 
 struct kxtool_cmd_ctx {

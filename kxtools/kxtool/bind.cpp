@@ -1,0 +1,100 @@
+// "bind": one command of another module against a named device, from the command line.
+#include <cstring>
+#include <string>
+
+#include "common/report.h"
+#include "options.h"
+#include "sub_commands.h"
+
+namespace {
+
+// The steps below are parts of kxtool_bind and report under its name.
+#define BIND_ERR(...) kx_line_print(KX_STYLE_KXTOOLS_ERR, "kxtool_bind", __LINE__, __VA_ARGS__)
+
+int32_t device_bind(kxtools_cmd_context* ctx) {
+  if (kxtools_dev_init(ctx->argp[0], nullptr) != 0) {
+    return -1;
+  }
+  if (kxtools_compat_version_init() != 0) {
+    return -1;
+  }
+  ++ctx->argp;
+  --ctx->argc;
+  return kxtools_module_dev_init();
+}
+
+int32_t words_execute(const kxtools_cmd_context& ctx) {
+  if (ctx.argc == 0) {
+    BIND_ERR("kxtool_bind failed\n");
+    return -1;
+  }
+  std::string line;
+  for (uint32_t i = 0; i < ctx.argc; ++i) {
+    if (ctx.argp[i] == nullptr) {
+      BIND_ERR("para is err\n");
+      return -1;
+    }
+    line += i == 0 ? "" : " ";
+    line += ctx.argp[i];
+  }
+  if (kxtools_cmd_execute(line.c_str()) != 0) {
+    BIND_ERR("kxtools_cmd_execute failed\n");
+    return -1;
+  }
+  return 0;
+}
+
+int32_t module_command_run(kxtools_cmd_context* ctx) {
+  if (ctx->argc < 2 || ctx->argp == nullptr || ctx->argp[0] == nullptr || ctx->argp[1] == nullptr) {
+    BIND_ERR("argc = %u, argp is NULL, argp[0] is NULL, argp[1] is NULL\n", ctx->argc);
+    return -1;
+  }
+  uint32_t index = 0;
+  if (kxtools_cmd_index_get(ctx->argp[1], kxtools_cmd_list_addr_get(), kxtools_cmd_list_count_get(), &index) != 0) {
+    BIND_ERR("kxtools_cmd_index_get failed!\n");
+    return -1;
+  }
+  if (index < KXTOOLS_MODULE_KXNP || index > KXTOOLS_MODULE_KXRDMA) {
+    BIND_ERR("module_id is %d, error!\n", static_cast<int>(index));
+    return -1;
+  }
+  return device_bind(ctx) != 0 ? -1 : words_execute(*ctx);
+}
+
+}  // namespace
+
+constexpr const char kxtool_bind_usage[] = R"(    COMMAND:
+        bind
+    SYNOPSIS:
+        kxtool bind <device> <module> <command> [OPTIONS]
+    DESCRIPTION:
+        Runs one command of a module against a device, from the command line; in the shell the modules'
+        commands work on the device that the prompt shows.
+    OPTIONS:
+        <device>     network interface or PCI address of the card
+        <module>     kxnp, kxpcie, kxvqm, kxtrace_app, kxbttl or kxrdma
+        <command>    command of the module, followed by its words
+    EXAMPLES:
+        kxtool bind eth0 kxvqm)";
+
+int32_t kxtool_bind(kxtools_cmd_context* ctx) {
+  if (ctx->argc == 1 && (strcmp(ctx->argp[0], "-h") == 0 || strcmp(ctx->argp[0], "--help") == 0)) {
+    kx_print("%s\n", kxtool_bind_usage);
+    return 0;
+  }
+  if (kxtools_is_interactive_get() != 0) {
+    KXTOOLS_ERR("This command only supports non-interactive command line!\n");
+    return 0;
+  }
+  const int32_t result = module_command_run(ctx);
+  kxtools_dev_info& info = ctx->dev_info;
+  if (info.bar_vaddr != nullptr) {
+    const int32_t unmapped = kxtools_dev_unmmap(info.bar_vaddr, info.bar_size);
+    info.bar_vaddr = nullptr;  // the dispatcher must not unmap it again
+    if (unmapped != 0) {
+      KXTOOLS_ERR("kxtools_dev_unmmap failed\n");
+      return result != 0 ? result : unmapped;
+    }
+  }
+  return result;
+}

@@ -1,0 +1,167 @@
+#include "channel/bar_channel.h"
+
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "channel/event.h"
+#include "channel/mailbox.h"
+#include "channel/tools_msg.h"
+#include "common/report.h"
+#include "kxtools/dev.h"
+
+namespace {
+
+// One byte of BAR 0 tells where the mailbox area begins. Reads of device memory are whole words.
+constexpr uint64_t LAYOUT_WORD = 0x1000;
+constexpr uint32_t LAYOUT_SHIFT = 8;
+constexpr uint32_t AREA_OFFSET_HIGH = 0xF0F000;
+constexpr uint32_t AREA_OFFSET_LOW = 0xFF000;
+
+constexpr useconds_t AFTER_CLEAR_US = 1000;
+// The kernel may lengthen every sleep by its timer slack, 50 us unless told otherwise: too much beside polls of 100 us.
+constexpr unsigned long TIMER_SLACK_NS = 1000;
+
+constexpr uint16_t NO_REPLY_BUFFER = 3;
+constexpr uint16_t NO_REPLY_LEN = 1;
+
+uint32_t area_offset(uint32_t layout) {
+  return layout == 0 || layout == 1 || layout == 7 ? AREA_OFFSET_HIGH : AREA_OFFSET_LOW;
+}
+
+int32_t bar_map(kxtool_device* device) {
+  kxtools_dev_info info = {};
+  if (kxtools_dev_info_set(device->sbdf, &info) == 0) {
+    device->bar = kxtools_dev_bar(info);
+  }
+  return device->bar.base == nullptr ? -1 : 0;
+}
+
+// Finds the area and makes both slots idle. Nothing is written when the BAR does not hold them.
+int32_t area_prepare(kxtool_device* device) {
+  const kx_mmio_region& bar = device->bar;
+  const bool has_layout = bar.holds(LAYOUT_WORD, sizeof(uint32_t));
+  if (has_layout) {
+    device->bar_offset = area_offset((kx_mmio_read32(bar, LAYOUT_WORD) >> LAYOUT_SHIFT) & 0xFF);
+  }
+  if (!has_layout || !bar.holds(device->bar_offset, BAR_MSG_AREA_SIZE)) {
+    MTS_ERR("BAR 0 of %s has only 0x%llx bytes, the message area lies behind its end\n", device->sbdf_text,
+            static_cast<unsigned long long>(bar.size));
+    return -1;
+  }
+  const kx_mmio_region area = bar.from(device->bar_offset);
+  for (uint32_t offset = 0; offset < BAR_MSG_AREA_SIZE; offset += sizeof(uint32_t)) {
+    kx_mmio_write32(area, offset, 0);
+  }
+  kx_mmio_write_barrier();
+  return 0;
+}
+
+int32_t kxtool_bc_rx_cb(const uint8_t* payload, uint16_t length, uint8_t* /*reply*/, uint16_t* /*reply_len*/) {
+  uint32_t op_code = 0;
+  if (!kxtool_event_dispatch(payload, length, &op_code)) {
+    MSG_CHAN_ERR("op_code %d was not found!\n", static_cast<int>(op_code));
+    return -1;
+  }
+  return 0;
+}
+
+int32_t kxtool_bc_rx_cb_regist(uint32_t event_id, bar_msg_recv_func callback) {
+  const int32_t ret = tarn_bar_chan_msg_recv_register(event_id, callback);
+  if (ret != 0) {
+    MSG_CHAN_ERR("event_id[%d] register failed: %d\n", static_cast<int>(event_id), ret);
+    tarn_bar_chan_msg_recv_unregister(event_id);
+  }
+  return ret;
+}
+
+}  // namespace
+
+int32_t kxtool_bc_init(kxtool_device* device) {
+  if (bar_map(device) != 0) {
+    MTS_ERR("\r bar map failed\n");
+    return -1;
+  }
+  int32_t ret = area_prepare(device);
+  if (ret != 0) {
+    return ret;
+  }
+  usleep(AFTER_CLEAR_US);
+  prctl(PR_SET_TIMERSLACK, TIMER_SLACK_NS);
+  ret = tarn_bc_init(device);
+  if (ret != 0) {
+    return ret;
+  }
+  ret = kxtool_bc_rx_cb_regist(KXTOOL_EVENT_GENERAL, kxtool_bc_rx_cb);
+  if (ret != 0) {
+    return ret;
+  }
+  return kxtool_pcieid_send_ostype_get(device, 0);
+}
+
+int32_t kxtool_barch_send_sync(kxtool_device* device, uint32_t event_id, const void* payload, uint16_t length,
+                               void* reply, const uint16_t* reply_len) {
+  kxtool_stats.tx_req.fetch_add(1, std::memory_order_relaxed);
+  const bar_msg_send_para send = {
+      .area = device->bar.from(device->bar_offset),
+      .payload = payload,
+      .payload_len = length,
+      .src = BAR_MSG_ENDPOINT_TOOL,
+      .dst = BAR_MSG_ENDPOINT_CARD,
+      .event_id = event_id,
+      .src_pcieid = 0,
+      .dst_pcieid = 0,
+  };
+  const bar_msg_recv_para recv = {reply, *reply_len};
+  return -tarn_bar_chan_sync_msg_send(&send, &recv);
+}
+
+int32_t bl1_bc_send_sync(kxtool_device* device, const void* payload, uint16_t length, void* reply,
+                         const uint16_t* reply_len) {
+  return kxtool_barch_send_sync(device, KXTOOL_EVENT_BL1, payload, length, reply, reply_len);
+}
+
+int32_t bl1_bc_send_no_reply(kxtool_device* device, const void* payload, uint16_t length) {
+  uint8_t scratch[NO_REPLY_BUFFER];
+  return bl1_bc_send_sync(device, payload, length, scratch, &NO_REPLY_LEN);
+}
+
+int32_t tarn_get_bar_offset(const bar_offset_request* request, bar_offset_result* result) {
+  if (request == nullptr || result == nullptr) {
+    MSG_CHAN_ERR("NULL ptr\n");
+    return -1;
+  }
+  constexpr size_t REPLY_TOKEN = 4;
+  constexpr size_t REPLY_OFFSET = 8;
+  constexpr size_t REPLY_LENGTH = 12;
+  uint8_t payload[4];
+  memcpy(payload, &request->pcie_id, sizeof request->pcie_id);
+  memcpy(payload + sizeof request->pcie_id, &request->type, sizeof request->type);
+  uint8_t reply[BAR_MSG_PAYLOAD_MAX] = {};
+  const bar_msg_send_para send = {
+      .area = request->area,
+      .payload = payload,
+      .payload_len = sizeof payload,
+      .src = BAR_MSG_ENDPOINT_TOOL,
+      .dst = BAR_MSG_ENDPOINT_CARD,
+      .event_id = KXTOOL_EVENT_BAR_OFFSET,
+      .src_pcieid = request->pcie_id,
+      .dst_pcieid = 0,
+  };
+  const bar_msg_recv_para recv = {reply, sizeof reply};
+  const int32_t ret = tarn_bar_chan_sync_msg_send(&send, &recv);
+  if (ret != 0) {
+    return -ret;
+  }
+  const uint16_t expected = static_cast<uint16_t>(payload[0] + payload[1] + payload[2] + payload[3]);
+  uint16_t token = 0;
+  memcpy(&token, reply + REPLY_TOKEN, sizeof token);
+  if (token != expected) {
+    MSG_CHAN_ERR("expect token: 0x%x, get token: 0x%x.\n", expected, token);
+    return BAR_MSG_ERR_TOKEN;
+  }
+  memcpy(&result->bar_offset, reply + REPLY_OFFSET, sizeof result->bar_offset);
+  memcpy(&result->bar_length, reply + REPLY_LENGTH, sizeof result->bar_length);
+  return 0;
+}

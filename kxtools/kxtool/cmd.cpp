@@ -1,0 +1,87 @@
+// Runs a sub-command in a child process of its own.
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "common/report.h"
+#include "kxtools/shell.h"
+#include "options.h"
+#include "sub_commands.h"
+
+namespace {
+
+constexpr uint32_t WORDS_MAX = 50;
+constexpr uint32_t ARGC_LIMIT = 49;
+
+// Holds SIGINT back, so that none falls between the fork and the moment when each side has its own treatment of it.
+class interrupt_hold {
+ public:
+  interrupt_hold() {
+    sigset_t interrupt;
+    sigemptyset(&interrupt);
+    sigaddset(&interrupt, SIGINT);
+    sigprocmask(SIG_BLOCK, &interrupt, &old_);
+  }
+  interrupt_hold(const interrupt_hold&) = delete;
+  interrupt_hold& operator=(const interrupt_hold&) = delete;
+  ~interrupt_hold() {
+    sigprocmask(SIG_SETMASK, &old_, nullptr);
+  }
+
+ private:
+  sigset_t old_;
+};
+
+[[noreturn]] void child_run(uint32_t count, char** words) {
+  kxtools_child_input_detach();
+  kxtool_init(KXTOOL_OPTIONS, count, words);
+}
+
+int32_t child_wait(pid_t child) {
+  int status = 0;
+  pid_t done = 0;
+  do {
+    done = waitpid(child, &status, 0);
+  } while (done < 0 && errno == EINTR);
+  signal(SIGINT, SIG_DFL);
+  if (done == child && WIFSIGNALED(status) && WTERMSIG(status) != SIGINT) {
+    KXTOOLS_ERR("the command was ended by signal %d\n", WTERMSIG(status));
+  }
+  return (status >> 8) & 0xFF;
+}
+
+}  // namespace
+
+int32_t kxtool_cmd(kxtools_cmd_context* ctx) {
+  if (ctx == nullptr || ctx->argp == nullptr || ctx->argc >= ARGC_LIMIT) {
+    KXTOOLS_ERR("ctx is NULL\n");
+    return -1;
+  }
+  char program[] = "kxtool";
+  char* words[WORDS_MAX + 1] = {program, const_cast<char*>(ctx->cmd->name)};
+  for (uint32_t i = 0; i < ctx->argc; ++i) {
+    words[2 + i] = ctx->argp[i];
+  }
+  // What is buffered now must not be printed a second time by the child.
+  fflush(stdout);
+  fflush(stderr);
+  pid_t child = -1;
+  {
+    const interrupt_hold hold;
+    child = fork();
+    if (child > 0) {
+      signal(SIGINT, SIG_IGN);
+    }
+  }
+  if (child == 0) {
+    child_run(ctx->argc + 2, words);
+  }
+  if (child < 0) {
+    KXTOOLS_ERR("fork failed.\n");
+    return 0;  // deliberately a success
+  }
+  return child_wait(child);
+}

@@ -1,0 +1,12 @@
+// The option table: what the child process of each sub-command runs.
+#pragma once
+
+#include "startup/init.h"
+
+inline constexpr uint32_t KXTOOL_OPTION_NUM = 35;
+extern const kxtool_option kxtool_option_table[KXTOOL_OPTION_NUM];
+
+inline constexpr kxtool_option_list KXTOOL_OPTIONS = {kxtool_option_table, KXTOOL_OPTION_NUM};
+
+/// Usage of "bind", which has no row.
+extern const char kxtool_bind_usage[];
