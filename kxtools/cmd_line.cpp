@@ -13,6 +13,20 @@ struct owned_context : kxtools_cmd_context {
   uint32_t word_num;
 };
 
+// Makes room for one more word. The array doubles whenever it is full, which it is at every power of two.
+bool room_make(owned_context* ctx) {
+  const size_t count = ctx->word_num;
+  if ((count & (count - 1)) != 0) {
+    return true;
+  }
+  auto* grown = static_cast<char**>(realloc(ctx->words, (count == 0 ? 1 : count * 2) * sizeof(char*)));
+  if (grown == nullptr) {
+    return false;
+  }
+  ctx->words = grown;
+  return true;
+}
+
 }  // namespace
 
 void kxtools_cmd_context_free(kxtools_cmd_context* ctx) {
@@ -31,21 +45,19 @@ kxtools_cmd_context_owner kxtools_cmd_context_malloc(const char* line) {
   if (line == nullptr || line[0] == '\0') {
     return nullptr;
   }
-  kxtools_cmd_context_owner ctx(static_cast<owned_context*>(calloc(1, sizeof(owned_context))));
-  if (ctx == nullptr) {
+  auto* owned = static_cast<owned_context*>(calloc(1, sizeof(owned_context)));
+  if (owned == nullptr) {
     KXTOOLS_ERR("malloc failed!\n");
     return nullptr;
   }
-  auto* owned = static_cast<owned_context*>(ctx.get());
+  kxtools_cmd_context_owner ctx(owned);
   const char* start = line + strspn(line, " ");
   while (*start != '\0') {
     const size_t length = strcspn(start, " ");
-    auto* grown = static_cast<char**>(realloc(owned->words, (owned->word_num + size_t{1}) * sizeof(char*)));
-    if (grown == nullptr) {
+    if (!room_make(owned)) {
       KXTOOLS_ERR("realloc failed!\n");
       return nullptr;
     }
-    owned->words = grown;
     char* word = strndup(start, length);
     if (word == nullptr) {
       KXTOOLS_ERR("argp strdup failed!\n");
