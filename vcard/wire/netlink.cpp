@@ -188,9 +188,11 @@ void NetlinkWire::request_handle(Socket& socket, ByteView message) {
   if (family_fault_ == family_silent) {
     return;
   }
-  bool sent = message_send(socket.card_end.get(), family_answer(socket, message));
-  socket.resolved = socket.resolved || sent;
-  if (socket.resolved) {
+  Bytes answer = family_answer(socket, message);
+  bool sent = message_send(socket.card_end.get(), answer);
+  // Notices wait until the tool knows the family: before that it would take them for the answer.
+  if (sent && get_le<uint16_t>(answer, 4) == GENL_ID_CTRL) {
+    socket.resolved = true;
     card_.processor().deliver();
   }
 }

@@ -1,0 +1,188 @@
+#include "vcard/card.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+
+#include "vcard/models.h"
+
+namespace vcard {
+namespace {
+
+using testing::ElementsAre;
+
+class Doubler : public CardMemoryBlock {
+ public:
+  uint32_t read(uint64_t offset) override {
+    return static_cast<uint32_t>(offset * 2);
+  }
+  void write(uint64_t offset, uint32_t value) override {
+    written.emplace_back(offset, value);
+  }
+  std::vector<std::pair<uint64_t, uint32_t>> written;
+};
+
+TEST(CardMemory, ClaimedRangesAnswerAndTheRestIsMemory) {
+  RequestLog log;
+  std::string lines;
+  log.keep(&lines);
+  CardMemory memory(log);
+  Doubler block;
+  memory.attach(0x6200000000, 0x100, &block);
+
+  EXPECT_EQ(memory.read(0x6200000010), 0x20u);
+  EXPECT_EQ(memory.read(0x62000000ff), 0xfcu * 2);  // low address bits do not count
+  EXPECT_EQ(memory.read(0x6200000100), 0u);         // first word behind the range
+  memory.write(0x6200000020, 5);
+  EXPECT_THAT(block.written, ElementsAre(std::pair<uint64_t, uint32_t>(0x20, 5)));
+  memory.write(0x6200000100, 6);
+  EXPECT_EQ(memory.peek(0x6200000100), 6u);
+  EXPECT_EQ(lines,
+            "card_read address=0x6200000010 value=0x00000020\n"
+            "card_read address=0x62000000fc value=0x000001f8\n"
+            "card_read address=0x6200000100 value=0x00000000\n"
+            "card_write address=0x6200000020 value=0x00000005\n"
+            "card_write address=0x6200000100 value=0x00000006\n");
+}
+
+TEST(CardMemoryDeathTest, TwoModelsCannotClaimTheSameWord) {
+  RequestLog log;
+  CardMemory memory(log);
+  Doubler block;
+  memory.attach(0x1000, 0x100, &block);
+  EXPECT_DEATH(memory.attach(0x10fc, 0x10, &block), "two models claim card address 0x10fc");
+  EXPECT_DEATH(memory.attach(0xff0, 0x20, &block), "two models claim card address 0xff0");
+}
+
+TEST(ManagementProcessor, NoticesWaitInOrderForTheToolThatAttachedLast) {
+  RequestLog log;
+  ManagementProcessor processor(log);
+  std::vector<Bytes> taken;
+  bool ready = false;
+  processor.notify({1});  // nobody there: dropped when a tool attaches
+  processor.attach_tool([&](uint16_t, ByteView payload) {
+    if (ready) {
+      taken.emplace_back(payload.begin(), payload.end());
+    }
+    return ready;
+  });
+  processor.notify({2});
+  processor.notify({3});
+  EXPECT_TRUE(taken.empty());
+  ready = true;
+  EXPECT_TRUE(processor.deliver());
+  EXPECT_THAT(taken, ElementsAre(Bytes{2}, Bytes{3}));
+  EXPECT_FALSE(processor.deliver());
+}
+
+TEST(ManagementProcessor, FaultsHitTheRequestsThatTheyName) {
+  CardFile file(R"({"requests": [{"op_code": 15, "from": 1, "count": 2, "result": -8},
+                                 {"event_id": 27, "reply": "aabb"}, {"op_code": 9, "never_answers": true}]})");
+  RequestLog log;
+  ManagementProcessor processor(log);
+  processor.load_faults(file.root());
+  processor.on_op(15, [](ByteView, Bytes& reply) {
+    reply = {1};
+    return 0;
+  });
+  processor.on_event(27, [](ByteView, Bytes& reply) {
+    reply = {2};
+    return 0;
+  });
+  Bytes reply;
+  std::vector<int32_t> results;
+  for (int i = 0; i < 4; ++i) {
+    results.push_back(processor.handle(39, Bytes{15, 0, 0, 0}, reply));
+  }
+  EXPECT_THAT(results, ElementsAre(0, -8, -8, 0));
+  EXPECT_EQ(processor.handle(27, Bytes{1}, reply), 0);
+  EXPECT_EQ(reply, (Bytes{0xaa, 0xbb}));
+  EXPECT_EQ(processor.handle(39, Bytes{9, 0, 0, 0}, reply), no_answer);
+  EXPECT_EQ(processor.handle(39, Bytes{77, 0, 0, 0}, reply), 18);  // nobody listens
+}
+
+TEST(Card, RunsScheduledActionsAndPollsOnItsThread) {
+  CardFile file;
+  RequestLog log;
+  Card card(file, log);
+  ASSERT_TRUE(card.create({}));
+  std::vector<int> order;
+  std::condition_variable done;
+  int looks = 0;
+  card.schedule(std::chrono::milliseconds(2), [&] { order.push_back(2); });
+  card.schedule(std::chrono::milliseconds(1), [&] {
+    order.push_back(1);
+    card.schedule(std::chrono::milliseconds(5), [&] {
+      order.push_back(3);
+      done.notify_one();
+    });
+  });
+  card.poll_every(std::chrono::microseconds(50), [&] {
+    ++looks;
+    return false;
+  });
+  card.start();
+  {
+    std::unique_lock lock(card.lock());
+    EXPECT_TRUE(done.wait_for(lock, std::chrono::seconds(10), [&] { return order.size() == 3; }));
+  }
+  card.stop();
+  EXPECT_THAT(order, ElementsAre(1, 2, 3));
+  EXPECT_GT(looks, 1);
+}
+
+TEST(Card, PublishesRecordsAndFeatureWordInBar0) {
+  CardFile file(R"({"bar0": {"layout_byte": 2, "feature_word": "0x1122334455667788",
+                    "compat": {"1": {"fw_minor": 3, "drv_minor": 1}, "5": {"present": false}}}})");
+  RequestLog log;
+  Card card(file, log);
+  models_attach(card);
+  ASSERT_TRUE(card.create({}));
+  EXPECT_EQ(card.bar0().read32(0x1000), 0x00000200u);
+  EXPECT_EQ(card.bar0().read32(0x1004), 0x77880000u);
+  EXPECT_EQ(card.bar0().read32(0x1008), 0x33445566u);
+  EXPECT_EQ(card.bar0().read32(0x100c), 0x00001122u);
+  EXPECT_EQ(card.bar0().read32(0x5400), 0x00000001u);
+  EXPECT_EQ(card.bar0().read32(0x5408), 0x01030002u);
+  EXPECT_EQ(card.bar0().read32(0x5428), 0x00000000u);
+  EXPECT_THAT(file.complaints(), testing::IsEmpty());
+}
+
+/// The capabilities that a walk finds, as (id, offset).
+std::vector<std::pair<int, int>> walk(std::span<const uint8_t> config) {
+  std::vector<std::pair<int, int>> found;
+  for (int offset = config[0x34]; offset != 0; offset = config[static_cast<size_t>(offset) + 1]) {
+    found.emplace_back(config[static_cast<size_t>(offset)], offset);
+  }
+  for (size_t offset = 0x100; offset != 0;
+       offset = static_cast<size_t>(config[offset + 3]) << 4 | config[offset + 2] >> 4) {
+    found.emplace_back(config[offset] | config[offset + 1] << 8, static_cast<int>(offset));
+  }
+  return found;
+}
+
+TEST(Card, FunctionsCarryTheirCapabilities) {
+  CardFile file(R"({"functions": {"0000:3b:00.1": {"power_capability": false, "vpd_capability": false},
+                                  "0000:3b:00.0": {"power_state": 3}}})");
+  RequestLog log;
+  Card card(file, log);
+  ASSERT_TRUE(card.create({}));
+  using Found = std::vector<std::pair<int, int>>;
+  const std::pair<const char*, Found> expected[] = {
+      {"0000:00:1f.6", {{1, 0x40}, {0x10, 0x60}, {1, 0x100}}},
+      {"0000:3a:00.0", {{1, 0x40}, {0x10, 0x60}, {1, 0x100}}},
+      {"0000:3b:00.0", {{1, 0x40}, {0x11, 0x50}, {0x10, 0x60}, {3, 0xb0}, {1, 0x100}, {0x10, 0x180}, {0xb, 0x200}}},
+      {"0000:3b:00.1", {{0x11, 0x50}, {0x10, 0x60}, {1, 0x100}, {0x10, 0x180}, {0xb, 0x200}}},
+      {"0000:3b:01.0", {{1, 0x40}, {0x11, 0x50}, {0x10, 0x60}, {3, 0xb0}, {1, 0x100}, {0xb, 0x200}}},
+  };
+  ASSERT_EQ(card.functions().size(), std::size(expected));
+  for (size_t i = 0; i < std::size(expected); ++i) {
+    EXPECT_EQ(card.functions()[i].sbdf, expected[i].first);
+    EXPECT_EQ(walk(card.functions()[i].config.bytes()), expected[i].second) << expected[i].first;
+  }
+  EXPECT_EQ(card.functions()[2].config.bytes()[0x44] & 3, 3);
+}
+
+}  // namespace
+}  // namespace vcard

@@ -1,0 +1,170 @@
+// The kernel driver's side of the card, driven by the probe.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "system/process.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+kx_system::Result probe(const std::string& card, std::vector<std::string> words) {
+  return kx_system::run({.card = card, .words = std::move(words), .program = VCARD_PROBE});
+}
+
+/// The words of one step line, split at blanks.
+std::vector<std::string> steps(const std::string& line) {
+  std::vector<std::string> words;
+  for (size_t start = 0; start < line.size();) {
+    size_t end = std::min(line.find(' ', start), line.size());
+    words.push_back(line.substr(start, end - start));
+    start = end + 1;
+  }
+  return words;
+}
+
+struct Exchange {
+  const char* card;
+  const char* steps;
+  const char* out;
+};
+
+TEST(DriverWire, AnswersLikeTheDriver) {
+  const std::string serial = "004b583236303141303030343200000000000000000000000000000000";
+  const Exchange exchanges[] = {
+      // Compatibility record: present, chosen, absent.
+      {"{}", "ioctl eth0 6 39 0000000000000000 8", "ret=0 errno=0 status=1 result=0 length=8 reply=0000000000000000\n"},
+      {R"({"driver": {"compat": {"item": 1, "major": 2, "tool_minor": 3, "drv_minor": 4}}})", "ioctl eth0 6 39 - 8",
+       "ret=0 errno=0 status=1 result=0 length=8 reply=0102030400000000\n"},
+      {R"({"driver": {"compat": {"present": false}}})", "ioctl eth0 6 39 - 8",
+       "ret=0 errno=0 status=0 result=0 length=8 reply=eeeeeeeeeeeeeeee\n"},
+      // Registration: check word; a second one is refused while the first process lives, whoever asks; free afterwards.
+      {R"({"driver": {"check_word": "0x11223344"}})",
+       "ioctl eth0 0 39 - 4 , child_ioctl eth0 0 39 - 4 , ioctl eth0 0 39 - 4 , ioctl eth1 0 39 - 4",
+       "ret=0 errno=0 status=1 result=0 length=4 reply=44332211\n"
+       "ret=-1 errno=16 status=0 result=0 length=4 reply=eeeeeeee\n"
+       "ret=-1 errno=16 status=0 result=0 length=4 reply=eeeeeeee\n"
+       "ret=0 errno=0 status=1 result=0 length=4 reply=44332211\n"},
+      {R"({"driver": {"check_word": 1}})", "child_ioctl eth0 0 39 - 4 , ioctl eth0 0 39 - 4",
+       "ret=0 errno=0 status=1 result=0 length=4 reply=01000000\n"
+       "ret=0 errno=0 status=1 result=0 length=4 reply=01000000\n"},
+      // Types of the driver's own succeed; an unknown one does not; nor do other interfaces.
+      {"{}", "ioctl eth0 2 39 - 0 , ioctl eth0 3 39 0000000001000000 0 , ioctl eth0 5 39 - 0 , ioctl eth0 7 39 - 0",
+       "ret=0 errno=0 status=1 result=0 length=0 reply=-\n"
+       "ret=0 errno=0 status=1 result=0 length=0 reply=-\n"
+       "ret=0 errno=0 status=1 result=0 length=0 reply=-\n"
+       "ret=-1 errno=22 status=0 result=0 length=0 reply=-\n"},
+      {"{}", "ioctl eno1 6 39 - 8 , ioctl eth9 6 39 - 8",
+       "ret=-1 errno=95 status=0 result=0 length=8 reply=eeeeeeeeeeeeeeee\n"
+       "ret=-1 errno=19 status=0 result=0 length=8 reply=eeeeeeeeeeeeeeee\n"},
+      {R"({"functions": {"0000:3b:00.0": {"driver": "vfio-pci"}}})", "ioctl eth0 6 39 - 8",
+       "ret=-1 errno=95 status=0 result=0 length=8 reply=eeeeeeeeeeeeeeee\n"},
+      // Faults of the driver and of the processor behind it.
+      {R"({"faults": {"driver": {"requests": [{"type": 1, "count": 1, "errno": 5}, {"type": 1, "status_flag": 2},
+                                              {"type": 3, "result": 6}]}}})",
+       "ioctl eth0 1 39 12 4 , ioctl eth0 1 39 12000000 24 , ioctl eth0 3 39 - 0",
+       "ret=-1 errno=5 status=0 result=0 length=4 reply=eeeeeeee\n"
+       "ret=0 errno=0 status=2 result=0 length=24 reply=000000002d00000000000000000000000000000000000000\n"
+       "ret=0 errno=0 status=1 result=6 length=0 reply=-\n"},
+      {R"({"faults": {"processor": {"requests": [{"op_code": 18, "from": 1, "count": 1, "result": -8}]}}})",
+       "ioctl eth0 1 39 12000000 8 , ioctl eth0 1 39 12000000 24 , ioctl eth0 1 39 63000000 8",
+       "ret=0 errno=0 status=1 result=12 length=8 reply=eeeeeeeeeeeeeeee\n"  // reply longer than the buffer
+       "ret=0 errno=0 status=1 result=-8 length=24 reply=eeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeee\n"
+       "ret=0 errno=0 status=1 result=18 length=8 reply=eeeeeeeeeeeeeeee\n"},
+  };
+  for (const Exchange& exchange : exchanges) {
+    kx_system::Result result = probe(exchange.card, steps(exchange.steps));
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, exchange.out) << exchange.card << "\n" << exchange.steps;
+  }
+  for (const char* caller : {"ioctl", "thread_ioctl", "child_ioctl"}) {
+    kx_system::Result result = probe("{}", steps(std::string(caller) + " eth0 1 39 0f000000 29"));
+    EXPECT_EQ(result.out, "ret=0 errno=0 status=1 result=0 length=29 reply=" + serial + "\n") << caller;
+  }
+}
+
+TEST(DriverWire, InformationRequestsAnswerFromTheCardFile) {
+  const char* card = R"({"information": {"serial_number": "ABCDEFGHIJKL", "serial_number_status": -5,
+      "part_number": "PN KX9", "part_number_status": -10, "macs": ["02:00:00:00:00:0a"], "mac_count": 2, "mac_status": 3,
+      "temperatures": [151, 45], "temperature_statuses": [0, 1], "os_type": 1, "os_type_status": 2,
+      "wrong_check_word": true}})";
+  kx_system::Result result = probe(card, steps("ioctl eth0 1 39 0f000000 29 , ioctl eth0 1 39 15000000 33 , "
+                                               "ioctl eth0 1 39 09000000 68 , ioctl eth0 1 39 12000000 24 , "
+                                               "ioctl eth0 1 39 12000000 24 , ioctl eth0 1 39 0000000001020304 8 , "
+                                               "ioctl eth0 1 33 01020304 2036"));
+  const std::string good = "ret=0 errno=0 status=1 result=0 length=";
+  std::string expected = good + "29 reply=fb4142434445464748494a4b4c" + std::string(32, '0') + "\n" + good +
+                         "33 reply=f601504e204b5839" + std::string(50, '0') + "\n" + good +
+                         "68 reply=03000000020002000000000a" + std::string(112, '0') + "\n" + good +
+                         "24 reply=0000000097000000" + std::string(32, '0') + "\n" + good +
+                         "24 reply=010000002d000000" + std::string(32, '0') + "\n" + good +
+                         "8 reply=02000100fefdfcfb\n" + good + "16 reply=000000000a00000000f0f00000100000";
+  EXPECT_EQ(result.out.substr(0, expected.size()), expected);
+}
+
+TEST(DriverWire, LogShowsEveryFieldOfAMessage) {
+  kx_system::Result result = probe("{}", steps("ioctl eth0 3 39 0000000001000000 0 , ioctl eno1 0 39 - 4"));
+  EXPECT_THAT(
+      result.log,
+      ElementsAre("ioctl interface=eth0 type=3 event_pid=self status=set event_id=39 route=3 reserved=0 reply=set "
+                  "reply_length=0 reserved=0 payload_length=8 payload=0000000001000000",
+                  "ioctl_answer status=1 result=0 reply=-", "ioctl interface=eno1 refused=95"));
+}
+
+TEST(DriverWire, ARequestThatIsNeverAnsweredBlocksOnlyItsCaller) {
+  kx_system::Process process({.card = R"({"faults": {"driver": {"requests": [{"type": 1, "never_answers": true}]}}})",
+                              .words = steps("ioctl eth0 6 39 - 8 , ioctl eth0 1 39 0f000000 29"),
+                              .program = VCARD_PROBE});
+  EXPECT_TRUE(process.expect("reply=0000000000000000\n"));
+  EXPECT_TRUE(process.expect_log("ioctl_silent"));
+  process.signal(SIGTERM);
+  EXPECT_EQ(process.wait().status, 128 + SIGTERM);
+}
+
+TEST(NetlinkWire, ResolvesTheFamilyAndCarriesNotices) {
+  const char* card = R"({"notices": [{"payload": "0b000000"}, {"after_ms": 5, "payload": "0c00000011"}]})";
+  kx_system::Result result =
+      probe(card, steps("ioctl eth0 0 39 - 4 , socket , bind self , family other_family , family tools_family , "
+                        "notice , notice"));
+  EXPECT_EQ(result.out,
+            "ret=0 errno=0 status=1 result=0 length=4 reply=397a42c0\n"
+            "socket=1\n"
+            "bind=0 errno=0\n"
+            "sent=1 length=36 header_length=36 type=2 error=-2 attribute=0 id=0\n"
+            "sent=1 length=72 header_length=72 type=16 error=0 attribute=1 id=31\n"
+            "notice type=31 payload=0b000000\n"
+            "notice type=31 payload=0c00000011\n");
+  EXPECT_THAT(result.log_of("netlink"),
+              ElementsAre("netlink_socket type=3", "netlink_bind family=16 port=self groups=0x0",
+                          "netlink port=0 message=28000000100001000000000000000000030100001200020"
+                          "06f746865725f66616d696c7900000000",
+                          "netlink port=0 message=28000000100001000000000000000000030100001200020"
+                          "0746f6f6c735f66616d696c7900000000"));
+}
+
+TEST(NetlinkWire, FaultsSpoilFamilyAndNotices) {
+  const Exchange exchanges[] = {
+      {R"({"faults": {"netlink": {"family": "unknown"}}})", "socket , family tools_family",
+       "length=36 header_length=36 type=2 error=-2"},
+      {R"({"faults": {"netlink": {"family": "silent"}}})", "socket , family tools_family", "length=-1"},
+      {R"({"faults": {"netlink": {"family": "short"}}})", "socket , family tools_family",
+       "length=10 header_length=72 type=16"},
+      {R"({"faults": {"netlink": {"family": "bad_length"}}})", "socket , family tools_family",
+       "length=72 header_length=76 type=16"},
+      {R"({"faults": {"netlink": {"family": "no_id"}}})", "socket , family tools_family", "attribute=3 id=1"},
+      {R"({"faults": {"netlink": {"family_id": 20, "notice_family_id": 21}}, "notices": [{"payload": "01000000"}]})",
+       "socket , bind self , ioctl eth0 0 39 - 4 , family tools_family , notice", "notice type=21 payload=01000000"},
+      {R"({"faults": {"netlink": {"notice": "short"}}, "notices": [{"payload": "01000000"}]})",
+       "socket , bind self , ioctl eth0 0 39 - 4 , family tools_family , notice", "notice length=10"},
+      {R"({"faults": {"netlink": {"notice": "error"}}, "notices": [{"payload": "01000000"}]})",
+       "socket , bind self , ioctl eth0 0 39 - 4 , family tools_family , notice", "notice length=36 type=2"},
+  };
+  for (const Exchange& exchange : exchanges) {
+    kx_system::Result result = probe(exchange.card, steps(exchange.steps));
+    EXPECT_THAT(result.out, HasSubstr(exchange.out)) << exchange.card;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,152 @@
+// What kxvcard does to the host and to its command: the private view, exit statuses, signals, nothing left behind.
+
+#include <dirent.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "system/process.h"
+
+namespace {
+
+using kx_system::milliseconds;
+using testing::HasSubstr;
+
+kx_system::Command shell(const std::string& script, const std::string& card = "{}") {
+  return {.card = card, .words = {"-c", script}, .program = "/bin/sh"};
+}
+
+TEST(Host, TheCommandSeesTheCardInSysfs) {
+  kx_system::Result result = kx_system::run(shell(R"(
+cd /sys/bus/pci/devices; echo *; cat 0000:3b:00.0/vendor 0000:3b:00.0/device 0000:3b:00.0/class
+head -n 2 0000:3b:00.0/resource; readlink 0000:3b:00.0/driver; cat 0000:3b:00.0/power_state
+wc -c < 0000:3b:00.0/config; stat -c %s 0000:3b:00.0/resource0; test -e 0000:3a:00.0/resource0 || echo switch
+cd /sys/class/net; echo *; cat eth1/device/uevent; readlink eth0/device)"));
+  EXPECT_EQ(
+      result.out,
+      "0000:00:1f.6 0000:3a:00.0 0000:3b:00.0 0000:3b:00.1 0000:3b:01.0\n"
+      "0x1cf2\n0x8037\n0x020000\n"
+      "0x0000380000000000 0x0000380003ffffff 0x000000000014220c\n"
+      "0x0000000000000000 0x0000000000000000 0x0000000000000000\n"
+      "../../drivers/corvane10e\nD0\n4096\n67108864\nswitch\n"
+      "eno1 eth0 eth1 eth2 lo\n"
+      "DRIVER=corvane10e\nPCI_CLASS=20000\nPCI_ID=1AF4:1041\nPCI_SUBSYS_ID=1AF4:1041\nPCI_SLOT_NAME=0000:3b:00.1\n"
+      "MODALIAS=pci:v00001AF4d00001041sv00001AF4sd00001041bc02sc00i00\n"
+      "/sys/bus/pci/devices/0000:3b:00.0\n");
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(Host, TheCardFileChangesTheTree) {
+  kx_system::Result result = kx_system::run(shell(R"(
+cd /sys/bus/pci/devices; echo *; cd 0000:3b:00.0; cat resource uevent power_state; readlink driver
+wc -c < config; test -e resource0 || echo gone; cat ../0000:5e:00.0/device; ls /sys/class/net)",
+                                                  R"({"functions": {
+  "0000:3b:00.0": {"files": {"resource": "garbage\n", "uevent": "DRIVER=x\n"}, "absent_files": ["resource0"],
+                   "driver": "vfio-pci", "power_state": 3, "config_size": 64},
+  "0000:5e:00.0": {"device": "0x8099", "interface": "enp94s0"},
+  "0000:3b:00.1": {"present": false}, "0000:3b:01.0": {"present": false}, "0000:00:1f.6": {"present": false}}})"));
+  EXPECT_EQ(result.out,
+            "0000:3a:00.0 0000:3b:00.0 0000:5e:00.0\n"
+            "garbage\nDRIVER=x\nD3hot\n../../drivers/vfio-pci\n64\ngone\n0x8099\nenp94s0\neth0\nlo\n");
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(Host, TheExitStatusIsTheCommands) {
+  EXPECT_EQ(kx_system::run(shell("exit 5")).status, 5);
+  EXPECT_EQ(kx_system::run(shell("kill -SEGV $$")).status, 128 + SIGSEGV);
+  EXPECT_EQ(kx_system::run({.program = "/no/such/program"}).status, 127);
+  EXPECT_EQ(kx_system::run({.program = "/etc/passwd"}).status, 126);
+}
+
+TEST(Host, ABadCardFileIsRefusedBeforeTheCommandRuns) {
+  kx_system::Result result = kx_system::run(shell("echo ran", R"({"faults": {"driver": {"reqests": []}}, "bar0": 5})"));
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.err, HasSubstr("card.json: bar0: not an object\n"));
+  EXPECT_THAT(result.err, HasSubstr("card.json: faults.driver.reqests: unknown key\n"));
+}
+
+TEST(Host, LockAndLogFoldersArePrivateUnlessTheyAreKept) {
+  const char* script =
+      "echo 1 > /tmp/kxtool/mine; echo 2 > /tmp/kx_pcie/mine; mkdir /var/log/kxtool; "
+      "echo 3 > /var/log/kxtool/mine; cat /tmp/kxtool/mine /tmp/kx_pcie/mine /var/log/kxtool/mine";
+  kx_system::Result result = kx_system::run(shell(script));
+  EXPECT_EQ(result.out, "1\n2\n3\n");
+  EXPECT_EQ(kx_system::Folder::read("/tmp/kxtool/mine"), "");
+
+  kx_system::Folder state;
+  kx_system::Command command = shell(script);
+  command.state = state.path();
+  EXPECT_EQ(kx_system::run(command).out, "1\n2\n3\n");
+  EXPECT_EQ(kx_system::Folder::read(state.path() + "/tmp/kxtool/mine"), "1\n");
+  EXPECT_EQ(kx_system::Folder::read(state.path() + "/tmp/kx_pcie/mine"), "2\n");
+  EXPECT_EQ(kx_system::Folder::read(state.path() + "/log/kxtool/mine"), "3\n");
+}
+
+TEST(Host, SignalsReachTheCommand) {
+  for (int number : {SIGTERM, SIGINT, SIGHUP, SIGUSR1}) {
+    kx_system::Process process(
+        shell("trap 'echo got; exit 9' TERM INT HUP USR1; echo ready; while :; do sleep 0.01; done"));
+    ASSERT_TRUE(process.expect("ready\n"));
+    process.signal(number);
+    kx_system::Result result = process.wait();
+    EXPECT_EQ(result.out, "ready\ngot\n") << number;
+    EXPECT_EQ(result.status, 9) << number;
+  }
+}
+
+TEST(Host, AnInterruptOnTheTerminalReachesTheCommandOnce) {
+  kx_system::Command command = shell(
+      "trap 'echo got; n=$((n+1))' INT; n=0; echo ready; "
+      "while [ $n -lt 1 ]; do sleep 0.01; done; sleep 0.1; echo n=$n; exit 3");
+  command.terminal = true;
+  kx_system::Process process(command);
+  ASSERT_TRUE(process.expect("ready"));
+  process.send("\x03");
+  EXPECT_TRUE(process.expect("n=1")) << process.output();
+  EXPECT_EQ(process.wait().status, 3);
+}
+
+bool lives(pid_t pid) {
+  return kill(pid, 0) == 0;
+}
+
+bool dies(pid_t pid) {
+  for (int i = 0; i < 500 && lives(pid); ++i) {
+    usleep(10000);
+  }
+  return !lives(pid);
+}
+
+/// The only child of `parent`.
+pid_t child_of(pid_t parent) {
+  std::string text =
+      kx_system::Folder::read("/proc/" + std::to_string(parent) + "/task/" + std::to_string(parent) + "/children");
+  return static_cast<pid_t>(strtol(text.c_str(), nullptr, 10));
+}
+
+TEST(Host, NothingIsLeftWhenEitherProcessIsKilled) {
+  enum Victim { outer, inner };
+  for (Victim victim : {outer, inner}) {
+    kx_system::Process process(shell("sleep 100 & setsid sleep 100 & echo $$ $!; exec sleep 100"));
+    ASSERT_TRUE(process.expect("\n"));
+    int command = 0, background = 0;
+    ASSERT_EQ(sscanf(process.output().c_str(), "%d %d", &command, &background), 2);
+    pid_t server = child_of(process.pid());
+    ASSERT_GT(server, 0);
+    kill(victim == outer ? process.pid() : server, SIGKILL);
+    EXPECT_EQ(process.wait().status, 128 + SIGKILL);
+    EXPECT_TRUE(dies(server));
+    EXPECT_TRUE(dies(command));
+    EXPECT_TRUE(dies(background));
+  }
+}
+
+TEST(Host, BackgroundProcessesEndWithTheCommand) {
+  kx_system::Result result = kx_system::run(shell("setsid sleep 100 > /dev/null 2>&1 & echo $!"));
+  EXPECT_TRUE(dies(static_cast<pid_t>(strtol(result.out.c_str(), nullptr, 10))));
+}
+
+}  // namespace
