@@ -1,0 +1,96 @@
+#include <cstdio>
+#include <string_view>
+
+#include "describe.h"
+#include "kxtools/cmd.h"
+
+namespace {
+
+constexpr uint32_t LEVELS = 2;
+
+// Text that the formatter prints as it stands.
+void text_print(std::string_view text) {
+  if (text.starts_with('.') || text.starts_with('\'')) {
+    fputs("\\&", stdout);
+  }
+  for (const char c : text) {
+    if (c == '\\' || c == '-') {
+      putchar('\\');
+    }
+    putchar(c == '\\' ? 'e' : c);
+  }
+}
+
+// The lines of a usage block from its synopsis on, moved to the left margin.
+void usage_print(std::string_view usage) {
+  constexpr std::string_view SYNOPSIS = "    SYNOPSIS:\n";
+  constexpr size_t INDENT = 4;
+  if (const size_t at = usage.find(SYNOPSIS); at != std::string_view::npos) {
+    usage.remove_prefix(at + SYNOPSIS.size());
+  }
+  printf(".nf\n");
+  while (!usage.empty()) {
+    const size_t end = usage.find('\n');
+    std::string_view line = usage.substr(0, end);
+    usage.remove_prefix(end == std::string_view::npos ? usage.size() : end + 1);
+    line.remove_prefix(line.starts_with("    ") ? INDENT : 0);
+    text_print(line);
+    putchar('\n');
+  }
+  printf(".fi\n");
+}
+
+// Rows with the same usage are names of one command and stand under one heading.
+void maintenance_print(uint32_t level) {
+  const kxtools_cmd_entry& module = kxtools_cmd_list_addr_get()[KXTOOLS_MODULE_KXTOOL];
+  const char* last = nullptr;
+  for (uint32_t i = 0; i < module.sub_cmd_num; i++) {
+    const kxtools_cmd_entry& entry = module.sub_cmd_list[i];
+    if (entry.permission != level || entry.help == nullptr || entry.help == last) {
+      continue;
+    }
+    last = entry.help;
+    printf(".SS \"");
+    const char* separator = "";
+    for (uint32_t j = i; j < module.sub_cmd_num && module.sub_cmd_list[j].help == last; j++) {
+      fputs(separator, stdout);
+      text_print(module.sub_cmd_list[j].name);
+      separator = ", ";
+    }
+    printf("\"\n");
+    usage_print(entry.help);
+  }
+}
+
+void module_print(const kxtools_cmd_entry& module) {
+  printf(".TP\n.B %s\n", module.name);
+  for (uint32_t level = 0; level < LEVELS; level++) {
+    const char* separator = level == 0 ? "" : "At super\\-user level also ";
+    for (uint32_t i = 0; i < module.sub_cmd_num; i++) {
+      if (module.sub_cmd_list[i].permission == level) {
+        fputs(separator, stdout);
+        text_print(module.sub_cmd_list[i].name);
+        separator = ",\n";
+      }
+    }
+    if (separator[0] == ',') {
+      printf(".\n");
+    }
+  }
+  if (module.sub_cmd_num == 0) {
+    printf("No commands in this build.\n");
+  }
+}
+
+}  // namespace
+
+void describe_man() {
+  printf(".SH MAINTENANCE COMMANDS\nFrom the command line, and in the shell after the word kxtool.\n");
+  maintenance_print(0);
+  printf(".SH SUPER\\-USER MAINTENANCE COMMANDS\nOnly in the shell, after su.\n");
+  maintenance_print(1);
+  printf(".SH MODULE COMMANDS\nIn the shell after the module's name, from the command line through bind.\n");
+  for (uint32_t id = KXTOOLS_MODULE_KXNP; id <= KXTOOLS_MODULE_KXRDMA; id++) {
+    module_print(kxtools_cmd_list_addr_get()[id]);
+  }
+}
