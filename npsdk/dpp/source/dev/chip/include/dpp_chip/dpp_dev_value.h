@@ -15,8 +15,8 @@ uint32_t dpp_dev_agent_addr_get(uint32_t dev_id, uint64_t* addr);
 uint32_t dpp_dev_agent_status_set(uint32_t dev_id, uint32_t agent_flag);
 uint32_t dpp_dev_get_dev_agent_flag(uint32_t dev_id, uint32_t* agent_flag);
 
-/// The virtual port by which the driver is known to the card: bit 15 zero, bits 14-12 endpoint, bit 11 set for a virtual
-/// function, bits 10-8 physical function, bits 7-0 virtual function.
+/// The virtual port by which the driver is known to the card: bit 15 zero, bits 14-12 endpoint, bit 11 set for a
+/// virtual function, bits 10-8 physical function, bits 7-0 virtual function.
 uint32_t dpp_dev_vport_set(uint32_t dev_id, uint32_t vport);
 uint32_t dpp_dev_vport_get(uint32_t dev_id, uint32_t* vport);
 /// The endpoint (0 to 7) of the vport.

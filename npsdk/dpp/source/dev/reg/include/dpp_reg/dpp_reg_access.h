@@ -1,17 +1,15 @@
 // Module access hooks: how the words of a register of each hardware block reach the device channel. The description
-// names a pair of them for each register. Addresses lie in the register space; data points to the register's words,
-// most significant word first.
+// names a pair of them for each register. Addresses are final, conversion has been applied; data points to the
+// register's words, most significant word first.
 #pragma once
 
 #include <cstdint>
 
-using dpp_reg_write_fun = uint32_t (*)(uint32_t dev_id, uint32_t addr, const uint32_t* data);
-using dpp_reg_read_fun = uint32_t (*)(uint32_t dev_id, uint32_t addr, uint32_t* data);
-
 struct dpp_reg_info;
-/// The write and read hooks of a row.
-dpp_reg_write_fun dpp_reg_write_fun_get(const dpp_reg_info& info);
-dpp_reg_read_fun dpp_reg_read_fun_get(const dpp_reg_info& info);
+/// Through the hook of the row: all words of one instance. A plain register of more than one word moves word by word in
+/// ascending address order.
+uint32_t dpp_reg_hook_write(uint32_t dev_id, const dpp_reg_info& info, uint32_t addr, const uint32_t* data);
+uint32_t dpp_reg_hook_read(uint32_t dev_id, const dpp_reg_info& info, uint32_t addr, uint32_t* data);
 
 /// One word, straight to the channel.
 uint32_t dpp_write(uint32_t dev_id, uint32_t addr, const uint32_t* data);
@@ -24,6 +22,7 @@ uint32_t dpp_etm_read(uint32_t dev_id, uint32_t addr, uint32_t* data);
 uint32_t dpp_tm_write(uint32_t dev_id, uint32_t addr, const uint32_t* data);
 uint32_t dpp_tm_read(uint32_t dev_id, uint32_t addr, uint32_t* data);
 
+inline constexpr uint32_t DPP_RC_REG_WINDOW_TIMEOUT = 0x609;  ///< an indirect window did not finish a read
 inline constexpr uint32_t DPP_SE_ALG_WORDS = 16;
 /// 16 words behind the search-engine indirect window, under operation mutex 0. `addr` is the place behind the window:
 /// 21 bits, of which bit 16 chooses registers (1) or hash memory (0), bits 15-14 the zgroup, 13-11 the zblock, 10-9 the

@@ -21,6 +21,12 @@ inline constexpr uint32_t DPP_REG_BINARY_ARRAY = 2;  ///< array_type bit 1: inde
 inline constexpr uint32_t DPP_FIELD_FLAG_INT = 1;  ///< an interrupt status field
 inline constexpr uint32_t DPP_FIELD_FLAG_CFG = 2;  ///< a configuration field
 
+// Pairs of module access hooks; see dpp_reg_access.h.
+inline constexpr uint32_t DPP_REG_ACCESS_DIRECT = 0;
+inline constexpr uint32_t DPP_REG_ACCESS_ETM = 1;
+inline constexpr uint32_t DPP_REG_ACCESS_TM = 2;
+inline constexpr uint32_t DPP_REG_ACCESS_SE_ALG = 3;
+
 struct dpp_reg_field {
   uint32_t name;           ///< offset into the text pool
   uint32_t flag;           ///< DPP_FIELD_FLAG_*, 0 for all others (counters, states)
@@ -44,7 +50,7 @@ struct dpp_reg_info {
   uint32_t n_step;
   uint32_t field_num;
   uint32_t field_first;  ///< index into the field table
-  uint32_t access;       ///< which pair of module access hooks serves it
+  uint32_t access;       ///< DPP_REG_ACCESS_*
 };
 
 /// The row of a register; above 4439 null and the range message.

@@ -1,0 +1,207 @@
+#include "dpp_chip/dpp_dev.h"
+
+#include <cstring>
+
+#include "dpp_dev_internal.h"
+#include "qlix_comm/memory.h"
+#include "qlix_comm/print.h"
+
+namespace {
+
+// Where the chip keeps its version; asked before the register table of the layer above is of use.
+constexpr uint32_t CHIP_VERSION_ADDR = 0x2000;
+
+dpp_dev_mgr dev_mgr;
+
+uint32_t object_create(uint32_t dev_id) {
+  auto* object = static_cast<dpp_dev_object*>(ic_comm_malloc_memory(sizeof(dpp_dev_object)));
+  QLIX_COMM_CHECK_POINT(object);
+  memset(static_cast<void*>(object), 0, sizeof *object);
+  const uint32_t rc = dpp_dev_mutexes_create(object->mutexes);
+  if (rc != 0) {
+    ic_comm_free_memory(object);
+    return rc;
+  }
+  dev_mgr.p_dev_array[dev_id] = &object->cfg;
+  ++dev_mgr.device_num;
+  return 0;
+}
+
+// A device without an answer keeps version 0: the record is usable all the same.
+void chip_version_query(dpp_dev_cfg& dev) {
+  uint32_t version = 0;
+  if (dev.dev_type < DPP_DEV_TYPE_CHIP &&
+      dpp_dev_read_channel(dev.dev_id, CHIP_VERSION_ADDR, 1, &version) == QLIX_COMM_OK) {
+    dev.chip_version = version;
+  }
+}
+
+bool channel_device_find(uint32_t dev_id, dpp_dev_cfg*& dev) {
+  dev = dpp_dev_cfg_get(dev_id);
+  if (dev == nullptr) {
+    QLIX_COMM_TRACE_ERROR("Error: Channel[%d] dev is not exist!\n ", dev_id);
+  }
+  return dev != nullptr;
+}
+
+}  // namespace
+
+uint32_t dpp_dev_init() {
+  if (dev_mgr.is_init != 0) {
+    QLIX_COMM_PRINT("Dev is already initialized.\n");
+    return QLIX_COMM_OK;
+  }
+  dev_mgr.device_num = 0;
+  dev_mgr.is_init = 1;
+  return QLIX_COMM_OK;
+}
+
+bool dpp_dev_mgr_is_init() {
+  return dev_mgr.is_init != 0;
+}
+
+dpp_dev_mgr* dpp_dev_mgr_get() {
+  if (dev_mgr.is_init == 0) {
+    QLIX_COMM_TRACE_ERROR("Error: dev_mgr is not init.\n");
+    return nullptr;
+  }
+  return &dev_mgr;
+}
+
+uint32_t dpp_dev_add(uint32_t dev_id, uint32_t dev_type, uint32_t access_type, uint64_t pcie_addr, uint64_t riscv_addr,
+                     uint64_t dma_vir_addr, uint64_t dma_phy_addr, dpp_dev_write_fun p_pcie_write_fun,
+                     dpp_dev_read_fun p_pcie_read_fun, dpp_dev_write_fun p_riscv_write_fun,
+                     dpp_dev_read_fun p_riscv_read_fun) {
+  DPP_DEV_CHECK_ID(dev_id);
+  if (dev_mgr.is_init == 0) {
+    QLIX_COMM_TRACE_ERROR("ErrorCode[ 0x%x]: Device Manager is not init!!!\n", DPP_RC_DEV_MGR_NOT_INIT);
+    return DPP_RC_DEV_MGR_NOT_INIT;
+  }
+  if (dev_mgr.p_dev_array[dev_id] != nullptr) {
+    QLIX_COMM_TRACE_ERROR("Device is added again!!!\n");
+  } else {
+    QLIX_COMM_CHECK_RC(object_create(dev_id), "dpp_dev_object_create");
+  }
+  dpp_dev_cfg& dev = *dev_mgr.p_dev_array[dev_id];
+  dev = {
+      .dev_id = dev_id,
+      .dev_type = dev_type,
+      .chip_version = 0,
+      .access_type = access_type,
+      .pcie_addr = pcie_addr,
+      .riscv_addr = riscv_addr,
+      .dma_vir_addr = dma_vir_addr,
+      .dma_phy_addr = dma_phy_addr,
+      .p_pcie_write_fun = p_pcie_write_fun != nullptr ? p_pcie_write_fun : dpp_dev_pcie_default_write,
+      .p_pcie_read_fun = p_pcie_read_fun != nullptr ? p_pcie_read_fun : dpp_dev_pcie_default_read,
+      .p_riscv_write_fun = p_riscv_write_fun != nullptr ? p_riscv_write_fun : dpp_dev_riscv_default_write,
+      .p_riscv_read_fun = p_riscv_read_fun != nullptr ? p_riscv_read_fun : dpp_dev_riscv_default_read,
+  };
+  chip_version_query(dev);
+  return QLIX_COMM_OK;
+}
+
+dpp_dev_cfg* dpp_dev_cfg_get(uint32_t dev_id) {
+  return dev_id < DPP_DEV_MAX && dev_mgr.is_init != 0 ? dev_mgr.p_dev_array[dev_id] : nullptr;
+}
+
+dpp_dev_object* dpp_dev_object_get(uint32_t dev_id) {
+  return reinterpret_cast<dpp_dev_object*>(dpp_dev_cfg_get(dev_id));
+}
+
+uint32_t dpp_dev_get_dev_type(uint32_t dev_id) {
+  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
+  return dev != nullptr ? dev->dev_type : DPP_DEV_TYPE_INVALID;
+}
+
+uint64_t dpp_dev_get_pcie_addr(uint32_t dev_id) {
+  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
+  return dev != nullptr ? dev->pcie_addr : 0;
+}
+
+uint64_t dpp_dev_get_riscv_addr(uint32_t dev_id) {
+  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
+  return dev != nullptr ? dev->riscv_addr : 0;
+}
+
+uint64_t dpp_dev_get_dma_vir_addr(uint32_t dev_id) {
+  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
+  return dev != nullptr ? dev->dma_vir_addr : 0;
+}
+
+uint64_t dpp_dev_get_dma_phy_addr(uint32_t dev_id) {
+  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
+  return dev != nullptr ? dev->dma_phy_addr : 0;
+}
+
+uint32_t dpp_dev_get_access_type(uint32_t dev_id, uint32_t* access_type) {
+  DPP_DEV_CHECK_ID(dev_id);
+  QLIX_COMM_CHECK_POINT(access_type);
+  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
+  QLIX_COMM_CHECK_POINT(dev);
+  *access_type = dev->access_type;
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_dev_get_chip_version(uint32_t dev_id, uint32_t* chip_version) {
+  DPP_DEV_CHECK_ID(dev_id);
+  QLIX_COMM_CHECK_POINT(chip_version);
+  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
+  QLIX_COMM_CHECK_POINT(dev);
+  *chip_version = dev->chip_version;
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_dev_set_np_addr(uint32_t dev_id, uint64_t pcie_addr) {
+  DPP_DEV_CHECK_ID(dev_id);
+  dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
+  QLIX_COMM_CHECK_POINT(dev);
+  dev->pcie_addr = pcie_addr;
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_dev_write_channel(uint32_t dev_id, uint32_t addr, uint32_t word_count, const uint32_t* data) {
+  DPP_DEV_CHECK_ID(dev_id);
+  QLIX_COMM_CHECK_POINT(data);
+  dpp_dev_cfg* dev = nullptr;
+  if (!channel_device_find(dev_id, dev)) {
+    return DPP_RC_DEV_NOT_EXIST;
+  }
+  switch (dev->access_type) {
+    case DPP_DEV_ACCESS_TYPE_PCIE:
+      return dev->p_pcie_write_fun(dev_id, addr, word_count, data);
+    case DPP_DEV_ACCESS_TYPE_RISCV:
+      return dev->p_riscv_write_fun(dev_id, addr, word_count, data);
+    default:
+      QLIX_COMM_TRACE_ERROR("Dev access type[ %d ] is invalid!\n", dev->access_type);
+      return DPP_RC_DEV_NOT_EXIST;
+  }
+}
+
+uint32_t dpp_dev_read_channel(uint32_t dev_id, uint32_t addr, uint32_t word_count, uint32_t* data) {
+  DPP_DEV_CHECK_ID(dev_id);
+  QLIX_COMM_CHECK_POINT(data);
+  dpp_dev_cfg* dev = nullptr;
+  if (!channel_device_find(dev_id, dev)) {
+    return DPP_RC_DEV_NOT_EXIST;
+  }
+  uint32_t soft_int = 0;
+  if (dpp_dev_soft_int_enable_get(dev_id, &soft_int) == QLIX_COMM_OK && soft_int != 0) {
+    uint32_t value = 0;
+    uint32_t found = 0;
+    if (dpp_dev_soft_int_search(dev_id, addr, &value, &found) == QLIX_COMM_OK && found != 0) {
+      QLIX_COMM_TRACE_DEBUG("Search done,Addr = %d, Value = %d!\n", addr, value);
+      *data = value;
+      return QLIX_COMM_OK;
+    }
+  }
+  switch (dev->access_type) {
+    case DPP_DEV_ACCESS_TYPE_PCIE:
+      return dev->p_pcie_read_fun(dev_id, addr, word_count, data);
+    case DPP_DEV_ACCESS_TYPE_RISCV:
+      return dev->p_riscv_read_fun(dev_id, addr, word_count, data);
+    default:
+      QLIX_COMM_TRACE_ERROR("Dev access type[ %d ] is invalid!\n", dev->access_type);
+      return DPP_RC_DEV_NOT_EXIST;
+  }
+}

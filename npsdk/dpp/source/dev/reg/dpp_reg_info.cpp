@@ -1,0 +1,69 @@
+#include "dpp_reg/dpp_reg_info.h"
+
+#include "dpp_reg_table.h"
+#include "qlix_comm/check.h"
+
+const dpp_reg_info* dpp_reg_info_get(uint32_t reg_no) {
+  if (reg_no >= DPP_REG_NUM) {
+    qlix_comm_detail::report_upper(QLIX_COMM_HERE, reg_no, DPP_REG_NUM - 1);
+    return nullptr;
+  }
+  return &dpp_reg_table[reg_no];
+}
+
+const char* dpp_reg_text_get(uint32_t offset) {
+  return offset < dpp_reg_text_size ? dpp_reg_text_pool + offset : "";
+}
+
+std::span<const dpp_reg_field> dpp_reg_fields_get(const dpp_reg_info& info) {
+  return {dpp_reg_field_table + info.field_first, info.field_num};
+}
+
+uint32_t dpp_reg_no_find(std::string_view name) {
+  for (uint32_t slot = dpp_reg_name_hash(name);; ++slot) {
+    const uint16_t reg_no = dpp_reg_name_slots[slot % DPP_REG_NAME_SLOTS];
+    if (reg_no == DPP_REG_NAME_SLOT_FREE) {
+      return DPP_REG_NO_NONE;
+    }
+    if (name == dpp_reg_text_get(dpp_reg_table[reg_no].name)) {
+      return reg_no;
+    }
+  }
+}
+
+uint32_t dpp_reg_field_find(uint32_t reg_no, std::string_view field_name) {
+  const dpp_reg_info* info = dpp_reg_info_get(reg_no);
+  if (info == nullptr) {
+    return DPP_REG_NO_NONE;
+  }
+  const std::span<const dpp_reg_field> fields = dpp_reg_fields_get(*info);
+  for (uint32_t i = 0; i < fields.size(); ++i) {
+    if (field_name == dpp_reg_text_get(fields[i].name)) {
+      return i;
+    }
+  }
+  return DPP_REG_NO_NONE;
+}
+
+bool dpp_reg_is_described(const dpp_reg_info& info) {
+  return info.field_first != 0;
+}
+
+uint64_t dpp_reg_instance_num_get(const dpp_reg_info& info) {
+  return uint64_t{info.m_size} * info.n_size;
+}
+
+uint32_t dpp_reg_width_get(uint32_t reg_no) {
+  const dpp_reg_info* info = dpp_reg_info_get(reg_no);
+  return info != nullptr ? info->width : 0;
+}
+
+const char* dpp_reg_name_get(uint32_t reg_no) {
+  const dpp_reg_info* info = dpp_reg_info_get(reg_no);
+  return info != nullptr ? dpp_reg_text_get(info->name) : nullptr;
+}
+
+uint32_t dpp_reg_module_no_get(uint32_t reg_no) {
+  const dpp_reg_info* info = dpp_reg_info_get(reg_no);
+  return info != nullptr ? info->mod_no : DPP_REG_NO_NONE;
+}

@@ -1,0 +1,122 @@
+#include "emit.h"
+
+#include <cctype>
+#include <unordered_map>
+
+#include "dpp_reg_hash.h"
+
+namespace reg_gen {
+
+namespace {
+
+/// Zero-terminated texts one behind the other, equal texts once.
+class text_pool {
+ public:
+  uint32_t add(const std::string& text) {
+    const auto [found, added] = offsets_.try_emplace(text, size_);
+    if (added) {
+      texts_.push_back(text);
+      size_ += static_cast<uint32_t>(text.size()) + 1;
+    }
+    return found->second;
+  }
+  const std::vector<std::string>& texts() const {
+    return texts_;
+  }
+  uint32_t size() const {
+    return size_;
+  }
+
+ private:
+  std::vector<std::string> texts_;
+  std::unordered_map<std::string, uint32_t> offsets_;
+  uint32_t size_ = 0;
+};
+
+std::string numbers(std::initializer_list<uint32_t> values) {
+  std::string out = "{";
+  for (const uint32_t value : values) {
+    out += std::to_string(value) + ",";
+  }
+  out.back() = '}';
+  return out;
+}
+
+std::string upper(const std::string& name) {
+  std::string out;
+  for (const char c : name) {
+    out += static_cast<char>(toupper(static_cast<unsigned char>(c)));
+  }
+  return out;
+}
+
+std::string name_slots_text(const std::vector<reg>& regs) {
+  std::vector<uint16_t> slots(DPP_REG_NAME_SLOTS, DPP_REG_NAME_SLOT_FREE);
+  for (const reg& r : regs) {
+    uint32_t slot = dpp_reg_name_hash(r.name) % DPP_REG_NAME_SLOTS;
+    while (slots[slot] != DPP_REG_NAME_SLOT_FREE) {
+      slot = (slot + 1) % DPP_REG_NAME_SLOTS;
+    }
+    slots[slot] = static_cast<uint16_t>(r.number);
+  }
+  std::string out = "extern const uint16_t dpp_reg_name_slots[DPP_REG_NAME_SLOTS] = {\n";
+  for (size_t i = 0; i < slots.size(); ++i) {
+    out += std::to_string(slots[i]) + (i % 16 == 15 ? ",\n" : ",");
+  }
+  return out + "};\n";
+}
+
+}  // namespace
+
+std::string table_text(const std::vector<reg>& regs) {
+  text_pool pool;
+  // Field 0 belongs to all raw words: that is how they are told from described registers.
+  std::string fields = numbers({pool.add("data"), 0, 31, 32, 0, 0}) + ",\n";
+  uint32_t field_count = 1;
+  std::string rows;
+  for (const reg& r : regs) {
+    const uint32_t first = r.raw ? 0 : field_count;
+    rows += numbers({pool.add(r.name), r.number, r.mod_no, r.flag, r.array_type, r.addr, r.width, r.m_size, r.n_size,
+                     r.m_step, r.n_step, static_cast<uint32_t>(r.fields.size()), first, r.access}) +
+            ",\n";
+    if (r.raw) {
+      continue;
+    }
+    for (const field& f : r.fields) {
+      fields += numbers({pool.add(f.name), f.flag, f.msb, f.len, f.default_value, 0}) + ",\n";
+      ++field_count;
+    }
+  }
+  std::string out = "// Generated from the description sheets; do not edit.\n#include \"dpp_reg_table.h\"\n\n";
+  out += "extern const dpp_reg_info dpp_reg_table[DPP_REG_NUM] = {\n" + rows + "};\n";
+  out += "extern const uint32_t dpp_reg_field_num = " + std::to_string(field_count) + ";\n";
+  out += "extern const dpp_reg_field dpp_reg_field_table[" + std::to_string(field_count) + "] = {\n" + fields + "};\n";
+  out += name_slots_text(regs);
+  out += "extern const uint32_t dpp_reg_text_size = " + std::to_string(pool.size()) + ";\n";
+  out += "extern const char dpp_reg_text_pool[" + std::to_string(pool.size()) + " + 1] =\n";
+  for (const std::string& text : pool.texts()) {
+    out += "\"" + text + "\\0\"\n";
+  }
+  return out + ";\n";
+}
+
+std::string constants_text(const std::vector<reg>& regs) {
+  std::string out =
+      "// Generated from the description sheets; do not edit.\n"
+      "// Numbers of the described registers, and the position of each field in the register's field values.\n"
+      "#pragma once\n\n#include <cstdint>\n\n";
+  for (const reg& r : regs) {
+    if (r.raw) {
+      continue;
+    }
+    const std::string name = upper(r.name);
+    out += "inline constexpr uint32_t DPP_REG_" + name + " = " + std::to_string(r.number) + ";\n";
+    for (size_t i = 0; i < r.fields.size(); ++i) {
+      out += "inline constexpr uint32_t DPP_FIELD_" + name + "_" + upper(r.fields[i].name) + " = " + std::to_string(i) +
+             ";\n";
+    }
+  }
+  return out;
+}
+
+}  // namespace reg_gen

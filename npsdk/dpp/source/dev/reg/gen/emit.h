@@ -1,0 +1,18 @@
+// What the generator writes: the table of the driver, and the constants under which code names registers and fields.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "sheet.h"
+
+namespace reg_gen {
+
+/// Source text of the constant table. `regs` is complete and sorted by number.
+std::string table_text(const std::vector<reg>& regs);
+
+/// Header text: DPP_REG_<NAME> for each described register, DPP_FIELD_<NAME>_<FIELD> for the position of each of its
+/// fields in the field value vector.
+std::string constants_text(const std::vector<reg>& regs);
+
+}  // namespace reg_gen

@@ -1,0 +1,82 @@
+// dpp_reg_gen TABLE.cpp CONSTANTS.h SHEET.csv...: turns the description sheets into source. Writes nothing and ends
+// with status 1 when a sheet is wrong; every complaint names file and line.
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "emit.h"
+#include "sheet.h"
+
+namespace {
+
+bool file_read(const char* path, std::string& text) {
+  FILE* file = fopen(path, "rb");
+  if (file == nullptr) {
+    return false;
+  }
+  char block[65536];
+  size_t length;
+  while ((length = fread(block, 1, sizeof block, file)) > 0) {
+    text.append(block, length);
+  }
+  const bool good = ferror(file) == 0;
+  fclose(file);
+  return good;
+}
+
+bool file_write(const char* path, const std::string& text) {
+  FILE* file = fopen(path, "wb");
+  if (file == nullptr) {
+    return false;
+  }
+  const bool written = fwrite(text.data(), 1, text.size(), file) == text.size();
+  return fclose(file) == 0 && written;
+}
+
+int failed(const char* path) {
+  fprintf(stderr, "%s: %s\n", path, strerror(errno));
+  return 1;
+}
+
+// A path as it stands in complaints: the folder of the sheets is known.
+std::string file_name(const char* path) {
+  const char* slash = strrchr(path, '/');
+  return slash == nullptr ? path : slash + 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 4) {
+    fprintf(stderr, "usage: %s TABLE.cpp CONSTANTS.h SHEET.csv...\n", argv[0]);
+    return 2;
+  }
+  std::vector<reg_gen::reg> regs;
+  reg_gen::complaints complaints;
+  for (int i = 3; i < argc; ++i) {
+    std::string text;
+    if (!file_read(argv[i], text)) {
+      return failed(argv[i]);
+    }
+    reg_gen::sheet_read(file_name(argv[i]), text, regs, complaints);
+  }
+  if (complaints.empty()) {
+    reg_gen::regs_check(regs, complaints);
+  }
+  for (const reg_gen::complaint& c : complaints) {
+    fprintf(stderr, "%s:%u: %s\n", c.at.file.c_str(), c.at.line, c.text.c_str());
+  }
+  if (!complaints.empty()) {
+    return 1;
+  }
+  if (!file_write(argv[1], reg_gen::table_text(regs))) {
+    return failed(argv[1]);
+  }
+  if (!file_write(argv[2], reg_gen::constants_text(regs))) {
+    return failed(argv[2]);
+  }
+  return 0;
+}

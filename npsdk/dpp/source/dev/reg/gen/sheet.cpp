@@ -1,0 +1,371 @@
+#include "sheet.h"
+
+#include <algorithm>
+#include <optional>
+#include <span>
+
+#include "csv.h"
+
+namespace reg_gen {
+
+namespace {
+
+enum column : size_t {
+  col_number,
+  col_name,
+  col_block,
+  col_addr,
+  col_width,
+  col_array,
+  col_m_size,
+  col_m_step,
+  col_n_size,
+  col_n_step,
+  col_access,
+  col_convert,
+  col_class,
+  col_fields,
+  col_count
+};
+constexpr std::array<std::string_view, col_count> column_names = {"number", "name",    "block",  "addr",   "width",
+                                                                  "array",  "m_size",  "m_step", "n_size", "n_step",
+                                                                  "access", "convert", "class",  "fields"};
+
+/// Reads the cells of one line into a register; says what is wrong with the place of the line.
+class row_reader {
+ public:
+  row_reader(const place& at, const std::vector<std::string>& cells, complaints& out)
+      : at_(at), cells_(cells), out_(out) {}
+
+  bool failed() const {
+    return failed_;
+  }
+  void complain(std::string text) {
+    out_.push_back({at_, std::move(text)});
+    failed_ = true;
+  }
+  std::string_view cell(column c) const {
+    return cells_[c];
+  }
+  uint32_t number(column c) {
+    const std::optional<uint32_t> value = csv_number(cells_[c]);
+    if (!value) {
+      complain(std::string(column_names[c]) + " is no number: '" + cells_[c] + "'");
+    }
+    return value.value_or(0);
+  }
+  uint32_t choice(column c, std::span<const std::string_view> names) {
+    const auto found = std::find(names.begin(), names.end(), cells_[c]);
+    if (found == names.end()) {
+      complain("unknown " + std::string(column_names[c]) + " '" + cells_[c] + "'");
+      return 0;
+    }
+    return static_cast<uint32_t>(found - names.begin());
+  }
+  void must_be_empty(column c) {
+    if (!cells_[c].empty()) {
+      complain(std::string(column_names[c]) + " has no meaning for array '" + cells_[col_array] + "'");
+    }
+  }
+
+ private:
+  const place& at_;
+  const std::vector<std::string>& cells_;
+  complaints& out_;
+  bool failed_ = false;
+};
+
+bool is_name(std::string_view text) {
+  return !text.empty() && text[0] >= 'a' && text[0] <= 'z' &&
+         text.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_") == std::string_view::npos;
+}
+
+std::optional<uint32_t> class_flag(std::string_view name) {
+  const auto found = std::find(class_names.begin(), class_names.end(), name);
+  if (found == class_names.end()) {
+    return std::nullopt;
+  }
+  return static_cast<uint32_t>(found - class_names.begin());
+}
+
+// name[msb:lsb]=default/class, of which ":lsb", "=default" and "/class" may be absent.
+std::optional<field> field_parse(std::string_view text, uint32_t register_flag) {
+  field out;
+  out.flag = register_flag;
+  if (const size_t slash = text.find('/'); slash != std::string_view::npos) {
+    const std::optional<uint32_t> flag = class_flag(text.substr(slash + 1));
+    if (!flag) {
+      return std::nullopt;
+    }
+    out.flag = *flag;
+    text = text.substr(0, slash);
+  }
+  if (const size_t equals = text.find('='); equals != std::string_view::npos) {
+    const std::optional<uint32_t> value = csv_number(text.substr(equals + 1));
+    if (!value) {
+      return std::nullopt;
+    }
+    out.default_value = *value;
+    text = text.substr(0, equals);
+  }
+  const size_t open = text.find('[');
+  if (open == std::string_view::npos || !text.ends_with(']') || !is_name(text.substr(0, open))) {
+    return std::nullopt;
+  }
+  out.name = text.substr(0, open);
+  const std::string_view range = text.substr(open + 1, text.size() - open - 2);
+  const size_t colon = range.find(':');
+  const std::optional<uint32_t> msb = csv_number(range.substr(0, colon));
+  const std::optional<uint32_t> lsb = colon == std::string_view::npos ? msb : csv_number(range.substr(colon + 1));
+  if (!msb || !lsb || *lsb > *msb) {
+    return std::nullopt;
+  }
+  out.msb = *msb;
+  out.len = *msb - *lsb + 1;
+  return out;
+}
+
+void field_check(const field& f, const reg& r, row_reader& row) {
+  if (f.msb >= r.width * 8) {
+    row.complain("field '" + f.name + "' lies outside the register of " + std::to_string(r.width) + " bytes");
+  }
+  if (f.len < 32 && f.default_value >> f.len != 0) {
+    row.complain("default of field '" + f.name + "' does not fit its " + std::to_string(f.len) + " bits");
+  }
+  for (const field& other : r.fields) {
+    if (other.name == f.name) {
+      row.complain("field '" + f.name + "' stands twice in the register");
+    }
+    if (f.msb >= other.msb + 1 - other.len && other.msb >= f.msb + 1 - f.len) {
+      row.complain("field '" + f.name + "' overlaps field '" + other.name + "'");
+    }
+  }
+}
+
+void fields_read(reg& r, row_reader& row) {
+  const uint32_t flag = row.choice(col_class, class_names);
+  std::string_view rest = row.cell(col_fields);
+  while (!rest.empty()) {
+    const size_t end = std::min(rest.find(' '), rest.size());
+    const std::string_view word = rest.substr(0, end);
+    rest.remove_prefix(std::min(rest.find_first_not_of(' ', end), rest.size()));
+    const std::optional<field> f = field_parse(word, flag);
+    if (!f) {
+      row.complain("unreadable field '" + std::string(word) + "'");
+      continue;
+    }
+    field_check(*f, r, row);
+    r.fields.push_back(*f);
+  }
+  if (r.fields.empty()) {
+    row.complain("the register has no field");
+  }
+  if (r.fields.size() > fields_max) {
+    row.complain("more than " + std::to_string(fields_max) + " fields");
+  }
+}
+
+// Bytes that one instance takes, in units of its address space: behind an indirect window an address is a line.
+uint32_t instance_span(const reg& r) {
+  return access_names[r.access] == "direct" || access_names[r.access] == "etm" ? r.width : 1;
+}
+
+void dimension_read(column size_column, column step_column, uint32_t& size, uint32_t& step, row_reader& row) {
+  size = row.number(size_column);
+  step = row.number(step_column);
+  if (row.failed()) {
+    return;
+  }
+  if (size == 0) {
+    row.complain(std::string(column_names[size_column]) + " is 0");
+  }
+  if (step == 0) {
+    row.complain(std::string(column_names[step_column]) + " is 0");
+  }
+}
+
+void instances_check(const reg& r, row_reader& row) {
+  const uint64_t count = uint64_t{r.m_size} * r.n_size;
+  if (count > instances_max) {
+    row.complain("more than " + std::to_string(instances_max) + " instances");
+    return;
+  }
+  const uint32_t span = instance_span(r);
+  std::vector<uint64_t> starts;
+  starts.reserve(count);
+  for (uint64_t m = 0; m < r.m_size; ++m) {
+    for (uint64_t n = 0; n < r.n_size; ++n) {
+      starts.push_back(r.addr + m * r.m_step + n * r.n_step);
+    }
+  }
+  std::sort(starts.begin(), starts.end());
+  if (starts.back() + span > uint64_t{UINT32_MAX} + 1) {
+    row.complain("the last instance lies beyond the 32-bit address space");
+  }
+  for (size_t i = 1; i < starts.size(); ++i) {
+    if (starts[i] - starts[i - 1] < span) {
+      row.complain("instances overlap");
+      return;
+    }
+  }
+}
+
+void array_read(reg& r, row_reader& row) {
+  const std::string_view kind = row.cell(col_array);
+  if (kind != "single" && kind != "n" && kind != "mn" && kind != "raw") {
+    row.complain("unknown array '" + std::string(kind) + "'");
+    return;
+  }
+  r.raw = kind == "raw";
+  if (kind == "mn") {
+    dimension_read(col_m_size, col_m_step, r.m_size, r.m_step, row);
+  } else {
+    row.must_be_empty(col_m_size);
+    row.must_be_empty(col_m_step);
+  }
+  if (kind == "single") {
+    row.must_be_empty(col_n_size);
+    row.must_be_empty(col_n_step);
+  } else {
+    dimension_read(col_n_size, col_n_step, r.n_size, r.n_step, row);
+  }
+  r.array_type = kind == "mn" ? 2 : kind == "n" ? 1 : 0;
+  if (!row.failed()) {
+    instances_check(r, row);
+  }
+}
+
+void access_read(reg& r, row_reader& row) {
+  r.access = row.choice(col_access, access_names);
+  const std::string_view name = access_names[r.access];
+  if ((name == "etm" || name == "tm") && r.width != 4) {
+    row.complain("access '" + std::string(name) + "' moves registers of 4 bytes");
+  }
+  if (name == "se_alg" && r.width != 64) {
+    row.complain("access 'se_alg' moves registers of 64 bytes");
+  }
+  if (instance_span(r) == r.width && r.addr % 4 != 0) {
+    row.complain("the address is no multiple of 4");
+  }
+  const std::string_view convert = row.cell(col_convert);
+  if (convert != "" && convert != "yes" && convert != "no") {
+    row.complain("convert is neither yes nor no: '" + std::string(convert) + "'");
+  }
+  r.flag = convert == "no" ? 1 : 0;
+}
+
+std::string raw_name(const std::string& name, uint32_t addr) {
+  char text[16];
+  snprintf(text, sizeof text, "_raw_%06x", addr);
+  return name + text;
+}
+
+void raw_expand(const reg& r, std::vector<reg>& regs) {
+  for (uint32_t i = 0; i < r.n_size; ++i) {
+    reg word = r;
+    word.number = r.number + i;
+    word.addr = r.addr + i * r.n_step;
+    word.name = raw_name(r.name, word.addr);
+    word.n_size = 1;
+    word.n_step = 0;
+    regs.push_back(std::move(word));
+  }
+}
+
+void row_read(const place& at, const std::vector<std::string>& cells, std::vector<reg>& regs, complaints& out) {
+  row_reader row(at, cells, out);
+  reg r;
+  r.at = at;
+  r.number = row.number(col_number);
+  r.name = row.cell(col_name);
+  r.mod_no = row.choice(col_block, block_names);
+  r.addr = row.number(col_addr);
+  r.width = row.number(col_width);
+  if (!is_name(r.name)) {
+    row.complain("'" + r.name + "' is no register name");
+  }
+  if (r.width < 4 || r.width > width_max || r.width % 4 != 0) {
+    row.complain("width " + std::string(row.cell(col_width)) + " is no multiple of 4 from 4 to " +
+                 std::to_string(width_max));
+  }
+  access_read(r, row);
+  array_read(r, row);
+  fields_read(r, row);
+  if (r.number >= reg_count || (r.raw && r.n_size > reg_count - r.number)) {
+    row.complain("register numbers end at " + std::to_string(reg_count - 1));
+  }
+  if (r.raw && (r.width != 4 || r.fields.size() != 1)) {
+    row.complain("a raw row describes words of 4 bytes with one field");
+  }
+  if (row.failed()) {
+    return;
+  }
+  if (r.raw) {
+    raw_expand(r, regs);
+  } else {
+    regs.push_back(std::move(r));
+  }
+}
+
+}  // namespace
+
+void sheet_read(const std::string& file, std::string_view text, std::vector<reg>& regs, complaints& out) {
+  place at{file, 0};
+  std::string_view line;
+  bool header_seen = false;
+  while (csv_next_line(text, line)) {
+    ++at.line;
+    if (line.empty() || line[0] == '#') {
+      continue;
+    }
+    const std::optional<std::vector<std::string>> cells = csv_cells(line);
+    if (!cells) {
+      out.push_back({at, "a quote is left open"});
+    } else if (!header_seen) {
+      header_seen = true;
+      if (!std::equal(cells->begin(), cells->end(), column_names.begin(), column_names.end())) {
+        out.push_back({at, "the first line does not name the columns"});
+        return;
+      }
+    } else if (cells->size() != col_count) {
+      out.push_back({at, std::to_string(cells->size()) + " cells in place of " + std::to_string(size_t{col_count})});
+    } else {
+      row_read(at, *cells, regs, out);
+    }
+  }
+  if (!header_seen) {
+    out.push_back({at, "the sheet is empty"});
+  }
+}
+
+void regs_check(std::vector<reg>& regs, complaints& out) {
+  std::stable_sort(regs.begin(), regs.end(), [](const reg& a, const reg& b) { return a.number < b.number; });
+  uint32_t expected = 0;
+  place last;
+  for (const reg& r : regs) {
+    if (r.number < expected) {
+      out.push_back({r.at, "number " + std::to_string(r.number) + " is used twice, first at " + last.file + ":" +
+                               std::to_string(last.line)});
+    } else if (r.number > expected) {
+      out.push_back({r.at, "number " + std::to_string(expected) + " is missing before this row"});
+    }
+    expected = r.number + 1;
+    last = r.at;
+  }
+  if (expected != reg_count) {
+    out.push_back({last, "number " + std::to_string(expected) + " is missing after this row"});
+  }
+  std::vector<const reg*> by_name;
+  for (const reg& r : regs) {
+    by_name.push_back(&r);
+  }
+  std::stable_sort(by_name.begin(), by_name.end(), [](const reg* a, const reg* b) { return a->name < b->name; });
+  for (size_t i = 1; i < by_name.size(); ++i) {
+    if (by_name[i]->name == by_name[i - 1]->name) {
+      out.push_back({by_name[i]->at, "name '" + by_name[i]->name + "' is used twice, first at " +
+                                         by_name[i - 1]->at.file + ":" + std::to_string(by_name[i - 1]->at.line)});
+    }
+  }
+}
+
+}  // namespace reg_gen
