@@ -1,5 +1,6 @@
 #include "options.h"
 
+#include "fwupdate/fwupdate.h"
 #include "general.h"
 #include "info/info.h"
 #include "kxtool/commands.h"
@@ -21,7 +22,7 @@ constexpr kxtool_option kxtool_option_table[KXTOOL_OPTION_NUM] = {
     {"-h|--help", NO_DEVICE, NIC, kxtool_show_help, USAGE_HELP},
     {"-v|--version", NO_DEVICE, NIC, kxtool_show_version, USAGE_VERSION},
     {"bl1", DEVICE, BDF, nullptr, USAGE_BL1},
-    {"-f|-fw|fwupdate", DEVICE, BDF, nullptr, USAGE_FWUPDATE},
+    {"-f|-fw|fwupdate", DEVICE, BDF, kxtool_fw_main, USAGE_FWUPDATE},
     {"repair", NO_DEVICE, NIC, nullptr, USAGE_REPAIR},
     {"fget|log", DEVICE, NIC, nullptr, USAGE_LOG},
     {"diag", DEVICE, NIC, nullptr, USAGE_DIAG},

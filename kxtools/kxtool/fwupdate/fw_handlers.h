@@ -1,0 +1,22 @@
+// Handlers of the state table. Each runs on the command's thread in its state, makes its exchange with the card and
+// leaves the machine in the next state, in "waiting" or in "failed". Results: 0 or negative.
+#pragma once
+
+#include <cstdint>
+
+#include "fw_state.h"
+
+int32_t kxtool_fw_version_get(fw_update* update);
+int32_t kxtool_fw_bt_ctrl_get(fw_update* update);
+int32_t kxtool_fw_flash_cnt_get(fw_update* update);
+
+int32_t kxtool_fw_data_pack_parsing(fw_update* update);
+int32_t kxtool_get_upd_auth_sync(fw_update* update);
+int32_t kxtool_kx_pkg_info_send(fw_update* update);
+int32_t kxtool_fw_upd_req_send(fw_update* update);
+int32_t kxtool_fw_data_sendto_riscv(fw_update* update);
+int32_t kxtool_fw_upd_crc_req_send(fw_update* update);
+int32_t kxtool_fw_end_req(fw_update* update);
+
+/// Writes the card's flash statistics to the log. Returns 0, or -1 with a log line.
+int32_t fw_flash_statistics_log(fw_update* update);

@@ -1,0 +1,63 @@
+// Entry of the sub-command.
+#include <unistd.h>
+
+#include "channel/bar_channel.h"
+#include "channel/event.h"
+#include "channel/process_exit.h"
+#include "common/report.h"
+#include "fw_args.h"
+#include "fw_interrupt.h"
+#include "fw_log.h"
+#include "fw_message.h"
+#include "fw_run.h"
+#include "fwupdate/fwupdate.h"
+#include "kxtools/shell.h"
+#include "startup/exit.h"
+
+namespace {
+
+constexpr int EXIT_NO_PERMISSION = 6;
+
+void sleep_us(uint32_t microseconds) {
+  usleep(microseconds);
+}
+
+[[noreturn]] void leave(kxtool_device* device, int status) {
+  kxtool_recv_cb_set(nullptr);
+  kxtool_release_fd_lock();
+  if (device->access_mode == KXTOOL_ACCESS_BDF) {
+    tarn_bc_exit(device);
+  }
+  fw_log_close();
+  kxtool_process_exit(status);
+}
+
+}  // namespace
+
+int kxtool_fw_main(kxtool_cmd_ctx* ctx) {
+  // Lives as long as the process: notices reach it until the end.
+  fw_update update;
+  update.device = &ctx->device;
+  update.send = kxtool_fw_msg_send_sync;
+  update.pause = sleep_us;
+  fw_update_set(&update);
+  fw_log_open();
+  FW_INFO("fwupdate pid is %d\n", static_cast<int>(getpid()));
+  fw_interrupt_install();
+  const int args = kxtool_fw_args_parse(*ctx, &update);
+  if (args > 0) {
+    leave(&ctx->device, args);
+  }
+  if (args < 0) {
+    kxtool_fw_fsm_set(FW_STATE_FAILED);
+  }
+  if (ctx->device.access_mode == KXTOOL_ACCESS_BDF && kxtools_permission_get() == 0) {
+    kx_print("Warning: This command is not supported by the current permissions!!!\n");
+    FW_ERR("This command is not supported by the current permissions\n");
+    leave(&ctx->device, EXIT_NO_PERMISSION);
+  }
+  kxtool_recv_cb_set(mts_fwupdate_recv_cb);
+  fw_progress_start(&update.progress);
+  const int status = fw_run(&update);
+  leave(&ctx->device, status);
+}

@@ -1,0 +1,83 @@
+// The two requests that speak of a whole package: its header before the first image, its end after the last.
+#include <algorithm>
+#include <array>
+
+#include "fw_handlers.h"
+#include "fw_log.h"
+#include "fw_message.h"
+
+namespace {
+
+constexpr uint8_t REQUEST_HEADER = 19;
+constexpr size_t HEADER_DATA = 8;
+constexpr uint8_t REQUEST_END = 22;
+constexpr size_t END_LEN = 5;
+
+constexpr uint32_t OS_TYPE_PARTITIONS = 1;  // the card's processor runs from one of two partitions
+constexpr uint32_t PARTITION_1 = static_cast<uint32_t>(FW_BASE_PART_A);
+constexpr uint32_t PARTITION_2 = static_cast<uint32_t>(FW_BASE_PART_B);
+static_assert(PARTITION_1 % FW_ERASE_BLOCK == 0 && PARTITION_2 % FW_ERASE_BLOCK == 0);
+
+// Where in the flash the header goes: for one partition to the one that does not run.
+uint32_t header_offset(const fw_update& update) {
+  if (update.device->os_type != OS_TYPE_PARTITIONS) {
+    return 0;
+  }
+  const bool to_first =
+      update.package.kind == FW_KIND_ONE_PARTITION ? update.cur_partition != 1 : update.part == FW_PART_A;
+  return to_first ? PARTITION_1 : PARTITION_2;
+}
+
+// Reads the header of the current part again: the file may have changed since it was looked at.
+bool reload(fw_update* update) {
+  if (fw_package_header_read(update->package, static_cast<fw_package_part>(update->part.load()), &update->header) !=
+          0 ||
+      !update->header.count_is_valid()) {
+    FW_ERR("the header of part %d cannot be read\n", update->part.load());
+    kxtool_fw_fsm_set(FW_STATE_FAILED);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+int32_t kxtool_kx_pkg_info_send(fw_update* update) {
+  kxtool_fw_fsm_set(FW_STATE_WAIT);
+  if (!reload(update)) {
+    return -1;
+  }
+  const fw_header& header = update->header;
+  std::array<uint8_t, HEADER_DATA + FW_HEADER_SIZE> request = {REQUEST_HEADER, header.images[0].type};
+  fw_put_le16(request, 2, header.length);
+  fw_put_le32(request, 4, header_offset(*update));
+  std::copy_n(header.bytes.begin(), header.length, request.begin() + HEADER_DATA);
+  update->header_sent = true;
+  update->phase = fw_phase::none;
+  if (kxtool_fw_msg_send_sync_no_reply(update, std::span(request).first(HEADER_DATA + header.length)) != 0) {
+    FW_ERR("the package header was not taken\n");
+    kxtool_fw_fsm_set(FW_STATE_FAILED);
+    return -1;
+  }
+  update->image = 0;
+  kxtool_fw_fsm_set(FW_STATE_ERASE);
+  return 0;
+}
+
+int32_t kxtool_fw_end_req(fw_update* update) {
+  kxtool_fw_fsm_set(FW_STATE_WAIT);
+  if (!reload(update)) {
+    return -1;
+  }
+  update->phase = fw_phase::ending;
+  update->progress.image = 0;
+  fw_progress_phase(&update->progress, "finishing");
+  std::array<uint8_t, END_LEN> request = {REQUEST_END};
+  fw_put_le32(request, 1, static_cast<uint32_t>(update->package.size));
+  if (kxtool_fw_msg_send_sync_no_reply(update, request) != 0) {
+    FW_ERR("the end of the update was not taken\n");
+    kxtool_fw_fsm_set(FW_STATE_FAILED);
+    return -1;
+  }
+  return 0;
+}

@@ -1,0 +1,117 @@
+#include "fw_progress.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cinttypes>
+#include <cstdarg>
+#include <cstdio>
+
+#include "common/report.h"
+
+namespace {
+
+constexpr const char* CLEAR_LINE = "\r\033[K";
+
+std::atomic<bool> line_shown = false;
+
+// "image 1/2 writing", with the part in front for a package that has two; a phase of no image stands alone.
+int head_text(const fw_progress& progress, char* text, size_t size) {
+  if (progress.image == 0) {
+    return snprintf(text, size, "%s", progress.phase);
+  }
+  char part[16] = "";
+  if (progress.part != '\0') {
+    snprintf(part, sizeof part, "part %c ", progress.part);
+  }
+  return snprintf(text, size, "%simage %u/%u %s", part, progress.image, progress.image_num, progress.phase);
+}
+
+}  // namespace
+
+uint64_t fw_now_ms() {
+  struct timespec now = {};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1000000;
+}
+
+void fw_progress_start(fw_progress* progress) {
+  *progress = {};
+  progress->terminal = isatty(STDOUT_FILENO) == 1;
+  progress->start_ms = fw_now_ms();
+}
+
+void fw_progress_phase(fw_progress* progress, const char* phase) {
+  progress->phase = phase;
+  if (progress->terminal) {
+    fw_progress_draw(progress);
+    return;
+  }
+  char text[128];
+  head_text(*progress, text, sizeof text);
+  fw_print("%s\n", text);
+}
+
+void fw_progress_write_start(fw_progress* progress, uint64_t done) {
+  progress->done = done;
+  progress->piece_ms = fw_now_ms();
+}
+
+void fw_progress_add(fw_progress* progress, uint64_t bytes) {
+  const uint64_t now = fw_now_ms();
+  progress->done += bytes;
+  progress->written += bytes;
+  progress->writing_ms += now - progress->piece_ms;
+  progress->piece_ms = now;
+}
+
+void fw_progress_text(const fw_progress& progress, uint64_t now_ms, char* text, size_t size) {
+  const uint64_t seconds = (now_ms - progress.start_ms) / 1000;
+  const int length = head_text(progress, text, size);
+  if (length < 0 || static_cast<size_t>(length) >= size) {
+    return;
+  }
+  text += length;
+  size -= static_cast<size_t>(length);
+  const uint64_t percent = progress.total == 0 ? 100 : progress.done * 100 / progress.total;
+  if (progress.written == 0 || progress.writing_ms == 0) {
+    snprintf(text, size, " %3" PRIu64 "%%, %" PRIu64 " s", percent, seconds);
+    return;
+  }
+  const uint64_t rate = std::max<uint64_t>(progress.written * 1000 / progress.writing_ms, 1);
+  const uint64_t left = (progress.total - std::min(progress.done, progress.total)) / rate;
+  snprintf(text, size, " %3" PRIu64 "%%, %" PRIu64 " KiB/s, %" PRIu64 " s, %" PRIu64 " s left", percent, rate / 1024,
+           seconds, left);
+}
+
+void fw_progress_draw(const fw_progress* progress) {
+  if (!progress->terminal || progress->phase == nullptr) {
+    return;
+  }
+  char text[160];
+  fw_progress_text(*progress, fw_now_ms(), text, sizeof text);
+  flockfile(stdout);
+  // The cursor goes back to the start of the line: whatever else is printed begins there.
+  printf("%s%s\r", CLEAR_LINE, text);
+  fflush(stdout);
+  line_shown = true;
+  funlockfile(stdout);
+}
+
+void fw_progress_clear() {
+  if (line_shown.exchange(false)) {
+    kx_print("%s", CLEAR_LINE);
+  }
+}
+
+void fw_print(const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  flockfile(stdout);
+  fw_progress_clear();
+  vprintf(format, args);
+  fflush(stdout);
+  funlockfile(stdout);
+  va_end(args);
+}

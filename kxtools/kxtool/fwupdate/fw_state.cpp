@@ -1,0 +1,65 @@
+#include "fw_state.h"
+
+#include "fw_log.h"
+
+namespace {
+
+constexpr uint8_t STATE_END = 128;
+
+std::atomic<fw_update*> current_update = nullptr;
+
+}  // namespace
+
+fw_update* fw_update_get() {
+  return current_update.load(std::memory_order_acquire);
+}
+
+void fw_update_set(fw_update* update) {
+  current_update.store(update, std::memory_order_release);
+}
+
+void kxtool_fw_fsm_set(uint8_t state) {
+  if (state < STATE_END) {
+    fw_update_get()->state = state;
+  }
+}
+
+uint8_t kxtool_fw_fsm_get() {
+  return fw_update_get()->state;
+}
+
+bool fw_fsm_advance(fw_state from, fw_state to) {
+  uint8_t expected = from;
+  return fw_update_get()->state.compare_exchange_strong(expected, to);
+}
+
+bool fw_image_current(fw_update* update, fw_image* image) {
+  const std::span<const fw_image> table = update->header.table();
+  uint8_t index = update->image;
+  while (index < table.size() && !table[index].is_written()) {
+    ++index;
+  }
+  update->image = index;
+  if (index >= table.size()) {
+    return false;
+  }
+  *image = table[index];
+  return true;
+}
+
+void fw_part_finish(fw_update* update) {
+  if (update->package.kind == FW_KIND_WHOLE_FLASH && update->part == FW_PART_A) {
+    FW_INFO("try to update part B\n");
+    update->part = FW_PART_B;
+    if (fw_package_header_read(update->package, FW_PART_B, &update->header) != 0) {
+      FW_ERR("the header of part B cannot be read\n");
+      kxtool_fw_fsm_set(FW_STATE_FAILED);
+    }
+    // Its handler reads the header again and fails on a bad one.
+    kxtool_fw_fsm_set(FW_STATE_HEADER);
+    return;
+  }
+  FW_INFO("UPD_FW_END is sent\n");
+  fw_start_timer(FW_TIMER_END, update->limits.end);
+  kxtool_fw_fsm_set(FW_STATE_END);
+}

@@ -1,0 +1,80 @@
+// The update's state: a machine that the command's thread drives once a tick and that the card's notices, on the
+// receive thread, move on while it waits.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "channel/device.h"
+#include "fw_progress.h"
+#include "fw_timer.h"
+#include "fwupdate/package.h"
+
+enum fw_state : uint8_t {
+  FW_STATE_VERSION = 16,
+  FW_STATE_PARSE = 17,
+  FW_STATE_AUTHORISE = 18,
+  FW_STATE_HEADER = 19,
+  FW_STATE_FINISHED = 20,
+  FW_STATE_WAIT = 21,  ///< for a notice, or inside a handler
+  FW_STATE_END = 22,
+  FW_STATE_FAILED = 24,
+  FW_STATE_PART = 26,
+  FW_STATE_FLASH_CNT = 27,
+  FW_STATE_ERASE = 32,
+  FW_STATE_DATA = 64,
+  FW_STATE_READ_BACK = 96,
+};
+
+/// What the card was last asked for. A notice moves the machine only when it answers that.
+enum class fw_phase : uint8_t { none, erasing, writing, reading, ending };
+
+/// Sends one request of the update and waits for its reply: `*reply_len` is the size of `reply` and becomes the length
+/// of what came, as far as the channel tells it. Returns 0 or non-zero.
+using fw_send_fn = int32_t (*)(kxtool_device* device, const void* payload, uint16_t length, void* reply,
+                               uint16_t* reply_len);
+
+struct fw_update {
+  kxtool_device* device = nullptr;
+  fw_send_fn send = nullptr;
+  void (*pause)(uint32_t microseconds) = nullptr;  ///< sleeps; with it the caller chooses how long a tick is
+  fw_time_limits limits;
+  const char* command = "";  ///< command word of the state table
+  int exit_status = 0;       ///< of a state 20 that is no success
+
+  fw_package package;
+  uint64_t total_size = 0;  ///< bytes that will be sent for all images
+  fw_progress progress;
+
+  // Written by the command's thread before the request that a notice answers, or by the notice while that thread waits;
+  // handed over by the state.
+  fw_header header;
+  uint32_t cur_partition = 0;
+  uint32_t sum_sent = 0;
+  bool header_sent = false;  ///< from then on the flash may differ from before
+
+  std::atomic<uint8_t> state = 0;
+  std::atomic<fw_phase> phase = fw_phase::none;
+  std::atomic<uint8_t> part = FW_PART_A;        ///< package index
+  std::atomic<uint8_t> image = 0;               ///< current image
+  std::atomic<uint32_t> image_sent = 0;         ///< bytes of it that the card took
+  std::atomic<bool> statistics_wanted = false;  ///< set by notices; the command's thread asks the card
+  std::atomic<uint32_t> erase_failures = 0;
+  std::atomic<uint32_t> write_failures = 0;
+  std::atomic<uint32_t> sum_failures = 0;
+};
+
+/// The update of this process; null before it began. Set before notices are taken.
+fw_update* fw_update_get();
+void fw_update_set(fw_update* update);
+
+/// States of 128 and more are ignored.
+void kxtool_fw_fsm_set(uint8_t state);
+uint8_t kxtool_fw_fsm_get();
+/// Goes from `from` to `to`; false when the machine was in another state and stays there.
+bool fw_fsm_advance(fw_state from, fw_state to);
+
+/// The current image; false behind the last one. Images that are not to be written are skipped.
+bool fw_image_current(fw_update* update, fw_image* image);
+/// After the last image of a part: the next part of the package, or the end of the update.
+void fw_part_finish(fw_update* update);

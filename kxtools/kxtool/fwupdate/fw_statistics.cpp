@@ -1,0 +1,59 @@
+// The card's flash and message counters.
+#include <array>
+
+#include "fw_handlers.h"
+#include "fw_log.h"
+#include "fw_message.h"
+
+namespace {
+
+constexpr uint8_t REQUEST_STATISTICS = 1;
+constexpr size_t COUNT_NUM = 10;
+constexpr uint16_t REPLY_LEN = COUNT_NUM * 4;
+
+constexpr const char* FLASH_HEADING = "====flash erase_err wr_err rd_err cb_cnt queue_cnt deque_cnt max_wq_backlog====";
+constexpr const char* MESSAGE_HEADING = "====risc->host rx_cnt   tx_cnt   tx_err====";
+
+struct counts {
+  char flash[128];
+  char message[64];
+};
+
+int32_t ask(fw_update* update, counts* text) {
+  constexpr std::array<uint8_t, 1> request = {REQUEST_STATISTICS};
+  std::array<uint8_t, REPLY_LEN> reply;
+  if (fw_request_send(update, request, reply, REPLY_LEN) != 0) {
+    FW_ERR("bar chan or msgq channel is not work ,try it later!\n");
+    return -1;
+  }
+  uint32_t count[COUNT_NUM];
+  for (size_t i = 0; i < COUNT_NUM; ++i) {
+    count[i] = fw_get_le32(reply, i * 4);
+  }
+  snprintf(text->flash, sizeof text->flash, "         %9u %6u %6u %6u %9u %9u %14u", count[0], count[1], count[2],
+           count[3], count[4], count[5], count[6]);
+  snprintf(text->message, sizeof text->message, "              %6u   %6u   %6u", count[7], count[8], count[9]);
+  FW_INFO("%s\n", FLASH_HEADING);
+  FW_INFO("%s\n", text->flash);
+  FW_INFO("%s\n", MESSAGE_HEADING);
+  FW_INFO("%s\n", text->message);
+  return 0;
+}
+
+}  // namespace
+
+int32_t fw_flash_statistics_log(fw_update* update) {
+  counts text;
+  return ask(update, &text);
+}
+
+int32_t kxtool_fw_flash_cnt_get(fw_update* update) {
+  counts text;
+  if (ask(update, &text) != 0) {
+    kxtool_fw_fsm_set(FW_STATE_FAILED);
+    return -1;
+  }
+  fw_print("%s\n%s\n%s\n%s\n", FLASH_HEADING, text.flash, MESSAGE_HEADING, text.message);
+  kxtool_fw_fsm_set(FW_STATE_FINISHED);
+  return 0;
+}

@@ -1,0 +1,16 @@
+// Firmware update: the sub-command "-f|-fw|fwupdate".
+#pragma once
+
+#include <cstdint>
+
+#include "startup/cmd_ctx.h"
+
+/// Writes the version package named by the command's word into the card's flash, or answers one of the queries
+/// "version", "part" and "flash_cnt". Never returns: the process ends with 0 when finished, 2 when the package has no
+/// readable header, 3 without a board type of package or card, 4 when they do not match, 5 when the card refuses, 6
+/// without the permission that a PCI address needs, 7 when the update failed, 130 when it was interrupted.
+[[noreturn]] int kxtool_fw_main(kxtool_cmd_ctx* ctx);
+
+/// Takes a notice of the update: byte 12 of the payload is its command, byte 13 its status. Runs on the channel's
+/// receive thread; any length and content is possible.
+void mts_fwupdate_recv_cb(const uint8_t* payload, uint32_t length);
