@@ -32,6 +32,16 @@ function(kx_library name)
   target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE kx_product_flags ${ARG_PRIVATE_LINKS})
 endfunction()
 
+# kx_description(<target> <file>.csv): lets the compiler parse a register description. The text becomes the string literal
+# of the generated header "<file>.csv.inc", for the target's own sources only.
+function(kx_description target file)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${file})
+  file(READ ${file} KX_DESCRIPTION_TEXT)
+  set(folder ${CMAKE_CURRENT_BINARY_DIR}/description)
+  file(CONFIGURE OUTPUT ${folder}/${file}.inc CONTENT "R\"csv(@KX_DESCRIPTION_TEXT@)csv\"\n" @ONLY)
+  target_include_directories(${target} PRIVATE ${folder})
+endfunction()
+
 # kx_test(<name> SOURCES <file>... [LINKS <target>...] [DEPENDS <target>...] [TIMEOUT <seconds>] [LABELS <label>...])
 # A GoogleTest program registered with CTest as one test. Private headers of a tested folder are reached with INCLUDES.
 function(kx_test name)

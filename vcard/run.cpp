@@ -22,6 +22,7 @@
 #include "wire/driver.h"
 #include "wire/mailbox.h"
 #include "wire/netlink.h"
+#include "wire/tunnel.h"
 
 namespace vcard {
 
@@ -57,7 +58,12 @@ int complaints_report(const CardFile& file, const std::string& path) {
 class Run {
  public:
   explicit Run(CardFile& file)
-      : card_(file, log_), tree_(with_models(card_)), mailbox_(card_), netlink_(card_), driver_(card_, netlink_) {}
+      : card_(file, log_),
+        tree_(with_models(card_)),
+        mailbox_(card_),
+        tunnel_(card_),
+        netlink_(card_),
+        driver_(card_, netlink_) {}
 
   int prepare(const RunOptions& options);
   int serve(const RunOptions& options, int signals, int parent);
@@ -75,6 +81,7 @@ class Run {
   Card card_;
   SysfsTree tree_;
   Mailbox mailbox_;
+  Tunnel tunnel_;
   NetlinkWire netlink_;
   DriverWire driver_;
   Command command_;

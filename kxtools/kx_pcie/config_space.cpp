@@ -14,7 +14,8 @@ namespace {
 
 constexpr uint32_t CAPABILITY_POINTER = 0x34;
 constexpr uint32_t EXTENDED_CAPABILITY_FIRST = 0x100;
-// As many capabilities as fit: 48 dwords follow the standard header, and no extended capability is shorter than 8 bytes.
+// As many capabilities as fit: 48 dwords follow the standard header, and no extended capability is shorter than 8
+// bytes.
 constexpr int CAPABILITIES_MAX = 48;
 constexpr int EXTENDED_CAPABILITIES_MAX = (PCIE_CFG_SIZE - EXTENDED_CAPABILITY_FIRST) / 8;
 constexpr uint32_t ALL_ONES = 0xFFFFFFFF;
@@ -73,9 +74,9 @@ int32_t pcie_cfg_rw(kxtools_sbdf sbdf, bool write, uint32_t offset, uint32_t len
     return -1;
   }
   char file[64];
-  const int written = snprintf(file, sizeof file, "%s/%04x:%02x:%02x.%u/config", KXTOOLS_PCI_DEVICES,
-                               kxtools_sbdf_segment(sbdf), kxtools_sbdf_bus(sbdf), kxtools_sbdf_device(sbdf),
-                               kxtools_sbdf_function(sbdf));
+  const int written =
+      snprintf(file, sizeof file, "%s/%04x:%02x:%02x.%u/config", KXTOOLS_PCI_DEVICES, kxtools_sbdf_segment(sbdf),
+               kxtools_sbdf_bus(sbdf), kxtools_sbdf_device(sbdf), kxtools_sbdf_function(sbdf));
   if (written < 0 || static_cast<size_t>(written) >= sizeof file) {
     kx_print("create filename failed\n");
     return -1;

@@ -54,8 +54,7 @@ void describe_switch(const char* entry, const path_buffer& class_path, uint32_t 
   }
   uint32_t header = 0;
   uint32_t buses = 0;
-  if (pcie_cfg_read_dword(node.sbdf, CFG_HEADER_TYPE, &header) == 0 &&
-      (header >> 16 & 0x7F) == HEADER_TYPE_BRIDGE &&
+  if (pcie_cfg_read_dword(node.sbdf, CFG_HEADER_TYPE, &header) == 0 && (header >> 16 & 0x7F) == HEADER_TYPE_BRIDGE &&
       pcie_cfg_read_dword(node.sbdf, CFG_BUS_NUMBERS, &buses) == 0) {
     node.secondary_bus = static_cast<uint8_t>(buses >> 8);
     node.subordinate_bus = static_cast<uint8_t>(buses >> 16);
@@ -158,9 +157,7 @@ int32_t pcie_device_list_scan(pcie_device_list* list) {
   for (const dirent* entry = readdir(directory.get()); whole && entry != nullptr; entry = readdir(directory.get())) {
     whole = entry->d_name[0] == '.' || visit(entry->d_name, list);
   }
-  const auto by_address = [](const auto& a, const auto& b) {
-    return a.sbdf < b.sbdf;
-  };
+  const auto by_address = [](const auto& a, const auto& b) { return a.sbdf < b.sbdf; };
   std::sort(list->switches.begin(), list->switches.end(), by_address);
   std::sort(list->functions.begin(), list->functions.end(), by_address);
   return whole ? 0 : -1;

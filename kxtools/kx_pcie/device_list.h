@@ -11,8 +11,8 @@ struct pcie_switch_node {
   kxtools_sbdf sbdf;
   uint32_t vendor;
   uint32_t device;
-  uint32_t class_code;     ///< 24 bits
-  uint8_t secondary_bus;   ///< the buses below it, inclusive; both 0 when it is no bridge
+  uint32_t class_code;    ///< 24 bits
+  uint8_t secondary_bus;  ///< the buses below it, inclusive; both 0 when it is no bridge
   uint8_t subordinate_bus;
 };
 

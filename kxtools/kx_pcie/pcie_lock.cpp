@@ -45,8 +45,7 @@ bool lock_within_limit(int fd) {
 }  // namespace
 
 bool pcie_lock::take() {
-  kx_shared_file file =
-      kx_shared_file_open(LOCK_FOLDER, LOCK_FILE, O_RDWR | O_CREAT, LOCK_FOLDER_MODE, LOCK_FILE_MODE);
+  kx_shared_file file = kx_shared_file_open(LOCK_FOLDER, LOCK_FILE, O_RDWR | O_CREAT, LOCK_FOLDER_MODE, LOCK_FILE_MODE);
   if (file.step == kx_shared_file_step::open_file) {
     kx_print("open lock_file failed\n");
     return false;

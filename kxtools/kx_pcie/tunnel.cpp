@@ -29,7 +29,7 @@ constexpr useconds_t FREE_STEP_US = 4000;
 constexpr uint32_t FREE_MARK = 0x555;
 
 constexpr uint32_t MODE_MAX = 3;
-constexpr uint32_t MODE_CHECKED = 0;  // the address is checked
+constexpr uint32_t MODE_CHECKED = 0;      // the address is checked
 constexpr uint32_t MODE_PLAIN_WRITE = 1;  // the only mode in which writes are not checked
 
 uint32_t access_mode = MODE_CHECKED;

@@ -2,10 +2,13 @@
 
 #include <cstdlib>
 
+#include "channel/mailbox.h"
+
 namespace {
 
 // One MiB that only a process with a mailbox needs. Made before the first message, given back after the last.
 bar_msgid_ring* ring = nullptr;
+bool is_initialised = false;
 
 constexpr uint16_t next_id(uint16_t id) {
   return id + 1 >= static_cast<int>(BAR_MSGID_NUM) ? uint16_t{0} : static_cast<uint16_t>(id + 1);
@@ -31,10 +34,20 @@ bool bar_msgid_ring_init() {
 void bar_msgid_ring_free() {
   free(ring);
   ring = nullptr;
+  is_initialised = false;
 }
 
 bar_msgid_ring* bar_msgid_ring_get() {
+  if (ring == nullptr && is_initialised) {
+    bar_msgid_ring_init();
+  }
   return ring;
+}
+
+int32_t tarn_msg_chan_init() {
+  // Every start of the tool comes here and few send a message: the memory is taken by the first one.
+  is_initialised = true;
+  return 0;
 }
 
 int32_t bar_chan_msgid_allocate(uint16_t* id) {

@@ -21,7 +21,7 @@ struct bar_msgid_ring {
 /// Makes the process's ring, or empties it. False without memory.
 bool bar_msgid_ring_init();
 void bar_msgid_ring_free();
-/// Null before the ring is made.
+/// Null before the channel is initialised and without memory.
 bar_msgid_ring* bar_msgid_ring_get();
 
 /// Takes the next free id after the current one. Returns 0, or -1 when none is free.

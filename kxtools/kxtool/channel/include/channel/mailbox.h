@@ -57,6 +57,8 @@ struct bar_msg_recv_para {
 /// `reply` (2036 bytes), with the count in `*reply_len`, goes back with the acknowledgement.
 using bar_msg_recv_func = int32_t (*)(const uint8_t* payload, uint16_t length, uint8_t* reply, uint16_t* reply_len);
 
+/// Prepares the callback registry, which is empty then, and the message-id ring. Touches no card. Returns 0.
+int32_t tarn_msg_chan_init();
 /// Initialises the message-id ring and starts the receive thread, which uses `device` as long as the process lives.
 /// Returns 0; a thread that cannot be made costs a message.
 int32_t tarn_bc_init(kxtool_device* device);

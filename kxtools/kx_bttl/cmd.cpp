@@ -1,0 +1,144 @@
+// Words to function: the module's table and its dispatcher.
+#include <cerrno>
+#include <cstdlib>
+#include <iterator>
+#include <string_view>
+
+#include "common/report.h"
+#include "handlers.h"
+#include "kx_bttl/cmd.h"
+#include "kxtools/cmd.h"
+
+namespace {
+
+constexpr uint32_t CMD_ID = 1;
+
+struct bttl_func {
+  char name[64];
+  int32_t (*handler)(uint32_t cmd_id, uint32_t param1, uint32_t param2);
+  char module[64];
+  uint8_t para_num;  ///< words of the line after the module word, exactly
+};
+
+struct bttl_module {
+  const bttl_func* funcs;
+  uint32_t count;
+};
+
+constexpr bttl_func DXGE_FUNCS[] = {
+    {"dump", dxge_dump, "dxge", 4},   {"debug", dxge_debug, "dxge", 4},    {"cfg", dxge_config, "dxge", 4},
+    {"press", dxge_press, "dxge", 4}, {"rx_debug", rx_debug_1, "dxge", 4},
+};
+constexpr bttl_func QMAN_FUNCS[] = {
+    {"que", qman_queue_state, "qman", 2},
+    {"stat", qman_state, "qman", 4},
+    {"cfg", qman_cfg, "qman", 2},
+};
+constexpr bttl_func BMAN_FUNCS[] = {
+    {"stat", bman_state, "bman", 3},
+    {"cfg", bman_cfg, "bman", 2},
+};
+constexpr bttl_func LRO_FUNCS[] = {
+    {"cfg", HalLroCfgShow, "lro", 2},
+};
+
+constexpr bttl_module func_arrays[] = {
+    {DXGE_FUNCS, std::size(DXGE_FUNCS)},
+    {QMAN_FUNCS, std::size(QMAN_FUNCS)},
+    {BMAN_FUNCS, std::size(BMAN_FUNCS)},
+    {LRO_FUNCS, std::size(LRO_FUNCS)},
+};
+
+int32_t get_cmd_id(const char* word, uint32_t* cmd_id) {
+  if (std::string_view(word) != "1") {
+    kx_print("[dtp] Not support input parameter = %s\n", word);
+    kx_print("[dtp] cmd module id %s, not support!\n", word);
+    return -1;
+  }
+  *cmd_id = CMD_ID;
+  return 0;
+}
+
+int32_t dtp_input_para_check(std::string_view module, std::string_view name, uint32_t argc) {
+  for (const bttl_module& row : func_arrays) {
+    for (uint32_t i = 0; i < row.count; ++i) {
+      const bttl_func& func = row.funcs[i];
+      if (module == func.module && name == func.name && argc != func.para_num) {
+        kx_print("func name = %s, module name = %s\n", func.name, func.module);
+        kx_print("invalid param num argc = %d, para_num = %d\n", static_cast<int>(argc), func.para_num);
+        kx_print("input para num invalid = %d!\n", static_cast<int>(argc));
+        return -1;
+      }
+    }
+  }
+  return 0;
+}
+
+int32_t read_param(const char* word, uint32_t* param) {
+  char* rest = nullptr;
+  errno = 0;
+  const unsigned long value = strtoul(word, &rest, 16);
+  if (rest == word || *rest != '\0' || errno == ERANGE || value > UINT32_MAX) {
+    kx_print("kxtools_err: para[%s] strtoul failed!\n", word);
+    return -1;
+  }
+  *param = static_cast<uint32_t>(value);
+  return 0;
+}
+
+const bttl_func* find_func(std::string_view module, std::string_view name) {
+  for (const bttl_module& row : func_arrays) {
+    if (module != row.funcs[0].module) {
+      continue;
+    }
+    for (uint32_t i = 0; i < row.count; ++i) {
+      if (name == row.funcs[i].name) {
+        return &row.funcs[i];
+      }
+    }
+    kx_print("module func not match \n");
+    return nullptr;
+  }
+  kx_print("module_name not match \n");
+  return nullptr;
+}
+
+int32_t kxbttl_exec(kxtools_cmd_context* ctx) {
+  if (ctx == nullptr || ctx->cmd == nullptr) {
+    KXTOOLS_ERR("ctx is NULL\n");
+    return -1;
+  }
+  if (ctx->argc < 2) {
+    KXTOOLS_ERR("too few paras\n");
+    return -1;
+  }
+  uint32_t cmd_id = 0;
+  if (get_cmd_id(ctx->argp[0], &cmd_id) != 0 || dtp_input_para_check(ctx->cmd->name, ctx->argp[1], ctx->argc) != 0) {
+    return -1;
+  }
+  uint32_t params[2] = {0, 0};
+  for (uint32_t i = 0; i < std::size(params) && i + 2 < ctx->argc; ++i) {
+    if (read_param(ctx->argp[i + 2], &params[i]) != 0) {
+      return -1;
+    }
+  }
+  const bttl_func* func = find_func(ctx->cmd->name, ctx->argp[1]);
+  if (func == nullptr) {
+    return -1;
+  }
+  func->handler(cmd_id, params[0], params[1]);
+  return 0;
+}
+
+constexpr kxtools_cmd_entry kxbttl_sub_command_list[] = {
+    {.name = "dxge", .help = "dxge 1 {dump|debug|cfg|press|rx_debug} [path] [port]", .handler = kxbttl_exec},
+    {.name = "bman", .help = "bman 1 {stat [pool]|cfg}", .handler = kxbttl_exec},
+    {.name = "qman", .help = "qman 1 {que|stat [first] [last]|cfg}", .handler = kxbttl_exec},
+    {.name = "lro", .help = "lro 1 cfg", .handler = kxbttl_exec},
+};
+
+}  // namespace
+
+int32_t kxbttl_cmd_init() {
+  return kxtools_cmd_register(KXTOOLS_MODULE_KXBTTL, kxbttl_sub_command_list, std::size(kxbttl_sub_command_list));
+}

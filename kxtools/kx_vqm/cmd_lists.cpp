@@ -1,0 +1,202 @@
+// The static lists of commands. A command that has no function of its own shows and sets the registers that the
+// description holds for it; one without registers there does not compile.
+#include <array>
+#include <string_view>
+
+#include "cmd_item.h"
+#include "commands.h"
+#include "registers.h"
+
+namespace {
+
+constexpr uint8_t EVERYONE = 0;
+constexpr uint8_t SUPER = 1;
+
+/// One row of a list as it is written here.
+struct item_row {
+  const char* name;
+  uint8_t permission;
+  const char* help = nullptr;
+  kxtools_cmd_handler handler = nullptr;  ///< null: the registers of the description
+  bool described = true;                  ///< the command shows or sets registers of the description
+};
+
+consteval item_row own(const char* name, uint8_t permission, kxtools_cmd_handler handler, const char* help = nullptr) {
+  return {name, permission, help, handler, false};
+}
+
+template <size_t N>
+class text_builder {
+ public:
+  constexpr explicit text_builder(char (&text)[N]) : text_(text) {}
+  constexpr void add(std::string_view part) {
+    for (const char c : part) {
+      text_[length_++] = c;
+    }
+    // Reached with N: an index out of range, which the compiler refuses.
+    text_[length_] = '\0';
+  }
+
+ private:
+  char (&text_)[N];
+  size_t length_ = 0;
+};
+
+// What words the description lets a command take: the index of an array and one value for each register that is set.
+consteval void describe_words(text_builder<sizeof vqm_cmd_item::help>* help,
+                              std::span<const kx_register_description> rows) {
+  std::string_view index;
+  for (const kx_register_description& row : rows) {
+    index = row.index.length != 0 ? VQM_REGISTERS.view(row.index) : index;
+  }
+  if (!index.empty()) {
+    help->add("+ [");
+    help->add(index);
+    help->add("]");
+  }
+  std::string_view open = index.empty() ? "(+ [" : " (+ [";
+  for (const kx_register_description& row : rows) {
+    if (row.access == kx_register_access::rw) {
+      help->add(open);
+      help->add(VQM_REGISTERS.view(row.name));
+      open = "] [";
+    }
+  }
+  if (open == "] [") {
+    help->add("])");
+  }
+}
+
+consteval bool is_of(std::string_view list, std::string_view group, std::string_view name) {
+  return group.empty() ? list == name
+                       : list.size() == group.size() + 1 + name.size() && list.starts_with(group) &&
+                             list[group.size()] == '.' && list.ends_with(name);
+}
+
+/// The registers of the description that belong to the command; the compiler refuses a command without any.
+consteval void find_registers(vqm_cmd_item* item, std::string_view group, std::string_view name) {
+  const std::span<const kx_register_description> rows = VQM_REGISTERS.registers;
+  uint32_t first = 0;
+  while (!is_of(VQM_REGISTERS.view(rows[first].list), group, name)) {
+    ++first;
+  }
+  uint32_t end = first;
+  while (end < rows.size() && is_of(VQM_REGISTERS.view(rows[end].list), group, name)) {
+    ++end;
+  }
+  item->reference = first;
+  item->word = end - first;
+}
+
+template <uint32_t WordsBack, size_t N>
+consteval std::array<vqm_cmd_item, N> make_items(std::string_view group, const item_row (&rows)[N]) {
+  std::array<vqm_cmd_item, N> items = {};
+  for (size_t i = 0; i < N; ++i) {
+    vqm_cmd_item& item = items[i];
+    text_builder(item.name).add(rows[i].name);
+    item.permission = rows[i].permission;
+    item.handler = rows[i].handler != nullptr ? rows[i].handler : vqm_cmd_adapter<vqm_registers_run, WordsBack>;
+    text_builder help(item.help);
+    if (rows[i].described) {
+      find_registers(&item, group, rows[i].name);
+    }
+    if (rows[i].help != nullptr) {
+      help.add(rows[i].help);
+    } else if (rows[i].described) {
+      describe_words(&help, VQM_REGISTERS.registers.subspan(item.reference, item.word));
+    }
+  }
+  return items;
+}
+
+/// A command that shows several lists of the description.
+consteval item_row summary(const char* name, uint8_t permission) {
+  for (std::string_view lists = vqm_summary_lists(name);;) {
+    const std::string_view list = lists.substr(0, lists.find(' '));
+    // Past the end of an empty list, which the compiler refuses.
+    static_cast<void>(VQM_REGISTERS.list(list)[0]);
+    if (list.size() == lists.size()) {
+      return own(name, permission, vqm_cmd_adapter<vqm_summary_show, 1>);
+    }
+    lists.remove_prefix(list.size() + 1);
+  }
+}
+
+constexpr auto short_module_cmds = make_items<1>("", {
+                                                         summary("rd", EVERYONE),
+                                                         summary("rx", EVERYONE),
+                                                         summary("rxst", EVERYONE),
+                                                         summary("tx", EVERYONE),
+                                                         summary("txst", EVERYONE),
+                                                         summary("rxtop", SUPER),
+                                                         summary("txctrl", SUPER),
+                                                         summary("pktst", SUPER),
+                                                         summary("msix", SUPER),
+                                                         summary("usedbuff", SUPER),
+                                                         summary("msixst", SUPER),
+                                                         summary("qfcst", SUPER),
+                                                         summary("used_ring_st", SUPER),
+                                                         summary("int", SUPER),
+                                                         summary("version", SUPER),
+                                                         own("vqm_clear", SUPER, vqm_cmd_adapter<vqm_clear, 1>),
+                                                         summary("status", EVERYONE),
+                                                         summary("show_alarm", EVERYONE),
+                                                         summary("show_config", EVERYONE),
+                                                         summary("res_state", SUPER),
+                                                         summary("aximle", SUPER),
+                                                         summary("ost", SUPER),
+                                                         own("show_all", SUPER, vqm_cmd_adapter<vqm_all_show, 1>),
+                                                         own("check_vqm", EVERYONE, vqm_cmd_adapter<vqm_check, 1>),
+                                                         summary("bdf", SUPER),
+                                                     });
+
+constexpr auto two_stage_cmds = make_items<1>(
+    "", {
+            own("vf", EVERYONE, vqm_cmd_adapter<two_stage_vf_stat, 1>, "vf port stat info by vf_id  + [vfid]"),
+            {"enqs", SUPER, ""},
+            {"qp", SUPER, "qpair stat info by q_id  + [qp_id]"},
+            {"vring", EVERYONE, "vring info by q_id  + [qp_id]"},
+            own("debug", SUPER, vqm_cmd_adapter<vqm_debug, 1>, "debug info show/open/closes"),
+            {"rdesc_sel", SUPER, ""},
+            {"idtrans_sel", SUPER, ""},
+            own("vqm_print_zero", SUPER, vqm_cmd_adapter<vqm_print_zero, 1>, "set if print zero_info + [0/1]"),
+            // The walk answers with the first entry of a name: this one is listed, never reached.
+            {"ost", SUPER, ""},
+        });
+
+#include "cmd_groups.inc"
+
+constexpr auto vqm_modules = std::to_array<vqm_module>({
+    {"glb", glb.data(), glb.size(), EVERYONE},
+    {"host", host.data(), host.size(), EVERYONE},
+    {"rdesc", rdesc.data(), rdesc.size(), EVERYONE},
+    {"qman", qman.data(), qman.size(), EVERYONE},
+    {"qfc", qfc.data(), qfc.size(), EVERYONE},
+    {"bman", bman.data(), bman.size(), EVERYONE},
+    {"tx_aximr", tx_aximr.data(), tx_aximr.size(), EVERYONE},
+    {"rx_aximw", rx_aximw.data(), rx_aximw.size(), EVERYONE},
+    {"wr_used_vring", wr_used_vring.data(), wr_used_vring.size(), EVERYONE},
+    {"trpg", trpg.data(), trpg.size(), EVERYONE},
+    {"hot", hot.data(), hot.size(), EVERYONE},
+    {"cnt", cnt.data(), cnt.size(), EVERYONE},
+    {"others", nullptr, 0, EVERYONE},
+    {"axim", axim.data(), axim.size(), EVERYONE},
+    {"MODE", mode.data(), mode.size(), EVERYONE},
+    {"barchan", barchan.data(), barchan.size(), EVERYONE},
+});
+
+static_assert(short_module_cmds.size() == 25 && two_stage_cmds.size() == 9 && vqm_modules.size() == 16);
+
+}  // namespace
+
+std::span<const vqm_cmd_item> vqm_short_module_cmds() {
+  return short_module_cmds;
+}
+
+std::span<const vqm_cmd_item> vqm_two_stage_cmds() {
+  return two_stage_cmds;
+}
+
+std::span<const vqm_module> vqm_module_list() {
+  return vqm_modules;
+}

@@ -1,0 +1,38 @@
+// The register description of the queue engine, as the compiler made it of vqm_registers.csv.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "common/register_description.h"
+
+inline constexpr std::string_view VQM_REGISTERS_CSV =
+#include "vqm_registers.csv.inc"
+    ;
+inline constexpr const kx_description& VQM_REGISTERS = kx_description_of<VQM_REGISTERS_CSV>;
+
+/// The kinds of index that register arrays have, and the highest of each.
+struct vqm_index_kind {
+  std::string_view name;
+  uint32_t max;
+};
+inline constexpr uint32_t VQM_VF_MAX = 1192;
+inline constexpr vqm_index_kind VQM_INDEX_KINDS[] = {{"vf", VQM_VF_MAX}, {"q", 4095},  {"ep", 4},
+                                                     {"port", 3},        {"link", 15}, {"eng", 7}};
+
+/// The kind with that name; null for another name.
+constexpr const vqm_index_kind* vqm_index_kind_find(std::string_view name) {
+  for (const vqm_index_kind& kind : VQM_INDEX_KINDS) {
+    if (kind.name == name) {
+      return &kind;
+    }
+  }
+  return nullptr;
+}
+
+/// Card address of a register in the layout of the bound card; `index` counts for arrays only.
+uint64_t vqm_register_address(const kx_register_description& row, uint64_t index);
+
+/// The value of a register of any width at that place, read and written with as many words as it has.
+uint64_t vqm_register_read(const kx_register_description& row, uint64_t index);
+int32_t vqm_register_write(const kx_register_description& row, uint64_t index, uint64_t value);
