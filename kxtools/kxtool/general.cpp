@@ -42,7 +42,11 @@ int kxtool_show_help(kxtool_cmd_ctx* /*ctx*/) {
     last_row = row;
     const char* names = row < 0 ? entry.name : kxtool_option_table[row].names;
     const std::string_view synopsis = first_synopsis(row < 0 ? kxtool_bind_usage : kxtool_option_table[row].usage);
-    kx_print("        %-16s %.*s\n", names, static_cast<int>(synopsis.size()), synopsis.data());
+    if (synopsis.empty()) {
+      kx_print("        %s\n", names);
+    } else {
+      kx_print("        %-16s %.*s\n", names, static_cast<int>(synopsis.size()), synopsis.data());
+    }
   }
   return 0;
 }

@@ -107,7 +107,7 @@ genl_header genl_header_read(std::span<const uint8_t> received, uint16_t* type, 
 
 uint16_t genl_family_id_read(std::span<const uint8_t> message) {
   attribute_header first = {};
-  if (!read_at(message, HEADERS_SIZE, &first)) {
+  if (!read_at(message, HEADERS_SIZE, &first) || first.length < sizeof first) {
     return 0;
   }
   const size_t second_offset = HEADERS_SIZE + align4(first.length);

@@ -1,4 +1,4 @@
-#include "silence.h"
+#include "silence_check.h"
 
 #include <unistd.h>
 
