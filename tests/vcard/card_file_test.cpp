@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstring>
+
 #include "vcard/card.h"
 #include "vcard/models.h"
 
@@ -87,6 +90,32 @@ TEST(CardFile, RefusesWhatItCannotUse) {
     root.numbers("l", {}, 255);
     root.section("o");
     EXPECT_THAT(file.complaints(), ElementsAre(refusal.complaint)) << refusal.text;
+  }
+}
+
+TEST(CardFile, TheExampleIsTheCardWithoutAFile) {
+  FILE* stream = fopen(VCARD_EXAMPLE, "re");
+  ASSERT_NE(stream, nullptr);
+  std::string text(65536, '\0');
+  text.resize(fread(text.data(), 1, text.size(), stream));
+  fclose(stream);
+
+  RequestLog log;
+  CardFile example(text), nothing;
+  Card from_example(example, log), from_nothing(nothing, log);
+  models_attach(from_example);
+  models_attach(from_nothing);
+  ASSERT_TRUE(from_example.create({}) && from_nothing.create({}));
+  EXPECT_EQ(0, memcmp(from_example.bar0().bytes().data(), from_nothing.bar0().bytes().data(), 0x10000));
+  for (size_t i = 0; i < from_nothing.functions().size(); ++i) {
+    std::span<uint8_t> a = from_example.functions()[i].config.bytes(), b = from_nothing.functions()[i].config.bytes();
+    EXPECT_TRUE(std::equal(a.begin(), a.end(), b.begin())) << from_nothing.functions()[i].sbdf;
+  }
+  for (uint8_t op : Bytes{0, 9, 15, 18, 21}) {
+    Bytes answer, expected;
+    EXPECT_EQ(from_example.processor().handle(39, Bytes{op, 0, 0, 0}, answer), 0);
+    EXPECT_EQ(from_nothing.processor().handle(39, Bytes{op, 0, 0, 0}, expected), 0);
+    EXPECT_EQ(answer, expected) << int(op);
   }
 }
 

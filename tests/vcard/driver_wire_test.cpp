@@ -73,6 +73,11 @@ TEST(DriverWire, AnswersLikeTheDriver) {
        "ret=0 errno=0 status=1 result=12 length=8 reply=eeeeeeeeeeeeeeee\n"  // reply longer than the buffer
        "ret=0 errno=0 status=1 result=-8 length=24 reply=eeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeee\n"
        "ret=0 errno=0 status=1 result=18 length=8 reply=eeeeeeeeeeeeeeee\n"},
+      // A card that has fallen off the bus.
+      {R"({"faults": {"dead": true}, "bar0": {"size": 65536}})",
+       "ioctl eth0 1 39 12000000 24 , bar 0000:3b:00.0 , peek 0x5408 , config 0000:3b:00.0 0",
+       "ret=0 errno=0 status=1 result=6 length=24 reply=eeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeee\n"
+       "bar size=0x10000\npeek 0xffffffff\nconfig length=4 value=0xffffffff\n"},
   };
   for (const Exchange& exchange : exchanges) {
     kx_system::Result result = probe(exchange.card, steps(exchange.steps));
@@ -153,6 +158,8 @@ TEST(NetlinkWire, FaultsSpoilFamilyAndNotices) {
        "length=10 header_length=72 type=16"},
       {R"({"faults": {"netlink": {"family": "bad_length"}}})", "socket , family tools_family",
        "length=72 header_length=76 type=16"},
+      {R"({"faults": {"netlink": {"family": "small_length"}}})", "socket , family tools_family",
+       "length=72 header_length=12 type=16"},
       {R"({"faults": {"netlink": {"family": "no_id"}}})", "socket , family tools_family", "attribute=3 id=1"},
       {R"({"faults": {"netlink": {"family_id": 20, "notice_family_id": 21}}, "notices": [{"payload": "01000000"}]})",
        "socket , bind self , ioctl eth0 0 39 - 4 , family tools_family , notice", "notice type=21 payload=01000000"},

@@ -2,9 +2,10 @@
 
 #include <dirent.h>
 #include <gmock/gmock.h>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "system/process.h"
@@ -66,6 +67,43 @@ TEST(Host, ABadCardFileIsRefusedBeforeTheCommandRuns) {
   EXPECT_EQ(result.out, "");
   EXPECT_THAT(result.err, HasSubstr("card.json: bar0: not an object\n"));
   EXPECT_THAT(result.err, HasSubstr("card.json: faults.driver.reqests: unknown key\n"));
+}
+
+TEST(Host, EveryKeyOfTheExampleIsKnown) {
+  kx_system::Result result = kx_system::run(shell("echo ran", kx_system::Folder::read(VCARD_EXAMPLE)));
+  EXPECT_EQ(result.out, "ran\n");
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(Host, OneVirtualCardDoesNotRunInsideAnother) {
+  kx_system::Result result = kx_system::run({.words = {"--", "true"}, .program = KX_SYSTEM_KXVCARD});
+  EXPECT_EQ(result.status, 77);
+  EXPECT_THAT(result.err, testing::MatchesRegex("kxvcard: the kernel does not hand over system calls [^\n]*\n"));
+}
+
+/// An ordinary user needs a user namespace first. Skipped when this is no root or the user cannot reach the programs.
+TEST(Host, AnOrdinaryUserCanRunIt) {
+  constexpr unsigned nobody = 65534;
+  fflush(nullptr);
+  pid_t pid = fork();
+  if (pid == 0) {
+    if (geteuid() != 0 || setgroups(0, nullptr) != 0 || setgid(nobody) != 0 || setuid(nobody) != 0 || chdir("/") != 0 ||
+        access(KX_SYSTEM_KXVCARD, X_OK) != 0 || access(VCARD_PROBE, X_OK) != 0) {
+      _exit(77);
+    }
+    execl(KX_SYSTEM_KXVCARD, "kxvcard", "--", "/bin/sh", "-c",
+          VCARD_PROBE
+          " ioctl eth0 1 39 0f000000 29 , bar 0000:3b:00.0 , mailbox 39 0000000000000000 |"
+          " grep -q header=08 && touch /tmp/kxtool/x",
+          nullptr);
+    _exit(1);
+  }
+  int status = 0;
+  waitpid(pid, &status, 0);
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 77) {
+    GTEST_SKIP() << "an ordinary user cannot run kxvcard here";
+  }
+  EXPECT_EQ(status, 0);
 }
 
 TEST(Host, LockAndLogFoldersArePrivateUnlessTheyAreKept) {

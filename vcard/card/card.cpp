@@ -1,5 +1,7 @@
 #include "vcard/card.h"
 
+#include <sys/prctl.h>
+
 #include <algorithm>
 
 namespace vcard {
@@ -9,6 +11,7 @@ namespace {
 constexpr uint64_t default_bar_size = 0x4000000;
 constexpr uint64_t largest_bar_size = 0x100000000;
 constexpr std::chrono::microseconds slowest_poll(2000);
+constexpr unsigned long timer_slack_ns = 1000;
 /// Looks without work before a poll slows down: a tool in the middle of an exchange comes back within this.
 constexpr int patient_looks = 200;
 
@@ -20,6 +23,7 @@ Card::Card(CardFile& file, RequestLog& log)
       memory_(log),
       processor_(log),
       bar_size_(file.section("bar0").number("size", default_bar_size, largest_bar_size)),
+      dead_(file.section("faults").flag("dead", false)),
       functions_(pci_functions_load(file, bar_size_)) {
   processor_.load_faults(file.section("faults").section("processor"));
 }
@@ -44,7 +48,19 @@ bool Card::create(const CardFolders& folders) {
   for (const auto& hook : create_hooks_) {
     hook();
   }
+  if (dead_) {
+    fill_with_ones();
+  }
   return true;
+}
+
+void Card::fill_with_ones() {
+  std::fill(bar0_.bytes().begin(), bar0_.bytes().end(), uint8_t{0xff});
+  for (PciFunction& function : functions_) {
+    if (function.is_card()) {
+      std::fill(function.config.bytes().begin(), function.config.bytes().end(), uint8_t{0xff});
+    }
+  }
 }
 
 void Card::on_create(std::function<void()> hook) {
@@ -57,28 +73,30 @@ void Card::poll_every(std::chrono::microseconds period, std::function<bool()> po
 
 void Card::schedule(std::chrono::milliseconds delay, std::function<void()> action) {
   actions_.push_back(Action{Clock::now() + delay, std::move(action)});
+  wake_.notify_one();
 }
 
 void Card::start() {
-  stopping_ = false;
   thread_ = std::thread([this] { thread_main(); });
 }
 
 void Card::stop() {
-  stopping_ = true;
+  {
+    std::lock_guard guard(lock_);
+    stopping_ = true;
+  }
+  wake_.notify_one();
   if (thread_.joinable()) {
     thread_.join();
   }
 }
 
 void Card::thread_main() {
+  // Polls ask for tens of microseconds; the kernel's default slack would double them.
+  prctl(PR_SET_TIMERSLACK, timer_slack_ns);
+  std::unique_lock guard(lock_);
   while (!stopping_) {
-    Clock::time_point next;
-    {
-      std::lock_guard guard(lock_);
-      next = run_due(Clock::now());
-    }
-    std::this_thread::sleep_until(next);
+    wake_.wait_until(guard, run_due(Clock::now()));
   }
 }
 
@@ -93,8 +111,10 @@ Card::Clock::time_point Card::run_due(Clock::time_point now) {
   }
 
   Clock::time_point next = now + slowest_poll;
-  for (size_t i = 0; i < polls_.size(); ++i) {
-    Poll& poll = polls_[i];
+  for (Poll& poll : polls_) {
+    if (dead_) {
+      break;
+    }
     if (poll.next <= now) {
       if (poll.run()) {
         poll.idle = 0;

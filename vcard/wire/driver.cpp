@@ -35,6 +35,8 @@ enum MessageType : uint32_t {
 
 /// Channel result for a reply that does not fit the caller's buffer.
 constexpr int32_t reply_too_long = 12;
+/// Channel result when the card does not answer the driver.
+constexpr int32_t time_out = 6;
 
 int process_open(pid_t pid) {
   return static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
@@ -246,6 +248,10 @@ DriverWire::Outcome DriverWire::register_tool(const TrappedCall& call, const std
 
 DriverWire::Outcome DriverWire::forward(const Message& message) {
   Outcome outcome;
+  if (card_.dead()) {
+    outcome.result = time_out;
+    return outcome;
+  }
   outcome.result = card_.processor().handle(static_cast<uint16_t>(message.event_id), message.payload, outcome.reply);
   outcome.silent = outcome.result == no_answer;
   if (outcome.result == 0 && outcome.reply.size() > message.reply_length) {

@@ -20,11 +20,23 @@ constexpr size_t largest_message = 65536;
 constexpr uint8_t notice_command = 1;
 constexpr uint16_t notice_attribute = 1;
 
-enum FamilyFault : size_t { family_good, family_unknown, family_silent, family_short, family_bad_length, family_no_id };
-constexpr const char* family_fault_names[] = {"none", "unknown", "silent", "short", "bad_length", "no_id"};
+enum FamilyFault : size_t {
+  family_good,
+  family_unknown,
+  family_silent,
+  family_short,
+  family_bad_length,
+  family_small_length,
+  family_no_id,
+};
+constexpr const char* family_fault_names[] = {"none",       "unknown",      "silent", "short",
+                                              "bad_length", "small_length", "no_id"};
 
-enum NoticeFault : size_t { notice_good, notice_error, notice_short, notice_bad_length };
-constexpr const char* notice_fault_names[] = {"none", "error", "short", "bad_length"};
+enum NoticeFault : size_t { notice_good, notice_error, notice_short, notice_bad_length, notice_small_length };
+constexpr const char* notice_fault_names[] = {"none", "error", "short", "bad_length", "small_length"};
+
+/// A header length that does not even hold the header.
+constexpr uint32_t small_length = NLMSG_HDRLEN - 4;
 
 /// A message with both headers and no attribute; the length is set by message_close.
 Bytes message_open(uint16_t type, uint32_t sequence, uint32_t port, uint8_t command, uint8_t version) {
@@ -221,6 +233,8 @@ Bytes NetlinkWire::family_answer(const Socket& socket, ByteView request) const {
   message_close(answer);
   if (family_fault_ == family_bad_length) {
     put_le<uint32_t>(answer, 0, static_cast<uint32_t>(answer.size() + 4));
+  } else if (family_fault_ == family_small_length) {
+    put_le<uint32_t>(answer, 0, small_length);
   } else if (family_fault_ == family_short) {
     answer.resize(10);
   }
@@ -236,6 +250,8 @@ Bytes NetlinkWire::notice_message(uint32_t port, ByteView payload) const {
   message_close(message);
   if (notice_fault_ == notice_bad_length) {
     put_le<uint32_t>(message, 0, static_cast<uint32_t>(message.size() + 4));
+  } else if (notice_fault_ == notice_small_length) {
+    put_le<uint32_t>(message, 0, small_length);
   } else if (notice_fault_ == notice_short) {
     message.resize(10);
   }

@@ -6,8 +6,8 @@
 
 #include <sys/types.h>
 
-#include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -69,6 +69,10 @@ class Card {
   const CardFolders& folders() const {
     return folders_;
   }
+  /// True when the card has fallen off the bus: BAR 0 and configuration spaces read all ones, no poll callback runs.
+  bool dead() const {
+    return dead_;
+  }
   std::mutex& lock() {
     return lock_;
   }
@@ -84,7 +88,8 @@ class Card {
   /// For models, while attaching: `hook` runs inside create, when BAR 0 and configuration spaces exist.
   void on_create(std::function<void()> hook);
   /// For models: calls `poll` on the card thread, at most every `period` while it returns true (it found work) and for
-  /// a short time after; then less and less often, down to once in two milliseconds, until it finds work again.
+  /// a short time after; then less and less often, down to once in two milliseconds, until it finds work again. Only
+  /// while attaching.
   void poll_every(std::chrono::microseconds period, std::function<bool()> poll);
   /// For models: runs `action` once on the card thread after `delay`.
   void schedule(std::chrono::milliseconds delay, std::function<void()> action);
@@ -105,6 +110,7 @@ class Card {
     Clock::time_point when;
     std::function<void()> run;
   };
+  void fill_with_ones();
   void thread_main();
   Clock::time_point run_due(Clock::time_point now);
 
@@ -113,6 +119,7 @@ class Card {
   CardMemory memory_;
   ManagementProcessor processor_;
   uint64_t bar_size_;
+  bool dead_;
   std::vector<PciFunction> functions_;
   Storage bar0_;
   CardFolders folders_;
@@ -121,7 +128,8 @@ class Card {
   std::vector<Poll> polls_;
   std::vector<Action> actions_;
   std::mutex lock_;
-  std::atomic<bool> stopping_ = false;
+  std::condition_variable wake_;
+  bool stopping_ = false;  // under lock_
   std::thread thread_;
 };
 
