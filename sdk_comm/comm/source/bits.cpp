@@ -1,12 +1,9 @@
 #include "qlix_comm/bits.h"
 
-#include "qlix_comm/check.h"
-
 namespace qlix_comm_detail {
 
-std::uint32_t report_bits(const char* function, const void* buffer, const void* value, std::uint32_t total_bits,
+std::uint32_t report_bits(const source_place& at, const void* buffer, const void* value, std::uint32_t total_bits,
                           std::uint32_t msb, std::uint32_t length) {
-  const place at{__FILE_NAME__, __LINE__, function};
   if (buffer == nullptr || value == nullptr) {
     return report_null(at);
   }

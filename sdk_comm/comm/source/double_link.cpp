@@ -2,8 +2,12 @@
 
 #include <cstring>
 
+#include "double_link_ops.h"
 #include "qlix_comm/check.h"
 #include "qlix_comm/memory.h"
+
+using qlix_comm_detail::list_link;
+using qlix_comm_detail::list_unlink;
 
 namespace {
 
@@ -22,29 +26,12 @@ std::int32_t number_cmp(const node_t* node, const node_t* other, [[maybe_unused]
   return a < b ? -1 : a > b;
 }
 
-// Puts `node` between two neighbours; null stands for the head's end.
-void link_between(head_t* head, node_t* node, node_t* prev, node_t* next) {
-  node->prev = prev;
-  node->next = next;
-  (prev != nullptr ? prev->next : head->first) = node;
-  (next != nullptr ? next->prev : head->last) = node;
-  ++head->count;
-}
-
-void unlink(head_t* head, node_t* node) {
-  (node->prev != nullptr ? node->prev->next : head->first) = node->next;
-  (node->next != nullptr ? node->next->prev : head->last) = node->prev;
-  node->prev = nullptr;
-  node->next = nullptr;
-  --head->count;
-}
-
 // The order of a removal with a data release: the node leaves the list only when its data could be released.
 std::uint32_t node_release(head_t* head, node_t* node, qlix_comm_double_link_free free_data) {
   if (free_data != nullptr) {
     QLIX_COMM_CHECK_RC(free_data(node->data), "free_data");
   }
-  unlink(head, node);
+  list_unlink(head, node);
   ic_comm_free_memory(node);
   return QLIX_COMM_OK;
 }
@@ -71,7 +58,7 @@ std::uint32_t qlix_comm_double_link_insert_1st(qlix_comm_double_link_node* node,
   QLIX_COMM_CHECK_POINT(node);
   QLIX_COMM_CHECK_POINT(head);
   CHECK_ROOM(head);
-  link_between(head, node, nullptr, head->first);
+  list_link(head, node, nullptr, head->first);
   return QLIX_COMM_OK;
 }
 
@@ -79,7 +66,7 @@ std::uint32_t qlix_comm_double_link_insert_last(qlix_comm_double_link_node* node
   QLIX_COMM_CHECK_POINT(node);
   QLIX_COMM_CHECK_POINT(head);
   CHECK_ROOM(head);
-  link_between(head, node, head->last, nullptr);
+  list_link(head, node, head->last, nullptr);
   return QLIX_COMM_OK;
 }
 
@@ -89,7 +76,7 @@ std::uint32_t qlix_comm_double_link_insert_pre(qlix_comm_double_link_node* node,
   QLIX_COMM_CHECK_POINT(pos);
   QLIX_COMM_CHECK_POINT(head);
   CHECK_ROOM(head);
-  link_between(head, node, pos->prev, pos);
+  list_link(head, node, pos->prev, pos);
   return QLIX_COMM_OK;
 }
 
@@ -99,7 +86,7 @@ std::uint32_t qlix_comm_double_link_insert_aft(qlix_comm_double_link_node* node,
   QLIX_COMM_CHECK_POINT(pos);
   QLIX_COMM_CHECK_POINT(head);
   CHECK_ROOM(head);
-  link_between(head, node, pos, pos->next);
+  list_link(head, node, pos, pos->next);
   return QLIX_COMM_OK;
 }
 
@@ -115,7 +102,7 @@ std::uint32_t qlix_comm_double_link_insert_sort(qlix_comm_double_link_node* node
   while (next != nullptr && cmp(node, next, arg) > 0) {
     next = next->next;
   }
-  link_between(head, node, next != nullptr ? next->prev : head->last, next);
+  list_link(head, node, next != nullptr ? next->prev : head->last, next);
   return QLIX_COMM_OK;
 }
 
@@ -123,7 +110,7 @@ std::uint32_t qlix_comm_double_link_del(qlix_comm_double_link_node* node, qlix_c
   QLIX_COMM_CHECK_POINT(node);
   QLIX_COMM_CHECK_POINT(head);
   CHECK_FILLED(head);
-  unlink(head, node);
+  list_unlink(head, node);
   return QLIX_COMM_OK;
 }
 
@@ -137,7 +124,7 @@ std::uint32_t qlix_comm_double_link_del_by_info(qlix_comm_double_link* head, voi
   for (node_t *node = head->first, *next; node != nullptr; node = next) {
     next = node->next;
     if (cmp(info, node, info) == 0) {
-      unlink(head, node);
+      list_unlink(head, node);
       ic_comm_free_memory(node);
       ++*num;
     }

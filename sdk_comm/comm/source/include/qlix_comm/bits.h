@@ -10,11 +10,11 @@
 #include <cstdint>
 #include <cstring>
 
-#include "qlix_comm/types.h"
+#include "qlix_comm/check.h"
 
 namespace qlix_comm_detail {
 
-[[gnu::cold]] std::uint32_t report_bits(const char* function, const void* buffer, const void* value,
+[[gnu::cold]] std::uint32_t report_bits(const source_place& at, const void* buffer, const void* value,
                                         std::uint32_t total_bits, std::uint32_t msb, std::uint32_t length);
 
 /// Fields that touch the first, partial word of a register whose width is no multiple of 32 bits.
@@ -47,7 +47,7 @@ inline std::uint32_t qlix_comm_write_bits_ex(std::uint8_t* buffer, std::uint32_t
                                              std::uint32_t msb, std::uint32_t length) {
   using namespace qlix_comm_detail;
   if (buffer == nullptr || !bits_field_fits(total_bits, msb, length)) [[unlikely]] {
-    return report_bits(__func__, buffer, buffer, total_bits, msb, length);
+    return report_bits(QLIX_COMM_HERE, buffer, buffer, total_bits, msb, length);
   }
   const std::uint32_t lsb = msb - (length - 1);
   if ((msb | 31) >= total_bits) [[unlikely]] {
@@ -71,7 +71,7 @@ inline std::uint32_t qlix_comm_read_bits_ex(const std::uint8_t* buffer, std::uin
                                             std::uint32_t msb, std::uint32_t length) {
   using namespace qlix_comm_detail;
   if (buffer == nullptr || value == nullptr || !bits_field_fits(total_bits, msb, length)) [[unlikely]] {
-    return report_bits(__func__, buffer, value, total_bits, msb, length);
+    return report_bits(QLIX_COMM_HERE, buffer, value, total_bits, msb, length);
   }
   const std::uint32_t lsb = msb - (length - 1);
   if ((msb | 31) >= total_bits) [[unlikely]] {

@@ -25,24 +25,24 @@
 namespace qlix_comm_detail {
 
 /// Where a check stands in the source.
-struct place {
+struct source_place {
   const char* file;
   int line;
   const char* function;
 };
 
 // The lines of the checks. They are out of line so that a check costs its comparison only.
-[[gnu::cold]] std::uint32_t report_null(const place& at);
-[[gnu::cold]] std::uint32_t report_range(const place& at, std::uint32_t code, std::uint32_t value, std::uint32_t min,
+[[gnu::cold]] std::uint32_t report_null(const source_place& at);
+[[gnu::cold]] std::uint32_t report_range(const source_place& at, std::uint32_t code, std::uint32_t value, std::uint32_t min,
                                          std::uint32_t max);
-[[gnu::cold]] std::uint32_t report_upper(const place& at, std::uint32_t value, std::uint32_t max);
-[[gnu::cold]] std::uint32_t report_lower(const place& at, std::uint32_t value, std::uint32_t min);
-[[gnu::cold]] std::uint32_t report_pair(const place& at, std::uint32_t value0, std::uint32_t value1);
-[[gnu::cold]] std::uint32_t report_call(const place& at, std::uint32_t code, const char* callee);
+[[gnu::cold]] std::uint32_t report_upper(const source_place& at, std::uint32_t value, std::uint32_t max);
+[[gnu::cold]] std::uint32_t report_lower(const source_place& at, std::uint32_t value, std::uint32_t min);
+[[gnu::cold]] std::uint32_t report_pair(const source_place& at, std::uint32_t value0, std::uint32_t value1);
+[[gnu::cold]] std::uint32_t report_call(const source_place& at, std::uint32_t code, const char* callee);
 
 }  // namespace qlix_comm_detail
 
-#define QLIX_COMM_HERE (qlix_comm_detail::place{__FILE_NAME__, __LINE__, __func__})
+#define QLIX_COMM_HERE (qlix_comm_detail::source_place{__FILE_NAME__, __LINE__, __func__})
 
 /// Null pointer: "\n QLIX %s:%d[Error:POINT NULL] ! FUNCTION : %s!\n", 0x1201.
 #define QLIX_COMM_CHECK_POINT(pointer)                      \

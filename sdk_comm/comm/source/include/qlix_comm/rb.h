@@ -23,7 +23,6 @@ struct qlix_comm_rb_node {
   qlix_comm_double_link_node order;  ///< data = this node
   void* key;
   std::uint32_t slot_colour;  ///< slot number in bits 31..2, colour in bits 1..0 (1 red, 2 black, 0 cleared)
-  std::uint32_t key_head;     ///< private to the tree
   qlix_comm_rb_node* left;
   qlix_comm_rb_node* right;
   qlix_comm_rb_node* parent;

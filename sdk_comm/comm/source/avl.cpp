@@ -1,0 +1,374 @@
+#include "qlix_comm/avl.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "double_link_ops.h"
+#include "qlix_comm/check.h"
+#include "tree_key.h"
+#include "tree_pool.h"
+
+using namespace qlix_comm_detail;
+
+namespace {
+
+using node_t = qlix_comm_avl_node;
+
+constexpr std::uint32_t UNLIMITED = 0xFFFFFFFF;
+constexpr std::uint32_t PATH_MAX_LINKS = 41;
+
+static_assert(offsetof(node_t, key) == 0, "callers hand a node over as one that begins with its key pointer");
+static_assert(sizeof(node_t) == 56);
+
+// The links from the root to a node: links[0] is the root's, the last one points to the node or is where it will hang.
+struct path {
+  node_t** links[PATH_MAX_LINKS];
+  std::uint32_t depth;  // links before the last
+};
+
+std::uint32_t pool_init(qlix_comm_avl* tree) {
+  tree_pool pool;
+  QLIX_COMM_CHECK_RC(tree_pool_create(tree->max_node, tree->key_len, sizeof(node_t), &pool), "tree_pool_create");
+  tree->slot_stack = pool.slot_stack;
+  tree->key_pool = pool.key_pool;
+  tree->node_pool = static_cast<node_t*>(pool.node_pool);
+  return QLIX_COMM_OK;
+}
+
+node_t* node_find(const qlix_comm_avl* tree, const void* key) {
+  return tree_with_key(key, tree->key_len, tree->cmp, [tree](const auto& sought) {
+    return tree_descend(tree->root, sought, [](const node_t*, bool) { return true; });
+  });
+}
+
+// Walks to `key` and keeps the path. Without the key, `last` (null in an empty tree) is where a node with it goes, to
+// the side `right`. A walk that the path cannot hold ends with depth PATH_MAX_LINKS.
+struct trail {
+  path to;
+  node_t* existing;
+  node_t* last;
+  bool right;
+};
+
+void trail_find(qlix_comm_avl* tree, const void* key, trail& found) {
+  found.to.links[0] = &tree->root;
+  found.to.depth = 0;
+  found.last = nullptr;
+  found.right = false;
+  found.existing = tree_with_key(key, tree->key_len, tree->cmp, [tree, &found](const auto& sought) {
+    return tree_descend(tree->root, sought, [&found](node_t* node, bool right) {
+      found.last = node;
+      found.right = right;
+      if (++found.to.depth == PATH_MAX_LINKS) {
+        return false;
+      }
+      found.to.links[found.to.depth] = tree_select(right, &node->left, &node->right);
+      return true;
+    });
+  });
+}
+
+std::int32_t height(const node_t* node) {
+  return node != nullptr ? node->height : 0;
+}
+
+void height_update(node_t* node) {
+  node->height = std::max(height(node->left), height(node->right)) + 1;
+}
+
+void rotate_right(node_t*& link) {
+  node_t* const top = link;
+  link = top->left;
+  top->left = link->right;
+  link->right = top;
+  height_update(top);
+  height_update(link);
+}
+
+void rotate_left(node_t*& link) {
+  node_t* const top = link;
+  link = top->right;
+  top->right = link->left;
+  link->left = top;
+  height_update(top);
+  height_update(link);
+}
+
+// Balances the nodes that the first `depth` links of the path point to, from the deepest up, as long as heights change.
+void rebalance(const path& path, std::uint32_t depth) {
+  while (depth-- > 0) {
+    node_t*& link = *path.links[depth];
+    node_t* const node = link;
+    const std::int32_t before = node->height;
+    const std::int32_t left = height(node->left);
+    const std::int32_t right = height(node->right);
+    if (left > right + 1) {
+      if (height(node->left->right) > height(node->left->left)) {
+        rotate_left(node->left);
+      }
+      rotate_right(link);
+    } else if (right > left + 1) {
+      if (height(node->right->left) > height(node->right->right)) {
+        rotate_right(node->right);
+      }
+      rotate_left(link);
+    } else {
+      node->height = std::max(left, right) + 1;
+    }
+    if (link->height == before) {
+      return;
+    }
+  }
+}
+
+// A free slot's node with the key copied in; a full tree writes QLIX_COMM_AVL_NO_SLOT to `*slot`.
+std::uint32_t slot_fill(qlix_comm_avl* tree, const void* key, node_t** node, std::uint32_t* slot) {
+  const std::uint32_t code = qlix_comm_liststack_alloc(tree->slot_stack, slot);
+  if (code == QLIX_COMM_LIST_STACK_EMPTY) {
+    *slot = QLIX_COMM_AVL_NO_SLOT;
+    return QLIX_COMM_AVL_FULL;
+  }
+  QLIX_COMM_CHECK_RC(code, "qlix_comm_liststack_alloc");
+  QLIX_COMM_CHECK_MUL(*slot, tree->key_len);
+  const std::uint64_t key_begin = std::uint64_t{*slot} * tree->key_len;
+  if (key_begin + tree->key_len > std::uint64_t{tree->max_node} * tree->key_len) {
+    qlix_comm_liststack_free(tree->slot_stack, *slot);
+    return QLIX_COMM_AVL_KEY_POOL;
+  }
+  *node = &tree->node_pool[*slot];
+  (*node)->key = memcpy(tree->key_pool + key_begin, key, tree->key_len);
+  (*node)->slot = *slot;
+  return QLIX_COMM_OK;
+}
+
+void node_link(qlix_comm_avl* tree, const trail& at, node_t* node) {
+  node->left = nullptr;
+  node->right = nullptr;
+  node->height = 1;
+  node->order.data = node;
+  if (at.last == nullptr) {
+    list_link(&tree->order, &node->order, nullptr, tree->order.first);
+  } else if (at.right) {
+    list_link(&tree->order, &node->order, &at.last->order, at.last->order.next);
+  } else {
+    list_link(&tree->order, &node->order, at.last->order.prev, &at.last->order);
+  }
+  *at.to.links[at.to.depth] = node;
+  ++tree->node_num;
+  rebalance(at.to, at.to.depth);
+}
+
+// Takes the node at the end of the path out: its predecessor takes its place, or, without a left child, its right
+// child.
+std::uint32_t node_unlink(qlix_comm_avl* tree, path& path) {
+  node_t** const place = path.links[path.depth];
+  node_t* const node = *place;
+  if (node->left == nullptr) {
+    *place = node->right;
+  } else {
+    const std::uint32_t below = path.depth + 1;
+    std::uint32_t depth = path.depth;
+    for (node_t** link = &node->left; *link != nullptr; link = &(*link)->right) {
+      QLIX_COMM_CHECK_INDEX_UPPER(++depth, PATH_MAX_LINKS - 1);
+      path.links[depth] = link;
+    }
+    path.depth = depth;
+    node_t* const predecessor = *path.links[depth];
+    *path.links[depth] = predecessor->left;
+    predecessor->left = node->left;
+    predecessor->right = node->right;
+    predecessor->height = node->height;
+    *place = predecessor;
+    path.links[below] = &predecessor->left;
+  }
+  --tree->node_num;
+  list_unlink(&tree->order, &node->order);
+  rebalance(path, path.depth);
+  return QLIX_COMM_OK;
+}
+
+// What an operation hands out for a key that is absent.
+void absent_set(const qlix_comm_avl* tree, void* out) {
+  if (tree->dynamic != 0) {
+    *static_cast<node_t**>(out) = nullptr;
+  } else {
+    *static_cast<std::uint32_t*>(out) = QLIX_COMM_AVL_NO_SLOT;
+  }
+}
+
+void result_set(const qlix_comm_avl* tree, node_t* node, void* out) {
+  if (tree->dynamic != 0) {
+    *static_cast<node_t**>(out) = node;
+  } else {
+    *static_cast<std::uint32_t*>(out) = node->slot;
+  }
+}
+
+std::uint32_t key_copy(const qlix_comm_avl* tree, const qlix_comm_double_link_node* from, void* key,
+                       const char* function) {
+  if (from == nullptr) {
+    QLIX_COMM_TRACE_ERROR("\n %s: the tree is empty!\n", function);
+    return QLIX_COMM_AVL_EMPTY;
+  }
+  memcpy(key, static_cast<const node_t*>(from->data)->key, tree->key_len);
+  return QLIX_COMM_OK;
+}
+
+void key_show(const qlix_comm_avl* tree, const qlix_comm_double_link_node* from) {
+  std::uint32_t number = 0;
+  memcpy(&number, static_cast<const node_t*>(from->data)->key, std::min<std::size_t>(tree->key_len, sizeof number));
+  QLIX_COMM_PRINT("==>%d", number);
+}
+
+}  // namespace
+
+std::uint32_t qlix_comm_avl_init(qlix_comm_avl* tree, std::uint32_t max_node, std::uint32_t key_len,
+                                 qlix_comm_avl_cmp cmp) {
+  QLIX_COMM_CHECK_POINT(tree);
+  if (tree->inited == 1) {
+    QLIX_COMM_PRINT("\nqlix_comm_avl_init already init!");
+    return QLIX_COMM_OK;
+  }
+  if (key_len == 0) {
+    QLIX_COMM_TRACE_ERROR("\nErrorCode:[0x%x]qlix_comm_avl_init key_length is 0 err!", QLIX_COMM_AVL_KEY_LEN_ZERO);
+    return QLIX_COMM_AVL_KEY_LEN_ZERO;
+  }
+  qlix_comm_avl created{};
+  created.key_len = key_len;
+  created.max_node = max_node;
+  created.dynamic = max_node == 0;
+  created.cmp = cmp != nullptr ? cmp : qlix_comm_rb_def_cmp;
+  created.inited = 1;
+  QLIX_COMM_CHECK_RC(qlix_comm_double_link_init(max_node != 0 ? max_node : UNLIMITED, &created.order),
+                     "qlix_comm_double_link_init");
+  if (max_node != 0) {
+    QLIX_COMM_CHECK_RC(pool_init(&created), "pool_init");
+  }
+  *tree = created;
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_avl_destroy(qlix_comm_avl* tree) {
+  QLIX_COMM_CHECK_POINT(tree);
+  tree_pool_destroy({tree->slot_stack, tree->key_pool, tree->node_pool});
+  *tree = {};
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_avl_insert(qlix_comm_avl* tree, void* key_or_node, std::uint32_t* out) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(key_or_node);
+  const bool dynamic = tree->dynamic != 0;
+  node_t* node = dynamic ? static_cast<node_t*>(key_or_node) : nullptr;
+  const void* const key = dynamic ? node->key : key_or_node;
+  QLIX_COMM_CHECK_POINT(key);
+  if (!dynamic) {
+    QLIX_COMM_CHECK_POINT(out);
+  }
+  trail at;
+  trail_find(tree, key, at);
+  if (at.existing != nullptr) {
+    QLIX_COMM_TRACE_INFO("\n qlix_comm_avl_insert: the key is there already \n");
+    if (out != nullptr) {
+      *out = dynamic ? 0 : at.existing->slot;
+    }
+    return QLIX_COMM_AVL_KEY_EXISTS;
+  }
+  QLIX_COMM_CHECK_INDEX_UPPER(at.to.depth, PATH_MAX_LINKS - 1);
+  if (!dynamic) {
+    QLIX_COMM_CHECK_RC(slot_fill(tree, key, &node, out), "slot_fill");
+  }
+  node_link(tree, at, node);
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_avl_remove(qlix_comm_avl* tree, const void* key, void* out) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(key);
+  QLIX_COMM_CHECK_POINT(out);
+  trail at;
+  trail_find(tree, key, at);
+  node_t* const node = at.existing;
+  if (node == nullptr) {
+    QLIX_COMM_TRACE_INFO("\nqlix_comm_avl_remove: node to delete not found in tree");
+    absent_set(tree, out);
+    return QLIX_COMM_OK;
+  }
+  QLIX_COMM_CHECK_RC(node_unlink(tree, at.to), "node_unlink");
+  result_set(tree, node, out);
+  node->left = nullptr;
+  node->right = nullptr;
+  node->height = 0;
+  if (tree->dynamic == 0) {
+    memset(node->key, 0, tree->key_len);
+    QLIX_COMM_CHECK_RC(qlix_comm_liststack_free(tree->slot_stack, node->slot), "qlix_comm_liststack_free");
+  }
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_avl_find(const qlix_comm_avl* tree, const void* key, void* out) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(key);
+  QLIX_COMM_CHECK_POINT(out);
+  if (node_t* const node = node_find(tree, key); node != nullptr) {
+    result_set(tree, node, out);
+  } else {
+    absent_set(tree, out);
+  }
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t ic_comm_avl_get_node_num(const qlix_comm_avl* tree, std::uint32_t* num) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(num);
+  *num = tree->node_num;
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t ic_comm_avl_is_none(const qlix_comm_avl* tree) {
+  QLIX_COMM_CHECK_POINT(tree);
+  return tree->node_num == 0 ? 1 : 0;
+}
+
+std::uint32_t ic_comm_avl_get_1st_key(const qlix_comm_avl* tree, void* key) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(key);
+  return key_copy(tree, tree->order.first, key, __func__);
+}
+
+std::uint32_t ic_comm_avl_get_last_key(const qlix_comm_avl* tree, void* key) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(key);
+  return key_copy(tree, tree->order.last, key, __func__);
+}
+
+std::uint32_t ic_comm_avl_get_1st_node(const qlix_comm_avl* tree, qlix_comm_double_link_node** node) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(node);
+  *node = tree->order.first;
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t ic_comm_avl_get_last_node(const qlix_comm_avl* tree, qlix_comm_double_link_node** node) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(node);
+  *node = tree->order.last;
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_avl_show_info(const qlix_comm_avl* tree) {
+  QLIX_COMM_CHECK_POINT(tree);
+  if (tree->node_num == 0) {
+    QLIX_COMM_PRINT("The avl tree is empty!!\n");
+    return QLIX_COMM_OK;
+  }
+  QLIX_COMM_PRINT("\n****************avl tree info from first key***********\n");
+  for (const auto* node = tree->order.first; node != nullptr; node = node->next) {
+    key_show(tree, node);
+  }
+  QLIX_COMM_PRINT("\n****************avl tree info from last key***********\n");
+  for (const auto* node = tree->order.last; node != nullptr; node = node->prev) {
+    key_show(tree, node);
+  }
+  return QLIX_COMM_OK;
+}

@@ -1,0 +1,303 @@
+#include "qlix_comm/rb.h"
+
+#include <cstring>
+
+#include "double_link_ops.h"
+#include "qlix_comm/check.h"
+#include "rb_balance.h"
+#include "tree_key.h"
+#include "tree_pool.h"
+
+using namespace qlix_comm_detail;
+
+namespace {
+
+using node_t = qlix_comm_rb_node;
+
+constexpr std::uint32_t UNLIMITED = 0xFFFFFFFF;
+constexpr std::uint32_t DEPTH_MAX = 127;  // levels above a new node
+
+static_assert(offsetof(node_t, order) == 0, "releasing the list node must release the record");
+static_assert(sizeof(node_t) == 64);
+
+std::uint32_t pool_init(qlix_comm_rb* tree, std::uint32_t max) {
+  tree_pool pool;
+  QLIX_COMM_CHECK_RC(tree_pool_create(max, tree->key_size, sizeof(node_t), &pool), "tree_pool_create");
+  tree->slot_stack = pool.slot_stack;
+  tree->key_pool = pool.key_pool;
+  tree->node_pool = static_cast<node_t*>(pool.node_pool);
+  return QLIX_COMM_OK;
+}
+
+node_t* node_find(const qlix_comm_rb* tree, const void* key) {
+  return tree_with_key(key, tree->key_size, tree->cmp, [tree](const auto& sought) {
+    return tree_descend(tree->root, sought, [](const node_t*, bool) { return true; });
+  });
+}
+
+void result_set(const qlix_comm_rb* tree, node_t* node, void* out) {
+  if (tree->dynamic != 0) {
+    *static_cast<node_t**>(out) = node;
+  } else {
+    *static_cast<std::uint32_t*>(out) = qlix_comm_rb_node_slot(node);
+  }
+}
+
+// Where a new key goes: below `parent` (null: it becomes the root), or `existing` has the key.
+struct place {
+  node_t* existing = nullptr;
+  node_t* parent = nullptr;
+  bool right = false;
+  std::uint32_t depth = 0;
+};
+
+place place_find(const qlix_comm_rb* tree, const void* key) {
+  return tree_with_key(key, tree->key_size, tree->cmp, [tree](const auto& sought) {
+    place at;
+    at.existing = tree_descend(tree->root, sought, [&at](node_t* node, bool right) {
+      at.parent = node;
+      at.right = right;
+      return ++at.depth <= DEPTH_MAX;
+    });
+    return at;
+  });
+}
+
+// Node of a free slot, with the key copied in.
+std::uint32_t slot_fill(qlix_comm_rb* tree, std::uint32_t slot, const void* key, node_t** node) {
+  QLIX_COMM_CHECK_MUL(slot, tree->key_size);
+  std::uint8_t* const place_of_key = tree->key_pool + std::size_t{slot} * tree->key_size;
+  memcpy(place_of_key, key, tree->key_size);
+  *node = &tree->node_pool[slot];
+  (*node)->key = place_of_key;
+  (*node)->slot_colour = slot << 2;
+  return QLIX_COMM_OK;
+}
+
+void node_link(qlix_comm_rb* tree, const place& at, node_t* node) {
+  node->left = nullptr;
+  node->right = nullptr;
+  node->parent = at.parent;
+  rb_set_colour(node, QLIX_COMM_RB_RED);
+  node->order.data = node;
+  if (at.parent == nullptr) {
+    tree->root = node;
+    list_link(&tree->order, &node->order, nullptr, tree->order.first);
+  } else if (at.right) {
+    at.parent->right = node;
+    list_link(&tree->order, &node->order, &at.parent->order, at.parent->order.next);
+  } else {
+    at.parent->left = node;
+    list_link(&tree->order, &node->order, at.parent->order.prev, &at.parent->order);
+  }
+  qlix_comm_rb_handle_ins(tree, node);
+}
+
+// Puts `by` (may be null) into the link that points to `node`.
+void link_replace(qlix_comm_rb* tree, node_t* node, node_t* by) {
+  rb_link(tree, node) = by;
+  if (by != nullptr) {
+    by->parent = node->parent;
+  }
+}
+
+// Takes `node` out of the tree: its successor takes its place, or, without a right child, its left child.
+void node_unlink(qlix_comm_rb* tree, node_t* node, node_t* successor) {
+  node_t* child;
+  node_t* child_parent;
+  std::uint32_t removed_colour;
+  if (successor == nullptr) {
+    child = node->left;
+    child_parent = node->parent;
+    removed_colour = rb_colour(node);
+    link_replace(tree, node, child);
+  } else {
+    child = successor->right;
+    child_parent = successor->parent == node ? successor : successor->parent;
+    removed_colour = rb_colour(successor);
+    link_replace(tree, successor, child);
+    link_replace(tree, node, successor);
+    successor->left = node->left;
+    successor->right = node->right;
+    for (node_t* const below : {successor->left, successor->right}) {
+      if (below != nullptr) {
+        below->parent = successor;
+      }
+    }
+    rb_set_colour(successor, rb_colour(node));
+  }
+  list_unlink(&tree->order, &node->order);
+  if (removed_colour == QLIX_COMM_RB_BLACK) {
+    qlix_comm_rb_handle_del(tree, child, child_parent);
+  }
+}
+
+std::uint32_t key_copy(const qlix_comm_rb* tree, const qlix_comm_double_link_node* from, void* key,
+                       const char* function) {
+  if (from == nullptr) {
+    QLIX_COMM_TRACE_ERROR("\n %s: the tree is empty!\n", function);
+    return QLIX_COMM_RB_EMPTY;
+  }
+  memcpy(key, static_cast<const node_t*>(from->data)->key, tree->key_size);
+  return QLIX_COMM_OK;
+}
+
+}  // namespace
+
+std::int32_t qlix_comm_rb_def_cmp(const void* key_a, const void* key_b, std::uint32_t key_size) {
+  return memcmp(key_a, key_b, key_size);
+}
+
+std::uint32_t qlix_comm_rb_init(qlix_comm_rb* tree, std::uint32_t max, std::uint32_t key_size, qlix_comm_rb_cmp cmp) {
+  QLIX_COMM_CHECK_POINT(tree);
+  if (tree->inited == 1) {
+    QLIX_COMM_PRINT("\n qlix_comm_rb_init already init!");
+    return QLIX_COMM_OK;
+  }
+  QLIX_COMM_CHECK_INDEX_LOWER(key_size, 1);
+  qlix_comm_rb created{};
+  created.key_size = key_size;
+  created.dynamic = max == 0;
+  created.cmp = cmp != nullptr ? cmp : qlix_comm_rb_def_cmp;
+  created.inited = 1;
+  QLIX_COMM_CHECK_RC(qlix_comm_double_link_init(max != 0 ? max : UNLIMITED, &created.order),
+                     "qlix_comm_double_link_init");
+  if (max != 0) {
+    QLIX_COMM_CHECK_RC(pool_init(&created, max), "pool_init");
+  }
+  *tree = created;
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_rb_destroy(qlix_comm_rb* tree) {
+  QLIX_COMM_CHECK_POINT(tree);
+  tree_pool_destroy({tree->slot_stack, tree->key_pool, tree->node_pool});
+  *tree = {};
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_rb_insert(qlix_comm_rb* tree, void* key_or_node, void* out) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(key_or_node);
+  QLIX_COMM_CHECK_POINT(out);
+  const bool dynamic = tree->dynamic != 0;
+  node_t* node = dynamic ? static_cast<node_t*>(key_or_node) : nullptr;
+  const void* const key = dynamic ? node->key : key_or_node;
+  QLIX_COMM_CHECK_POINT(key);
+  const place at = place_find(tree, key);
+  if (at.existing != nullptr) {
+    QLIX_COMM_TRACE_INFO("info ,rb_key is same \n");
+    result_set(tree, at.existing, out);
+    return QLIX_COMM_RB_KEY_EXISTS;
+  }
+  QLIX_COMM_CHECK_INDEX_UPPER(at.depth, DEPTH_MAX);
+  if (dynamic) {
+    node->slot_colour = 0;
+  } else {
+    std::uint32_t slot;
+    const std::uint32_t code = qlix_comm_liststack_alloc(tree->slot_stack, &slot);
+    QLIX_COMM_CHECK_RC(code == QLIX_COMM_LIST_STACK_EMPTY ? QLIX_COMM_RB_FULL : code, "qlix_comm_liststack_alloc");
+    QLIX_COMM_CHECK_RC(slot_fill(tree, slot, key, &node), "slot_fill");
+  }
+  node_link(tree, at, node);
+  result_set(tree, node, out);
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_rb_insert_spec_index(qlix_comm_rb* tree, const void* key, std::uint32_t slot) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(key);
+  if (tree->dynamic != 0) {
+    QLIX_COMM_TRACE_ERROR("qlix_comm_rb_insert_spec_index: dynamic mode is not support ! Error");
+    return QLIX_COMM_RB_DYNAMIC;
+  }
+  const place at = place_find(tree, key);
+  if (at.existing != nullptr) {
+    QLIX_COMM_TRACE_INFO("info ,rb_key is same \n");
+    return QLIX_COMM_RB_KEY_EXISTS;
+  }
+  QLIX_COMM_CHECK_INDEX_UPPER(at.depth, DEPTH_MAX);
+  QLIX_COMM_CHECK_RC(qlix_comm_liststack_alloc_spec_index(tree->slot_stack, slot),
+                     "qlix_comm_liststack_alloc_spec_index");
+  node_t* node = nullptr;
+  QLIX_COMM_CHECK_RC(slot_fill(tree, slot, key, &node), "slot_fill");
+  node_link(tree, at, node);
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_rb_delete(qlix_comm_rb* tree, const void* key, void* out) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(key);
+  QLIX_COMM_CHECK_POINT(out);
+  const place at = place_find(tree, key);
+  QLIX_COMM_CHECK_INDEX_UPPER(at.depth, DEPTH_MAX - 1);
+  node_t* const node = at.existing;
+  if (node == nullptr) {
+    QLIX_COMM_TRACE_INFO("rb srh fail \n");
+    return QLIX_COMM_RB_KEY_ABSENT;
+  }
+  QLIX_COMM_TRACE_DEBUG(" find the key!\n");
+  node_t* successor = node->right;
+  for (std::uint32_t depth = at.depth + 1; successor != nullptr && successor->left != nullptr;
+       successor = successor->left) {
+    QLIX_COMM_CHECK_INDEX_UPPER(++depth, DEPTH_MAX);
+  }
+  node_unlink(tree, node, successor);
+  result_set(tree, node, out);
+  if (tree->dynamic != 0) {
+    node->slot_colour = 0;
+    node->left = nullptr;
+    node->right = nullptr;
+    node->parent = nullptr;
+    return QLIX_COMM_OK;
+  }
+  const std::uint32_t slot = qlix_comm_rb_node_slot(node);
+  memset(node->key, 0, tree->key_size);
+  *node = {};
+  QLIX_COMM_CHECK_RC(qlix_comm_liststack_free(tree->slot_stack, slot), "qlix_comm_liststack_free");
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_rb_search(const qlix_comm_rb* tree, const void* key, void* out) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(key);
+  QLIX_COMM_CHECK_POINT(out);
+  node_t* const node = node_find(tree, key);
+  if (node == nullptr) {
+    QLIX_COMM_TRACE_INFO("rb srh fail \n");
+    return QLIX_COMM_RB_KEY_ABSENT;
+  }
+  result_set(tree, node, out);
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_rb_is_none(const qlix_comm_rb* tree) {
+  QLIX_COMM_CHECK_POINT(tree);
+  return tree->root == nullptr ? 1 : 0;
+}
+
+std::uint32_t qlix_comm_rb_get_1st_tn(const qlix_comm_rb* tree, qlix_comm_double_link_node** node) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(node);
+  *node = tree->order.first;
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_rb_get_last_tn(const qlix_comm_rb* tree, qlix_comm_double_link_node** node) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(node);
+  *node = tree->order.last;
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_rb_get_1st_key(const qlix_comm_rb* tree, void* key) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(key);
+  return key_copy(tree, tree->order.first, key, __func__);
+}
+
+std::uint32_t qlix_comm_rb_get_last_key(const qlix_comm_rb* tree, void* key) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(key);
+  return key_copy(tree, tree->order.last, key, __func__);
+}

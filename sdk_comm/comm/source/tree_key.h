@@ -1,0 +1,168 @@
+// The way down a tree, common to the AVL and the red-black tree. Three habits make it fast:
+//  - Under the default compare a key is read as big-endian words, which order as memcmp does. The kind of key is chosen
+//    once for an operation (tree_with_key); no step calls through a pointer.
+//  - The next child is selected by arithmetic: which way a step goes is a coin toss that no branch predictor learns.
+//  - Both children are prefetched while the key of their parent is on its way from memory.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "qlix_comm/rb.h"
+
+namespace qlix_comm_detail {
+
+template <class Word>
+Word key_word(const std::uint8_t* at) {
+  Word word;
+  memcpy(&word, at, sizeof word);
+  if constexpr (std::endian::native == std::endian::little) {
+    return sizeof word == 8 ? static_cast<Word>(__builtin_bswap64(word))
+                            : static_cast<Word>(__builtin_bswap32(static_cast<std::uint32_t>(word)));
+  }
+  return word;
+}
+
+/// A key of 1 to 3 bytes as one number: its first, middle and last byte, which may be the same.
+class byte_key {
+ public:
+  byte_key(const void* key, std::uint32_t size) : size_(size), number_(number(key)) {}
+
+  /// True when `other` is equal; else `right` says whether this key lies to its right.
+  bool equals(const void* other, bool& right) const {
+    const std::uint32_t their = number(other);
+    right = number_ > their;
+    return number_ == their;
+  }
+
+ private:
+  std::uint32_t number(const void* key) const {
+    const auto* const bytes = static_cast<const std::uint8_t*>(key);
+    return std::uint32_t{bytes[0]} << 16 | std::uint32_t{bytes[size_ / 2]} << 8 | bytes[size_ - 1];
+  }
+
+  std::uint32_t size_;
+  std::uint32_t number_;
+};
+
+/// A key of 4 to 8 bytes as one number: its first and its last four bytes, which may overlap.
+class short_key {
+ public:
+  short_key(const void* key, std::uint32_t size) : last_(size - 4), number_(number(key)) {}
+
+  bool equals(const void* other, bool& right) const {
+    const std::uint64_t their = number(other);
+    right = number_ > their;
+    return number_ == their;
+  }
+
+ private:
+  std::uint64_t number(const void* key) const {
+    const auto* const bytes = static_cast<const std::uint8_t*>(key);
+    return std::uint64_t{key_word<std::uint32_t>(bytes)} << 32 | key_word<std::uint32_t>(bytes + last_);
+  }
+
+  std::uint32_t last_;  // offset of the last four bytes
+  std::uint64_t number_;
+};
+
+/// A key of more than 8 bytes: its first word is at hand, the others are read when that one does not decide. The last
+/// word may overlap the one before.
+class long_key {
+ public:
+  long_key(const void* key, std::uint32_t size)
+      : bytes_(static_cast<const std::uint8_t*>(key)), last_(size - 8), first_(key_word<std::uint64_t>(bytes_)) {}
+
+  bool equals(const void* other, bool& right) const {
+    const auto* const theirs = static_cast<const std::uint8_t*>(other);
+    std::uint64_t our_word = first_;
+    std::uint64_t their_word = key_word<std::uint64_t>(theirs);
+    for (std::uint32_t at = 8; our_word == their_word; at += 8) {
+      if (at > last_) {
+        our_word = key_word<std::uint64_t>(bytes_ + last_);
+        their_word = key_word<std::uint64_t>(theirs + last_);
+        break;
+      }
+      our_word = key_word<std::uint64_t>(bytes_ + at);
+      their_word = key_word<std::uint64_t>(theirs + at);
+    }
+    right = our_word > their_word;
+    return our_word == their_word;
+  }
+
+ private:
+  const std::uint8_t* bytes_;
+  std::uint32_t last_;  // offset of the last eight bytes
+  std::uint64_t first_;
+};
+
+/// A key under a compare hook.
+class hook_key {
+ public:
+  hook_key(const void* key, std::uint32_t size, qlix_comm_rb_cmp cmp) : key_(key), size_(size), cmp_(cmp) {}
+
+  bool equals(const void* other, bool& right) const {
+    const std::int32_t order = cmp_(key_, other, size_);
+    right = order > 0;
+    return order == 0;
+  }
+
+ private:
+  const void* key_;
+  std::uint32_t size_;
+  qlix_comm_rb_cmp cmp_;
+};
+
+/// Runs `action` with the fastest form of a key that keeps the order of `cmp`.
+template <class Action>
+auto tree_with_key(const void* key, std::uint32_t size, qlix_comm_rb_cmp cmp, Action action) {
+  if (cmp != qlix_comm_rb_def_cmp) {
+    return action(hook_key(key, size, cmp));
+  }
+  if (size > 8) {
+    return action(long_key(key, size));
+  }
+  if (size >= 4) {
+    return action(short_key(key, size));
+  }
+  return action(byte_key(key, size));
+}
+
+/// `right ? if_right : if_left` without a branch.
+template <class Pointee>
+Pointee* tree_select(bool right, Pointee* if_left, Pointee* if_right) {
+  const auto left_bits = reinterpret_cast<std::uintptr_t>(if_left);
+  const auto right_bits = reinterpret_cast<std::uintptr_t>(if_right);
+  return reinterpret_cast<Pointee*>(left_bits ^ ((left_bits ^ right_bits) & -static_cast<std::uintptr_t>(right)));
+}
+
+template <class Node>
+void tree_prefetch(const Node* node) {
+  __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(node) + offsetof(Node, key)));
+}
+
+/// Walks from `root` to the node with `key`, or to null. `step(node, right)` is called for each node that is left
+/// behind and ends the walk with null by returning false.
+template <class Node, class Key, class Step>
+Node* tree_descend(Node* root, const Key& key, Step step) {
+  Node* node = root;
+  while (node != nullptr) {
+    Node* const left = node->left;
+    Node* const right = node->right;
+    tree_prefetch(left);
+    tree_prefetch(right);
+    bool to_right;
+    if (key.equals(node->key, to_right)) {
+      return node;
+    }
+    if (!step(node, to_right)) {
+      return nullptr;
+    }
+    node = tree_select(to_right, left, right);
+  }
+  return nullptr;
+}
+
+}  // namespace qlix_comm_detail

@@ -1,0 +1,287 @@
+// The two trees behind one face, with a check of everything that must hold in them.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "qlix_comm/avl.h"
+#include "qlix_comm/rb.h"
+
+using Key = std::string;  // bytes
+
+inline std::int32_t reversed_cmp(const void* a, const void* b, std::uint32_t size) {
+  return memcmp(b, a, size);
+}
+
+struct AvlTraits {
+  using Tree = qlix_comm_avl;
+  using Node = qlix_comm_avl_node;
+  static constexpr std::uint32_t EXISTS = 0x1904;
+  static constexpr std::uint32_t FULL = 0x1905;
+
+  static std::uint32_t init(Tree* tree, std::uint32_t max, std::uint32_t size, qlix_comm_avl_cmp cmp) {
+    return qlix_comm_avl_init(tree, max, size, cmp);
+  }
+  static std::uint32_t destroy(Tree* tree) {
+    return qlix_comm_avl_destroy(tree);
+  }
+  static std::uint32_t insert(Tree* tree, void* key_or_node, void* out) {
+    return qlix_comm_avl_insert(tree, key_or_node, tree->dynamic ? nullptr : static_cast<std::uint32_t*>(out));
+  }
+  static std::uint32_t remove(Tree* tree, const void* key, void* out) {
+    return qlix_comm_avl_remove(tree, key, out);
+  }
+  static std::uint32_t find(const Tree* tree, const void* key, void* out) {
+    return qlix_comm_avl_find(tree, key, out);
+  }
+  static std::uint32_t slot(const Node* node) {
+    return node->slot;
+  }
+
+  /// Height of the subtree; every node's stored height and balance are checked on the way.
+  static std::int32_t shape_check(const Tree*, const Node* node) {
+    if (node == nullptr) {
+      return 0;
+    }
+    const std::int32_t left = shape_check(nullptr, node->left);
+    const std::int32_t right = shape_check(nullptr, node->right);
+    EXPECT_LE(std::abs(left - right), 1);
+    EXPECT_EQ(node->height, std::max(left, right) + 1);
+    return node->height;
+  }
+  static std::uint32_t count(const Tree* tree) {
+    EXPECT_EQ(tree->node_num, tree->order.count);
+    return tree->node_num;
+  }
+};
+
+struct RbTraits {
+  using Tree = qlix_comm_rb;
+  using Node = qlix_comm_rb_node;
+  static constexpr std::uint32_t EXISTS = 0x1001;
+  static constexpr std::uint32_t FULL = 0x1003;
+
+  static std::uint32_t init(Tree* tree, std::uint32_t max, std::uint32_t size, qlix_comm_rb_cmp cmp) {
+    return qlix_comm_rb_init(tree, max, size, cmp);
+  }
+  static std::uint32_t destroy(Tree* tree) {
+    return qlix_comm_rb_destroy(tree);
+  }
+  static std::uint32_t insert(Tree* tree, void* key_or_node, void* out) {
+    return qlix_comm_rb_insert(tree, key_or_node, out);
+  }
+  static std::uint32_t remove(Tree* tree, const void* key, void* out) {
+    return qlix_comm_rb_delete(tree, key, out);
+  }
+  static std::uint32_t find(const Tree* tree, const void* key, void* out) {
+    return qlix_comm_rb_search(tree, key, out);
+  }
+  static std::uint32_t slot(const Node* node) {
+    return node->slot_colour >> 2;
+  }
+
+  /// Black nodes on every path of the subtree; colours and parents are checked on the way.
+  static std::int32_t shape_check(const Tree* tree, const Node* node) {
+    if (node == nullptr) {
+      return 0;
+    }
+    const std::uint32_t colour = node->slot_colour & 3;
+    EXPECT_TRUE(colour == QLIX_COMM_RB_RED || colour == QLIX_COMM_RB_BLACK);
+    if (node == tree->root) {
+      EXPECT_EQ(node->parent, nullptr);
+      EXPECT_EQ(colour, QLIX_COMM_RB_BLACK);
+    }
+    for (const Node* child : {node->left, node->right}) {
+      if (child != nullptr) {
+        EXPECT_EQ(child->parent, node);
+        EXPECT_FALSE(colour == QLIX_COMM_RB_RED && (child->slot_colour & 3) == QLIX_COMM_RB_RED);
+      }
+    }
+    const std::int32_t left = shape_check(tree, node->left);
+    EXPECT_EQ(left, shape_check(tree, node->right));
+    return left + (colour == QLIX_COMM_RB_BLACK ? 1 : 0);
+  }
+  static std::uint32_t count(const Tree* tree) {
+    return tree->order.count;
+  }
+};
+
+/// A tree with its model: keys in order with the slot or record that holds them, and the stack of free slots.
+template <class Traits>
+class ModelledTree {
+ public:
+  using Node = typename Traits::Node;
+  struct Record {
+    Node node;
+    Key key;
+  };
+
+  ModelledTree(std::uint32_t max, std::uint32_t size, bool reversed) : max_(max), size_(size), model_(Order{reversed}) {
+    EXPECT_EQ(Traits::init(&tree_, max, size, reversed ? reversed_cmp : nullptr), 0u);
+    for (std::uint32_t slot = max; slot-- > 0;) {
+      free_.push_back(slot);
+    }
+  }
+  ~ModelledTree() {
+    EXPECT_EQ(Traits::destroy(&tree_), 0u);
+    const typename Traits::Tree cleared{};
+    EXPECT_EQ(memcmp(&tree_, &cleared, sizeof cleared), 0);
+  }
+  ModelledTree(const ModelledTree&) = delete;
+  ModelledTree& operator=(const ModelledTree&) = delete;
+
+  void insert(const Key& key) {
+    if (max_ == 0) {
+      insert_node(key);
+      return;
+    }
+    std::uint32_t slot = 0xDEAD;
+    Key copy = key;
+    const std::uint32_t code = Traits::insert(&tree_, copy.data(), &slot);
+    const auto found = model_.find(key);
+    if (found != model_.end()) {
+      EXPECT_EQ(code, Traits::EXISTS);
+      EXPECT_EQ(slot, found->second.slot);
+    } else if (free_.empty()) {
+      EXPECT_EQ(code, Traits::FULL);
+    } else {
+      ASSERT_EQ(code, 0u);
+      EXPECT_EQ(slot, free_.back());
+      model_[key].slot = slot;
+      free_.pop_back();
+    }
+  }
+
+  void remove(const Key& key) {
+    const auto found = model_.find(key);
+    if (found == model_.end()) {
+      expect_absent(Traits::remove, key);
+      return;
+    }
+    if (max_ == 0) {
+      Node* node = nullptr;
+      EXPECT_EQ(Traits::remove(&tree_, key.data(), &node), 0u);
+      EXPECT_EQ(node, &found->second.record->node);
+    } else {
+      std::uint32_t slot = 0xDEAD;
+      EXPECT_EQ(Traits::remove(&tree_, key.data(), &slot), 0u);
+      EXPECT_EQ(slot, found->second.slot);
+      EXPECT_EQ(Key(reinterpret_cast<const char*>(tree_.key_pool) + slot * size_, size_), Key(size_, '\0'));
+      free_.push_back(slot);
+    }
+    model_.erase(found);
+  }
+
+  void find(const Key& key) {
+    const auto found = model_.find(key);
+    if (found == model_.end()) {
+      expect_absent(Traits::find, key);
+    } else if (max_ == 0) {
+      Node* node = nullptr;
+      EXPECT_EQ(Traits::find(&tree_, key.data(), &node), 0u);
+      EXPECT_EQ(node, &found->second.record->node);
+    } else {
+      std::uint32_t slot = 0xDEAD;
+      EXPECT_EQ(Traits::find(&tree_, key.data(), &slot), 0u);
+      EXPECT_EQ(slot, found->second.slot);
+    }
+  }
+
+  /// Everything that must hold: shape, counts, and the order list, which carries the model's keys and slots.
+  void check() const {
+    Traits::shape_check(&tree_, tree_.root);
+    ASSERT_EQ(Traits::count(&tree_), model_.size());
+    std::vector<const Node*> in_order;
+    collect(tree_.root, in_order);
+    ASSERT_EQ(in_order.size(), model_.size());
+    const qlix_comm_double_link_node* prev = nullptr;
+    const qlix_comm_double_link_node* link = tree_.order.first;
+    auto expected = model_.begin();
+    for (const Node* node : in_order) {
+      ASSERT_EQ(link, &node->order);
+      ASSERT_EQ(link->data, node);
+      ASSERT_EQ(link->prev, prev);
+      ASSERT_EQ(Key(static_cast<const char*>(node->key), size_), expected->first);
+      if (max_ != 0) {
+        ASSERT_EQ(Traits::slot(node), expected->second.slot);
+        ASSERT_EQ(node, &tree_.node_pool[expected->second.slot]);
+      }
+      prev = link;
+      link = link->next;
+      ++expected;
+    }
+    ASSERT_EQ(link, nullptr);
+    ASSERT_EQ(tree_.order.last, prev);
+    if (max_ != 0) {
+      ASSERT_EQ(tree_.slot_stack->free_num, free_.size());
+      ASSERT_EQ(tree_.slot_stack->used_num, model_.size());
+    }
+  }
+
+  const typename Traits::Tree& tree() const {
+    return tree_;
+  }
+
+ private:
+  struct Order {
+    bool reversed;
+    bool operator()(const Key& a, const Key& b) const {
+      return reversed ? b < a : a < b;
+    }
+  };
+  struct Holder {
+    std::uint32_t slot = 0;
+    std::unique_ptr<Record> record;
+  };
+
+  void insert_node(const Key& key) {
+    auto record = std::make_unique<Record>();
+    record->key = key;
+    memset(static_cast<void*>(&record->node), 0xA5, sizeof record->node);
+    record->node.key = record->key.data();
+    Node* out = nullptr;
+    const std::uint32_t code = Traits::insert(&tree_, &record->node, &out);
+    if (model_.count(key) != 0) {
+      EXPECT_EQ(code, Traits::EXISTS);
+    } else {
+      ASSERT_EQ(code, 0u);
+      model_[key].record = std::move(record);
+    }
+  }
+
+  template <class Operation>
+  void expect_absent(Operation operation, const Key& key) {
+    const bool avl = Traits::EXISTS == 0x1904;
+    Node* node = reinterpret_cast<Node*>(0x10);
+    std::uint32_t slot = 0xDEAD;
+    void* const out = max_ == 0 ? static_cast<void*>(&node) : &slot;
+    EXPECT_EQ(operation(&tree_, key.data(), out), avl ? 0u : 0x1002u);
+    if (avl && max_ == 0) {
+      EXPECT_EQ(node, nullptr);
+    } else if (avl) {
+      EXPECT_EQ(slot, 0x1901u);
+    }
+  }
+
+  static void collect(const Node* node, std::vector<const Node*>& out) {
+    if (node != nullptr) {
+      collect(node->left, out);
+      out.push_back(node);
+      collect(node->right, out);
+    }
+  }
+
+  typename Traits::Tree tree_{};
+  std::uint32_t max_;
+  std::uint32_t size_;
+  std::map<Key, Holder, Order> model_;
+  std::vector<std::uint32_t> free_;
+};

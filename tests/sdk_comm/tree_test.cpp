@@ -1,0 +1,122 @@
+// The trees against a plain model under long random sequences, and which neighbour replaces a removed node.
+#include <random>
+
+#include "qlix_comm/print.h"
+#include "tree_model.h"
+
+namespace {
+
+struct Sequence {
+  std::uint32_t max;
+  std::uint32_t key_size;
+  bool reversed;      // order by a compare hook
+  bool shared_head;   // keys differ in their last bytes only
+  std::uint32_t keys;  // different keys in play
+};
+
+constexpr Sequence SEQUENCES[] = {
+    {0, 1, false, false, 200},  {0, 2, false, false, 150},  {40, 3, false, false, 60},  {0, 4, false, false, 150},
+    {100, 5, false, false, 90}, {0, 7, false, true, 150},   {100, 8, false, false, 130}, {0, 9, false, true, 150},
+    {64, 16, false, true, 100}, {0, 23, false, false, 150}, {100, 24, false, true, 130}, {0, 48, false, true, 150},
+    {60, 48, false, false, 90}, {0, 16, true, false, 150},  {60, 4, true, false, 90},   {1, 16, false, false, 3},
+};
+
+std::vector<Key> keys_make(const Sequence& sequence, std::mt19937& random) {
+  std::vector<Key> keys;
+  while (keys.size() < sequence.keys) {
+    Key key(sequence.key_size, '\x7f');
+    const std::size_t from = sequence.shared_head && sequence.key_size > 2 ? sequence.key_size - 2 : 0;
+    for (std::size_t i = from; i < key.size(); ++i) {
+      key[i] = static_cast<char>(random());
+    }
+    if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
+      keys.push_back(key);
+    }
+  }
+  return keys;
+}
+
+// Grows, churns and empties the tree a few times; everything is checked after every step.
+template <class Traits>
+void sequence_run(const Sequence& sequence, std::uint32_t seed) {
+  std::mt19937 random(seed);
+  const std::vector<Key> keys = keys_make(sequence, random);
+  ModelledTree<Traits> tree(sequence.max, sequence.key_size, sequence.reversed);
+  for (const unsigned insert_share : {80, 50, 20, 70, 5}) {
+    for (int step = 0; step < 400; ++step) {
+      const Key& key = keys[random() % keys.size()];
+      if (random() % 100 < insert_share) {
+        tree.insert(key);
+      } else {
+        tree.remove(key);
+      }
+      tree.find(keys[random() % keys.size()]);
+      tree.check();
+      if (testing::Test::HasFailure()) {
+        FAIL() << "step " << step << ", share " << insert_share << ", key size " << sequence.key_size << ", seed "
+               << seed;
+      }
+    }
+  }
+}
+
+template <class Traits>
+class TreeTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    qlix_comm_set_print_level(QLIX_TRACE_PRINT);
+  }
+  void TearDown() override {
+    qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
+  }
+};
+using Trees = testing::Types<AvlTraits, RbTraits>;
+TYPED_TEST_SUITE(TreeTest, Trees);
+
+TYPED_TEST(TreeTest, HoldsItsRulesUnderRandomSequences) {
+  std::uint32_t seed = 1;
+  for (const Sequence& sequence : SEQUENCES) {
+    sequence_run<TypeParam>(sequence, seed++);
+    if (this->HasFailure()) {
+      return;
+    }
+  }
+}
+
+TYPED_TEST(TreeTest, KeepsOrderedInsertionAndRemovalBalanced) {
+  for (const bool ascending : {true, false}) {
+    ModelledTree<TypeParam> tree(0, 4, false);
+    const auto key = [ascending](std::uint32_t i) {
+      const std::uint32_t number = __builtin_bswap32(ascending ? i : 1000 - i);
+      return Key(reinterpret_cast<const char*>(&number), sizeof number);
+    };
+    for (std::uint32_t i = 0; i < 1000; ++i) {
+      tree.insert(key(i));
+    }
+    tree.check();
+    for (std::uint32_t i = 0; i < 1000; ++i) {
+      tree.remove(key(i));
+      if (i % 50 == 0) {
+        tree.check();
+      }
+    }
+    tree.check();
+  }
+}
+
+Key letter(char c) {
+  return Key(1, c);
+}
+
+TYPED_TEST(TreeTest, ReplacesARemovedNodeByTheStatedNeighbour) {
+  ModelledTree<TypeParam> tree(0, 1, false);
+  for (const char c : {'d', 'b', 'f', 'a', 'c', 'e', 'g'}) {
+    tree.insert(letter(c));
+  }
+  tree.remove(letter('d'));
+  const bool avl = std::is_same_v<TypeParam, AvlTraits>;
+  EXPECT_EQ(*static_cast<const char*>(tree.tree().root->key), avl ? 'c' : 'e');
+  tree.check();
+}
+
+}  // namespace
