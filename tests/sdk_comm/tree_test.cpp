@@ -9,16 +9,16 @@ namespace {
 struct Sequence {
   std::uint32_t max;
   std::uint32_t key_size;
-  bool reversed;      // order by a compare hook
-  bool shared_head;   // keys differ in their last bytes only
+  bool reversed;       // order by a compare hook
+  bool shared_head;    // keys differ in their last bytes only
   std::uint32_t keys;  // different keys in play
 };
 
 constexpr Sequence SEQUENCES[] = {
-    {0, 1, false, false, 200},  {0, 2, false, false, 150},  {40, 3, false, false, 60},  {0, 4, false, false, 150},
+    {0, 1, false, false, 200},  {0, 2, false, false, 150},  {40, 3, false, false, 60},   {0, 4, false, false, 150},
     {100, 5, false, false, 90}, {0, 7, false, true, 150},   {100, 8, false, false, 130}, {0, 9, false, true, 150},
     {64, 16, false, true, 100}, {0, 23, false, false, 150}, {100, 24, false, true, 130}, {0, 48, false, true, 150},
-    {60, 48, false, false, 90}, {0, 16, true, false, 150},  {60, 4, true, false, 90},   {1, 16, false, false, 3},
+    {60, 48, false, false, 90}, {0, 16, true, false, 150},  {60, 4, true, false, 90},    {1, 16, false, false, 3},
 };
 
 std::vector<Key> keys_make(const Sequence& sequence, std::mt19937& random) {
