@@ -121,7 +121,13 @@ void header_fill(const PciFunction& function, ConfigWriter& config) {
   if (function.bar_size != 0) {
     config.put<uint64_t>(0x10, function.bar_address | bar_64_bit_prefetchable);
   }
-  if (!bridge) {
+  if (bridge) {
+    uint8_t bus = 0;
+    sscanf(function.sbdf.c_str(), "%*x:%hhx", &bus);
+    config.put<uint8_t>(0x18, bus);
+    config.put<uint8_t>(0x19, static_cast<uint8_t>(bus + 1));  // the card's functions are on the next bus
+    config.put<uint8_t>(0x1a, static_cast<uint8_t>(bus + 1));
+  } else {
     config.put<uint16_t>(0x2c, function.subsystem_vendor);
     config.put<uint16_t>(0x2e, function.subsystem_device);
   }

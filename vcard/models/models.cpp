@@ -8,6 +8,12 @@ void models_attach(Card& card) {
   information_attach(card);
   firmware_update_attach(card);
   scripted_notices_attach(card);
+  queue_engine_attach(card);
+  packet_engine_attach(card);
+  traffic_attach(card);
+  pcie_controller_attach(card);
+  // Behind all models, so that the card file has the last word.
+  memory_words_attach(card);
 }
 
 }  // namespace vcard

@@ -16,5 +16,15 @@ void information_attach(Card& card);
 void firmware_update_attach(Card& card);
 /// Notices that the card file scripts: sent after a tool has attached.
 void scripted_notices_attach(Card& card);
+/// Registers and counters of the virtio queue engine.
+void queue_engine_attach(Card& card);
+/// DXGE instances, buffer manager, queue manager, large-receive offload.
+void packet_engine_attach(Card& card);
+/// Traffic generators and port counters.
+void traffic_attach(Card& card);
+/// Register spaces of the PCIe endpoint controllers.
+void pcie_controller_attach(Card& card);
+/// Words of card memory that the card file sets.
+void memory_words_attach(Card& card);
 
 }  // namespace vcard
