@@ -16,7 +16,8 @@ namespace vcard {
 
 namespace {
 
-// First byte of a request. Erase, data and read-back add the image's number.
+// First byte of a request. Erase, data and read-back add the image's number, 0 to 32: the last number of one is the
+// first of the next, so these three are told apart by their shape too.
 constexpr uint8_t statistics_request = 1;
 constexpr uint8_t old_authorisation_request = 18;
 constexpr uint8_t header_request = 19;
@@ -25,7 +26,6 @@ constexpr uint8_t authorisation_request = 28;
 constexpr uint8_t erase_request = 0x20;
 constexpr uint8_t data_request = 0x40;
 constexpr uint8_t read_back_request = 0x60;
-constexpr uint8_t image_requests = 0x20;  // so many numbers for each of the three
 
 constexpr size_t authorisation_length = 65;
 constexpr size_t authorisation_reply_length = 78;
@@ -33,6 +33,7 @@ constexpr size_t authorisation_version = 2;
 constexpr size_t authorisation_version_length = 64;
 constexpr size_t authorisation_partition = 66;
 constexpr size_t erase_length = 208;
+constexpr size_t erase_path = 12;
 constexpr size_t read_back_length = 13;
 constexpr size_t end_length = 5;
 constexpr size_t data_start = 8;
@@ -118,7 +119,6 @@ class FirmwareUpdate {
   int32_t answer(ByteView request, Bytes& reply) {
     ++statistics_.received;
     const uint8_t kind = request.empty() ? 0 : request[0];
-    const uint32_t image = kind % image_requests;
     if (kind == authorisation_request || kind == old_authorisation_request) {
       return authorise(request, reply);
     }
@@ -130,16 +130,20 @@ class FirmwareUpdate {
       take_header(request);
     } else if (kind == end_request) {
       end(request);
-    } else if (kind - image == data_request) {
-      take_data(request);
-    } else if (kind - image == erase_request) {
+    } else if (is_of(kind, erase_request) && request.size() == erase_length && get_le<uint16_t>(request, 2) == 0) {
       erase(request);
-    } else if (kind - image == read_back_request) {
+    } else if (is_of(kind, read_back_request) && request.size() == read_back_length) {
       read_back(request);
+    } else if (is_of(kind, data_request)) {
+      take_data(request);
     } else {
       return nobody_listens;
     }
     return 0;
+  }
+
+  static bool is_of(uint8_t kind, uint8_t first) {
+    return kind >= first && kind - first < static_cast<int>(most_images);
   }
 
   /// A new update begins; what an earlier one left behind no longer counts.
@@ -220,10 +224,10 @@ class FirmwareUpdate {
   void erase(ByteView request) {
     const uint32_t offset = get_le<uint32_t>(request, 4);
     const uint64_t size = get_le<uint32_t>(request, 8);
-    const std::string path = "/dev/mtd" + std::to_string(request.size() > 1 ? request[1] : 0);
-    const ByteView text = request.subspan(std::min<size_t>(12, request.size()));
+    const std::string path = "/dev/mtd" + std::to_string(request[1]);
+    const ByteView text = request.subspan(erase_path);
     uint64_t address = 0;
-    if (request.size() != erase_length || offset % Flash::block_size != 0 || !place(offset, size, &address) ||
+    if (offset % Flash::block_size != 0 || !place(offset, size, &address) ||
         !std::equal(path.begin(), path.end(), text.begin()) || text[path.size()] != 0) {
       return refuse(status_erase_failed, &statistics_.erase_errors);
     }
@@ -273,7 +277,7 @@ class FirmwareUpdate {
     const uint32_t size = get_le<uint32_t>(request, 5);
     const uint32_t sum_sent = get_le<uint32_t>(request, 9);
     uint64_t address = 0;
-    if (request.size() != read_back_length || !place(get_le<uint32_t>(request, 1), size, &address)) {
+    if (!place(get_le<uint32_t>(request, 1), size, &address)) {
       return refuse(status_write_failed, &statistics_.read_errors);
     }
     later(read_back_time_, [this, address, size, sum_sent] {

@@ -1,5 +1,6 @@
 #include "fw_interrupt.h"
 
+#include <atomic>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
@@ -8,10 +9,12 @@
 
 namespace {
 
-volatile sig_atomic_t interrupt_raised = 0;
+// The signal may arrive on any thread.
+std::atomic<bool> interrupt_raised = false;
+static_assert(std::atomic<bool>::is_always_lock_free);
 
 void on_interrupt(int) {
-  interrupt_raised = 1;
+  interrupt_raised = true;
 }
 
 [[gnu::format(printf, 2, 3)]] void append(std::string* text, const char* format, ...) {
@@ -64,6 +67,7 @@ void append_running(const fw_update& update, std::string* text) {
 }  // namespace
 
 void fw_interrupt_install() {
+  interrupt_raised = false;
   struct sigaction action = {};
   action.sa_handler = on_interrupt;
   action.sa_flags = SA_RESTART;
@@ -72,7 +76,7 @@ void fw_interrupt_install() {
 }
 
 bool fw_interrupt_is_raised() {
-  return interrupt_raised != 0;
+  return interrupt_raised;
 }
 
 std::string fw_interrupt_text(const fw_update& update) {

@@ -1,0 +1,394 @@
+// The update's machine against the virtual card: what lands in the flash, what every failure ends in.
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <numeric>
+
+#include "fw_interrupt.h"
+#include "update_fixture.h"
+
+namespace {
+
+using package_file::bytes;
+using package_file::row;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr uint64_t PARTITION_1 = 0x40000;
+constexpr uint64_t PARTITION_2 = 0x3300000;
+
+bytes pattern(size_t size, uint8_t first) {
+  bytes out(size);
+  std::iota(out.begin(), out.end(), first);
+  return out;
+}
+
+const bytes IMAGE_A = pattern(5000, 1);
+const bytes IMAGE_B = pattern(2029, 7);
+
+// One partition: two images and, between them, one that is not written.
+void make_one_partition(package_file::file* file) {
+  file->put(256, package_file::header(package_file::IDENTIFICATION,
+                                      {{0x41000, 5000, 2}, {0x42FFF, 0, 255}, {0x43000, 2029, 3}}));
+  file->put(256 + 0x1000, IMAGE_A).put(256 + 0x3000, IMAGE_B);
+}
+
+void make_whole_flash(package_file::file* file) {
+  file->put(PARTITION_1, package_file::header(package_file::IDENTIFICATION, {{0x41000, 5000, 2}}));
+  file->put(PARTITION_2, package_file::header(package_file::IDENTIFICATION, {{0x3302000, 2029, 3}}));
+  file->put(0x41000, IMAGE_A).put(0x3302000, IMAGE_B);
+}
+
+TEST_F(Update, FlashThenHoldsThePackageAndTheRunningPartitionIsUntouched) {
+  struct {
+    uint32_t os_type;
+    int running;
+    uint64_t target;
+    uint64_t untouched;
+  } const cases[] = {
+      {1, 1, PARTITION_2, PARTITION_1}, {1, 2, PARTITION_1, PARTITION_2}, {0, 1, PARTITION_2, PARTITION_1}};
+  package_file::file package;
+  make_one_partition(&package);
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.target);
+    os_type_ = test.os_type;
+    plug(R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1, "partition": )" + std::to_string(test.running) +
+         "}}");
+    const outcome result = run(package);
+    EXPECT_EQ(result.status, 0) << result.log;
+    EXPECT_THAT(result.printed, HasSubstr("****kx firmware has write success, please reset(use BMC) to active!****\n"));
+    EXPECT_EQ(flash(test.target + 0x1000, IMAGE_A.size()), IMAGE_A);
+    EXPECT_EQ(flash(test.target + 0x3000, IMAGE_B.size()), IMAGE_B);
+    EXPECT_EQ(flash(test.untouched, 0x10000), bytes(0x10000));
+    EXPECT_EQ(requests(0x21).size(), 0u) << "an image of size 0 was erased";
+  }
+}
+
+TEST_F(Update, WholeFlashPackageWritesBothPartitions) {
+  package_file::file package;
+  make_whole_flash(&package);
+  plug(R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1}})");
+  const outcome result = run(package);
+  EXPECT_EQ(result.status, 0) << result.log;
+  EXPECT_THAT(result.log, HasSubstr("try to update part B"));
+  EXPECT_EQ(flash(0x41000, IMAGE_A.size()), IMAGE_A);
+  EXPECT_EQ(flash(0x3302000, IMAGE_B.size()), IMAGE_B);
+  ASSERT_EQ(requests(19).size(), 2u);
+  EXPECT_EQ(requests(22).size(), 1u);
+}
+
+TEST_F(Update, RequestsHaveTheirLayoutAndOrder) {
+  package_file::file package;
+  const bytes header = package_file::header(package_file::IDENTIFICATION, {{0x41000, 5, 2}});
+  const bytes image = {1, 2, 3, 4, 5};
+  package.put(256, header).put(256 + 0x1000, image);
+  plug(R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1}})");
+  ASSERT_EQ(run(package).status, 0);
+  ASSERT_EQ(sent_.size(), 7u);
+  bytes authorise(65);
+  authorise[0] = 28;
+  EXPECT_EQ(sent_[0], authorise);
+  bytes header_request = {19, 2, 0xD0, 0x07, 0x00, 0x00, 0x30, 0x03};
+  header_request.insert(header_request.end(), header.begin(), header.end());
+  header_request.resize(2008);
+  EXPECT_EQ(sent_[1], header_request);
+  bytes erase = {0x20, 2, 0, 0, 0x00, 0x10, 0x04, 0x00, 5, 0, 0, 0};
+  for (const char c : std::string("/dev/mtd2")) {
+    erase.push_back(static_cast<uint8_t>(c));
+  }
+  erase.resize(208);
+  EXPECT_EQ(sent_[2], erase);
+  EXPECT_EQ(sent_[3], (bytes{0x40, 2, 8, 0, 0x00, 0x10, 0x04, 0x00, 1, 2, 3, 4, 5, 0, 0, 0}));
+  EXPECT_EQ(sent_[4], (bytes{0x60, 0x00, 0x10, 0x04, 0x00, 5, 0, 0, 0, 15, 0, 0, 0}));
+  EXPECT_EQ(sent_[5], (bytes{22, 0x05, 0x11, 0x00, 0x00}));
+  EXPECT_EQ(sent_[6], (bytes{1}));
+}
+
+TEST_F(Update, DataIsCutIntoPacketsOf2028Bytes) {
+  struct {
+    uint32_t size;
+    std::vector<size_t> packets;
+  } const cases[] = {{2028, {2028}}, {2029, {2028, 4}}, {4056, {2028, 2028}}, {1, {4}}};
+  for (const auto& test : cases) {
+    package_file::file package;
+    package.put(256, package_file::header(package_file::IDENTIFICATION, {{0x41000, test.size, 2}}))
+        .put(256 + 0x1000, pattern(test.size, 1));
+    plug(R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1}})");
+    ASSERT_EQ(run(package).status, 0);
+    std::vector<size_t> packets;
+    uint32_t at = 0x41000;
+    for (const bytes& request : requests(0x40)) {
+      packets.push_back(request.size() - 8);
+      EXPECT_EQ(request[4] | request[5] << 8 | request[6] << 16, static_cast<int>(at));
+      at += static_cast<uint32_t>(packets.back());
+    }
+    EXPECT_EQ(packets, test.packets) << test.size;
+  }
+}
+
+struct fault_case {
+  const char* what;
+  const char* faults;  // of the card
+  int status;
+  const char* printed;
+  const char* log;
+  size_t erases;
+};
+
+class UpdateFault : public Update, public testing::WithParamInterface<fault_case> {};
+
+TEST_P(UpdateFault, EndsInItsStatusAndLines) {
+  const fault_case& test = GetParam();
+  package_file::file package;
+  package.put(256, package_file::header(package_file::IDENTIFICATION, {{0x41000, 30000, 2}}))
+      .put(256 + 0x1000, pattern(30000, 1));
+  limits_ = {200, 200, 200};
+  plug(std::string(R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1}, )") + test.faults + "}");
+  const outcome result = run(package);
+  EXPECT_EQ(result.status, test.status);
+  EXPECT_THAT(result.printed, HasSubstr(test.printed));
+  EXPECT_THAT(result.log, HasSubstr(test.log));
+  EXPECT_EQ(requests(0x20).size(), test.erases);
+  if (test.status == 0) {
+    EXPECT_EQ(flash(PARTITION_2 + 0x1000, 30000), pattern(30000, 1));
+    EXPECT_THAT(result.log, HasSubstr("****upd finish,kxtool will exit!!****"));
+  }
+  if (test.status == 7) {
+    EXPECT_THAT(result.printed, HasSubstr("****The update has failed. Please retry after a few minutes.****\n"));
+    EXPECT_THAT(result.printed, Not(HasSubstr("write success")));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Card, UpdateFault,
+    testing::Values(
+        fault_case{"old_request", R"("faults": {"update": {"old_request_only": true}})", 0, "", "upd_info.auth = 1", 1},
+        fault_case{"no_channel", R"("faults": {"processor": {"requests": [{"event_id": 27, "result": -8}]}})", 7, "",
+                   "bar chan or msgq channel is not work ,try it later!", 0},
+        fault_case{"short_reply", R"("faults": {"processor": {"requests": [{"event_id": 27, "reply": "00 01"}]}})", 7,
+                   "", "the reply to request 18 has 2 bytes, must have 70", 0},
+        fault_case{"header_lost",
+                   R"("faults": {"processor": {"requests": [{"event_id": 27, "from": 1, "result": 6}]}})", 7, "",
+                   "the package header was not taken", 0},
+        fault_case{"erase_lost", R"("faults": {"processor": {"requests": [{"event_id": 27, "from": 2, "result": 6}]}})",
+                   7, "", "the erase request for image 0 was not taken", 1},
+        fault_case{"packet_lost",
+                   R"("faults": {"processor": {"requests": [{"event_id": 27, "from": 5, "result": 6}]}})", 7, "",
+                   "tx by bar chan err", 1},
+        fault_case{"erase_fails_10", R"("faults": {"update": {"erase_fails": 10}})", 0, "", "erase failed 10 try fix",
+                   1},
+        fault_case{"erase_fails_11", R"("faults": {"update": {"erase_fails": 11}})", 7, "",
+                   "erase failed over than max try 10 time", 1},
+        fault_case{"erase_fails_silent", R"("faults": {"update": {"erase_fails": 1, "notice_lost": "erase"}})", 7,
+                   "The firmware update failed due to a timeout while erasing the flash memory!\n",
+                   "erase failed 1 try fix", 1},
+        fault_case{"write_fails_10", R"("faults": {"update": {"write_fails": 10}})", 0, "", "write failed 10 try fix",
+                   1},
+        fault_case{"write_fails_11", R"("faults": {"update": {"write_fails": 11}})", 7, "", "write failed 10 time", 1},
+        fault_case{"sum_wrong_3", R"("faults": {"update": {"sum_wrong": 3}})", 0, "", "crc failed 3try resent idx 0",
+                   4},
+        fault_case{"sum_wrong_4", R"("faults": {"update": {"sum_wrong": 4}})", 7,
+                   "crc failed! resent 3 times failed! try to exit!\n",
+                   "====flash erase_err wr_err rd_err cb_cnt queue_cnt deque_cnt max_wq_backlog====", 4},
+        fault_case{"umount", R"("faults": {"update": {"umount_fails": true}})", 7, "", "sys failed umount failed", 1},
+        fault_case{"erase_silent", R"("faults": {"update": {"notice_lost": "erase"}})", 7,
+                   "The firmware update failed due to a timeout while erasing the flash memory!\n",
+                   "timeout while erasing", 1},
+        fault_case{"read_back_silent", R"("faults": {"update": {"notice_lost": "read_back"}})", 7,
+                   "The firmware update failed due to a timeout while reading the flash memory!\n",
+                   "timeout while reading", 1},
+        fault_case{"end_silent", R"("faults": {"update": {"notice_lost": "end"}})", 7,
+                   "The firmware update failed due to a timeout while copy scp to partition 1 !\n",
+                   "UPD_FW_END is sent", 1},
+        fault_case{"garbage", R"("faults": {"update": {"notice_garbage": true}})", 0, "",
+                   "is not expected now, ignored", 1}),
+    [](const testing::TestParamInfo<fault_case>& test) { return test.param.what; });
+
+TEST_F(Update, RefusedOrLostCardsEndBeforeAnythingIsErased) {
+  struct {
+    const char* update;
+    int status;
+    const char* log;
+  } const cases[] = {
+      {R"({"authorises": false})", 5, "risc refuse to update"},
+      {R"({"partition": 0})", 7, "sys fail: invalid cur_partition 0"},
+      {R"({"partition": 3})", 7, "sys fail: invalid cur_partition 3"},
+      {R"({"partition": 4294967295})", 7, "sys fail: invalid cur_partition -1"},
+  };
+  package_file::file package;
+  make_one_partition(&package);
+  for (const auto& test : cases) {
+    plug(std::string(R"({"update": )") + test.update + "}");
+    const outcome result = run(package);
+    EXPECT_EQ(result.status, test.status) << test.update;
+    EXPECT_THAT(result.log, HasSubstr(test.log));
+    EXPECT_TRUE(requests(0x20, 0x20).empty());
+  }
+}
+
+TEST_F(Update, DamagedPackagesAreRefusedBeforeAnythingIsSent) {
+  struct {
+    const char* what;
+    uint32_t count;
+    std::vector<row> rows;
+    const char* printed;
+    const char* log;
+  } const cases[] = {
+      {"count 0", 0, {}, "invalid kx_pkg.fw_cnt =0 binary file was damaged during transfer!!!\ntips: ", ""},
+      {"count 34", 34, std::vector<row>(34, row{0x41000, 0, 2}), "invalid kx_pkg.fw_cnt =34 binary", ""},
+      {"old layout", 1, {{0xF000, 8, 1}}, "scp version was v0,stop doing firmware update!\n", ""},
+      {"behind the file", 1, {{0x80000, 8, 2}}, "invalid kx_pkg.fw_cnt =1 binary", "image 0: 8 bytes at file offset"},
+      {"overlap", 2, {{0x41000, 8, 2}, {0x41004, 8, 2}}, "invalid kx_pkg.fw_cnt =2 binary", "image 1 overlaps image 0"},
+  };
+  for (const auto& test : cases) {
+    package_file::file package;
+    package.put(256, package_file::header(package_file::IDENTIFICATION, test.count, test.rows)).resize(0x20000);
+    plug("{}");
+    const outcome result = run(package);
+    EXPECT_EQ(result.status, 7) << test.what;
+    EXPECT_THAT(result.printed, HasSubstr(test.printed));
+    EXPECT_THAT(result.log, HasSubstr(test.log));
+    EXPECT_TRUE(sent_.empty()) << test.what;
+  }
+  package_file::file short_file;
+  short_file.resize(300);
+  EXPECT_THAT(run(short_file).log, HasSubstr("BL1 doesn't valid! "));
+  package_file::file no_part_b;
+  make_whole_flash(&no_part_b);
+  no_part_b.resize(PARTITION_2 + 10);
+  EXPECT_THAT(run(no_part_b).printed, HasSubstr("binary file was damaged during transfer!!!"));
+  EXPECT_TRUE(sent_.empty());
+}
+
+// The number of the last image makes its erase look like data of the first, and its data like a read-back.
+TEST_F(Update, ThirtyThreeImagesAreWritten) {
+  std::vector<row> rows;
+  package_file::file package;
+  for (uint32_t i = 0; i < 33; ++i) {
+    rows.push_back({0x41000 + i * 0x1000, 8, i});
+  }
+  package.put(256, package_file::header(package_file::IDENTIFICATION, rows)).resize(0x40000);
+  for (uint32_t i = 0; i < 33; ++i) {
+    package.put(256 + 0x1000 + i * 0x1000, pattern(8, static_cast<uint8_t>(i)));
+  }
+  plug(R"({"update": {"erase_ms": 0, "read_back_ms": 0, "end_ms": 0}})");
+  const outcome result = run(package);
+  ASSERT_EQ(result.status, 0) << result.log;
+  EXPECT_EQ(flash(PARTITION_2 + 0x21000, 8), pattern(8, 32));
+}
+
+TEST_F(Update, ImagesThatCannotBeAddressedFailWhenTheirTurnComes) {
+  struct {
+    row image;
+    const char* log;
+  } const cases[] = {{{0x41004, 8, 2}, "sys fail: invalid msg_send offset 41004"},
+                     {{0x41000, 8, 255}, "sys fail: invalid mtd_id 255"}};
+  for (const auto& test : cases) {
+    package_file::file package;
+    package.put(256, package_file::header(package_file::IDENTIFICATION, {test.image})).resize(0x40000);
+    plug("{}");
+    const outcome result = run(package);
+    EXPECT_EQ(result.status, 7);
+    EXPECT_THAT(result.log, HasSubstr(test.log));
+    EXPECT_TRUE(requests(0x20).empty());
+  }
+}
+
+TEST_F(Update, FileThatChangesUnderTheUpdateFailsIt) {
+  struct {
+    uint8_t request;
+    size_t request_size;
+    uint64_t size;
+    const char* log;
+  } const cases[] = {
+      {28, 65, 256 + 10, "the header of part 1 cannot be read"},
+      {0x20, 208, 256 + 0x1000, "image 0 cannot be read at byte 0"},
+      {0x42, 2036, 256 + 0x3000, "image 2 cannot be read at byte 2028"},
+      {0x42, 12, 256 + 0x3000, "image 2 cannot be read again"},
+  };
+  for (const auto& test : cases) {
+    package_file::file package;
+    make_one_partition(&package);
+    plug(R"({"update": {"erase_ms": 1, "read_back_ms": 1}})");
+    before_request_ = [&](const bytes& request) {
+      if (request[0] == test.request && request.size() == test.request_size) {
+        package.resize(test.size);
+      }
+    };
+    const outcome result = run(package);
+    EXPECT_EQ(result.status, 7);
+    EXPECT_THAT(result.log, HasSubstr(test.log)) << int{test.request};
+  }
+}
+
+TEST_F(Update, InterruptSaysWhatTheFlashHolds) {
+  struct {
+    uint8_t request;  // during which Ctrl-C comes
+    bool whole_flash;
+    int running;
+    const char* text;
+  } const cases[] = {
+      {28, false, 1, "interrupted: nothing was written to the flash, the running partition is untouched\n"},
+      {19, false, 1,
+       "interrupted: partition 2 is incomplete, image 1 of 3 is not written yet: repeat the update; the running "
+       "partition 1 is untouched\n"},
+      {0x20, false, 2,
+       "interrupted: partition 1 is incomplete, image 1 of 3 is being erased: repeat the update; the running partition "
+       "2 is untouched\n"},
+      {0x40, false, 1,
+       "image 1 of 3 holds 2028 of 5000 bytes: repeat the update; the running partition 1 is untouched\n"},
+      {0x62, false, 1, "image 3 of 3 is written but not verified: repeat the update; "},
+      {22, false, 1,
+       "interrupted: all images are written and verified, but the card has not finished: it may start partition 2 at "
+       "its next reset; the running partition 1 is untouched\n"},
+      {0x40, true, 1,
+       "partition 1 is incomplete, image 1 of 1 holds 2028 of 5000 bytes: repeat the update; it is the "
+       "running partition: repeat the update before the card is reset\n"},
+      {0x40, true, 2, "the running partition 2 is untouched\n"},
+  };
+  for (const auto& test : cases) {
+    package_file::file package;
+    test.whole_flash ? make_whole_flash(&package) : make_one_partition(&package);
+    fw_interrupt_install();
+    plug(R"({"update": {"erase_ms": 50, "read_back_ms": 1, "end_ms": 50, "partition": )" +
+         std::to_string(test.running) + "}}");
+    before_request_ = [&](const bytes& request) {
+      if (request[0] == test.request) {
+        raise(SIGINT);
+      }
+    };
+    const outcome result = run(package);
+    EXPECT_EQ(result.status, 130) << int{test.request};
+    EXPECT_THAT(result.log, HasSubstr(test.text)) << int{test.request};
+    EXPECT_EQ(sent_.back()[0], test.request) << "another request followed the interrupt";
+  }
+  fw_interrupt_install();
+}
+
+TEST_F(Update, QueriesPrintTheirAnswer) {
+  plug(R"({"update": {"version": "TARN-FW-EVB-\u001b[2J3", "partition": 2, "authorises": false}})");
+  const outcome version = run_query("version", FW_STATE_VERSION);
+  EXPECT_EQ(version.status, 0);
+  EXPECT_EQ(version.printed, "running version: TARN-FW-EVB-?[2J3\n");
+  EXPECT_EQ(run_query("part", FW_STATE_PART).printed, "active partition: 2\n");
+  const outcome counts = run_query("flash_cnt", FW_STATE_FLASH_CNT);
+  EXPECT_EQ(counts.status, 0);
+  EXPECT_THAT(counts.printed,
+              HasSubstr("====flash erase_err wr_err rd_err cb_cnt queue_cnt deque_cnt max_wq_backlog====\n"));
+  EXPECT_THAT(counts.printed, HasSubstr("====risc->host rx_cnt   tx_cnt   tx_err====\n"));
+  plug(R"({"faults": {"processor": {"requests": [{"event_id": 27, "result": 6}]}}})");
+  const outcome lost = run_query("flash_cnt", FW_STATE_FLASH_CNT);
+  EXPECT_EQ(lost.status, 7);
+  EXPECT_THAT(lost.log, HasSubstr("bar chan or msgq channel is not work ,try it later!"));
+}
+
+TEST_F(Update, PipeGetsOneLineAPhase) {
+  package_file::file package;
+  make_one_partition(&package);
+  plug(R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1}})");
+  EXPECT_EQ(run(package).printed,
+            "image 1/3 erasing\nimage 1/3 writing\nimage 1/3 reading\nimage 3/3 erasing\nimage 3/3 writing\n"
+            "image 3/3 reading\nfinishing\n****kx firmware has write success, please reset(use BMC) to active!****\n");
+}
+
+}  // namespace
