@@ -7,7 +7,7 @@ cd "$(dirname "$0")"
 cmake/install-dependencies.sh
 {
   cmake --preset release -DKX_TESTS=OFF -DKX_BENCH=OFF
-  cmake --build build --target kxtool kxvcard
+  cmake --build build --target kxtool kxvcard kxpkg
 } >&2
 
 card() { build/kxvcard -- build/kxtool "$@"; }

@@ -102,7 +102,7 @@ class FirmwareUpdate {
   }
 
   void load_faults(const CardSection& section) {
-    static constexpr const char* notices[] = {"", "erase", "read_back", "end"};
+    static constexpr const char* notices[] = {"none", "erase", "read_back", "end"};
     old_request_only_ = section.flag("old_request_only", false);
     erase_fails_ = section.number("erase_fails", 0);
     write_fails_ = section.number("write_fails", 0);

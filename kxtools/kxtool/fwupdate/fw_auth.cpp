@@ -29,7 +29,7 @@ struct upd_info {
 };
 static_assert(REPLY_VERSION_LEN == FW_IDENTIFICATION_SIZE);
 
-int32_t ask(fw_update* update, upd_info* info) {
+int32_t auth_ask(fw_update* update, upd_info* info) {
   std::array<uint8_t, REQUEST_LEN> request = {REQUEST_AUTHORISE};
   std::array<uint8_t, REPLY_LEN> reply;
   int32_t ret = fw_request_send(update, request, reply, REPLY_MIN);
@@ -55,7 +55,7 @@ int32_t kxtool_get_upd_auth_sync(fw_update* update) {
   kxtool_fw_fsm_set(FW_STATE_WAIT);
   tarn_rx_poll_tick_set(NOTICE_POLL_US);
   upd_info info;
-  if (ask(update, &info) != 0) {
+  if (auth_ask(update, &info) != 0) {
     return -1;
   }
   if (info.auth == 0) {
@@ -72,7 +72,7 @@ int32_t kxtool_get_upd_auth_sync(fw_update* update) {
 
 int32_t kxtool_fw_version_get(fw_update* update) {
   upd_info info;
-  if (ask(update, &info) != 0) {
+  if (auth_ask(update, &info) != 0) {
     return -1;
   }
   fw_print("running version: %s\n", info.version.data());
@@ -82,7 +82,7 @@ int32_t kxtool_fw_version_get(fw_update* update) {
 
 int32_t kxtool_fw_bt_ctrl_get(fw_update* update) {
   upd_info info;
-  if (ask(update, &info) != 0) {
+  if (auth_ask(update, &info) != 0) {
     return -1;
   }
   fw_print("active partition: %d\n", static_cast<int>(info.partition));

@@ -48,7 +48,7 @@ void log_statistics(fw_update* update) {
   }
 }
 
-int finish(const fw_update& update) {
+int update_finish(const fw_update& update) {
   if (update.exit_status != 0) {
     return update.exit_status;
   }
@@ -56,7 +56,7 @@ int finish(const fw_update& update) {
   return 0;
 }
 
-int fail() {
+int update_fail() {
   FW_ERR("****The update has failed. Please retry after a few minutes.****\n");
   fw_print("****The update has failed. Please retry after a few minutes.****\n");
   return FW_EXIT_FAILED;
@@ -94,10 +94,10 @@ int fw_run(fw_update* update) {
     log_statistics(update);
     const uint8_t state = kxtool_fw_fsm_get();
     if (state == FW_STATE_FINISHED) {
-      return finish(*update);
+      return update_finish(*update);
     }
     if (state == FW_STATE_FAILED) {
-      return fail();
+      return update_fail();
     }
     if (fw_interrupt_is_raised()) {
       fw_interrupt_report(*update);

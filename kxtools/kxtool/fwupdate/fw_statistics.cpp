@@ -19,7 +19,7 @@ struct counts {
   char message[64];
 };
 
-int32_t ask(fw_update* update, counts* text) {
+int32_t statistics_ask(fw_update* update, counts* text) {
   constexpr std::array<uint8_t, 1> request = {REQUEST_STATISTICS};
   std::array<uint8_t, REPLY_LEN> reply;
   if (fw_request_send(update, request, reply, REPLY_LEN) != 0) {
@@ -44,12 +44,12 @@ int32_t ask(fw_update* update, counts* text) {
 
 int32_t fw_flash_statistics_log(fw_update* update) {
   counts text;
-  return ask(update, &text);
+  return statistics_ask(update, &text);
 }
 
 int32_t kxtool_fw_flash_cnt_get(fw_update* update) {
   counts text;
-  if (ask(update, &text) != 0) {
+  if (statistics_ask(update, &text) != 0) {
     kxtool_fw_fsm_set(FW_STATE_FAILED);
     return -1;
   }

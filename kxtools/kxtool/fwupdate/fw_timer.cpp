@@ -15,18 +15,18 @@ struct timer_row {
   void (*expired)();
 };
 
-void fail(const char* message) {
+void timer_fail(const char* message) {
   fw_print("%s\n", message);
   FW_ERR("%s\n", message);
   kxtool_fw_fsm_set(FW_STATE_FAILED);
 }
 
 void read_back_timeout() {
-  fail("The firmware update failed due to a timeout while reading the flash memory!");
+  timer_fail("The firmware update failed due to a timeout while reading the flash memory!");
 }
 
 void end_timeout() {
-  fail("The firmware update failed due to a timeout while copy scp to partition 1 !");
+  timer_fail("The firmware update failed due to a timeout while copy scp to partition 1 !");
 }
 
 constinit timer_row tim_cfg_tbl[] = {
@@ -60,7 +60,7 @@ void tick(timer_row* row) {
 }  // namespace
 
 void fw_erase_timeout() {
-  fail("The firmware update failed due to a timeout while erasing the flash memory!");
+  timer_fail("The firmware update failed due to a timeout while erasing the flash memory!");
 }
 
 void fw_start_timer(uint32_t tim_id, uint32_t ticks) {
