@@ -25,6 +25,20 @@ bool is_in_config_space(uint32_t offset, uint32_t length) {
   return length <= PCIE_CFG_SIZE && offset <= PCIE_CFG_SIZE - length;
 }
 
+// A vendor-specific capability at the very end has no second dword and matches nothing.
+int32_t vendor_id_matches(kxtools_sbdf sbdf, uint32_t offset, uint16_t vsec_id, bool* matches) {
+  uint32_t vendor = 0;
+  *matches = false;
+  if (!is_in_config_space(offset, sizeof vendor)) {
+    return 0;
+  }
+  if (pcie_cfg_read_dword(sbdf, offset, &vendor) != 0) {
+    return -1;
+  }
+  *matches = (vendor & 0xFFFF) == vsec_id;
+  return 0;
+}
+
 // Probing writes all ones over a BAR. Whatever happens in between, an interrupt from the keyboard included, the saved
 // dwords go back.
 class bar_probe {
@@ -181,12 +195,11 @@ int32_t pcie_find_ext_capability(kxtools_sbdf sbdf, uint16_t id, uint16_t vsec_i
       return -1;
     }
     if ((header & 0xFFFF) == id) {
-      uint32_t vsec = vsec_id;
-      if (id == PCI_ECAP_ID_VENDOR && is_in_config_space(offset + 4, 4) &&
-          pcie_cfg_read_dword(sbdf, offset + 4, &vsec) != 0) {
+      bool matches = true;
+      if (id == PCI_ECAP_ID_VENDOR && vendor_id_matches(sbdf, offset + 4, vsec_id, &matches) != 0) {
         return -1;
       }
-      if ((vsec & 0xFFFF) == vsec_id) {
+      if (matches) {
         return static_cast<int32_t>(offset);
       }
     }

@@ -1,5 +1,6 @@
 #include "kx_pcie/tunnel.h"
 
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include "common/report.h"
@@ -23,6 +24,9 @@ constexpr int POLL_MAX = 20001;
 constexpr useconds_t POLL_STEP_US = 10;
 constexpr unsigned long long TIMEOUT_MS = 200;
 
+// The kernel may lengthen every sleep by its timer slack, 50 us unless told otherwise: five times the poll.
+constexpr unsigned long TIMER_SLACK_NS = 1000;
+
 constexpr int FREE_READINGS_MAX = 20;
 constexpr int FREE_READINGS_NEEDED = 3;
 constexpr useconds_t FREE_STEP_US = 4000;
@@ -34,6 +38,7 @@ constexpr uint32_t MODE_PLAIN_WRITE = 1;  // the only mode in which writes are n
 
 uint32_t access_mode = MODE_CHECKED;
 uint32_t secure_mode = 0;
+bool sleeps_are_short = false;
 
 bool is_secure() {
   return secure_mode == 1;
@@ -173,6 +178,10 @@ bool take_bound(pcie_lock* lock) {
   if (pcie_bound_sbdf_get() == KXTOOLS_SBDF_NONE) {
     kx_print("It does not bind to any pcie device,Please bind kx device!\n");
     return false;
+  }
+  if (!sleeps_are_short) {
+    prctl(PR_SET_TIMERSLACK, TIMER_SLACK_NS);
+    sleeps_are_short = true;
   }
   return lock->take();
 }

@@ -1,0 +1,159 @@
+// Configuration-space accessors on a file of the test's own.
+#include "kx_pcie/config_space.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdarg>
+#include <cstring>
+#include <string>
+
+namespace {
+
+std::string device_file;  // what every device path leads to
+std::string opened_path;  // the path that was asked for
+
+}  // namespace
+
+extern "C" int __real_open(const char* path, int flags, ...);
+extern "C" int __wrap_open(const char* path, int flags, ...) {
+  va_list args;
+  va_start(args, flags);
+  const int mode = (flags & O_CREAT) != 0 ? va_arg(args, int) : 0;
+  va_end(args);
+  if (strncmp(path, "/sys/", 5) == 0) {
+    opened_path = path;
+    path = device_file.c_str();
+  }
+  return __real_open(path, flags, mode);
+}
+
+namespace {
+
+constexpr kxtools_sbdf SBDF = 0x00013B09;  // 0001:3b:01.1
+
+class ConfigSpaceTest : public testing::Test {
+ protected:
+  ConfigSpaceTest() {
+    char name[] = "/tmp/config_space_test.XXXXXX";
+    const int fd = mkstemp(name);
+    device_file = name;
+    EXPECT_EQ(ftruncate(fd, PCIE_CFG_SIZE), 0);
+    close(fd);
+    testing::internal::CaptureStdout();
+  }
+  ~ConfigSpaceTest() override {
+    if (!printed_) {
+      testing::internal::GetCapturedStdout();
+    }
+    unlink(device_file.c_str());
+  }
+  std::string printed() {
+    printed_ = true;
+    return testing::internal::GetCapturedStdout();
+  }
+  void put(uint32_t offset, uint32_t value) {
+    ASSERT_EQ(pcie_cfg_write_dword(SBDF, offset, value), 0);
+  }
+  uint32_t get(uint32_t offset) {
+    uint32_t value = 0;
+    EXPECT_EQ(pcie_cfg_read_dword(SBDF, offset, &value), 0);
+    return value;
+  }
+
+ private:
+  bool printed_ = false;
+};
+
+TEST_F(ConfigSpaceTest, NamesTheFileOfTheFunction) {
+  get(0);
+  EXPECT_EQ(opened_path, "/sys/bus/pci/devices/0001:3b:01.1/config");
+}
+
+TEST_F(ConfigSpaceTest, ReplacesTheBitsUnderTheMask) {
+  put(0x40, 0xAABBCCDD);
+  EXPECT_EQ(pcie_cfg_write_mask(SBDF, 0x40, 0x11223344, 0xFF0000FF), 0);
+  EXPECT_EQ(get(0x40), 0x11BBCC44u);
+}
+
+TEST_F(ConfigSpaceTest, StaysInsideTheConfigurationSpace) {
+  uint32_t value = 0;
+  EXPECT_EQ(pcie_cfg_read_dword(SBDF, 4092, &value), 0);
+  for (const uint32_t offset : {4093u, 4096u, 0xFFFFFFFEu}) {
+    EXPECT_EQ(pcie_cfg_read_dword(SBDF, offset, &value), -1);
+    EXPECT_EQ(pcie_cfg_write_dword(SBDF, offset, 0), -1);
+  }
+  EXPECT_EQ(pcie_cfg_read(SBDF, 0, 5000, &value), -1);
+  EXPECT_EQ(pcie_cfg_read(SBDF, 0, 4, nullptr), -1);
+}
+
+TEST_F(ConfigSpaceTest, CallsAShortTransferGood) {
+  ASSERT_EQ(truncate(device_file.c_str(), 64), 0);
+  std::array<uint8_t, 8> buffer = {1, 2, 3, 4, 5, 6, 7, 8};
+  EXPECT_EQ(pcie_cfg_read(SBDF, 60, 8, buffer.data()), 0);
+  EXPECT_EQ(buffer, (std::array<uint8_t, 8>{0, 0, 0, 0, 5, 6, 7, 8}));
+  EXPECT_EQ(get(0x100), 0xFFFFFFFFu) << "missing bytes read as the bus gives them";
+}
+
+TEST_F(ConfigSpaceTest, ReportsAFileThatCannotBeOpened) {
+  unlink(device_file.c_str());
+  uint32_t value = 0;
+  EXPECT_EQ(pcie_cfg_read_dword(SBDF, 0x10, &value), -1);
+  EXPECT_EQ(printed(),
+            "[PCIe] open file:/sys/bus/pci/devices/0001:3b:01.1/config failed, fd:-1!\n"
+            "[pcie] reg 0x10, pcie_cfg_read failed!\n");
+}
+
+TEST_F(ConfigSpaceTest, WalksTheCapabilities) {
+  put(0x34, 0x40);
+  put(0x40, 0x00005001);
+  put(0x50, 0x0000B011);
+  put(0xB0, 0x00000003);
+  EXPECT_EQ(pcie_find_capability(SBDF, 1), 0x40);
+  EXPECT_EQ(pcie_find_capability(SBDF, 3), 0xB0);
+  EXPECT_EQ(pcie_find_capability(SBDF, 0x10), -1);
+  put(0xB0, 0x00004003);  // back to the first
+  EXPECT_EQ(pcie_find_capability(SBDF, 0x10), -1);
+  put(0x34, 0);
+  EXPECT_EQ(pcie_find_capability(SBDF, 1), -1);
+  put(0x34, 0xFF);
+  EXPECT_EQ(pcie_find_capability(SBDF, 1), -1);
+  EXPECT_EQ(printed(), "pcie cap[0x10] not find\npcie cap[0x10] not find\ncap_id_addr invalid\ncap_id_addr invalid\n");
+}
+
+TEST_F(ConfigSpaceTest, WalksTheExtendedCapabilities) {
+  put(0x100, 0x18010001);
+  put(0x180, 0x2001000B);
+  put(0x184, 0x02010001);
+  put(0x200, 0xFFC1000B);
+  put(0x204, 0x02010002);
+  put(0xFFC, 0x0001000B);  // vendor-specific, its second dword beyond the end
+  EXPECT_EQ(pcie_find_ext_capability(SBDF, 1, 77), 0x100) << "other ids do not look at the vendor id";
+  EXPECT_EQ(pcie_find_ext_capability(SBDF, 11, 1), 0x180);
+  EXPECT_EQ(pcie_find_ext_capability(SBDF, 11, 2), 0x200);
+  EXPECT_EQ(pcie_find_ext_capability(SBDF, 11, 3), -1);
+  EXPECT_EQ(pcie_find_ext_capability(SBDF, 16, 0), -1);
+  put(0xFFC, 0x10010099);  // back to the first
+  EXPECT_EQ(pcie_find_ext_capability(SBDF, 16, 0), -1);
+  put(0xFFC, 0x00410099);  // into the header
+  EXPECT_EQ(pcie_find_ext_capability(SBDF, 16, 0), -1);
+  for (const uint32_t header : {0u, 0xFFFFFFFFu}) {
+    put(0x100, header);
+    EXPECT_EQ(pcie_find_ext_capability(SBDF, 16, 0), -1);
+  }
+  EXPECT_EQ(printed(), "");
+}
+
+TEST_F(ConfigSpaceTest, GivesBackTheBarItProbed) {
+  put(0x10, 0x0000000C);
+  put(0x14, 0x00003800);
+  EXPECT_EQ(get_bar_addr(SBDF, 0x10), 0x380000000000u);
+  // The file keeps all ones, as a BAR of 16 bytes does.
+  EXPECT_EQ(get_bar_size(SBDF, 0x10), 16u);
+  EXPECT_EQ(get(0x10), 0x0000000Cu);
+  EXPECT_EQ(get(0x14), 0x00003800u);
+}
+
+}  // namespace

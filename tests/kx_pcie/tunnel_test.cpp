@@ -1,0 +1,360 @@
+// The tunnel against a card that is played here: configuration dwords, lock and sleeps are the test's own.
+#include "kx_pcie/tunnel.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "kx_pcie/bind.h"
+#include "kx_pcie/config_space.h"
+#include "kx_pcie/controller_space.h"
+#include "kx_pcie/pcie_lock.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr uint32_t CAPABILITY = 0xB0;
+
+/// One transfer as the card sees it.
+struct transfer {
+  uint32_t command;
+  uint32_t data;
+  bool operator==(const transfer&) const = default;
+};
+void PrintTo(const transfer& t, std::ostream* out) {
+  *out << std::hex << "{0x" << t.command << ", 0x" << t.data << "}";
+}
+
+struct fake_card {
+  kxtools_sbdf bound = 0x3B00;
+  int32_t capability = CAPABILITY;
+  uint32_t command = 3;
+  uint32_t data = 0;
+  int polls_to_answer = 1;
+  uint64_t address = 0;
+  std::map<uint64_t, uint32_t> memory;
+  uint32_t status = 1;
+  std::function<uint32_t(int reading)> channel_field;  // overrides the field of the command dword
+
+  std::vector<transfer> transfers;
+  std::map<useconds_t, int> sleeps;
+  int readings = 0;
+  int polls_left = 0;
+  int takes = 0;
+  int releases = 0;
+  bool locked = false;
+
+  void execute() {
+    transfers.push_back({command, data});
+    switch (command >> 28 & 7) {
+      case 1:
+        address = (uint64_t{command >> 16 & 0xCFF} << 32) | data;
+        break;
+      case 2:
+        data = memory[address];
+        break;
+      case 3:
+        memory[address] = data;
+        break;
+      case 4:
+        status = 1;
+        break;
+      case 5:
+        data = status;
+        break;
+    }
+  }
+};
+
+fake_card* card = nullptr;
+
+}  // namespace
+
+kxtools_sbdf pcie_bound_sbdf_get() {
+  return card->bound;
+}
+
+int32_t pcie_find_capability(kxtools_sbdf, uint8_t id) {
+  EXPECT_EQ(id, 3);
+  return card->capability;
+}
+
+int32_t pcie_cfg_read_dword(kxtools_sbdf sbdf, uint32_t offset, uint32_t* value) {
+  EXPECT_EQ(sbdf, card->bound);
+  if (offset == CAPABILITY + 4) {
+    *value = card->data;
+    return 0;
+  }
+  EXPECT_EQ(offset, CAPABILITY);
+  if (card->polls_left > 0 && --card->polls_left == 0) {
+    card->command ^= 0x80000000;
+  }
+  *value = card->command;
+  if (card->channel_field) {
+    *value = (*value & 0xF000FFFF) | card->channel_field(card->readings++) << 16;
+  }
+  return 0;
+}
+
+int32_t pcie_cfg_write_dword(kxtools_sbdf, uint32_t offset, uint32_t value) {
+  EXPECT_TRUE(card->locked);
+  if (offset == CAPABILITY + 4) {
+    card->data = value;
+    return 0;
+  }
+  EXPECT_EQ(offset, CAPABILITY);
+  card->command = value;
+  card->polls_left = card->polls_to_answer;
+  card->execute();
+  return 0;
+}
+
+bool pcie_lock::take() {
+  ++card->takes;
+  EXPECT_FALSE(card->locked);
+  card->locked = true;
+  fd_.reset(dup(STDIN_FILENO));
+  return true;
+}
+
+void pcie_lock::release() {
+  if (fd_) {
+    ++card->releases;
+    card->locked = false;
+    fd_.reset();
+  }
+}
+
+extern "C" int usleep(useconds_t us) {
+  ++card->sleeps[us];
+  return 0;
+}
+
+namespace {
+
+class TunnelTest : public testing::Test {
+ protected:
+  TunnelTest() {
+    card = &card_;
+    set_wr_mode(0);
+    set_secure_mode(0);
+    testing::internal::CaptureStdout();
+  }
+  ~TunnelTest() override {
+    // Whatever happened, the lock was given back as often as it was taken.
+    EXPECT_EQ(card_.takes, card_.releases);
+    if (!printed_) {
+      testing::internal::GetCapturedStdout();
+    }
+    card = nullptr;
+  }
+  std::string printed() {
+    printed_ = true;
+    return testing::internal::GetCapturedStdout();
+  }
+
+  fake_card card_;
+
+ private:
+  bool printed_ = false;
+};
+
+TEST_F(TunnelTest, SendsTheCommandsOfEveryModeInOrder) {
+  constexpr uint64_t ADDRESS = 0x6208000010;
+  constexpr uint32_t STATUS = 0x50000000;
+  struct {
+    uint32_t mode;
+    bool secure;
+    uint32_t read_address;
+    uint32_t write_address;
+  } cases[] = {
+      {0, false, 0x90620000, 0x90620000}, {1, false, 0x91620000, 0x91620000}, {2, false, 0x92620000, 0x90620000},
+      {3, false, 0x93620000, 0x90620000}, {0, true, 0x90620000, 0x90620000},  {1, true, 0x91620000, 0x91620000},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "mode " << c.mode << (c.secure ? " secure" : ""));
+    set_wr_mode(c.mode);
+    set_secure_mode(c.secure ? 1 : 0);
+    card_.memory[ADDRESS] = 0xA5A55A5A;
+    card_.data = 0;
+    card_.transfers.clear();
+    uint32_t value = 0;
+    ASSERT_EQ(read_val_from_kx(ADDRESS, &value), 0);
+    EXPECT_EQ(value, 0xA5A55A5A);
+    std::vector<transfer> expected = {{c.read_address, 0x08000010}, {0x20000000, 0}};
+    if (c.secure) {
+      expected.insert(expected.begin(), {STATUS, 0});
+      expected.push_back({STATUS, 0});
+    }
+    EXPECT_EQ(card_.transfers, expected);
+
+    card_.transfers.clear();
+    ASSERT_EQ(write_val_to_kx(ADDRESS, 0x12345678), 0);
+    EXPECT_EQ(card_.memory[ADDRESS], 0x12345678);
+    expected = {{c.write_address, 0x08000010}, {0xB0000000, 0x12345678}};
+    if (c.secure) {
+      expected.insert(expected.begin(), {STATUS, 0});
+      expected.push_back({STATUS, 0});
+    }
+    EXPECT_EQ(card_.transfers, expected);
+  }
+}
+
+TEST_F(TunnelTest, KeepsTheAddressBitsThatTheModeOverlaps) {
+  set_wr_mode(1);
+  uint32_t value = 0;
+  read_val_from_kx(0xFFF00000004, &value);
+  EXPECT_EQ(card_.transfers.front(), (transfer{0x9FFF0000, 4}));
+}
+
+TEST_F(TunnelTest, GivesUpAfterTheLastPoll) {
+  card_.polls_to_answer = 1000000;
+  uint32_t value = 7;
+  EXPECT_EQ(read_val_from_kx(0x1000, &value), -1);
+  EXPECT_EQ(value, 7u);
+  EXPECT_EQ(card_.sleeps[10], 20001);
+  EXPECT_EQ(card_.transfers.size(), 1u);
+  EXPECT_EQ(printed(), "wait time: 200 ms, VPD timeout!!!\n");
+}
+
+TEST_F(TunnelTest, AcceptsAnAnswerAtTheLastPoll) {
+  card_.polls_to_answer = 20001;
+  EXPECT_EQ(write_val_to_kx(0x1000, 1), 0);
+  EXPECT_EQ(card_.sleeps[10], 2 * 20001);
+}
+
+TEST_F(TunnelTest, RefusesWhatIsPlainlyNoMemoryInModeZero) {
+  for (const uint64_t address : {0x6208000001ULL, 0x6208000002ULL, 0x100000000000ULL, 0xFFFFFFFFFFFFFFFCULL}) {
+    uint32_t value = 0;
+    EXPECT_EQ(read_val_from_kx(address, &value), -1);
+    EXPECT_EQ(write_val_to_kx(address, 0), -1);
+    set_wr_mode(2);
+    EXPECT_EQ(write_val_to_kx(address, 0), -1) << "writes are checked in every mode but 1";
+    set_wr_mode(0);
+  }
+  EXPECT_THAT(card_.transfers, IsEmpty());
+  EXPECT_THAT(printed(), testing::StartsWith("Addr[0x6208000001] is invalid!!!\nAddr[0x6208000001] is invalid!!!\n"));
+}
+
+TEST_F(TunnelTest, NeedsABoundDevice) {
+  card_.bound = KXTOOLS_SBDF_NONE;
+  uint32_t value = 0;
+  EXPECT_EQ(read_val_from_kx(0x1000, &value), -1);
+  EXPECT_EQ(card_.takes, 0);
+  EXPECT_EQ(printed(), "It does not bind to any pcie device,Please bind kx device!\n");
+}
+
+TEST_F(TunnelTest, FailsWithoutTheCapability) {
+  card_.capability = -1;
+  uint32_t value = 0;
+  EXPECT_EQ(read_val_from_kx(0x1000, &value), -1);
+  EXPECT_EQ(card_.takes, 1);
+}
+
+TEST_F(TunnelTest, TellsAFreeChannelFromABusyOne) {
+  struct {
+    const char* what;
+    std::function<uint32_t(int)> field;
+    int32_t result;
+    int waits;
+  } cases[] = {
+      {"never changes", [](int) { return 0x123u; }, 0, 19},
+      {"marked free", [](int) { return 0x555u; }, 0, 2},
+      {"marked free at the end", [](int i) { return i < 17 ? static_cast<uint32_t>(i) : 0x555u; }, 0, 19},
+      {"marked twice only", [](int i) { return i % 3 == 2 ? 0x111u : 0x555u; }, -2, 19},
+      {"keeps changing", [](int i) { return static_cast<uint32_t>(i & 0xFF); }, -2, 19},
+  };
+  set_secure_mode(1);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    fake_card fresh;
+    fresh.channel_field = c.field;
+    card = &fresh;
+    uint32_t data = 0;
+    fresh.locked = true;
+    EXPECT_EQ(vpd_tracsport_once(fresh.bound, 0x20000000, &data), c.result);
+    EXPECT_EQ(fresh.sleeps[4000], c.waits);
+    EXPECT_EQ(fresh.transfers.size(), c.result == 0 ? 1u : 0u);
+    card = &card_;
+  }
+  card_.channel_field = cases[4].field;
+  uint32_t value = 0;
+  EXPECT_EQ(read_val_from_kx(0x1000, &value), PCIE_TUNNEL_BUSY);
+  EXPECT_EQ(write_val_to_kx(0x1000, 0), PCIE_TUNNEL_BUSY);
+  EXPECT_THAT(printed(), testing::EndsWith("pcie_tool vpd channel is busy, please retry!\n"));
+}
+
+TEST_F(TunnelTest, ReportsAnAccessThatTheCardCallsFailed) {
+  set_secure_mode(1);
+  card_.status = 0;
+  uint32_t value = 7;
+  // The exchange before the access resets the tunnel; the card then fails the access again.
+  card_.channel_field = [this](int) {
+    card_.status = 2;
+    return 0x555u;
+  };
+  EXPECT_EQ(read_val_from_kx(0x6208000010, &value), -1);
+  EXPECT_EQ(value, 7u);
+  EXPECT_EQ(card_.transfers[1], (transfer{0xC0000000, 0}));
+  EXPECT_EQ(write_val_to_kx(0x6208000010, 0x1F), -1);
+  EXPECT_EQ(printed(),
+            "Read addr[0x6208000010] val from kx failed\n"
+            "write val[0x1F] to kx addr[0x6208000010] failed\n");
+}
+
+TEST_F(TunnelTest, MergesUnderAMaskWithinOneLock) {
+  card_.memory[0x1000] = 0xAABBCCDD;
+  EXPECT_EQ(write_mask_to_kx(0x1000, 0x11223344, 0x00FF00FF), 0);
+  EXPECT_EQ(card_.memory[0x1000], 0xAA22CC44);
+  EXPECT_EQ(card_.takes, 1);
+}
+
+TEST_F(TunnelTest, FindsTheSpacesOfEveryController) {
+  const uint64_t dbi[] = {0x8400000000, 0x8500000000, 0x8600000000, 0x8700000000, 0x8800000000};
+  const uint64_t csr[] = {0x6310000000, 0x6314000000, 0x6318000000, 0x631C000000, 0x6320100000};
+  for (uint32_t n = 0; n < 5; ++n) {
+    card_.memory[dbi[n] + 0x40] = 0xD0 + n;
+    uint32_t value = 0;
+    EXPECT_EQ(pcie_dbi_read(n, 0x40, &value), 0);
+    EXPECT_EQ(value, 0xD0 + n);
+    EXPECT_EQ(pcie_csr_write(n, 0x80, 0xC0 + n), 0);
+    EXPECT_EQ(card_.memory[csr[n] + 0x80], 0xC0 + n);
+    card_.memory[dbi[n] + 0x8BC] = 0xF0;
+    EXPECT_EQ(pcie_dbi_ro_wr_en(n, 1), 0);
+    EXPECT_EQ(card_.memory[dbi[n] + 0x8BC], 0xF1u);
+    EXPECT_EQ(pcie_dbi_ro_wr_en(n, 0), 0);
+    EXPECT_EQ(card_.memory[dbi[n] + 0x8BC], 0xF0u);
+  }
+  const size_t before = card_.transfers.size();
+  uint32_t value = 0;
+  EXPECT_EQ(pcie_dbi_read(5, 0, &value), -1);
+  EXPECT_EQ(pcie_csr_write_mask(0xFFFFFFFF, 0, 0, 0), -1);
+  EXPECT_EQ(card_.transfers.size(), before);
+  EXPECT_EQ(printed(), "ep_no input error\nep_no input error\n");
+}
+
+TEST_F(TunnelTest, WalksExtendedCapabilitiesInCardMemory) {
+  constexpr uint64_t BASE = 0x8400000000;
+  card_.memory = {{BASE + 0x100, 0x14000001},
+                  {BASE + 0x140, 0x2001000B},
+                  {BASE + 0x144, 0x00000001},
+                  {BASE + 0x200, 0x1001000B},
+                  {BASE + 0x204, 0x00010002}};
+  uint32_t offset = 0;
+  EXPECT_EQ(pcie_find_ext_capability_directly(BASE, 11, 2, &offset), 0);
+  EXPECT_EQ(offset, 0x200u);
+  // The last one points back to the first: the walk ends all the same.
+  EXPECT_EQ(pcie_find_ext_capability_directly(BASE, 16, 0, &offset), -1);
+  card_.memory[BASE + 0x100] = 0xFFFFFFFF;
+  EXPECT_EQ(pcie_find_ext_capability_directly(BASE, 16, 0, &offset), -1);
+  EXPECT_EQ(printed(), "pcie ecap[0x10] not find\ncap_id_addr invalid\n");
+}
+
+}  // namespace
