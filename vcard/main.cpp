@@ -133,9 +133,7 @@ int run(const RunOptions& options) {
   if (child == 0) {
     close(parent_pipe[1]);
     signals.reset();
-    int status = run_card(options, parent_pipe[0], mount_points);
-    fflush(nullptr);
-    _exit(status);
+    exit(run_card(options, parent_pipe[0], mount_points));
   }
   close(parent_pipe[0]);
   int status = child < 0 ? host_error(exit_failure, "fork: %s", strerror(errno)) : child_wait(child, signals.get());

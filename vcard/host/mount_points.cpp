@@ -56,6 +56,9 @@ void MountPoints::release(bool unmount) {
     if (unmount) {
       umount2(held.path.c_str(), MNT_DETACH);
     }
+    // Let go first: of two users that end together, each would otherwise see the other's lock and neither would remove
+    // it.
+    flock(held.folder.get(), LOCK_UN);
     if (flock(held.folder.get(), LOCK_EX | LOCK_NB) == 0 && is_still(held.path, held.folder.get())) {
       rmdir(held.path.c_str());
     }
