@@ -65,6 +65,10 @@ uint32_t dpp_dev_get_dev_agent_flag(uint32_t dev_id, uint32_t* agent_flag) {
   return value_get(dev_id, &device_values::agent_flag, agent_flag);
 }
 
+bool dpp_dev_is_agent_mode(uint32_t dev_id) {
+  return dev_id < DPP_DEV_MAX && values[dev_id].agent_flag.load(std::memory_order_relaxed) != 0;
+}
+
 uint32_t dpp_dev_vport_set(uint32_t dev_id, uint32_t vport) {
   return value_set(dev_id, &device_values::vport, vport);
 }

@@ -1,14 +1,12 @@
 #include "dpp_reg/dpp_reg.h"
 
 #include <atomic>
-#include <bit>
 #include <cstring>
 
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_chip/dpp_dev_value.h"
 #include "dpp_reg/dpp_reg_access.h"
 #include "dpp_reg_table.h"
-#include "qlix_comm/bits.h"
 #include "qlix_comm/check.h"
 
 namespace {
@@ -16,6 +14,10 @@ namespace {
 constexpr uint32_t WORD_WIDTH = 4;
 constexpr uint32_t WORDS_MAX = DPP_REG_WIDTH_MAX / WORD_WIDTH;
 constexpr uint32_t FIELD_VALUE_BITS = 32;
+
+// Registers without hardware behind them in agent mode.
+constexpr uint32_t filtered_registers[] = {661, 662, 663, 3121, 3122};
+constinit std::atomic<uint32_t> filter_en{0};
 
 struct capture_window {
   std::atomic<uint32_t> en{0};
@@ -51,48 +53,65 @@ class capture_scope {
   uint32_t level_ = 0;
 };
 
-// The words of a register are a big-endian byte string for the bit operations and host words on the bus.
-void words_swap(uint32_t* words, uint32_t count) {
-  if constexpr (std::endian::native == std::endian::little) {
-    for (uint32_t i = 0; i < count; ++i) {
-      words[i] = __builtin_bswap32(words[i]);
-    }
-  }
+std::span<const dpp_reg_field> fields_of(const dpp_reg_info& info) {
+  return {dpp_reg_field_table + info.field_first, info.field_num};
 }
 
 uint32_t field_mask(const dpp_reg_field& field) {
   return field.len >= FIELD_VALUE_BITS ? UINT32_MAX : (1u << field.len) - 1;
 }
 
-uint32_t fields_pack(const dpp_reg_info& info, const uint32_t* values, uint32_t* words) {
-  auto* bytes = reinterpret_cast<uint8_t*>(words);
-  memset(bytes, 0, info.width);
-  for (const dpp_reg_field& field : dpp_reg_fields_get(info)) {
-    const uint32_t value = *values++;
-    if (field.len > FIELD_VALUE_BITS) {
-      continue;
-    }
-    QLIX_COMM_CHECK_RC(
-        qlix_comm_write_bits_ex(bytes, info.width * 8, value & field_mask(field), field.msb_pos, field.len),
-        "qlix_comm_write_bits_ex");
+// Most registers are one word: its fields are cut to length and placed by two shifts each.
+uint32_t word_pack(const dpp_reg_info& info, const uint32_t* values) {
+  uint32_t word = 0;
+  for (const dpp_reg_field& field : fields_of(info)) {
+    word |= *values++ << (32u - field.len) >> (31u - field.msb_pos);
   }
-  words_swap(words, info.width / WORD_WIDTH);
-  return QLIX_COMM_OK;
+  return word;
 }
 
-uint32_t fields_unpack(const dpp_reg_info& info, uint32_t* words, uint32_t* values) {
-  words_swap(words, info.width / WORD_WIDTH);
-  const auto* bytes = reinterpret_cast<const uint8_t*>(words);
-  for (const dpp_reg_field& field : dpp_reg_fields_get(info)) {
-    uint32_t* value = values++;
-    *value = 0;
+void word_unpack(const dpp_reg_info& info, uint32_t word, uint32_t* values) {
+  for (const dpp_reg_field& field : fields_of(info)) {
+    *values++ = word << (31u - field.msb_pos) >> (32u - field.len);
+  }
+}
+
+// A wider register is one number of width * 8 bits whose words stand most significant word first: bit b stands in word
+// count - 1 - b / 32. A field of at most 32 bits touches one word or two neighbours.
+void words_pack(const dpp_reg_info& info, const uint32_t* values, uint32_t* words) {
+  const uint32_t count = info.width / WORD_WIDTH;
+  memset(words, 0, info.width);
+  for (const dpp_reg_field& field : fields_of(info)) {
+    const uint32_t value = *values++ & field_mask(field);
     if (field.len > FIELD_VALUE_BITS) {
       continue;
     }
-    QLIX_COMM_CHECK_RC(qlix_comm_read_bits_ex(bytes, info.width * 8, value, field.msb_pos, field.len),
-                       "qlix_comm_read_bits_ex");
+    const uint32_t lsb = field.msb_pos + 1u - field.len;
+    uint32_t* word = &words[count - 1 - lsb / 32];
+    const uint64_t bits = uint64_t{value} << lsb % 32;
+    *word |= static_cast<uint32_t>(bits);
+    if (bits >> 32 != 0) {
+      word[-1] |= static_cast<uint32_t>(bits >> 32);
+    }
   }
-  return QLIX_COMM_OK;
+}
+
+void words_unpack(const dpp_reg_info& info, const uint32_t* words, uint32_t* values) {
+  const uint32_t count = info.width / WORD_WIDTH;
+  for (const dpp_reg_field& field : fields_of(info)) {
+    uint32_t* value = values++;
+    if (field.len > FIELD_VALUE_BITS) {
+      *value = 0;
+      continue;
+    }
+    const uint32_t lsb = field.msb_pos + 1u - field.len;
+    const uint32_t* word = &words[count - 1 - lsb / 32];
+    uint64_t bits = *word;
+    if (lsb % 32 + field.len > 32) {
+      bits |= uint64_t{word[-1]} << 32;
+    }
+    *value = static_cast<uint32_t>(bits >> lsb % 32) & field_mask(field);
+  }
 }
 
 uint32_t instance_addr(const dpp_reg_info& info, uint32_t m, uint32_t n, uint32_t* addr) {
@@ -119,66 +138,88 @@ uint32_t instance_addr(const dpp_reg_info& info, uint32_t m, uint32_t n, uint32_
 }
 
 // Whether the register is left alone: filtered in agent mode.
-uint32_t filtered_check(uint32_t dev_id, uint32_t reg_no, bool* filtered) {
+bool is_filtered(uint32_t dev_id, uint32_t reg_no) {
+  if (filter_en.load(std::memory_order_relaxed) == 0) [[likely]] {
+    return false;
+  }
   uint32_t flag = 0;
-  QLIX_COMM_CHECK_RC(dpp_reg_filter_flag_get(dev_id, reg_no, &flag), "dpp_reg_filter_flag_get");
-  *filtered = flag != 0;
-  if (*filtered) {
+  dpp_reg_filter_flag_get(dev_id, reg_no, &flag);
+  if (flag != 0) {
     QLIX_COMM_TRACE_INFO("reg_no[0x%x] no hardware configuration.\n", reg_no);
   }
+  return flag != 0;
+}
+
+/// Where one instance is reached, and whether it is the driver's at all.
+struct route {
+  uint32_t addr;     ///< in the register space
+  uint32_t reached;  ///< after the conversion of agent mode
+  bool owned_by_agent;
+};
+
+inline uint32_t route_find(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n, route* out) {
+  const uint32_t rc = instance_addr(info, m, n, &out->addr);
+  if (rc != QLIX_COMM_OK) {
+    return rc;
+  }
+  out->reached = out->addr;
+  const bool agent = dpp_dev_is_agent_mode(dev_id);
+  out->owned_by_agent = agent && !dpp_4k_reg(info.mod_no);
+  if (agent) {
+    QLIX_COMM_CHECK_RC(dpp_reg_addr_convert(dev_id, info.mod_no, info.flag, out->addr, &out->reached),
+                       "dpp_reg_addr_convert");
+  }
   return QLIX_COMM_OK;
 }
 
-// Whether agent mode leaves the register to the management processor.
-uint32_t agent_owned_check(uint32_t dev_id, const dpp_reg_info& info, bool* owned) {
-  uint32_t agent = 0;
-  QLIX_COMM_CHECK_RC(dpp_dev_get_dev_agent_flag(dev_id, &agent), "dpp_dev_get_dev_agent_flag");
-  *owned = agent != 0 && !dpp_4k_reg(info.mod_no);
-  return QLIX_COMM_OK;
-}
-
-uint32_t instance_write(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n, const uint32_t* words) {
-  uint32_t addr = 0;
-  uint32_t rc = instance_addr(info, m, n, &addr);
+inline uint32_t instance_write(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n,
+                               const uint32_t* words) {
+  route to;
+  const uint32_t rc = route_find(dev_id, info, m, n, &to);
   if (rc != QLIX_COMM_OK) {
     return rc;
   }
   const capture_scope captured(info.reg_no);
   if (captured.on()) {
-    QLIX_COMM_TRACE_DEBUG("dpp_reg_write: addr=0x%08x, data=0x%08x.\n", addr, words[0]);
+    QLIX_COMM_TRACE_DEBUG("dpp_reg_write: addr=0x%08x, data=0x%08x.\n", to.addr, words[0]);
   }
-  bool owned = false;
-  rc = agent_owned_check(dev_id, info, &owned);
-  if (rc != QLIX_COMM_OK || owned) {
-    return rc;
+  if (!to.owned_by_agent) {
+    QLIX_COMM_CHECK_RC(dpp_reg_hook_write(dev_id, info, to.reached, words), "p_write_fun");
   }
-  QLIX_COMM_CHECK_RC(dpp_reg_addr_convert(dev_id, info.mod_no, info.flag, addr, &addr), "dpp_reg_addr_convert");
-  QLIX_COMM_CHECK_RC(dpp_reg_hook_write(dev_id, info, addr, words), "p_write_fun");
   return QLIX_COMM_OK;
 }
 
-uint32_t instance_read(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n, uint32_t* words) {
-  memset(words, 0, info.width);
-  uint32_t addr = 0;
-  uint32_t rc = instance_addr(info, m, n, &addr);
+inline uint32_t instance_read(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n, uint32_t* words) {
+  route from;
+  const uint32_t rc = route_find(dev_id, info, m, n, &from);
   if (rc != QLIX_COMM_OK) {
     return rc;
   }
   const capture_scope captured(info.reg_no);
-  bool owned = false;
-  rc = agent_owned_check(dev_id, info, &owned);
-  if (rc != QLIX_COMM_OK) {
-    return rc;
-  }
-  if (!owned) {
-    uint32_t converted = 0;
-    QLIX_COMM_CHECK_RC(dpp_reg_addr_convert(dev_id, info.mod_no, info.flag, addr, &converted), "dpp_reg_addr_convert");
-    QLIX_COMM_CHECK_RC(dpp_reg_hook_read(dev_id, info, converted, words), "p_read_fun");
+  if (from.owned_by_agent) {
+    memset(words, 0, info.width);
+  } else {
+    QLIX_COMM_CHECK_RC(dpp_reg_hook_read(dev_id, info, from.reached, words), "p_read_fun");
   }
   if (captured.on()) {
-    QLIX_COMM_TRACE_DEBUG("dpp_reg_read: addr=0x%08x, data=0x%08x.\n", addr, words[0]);
+    QLIX_COMM_TRACE_DEBUG("dpp_reg_read: addr=0x%08x, data=0x%08x.\n", from.addr, words[0]);
   }
   return QLIX_COMM_OK;
+}
+
+uint32_t wide_write(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n, const uint32_t* values) {
+  uint32_t words[WORDS_MAX];
+  words_pack(info, values, words);
+  return instance_write(dev_id, info, m, n, words);
+}
+
+uint32_t wide_read(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n, uint32_t* values) {
+  uint32_t words[WORDS_MAX];
+  const uint32_t rc = instance_read(dev_id, info, m, n, words);
+  if (rc == QLIX_COMM_OK) {
+    words_unpack(info, words, values);
+  }
+  return rc;
 }
 
 uint64_t random_next() {
@@ -199,32 +240,36 @@ uint32_t dpp_reg_write(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint
                        const uint32_t* field_values) {
   DPP_REG_CHECK(dev_id, reg_no);
   QLIX_COMM_CHECK_POINT(field_values);
-  bool filtered = false;
-  uint32_t rc = filtered_check(dev_id, reg_no, &filtered);
-  if (rc != QLIX_COMM_OK || filtered) {
-    return rc;
+  if (is_filtered(dev_id, reg_no)) {
+    return QLIX_COMM_OK;
   }
   const dpp_reg_info& info = dpp_reg_table[reg_no];
   QLIX_COMM_CHECK_INDEX_UPPER(info.width, DPP_REG_WIDTH_MAX);
-  uint32_t words[WORDS_MAX];
-  rc = fields_pack(info, field_values, words);
-  return rc != QLIX_COMM_OK ? rc : instance_write(dev_id, info, m_offset, n_offset, words);
+  if (info.width == WORD_WIDTH) [[likely]] {
+    const uint32_t word = word_pack(info, field_values);
+    return instance_write(dev_id, info, m_offset, n_offset, &word);
+  }
+  return wide_write(dev_id, info, m_offset, n_offset, field_values);
 }
 
 uint32_t dpp_reg_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t* field_values) {
   DPP_REG_CHECK(dev_id, reg_no);
   QLIX_COMM_CHECK_POINT(field_values);
-  bool filtered = false;
-  uint32_t rc = filtered_check(dev_id, reg_no, &filtered);
   const dpp_reg_info& info = dpp_reg_table[reg_no];
-  if (rc != QLIX_COMM_OK || filtered) {
+  if (is_filtered(dev_id, reg_no)) {
     memset(field_values, 0, info.field_num * sizeof *field_values);
-    return rc;
+    return QLIX_COMM_OK;
   }
   QLIX_COMM_CHECK_INDEX_UPPER(info.width, DPP_REG_WIDTH_MAX);
-  uint32_t words[WORDS_MAX];
-  rc = instance_read(dev_id, info, m_offset, n_offset, words);
-  return rc != QLIX_COMM_OK ? rc : fields_unpack(info, words, field_values);
+  if (info.width == WORD_WIDTH) [[likely]] {
+    uint32_t word = 0;
+    const uint32_t rc = instance_read(dev_id, info, m_offset, n_offset, &word);
+    if (rc == QLIX_COMM_OK) {
+      word_unpack(info, word, field_values);
+    }
+    return rc;
+  }
+  return wide_read(dev_id, info, m_offset, n_offset, field_values);
 }
 
 uint32_t dpp_reg_write32(uint32_t dev_id, uint32_t reg_no, uint32_t value) {
@@ -245,9 +290,10 @@ uint32_t dpp_reg_write32_bymn(uint32_t dev_id, uint32_t reg_no, uint32_t m_offse
   DPP_REG_CHECK(dev_id, reg_no);
   const dpp_reg_info& info = dpp_reg_table[reg_no];
   QLIX_COMM_CHECK_INDEX(info.width, WORD_WIDTH, WORD_WIDTH);
-  bool filtered = false;
-  const uint32_t rc = filtered_check(dev_id, reg_no, &filtered);
-  return rc != QLIX_COMM_OK || filtered ? rc : instance_write(dev_id, info, m_offset, n_offset, &value);
+  if (is_filtered(dev_id, reg_no)) {
+    return QLIX_COMM_OK;
+  }
+  return instance_write(dev_id, info, m_offset, n_offset, &value);
 }
 
 uint32_t dpp_reg_read32(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t* value) {
@@ -261,11 +307,9 @@ uint32_t dpp_reg_words_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset,
   DPP_REG_CHECK(dev_id, reg_no);
   QLIX_COMM_CHECK_POINT(words);
   const dpp_reg_info& info = dpp_reg_table[reg_no];
-  bool filtered = false;
-  const uint32_t rc = filtered_check(dev_id, reg_no, &filtered);
-  if (rc != QLIX_COMM_OK || filtered) {
+  if (is_filtered(dev_id, reg_no)) {
     memset(words, 0, info.width);
-    return rc;
+    return QLIX_COMM_OK;
   }
   return instance_read(dev_id, info, m_offset, n_offset, words);
 }
@@ -285,7 +329,7 @@ uint32_t dpp_reg_val_get(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, ui
 uint32_t dpp_reg_default_val_get(uint32_t reg_no, uint32_t* field_values) {
   QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1);
   QLIX_COMM_CHECK_POINT(field_values);
-  for (const dpp_reg_field& field : dpp_reg_fields_get(dpp_reg_table[reg_no])) {
+  for (const dpp_reg_field& field : fields_of(dpp_reg_table[reg_no])) {
     *field_values++ = field.default_value;
   }
   return QLIX_COMM_OK;
@@ -294,7 +338,7 @@ uint32_t dpp_reg_default_val_get(uint32_t reg_no, uint32_t* field_values) {
 uint32_t dpp_reg_max_val_get(uint32_t reg_no, uint32_t* field_values) {
   QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1);
   QLIX_COMM_CHECK_POINT(field_values);
-  for (const dpp_reg_field& field : dpp_reg_fields_get(dpp_reg_table[reg_no])) {
+  for (const dpp_reg_field& field : fields_of(dpp_reg_table[reg_no])) {
     *field_values++ = field_mask(field);
   }
   return QLIX_COMM_OK;
@@ -303,7 +347,7 @@ uint32_t dpp_reg_max_val_get(uint32_t reg_no, uint32_t* field_values) {
 uint32_t dpp_reg_rand_val_get(uint32_t reg_no, uint32_t* field_values) {
   QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1);
   QLIX_COMM_CHECK_POINT(field_values);
-  for (const dpp_reg_field& field : dpp_reg_fields_get(dpp_reg_table[reg_no])) {
+  for (const dpp_reg_field& field : fields_of(dpp_reg_table[reg_no])) {
     *field_values++ = static_cast<uint32_t>(random_next()) & field_mask(field);
   }
   return QLIX_COMM_OK;
@@ -318,5 +362,31 @@ uint32_t dpp_reg_cap_cfg_set(uint32_t en, uint32_t reg_start, uint32_t reg_end) 
   capture.reg_end = reg_end;
   QLIX_COMM_PRINT("REG CAPTURE CFG: en:%d, reg_start:%d[0x%x], reg_end:%d[0x%x],\n", en, reg_start, reg_start, reg_end,
                   reg_end);
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_reg_filter_en_set(uint32_t en) {
+  filter_en = en;
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_reg_filter_en_get() {
+  return filter_en;
+}
+
+uint32_t dpp_reg_filter_flag_get(uint32_t dev_id, uint32_t reg_no, uint32_t* flag) {
+  QLIX_COMM_CHECK_INDEX_UPPER(dev_id, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_POINT(flag);
+  *flag = 0;
+  if (filter_en.load(std::memory_order_relaxed) == 0) {
+    return QLIX_COMM_OK;
+  }
+  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
+  if (dev == nullptr || dev->access_type != DPP_DEV_ACCESS_TYPE_PCIE || !dpp_dev_is_agent_mode(dev_id)) {
+    return QLIX_COMM_OK;
+  }
+  for (const uint32_t filtered : filtered_registers) {
+    *flag |= filtered == reg_no ? 1 : 0;
+  }
   return QLIX_COMM_OK;
 }

@@ -1,8 +1,6 @@
 // Agent mode: the management processor owns the chip, and the driver sees 4 KiB of each of five modules side by side in
 // the BAR window.
 
-#include <atomic>
-
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_chip/dpp_dev_value.h"
 #include "dpp_reg/dpp_reg.h"
@@ -26,51 +24,17 @@ constexpr module_window module_windows[] = {
 };
 static_assert(sizeof module_windows / sizeof module_windows[0] == WINDOW_LAST_MODULE - WINDOW_FIRST_MODULE + 1);
 
-constexpr uint32_t filtered_registers[] = {661, 662, 663, 3121, 3122};
-
-constinit std::atomic<uint32_t> filter_en{0};
-
 }  // namespace
 
 bool dpp_4k_reg(uint32_t mod_no) {
   return mod_no >= WINDOW_FIRST_MODULE && mod_no <= WINDOW_LAST_MODULE;
 }
 
-uint32_t dpp_reg_filter_en_set(uint32_t en) {
-  filter_en = en;
-  return QLIX_COMM_OK;
-}
-
-uint32_t dpp_reg_filter_en_get() {
-  return filter_en;
-}
-
-uint32_t dpp_reg_filter_flag_get(uint32_t dev_id, uint32_t reg_no, uint32_t* flag) {
-  QLIX_COMM_CHECK_INDEX_UPPER(dev_id, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_POINT(flag);
-  *flag = 0;
-  if (filter_en.load(std::memory_order_relaxed) == 0) {
-    return QLIX_COMM_OK;
-  }
-  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
-  uint32_t agent = 0;
-  QLIX_COMM_CHECK_RC(dpp_dev_get_dev_agent_flag(dev_id, &agent), "dpp_dev_get_dev_agent_flag");
-  if (dev == nullptr || dev->access_type != DPP_DEV_ACCESS_TYPE_PCIE || agent == 0) {
-    return QLIX_COMM_OK;
-  }
-  for (const uint32_t filtered : filtered_registers) {
-    *flag |= filtered == reg_no ? 1 : 0;
-  }
-  return QLIX_COMM_OK;
-}
-
 uint32_t dpp_reg_addr_convert(uint32_t dev_id, uint32_t mod_no, uint32_t flag, uint32_t addr, uint32_t* converted) {
   QLIX_COMM_CHECK_INDEX_UPPER(dev_id, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_POINT(converted);
   *converted = addr;
-  uint32_t agent = 0;
-  QLIX_COMM_CHECK_RC(dpp_dev_get_dev_agent_flag(dev_id, &agent), "dpp_dev_get_dev_agent_flag");
-  if (agent == 0 || flag == DPP_REG_FLAG_NO_CONVERT || !dpp_4k_reg(mod_no)) {
+  if (!dpp_dev_is_agent_mode(dev_id) || flag == DPP_REG_FLAG_NO_CONVERT || !dpp_4k_reg(mod_no)) {
     return QLIX_COMM_OK;
   }
   const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);

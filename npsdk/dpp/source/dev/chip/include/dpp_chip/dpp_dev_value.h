@@ -14,6 +14,8 @@ uint32_t dpp_dev_agent_addr_get(uint32_t dev_id, uint64_t* addr);
 /// 1: agent mode, only the 4 KiB windows of modules 13 to 17 are reached directly.
 uint32_t dpp_dev_agent_status_set(uint32_t dev_id, uint32_t agent_flag);
 uint32_t dpp_dev_get_dev_agent_flag(uint32_t dev_id, uint32_t* agent_flag);
+/// The same as an answer, for paths that have checked the device number; false when it is above 15.
+bool dpp_dev_is_agent_mode(uint32_t dev_id);
 
 /// The virtual port by which the driver is known to the card: bit 15 zero, bits 14-12 endpoint, bit 11 set for a
 /// virtual function, bits 10-8 physical function, bits 7-0 virtual function.

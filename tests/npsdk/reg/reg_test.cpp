@@ -1,0 +1,399 @@
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "dpp_chip/dpp_dev_mutex.h"
+#include "dpp_chip/dpp_dev_value.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_access.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "memory_device.h"
+#include "qlix_comm/bits.h"
+#include "qlix_comm/print.h"
+
+namespace {
+
+using np_test::memory;
+using np_test::memory_device_add;
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStdout;
+
+constexpr uint32_t out_of_range = 0x1205;
+constexpr uint32_t point_null = 0x1201;
+
+/// A register as bits: bit 0 is the least significant bit of the last byte.
+class bit_model {
+ public:
+  explicit bit_model(uint32_t width) : bits_(width * 8) {}
+  void put(uint32_t msb, uint32_t len, uint32_t value) {
+    for (uint32_t i = 0; i < len; ++i) {
+      bits_[msb - len + 1 + i] = i < 32 && (value >> i & 1) != 0;
+    }
+  }
+  uint32_t get(uint32_t msb, uint32_t len) const {
+    uint32_t value = 0;
+    for (uint32_t i = 0; i < len; ++i) {
+      value |= uint32_t{bits_[msb - len + 1 + i]} << i;
+    }
+    return value;
+  }
+  uint8_t byte(uint32_t index) const {
+    const uint32_t low = static_cast<uint32_t>(bits_.size()) - 8 * (index + 1);
+    return static_cast<uint8_t>(get(low + 7, 8));
+  }
+  uint32_t word(uint32_t index) const {
+    const uint32_t low = static_cast<uint32_t>(bits_.size()) - 32 * (index + 1);
+    return get(low + 31, 32);
+  }
+
+ private:
+  std::vector<bool> bits_;
+};
+
+TEST(FieldPacking, AgreesWithABitModelForRandomFields) {
+  std::mt19937 engine(7);
+  const auto random = [&engine] { return static_cast<uint32_t>(engine()); };
+  for (int round = 0; round < 20000; ++round) {
+    const uint32_t width = 1 + random() % 512;
+    const uint32_t len = 1 + random() % std::min(32u, width * 8);
+    const uint32_t msb = len - 1 + random() % (width * 8 - len + 1);
+    std::vector<uint8_t> buffer(width);
+    bit_model model(width);
+    for (uint32_t i = 0; i < width; ++i) {
+      buffer[i] = static_cast<uint8_t>(random());
+      model.put(8 * (width - i) - 1, 8, buffer[i]);
+    }
+    const uint32_t value = random();
+    const uint32_t masked = len == 32 ? value : value & ((1u << len) - 1);
+    ASSERT_EQ(qlix_comm_write_bits_ex(buffer.data(), width * 8, masked, msb, len), 0u);
+    model.put(msb, len, masked);
+    for (uint32_t i = 0; i < width; ++i) {
+      ASSERT_EQ(buffer[i], model.byte(i)) << "width " << width << " msb " << msb << " len " << len << " byte " << i;
+    }
+    uint32_t back = 0;
+    ASSERT_EQ(qlix_comm_read_bits_ex(buffer.data(), width * 8, &back, msb, len), 0u);
+    ASSERT_EQ(back, masked);
+  }
+}
+
+// The words of one instance as they lie in the memory behind the device.
+std::vector<uint32_t> stored_words(const dpp_reg_info& info, uint32_t m, uint32_t n) {
+  uint32_t addr = 0;
+  EXPECT_EQ(dpp_reg_get_reg_addr(info.reg_no, m, n, &addr), 0u);
+  if (info.access == DPP_REG_ACCESS_SE_ALG) {
+    const auto& line = memory().alg_lines[addr & 0x1FFFFF];
+    return {line.begin(), line.end()};
+  }
+  if (info.access == DPP_REG_ACCESS_TM) {
+    return {memory().tm_words[addr]};
+  }
+  std::vector<uint32_t> words;
+  for (uint32_t i = 0; i < info.width / 4; ++i) {
+    words.push_back(memory().words[addr + 4 * i]);
+  }
+  return words;
+}
+
+TEST(Rows, EveryRegisterIsWrittenAsItsFieldsSayAndReadBack) {
+  memory_device_add(0);
+  memory().record = false;
+  for (uint32_t reg_no = 0; reg_no < DPP_REG_NUM; ++reg_no) {
+    const dpp_reg_info& info = *dpp_reg_info_get(reg_no);
+    const uint32_t places[][2] = {{0, 0}, {info.m_size - 1, info.n_size - 1}};
+    for (const auto& [m, n] : places) {
+      uint32_t values[DPP_REG_FIELD_MAX];
+      uint32_t back[DPP_REG_FIELD_MAX];
+      ASSERT_EQ(dpp_reg_rand_val_get(reg_no, values), 0u);
+      ASSERT_EQ(dpp_reg_write(0, reg_no, m, n, values), 0u);
+      bit_model model(info.width);
+      const auto fields = dpp_reg_fields_get(info);
+      for (size_t i = 0; i < fields.size(); ++i) {
+        model.put(fields[i].msb_pos, fields[i].len, values[i]);
+      }
+      const std::vector<uint32_t> words = stored_words(info, m, n);
+      for (uint32_t i = 0; i < words.size(); ++i) {
+        ASSERT_EQ(words[i], model.word(i)) << dpp_reg_name_get(reg_no) << " word " << i;
+      }
+      ASSERT_EQ(dpp_reg_read(0, reg_no, m, n, back), 0u);
+      for (size_t i = 0; i < fields.size(); ++i) {
+        ASSERT_EQ(back[i], values[i]) << dpp_reg_name_get(reg_no) << " field " << dpp_reg_text_get(fields[i].name);
+      }
+    }
+  }
+}
+
+TEST(Rows, NoTwoRegistersShareAWord) {
+  std::map<uint64_t, uint32_t> owner;  // address space and address
+  for (uint32_t reg_no = 0; reg_no < DPP_REG_NUM; ++reg_no) {
+    const dpp_reg_info& info = *dpp_reg_info_get(reg_no);
+    const bool window = info.access == DPP_REG_ACCESS_TM || info.access == DPP_REG_ACCESS_SE_ALG;
+    const uint64_t space = window ? uint64_t{info.access} << 32 : 0;
+    for (uint32_t m = 0; m < info.m_size; ++m) {
+      for (uint32_t n = 0; n < info.n_size; ++n) {
+        uint32_t addr = 0;
+        ASSERT_EQ(dpp_reg_get_reg_addr(reg_no, m, n, &addr), 0u);
+        for (uint32_t i = 0; i < (window ? 1 : info.width / 4); ++i) {
+          const auto [found, added] = owner.emplace(space + addr + 4 * i, reg_no);
+          ASSERT_TRUE(added) << dpp_reg_name_get(reg_no) << " and " << dpp_reg_name_get(found->second) << " at 0x"
+                             << std::hex << addr + 4 * i;
+        }
+      }
+    }
+  }
+}
+
+TEST(Rows, AreFoundByTheirNames) {
+  for (uint32_t reg_no = 0; reg_no < DPP_REG_NUM; ++reg_no) {
+    ASSERT_EQ(dpp_reg_no_find(dpp_reg_name_get(reg_no)), reg_no);
+  }
+  EXPECT_EQ(dpp_reg_no_find("no_such_register"), DPP_REG_NO_NONE);
+  EXPECT_EQ(dpp_reg_no_find(""), DPP_REG_NO_NONE);
+  EXPECT_EQ(dpp_reg_field_find(819, "cfg_queue_dtb_len"), 2u);
+  EXPECT_EQ(dpp_reg_field_find(819, "cfg"), DPP_REG_NO_NONE);
+  EXPECT_EQ(DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 819u);
+}
+
+TEST(Rows, GivenOnesAreExact) {
+  for (uint32_t i = 0; i < 3; ++i) {
+    const dpp_reg_info& doorbell = *dpp_reg_info_get(817 + i);
+    EXPECT_EQ(doorbell.mod_no, 13u);
+    EXPECT_EQ(doorbell.array_type, 1u);
+    EXPECT_EQ(doorbell.addr, 0x2000000 + 4 * i);
+    EXPECT_EQ(doorbell.n_size, 128u);
+    EXPECT_EQ(doorbell.n_step, 0x20u);
+    EXPECT_EQ(doorbell.width, 4u);
+  }
+  const dpp_reg_info& check = *dpp_reg_info_get(dpp_reg_no_find("cpu_check_reg"));
+  EXPECT_EQ(check.addr, 0x60u);
+  EXPECT_EQ(check.width, 4u);
+  EXPECT_EQ(check.array_type, 0u);
+  EXPECT_EQ(dpp_reg_fields_get(check)[0].len, 32u);
+  EXPECT_EQ(dpp_reg_fields_get(check)[0].default_value, 0xFFFFFFFFu);
+  const dpp_reg_info& zblock = *dpp_reg_info_get(dpp_reg_no_find("zblock_service_configure"));
+  EXPECT_EQ(zblock.array_type, 2u);
+  EXPECT_EQ(zblock.width, 64u);
+  EXPECT_EQ(zblock.m_size, 4u);
+  EXPECT_EQ(zblock.n_size, 8u);
+  EXPECT_EQ(zblock.m_step, 0x4000u);
+  EXPECT_EQ(zblock.n_step, 0x800u);
+  const auto fields = dpp_reg_fields_get(zblock);
+  ASSERT_EQ(fields.size(), 3u);
+  EXPECT_STREQ(dpp_reg_text_get(fields[1].name), "hash_channel_sel");
+  EXPECT_EQ(fields[1].msb_pos, 2u);
+  EXPECT_EQ(fields[1].len, 2u);
+}
+
+TEST(Operations, RefuseWhatDoesNotExist) {
+  memory_device_add(0);
+  uint32_t values[DPP_REG_FIELD_MAX] = {};
+  CaptureStdout();
+  EXPECT_EQ(dpp_reg_write(16, 0, 0, 0, values), out_of_range);
+  EXPECT_EQ(dpp_reg_read(16, 0, 0, 0, values), out_of_range);
+  EXPECT_EQ(dpp_reg_write(0, 4440, 0, 0, values), out_of_range);
+  EXPECT_EQ(dpp_reg_read(0, 4440, 0, 0, values), out_of_range);
+  EXPECT_EQ(dpp_reg_write(0, 0, 0, 0, nullptr), point_null);
+  EXPECT_EQ(dpp_reg_read(0, 0, 0, 0, nullptr), point_null);
+  EXPECT_EQ(dpp_reg_read(9, 0, 0, 0, values), 1u);
+  EXPECT_EQ(dpp_reg_write32(0, DPP_REG_ZBLOCK_SERVICE_CONFIGURE, 1), out_of_range);
+  EXPECT_EQ(dpp_reg_read32(0, DPP_REG_PKTRX_UDF_TABLE, 0, 0, values), out_of_range);
+  EXPECT_EQ(dpp_reg_info_get(4440), nullptr);
+  EXPECT_EQ(dpp_reg_name_get(4440), nullptr);
+  EXPECT_EQ(dpp_reg_width_get(4440), 0u);
+  const std::string text = GetCapturedStdout();
+  EXPECT_NE(text.find("[min=0x4,max=0x4]"), std::string::npos);
+  EXPECT_NE(text.find("[Error:VALUE[0x1158] INVALID] [max=0x1157]"), std::string::npos);
+  EXPECT_TRUE(memory().writes.empty());
+}
+
+TEST(Operations, HandTheHooksCodeUp) {
+  memory_device_add(0);
+  memory().fail_code = 0x99;
+  uint32_t values[DPP_REG_FIELD_MAX] = {};
+  CaptureStdout();
+  EXPECT_EQ(dpp_reg_write(0, 0, 0, 0, values), 0x99u);
+  EXPECT_EQ(dpp_reg_read(0, 0, 0, 0, values), 0x99u);
+  EXPECT_EQ(dpp_reg_write32_bymn(0, 0, 0, 0, 1), 0x99u);
+  EXPECT_EQ(dpp_reg_read(0, DPP_REG_ZBLOCK_SERVICE_CONFIGURE, 0, 0, values), 0x99u);
+  EXPECT_NE(GetCapturedStdout().find("[ErrorCode:0x99] !-- "), std::string::npos);
+}
+
+TEST(Operations, MaskFieldsAndFormAddressesPastTheEnd) {
+  memory_device_add(0);
+  const uint32_t values[3] = {3, 0x3FF, 0xFFFFFFFF};
+  CaptureStdout();
+  EXPECT_EQ(dpp_reg_write(0, 819, 0, 128, values), 0u);
+  EXPECT_EQ(GetCapturedStdout(), "reg n_offset is out of range, reg_no:819, n:128, size:128\n");
+  ASSERT_EQ(memory().writes.size(), 1u);
+  EXPECT_EQ(memory().writes[0].first, 0x2000008u + 128 * 0x20);
+  EXPECT_EQ(memory().writes[0].second, (1u << 30) | (1u << 29) | 0x3FF);
+
+  uint32_t addr = 0;
+  CaptureStdout();
+  EXPECT_EQ(dpp_reg_get_reg_addr(DPP_REG_ZBLOCK_SERVICE_CONFIGURE, 4, 1, &addr), 0u);
+  EXPECT_EQ(addr, dpp_reg_info_get(DPP_REG_ZBLOCK_SERVICE_CONFIGURE)->addr + 4 * 0x4000 + 0x800);
+  EXPECT_EQ(dpp_reg_get_reg_addr(DPP_REG_ZBLOCK_SERVICE_CONFIGURE, 0x40000, 0, &addr), out_of_range);
+  const std::string text = GetCapturedStdout();
+  EXPECT_NE(text.find("reg n_offset or m_offset is out of range, reg_no:1803, n:1, n_size:8, m:4, m_size:4,\n"),
+            std::string::npos);
+}
+
+TEST(Operations, Write32ReachesEveryInstance) {
+  memory_device_add(0);
+  EXPECT_EQ(dpp_reg_write32(0, DPP_REG_ODMA_LIF0_PFC_CNT, 7), 0u);
+  const dpp_reg_info& info = *dpp_reg_info_get(DPP_REG_ODMA_LIF0_PFC_CNT);
+  EXPECT_EQ(memory().writes.size(), dpp_reg_instance_num_get(info));
+  uint32_t value = 0;
+  EXPECT_EQ(dpp_reg_read32(0, info.reg_no, info.m_size - 1, info.n_size - 1, &value), 0u);
+  EXPECT_EQ(value, 7u);
+}
+
+TEST(Operations, DefaultAndMaximumValuesFollowTheFields) {
+  uint32_t values[DPP_REG_FIELD_MAX] = {};
+  EXPECT_EQ(dpp_reg_default_val_get(DPP_REG_CPU_CHECK_REG, values), 0u);
+  EXPECT_EQ(values[0], 0xFFFFFFFFu);
+  EXPECT_EQ(dpp_reg_max_val_get(819, values), 0u);
+  EXPECT_EQ(values[0], 1u);
+  EXPECT_EQ(values[2], 0x3FFu);
+}
+
+TEST(Window, MovesSixteenWordsLastWordFirst) {
+  memory_device_add(0);
+  uint32_t data[16];
+  for (uint32_t i = 0; i < 16; ++i) {
+    data[i] = 0x100 + i;
+  }
+  ASSERT_EQ(dpp_se_alg_write(0, 0xFFE12345, data), 0u);
+  ASSERT_EQ(memory().writes.size(), 17u);
+  for (uint32_t i = 0; i < 16; ++i) {
+    EXPECT_EQ(memory().writes[i].first, 0x280008u + 4 * i);
+    EXPECT_EQ(memory().writes[i].second, data[15 - i]);
+  }
+  EXPECT_EQ(memory().writes[16], (std::pair<uint32_t, uint32_t>{0x280004, 0x12345}));
+  uint32_t back[16] = {};
+  ASSERT_EQ(dpp_se_alg_read(0, 0x12345, back), 0u);
+  EXPECT_EQ(back[0], 0x100u);
+  EXPECT_EQ(back[15], 0x10Fu);
+}
+
+TEST(Window, GivesUpOnASilentWindowAndLeavesTheMutexFree) {
+  memory_device_add(0);
+  memory().windows_answer = false;
+  uint32_t data[16] = {};
+  CaptureStdout();
+  EXPECT_EQ(dpp_se_alg_read(0, 0, data), DPP_RC_REG_WINDOW_TIMEOUT);
+  GetCapturedStdout();
+  dpp_mutex* mutex = nullptr;
+  ASSERT_EQ(dpp_dev_opr_mutex_get(0, DPP_DEV_MUTEX_T_SE_ALG, &mutex), 0u);
+  DPP_MUTEX_GUARD(guard, mutex);
+  EXPECT_TRUE(guard.locked());
+}
+
+struct conversion {
+  uint32_t mod_no;
+  uint32_t addr;
+  uint32_t agent;
+};
+
+TEST(AgentMode, ConvertsTheWindowsOfFiveModules) {
+  memory_device_add(0);
+  dpp_dev_agent_status_set(0, 1);
+  const conversion rows[] = {
+      {13, 0x2000028, 0x2000028}, {14, 0x202010, 0x2001010}, {15, 0x8c004, 0x2002004},
+      {15, 0x94004, 0x2003004},   {15, 0xb4ffc, 0x2007ffc},  {16, 0x280004, 0x2008004},
+      {17, 0x310010, 0x2009010},  {4, 0x200000, 0x200000},   {6, 0x280004, 0x280004},
+  };
+  uint32_t converted = 0;
+  for (const conversion& row : rows) {
+    EXPECT_EQ(dpp_reg_addr_convert(0, row.mod_no, 0, row.addr, &converted), 0u);
+    EXPECT_EQ(converted, row.agent) << "module " << row.mod_no << std::hex << " address " << row.addr;
+    dpp_reg_addr_convert(0, row.mod_no, 1, row.addr, &converted);
+    EXPECT_EQ(converted, row.addr);
+  }
+  memory_device_add(0, DPP_DEV_ACCESS_TYPE_RISCV);
+  dpp_dev_agent_status_set(0, 1);
+  dpp_reg_addr_convert(0, 16, 0, 0x280004, &converted);
+  EXPECT_EQ(converted, 0x280004u);
+  memory_device_add(0);
+  dpp_reg_addr_convert(0, 16, 0, 0x280004, &converted);
+  EXPECT_EQ(converted, 0x280004u);
+}
+
+TEST(AgentMode, LeavesOtherModulesAlone) {
+  memory_device_add(0);
+  dpp_dev_agent_status_set(0, 1);
+  memory().words[dpp_reg_info_get(DPP_REG_STAT_PPU_ERAM_BADDR)->addr] = 0x123;
+  uint32_t values[DPP_REG_FIELD_MAX] = {55};
+  EXPECT_EQ(dpp_reg_write(0, DPP_REG_STAT_PPU_ERAM_BADDR, 0, 0, values), 0u);
+  EXPECT_EQ(dpp_reg_read(0, DPP_REG_STAT_PPU_ERAM_BADDR, 0, 0, values), 0u);
+  EXPECT_EQ(values[0], 0u);
+  EXPECT_TRUE(memory().writes.empty());
+  EXPECT_EQ(memory().reads, 0u);
+
+  values[0] = 0xABCD;
+  EXPECT_EQ(dpp_reg_write(0, 818, 0, 2, values), 0u);
+  EXPECT_EQ(memory().writes.at(0), (std::pair<uint32_t, uint32_t>{0x2000044, 0xABCD}));
+  memory().window_shift = 0x2008000 - 0x280000;
+  uint32_t zblock[3] = {1, 2, 1};
+  EXPECT_EQ(dpp_reg_write(0, DPP_REG_ZBLOCK_SERVICE_CONFIGURE, 1, 2, zblock), 0u);
+  EXPECT_EQ(memory().writes.back().first, 0x2008004u);
+  uint32_t back[3] = {};
+  EXPECT_EQ(dpp_reg_read(0, DPP_REG_ZBLOCK_SERVICE_CONFIGURE, 1, 2, back), 0u);
+  EXPECT_EQ(back[1], 2u);
+}
+
+TEST(AgentMode, FilterHidesFiveRegisters) {
+  memory_device_add(0);
+  uint32_t flag = 0;
+  for (const uint32_t reg_no : {661u, 662u, 663u, 3121u, 3122u, 660u}) {
+    const bool filtered = reg_no != 660;
+    dpp_reg_filter_en_set(1);
+    dpp_dev_agent_status_set(0, 0);
+    dpp_reg_filter_flag_get(0, reg_no, &flag);
+    EXPECT_EQ(flag, 0u);
+    dpp_dev_agent_status_set(0, 1);
+    dpp_reg_filter_flag_get(0, reg_no, &flag);
+    EXPECT_EQ(flag, filtered ? 1u : 0u) << reg_no;
+    dpp_reg_filter_en_set(0);
+    dpp_reg_filter_flag_get(0, reg_no, &flag);
+    EXPECT_EQ(flag, 0u);
+  }
+  dpp_reg_filter_en_set(1);
+  EXPECT_EQ(dpp_reg_filter_en_get(), 1u);
+  qlix_comm_set_print_level(QLIX_TRACE_INFO_PRINT);
+  uint32_t value = 1;
+  CaptureStdout();
+  EXPECT_EQ(dpp_reg_write(0, 661, 0, 0, &value), 0u);
+  EXPECT_EQ(dpp_reg_read(0, 661, 0, 0, &value), 0u);
+  EXPECT_EQ(GetCapturedStdout(),
+            "reg_no[0x295] no hardware configuration.\nreg_no[0x295] no hardware configuration.\n");
+  EXPECT_EQ(value, 0u);
+  EXPECT_TRUE(memory().writes.empty());
+}
+
+TEST(Capture, PrintsAccessesOfItsWindowWhateverTheLevel) {
+  memory_device_add(0);
+  uint32_t value = 0x1234;
+  CaptureStdout();
+  EXPECT_EQ(dpp_reg_cap_cfg_set(1, 817, 818), 0u);
+  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
+  dpp_reg_write(0, 817, 0, 1, &value);
+  dpp_reg_read(0, 817, 0, 1, &value);
+  dpp_reg_write(0, 816, 0, 0, &value);
+  EXPECT_EQ(qlix_comm_get_print_level(), QLIX_TRACE_PRINT);
+  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
+  dpp_reg_cap_cfg_set(0, 0, 0);
+  EXPECT_EQ(GetCapturedStdout(),
+            "REG CAPTURE CFG: en:1, reg_start:817[0x331], reg_end:818[0x332],\n"
+            "dpp_reg_write: addr=0x02000020, data=0x00001234.\n"
+            "dpp_reg_read: addr=0x02000020, data=0x00001234.\n"
+            "REG CAPTURE CFG: en:0, reg_start:0[0x0], reg_end:0[0x0],\n");
+  CaptureStdout();
+  EXPECT_EQ(dpp_reg_cap_cfg_set(2, 0, 0), out_of_range);
+  EXPECT_EQ(dpp_reg_cap_cfg_set(1, 0, 4440), out_of_range);
+  GetCapturedStdout();
+}
+
+}  // namespace
