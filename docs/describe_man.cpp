@@ -89,7 +89,9 @@ void describe_man() {
   maintenance_print(0);
   printf(".SH SUPER\\-USER MAINTENANCE COMMANDS\nOnly in the shell, after su.\n");
   maintenance_print(1);
-  printf(".SH MODULE COMMANDS\nIn the shell after the module's name, from the command line through bind.\n");
+  printf(
+      ".SH MODULE COMMANDS\nIn the shell, after the module's name. From the command line, as\n.PP\n"
+      ".RS\n.BI \"kxtool bind\" \" device module command\"\n.RI [ words ...]\n.RE\n");
   for (uint32_t id = KXTOOLS_MODULE_KXNP; id <= KXTOOLS_MODULE_KXRDMA; id++) {
     module_print(kxtools_cmd_list_addr_get()[id]);
   }

@@ -1,6 +1,5 @@
 #include "common/report.h"
 
-#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -53,10 +52,9 @@ void kx_print(const char* format, ...) {
 }
 
 int kx_exit_status(int status) {
-  errno = 0;
   if (fflush(stdout) == 0 && ferror(stdout) == 0) {
     return status;
   }
-  fprintf(stderr, "kxtool: writing to standard output failed: %s\n", errno == 0 ? "output lost" : strerror(errno));
+  fputs("kxtool: writing to standard output failed\n", stderr);
   return status == 0 ? 1 : status;
 }

@@ -4,8 +4,10 @@
 
 #include <cstdio>
 
+#include "common/report.h"
+
 void kxtool_process_exit(int status) {
-  fflush(stdout);
+  const int exit_status = kx_exit_status(status);
   fflush(stderr);
-  _exit(status);
+  _exit(exit_status);
 }

@@ -124,7 +124,9 @@ void Process::spawn(const Command& command) {
 
   int in[2] = {-1, -1}, out[2] = {-1, -1}, err[2] = {-1, -1};
   if (command.terminal) {
-    pid_ = forkpty(&output_, nullptr, nullptr, nullptr);
+    // A terminal without a size would be asked for it, and nobody answers here.
+    const struct winsize size = {.ws_row = 24, .ws_col = 80, .ws_xpixel = 0, .ws_ypixel = 0};
+    pid_ = forkpty(&output_, nullptr, nullptr, &size);
     input_ = output_;
   } else {
     if (command.input_is_file) {

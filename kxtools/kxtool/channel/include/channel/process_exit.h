@@ -1,7 +1,8 @@
 // The one way in which a maintenance command's process ends.
 #pragma once
 
-/// Flushes standard output and standard error and ends the process at once with `status`. Neither the shell's input,
+/// Flushes standard output and standard error and ends the process at once with `status`, or with 1 instead of 0 when
+/// something that was printed is lost. Neither the shell's input,
 /// whose buffer this process inherited at the fork, nor what a running receive thread uses is touched: no exit handlers
 /// and no static destructors run.
 [[noreturn]] void kxtool_process_exit(int status);

@@ -1,0 +1,206 @@
+// One command line on the card: the device that it names, the compatibility gate, the status, and what stays behind.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "text.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+struct line_case {
+  const char* card;
+  std::vector<std::string> words;
+  int status;
+  std::string said;
+};
+
+void check(const std::vector<line_case>& cases) {
+  for (const line_case& c : cases) {
+    const kx_system::Result result = kx_system::run({.card = c.card, .words = c.words});
+    EXPECT_EQ(without_line_numbers(result.out), c.said) << c.card << testing::PrintToString(c.words);
+    EXPECT_EQ(result.status, c.status) << c.card << testing::PrintToString(c.words);
+  }
+}
+
+std::string execute_error(const std::string& text) {
+  return "kxtools_err: [kxtools_cmd_execute][#] " + text + "\n";
+}
+
+const std::string NAME_FAILED = execute_error("kxtools_dev_name2bdf failed!");
+const std::string INFO_FAILED = execute_error("kxtools_dev_info_set failed!");
+
+std::string name_error(const std::string& text) {
+  return "kxtools_err: [kxtools_dev_name2bdf][#] " + text + "\n" + NAME_FAILED;
+}
+
+TEST(Line, RunsOnTheDeviceThatItNames) {
+  check({
+      {"{}", {"sn_info", "eth0", "sn_info"}, 0, SERIAL_NUMBER},
+      {"{}", {"sn_info  eth1 ", "sn_info"}, 0, SERIAL_NUMBER},
+      {"{}", {"bind", "eth0", "kxrdma"}, 0, "kxrdma" + std::string(59, ' ') + "kxrdma help info\n"},
+      {"{}", {"bind", "0000:3b:00.1", "kxrdma"}, 0, "kxrdma" + std::string(59, ' ') + "kxrdma help info\n"},
+  });
+}
+
+TEST(Line, IsRefusedBeforeItTouchesADevice) {
+  check({
+      {"{}", {"foo"}, 255, "kxtool foo: No such command for kxtools!\n"},
+      {"{}", {"sn_inf", "eth0"}, 255, "kxtool sn_inf eth0: No such command for kxtools!\n"},
+      {"{}", {"shell", "eth0"}, 255, "kxtool shell eth0: No such command for kxtools!\n"},
+      {"{}", {"reset", "eth0"}, 255, "kxtool reset eth0: No execution permission!\n"},
+      {"{}", {"su", "opsu"}, 255, "kxtool su opsu: No such command for kxtools!\n"},
+      {"{}", {"sn_info", "eth9", "x"}, 255, name_error("fopen /sys/class/net/eth9/device/uevent failed")},
+      {"{}", {"sn_info", "lo", "x"}, 255, name_error("fopen /sys/class/net/lo/device/uevent failed")},
+      {"{}", {"sn_info", "..", "x"}, 255, name_error("'..' is neither a PCI address nor a network interface name")},
+      {"{}",
+       {"sn_info", "../../class/net/eth0", "x"},
+       255,
+       name_error("'../../class/net/eth0' is neither a PCI address nor a network interface name")},
+      {"{}", {"-v", "eth9"}, 255, name_error("fopen /sys/class/net/eth9/device/uevent failed")},
+      {"{}",
+       {"sn_info", "0000:3b:00.8", "x"},
+       255,
+       "Max kx function is 7, Please check your sbdf!\n" +
+           name_error("fopen /sys/class/net/0000:3b:00.8/device/uevent failed")},
+      {"{}",
+       {"sn_info", "0000:99:00.0", "x"},
+       255,
+       "Failed to open resource file: /sys/bus/pci/devices/0000:99:00.0/resource\n"
+       "kxtools_err: [kxtools_dev_info_set][#] Failed to get bar info from sys\n" +
+           INFO_FAILED},
+  });
+}
+
+constexpr char UEVENT_WITHOUT_SLOT[] = R"({"functions": {"0000:3b:00.0": {"files": {"uevent": "DRIVER=x\n"}}}})";
+constexpr char UEVENT_SHORT[] = R"({"functions": {"0000:3b:00.0": {"files": {"uevent": "PCI_SLOT_NAME=3b:00.0\n"}}}})";
+constexpr char UEVENT_BAD[] =
+    R"({"functions": {"0000:3b:00.0": {"files": {"uevent": "PCI_SLOT_NAME=0000:3b:00-0\n"}}}})";
+constexpr char RESOURCE_GARBAGE[] = R"({"functions": {"0000:3b:00.0": {"files": {"resource": "garbage\n"}}}})";
+constexpr char RESOURCE_ABSENT[] = R"({"functions": {"0000:3b:00.0": {"absent_files": ["resource0"]}}})";
+// "resource" promises twice the 64 MiB that the file has.
+constexpr char RESOURCE_TOO_LONG[] = R"({"functions": {"0000:3b:00.0": {"bar_size": 134217728}}})";
+constexpr char BAR_TOO_SMALL[] = R"({"bar0": {"size": 4096}})";
+constexpr char BAR_WITHOUT_RECORDS[] = R"({"bar0": {"size": 16384}})";
+
+TEST(Line, ReportsWhatIsWrongWithADevice) {
+  const std::string bar_failed = "kxtools_err: [kxtools_dev_info_set][#] Failed to get bar info from sys\n";
+  const std::string map_failed = "kxtools_err: [kxtools_dev_info_set][#] kxtools_dev_mmap failed\n" + INFO_FAILED;
+  const auto record_failed = [](const std::string& size) {
+    return "kxtools_err: [kxtools_compat_version_read][#] BAR 0 of " + size +
+           " bytes does not hold compatibility record 1!\n"
+           "kxtools_err: [kxtools_compat_version_if_exist][#] compat_id 1 invalid, max value is 10!\n" +
+           execute_error("kxtools_compat_version_if_exist KXTOOLS_COMPAT_KXTOOL failed");
+  };
+  const std::vector<std::string> words = {"sn_info", "eth0", "sn_info"};
+  check({
+      {UEVENT_WITHOUT_SLOT, words, 255, name_error("pci_bus_id is NULL")},
+      {UEVENT_SHORT, words, 255, name_error("format of bdf(3b:00.0) is err")},
+      {UEVENT_BAD, words, 255, name_error("pcie_sbdf_parse 0000:3b:00-0 failed")},
+      {RESOURCE_GARBAGE, words, 255,
+       "Malformed line in resource file: /sys/bus/pci/devices/0000:3b:00.0/resource\n"
+       "BAR index 0 not found in resource file: /sys/bus/pci/devices/0000:3b:00.0/resource\n" +
+           bar_failed + INFO_FAILED},
+      {RESOURCE_ABSENT, words, 255,
+       "kxtools_err: [kxtools_dev_mmap][#] open file /sys/bus/pci/devices/0000:3b:00.0/resource0 failed!\n" +
+           map_failed},
+      {RESOURCE_TOO_LONG, words, 255,
+       "kxtools_err: [kxtools_dev_mmap][#] file /sys/bus/pci/devices/0000:3b:00.0/resource0: mmap failed!\n" +
+           map_failed},
+      {BAR_TOO_SMALL, words, 255, record_failed("0x1000")},
+      {BAR_WITHOUT_RECORDS, words, 255, record_failed("0x4000")},
+  });
+}
+
+TEST(Line, ForgesNothingFromASlotWithASeparatorInIt) {
+  const kx_system::Result result = kx_system::run(
+      {.card = R"({"functions": {"0000:3b:00.0": {"files": {"uevent": "PCI_SLOT_NAME=../3b:00:0.0/\n"}}}})",
+       .words = {"sn_info", "eth0", "sn_info"}});
+  EXPECT_EQ(result.status, 255);
+  EXPECT_THAT(without_line_numbers(result.out), HasSubstr(NAME_FAILED));
+}
+
+TEST(Line, PassesTheGateOfItsOwnDevicesRecord) {
+  const std::vector<std::string> words = {"sn_info", "eth0", "sn_info"};
+  const auto refused = [](const std::string& text) {
+    return "kxtools_err: [kxtools_compat_version_check][#] " + text +
+           "\nkxtool sn_info eth0 sn_info: Compatibility check failed!\n";
+  };
+  check({
+      {R"({"bar0": {"compat": {"1": {"fw_minor": 3}}}})", words, 0, SERIAL_NUMBER},
+      {R"({"bar0": {"compat": {"1": {"major": 1}}}})", words, 255, refused("cmd major 0 is not match fw 1!")},
+      {R"({"bar0": {"compat": {"1": {"drv_minor": 1}}}})", words, 255, refused("cmd drv_minor 0 is lower than fw 1!")},
+      {R"({"bar0": {"compat": {"0": {"major": 9}, "3": {"major": 9}}}})", words, 0, SERIAL_NUMBER},
+      {R"({"bar0": {"compat": {"1": {"present": false, "major": 9, "drv_minor": 9}}}})", words, 0,
+       "Warning: No firmware compatibility information available!\n" + SERIAL_NUMBER},
+      // Entries without versions are not checked, whatever the card says.
+      {R"({"bar0": {"compat": {"1": {"major": 1}}}})",
+       {"bind", "eth0", "kxrdma"},
+       0,
+       "kxrdma" + std::string(59, ' ') + "kxrdma help info\n"},
+  });
+}
+
+TEST(Line, ADeadCardIsWarnedOfAndDoesNotCrash) {
+  // A card that has left the bus reads all ones.
+  const kx_system::Result result = script_run(
+      "cd /sys/bus/pci/devices/0000:3b:00.0\n"
+      "head -c 65536 /dev/zero | tr '\\0' '\\377' | dd of=resource0 conv=notrunc status=none\n"
+      "$KXTOOL bind eth0 kxrdma");
+  EXPECT_THAT(result.out, StartsWith("Warning: No firmware compatibility information available!\n"));
+  EXPECT_EQ(result.status, 255);
+}
+
+TEST(Line, HelpTakesNoDevice) {
+  for (const std::vector<std::string>& words :
+       std::vector<std::vector<std::string>>{{"sn_info", "-h"}, {"fwupdate", "--help"}, {"-h"}, {"-v"}}) {
+    const kx_system::Result result =
+        kx_system::run({.card = R"({"functions": {"0000:3b:00.0": {"present": false}}})", .words = words});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.out, testing::Not(HasSubstr("kxtools_err")));
+    EXPECT_THAT(result.log_of("ioctl"), IsEmpty());
+  }
+}
+
+TEST(Line, HasAtMost48WordsAfterTheSubCommand) {
+  std::vector<std::string> words = {"sn_info", "eth0"};
+  words.resize(1 + 49, "w");
+  const kx_system::Result result = kx_system::run({.words = words});
+  EXPECT_THAT(without_line_numbers(result.out), StartsWith("kxtools_err: [kxtool_cmd][#] ctx is NULL\nkxtool sn_info"));
+  EXPECT_EQ(result.status, 255);
+}
+
+TEST(Line, KeepsItsMessagesOutOfDeviceFilesWhenItsStreamsAreClosed) {
+  const struct {
+    const char* script;
+    int status;
+    const char* out;
+  } cases[] = {
+      {"$KXTOOL sn_info eth0 sn_info <&- 2>&-", 0, "sn=KX2601A00042\n"},
+      {"$KXTOOL sn_info eth0 sn_info <&- >&- 2>&-", 0, ""},
+      {"$KXTOOL sn_info eth9 sn_info <&- >&- 2>&-", 255, ""},
+      {"$KXTOOL <&- >&- 2>&-", 1, ""},
+  };
+  for (const auto& c : cases) {
+    // What the card's memory and configuration space hold must be what they held.
+    const kx_system::Result result = script_run(
+        "cd /sys/bus/pci/devices/0000:3b:00.0; cp config /tmp/kxtool/c; head -c 65536 resource0 > /tmp/kxtool/b\n" +
+        std::string(c.script) +
+        "\nstatus=$?; cmp config /tmp/kxtool/c && head -c 65536 resource0 | cmp - /tmp/kxtool/b && exit $status");
+    EXPECT_EQ(result.status, c.status) << c.script;
+    EXPECT_EQ(result.out, c.out) << c.script;
+    EXPECT_EQ(result.err, "") << c.script;
+  }
+}
+
+TEST(Line, SaysWhenItsOutputIsLost) {
+  for (const char* words : {"sn_info eth0 sn_info", "-v", "-h", "bind eth0 kxrdma"}) {
+    const kx_system::Result result = script_run("$KXTOOL " + std::string(words) + " > /dev/full");
+    EXPECT_EQ(result.status, 1) << words;
+    EXPECT_EQ(result.err, "kxtool: writing to standard output failed\n") << words;
+  }
+}
+
+}  // namespace

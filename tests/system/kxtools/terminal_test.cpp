@@ -1,0 +1,129 @@
+// The shell on a terminal: prompt, completion, history, interrupts, and a terminal that can do nothing.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+
+#include "text.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+const std::string PROMPT = "[kxtool:0000:3b:00.0]>";
+const std::string ROOT_PROMPT = "[root@kxtool:0000:3b:00.0]#";
+
+class Terminal : public testing::Test {
+ protected:
+  // Starts the shell on a terminal and binds the first function.
+  void start(const char* card = "{}", const char* term = "TERM=xterm") {
+    process_.emplace(kx_system::Command{.card = card, .terminal = true, .environment = {term}});
+    ASSERT_TRUE(process_->expect(ASK));
+    process_->send("0\r");
+    ASSERT_TRUE(process_->expect(PROMPT)) << process_->output();
+  }
+  void type(const char* keys, const std::string& expected) {
+    process_->send(keys);
+    EXPECT_TRUE(process_->expect(expected)) << expected << " not in " << process_->output();
+  }
+  std::optional<kx_system::Process> process_;
+};
+
+TEST_F(Terminal, PromptFollowsDeviceAndLevel) {
+  start();
+  type("su opsu\r", ROOT_PROMPT);
+  type("sbdf\r", ASK);
+  type("1\r", "[root@kxtool:0000:3b:00.1]#");
+  type("logout\r", "[kxtool:0000:3b:00.1]>");
+  type("quit\r", "quit");
+  EXPECT_EQ(process_->wait().status, 0);
+}
+
+TEST_F(Terminal, TabCompletesWhatTheLevelMayRun) {
+  start();
+  type("kxto\tr\t", "kxtool repair ");
+  type("\x15kxtool sn\t", "kxtool sn_info ");
+  type("eth0 sn_info\r", "sn=KX2601A00042");
+  type("", PROMPT);
+  type("su opsu\r", ROOT_PROMPT);
+  type("kxtool res\t", "kxtool reset ");
+  type("\x15quit\r", "quit");
+  EXPECT_EQ(process_->wait().status, 0);
+}
+
+TEST_F(Terminal, ArrowUpBringsBackFailedLinesToo) {
+  start();
+  type("foo\r", "foo: No such command for kxtools!");
+  type("", PROMPT);
+  type("\x1b[A\r", "foo: No such command for kxtools!");
+  type("", PROMPT);
+  type("quit\r", "quit");
+  EXPECT_EQ(process_->wait().status, 255);
+}
+
+TEST_F(Terminal, InterruptStopsTheCommandAndNotTheShell) {
+  start(R"({"faults": {"driver": {"requests": [{"never_answers": true}]}}})");
+  process_->send("kxtool sn_info eth0 sn_info\r");
+  ASSERT_TRUE(process_->expect_log("ioctl_silent"));
+  type("\x03", PROMPT);
+  type("help\r", "display this help info");
+  type("", PROMPT);
+  type("quit\r", "quit");
+  EXPECT_EQ(process_->wait().status, 0);
+}
+
+TEST_F(Terminal, EndOfInputAndInterruptAtThePromptEndTheShell) {
+  for (const char* key : {"\x03", "\x04"}) {
+    start();
+    process_->send(key);
+    EXPECT_EQ(process_->wait().status, 0);
+  }
+}
+
+TEST_F(Terminal, ATerminalThatCanDoNothingStillHasAShell) {
+  start("{}", "TERM=dumb");
+  type("kxtool sn_info eth0 sn_info\n", "sn=KX2601A00042");
+  type("", PROMPT);
+  type("su opsu\n", ROOT_PROMPT);
+  type("\x04", "");
+  const kx_system::Result result = process_->wait();
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out, Not(HasSubstr("\x1b")));
+}
+
+// Lengths of the mappings of BAR 0 in a process.
+std::vector<uint64_t> bar_mappings(pid_t pid) {
+  std::vector<uint64_t> lengths;
+  std::ifstream maps("/proc/" + std::to_string(pid) + "/maps");
+  for (std::string line; std::getline(maps, line);) {
+    unsigned long start = 0;
+    unsigned long end = 0;
+    if (line.find("bar0") != std::string::npos || line.find("resource0") != std::string::npos) {
+      sscanf(line.c_str(), "%lx-%lx", &start, &end);
+      lengths.push_back(end - start);
+    }
+  }
+  return lengths;
+}
+
+TEST_F(Terminal, ALinesMappingEndsWithTheLine) {
+  start(R"({"bar0": {"compat": {"1": {"major": 1}}}})");
+  const std::vector<pid_t> tools = process_->tools();
+  ASSERT_EQ(tools.size(), 1u);
+  EXPECT_EQ(bar_mappings(tools[0]), std::vector<uint64_t>{0x4000000});
+  type("kxtool sn_info eth1 sn_info\r", "Compatibility check failed!");  // after mapping
+  type("", PROMPT);
+  type("kxtool dump_eth_info eth1\r", PROMPT);
+  EXPECT_EQ(bar_mappings(tools[0]), std::vector<uint64_t>{0x4000000});
+}
+
+TEST_F(Terminal, OnlyTheFirstGigabyteOfABarIsMapped) {
+  start(R"({"bar0": {"size": 4294967296}})");
+  const std::vector<pid_t> tools = process_->tools();
+  ASSERT_EQ(tools.size(), 1u);
+  EXPECT_EQ(bar_mappings(tools[0]), std::vector<uint64_t>{0x40000000});
+}
+
+}  // namespace

@@ -1,0 +1,59 @@
+// Texts that the tests of the framework share.
+#pragma once
+
+#include <cctype>
+#include <string>
+
+#include "system/process.h"
+
+/// `text` with the line number in each "[function][number]" replaced by '#'.
+inline std::string without_line_numbers(const std::string& text) {
+  std::string result;
+  for (size_t i = 0; i < text.size(); i++) {
+    result += text[i];
+    size_t end = i + 1;
+    while (end < text.size() && isdigit(static_cast<unsigned char>(text[end])) != 0) {
+      end++;
+    }
+    if (result.ends_with("][") && end > i + 1 && end < text.size() && text[end] == ']') {
+      result += '#';
+      i = end - 1;
+    }
+  }
+  return result;
+}
+
+inline const std::string RULE = "-----------------------------------------------------\n";
+inline const std::string DEVICE_LIST = RULE + RULE;
+
+/// `text` with nothing between the two rules of each device list, whose layout is its printer's affair.
+inline std::string without_devices(std::string text) {
+  for (size_t start = text.find(RULE); start != std::string::npos;) {
+    start += RULE.size();
+    const size_t end = text.find(RULE, start);
+    if (end == std::string::npos) {
+      break;
+    }
+    text.erase(start, end - start);
+    start = text.find(RULE, start + RULE.size());
+  }
+  return text;
+}
+
+/// Runs the shell with `input` on a pipe, or in a file; its output without line numbers and devices.
+inline kx_system::Result shell_run(const std::string& input, const std::string& card = "{}", bool is_file = false) {
+  kx_system::Result result = kx_system::run({.card = card, .input = input, .input_is_file = is_file});
+  result.out = without_devices(without_line_numbers(result.out));
+  return result;
+}
+
+/// A script of the system's shell in which $KXTOOL is the tool.
+inline kx_system::Result script_run(const std::string& script, const std::string& card = "{}") {
+  return kx_system::run({.card = card,
+                         .words = {"-c", script},
+                         .program = "/bin/sh",
+                         .environment = {std::string("KXTOOL=") + KX_SYSTEM_KXTOOL}});
+}
+
+inline const std::string ASK = "Please enter index: ";
+inline const std::string SERIAL_NUMBER = "sn=KX2601A00042\n";
