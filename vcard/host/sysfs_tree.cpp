@@ -88,7 +88,22 @@ std::string device_folder(const PciFunction& function) {
   return std::string(pci_bus_folder) + "/devices/" + function.sbdf;
 }
 
+/// Shows the function bound to its driver, from both sides.
+bool driver_link_make(const PciFunction& function, const std::string& folder) {
+  if (function.driver.empty()) {
+    return true;
+  }
+  std::string driver = std::string(pci_bus_folder) + "/drivers/" + function.driver;
+  std::string bound = driver + "/" + function.sbdf;
+  return folder_make(driver) && link_make("../../devices/" + function.sbdf, bound) &&
+         link_make("../../drivers/" + function.driver, folder + "/driver");
+}
+
 }  // namespace
+
+bool SysfsTree::Changes::leave_out(std::string_view name) const {
+  return std::find(absent.begin(), absent.end(), name) != absent.end();
+}
 
 SysfsTree::SysfsTree(Card& card) : card_(card) {
   CardSection functions = card.file().section("functions");
@@ -136,35 +151,40 @@ int SysfsTree::write() {
 
 bool SysfsTree::function_write(const PciFunction& function, const Changes& changes) {
   std::string folder = device_folder(function);
-  auto absent = [&](const char* name) {
-    return std::find(changes.absent.begin(), changes.absent.end(), name) != changes.absent.end();
+  bool good = folder_make(folder) && memory_files_write(function, changes) && driver_link_make(function, folder);
+  auto put = [&](const std::string& name, const std::string& text) {
+    std::string path = folder + "/" + name;
+    good = good && (unlink(path.c_str()) == 0 || errno == ENOENT) && file_write(path, text, 0644);
   };
-  bool good = folder_make(folder);
   for (const auto& [name, text] : text_files(function)) {
-    good = good && (absent(name.c_str()) || file_write(folder + "/" + name, text, 0644));
+    if (!changes.leave_out(name)) {
+      put(name, text);
+    }
   }
+  for (const auto& [name, text] : changes.files) {
+    put(name, text);
+  }
+  return good;
+}
+
+/// The files that both sides map: configuration space and BAR 0.
+bool SysfsTree::memory_files_write(const PciFunction& function, const Changes& changes) {
   std::string storage = storage_folder();
-  if (good && !absent("config")) {
+  std::string config = device_folder(function) + "/config";
+  std::string bar = device_folder(function) + "/resource0";
+  bool good = true;
+  if (!changes.leave_out("config")) {
     // A shorter configuration space is a copy: the card's own stays whole.
     std::string source = storage + "/config." + function.sbdf;
     std::string_view bytes(reinterpret_cast<const char*>(function.config.bytes().data()), function.config_size);
-    good = function.config_size == config_space_size ? link(source.c_str(), (folder + "/config").c_str()) == 0
-                                                     : file_write(folder + "/config", bytes, 0644);
+    good = function.config_size == config_space_size ? link(source.c_str(), config.c_str()) == 0
+                                                     : file_write(config, bytes, 0644);
   }
-  if (good && function.bar_size != 0 && !absent("resource0")) {
-    std::string bar = folder + "/resource0";
+  if (good && function.bar_size != 0 && !changes.leave_out("resource0")) {
+    std::string source = storage + "/bar0";
     good = function.is_card()
-               ? link((storage + "/bar0").c_str(), bar.c_str()) == 0
+               ? link(source.c_str(), bar.c_str()) == 0
                : file_write(bar, "", 0600) && truncate(bar.c_str(), static_cast<off_t>(function.bar_size)) == 0;
-  }
-  if (good && !function.driver.empty()) {
-    std::string driver = std::string(pci_bus_folder) + "/drivers/" + function.driver;
-    good = folder_make(driver) && link_make("../../devices/" + function.sbdf, driver + "/" + function.sbdf) &&
-           link_make("../../drivers/" + function.driver, folder + "/driver");
-  }
-  for (const auto& [name, text] : changes.files) {
-    good = good && (unlink((folder + "/" + name).c_str()) == 0 || errno == ENOENT) &&
-           file_write(folder + "/" + name, text, 0644);
   }
   return good;
 }

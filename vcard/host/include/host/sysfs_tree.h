@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "vcard/card.h"
@@ -26,9 +27,11 @@ class SysfsTree {
   struct Changes {
     std::vector<std::pair<std::string, std::string>> files;
     std::vector<std::string> absent;
+    bool leave_out(std::string_view name) const;
   };
-  bool function_write(const PciFunction& function, const Changes& changes);
-  bool interface_write(const PciFunction& function, size_t index);
+  static bool function_write(const PciFunction& function, const Changes& changes);
+  static bool memory_files_write(const PciFunction& function, const Changes& changes);
+  static bool interface_write(const PciFunction& function, size_t index);
 
   Card& card_;
   std::vector<Changes> changes_;  // one a function, same order
