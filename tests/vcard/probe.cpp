@@ -213,7 +213,7 @@ void step_mailbox(const Words& words) {
   if (!valid_becomes(slot, 0, 150)) {
     bar_write(slot, bar_read(slot) & ~1u);
     printf("mailbox time out\n");
-    usleep(5000);  // longer than the card's slowest look at the slot
+    usleep(1000);
     return;
   }
   printf("mailbox %s\n", slot_text(slot).c_str());

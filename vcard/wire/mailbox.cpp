@@ -100,7 +100,8 @@ bool Mailbox::take_request() {
     return false;
   }
   if (request_ignored_) {
-    return false;
+    // Keep looking often: the tool may take it back and send another one soon.
+    return true;
   }
   Bytes header = read_slot(slot, payload_offset);
   uint16_t event_id = get_le<uint16_t>(header, 2);
@@ -117,7 +118,7 @@ bool Mailbox::take_request() {
   Bytes reply;
   int32_t result = card_.processor().handle(event_id, payload, reply);
   if (result != 0 || (fault != nullptr && fault->never_answers)) {
-    card_.log().line("mailbox_silent result=%d", result);
+    card_.log().line("mailbox_silent result=%d", result == no_answer ? 0 : result);
     request_ignored_ = true;
     return true;
   }
