@@ -36,7 +36,7 @@ bytes with_length(bytes m, uint32_t length) {
 // Exactly as long as the bytes, so that the sanitizer sees a read behind them.
 std::unique_ptr<uint8_t[]> exact(const bytes& b) {
   auto copy = std::make_unique<uint8_t[]>(b.size());
-  memcpy(copy.get(), b.data(), b.size());
+  std::copy(b.begin(), b.end(), copy.get());
   return copy;
 }
 

@@ -287,8 +287,9 @@ TEST_F(Notice, TheReceiveThreadDeliversAndEndsWithTheBar) {
                                               return 0;
                                             }),
             0);
-  kxtool_device device;
-  device.bar = bar_.tool();
+  // As in the tool, the record outlives the thread.
+  static kxtool_device device;
+  device.bar = bar_.map_for_owner();
   bar_.write(NOTICE + 4, 0);
   ASSERT_EQ(tarn_bc_init(&device), 0);
   EXPECT_EQ(tarn_rx_poll_tick_get(), 5000u);

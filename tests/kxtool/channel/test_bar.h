@@ -15,13 +15,17 @@
 class test_bar {
  public:
   explicit test_bar(size_t size) {
-    const kx_unique_fd fd(memfd_create("test_bar", MFD_CLOEXEC));
-    EXPECT_EQ(ftruncate(fd.get(), static_cast<off_t>(size)), 0);
-    tool_ = map(fd.get(), size);
-    card_ = map(fd.get(), size);
+    fd_.reset(memfd_create("test_bar", MFD_CLOEXEC));
+    EXPECT_EQ(ftruncate(fd_.get(), static_cast<off_t>(size)), 0);
+    tool_ = kx_mapping(map(size), size);
+    card_ = kx_mapping(map(size), size);
   }
   kx_mmio_region tool() const {
     return {static_cast<volatile uint8_t*>(tool_.data()), tool_.size()};
+  }
+  /// One more mapping, which the tool gives back itself.
+  kx_mmio_region map_for_owner() const {
+    return {static_cast<volatile uint8_t*>(map(tool_.size())), tool_.size()};
   }
   /// The card's side: one word, ordered after everything the other side wrote before.
   uint32_t read(size_t offset) const {
@@ -46,14 +50,15 @@ class test_bar {
   }
 
  private:
-  static kx_mapping map(int fd, size_t size) {
-    void* data = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  void* map(size_t size) const {
+    void* data = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd_.get(), 0);
     EXPECT_NE(data, MAP_FAILED);
-    return {data, size};
+    return data;
   }
   uint32_t* word(size_t offset) const {
     return reinterpret_cast<uint32_t*>(static_cast<uint8_t*>(card_.data()) + offset);
   }
+  kx_unique_fd fd_;
   kx_mapping tool_;
   kx_mapping card_;
 };
