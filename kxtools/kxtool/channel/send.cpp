@@ -64,7 +64,7 @@ int32_t kxtool_pcieid_send_ostype_get(kxtool_device* device, uint32_t check) {
     uint16_t status;
     uint16_t os_type;
     uint32_t check;
-  } reply = {0xFFFF, 0, 0};
+  } reply = {0xFFFF, 0, ~check};  // a reply that is cut short must not pass for a good one
   static_assert(sizeof request == 8 && sizeof reply == 8);
 
   const tarn_tools_msg_ptr msg = tarn_tools_alloc_msg(sizeof request);

@@ -43,7 +43,15 @@ int kxtool_nic_bdf_get(kxtool_device* device) {
 }
 
 int kxtool_devname_is_kelpf(const kxtool_device& device) {
-  return sbdf_valid_check(device.sbdf) == 0 && pcie_find_ext_capability(device.sbdf, PCI_ECAP_ID_SRIOV, 0) > 0;
+  uint32_t identity = ALL_ONES;
+  if (sbdf_valid_check(device.sbdf) != 0 || pcie_cfg_read_dword(device.sbdf, 0, &identity) != 0) {
+    return 0;
+  }
+  if (identity == ALL_ONES) {
+    KXTOOLS_ERR("Device %s does not answer!\n", device.sbdf_text);
+    return 0;
+  }
+  return pcie_find_ext_capability(device.sbdf, PCI_ECAP_ID_SRIOV, 0) > 0;
 }
 
 int kxtool_not_kelpf_intercept(kxtool_device* device) {
@@ -52,13 +60,9 @@ int kxtool_not_kelpf_intercept(kxtool_device* device) {
 
 int check_pcie_power_state(const kxtool_device& device) {
   const int32_t capability = pcie_find_capability(device.sbdf, PCI_CAP_ID_POWER);
-  uint32_t control = ALL_ONES;
+  uint32_t control = 0;
   if (capability < 0 ||
       pcie_cfg_read_dword(device.sbdf, static_cast<uint32_t>(capability) + POWER_CONTROL, &control) != 0) {
-    return -1;
-  }
-  if (control == ALL_ONES) {
-    KXTOOLS_ERR("Device %s does not answer!\n", device.sbdf_text);
     return -1;
   }
   if ((control & POWER_STATE_MASK) != POWER_D3HOT) {

@@ -1,0 +1,142 @@
+// Bring-up of both channels: every failure of driver, netlink and mailbox, and notices of every kind.
+#include <gmock/gmock.h>
+
+#include "cases.h"
+
+using kx_system::Case;
+using kx_system::check;
+using kx_system::numbered;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+const std::vector<std::string> SN = {"sn_info", "eth0", "sn_info"};
+const std::vector<std::string> UPDATE = {"fwupdate", "0000:3b:00.0", "/nonexistent/package"};
+
+std::string driver_compat(const std::string& keys) {
+  return R"({"driver": {"compat": {)" + keys + "}}}";
+}
+std::string driver_fault(const std::string& keys) {
+  return R"({"faults": {"driver": {"requests": [{)" + keys + "}]}}}";
+}
+std::string mailbox_fault(const std::string& keys) {
+  return R"({"faults": {"mailbox": {"requests": [{)" + keys + "}]}}}";
+}
+
+TEST(Driver, BringUpFailuresEndTheCommand) {
+  const std::string version =
+      "kxtools_err: [tarn_tools_socket_init][N] kxtool_drv_version_check fail!\n"
+      "kxtools_err: [driver_open][N] tarn_tools_socket_init failed, ret=-1!\n";
+  const std::string compat = "kxtools_err: [driver_compat_check][N] ";
+  const std::string check_fn = "kxtools_err: [kxtool_drv_version_check][N] ";
+  const std::string registration = "kxtools_err: [tarn_tools_event_info_register][N] ";
+  const std::string op0 =
+      "\033[31mmsg_chan_err: [kxtool_pcieid_send_ostype_get][N]dev_pcieid send to riscv failed or "
+      "check error!\033[m\n";
+  const std::string failed = "kxtools_err: [driver_open][N] tarn_tools_event_info_register failed, ret=";
+  const Case cases[] = {
+      {driver_compat(R"("item": 1)"), SN, 1, compat + "version_compat_item is not kxtool!\n" + version},
+      {driver_compat(R"("major": 2, "tool_minor": 1)"), SN, 1, compat + "tool major:0 is not match drv:2!\n" + version},
+      {driver_compat(R"("tool_minor": 1)"), SN, 1, compat + "tool tool_minor:0 is lower than drv:1!\n" + version},
+      {driver_compat(R"("drv_minor": 255)"), SN, 0, "sn=KX2601A00042\n"},
+      {driver_compat(R"("present": false)"), SN, 0,
+       "Warning: No driver compatibility information available!\nsn=KX2601A00042\n"},
+      {driver_fault(R"("type": 6, "errno": 25)"), SN, 1, check_fn + "ioctl error, ret = -1!\n" + version},
+      {driver_fault(R"("type": 6, "status_flag": 7)"), SN, 1,
+       check_fn + "kxtool_kernel_version msg ioctl to kernel failed! ERROR:7!\n" + version},
+      {driver_fault(R"("type": 0, "errno": 16)"), SN, 1,
+       registration + "ioctl error, first, check if the driver of eth0 is corvane10e, ret=-1, errno = 16!\n" +
+           registration + "if so, check if kxtool with the eth0 is running, not allowed another!\n" + failed + "1!\n"},
+      {driver_fault(R"("type": 1, "errno": 5)"), SN, 1,
+       "kxtools_err: [send_by_driver][N] ioctl error,ret=-1!\n" + op0 + failed + "-1!\n"},
+      {R"({"information": {"wrong_check_word": true}})", SN, 1, op0 + failed + "-1!\n"},
+      {R"({"information": {"os_type_status": 1}})", SN, 1, op0 + failed + "-1!\n"},
+  };
+  for (const Case& c : cases) {
+    check(c);
+  }
+  const auto refused = kx_system::run({.card = driver_fault(R"("type": 0, "status_flag": 0)"), .words = SN});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(
+      numbered(refused.out),
+      testing::MatchesRegex("kxtools_err: .tarn_tools_event_info_register..N. the event_pid [0-9]+  of event_id "
+                            "39 ioctl to kernel failed!\n.*"));
+}
+
+TEST(Driver, AnInterfaceOfAnotherDriverIsNamed) {
+  check({R"({"functions": {"0000:3b:00.0": {"driver": "other"}}})", SN, 1,
+         "kxtools_err: [kxtool_drv_version_check][N] ioctl error, ret = -1!\n"
+         "kxtools_err: [tarn_tools_socket_init][N] kxtool_drv_version_check fail!\n"
+         "kxtools_err: [driver_open][N] tarn_tools_socket_init failed, ret=-1!\n"});
+}
+
+TEST(Driver, OnlyOneToolIsRegisteredAtAnInterface) {
+  const auto result = kx_system::run({
+      .card = R"({"faults": {"processor": {"requests": [{"op_code": 9, "never_answers": true}]}}})",
+      // The second run takes another lock name for the same interface's registration away from the first.
+      .words = {"-c",
+                "$KXTOOL mac_info eth0 mac_info & sleep 0.5; rm -f /tmp/kxtool/kxts_lock_eth0; "
+                "$KXTOOL sn_info eth0 sn_info; kill -9 $!; pkill -9 -P $!; true"},
+      .program = "/bin/sh",
+      .environment = {std::string("KXTOOL=") + KX_SYSTEM_KXTOOL},
+  });
+  EXPECT_THAT(result.out, HasSubstr("if so, check if kxtool with the eth0 is running, not allowed another!\n"));
+}
+
+// Runs a command that hangs in its request, so that what comes on netlink is seen.
+std::string hang_with(const std::string& rest) {
+  return R"({"faults": {"processor": {"requests": [{"op_code": 15, "never_answers": true}]})" + rest;
+}
+
+TEST(Netlink, NoticesNobodyKnowsAreReportedAndTheReceiverGoesOn) {
+  kx_system::Process tool({.card = hang_with(R"(}, "notices": [{"payload": "0c000000"}, {"payload": "ff"},
+                                                               {"payload": "02000000 0102"}, {"payload": "2a000000"}]})"),
+                           .words = SN});
+  EXPECT_TRUE(tool.expect("No information of corresponding op code 12 !"));
+  EXPECT_TRUE(tool.expect("No information of corresponding op code 0 !"));
+  EXPECT_TRUE(tool.expect("No information of corresponding op code 42 !"));
+}
+
+TEST(Netlink, AForeignMessageEndsTheReceiverWithALine) {
+  kx_system::Process tool({.card = hang_with(R"(, "netlink": {"notice_family_id": 99}},
+                                                "notices": [{"payload": "02000000"}]})"),
+                           .words = SN});
+  EXPECT_TRUE(tool.expect("the msg of family_id 99 not recvived!"));
+}
+
+TEST(Mailbox, BringUpTalksToTheCardInTheStatedBytes) {
+  for (const char* layout : {"0", "1", "7", "2", "255"}) {
+    const auto result =
+        kx_system::run({.card = std::string(R"({"bar0": {"layout_byte": )") + layout + "}}", .words = UPDATE});
+    EXPECT_EQ(result.status, 6) << layout << result.out;
+    EXPECT_THAT(result.log_of("mailbox header"),
+                ElementsAre("mailbox header=010027000800000000000000 payload=0000000000000000"));
+    EXPECT_THAT(result.log_of("ioctl"), IsEmpty());
+  }
+}
+
+TEST(Mailbox, AFailedExchangeEndsTheProcessWithItsCode) {
+  const std::string red = "\033[31mmsg_chan_err: ";
+  const std::string init = "kxtools_err: [mailbox_open][N] \r****Bar channel initialization has failed ret=-1****\n";
+  const Case cases[] = {
+      {mailbox_fault(R"("message_id": 7)"), UPDATE, 15,
+       red + "[reply_take][N]send msg id: 0, but get reply msg id: 7.\033[m\nBAR MSG SEND ERR:ret 15 !\n"},
+      {mailbox_fault(R"("length": 9)"), UPDATE, 12,
+       red + "[reply_take][N]reps_buf_len is 8, but reps_msg_len is 9\033[m\nBAR MSG SEND ERR:ret 12 !\n"},
+      {mailbox_fault(R"("length": 2)"), UPDATE, 1,
+       red + "[kxtool_pcieid_send_ostype_get][N]dev_pcieid send to riscv failed or check error!\033[m\n" + init},
+      {R"({"information": {"wrong_check_word": true}})", UPDATE, 1,
+       red + "[kxtool_pcieid_send_ostype_get][N]dev_pcieid send to riscv failed or check error!\033[m\n" + init},
+      {R"({"bar0": {"size": "0xf0fff8"}})", UPDATE, 1,
+       "mts_err: [area_prepare][N]BAR 0 of 0000:3b:00.0 has only 0xf0fff8 bytes, the message area lies behind its "
+       "end\n" +
+           init},
+  };
+  for (const Case& c : cases) {
+    check(c);
+  }
+}
+
+}  // namespace

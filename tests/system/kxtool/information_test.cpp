@@ -1,0 +1,220 @@
+// Card information and VF policy: every answer and every failure of the four commands, with the bytes that they send.
+#include <gmock/gmock.h>
+
+#include "cases.h"
+
+using kx_system::Case;
+using kx_system::check;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+const std::vector<std::string> SN = {"sn_info", "eth0", "sn_info"};
+const std::vector<std::string> MAC = {"mac_info", "eth0", "mac_info"};
+const std::vector<std::string> TEMP = {"temp_info", "eth0", "chip_temp"};
+
+std::string request(uint32_t reply_length, uint32_t payload_length, const std::string& payload) {
+  return "ioctl interface=eth0 type=1 event_pid=self status=set event_id=39 route=3 reserved=0 reply=set "
+         "reply_length=" +
+         std::to_string(reply_length) + " reserved=0 payload_length=" + std::to_string(payload_length) +
+         " payload=" + payload;
+}
+
+// The requests behind the three exchanges of start-up.
+std::vector<std::string> requests(const kx_system::Result& result) {
+  std::vector<std::string> lines = result.log_of("ioctl interface=");
+  return {lines.begin() + std::min<std::ptrdiff_t>(3, std::ssize(lines)), lines.end()};
+}
+
+std::string op_failure(uint32_t op, int result) {
+  return R"({"faults": {"processor": {"requests": [{"op_code": )" + std::to_string(op) + R"(, "result": )" +
+         std::to_string(result) + "}]}}}";
+}
+
+TEST(SerialNumber, IsAskedOnceAndPrinted) {
+  const auto result = check({"{}", SN, 0, "sn=KX2601A00042\n"});
+  EXPECT_THAT(requests(result), ElementsAre(request(29, 20, "0f00000000000000000000000000000000000000")));
+  EXPECT_THAT(result.log_of("ioctl interface="),
+              ElementsAre("ioctl interface=eth0 type=6 event_pid=self status=set event_id=39 route=3 reserved=0 "
+                          "reply=set reply_length=8 reserved=0 payload_length=8 payload=0000000000000000",
+                          "ioctl interface=eth0 type=0 event_pid=self status=set event_id=39 route=3 reserved=0 "
+                          "reply=set reply_length=4 reserved=0 payload_length=0 payload=-",
+                          request(8, 8, "00000000397a42c0"), testing::_));
+  EXPECT_THAT(result.log_of("netlink"),
+              ElementsAre("netlink_socket type=3", "netlink_bind family=16 port=self groups=0x0",
+                          "netlink port=0 message=280000001000010000000000000000000301000012000200"
+                          "746f6f6c735f66616d696c7900000000"));
+  check({R"({"information": {"serial_number": "short"}})", SN, 0, "sn=short\n"});
+  check({R"({"information": {"serial_number": "a\u001b[31mb\u00ff"}})", SN, 0, "sn=a?[31mb??\n"});
+}
+
+TEST(SerialNumber, StatusesHaveTheirTexts) {
+  struct {
+    int status;
+    const char* text;
+  } const cases[] = {
+      {-10, " PN data error!"},
+      {-9, " PN length error!"},
+      {-8, " FALSH write error!"},
+      {-7, " FALSH read error!"},
+      {-6, " FLASH get deveice error!"},
+      {-5, " No vpd info, please burn SN first!"},
+      {-4, " SN data error!"},
+      {-3, " SN length error!"},
+      {-2, " VPD initialize failed from flash!"},
+      {-1, " VPD get failed from JSON!"},
+      {1, " Other error!"},
+      {-11, " Other error!"},
+  };
+  for (const auto& c : cases) {
+    const std::string status = std::to_string(c.status);
+    check({R"({"information": {"serial_number_status": )" + status + "}}", SN, 1,
+           "sn_get_err: [kxtool_sn_get][N] sn get failed, reps.status = " + status + "," + c.text + "\n"});
+  }
+}
+
+TEST(Information, WrongWordsPrintTheUsageLine) {
+  const Case cases[] = {
+      {"{}",
+       {"sn_info", "eth0"},
+       1,
+       "sn_get_err: [kxtool_sn_get][N] error, the parameter of sn_get should be (kxtool sn_info eth0 sn_info), please "
+       "check!\nsn_get_info: [kxtool_sn_get][N] For more information run kxtool -h\n"},
+      {"{}",
+       {"mac_info", "eth0", "sn_info"},
+       1,
+       "mac_addr_get_err: [kxtool_mac_addr_get][N] error, the parameter of mac_addr_get should be (kxtool mac_info "
+       "eth0 "
+       "mac_info), please check!\n"
+       "mac_addr_get_info: [kxtool_mac_addr_get][N] For more information run kxtool -h\n"},
+      {"{}",
+       {"temp_info", "eth0", "chip_temp", "x"},
+       1,
+       "temp_get_err: [kxtool_temp_get][N] error, the parameter of temp_get should be (kxtool temp_info eth0 "
+       "chip_temp)\ntemp_get_info: [kxtool_temp_get][N] For more information run kxtool -h\n"},
+  };
+  for (const Case& c : cases) {
+    EXPECT_THAT(requests(check(c)), testing::IsEmpty());
+  }
+}
+
+TEST(MacAddresses, CountAndStatusDecide) {
+  const auto result = check({R"({"information": {"macs": ["00:01:02:03:04:05", "fa:fb:fc:fd:fe:ff"]}})", MAC, 0,
+                             "mac_addr_get_info: [kxtool_mac_addr_get][N] mac_addr_get_reps.mac_addr_num = 2\n"
+                             "mac_addr[0]=00:01:02:03:04:05\nmac_addr[1]=fa:fb:fc:fd:fe:ff\n"});
+  EXPECT_THAT(requests(result), ElementsAre(request(68, 4, "09000000")));
+  const std::string count =
+      "mac_addr_get_err: [kxtool_mac_addr_get][N] mac addr get failed, "
+      "mac_addr_get_reps.mac_addr_num = ";
+  check({R"({"information": {"mac_count": 0}})", MAC, 1, count + "0!\n"});
+  check({R"({"information": {"mac_count": 11}})", MAC, 1, count + "11!\n"});
+  check({R"({"information": {"mac_count": 65535}})", MAC, 1, count + "65535!\n"});
+  check({R"({"information": {"mac_status": 1}})", MAC, 1,
+         "mac_addr_get_err: [kxtool_mac_addr_get][N] mac addr get failed!\n"});
+}
+
+TEST(Temperature, ThreeAttemptsDecide) {
+  const std::string good = "current chip temperature: 150 (degree centigrade) \n";
+  const std::string status = "temp_get_err: [temperature_read][N] temp get failed, temp_get_reps.status = 7!\n";
+  const std::string last = "temp_get_err: [kxtool_temp_get][N] err chip temperature: ";
+  struct {
+    Case run;
+    size_t exchanges;
+  } const cases[] = {
+      {{R"({"information": {"temperatures": [150]}})", TEMP, 0, good}, 1},
+      {{R"({"information": {"temperatures": [151, 200, 150]}})", TEMP, 0, good}, 3},
+      {{R"({"information": {"temperatures": [151, 152, 153, 20]}})", TEMP, 1, last + "153 (degree centigrade)!!\n"}, 3},
+      {{R"({"information": {"temperatures": [150], "temperature_statuses": [7, 0]}})", TEMP, 0, status + good}, 2},
+      {{R"({"information": {"temperature_statuses": [7]}})", TEMP, 1,
+        status + status + status + last + "0 (degree centigrade)!!\n"},
+       3},
+  };
+  for (const auto& c : cases) {
+    const std::vector<std::string> sent = requests(check(c.run));
+    ASSERT_EQ(sent.size(), c.exchanges);
+    EXPECT_EQ(sent[0], request(24, 20, "1200000000000000000000000000000000000000"));
+  }
+}
+
+TEST(Information, ChannelFailuresAreReported) {
+  const std::string timeout = "kxtools_err: [send_by_driver][N] BAR MSG OR VQ MSG ERR: time out, bar_or_vq_chan_ret = ";
+  const std::string sn = "sn_get_err: [kxtool_sn_get][N] tarn_tools_send_msg failed, ret=";
+  const std::string temp = "temp_get_err: [temperature_read][N] tarn_tools_send_msg failed, ret=12!\n";
+  const Case cases[] = {
+      {op_failure(15, 18), SN, 1, sn + "18!\n"},
+      {op_failure(15, 6), SN, 1, timeout + "6!\n" + sn + "6!\n"},
+      {op_failure(15, -8), SN, 1, timeout + "-8!\n" + sn + "-8!\n"},
+      {op_failure(9, 12), MAC, 1, "mac_addr_get_err: [kxtool_mac_addr_get][N] tarn_tools_send_msg failed, ret=12!\n"},
+      {op_failure(18, 12), TEMP, 1,
+       temp + temp + temp + "temp_get_err: [kxtool_temp_get][N] err chip temperature: 0 (degree centigrade)!!\n"},
+      {R"({"faults": {"driver": {"requests": [{"type": 1, "from": 1, "errno": 5}]}}})", SN, 1,
+       "kxtools_err: [send_by_driver][N] ioctl error,ret=-1!\n" + sn + "1!\n"},
+      {R"({"faults": {"driver": {"requests": [{"type": 1, "from": 1, "status_flag": 2}]}}})", SN, 1,
+       "kxtools_err: [send_by_driver][N] the user message ioctl to kernel failed!\n" + sn + "1!\n"},
+  };
+  for (const Case& c : cases) {
+    check(c);
+  }
+}
+
+std::string vf(const std::vector<std::string>& words, const std::string& rest) {
+  std::string out;
+  for (size_t i = 2; i < words.size(); ++i) {
+    out +=
+        "kxtool_set_vf_status_info: [kxtool_set_vf_status][N] argp[" + std::to_string(i - 2) + "]: " + words[i] + "\n";
+  }
+  return out + rest;
+}
+
+Case vf_case(const std::vector<std::string>& tail, int status, const std::string& rest,
+             const std::string& card = "{}") {
+  std::vector<std::string> words = {"set_vf_status", "eth0"};
+  words.insert(words.end(), tail.begin(), tail.end());
+  return {card, words, status, vf(words, rest)};
+}
+
+TEST(VfStatus, WordsAreCheckedBeforeAnythingIsSent) {
+  const std::string err = "kxtool_set_vf_status_err: [words_parse][N] ";
+  const Case cases[] = {
+      vf_case({}, 1, err + "Insufficient arguments!\n"),
+      vf_case({"--mode", "all_vf", "--status"}, 1, err + "Insufficient arguments!\n"),
+      vf_case({"--mode", "all", "--status", "auto"}, 1, err + "Invalid mode value!\n"),
+      vf_case({"--mode", "all_vf", "--status", "on"}, 1, err + "Invalid status value!\n"),
+      vf_case({"--status", "auto", "--mode", "all_vf"}, 1, err + "Failed to parse arguments!\n"),
+      vf_case({"--mode", "all_vf", "--status", "auto", "x"}, 1, err + "Failed to parse arguments!\n"),
+  };
+  for (const Case& c : cases) {
+    EXPECT_THAT(requests(check(c)), testing::IsEmpty());
+  }
+}
+
+TEST(VfStatus, ModeAndStatusReachTheDriver) {
+  const std::string sent = "kxtool_set_vf_status_info: [kxtool_set_vf_status][N] mode ";
+  const std::string success =
+      "kxtool_set_vf_status_info: [vf_status_send][N] kxtool_vf_status_set_msg msg ioctl to kernel success.\n";
+  struct {
+    std::vector<std::string> words;
+    const char* values;
+    const char* payload;
+  } const cases[] = {
+      {{"--mode", "all_vf", "--status", "auto"}, "0, vf_status 0\n", "0000000000000000"},
+      {{"--mode", "all_vf", "--status", "enable"}, "0, vf_status 1\n", "0000000001000000"},
+      {{"--mode", "vf2_max", "--status", "disable"}, "1, vf_status 2\n", "0100000002000000"},
+  };
+  for (const auto& c : cases) {
+    const auto result = check(vf_case(c.words, 0, sent + c.values + success));
+    EXPECT_THAT(requests(result), ElementsAre(AllOf(HasSubstr(" type=3 event_pid=self status=set "),
+                                                    HasSubstr(std::string(" payload_length=8 payload=") + c.payload))));
+  }
+  const std::string error = "kxtool_set_vf_status_err: [vf_status_send][N] ";
+  check(vf_case(
+      {"--mode", "all_vf", "--status", "auto"}, 1,
+      sent + "0, vf_status 0\n" + error + "ioctl error, first, check if the driver of eth0 is corvane10e, ret=-1!\n",
+      R"({"faults": {"driver": {"requests": [{"type": 3, "errno": 5}]}}})"));
+  check(vf_case({"--mode", "all_vf", "--status", "auto"}, 1,
+                sent + "0, vf_status 0\n" + error + "kxtool_vf_status_set_msg msg ioctl to kernel failed!\n",
+                R"({"faults": {"driver": {"requests": [{"type": 3, "status_flag": 0}]}}})"));
+}
+
+}  // namespace

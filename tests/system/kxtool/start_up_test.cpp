@@ -1,0 +1,231 @@
+// Start-up of the maintenance commands: every refusal, with nothing sent to the card after it, the run lock, and
+// interrupts.
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "cases.h"
+
+using kx_system::Case;
+using kx_system::check;
+using kx_system::numbered;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+const std::string BAD_ARGUMENTS = "kxtool: bad command line argument(s)\nFor more information run kxtool -h\n";
+
+std::string function(const std::string& keys) {
+  return R"({"functions": {"0000:3b:00.0": {)" + keys + "}}}";
+}
+
+TEST(StartUp, RefusalsPrintTheirLineAndSendNothing) {
+  const std::string d3hot = "Device 0000:3b:00.0 power state is D3hot!\n";
+  const Case cases[] = {
+      {"{}", {"sn_info"}, 1, "", BAD_ARGUMENTS},
+      {"{}", {"fwupdate"}, 1, "", BAD_ARGUMENTS},
+      {function(R"("interface": "eth0.1")"),
+       {"sn_info", "eth0.1", "sn_info"},
+       1,
+       "kxtools_err: [device_acquire][N] 'eth0.1' is not a devname or domain:bus:device:function format!\n"},
+      {"{}", {"sn_info", "eno1", "sn_info"}, 1, "Warning: No firmware compatibility information available!\n"},
+      {"{}", {"sn_info", "eth2", "sn_info"}, 1, ""},
+      {"{}", {"fwupdate", "0000:3b:01.0", "p"}, 1, ""},
+      {R"({"faults": {"dead": true}})",
+       {"sn_info", "eth0", "sn_info"},
+       1,
+       "Warning: No firmware compatibility information available!\n"
+       "kxtools_err: [kxtool_devname_is_kelpf][N] Device 0000:3b:00.0 does not answer!\n"},
+      {function(R"("power_state": 3)"), {"sn_info", "eth0", "sn_info"}, 1, d3hot},
+      {function(R"("power_state": 3)"), {"fwupdate", "0000:3b:00.0", "p"}, 1, d3hot},
+      {function(R"("power_state": 3, "driver": "vfio-pci")"),
+       {"fwupdate", "0000:3b:00.0", "p"},
+       1,
+       d3hot + "Device 0000:3b:00.0 is bound to VFIO driver.\n"},
+      {function(R"("power_capability": false)"), {"sn_info", "eth0", "sn_info"}, 1, "pcie cap[0x1] not find\n"},
+      {"{}",
+       {"sn_info", "0000:3b:00.0", "sn_info"},
+       1,
+       "kxtools_err: [device_acquire][N] The command does not yet support BDF type!\n"},
+      {"{}",
+       {"nvme", "eth0", "x"},
+       1,
+       "kxtools_err: [kxtool_init][N] 'nvme' is not available in this build: it lacks the card's protocol for it\n"},
+      {"{}",
+       {"repair", "p"},
+       1,
+       "kxtools_err: [kxtool_init][N] 'repair' is not available in this build: it lacks the card's protocol for it\n"},
+  };
+  for (const Case& c : cases) {
+    const auto result = check(c);
+    EXPECT_THAT(result.log_of("ioctl"), IsEmpty());
+    EXPECT_THAT(result.log_of("mailbox"), IsEmpty());
+  }
+}
+
+TEST(StartUp, OtherPowerStatesAreAwake) {
+  for (const char* state : {"0", "1", "2"}) {
+    check(
+        {function(std::string(R"("power_state": )") + state), {"sn_info", "eth0", "sn_info"}, 0, "sn=KX2601A00042\n"});
+  }
+}
+
+TEST(StartUp, HelpNeedsNoDevice) {
+  for (const char* help : {"-h", "--help"}) {
+    const auto result = kx_system::run({.words = {"log", help}});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.out, testing::StartsWith("    COMMAND:\n        fget|log\n"));
+    EXPECT_THAT(result.log, IsEmpty());
+  }
+  const auto general = kx_system::run({.words = {"-h"}});
+  EXPECT_EQ(general.status, 0);
+  EXPECT_THAT(general.out, testing::StartsWith("NAME:\n    kxtool\n    SYNOPSIS:\n        kxtool <command> <device> "
+                                               "[OPTIONS]\n    DESCRIPTION:\n"));
+  EXPECT_THAT(general.out, HasSubstr("\n        sn_info          kxtool sn_info <device> sn_info\n"));
+  EXPECT_THAT(general.out, HasSubstr("\n        hwread\n"));
+  EXPECT_THAT(general.out, testing::Not(HasSubstr("regsdump")));
+  const auto version = kx_system::run({.words = {"--version"}});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_THAT(version.out, testing::MatchesRegex("kxtool [0-9.]+\nbuilt on [-0-9]+ [0-9:]+ with .+\n"));
+}
+
+// --- the run lock
+
+class RunLock : public testing::Test {
+ protected:
+  // A kept state folder, in which the test prepares the lock folder of the runs.
+  void SetUp() override {
+    ASSERT_EQ(mkdir((folder_.path() + "/state").c_str(), 0755), 0);
+    ASSERT_EQ(mkdir((folder_.path() + "/state/tmp").c_str(), 0755), 0);
+    ASSERT_EQ(mkdir(locks().c_str(), 0777), 0);
+  }
+  std::string state() const {
+    return folder_.path() + "/state";
+  }
+  std::string locks() const {
+    return state() + "/tmp/kxtool";
+  }
+  kx_system::Result shell(const std::string& script, kx_system::milliseconds limit = kx_system::milliseconds(30000)) {
+    return kx_system::run({.words = {"-c", script},
+                           .state = state(),
+                           .program = "/bin/sh",
+                           .environment = {std::string("KXTOOL=") + KX_SYSTEM_KXTOOL},
+                           .time_limit = limit});
+  }
+  kx_system::Folder folder_;
+};
+
+TEST_F(RunLock, PlantedNamesAreRefusedAndLeftAlone) {
+  const std::string victim = folder_.write("victim", "untouched");
+  struct {
+    const char* what;
+    std::string command;
+  } const cases[] = {
+      {"link", "ln -s " + victim + " " + locks() + "/kxts_lock_eth0"},
+      {"dangling link", "ln -s " + folder_.path() + "/none " + locks() + "/kxts_lock_eth0"},
+      {"folder", "mkdir " + locks() + "/kxts_lock_eth0"},
+      {"second name", "ln " + victim + " " + locks() + "/kxts_lock_eth0"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    ASSERT_EQ(system(("rm -rf " + locks() + "/kxts_lock_eth0; " + c.command).c_str()), 0);
+    const auto result = check({"{}",
+                               {"sn_info", "eth0", "sn_info"},
+                               1,
+                               "kxtools_err: [report_failure][N] fopen err! try to open /tmp/kxtool/kxts_lock_eth0 err "
+                               "! \n "},
+                              {.state = state()});
+    EXPECT_THAT(result.log_of("ioctl"), IsEmpty());
+  }
+  EXPECT_EQ(kx_system::Folder::read(victim), "untouched");
+  EXPECT_NE(access((folder_.path() + "/none").c_str(), F_OK), 0);
+}
+
+TEST_F(RunLock, IsNamedByTheFirstSevenCharactersOfTheDevice) {
+  check({function(R"("interface": "enp59s0f0np0")"), {"sn_info", "enp59s0f0np0", "sn_info"}, 0, "sn=KX2601A00042\n"},
+        {.state = state()});
+  EXPECT_EQ(access((locks() + "/kxts_lock_enp59s0").c_str(), F_OK), 0);
+  kx_system::run({.words = {"fwupdate", "0000:3b:00.1", "p"}, .state = state()});
+  struct stat info = {};
+  ASSERT_EQ(stat((locks() + "/kxts_lock_0000:3b").c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 07777, 0777u);
+}
+
+TEST_F(RunLock, ASecondToolWaitsForTheFirst) {
+  const auto result = shell(
+      "flock /tmp/kxtool/kxts_lock_eth0 sleep 1 & sleep 0.3; "
+      "date +%s%N; $KXTOOL sn_info eth0 sn_info; echo $?; date +%s%N; "
+      "$KXTOOL sn_info eth1 sn_info; wait");
+  long long before = 0;
+  long long after = 0;
+  ASSERT_EQ(sscanf(result.out.c_str(), "%lld\nsn=KX2601A00042\n0\n%lld\nsn=KX2601A00042\n", &before, &after), 2)
+      << result.out;
+  EXPECT_GT(after - before, 400'000'000);
+}
+
+TEST_F(RunLock, IsGivenBackByAKilledTool) {
+  const auto result = kx_system::run({
+      .card = R"({"faults": {"processor": {"requests": [{"op_code": 9, "never_answers": true}]}}})",
+      .words = {"-c", "$KXTOOL mac_info eth0 mac_info & sleep 0.3; pkill -9 -P $!; wait; $KXTOOL sn_info eth0 sn_info"},
+      .program = "/bin/sh",
+      .environment = {std::string("KXTOOL=") + KX_SYSTEM_KXTOOL},
+  });
+  EXPECT_THAT(result.out, testing::EndsWith("\nsn=KX2601A00042\n"));
+}
+
+// --- the shell's side of a child
+
+constexpr const char* HANGING_CARD =
+    R"({"faults": {"processor": {"requests": [{"op_code": 15, "never_answers": true}]}}})";
+
+TEST(Child, AnInterruptStopsTheCommandAndNotTheShell) {
+  kx_system::Process shell({.card = HANGING_CARD, .terminal = true});
+  ASSERT_TRUE(shell.expect("Please enter index: "));
+  shell.send("0\r");
+  ASSERT_TRUE(shell.expect("[kxtool:0000:3b:00.0]>"));
+  shell.send("kxtool sn_info eth0 sn_info\r");
+  ASSERT_TRUE(shell.expect_log("payload=0f000000"));
+  shell.send("\x03");
+  ASSERT_TRUE(shell.expect("[kxtool:0000:3b:00.0]>")) << shell.output();
+  shell.send("kxtool temp_info eth0 chip_temp\r");
+  ASSERT_TRUE(shell.expect("current chip temperature: 45")) << shell.output();
+  shell.send("quit\r");
+  EXPECT_EQ(shell.wait().status, 0);
+}
+
+TEST(Child, ACommandThatIsKilledIsReported) {
+  kx_system::Process tool({.card = HANGING_CARD, .words = {"sn_info", "eth0", "sn_info"}});
+  ASSERT_TRUE(tool.expect_log("payload=0f000000"));
+  const std::vector<pid_t> processes = tool.tools();
+  ASSERT_EQ(processes.size(), 2u);
+  ASSERT_EQ(kill(processes[1], SIGKILL), 0);
+  EXPECT_EQ(numbered(tool.wait().out), "kxtools_err: [child_wait][N] the command was ended by signal 9\n");
+}
+
+TEST(Child, EachCommandRunsOnceAndInOrder) {
+  const std::string lines = "0\nkxtool sn_info eth0 sn_info\nkxtool sn_info\nkxtool temp_info eth0 chip_temp\nquit\n";
+  for (const bool input_is_file : {false, true}) {
+    const auto result = kx_system::run({.input = lines, .input_is_file = input_is_file});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, BAD_ARGUMENTS);
+    const std::string tail = result.out.substr(std::min(result.out.find("sn="), result.out.size()));
+    EXPECT_EQ(tail, "sn=KX2601A00042\ncurrent chip temperature: 45 (degree centigrade) \n");
+  }
+}
+
+TEST(Child, AForkThatFailsIsOneLineAndASuccess) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "takes another user's process limit";
+  }
+  const auto result =
+      kx_system::run({.words = {"--reuid", "54321", "--clear-groups", "prlimit", "--nproc=1", KX_SYSTEM_KXTOOL, "-v"},
+                      .program = "setpriv"});
+  if (result.out.empty()) {
+    GTEST_SKIP() << "another user cannot run the tool here: " << result.err;
+  }
+  EXPECT_EQ(numbered(result.out), "kxtools_err: [kxtool_cmd][N] fork failed.\n");
+  EXPECT_EQ(result.status, 0);
+}
+
+}  // namespace
