@@ -190,6 +190,7 @@ TEST(Child, AnInterruptStopsTheCommandAndNotTheShell) {
   ASSERT_TRUE(shell.expect("[kxtool:0000:3b:00.0]>")) << shell.output();
   shell.send("kxtool temp_info eth0 chip_temp\r");
   ASSERT_TRUE(shell.expect("current chip temperature: 45")) << shell.output();
+  ASSERT_TRUE(shell.expect("[kxtool:0000:3b:00.0]>"));  // the line editor drops what was typed before its prompt
   shell.send("quit\r");
   EXPECT_EQ(shell.wait().status, 0);
 }
