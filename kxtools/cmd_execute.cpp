@@ -64,22 +64,26 @@ bool is_help_request(const kxtools_cmd_context& ctx) {
   return ctx.argc == 1 && (strcmp(ctx.argp[0], "-h") == 0 || strcmp(ctx.argp[0], "--help") == 0);
 }
 
+// What holds for a line whose device publishes nothing, and for one without a device.
+void line_compat_default(kxtools_cmd_context* ctx) {
+  ctx->compat[KXTOOLS_COMPAT_KXTOOL] = {.item = KXTOOLS_COMPAT_KXTOOL + 1};
+  ctx->fw_feature = 0;
+}
+
 // Replaces record 1 and the feature word of the context by what the device of the line publishes.
 int32_t line_compat_read(kxtools_cmd_context* ctx) {
   const kx_mmio_region bar = kxtools_dev_bar(ctx->dev_info);
-  kxtools_compat_record& record = ctx->compat[KXTOOLS_COMPAT_KXTOOL];
   uint32_t exists = 0;
   if (kxtools_compat_version_if_exist(KXTOOLS_COMPAT_KXTOOL, &bar, &exists) != 0) {
     EXECUTE_ERR("kxtools_compat_version_if_exist KXTOOLS_COMPAT_KXTOOL failed\n");
     return -1;
   }
   if (exists == 0) {
-    record = {.item = KXTOOLS_COMPAT_KXTOOL + 1};
-    ctx->fw_feature = 0;
+    line_compat_default(ctx);
     kx_print("Warning: No firmware compatibility information available!\n");
     return 0;
   }
-  if (kxtools_compat_version_read(KXTOOLS_COMPAT_KXTOOL, &bar, &record) != 0) {
+  if (kxtools_compat_version_read(KXTOOLS_COMPAT_KXTOOL, &bar, &ctx->compat[KXTOOLS_COMPAT_KXTOOL]) != 0) {
     EXECUTE_ERR("kxtools_compat_version_read KXTOOLS_COMPAT_KXTOOL failed\n");
     return -1;
   }
@@ -160,10 +164,12 @@ int32_t kxtools_cmd_execute(const char* line) {
     return -1;
   }
   line_mapping mapping;
-  const bool takes_device =
-      module_id == KXTOOLS_MODULE_KXTOOL && ctx->argc >= 1 && not_device == 0 && !is_help_request(*ctx);
-  if (takes_device && line_device_take(ctx.get(), module_id, &mapping) != 0) {
-    return -1;
+  if (module_id == KXTOOLS_MODULE_KXTOOL && ctx->argc >= 1 && not_device == 0) {
+    if (is_help_request(*ctx)) {
+      line_compat_default(ctx.get());
+    } else if (line_device_take(ctx.get(), module_id, &mapping) != 0) {
+      return -1;
+    }
   }
   return handler_run(line, ctx.get());
 }

@@ -148,6 +148,12 @@ TEST(Shell, KeepsGoingAfterHostileLines) {
   EXPECT_EQ(result.out, DEVICE_LIST + ASK + "\x01\xff\t%s%n\r: No such command for kxtools!\n" + FOO);
 }
 
+TEST(Shell, HelpOfASubCommandIsThereWhateverTheBoundCardSays) {
+  const kx_system::Result result = shell_run("0\nkxtool sn_info -h\n", R"({"bar0": {"compat": {"1": {"major": 9}}}})");
+  EXPECT_THAT(result.out, StartsWith(DEVICE_LIST + ASK + "    COMMAND:\n        sn_info\n"));
+  EXPECT_EQ(result.status, 0);
+}
+
 TEST(Shell, GivesTheBindCommandNoUse) {
   const kx_system::Result result = shell_run("0\nkxtool bind eth0 kxrdma\n");
   EXPECT_EQ(result.out, DEVICE_LIST + ASK +
