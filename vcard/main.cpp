@@ -4,6 +4,7 @@
 // builds the card and serves it to the command. Each ends what is left when the other is killed.
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -14,8 +15,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-
-#include <poll.h>
 
 #include "host/mount_points.h"
 #include "host/process.h"

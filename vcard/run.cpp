@@ -64,6 +64,10 @@ class Run {
         tunnel_(card_),
         netlink_(card_),
         driver_(card_, netlink_) {}
+  /// The card thread calls into the wires: it must have ended before they do.
+  ~Run() {
+    card_.stop();
+  }
 
   int prepare(const RunOptions& options);
   int serve(const RunOptions& options, int signals, int parent);
@@ -133,7 +137,6 @@ int Run::serve(const RunOptions& options, int signals, int parent) {
     }
     ended = signals_handle(signals) || set[1].revents != 0;
   }
-  card_.stop();
   return status_;
 }
 

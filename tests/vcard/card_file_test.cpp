@@ -121,17 +121,18 @@ TEST(CardFile, TheExampleIsTheCardWithoutAFile) {
 
 TEST(CardFile, MisspeltKeysOfTheCardAreNamed) {
   CardFile file(R"({"information": {"temperatur": 45}, "bar0": {"compat": {"10": {}, "1": {"majr": 1}}},
-                    "functions": {"3b:00.0": {}, "0000:3b:00.0": {"drivr": "x"}},
+                    "functions": {"3b:00.0": {}, "0000:3b:00.0": {"drivr": "x", "interface": "a/b"}},
                     "faults": {"processor": {"requests": [{"op_code": 15}]}}})");
   RequestLog log;
   Card card(file, log);
   models_attach(card);
-  EXPECT_THAT(file.complaints(), testing::UnorderedElementsAre(
-                                     "information.temperatur: unknown key", "bar0.compat.1.majr: unknown key",
-                                     "bar0.compat.10: not a record number from 0 to 9", "bar0.compat.10: unknown key",
-                                     "functions.3b:00.0: not a PCI address of the form 0000:3b:00.0",
-                                     "functions.3b:00.0: unknown key", "functions.0000:3b:00.0.drivr: unknown key",
-                                     "faults.processor.requests[0]: says neither never_answers nor result nor reply"));
+  EXPECT_THAT(file.complaints(),
+              testing::UnorderedElementsAre(
+                  "information.temperatur: unknown key", "bar0.compat.1.majr: unknown key",
+                  "bar0.compat.10: not a record number from 0 to 9", "bar0.compat.10: unknown key",
+                  "functions.3b:00.0: not a PCI address of the form 0000:3b:00.0", "functions.3b:00.0: unknown key",
+                  "functions.0000:3b:00.0.drivr: unknown key", "functions.0000:3b:00.0.interface: not a name",
+                  "faults.processor.requests[0]: says neither never_answers nor result nor reply"));
 }
 
 }  // namespace

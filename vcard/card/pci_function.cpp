@@ -38,6 +38,16 @@ bool sbdf_is_valid(const std::string& text) {
   return text == canonical;
 }
 
+/// A name that the function's folders are made of.
+std::string folder_name(const CardSection& section, const char* key, const std::string& fallback, size_t max_length) {
+  std::string name = section.text(key, fallback, max_length);
+  if (name == "." || name == ".." || name.find('/') != std::string::npos) {
+    section.complain(key, "not a name");
+    return fallback;
+  }
+  return name;
+}
+
 void function_change(PciFunction& function, const CardSection& section) {
   function.kind = static_cast<FunctionKind>(section.choice("kind", static_cast<size_t>(function.kind), kind_names));
   function.vendor = static_cast<uint16_t>(section.number("vendor", function.vendor, UINT16_MAX));
@@ -47,8 +57,8 @@ void function_change(PciFunction& function, const CardSection& section) {
   function.subsystem_device = static_cast<uint16_t>(section.number("subsystem_device", function.device, UINT16_MAX));
   function.vf_device = static_cast<uint16_t>(section.number("vf_device", 0x8040, UINT16_MAX));
   function.vf_total = static_cast<uint16_t>(section.number("vf_total", 256, UINT16_MAX));
-  function.interface = section.text("interface", function.interface, 15);
-  function.driver = section.text("driver", function.driver, 64);
+  function.interface = folder_name(section, "interface", function.interface, 15);
+  function.driver = folder_name(section, "driver", function.driver, 64);
   function.bar_address = section.number("bar_address", function.bar_address);
   function.bar_size = section.number("bar_size", function.bar_size);
   function.has_power = section.flag("power_capability", true);

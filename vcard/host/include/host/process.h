@@ -27,7 +27,7 @@ std::vector<pid_t> descendants();
 void descendants_end();
 
 /// Blocks the signals that are passed on or waited for and returns a signalfd for them. What a terminal sends to its
-/// whole foreground group (interrupt, quit) is read from it too, see signal_is_for_command. -1 with errno.
+/// whole foreground group (interrupt, quit) is read from it too, see signal_read. -1 with errno.
 int signals_take();
 /// Undoes signals_take in a forked child.
 void signals_restore();
