@@ -18,6 +18,7 @@ constexpr uint32_t WRITE_WORD = struct_vpd_kx_addr(1, 0x3000);
 constexpr uint32_t RESET = struct_vpd_kx_addr(1, 0x4000);
 constexpr uint32_t READ_STATUS = struct_vpd_kx_addr(0, 0x5000);
 constexpr uint32_t STATUS_GOOD = 1;
+constexpr uint32_t ALL_ONES = 0xFFFFFFFF;
 
 constexpr uint32_t VPD_DATA = 4;  // of the data dword, from the capability
 constexpr int POLL_MAX = 20001;
@@ -91,6 +92,11 @@ int32_t wait_for_flag(kxtools_sbdf sbdf, uint32_t capability, uint32_t written) 
     usleep(POLL_STEP_US);
     uint32_t command = 0;
     if (pcie_cfg_read_dword(sbdf, capability, &command) != 0) {
+      return -1;
+    }
+    // No capability header is all ones: the function has left the bus, and its data would be all ones too.
+    if (command == ALL_ONES) {
+      kx_print("[PCIe] the card does not answer, its configuration space reads all ones!\n");
       return -1;
     }
     if (((command ^ written) >> 31) != 0) {

@@ -53,15 +53,17 @@ void vf_stat(uint64_t base, const char* word) {
 
 void glb_print_version(uint64_t base, char**, uint32_t count) {
   if (vqm_cmd_count_check(count, 2, 2)) {
+    const uint32_t value = vqm_reg_read_32(base + VERSION);
     vqm_print_title("vqm version");
-    vqm_print_fields(vqm_reg_read_32(base + VERSION), vqm_version);
+    vqm_print_fields(value, vqm_version);
   }
 }
 
 void glb_print_date(uint64_t base, char**, uint32_t count) {
   if (vqm_cmd_count_check(count, 2, 2)) {
+    const uint32_t value = vqm_reg_read_32(base + DATE);
     vqm_print_title("vqm date");
-    vqm_print_fields(vqm_reg_read_32(base + DATE), vqm_date);
+    vqm_print_fields(value, vqm_date);
   }
 }
 

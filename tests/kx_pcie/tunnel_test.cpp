@@ -42,6 +42,7 @@ struct fake_card {
   std::map<uint64_t, uint32_t> memory;
   uint32_t status = 1;
   std::function<uint32_t(int reading)> channel_field;  // overrides the field of the command dword
+  bool gone = false;                                   // reads all ones
 
   std::vector<transfer> transfers;
   std::map<useconds_t, int> sleeps;
@@ -93,6 +94,10 @@ int32_t pcie_cfg_read_dword(kxtools_sbdf sbdf, uint32_t offset, uint32_t* value)
     return 0;
   }
   EXPECT_EQ(offset, CAPABILITY);
+  if (card->gone) {
+    *value = 0xFFFFFFFF;
+    return 0;
+  }
   if (card->polls_left > 0 && --card->polls_left == 0) {
     card->command ^= 0x80000000;
   }
@@ -228,6 +233,16 @@ TEST_F(TunnelTest, AcceptsAnAnswerAtTheLastPoll) {
   card_.polls_to_answer = 20001;
   EXPECT_EQ(write_val_to_kx(0x1000, 1), 0);
   EXPECT_EQ(card_.sleeps[10], 2 * 20001);
+}
+
+TEST_F(TunnelTest, NoticesACardThatHasLeftTheBus) {
+  card_.gone = true;
+  uint32_t value = 7;
+  // The flag of a read is 0: all ones would look like its answer.
+  card_.locked = true;
+  EXPECT_EQ(vpd_tracsport_once(card_.bound, 0x20000000, &value), -1);
+  EXPECT_EQ(value, 7u);
+  EXPECT_EQ(printed(), "[PCIe] the card does not answer, its configuration space reads all ones!\n");
 }
 
 TEST_F(TunnelTest, RefusesWhatIsPlainlyNoMemoryInModeZero) {

@@ -110,17 +110,14 @@ bool Tunnel::poll() {
 }
 
 bool Tunnel::look(Port& port) {
-  if (port.pending) {
-    return false;
-  }
   uint32_t now = word(*port.function, vpd_capability).load(std::memory_order_acquire);
   if (now == port.last) {
-    if (channel_ == Channel::changing && !port.stuck) {
+    if (channel_ == Channel::changing && !port.open) {
       stir(port);
     }
     return false;
   }
-  port.stuck = false;
+  port.open = false;
   serve(port, now);
   return true;
 }
@@ -138,35 +135,36 @@ void Tunnel::stir(Port& port) {
 void Tunnel::serve(Port& port, uint32_t command) {
   uint32_t data = word(*port.function, vpd_capability + data_offset).load(std::memory_order_acquire);
   uint64_t transfer = transfers_++;
+  port.transfer = transfer;
   card_.log().line("tunnel function=%s command=0x%08x data=0x%08x", port.function->sbdf.c_str(), command, data);
   const Fault* fault = fault_of(transfer);
   if (fault != nullptr && fault->vanish) {
     std::span<uint8_t> bytes = port.function->config.bytes();
     std::fill(bytes.begin(), bytes.end(), uint8_t{0xff});
     port.last = UINT32_MAX;
-    port.stuck = true;
-    return;
-  }
-  if (fault != nullptr && fault->flag_stuck) {
-    // The header is read-only and comes back; the rest stays as it was written.
-    port.last = (command & ~header_mask) | port.header;
-    port.stuck = true;
-    word(*port.function, vpd_capability).store(port.last, std::memory_order_release);
+    port.open = true;
     return;
   }
   uint32_t result = execute(port, command, data);
   if (fault != nullptr && fault->status >= 0 && (command >> 28 & 7) == status_command) {
     result = static_cast<uint32_t>(fault->status);
   }
-  if (fault != nullptr && fault->delay_ms != 0) {
-    port.pending = true;
-    card_.schedule(std::chrono::milliseconds(fault->delay_ms), [this, &port, command, result] {
-      port.pending = false;
-      answer(port, command, result);
-    });
+  if (fault == nullptr || (!fault->flag_stuck && fault->delay_ms == 0)) {
+    answer(port, command, result);
     return;
   }
-  answer(port, command, result);
+  // No answer yet: the header is read-only and comes back, the rest stays as it was written.
+  port.open = true;
+  leave(port, (command & ~header_mask) | port.header);
+  if (!fault->flag_stuck) {
+    // Not when the tool has given up meanwhile and asked something else.
+    card_.schedule(std::chrono::milliseconds(fault->delay_ms), [this, &port, command, result, transfer] {
+      if (port.open && port.transfer == transfer) {
+        port.open = false;
+        answer(port, command, result);
+      }
+    });
+  }
 }
 
 uint32_t Tunnel::execute(Port& port, uint32_t command, uint32_t data) {
@@ -198,8 +196,12 @@ void Tunnel::answer(Port& port, uint32_t command, uint32_t data) {
   word(*port.function, vpd_capability + data_offset).store(data, std::memory_order_release);
   uint32_t field = channel_ == Channel::free_mark ? free_mark << field_shift | (command & 0x70000000)
                                                   : command & ~(flag_bit | header_mask);
-  port.last = ((command & flag_bit) ^ flag_bit) | field | port.header;
-  word(*port.function, vpd_capability).store(port.last, std::memory_order_release);
+  leave(port, ((command & flag_bit) ^ flag_bit) | field | port.header);
+}
+
+void Tunnel::leave(Port& port, uint32_t value) {
+  port.last = value;
+  word(*port.function, vpd_capability).store(value, std::memory_order_release);
 }
 
 const Tunnel::Fault* Tunnel::fault_of(uint64_t transfer) const {

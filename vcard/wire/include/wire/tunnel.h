@@ -32,8 +32,8 @@ class Tunnel {
     uint32_t header = 0;  // capability id and next pointer, which no write changes
     uint32_t last = 0;    // the dword as this side left it
     uint64_t address = 0;
-    bool pending = false;  // an answer is on its way
-    bool stuck = false;    // the tool waits in vain for the flag of `last`
+    bool open = false;      // a command has had no answer yet
+    uint64_t transfer = 0;  // its number
     uint32_t status = 1;
   };
 
@@ -45,6 +45,7 @@ class Tunnel {
   void serve(Port& port, uint32_t command);
   uint32_t execute(Port& port, uint32_t command, uint32_t data);
   void answer(Port& port, uint32_t command, uint32_t data);
+  void leave(Port& port, uint32_t value);
   void stir(Port& port);
   const Fault* fault_of(uint64_t transfer) const;
   bool is_bad_address(uint64_t address) const;

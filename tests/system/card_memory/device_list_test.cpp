@@ -1,0 +1,76 @@
+// The device list, the choice from it, and the bind.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "session.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+constexpr const char* RULE = "-----------------------------------------------------\n";
+
+std::string list_of(const char* card) {
+  return kx_system::run({.card = card, .input = "q\nquit\n"}).out;
+}
+
+TEST(DeviceList, ShowsFunctionsBelowTheirSwitch) {
+  EXPECT_THAT(list_of("{}"), testing::StartsWith(std::string(RULE) +
+                                                 "switch 0000:3a:00.0  1cf2:8036  class 060400\n"
+                                                 "    [0] 0000:3b:00.0  1cf2:8037  class 020000  vf 8040\n"
+                                                 "    [1] 0000:3b:00.1  1af4:1041  class 020000  vf 8040\n" +
+                                                 RULE));
+}
+
+TEST(DeviceList, NumbersFromZeroWithoutASwitchAndByAddress) {
+  EXPECT_THAT(list_of(R"({"functions": {"0000:3a:00.0": {"present": false},
+                                        "0000:02:00.0": {"vendor": "0x1cf2", "device": "0x809f", "vf_device": 1}}})"),
+              testing::StartsWith(std::string(RULE) +
+                                  "[0] 0000:02:00.0  1cf2:809f  class 020000  vf 0001\n"
+                                  "[1] 0000:3b:00.0  1cf2:8037  class 020000  vf 8040\n"
+                                  "[2] 0000:3b:00.1  1af4:1041  class 020000  vf 8040\n" +
+                                  RULE));
+}
+
+TEST(DeviceList, EndsAtALoopOfExtendedCapabilities) {
+  EXPECT_THAT(list_of(R"({"faults": {"configuration": {"extended_loop": true}}})"), HasSubstr("no kx device found\n"));
+}
+
+TEST(DeviceList, AnIndexWithoutFunctionEndsTheChoice) {
+  const auto result = kx_system::run({.input = "2\n"});
+  EXPECT_EQ(result.status, 255);
+  EXPECT_THAT(result.out, HasSubstr("get_sbdf_by_node_id failed\n"));
+}
+
+TEST(Bind, RefusesFirmwareOfAnotherInterface) {
+  const auto result = session::one_shot(R"({"bar0": {"compat": {"6": {"major": 1}}}})", "kxvqm glb version");
+  EXPECT_EQ(result.status, 255);
+  EXPECT_THAT(result.out, HasSubstr("cmd major 0 is not match fw 1!\nfw not match kx_pcie!\n"));
+  EXPECT_THAT(result.out, HasSubstr("bind_pcie_dev_by_sbdf failed\n"));
+}
+
+TEST(Bind, LeavesTheTunnelOfTheFunctionBeforeInOrder) {
+  // Transfers 0 and 1 are the first bind's; the status read that follows says that the last access failed.
+  const auto result = kx_system::run({
+      .card = R"({"faults": {"tunnel": {"transfers": [{"from": 2, "count": 1, "status": 0}]}}})",
+      .input = "0\nsbdf\n1\nkxvqm glb date\nquit\n",
+  });
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.log_of("tunnel"),
+              testing::ElementsAre("tunnel function=0000:3b:00.0 command=0x90620000 data=0x08000000",
+                                   "tunnel function=0000:3b:00.0 command=0x20000000 data=0x00000000",
+                                   "tunnel function=0000:3b:00.0 command=0x50000000 data=0x00000000",
+                                   "tunnel function=0000:3b:00.0 command=0xc0000000 data=0x00000000",
+                                   "tunnel function=0000:3b:00.1 command=0x90620000 data=0x08000000",
+                                   "tunnel function=0000:3b:00.1 command=0x20000000 data=0x00000000",
+                                   "tunnel function=0000:3b:00.1 command=0x90620000 data=0x08000004",
+                                   "tunnel function=0000:3b:00.1 command=0x20000000 data=0x00000000"));
+}
+
+TEST(Bind, RefusesAFunctionOfAnotherMaker) {
+  const auto result = kx_system::run({.words = {"bind", "0000:00:1f.6", "kxvqm", "glb", "version"}});
+  EXPECT_EQ(result.status, 255);
+  EXPECT_THAT(result.out, HasSubstr("Bind to the pcie device 0000:00:1f.6 failed!\nPlease bind kx device\n"));
+}
+
+}  // namespace

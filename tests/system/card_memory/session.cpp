@@ -1,0 +1,71 @@
+#include "session.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace session {
+
+namespace {
+
+// No command: the tool answers each of these lines with one line of its own, which separates the outputs.
+std::string marker(size_t number) {
+  std::string text = "@";
+  text += std::to_string(number);
+  return text;
+}
+
+std::string cut_to(std::string* text, const std::string& end) {
+  const size_t at = text->find(end);
+  if (at == std::string::npos) {
+    ADD_FAILURE() << "no '" << end << "' in\n" << *text;
+    return std::exchange(*text, "");
+  }
+  const std::string head = text->substr(0, at);
+  text->erase(0, at + end.size());
+  return head;
+}
+
+}  // namespace
+
+Session run(const std::string& card, const std::vector<std::string>& lines, bool super) {
+  std::string input = super ? "0\nsu opsu\n" : "0\n";
+  for (size_t i = 0; i < lines.size(); ++i) {
+    input += marker(i) + "\n" + lines[i] + "\n";
+  }
+  input += marker(lines.size()) + "\nquit\n";
+  Session session;
+  session.result = kx_system::run({.card = card, .input = input});
+  std::string rest = session.result.out;
+  session.before = cut_to(&rest, marker(0) + ": No such command for kxtools!\n");
+  for (size_t i = 0; i < lines.size(); ++i) {
+    session.outputs.push_back(cut_to(&rest, marker(i + 1) + ": No such command for kxtools!\n"));
+  }
+  return session;
+}
+
+kx_system::Result one_shot(const std::string& card, const std::string& words) {
+  kx_system::Command command = {.card = card, .words = {"bind", "0000:3b:00.0"}};
+  std::istringstream stream(words);
+  for (std::string word; stream >> word;) {
+    command.words.push_back(word);
+  }
+  return kx_system::run(command);
+}
+
+std::string plain(const std::string& text) {
+  std::string result;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\033') {
+      i = text.find('m', i);
+      if (i == std::string::npos) {
+        break;
+      }
+    } else {
+      result += text[i];
+    }
+  }
+  return result;
+}
+
+}  // namespace session

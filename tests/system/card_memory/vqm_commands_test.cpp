@@ -1,0 +1,276 @@
+// Every command of kxvqm: the lists as they are given, and each command with good words, none, too many and rubbish.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <sstream>
+
+#include "session.h"
+
+namespace {
+
+using session::plain;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+/// The module's entries in order; '*' marks those for the super user.
+constexpr const char* ENTRIES =
+    "rd rx rxst tx txst rxtop* txctrl* pktst* msix* usedbuff* msixst* qfcst* used_ring_st* int* version* vqm_clear* "
+    "status show_alarm show_config res_state* aximle* ost* show_all* check_vqm bdf* "
+    "vf enqs* qp* vring debug* rdesc_sel* idtrans_sel* vqm_print_zero* ost* "
+    "glb host rdesc qman qfc bman tx_aximr rx_aximw wr_used_vring trpg hot cnt others axim MODE barchan";
+
+const std::map<std::string, std::string> GROUPS = {
+    {"glb",
+     "version date int_st* int_test* cq_int_event* cq_int_mask* alarm_int_event* alarm_int_mask* test_mode* test_clr* "
+     "ep_st_id* cq_notify_addr* cq_cur_addr* vf_addr* hq_addr* cq_addr* bus_reg* local_rdesc* host_addr* oam*"},
+    {"host",
+     "device_feature_sel* device_feature* guest_feature_sel* guest_feature* msix_queue_num* status_queue_sel* "
+     "queue_size_msix* queue_enable_notify* queue_ring_addr* device_mac* device_state* device_max_q_pairs* "
+     "device_speed* device_duplex_rss* device_hash_type* queue_notify_data* vf_latch* common_cfg* notify_cfg* "
+     "device_num_queues* vq_num_max* alarm_st* vqm_duplex_rss* vf_state_en* vf_state_mask* vqm_glb_sq_reg* "
+     "risc_rd_qsize_reg* support_feature kick_cnt_oam* cfg_axim_cnt_oam* oam_st* lock_sel* lock_q_st* "
+     "pf_vf_start_vfid* vf_cfg* q_notify_data*"},
+    {"rdesc",
+     "debug* oam_buf_sel* state* cnt_clear* push_lock_qid_en* desc_alarm_mask* desc_alarm_event* desc_alarm_st* "
+     "c_desc_cnt_oam* c_split_axim_cnt_oam* c_desc_axim_cnt_oam* arbitor_state* req_cnt_oam* rx_cnt_oam* "
+     "aximr_err_cnt_oam* desc_len_err_oam* split_link_num* split_link_rst* split_link_oam_st* split_link_eng_qid* "
+     "cmdbuf_afull* packed_mode* split_mode* oam_buf* avail_last_idx*"},
+    {"qman",
+     "sel hard_st* vqm_aging_en* qe_free_th* desc_ctrl_reg* qman_tx_desc_ctrl* qman_desc_auto_ctrl_a* "
+     "qman_desc_auto_ctrl_b* rx_max_limit* tx_qman_limit*"},
+    {"qfc",
+     "oam* sys_clk fc_us_num port_fc_en qman_aging_t* desc_link_max* port_fc_flmax vf_fc_en q_fc_pri* tx_q_port_se* "
+     "vf_fc_flmax"},
+    {"bman",
+     "clear_err* clear_suc* cnt wrst* pktst pdst* bbst* bdst* disc* disc_ctrl* buff qeid_st queue_eng_st* qafull_cfg* "
+     "pkt_discard_cnt"},
+    {"tx_aximr", "ramst* descst* cmdst* datast* topst* combinest*"},
+    {"rx_aximw", "data_ram* cmd_ram* used_ram* pd_ram* work_st* interface_st* desc_st* bman_st* used_st*"},
+    {"wr_used_vring", "msix_buff* ring_buff* msix_st* qfc_st* eng_st* qageing msix_sel"},
+    {"trpg", "rx rxst tx txst rxtop* txctrl* pktst* rxclr* txclr* pktgen*"},
+    {"hot", "pd* data* cmd* work*"},
+    {"cnt", "vf enqs* qp*"},
+    {"others", ""},
+    {"axim", "ier* imr* itr* wpeir* rpeir*"},
+    {"MODE", "PA* PL* PE*"},
+    {"barchan", "bind_bdf* send_ovs_msg*"},
+};
+
+std::vector<std::string> words_of(const std::string& text) {
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
+/// Every command of the module with its chain of words, in order; only those of everyone when not `super`.
+std::vector<std::string> commands(bool super) {
+  std::vector<std::string> result;
+  for (std::string entry : words_of(ENTRIES)) {
+    const bool restricted = entry.back() == '*';
+    entry = restricted ? entry.substr(0, entry.size() - 1) : entry;
+    if (super || !restricted) {
+      result.push_back(entry);
+    }
+    auto group = GROUPS.find(entry);
+    for (std::string item : words_of(group == GROUPS.end() ? "" : group->second)) {
+      const bool item_restricted = item.back() == '*';
+      item = item_restricted ? item.substr(0, item.size() - 1) : item;
+      if (super || !item_restricted) {
+        result.push_back(entry + " " + item);
+      }
+    }
+  }
+  return result;
+}
+
+/// A command as the module's help lists it.
+struct listed {
+  std::string name;
+  bool has_index;   // "+ [vf]"
+  size_t settable;  // "(+ [first] [second])"
+};
+
+listed read_listed(const std::string& line) {
+  listed result = {};
+  const size_t help = line.find_first_of("+(", 0);
+  const std::string name = line.substr(0, std::min(help, size_t{65}));
+  result.name = name.substr(0, name.find_last_not_of(' ') + 1);
+  if (line.size() > 65) {
+    const std::string text = line.substr(65);
+    const size_t set = text.find("(+ ");
+    result.has_index = text.find("+ [") < set;
+    result.settable = set == std::string::npos
+                          ? 0
+                          : static_cast<size_t>(std::count(text.begin() + static_cast<long>(set), text.end(), '['));
+  }
+  return result;
+}
+
+std::vector<std::string> lines_of(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    lines.push_back(line);
+  }
+  return lines;
+}
+
+TEST(VqmCommands, AreListedAsGiven) {
+  for (const bool super : {false, true}) {
+    const auto session = session::run("{}", {"kxvqm"}, super);
+    std::vector<std::string> names;
+    for (const std::string& line : lines_of(session.outputs.at(0))) {
+      const std::string name = line.substr(0, 65);
+      names.push_back(name.substr(0, name.find_last_not_of(' ') + 1));
+    }
+    std::vector<std::string> expected = {"kxvqm"};
+    for (const std::string& command : commands(super)) {
+      expected.push_back("kxvqm " + command);
+    }
+    EXPECT_EQ(names, expected);
+  }
+}
+
+TEST(VqmCommands, GroupsPrintTheirHelp) {
+  std::vector<std::string> lines;
+  std::vector<size_t> counts;
+  for (const auto& [group, items] : GROUPS) {
+    lines.push_back("kxvqm " + group);
+    counts.push_back(words_of(items).size());
+  }
+  const auto session = session::run("{}", lines);
+  for (size_t i = 0; i < lines.size(); ++i) {
+    const std::vector<std::string> printed = lines_of(session.outputs[i]);
+    ASSERT_EQ(printed.size(), counts[i] + 1) << lines[i];
+    EXPECT_THAT("kxvqm " + printed[0], StartsWith(lines[i] + " "));
+    EXPECT_EQ(printed[0].size(), 65u);
+  }
+}
+
+// The commands that the description gives are tried as their help says they want to be used.
+TEST(VqmCommands, TakeTheWordsThatTheirHelpNames) {
+  std::vector<listed> all;
+  for (const auto& [group, items] : GROUPS) {
+    if (group == "barchan" || group == "others") {
+      continue;
+    }
+    const auto help = session::run("{}", {"kxvqm " + group});
+    const std::vector<std::string> lines = lines_of(help.outputs.at(0));
+    for (size_t i = 1; i < lines.size(); ++i) {
+      all.push_back(read_listed(lines[i]));
+    }
+  }
+  ASSERT_EQ(all.size(), 164u);
+
+  std::vector<std::string> lines;
+  for (const listed& command : all) {
+    const std::string start = "kxvqm " + command.name + (command.has_index ? " 2" : "");
+    std::string values;
+    for (size_t i = 0; i < command.settable; ++i) {
+      values += " 0x1";
+    }
+    lines.insert(lines.end(), {start, start + values, start + values + " 1", "kxvqm " + command.name + " rubbish",
+                               "kxvqm " + command.name + (command.has_index ? "" : " 1 1 1 1 1 1 1 1 1"),
+                               "kxvqm " + command.name + " 0xffffffffffffffff"});
+  }
+  const auto session = session::run("{}", lines, true);
+  EXPECT_EQ(session.result.status, 255) << "the markers fail, the commands do not";
+  for (size_t i = 0; i < all.size(); ++i) {
+    SCOPED_TRACE(all[i].name);
+    const std::string* out = &session.outputs[6 * i];
+    const bool clears = plain(out[0]).find(" done\n") != std::string::npos;
+    EXPECT_TRUE(clears || plain(out[0]).find("\n  ") != std::string::npos) << out[0];
+    EXPECT_THAT(out[1], testing::Not(HasSubstr("Error")));
+    EXPECT_THAT(out[2], StartsWith("kx_vqm Error: num of parameters is too much.\n"));
+    if (all[i].has_index || all[i].settable == 1) {
+      EXPECT_THAT(out[3], StartsWith("kx_vqm Error: para[rubbish] illegal.\n"));
+      EXPECT_THAT(out[5], StartsWith("kx_vqm Error: para[-1] out of range [0, "));
+    } else {
+      EXPECT_THAT(out[3], StartsWith("kx_vqm Error: num of parameters is too "));
+    }
+    EXPECT_THAT(out[4], StartsWith(all[i].has_index ? "kx_vqm Error: num of parameters is too less.\n"
+                                                    : "kx_vqm Error: num of parameters is too much.\n"));
+    EXPECT_GT(lines_of(out[2]).size(), 2u) << "the group's help follows";
+  }
+}
+
+TEST(VqmCommands, InNoGroupAnswerToo) {
+  struct {
+    const char* line;
+    const char* starts;
+  } cases[] = {
+      {"rd", "[rdesc state]\n"},
+      {"rx", "[packets received]\n"},
+      {"rxst", "[receive state]\n"},
+      {"tx", "[packets sent]\n"},
+      {"txst", "[transmit state]\n"},
+      {"rxtop", "[receive top state]\n"},
+      {"txctrl", "[transmit control]\n"},
+      {"pktst", "[packet state]\n"},
+      {"msix", "[msix buffer]\n"},
+      {"usedbuff", "[used ring buffer]\n"},
+      {"msixst", "[msix state]\n"},
+      {"qfcst", "[flow control state]\n"},
+      {"used_ring_st", "[used write state]\n"},
+      {"int", "[int status]\n"},
+      {"version", "[vqm version]\n  version id                  : 0x20250129\n[vqm date]\n"},
+      {"vqm_clear", "test clear done\nrdesc counter clear done\n"},
+      {"status", "[int status]\n"},
+      {"show_alarm", "[alarm int event]\n"},
+      {"show_config", "[test mode]\n"},
+      {"res_state", "[buffers allocated]\n"},
+      {"aximle", "[write parity errors]\n"},
+      {"ost", "[tx outstanding]\n  reads                       : 0x0\n  limit                       : 0x40\n"},
+      {"show_all", "[vqm version]\n"},
+      {"check_vqm", "vqm check ok\n"},
+      {"bdf", "[vqm bdf]\n"},
+      {"enqs 1192", "[enqueued descriptors]\n"},
+      {"qp 4095", "[send packets]\n"},
+      {"vring 0", "[ring state]\n"},
+      {"debug open", "[debug control]\n  enable                      : 0x1\n"},
+      {"debug close", "[debug control]\n  enable                      : 0x0\n"},
+      {"debug show", "[debug control]\n"},
+      {"rdesc_sel 0x2001", "[descriptor select]\n  queue                       : 0x1\n"},
+      {"idtrans_sel 0x3005", "[id translation select]\n  vf                          : 0x5\n"},
+      {"vqm_print_zero 0", ""},
+      {"glb int_st", "[int status]\n"},
+      {"vqm_print_zero 1", ""},
+      {"rx 1", "kx_vqm Error: num of parameters is too much.\nrx "},
+      {"vqm_clear 1", "kx_vqm Error: num of parameters is too much.\nvqm_clear "},
+      {"show_all 1", "kx_vqm Error: num of parameters is too much.\n"},
+      {"check_vqm 1", "kx_vqm Error: num of parameters is too much.\n"},
+      {"ost 1", "kx_vqm Error: num of parameters is too much.\n"},
+      {"enqs", "kx_vqm Error: num of parameters is too less.\nenqs "},
+      {"enqs 1193", "kx_vqm Error: para[1193] out of range [0, 1192].\n"},
+      {"qp 4096", "kx_vqm Error: para[4096] out of range [0, 4095].\n"},
+      {"vring x", "kx_vqm Error: para[x] illegal.\n"},
+      {"debug", "kx_vqm Error: num of parameters is too less.\n"},
+      {"debug maybe", "kx_vqm Error: para[maybe] illegal.\n"},
+      {"vqm_print_zero", "kx_vqm Error: num of parameters is too less.\n"},
+      {"vqm_print_zero 2", "kx_vqm Error: para[2] out of range [0, 1].\n"},
+      {"idtrans_sel 0x100000000", "kx_vqm Error: para[4294967296] out of range [0, 4294967295].\n"},
+      {"others", "others "},
+      {"others x", "others "},
+      {"barchan bind_bdf", "kx_vqm Error: num of parameters is too less.\nbarchan "},
+      {"barchan bind_bdf 1 2", "kx_vqm Error: num of parameters is too much.\n"},
+      {"barchan bind_bdf rubbish", "kx_vqm Error: para[rubbish] illegal.\n"},
+      {"barchan bind_bdf 0000:00:1f.6", "kx_vqm Error: para[0000:00:1f.6] illegal.\n"},
+      {"barchan bind_bdf 0000:3b:00.1", "message channel bound to 0000:3b:00.1\n"},
+      {"barchan send_ovs_msg 39", "kx_vqm Error: num of parameters is too less.\n"},
+      {"barchan send_ovs_msg 41 1", "kx_vqm Error: para[41] out of range [0, 40].\n"},
+      {"barchan send_ovs_msg 39 x", "kx_vqm Error: para[x] illegal.\n"},
+      {"barchan send_ovs_msg 39 0 0x1234", "  word 0  : 0x"},
+  };
+  std::vector<std::string> lines;
+  for (const auto& c : cases) {
+    lines.push_back(std::string("kxvqm ") + c.line);
+  }
+  const auto session = session::run("{}", lines, true);
+  for (size_t i = 0; i < lines.size(); ++i) {
+    EXPECT_THAT(plain(session.outputs[i]), StartsWith(cases[i].starts)) << lines[i];
+  }
+  EXPECT_EQ(plain(session.outputs[34]), "[int status]\n") << "zero fields are not printed now";
+  EXPECT_EQ(session.result.log_of("mailbox ").size(), 1u);
+}
+
+}  // namespace
