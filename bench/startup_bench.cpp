@@ -8,8 +8,6 @@
 
 #include <string>
 
-extern char** environ;
-
 namespace {
 
 // Runs the program once with its output thrown away. False when it cannot be started or fails.
