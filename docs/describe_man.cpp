@@ -62,20 +62,46 @@ void maintenance_print(uint32_t level) {
   }
 }
 
+// The first line of an entry's help, after the entry's name unless it begins with it.
+void help_line_print(const kxtools_cmd_entry& entry) {
+  std::string_view help = entry.help;
+  help = help.substr(0, help.find('\n'));
+  printf(".br\n");
+  if (!help.starts_with(entry.name)) {
+    text_print(entry.name);
+    fputs(": ", stdout);
+  }
+  text_print(help);
+  printf("\n");
+}
+
+// Names without help in one sentence, then the entries with help, a line each.
+void module_level_print(const kxtools_cmd_entry& module, uint32_t level) {
+  const char* const start = level == 0 ? "" : ".br\nAt super\\-user level also ";
+  const char* separator = start;
+  for (uint32_t i = 0; i < module.sub_cmd_num; i++) {
+    const kxtools_cmd_entry& entry = module.sub_cmd_list[i];
+    if (entry.permission == level && entry.help == nullptr) {
+      fputs(separator, stdout);
+      text_print(entry.name);
+      separator = ",\n";
+    }
+  }
+  if (separator != start) {
+    printf(".\n");
+  }
+  for (uint32_t i = 0; i < module.sub_cmd_num; i++) {
+    const kxtools_cmd_entry& entry = module.sub_cmd_list[i];
+    if (entry.permission == level && entry.help != nullptr) {
+      help_line_print(entry);
+    }
+  }
+}
+
 void module_print(const kxtools_cmd_entry& module) {
   printf(".TP\n.B %s\n", module.name);
   for (uint32_t level = 0; level < LEVELS; level++) {
-    const char* separator = level == 0 ? "" : "At super\\-user level also ";
-    for (uint32_t i = 0; i < module.sub_cmd_num; i++) {
-      if (module.sub_cmd_list[i].permission == level) {
-        fputs(separator, stdout);
-        text_print(module.sub_cmd_list[i].name);
-        separator = ",\n";
-      }
-    }
-    if (separator[0] == ',') {
-      printf(".\n");
-    }
+    module_level_print(module, level);
   }
   if (module.sub_cmd_num == 0) {
     printf("No commands in this build.\n");
