@@ -5,6 +5,7 @@
 namespace vcard {
 
 class Card;
+class NetworkProcessor;
 
 /// Attaches every model; the list stands in models.cpp.
 void models_attach(Card& card);
@@ -24,6 +25,9 @@ void packet_engine_attach(Card& card);
 void traffic_attach(Card& card);
 /// Register spaces of the PCIe endpoint controllers.
 void pcie_controller_attach(Card& card);
+/// Registers and table memories of the network processor. The models behind it (the queue engine) hook into what it
+/// returns, which lives as long as the card.
+NetworkProcessor& network_processor_attach(Card& card);
 /// Words of card memory that the card file sets.
 void memory_words_attach(Card& card);
 
