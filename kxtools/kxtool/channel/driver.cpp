@@ -64,7 +64,7 @@ int32_t kxtool_drv_version_check(kxtool_device* device) {
   tarn_tools_msg_request_set(msg.get(), KXTOOL_EVENT_GENERAL, &driver_compat, sizeof driver_compat);
   msg->msg_type = KXTOOL_MSG_DRIVER_COMPAT;
   msg->event_pid = static_cast<uint32_t>(getpid());
-  msg->status = reinterpret_cast<uintptr_t>(&status);
+  msg->status = &status;
   const int ret = kx_send_ioctl(device, msg.get());
   if (ret < 0) {
     KXTOOLS_ERR("ioctl error, ret = %d!\n", ret);
@@ -120,7 +120,7 @@ int32_t tarn_tools_event_info_register(kxtool_device* device) {
   tarn_tools_msg_request_set(msg.get(), KXTOOL_EVENT_GENERAL, &event_check, sizeof event_check);
   msg->msg_type = KXTOOL_MSG_EVENT_REGISTER;
   msg->event_pid = device->event_pid;
-  msg->status = reinterpret_cast<uintptr_t>(&status);
+  msg->status = &status;
   const int ret = kx_send_ioctl(device, msg.get());
   if (ret < 0) {
     const int error = errno;

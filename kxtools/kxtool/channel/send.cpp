@@ -14,7 +14,7 @@ constexpr unsigned long KX_IOCTL_REQUEST = 0x89FD;  // SIOCDEVPRIVATE + 13
 
 int32_t send_by_driver(kxtool_device* device, tools_msg* msg, kxtool_msg_status* status) {
   msg->msg_type = KXTOOL_MSG_CARD_REQUEST;
-  msg->status = reinterpret_cast<uintptr_t>(status);
+  msg->status = status;
   msg->event_pid = device->event_pid;
   const int ret = kx_send_ioctl(device, msg);
   if (ret < 0) {
@@ -34,20 +34,20 @@ int32_t send_by_driver(kxtool_device* device, tools_msg* msg, kxtool_msg_status*
 }  // namespace
 
 int kx_send_ioctl(kxtool_device* device, void* data) {
-  device->ifreq.data = reinterpret_cast<uintptr_t>(data);
+  device->ifreq.data = data;
   return ioctl(device->ioctl_socket.get(), KX_IOCTL_REQUEST, &device->ifreq);
 }
 
 int32_t tarn_tools_send_msg(kxtool_device* device, tools_msg* msg) {
   if (device->access_mode != KXTOOL_ACCESS_NIC) {
     return kxtool_barch_send_sync(device, KXTOOL_EVENT_GENERAL, tarn_tools_msg_payload(msg), msg->payload_len,
-                                  reinterpret_cast<void*>(static_cast<uintptr_t>(msg->reply)), &msg->reply_len);
+                                  msg->reply, &msg->reply_len);
   }
   kxtool_stats.tx_req.fetch_add(1, std::memory_order_relaxed);
   kxtool_msg_status status = {};
   const uint16_t reply_capacity = msg->reply_len;
   const int32_t result = send_by_driver(device, msg, &status);
-  msg->status = 0;
+  msg->status = nullptr;
   // Callers take what stands here for the bytes that they may read.
   if (msg->reply_len > reply_capacity) {
     msg->reply_len = reply_capacity;

@@ -15,6 +15,6 @@ void tarn_tools_free_msg(tools_msg* msg) {
 void tarn_tools_msg_request_set(tools_msg* msg, uint32_t event_id, void* reply, uint16_t reply_len) {
   msg->event_id = event_id;
   msg->route_code = KXTOOL_ROUTE_CODE;
-  msg->reply = reinterpret_cast<uintptr_t>(reply);
+  msg->reply = reply;
   msg->reply_len = reply_len;
 }

@@ -64,7 +64,7 @@ int vf_status_send(kxtool_device* device, const vf_status_set& set) {
   tarn_tools_msg_request_set(msg.get(), KXTOOL_EVENT_GENERAL, nullptr, 0);
   msg->msg_type = KXTOOL_MSG_VF_STATUS;
   msg->event_pid = device->event_pid;
-  msg->status = reinterpret_cast<uintptr_t>(&status);
+  msg->status = &status;
   memcpy(tarn_tools_msg_payload(msg.get()), &set, sizeof set);
   const int ret = kx_send_ioctl(device, msg.get());
   if (ret < 0) {

@@ -117,6 +117,14 @@ TEST(Mailbox, BringUpTalksToTheCardInTheStatedBytes) {
   }
 }
 
+TEST(Mailbox, ANoticeNobodyKnowsIsReportedAndAcknowledgedEmpty) {
+  kx_system::Process shell({.card = R"({"notices": [{"payload": "0c000000 01"}],
+                                        "faults": {"mailbox": {"requests": [{"event_id": 27, "never_answers": true}]}}})",
+                            .input = "0\nsu opsu\nkxtool fwupdate 0000:3b:00.0 version\n"});
+  EXPECT_TRUE(shell.expect("op_code 12 was not found!")) << shell.output();
+  EXPECT_TRUE(shell.expect_log("notice_done header=080027000000000000000000"));
+}
+
 TEST(Mailbox, AFailedExchangeEndsTheProcessWithItsCode) {
   const std::string red = "\033[31mmsg_chan_err: ";
   const std::string init = "kxtools_err: [mailbox_open][N] \r****Bar channel initialization has failed ret=-1****\n";

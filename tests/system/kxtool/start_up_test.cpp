@@ -90,6 +90,35 @@ TEST(StartUp, HelpNeedsNoDevice) {
   EXPECT_THAT(version.out, testing::MatchesRegex("kxtool [0-9.]+\nbuilt on [-0-9]+ [0-9:]+ with .+\n"));
 }
 
+TEST(Bind, RunsOneCommandOfAModuleAgainstADevice) {
+  const std::string failed = "Command exec failed!\n";
+  const std::string err = "kxtools_err: [kxtool_bind][N] ";
+  const Case cases[] = {
+      {"{}", {"bind", "eth0", "kxrdma"}, 0, "kxrdma" + std::string(59, ' ') + "kxrdma help info\n"},
+      {"{}",
+       {"bind", "eth0"},
+       255,
+       err + "argc = 1, argp is NULL, argp[0] is NULL, argp[1] is NULL\nkxtool bind eth0: " + failed},
+      {"{}", {"bind", "eth0", "kxv"}, 255, err + "kxtools_cmd_index_get failed!\nkxtool bind eth0 kxv: " + failed},
+      {"{}",
+       {"bind", "eth0", "kxtool", "-v"},
+       255,
+       err + "module_id is 0, error!\nkxtool bind eth0 kxtool -v: " + failed},
+      {"{}", {"bind", "eth0", "quit"}, 255, err + "module_id is 9, error!\nkxtool bind eth0 quit: " + failed},
+      {"{}",
+       {"bind", "eth0", "kxrdma", "x"},
+       255,
+       "kxtools_err: [kxtools_module_help][N] para is err!\nkxrdma x: " + failed + err +
+           "kxtools_cmd_execute failed\nkxtool bind eth0 kxrdma x: " + failed},
+  };
+  for (const Case& c : cases) {
+    check(c);
+  }
+  const auto shell = kx_system::run({.input = "0\nkxtool bind eth0 kxrdma\n"});
+  EXPECT_EQ(shell.status, 0);
+  EXPECT_THAT(shell.out, testing::EndsWith("This command only supports non-interactive command line!\n"));
+}
+
 // --- the run lock
 
 class RunLock : public testing::Test {

@@ -22,7 +22,7 @@ inline constexpr uint32_t KXTOOL_IF_NAME_MAX = 15;  ///< longest interface name
 /// The interface request block of the private ioctl.
 struct kxtool_ifreq {
   char name[KXTOOL_IF_NAME_MAX + 1];
-  uint64_t data;  ///< address of the tools_msg in this process
+  void* data;  ///< the tools_msg
   uint8_t reserved[16];
 };
 static_assert(sizeof(kxtool_ifreq) == 40 && offsetof(kxtool_ifreq, data) == 16);

@@ -29,25 +29,6 @@ enum kxtool_event_id : uint32_t {
 
 inline constexpr uint16_t KXTOOL_ROUTE_CODE = 3;  ///< the same in every request
 
-/// The record as the driver reads it; the payload follows at once.
-struct tools_msg {
-  uint32_t msg_type;
-  uint32_t event_pid;
-  uint64_t status;  ///< address of a kxtool_msg_status, only during the exchange
-  uint32_t event_id;
-  uint16_t route_code;
-  uint16_t reserved0;
-  uint64_t reply;      ///< address of the caller's reply buffer
-  uint16_t reply_len;  ///< its size; the driver may put the reply's length here
-  uint16_t reserved1;
-  uint16_t payload_len;
-  uint16_t reserved2;
-};
-static_assert(sizeof(tools_msg) == 40);
-static_assert(offsetof(tools_msg, status) == 8 && offsetof(tools_msg, event_id) == 16);
-static_assert(offsetof(tools_msg, route_code) == 20 && offsetof(tools_msg, reply) == 24);
-static_assert(offsetof(tools_msg, reply_len) == 32 && offsetof(tools_msg, payload_len) == 36);
-
 /// The area through which the driver tells how an exchange went.
 struct kxtool_msg_status {
   uint32_t flag;           ///< 1: the driver processed the message
@@ -55,6 +36,26 @@ struct kxtool_msg_status {
   uint8_t reserved[56];
 };
 static_assert(sizeof(kxtool_msg_status) == 64 && offsetof(kxtool_msg_status, channel_result) == 4);
+
+/// The record as the driver reads it; the payload follows at once.
+struct tools_msg {
+  uint32_t msg_type;
+  uint32_t event_pid;
+  kxtool_msg_status* status;  ///< only during the exchange
+  uint32_t event_id;
+  uint16_t route_code;
+  uint16_t reserved0;
+  void* reply;         ///< the caller's reply buffer
+  uint16_t reply_len;  ///< its size; the driver may put the reply's length here
+  uint16_t reserved1;
+  uint16_t payload_len;
+  uint16_t reserved2;
+};
+static_assert(sizeof(void*) == 8, "the driver reads 64-bit addresses");
+static_assert(sizeof(tools_msg) == 40);
+static_assert(offsetof(tools_msg, status) == 8 && offsetof(tools_msg, event_id) == 16);
+static_assert(offsetof(tools_msg, route_code) == 20 && offsetof(tools_msg, reply) == 24);
+static_assert(offsetof(tools_msg, reply_len) == 32 && offsetof(tools_msg, payload_len) == 36);
 
 /// Channel results with which the driver reports a time-out of the card's mailbox or virtqueue.
 inline constexpr int32_t KXTOOL_CHANNEL_TIMEOUT_BAR = 6;
@@ -81,8 +82,8 @@ inline uint8_t* tarn_tools_msg_payload(tools_msg* msg) {
 }
 
 /// Sends a request and waits for its reply: by the driver for an interface name, else by the mailbox as event 39. The
-/// reply is in the message's reply buffer. Returns 0, 1 for a failed ioctl, or the driver's channel result, each
-/// failure with one line. In the mailbox a failed exchange ends the process.
+/// reply is in the message's reply buffer. Returns 0, 1 with a message for a failed ioctl, or the driver's
+/// channel result, time-outs with a message. In the mailbox a failed exchange ends the process.
 int32_t tarn_tools_send_msg(kxtool_device* device, tools_msg* msg);
 
 /// Issues the private ioctl with `data` as the request block's pointer. Returns the system call's result. For the
