@@ -71,7 +71,7 @@ int32_t send_packet(fw_update* update, const fw_image& image, uint32_t at, uint3
 
 int32_t kxtool_fw_upd_req_send(fw_update* update) {
   kxtool_fw_fsm_set(FW_STATE_WAIT);
-  if (update->cur_partition != 1 && update->cur_partition != 2) {
+  if (!fw_partition_is_known(*update)) {
     FW_ERR("sys fail: invalid cur_partition %d\n", static_cast<int>(update->cur_partition));
     return fail(-9);
   }

@@ -6,6 +6,7 @@
 #include "channel/process_exit.h"
 #include "common/report.h"
 #include "fw_args.h"
+#include "fw_flash_text.h"
 #include "fw_interrupt.h"
 #include "fw_log.h"
 #include "fw_message.h"
@@ -22,8 +23,15 @@ void sleep_us(uint32_t microseconds) {
   usleep(microseconds);
 }
 
+// The mailbox ends the process when an exchange fails: the log and the user still hear what is left.
+void on_channel_exit(int status) {
+  FW_ERR("the channel to the card failed, exit status %d\n", status);
+  fw_flash_report(*fw_update_get(), "failed");
+}
+
 [[noreturn]] void leave(kxtool_device* device, int status) {
   kxtool_recv_cb_set(nullptr);
+  kxtool_process_exit_hook_set(nullptr);
   kxtool_release_fd_lock();
   if (device->access_mode == KXTOOL_ACCESS_BDF) {
     tarn_bc_exit(device);
@@ -44,6 +52,7 @@ int kxtool_fw_main(kxtool_cmd_ctx* ctx) {
   fw_log_open();
   FW_INFO("fwupdate pid is %d\n", static_cast<int>(getpid()));
   fw_interrupt_install();
+  kxtool_process_exit_hook_set(on_channel_exit);
   const int args = kxtool_fw_args_parse(*ctx, &update);
   if (args > 0) {
     leave(&ctx->device, args);

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "fw_flash_text.h"
 #include "fw_handlers.h"
 #include "fw_interrupt.h"
 #include "fw_log.h"
@@ -56,9 +57,10 @@ int update_finish(const fw_update& update) {
   return 0;
 }
 
-int update_fail() {
+int update_fail(const fw_update& update) {
   FW_ERR("****The update has failed. Please retry after a few minutes.****\n");
   fw_print("****The update has failed. Please retry after a few minutes.****\n");
+  fw_flash_report(update, "failed");
   return FW_EXIT_FAILED;
 }
 
@@ -97,10 +99,10 @@ int fw_run(fw_update* update) {
       return update_finish(*update);
     }
     if (state == FW_STATE_FAILED) {
-      return update_fail();
+      return update_fail(*update);
     }
     if (fw_interrupt_is_raised()) {
-      fw_interrupt_report(*update);
+      fw_flash_report(*update, "interrupted");
       return FW_EXIT_INTERRUPTED;
     }
     fw_timer_main(1);

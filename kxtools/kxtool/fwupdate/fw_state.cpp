@@ -33,6 +33,10 @@ bool fw_fsm_advance(fw_state from, fw_state to) {
   return fw_update_get()->state.compare_exchange_strong(expected, to);
 }
 
+bool fw_partition_is_known(const fw_update& update) {
+  return update.cur_partition == 1 || update.cur_partition == 2;
+}
+
 bool fw_image_current(fw_update* update, fw_image* image) {
   const std::span<const fw_image> table = update->header.table();
   uint8_t index = update->image;
@@ -51,6 +55,7 @@ void fw_part_finish(fw_update* update) {
   if (update->package.kind == FW_KIND_WHOLE_FLASH && update->part == FW_PART_A) {
     FW_INFO("try to update part B\n");
     update->part = FW_PART_B;
+    update->image = 0;
     if (fw_package_header_read(update->package, FW_PART_B, &update->header) != 0) {
       FW_ERR("the header of part B cannot be read\n");
       kxtool_fw_fsm_set(FW_STATE_FAILED);

@@ -74,6 +74,8 @@ uint8_t kxtool_fw_fsm_get();
 /// Goes from `from` to `to`; false when the machine was in another state and stays there.
 bool fw_fsm_advance(fw_state from, fw_state to);
 
+/// True when the card runs from one of its two partitions.
+bool fw_partition_is_known(const fw_update& update);
 /// The current image; false behind the last one. Images that are not to be written are skipped.
 bool fw_image_current(fw_update* update, fw_image* image);
 /// After the last image of a part: the next part of the package, or the end of the update.

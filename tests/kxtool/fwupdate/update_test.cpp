@@ -155,6 +155,7 @@ TEST_P(UpdateFault, EndsInItsStatusAndLines) {
   }
   if (test.status == 7) {
     EXPECT_THAT(result.printed, HasSubstr("****The update has failed. Please retry after a few minutes.****\n"));
+    EXPECT_THAT(result.log, HasSubstr("the running partition")) << "what is left is not said";
     EXPECT_THAT(result.printed, Not(HasSubstr("write success")));
   }
 }

@@ -6,3 +6,8 @@
 /// whose buffer this process inherited at the fork, nor what a running receive thread uses is touched: no exit handlers
 /// and no static destructors run.
 [[noreturn]] void kxtool_process_exit(int status);
+
+/// What a command still wants to say when its process is ended from elsewhere; called once, with the status, on the
+/// thread that ends the process. Null takes it back.
+using kxtool_exit_hook = void (*)(int status);
+void kxtool_process_exit_hook_set(kxtool_exit_hook hook);

@@ -1,0 +1,88 @@
+// Updates that are broken off in each state, by Ctrl-C or by a kill: the shell goes on, and a second update on the same
+// card succeeds.
+#include <gmock/gmock.h>
+#include <signal.h>
+
+#include "update_run.h"
+
+namespace {
+
+using kx_system::Process;
+using kx_system::Result;
+using testing::HasSubstr;
+using update_run::Workplace;
+
+constexpr const char* SLOW_CARD = R"({"information": {"os_type": 1},
+                                      "update": {"header_ms": 100, "erase_ms": 250, "read_back_ms": 250, "end_ms": 250}})";
+
+struct break_case {
+  const char* name;
+  const char* device;
+  const char* request;  // how the request begins during whose state the update is broken off
+  const char* text;     // what an interrupt says
+};
+
+class FirmwareUpdateBreak : public testing::TestWithParam<break_case> {
+ protected:
+  // Breaks the first update off with `signal` and lets a second one run.
+  Result run(const Workplace& work, int signal) {
+    const std::string line = work.line(GetParam().device);
+    Process shell({.card = SLOW_CARD, .state = work.folder.path()});
+    shell.send("0\nsu opsu\n" + line);
+    EXPECT_TRUE(shell.expect_log(std::string("payload=") + GetParam().request));
+    const std::vector<pid_t> tools = shell.tools();
+    EXPECT_EQ(tools.size(), 2u) << "shell and update";
+    if (tools.size() == 2) {
+      kill(tools.back(), signal);
+    }
+    shell.send(line + "quit\n");
+    return shell.wait();
+  }
+};
+
+TEST_P(FirmwareUpdateBreak, KilledUpdateIsRepeated) {
+  const Workplace work;
+  const Result result = run(work, SIGKILL);
+  EXPECT_EQ(result.status, 0) << result.out;
+  EXPECT_THAT(result.out, HasSubstr("write success"));
+  EXPECT_TRUE(work.flash_holds_package());
+}
+
+TEST_P(FirmwareUpdateBreak, InterruptedUpdateSaysWhatIsLeftAndIsRepeated) {
+  const Workplace work;
+  const Result result = run(work, SIGINT);
+  EXPECT_EQ(result.status, 130) << result.out;
+  EXPECT_THAT(result.err, HasSubstr(GetParam().text));
+  EXPECT_THAT(work.log(), HasSubstr(GetParam().text));
+  EXPECT_THAT(result.out, HasSubstr("write success"));
+  EXPECT_TRUE(work.flash_holds_package());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    States, FirmwareUpdateBreak,
+    testing::Values(
+        break_case{"authorisation", "eth0", "1c",
+                   "interrupted: nothing was written to the flash, the running partition is untouched\n"},
+        break_case{"header", "0000:3b:00.0", "13", "interrupted: partition 2 is incomplete, image 1 of 2 is "},
+        break_case{"erase", "eth0", "20",
+                   "image 1 of 2 is being erased: repeat the update; the running partition 1 is untouched\n"},
+        break_case{"data", "0000:3b:00.0", "40", "interrupted: partition 2 is incomplete, image 1 of 2 "},
+        break_case{"read_back", "eth0", "61", "image 2 of 2 is written but not verified: repeat the update; "},
+        break_case{"end", "0000:3b:00.0", "16",
+                   "interrupted: all images are written and verified, but the card has not finished: "}),
+    [](const testing::TestParamInfo<break_case>& test) { return test.param.name; });
+
+TEST(FirmwareUpdateTerminal, ControlCEndsTheUpdateWith130) {
+  const Workplace work;
+  kx_system::Command command = work.by_name(SLOW_CARD);
+  command.terminal = true;
+  Process update(command);
+  ASSERT_TRUE(update.expect("image 1/2 erasing"));
+  update.send("\x03");
+  const Result result = update.wait();
+  EXPECT_EQ(result.status, 130);
+  EXPECT_THAT(result.out,
+              HasSubstr("image 1 of 2 is being erased: repeat the update; the running partition 1 is untouched"));
+}
+
+}  // namespace

@@ -1,0 +1,97 @@
+// What the card does wrong, seen by the real tool on both wires: status, line, log, flash, and the next update.
+#include <gmock/gmock.h>
+
+#include "update_run.h"
+
+namespace {
+
+using kx_system::Result;
+using testing::HasSubstr;
+using testing::Not;
+using update_run::Workplace;
+
+struct fault_case {
+  const char* faults;
+  int status;
+  const char* out;
+  const char* log;
+};
+
+std::string card_with(const char* faults) {
+  return std::string(R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1}, "faults": )") + faults + "}";
+}
+
+void expect_outcome(const fault_case& test, const Workplace& work, const Result& result) {
+  EXPECT_EQ(result.status, test.status) << result.out;
+  EXPECT_THAT(result.out, HasSubstr(test.out));
+  EXPECT_THAT(work.log(), HasSubstr(test.log));
+  EXPECT_EQ(work.flash_holds_package(), test.status == 0);
+  EXPECT_EQ(work.flash(update_run::PARTITION_1, 0x10000), update_run::bytes(0x10000));
+  if (test.status != 0) {
+    EXPECT_THAT(result.out, Not(HasSubstr("write success")));
+  }
+}
+
+TEST(FirmwareUpdateFault, ByName) {
+  const fault_case cases[] = {
+      {R"({"update": {"old_request_only": true}})", 0, "write success", "upd_info.auth = 1"},
+      {R"({"processor": {"requests": [{"event_id": 27, "result": 6}]}})", 7,
+       "BAR MSG OR VQ MSG ERR: time out, bar_or_vq_chan_ret = 6!\n",
+       "bar chan or msgq channel is not work ,try it later!"},
+      {R"({"processor": {"requests": [{"event_id": 27, "from": 4, "result": -8}]}})", 7,
+       "BAR MSG OR VQ MSG ERR: time out, bar_or_vq_chan_ret = -8!\n", "tx by bar chan err"},
+      {R"({"driver": {"requests": [{"type": 1, "from": 3, "errno": 5}]}})", 7, "ioctl error,ret=-1!\n",
+       "****ret = 1 ****"},
+      {R"({"update": {"umount_fails": true}})", 7, "The update has failed", "sys failed umount failed"},
+      {R"({"update": {"erase_fails": 11}})", 7, "The update has failed", "erase failed over than max try 10 time"},
+      {R"({"update": {"sum_wrong": 3}})", 0, "write success", "crc failed 3try resent idx 0"},
+      {R"({"update": {"sum_wrong": 4}})", 7, "crc failed! resent 3 times failed! try to exit!\n", "curcrc="},
+      {R"({"update": {"notice_garbage": true}})", 0, "write success", "is not expected now, ignored"},
+  };
+  for (const fault_case& test : cases) {
+    SCOPED_TRACE(test.faults);
+    const Workplace work;
+    const Result result = kx_system::run(work.by_name(card_with(test.faults)));
+    expect_outcome(test, work, result);
+    if (test.status == 7) {
+      EXPECT_THAT(work.log(), HasSubstr("****The update has failed. Please retry after a few minutes.****"));
+    }
+  }
+}
+
+TEST(FirmwareUpdateFault, ByAddress) {
+  const fault_case cases[] = {
+      {R"({"mailbox": {"requests": [{"event_id": 27, "from": 2, "message_id": 9}]}})", 15,
+       "send msg id: 0, but get reply msg id: 9.", "upd_info.auth = 1"},
+      {R"({"mailbox": {"requests": [{"event_id": 27, "from": 3, "length": 2}]}})", 12,
+       "reps_buf_len is 1, but reps_msg_len is 2", "KXPKGINFO write flash ok"},
+      {R"({"mailbox": {"requests": [{"event_id": 27, "length": 79}]}})", 12, "BAR MSG SEND ERR:ret 12 !\n",
+       "fwupdate pid is "},
+      {R"({"update": {"erase_fails": 2, "write_fails": 2}})", 0, "write success", "write failed 2 try fix"},
+      {R"({"update": {"notice_garbage": true, "sum_wrong": 1}})", 0, "write success", "crc failed 1try resent idx 0"},
+      {R"({"mailbox": {"notice_flags": 2}})", 0, "write success", "upd finish"},
+  };
+  for (const fault_case& test : cases) {
+    SCOPED_TRACE(test.faults);
+    const Workplace work;
+    const Result result = kx_system::run(work.by_address(card_with(test.faults)));
+    expect_outcome(test, work, result);
+    if (test.status != 0) {
+      // The channel ended the process; the update still had its say.
+      EXPECT_THAT(work.log(), HasSubstr("the channel to the card failed, exit status " + std::to_string(test.status)));
+      EXPECT_THAT(result.err, HasSubstr("the running partition"));
+    }
+  }
+}
+
+TEST(FirmwareUpdateFault, RefusalEndsWithItsOwnStatusAndLeavesTheLockFree) {
+  const Workplace work;
+  const Result result = kx_system::run({.card = R"({"update": {"authorises": false}})",
+                                        .input = "0\n" + work.line("eth0") + "kxtool fwupdate eth0 part\nquit\n",
+                                        .state = work.folder.path()});
+  EXPECT_EQ(result.status, 5);
+  EXPECT_THAT(result.out, HasSubstr("active partition: 1\n"));
+  EXPECT_THAT(work.log(), HasSubstr("risc refuse to update"));
+}
+
+}  // namespace

@@ -1,0 +1,86 @@
+#include "update_run.h"
+
+#include <algorithm>
+#include <fstream>
+#include <numeric>
+
+namespace update_run {
+
+namespace {
+
+bytes image(size_t size, uint8_t first) {
+  bytes out(size);
+  std::iota(out.begin(), out.end(), first);
+  return out;
+}
+
+const bytes IMAGE_A = image(5000, 1);
+const bytes IMAGE_B = image(2029, 7);
+
+void put(std::ofstream& file, uint64_t position, const bytes& data) {
+  file.seekp(static_cast<std::streamoff>(position));
+  file.write(reinterpret_cast<const char*>(data.data()), static_cast<std::streamsize>(data.size()));
+}
+
+bytes header(const std::string& identification, const std::vector<std::pair<uint32_t, uint32_t>>& images) {
+  bytes out(2000);
+  const auto put32 = [&](size_t at, uint32_t value) {
+    for (size_t i = 0; i < 4; ++i) {
+      out[at + i] = static_cast<uint8_t>(value >> (8 * i));
+    }
+  };
+  std::copy(identification.begin(), identification.end(), out.begin() + 4);
+  put32(68, static_cast<uint32_t>(images.size()));
+  for (uint32_t i = 0; i < images.size(); ++i) {
+    put32(72 + i * 12, images[i].first);
+    put32(76 + i * 12, images[i].second);
+    put32(80 + i * 12, 2 + i);
+  }
+  return out;
+}
+
+}  // namespace
+
+Workplace::Workplace(int package_kind, const std::string& identification)
+    : package(folder.path() + "/update.pkg"), kind(package_kind) {
+  std::ofstream file(package, std::ios::binary);
+  if (kind == 1) {
+    put(file, 256, header(identification, {{0x41000, 5000}, {0x43000, 2029}}));
+    put(file, 256 + 0x1000, IMAGE_A);
+    put(file, 256 + 0x3000, IMAGE_B);
+  } else {
+    put(file, PARTITION_1, header(identification, {{0x41000, 5000}}));
+    put(file, PARTITION_2, header(identification, {{0x3303000, 2029}}));
+    put(file, 0x41000, IMAGE_A);
+    put(file, 0x3303000, IMAGE_B);
+  }
+}
+
+bytes Workplace::flash(uint64_t address, size_t length) const {
+  bytes out(length);
+  std::ifstream file(folder.path() + "/flash", std::ios::binary);
+  file.seekg(static_cast<std::streamoff>(address));
+  file.read(reinterpret_cast<char*>(out.data()), static_cast<std::streamsize>(length));
+  return file ? out : bytes();
+}
+
+bool Workplace::flash_holds_package() const {
+  const uint64_t place_a = kind == 1 ? PARTITION_2 + 0x1000 : 0x41000;
+  return flash(place_a, IMAGE_A.size()) == IMAGE_A && flash(PARTITION_2 + 0x3000, IMAGE_B.size()) == IMAGE_B;
+}
+
+std::string Workplace::log() const {
+  return kx_system::Folder::read(folder.path() + "/log/kxtool/kxtool_fw_upd.log");
+}
+
+kx_system::Command Workplace::by_name(const std::string& card, const std::string& word) const {
+  return {.card = card, .words = {"fwupdate", "eth0", word.empty() ? package : word}, .state = folder.path()};
+}
+
+kx_system::Command Workplace::by_address(const std::string& card, bool super_user) const {
+  return {.card = card,
+          .input = std::string("0\n") + (super_user ? "su opsu\n" : "") + line(ADDRESS) + "quit\n",
+          .state = folder.path()};
+}
+
+}  // namespace update_run

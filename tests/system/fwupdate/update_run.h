@@ -1,0 +1,43 @@
+// A package file and a card's kept folder for one update of the real tool under the virtual card.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "system/process.h"
+
+namespace update_run {
+
+using bytes = std::vector<uint8_t>;
+
+inline constexpr uint64_t PARTITION_1 = 0x40000;
+inline constexpr uint64_t PARTITION_2 = 0x3300000;
+
+/// Images of 5000 and 2029 bytes; the identification fits the card that is plugged in without a card file.
+struct Workplace {
+  explicit Workplace(int kind = 1, const std::string& identification = "TARN-FW-BOARDTYPE-2.0.0");
+
+  /// True when the flash holds both images where the package puts them, for a card that runs from partition 1.
+  bool flash_holds_package() const;
+  bytes flash(uint64_t address, size_t length) const;
+  /// The update log of all runs.
+  std::string log() const;
+
+  /// One-shot "kxtool fwupdate eth0 WORD"; the package without a word.
+  kx_system::Command by_name(const std::string& card = "{}", const std::string& word = "") const;
+  /// The shell, which binds the card first and, with `super_user`, has the raised permission.
+  kx_system::Command by_address(const std::string& card = "{}", bool super_user = true) const;
+  /// The lines that a user types in the shell for an update of `device`.
+  std::string line(const std::string& device) const {
+    return "kxtool fwupdate " + device + " " + package + "\n";
+  }
+
+  kx_system::Folder folder;
+  std::string package;
+  int kind;
+};
+
+inline constexpr const char* ADDRESS = "0000:3b:00.0";
+
+}  // namespace update_run
