@@ -69,7 +69,6 @@ TEST(FirmwareUpdateFault, ByAddress) {
        "fwupdate pid is "},
       {R"({"update": {"erase_fails": 2, "write_fails": 2}})", 0, "write success", "write failed 2 try fix"},
       {R"({"update": {"notice_garbage": true, "sum_wrong": 1}})", 0, "write success", "crc failed 1try resent idx 0"},
-      {R"({"mailbox": {"notice_flags": 2}})", 0, "write success", "upd finish"},
   };
   for (const fault_case& test : cases) {
     SCOPED_TRACE(test.faults);
