@@ -62,6 +62,10 @@ void maintenance_print(uint32_t level) {
   }
 }
 
+bool has_help(const kxtools_cmd_entry& entry) {
+  return entry.help != nullptr && entry.help[0] != '\0' && entry.help[0] != '\n';
+}
+
 // The first line of an entry's help, after the entry's name unless it begins with it.
 void help_line_print(const kxtools_cmd_entry& entry) {
   std::string_view help = entry.help;
@@ -81,7 +85,7 @@ void module_level_print(const kxtools_cmd_entry& module, uint32_t level) {
   const char* separator = start;
   for (uint32_t i = 0; i < module.sub_cmd_num; i++) {
     const kxtools_cmd_entry& entry = module.sub_cmd_list[i];
-    if (entry.permission == level && entry.help == nullptr) {
+    if (entry.permission == level && !has_help(entry)) {
       fputs(separator, stdout);
       text_print(entry.name);
       separator = ",\n";
@@ -92,7 +96,7 @@ void module_level_print(const kxtools_cmd_entry& module, uint32_t level) {
   }
   for (uint32_t i = 0; i < module.sub_cmd_num; i++) {
     const kxtools_cmd_entry& entry = module.sub_cmd_list[i];
-    if (entry.permission == level && entry.help != nullptr) {
+    if (entry.permission == level && has_help(entry)) {
       help_line_print(entry);
     }
   }
