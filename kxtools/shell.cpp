@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "common/report.h"
+#include "common/unique_fd.h"
 #include "kxtools/cmd.h"
 
 namespace {
@@ -153,11 +154,10 @@ void kxtools_child_input_detach() {
   if (!shell.interactive || isatty(STDIN_FILENO) != 0) {
     return;
   }
-  const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
-  if (null < 0 || dup2(null, STDIN_FILENO) < 0) {
+  const kx_unique_fd empty(open("/dev/null", O_RDONLY | O_CLOEXEC));
+  if (!empty || dup2(empty.get(), STDIN_FILENO) < 0) {
     close(STDIN_FILENO);
   }
-  close(null);
 }
 
 int32_t kxtools_shell_run() {
