@@ -87,7 +87,9 @@ uint32_t dpp_base_soft_init(uint32_t dev_id, const dpp_sys_init_ctrl* init) {
 uint32_t dpp_host_np_init(uint32_t dev_id, const dpp_host_np_info* info) {
   DPP_DEV_CHECK_ID(dev_id);
   QLIX_COMM_CHECK_POINT(info);
-  QLIX_COMM_CHECK_POINT(reinterpret_cast<const void*>(info->bar_vir_addr));
+  if (info->bar_vir_addr == 0) {
+    return qlix_comm_detail::report_null(QLIX_COMM_HERE);
+  }
   if (info->bar_size < FW_RECORDS_END) {
     QLIX_COMM_TRACE_ERROR("BAR of 0x%llx bytes ends before the firmware records\n",
                           static_cast<unsigned long long>(info->bar_size));

@@ -12,8 +12,8 @@ struct soft_int_value {
 // Collected by the interrupt thread, looked at by every reader: the lock guards the values, the switch stands outside
 // it so that a device without soft interrupts pays one load a read.
 struct soft_int_table {
-  std::atomic<uint32_t> enable{0};
   std::mutex lock;
+  std::atomic<uint32_t> enable{0};
   uint32_t num = 0;
   soft_int_value values[DPP_DEV_SOFT_INT_MAX] = {};
 };

@@ -356,6 +356,7 @@ void regs_check(std::vector<reg>& regs, complaints& out) {
     out.push_back({last, "number " + std::to_string(expected) + " is missing after this row"});
   }
   std::vector<const reg*> by_name;
+  by_name.reserve(regs.size());
   for (const reg& r : regs) {
     by_name.push_back(&r);
   }
