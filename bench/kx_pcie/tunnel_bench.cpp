@@ -1,0 +1,131 @@
+// A read of one word of card memory beside a bare loop that makes the same system calls and sleeps in the same order.
+// The program starts itself again under the virtual card.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+#include "kx_pcie/bind.h"
+#include "kx_pcie/tunnel.h"
+#include "kxtools/dev.h"
+
+namespace {
+
+constexpr uint64_t ADDRESS = 0x6208000000;
+constexpr const char* FUNCTION = "0000:3b:00.0";
+constexpr const char* CONFIG = "/sys/bus/pci/devices/0000:3b:00.0/config";
+constexpr const char* ON_CARD = "KX_BENCH_ON_CARD";
+
+// The capabilities that the virtual card's function has before and up to the VPD.
+constexpr off_t POINTER = 0x34;
+constexpr off_t CAPABILITIES[] = {0x40, 0x50, 0x60, 0xB0};
+constexpr off_t VPD = 0xB0;
+
+uint64_t allocations = 0;
+
+uint32_t bare_config(off_t offset, const uint32_t* out) {
+  uint32_t word = 0;
+  const int fd = open(CONFIG, O_RDWR | O_CLOEXEC);
+  lseek(fd, offset, SEEK_SET);
+  const ssize_t moved = out != nullptr ? write(fd, out, 4) : read(fd, &word, 4);
+  close(fd);
+  return moved == 4 ? word : 0;
+}
+
+uint32_t bare_transfer(uint32_t command, uint32_t data) {
+  bare_config(POINTER, nullptr);
+  for (const off_t capability : CAPABILITIES) {
+    bare_config(capability, nullptr);
+  }
+  bare_config(VPD + 4, &data);
+  bare_config(VPD, &command);
+  do {
+    usleep(10);
+  } while (((bare_config(VPD, nullptr) ^ command) >> 31) == 0);
+  return bare_config(VPD + 4, nullptr);
+}
+
+uint32_t bare_read() {
+  const int folder = open("/tmp/kx_pcie", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  const int flags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+  int lock = openat(folder, "pcie_catool_lockfile", flags | O_CREAT | O_EXCL, 0666);
+  if (lock < 0) {
+    lock = openat(folder, "pcie_catool_lockfile", flags);
+  }
+  struct stat info = {};
+  fstat(lock, &info);
+  close(folder);
+  flock(lock, LOCK_EX | LOCK_NB);
+  bare_transfer(0x90620000, 0x08000000);
+  const uint32_t value = bare_transfer(0x20000000, 0);
+  flock(lock, LOCK_UN);
+  close(lock);
+  return value;
+}
+
+void tunnel_read(benchmark::State& state) {
+  const uint64_t before = allocations;
+  for (auto _ : state) {
+    uint32_t value = 0;
+    if (read_val_from_kx(ADDRESS, &value) != 0) {
+      state.SkipWithError("no answer");
+      break;
+    }
+    benchmark::DoNotOptimize(value);
+  }
+  state.counters["allocations"] = static_cast<double>(allocations - before);
+}
+
+void bare_loop(benchmark::State& state) {
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(bare_read());
+  }
+}
+
+BENCHMARK(tunnel_read)->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(bare_loop)->UseRealTime()->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+
+// Counts what the measured code allocates; the C library's own memory is not used by it.
+void* operator new(size_t size) {
+  ++allocations;
+  return malloc(size);
+}
+void operator delete(void* memory) noexcept {
+  free(memory);
+}
+void operator delete(void* memory, size_t) noexcept {
+  free(memory);
+}
+
+int main(int argc, char** argv) {
+  if (getenv(ON_CARD) == nullptr) {
+    setenv(ON_CARD, "1", 1);
+    char self[4096] = {};
+    if (readlink("/proc/self/exe", self, sizeof self - 1) < 0) {
+      return 1;
+    }
+    execl(KXVCARD, KXVCARD, "--", self, "--benchmark_repetitions=7", "--benchmark_enable_random_interleaving=true",
+          argc > 1 ? argv[1] : nullptr, nullptr);
+    perror(KXVCARD);
+    return 1;
+  }
+  const kxtools_dev_pcie_ops ops = {bind_pcie_dev_help, get_sbdf_by_node_id, bind_pcie_dev_by_sbdf};
+  kxtools_dev_pcie_ops_set(&ops);
+  kxtools_sbdf sbdf = 0;
+  uint32_t value = 0;
+  if (kxtools_dev_name2bdf(FUNCTION, &sbdf) != 0 || kxtools_dev_bind(sbdf) != 0 ||
+      read_val_from_kx(ADDRESS, &value) != 0 || bare_read() != value) {
+    fprintf(stderr, "the virtual card does not answer\n");
+    return 1;
+  }
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}
