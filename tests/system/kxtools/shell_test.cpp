@@ -53,7 +53,7 @@ TEST(Shell, LetsTheUserChooseADevice) {
 TEST(Shell, BindsAgain) {
   const std::string list = DEVICE_LIST + ASK;
   // "q" keeps the device that is bound; without one it is said that there is none.
-  kx_system::Result result = shell_run("0\nsbdf\n0\nsbdf\nq\nfoo\n");
+  kx_system::Result result = shell_run("0\nsbdf\n1\nsbdf\nq\nfoo\n");
   EXPECT_EQ(result.out, list + list + list + FOO);
   result = shell_run("q\nsbdf\nq\nsbdf\n0\nsbdf\n9\nquit\n");
   EXPECT_EQ(result.out, list + NOT_BOUND + list + NOT_BOUND + list + list +
