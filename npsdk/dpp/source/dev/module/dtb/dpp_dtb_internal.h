@@ -1,0 +1,28 @@
+// What the files of this folder share.
+#pragma once
+
+#include "dpp_chip/dpp_dev.h"
+#include "dpp_chip/dpp_dev_mutex.h"
+#include "dpp_dtb/dpp_dtb.h"
+#include "qlix_comm/check.h"
+
+inline constexpr uint32_t DTB_ACK_TEST = 0x12345678;    ///< memory test at initialisation
+inline constexpr uint32_t DTB_ACK_POSTED = 0x11111100;  ///< handed to the chip
+inline constexpr uint32_t DTB_ACK_DONE = 0x5A5A5A;      ///< upper 24 bits of a completion
+inline constexpr uint32_t DTB_ACK_STATUS_MASK = 0xFF;
+inline constexpr uint32_t DTB_ACK_SUCCESS = 0xFF;
+
+inline uint32_t dtb_ack_state(uint32_t ack) {
+  return ack >> 8;
+}
+
+inline uint64_t dtb_item_addr(const dpp_dtb_items& items, uint32_t item) {
+  return items.vir_base + uint64_t{item} * items.item_size;
+}
+
+#define DTB_CHECK_QUEUE(dev_id, queue_id)               \
+  QLIX_COMM_CHECK_INDEX_UPPER(dev_id, DPP_DEV_MAX - 1); \
+  QLIX_COMM_CHECK_INDEX_UPPER(queue_id, DPP_DTB_QUEUE_NUM - 1)
+
+/// The items of one direction of a queue. DPP_RC_DTB_MGR_NOT_EXIST, or DPP_RC_DTB_QUEUE_NOT_INIT with its line.
+uint32_t dtb_items_get(uint32_t dev_id, uint32_t queue_id, uint32_t dir, dpp_dtb_items** items);

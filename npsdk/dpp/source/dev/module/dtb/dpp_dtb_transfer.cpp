@@ -1,0 +1,348 @@
+// Posting items and waiting for their completion.
+#include <unistd.h>
+
+#include <cstring>
+
+#include "dpp_chip/dpp_mutex.h"
+#include "dpp_dtb/dpp_dtb_cfg.h"
+#include "dpp_dtb_internal.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "qlix_comm/print.h"
+
+namespace {
+
+constexpr uint32_t LEN_MASK = 0x3FF;
+constexpr uint32_t INT_EN_BIT = 29;
+constexpr uint32_t CMD_TYPE_BIT = 30;
+
+bool no_hardware(uint32_t dev_id) {
+  return dpp_dev_get_dev_type(dev_id) == DPP_DEV_TYPE_NONE;
+}
+
+/// Asks the chip whether it would take an item of the queue.
+uint32_t info_check(uint32_t dev_id, uint32_t queue_id) {
+  uint32_t enabled = 0, left = 0;
+  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, DPP_REG_DTB_CFG_QUEUE_EN, 0, queue_id, &enabled), "dpp_reg_read");
+  if (enabled == 0) {
+    QLIX_COMM_TRACE_ERROR("the queue %d is not enable!", queue_id);
+    return DPP_RC_DTB_QUEUE_NOT_ENABLE;
+  }
+  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, DPP_REG_DTB_QUEUE_ITEM_LEFT, 0, queue_id, &left), "dpp_reg_read");
+  return left == 0 ? DPP_RC_DTB_NO_ITEM : QLIX_COMM_OK;
+}
+
+/// Takes the next item whose acknowledge word says that neither side owns it.
+uint32_t free_item_take(dpp_dtb_items* items, uint32_t* item) {
+  for (uint32_t tries = 0; tries < DPP_DTB_ITEM_NUM; tries++) {
+    const uint32_t candidate = items->counter++ % DPP_DTB_ITEM_NUM;
+    if (dtb_ack_state(dpp_dtb_rd32(dtb_item_addr(*items, candidate))) == 0) {
+      *item = candidate;
+      return QLIX_COMM_OK;
+    }
+  }
+  return DPP_RC_DTB_ITEMS_BUSY;
+}
+
+/// Fills an item, hands it over and rings the doorbell. REQUIRES: the queue's mutex, or an item that the caller owns.
+uint32_t item_send(uint32_t dev_id, uint32_t queue_id, uint32_t dir, dpp_dtb_items* items, uint32_t item,
+                   uint32_t int_en, uint32_t length, const uint32_t* data) {
+  const uint64_t addr = dtb_item_addr(*items, item);
+  std::memcpy(reinterpret_cast<void*>(addr + DPP_DTB_ITEM_ACK_BYTES), data, length);
+  dpp_dtb_wr32(addr, DTB_ACK_POSTED);
+
+  const uint64_t bus = items->phy_base + uint64_t{item} * items->item_size;
+  dpp_dtb_item_info info{};
+  info.cmd_vld = 1;
+  info.cmd_type = dir;
+  info.int_en = int_en;
+  info.data_len = length / 4;
+  info.data_addr_l = static_cast<uint32_t>(bus >> 4);
+  info.data_addr_h = static_cast<uint32_t>(bus >> 36);
+  const uint32_t bit = 1u << item;
+  if (int_en != 0) {
+    items->int_items.fetch_or(bit);
+  } else if ((items->int_items.load(std::memory_order_relaxed) & bit) != 0) {
+    items->int_items.fetch_and(~bit);
+  }
+  if (dpp_dtb_prt_get() != 0) {
+    dpp_dtb_info_print(dev_id, queue_id, item, &info);
+  }
+  if (no_hardware(dev_id) || dpp_dtb_soft_perf_test_get() != 0) {
+    return QLIX_COMM_OK;
+  }
+  const uint32_t rc = dpp_dtb_queue_item_info_set(dev_id, queue_id, &info);
+  if (rc != QLIX_COMM_OK) {
+    dpp_dtb_wr32(addr, 0);  // the doorbell did not ring: the item is still ours
+  }
+  return rc;
+}
+
+/// Registers that tell why a completion stays away.
+struct reg_row {
+  const char* name;
+  uint32_t reg_no;
+  uint32_t fields;
+};
+constexpr reg_row AXI_ROWS[] = {
+    {"axi_last_operate", DPP_REG_DTB_AXI_LAST_OPERATE, 3},
+    {"axi_last_addr", DPP_REG_DTB_AXI_LAST_ADDR, 2},
+    {"axi_channel_state", DPP_REG_DTB_AXI_CHANNEL_STATE, 3},
+    {"axi_rd_resp_err_cnt", DPP_REG_DTB_AXI_RD_RESP_ERR_CNT, 1},
+    {"axi_wr_resp_err_cnt", DPP_REG_DTB_AXI_WR_RESP_ERR_CNT, 1},
+};
+
+void overtime_print(uint32_t dev_id, uint32_t queue_id, const char* direction, uint32_t item, uint64_t addr) {
+  QLIX_COMM_TRACE_ERROR("Error!!! dpp dtb %s queue [%d] item [%d] ack success is overtime!\n", direction, queue_id,
+                        item);
+  QLIX_COMM_PRINT("************************ dtb %s table info ************************\n", direction);
+  dpp_dtb_item_info info{};
+  if (dpp_dtb_queue_item_info_get(dev_id, queue_id, &info) == QLIX_COMM_OK) {
+    dpp_dtb_info_print(dev_id, queue_id, item, &info);
+  }
+  for (uint32_t word = 0; word < DPP_DTB_ITEM_ACK_WORDS; word++) {
+    QLIX_COMM_PRINT("ack_word_%u                 : 0x%08x\n", word, dpp_dtb_rd32(addr + word * 4));
+  }
+  QLIX_COMM_PRINT("************************ dtb reg info ************************\n");
+  for (const reg_row& row : AXI_ROWS) {
+    uint32_t values[3] = {};
+    if (dpp_reg_read(dev_id, row.reg_no, 0, 0, values) != QLIX_COMM_OK) {
+      continue;
+    }
+    for (uint32_t field = 0; field < row.fields; field++) {
+      QLIX_COMM_PRINT("%-20s[%u]    : 0x%08x\n", row.name, field, values[field]);
+    }
+  }
+  QLIX_COMM_PRINT("**************************************************************\n");
+}
+
+void finish_event_clear(uint32_t dev_id, uint32_t queue_id, dpp_dtb_items* items, uint32_t item) {
+  const uint32_t bit = 1u << item;
+  if ((items->int_items.load(std::memory_order_relaxed) & bit) != 0) {
+    items->int_items.fetch_and(~bit);
+    // One bit a queue; writing 1 clears it.
+    dpp_reg_write32_bymn(dev_id, DPP_REG_DTB_FINISH_INT_EVENT, 0, queue_id / 32, 1u << queue_id % 32);
+  }
+}
+
+/// Polls the acknowledge word until the chip has completed the item; `*ack` is what it said. Leaves the word as it is.
+uint32_t completion_wait(uint32_t dev_id, uint32_t queue_id, dpp_dtb_items* items, uint32_t item, uint32_t limit,
+                         const char* direction, uint32_t* ack) {
+  const uint64_t addr = dtb_item_addr(*items, item);
+  for (uint32_t polls = 1;; polls++) {
+    *ack = dpp_dtb_rd32(addr);
+    QLIX_COMM_TRACE_DEBUG("dpp_dtb_item_ack_rd ack_value:0x%08x\n", *ack);
+    if (dtb_ack_state(*ack) == DTB_ACK_DONE) {
+      break;
+    }
+    if (polls > limit) {
+      overtime_print(dev_id, queue_id, direction, item, addr);
+      return DPP_RC_DTB_OVERTIME;
+    }
+    usleep(dpp_dtb_delay_overtime_get());
+  }
+  finish_event_clear(dev_id, queue_id, items, item);
+  return QLIX_COMM_OK;
+}
+
+uint32_t status_of(uint32_t ack) {
+  return (ack & DTB_ACK_STATUS_MASK) == DTB_ACK_SUCCESS ? QLIX_COMM_OK : ack;
+}
+
+bool completion_granted(uint32_t dev_id) {
+  return no_hardware(dev_id) || dpp_dtb_soft_perf_test_get() != 0 || dpp_dtb_hardware_perf_test_get() != 0;
+}
+
+uint32_t length_check(uint32_t length) {
+  QLIX_COMM_CHECK_INDEX(length, DPP_DTB_LEN_MIN, DPP_DTB_LEN_MAX);
+  if (length % 4 != 0) {
+    QLIX_COMM_TRACE_ERROR("ErrorCode[0x%x]: %u bytes are no whole number of words\n", DPP_RC_DTB_LEN, length);
+    return DPP_RC_DTB_LEN;
+  }
+  return QLIX_COMM_OK;
+}
+
+}  // namespace
+
+uint32_t dpp_dtb_queue_item_info_set(uint32_t dev_id, uint32_t queue_id, const dpp_dtb_item_info* info) {
+  DTB_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_POINT(info);
+  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, info->data_addr_h),
+                     "dpp_reg_write32_bymn");
+  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, info->data_addr_l),
+                     "dpp_reg_write32_bymn");
+  const uint32_t word =
+      (info->data_len & LEN_MASK) | (info->int_en & 1) << INT_EN_BIT | (info->cmd_type & 1) << CMD_TYPE_BIT;
+  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 0, queue_id, word),
+                     "dpp_reg_write32_bymn");
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_dtb_queue_item_info_get(uint32_t dev_id, uint32_t queue_id, dpp_dtb_item_info* info) {
+  DTB_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_POINT(info);
+  uint32_t word = 0;
+  *info = {};
+  QLIX_COMM_CHECK_RC(dpp_reg_read32(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, &info->data_addr_h),
+                     "dpp_reg_read32");
+  QLIX_COMM_CHECK_RC(dpp_reg_read32(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, &info->data_addr_l),
+                     "dpp_reg_read32");
+  QLIX_COMM_CHECK_RC(dpp_reg_read32(dev_id, DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 0, queue_id, &word), "dpp_reg_read32");
+  info->cmd_vld = 1;
+  info->data_len = word & LEN_MASK;
+  info->int_en = word >> INT_EN_BIT & 1;
+  info->cmd_type = word >> CMD_TYPE_BIT & 1;
+  return QLIX_COMM_OK;
+}
+
+void dpp_dtb_info_print(uint32_t dev_id, uint32_t queue_id, uint32_t item, const dpp_dtb_item_info* info) {
+  const struct {
+    const char* name;
+    uint32_t value;
+  } rows[] = {
+      {"dev_id", dev_id},
+      {"queue_id", queue_id},
+      {"item", item},
+      {"cmd_vld", info->cmd_vld},
+      {"cmd_type", info->cmd_type},
+      {"int_en", info->int_en},
+      {"data_len", info->data_len},
+      {"data_addr_l", info->data_addr_l},
+      {"data_addr_h", info->data_addr_h},
+  };
+  for (const auto& row : rows) {
+    QLIX_COMM_PRINT("%-26s : 0x%x\n", row.name, row.value);
+  }
+}
+
+uint32_t dpp_dtb_tab_down_info_set(uint32_t dev_id, uint32_t queue_id, uint32_t int_en, uint32_t length,
+                                   const uint32_t* data, uint32_t* item) {
+  DTB_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_POINT(data);
+  QLIX_COMM_CHECK_POINT(item);
+  uint32_t rc = length_check(length);
+  if (rc != QLIX_COMM_OK) {
+    return rc;
+  }
+  dpp_mutex* mutex = nullptr;
+  QLIX_COMM_CHECK_RC(dpp_dev_dtb_opr_mutex_get(dev_id, DPP_DEV_MUTEX_T_DTB, queue_id, &mutex),
+                     "dpp_dev_dtb_opr_mutex_get");
+  DPP_MUTEX_GUARD(guard, mutex);
+  if (!guard.locked()) {
+    return guard.status();
+  }
+  dpp_dtb_items* items = nullptr;
+  rc = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DOWN, &items);
+  if (rc == QLIX_COMM_OK && dpp_dtb_info_check_en_get() != 0) {
+    rc = info_check(dev_id, queue_id);
+  }
+  if (rc == QLIX_COMM_OK) {
+    rc = free_item_take(items, item);
+  }
+  if (rc == QLIX_COMM_OK) {
+    rc = item_send(dev_id, queue_id, DPP_DTB_DIR_DOWN, items, *item, int_en, length, data);
+  }
+  const uint32_t unlocked = guard.unlock();
+  return rc != QLIX_COMM_OK ? rc : unlocked;
+}
+
+uint32_t dpp_dtb_tab_down_success_status_check(uint32_t dev_id, uint32_t queue_id, uint32_t item) {
+  QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
+  dpp_dtb_items* items = nullptr;
+  uint32_t rc = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DOWN, &items);
+  if (rc != QLIX_COMM_OK) {
+    return rc;
+  }
+  const uint64_t addr = dtb_item_addr(*items, item);
+  if (completion_granted(dev_id)) {
+    dpp_dtb_wr32(addr, 0);
+    return QLIX_COMM_OK;
+  }
+  if (dpp_dtb_debug_fun_get() != 0) {
+    return QLIX_COMM_OK;
+  }
+  uint32_t ack = 0;
+  rc = completion_wait(dev_id, queue_id, items, item, dpp_dtb_down_table_overtime_get(), "down", &ack);
+  dpp_dtb_wr32(addr, 0);
+  return rc != QLIX_COMM_OK ? rc : status_of(ack);
+}
+
+uint32_t dpp_dtb_write_down_table_data(uint32_t dev_id, uint32_t queue_id, uint32_t length, const uint32_t* data) {
+  uint32_t item = 0;
+  QLIX_COMM_CHECK_RC(dpp_dtb_tab_down_info_set(dev_id, queue_id, 0, length, data, &item), "dpp_dtb_tab_down_info_set");
+  QLIX_COMM_CHECK_RC(dpp_dtb_tab_down_success_status_check(dev_id, queue_id, item),
+                     "dpp_dtb_tab_down_success_status_check");
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_dtb_tab_up_free_item_get(uint32_t dev_id, uint32_t queue_id, uint32_t* item) {
+  DTB_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_POINT(item);
+  dpp_mutex* mutex = nullptr;
+  QLIX_COMM_CHECK_RC(dpp_dev_dtb_opr_mutex_get(dev_id, DPP_DEV_MUTEX_T_DTB, queue_id, &mutex),
+                     "dpp_dev_dtb_opr_mutex_get");
+  DPP_MUTEX_GUARD(guard, mutex);
+  if (!guard.locked()) {
+    return guard.status();
+  }
+  dpp_dtb_items* items = nullptr;
+  uint32_t rc = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &items);
+  if (rc == QLIX_COMM_OK) {
+    rc = free_item_take(items, item);
+  }
+  if (rc == QLIX_COMM_OK) {
+    dpp_dtb_wr32(dtb_item_addr(*items, *item), DTB_ACK_POSTED);  // taken from here on
+  }
+  const uint32_t unlocked = guard.unlock();
+  return rc != QLIX_COMM_OK ? rc : unlocked;
+}
+
+uint32_t dpp_dtb_tab_up_info_set(uint32_t dev_id, uint32_t queue_id, uint32_t item, uint32_t int_en, uint32_t length,
+                                 const uint32_t* data) {
+  QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
+  QLIX_COMM_CHECK_POINT(data);
+  dpp_dtb_items* items = nullptr;
+  uint32_t rc = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &items);
+  if (rc != QLIX_COMM_OK) {
+    return rc;
+  }
+  rc = length_check(length);
+  dpp_mutex* mutex = nullptr;
+  if (rc == QLIX_COMM_OK) {
+    // The doorbell registers of the queue are one set: two posts must not mix.
+    rc = dpp_dev_dtb_opr_mutex_get(dev_id, DPP_DEV_MUTEX_T_DTB, queue_id, &mutex);
+  }
+  if (rc == QLIX_COMM_OK) {
+    DPP_MUTEX_GUARD(guard, mutex);
+    rc = !guard.locked() ? guard.status()
+                         : item_send(dev_id, queue_id, DPP_DTB_DIR_DUMP, items, item, int_en, length, data);
+  }
+  if (rc != QLIX_COMM_OK) {
+    dpp_dtb_wr32(dtb_item_addr(*items, item), 0);
+  }
+  return rc;
+}
+
+uint32_t dpp_dtb_tab_up_success_status_check(uint32_t dev_id, uint32_t queue_id, uint32_t item) {
+  QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
+  dpp_dtb_items* items = nullptr;
+  uint32_t rc = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &items);
+  if (rc != QLIX_COMM_OK || completion_granted(dev_id) || dpp_dtb_debug_fun_get() != 0) {
+    return rc;
+  }
+  uint32_t ack = 0;
+  rc = completion_wait(dev_id, queue_id, items, item, dpp_dtb_dump_table_overtime_get(), "dump", &ack);
+  rc = rc != QLIX_COMM_OK ? rc : status_of(ack);
+  if (rc != QLIX_COMM_OK) {
+    dpp_dtb_wr32(dtb_item_addr(*items, item), 0);
+  }
+  return rc;
+}
+
+uint32_t dpp_dtb_tab_up_data_get(uint32_t dev_id, uint32_t queue_id, uint32_t item, uint32_t length, uint32_t* data) {
+  const uint32_t rc = dpp_dtb_item_buff_rd(dev_id, queue_id, DPP_DTB_DIR_DUMP, item, 0, length, data);
+  if (rc == QLIX_COMM_OK) {
+    return dpp_dtb_item_ack_wr(dev_id, queue_id, DPP_DTB_DIR_DUMP, item, 0, 0);
+  }
+  return rc;
+}

@@ -1,0 +1,162 @@
+#include "dpp_dtb/dpp_dtb_table.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "dpp_dtb/dpp_dtb_cfg.h"
+#include "fake_chip.h"
+
+namespace {
+
+constexpr uint32_t DEV = fake_chip::DEV;
+
+/// A block of one element for the chip.
+template <typename Form>
+std::vector<uint8_t> block_of(uint32_t type, const Form& form, const std::vector<uint8_t>& data = {}) {
+  uint8_t cmd[DPP_DTB_CMD_BYTES];
+  EXPECT_EQ(dpp_dtb_table_cmd_pack(type, dpp_dtb_form_values(form), cmd), 0u);
+  std::vector<uint8_t> block(sizeof(cmd) + data.size());
+  std::copy(cmd, cmd + sizeof(cmd), block.begin());
+  std::copy(data.begin(), data.end(), block.begin() + sizeof(cmd));
+  return block;
+}
+
+/// 1, 2, 3, ...
+std::vector<uint8_t> counting(size_t size) {
+  std::vector<uint8_t> data(size);
+  for (size_t i = 0; i < size; i++) {
+    data[i] = static_cast<uint8_t>(i + 1);
+  }
+  return data;
+}
+
+TEST(DtbTable, TheChipFindsEveryFieldOfEveryType) {
+  vcard::NpTables chip;
+  const auto success = vcard::NpStatus::success;
+  const std::vector<uint8_t> wide = counting(64);
+
+  EXPECT_EQ(chip.execute(block_of(0, dpp_dtb_ddr_form{1, 1, 2, 1, 1, 0xABCDE, 1, 0x2ABCDEF0}, wide)), success);
+  EXPECT_EQ(chip.ddr_row(0xABCDE, 0x2ABCDEF3)[15], 64);
+  EXPECT_EQ(chip.execute(block_of(0, dpp_dtb_ddr_form{1, 1, 0, 0, 0, 0xFFFFF, 0, 0x3FFFFFFF}, counting(16))), success);
+  EXPECT_EQ(chip.ddr_row(0xFFFFF, 0x3FFFFFFF)[0], 1);
+
+  EXPECT_EQ(chip.execute(block_of(1, dpp_dtb_eram_1_form{1, 0, 2, 1, 0, 0, 128 * 3 + 9, 1})), success);
+  EXPECT_EQ(chip.eram_row(3)[1], 0x40);
+  EXPECT_EQ(chip.execute(block_of(1, dpp_dtb_eram_1_form{1, 0, 2, 1, 0, 0, 128 * 3 + 9, 0})), success);
+  EXPECT_EQ(chip.eram_row(3)[1], 0);
+  EXPECT_EQ(chip.execute(block_of(2, dpp_dtb_eram_64_form{1, 0, 1, 1, 0, 0, 0x3FFFFFF, 0x01020304, 0x05060708})),
+            success);
+  EXPECT_EQ(chip.eram_row(0x1FFFFFF)[15], 8);
+  EXPECT_EQ(chip.execute(block_of(3, dpp_dtb_eram_128_form{1, 0, 0, 1, 0, 0, 5}, counting(16))), success);
+  EXPECT_EQ(chip.eram_row(5)[15], 16);
+
+  EXPECT_EQ(chip.execute(block_of(4, dpp_dtb_zcam_form{1, 2, 1, 3, 6, 2, 0x5, 511}, wide)), success);
+  const auto item = chip.zcell_item(3 * 8 + 6, 2, 511);
+  EXPECT_EQ(item[0], 0);  // quarters 1 and 3 only
+  EXPECT_EQ(item[16], 17);
+  EXPECT_EQ(item[32], 0);
+  EXPECT_EQ(item[63], 64);
+  EXPECT_EQ(chip.execute(block_of(4, dpp_dtb_zcam_form{1, 2, 0, 1, 0, 3, 0x8, 0}, wide)), success);
+  EXPECT_EQ(chip.zreg_item(8, 3)[15], 16);
+
+  const dpp_dtb_etcam_form etcam = {1, 3, 7, 0, 0, 1, 0, 0xFF, 0, 0x81, 1, 0x1FF, 0xFF};
+  EXPECT_EQ(chip.execute(block_of(5, etcam, counting(80))), success);
+  EXPECT_EQ(chip.etcam_entry(7, 0x1FF, true)[79], 80);
+  EXPECT_EQ(chip.etcam_entry(7, 0x1FF, true)[10], 0);
+  EXPECT_EQ(chip.execute(block_of(6, dpp_dtb_mc_hash_form{1, 4, 0x01234567, 0x89ABCDEF})), success);
+  EXPECT_EQ(chip.multicast_hash(), 0x0123456789ABCDEFull);
+}
+
+TEST(DtbTable, TheChipRefusesWhatItCannotExecute) {
+  using vcard::NpStatus;
+  const struct {
+    std::vector<uint8_t> block;
+    NpStatus status;
+  } rows[] = {
+      {{}, NpStatus::empty},
+      {std::vector<uint8_t>(8, 0xFF), NpStatus::truncated},
+      {block_of(3, dpp_dtb_eram_128_form{0, 0, 0, 1, 0, 0, 0}), NpStatus::not_valid},
+      {block_of(3, dpp_dtb_eram_128_form{1, 7, 0, 1, 0, 0, 0}), NpStatus::unknown_mode},
+      {block_of(3, dpp_dtb_eram_128_form{1, 0, 0, 1, 0, 0, 0}, counting(15)), NpStatus::truncated},
+      {block_of(3, dpp_dtb_eram_128_form{1, 0, 0, 0, 1, 0, 0}, counting(16)), NpStatus::unsupported},
+      {block_of(0, dpp_dtb_ddr_form{1, 1, 3, 0, 0, 0, 0, 0}, counting(64)), NpStatus::unsupported},
+      {block_of(4, dpp_dtb_zcam_form{1, 2, 0, 0, 0, 0, 15, 1}, counting(64)), NpStatus::unsupported},
+      {block_of(5, dpp_dtb_etcam_form{1, 3, 0, 0, 0, 0, 0, 0, 1, 0xFF, 0, 0, 0}, counting(80)), NpStatus::unsupported},
+  };
+  vcard::NpTables chip;
+  for (const auto& row : rows) {
+    const uint64_t before = chip.counters().errors.contains(row.status) ? chip.counters().errors.at(row.status) : 0;
+    EXPECT_EQ(chip.execute(row.block), row.status);
+    EXPECT_EQ(chip.counters().errors.at(row.status), before + 1);
+  }
+}
+
+TEST(DtbTable, ValuesAreMaskedAndTypesChecked) {
+  uint8_t cmd[DPP_DTB_CMD_BYTES], same[DPP_DTB_CMD_BYTES];
+  const dpp_dtb_zcam_form wide = {3, 0xFA, 3, 7, 9, 5, 0x1F, 0x3FF}, narrow = {1, 2, 1, 3, 1, 1, 0xF, 0x1FF};
+  ASSERT_EQ(dpp_dtb_table_cmd_pack(4, dpp_dtb_form_values(wide), cmd), 0u);
+  ASSERT_EQ(dpp_dtb_table_cmd_pack(4, dpp_dtb_form_values(narrow), same), 0u);
+  EXPECT_TRUE(std::equal(cmd, cmd + 16, same));
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(dpp_table_info_get(7), nullptr);
+  EXPECT_EQ(dpp_dtb_table_cmd_pack(7, dpp_dtb_form_values(wide), cmd), 0x1205u);
+  EXPECT_EQ(dpp_dtb_table_cmd_pack(6, dpp_dtb_form_values(wide), cmd), 0x1205u);
+  testing::internal::GetCapturedStdout();
+  EXPECT_STREQ(dpp_table_info_get(2)->name, "eram 64 bit");
+}
+
+TEST(DtbTable, EramElements) {
+  const uint32_t data[] = {0x01020304, 0x05060708, 0x090A0B0C, 0x0D0E0F10};
+  const struct { uint32_t mode, in_cmd, size; } rows[] = {{0, 0, 16}, {1, 1, 8}, {2, 1, 1}};
+  fake_chip chip;
+  chip.queue_init(0);
+  for (const auto& row : rows) {
+    dpp_dtb_entry entry;
+    ASSERT_EQ(dpp_dtb_smmu0_write_entry_data(DEV, row.mode, 6, data, &entry), 0u);
+    EXPECT_EQ(entry.data_in_cmd_flag, row.in_cmd);
+    EXPECT_EQ(entry.data_size, row.size);
+    ASSERT_EQ(dpp_dtb_smmu0_write(DEV, 0, row.mode, 6, data), 0u);
+  }
+  EXPECT_EQ(std::memcmp(chip.chip.eram_row(6).data(), data, 16), 0);
+  EXPECT_EQ(chip.chip.eram_row(3)[3], 4);  // the high word of 64-bit entry 6 comes first
+  EXPECT_EQ(chip.chip.eram_row(3)[7], 8);
+
+  dpp_dtb_prt_enable();
+  testing::internal::CaptureStdout();
+  dpp_dtb_entry entry;
+  EXPECT_EQ(dpp_dtb_smmu0_write_entry_data(DEV, 0, 6, data, &entry), 0u);
+  const std::string lines = testing::internal::GetCapturedStdout();
+  dpp_dtb_prt_disable();
+  EXPECT_EQ(lines.find("dpp eram form info: \nvalid"), 0u);
+  EXPECT_NE(lines.find("cmd: 0x82000000  0x06000000  0x00000000  0x00000000  \ndata:0x01020304  "), std::string::npos)
+      << lines;
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(dpp_dtb_smmu0_write_entry_data(DEV, 3, 6, data, &entry), 0x1205u);
+  EXPECT_EQ(dpp_dtb_smmu0_write_entry_data(DEV, 0, 6, nullptr, &entry), 0x1201u);
+  testing::internal::GetCapturedStdout();
+}
+
+TEST(DtbTable, RowsAndColumns) {
+  const struct {
+    uint32_t mode, index, row, col;
+  } eram[] = {{0, 300, 2, 44}, {1, 300, 0, 0}, {2, 301, 150, 1}, {3, 300, 300, 0}};
+  for (const auto& row : eram) {
+    uint32_t at = 9, col = 9;
+    EXPECT_EQ(dtb_eram_index_cal(0, row.mode, row.index, &at, &col), 0u);
+    EXPECT_EQ(at, row.row) << row.mode;
+    EXPECT_EQ(col, row.col) << row.mode;
+  }
+  const struct {
+    uint32_t index, width, ddr, offset, result;
+  } ddr[] = {{10, 1, 1, 0x10, 21}, {10, 1, 1, 0xEF, 20}, {10, 2, 1, 0x30, 43}, {10, 2, 1, 0x20, 42},
+             {10, 1, 2, 0xFF, 10}, {10, 2, 2, 0x20, 21}, {10, 2, 3, 0xFF, 10}, {10, 1, 3, 0, 0},
+             {10, 0, 1, 0, 0},     {10, 3, 3, 0, 0},     {10, 1, 0, 0, 0}};
+  for (const auto& row : ddr) {
+    EXPECT_EQ(dpp_ddr_index_calc(row.index, row.width, row.ddr, row.offset), row.result) << row.width << " " << row.ddr;
+  }
+}
+
+}  // namespace
