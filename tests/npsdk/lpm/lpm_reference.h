@@ -48,13 +48,13 @@ const std::pair<const prefix, Value>* longest(const std::map<prefix, Value>& rou
 
 using node_state = std::tuple<std::vector<uint8_t>, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t>;
 
-/// Every node in list order: key, length, validity, counters, result.
+/// Every node in list order: key, length, validity, counters, result of a route.
 inline std::vector<node_state> states(const lpm_trie& trie) {
   std::vector<node_state> all;
   for (auto* link = trie.list.first; link != nullptr; link = link->next) {
     const auto* node = static_cast<const lpm_trie_node*>(link->data);
     all.emplace_back(std::vector<uint8_t>(node->key, node->key + sizeof(node->key)), node->prefix_len, node->valid,
-                     node->sub_cnt, node->len_sum, node->result);
+                     node->sub_cnt, node->len_sum, node->valid != 0 ? node->result : 0);
   }
   return all;
 }

@@ -1,0 +1,336 @@
+#include "dpp_se/dpp_hash.h"
+
+#include <cstring>
+
+#include "dpp_hash_place.h"
+#include "dpp_se/dpp_crc.h"
+#include "qlix_comm/check.h"
+#include "qlix_comm/memory.h"
+#include "qlix_comm/print.h"
+
+namespace {
+
+constexpr uint32_t DDR_ITEMS_MAX = 1u << 22;
+constexpr uint32_t KEY_BYTES_MAX = DPP_SE_ITEM_BYTES - DPP_HASH_HEAD_BYTES;
+
+dpp_hash_item* items_make(uint32_t num) {
+  const size_t bytes = num * sizeof(dpp_hash_item);
+  void* items = ic_comm_malloc_memory(bytes);
+  if (items != nullptr) {
+    std::memset(items, 0, bytes);
+  }
+  return static_cast<dpp_hash_item*>(items);
+}
+
+uint32_t table_get(dpp_hash* hash, uint32_t engine, uint32_t table, dpp_hash_table** found) {
+  QLIX_COMM_CHECK_POINT(hash);
+  QLIX_COMM_CHECK_INDEX_UPPER(engine, DPP_HASH_ENGINE_NUM - 1);
+  QLIX_COMM_CHECK_INDEX_UPPER(table, DPP_HASH_TABLE_NUM - 1);
+  dpp_hash_table* at = &hash->engine[engine].table[table];
+  if (at->inited == 0) {
+    QLIX_COMM_TRACE_ERROR("hash engine %u has no table %u\n", engine, table);
+    return QLIX_COMM_POINT_NULL;
+  }
+  *found = at;
+  return QLIX_COMM_OK;
+}
+
+dpp_hash_entry* entry_make(const dpp_hash_table& table, uint32_t engine, uint32_t table_id, const dpp_hash_row& row) {
+  void* memory = ic_comm_malloc_memory(sizeof(dpp_hash_entry) + table.key_len + table.rst_len);
+  if (memory == nullptr) {
+    return nullptr;
+  }
+  auto* entry = static_cast<dpp_hash_entry*>(memory);
+  *entry = {};
+  entry->engine = static_cast<uint8_t>(engine);
+  entry->table = static_cast<uint8_t>(table_id);
+  entry->entry_bytes = static_cast<uint8_t>(table.entry_bytes);
+  entry->key_len = static_cast<uint8_t>(table.key_len);
+  entry->rst_len = static_cast<uint8_t>(table.rst_len);
+  entry->node.key = entry->key();
+  std::memcpy(entry->key(), row.key, table.key_len);
+  if (table.rst_len != 0) {
+    std::memcpy(entry->rst(), row.rst, table.rst_len);
+  }
+  return entry;
+}
+
+dpp_hash_entry* entry_find(const dpp_hash_table& table, const uint8_t* key) {
+  qlix_comm_rb_node* node = nullptr;
+  return qlix_comm_rb_search(&table.tree, key, &node) == QLIX_COMM_OK ? reinterpret_cast<dpp_hash_entry*>(node)
+                                                                      : nullptr;
+}
+
+/// Spill area, zcells, overflow registers, in this order.
+uint32_t entry_place(dpp_hash* hash, const dpp_hash_table& table, dpp_hash_entry* entry) {
+  uint8_t crc_key[KEY_BYTES_MAX];
+  QLIX_COMM_CHECK_RC(dpp_hash_set_crc_key(entry->key(), entry->key_len, crc_key), "dpp_hash_set_crc_key");
+  uint32_t rc = table.ddr_items != 0 ? dpp_hash_insert_ddr(hash, entry, crc_key) : DPP_HASH_RC_ITEM_FULL;
+  if (rc == DPP_HASH_RC_ITEM_FULL) {
+    rc = dpp_hash_insert_zcell(hash, entry, crc_key);
+  }
+  if (rc == DPP_HASH_RC_ITEM_FULL) {
+    rc = dpp_hash_insert_zreg(hash, entry);
+  }
+  return rc;
+}
+
+/// Takes an entry that is in the tree but in no item out again.
+void entry_drop(dpp_hash_table* table, dpp_hash_entry* entry) {
+  qlix_comm_rb_node* node = nullptr;
+  qlix_comm_rb_delete(&table->tree, entry->key(), &node);
+  ic_comm_free_memory(entry);
+}
+
+/// Writes the item after a change, or calls `undo` and tries to leave the chip with what it had.
+template <typename Undo>
+uint32_t write_or_undo(dpp_hash* hash, dpp_hash_entry* entry, Undo undo) {
+  const uint32_t rc = dpp_hash_write_hardware(hash, entry);
+  if (rc != QLIX_COMM_OK) {
+    undo();
+    // A write that was reported as failed may have been carried out in part.
+    dpp_hash_write_hardware(hash, entry);
+  }
+  return rc;
+}
+
+void entry_restore(dpp_hash_entry* entry) {
+  for (uint32_t i = 0; i < entry->quarters(); i++) {
+    entry->item->entry[entry->quarter + i] = entry;
+  }
+}
+
+uint32_t result_change(dpp_hash* hash, dpp_hash_entry* entry, const uint8_t* rst) {
+  uint8_t before[DPP_SE_ITEM_BYTES];
+  if (entry->rst_len == 0) {
+    return QLIX_COMM_OK;
+  }
+  std::memcpy(before, entry->rst(), entry->rst_len);
+  std::memcpy(entry->rst(), rst, entry->rst_len);
+  return write_or_undo(hash, entry, [&] { std::memcpy(entry->rst(), before, entry->rst_len); });
+}
+
+void table_release(dpp_hash_table* table) {
+  for (qlix_comm_double_link_node* link = table->tree.order.first; link != nullptr;) {
+    qlix_comm_double_link_node* next = link->next;
+    ic_comm_free_memory(link->data);
+    link = next;
+  }
+  ic_comm_free_memory(table->ddr);
+  *table = {};
+}
+
+}  // namespace
+
+uint32_t dpp_hash_init(dpp_hash* hash, const dpp_se_writer* writer) {
+  QLIX_COMM_CHECK_POINT(hash);
+  QLIX_COMM_CHECK_POINT(writer);
+  QLIX_COMM_CHECK_POINT(reinterpret_cast<const void*>(writer->write));
+  *hash = {};
+  hash->writer = *writer;
+  return QLIX_COMM_OK;
+}
+
+void dpp_hash_destroy(dpp_hash* hash) {
+  if (hash == nullptr) {
+    return;
+  }
+  for (dpp_hash_engine& engine : hash->engine) {
+    for (dpp_hash_table& table : engine.table) {
+      table_release(&table);
+    }
+  }
+  for (dpp_hash_zcell& cell : hash->zcell) {
+    ic_comm_free_memory(cell.items);
+  }
+  *hash = {};
+}
+
+uint32_t dpp_hash_zblock_init(dpp_hash* hash, uint32_t zblock, uint32_t hash_arg) {
+  QLIX_COMM_CHECK_POINT(hash);
+  QLIX_COMM_CHECK_INDEX_UPPER(zblock, DPP_HASH_ZBLOCK_NUM - 1);
+  if (dpp_crc16_get_idx(hash_arg) == DPP_CRC16_NO_IDX) {
+    return QLIX_COMM_OUT_OF_RANGE;
+  }
+  hash->zblock[zblock] = {1, hash_arg};
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_hash_zcell_add(dpp_hash* hash, uint32_t engine, uint32_t zblock, uint32_t cell, uint32_t dedicated) {
+  QLIX_COMM_CHECK_POINT(hash);
+  QLIX_COMM_CHECK_INDEX_UPPER(engine, DPP_HASH_ENGINE_NUM - 1);
+  QLIX_COMM_CHECK_INDEX_UPPER(zblock, DPP_HASH_ZBLOCK_NUM - 1);
+  QLIX_COMM_CHECK_INDEX_UPPER(cell, DPP_HASH_ZCELL_IN_BLOCK - 1);
+  QLIX_COMM_CHECK_INDEX_UPPER(dedicated, 1);
+  if (hash->zblock[zblock].inited == 0) {
+    QLIX_COMM_TRACE_ERROR("zblock %u has no polynomial\n", zblock);
+    return QLIX_COMM_POINT_NULL;
+  }
+  dpp_hash_engine& owner = hash->engine[engine];
+  const uint32_t descriptor = zblock * DPP_HASH_ZCELL_IN_BLOCK + cell;
+  for (uint32_t i = 0; i < owner.zcell_num; i++) {
+    QLIX_COMM_CHECK_INDEX_UPPER(owner.zcell[i] == descriptor ? 1 : 0, 0);  // once in a list
+  }
+  dpp_hash_zcell& at = hash->zcell[descriptor];
+  if (at.items == nullptr) {
+    at = {descriptor, dedicated, engine, items_make(DPP_HASH_ITEM_NUM), {}};
+    QLIX_COMM_CHECK_POINT(at.items);
+  } else if (dedicated != at.flags || (dedicated != 0 && at.engine != engine)) {
+    QLIX_COMM_TRACE_ERROR("zcell %u of zblock %u is in use by engine %u\n", cell, zblock, at.engine);
+    return QLIX_COMM_OUT_OF_RANGE;
+  }
+  owner.zcell[owner.zcell_num++] = descriptor;
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_hash_exclude_shared_set(dpp_hash* hash, uint32_t engine, uint32_t exclude) {
+  QLIX_COMM_CHECK_POINT(hash);
+  QLIX_COMM_CHECK_INDEX_UPPER(engine, DPP_HASH_ENGINE_NUM - 1);
+  QLIX_COMM_CHECK_INDEX_UPPER(exclude, 1);
+  hash->engine[engine].exclude_shared = exclude;
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_hash_table_init(dpp_hash* hash, uint32_t engine, uint32_t table, const dpp_hash_table_cfg* cfg) {
+  QLIX_COMM_CHECK_POINT(hash);
+  QLIX_COMM_CHECK_POINT(cfg);
+  QLIX_COMM_CHECK_INDEX_UPPER(engine, DPP_HASH_ENGINE_NUM - 1);
+  QLIX_COMM_CHECK_INDEX_UPPER(table, DPP_HASH_TABLE_NUM - 1);
+  QLIX_COMM_CHECK_INDEX(cfg->key_len, 1, KEY_BYTES_MAX);
+  QLIX_COMM_CHECK_INDEX_UPPER(cfg->rst_len, KEY_BYTES_MAX - cfg->key_len);
+  QLIX_COMM_CHECK_INDEX_UPPER(cfg->ddr_items, DDR_ITEMS_MAX);
+  QLIX_COMM_CHECK_INDEX_UPPER(cfg->ddr_items & (cfg->ddr_items - 1), 0);  // a power of two, or none
+  dpp_hash_table* at = &hash->engine[engine].table[table];
+  if (at->inited != 0) {
+    QLIX_COMM_TRACE_ERROR("hash engine %u has a table %u already\n", engine, table);
+    return QLIX_COMM_OUT_OF_RANGE;
+  }
+  const uint32_t bytes = DPP_HASH_HEAD_BYTES + cfg->key_len + cfg->rst_len;
+  dpp_hash_table made{};
+  made.key_len = cfg->key_len;
+  made.rst_len = cfg->rst_len;
+  made.entry_bytes = bytes <= 16 ? 16 : bytes <= 32 ? 32 : 64;
+  made.ddr_items = cfg->ddr_items;
+  made.ddr_baddr = cfg->ddr_baddr;
+  made.ddr_ecc_en = cfg->ddr_ecc_en;
+  QLIX_COMM_CHECK_RC(qlix_comm_rb_init(&made.tree, 0, cfg->key_len, dpp_hash_rb_key_cmp), "qlix_comm_rb_init");
+  if (cfg->ddr_items != 0) {
+    made.ddr = items_make(cfg->ddr_items);
+    QLIX_COMM_CHECK_POINT(made.ddr);
+  }
+  made.inited = 1;
+  *at = made;
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_hash_soft_reset_set(dpp_hash* hash, uint32_t engine, uint32_t soft_reset) {
+  QLIX_COMM_CHECK_POINT(hash);
+  QLIX_COMM_CHECK_INDEX_UPPER(engine, DPP_HASH_ENGINE_NUM - 1);
+  QLIX_COMM_CHECK_INDEX_UPPER(soft_reset, 1);
+  hash->engine[engine].soft_reset = soft_reset;
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_hash_rewrite(dpp_hash* hash, uint32_t engine) {
+  QLIX_COMM_CHECK_POINT(hash);
+  QLIX_COMM_CHECK_INDEX_UPPER(engine, DPP_HASH_ENGINE_NUM - 1);
+  for (const dpp_hash_table& table : hash->engine[engine].table) {
+    for (const qlix_comm_double_link_node* link = table.tree.order.first; link != nullptr; link = link->next) {
+      QLIX_COMM_CHECK_RC(dpp_hash_write_hardware(hash, static_cast<const dpp_hash_entry*>(link->data)),
+                         "dpp_hash_write_hardware");
+    }
+  }
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_hash_set_crc_key(const uint8_t* key, uint32_t key_len, uint8_t* crc_key) {
+  QLIX_COMM_CHECK_POINT(key);
+  QLIX_COMM_CHECK_POINT(crc_key);
+  QLIX_COMM_CHECK_INDEX_LOWER(key_len, 1);
+  std::memcpy(crc_key, key + 1, key_len - 1);
+  crc_key[key_len - 1] = key[0] & 0x1F;
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const dpp_hash_row* row) {
+  dpp_hash_table* at = nullptr;
+  uint32_t rc = table_get(hash, engine, table, &at);
+  if (rc != QLIX_COMM_OK) {
+    return rc;
+  }
+  QLIX_COMM_CHECK_POINT(row);
+  QLIX_COMM_CHECK_POINT(row->key);
+  if (at->rst_len != 0) {
+    QLIX_COMM_CHECK_POINT(row->rst);
+  }
+  dpp_hash_entry* entry = entry_make(*at, engine, table, *row);
+  QLIX_COMM_CHECK_POINT(entry);
+  qlix_comm_rb_node* node = nullptr;
+  rc = qlix_comm_rb_insert(&at->tree, entry, &node);
+  if (rc == QLIX_COMM_RB_KEY_EXISTS) {
+    rc = result_change(hash, reinterpret_cast<dpp_hash_entry*>(node), row->rst);
+    ic_comm_free_memory(entry);
+    return rc;
+  }
+  if (rc != QLIX_COMM_OK) {
+    ic_comm_free_memory(entry);
+    QLIX_COMM_CHECK_RC(rc, "qlix_comm_rb_insert");
+  }
+  rc = entry_place(hash, *at, entry);
+  if (rc != QLIX_COMM_OK) {
+    at->insert_fail_num++;
+    entry_drop(at, entry);
+    return DPP_HASH_RC_TABLE_FULL;
+  }
+  rc = write_or_undo(hash, entry, [entry] { dpp_hash_item_remove(entry); });
+  if (rc != QLIX_COMM_OK) {
+    entry_drop(at, entry);
+    return rc;
+  }
+  at->entry_num++;
+  hash->engine[engine].entry_num++;
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_hash_search(dpp_hash* hash, uint32_t engine, uint32_t table, const uint8_t* key, uint8_t* rst,
+                         dpp_hash_where* where) {
+  dpp_hash_table* at = nullptr;
+  const uint32_t rc = table_get(hash, engine, table, &at);
+  if (rc != QLIX_COMM_OK) {
+    return rc;
+  }
+  QLIX_COMM_CHECK_POINT(key);
+  const dpp_hash_entry* entry = entry_find(*at, key);
+  if (entry == nullptr) {
+    return DPP_HASH_RC_ABSENT;
+  }
+  if (rst != nullptr) {
+    std::memcpy(rst, entry->rst(), entry->rst_len);
+  }
+  if (where != nullptr) {
+    *where = {entry->location, entry->ddr_index, entry->quarter};
+  }
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const uint8_t* key) {
+  dpp_hash_table* at = nullptr;
+  uint32_t rc = table_get(hash, engine, table, &at);
+  if (rc != QLIX_COMM_OK) {
+    return rc;
+  }
+  QLIX_COMM_CHECK_POINT(key);
+  dpp_hash_entry* entry = entry_find(*at, key);
+  if (entry == nullptr) {
+    return DPP_HASH_RC_ABSENT;
+  }
+  dpp_hash_item_remove(entry);
+  rc = write_or_undo(hash, entry, [entry] { entry_restore(entry); });
+  if (rc != QLIX_COMM_OK) {
+    return rc;
+  }
+  entry_drop(at, entry);
+  at->entry_num--;
+  hash->engine[engine].entry_num--;
+  return QLIX_COMM_OK;
+}

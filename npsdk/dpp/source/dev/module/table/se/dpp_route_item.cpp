@@ -1,0 +1,428 @@
+#include "dpp_route_item.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "dpp_se/dpp_crc.h"
+#include "qlix_comm/check.h"
+#include "qlix_comm/memory.h"
+#include "qlix_comm/print.h"
+
+namespace {
+
+constexpr uint32_t ROW_BYTES = 16;
+constexpr uint32_t HEAD_ROWS = 4;
+constexpr uint32_t ITEM_ROWS = 4;
+constexpr uint32_t CHAINS_IN_ROW = 4;
+constexpr uint32_t SLOT_TAIL_BYTES = 4;  ///< length and result behind the key
+constexpr uint32_t SLOTS_OFFSET = 8;
+
+constexpr uint8_t HEAD_VALID = 0x80;
+constexpr uint32_t HEAD_LENGTHS_OFFSET = 8;
+static_assert(HEAD_LENGTHS_OFFSET + (ROUTE_LEN_NUM + 7) / 8 <= DPP_SE_ITEM_BYTES);
+
+void store_be32(uint8_t* bytes, uint32_t value) {
+  for (uint32_t i = 0; i < 4; i++) {
+    bytes[i] = static_cast<uint8_t>(value >> (24 - 8 * i));
+  }
+}
+
+dpp_se_write row_write(const dpp_route_table* table, uint32_t row, uint32_t size) {
+  dpp_se_write write{};
+  write.place = DPP_SE_LPM;
+  write.baddr = table->cfg.baddr;
+  write.index = row;
+  write.size = size;
+  write.ipv6 = table->cfg.key_bytes > 8 ? 1 : 0;
+  return write;
+}
+
+uint32_t row_send(dpp_route_table* table, const dpp_se_write& write) {
+  return table->writer.write(table->writer.context, &write);
+}
+
+uint32_t head_send(dpp_route_table* table) {
+  dpp_se_write write = row_write(table, 0, DPP_SE_ITEM_BYTES);
+  write.data[0] = HEAD_VALID;
+  write.data[1] = static_cast<uint8_t>(table->cfg.key_bytes);
+  write.data[2] = static_cast<uint8_t>(table->cfg.head_bits);
+  write.data[3] = static_cast<uint8_t>(table->slots);
+  for (uint32_t len = 0; len < ROUTE_LEN_NUM; len++) {
+    if (table->len_items[len] != 0) {
+      uint8_t* byte = &write.data[HEAD_LENGTHS_OFFSET + len / 8];
+      *byte = static_cast<uint8_t>(*byte | 0x80 >> len % 8);
+    }
+  }
+  return row_send(table, write);
+}
+
+/// A chain's first item, by number plus one; 0 ends a chain.
+uint32_t chain_send(dpp_route_table* table, uint32_t chain) {
+  const uint32_t first = chain / CHAINS_IN_ROW * CHAINS_IN_ROW;
+  dpp_se_write write = row_write(table, HEAD_ROWS + chain / CHAINS_IN_ROW, ROW_BYTES);
+  for (uint32_t i = 0; i < CHAINS_IN_ROW; i++) {
+    store_be32(write.data + i * 4, table->chain[first + i] + 1);
+  }
+  return row_send(table, write);
+}
+
+uint32_t item_send(dpp_route_table* table, const route_item* item) {
+  const uint32_t chain_rows = (1u << table->cfg.head_bits) / CHAINS_IN_ROW;
+  dpp_se_write write = row_write(table, HEAD_ROWS + chain_rows + item->number * ITEM_ROWS, DPP_SE_ITEM_BYTES);
+  const uint32_t key_bytes = table->cfg.key_bytes;
+  write.data[0] = static_cast<uint8_t>(HEAD_VALID | item->used);
+  write.data[1] = item->anchor_len;
+  store_be32(write.data + 4, item->next + 1);
+  uint8_t* slot = write.data + SLOTS_OFFSET;
+  for (uint32_t i = 0; i < item->used; i++, slot += key_bytes + SLOT_TAIL_BYTES) {
+    const lpm_trie_node* node = item->route[i];
+    std::memcpy(slot, node->key, key_bytes);
+    store_be32(slot + key_bytes, static_cast<uint32_t>(node->prefix_len) << 24 | node->result);
+  }
+  return row_send(table, write);
+}
+
+uint32_t send(dpp_route_table* table, route_pending::kind what, uint32_t number) {
+  switch (what) {
+    case route_pending::HEAD:
+      return head_send(table);
+    case route_pending::CHAIN:
+      return chain_send(table, number);
+    default:
+      // An item that was given back meanwhile is in no chain: the chip does not look at it.
+      return number / DPP_ROUTE_BLOCK_ITEMS < table->block_top && route_item_at(table, number)->in_use != 0
+                 ? item_send(table, route_item_at(table, number))
+                 : QLIX_COMM_OK;
+  }
+}
+
+/// Sends a row; while undoing, a row that the chip refuses waits for the next operation.
+uint32_t send_or_pend(dpp_route_table* table, route_pending::kind what, uint32_t number) {
+  const uint32_t rc = send(table, what, number);
+  if (rc == QLIX_COMM_OK || !table->undoing) {
+    return rc;
+  }
+  auto* pending = static_cast<route_pending*>(ic_comm_malloc_memory(sizeof(route_pending)));
+  QLIX_COMM_CHECK_POINT(pending);
+  *pending = {table->pending, what, number};
+  table->pending = pending;
+  table->pending_num++;
+  return QLIX_COMM_OK;
+}
+
+/// What went wrong is reported by the caller's code; the rows already sent are put back.
+class undo_scope {
+ public:
+  explicit undo_scope(dpp_route_table* table) : table_(table), before_(table->undoing) {
+    table->undoing = true;
+  }
+  undo_scope(const undo_scope&) = delete;
+  undo_scope& operator=(const undo_scope&) = delete;
+  ~undo_scope() {
+    table_->undoing = before_;
+  }
+
+ private:
+  dpp_route_table* table_;
+  bool before_;
+};
+
+bool block_add(dpp_route_table* table) {
+  if (table->block_top == table->cfg.block_num) {
+    return false;
+  }
+  auto* block = static_cast<route_block*>(ic_comm_malloc_memory(sizeof(route_block)));
+  if (block == nullptr) {
+    return false;
+  }
+  std::memset(static_cast<void*>(block), 0, sizeof(*block));
+  std::memset(block->free, 0xFF, sizeof(block->free));
+  block->free_num = DPP_ROUTE_BLOCK_ITEMS;
+  for (uint32_t i = 0; i < DPP_ROUTE_BLOCK_ITEMS; i++) {
+    block->item[i].number = table->block_top * DPP_ROUTE_BLOCK_ITEMS + i;
+  }
+  table->block[table->block_top++] = block;
+  return true;
+}
+
+void block_drop_empty(dpp_route_table* table) {
+  while (table->block_top > 0 && table->block[table->block_top - 1]->free_num == DPP_ROUTE_BLOCK_ITEMS) {
+    ic_comm_free_memory(table->block[--table->block_top]);
+    table->block[table->block_top] = nullptr;
+  }
+  table->block_hint = std::min(table->block_hint, table->block_top);
+}
+
+route_item* item_take_from(dpp_route_table* table, uint32_t block_no, uint32_t index) {
+  route_block* block = table->block[block_no];
+  block->free[index / 64] &= ~(uint64_t{1} << index % 64);
+  block->free_num--;
+  table->item_num++;
+  route_item* item = &block->item[index];
+  *item = {nullptr, item->number, ROUTE_ITEM_NONE, ROUTE_ITEM_NONE, 1, 0, 0, {}};
+  return item;
+}
+
+uint32_t lowest_free(const route_block& block) {
+  for (uint32_t i = 0; i < std::size(block.free); i++) {
+    if (block.free[i] != 0) {
+      return i * 64 + static_cast<uint32_t>(std::countr_zero(block.free[i]));
+    }
+  }
+  return DPP_ROUTE_BLOCK_ITEMS;
+}
+
+/// The row from which the chip reaches an item.
+uint32_t reach_send(dpp_route_table* table, uint32_t prev, uint32_t chain) {
+  return prev != ROUTE_ITEM_NONE ? send_or_pend(table, route_pending::ITEM, prev)
+                                 : send_or_pend(table, route_pending::CHAIN, chain);
+}
+
+void chain_link(dpp_route_table* table, route_item* item, uint32_t prev, uint32_t next, uint32_t chain) {
+  item->prev = prev;
+  item->next = next;
+  (prev == ROUTE_ITEM_NONE ? table->chain[chain] : route_item_at(table, prev)->next) = item->number;
+  if (next != ROUTE_ITEM_NONE) {
+    route_item_at(table, next)->prev = item->number;
+  }
+}
+
+void chain_unlink(dpp_route_table* table, const route_item* item, uint32_t chain) {
+  (item->prev == ROUTE_ITEM_NONE ? table->chain[chain] : route_item_at(table, item->prev)->next) = item->next;
+  if (item->next != ROUTE_ITEM_NONE) {
+    route_item_at(table, item->next)->prev = item->prev;
+  }
+}
+
+/// Copies an item to another place and leads the chip there, then forgets the old one.
+bool item_move(dpp_route_table* table, route_item* from, route_item* to) {
+  const uint32_t number = to->number;
+  const uint32_t chain = route_chain_of(table, from->route[0]->key, from->anchor_len);
+  *to = *from;
+  to->number = number;
+  if (item_send(table, to) != QLIX_COMM_OK) {
+    return false;
+  }
+  chain_link(table, to, from->prev, from->next, chain);
+  if (reach_send(table, to->prev, chain) != QLIX_COMM_OK) {
+    chain_link(table, from, to->prev, to->next, chain);
+    const undo_scope undo(table);
+    reach_send(table, from->prev, chain);
+    return false;
+  }
+  for (uint32_t i = 0; i < to->used; i++) {
+    to->route[i]->item_info = to;
+  }
+  if (to->anchor != nullptr) {
+    to->anchor->item_info = to;
+  }
+  return true;
+}
+
+}  // namespace
+
+route_item* route_item_take(dpp_route_table* table) {
+  while (table->block_hint < table->block_top && table->block[table->block_hint]->free_num == 0) {
+    table->block_hint++;
+  }
+  if (table->block_hint == table->block_top && !block_add(table)) {
+    return nullptr;
+  }
+  return item_take_from(table, table->block_hint, lowest_free(*table->block[table->block_hint]));
+}
+
+route_item* route_item_take_number(dpp_route_table* table, uint32_t number) {
+  const uint32_t block_no = number / DPP_ROUTE_BLOCK_ITEMS;
+  const uint32_t index = number % DPP_ROUTE_BLOCK_ITEMS;
+  while (table->block_top <= block_no) {
+    if (!block_add(table)) {
+      return nullptr;
+    }
+  }
+  const bool is_free = (table->block[block_no]->free[index / 64] >> index % 64 & 1) != 0;
+  return is_free ? item_take_from(table, block_no, index) : nullptr;
+}
+
+void route_item_give(dpp_route_table* table, route_item* item) {
+  const uint32_t block_no = item->number / DPP_ROUTE_BLOCK_ITEMS;
+  const uint32_t index = item->number % DPP_ROUTE_BLOCK_ITEMS;
+  route_block* block = table->block[block_no];
+  item->in_use = 0;
+  block->free[index / 64] |= uint64_t{1} << index % 64;
+  block->free_num++;
+  table->item_num--;
+  table->block_hint = std::min(table->block_hint, block_no);
+  block_drop_empty(table);
+}
+
+void route_items_squeeze(dpp_route_table* table, uint32_t moves) {
+  for (; moves > 0; moves--) {
+    // Worth while only when the last block is no longer needed and a few inserts do not need it again at once.
+    const uint32_t room = table->block_top * DPP_ROUTE_BLOCK_ITEMS - table->item_num;
+    if (table->block_top < 2 || room < DPP_ROUTE_BLOCK_ITEMS + DPP_ROUTE_BLOCK_ITEMS / 2) {
+      return;
+    }
+    const route_block* last = table->block[table->block_top - 1];
+    route_item* from = nullptr;
+    for (uint32_t i = DPP_ROUTE_BLOCK_ITEMS; i > 0 && from == nullptr; i--) {
+      const route_item& candidate = last->item[i - 1];
+      from = candidate.in_use != 0 ? const_cast<route_item*>(&candidate) : nullptr;
+    }
+    if (from == nullptr || from->used == 0) {
+      return;
+    }
+    route_item* to = route_item_take(table);
+    if (!item_move(table, from, to)) {
+      to->used = 0;
+      route_item_give(table, to);
+      return;
+    }
+    route_item_give(table, from);
+  }
+}
+
+uint32_t route_chain_of(const dpp_route_table* table, const uint8_t* key, uint32_t len) {
+  uint8_t input[LPM_KEY_BYTES_MAX + 1] = {};
+  const uint32_t bytes = table->cfg.key_bytes;
+  std::memcpy(input, key, (len + 7) / 8);
+  if (len % 8 != 0) {
+    input[len / 8] = static_cast<uint8_t>(input[len / 8] & 0xFF00 >> len % 8);
+  }
+  input[bytes] = static_cast<uint8_t>(len);
+  return dpp_crc32_calc(input, bytes + 1, DPP_CRC32_POLY) & ((1u << table->cfg.head_bits) - 1);
+}
+
+uint32_t route_item_link(dpp_route_table* table, route_item* item) {
+  const uint32_t chain = route_chain_of(table, item->route[0]->key, item->anchor_len);
+  const uint32_t behind = table->chain[chain];
+  item->next = behind;
+  // The chip must be able to follow each step: the lengths, the item, then the way to it.
+  uint32_t rc = QLIX_COMM_OK;
+  if (table->len_items[item->anchor_len]++ == 0) {
+    rc = send_or_pend(table, route_pending::HEAD, 0);
+  }
+  if (rc == QLIX_COMM_OK) {
+    rc = send_or_pend(table, route_pending::ITEM, item->number);
+  }
+  if (rc == QLIX_COMM_OK) {
+    chain_link(table, item, ROUTE_ITEM_NONE, behind, chain);
+    rc = send_or_pend(table, route_pending::CHAIN, chain);
+    if (rc != QLIX_COMM_OK) {
+      chain_unlink(table, item, chain);
+      const undo_scope undo(table);
+      send_or_pend(table, route_pending::CHAIN, chain);
+    }
+  }
+  if (rc != QLIX_COMM_OK) {
+    table->len_items[item->anchor_len]--;
+  }
+  return rc;
+}
+
+uint32_t route_item_unlink(dpp_route_table* table, route_item* item) {
+  const uint32_t chain = route_chain_of(table, item->route[0]->key, item->anchor_len);
+  const uint32_t prev = item->prev;
+  chain_unlink(table, item, chain);
+  const uint32_t rc = reach_send(table, prev, chain);
+  if (rc != QLIX_COMM_OK) {
+    chain_link(table, item, prev, item->next, chain);
+    const undo_scope undo(table);
+    reach_send(table, prev, chain);
+    return rc;
+  }
+  if (--table->len_items[item->anchor_len] == 0) {
+    // A length too many costs the chip a look, not an answer: it may wait.
+    const undo_scope may_wait(table);
+    send_or_pend(table, route_pending::HEAD, 0);
+  }
+  return QLIX_COMM_OK;
+}
+
+uint32_t route_item_write(dpp_route_table* table, const route_item* item) {
+  return send_or_pend(table, route_pending::ITEM, item->number);
+}
+
+uint32_t route_area_clear(dpp_route_table* table) {
+  // No length in the head means that the chip looks into no chain: it goes first.
+  QLIX_COMM_CHECK_RC(head_send(table), "head_send");
+  const uint32_t chain_rows = (1u << table->cfg.head_bits) / CHAINS_IN_ROW;
+  constexpr uint32_t rows_at_once = DPP_SE_ITEM_BYTES / ROW_BYTES;
+  for (uint32_t row = 0; row < chain_rows; row += rows_at_once) {
+    const uint32_t rows = std::min(rows_at_once, chain_rows - row);
+    QLIX_COMM_CHECK_RC(row_send(table, row_write(table, HEAD_ROWS + row, rows * ROW_BYTES)), "row_send");
+  }
+  return QLIX_COMM_OK;
+}
+
+bool route_chains_restore(dpp_route_table* table) {
+  const auto each_item = [table](auto&& visit) {
+    for (uint32_t number = 0; number < table->block_top * DPP_ROUTE_BLOCK_ITEMS; number++) {
+      route_item* item = route_item_at(table, number);
+      if (item->in_use != 0 && !visit(item)) {
+        return false;
+      }
+    }
+    return true;
+  };
+  const auto chain_of = [table](const route_item* item) {
+    return route_chain_of(table, item->route[0]->key, item->anchor_len);
+  };
+  // Nobody is the successor of two, nor of an item of another chain.
+  const bool linked = each_item([&](route_item* item) {
+    table->len_items[item->anchor_len]++;
+    if (item->next == ROUTE_ITEM_NONE) {
+      return true;
+    }
+    if (item->next >= table->block_top * DPP_ROUTE_BLOCK_ITEMS) {
+      return false;
+    }
+    route_item* next = route_item_at(table, item->next);
+    if (next->in_use == 0 || next->prev != ROUTE_ITEM_NONE || chain_of(next) != chain_of(item)) {
+      return false;
+    }
+    next->prev = item->number;
+    return true;
+  });
+  if (!linked || !each_item([&](route_item* item) {
+        uint32_t& first = table->chain[chain_of(item)];
+        if (item->prev == ROUTE_ITEM_NONE && first != ROUTE_ITEM_NONE) {
+          return false;  // two beginnings
+        }
+        first = item->prev == ROUTE_ITEM_NONE ? item->number : first;
+        return true;
+      })) {
+    return false;
+  }
+  // A ring has no beginning: its items are not met from any.
+  uint32_t met = 0;
+  for (uint32_t chain = 0; chain < 1u << table->cfg.head_bits; chain++) {
+    for (uint32_t number = table->chain[chain]; number != ROUTE_ITEM_NONE;
+         number = route_item_at(table, number)->next) {
+      met++;
+    }
+  }
+  return met == table->item_num;
+}
+
+uint32_t route_pending_flush(dpp_route_table* table) {
+  while (table->pending != nullptr) {
+    route_pending* pending = table->pending;
+    const uint32_t rc = send(table, pending->what, pending->number);
+    if (rc != QLIX_COMM_OK) {
+      return rc;
+    }
+    table->pending = pending->next;
+    table->pending_num--;
+    ic_comm_free_memory(pending);
+  }
+  return QLIX_COMM_OK;
+}
+
+void route_pending_release(dpp_route_table* table) {
+  while (table->pending != nullptr) {
+    route_pending* next = table->pending->next;
+    ic_comm_free_memory(table->pending);
+    table->pending = next;
+  }
+}

@@ -1,0 +1,65 @@
+#include "dpp_se/dpp_se_hw.h"
+
+#include <cstring>
+
+#include "dpp_dtb/dpp_dtb.h"
+#include "qlix_comm/check.h"
+
+namespace {
+
+constexpr uint32_t ZBLOCKS_IN_GROUP = 8;
+constexpr uint32_t ROW_BITS = 30;
+
+uint32_t zcam_pack(const dpp_se_write& write, dpp_dtb_entry* entry) {
+  QLIX_COMM_CHECK_INDEX_UPPER(write.zblock, 31);
+  QLIX_COMM_CHECK_INDEX_UPPER(write.zcell, 3);
+  QLIX_COMM_CHECK_INDEX_UPPER(write.index, 511);
+  QLIX_COMM_CHECK_INDEX(write.size, DPP_SE_ITEM_BYTES, DPP_SE_ITEM_BYTES);
+  const dpp_dtb_zcam_form form = {1,
+                                  DPP_DTB_MODE_ZCAM,
+                                  write.place == DPP_SE_ZCELL ? 1u : 0u,
+                                  write.zblock / ZBLOCKS_IN_GROUP,
+                                  write.zblock % ZBLOCKS_IN_GROUP,
+                                  write.zcell,
+                                  write.mask,
+                                  write.index};
+  return dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_ZCAM, dpp_dtb_form_values(form), entry->cmd);
+}
+
+uint32_t ddr_pack(const dpp_se_write& write, dpp_dtb_entry* entry) {
+  QLIX_COMM_CHECK_INDEX_UPPER(write.index, (1u << ROW_BITS) - 1);
+  QLIX_COMM_CHECK_INDEX_UPPER(write.baddr, (1u << 20) - 1);
+  QLIX_COMM_CHECK_INDEX(write.size, 16, DPP_SE_ITEM_BYTES);
+  const uint32_t rw_len = write.size == 16 ? 0 : write.size == 32 ? 1 : 2;
+  QLIX_COMM_CHECK_INDEX(write.size, 16u << rw_len, 16u << rw_len);
+  const bool route = write.place == DPP_SE_LPM;
+  const dpp_dtb_ddr_form form = {1,           DPP_DTB_MODE_DDR, rw_len,     route ? write.ipv6 : 0, route ? 1u : 0u,
+                                 write.baddr, write.ecc_en,     write.index};
+  return dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_DDR, dpp_dtb_form_values(form), entry->cmd);
+}
+
+}  // namespace
+
+uint32_t dpp_se_write_pack(const dpp_se_write* write, dpp_dtb_entry* entry) {
+  QLIX_COMM_CHECK_POINT(write);
+  QLIX_COMM_CHECK_POINT(entry);
+  const bool zcam = write->place == DPP_SE_ZCELL || write->place == DPP_SE_ZREG;
+  const uint32_t rc = zcam ? zcam_pack(*write, entry) : ddr_pack(*write, entry);
+  if (rc == QLIX_COMM_OK) {
+    entry->data_in_cmd_flag = 0;
+    entry->data_size = write->size;
+    std::memcpy(entry->data, write->data, write->size);
+  }
+  return rc;
+}
+
+uint32_t dpp_se_dtb_write(void* context, const dpp_se_write* write) {
+  QLIX_COMM_CHECK_POINT(context);
+  const auto* dtb = static_cast<const dpp_se_dtb*>(context);
+  dpp_dtb_entry entry;
+  QLIX_COMM_CHECK_RC(dpp_se_write_pack(write, &entry), "dpp_se_write_pack");
+  alignas(uint32_t) uint8_t block[sizeof(entry.cmd) + sizeof(entry.data)];
+  uint32_t length = 0;
+  QLIX_COMM_CHECK_RC(dpp_dtb_entry_append(block, sizeof(block), &length, &entry), "dpp_dtb_entry_append");
+  return dpp_dtb_write_down_table_data(dtb->dev_id, dtb->queue_id, length, reinterpret_cast<const uint32_t*>(block));
+}

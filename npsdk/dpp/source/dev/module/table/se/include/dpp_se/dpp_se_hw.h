@@ -1,0 +1,46 @@
+// How items of the search engine reach the chip: one write of an item or of a row, packed into a table command.
+#pragma once
+
+#include <cstdint>
+
+#include "dpp_dtb/dpp_dtb_table.h"
+
+inline constexpr uint32_t DPP_SE_ITEM_BYTES = 64;
+
+enum dpp_se_place : uint32_t {
+  DPP_SE_ZCELL,  ///< an item of a zcell
+  DPP_SE_ZREG,   ///< the overflow register of a zcell
+  DPP_SE_DDR,    ///< an item of a hash spill area
+  DPP_SE_LPM,    ///< rows of a route area
+};
+
+/// One write. Bytes of quarters that the mask leaves out are not looked at.
+struct dpp_se_write {
+  dpp_se_place place;
+  uint32_t zblock;  ///< zcell and zreg: 0 to 31
+  uint32_t zcell;   ///< 0 to 3
+  uint32_t index;   ///< item of the zcell (0 to 511), or first row of 128 bits from the base in DDR
+  uint32_t baddr;   ///< DDR: base in units of 4 KiB
+  uint32_t mask;    ///< zcell and zreg: quarters to write, bit 3 the first
+  uint32_t size;    ///< bytes of data: 64, in DDR also 32 and 16
+  uint32_t ecc_en;
+  uint32_t ipv6;  ///< route rows: the area's keys are longer than 8 bytes
+  uint8_t data[DPP_SE_ITEM_BYTES];
+};
+
+/// The table command for a write. 0x1205 for a place that the command has no room for.
+uint32_t dpp_se_write_pack(const dpp_se_write* write, dpp_dtb_entry* entry);
+
+/// Where the table managers send their writes. `write` returns 0 when the chip has taken it.
+struct dpp_se_writer {
+  uint32_t (*write)(void* context, const dpp_se_write* write);
+  void* context;
+};
+
+/// Context of dpp_se_dtb_write.
+struct dpp_se_dtb {
+  uint32_t dev_id;
+  uint32_t queue_id;
+};
+/// Posts the write through a queue and waits for its completion.
+uint32_t dpp_se_dtb_write(void* context, const dpp_se_write* write);

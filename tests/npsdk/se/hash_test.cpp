@@ -1,0 +1,260 @@
+#include "dpp_se/dpp_hash.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "chip_link.h"
+#include "dpp_se/dpp_crc.h"
+
+namespace {
+
+using bytes = std::vector<uint8_t>;
+
+class Hash : public testing::Test {
+ protected:
+  void SetUp() override {
+    const dpp_se_writer writer = link.writer();
+    ASSERT_EQ(dpp_hash_init(hash.get(), &writer), 0u);
+  }
+  void TearDown() override {
+    dpp_hash_destroy(hash.get());
+  }
+  void zcells(uint32_t engine, uint32_t zblock, std::initializer_list<uint32_t> cells, uint32_t dedicated = 0) {
+    const uint32_t polynomial = DPP_CRC16_POLY[zblock % DPP_CRC16_POLY_NUM];
+    ASSERT_EQ(dpp_hash_zblock_init(hash.get(), zblock, polynomial), 0u);
+    for (const uint32_t cell : cells) {
+      ASSERT_EQ(dpp_hash_zcell_add(hash.get(), engine, zblock, cell, dedicated), 0u);
+      setup[engine].zcells.push_back({zblock, cell});
+    }
+    setup[engine].polynomial[zblock] = polynomial;
+    setup[engine].engine = engine;
+  }
+  uint32_t insert(uint32_t engine, uint32_t table, const bytes& key, const bytes& rst) {
+    const dpp_hash_row row = {key.data(), rst.data()};
+    return dpp_hash_insert(hash.get(), engine, table, &row);
+  }
+  uint32_t remove(uint32_t engine, uint32_t table, const bytes& key) {
+    return dpp_hash_delete(hash.get(), engine, table, key.data());
+  }
+  /// What driver and chip say about a key; nothing when both have nothing. They must agree.
+  bytes ask(uint32_t engine, uint32_t table, const bytes& key) {
+    const dpp_hash_table& at = hash->engine[engine].table[table];
+    bytes rst(at.rst_len);
+    const uint32_t code = dpp_hash_search(hash.get(), engine, table, key.data(), rst.data(), nullptr);
+    vcard::NpHashSetup lookup = setup[engine];
+    lookup.table = table;
+    if (at.ddr_items != 0) {
+      lookup.ddr_base = at.ddr_baddr;
+      lookup.ddr_items = at.ddr_items;
+    }
+    const auto chip = link.chip.hash_lookup(lookup, key, at.rst_len);
+    EXPECT_EQ(code, chip.has_value() ? 0u : DPP_HASH_RC_ABSENT);
+    if (code == 0 && chip.has_value()) {
+      EXPECT_EQ(rst, *chip);
+    }
+    return code == 0 ? rst : bytes();
+  }
+
+  chip_link link;
+  std::unique_ptr<dpp_hash> hash = std::make_unique<dpp_hash>();
+  std::map<uint32_t, vcard::NpHashSetup> setup;
+};
+
+bytes random_bytes(std::mt19937& rng, size_t length) {
+  bytes out(length);
+  for (uint8_t& byte : out) {
+    byte = static_cast<uint8_t>(rng());
+  }
+  return out;
+}
+
+TEST(HashKey, ShapesTheChecksumInput) {
+  const uint8_t key[] = {0xE3, 0x11, 0x22}, other[] = {0x03, 0x11, 0x22};
+  uint8_t shaped[3], shaped_other[3];
+  EXPECT_EQ(dpp_hash_set_crc_key(key, 3, shaped), 0u);
+  EXPECT_EQ(dpp_hash_set_crc_key(other, 3, shaped_other), 0u);
+  EXPECT_EQ(bytes(shaped, shaped + 3), (bytes{0x11, 0x22, 0x03}));
+  EXPECT_EQ(bytes(shaped, shaped + 3), bytes(shaped_other, shaped_other + 3));
+  EXPECT_EQ(dpp_hash_set_crc_key(key, 0, shaped), 0x1205u);
+}
+
+TEST_F(Hash, PlacesByChecksumCellAndOrder) {
+  zcells(2, 5, {1, 0});
+  const dpp_hash_table_cfg cfg = {8, 30, 0, 0, 0};  // 512-bit entries: an item holds one
+  ASSERT_EQ(dpp_hash_table_init(hash.get(), 2, 7, &cfg), 0u);
+  const bytes key = {0x45, 1, 2, 3, 4, 5, 6, 7};
+  uint8_t shaped[8];
+  dpp_hash_set_crc_key(key.data(), 8, shaped);
+  const uint32_t crc = dpp_crc16_table_lookup(shaped, 8, DPP_CRC16_POLY[5]) & 0xFFFF;
+  // The keys differ in bits 7 to 5 of their first byte: one checksum, so each falls through to the next place.
+  const uint32_t expected[] = {0xFu << 17 | (5u << 2 | 1u) << 9 | (crc >> 1 & 0x1FF),
+                               0xFu << 17 | (5u << 2) << 9 | (crc & 0x1FF), 0xEu << 17 | (5u << 2 | 1u) << 9,
+                               0xEu << 17 | (5u << 2) << 9};
+  bytes same = key;
+  for (uint32_t i = 0; i < 4; i++) {
+    same[0] = static_cast<uint8_t>(key[0] ^ i << 5);
+    ASSERT_EQ(insert(2, 7, same, bytes(30, static_cast<uint8_t>(i))), 0u);
+    dpp_hash_where where;
+    ASSERT_EQ(dpp_hash_search(hash.get(), 2, 7, same.data(), nullptr, &where), 0u);
+    EXPECT_EQ(where.location, expected[i]) << i;
+  }
+  for (uint32_t i = 0; i < 4; i++) {
+    same[0] = static_cast<uint8_t>(key[0] ^ i << 5);
+    EXPECT_EQ(ask(2, 7, same), bytes(30, static_cast<uint8_t>(i)));
+  }
+  same[0] = static_cast<uint8_t>(key[0] ^ 4u << 5);
+  const dpp_hash_table& table = hash->engine[2].table[7];
+  EXPECT_EQ(insert(2, 7, same, bytes(30)), DPP_HASH_RC_TABLE_FULL);
+  EXPECT_EQ(ask(2, 7, same), bytes());
+  EXPECT_EQ(table.insert_fail_num, 1u);
+  EXPECT_EQ(table.entry_num, 4u);
+  EXPECT_EQ(hash->engine[2].entry_num, 4u);
+  EXPECT_EQ(table.tree.order.count, 4u);
+}
+
+TEST_F(Hash, UsesSharedAndDedicatedCells) {
+  zcells(0, 1, {0}, 1);
+  zcells(0, 2, {0});
+  ASSERT_EQ(dpp_hash_zblock_init(hash.get(), 1, DPP_CRC16_POLY[1]), 0u);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(dpp_hash_zcell_add(hash.get(), 3, 1, 0, 0), 0x1205u);  // engine 0 owns it
+  EXPECT_EQ(dpp_hash_zcell_add(hash.get(), 0, 2, 0, 0), 0x1205u);  // twice
+  EXPECT_EQ(dpp_hash_zcell_add(hash.get(), 3, 9, 0, 0), 0x1201u);  // no such zblock
+  testing::internal::GetCapturedStdout();
+  zcells(3, 2, {0});
+  const dpp_hash_table_cfg cfg = {4, 4, 0, 0, 0};
+  ASSERT_EQ(dpp_hash_table_init(hash.get(), 0, 0, &cfg), 0u);
+  ASSERT_EQ(dpp_hash_table_init(hash.get(), 3, 0, &cfg), 0u);
+  ASSERT_EQ(insert(0, 0, {1, 2, 3, 4}, {1, 1, 1, 1}), 0u);
+  ASSERT_EQ(insert(3, 0, {1, 2, 3, 4}, {3, 3, 3, 3}), 0u);
+  EXPECT_EQ(ask(0, 0, {1, 2, 3, 4}), (bytes{1, 1, 1, 1}));
+  EXPECT_EQ(ask(3, 0, {1, 2, 3, 4}), (bytes{3, 3, 3, 3}));
+  ASSERT_EQ(dpp_hash_exclude_shared_set(hash.get(), 3, 1), 0u);  // its only cell is shared
+  EXPECT_EQ(insert(3, 0, {9, 9, 9, 9}, {3, 3, 3, 3}), DPP_HASH_RC_TABLE_FULL);
+}
+
+TEST_F(Hash, RefusesWhatIsOutOfRange) {
+  zcells(0, 0, {0});
+  const dpp_hash_table_cfg good = {8, 4, 0, 0, 0};
+  ASSERT_EQ(dpp_hash_table_init(hash.get(), 0, 0, &good), 0u);
+  const dpp_hash_table_cfg bad[] = {
+      {0, 4, 0, 0, 0}, {63, 0, 0, 0, 0}, {60, 3, 0, 0, 0}, {8, 4, 3, 0, 0}, {8, 4, 1u << 23, 0, 0}};
+  testing::internal::CaptureStdout();
+  for (const dpp_hash_table_cfg& cfg : bad) {
+    EXPECT_EQ(dpp_hash_table_init(hash.get(), 0, 1, &cfg), 0x1205u) << cfg.key_len;
+  }
+  EXPECT_EQ(dpp_hash_zblock_init(hash.get(), 0, 0x8BB7), 0x1205u);
+  EXPECT_EQ(dpp_hash_zblock_init(hash.get(), 32, 0x1021), 0x1205u);
+  EXPECT_EQ(insert(8, 0, bytes(8), bytes(4)), 0x1205u);
+  EXPECT_EQ(insert(0, 32, bytes(8), bytes(4)), 0x1205u);
+  EXPECT_EQ(insert(0, 5, bytes(8), bytes(4)), 0x1201u);
+  EXPECT_EQ(dpp_hash_insert(hash.get(), 0, 0, nullptr), 0x1201u);
+  EXPECT_EQ(dpp_hash_insert(nullptr, 0, 0, nullptr), 0x1201u);
+  testing::internal::GetCapturedStdout();
+}
+
+TEST_F(Hash, SoftResetWritesNothingUntilRewritten) {
+  zcells(1, 0, {0, 1, 2, 3});
+  const dpp_hash_table_cfg cfg = {8, 4, 64, 0x10, 1};
+  ASSERT_EQ(dpp_hash_table_init(hash.get(), 1, 0, &cfg), 0u);
+  ASSERT_EQ(dpp_hash_soft_reset_set(hash.get(), 1, 1), 0u);
+  std::mt19937 rng(5);
+  std::vector<bytes> keys;
+  for (int i = 0; i < 300; i++) {
+    keys.push_back(random_bytes(rng, 8));
+    ASSERT_EQ(insert(1, 0, keys.back(), bytes(4, static_cast<uint8_t>(i))), 0u);
+  }
+  EXPECT_EQ(link.writes, 0u);
+  ASSERT_EQ(dpp_hash_soft_reset_set(hash.get(), 1, 0), 0u);
+  ASSERT_EQ(dpp_hash_rewrite(hash.get(), 1), 0u);
+  for (size_t i = 0; i < keys.size(); i++) {
+    EXPECT_EQ(ask(1, 0, keys[i]), bytes(4, static_cast<uint8_t>(i)));
+  }
+}
+
+// A refused write, whether the chip carried it out or not, leaves driver and chip as they were.
+TEST_F(Hash, RefusedWritesChangeNothing) {
+  zcells(0, 0, {0, 1});
+  const dpp_hash_table_cfg cfg = {8, 4, 4, 0, 0};
+  ASSERT_EQ(dpp_hash_table_init(hash.get(), 0, 0, &cfg), 0u);
+  const bytes known = {1, 2, 3, 4, 5, 6, 7, 8}, unknown = {8, 7, 6, 5, 4, 3, 2, 1}, old = {1, 1, 1, 1},
+              fresh = {2, 2, 2, 2};
+  ASSERT_EQ(insert(0, 0, known, old), 0u);
+  for (const bool carried_out : {false, true}) {
+    link.fail(0, 1, carried_out);
+    EXPECT_EQ(insert(0, 0, unknown, fresh), chip_link::FAULT);
+    EXPECT_EQ(ask(0, 0, unknown), bytes());
+    link.fail(0, 1, carried_out);
+    EXPECT_EQ(insert(0, 0, known, fresh), chip_link::FAULT);
+    EXPECT_EQ(ask(0, 0, known), old);
+    link.fail(0, 1, carried_out);
+    EXPECT_EQ(remove(0, 0, known), chip_link::FAULT);
+    EXPECT_EQ(ask(0, 0, known), old);
+  }
+  EXPECT_EQ(hash->engine[0].entry_num, 1u);
+}
+
+// Two engines with shared and dedicated cells and tables of all widths, with and without spill area, filled until keys
+// are refused: after every step driver, chip and model say the same of the key and of one at random.
+TEST_F(Hash, LongRandomLife) {
+  zcells(0, 0, {0, 1}, 1);
+  zcells(0, 1, {0});
+  zcells(0, 2, {0, 1, 2, 3}, 1);
+  zcells(4, 3, {0, 3}, 1);
+  ASSERT_EQ(dpp_hash_zcell_add(hash.get(), 4, 1, 0, 0), 0u);
+  setup[4].zcells.push_back({1, 0});
+  setup[4].polynomial[1] = DPP_CRC16_POLY[1];
+  const struct {
+    uint32_t engine, table;
+    dpp_hash_table_cfg cfg;
+  } rows[] = {{0, 0, {8, 4, 0, 0, 0}}, {0, 3, {16, 4, 256, 0x100, 0}}, {0, 31, {48, 8, 0, 0, 0}},
+              {4, 0, {8, 4, 0, 0, 0}}, {4, 1, {1, 1, 0, 0, 0}},        {4, 2, {49, 13, 64, 0x200, 1}}};
+  for (const auto& row : rows) {
+    ASSERT_EQ(dpp_hash_table_init(hash.get(), row.engine, row.table, &row.cfg), 0u);
+  }
+  std::mt19937 rng(99);
+  std::map<std::pair<size_t, bytes>, bytes> model;
+  std::vector<std::pair<size_t, bytes>> used;
+  uint32_t full = 0;
+  for (int step = 0; step < 20000 && !HasFailure(); step++) {
+    const size_t at = rng() % std::size(rows);
+    const auto& row = rows[at];
+    std::pair<size_t, bytes> name = {at, random_bytes(rng, row.cfg.key_len)};
+    const bool known = rng() % 3 == 0 && !used.empty();
+    if (known) {
+      name = used[rng() % used.size()];
+    }
+    const auto& where = rows[name.first];
+    if (rng() % 4 != 0) {
+      const bytes rst = random_bytes(rng, where.cfg.rst_len);
+      const uint32_t code = insert(where.engine, where.table, name.second, rst);
+      ASSERT_TRUE(code == 0 || (code == DPP_HASH_RC_TABLE_FULL && !model.contains(name)));
+      full += code != 0 ? 1 : 0;
+      if (code == 0) {
+        model[name] = rst;
+        used.push_back(name);
+      }
+    } else {
+      ASSERT_EQ(remove(where.engine, where.table, name.second), model.erase(name) != 0 ? 0u : DPP_HASH_RC_ABSENT);
+    }
+    const auto found = model.find(name);
+    EXPECT_EQ(ask(where.engine, where.table, name.second), found == model.end() ? bytes() : found->second) << step;
+    if (!used.empty()) {
+      const auto& other = used[rng() % used.size()];
+      const auto expected = model.find(other);
+      EXPECT_EQ(ask(rows[other.first].engine, rows[other.first].table, other.second),
+                expected == model.end() ? bytes() : expected->second)
+          << step;
+    }
+  }
+  EXPECT_GT(full, 0u);
+  EXPECT_EQ(hash->engine[0].entry_num + hash->engine[4].entry_num, model.size());
+}
+
+}  // namespace
