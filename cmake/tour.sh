@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
 # A short tour of the tool on the virtual card: card information, then a firmware update by interface name and, in the
 # shell, by PCI address. Each step is shown before its output; the first one that fails ends the tour.
+# usage: tour.sh [build folder]
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+build=${1:-build}
 
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
@@ -14,7 +17,7 @@ tool() {
   local state=$1
   shift
   step kxtool "$@"
-  build/kxvcard --state "$state" -- build/kxtool "$@"
+  "$build/kxvcard" --state "$state" -- "$build/kxtool" "$@"
 }
 
 # The card runs from partition 1, so that a package of one partition lands in partition 2.
@@ -45,9 +48,9 @@ tool "$folder/by_name" mac_info eth0 mac_info
 tool "$folder/by_name" temp_info eth0 chip_temp
 
 step kxpkg build package.json "$folder/update.pkg"
-build/kxpkg build "$folder/package.json" "$folder/update.pkg"
+"$build/kxpkg" build "$folder/package.json" "$folder/update.pkg"
 step kxpkg info "$folder/update.pkg"
-build/kxpkg info "$folder/update.pkg"
+"$build/kxpkg" info "$folder/update.pkg"
 
 tool "$folder/by_name" fwupdate eth0 version
 tool "$folder/by_name" fwupdate eth0 "$folder/update.pkg"
@@ -57,5 +60,5 @@ tail -n 3 "$folder/by_name/log/kxtool/kxtool_fw_upd.log"
 
 step "printf '0\\nsu opsu\\nkxtool fwupdate 0000:3b:00.0 $folder/update.pkg\\nquit\\n' | kxtool"
 printf '0\nsu opsu\nkxtool fwupdate 0000:3b:00.0 %s\nquit\n' "$folder/update.pkg" |
-  build/kxvcard --state "$folder/by_address" -- build/kxtool
+  "$build/kxvcard" --state "$folder/by_address" -- "$build/kxtool"
 flash_holds_images "$folder/by_address"
