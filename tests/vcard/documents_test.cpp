@@ -1,0 +1,51 @@
+// The document of the card file names every key that the virtual card reads and every kind of line that it logs.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace {
+
+std::string file_text(const std::filesystem::path& path) {
+  std::ifstream stream(path);
+  std::ostringstream text;
+  text << stream.rdbuf();
+  return text.str();
+}
+
+std::set<std::string> first_groups(const std::string& text, const char* pattern) {
+  std::set<std::string> found;
+  std::regex regex(pattern);
+  for (std::sregex_iterator match(text.begin(), text.end(), regex), end; match != end; ++match) {
+    found.insert((*match)[1]);
+  }
+  return found;
+}
+
+TEST(Documents, NameEveryKeyAndEveryLogLine) {
+  const std::filesystem::path folder = VCARD_FOLDER;
+  const std::string document = file_text(folder / "README.md");
+  size_t words = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (entry.path().extension() != ".cpp") {
+      continue;
+    }
+    const std::string source = file_text(entry.path());
+    std::set<std::string> keys = first_groups(
+        source,
+        R"re(\b(?:number|signed_number|flag|text|bytes|choice|numbers|texts|sections?|has)\(\s*"([a-z0-9_]+)")re");
+    keys.merge(first_groups(source, R"re(\b(?:log\(\)|log_)\s*\.line\(\s*"([a-z_]+))re"));
+    words += keys.size();
+    for (const std::string& key : keys) {
+      EXPECT_TRUE(std::regex_search(document, std::regex("(?:[`.\"]|### )" + key + "\\b")))
+          << entry.path() << ": " << key;
+    }
+  }
+  EXPECT_GT(words, 100u);
+}
+
+}  // namespace
