@@ -8,43 +8,14 @@
 #include <vector>
 
 #include "emit.h"
+#include "file.h"
 #include "sheet.h"
 
 namespace {
 
-bool file_read(const char* path, std::string& text) {
-  FILE* file = fopen(path, "rb");
-  if (file == nullptr) {
-    return false;
-  }
-  char block[65536];
-  size_t length;
-  while ((length = fread(block, 1, sizeof block, file)) > 0) {
-    text.append(block, length);
-  }
-  const bool good = ferror(file) == 0;
-  fclose(file);
-  return good;
-}
-
-bool file_write(const char* path, const std::string& text) {
-  FILE* file = fopen(path, "wb");
-  if (file == nullptr) {
-    return false;
-  }
-  const bool written = fwrite(text.data(), 1, text.size(), file) == text.size();
-  return fclose(file) == 0 && written;
-}
-
 int failed(const char* path) {
   fprintf(stderr, "%s: %s\n", path, strerror(errno));
   return 1;
-}
-
-// A path as it stands in complaints: the folder of the sheets is known.
-std::string file_name(const char* path) {
-  const char* slash = strrchr(path, '/');
-  return slash == nullptr ? path : slash + 1;
 }
 
 }  // namespace
@@ -58,10 +29,10 @@ int main(int argc, char** argv) {
   reg_gen::complaints complaints;
   for (int i = 3; i < argc; ++i) {
     std::string text;
-    if (!file_read(argv[i], text)) {
+    if (!reg_gen::file_read(argv[i], text)) {
       return failed(argv[i]);
     }
-    reg_gen::sheet_read(file_name(argv[i]), text, regs, complaints);
+    reg_gen::sheet_read(reg_gen::file_name(argv[i]), text, regs, complaints);
   }
   if (complaints.empty()) {
     reg_gen::regs_check(regs, complaints);
@@ -72,10 +43,10 @@ int main(int argc, char** argv) {
   if (!complaints.empty()) {
     return 1;
   }
-  if (!file_write(argv[1], reg_gen::table_text(regs))) {
+  if (!reg_gen::file_write(argv[1], reg_gen::table_text(regs))) {
     return failed(argv[1]);
   }
-  if (!file_write(argv[2], reg_gen::constants_text(regs))) {
+  if (!reg_gen::file_write(argv[2], reg_gen::constants_text(regs))) {
     return failed(argv[2]);
   }
   return 0;

@@ -1,0 +1,107 @@
+#include "dpp_diag/dpp_cmd.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "dpp_cmd_table.h"
+#include "dpp_reg/dpp_reg_info.h"
+#include "dpp_reg/dpp_reg_print.h"
+#include "dpp_row.h"
+#include "qlix_comm/check.h"
+
+namespace {
+
+/// Filled one by one as they are asked for; the pages of the others are never touched.
+DppCmdEntry entries[DPP_CMD_NUM];
+
+uint32_t place_of(const DppCmdEntry& entry) {
+  return static_cast<uint32_t>(&entry - entries);
+}
+
+uint32_t row_call(const DppCmdEntry& self, const DppCmdArgs& args) {
+  dpp_row_verdicts verdicts;
+  return dpp_row_run(place_of(self), {args.value, args.num}, verdicts);
+}
+
+// dev_id, then the indexes of the instance that the register has.
+uint32_t register_print_call(const DppCmdEntry& self, const DppCmdArgs& args) {
+  const dpp_reg_info& info = *dpp_reg_info_get(dpp_cmd_records[place_of(self)].index);
+  const bool two = (info.array_type & DPP_REG_BINARY_ARRAY) != 0;
+  const uint32_t m = two ? args.value[1] : 0;
+  const uint32_t n = info.array_type == 0 ? 0 : args.value[two ? 2 : 1];
+  if (m >= info.m_size) {
+    return qlix_comm_detail::report_range({__FILE_NAME__, __LINE__, self.name}, QLIX_COMM_OUT_OF_RANGE, m, 0,
+                                          info.m_size - 1);
+  }
+  if (n >= info.n_size) {
+    return qlix_comm_detail::report_range({__FILE_NAME__, __LINE__, self.name}, QLIX_COMM_OUT_OF_RANGE, n, 0,
+                                          info.n_size - 1);
+  }
+  return dpp_reg_fields_print(args.value[0], info.reg_no, m, n);
+}
+
+uint32_t register_dump_call(const DppCmdEntry& self, const DppCmdArgs& args) {
+  const uint32_t reg_no = dpp_cmd_records[place_of(self)].index;
+  return dpp_regs_dump(args.value[0], reg_no, reg_no);
+}
+
+dpp_cmd_func func_of(const dpp_cmd_record& record) {
+  switch (static_cast<dpp_cmd_kind>(record.kind)) {
+    case dpp_cmd_kind::row:
+      return row_call;
+    case dpp_cmd_kind::function:
+    case dpp_cmd_kind::text:
+    case dpp_cmd_kind::shell:
+      return dpp_cmd_functions[record.index].func;
+    case dpp_cmd_kind::register_print:
+      return register_print_call;
+    case dpp_cmd_kind::register_dump:
+      return register_dump_call;
+  }
+  return nullptr;
+}
+
+bool is_text_kind(dpp_cmd_kind kind) {
+  return kind == dpp_cmd_kind::text || kind == dpp_cmd_kind::shell;
+}
+
+}  // namespace
+
+const DppCmdEntry* dpp_cmd_get(uint32_t index) {
+  if (index >= DPP_CMD_NUM) {
+    return nullptr;
+  }
+  DppCmdEntry& entry = entries[index];
+  if (entry.name == nullptr) {
+    const dpp_cmd_record& record = dpp_cmd_records[index];
+    const dpp_cmd_kind kind = static_cast<dpp_cmd_kind>(record.kind);
+    entry = {&dpp_cmd_text_pool[record.name], func_of(record), &dpp_cmd_text_pool[record.help],
+             is_text_kind(kind) ? 0u : 1u, kind == dpp_cmd_kind::shell ? 0u : 1u};
+  }
+  return &entry;
+}
+
+const DppCmdEntry* dpp_cmd_find(const char* name) {
+  if (name == nullptr) {
+    return nullptr;
+  }
+  uint32_t slot = dpp_cmd_name_hash(name) % DPP_CMD_NAME_SLOTS;
+  while (dpp_cmd_name_slots[slot] != DPP_CMD_NAME_SLOT_FREE) {
+    const uint32_t index = dpp_cmd_name_slots[slot];
+    if (strcmp(&dpp_cmd_text_pool[dpp_cmd_records[index].name], name) == 0) {
+      return dpp_cmd_get(index);
+    }
+    slot = (slot + 1) % DPP_CMD_NAME_SLOTS;
+  }
+  return nullptr;
+}
+
+// The conversions of scanf, without what it leaves undefined: a number too large for 64 bits reads as the largest.
+uint32_t dpp_atoi(const char* text) {
+  if (text == nullptr) {
+    return 0;
+  }
+  const bool hexadecimal = text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+  return static_cast<uint32_t>(hexadecimal ? strtoull(text + 2, nullptr, 16)
+                                           : static_cast<unsigned long long>(strtoll(text, nullptr, 10)));
+}

@@ -1,0 +1,99 @@
+// The generated constants behind the command table and the row interpreter. Texts are offsets into one pool.
+#pragma once
+
+#include <cstdint>
+
+#include "dpp_diag/dpp_cmd.h"
+#include "gen/dpp_cmd_hash.h"
+
+/// What stands behind a name.
+enum class dpp_cmd_kind : uint32_t { row, function, text, shell, register_print, register_dump };
+
+struct dpp_cmd_record {
+  uint32_t name;
+  uint32_t help;
+  uint32_t kind;   // dpp_cmd_kind
+  uint32_t index;  // into the rows or the functions, or the register number
+};
+
+struct dpp_cmd_function {
+  dpp_cmd_func func;
+};
+
+/// A number, or the slot of a variable: first the arguments, then loops and totals in order of appearance.
+struct dpp_row_operand {
+  uint32_t is_slot;
+  uint32_t number;
+};
+
+struct dpp_row_place {
+  uint32_t reg_no;
+  dpp_row_operand m;
+  dpp_row_operand n;
+};
+
+enum class dpp_row_value_kind : uint32_t { number, field, whole };
+
+struct dpp_row_value {
+  uint32_t kind;  // dpp_row_value_kind
+  dpp_row_operand number;
+  dpp_row_place at;
+  uint32_t field;
+};
+
+enum class dpp_row_op : uint32_t {
+  print,
+  fields,
+  words,
+  loop,
+  end,
+  add,
+  set,
+  clear,
+  errors,
+  idle,
+  ready,
+  summary,
+  run
+};
+
+struct dpp_row_step {
+  uint32_t op;    // dpp_row_op
+  uint32_t line;  // of the sheet
+  uint32_t text;  // run: place of the command in the table
+  uint32_t slot;  // loop, add
+  uint32_t jump;  // loop: its end; end: its loop; counted from the row's first step
+  dpp_row_operand from;
+  dpp_row_operand to;
+  dpp_row_place at;
+  uint32_t value_first;
+  uint32_t value_num;
+};
+
+struct dpp_row_arg {
+  uint32_t name;
+  uint32_t is_ranged;
+  uint32_t min;
+  uint32_t max;
+};
+
+struct dpp_row {
+  uint32_t sheet;
+  uint32_t line;
+  uint32_t arg_first;
+  uint32_t arg_num;
+  uint32_t step_first;
+  uint32_t step_num;
+};
+
+inline constexpr uint32_t DPP_ROW_SLOT_MAX = 24;
+inline constexpr uint32_t DPP_ROW_PLACE_MAX = 16;  ///< register instances read in one step
+
+extern const dpp_cmd_record dpp_cmd_records[];
+extern const uint16_t dpp_cmd_name_slots[DPP_CMD_NAME_SLOTS];
+extern const dpp_cmd_function dpp_cmd_functions[];
+extern const dpp_row dpp_row_table[];
+extern const dpp_row_arg dpp_row_args[];
+extern const dpp_row_step dpp_row_steps[];
+extern const dpp_row_value dpp_row_values[];
+extern const char dpp_cmd_text_pool[];

@@ -1,0 +1,354 @@
+#include "dpp_row.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_print.h"
+#include "qlix_comm/check.h"
+
+namespace {
+
+constexpr uint32_t print_size = 1024;
+constexpr uint32_t idle_looks = 10;
+constexpr useconds_t idle_wait_us = 1000;
+
+const char* text_of(uint32_t offset) {
+  return &dpp_cmd_text_pool[offset];
+}
+
+/// A register instance that a step has read.
+struct instance {
+  uint32_t reg_no;
+  uint32_t m;
+  uint32_t n;
+  uint32_t fields[DPP_REG_FIELD_MAX];
+
+  uint64_t whole() const {
+    uint64_t value = 0;
+    const uint32_t* field = fields;
+    for (const dpp_reg_field& f : dpp_reg_fields_get(*dpp_reg_info_get(reg_no))) {
+      value |= uint64_t{*field++} << (f.msb_pos + 1 - f.len);
+    }
+    return value;
+  }
+};
+
+/// One run of one row.
+class row_runner {
+ public:
+  row_runner(const dpp_row& row, const char* name, uint32_t depth) : row_(row), name_(name), depth_(depth) {}
+
+  uint32_t arguments_take(std::span<const uint32_t> values) {
+    for (uint32_t i = 0; i < row_.arg_num; ++i) {
+      const dpp_row_arg& arg = dpp_row_args[row_.arg_first + i];
+      const uint32_t value = i < values.size() ? values[i] : 0;
+      slots_[i] = value;
+      if (strcmp(text_of(arg.name), "dev_id") == 0) {
+        dev_id_ = value;
+      }
+      const uint32_t code = arg.is_ranged != 0 ? qlix_comm_index_check(value, arg.min, arg.max) : QLIX_COMM_OK;
+      if (code != QLIX_COMM_OK) {
+        return qlix_comm_detail::report_range(here(row_.line), code, value, arg.min, arg.max);
+      }
+    }
+    return QLIX_COMM_OK;
+  }
+
+  uint32_t run() {
+    for (uint32_t at = 0; at < row_.step_num; ++at) {
+      const dpp_row_step& step = dpp_row_steps[row_.step_first + at];
+      read_num_ = 0;
+      const uint32_t code = step_run(step, at);
+      if (code != QLIX_COMM_OK) {
+        return code;
+      }
+    }
+    return QLIX_COMM_OK;
+  }
+
+  const dpp_row_verdicts& verdicts() const {
+    return verdicts_;
+  }
+
+ private:
+  qlix_comm_detail::source_place here(uint32_t line) const {
+    return {text_of(row_.sheet), static_cast<int>(line), name_};
+  }
+  uint32_t failed(const dpp_row_step& step, uint32_t code, const char* callee) const {
+    return code == QLIX_COMM_OK ? code : qlix_comm_detail::report_call(here(step.line), code, callee);
+  }
+  uint64_t number(const dpp_row_operand& o) const {
+    return o.is_slot != 0 ? slots_[o.number] : o.number;
+  }
+  uint32_t index(const dpp_row_operand& o) const {
+    return static_cast<uint32_t>(number(o));
+  }
+
+  // `at` is the place of the step and becomes that of the last step run.
+  uint32_t step_run(const dpp_row_step& step, uint32_t& at) {
+    const uint32_t m = index(step.at.m);
+    const uint32_t n = index(step.at.n);
+    switch (static_cast<dpp_row_op>(step.op)) {
+      case dpp_row_op::print:
+        return print(step);
+      case dpp_row_op::fields:
+        return failed(step, dpp_reg_fields_print(dev_id_, step.at.reg_no, m, n), "dpp_reg_fields_print");
+      case dpp_row_op::words:
+        return failed(step, dpp_reg_print32(dev_id_, step.at.reg_no, m, n), "dpp_reg_print32");
+      case dpp_row_op::loop:
+        slots_[step.slot] = number(step.from);
+        at = slots_[step.slot] > number(step.to) ? step.jump : at;
+        return QLIX_COMM_OK;
+      case dpp_row_op::end:
+        return loop_again(step, at);
+      case dpp_row_op::add:
+        return total_add(step);
+      case dpp_row_op::set:
+        return set(step);
+      case dpp_row_op::clear:
+        return clear(step);
+      case dpp_row_op::errors:
+      case dpp_row_op::idle:
+      case dpp_row_op::ready:
+        return verdict(step);
+      case dpp_row_op::summary:
+        return summary(step);
+      case dpp_row_op::run:
+        return command_run(step);
+    }
+    return QLIX_COMM_OK;
+  }
+
+  uint32_t loop_again(const dpp_row_step& step, uint32_t& at) {
+    const dpp_row_step& loop = dpp_row_steps[row_.step_first + step.jump];
+    if (slots_[loop.slot] < number(loop.to)) {
+      ++slots_[loop.slot];
+      at = step.jump;
+    }
+    return QLIX_COMM_OK;
+  }
+
+  // A step reads each instance once: reading a counter again would find it cleared.
+  uint32_t instance_read(const dpp_row_step& step, const dpp_row_place& place, const instance** out) {
+    const uint32_t m = index(place.m);
+    const uint32_t n = index(place.n);
+    instance* const end = read_ + read_num_;
+    instance* const found =
+        std::find_if(read_, end, [&](const instance& i) { return i.reg_no == place.reg_no && i.m == m && i.n == n; });
+    *out = found;
+    if (found != end) {
+      return QLIX_COMM_OK;
+    }
+    *found = {place.reg_no, m, n, {}};
+    ++read_num_;
+    return failed(step, dpp_reg_read(dev_id_, place.reg_no, m, n, found->fields), "dpp_reg_read");
+  }
+
+  uint32_t value_get(const dpp_row_step& step, const dpp_row_value& value, uint64_t& out) {
+    const dpp_row_value_kind kind = static_cast<dpp_row_value_kind>(value.kind);
+    if (kind == dpp_row_value_kind::number) {
+      out = number(value.number);
+      return QLIX_COMM_OK;
+    }
+    const instance* read = nullptr;
+    const uint32_t code = instance_read(step, value.at, &read);
+    out = kind == dpp_row_value_kind::whole ? read->whole() : read->fields[value.field];
+    return code;
+  }
+
+  uint32_t values_get(const dpp_row_step& step, uint64_t* out) {
+    for (uint32_t i = 0; i < step.value_num; ++i) {
+      const uint32_t code = value_get(step, dpp_row_values[step.value_first + i], out[i]);
+      if (code != QLIX_COMM_OK) {
+        return code;
+      }
+    }
+    return QLIX_COMM_OK;
+  }
+
+  uint32_t print(const dpp_row_step& step) {
+    uint64_t values[DPP_ROW_PLACE_MAX];
+    const uint32_t code = values_get(step, values);
+    if (code == QLIX_COMM_OK) {
+      char text[print_size];
+      dpp_row_format(text, sizeof text, text_of(step.text), {values, step.value_num});
+      QLIX_COMM_PRINT("%s", text);
+    }
+    return code;
+  }
+
+  uint32_t total_add(const dpp_row_step& step) {
+    uint64_t value = 0;
+    const uint32_t code = value_get(step, dpp_row_values[step.value_first], value);
+    slots_[step.slot] += value;
+    return code;
+  }
+
+  uint32_t set(const dpp_row_step& step) {
+    uint32_t fields[DPP_REG_FIELD_MAX] = {};
+    const uint32_t m = index(step.at.m);
+    const uint32_t n = index(step.at.n);
+    if (step.value_num < dpp_reg_fields_get(*dpp_reg_info_get(step.at.reg_no)).size()) {
+      const uint32_t code = failed(step, dpp_reg_read(dev_id_, step.at.reg_no, m, n, fields), "dpp_reg_read");
+      if (code != QLIX_COMM_OK) {
+        return code;
+      }
+    }
+    for (uint32_t i = 0; i < step.value_num; ++i) {
+      const dpp_row_value& value = dpp_row_values[step.value_first + i];
+      fields[value.field] = index(value.number);
+    }
+    return failed(step, dpp_reg_write(dev_id_, step.at.reg_no, m, n, fields), "dpp_reg_write");
+  }
+
+  uint32_t clear(const dpp_row_step& step) {
+    const dpp_reg_info& info = *dpp_reg_info_get(step.at.reg_no);
+    uint32_t fields[DPP_REG_FIELD_MAX];
+    for (uint32_t m = 0; m < info.m_size; ++m) {
+      for (uint32_t n = 0; n < info.n_size; ++n) {
+        const uint32_t code = failed(step, dpp_reg_read(dev_id_, info.reg_no, m, n, fields), "dpp_reg_read");
+        if (code != QLIX_COMM_OK) {
+          return code;
+        }
+      }
+    }
+    return QLIX_COMM_OK;
+  }
+
+  // Work in progress is no fault: only what is still busy after several looks is reported.
+  uint32_t busy_read(const dpp_row_step& step, uint32_t* fields) {
+    const size_t field_num = dpp_reg_fields_get(*dpp_reg_info_get(step.at.reg_no)).size();
+    std::fill_n(fields, field_num, UINT32_MAX);
+    for (uint32_t look = 0; look < idle_looks; ++look) {
+      uint32_t now[DPP_REG_FIELD_MAX];
+      const uint32_t code =
+          failed(step, dpp_reg_read(dev_id_, step.at.reg_no, index(step.at.m), index(step.at.n), now), "dpp_reg_read");
+      if (code != QLIX_COMM_OK) {
+        return code;
+      }
+      bool busy = false;
+      for (size_t i = 0; i < field_num; ++i) {
+        fields[i] &= now[i];
+        busy = busy || fields[i] != 0;
+      }
+      if (!busy) {
+        break;
+      }
+      usleep(idle_wait_us);
+    }
+    return QLIX_COMM_OK;
+  }
+
+  uint32_t verdict(const dpp_row_step& step) {
+    const dpp_row_op what = static_cast<dpp_row_op>(step.op);
+    uint32_t fields[DPP_REG_FIELD_MAX];
+    const uint32_t code =
+        what == dpp_row_op::idle
+            ? busy_read(step, fields)
+            : failed(step, dpp_reg_read(dev_id_, step.at.reg_no, index(step.at.m), index(step.at.n), fields),
+                     "dpp_reg_read");
+    if (code != QLIX_COMM_OK) {
+      return code;
+    }
+    char bad[print_size];
+    bad_fields_list(step.at.reg_no, fields, what == dpp_row_op::ready, bad);
+    uint32_t& count = what == dpp_row_op::errors ? verdicts_.errors
+                      : what == dpp_row_op::idle ? verdicts_.busy
+                                                 : verdicts_.not_ready;
+    ++verdicts_.items;
+    count += bad[0] != '\0' ? 1 : 0;
+    char item[print_size];
+    item_name(step, item);
+    if (bad[0] == '\0') {
+      QLIX_COMM_PRINT("%-40s: OK\n", item);
+    } else {
+      const char* word = what == dpp_row_op::errors ? "ERROR" : what == dpp_row_op::idle ? "BUSY" : "NOT READY";
+      QLIX_COMM_PRINT("%-40s: %s,%s\n", item, word, bad);
+    }
+    return QLIX_COMM_OK;
+  }
+
+  void item_name(const dpp_row_step& step, char* out) const {
+    const dpp_reg_info& info = *dpp_reg_info_get(step.at.reg_no);
+    const char* name = dpp_reg_text_get(info.name);
+    if ((info.array_type & DPP_REG_BINARY_ARRAY) != 0) {
+      snprintf(out, print_size, "%s[%u][%u]", name, index(step.at.m), index(step.at.n));
+    } else if (info.array_type != 0) {
+      snprintf(out, print_size, "%s[%u]", name, index(step.at.n));
+    } else {
+      snprintf(out, print_size, "%s", name);
+    }
+  }
+
+  // The fields that should not be as they are, each behind a blank.
+  void bad_fields_list(uint32_t reg_no, const uint32_t* values, bool ready, char* out) const {
+    size_t length = 0;
+    out[0] = '\0';
+    for (const dpp_reg_field& field : dpp_reg_fields_get(*dpp_reg_info_get(reg_no))) {
+      const uint32_t all = field.len >= 32 ? UINT32_MAX : (1u << field.len) - 1;
+      const uint32_t value = *values++;
+      const bool bad = ready ? value != all : value != 0;
+      if (bad && length + 2 < print_size) {
+        length += static_cast<size_t>(snprintf(out + length, print_size - length, field.len == 1 ? " %s" : " %s=0x%x",
+                                               dpp_reg_text_get(field.name), value));
+      }
+    }
+  }
+
+  uint32_t summary(const dpp_row_step& step) {
+    const bool healthy = verdicts_.errors == 0 && verdicts_.not_ready == 0;
+    QLIX_COMM_PRINT("%s: %u items, %u errors, %u not ready, %u busy: %s\n", text_of(step.text), verdicts_.items,
+                    verdicts_.errors, verdicts_.not_ready, verdicts_.busy, healthy ? "HEALTHY" : "NOT HEALTHY");
+    return QLIX_COMM_OK;
+  }
+
+  uint32_t command_run(const dpp_row_step& step) {
+    uint64_t values[DPP_ROW_PLACE_MAX];
+    const uint32_t code = values_get(step, values);
+    if (code != QLIX_COMM_OK) {
+      return code;
+    }
+    DppCmdArgs args;
+    args.num = step.value_num;
+    std::transform(values, values + step.value_num, args.value, [](uint64_t v) { return static_cast<uint32_t>(v); });
+    if (dpp_cmd_records[step.text].kind == static_cast<uint32_t>(dpp_cmd_kind::row)) {
+      return dpp_row_run(step.text, {args.value, args.num}, verdicts_, depth_ + 1);
+    }
+    const DppCmdEntry* entry = dpp_cmd_get(step.text);
+    return entry->func(*entry, args);
+  }
+
+  const dpp_row& row_;
+  const char* name_;
+  uint32_t depth_;
+  uint32_t dev_id_ = 0;
+  uint64_t slots_[DPP_ROW_SLOT_MAX] = {};
+  instance read_[DPP_ROW_PLACE_MAX];
+  uint32_t read_num_ = 0;
+  dpp_row_verdicts verdicts_;
+};
+
+}  // namespace
+
+void dpp_row_verdicts::add(const dpp_row_verdicts& other) {
+  items += other.items;
+  errors += other.errors;
+  not_ready += other.not_ready;
+  busy += other.busy;
+}
+
+uint32_t dpp_row_run(uint32_t place, std::span<const uint32_t> values, dpp_row_verdicts& verdicts, uint32_t depth) {
+  QLIX_COMM_CHECK_INDEX_UPPER(depth, DPP_ROW_DEPTH_MAX);
+  const dpp_cmd_record& record = dpp_cmd_records[place];
+  row_runner runner(dpp_row_table[record.index], text_of(record.name), depth);
+  uint32_t code = runner.arguments_take(values);
+  if (code == QLIX_COMM_OK) {
+    code = runner.run();
+  }
+  verdicts.add(runner.verdicts());
+  return code;
+}

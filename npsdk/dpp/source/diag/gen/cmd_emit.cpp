@@ -1,0 +1,207 @@
+#include "cmd_emit.h"
+
+#include <unordered_map>
+
+#include "dpp_cmd_hash.h"
+
+namespace cmd_gen {
+
+namespace {
+
+// Kinds of records behind those of the sheets.
+constexpr uint32_t kind_register_print = 4;
+constexpr uint32_t kind_register_dump = 5;
+
+class text_pool {
+ public:
+  uint32_t add(const std::string& text) {
+    const auto [found, added] = offsets_.try_emplace(text, size_);
+    if (added) {
+      texts_.push_back(text);
+      size_ += static_cast<uint32_t>(text.size()) + 1;
+    }
+    return found->second;
+  }
+  std::string source() const {
+    std::string out = "extern const char dpp_cmd_text_pool[" + std::to_string(size_) + " + 1] =\n";
+    for (const std::string& text : texts_) {
+      out += "\"";
+      for (const char c : text) {
+        out += c == '\n'               ? "\\n"
+               : c == '\t'             ? "\\t"
+               : c == '"' || c == '\\' ? std::string("\\") + c
+                                       : std::string(1, c);
+      }
+      out += "\\0\"\n";
+    }
+    return out + ";\n";
+  }
+
+ private:
+  std::vector<std::string> texts_;
+  std::unordered_map<std::string, uint32_t> offsets_;
+  uint32_t size_ = 0;
+};
+
+/// Rows of one array of the generated source.
+class array_source {
+ public:
+  explicit array_source(const char* declaration) : declaration_(declaration) {}
+  void row(const std::string& values) {
+    rows_ += "{" + values + "},\n";
+    ++count_;
+  }
+  uint32_t count() const {
+    return count_;
+  }
+  // An empty array holds one row of zeros, because C++ has none without rows.
+  std::string source() const {
+    return "extern const " + std::string(declaration_) + "[] = {\n" + (count_ == 0 ? "{},\n" : rows_) + "};\n";
+  }
+
+ private:
+  const char* declaration_;
+  std::string rows_;
+  uint32_t count_ = 0;
+};
+
+std::string listed(std::initializer_list<uint32_t> values) {
+  std::string out;
+  for (const uint32_t v : values) {
+    out += (out.empty() ? "" : ",") + std::to_string(v) + "u";
+  }
+  return out;
+}
+
+// A word of the debug shell is no function of the driver.
+std::string function_name(const command& c) {
+  return (c.kind == command_kind::shell ? "dpp_shell_" : "") + c.name;
+}
+
+std::string operand_text(const operand& o) {
+  return "{" + listed({o.variable ? 1u : 0u, o.number}) + "}";
+}
+
+std::string place_text(const place& p) {
+  return "{" + listed({p.reg}) + "," + operand_text(p.m) + "," + operand_text(p.n) + "}";
+}
+
+/// Collects the arrays while it goes over the commands.
+class table_writer {
+ public:
+  table_writer(const std::vector<command>& commands, const std::vector<reg_gen::reg>& regs)
+      : commands_(commands), regs_(regs) {
+    for (size_t i = 0; i < commands.size(); ++i) {
+      index_[commands[i].name] = static_cast<uint32_t>(i);
+    }
+  }
+
+  std::string source() {
+    for (const command& c : commands_) {
+      command_add(c);
+    }
+    for (const reg_gen::reg& r : regs_) {
+      record_add("diag_dpp_reg_" + r.name + "_prt", "", kind_register_print, r.number);
+    }
+    for (size_t i = 0; records_.count() < command_count; ++i) {
+      record_add("diag_dpp_reg_" + regs_[i].name + "_dump", "", kind_register_dump, regs_[i].number);
+    }
+    return "// Generated from the command sheets; do not edit.\n"
+           "#include \"dpp_cmd_table.h\"\n\n#include \"dpp_cmd_bridge.h\"\n"
+           "#include \"dpp_diag/dpp_diag_functions.h\"\n\n" +
+           records_.source() + slots_source() + rows_.source() + args_.source() + steps_.source() + values_.source() +
+           functions_.source() + pool_.source();
+  }
+
+ private:
+  void record_add(const std::string& name, const std::string& help, uint32_t kind, uint32_t index) {
+    names_.push_back(name);
+    records_.row(listed({pool_.add(name), pool_.add(help), kind, index}));
+  }
+
+  void command_add(const command& c) {
+    if (c.kind == command_kind::row) {
+      record_add(c.name, c.help, static_cast<uint32_t>(c.kind), rows_.count());
+      row_add(c);
+    } else {
+      record_add(c.name, c.help, static_cast<uint32_t>(c.kind), functions_.count());
+      functions_.row("&dpp_cmd_bridge<" + function_name(c) + ">::call");
+    }
+  }
+
+  void row_add(const command& c) {
+    rows_.row(listed({pool_.add(c.at.file), c.at.line, args_.count(), static_cast<uint32_t>(c.args.size()),
+                      steps_.count(), static_cast<uint32_t>(c.steps.size())}));
+    for (const argument& a : c.args) {
+      args_.row(listed({pool_.add(a.name), a.ranged ? 1u : 0u, a.min, a.max}));
+    }
+    for (const step& s : c.steps) {
+      const uint32_t target = s.what == op::run ? index_.at(s.text) : pool_.add(s.text);
+      steps_.row(listed({static_cast<uint32_t>(s.what), s.line, target, s.slot, s.jump}) + "," + operand_text(s.from) +
+                 "," + operand_text(s.to) + "," + place_text(s.at) + "," +
+                 listed({values_.count(), static_cast<uint32_t>(s.values.size())}));
+      for (const value& v : s.values) {
+        values_.row(listed({static_cast<uint32_t>(v.kind)}) + "," + operand_text(v.number) + "," + place_text(v.at) +
+                    "," + listed({v.field}));
+      }
+    }
+  }
+
+  std::string slots_source() const {
+    std::vector<uint16_t> slots(DPP_CMD_NAME_SLOTS, DPP_CMD_NAME_SLOT_FREE);
+    for (size_t i = 0; i < names_.size(); ++i) {
+      uint32_t slot = dpp_cmd_name_hash(names_[i]) % DPP_CMD_NAME_SLOTS;
+      while (slots[slot] != DPP_CMD_NAME_SLOT_FREE) {
+        slot = (slot + 1) % DPP_CMD_NAME_SLOTS;
+      }
+      slots[slot] = static_cast<uint16_t>(i);
+    }
+    std::string out = "extern const uint16_t dpp_cmd_name_slots[DPP_CMD_NAME_SLOTS] = {\n";
+    for (size_t i = 0; i < slots.size(); ++i) {
+      out += std::to_string(slots[i]) + (i % 16 == 15 ? ",\n" : ",");
+    }
+    return out + "};\n";
+  }
+
+  const std::vector<command>& commands_;
+  const std::vector<reg_gen::reg>& regs_;
+  std::unordered_map<std::string, uint32_t> index_;
+  std::vector<std::string> names_;
+  text_pool pool_;
+  array_source records_{"dpp_cmd_record dpp_cmd_records"};
+  array_source rows_{"dpp_row dpp_row_table"};
+  array_source args_{"dpp_row_arg dpp_row_args"};
+  array_source steps_{"dpp_row_step dpp_row_steps"};
+  array_source values_{"dpp_row_value dpp_row_values"};
+  array_source functions_{"dpp_cmd_function dpp_cmd_functions"};
+};
+
+}  // namespace
+
+std::string table_text(const std::vector<command>& commands, const std::vector<reg_gen::reg>& regs, complaints& out) {
+  if (commands.size() + regs.size() > command_count) {
+    out.push_back({commands.back().at, "the sheets hold more commands than the table has room for"});
+    return {};
+  }
+  return table_writer(commands, regs).source();
+}
+
+std::string functions_text(const std::vector<command>& commands) {
+  std::string out =
+      "// Generated from the command sheets; do not edit.\n"
+      "// The commands that are functions. They return 0 or the code of what failed, which has been traced.\n"
+      "#pragma once\n\n#include <cstdint>\n\n";
+  for (const command& c : commands) {
+    if (c.kind == command_kind::row) {
+      continue;
+    }
+    out += "uint32_t " + function_name(c) + "(" + (c.kind != command_kind::function ? "const char* text" : "");
+    for (const argument& a : c.args) {
+      out += (&a == c.args.data() ? "uint32_t " : ", uint32_t ") + a.name;
+    }
+    out += ");\n";
+  }
+  return out;
+}
+
+}  // namespace cmd_gen

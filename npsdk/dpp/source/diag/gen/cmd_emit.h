@@ -1,0 +1,20 @@
+// What the generator writes: the constants of the driver's command table, and the declarations of the commands that are
+// functions.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cmd_sheet.h"
+
+namespace cmd_gen {
+
+inline constexpr size_t command_count = 5149;
+
+/// Source text of the table: the commands of the sheets, a printer for each register, then dumps of registers in number
+/// order until the table is full. Empty with a complaint when the sheets hold too many commands.
+std::string table_text(const std::vector<command>& commands, const std::vector<reg_gen::reg>& regs, complaints& out);
+
+std::string functions_text(const std::vector<command>& commands);
+
+}  // namespace cmd_gen

@@ -1,0 +1,39 @@
+// The driver's command table: every function of the driver that can be called by name, from the tool's kxnp module and
+// from the driver's own debug shell. The table is constant; its records are made when they are asked for, so that
+// thousands of names cost nothing when the program starts. Commands run on one thread.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+inline constexpr uint32_t DPP_CMD_NUM = 5149;
+inline constexpr uint32_t DPP_CMD_ARG_MAX = 12;
+
+struct DppCmdEntry;
+
+/// What a command is called with. Values beyond `num` are 0.
+struct DppCmdArgs {
+  uint32_t num = 0;
+  uint32_t value[DPP_CMD_ARG_MAX] = {};
+  const char* text = "";  ///< for commands with int_args 0
+};
+
+/// Returns 0 or the code of what failed, which has been traced.
+using dpp_cmd_func = uint32_t (*)(const DppCmdEntry& self, const DppCmdArgs& args);
+
+struct DppCmdEntry {
+  const char* name;
+  dpp_cmd_func func;
+  const char* help;    ///< empty for most
+  uint32_t int_args;   ///< 1: words become integers; 0: all words are one text
+  uint32_t in_driver;  ///< 1: a function of the driver; 0: a word of the debug shell itself
+};
+
+/// The record with that name, the first in table order, or null. Constant time. The record stays where it is.
+const DppCmdEntry* dpp_cmd_find(const char* name);
+/// The record at a place of the table, null from DPP_CMD_NUM on.
+const DppCmdEntry* dpp_cmd_get(uint32_t index);
+
+/// The integer of a command word: hexadecimal after 0x or 0X, else decimal with a sign, up to the first character that
+/// does not fit. Text that is no number and a null pointer give 0; a negative number gives its two's complement.
+uint32_t dpp_atoi(const char* text);

@@ -1,0 +1,52 @@
+// Port totals.
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_diag/dpp_trpg.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "qlix_comm/check.h"
+
+namespace {
+
+constexpr uint32_t port_max = 30;
+// Panel ports, RDMA, VQM, DTP and DRS; the numbers between them have no port.
+constexpr uint32_t used_ports[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 16, 24, 25, 26};
+
+uint32_t pkt_num_get(uint32_t dev_id, uint32_t reg_no, uint32_t port, uint64_t* num) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, port, 0, port_max);
+  QLIX_COMM_CHECK_POINT(num);
+  uint32_t words[2] = {};  // high, low
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, reg_no, 0, port, words), "dpp_reg_read");
+  *num = uint64_t{words[0]} << 32 | words[1];
+  return QLIX_COMM_OK;
+}
+
+}  // namespace
+
+uint32_t dpp_trpg_rx_port_pkt_num_get(uint32_t dev_id, uint32_t port, uint64_t* num) {
+  return pkt_num_get(dev_id, DPP_REG_TRPG_RX_PORT_PKT_NUM, port, num);
+}
+
+uint32_t dpp_trpg_tx_port_pkt_num_get(uint32_t dev_id, uint32_t port, uint64_t* num) {
+  return pkt_num_get(dev_id, DPP_REG_TRPG_TX_PORT_PKT_NUM, port, num);
+}
+
+uint32_t diag_dpp_trpg_port_pkt_total_cnt_prt(uint32_t dev_id) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  uint64_t rx_total = 0;
+  uint64_t tx_total = 0;
+  QLIX_COMM_PRINT("Panel_Port: 0~9, RDMA_Port: 16, VQM_Port: 24, DTP_Port: 25, DRS_Port: 26\n");
+  for (const uint32_t port : used_ports) {
+    uint64_t rx = 0;
+    uint64_t tx = 0;
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_trpg_rx_port_pkt_num_get(dev_id, port, &rx), "dpp_trpg_rx_port_pkt_num_get");
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_trpg_tx_port_pkt_num_get(dev_id, port, &tx), "dpp_trpg_tx_port_pkt_num_get");
+    QLIX_COMM_PRINT("PORT_NO: %u, Rx pkt num: %llu, Tx pkt num: %llu\n", port, static_cast<unsigned long long>(rx),
+                    static_cast<unsigned long long>(tx));
+    rx_total += rx;
+    tx_total += tx;
+  }
+  QLIX_COMM_PRINT("Total rx pkt num: %llu, Total Tx pkt num: %llu\n", static_cast<unsigned long long>(rx_total),
+                  static_cast<unsigned long long>(tx_total));
+  return QLIX_COMM_OK;
+}
