@@ -12,17 +12,20 @@ namespace {
 constexpr uint8_t EVERYONE = 0;
 constexpr uint8_t SUPER = 1;
 
+constexpr std::string_view HELP_OF_DESCRIPTION = "*";
+
 /// One row of a list as it is written here.
 struct item_row {
-  const char* name;
+  std::string_view name;
   uint8_t permission;
-  const char* help = nullptr;
-  kxtools_cmd_handler handler = nullptr;  ///< null: the registers of the description
+  std::string_view help = HELP_OF_DESCRIPTION;
   bool described = true;                  ///< the command shows or sets registers of the description
+  kxtools_cmd_handler handler = nullptr;  ///< of a command that does not
 };
 
-consteval item_row own(const char* name, uint8_t permission, kxtools_cmd_handler handler, const char* help = nullptr) {
-  return {name, permission, help, handler, false};
+consteval item_row own(std::string_view name, uint8_t permission, kxtools_cmd_handler handler,
+                       std::string_view help = {}) {
+  return {name, permission, help, false, handler};
 }
 
 template <size_t N>
@@ -95,14 +98,15 @@ consteval std::array<vqm_cmd_item, N> make_items(std::string_view group, const i
     vqm_cmd_item& item = items[i];
     text_builder(item.name).add(rows[i].name);
     item.permission = rows[i].permission;
-    item.handler = rows[i].handler != nullptr ? rows[i].handler : vqm_cmd_adapter<vqm_registers_run, WordsBack>;
+    item.handler = rows[i].handler;
     text_builder help(item.help);
     if (rows[i].described) {
+      item.handler = vqm_cmd_adapter<vqm_registers_run, WordsBack>;
       find_registers(&item, group, rows[i].name);
     }
-    if (rows[i].help != nullptr) {
+    if (rows[i].help != HELP_OF_DESCRIPTION) {
       help.add(rows[i].help);
-    } else if (rows[i].described) {
+    } else {
       describe_words(&help, VQM_REGISTERS.registers.subspan(item.reference, item.word));
     }
   }
@@ -110,7 +114,7 @@ consteval std::array<vqm_cmd_item, N> make_items(std::string_view group, const i
 }
 
 /// A command that shows several lists of the description.
-consteval item_row summary(const char* name, uint8_t permission) {
+consteval item_row summary(std::string_view name, uint8_t permission) {
   for (std::string_view lists = vqm_summary_lists(name);;) {
     const std::string_view list = lists.substr(0, lists.find(' '));
     // Past the end of an empty list, which the compiler refuses.

@@ -47,8 +47,8 @@ constexpr bool no_list_has_too_many_settable() {
 static_assert(no_list_has_too_many_settable());
 
 bool parse_index(const kx_register_description& row, const char* word, uint64_t* index) {
-  const vqm_index_kind* kind = vqm_index_kind_find(VQM_REGISTERS.view(row.index));
-  return vqm_cmd_number(word, index) && kxvqm_check_para_illegal(0, kind->max, static_cast<int64_t>(*index)) == 0;
+  const vqm_index_kind& kind = VQM_INDEX_KINDS[vqm_index_kind_find(VQM_REGISTERS.view(row.index))];
+  return vqm_cmd_number(word, index) && kxvqm_check_para_illegal(0, kind.max, static_cast<int64_t>(*index)) == 0;
 }
 
 // A value must fit into its register.

@@ -6,7 +6,7 @@ namespace {
 
 constexpr bool all_index_kinds_are_known() {
   for (const kx_register_description& row : VQM_REGISTERS.registers) {
-    if (row.index.length != 0 && vqm_index_kind_find(VQM_REGISTERS.view(row.index)) == nullptr) {
+    if (row.index.length != 0 && vqm_index_kind_find(VQM_REGISTERS.view(row.index)) == std::size(VQM_INDEX_KINDS)) {
       return false;
     }
   }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 
 #include "common/register_description.h"
@@ -20,14 +21,13 @@ inline constexpr uint32_t VQM_VF_MAX = 1192;
 inline constexpr vqm_index_kind VQM_INDEX_KINDS[] = {{"vf", VQM_VF_MAX}, {"q", 4095},  {"ep", 4},
                                                      {"port", 3},        {"link", 15}, {"eng", 7}};
 
-/// The kind with that name; null for another name.
-constexpr const vqm_index_kind* vqm_index_kind_find(std::string_view name) {
-  for (const vqm_index_kind& kind : VQM_INDEX_KINDS) {
-    if (kind.name == name) {
-      return &kind;
-    }
+/// The kind with that name; past the end of the table for another name.
+constexpr size_t vqm_index_kind_find(std::string_view name) {
+  size_t kind = 0;
+  while (kind < std::size(VQM_INDEX_KINDS) && VQM_INDEX_KINDS[kind].name != name) {
+    ++kind;
   }
-  return nullptr;
+  return kind;
 }
 
 /// Card address of a register in the layout of the bound card; `index` counts for arrays only.
