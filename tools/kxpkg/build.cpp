@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr size_t PIECE_SIZE = 64 * 1024;
+constexpr size_t PIECE_SIZE = size_t{64} * 1024;
 
 bool fail(const std::string& path) {
   fprintf(stderr, "kxpkg: %s: %s\n", path.c_str(), strerror(errno));

@@ -13,7 +13,7 @@ namespace {
 
 constexpr uint32_t OLD_LAYOUT_TYPE = 1;
 constexpr uint32_t OLD_LAYOUT_END = 0x10000;
-constexpr size_t PIECE_SIZE = 64 * 1024;
+constexpr size_t PIECE_SIZE = size_t{64} * 1024;
 
 uint32_t get_le32(const uint8_t* bytes) {
   return uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16 | uint32_t{bytes[3]} << 24;
@@ -56,7 +56,7 @@ int32_t header_read(int fd, uint64_t base, fw_header* header) {
     return -1;
   }
   for (uint32_t i = 0; i < header->fw_cnt; ++i) {
-    const uint8_t* row = bytes + FW_HEADER_TABLE + i * FW_TABLE_ROW_SIZE;
+    const uint8_t* row = bytes + FW_HEADER_TABLE + size_t{i} * FW_TABLE_ROW_SIZE;
     header->images[i] = {get_le32(row), get_le32(row + 4), row[8]};
   }
   return 0;
