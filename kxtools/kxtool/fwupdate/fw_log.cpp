@@ -4,10 +4,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <mutex>
 
 #include "build_id/build_id.h"
 #include "common/report.h"
@@ -22,7 +22,9 @@ constexpr mode_t FOLDER_MODE = 0777;
 constexpr mode_t FILE_MODE = 0644;
 constexpr size_t LINE_SIZE = 1024;  // longer lines are cut
 
-std::atomic<int> log_fd = -1;
+// Both threads write, and the command's closes while the other may still be writing.
+constinit std::mutex log_mutex;
+int log_fd = -1;
 
 void report_failure(const kx_shared_file& file, const char* path) {
   switch (file.step) {
@@ -52,15 +54,19 @@ void fw_log_open() {
   if (!file.fd) {
     report_failure(file, path);
   }
-  log_fd = file.fd.release();
+  {
+    const std::lock_guard lock(log_mutex);
+    log_fd = file.fd.release();
+  }
   FW_INFO("compile time: %s %s\n", KX_BUILD_DATE, KX_BUILD_TIME);
   FW_INFO("compile host: %s\n", KX_BUILD_HOST);
 }
 
 void fw_log_close() {
-  const int fd = log_fd.exchange(-1);
-  if (fd >= 0) {
-    close(fd);
+  const std::lock_guard lock(log_mutex);
+  if (log_fd >= 0) {
+    close(log_fd);
+    log_fd = -1;
   }
 }
 
@@ -79,9 +85,9 @@ void fw_log_line(const char* kind, const char* function, int line, const char* f
     length = std::min(length + static_cast<size_t>(rest), sizeof text - 1);
   }
   text[length - 1] = '\n';  // also when the line was cut
-  const int fd = log_fd;
-  // One call a line, so that the lines of two threads do not mix.
-  if (write(fd >= 0 ? fd : STDERR_FILENO, text, length) != static_cast<ssize_t>(length) && fd >= 0) {
+  const std::lock_guard lock(log_mutex);
+  const bool open = log_fd >= 0;
+  if (write(open ? log_fd : STDERR_FILENO, text, length) != static_cast<ssize_t>(length) && open) {
     kx_print("fprintf err\n");
   }
 }
