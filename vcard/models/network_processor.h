@@ -9,8 +9,8 @@
 #include <unordered_map>
 
 #include "flow.h"
-#include "np_tables.h"
 #include "vcard/card.h"
+#include "vcard/np_tables.h"
 
 namespace vcard {
 

@@ -34,38 +34,41 @@ std::vector<uint8_t> counting(size_t size) {
 }
 
 TEST(DtbTable, TheChipFindsEveryFieldOfEveryType) {
-  vcard::NpTables chip;
+  vcard::NpTables tables;
+  vcard::NpCommands chip(tables);
   const auto success = vcard::NpStatus::success;
   const std::vector<uint8_t> wide = counting(64);
 
-  EXPECT_EQ(chip.execute(block_of(0, dpp_dtb_ddr_form{1, 1, 2, 1, 1, 0xABCDE, 1, 0x2ABCDEF0}, wide)), success);
-  EXPECT_EQ(chip.ddr_row(0xABCDE, 0x2ABCDEF3)[15], 64);
-  EXPECT_EQ(chip.execute(block_of(0, dpp_dtb_ddr_form{1, 1, 0, 0, 0, 0xFFFFF, 0, 0x3FFFFFFF}, counting(16))), success);
-  EXPECT_EQ(chip.ddr_row(0xFFFFF, 0x3FFFFFFF)[0], 1);
+  EXPECT_EQ(chip.execute(block_of(0, dpp_dtb_ddr_form{1, 1, 2, 1, 1, 0xABCDE, 1, 0x0ABCDEF0}, wide)), success);
+  EXPECT_EQ(tables.ddr(0xABCDE * 256 + 0x0ABCDEF3)[3], 0x3D3E3F40u);
+  EXPECT_EQ(chip.execute(block_of(0, dpp_dtb_ddr_form{1, 1, 0, 0, 0, 0, 0, 0x3FFFFFFF}, counting(16))), success);
+  EXPECT_EQ(tables.ddr(0x3FFFFFFF)[0], 0x01020304u);
 
   EXPECT_EQ(chip.execute(block_of(1, dpp_dtb_eram_1_form{1, 0, 2, 1, 0, 0, 128 * 3 + 9, 1})), success);
-  EXPECT_EQ(chip.eram_row(3)[1], 0x40);
+  EXPECT_EQ(tables.eram(3)[0], 0x00400000u);
   EXPECT_EQ(chip.execute(block_of(1, dpp_dtb_eram_1_form{1, 0, 2, 1, 0, 0, 128 * 3 + 9, 0})), success);
-  EXPECT_EQ(chip.eram_row(3)[1], 0);
-  EXPECT_EQ(chip.execute(block_of(2, dpp_dtb_eram_64_form{1, 0, 1, 1, 0, 0, 0x3FFFFFF, 0x01020304, 0x05060708})),
+  EXPECT_EQ(tables.eram(3)[0], 0u);
+  EXPECT_EQ(chip.execute(block_of(2, dpp_dtb_eram_64_form{1, 0, 1, 1, 0, 0, 0x3FFFF, 0x01020304, 0x05060708})),
             success);
-  EXPECT_EQ(chip.eram_row(0x1FFFFFF)[15], 8);
+  EXPECT_EQ(tables.eram(0x1FFFF)[2], 0x01020304u);
+  EXPECT_EQ(tables.eram(0x1FFFF)[3], 0x05060708u);
   EXPECT_EQ(chip.execute(block_of(3, dpp_dtb_eram_128_form{1, 0, 0, 1, 0, 0, 5}, counting(16))), success);
-  EXPECT_EQ(chip.eram_row(5)[15], 16);
+  EXPECT_EQ(tables.eram(5)[3], 0x0D0E0F10u);
 
   EXPECT_EQ(chip.execute(block_of(4, dpp_dtb_zcam_form{1, 2, 1, 3, 6, 2, 0x5, 511}, wide)), success);
-  const auto item = chip.zcell_item(3 * 8 + 6, 2, 511);
-  EXPECT_EQ(item[0], 0);  // quarters 1 and 3 only
-  EXPECT_EQ(item[16], 17);
-  EXPECT_EQ(item[32], 0);
-  EXPECT_EQ(item[63], 64);
-  EXPECT_EQ(chip.execute(block_of(4, dpp_dtb_zcam_form{1, 2, 0, 1, 0, 3, 0x8, 0}, wide)), success);
-  EXPECT_EQ(chip.zreg_item(8, 3)[15], 16);
+  const vcard::ZcamLine& item = tables.zcam(3u << 14 | 6u << 11 | 2u << 9 | 511u);
+  EXPECT_EQ(item[0], 0u);  // quarters 1 and 3 only
+  EXPECT_EQ(item[4], 0x11121314u);
+  EXPECT_EQ(item[8], 0u);
+  EXPECT_EQ(item[15], 0x3D3E3F40u);
+  EXPECT_EQ(chip.execute(block_of(4, dpp_dtb_zcam_form{1, 2, 0, 1, 0, 0, 0x8, 0x10}, wide)), success);
+  EXPECT_EQ(tables.zblock_register(1u << 14 | 0x10u)[3], 0x0D0E0F10u);
 
-  const dpp_dtb_etcam_form etcam = {1, 3, 7, 0, 0, 1, 0, 0xFF, 0, 0x81, 1, 0x1FF, 0xFF};
+  const dpp_dtb_etcam_form etcam = {1, 3, 7, 0, 0, 1, 0, 0xFF, 0, 0x81, 1, 0x1FF, 0xA5};
   EXPECT_EQ(chip.execute(block_of(5, etcam, counting(80))), success);
-  EXPECT_EQ(chip.etcam_entry(7, 0x1FF, true)[79], 80);
-  EXPECT_EQ(chip.etcam_entry(7, 0x1FF, true)[10], 0);
+  EXPECT_EQ(tables.etcam(7, 0x1FF).mask[79], 80);
+  EXPECT_EQ(tables.etcam(7, 0x1FF).mask[10], 0);
+  EXPECT_EQ(tables.etcam(7, 0x1FF).valid, 0xA5);
   EXPECT_EQ(chip.execute(block_of(6, dpp_dtb_mc_hash_form{1, 4, 0x01234567, 0x89ABCDEF})), success);
   EXPECT_EQ(chip.multicast_hash(), 0x0123456789ABCDEFull);
 }
@@ -83,10 +86,11 @@ TEST(DtbTable, TheChipRefusesWhatItCannotExecute) {
       {block_of(3, dpp_dtb_eram_128_form{1, 0, 0, 1, 0, 0, 0}, counting(15)), NpStatus::truncated},
       {block_of(3, dpp_dtb_eram_128_form{1, 0, 0, 0, 1, 0, 0}, counting(16)), NpStatus::unsupported},
       {block_of(0, dpp_dtb_ddr_form{1, 1, 3, 0, 0, 0, 0, 0}, counting(64)), NpStatus::unsupported},
-      {block_of(4, dpp_dtb_zcam_form{1, 2, 0, 0, 0, 0, 15, 1}, counting(64)), NpStatus::unsupported},
+      {block_of(4, dpp_dtb_zcam_form{1, 2, 0, 0, 0, 0, 15, 1}, counting(63)), NpStatus::truncated},
       {block_of(5, dpp_dtb_etcam_form{1, 3, 0, 0, 0, 0, 0, 0, 1, 0xFF, 0, 0, 0}, counting(80)), NpStatus::unsupported},
   };
-  vcard::NpTables chip;
+  vcard::NpTables tables;
+  vcard::NpCommands chip(tables);
   for (const auto& row : rows) {
     const uint64_t before = chip.counters().errors.contains(row.status) ? chip.counters().errors.at(row.status) : 0;
     EXPECT_EQ(chip.execute(row.block), row.status);
@@ -120,9 +124,10 @@ TEST(DtbTable, EramElements) {
     EXPECT_EQ(entry.data_size, row.size);
     ASSERT_EQ(dpp_dtb_smmu0_write(DEV, 0, row.mode, 6, data), 0u);
   }
-  EXPECT_EQ(std::memcmp(chip.chip.eram_row(6).data(), data, 16), 0);
-  EXPECT_EQ(chip.chip.eram_row(3)[3], 4);  // the high word of 64-bit entry 6 comes first
-  EXPECT_EQ(chip.chip.eram_row(3)[7], 8);
+  // 128-bit data are bytes as the chip stores them; the words of the 64-bit command are numbers.
+  EXPECT_EQ(chip.tables.eram(6)[0], __builtin_bswap32(data[0]));
+  EXPECT_EQ(chip.tables.eram(3)[0], data[0]);
+  EXPECT_EQ(chip.tables.eram(3)[1], data[1]);
 
   dpp_dtb_prt_enable();
   testing::internal::CaptureStdout();

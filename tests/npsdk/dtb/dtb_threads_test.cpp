@@ -81,11 +81,10 @@ TEST(DtbThreads, TwoThreadsOnOneQueueAndOnTwo) {
     }
     for (const uint32_t first : {0u, 100000u}) {
       for (uint32_t i = 0; i < POSTS; i++) {
-        uint32_t words[4];
-        std::memcpy(words, chip.chip.eram_row(first + i).data(), sizeof(words));
-        ASSERT_EQ(words[0], first + i);
-        ASSERT_EQ(words[1], first == 0 ? 0 : second_queue);
-        ASSERT_EQ(words[2], i);
+        const vcard::TableLine line = chip.tables.eram(first + i);
+        ASSERT_EQ(__builtin_bswap32(line[0]), first + i);
+        ASSERT_EQ(__builtin_bswap32(line[1]), first == 0 ? 0 : second_queue);
+        ASSERT_EQ(__builtin_bswap32(line[2]), i);
       }
     }
     EXPECT_TRUE(chip.chip.counters().errors.empty());

@@ -14,7 +14,7 @@
 
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_dtb/dpp_dtb.h"
-#include "vcard/np_tables.h"
+#include "vcard/np_commands.h"
 
 struct doorbell {
   uint32_t queue;
@@ -80,7 +80,8 @@ class fake_chip {
     complete(bell, 0x5A5A5A00u | static_cast<uint32_t>(status));
   }
 
-  vcard::NpTables chip;
+  vcard::NpTables tables;
+  vcard::NpCommands chip{tables};
   /// What a doorbell does; the default executes at once.
   std::function<void(const doorbell&)> on_doorbell = [this](const doorbell& bell) { execute(bell); };
   std::map<uint32_t, uint32_t> registers;  // what reads answer, and what was last written

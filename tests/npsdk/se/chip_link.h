@@ -7,10 +7,11 @@
 #include <vector>
 
 #include "dpp_se/dpp_se_hw.h"
-#include "vcard/np_tables.h"
+#include "vcard/np_commands.h"
 
 struct chip_link {
-  vcard::NpTables chip;
+  vcard::NpTables tables;
+  vcard::NpCommands chip{tables};
   uint32_t writes = 0;
   uint32_t fail_from = UINT32_MAX;  // write number from which on writes fail
   uint32_t fail_num = 0;            // how many of them

@@ -13,6 +13,7 @@
 #include "chip_link.h"
 #include "qlix_comm/memory.h"
 #include "qlix_comm/print.h"
+#include "vcard/np_search.h"
 
 namespace {
 
@@ -87,7 +88,7 @@ class Life {
     const auto* expected = lpm_reference::longest(model_, address);
     lpm_route route = as_route(address);
     const uint32_t code = dpp_route_search(table_.get(), &route, LPM_SRH_LONGEST);
-    const auto chip = link_.chip.lpm_lookup(cfg_.baddr, std::span(address.key).first(cfg_.key_bytes));
+    const auto chip = vcard::np_lpm_search(link_.tables, cfg_.baddr, std::span(address.key).first(cfg_.key_bytes));
     EXPECT_EQ(code, expected != nullptr ? 0u : LPM_RC_NOT_FOUND);
     ASSERT_EQ(chip.has_value(), expected != nullptr);
     if (expected != nullptr) {

@@ -28,6 +28,8 @@ void pcie_controller_attach(Card& card);
 /// Registers and table memories of the network processor. The models behind it (the queue engine) hook into what it
 /// returns, which lives as long as the card.
 NetworkProcessor& network_processor_attach(Card& card);
+/// The queue engine behind the network processor's doorbells: executes table commands from host memory.
+void table_queues_attach(Card& card, NetworkProcessor& processor);
 /// Words of card memory that the card file sets.
 void memory_words_attach(Card& card);
 

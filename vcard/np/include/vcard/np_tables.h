@@ -1,92 +1,65 @@
-// Tables of the network processor, as the chip has them: the memories, the execution of the command words that come by
-// DMA, and the searches that run on what was written. It knows nothing of who writes.
+// The table memories of the network processor. The register windows look into them word by word, the queue engine
+// writes and dumps them by DMA: both see the same tables.
+//
+// Word 0 of a line holds its most significant bits, and narrow entries count their columns from that end: 64-bit entry
+// 0 is words 0 and 1 of line 0, one-bit entry 0 is bit 127.
 #pragma once
 
 #include <array>
 #include <cstdint>
-#include <map>
-#include <optional>
 #include <span>
 #include <unordered_map>
-#include <utility>
-#include <vector>
 
 namespace vcard {
 
-/// Status byte with which the chip completes a block. It stops at the first command that it cannot execute.
-enum class NpStatus : uint8_t {
-  success = 0xFF,
-  not_valid = 0x01,     // valid bit clear
-  unknown_mode = 0x02,  // no block of the chip has this type_mode
-  truncated = 0x03,     // the block ends inside a command or its data
-  unsupported = 0x04,   // a read, or a field value that the block does not have
-  empty = 0x05,
-};
+inline constexpr uint32_t eram_lines = 0x80000;
+inline constexpr uint32_t ddr_lines = 1u << 28;
+inline constexpr uint32_t zcam_places = 1u << 16;
+inline constexpr uint32_t etcam_blocks = 8;
+inline constexpr uint32_t etcam_rows = 512;
+inline constexpr uint32_t etcam_row_bytes = 80;  // eight parts of ten bytes
+inline constexpr uint32_t etcam_part_bytes = 10;
 
-struct NpCounters {
-  uint64_t blocks = 0;
-  uint64_t commands = 0;
-  std::map<NpStatus, uint64_t> errors;
-};
+/// 128 bits of eRAM or DDR.
+using TableLine = std::array<uint32_t, 4>;
+/// 512 bits of hash and route memory, or a register of a zblock.
+using ZcamLine = std::array<uint32_t, 16>;
 
-/// How a hash engine of the chip is set up to look a key up.
-struct NpHashSetup {
-  struct Zcell {
-    unsigned zblock;
-    unsigned cell;
-  };
-  std::vector<Zcell> zcells;                // in search order
-  std::map<unsigned, unsigned> polynomial;  // of each zblock
-  unsigned engine = 0;
-  unsigned table = 0;
-  std::optional<uint32_t> ddr_base;  // spill area, in units of 4 KiB
-  uint32_t ddr_items = 0;
+struct EtcamRow {
+  std::array<uint8_t, etcam_row_bytes> data = {};  // byte 0 the most significant
+  std::array<uint8_t, etcam_row_bytes> mask = {};
+  uint8_t valid = 0;  // bit 7 for part 0
 };
 
 class NpTables {
  public:
-  using Bytes = std::vector<uint8_t>;
-  using Item = std::array<uint8_t, 64>;
-
-  /// Executes the commands of one block.
-  NpStatus execute(std::span<const uint8_t> block);
-
-  /// The result stored with a key, `result_length` bytes of it.
-  std::optional<Bytes> hash_lookup(const NpHashSetup& setup, std::span<const uint8_t> key, size_t result_length) const;
-  /// The result of the longest route that covers an address in the area at `base` (units of 4 KiB).
-  std::optional<uint32_t> lpm_lookup(uint32_t base, std::span<const uint8_t> address) const;
-
-  /// A row of the eRAM; what was never written is zero.
-  std::array<uint8_t, 16> eram_row(uint32_t row) const;
-  /// The item of a zcell, or its overflow register.
-  Item zcell_item(unsigned zblock, unsigned cell, unsigned index) const;
-  Item zreg_item(unsigned zblock, unsigned cell) const;
-  /// A row of DDR behind a base.
-  std::array<uint8_t, 16> ddr_row(uint32_t base, uint32_t row) const;
-  /// Data (or mask) of a ternary entry.
-  std::array<uint8_t, 80> etcam_entry(unsigned block, unsigned address, bool mask) const;
-  std::optional<uint64_t> multicast_hash() const {
-    return multicast_hash_;
+  // Lines are made on first use and read 0 before; an index beyond the memory wraps, as the address bits do.
+  TableLine& eram(uint32_t line) {
+    return eram_[line % eram_lines];
   }
-  const NpCounters& counters() const {
-    return counters_;
+  TableLine& ddr(uint32_t line) {
+    return ddr_[line % ddr_lines];
   }
+  /// Bits 15-14 zgroup, 13-11 zblock, 10-9 zcell, 8-0 line.
+  ZcamLine& zcam(uint32_t place) {
+    return zcam_[place % zcam_places];
+  }
+  /// Bits 15-14 zgroup, 13-11 zblock, 10-0 register.
+  ZcamLine& zblock_register(uint32_t place);
+  EtcamRow& etcam(uint32_t block, uint32_t row) {
+    return etcam_[block % etcam_blocks * etcam_rows + row % etcam_rows];
+  }
+
+  /// One eRAM entry of 128, 64, 32, 2 or 1 bits. Entries of up to 32 bits stand in words[0], right-aligned.
+  void eram_read(uint32_t bits, uint32_t index, std::span<uint32_t, 4> words);
+  void eram_write(uint32_t bits, uint32_t index, std::span<const uint32_t, 4> words);
 
  private:
-  using Row = std::array<uint8_t, 16>;
-  class Reader;
-  NpStatus execute_eram(const Row& command, Reader& rest);
-  NpStatus execute_ddr(const Row& command, Reader& rest);
-  NpStatus execute_zcam(const Row& command, Reader& rest);
-  NpStatus execute_etcam(const Row& command, Reader& rest);
-  NpStatus execute_multicast_hash(const Row& command);
-
-  std::unordered_map<uint32_t, Row> eram_;
-  std::unordered_map<uint64_t, Row> ddr_;    // by absolute row
-  std::unordered_map<uint32_t, Item> zcam_;  // by register flag, zblock, cell, item
-  std::map<std::array<unsigned, 3>, std::array<uint8_t, 80>> etcam_;
-  std::optional<uint64_t> multicast_hash_;
-  NpCounters counters_;
+  std::unordered_map<uint32_t, TableLine> eram_;
+  std::unordered_map<uint32_t, TableLine> ddr_;
+  std::unordered_map<uint32_t, ZcamLine> zcam_;
+  std::unordered_map<uint32_t, ZcamLine> zblock_registers_;
+  std::unordered_map<uint32_t, EtcamRow> etcam_;
 };
 
 }  // namespace vcard

@@ -152,7 +152,8 @@ uint32_t dpp_hash_zblock_init(dpp_hash* hash, uint32_t zblock, uint32_t hash_arg
   if (dpp_crc16_get_idx(hash_arg) == DPP_CRC16_NO_IDX) {
     return QLIX_COMM_OUT_OF_RANGE;
   }
-  hash->zblock[zblock] = {1, hash_arg};
+  hash->zblock[zblock].inited = 1;
+  hash->zblock[zblock].hash_arg = hash_arg;
   return QLIX_COMM_OK;
 }
 
@@ -173,7 +174,7 @@ uint32_t dpp_hash_zcell_add(dpp_hash* hash, uint32_t engine, uint32_t zblock, ui
   }
   dpp_hash_zcell& at = hash->zcell[descriptor];
   if (at.items == nullptr) {
-    at = {descriptor, dedicated, engine, items_make(DPP_HASH_ITEM_NUM), {}};
+    at = {descriptor, dedicated, engine, items_make(DPP_HASH_ITEM_NUM)};
     QLIX_COMM_CHECK_POINT(at.items);
   } else if (dedicated != at.flags || (dedicated != 0 && at.engine != engine)) {
     QLIX_COMM_TRACE_ERROR("zcell %u of zblock %u is in use by engine %u\n", cell, zblock, at.engine);

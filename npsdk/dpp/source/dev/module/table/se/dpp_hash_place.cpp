@@ -110,9 +110,11 @@ uint32_t dpp_hash_insert_zcell(dpp_hash* hash, dpp_hash_entry* entry, const uint
 uint32_t dpp_hash_insert_zreg(dpp_hash* hash, dpp_hash_entry* entry) {
   const dpp_hash_engine& engine = hash->engine[entry->engine];
   for (uint32_t i = 0; i < engine.zcell_num; i++) {
-    dpp_hash_zcell& cell = hash->zcell[engine.zcell[i]];
-    if (zcell_usable(engine, entry->engine, cell) && dpp_hash_item_put(&cell.zreg, entry) == QLIX_COMM_OK) {
-      entry->location = location_of(DPP_HASH_LOCATION_ZREG, cell.descriptor, 0);
+    const dpp_hash_zcell& cell = hash->zcell[engine.zcell[i]];
+    const uint32_t zblock = cell.descriptor / DPP_HASH_ZCELL_IN_BLOCK;
+    if (zcell_usable(engine, entry->engine, cell) &&
+        dpp_hash_item_put(&hash->zblock[zblock].zreg, entry) == QLIX_COMM_OK) {
+      entry->location = location_of(DPP_HASH_LOCATION_ZREG, zblock * DPP_HASH_ZCELL_IN_BLOCK, 0);
       return QLIX_COMM_OK;
     }
   }
@@ -146,7 +148,7 @@ uint32_t dpp_hash_write_hardware(dpp_hash* hash, const dpp_hash_entry* entry) {
     write.place = kind == DPP_HASH_LOCATION_ZREG ? DPP_SE_ZREG : DPP_SE_ZCELL;
     write.zblock = descriptor / DPP_HASH_ZCELL_IN_BLOCK;
     write.zcell = descriptor % DPP_HASH_ZCELL_IN_BLOCK;
-    write.index = entry->location & ITEM_MASK;
+    write.index = kind == DPP_HASH_LOCATION_ZREG ? DPP_SE_ZREG_ADDR : entry->location & ITEM_MASK;
     if (entry->item->entry[entry->quarter] == entry) {
       entry_image(*entry, write.data + entry->quarter * 16);
     }

@@ -98,8 +98,9 @@ inline constexpr uint32_t DPP_ERAM_DATA_128 = 0;
 inline constexpr uint32_t DPP_ERAM_DATA_64 = 1;
 inline constexpr uint32_t DPP_ERAM_DATA_1 = 2;
 
-/// The element that writes one eRAM entry. data_mode 0: `data` is 16 bytes; 1: data[0] the high, data[1] the low word;
-/// 2: bit 0 of data[0]. `index` is the entry number, in entries of that width.
+/// The element that writes one eRAM entry. data_mode 0: `data` is 16 bytes as the chip stores them, most significant
+/// first; 1: data[0] is the high, data[1] the low word; 2: bit 0 of data[0]. `index` is the entry number, in entries of
+/// that width.
 uint32_t dpp_dtb_smmu0_write_entry_data(uint32_t dev_id, uint32_t data_mode, uint32_t index, const uint32_t* data,
                                         dpp_dtb_entry* entry);
 /// The same, posted and completed.

@@ -1,5 +1,5 @@
-// Exact-match tables. Entries live in zcells (512 items each, four zcells to a zblock), in one overflow register beside
-// each zcell, and for tables that ask for it in a spill area in DDR. The driver keeps every entry in a red-black tree
+// Exact-match tables. Entries live in zcells (512 items each, four zcells to a zblock), in the overflow register of
+// each zblock, and for tables that ask for it in a spill area in DDR. The driver keeps every entry in a red-black tree
 // and decides where it lands; the chip finds it by the same checksums.
 //
 // Nothing locks: the caller serialises all operations on one record (the hash mutexes of the device are for that).
@@ -24,7 +24,8 @@ inline constexpr uint32_t DPP_HASH_RC_ITEM_FULL = 0x5400A;  ///< internal: the n
 inline constexpr uint32_t DPP_HASH_RC_ABSENT = 0x5400B;
 inline constexpr uint32_t DPP_HASH_RC_TABLE_FULL = 0x5400D;
 
-/// Kinds of place in bits 20 to 17 of a location word; zcell number and zblock stand in bits 15 to 9.
+/// Kinds of place in bits 20 to 17 of a location word; zcell number and zblock stand in bits 15 to 9 (cell 0 for a
+/// register).
 inline constexpr uint32_t DPP_HASH_LOCATION_ZCELL = 0xF;
 inline constexpr uint32_t DPP_HASH_LOCATION_ZREG = 0xE;
 inline constexpr uint32_t DPP_HASH_LOCATION_DDR = 0xD;
@@ -44,12 +45,12 @@ struct dpp_hash_zcell {
   uint32_t flags;       ///< bit 0: dedicated to `engine`
   uint32_t engine;
   dpp_hash_item* items;  ///< DPP_HASH_ITEM_NUM, null for a cell that nobody uses
-  dpp_hash_item zreg;
 };
 
 struct dpp_hash_zblock {
   uint32_t inited;
-  uint32_t hash_arg;  ///< CRC-16 polynomial
+  uint32_t hash_arg;   ///< CRC-16 polynomial
+  dpp_hash_item zreg;  ///< overflow register
 };
 
 struct dpp_hash_table {

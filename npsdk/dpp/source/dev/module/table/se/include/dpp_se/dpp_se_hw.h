@@ -6,10 +6,12 @@
 #include "dpp_dtb/dpp_dtb_table.h"
 
 inline constexpr uint32_t DPP_SE_ITEM_BYTES = 64;
+/// Number of the overflow register among the registers of a zblock.
+inline constexpr uint32_t DPP_SE_ZREG_ADDR = 0x10;
 
 enum dpp_se_place : uint32_t {
   DPP_SE_ZCELL,  ///< an item of a zcell
-  DPP_SE_ZREG,   ///< the overflow register of a zcell
+  DPP_SE_ZREG,   ///< the overflow register of a zblock
   DPP_SE_DDR,    ///< an item of a hash spill area
   DPP_SE_LPM,    ///< rows of a route area
 };
@@ -18,8 +20,8 @@ enum dpp_se_place : uint32_t {
 struct dpp_se_write {
   dpp_se_place place;
   uint32_t zblock;  ///< zcell and zreg: 0 to 31
-  uint32_t zcell;   ///< 0 to 3
-  uint32_t index;   ///< item of the zcell (0 to 511), or first row of 128 bits from the base in DDR
+  uint32_t zcell;   ///< 0 to 3, 0 for a zreg
+  uint32_t index;   ///< item of the zcell (0 to 511), DPP_SE_ZREG_ADDR, or first row of 128 bits from the base in DDR
   uint32_t baddr;   ///< DDR: base in units of 4 KiB
   uint32_t mask;    ///< zcell and zreg: quarters to write, bit 3 the first
   uint32_t size;    ///< bytes of data: 64, in DDR also 32 and 16
