@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Installs what the build needs and this machine lacks, through the system's package manager, without asking.
-# With arguments: those packages too (".ci/run" adds clang and its tools).
+# ethtool is the peer of the start-up benchmark. With arguments: those packages too (".ci/run" adds clang and its tools).
 set -euo pipefail
 
 packages=(g++ cmake ninja-build git pkg-config libcjson-dev libreadline-dev nim libgtest-dev libgmock-dev
-          libbenchmark-dev libboost-dev "$@")
+          libbenchmark-dev libboost-dev ethtool "$@")
 
 if ! command -v dpkg-query >/dev/null; then
   echo "install-dependencies: no dpkg on this system; install by hand: ${packages[*]}" >&2

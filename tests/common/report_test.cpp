@@ -16,10 +16,10 @@ TEST(Report, LinesCarryFunctionAndLineFromTheCompiler) {
   KXTOOLS_INFO("no newline");
   const std::string line = std::to_string(first);
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "kxtools_err: [TestBody][" + line + "] open x failed\n" +
-                "mts_err: [TestBody][" + std::to_string(first + 2) + "]\r bar map failed\n" +
-                "\033[31mmsg_chan_err: [TestBody][" + std::to_string(first + 3) + "]time out.\033[m\n" +
-                "kxtools_info: [TestBody][" + std::to_string(first + 4) + "] no newline");
+            "kxtools_err: [TestBody][" + line + "] open x failed\n" + "mts_err: [TestBody][" +
+                std::to_string(first + 2) + "]\r bar map failed\n" + "\033[31mmsg_chan_err: [TestBody][" +
+                std::to_string(first + 3) + "]time out.\033[m\n" + "kxtools_info: [TestBody][" +
+                std::to_string(first + 4) + "] no newline");
 }
 
 }  // namespace
