@@ -124,7 +124,6 @@ int32_t kxtool_fw_data_sendto_riscv(fw_update* update) {
     at += length;
     update->image_sent = at;
     fw_progress_add(&update->progress, length);
-    fw_progress_draw(&update->progress);
     update->pause(pause_us);
   }
   FW_INFO("total sent %u packets %u lens startaddr0x%4x\n", packets, size, image.flash_offset);

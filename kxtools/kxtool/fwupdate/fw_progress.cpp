@@ -12,6 +12,7 @@
 
 namespace {
 
+constexpr uint64_t REDRAW_MS = 100;
 constexpr const char* CLEAR_LINE = "\r\033[K";
 
 std::atomic<bool> line_shown = false;
@@ -64,6 +65,10 @@ void fw_progress_add(fw_progress* progress, uint64_t bytes) {
   progress->written += bytes;
   progress->writing_ms += now - progress->piece_ms;
   progress->piece_ms = now;
+  if (now - progress->drawn_ms >= REDRAW_MS) {
+    progress->drawn_ms = now;
+    fw_progress_draw(progress);
+  }
 }
 
 void fw_progress_text(const fw_progress& progress, uint64_t now_ms, char* text, size_t size) {

@@ -17,6 +17,7 @@ struct fw_progress {
   uint64_t written = 0;         ///< bytes sent, repeats included
   uint64_t writing_ms = 0;      ///< time in which they were sent
   uint64_t piece_ms = 0;        ///< when the last piece was counted
+  uint64_t drawn_ms = 0;        ///< when a piece last had the line redrawn
 };
 
 /// Begins a progress line for an update.
@@ -25,7 +26,7 @@ void fw_progress_start(fw_progress* progress);
 void fw_progress_phase(fw_progress* progress, const char* phase);
 /// Sending of an image's data begins, or begins again, at `done` bytes of the update.
 void fw_progress_write_start(fw_progress* progress, uint64_t done);
-/// `bytes` more were sent.
+/// `bytes` more were sent. Redraws the line, ten times a second at most: a serial console must not slow the update down.
 void fw_progress_add(fw_progress* progress, uint64_t bytes);
 /// Redraws the line on a terminal.
 void fw_progress_draw(const fw_progress* progress);
