@@ -1,0 +1,41 @@
+#include "common/progress_bar.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr int COLUMNS = 40;
+constexpr char FILLED[] = "########################################";
+static_assert(sizeof FILLED == COLUMNS + 1);
+
+}  // namespace
+
+kx_progress_bar::kx_progress_bar(const char* title, uint64_t total)
+    : title_(title), total_(total), terminal_(isatty(STDERR_FILENO) == 1) {
+  update(0);
+}
+
+kx_progress_bar::~kx_progress_bar() {
+  if (terminal_) {
+    fputs("\r\033[K", stderr);
+    fflush(stderr);
+  }
+}
+
+void kx_progress_bar::update(uint64_t done) {
+  if (!terminal_) {
+    return;
+  }
+  const double part = total_ == 0 ? 1 : static_cast<double>(std::min(done, total_)) / static_cast<double>(total_);
+  const int percent = static_cast<int>(part * 100);
+  if (percent == percent_) {
+    return;
+  }
+  percent_ = percent;
+  fprintf(stderr, "\r%s [%-*.*s] %3d%%", title_, COLUMNS, percent * COLUMNS / 100, FILLED, percent);
+  fflush(stderr);
+}
