@@ -9,6 +9,7 @@ namespace {
 
 using kx_system::Process;
 using kx_system::Result;
+using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 using update_run::bytes;
@@ -48,7 +49,7 @@ TEST(FirmwareUpdate, AddressNeedsTheRaisedPermission) {
   const Result result = kx_system::run(work.by_address("{}", false));
   EXPECT_EQ(result.status, 6);
   EXPECT_THAT(result.out, HasSubstr("Warning: This command is not supported by the current permissions!!!\n"));
-  EXPECT_THAT(result.log, testing::Not(testing::Contains(HasSubstr("mailbox header=01001b00"))));
+  EXPECT_THAT(result.log, Not(Contains(HasSubstr("mailbox header=01001b00"))));
   EXPECT_EQ(work.flash(0, 0x100000), bytes(0x100000));
 }
 
@@ -100,6 +101,24 @@ TEST(FirmwareUpdate, PackageMustBeForTheCard) {
     EXPECT_THAT(result.out, HasSubstr(test.out));
     EXPECT_EQ(work.flash(update_run::PARTITION_2, 0x10000), bytes(0x10000));
   }
+}
+
+TEST(FirmwareUpdate, DamagedPackageIsRefusedBeforeAnythingIsSent) {
+  for (const uint64_t size : {256 + 0x3000 + 2028, 256 + 0x1000, 400, 300, 0}) {
+    const Workplace work;
+    std::filesystem::resize_file(work.package, size);
+    const Result result = kx_system::run(work.by_name());
+    EXPECT_EQ(result.status, 7) << size;
+    EXPECT_THAT(result.out, HasSubstr("****The update has failed. Please retry after a few minutes.****\n"));
+    EXPECT_THAT(result.out + work.log(),
+                HasSubstr(size >= 400 ? "binary file was damaged during transfer!!!\ntips: " : "BL1 doesn't valid! "));
+    EXPECT_THAT(result.log, Not(Contains(HasSubstr("event_id=27 ")))) << "the card heard of the update";
+  }
+  const Workplace cut_table;
+  std::filesystem::resize_file(cut_table.package, 256 + 72 + 23);
+  const Result result = kx_system::run(cut_table.by_name());
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(result.out, HasSubstr("read verpkg info failed!\n"));
 }
 
 TEST(FirmwareUpdate, ShorterBoardTypeAndCardWithoutPartNumberAreAccepted) {
