@@ -23,7 +23,7 @@ static_assert(sizeof(node_t) == 56);
 // The links from the root to a node: links[0] is the root's, the last one points to the node or is where it will hang.
 struct path {
   node_t** links[PATH_MAX_LINKS];
-  std::uint32_t depth;  // links before the last
+  std::uint32_t depth = 0;  // links before the last
 };
 
 std::uint32_t pool_init(qlix_comm_avl* tree) {
@@ -35,37 +35,76 @@ std::uint32_t pool_init(qlix_comm_avl* tree) {
   return QLIX_COMM_OK;
 }
 
-node_t* node_find(const qlix_comm_avl* tree, const void* key) {
-  return tree_with_key(key, tree->key_len, tree->cmp, [tree](const auto& sought) {
-    return tree_descend(tree->root, sought, [](const node_t*, bool) { return true; });
+// Walks down to the node with `key`, or to null; `step` as in tree_descend.
+template <class Step>
+node_t* descend(const qlix_comm_avl* tree, const void* key, Step step) {
+  return tree_with_key(key, tree->key_len, tree->cmp, [tree, step](const auto& sought) {
+    const auto compare = [&sought](const node_t* node, bool& to_right) {
+      return sought.equals(node->key, to_right) ? tree_way::found : tree_way::by_key;
+    };
+    return tree_descend(tree->root, compare, step);
   });
 }
 
-// Walks to `key` and keeps the path. Without the key, `last` (null in an empty tree) is where a node with it goes, to
-// the side `right`. A walk that the path cannot hold ends with depth PATH_MAX_LINKS.
+node_t* node_find(const qlix_comm_avl* tree, const void* key) {
+  return descend(tree, key, [](const node_t*, bool) { return true; });
+}
+
+// A walk to a key with its path. Without the key, `last` (null in an empty tree) is where a node with it goes, to the
+// side `right`. A walk that the path cannot hold ends with depth PATH_MAX_LINKS.
 struct trail {
   path to;
-  node_t* existing;
-  node_t* last;
-  bool right;
+  node_t* existing = nullptr;
+  node_t* last = nullptr;
+  bool right = false;
+
+  bool step(node_t* node, bool to_right) {
+    last = node;
+    right = to_right;
+    if (++to.depth == PATH_MAX_LINKS) {
+      return false;
+    }
+    to.links[to.depth] = to_right ? &node->right : &node->left;
+    return true;
+  }
 };
 
-void trail_find(qlix_comm_avl* tree, const void* key, trail& found) {
+void trail_descend(const qlix_comm_avl* tree, const void* key, trail& found) {
+  found.existing = descend(tree, key, [&found](node_t* node, bool right) { return found.step(node, right); });
+}
+
+// Walks the outer path of the tree to its first or last node, or past it.
+void trail_edge(const qlix_comm_avl* tree, bool right, const node_t* until, trail& found) {
+  for (node_t* node = tree->root; node != until && found.step(node, right);) {
+    node = right ? node->right : node->left;
+  }
+}
+
+bool edge_compare(const qlix_comm_avl* tree, const void* key, const qlix_comm_double_link_node* edge,
+                  std::int32_t expected) {
+  return edge != nullptr &&
+         tree_key_order(key, tree->key_len, tree->cmp, static_cast<const node_t*>(edge->data)->key) == expected;
+}
+
+// Walk to a key to insert. Keys that come in ascending order go down the right edge without comparisons.
+void trail_insert(qlix_comm_avl* tree, const void* key, trail& found) {
   found.to.links[0] = &tree->root;
-  found.to.depth = 0;
-  found.last = nullptr;
-  found.right = false;
-  found.existing = tree_with_key(key, tree->key_len, tree->cmp, [tree, &found](const auto& sought) {
-    return tree_descend(tree->root, sought, [&found](node_t* node, bool right) {
-      found.last = node;
-      found.right = right;
-      if (++found.to.depth == PATH_MAX_LINKS) {
-        return false;
-      }
-      found.to.links[found.to.depth] = tree_select(right, &node->left, &node->right);
-      return true;
-    });
-  });
+  if (edge_compare(tree, key, tree->order.last, 1)) {
+    trail_edge(tree, true, nullptr, found);
+  } else {
+    trail_descend(tree, key, found);
+  }
+}
+
+// Walk to a key to remove. Keys that leave in ascending order are reached down the left edge.
+void trail_remove(qlix_comm_avl* tree, const void* key, trail& found) {
+  found.to.links[0] = &tree->root;
+  if (edge_compare(tree, key, tree->order.first, 0)) {
+    found.existing = static_cast<node_t*>(tree->order.first->data);
+    trail_edge(tree, false, found.existing, found);
+  } else {
+    trail_descend(tree, key, found);
+  }
 }
 
 std::int32_t height(const node_t* node) {
@@ -266,7 +305,7 @@ std::uint32_t qlix_comm_avl_insert(qlix_comm_avl* tree, void* key_or_node, std::
     QLIX_COMM_CHECK_POINT(out);
   }
   trail at;
-  trail_find(tree, key, at);
+  trail_insert(tree, key, at);
   if (at.existing != nullptr) {
     QLIX_COMM_TRACE_INFO("\n qlix_comm_avl_insert: the key is there already \n");
     if (out != nullptr) {
@@ -287,7 +326,7 @@ std::uint32_t qlix_comm_avl_remove(qlix_comm_avl* tree, const void* key, void* o
   QLIX_COMM_CHECK_POINT(key);
   QLIX_COMM_CHECK_POINT(out);
   trail at;
-  trail_find(tree, key, at);
+  trail_remove(tree, key, at);
   node_t* const node = at.existing;
   if (node == nullptr) {
     QLIX_COMM_TRACE_INFO("\nqlix_comm_avl_remove: node to delete not found in tree");

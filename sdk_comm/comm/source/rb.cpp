@@ -29,10 +29,38 @@ std::uint32_t pool_init(qlix_comm_rb* tree, std::uint32_t max) {
   return QLIX_COMM_OK;
 }
 
-node_t* node_find(const qlix_comm_rb* tree, const void* key) {
-  return tree_with_key(key, tree->key_size, tree->cmp, [tree](const auto& sought) {
-    return tree_descend(tree->root, sought, [](const node_t*, bool) { return true; });
+// The first four bytes of a key as a number, which decides most comparisons without a look at the key itself. Under a
+// compare hook every head is 0 and decides nothing.
+std::uint32_t key_head(const qlix_comm_rb* tree, const void* key) {
+  if (tree->cmp != qlix_comm_rb_def_cmp) {
+    return 0;
+  }
+  if (tree->key_size >= 4) {
+    return key_word<std::uint32_t>(static_cast<const std::uint8_t*>(key));
+  }
+  std::uint8_t bytes[4] = {};
+  memcpy(bytes, key, tree->key_size);
+  return key_word<std::uint32_t>(bytes);
+}
+
+// Walks down to the node with `key`, or to null; `step` as in tree_descend.
+template <class Step>
+node_t* descend(const qlix_comm_rb* tree, const void* key, Step step) {
+  const std::uint32_t head = key_head(tree, key);
+  return tree_with_key(key, tree->key_size, tree->cmp, [tree, head, step](const auto& sought) {
+    const auto compare = [head, &sought](const node_t* node, bool& to_right) {
+      to_right = head > node->key_head;
+      if (head != node->key_head) {
+        return tree_way::by_node;
+      }
+      return sought.equals(node->key, to_right) ? tree_way::found : tree_way::by_key;
+    };
+    return tree_descend(tree->root, compare, step);
   });
+}
+
+node_t* node_find(const qlix_comm_rb* tree, const void* key) {
+  return descend(tree, key, [](const node_t*, bool) { return true; });
 }
 
 void result_set(const qlix_comm_rb* tree, node_t* node, void* out) {
@@ -43,7 +71,7 @@ void result_set(const qlix_comm_rb* tree, node_t* node, void* out) {
   }
 }
 
-// Where a new key goes: below `parent` (null: it becomes the root), or `existing` has the key.
+// Where a key is, or goes: `existing` has it, or it goes below `parent` (null: it becomes the root).
 struct place {
   node_t* existing = nullptr;
   node_t* parent = nullptr;
@@ -51,16 +79,42 @@ struct place {
   std::uint32_t depth = 0;
 };
 
-place place_find(const qlix_comm_rb* tree, const void* key) {
-  return tree_with_key(key, tree->key_size, tree->cmp, [tree](const auto& sought) {
-    place at;
-    at.existing = tree_descend(tree->root, sought, [&at](node_t* node, bool right) {
-      at.parent = node;
-      at.right = right;
-      return ++at.depth <= DEPTH_MAX;
-    });
-    return at;
+void place_descend(const qlix_comm_rb* tree, const void* key, place& at) {
+  at.existing = descend(tree, key, [&at](node_t* node, bool right) {
+    at.parent = node;
+    at.right = right;
+    return ++at.depth <= DEPTH_MAX;
   });
+}
+
+node_t* record_of(const qlix_comm_double_link_node* order) {
+  return static_cast<node_t*>(order->data);
+}
+
+// Place of a key to insert. Keys that come in ascending order are appended without a walk: the last node has no right
+// child.
+place insert_place(const qlix_comm_rb* tree, const void* key) {
+  place at;
+  if (tree->order.last != nullptr &&
+      tree_key_order(key, tree->key_size, tree->cmp, record_of(tree->order.last)->key) > 0) {
+    at.parent = record_of(tree->order.last);
+    at.right = true;
+  } else {
+    place_descend(tree, key, at);
+  }
+  return at;
+}
+
+// Place of a key to delete. Keys that leave in ascending order are found without a walk.
+place delete_place(const qlix_comm_rb* tree, const void* key) {
+  place at;
+  if (tree->order.first != nullptr &&
+      tree_key_order(key, tree->key_size, tree->cmp, record_of(tree->order.first)->key) == 0) {
+    at.existing = record_of(tree->order.first);
+  } else {
+    place_descend(tree, key, at);
+  }
+  return at;
 }
 
 // Node of a free slot, with the key copied in.
@@ -78,6 +132,7 @@ void node_link(qlix_comm_rb* tree, const place& at, node_t* node) {
   node->left = nullptr;
   node->right = nullptr;
   node->parent = at.parent;
+  node->key_head = key_head(tree, node->key);
   rb_set_colour(node, QLIX_COMM_RB_RED);
   node->order.data = node;
   if (at.parent == nullptr) {
@@ -184,7 +239,7 @@ std::uint32_t qlix_comm_rb_insert(qlix_comm_rb* tree, void* key_or_node, void* o
   node_t* node = dynamic ? static_cast<node_t*>(key_or_node) : nullptr;
   const void* const key = dynamic ? node->key : key_or_node;
   QLIX_COMM_CHECK_POINT(key);
-  const place at = place_find(tree, key);
+  const place at = insert_place(tree, key);
   if (at.existing != nullptr) {
     QLIX_COMM_TRACE_INFO("info ,rb_key is same \n");
     result_set(tree, at.existing, out);
@@ -211,7 +266,7 @@ std::uint32_t qlix_comm_rb_insert_spec_index(qlix_comm_rb* tree, const void* key
     QLIX_COMM_TRACE_ERROR("qlix_comm_rb_insert_spec_index: dynamic mode is not support ! Error");
     return QLIX_COMM_RB_DYNAMIC;
   }
-  const place at = place_find(tree, key);
+  const place at = insert_place(tree, key);
   if (at.existing != nullptr) {
     QLIX_COMM_TRACE_INFO("info ,rb_key is same \n");
     return QLIX_COMM_RB_KEY_EXISTS;
@@ -229,7 +284,7 @@ std::uint32_t qlix_comm_rb_delete(qlix_comm_rb* tree, const void* key, void* out
   QLIX_COMM_CHECK_POINT(tree);
   QLIX_COMM_CHECK_POINT(key);
   QLIX_COMM_CHECK_POINT(out);
-  const place at = place_find(tree, key);
+  const place at = delete_place(tree, key);
   QLIX_COMM_CHECK_INDEX_UPPER(at.depth, DEPTH_MAX - 1);
   node_t* const node = at.existing;
   if (node == nullptr) {

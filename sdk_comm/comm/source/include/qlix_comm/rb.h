@@ -22,10 +22,11 @@ using qlix_comm_rb_cmp = std::int32_t (*)(const void* key_a, const void* key_b, 
 struct qlix_comm_rb_node {
   qlix_comm_double_link_node order;  ///< data = this node
   void* key;
-  std::uint32_t slot_colour;  ///< slot number in bits 31..2, colour in bits 1..0 (1 red, 2 black, 0 cleared)
   qlix_comm_rb_node* left;
   qlix_comm_rb_node* right;
   qlix_comm_rb_node* parent;
+  std::uint32_t slot_colour;  ///< slot number in bits 31..2, colour in bits 1..0 (1 red, 2 black, 0 cleared)
+  std::uint32_t key_head;     ///< first bytes of the key as a number; kept by the tree, in what would be padding
 };
 
 struct qlix_comm_rb {
