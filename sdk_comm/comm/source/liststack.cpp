@@ -5,22 +5,12 @@
 #include "qlix_comm/check.h"
 #include "qlix_comm/memory.h"
 
+using namespace qlix_comm_detail;
+
 namespace {
 
-constexpr std::uint32_t CHAIN_END = 0xFFFFFFFF;
-constexpr std::uint32_t IN_USE = 0;
-constexpr std::uint32_t NONE = 0;
-
 std::uint32_t chain_head(std::uint32_t next) {
-  return next == CHAIN_END ? NONE : next;
-}
-
-void count_taken(qlix_comm_liststack* stack) {
-  --stack->free_num;
-  ++stack->used_num;
-  if (stack->free_num == 0 || stack->used_num == stack->capacity - 1) {
-    stack->head = NONE;
-  }
+  return next == LISTSTACK_CHAIN_END ? LISTSTACK_NONE : next;
 }
 
 std::uint32_t report_empty(const char* function, int line) {
@@ -40,7 +30,7 @@ std::uint32_t show_slots(const qlix_comm_liststack* stack, std::uint32_t per_lin
   per_line = per_line == 0 ? 32 : per_line;
   std::uint32_t printed = 0;
   for (std::uint32_t entry = 1; entry < stack->capacity; ++entry) {
-    if ((stack->entries[entry].next == IN_USE) != used) {
+    if ((stack->entries[entry].next == LISTSTACK_IN_USE) != used) {
       continue;
     }
     QLIX_COMM_PRINT(" 0x%x", entry - 1);
@@ -78,7 +68,7 @@ std::uint32_t qlix_comm_liststack_creat(std::uint32_t element_num, qlix_comm_lis
   for (std::uint32_t entry = 1; entry < capacity; ++entry) {
     entries[entry] = {entry, entry + 1};
   }
-  entries[element_num].next = CHAIN_END;
+  entries[element_num].next = LISTSTACK_CHAIN_END;
   *created = {entries, capacity, 1, element_num, 0};
   *stack = created;
   return QLIX_COMM_OK;
@@ -93,30 +83,12 @@ std::uint32_t qlix_comm_liststack_destroy(qlix_comm_liststack* stack) {
   return QLIX_COMM_OK;
 }
 
-std::uint32_t qlix_comm_liststack_alloc(qlix_comm_liststack* stack, std::uint32_t* slot) {
-  if (stack == nullptr) {
-    QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_alloc! ERROR LINE:%d\n ", __LINE__);
-    return QLIX_COMM_LIST_STACK_NULL;
-  }
-  QLIX_COMM_CHECK_POINT(slot);
-  const std::uint32_t entry = stack->head;
-  if (entry == NONE) {
-    *slot = 0;
-    return report_empty(__func__, __LINE__);
-  }
-  stack->head = chain_head(stack->entries[entry].next);
-  stack->entries[entry].next = IN_USE;
-  count_taken(stack);
-  *slot = entry - 1;
-  return QLIX_COMM_OK;
-}
-
 std::uint32_t qlix_comm_liststack_alloc_spec_index(qlix_comm_liststack* stack, std::uint32_t slot) {
   if (stack == nullptr) {
     QLIX_COMM_TRACE_ERROR("\n p_list is NULL!\n");
     return QLIX_COMM_LIST_STACK_NULL;
   }
-  if (stack->head == NONE) {
+  if (stack->head == LISTSTACK_NONE) {
     return report_empty(__func__, __LINE__);
   }
   if (slot >= stack->capacity - 1) {
@@ -125,7 +97,7 @@ std::uint32_t qlix_comm_liststack_alloc_spec_index(qlix_comm_liststack* stack, s
   }
   const std::uint32_t entry = slot + 1;
   qlix_comm_liststack_entry* const entries = stack->entries;
-  if (entries[entry].next == IN_USE) {
+  if (entries[entry].next == LISTSTACK_IN_USE) {
     QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_alloc_spec_index: index is used, not alloc again! LINE:%d\n ",
                           __LINE__);
     return QLIX_COMM_LIST_STACK_SPEC_IN_USE;
@@ -139,31 +111,35 @@ std::uint32_t qlix_comm_liststack_alloc_spec_index(qlix_comm_liststack* stack, s
     }
     entries[before].next = entries[entry].next;
   }
-  entries[entry].next = IN_USE;
-  count_taken(stack);
+  entries[entry].next = LISTSTACK_IN_USE;
+  --stack->free_num;
+  ++stack->used_num;
   return QLIX_COMM_OK;
 }
 
-std::uint32_t qlix_comm_liststack_free(qlix_comm_liststack* stack, std::uint32_t slot) {
+namespace qlix_comm_detail {
+
+std::uint32_t report_liststack_alloc(const qlix_comm_liststack* stack, std::uint32_t* slot) {
+  if (stack == nullptr) {
+    QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_alloc! ERROR LINE:%d\n ", __LINE__);
+    return QLIX_COMM_LIST_STACK_NULL;
+  }
+  QLIX_COMM_CHECK_POINT(slot);
+  *slot = 0;
+  return report_empty("qlix_comm_liststack_alloc", __LINE__);
+}
+
+std::uint32_t report_liststack_free(const qlix_comm_liststack* stack, std::uint32_t slot) {
   if (stack == nullptr) {
     QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_free is null! LINE:%d\n ", __LINE__);
     return QLIX_COMM_LIST_STACK_NULL;
   }
   QLIX_COMM_CHECK_ADD(slot, 1);
-  const std::uint32_t entry = slot + 1;
-  if (entry >= stack->capacity) {
-    QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_free: index 0x%x is out of range! LINE:%d\n ", slot, __LINE__);
-    return QLIX_COMM_LIST_STACK_FREE_INDEX;
-  }
-  if (stack->entries[entry].next != IN_USE) {
-    return QLIX_COMM_OK;
-  }
-  stack->entries[entry].next = stack->head == NONE ? CHAIN_END : stack->head;
-  stack->head = entry;
-  ++stack->free_num;
-  --stack->used_num;
-  return QLIX_COMM_OK;
+  QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_free: index 0x%x is out of range! LINE:%d\n ", slot, __LINE__);
+  return QLIX_COMM_LIST_STACK_FREE_INDEX;
 }
+
+}  // namespace qlix_comm_detail
 
 std::uint32_t qlix_comm_liststack_showlist_info(const qlix_comm_liststack* stack) {
   if (stack == nullptr) {

@@ -10,22 +10,33 @@
 #include <cstdint>
 #include <cstring>
 
-#include "qlix_comm/check.h"
+#include "qlix_comm/types.h"
 
 namespace qlix_comm_detail {
 
-[[gnu::cold]] std::uint32_t report_bits(const source_place& at, const void* buffer, const void* value,
-                                        std::uint32_t total_bits, std::uint32_t msb, std::uint32_t length);
-
-/// Fields that touch the first, partial word of a register whose width is no multiple of 32 bits.
-void bits_write_bytes(std::uint8_t* buffer, std::uint32_t total_bits, std::uint32_t value, std::uint32_t msb,
-                      std::uint32_t length);
-std::uint32_t bits_read_bytes(const std::uint8_t* buffer, std::uint32_t total_bits, std::uint32_t msb,
+/// The rest of the two functions: wrong arguments, and fields that touch the first, partial word of a register whose
+/// width is no multiple of 32 bits.
+std::uint32_t bits_write_slow(std::uint8_t* buffer, std::uint32_t total_bits, std::uint32_t value, std::uint32_t msb,
                               std::uint32_t length);
+std::uint32_t bits_read_slow(const std::uint8_t* buffer, std::uint32_t total_bits, std::uint32_t* value,
+                             std::uint32_t msb, std::uint32_t length);
 
-inline bool bits_field_fits(std::uint32_t total_bits, std::uint32_t msb, std::uint32_t length) {
-  return msb < total_bits && length - 1 < 32 && length - 1 <= msb && total_bits % 8 == 0;
+/// True for a valid field of `more` + 1 bits that lies in whole words. One that is longer than msb + 1 makes lsb wrap.
+inline bool bits_in_words(std::uint32_t total_bits, std::uint32_t msb, std::uint32_t lsb, std::uint32_t more) {
+  return (msb | 31) < total_bits && more < 32 && lsb <= msb && total_bits % 8 == 0;
 }
+
+/// Ones in the low `more` + 1 bits.
+struct bits_masks {
+  std::uint32_t low[32];
+};
+inline constexpr bits_masks BITS_MASKS = [] {
+  bits_masks masks{};
+  for (std::uint32_t more = 0; more < 32; ++more) {
+    masks.low[more] = ~std::uint32_t{0} >> (31 - more);
+  }
+  return masks;
+}();
 
 inline std::uint32_t bits_load(const std::uint8_t* at) {
   std::uint32_t word;
@@ -46,19 +57,16 @@ inline void bits_store(std::uint8_t* at, std::uint32_t word) {
 inline std::uint32_t qlix_comm_write_bits_ex(std::uint8_t* buffer, std::uint32_t total_bits, std::uint32_t value,
                                              std::uint32_t msb, std::uint32_t length) {
   using namespace qlix_comm_detail;
-  if (buffer == nullptr || !bits_field_fits(total_bits, msb, length)) [[unlikely]] {
-    return report_bits(QLIX_COMM_HERE, buffer, buffer, total_bits, msb, length);
+  const std::uint32_t more = length - 1;
+  const std::uint32_t lsb = msb - more;
+  if (buffer == nullptr || !bits_in_words(total_bits, msb, lsb, more)) [[unlikely]] {
+    return bits_write_slow(buffer, total_bits, value, msb, length);
   }
-  const std::uint32_t lsb = msb - (length - 1);
-  if ((msb | 31) >= total_bits) [[unlikely]] {
-    bits_write_bytes(buffer, total_bits, value, msb, length);
-    return QLIX_COMM_OK;
-  }
-  std::uint8_t* const low = buffer + total_bits / 8 - 4 - lsb / 32 * 4;
-  const std::uint64_t mask = (~std::uint64_t{0} >> (64 - length)) << (lsb % 32);
+  std::uint8_t* const low = buffer + total_bits / 8 - 4 - (lsb / 8 & ~std::uint32_t{3});
+  const std::uint64_t mask = std::uint64_t{BITS_MASKS.low[more]} << (lsb % 32);
   const std::uint64_t bits = (std::uint64_t{value} << (lsb % 32)) & mask;
   bits_store(low, (bits_load(low) & ~static_cast<std::uint32_t>(mask)) | static_cast<std::uint32_t>(bits));
-  if (mask >> 32 != 0) {
+  if (((msb ^ lsb) & 32) != 0) {
     std::uint8_t* const high = low - 4;
     bits_store(high,
                (bits_load(high) & ~static_cast<std::uint32_t>(mask >> 32)) | static_cast<std::uint32_t>(bits >> 32));
@@ -70,19 +78,16 @@ inline std::uint32_t qlix_comm_write_bits_ex(std::uint8_t* buffer, std::uint32_t
 inline std::uint32_t qlix_comm_read_bits_ex(const std::uint8_t* buffer, std::uint32_t total_bits, std::uint32_t* value,
                                             std::uint32_t msb, std::uint32_t length) {
   using namespace qlix_comm_detail;
-  if (buffer == nullptr || value == nullptr || !bits_field_fits(total_bits, msb, length)) [[unlikely]] {
-    return report_bits(QLIX_COMM_HERE, buffer, value, total_bits, msb, length);
+  const std::uint32_t more = length - 1;
+  const std::uint32_t lsb = msb - more;
+  if (buffer == nullptr || value == nullptr || !bits_in_words(total_bits, msb, lsb, more)) [[unlikely]] {
+    return bits_read_slow(buffer, total_bits, value, msb, length);
   }
-  const std::uint32_t lsb = msb - (length - 1);
-  if ((msb | 31) >= total_bits) [[unlikely]] {
-    *value = bits_read_bytes(buffer, total_bits, msb, length);
-    return QLIX_COMM_OK;
-  }
-  const std::uint8_t* const low = buffer + total_bits / 8 - 4 - lsb / 32 * 4;
+  const std::uint8_t* const low = buffer + total_bits / 8 - 4 - (lsb / 8 & ~std::uint32_t{3});
   std::uint64_t bits = bits_load(low);
-  if (msb / 32 != lsb / 32) {
+  if (((msb ^ lsb) & 32) != 0) {
     bits |= std::uint64_t{bits_load(low - 4)} << 32;
   }
-  *value = static_cast<std::uint32_t>((bits >> (lsb % 32)) & (~std::uint64_t{0} >> (64 - length)));
+  *value = static_cast<std::uint32_t>(bits >> (lsb % 32)) & BITS_MASKS.low[more];
   return QLIX_COMM_OK;
 }

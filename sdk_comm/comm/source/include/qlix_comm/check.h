@@ -33,8 +33,8 @@ struct source_place {
 
 // The lines of the checks. They are out of line so that a check costs its comparison only.
 [[gnu::cold]] std::uint32_t report_null(const source_place& at);
-[[gnu::cold]] std::uint32_t report_range(const source_place& at, std::uint32_t code, std::uint32_t value, std::uint32_t min,
-                                         std::uint32_t max);
+[[gnu::cold]] std::uint32_t report_range(const source_place& at, std::uint32_t code, std::uint32_t value,
+                                         std::uint32_t min, std::uint32_t max);
 [[gnu::cold]] std::uint32_t report_upper(const source_place& at, std::uint32_t value, std::uint32_t max);
 [[gnu::cold]] std::uint32_t report_lower(const source_place& at, std::uint32_t value, std::uint32_t min);
 [[gnu::cold]] std::uint32_t report_pair(const source_place& at, std::uint32_t value0, std::uint32_t value1);
