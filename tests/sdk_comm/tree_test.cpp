@@ -104,6 +104,30 @@ TYPED_TEST(TreeTest, KeepsOrderedInsertionAndRemovalBalanced) {
   }
 }
 
+// Deep enough for the levels below those that are taken to lie in the cache.
+TYPED_TEST(TreeTest, FindsItsWayInALargeTree) {
+  for (const bool shared_head : {false, true}) {
+    ModelledTree<TypeParam> tree(30000, 16, false);
+    std::mt19937 random(42);
+    std::vector<Key> keys(20000, Key(16, 'k'));
+    for (Key& key : keys) {
+      for (std::size_t i = shared_head ? 12 : 0; i < key.size(); ++i) {
+        key[i] = static_cast<char>(random());
+      }
+      tree.insert(key);
+    }
+    tree.check();
+    std::shuffle(keys.begin(), keys.end(), random);
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+      tree.find(keys[i]);
+      if (i % 2 == 0) {
+        tree.remove(keys[i]);
+      }
+    }
+    tree.check();
+  }
+}
+
 Key letter(char c) {
   return Key(1, c);
 }

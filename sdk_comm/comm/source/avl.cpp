@@ -315,7 +315,7 @@ std::uint32_t qlix_comm_avl_insert(qlix_comm_avl* tree, void* key_or_node, std::
   }
   QLIX_COMM_CHECK_INDEX_UPPER(at.to.depth, PATH_MAX_LINKS - 1);
   if (!dynamic) {
-    QLIX_COMM_CHECK_RC(slot_fill(tree, key, &node, out), "slot_fill");
+    QLIX_COMM_CHECK_RC(slot_fill(tree, key, &node, out), "qlix_comm_liststack_alloc");
   }
   node_link(tree, at, node);
   return QLIX_COMM_OK;

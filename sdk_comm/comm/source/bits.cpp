@@ -6,8 +6,12 @@ namespace qlix_comm_detail {
 
 namespace {
 
-std::uint32_t field_check(std::uint32_t total_bits, std::uint32_t msb, std::uint32_t length, const char* function) {
+std::uint32_t field_check(const void* buffer, const void* value, std::uint32_t total_bits, std::uint32_t msb,
+                          std::uint32_t length, const char* function) {
   const source_place at{__FILE_NAME__, __LINE__, function};
+  if (buffer == nullptr || value == nullptr) {
+    return report_null(at);
+  }
   if (length == 0 || length > 32) {
     return report_range(at, QLIX_COMM_OUT_OF_RANGE, length, 1, 32);
   }
@@ -21,8 +25,7 @@ std::uint32_t field_check(std::uint32_t total_bits, std::uint32_t msb, std::uint
 
 std::uint32_t bits_write_slow(std::uint8_t* buffer, std::uint32_t total_bits, std::uint32_t value, std::uint32_t msb,
                               std::uint32_t length) {
-  QLIX_COMM_CHECK_POINT(buffer);
-  if (const std::uint32_t code = field_check(total_bits, msb, length, "qlix_comm_write_bits_ex");
+  if (const std::uint32_t code = field_check(buffer, &value, total_bits, msb, length, "qlix_comm_write_bits_ex");
       code != QLIX_COMM_OK) {
     return code;
   }
@@ -38,9 +41,8 @@ std::uint32_t bits_write_slow(std::uint8_t* buffer, std::uint32_t total_bits, st
 
 std::uint32_t bits_read_slow(const std::uint8_t* buffer, std::uint32_t total_bits, std::uint32_t* value,
                              std::uint32_t msb, std::uint32_t length) {
-  QLIX_COMM_CHECK_POINT(buffer);
-  QLIX_COMM_CHECK_POINT(value);
-  if (const std::uint32_t code = field_check(total_bits, msb, length, "qlix_comm_read_bits_ex"); code != QLIX_COMM_OK) {
+  if (const std::uint32_t code = field_check(buffer, value, total_bits, msb, length, "qlix_comm_read_bits_ex");
+      code != QLIX_COMM_OK) {
     return code;
   }
   const std::uint32_t lsb = msb - (length - 1);

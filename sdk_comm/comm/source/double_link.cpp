@@ -26,10 +26,10 @@ std::int32_t number_cmp(const node_t* node, const node_t* other, [[maybe_unused]
   return a < b ? -1 : a > b;
 }
 
-// The order of a removal with a data release: the node leaves the list only when its data could be released.
+// The node leaves the list only when its data could be released.
 std::uint32_t node_release(head_t* head, node_t* node, qlix_comm_double_link_free free_data) {
-  if (free_data != nullptr) {
-    QLIX_COMM_CHECK_RC(free_data(node->data), "free_data");
+  if (const std::uint32_t code = free_data != nullptr ? free_data(node->data) : QLIX_COMM_OK; code != QLIX_COMM_OK) {
+    return code;
   }
   list_unlink(head, node);
   ic_comm_free_memory(node);
@@ -142,7 +142,8 @@ std::uint32_t qlix_comm_double_link_del_pos(qlix_comm_double_link* head, const s
   QLIX_COMM_CHECK_POINT(pos);
   for (node_t* node = head->first; node != nullptr; node = node->next) {
     if (record_number(node) == *pos) {
-      return node_release(head, node, free_data);
+      QLIX_COMM_CHECK_RC(node_release(head, node, free_data), "free_data");
+      return QLIX_COMM_OK;
     }
   }
   return QLIX_COMM_OK;
@@ -154,7 +155,8 @@ std::uint32_t qlix_comm_double_link_del_by_data(qlix_comm_double_link* head, con
   QLIX_COMM_CHECK_POINT(data);
   for (node_t* node = head->first; node != nullptr; node = node->next) {
     if (node->data == data) {
-      return node_release(head, node, free_data);
+      QLIX_COMM_CHECK_RC(node_release(head, node, free_data), "free_data");
+      return QLIX_COMM_OK;
     }
   }
   QLIX_COMM_TRACE_ERROR("\nError:data not exist. FUNCTION : %s!\n", __func__);
@@ -164,9 +166,7 @@ std::uint32_t qlix_comm_double_link_del_by_data(qlix_comm_double_link* head, con
 std::uint32_t qlix_comm_dlink_release(qlix_comm_double_link* head, qlix_comm_double_link_free free_data) {
   QLIX_COMM_CHECK_POINT(head);
   while (head->first != nullptr) {
-    if (const std::uint32_t code = node_release(head, head->first, free_data); code != QLIX_COMM_OK) {
-      return code;
-    }
+    QLIX_COMM_CHECK_RC(node_release(head, head->first, free_data), "free_data");
   }
   return QLIX_COMM_OK;
 }

@@ -124,7 +124,9 @@ std::uint32_t report_liststack_alloc(const qlix_comm_liststack* stack, std::uint
     QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_alloc! ERROR LINE:%d\n ", __LINE__);
     return QLIX_COMM_LIST_STACK_NULL;
   }
-  QLIX_COMM_CHECK_POINT(slot);
+  if (slot == nullptr) {
+    return report_null({__FILE_NAME__, __LINE__, "qlix_comm_liststack_alloc"});
+  }
   *slot = 0;
   return report_empty("qlix_comm_liststack_alloc", __LINE__);
 }
@@ -134,7 +136,9 @@ std::uint32_t report_liststack_free(const qlix_comm_liststack* stack, std::uint3
     QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_free is null! LINE:%d\n ", __LINE__);
     return QLIX_COMM_LIST_STACK_NULL;
   }
-  QLIX_COMM_CHECK_ADD(slot, 1);
+  if (slot == 0xFFFFFFFF) {
+    return report_pair({__FILE_NAME__, __LINE__, "qlix_comm_liststack_free"}, slot, 1);
+  }
   QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_free: index 0x%x is out of range! LINE:%d\n ", slot, __LINE__);
   return QLIX_COMM_LIST_STACK_FREE_INDEX;
 }

@@ -1,0 +1,248 @@
+// Codes, lines and out values of the trees, and what is left after a failed allocation.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "memory_fault.h"
+#include "qlix_comm/print.h"
+#include "tree_model.h"
+
+namespace {
+
+template <class Work>
+std::string printed(Work work) {
+  testing::internal::CaptureStdout();
+  work();
+  return testing::internal::GetCapturedStdout();
+}
+
+std::uint32_t number_key(std::uint32_t number) {
+  return __builtin_bswap32(number);
+}
+
+template <class Traits>
+class TreeCodeTest : public testing::Test {
+ protected:
+  void TearDown() override {
+    qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
+  }
+};
+using Trees = testing::Types<AvlTraits, RbTraits>;
+TYPED_TEST_SUITE(TreeCodeTest, Trees);
+
+TYPED_TEST(TreeCodeTest, StaticTreeAllocatesAtInitOnlyAndIsAbsentWhenThatFails) {
+  MemoryFault memory;
+  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
+  const typename TypeParam::Tree cleared{};
+  typename TypeParam::Tree tree{};
+  for (std::size_t failing = 0;; ++failing) {
+    memory.arm(failing);
+    const std::uint32_t code = TypeParam::init(&tree, 20, 16, nullptr);
+    if (!memory.fired()) {
+      EXPECT_EQ(code, 0u);
+      EXPECT_EQ(failing, 3u) << "keys, nodes, slots";
+      break;
+    }
+    EXPECT_TRUE(code == 0x1201 || code == 0x1803) << code;
+    EXPECT_EQ(memory.out(), 0u);
+    EXPECT_EQ(memcmp(&tree, &cleared, sizeof tree), 0);
+  }
+  memory.arm(0);  // an allocation from here on would fail
+  std::uint32_t out = 0;
+  for (std::uint32_t i = 0; i < 20; ++i) {
+    std::uint32_t key[4] = {number_key(i * 7 % 20)};
+    EXPECT_EQ(TypeParam::insert(&tree, key, &out), 0u);
+  }
+  for (std::uint32_t i = 0; i < 10; ++i) {
+    const std::uint32_t key[4] = {number_key(i)};
+    EXPECT_EQ(TypeParam::remove(&tree, key, &out), 0u);
+  }
+  EXPECT_FALSE(memory.fired());
+  EXPECT_EQ(TypeParam::destroy(&tree), 0u);
+  EXPECT_EQ(memory.out(), 0u);
+}
+
+TYPED_TEST(TreeCodeTest, RefusesAKeyPoolBeyond32Bits) {
+  const MemoryFault memory;
+  typename TypeParam::Tree tree{};
+  EXPECT_THAT(
+      printed([&] { EXPECT_EQ(TypeParam::init(&tree, 0x10000, 0x10000, nullptr), 0x1205u); }),
+      testing::HasSubstr("[Error:VALUE[val0=0x10000] INVALID] [val1=0x10000] ! FUNCTION :tree_pool_create !\n"));
+  EXPECT_EQ(tree.inited, 0u);
+}
+
+TYPED_TEST(TreeCodeTest, RefusesNullArguments) {
+  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
+  typename TypeParam::Tree tree{};
+  ASSERT_EQ(TypeParam::init(&tree, 2, 4, nullptr), 0u);
+  std::uint32_t key = 0;
+  std::uint32_t out = 0;
+  EXPECT_EQ(TypeParam::init(nullptr, 2, 4, nullptr), 0x1201u);
+  EXPECT_EQ(TypeParam::destroy(nullptr), 0x1201u);
+  EXPECT_EQ(TypeParam::insert(&tree, nullptr, &out), 0x1201u);
+  EXPECT_EQ(TypeParam::insert(&tree, &key, nullptr), 0x1201u);
+  EXPECT_EQ(TypeParam::remove(nullptr, &key, &out), 0x1201u);
+  EXPECT_EQ(TypeParam::remove(&tree, nullptr, &out), 0x1201u);
+  EXPECT_EQ(TypeParam::remove(&tree, &key, nullptr), 0x1201u);
+  EXPECT_EQ(TypeParam::find(nullptr, &key, &out), 0x1201u);
+  EXPECT_EQ(TypeParam::find(&tree, nullptr, &out), 0x1201u);
+  EXPECT_EQ(TypeParam::find(&tree, &key, nullptr), 0x1201u);
+  EXPECT_EQ(TypeParam::destroy(&tree), 0u);
+  typename TypeParam::Node node{};
+  ASSERT_EQ(TypeParam::init(&tree, 0, 4, nullptr), 0u);
+  typename TypeParam::Node* linked = nullptr;
+  EXPECT_EQ(TypeParam::insert(&tree, &node, &linked), 0x1201u) << "a node without its key";
+  EXPECT_EQ(TypeParam::destroy(&tree), 0u);
+}
+
+TEST(AvlCodes, InitAndEdges) {
+  qlix_comm_avl tree{};
+  EXPECT_EQ(printed([&] { EXPECT_EQ(qlix_comm_avl_init(&tree, 4, 0, nullptr), 0x1902u); }),
+            "\nErrorCode:[0x1902]qlix_comm_avl_init key_length is 0 err!");
+  ASSERT_EQ(qlix_comm_avl_init(&tree, 4, 4, nullptr), 0u);
+  EXPECT_EQ(printed([&] { EXPECT_EQ(qlix_comm_avl_init(&tree, 9, 9, nullptr), 0u); }),
+            "\nqlix_comm_avl_init already init!");
+  EXPECT_EQ(tree.max_node, 4u);
+  EXPECT_EQ(printed([&] { qlix_comm_avl_show_info(&tree); }), "The avl tree is empty!!\n");
+  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
+  std::uint32_t key = 0;
+  qlix_comm_double_link_node* node = reinterpret_cast<qlix_comm_double_link_node*>(8);
+  EXPECT_EQ(ic_comm_avl_get_1st_key(&tree, &key), 0x1903u);
+  EXPECT_EQ(ic_comm_avl_get_last_key(&tree, &key), 0x1903u);
+  EXPECT_EQ(ic_comm_avl_get_1st_node(&tree, &node), 0u);
+  EXPECT_EQ(node, nullptr);
+  EXPECT_EQ(ic_comm_avl_is_none(&tree), 1u);
+
+  std::uint32_t out = 0;
+  for (const std::uint32_t number : {3u, 1u, 2u}) {
+    std::uint32_t inserted = number;  // host order: as the print shows it
+    EXPECT_EQ(qlix_comm_avl_insert(&tree, &inserted, &out), 0u);
+  }
+  EXPECT_EQ(ic_comm_avl_is_none(&tree), 0u);
+  EXPECT_EQ(ic_comm_avl_get_node_num(&tree, &out), 0u);
+  EXPECT_EQ(out, 3u);
+  EXPECT_EQ(ic_comm_avl_get_1st_key(&tree, &key), 0u);
+  EXPECT_EQ(key, 1u);
+  EXPECT_EQ(ic_comm_avl_get_last_key(&tree, &key), 0u);
+  EXPECT_EQ(key, 3u);
+  EXPECT_EQ(ic_comm_avl_get_last_node(&tree, &node), 0u);
+  EXPECT_EQ(node, tree.order.last);
+  EXPECT_EQ(printed([&] { qlix_comm_avl_show_info(&tree); }),
+            "\n****************avl tree info from first key***********\n==>1==>2==>3"
+            "\n****************avl tree info from last key***********\n==>3==>2==>1");
+  EXPECT_EQ(qlix_comm_avl_destroy(&tree), 0u);
+  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
+}
+
+TEST(AvlCodes, FullPoolAndKeyPoolEdge) {
+  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
+  qlix_comm_avl tree{};
+  ASSERT_EQ(qlix_comm_avl_init(&tree, 2, 4, nullptr), 0u);
+  std::uint32_t out = 0;
+  std::uint32_t key = number_key(1);
+  EXPECT_EQ(qlix_comm_avl_insert(&tree, &key, &out), 0u);
+  tree.max_node = 1;  // the next slot's key now lies outside the key pool
+  key = number_key(2);
+  EXPECT_EQ(qlix_comm_avl_insert(&tree, &key, &out), 0x1906u);
+  EXPECT_EQ(tree.slot_stack->free_num, 1u) << "the slot was returned";
+  tree.max_node = 2;
+  EXPECT_EQ(qlix_comm_avl_insert(&tree, &key, &out), 0u);
+  key = number_key(3);
+  EXPECT_EQ(qlix_comm_avl_insert(&tree, &key, &out), 0x1905u);
+  EXPECT_EQ(out, 0x1901u);
+  EXPECT_EQ(qlix_comm_avl_destroy(&tree), 0u);
+  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
+}
+
+TEST(AvlCodes, DuplicateNodeWritesZero) {
+  qlix_comm_avl tree{};
+  ASSERT_EQ(qlix_comm_avl_init(&tree, 0, 4, nullptr), 0u);
+  std::uint32_t key = 5;
+  qlix_comm_avl_node nodes[2] = {{&key, 0, 0, nullptr, nullptr, {}}, {&key, 0, 0, nullptr, nullptr, {}}};
+  std::uint32_t out = 77;
+  EXPECT_EQ(qlix_comm_avl_insert(&tree, &nodes[0], &out), 0u);
+  EXPECT_EQ(out, 77u);
+  EXPECT_EQ(qlix_comm_avl_insert(&tree, &nodes[1], &out), 0x1904u);
+  EXPECT_EQ(out, 0u);
+}
+
+TEST(RbCodes, InitAndEdges) {
+  qlix_comm_rb tree{};
+  ASSERT_EQ(qlix_comm_rb_init(&tree, 4, 4, nullptr), 0u);
+  EXPECT_EQ(printed([&] { EXPECT_EQ(qlix_comm_rb_init(&tree, 9, 9, nullptr), 0u); }),
+            "\n qlix_comm_rb_init already init!");
+  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
+  std::uint32_t key = 0;
+  qlix_comm_double_link_node* node = reinterpret_cast<qlix_comm_double_link_node*>(8);
+  EXPECT_EQ(qlix_comm_rb_get_1st_key(&tree, &key), 0x1004u);
+  EXPECT_EQ(qlix_comm_rb_get_last_key(&tree, &key), 0x1004u);
+  EXPECT_EQ(qlix_comm_rb_get_last_tn(&tree, &node), 0u);
+  EXPECT_EQ(node, nullptr);
+  EXPECT_EQ(qlix_comm_rb_is_none(&tree), 1u);
+  std::uint32_t out = 0;
+  for (const std::uint32_t number : {3u, 1u, 2u}) {
+    std::uint32_t inserted = number_key(number);
+    EXPECT_EQ(qlix_comm_rb_insert(&tree, &inserted, &out), 0u);
+  }
+  EXPECT_EQ(qlix_comm_rb_is_none(&tree), 0u);
+  EXPECT_EQ(qlix_comm_rb_get_1st_key(&tree, &key), 0u);
+  EXPECT_EQ(key, number_key(1));
+  EXPECT_EQ(qlix_comm_rb_get_last_key(&tree, &key), 0u);
+  EXPECT_EQ(key, number_key(3));
+  EXPECT_EQ(qlix_comm_rb_get_1st_tn(&tree, &node), 0u);
+  EXPECT_EQ(node, tree.order.first);
+  EXPECT_EQ(qlix_comm_rb_destroy(&tree), 0u);
+  EXPECT_EQ(qlix_comm_rb_init(&tree, 4, 0, nullptr), 0x1205u);
+  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
+}
+
+TEST(RbCodes, GivenSlotInsert) {
+  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
+  qlix_comm_rb tree{};
+  ASSERT_EQ(qlix_comm_rb_init(&tree, 4, 4, nullptr), 0u);
+  struct Case {
+    std::uint32_t number, slot, code;
+  };
+  // In order: taken, key exists, slot in use, slot out of range, the chain's head and end, full.
+  constexpr Case CASES[] = {{10, 2, 0}, {10, 1, 0x1001}, {11, 2, 0x1807}, {11, 4, 0x1806},
+                            {11, 0, 0}, {12, 3, 0},      {13, 1, 0},      {14, 1, 0x1804}};
+  for (const Case& c : CASES) {
+    const std::uint32_t key = number_key(c.number);
+    EXPECT_EQ(qlix_comm_rb_insert_spec_index(&tree, &key, c.slot), c.code) << c.number << ' ' << c.slot;
+    std::uint32_t out = 99;
+    if (c.code == 0) {
+      EXPECT_EQ(qlix_comm_rb_search(&tree, &key, &out), 0u);
+      EXPECT_EQ(out, c.slot);
+    }
+  }
+  RbTraits::shape_check(&tree, tree.root);
+  EXPECT_EQ(qlix_comm_rb_destroy(&tree), 0u);
+
+  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
+  ASSERT_EQ(qlix_comm_rb_init(&tree, 0, 4, nullptr), 0u);
+  const std::uint32_t key = 1;
+  EXPECT_EQ(printed([&] { EXPECT_EQ(qlix_comm_rb_insert_spec_index(&tree, &key, 0), 0x1005u); }),
+            "qlix_comm_rb_insert_spec_index: dynamic mode is not support ! Error");
+}
+
+TEST(RbCodes, TracesFollowTheLevel) {
+  qlix_comm_rb tree{};
+  ASSERT_EQ(qlix_comm_rb_init(&tree, 2, 4, nullptr), 0u);
+  std::uint32_t key = 1;
+  std::uint32_t out = 0;
+  qlix_comm_set_print_level(QLIX_TRACE_ALL_PRINT);
+  EXPECT_EQ(printed([&] { qlix_comm_rb_search(&tree, &key, &out); }), "rb srh fail \n");
+  EXPECT_EQ(printed([&] {
+              qlix_comm_rb_insert(&tree, &key, &out);
+              qlix_comm_rb_insert(&tree, &key, &out);
+            }),
+            "info ,rb_key is same \n");
+  EXPECT_EQ(printed([&] { qlix_comm_rb_delete(&tree, &key, &out); }), " find the key!\n");
+  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
+  EXPECT_EQ(printed([&] { qlix_comm_rb_search(&tree, &key, &out); }), "") << "a miss is no error";
+  EXPECT_EQ(qlix_comm_rb_destroy(&tree), 0u);
+}
+
+}  // namespace
