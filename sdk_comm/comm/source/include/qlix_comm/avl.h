@@ -4,6 +4,10 @@
 // Dynamic mode (max_node 0): nodes lie in the caller's records; results are node pointers (qlix_comm_avl_node*). The
 // key that a node points to must stay as it is while the node is linked.
 //
+// Keys under the default compare are compared without a call: as big-endian words of the kind that their length allows
+// (1 to 3, 4 to 8, more bytes), which order as memcmp does. Keys that come or leave in ascending order go down the edge
+// of the tree without comparisons. A compare hook of the caller is called once for each step.
+//
 // Nothing locks: the caller serialises access to one tree. Null arguments are 0x1201.
 #pragma once
 

@@ -4,6 +4,11 @@
 // Dynamic mode (max 0): the caller's records begin with a node; results are node pointers (qlix_comm_rb_node*). The key
 // that a node points to must stay as it is while the node is linked.
 //
+// Keys under the default compare are compared without a call: as big-endian words of the kind that their length allows
+// (1 to 3, 4 to 8, more bytes), which order as memcmp does. The first four bytes also stand in the node, and most steps
+// of a search are decided by them. Keys that come in ascending order are appended, and keys that leave in ascending
+// order are found, without a search. A compare hook of the caller is called once for each step.
+//
 // Nothing locks: the caller serialises access to one tree. Null arguments are 0x1201.
 #pragma once
 
