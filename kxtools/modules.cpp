@@ -1,6 +1,7 @@
 #include "modules.h"
 
 #include "kx_bttl/cmd.h"
+#include "kx_np/cmd.h"
 #include "kx_pcie/bind.h"
 #include "kx_trace_app/cmd.h"
 #include "kx_vqm/cmd.h"
@@ -14,14 +15,12 @@ using module_init_fn = int32_t (*)();
 
 // Command tables: kxnp, kxpcie, kxbttl, kxtrace_app, kxvqm.
 constexpr module_init_fn CMD_INITS[] = {
-    kxbttl_cmd_init,
-    kxtrace_app_cmd_init,
-    kxvqm_cmd_init,
-    nullptr,
+    kxnp_cmd_init, kxbttl_cmd_init, kxtrace_app_cmd_init, kxvqm_cmd_init, nullptr,
 };
 
 // Device state, after every bind: kxnp, kxvqm.
 constexpr module_init_fn DEV_INITS[] = {
+    kxnp_dev_init,
     kxvqm_dev_init,
     nullptr,
 };

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 /// Raised by "quit"; the shell leaves when the command has returned.
-extern std::atomic<bool> dpp_shell_leave;
+inline std::atomic<bool> dpp_shell_leave = false;
 
 /// Runs the shell on standard input until "quit" or the end of input. Words are integers or, for commands that take a
 /// text, the rest of the line. Returns 0.

@@ -1,0 +1,120 @@
+#include "kx_np/cmd.h"
+
+#include <iterator>
+#include <string_view>
+
+#include "common/report.h"
+#include "dpp_chip/dpp_dev_value.h"
+#include "dpp_diag/dpp_cmd.h"
+#include "kx_np/np_init.h"
+#include "kx_pcie/bind.h"
+#include "kxtools/cmd.h"
+
+namespace {
+
+/// Inline texts: the list costs nothing until it is registered.
+struct np_command {
+  char name[56];
+  uint8_t permission;
+};
+
+constexpr np_command COMMANDS[] = {
+#include "commands.inc"
+};
+static_assert(std::size(COMMANDS) == 294);
+
+constexpr uint32_t DEVICE = 0;
+constexpr size_t TEXT_SIZE = 200;
+
+kxtools_cmd_entry kxnp_sub_command_list[std::size(COMMANDS)];
+
+constexpr bool is_drop_stat(std::string_view name) {
+  return name == "mcode_drop_stat";
+}
+
+// All words with single blanks between them, cut where the buffer ends.
+void words_join(const kxtools_cmd_context& ctx, char (&text)[TEXT_SIZE]) {
+  size_t length = 0;
+  for (uint32_t i = 0; i < ctx.argc; ++i) {
+    const std::string_view word = ctx.argp[i];
+    const size_t wanted = word.size() + (i == 0 ? 0 : 1);
+    for (size_t at = 0; at < wanted && length < TEXT_SIZE - 1; ++at) {
+      const size_t blank = wanted - word.size();
+      text[length++] = at < blank ? ' ' : word[at - blank];
+    }
+  }
+  text[length] = '\0';
+}
+
+int32_t text_command_call(const DppCmdEntry& entry, const kxtools_cmd_context& ctx) {
+  if (ctx.argc != 0 && ctx.argp == nullptr) {
+    KXTOOLS_ERR("ctx->arg_info.argp is NULL\n");
+    return -1;
+  }
+  char text[TEXT_SIZE];
+  words_join(ctx, text);
+  DppCmdArgs args;
+  args.text = text;
+  entry.func(entry, args);
+  return 0;
+}
+
+}  // namespace
+
+int32_t kxnp_cmd_init() {
+  if (dpp_np_init() < 0) {
+    KXTOOLS_ERR("dpp_np_init failed\n");
+    return -1;
+  }
+  for (size_t i = 0; i < std::size(COMMANDS); ++i) {
+    const np_command& command = COMMANDS[i];
+    kxnp_sub_command_list[i] = {.name = command.name,
+                                .help = "",
+                                .handler = is_drop_stat(command.name) ? kxnp_mcode_drop_stat : kxnp_dpp_cmd_exec,
+                                .permission = command.permission};
+  }
+  return kxtools_cmd_register(KXTOOLS_MODULE_KXNP, kxnp_sub_command_list, std::size(kxnp_sub_command_list));
+}
+
+int32_t kxnp_dev_init() {
+  if (dpp_dev_pcie_bdf_set(DEVICE, pcie_bound_sbdf_get() & 0xFFFF) != 0) {
+    KXTOOLS_ERR("dpp_dev_pcie_bdf_set failed\n");
+    return -1;
+  }
+  return 0;
+}
+
+int32_t kxnp_dpp_cmd_exec(kxtools_cmd_context* ctx) {
+  if (ctx == nullptr || ctx->cmd == nullptr) {
+    KXTOOLS_ERR("ctx is NULL\n");
+    return -1;
+  }
+  const DppCmdEntry* entry = dpp_cmd_find(ctx->cmd->name);
+  if (entry == nullptr || entry->func == nullptr) {
+    KXTOOLS_ERR("command not found\n");
+    return -1;
+  }
+  if (entry->int_args != 1) {
+    return text_command_call(*entry, *ctx);
+  }
+  DppCmdArgs args;
+  if (ctx->argc == 0) {
+    args.num = 1;  // one zero
+    entry->func(*entry, args);
+    return 0;
+  }
+  if (ctx->argp == nullptr) {
+    KXTOOLS_ERR("ctx->arg_info.argp is NULL\n");
+    return -1;
+  }
+  if (ctx->argc > DPP_CMD_ARG_MAX) {
+    KXTOOLS_ERR("ctx->arg_info.argc:%d oversize\n", static_cast<int>(ctx->argc));
+    return 0;
+  }
+  args.num = ctx->argc;
+  for (uint32_t i = 0; i < ctx->argc; ++i) {
+    args.value[i] = dpp_atoi(ctx->argp[i]);
+  }
+  entry->func(*entry, args);
+  return 0;
+}

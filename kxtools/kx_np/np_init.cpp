@@ -1,0 +1,53 @@
+#include "kx_np/np_init.h"
+
+#include "dpp_chip/dpp_dev_setup.h"
+#include "dpp_diag/dpp_kshell.h"
+#include "kx_pcie/tunnel.h"
+#include "qlix_comm/check.h"
+
+namespace {
+
+constexpr uint64_t NP_BASE = 0x6218000000;  // of the register space in card memory
+constexpr uint32_t DEVICE = 0;
+
+}  // namespace
+
+uint32_t dpp_dev_pcie_vpd_read(uint32_t dev_id, uint32_t offset, uint32_t count, uint32_t* buf) {
+  QLIX_COMM_CHECK_POINT(buf);
+  for (uint32_t i = 0; i < count; ++i) {
+    if (read_val_from_kx(NP_BASE + offset + uint64_t{4} * i, &buf[i]) != 0) {
+      QLIX_COMM_TRACE_DEV_ERROR(dev_id, "read_val_from_kx failed!\n");
+      return 1;
+    }
+  }
+  return QLIX_COMM_OK;
+}
+
+// A failed write is known to scripts by the line of the read.
+uint32_t dpp_dev_pcie_vpd_write(uint32_t dev_id, uint32_t offset, uint32_t count, const uint32_t* buf) {
+  QLIX_COMM_CHECK_POINT(buf);
+  for (uint32_t i = 0; i < count; ++i) {
+    if (write_val_to_kx(NP_BASE + offset + uint64_t{4} * i, buf[i]) != 0) {
+      QLIX_COMM_TRACE_DEV_ERROR(dev_id, "read_val_from_kx failed!\n");
+      return 1;
+    }
+  }
+  return QLIX_COMM_OK;
+}
+
+int32_t dpp_np_init() {
+  qlix_comm_set_log_en(0);
+  dpp_sys_init_ctrl init = {};
+  init.device_type = DPP_DEV_TYPE_CHIP;
+  init.p_pcie_read_fun = dpp_dev_pcie_vpd_read;
+  init.p_pcie_write_fun = dpp_dev_pcie_vpd_write;
+  if (dpp_base_soft_init(DEVICE, &init) != QLIX_COMM_OK) {
+    QLIX_COMM_TRACE_ERROR("dpp_base_soft_init failed!\n");
+    return -1;
+  }
+  // The tool is useful without the kernel side of the driver, so nobody wants to hear that it is not there.
+  qlix_comm_set_print_en(0);
+  static_cast<void>(dpp_netlink_init());
+  qlix_comm_set_print_en(1);
+  return 0;
+}

@@ -1,0 +1,76 @@
+// Print and log settings, and what the driver knows of a device.
+#include "dpp_chip/dpp_dev.h"
+#include "dpp_chip/dpp_dev_value.h"
+#include "dpp_diag/dpp_diag_functions.h"
+#include "qlix_comm/check.h"
+
+uint32_t diag_dpp_comm_set_print_level(uint32_t level) {
+  QLIX_COMM_PRINT("0:QLIX_TRACE_PRINT\n");
+  QLIX_COMM_PRINT("1:QLIX_TRACE_ERROR_PRINT\n");
+  QLIX_COMM_PRINT("2:QLIX_TRACE_INFO_PRINT\n");
+  QLIX_COMM_PRINT("3:QLIX_TRACE_DEBUG_PRINT\n");
+  QLIX_COMM_PRINT("4:QLIX_TRACE_ALL_PRINT\n");
+  qlix_comm_set_print_level(level);
+  QLIX_COMM_PRINT("set print level is %u\n", level);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_comm_get_print_level() {
+  QLIX_COMM_PRINT("get print level is %u\n", qlix_comm_get_print_level());
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_comm_set_print_en(uint32_t enable) {
+  qlix_comm_set_print_en(enable);
+  return diag_dpp_comm_get_print_en();
+}
+
+uint32_t diag_dpp_comm_get_print_en() {
+  QLIX_COMM_PRINT("print enable is %u\n", qlix_comm_get_print_en());
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_comm_set_log_en(uint32_t enable) {
+  qlix_comm_set_log_en(enable);
+  return diag_dpp_comm_get_log_en();
+}
+
+uint32_t diag_dpp_comm_get_log_en() {
+  QLIX_COMM_PRINT("log enable is %u\n", qlix_comm_get_log_en());
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_comm_set_log_type(uint32_t control_word) {
+  qlix_comm_set_log_type(control_word);
+  return diag_dpp_comm_get_log_type();
+}
+
+uint32_t diag_dpp_comm_get_log_type() {
+  QLIX_COMM_PRINT("log type is 0x%08x\n", qlix_comm_get_log_type());
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_dev_prt(uint32_t dev_id) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
+  QLIX_COMM_CHECK_POINT(dev);
+  const struct {
+    const char* name;
+    uint32_t (*get)(uint32_t, uint32_t*);
+  } values[] = {{"access_type", dpp_dev_get_access_type},
+                {"chip_version", dpp_dev_get_chip_version},
+                {"np_bar_offset", dpp_dev_np_bar_offset_get},
+                {"agent_flag", dpp_dev_get_dev_agent_flag},
+                {"vport", dpp_dev_vport_get},
+                {"fw_bar_msg_num", dpp_dev_fw_bar_msg_num_get},
+                {"pcie_bdf", dpp_dev_pcie_bdf_get},
+                {"version", dpp_dev_version_get},
+                {"init_flag", dpp_dev_init_flag_get}};
+  QLIX_COMM_PRINT("%-40s: 0x%08x\n", "dev_type", dev->dev_type);
+  for (const auto& [name, get] : values) {
+    uint32_t value = 0;
+    QLIX_COMM_CHECK_DEV_RC(dev_id, get(dev_id, &value), name);
+    QLIX_COMM_PRINT("%-40s: 0x%08x\n", name, value);
+  }
+  return QLIX_COMM_OK;
+}

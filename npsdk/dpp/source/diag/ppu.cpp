@@ -1,0 +1,98 @@
+// Cluster memories of the packet processor.
+#include "dpp_chip/dpp_dev.h"
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_diag/dpp_ind.h"
+#include "dpp_diag/dpp_ppu.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "qlix_comm/check.h"
+
+namespace {
+
+constexpr dpp_ind_window cluster_window = {DPP_DEV_MUTEX_T_PPU, DPP_REG_PPU_CLS_IND_CMD, DPP_REG_PPU_CLS_IND_STATUS,
+                                           DPP_REG_PPU_CLS_IND_DATA};
+constexpr uint32_t cmd_fields = 4;
+constexpr uint32_t instr_max = 0x7FFF;
+constexpr uint32_t instr_num_max = 1024;
+constexpr uint32_t dup_max = 0xFFF;
+constexpr uint32_t sdt_max = 255;
+
+uint32_t place_check(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t addr, const uint32_t* words) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, me_id, 0, DPP_PPU_ME_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, DPP_PPU_ADDR_MAX);
+  QLIX_COMM_CHECK_POINT(words);
+  return QLIX_COMM_OK;
+}
+
+void command_fill(uint32_t* cmd, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr) {
+  cmd[DPP_FIELD_PPU_CLS_IND_CMD_MEM_ID] = memory;
+  cmd[DPP_FIELD_PPU_CLS_IND_CMD_ME_ID] = me_id;
+  cmd[DPP_FIELD_PPU_CLS_IND_CMD_IND_ADDR] = addr;
+}
+
+void line_print(const char* what, uint32_t addr, const uint32_t* words) {
+  QLIX_COMM_PRINT("%s-0x%05x: 0x%08x 0x%08x 0x%08x 0x%08x\n", what, addr, words[0], words[1], words[2], words[3]);
+}
+
+}  // namespace
+
+uint32_t dpp_ppu_mem_get(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
+                         uint32_t* words) {
+  const uint32_t code = place_check(dev_id, cluster, me_id, addr, words);
+  if (code != QLIX_COMM_OK) {
+    return code;
+  }
+  uint32_t cmd[cmd_fields] = {};
+  command_fill(cmd, memory, me_id, addr);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_read(dev_id, cluster_window, cluster, cmd, words, DPP_PPU_WORDS),
+                         "dpp_ind_read");
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_ppu_mem_set(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
+                         const uint32_t* words) {
+  const uint32_t code = place_check(dev_id, cluster, me_id, addr, words);
+  if (code != QLIX_COMM_OK) {
+    return code;
+  }
+  uint32_t cmd[cmd_fields] = {};
+  command_fill(cmd, memory, me_id, addr);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_write(dev_id, cluster_window, cluster, cmd, words, DPP_PPU_WORDS),
+                         "dpp_ind_write");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_ppu_instr_prt(uint32_t dev_id, uint32_t cluster, uint32_t addr, uint32_t num) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, instr_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, instr_num_max);
+  for (uint32_t at = addr; at - addr < num && at <= instr_max; ++at) {
+    uint32_t words[DPP_PPU_WORDS] = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_get(dev_id, cluster, DPP_PPU_MEM_INSTR, 0, at, words),
+                           "dpp_ppu_mem_get");
+    line_print("instr", at, words);
+  }
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_ppu_dup_tbl_prt(uint32_t dev_id, uint32_t cluster, uint32_t index) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, dup_max);
+  uint32_t words[DPP_PPU_WORDS] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_get(dev_id, cluster, DPP_PPU_MEM_DUP, 0, index, words), "dpp_ppu_mem_get");
+  line_print("dup", index, words);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_ppu_sdt_tbl_prt(uint32_t dev_id, uint32_t cluster, uint32_t index) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, sdt_max);
+  uint32_t words[DPP_PPU_WORDS] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_get(dev_id, cluster, DPP_PPU_MEM_SDT, 0, index, words), "dpp_ppu_mem_get");
+  line_print("sdt", index, words);
+  return QLIX_COMM_OK;
+}
