@@ -20,6 +20,7 @@
 #include "vcard/card.h"
 #include "vcard/models.h"
 #include "wire/driver.h"
+#include "wire/ethtool.h"
 #include "wire/mailbox.h"
 #include "wire/netlink.h"
 #include "wire/tunnel.h"
@@ -63,7 +64,8 @@ class Run {
         mailbox_(card_),
         tunnel_(card_),
         netlink_(card_),
-        driver_(card_, netlink_) {}
+        driver_(card_, netlink_),
+        ethtool_(card_) {}
   /// The card thread calls into the wires: it must have ended before they do.
   ~Run() {
     card_.stop();
@@ -88,6 +90,7 @@ class Run {
   Tunnel tunnel_;
   NetlinkWire netlink_;
   DriverWire driver_;
+  EthtoolWire ethtool_;
   Command command_;
   int status_ = exit_failure;
 };
@@ -149,6 +152,9 @@ void Run::call_handle() {
   switch (call.kind()) {
     case TrappedCall::Kind::driver_ioctl:
       driver_.handle(call);
+      break;
+    case TrappedCall::Kind::ethtool_ioctl:
+      ethtool_.handle(call);
       break;
     case TrappedCall::Kind::netlink_socket:
       netlink_.open_socket(call);

@@ -4,6 +4,7 @@
 #include "general.h"
 #include "info/info.h"
 #include "kxtool/commands.h"
+#include "port/port.h"
 
 namespace {
 
@@ -37,7 +38,7 @@ constexpr kxtool_option kxtool_option_table[KXTOOL_OPTION_NUM] = {
     {"einj", DEVICE, NIC, nullptr, nullptr},
     {"rm_ras_log", DEVICE, NIC, nullptr, nullptr},
     {"shell", DEVICE, NIC, nullptr, USAGE_SHELL},
-    {"link", DEVICE, NIC, nullptr, USAGE_LINK},
+    {"link", DEVICE, NIC, kxtool_link, USAGE_LINK},
     {"prt_rv_bb", NO_DEVICE, NIC, nullptr, nullptr},
     {"show_os_status", NO_DEVICE, NIC, nullptr, USAGE_SHOW_OS_STATUS},
     {"flash", DEVICE, NIC, nullptr, USAGE_FLASH},
@@ -50,7 +51,7 @@ constexpr kxtool_option kxtool_option_table[KXTOOL_OPTION_NUM] = {
     {"hw_test", DEVICE, NIC, nullptr, USAGE_HW_TEST},
     {"pkt_capture", DEVICE, NIC, nullptr, USAGE_PKT_CAPTURE},
     {"mcode", DEVICE, NIC, nullptr, USAGE_MCODE},
-    {"dump_eth_info", NO_DEVICE, NIC, nullptr, USAGE_DUMP_ETH_INFO},
+    {"dump_eth_info", NO_DEVICE, NIC, kxtool_dump_eth_info, USAGE_DUMP_ETH_INFO},
     {"set_vf_mac", DEVICE, NIC, nullptr, USAGE_SET_VF_MAC},
     {"sw_stat", DEVICE, NIC, nullptr, USAGE_SW_STAT},
 };

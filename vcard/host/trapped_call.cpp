@@ -46,13 +46,14 @@ int call_filter_install() {
   // Jump distances count instructions to skip: (if equal, if not).
   const struct sock_filter code[] = {
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(struct seccomp_data, arch)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, native_architecture, 0, 12),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, native_architecture, 0, 13),
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(struct seccomp_data, nr)),
       BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_ioctl, 2, 0),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_socket, 3, 0),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_bind, 6, 8),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_socket, 4, 0),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_bind, 7, 9),
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, data_offset(1)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, driver_ioctl_request, 7, 6),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, driver_ioctl_request, 8, 0),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, ethtool_ioctl_request, 7, 6),
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, data_offset(0)),
       BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AF_NETLINK, 0, 4),
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, data_offset(2)),
@@ -75,7 +76,7 @@ bool TrappedCall::receive(int listener) {
 TrappedCall::Kind TrappedCall::kind() const {
   switch (notification_.data.nr) {
     case __NR_ioctl:
-      return Kind::driver_ioctl;
+      return static_cast<uint32_t>(argument(1)) == ethtool_ioctl_request ? Kind::ethtool_ioctl : Kind::driver_ioctl;
     case __NR_socket:
       return Kind::netlink_socket;
     default:

@@ -1,6 +1,7 @@
 // System calls of the command and its descendants that the virtual card answers in the kernel's place.
 //
-// A seccomp filter hands over three calls: ioctl 0x89fd, a generic netlink socket, and bind with a netlink address.
+// A seccomp filter hands over four calls: ioctl 0x89fd, ioctl 0x8946, a generic netlink socket, and bind with a netlink
+// address.
 // While a call is with the card, its thread waits in the kernel; its memory is read and written through
 // process_vm_readv and process_vm_writev, always checked against a thread that died meanwhile and a number that was
 // given out anew.
@@ -18,13 +19,14 @@
 namespace vcard {
 
 inline constexpr uint32_t driver_ioctl_request = 0x89fd;
+inline constexpr uint32_t ethtool_ioctl_request = 0x8946;
 
 /// Installs the filter for the calling process and returns its listener, or -1 with errno. Needs PR_SET_NO_NEW_PRIVS.
 int call_filter_install();
 
 class TrappedCall {
  public:
-  enum class Kind : uint8_t { driver_ioctl, netlink_socket, netlink_bind };
+  enum class Kind : uint8_t { driver_ioctl, ethtool_ioctl, netlink_socket, netlink_bind };
 
   /// Takes the next call from `listener`. False when it is gone already.
   bool receive(int listener);
