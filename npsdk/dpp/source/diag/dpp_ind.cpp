@@ -11,6 +11,8 @@ namespace {
 constexpr uint32_t poll_max = 1000;
 constexpr useconds_t poll_wait_us = 100;
 constexpr uint32_t polls_at_once = 10;  // most commands finish at once
+constexpr uint32_t done_bit = 1;
+constexpr uint32_t dead_card = 0xFFFFFFFF;  // a card that does not answer
 
 // The instance of a window register that belongs to a unit.
 uint32_t word_write(uint32_t dev_id, uint32_t reg_no, uint32_t unit, uint32_t word, uint32_t value) {
@@ -25,9 +27,12 @@ uint32_t word_read(uint32_t dev_id, uint32_t reg_no, uint32_t unit, uint32_t wor
 
 uint32_t done_wait(uint32_t dev_id, const dpp_ind_window& window, uint32_t unit) {
   for (uint32_t poll = 0; poll < poll_max; ++poll) {
-    uint32_t status[DPP_REG_FIELD_MAX] = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, window.status_reg, 0, unit, status), "dpp_reg_read");
-    if (status[0] == 1) {
+    uint32_t status = 0;
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read32(dev_id, window.status_reg, 0, unit, &status), "dpp_reg_read32");
+    if (status == dead_card) {
+      return DPP_RC_IND_TIMEOUT;
+    }
+    if ((status & done_bit) != 0) {
       return QLIX_COMM_OK;
     }
     if (poll >= polls_at_once) {
