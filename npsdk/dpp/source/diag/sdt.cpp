@@ -1,0 +1,216 @@
+// Table numbers: their records and the entries of their tables, on the screen and from the command line.
+#include <algorithm>
+
+#include "dpp_chip/dpp_dev.h"
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_diag/dpp_etcam.h"
+#include "dpp_diag/dpp_sdt.h"
+#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "qlix_comm/check.h"
+#include "se_print.h"
+
+namespace {
+
+constexpr uint32_t sdt_max = DPP_SDT_NUM - 1;
+constexpr uint32_t every_type = UINT32_MAX;
+constexpr uint32_t width_max = 3;
+constexpr uint32_t data_arg_words = 10;
+constexpr uint32_t hash_tables = 32;
+constexpr uint32_t tables_in_family = 8;  // route areas of each address family
+
+void record_print(uint32_t sdt_no, uint64_t record) {
+  const uint32_t type = dpp_sdt_type_of(record);
+  QLIX_COMM_PRINT("sdt %u: %s, 0x%08x 0x%08x\n", sdt_no, dpp_sdt_type_name(type), static_cast<uint32_t>(record >> 32),
+                  static_cast<uint32_t>(record));
+  uint32_t place = 0;
+  for (const dpp_sdt_field& field : dpp_sdt_fields(type)) {
+    QLIX_COMM_PRINT("%-40s: 0x%08x\n", field.name, dpp_sdt_field_get(record, place++));
+  }
+}
+
+uint32_t records_print(uint32_t dev_id, uint32_t type) {
+  uint32_t num = 0;
+  for (uint32_t sdt_no = 0; sdt_no < DPP_SDT_NUM; ++sdt_no) {
+    uint64_t record = 0;
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
+    const bool wanted = type == every_type ? dpp_sdt_type_of(record) != DPP_SDT_NONE : dpp_sdt_type_of(record) == type;
+    if (wanted) {
+      record_print(sdt_no, record);
+      ++num;
+    }
+  }
+  QLIX_COMM_PRINT("%u of %u table numbers\n", num, DPP_SDT_NUM);
+  return QLIX_COMM_OK;
+}
+
+/// Lines that a table's entries take, as a first line and a number of lines.
+struct line_range {
+  uint64_t first;
+  uint64_t num;
+};
+
+line_range eram_lines(uint64_t record) {
+  constexpr uint32_t line_entries[] = {128, 4, 2, 1};
+  const uint32_t in_line = line_entries[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
+  const uint64_t depth = dpp_sdt_field_get(record, DPP_SDT_ERAM_F_DEPTH);
+  return {dpp_sdt_field_get(record, DPP_SDT_ERAM_F_BASE), (depth + in_line - 1) / in_line};
+}
+
+line_range ddr_lines(uint64_t record) {
+  return {uint64_t{dpp_sdt_field_get(record, DPP_SDT_DDR_F_BASE)} * DPP_SE_DDR_UNIT_LINES,
+          uint64_t{dpp_sdt_field_get(record, DPP_SDT_DDR_F_DEPTH)} << dpp_sdt_field_get(record, DPP_SDT_DDR_F_WIDTH)};
+}
+
+// Where a table is: a memory table covers the line, the others have that number.
+bool stands_at(uint64_t record, uint32_t type, uint32_t place) {
+  switch (type) {
+    case DPP_SDT_ERAM:
+    case DPP_SDT_DDR: {
+      const line_range lines = type == DPP_SDT_ERAM ? eram_lines(record) : ddr_lines(record);
+      return place >= lines.first && place - lines.first < lines.num;
+    }
+    case DPP_SDT_HASH:
+      return place == dpp_sdt_field_get(record, DPP_SDT_HASH_F_ID) * hash_tables +
+                          dpp_sdt_field_get(record, DPP_SDT_HASH_F_TABLE);
+    case DPP_SDT_LPM:
+      return place == dpp_sdt_field_get(record, DPP_SDT_LPM_F_V46) * tables_in_family +
+                          dpp_sdt_field_get(record, DPP_SDT_LPM_F_AREA);
+    default:
+      return place == dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_TABLE);
+  }
+}
+
+uint32_t entries_print(uint32_t dev_id, uint32_t sdt_no, uint32_t type, uint32_t index, uint32_t num) {
+  uint64_t record = 0;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
+  if (dpp_sdt_type_of(record) != type) {
+    QLIX_COMM_PRINT("sdt %u is of type %s\n", sdt_no, dpp_sdt_type_name(dpp_sdt_type_of(record)));
+    return QLIX_COMM_OK;
+  }
+  for (uint32_t i = 0; i < num; ++i) {
+    dpp_sdt_entry entry;
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_entry_get(dev_id, record, index + i, &entry), "dpp_sdt_entry_get");
+    se_words_print("entry", index + i, entry.words, entry.word_num);
+  }
+  return QLIX_COMM_OK;
+}
+
+}  // namespace
+
+uint32_t diag_dpp_se_sdt_tbl_prt(uint32_t dev_id, uint32_t sdt_no) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
+  uint64_t record = 0;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
+  record_print(sdt_no, record);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_sdt_tbl_prt_all(uint32_t dev_id) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, records_print(dev_id, every_type), "records_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_sdt_tbl_prt_type(uint32_t dev_id, uint32_t table_type) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table_type, DPP_SDT_ERAM, DPP_SDT_TYPE_MAX);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, records_print(dev_id, table_type), "records_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_sdt_info_srh(uint32_t dev_id, uint32_t table_type, uint32_t place) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table_type, DPP_SDT_ERAM, DPP_SDT_TYPE_MAX);
+  uint32_t num = 0;
+  for (uint32_t sdt_no = 0; sdt_no < DPP_SDT_NUM; ++sdt_no) {
+    uint64_t record = 0;
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
+    if (dpp_sdt_type_of(record) == table_type && stands_at(record, table_type, place)) {
+      record_print(sdt_no, record);
+      ++num;
+    }
+  }
+  QLIX_COMM_PRINT("%u tables of type %s at 0x%x\n", num, dpp_sdt_type_name(table_type), place);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_eram_dir_rd_more(uint32_t dev_id, uint32_t sdt_no, uint32_t index, uint32_t num) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entries_print(dev_id, sdt_no, DPP_SDT_ERAM, index, num), "entries_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_ddr_dir_rd_more(uint32_t dev_id, uint32_t sdt_no, uint32_t index, uint32_t num) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entries_print(dev_id, sdt_no, DPP_SDT_DDR, index, num), "entries_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_sdt_tbl_wr(uint32_t dev_id, uint32_t sdt_no, uint32_t data_h, uint32_t data_l) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_set(dev_id, sdt_no, uint64_t{data_h} << 32 | data_l), "dpp_sdt_tbl_set");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_eram_sdt_tbl_wr(uint32_t dev_id, uint32_t sdt_no, uint32_t eram_mode, uint32_t eram_base_addr,
+                                     uint32_t eram_table_depth) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, eram_mode, 0, DPP_SDT_ERAM_128);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, eram_base_addr, 0, DPP_SE_ERAM_LINES - 1);
+  const uint32_t values[] = {eram_mode, eram_base_addr, eram_table_depth};
+  uint64_t record = 0;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_pack(DPP_SDT_ERAM, values, &record), "dpp_sdt_pack");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_set(dev_id, sdt_no, record), "dpp_sdt_tbl_set");
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_sdt_eram_ddr_table_add(uint32_t dev_id, uint32_t sdt_no, uint32_t table_type, uint32_t width,
+                                    uint32_t base, uint32_t depth) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table_type, DPP_SDT_ERAM, DPP_SDT_DDR);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, width, 0, table_type == DPP_SDT_ERAM ? width_max : DPP_SE_DDR_MODE_MAX);
+  const uint32_t values[] = {width, base, depth};
+  uint64_t record = 0;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_pack(table_type, values, &record), "dpp_sdt_pack");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_set(dev_id, sdt_no, record), "dpp_sdt_tbl_set");
+  record_print(sdt_no, record);
+  return QLIX_COMM_OK;
+}
+
+// The words wait in registers of the chip, so the two steps may be two runs of the tool.
+uint32_t dpp_sdt_table_data_pre(uint32_t dev_id, uint32_t first_word, uint32_t word0, uint32_t word1, uint32_t word2,
+                                uint32_t word3, uint32_t word4, uint32_t word5, uint32_t word6, uint32_t word7,
+                                uint32_t word8, uint32_t word9) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, first_word, 0, DPP_SDT_ENTRY_WORDS - 1);
+  const uint32_t words[data_arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
+  const uint32_t end = std::min(first_word + data_arg_words, DPP_SDT_ENTRY_WORDS);
+  for (uint32_t i = first_word; i < end; ++i) {
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write32_bymn(dev_id, DPP_REG_SE_SDT_TBL_DATA, 0, i, words[i - first_word]),
+                           "dpp_reg_write32_bymn");
+  }
+  QLIX_COMM_PRINT("words %u to %u wait for dpp_sdt_table_data_write\n", first_word, end - 1);
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_sdt_table_data_write(uint32_t dev_id, uint32_t sdt_no, uint32_t index) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
+  uint64_t record = 0;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
+  dpp_sdt_entry entry = {};
+  for (uint32_t i = 0; i < DPP_SDT_ENTRY_WORDS; ++i) {
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read32(dev_id, DPP_REG_SE_SDT_TBL_DATA, 0, i, &entry.words[i]),
+                           "dpp_reg_read32");
+  }
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_entry_set(dev_id, record, index, &entry), "dpp_sdt_entry_set");
+  return QLIX_COMM_OK;
+}

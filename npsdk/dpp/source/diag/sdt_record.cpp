@@ -1,0 +1,225 @@
+// Records of table numbers, and the entries of the tables that they describe.
+#include <cstring>
+#include <iterator>
+
+#include "dpp_diag/dpp_etcam.h"
+#include "dpp_diag/dpp_sdt.h"
+#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "qlix_comm/check.h"
+
+namespace {
+
+constexpr uint32_t type_shift = 61;
+
+constexpr dpp_sdt_field eram_fields[] = {
+    {"eram_mode", 60, 2}, {"eram_base_addr", 58, 19}, {"eram_table_depth", 39, 27}};
+constexpr dpp_sdt_field ddr_fields[] = {
+    {"ddr_width_mode", 60, 2}, {"ddr_base_addr", 58, 20}, {"ddr_table_depth", 38, 28}};
+constexpr dpp_sdt_field hash_fields[] = {
+    {"hash_id", 60, 2}, {"hash_table_id", 58, 5}, {"key_len", 53, 6}, {"rsp_mode", 47, 2}};
+constexpr dpp_sdt_field lpm_fields[] = {{"v46_flag", 60, 1}, {"lpm_area", 59, 3}};
+constexpr dpp_sdt_field etcam_fields[] = {{"etcam_table_id", 60, 3}, {"etcam_key_mode", 57, 2},
+                                          {"as_en", 55, 1},          {"as_rsp_mode", 54, 2},
+                                          {"as_eram_baddr", 52, 19}, {"etcam_table_depth", 33, 16}};
+
+struct type_row {
+  const char* name;
+  std::span<const dpp_sdt_field> fields;
+};
+constexpr type_row types[] = {{"none", {}},          {"eRAM", eram_fields}, {"DDR", ddr_fields},
+                              {"hash", hash_fields}, {"LPM", lpm_fields},   {"eTCAM", etcam_fields}};
+static_assert(std::size(types) == DPP_SDT_TYPE_MAX + 1);
+
+/// Mode of the eRAM window for each width of an eRAM table.
+constexpr uint32_t eram_window_mode[] = {DPP_SE_ERAM_1, DPP_SE_ERAM_32, DPP_SE_ERAM_64, DPP_SE_ERAM_128};
+
+uint64_t field_mask(const dpp_sdt_field& field) {
+  return (uint64_t{1} << field.len) - 1;
+}
+
+/// The place of an entry behind its window, from the base in lines.
+uint64_t eram_addr(uint64_t record, uint32_t mode, uint32_t index) {
+  return uint64_t{dpp_sdt_field_get(record, DPP_SDT_ERAM_F_BASE)} * dpp_se_eram_line_entries(mode) + index;
+}
+
+uint64_t ddr_addr(uint64_t record, uint32_t mode, uint32_t index) {
+  return (uint64_t{dpp_sdt_field_get(record, DPP_SDT_DDR_F_BASE)} * DPP_SE_DDR_UNIT_LINES >> mode) + index;
+}
+
+/// Past the end of the memory there is nothing: no window address wraps to another table.
+uint32_t window_addr(uint64_t addr) {
+  return addr > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(addr);
+}
+
+uint32_t depth_of(uint64_t record) {
+  switch (dpp_sdt_type_of(record)) {
+    case DPP_SDT_ERAM:
+      return dpp_sdt_field_get(record, DPP_SDT_ERAM_F_DEPTH);
+    case DPP_SDT_DDR:
+      return dpp_sdt_field_get(record, DPP_SDT_DDR_F_DEPTH);
+    case DPP_SDT_ETCAM:
+      return dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_DEPTH);
+    default:
+      return 0;
+  }
+}
+
+uint32_t entry_check(uint32_t dev_id, uint64_t record, uint32_t index, const dpp_sdt_entry* entry) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_POINT(entry);
+  const uint32_t depth = depth_of(record);
+  if (depth == 0) {
+    QLIX_COMM_TRACE_ERROR("%s: a table of type %s and depth 0 has no numbered entries\n", __func__,
+                          dpp_sdt_type_name(dpp_sdt_type_of(record)));
+    return QLIX_COMM_OUT_OF_RANGE;
+  }
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, depth - 1);
+  return QLIX_COMM_OK;
+}
+
+uint32_t etcam_get(uint32_t dev_id, uint64_t record, uint32_t index, dpp_sdt_entry* entry) {
+  dpp_etcam_place place;
+  QLIX_COMM_CHECK_DEV_RC(dev_id,
+                         dpp_etcam_place_get(dev_id, dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_TABLE), index, &place),
+                         "dpp_etcam_place_get");
+  dpp_se_etcam_row row = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_etcam_row_read(dev_id, place.block, place.row, &row), "dpp_se_etcam_row_read");
+  const uint32_t first = place.first_part * DPP_SE_ETCAM_PART_BYTES;
+  const uint32_t bytes = place.part_num * DPP_SE_ETCAM_PART_BYTES;
+  for (uint32_t i = 0; i < bytes; ++i) {
+    entry->words[i / 4] |= uint32_t{row.data[first + i]} << (24 - 8 * (i % 4));
+    entry->words[DPP_SDT_MASK_WORD + i / 4] |= uint32_t{row.mask[first + i]} << (24 - 8 * (i % 4));
+  }
+  entry->word_num = (bytes + 3) / 4;
+  const uint32_t parts = dpp_etcam_place_parts(place);
+  entry->valid = (row.valid & parts) == parts ? 1 : 0;
+  return QLIX_COMM_OK;
+}
+
+// The other entries of the row keep their valid bits.
+uint32_t etcam_set(uint32_t dev_id, uint64_t record, uint32_t index, const dpp_sdt_entry* entry) {
+  dpp_etcam_place place;
+  QLIX_COMM_CHECK_DEV_RC(dev_id,
+                         dpp_etcam_place_get(dev_id, dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_TABLE), index, &place),
+                         "dpp_etcam_place_get");
+  dpp_se_etcam_row row = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_etcam_row_read(dev_id, place.block, place.row, &row), "dpp_se_etcam_row_read");
+  const uint32_t first = place.first_part * DPP_SE_ETCAM_PART_BYTES;
+  const uint32_t bytes = place.part_num * DPP_SE_ETCAM_PART_BYTES;
+  for (uint32_t i = 0; i < bytes; ++i) {
+    row.data[first + i] = static_cast<uint8_t>(entry->words[i / 4] >> (24 - 8 * (i % 4)));
+    row.mask[first + i] = static_cast<uint8_t>(entry->words[DPP_SDT_MASK_WORD + i / 4] >> (24 - 8 * (i % 4)));
+  }
+  const uint32_t parts = dpp_etcam_place_parts(place);
+  row.valid |= parts;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_etcam_row_write(dev_id, place.block, place.row, parts, &row),
+                         "dpp_se_etcam_row_write");
+  return QLIX_COMM_OK;
+}
+
+}  // namespace
+
+const char* dpp_sdt_type_name(uint32_t type) {
+  return type <= DPP_SDT_TYPE_MAX ? types[type].name : "unknown";
+}
+
+std::span<const dpp_sdt_field> dpp_sdt_fields(uint32_t type) {
+  return type <= DPP_SDT_TYPE_MAX ? types[type].fields : std::span<const dpp_sdt_field>();
+}
+
+uint32_t dpp_sdt_type_of(uint64_t record) {
+  return static_cast<uint32_t>(record >> type_shift);
+}
+
+uint32_t dpp_sdt_field_get(uint64_t record, uint32_t field) {
+  const dpp_sdt_field& info = dpp_sdt_fields(dpp_sdt_type_of(record))[field];
+  return static_cast<uint32_t>(record >> (info.msb + 1 - info.len) & field_mask(info));
+}
+
+uint32_t dpp_sdt_pack(uint32_t type, std::span<const uint32_t> values, uint64_t* record) {
+  QLIX_COMM_CHECK_INDEX(type, 0, DPP_SDT_TYPE_MAX);
+  QLIX_COMM_CHECK_POINT(record);
+  const std::span<const dpp_sdt_field> fields = dpp_sdt_fields(type);
+  const uint32_t num = static_cast<uint32_t>(fields.size());
+  QLIX_COMM_CHECK_INDEX(static_cast<uint32_t>(values.size()), num, num);
+  uint64_t packed = uint64_t{type} << type_shift;
+  for (uint32_t i = 0; i < num; ++i) {
+    QLIX_COMM_CHECK_INDEX(values[i], 0, static_cast<uint32_t>(field_mask(fields[i])));
+    packed |= uint64_t{values[i]} << (fields[i].msb + 1 - fields[i].len);
+  }
+  *record = packed;
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_sdt_tbl_get(uint32_t dev_id, uint32_t sdt_no, uint64_t* record) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, DPP_SDT_NUM - 1);
+  QLIX_COMM_CHECK_POINT(record);
+  uint32_t halves[2] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_SE_SDT_TBL, 0, sdt_no, halves), "dpp_reg_read");
+  *record = uint64_t{halves[0]} << 32 | halves[1];
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_sdt_tbl_set(uint32_t dev_id, uint32_t sdt_no, uint64_t record) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, DPP_SDT_NUM - 1);
+  const uint32_t halves[2] = {static_cast<uint32_t>(record >> 32), static_cast<uint32_t>(record)};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_SE_SDT_TBL, 0, sdt_no, halves), "dpp_reg_write");
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_sdt_entry_get(uint32_t dev_id, uint64_t record, uint32_t index, dpp_sdt_entry* entry) {
+  const uint32_t code = entry_check(dev_id, record, index, entry);
+  if (code != QLIX_COMM_OK) {
+    return code;
+  }
+  *entry = {};
+  switch (dpp_sdt_type_of(record)) {
+    case DPP_SDT_ERAM: {
+      const uint32_t mode = eram_window_mode[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
+      entry->word_num = dpp_se_eram_entry_words(mode);
+      QLIX_COMM_CHECK_DEV_RC(
+          dev_id, dpp_se_smmu0_ind_read(dev_id, window_addr(eram_addr(record, mode, index)), mode, 0, entry->words),
+          "dpp_se_smmu0_ind_read");
+      return QLIX_COMM_OK;
+    }
+    case DPP_SDT_DDR: {
+      const uint32_t mode = dpp_sdt_field_get(record, DPP_SDT_DDR_F_WIDTH);
+      entry->word_num = 4u << mode;
+      QLIX_COMM_CHECK_DEV_RC(
+          dev_id, dpp_se_smmu1_ind_read(dev_id, window_addr(ddr_addr(record, mode, index)), mode, entry->words),
+          "dpp_se_smmu1_ind_read");
+      return QLIX_COMM_OK;
+    }
+    default:
+      return etcam_get(dev_id, record, index, entry);
+  }
+}
+
+uint32_t dpp_sdt_entry_set(uint32_t dev_id, uint64_t record, uint32_t index, const dpp_sdt_entry* entry) {
+  const uint32_t code = entry_check(dev_id, record, index, entry);
+  if (code != QLIX_COMM_OK) {
+    return code;
+  }
+  switch (dpp_sdt_type_of(record)) {
+    case DPP_SDT_ERAM: {
+      const uint32_t mode = eram_window_mode[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
+      QLIX_COMM_CHECK_DEV_RC(
+          dev_id, dpp_se_smmu0_ind_write(dev_id, window_addr(eram_addr(record, mode, index)), mode, 1, entry->words),
+          "dpp_se_smmu0_ind_write");
+      return QLIX_COMM_OK;
+    }
+    case DPP_SDT_DDR: {
+      const uint32_t mode = dpp_sdt_field_get(record, DPP_SDT_DDR_F_WIDTH);
+      QLIX_COMM_CHECK_DEV_RC(
+          dev_id, dpp_se_smmu1_ind_write(dev_id, window_addr(ddr_addr(record, mode, index)), mode, entry->words),
+          "dpp_se_smmu1_ind_write");
+      return QLIX_COMM_OK;
+    }
+    default:
+      return etcam_set(dev_id, record, index, entry);
+  }
+}

@@ -1,0 +1,194 @@
+// Lines of hash and route memory: reads, writes in two steps, and the check of a zgroup.
+#include <algorithm>
+#include <cstring>
+
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_access.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_print.h"
+#include "qlix_comm/check.h"
+#include "se_print.h"
+
+namespace {
+
+constexpr uint32_t addr_max = 0x1FFFF;  // bit 16 registers, below it zgroup, zblock, zcell and line
+constexpr uint32_t quarter_shift = 17;
+constexpr uint32_t arg_words = 10;
+
+/// Lines that differ in one address bit each: a line that answers in place of another shows.
+constexpr uint32_t check_lines[] = {0, 1, 2, 4, 8, 16, 32, 64, 128, 256, DPP_SE_ZCELL_LINES - 1};
+constexpr uint32_t check_line_num = sizeof check_lines / sizeof check_lines[0];
+
+struct zblock_lines {
+  uint32_t words[DPP_SE_ZCELL_IN_BLOCK][check_line_num][DPP_SE_ZCELL_WORDS];
+};
+
+uint32_t lines_read(uint32_t dev_id, uint32_t zblock, zblock_lines& lines) {
+  for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK; ++cell) {
+    for (uint32_t i = 0; i < check_line_num; ++i) {
+      QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_zcell_read(dev_id, zblock, cell, check_lines[i], lines.words[cell][i]),
+                             "dpp_se_zcell_read");
+    }
+  }
+  return QLIX_COMM_OK;
+}
+
+uint32_t lines_write(uint32_t dev_id, uint32_t zblock, const zblock_lines& lines) {
+  for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK; ++cell) {
+    for (uint32_t i = 0; i < check_line_num; ++i) {
+      QLIX_COMM_CHECK_DEV_RC(
+          dev_id, dpp_se_zcell_write(dev_id, zblock, cell, check_lines[i], DPP_SE_QUARTER_ALL, lines.words[cell][i]),
+          "dpp_se_zcell_write");
+    }
+  }
+  return QLIX_COMM_OK;
+}
+
+// Every word of every line differs from all others and, between the two rounds, in every bit. No quarter has the valid
+// bit of an entry, so that the chip finds nothing in it.
+void pattern_fill(uint32_t zblock, uint32_t round, zblock_lines& lines) {
+  constexpr uint32_t words_in_quarter = 4;
+  constexpr uint32_t valid_bit = 1u << 31;
+  for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK; ++cell) {
+    for (uint32_t i = 0; i < check_line_num; ++i) {
+      for (uint32_t word = 0; word < DPP_SE_ZCELL_WORDS; ++word) {
+        const uint32_t value = 0x2A000000u | zblock << 18 | cell << 16 | check_lines[i] << 5 | word;
+        const uint32_t turned = round == 0 ? value : ~value;
+        lines.words[cell][i][word] = word % words_in_quarter == 0 ? turned & ~valid_bit : turned;
+      }
+    }
+  }
+}
+
+uint32_t differing_lines(const zblock_lines& a, const zblock_lines& b) {
+  uint32_t num = 0;
+  for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK; ++cell) {
+    for (uint32_t i = 0; i < check_line_num; ++i) {
+      num += memcmp(a.words[cell][i], b.words[cell][i], sizeof a.words[cell][i]) != 0 ? 1 : 0;
+    }
+  }
+  return num;
+}
+
+uint32_t patterns_check(uint32_t dev_id, uint32_t zblock, uint32_t* bad) {
+  for (const uint32_t round : {0u, 1u}) {
+    zblock_lines pattern;
+    zblock_lines back;
+    pattern_fill(zblock, round, pattern);
+    QLIX_COMM_CHECK_DEV_RC(dev_id, lines_write(dev_id, zblock, pattern), "lines_write");
+    QLIX_COMM_CHECK_DEV_RC(dev_id, lines_read(dev_id, zblock, back), "lines_read");
+    *bad += differing_lines(pattern, back);
+  }
+  return QLIX_COMM_OK;
+}
+
+// What stood in the lines goes back whatever the check found.
+uint32_t zblock_check(uint32_t dev_id, uint32_t zblock, bool writes, uint32_t* bad) {
+  zblock_lines before;
+  zblock_lines after;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, lines_read(dev_id, zblock, before), "lines_read");
+  if (writes) {
+    const uint32_t code = patterns_check(dev_id, zblock, bad);
+    QLIX_COMM_CHECK_DEV_RC(dev_id, lines_write(dev_id, zblock, before), "lines_write");
+    QLIX_COMM_CHECK_DEV_RC(dev_id, code, "patterns_check");
+  }
+  QLIX_COMM_CHECK_DEV_RC(dev_id, lines_read(dev_id, zblock, after), "lines_read");
+  *bad += differing_lines(before, after);
+  return QLIX_COMM_OK;
+}
+
+uint32_t zgroup_check(uint32_t dev_id, uint32_t zgroup, bool writes) {
+  uint32_t bad_blocks = 0;
+  for (uint32_t number = 0; number < DPP_SE_ZBLOCK_IN_GROUP; ++number) {
+    const uint32_t zblock = zgroup * DPP_SE_ZBLOCK_IN_GROUP + number;
+    uint32_t bad = 0;
+    QLIX_COMM_CHECK_DEV_RC(dev_id, zblock_check(dev_id, zblock, writes, &bad), "zblock_check");
+    uint32_t ecc[DPP_REG_FIELD_MAX] = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_ZBLOCK_MPR_ECC, zgroup, number, ecc), "dpp_reg_read");
+    const uint32_t double_bit = ecc[DPP_FIELD_ZBLOCK_MPR_ECC_DBE_CNT];
+    const bool good = bad == 0 && double_bit == 0;
+    bad_blocks += good ? 0 : 1;
+    QLIX_COMM_PRINT("zblock %02u: %s, %u of %u lines differ, single-bit errors %u, double-bit errors %u\n", zblock,
+                    good ? "OK" : "ERROR", bad, DPP_SE_ZCELL_IN_BLOCK * check_line_num,
+                    ecc[DPP_FIELD_ZBLOCK_MPR_ECC_SBE_CNT], double_bit);
+  }
+  QLIX_COMM_PRINT("zgroup %u: %u zblocks, %u errors: %s\n", zgroup, DPP_SE_ZBLOCK_IN_GROUP, bad_blocks,
+                  bad_blocks == 0 ? "HEALTHY" : "NOT HEALTHY");
+  return QLIX_COMM_OK;
+}
+
+}  // namespace
+
+uint32_t diag_dpp_se_zgroup_check_rd_only(uint32_t dev_id, uint32_t zgroup) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zgroup, 0, DPP_SE_ZGROUP_NUM - 1);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, zgroup_check(dev_id, zgroup, false), "zgroup_check");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_zgroup_check(uint32_t dev_id, uint32_t zgroup) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zgroup, 0, DPP_SE_ZGROUP_NUM - 1);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, zgroup_check(dev_id, zgroup, true), "zgroup_check");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_alg_read512(uint32_t dev_id, uint32_t addr) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, addr_max);
+  uint32_t words[DPP_SE_ZCELL_WORDS] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_alg_read(dev_id, addr, words), "dpp_se_alg_read");
+  se_words_print("alg", addr, words, DPP_SE_ZCELL_WORDS);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_alg_read_zblock(uint32_t dev_id, uint32_t zblock) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zblock, 0, DPP_SE_ZBLOCK_NUM - 1);
+  constexpr uint32_t registers[] = {DPP_REG_ZBLOCK_SERVICE_CONFIGURE, DPP_REG_ZBLOCK_HASH_ZCELL_MONO,
+                                    DPP_REG_ZBLOCK_HASH_ARG, DPP_REG_ZBLOCK_MPR_ECC, DPP_REG_ZBLOCK_ZREG};
+  QLIX_COMM_PRINT("zblock %u\n", zblock);
+  for (const uint32_t reg_no : registers) {
+    QLIX_COMM_CHECK_DEV_RC(
+        dev_id, dpp_reg_fields_print(dev_id, reg_no, zblock / DPP_SE_ZBLOCK_IN_GROUP, zblock % DPP_SE_ZBLOCK_IN_GROUP),
+        "dpp_reg_fields_print");
+  }
+  return QLIX_COMM_OK;
+}
+
+// The words wait in the window's own data registers, so the two steps may be two runs of the tool. Any other access
+// through the window in between replaces them.
+uint32_t diag_dpp_se_alg_write512_pre_ex(uint32_t dev_id, uint32_t first_word, uint32_t word0, uint32_t word1,
+                                         uint32_t word2, uint32_t word3, uint32_t word4, uint32_t word5, uint32_t word6,
+                                         uint32_t word7, uint32_t word8, uint32_t word9) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, first_word, 0, DPP_SE_ZCELL_WORDS - 1);
+  const uint32_t words[arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
+  const uint32_t end = std::min(first_word + arg_words, DPP_SE_ZCELL_WORDS);
+  for (uint32_t i = first_word; i < end; ++i) {
+    // Word 0 stands at the highest address.
+    QLIX_COMM_CHECK_DEV_RC(
+        dev_id,
+        dpp_reg_write32_bymn(dev_id, DPP_REG_SE_ALG_IND_DATA, 0, DPP_SE_ZCELL_WORDS - 1 - i, words[i - first_word]),
+        "dpp_reg_write32_bymn");
+  }
+  QLIX_COMM_PRINT("words %u to %u wait for diag_dpp_se_alg_write512_ex\n", first_word, end - 1);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_alg_write512_ex(uint32_t dev_id, uint32_t addr, uint32_t quarters) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, addr_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, quarters, 0, DPP_SE_QUARTER_ALL);
+  uint32_t words[DPP_SE_ZCELL_WORDS] = {};
+  for (uint32_t i = 0; i < DPP_SE_ZCELL_WORDS; ++i) {
+    QLIX_COMM_CHECK_DEV_RC(dev_id,
+                           dpp_reg_read32(dev_id, DPP_REG_SE_ALG_IND_DATA, 0, DPP_SE_ZCELL_WORDS - 1 - i, &words[i]),
+                           "dpp_reg_read32");
+  }
+  const uint32_t enables = quarters != 0 ? quarters : DPP_SE_QUARTER_ALL;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_alg_write(dev_id, enables << quarter_shift | addr, words), "dpp_se_alg_write");
+  return QLIX_COMM_OK;
+}

@@ -1,0 +1,101 @@
+// Items of hash memory and of spill areas on the screen.
+#include <algorithm>
+#include <limits>
+
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "qlix_comm/check.h"
+#include "se_hash.h"
+#include "se_print.h"
+
+namespace {
+
+constexpr uint32_t head_valid = 0x80;
+constexpr uint32_t width_shift = 5;
+constexpr uint32_t width_mask = 3;
+constexpr uint32_t table_mask = 0x1F;
+
+constexpr uint32_t hash_max = 3;
+constexpr uint32_t bulk_max = 7;
+constexpr uint32_t ddr_item_max = DPP_SE_DDR_LINES / 4 - 1;
+
+}  // namespace
+
+se_entry_view se_entry_at(const uint8_t* item, uint32_t at) {
+  const uint32_t head = item[at];
+  const uint32_t width = SE_QUARTER_BYTES << (head >> width_shift & width_mask);
+  const bool valid = (head & head_valid) != 0 && width <= SE_ITEM_BYTES - at;
+  return {valid ? 1u : 0u, valid ? width : SE_QUARTER_BYTES, item[at + 1], head & table_mask};
+}
+
+uint32_t se_item_search(const uint8_t* item, const se_hash_key& key) {
+  uint32_t at = 0;
+  while (at < SE_ITEM_BYTES) {
+    const se_entry_view entry = se_entry_at(item, at);
+    if (entry.valid != 0 && entry.engine == key.engine && entry.table == key.table &&
+        SE_ENTRY_HEAD_BYTES + key.key_len + key.rst_len <= entry.bytes &&
+        std::equal(key.bytes, key.bytes + key.key_len, item + at + SE_ENTRY_HEAD_BYTES)) {
+      return at;
+    }
+    at += entry.bytes;
+  }
+  return SE_ITEM_BYTES;
+}
+
+void se_item_print(const uint8_t* item) {
+  uint32_t at = 0;
+  while (at < SE_ITEM_BYTES) {
+    const se_entry_view entry = se_entry_at(item, at);
+    const uint32_t quarter = at / SE_QUARTER_BYTES;
+    if (entry.valid == 0) {
+      QLIX_COMM_PRINT("quarter %u: empty\n", quarter);
+    } else {
+      QLIX_COMM_PRINT("quarter %u: hash_id %u, table_id %u, %u bits\n", quarter, entry.engine, entry.table,
+                      8 * entry.bytes);
+      se_bytes_print("  key and result", item + at + SE_ENTRY_HEAD_BYTES, entry.bytes - SE_ENTRY_HEAD_BYTES);
+    }
+    at += entry.bytes;
+  }
+}
+
+uint32_t se_ddr_item_read(uint32_t dev_id, uint32_t base, uint32_t index, uint8_t* item) {
+  const uint64_t first = uint64_t{base} * (DPP_SE_DDR_UNIT_LINES / 4) + index;
+  const uint32_t addr = static_cast<uint32_t>(std::min<uint64_t>(first, std::numeric_limits<uint32_t>::max()));
+  uint32_t words[SE_ITEM_WORDS] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu1_ind_read(dev_id, addr, DPP_SE_DDR_512, words), "dpp_se_smmu1_ind_read");
+  dpp_se_words_to_bytes(words, SE_ITEM_WORDS, item);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_hash_zcam_item_prt(uint32_t dev_id, uint32_t zblock, uint32_t zcell, uint32_t item) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zblock, 0, DPP_SE_ZBLOCK_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zcell, 0, DPP_SE_ZCELL_IN_BLOCK - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, item, 0, DPP_SE_ZCELL_LINES - 1);
+  uint32_t words[SE_ITEM_WORDS] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_zcell_read(dev_id, zblock, zcell, item, words), "dpp_se_zcell_read");
+  uint8_t bytes[SE_ITEM_BYTES];
+  dpp_se_words_to_bytes(words, SE_ITEM_WORDS, bytes);
+  QLIX_COMM_PRINT("zblock %u, zcell %u, item 0x%03x\n", zblock, zcell, item);
+  se_item_print(bytes);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_hash_ddr4_item_prt(uint32_t dev_id, uint32_t hash_id, uint32_t bulk, uint32_t index) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, hash_id, 0, hash_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, bulk, 0, bulk_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, ddr_item_max);
+  uint32_t cfg[DPP_REG_FIELD_MAX] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_SE_HASH_BULK_DDR_CFG, hash_id, bulk, cfg),
+                         "dpp_reg_read");
+  const uint32_t base = cfg[DPP_FIELD_SE_HASH_BULK_DDR_CFG_DDR_BADDR];
+  uint8_t item[SE_ITEM_BYTES];
+  QLIX_COMM_CHECK_DEV_RC(dev_id, se_ddr_item_read(dev_id, base, index, item), "se_ddr_item_read");
+  QLIX_COMM_PRINT("hash_id %u, bulk %u, enabled %u, base 0x%04x, item 0x%x\n", hash_id, bulk,
+                  cfg[DPP_FIELD_SE_HASH_BULK_DDR_CFG_DDR_EN], base, index);
+  se_item_print(item);
+  return QLIX_COMM_OK;
+}

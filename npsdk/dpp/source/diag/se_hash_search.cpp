@@ -1,0 +1,205 @@
+// A key looked up as the chip does: the same checksums, the same places, read one after the other.
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_se/dpp_crc.h"
+#include "dpp_se/dpp_hash.h"
+#include "qlix_comm/check.h"
+#include "se_hash.h"
+#include "se_print.h"
+
+namespace {
+
+constexpr uint32_t hash_max = 3;
+constexpr uint32_t bulk_num = 8;
+constexpr uint32_t key_words = 16;  // key registers of the chip
+constexpr uint32_t key_arg_words = 10;
+constexpr uint32_t key_len_max = SE_ITEM_BYTES - SE_ENTRY_HEAD_BYTES;
+constexpr uint32_t item_mask = DPP_SE_ZCELL_LINES - 1;
+constexpr uint32_t crc16_mask = 0xFFFF;
+
+/// One look-up.
+struct search {
+  uint32_t dev_id;
+  se_hash_key key;
+  uint8_t key_bytes[4 * key_words];
+  uint8_t crc_key[4 * key_words];  // as the checksums see the key
+  bool found;
+};
+
+// Prints a place's outcome behind what its caller has printed.
+void place_judge(search& s, const uint8_t* item) {
+  const uint32_t at = se_item_search(item, s.key);
+  s.found = at != SE_ITEM_BYTES;
+  QLIX_COMM_PRINT(": %s\n", s.found ? "HIT" : "miss");
+  if (s.found) {
+    QLIX_COMM_PRINT("found in quarter %u\n", at / SE_QUARTER_BYTES);
+    se_bytes_print("result", item + at + SE_ENTRY_HEAD_BYTES + s.key.key_len, s.key.rst_len);
+  }
+}
+
+uint32_t ddr_search(search& s) {
+  uint32_t polynomial = 0;
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, DPP_REG_SE_HASH_CRC_POLY, 0, s.key.engine, &polynomial),
+                         "dpp_reg_read");
+  const uint32_t crc = dpp_crc32_calc(s.crc_key, s.key.key_len, polynomial);
+  for (uint32_t bulk = 0; bulk < bulk_num && !s.found; ++bulk) {
+    uint32_t cfg[DPP_REG_FIELD_MAX] = {};
+    QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, DPP_REG_SE_HASH_BULK_DDR_CFG, s.key.engine, bulk, cfg),
+                           "dpp_reg_read");
+    if (cfg[DPP_FIELD_SE_HASH_BULK_DDR_CFG_DDR_EN] == 0) {
+      continue;
+    }
+    const uint32_t index = crc & ((1u << cfg[DPP_FIELD_SE_HASH_BULK_DDR_CFG_DDR_DEPTH]) - 1);
+    uint8_t item[SE_ITEM_BYTES];
+    QLIX_COMM_CHECK_DEV_RC(s.dev_id,
+                           se_ddr_item_read(s.dev_id, cfg[DPP_FIELD_SE_HASH_BULK_DDR_CFG_DDR_BADDR], index, item),
+                           "se_ddr_item_read");
+    QLIX_COMM_PRINT("ddr bulk %u: crc 0x%08x, item 0x%x", bulk, crc, index);
+    place_judge(s, item);
+  }
+  return QLIX_COMM_OK;
+}
+
+/// What the search needs to know of a zblock.
+struct zblock_view {
+  bool mine;                         // it serves this engine
+  uint32_t hash_arg;                 // polynomial
+  bool cell[DPP_SE_ZCELL_IN_BLOCK];  // usable for this table
+};
+
+uint32_t zblock_get(const search& s, uint32_t zblock, zblock_view& view) {
+  const uint32_t group = zblock / DPP_SE_ZBLOCK_IN_GROUP;
+  const uint32_t number = zblock % DPP_SE_ZBLOCK_IN_GROUP;
+  uint32_t service[DPP_REG_FIELD_MAX] = {};
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, DPP_REG_ZBLOCK_SERVICE_CONFIGURE, group, number, service),
+                         "dpp_reg_read");
+  view.mine = service[DPP_FIELD_ZBLOCK_SERVICE_CONFIGURE_ST_EN] == 1 &&
+              service[DPP_FIELD_ZBLOCK_SERVICE_CONFIGURE_SERVICE_SEL] == 0 &&
+              service[DPP_FIELD_ZBLOCK_SERVICE_CONFIGURE_HASH_CHANNEL_SEL] == s.key.engine;
+  if (!view.mine) {
+    return QLIX_COMM_OK;
+  }
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, DPP_REG_ZBLOCK_HASH_ARG, group, number, &view.hash_arg),
+                         "dpp_reg_read");
+  uint32_t mono[DPP_REG_FIELD_MAX] = {};
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, DPP_REG_ZBLOCK_HASH_ZCELL_MONO, group, number, mono),
+                         "dpp_reg_read");
+  // Pairs of fields, zcell 3 first: dedicated to one table, and to which.
+  for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK; ++cell) {
+    const uint32_t* pair = &mono[2 * (DPP_SE_ZCELL_IN_BLOCK - 1 - cell)];
+    view.cell[cell] = pair[0] == 0 || pair[1] == s.key.table;
+  }
+  return QLIX_COMM_OK;
+}
+
+uint32_t zcells_search(search& s, uint32_t zblock, const zblock_view& view) {
+  if (dpp_crc16_get_idx(view.hash_arg) == DPP_CRC16_NO_IDX) {
+    QLIX_COMM_PRINT("zblock %u: left out, it has no polynomial 0x%04x\n", zblock, view.hash_arg);
+    return QLIX_COMM_OK;
+  }
+  const uint32_t crc = dpp_crc16_table_lookup(s.crc_key, s.key.key_len, view.hash_arg) & crc16_mask;
+  for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK && !s.found; ++cell) {
+    if (!view.cell[cell]) {
+      continue;
+    }
+    const uint32_t index = crc >> cell & item_mask;
+    uint32_t words[SE_ITEM_WORDS] = {};
+    QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_se_zcell_read(s.dev_id, zblock, cell, index, words), "dpp_se_zcell_read");
+    uint8_t item[SE_ITEM_BYTES];
+    dpp_se_words_to_bytes(words, SE_ITEM_WORDS, item);
+    QLIX_COMM_PRINT("zblock %u, zcell %u: polynomial 0x%04x, crc 0x%04x, item 0x%03x", zblock, cell, view.hash_arg, crc,
+                    index);
+    place_judge(s, item);
+  }
+  return QLIX_COMM_OK;
+}
+
+uint32_t zreg_search(search& s, uint32_t zblock) {
+  uint32_t words[DPP_REG_FIELD_MAX] = {};
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id,
+                         dpp_reg_read(s.dev_id, DPP_REG_ZBLOCK_ZREG, zblock / DPP_SE_ZBLOCK_IN_GROUP,
+                                      zblock % DPP_SE_ZBLOCK_IN_GROUP, words),
+                         "dpp_reg_read");
+  uint8_t item[SE_ITEM_BYTES];
+  dpp_se_words_to_bytes(words, SE_ITEM_WORDS, item);
+  QLIX_COMM_PRINT("zblock %u, zreg", zblock);
+  place_judge(s, item);
+  return QLIX_COMM_OK;
+}
+
+// All zcells come before the first overflow register.
+uint32_t zblocks_search(search& s) {
+  for (const bool registers : {false, true}) {
+    for (uint32_t zblock = 0; zblock < DPP_SE_ZBLOCK_NUM && !s.found; ++zblock) {
+      zblock_view view = {};
+      QLIX_COMM_CHECK_DEV_RC(s.dev_id, zblock_get(s, zblock, view), "zblock_get");
+      if (!view.mine) {
+        continue;
+      }
+      const uint32_t code = registers ? zreg_search(s, zblock) : zcells_search(s, zblock, view);
+      if (code != QLIX_COMM_OK) {
+        return code;
+      }
+    }
+  }
+  return QLIX_COMM_OK;
+}
+
+uint32_t key_read(uint32_t dev_id, uint8_t* bytes) {
+  uint32_t words[key_words] = {};
+  for (uint32_t i = 0; i < key_words; ++i) {
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read32(dev_id, DPP_REG_SE_HASH_KEY_DATA, 0, i, &words[i]), "dpp_reg_read32");
+  }
+  dpp_se_words_to_bytes(words, key_words, bytes);
+  return QLIX_COMM_OK;
+}
+
+}  // namespace
+
+uint32_t diag_dpp_se_hash_key_data(uint32_t dev_id, uint32_t first_word, uint32_t word0, uint32_t word1, uint32_t word2,
+                                   uint32_t word3, uint32_t word4, uint32_t word5, uint32_t word6, uint32_t word7,
+                                   uint32_t word8, uint32_t word9) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, first_word, 0, key_words - 1);
+  const uint32_t words[key_arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
+  for (uint32_t i = 0; i < key_arg_words && first_word + i < key_words; ++i) {
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write32_bymn(dev_id, DPP_REG_SE_HASH_KEY_DATA, 0, first_word + i, words[i]),
+                           "dpp_reg_write32_bymn");
+  }
+  uint8_t bytes[4 * key_words] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, key_read(dev_id, bytes), "key_read");
+  se_bytes_print("key", bytes, sizeof bytes);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_hash_search(uint32_t dev_id, uint32_t hash_id, uint32_t table_id, uint32_t key_len,
+                                 uint32_t rst_len) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, hash_id, 0, hash_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table_id, 0, DPP_HASH_TABLE_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, key_len, 0, key_len_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, rst_len, 0, key_len_max);
+  uint32_t cfg[DPP_REG_FIELD_MAX] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_SE_HASH_TBL_CFG, hash_id, table_id, cfg), "dpp_reg_read");
+  search s = {};
+  s.dev_id = dev_id;
+  s.key = {hash_id, table_id, s.key_bytes, key_len != 0 ? key_len : cfg[DPP_FIELD_SE_HASH_TBL_CFG_KEY_LEN],
+           rst_len != 0 ? rst_len : 4u << cfg[DPP_FIELD_SE_HASH_TBL_CFG_RSP_MODE]};
+  // A table that was never set up has a key length of 0.
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, s.key.key_len, 1, key_len_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, s.key.rst_len, 0, key_len_max - s.key.key_len);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, key_read(dev_id, s.key_bytes), "key_read");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_hash_set_crc_key(s.key_bytes, s.key.key_len, s.crc_key), "dpp_hash_set_crc_key");
+  QLIX_COMM_PRINT("hash_id %u, table_id %u, key of %u bytes, result of %u bytes\n", hash_id, table_id, s.key.key_len,
+                  s.key.rst_len);
+  se_bytes_print("key", s.key_bytes, s.key.key_len);
+  se_bytes_print("checksum input", s.crc_key, s.key.key_len);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, ddr_search(s), "ddr_search");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, zblocks_search(s), "zblocks_search");
+  if (!s.found) {
+    QLIX_COMM_PRINT("not found\n");
+  }
+  return QLIX_COMM_OK;
+}

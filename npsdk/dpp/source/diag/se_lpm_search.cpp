@@ -1,0 +1,180 @@
+// An address looked up as the chip does: the route area's head names the anchor lengths worth a look, each leads to one
+// chain of items, and the longest route of all of them wins.
+#include <algorithm>
+
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_lpm/lpm_trie.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_se/dpp_crc.h"
+#include "qlix_comm/check.h"
+#include "se_hash.h"
+#include "se_print.h"
+
+namespace {
+
+constexpr uint32_t area_num = 8;  // of each address family
+constexpr uint32_t address_words = 5;
+
+// Area: head and items of four lines, between them the chains, four to a line.
+constexpr uint32_t line_bytes = 16;
+constexpr uint32_t item_lines = 4;
+constexpr uint32_t chains_in_line = 4;
+constexpr uint32_t head_bits_max = 24;
+constexpr uint8_t valid_bit = 0x80;
+constexpr uint32_t lengths_offset = 8;
+constexpr uint32_t slots_offset = 8;
+constexpr uint32_t slot_tail_bytes = 4;  // length and result behind the key
+constexpr uint32_t steps_max = 100000;   // a ring would be a fault of whoever wrote the chain
+
+/// One look-up in one area.
+struct search {
+  uint32_t dev_id;
+  uint64_t base;  // line
+  uint32_t key_bytes;
+  uint32_t chain_num;
+  uint8_t address[4 * address_words];
+  bool found;
+  uint32_t length;  // of the route
+  uint32_t result;
+};
+
+uint32_t big_endian(const uint8_t* bytes, uint32_t num) {
+  uint32_t value = 0;
+  for (uint32_t i = 0; i < num; ++i) {
+    value = value << 8 | bytes[i];
+  }
+  return value;
+}
+
+uint32_t lines_read(const search& s, uint64_t first, uint32_t num, uint8_t* bytes) {
+  for (uint32_t i = 0; i < num; ++i) {
+    const uint32_t addr = static_cast<uint32_t>(std::min<uint64_t>(s.base + first + i, UINT32_MAX));
+    uint32_t words[line_bytes / 4] = {};
+    QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_se_smmu1_ind_read(s.dev_id, addr, DPP_SE_DDR_128, words),
+                           "dpp_se_smmu1_ind_read");
+    dpp_se_words_to_bytes(words, line_bytes / 4, bytes + i * line_bytes);
+  }
+  return QLIX_COMM_OK;
+}
+
+void prefix_copy(const uint8_t* key, uint32_t length, uint32_t key_bytes, uint8_t* prefix) {
+  for (uint32_t i = 0; i < key_bytes; ++i) {
+    const uint32_t bits = std::clamp<uint32_t>(length > 8 * i ? length - 8 * i : 0, 0, 8);
+    prefix[i] = static_cast<uint8_t>(key[i] & 0xFF00u >> bits);
+  }
+}
+
+bool covers(const uint8_t* prefix, uint32_t length, const search& s) {
+  uint8_t own[LPM_KEY_BYTES_MAX];
+  uint8_t theirs[LPM_KEY_BYTES_MAX];
+  prefix_copy(s.address, length, s.key_bytes, own);
+  prefix_copy(prefix, length, s.key_bytes, theirs);
+  return std::equal(own, own + s.key_bytes, theirs);
+}
+
+// The routes of one item that are longer than the best so far.
+void item_search(search& s, const uint8_t* item, uint32_t length) {
+  const uint32_t slot_bytes = s.key_bytes + slot_tail_bytes;
+  const uint32_t slot_num = std::min((SE_ITEM_BYTES - slots_offset) / slot_bytes, item[0] & 0x0Fu);
+  if ((item[0] & valid_bit) == 0 || item[1] != length || !covers(item + slots_offset, length, s)) {
+    return;
+  }
+  for (uint32_t i = 0; i < slot_num; ++i) {
+    const uint8_t* slot = item + slots_offset + i * slot_bytes;
+    const uint32_t route_len = slot[s.key_bytes];
+    if ((!s.found || route_len > s.length) && route_len <= 8 * s.key_bytes && covers(slot, route_len, s)) {
+      s.found = true;
+      s.length = route_len;
+      s.result = big_endian(slot + s.key_bytes + 1, slot_tail_bytes - 1);
+    }
+  }
+}
+
+uint32_t chain_search(search& s, uint32_t length) {
+  uint8_t input[LPM_KEY_BYTES_MAX + 1];
+  prefix_copy(s.address, length, s.key_bytes, input);
+  input[s.key_bytes] = static_cast<uint8_t>(length);
+  const uint32_t crc = dpp_crc32_calc(input, s.key_bytes + 1, DPP_CRC32_POLY);
+  const uint32_t chain = crc & (s.chain_num - 1);
+  uint8_t line[line_bytes] = {};
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id, lines_read(s, item_lines + chain / chains_in_line, 1, line), "lines_read");
+  uint32_t next = big_endian(line + 4 * (chain % chains_in_line), 4);
+  uint32_t steps = 0;
+  const uint64_t items = item_lines + s.chain_num / chains_in_line;
+  for (; next != 0 && steps < steps_max; ++steps) {
+    uint8_t item[SE_ITEM_BYTES] = {};
+    QLIX_COMM_CHECK_DEV_RC(s.dev_id, lines_read(s, items + uint64_t{next - 1} * item_lines, item_lines, item),
+                           "lines_read");
+    item_search(s, item, length);
+    next = big_endian(item + 4, 4);
+  }
+  QLIX_COMM_PRINT("anchor length %u: crc 0x%08x, chain 0x%x, %u items%s\n", length, crc, chain, steps,
+                  next != 0 ? ", the chain does not end" : "");
+  return QLIX_COMM_OK;
+}
+
+// Sets key_bytes and chain_num; `lengths` receives the head's map of anchor lengths. An area without a sound head has
+// key_bytes 0.
+uint32_t head_read(search& s, uint8_t* head) {
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id, lines_read(s, 0, item_lines, head), "lines_read");
+  const uint32_t head_bits = head[2];
+  const bool sound = (head[0] & valid_bit) != 0 && head[1] >= 1 && head[1] <= LPM_KEY_BYTES_MAX && head_bits >= 2 &&
+                     head_bits <= head_bits_max;
+  s.key_bytes = sound ? head[1] : 0;
+  s.chain_num = sound ? 1u << head_bits : 0;
+  return QLIX_COMM_OK;
+}
+
+uint32_t area_search(search& s, uint32_t area) {
+  uint8_t head[SE_ITEM_BYTES] = {};
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id, head_read(s, head), "head_read");
+  if (s.key_bytes == 0) {
+    QLIX_COMM_PRINT("area %u, line 0x%llx: no route table\n", area, static_cast<unsigned long long>(s.base));
+    return QLIX_COMM_OK;
+  }
+  QLIX_COMM_PRINT("area %u, line 0x%llx: keys of %u bytes, %u chains\n", area, static_cast<unsigned long long>(s.base),
+                  s.key_bytes, s.chain_num);
+  se_bytes_print("address", s.address, s.key_bytes);
+  s.found = false;
+  for (uint32_t length = 0; length <= 8 * s.key_bytes; ++length) {
+    if ((head[lengths_offset + length / 8] & 0x80u >> length % 8) != 0) {
+      QLIX_COMM_CHECK_DEV_RC(s.dev_id, chain_search(s, length), "chain_search");
+    }
+  }
+  if (s.found) {
+    QLIX_COMM_PRINT("HIT: prefix length %u, result 0x%06x\n", s.length, s.result);
+  } else {
+    QLIX_COMM_PRINT("not found\n");
+  }
+  return QLIX_COMM_OK;
+}
+
+}  // namespace
+
+uint32_t diag_dpp_se_lpm_search(uint32_t dev_id, uint32_t v46_flag, uint32_t word0, uint32_t word1, uint32_t word2,
+                                uint32_t word3, uint32_t word4) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, v46_flag, 0, 1);
+  const uint32_t words[address_words] = {word0, word1, word2, word3, word4};
+  const uint32_t reg_no = v46_flag != 0 ? DPP_REG_SE_LPM_V6_DDR_CFG : DPP_REG_SE_LPM_V4_DDR_CFG;
+  uint32_t enabled = 0;
+  for (uint32_t area = 0; area < area_num; ++area) {
+    uint32_t cfg[DPP_REG_FIELD_MAX] = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, reg_no, 0, area, cfg), "dpp_reg_read");
+    if (cfg[DPP_FIELD_SE_LPM_V4_DDR_CFG_DDR_EN] == 0) {
+      continue;
+    }
+    ++enabled;
+    search s = {};
+    s.dev_id = dev_id;
+    s.base = uint64_t{cfg[DPP_FIELD_SE_LPM_V4_DDR_CFG_DDR_BADDR]} * DPP_SE_DDR_UNIT_LINES;
+    dpp_se_words_to_bytes(words, address_words, s.address);
+    QLIX_COMM_CHECK_DEV_RC(dev_id, area_search(s, area), "area_search");
+  }
+  if (enabled == 0) {
+    QLIX_COMM_PRINT("no IPv%u area is enabled\n", v46_flag != 0 ? 6u : 4u);
+  }
+  return QLIX_COMM_OK;
+}

@@ -1,0 +1,114 @@
+// eRAM entries on the screen and from the command line.
+#include <algorithm>
+
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_diag/dpp_se_mem.h"
+#include "qlix_comm/check.h"
+#include "se_print.h"
+
+namespace {
+
+constexpr uint32_t line_max = DPP_SE_ERAM_LINES - 1;
+constexpr uint32_t entry_max(dpp_se_eram_mode mode) {
+  constexpr uint32_t line_entries[] = {1, 2, 4, 64, 128};
+  return DPP_SE_ERAM_LINES * line_entries[mode] - 1;
+}
+
+uint32_t entry_print(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t clear, const char* label) {
+  uint32_t words[DPP_SE_ERAM_WORDS] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu0_ind_read(dev_id, addr, mode, clear, words), "dpp_se_smmu0_ind_read");
+  se_words_print(label, addr, words, dpp_se_eram_entry_words(mode));
+  return QLIX_COMM_OK;
+}
+
+}  // namespace
+
+uint32_t diag_dpp_se_smmu0_rd128(uint32_t dev_id, uint32_t addr) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, line_max);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, DPP_SE_ERAM_128, 0, "eram128"), "entry_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_smmu0_rd128_clear(uint32_t dev_id, uint32_t addr) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, line_max);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, DPP_SE_ERAM_128, 1, "eram128"), "entry_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_smmu0_rd128_more(uint32_t dev_id, uint32_t addr, uint32_t num) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, line_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, DPP_SE_ERAM_LINES - addr);
+  for (uint32_t line = addr; line < addr + num; ++line) {
+    QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, line, DPP_SE_ERAM_128, 0, "eram128"), "entry_print");
+  }
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_smmu0_rd64(uint32_t dev_id, uint32_t addr) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_ERAM_64));
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, DPP_SE_ERAM_64, 0, "eram64"), "entry_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_smmu0_rd32(uint32_t dev_id, uint32_t addr) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_ERAM_32));
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, DPP_SE_ERAM_32, 0, "eram32"), "entry_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_smmu0_rd2(uint32_t dev_id, uint32_t addr) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_ERAM_2));
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, DPP_SE_ERAM_2, 0, "eram2"), "entry_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_smmu0_rd1(uint32_t dev_id, uint32_t addr) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_ERAM_1));
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, DPP_SE_ERAM_1, 0, "eram1"), "entry_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_smmu0_scan(uint32_t dev_id, uint32_t addr, uint32_t num) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, line_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, DPP_SE_ERAM_LINES - addr);
+  uint32_t used = 0;
+  for (uint32_t line = addr; line < addr + num; ++line) {
+    uint32_t words[DPP_SE_ERAM_WORDS] = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu0_ind_read(dev_id, line, DPP_SE_ERAM_128, 0, words),
+                           "dpp_se_smmu0_ind_read");
+    if (std::any_of(words, words + DPP_SE_ERAM_WORDS, [](uint32_t word) { return word != 0; })) {
+      se_words_print("eram128", line, words, DPP_SE_ERAM_WORDS);
+      ++used;
+    }
+  }
+  QLIX_COMM_PRINT("%u of %u lines are not zero\n", used, num);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_smmu0_wr128(uint32_t dev_id, uint32_t addr, uint32_t data0, uint32_t data1, uint32_t data2,
+                                 uint32_t data3) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, line_max);
+  const uint32_t words[DPP_SE_ERAM_WORDS] = {data0, data1, data2, data3};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu0_ind_write(dev_id, addr, DPP_SE_ERAM_128, 1, words),
+                         "dpp_se_smmu0_ind_write");
+  return QLIX_COMM_OK;
+}
+
+// The window takes the mode as it is: in mode 1 the two words are the entry, in mode 0 the first half of a line whose
+// second half becomes 0, in the narrow modes only the high word counts.
+uint32_t diag_dpp_se_smmu0_wr64(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t data_h, uint32_t data_l) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, line_max);
+  const uint32_t words[DPP_SE_ERAM_WORDS] = {data_h, data_l, 0, 0};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu0_ind_write(dev_id, addr, mode, 1, words), "dpp_se_smmu0_ind_write");
+  return QLIX_COMM_OK;
+}

@@ -1,0 +1,89 @@
+// DDR entries on the screen.
+#include <algorithm>
+
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "qlix_comm/check.h"
+#include "se_print.h"
+
+namespace {
+
+constexpr uint32_t table_max = 63;
+constexpr uint32_t base_lines = 4;  // a direct table's base counts units of 512 bits
+constexpr const char* labels[] = {"ddr128", "ddr256", "ddr512"};
+
+constexpr uint32_t entry_max(uint32_t mode) {
+  return (DPP_SE_DDR_LINES >> mode) - 1;
+}
+
+uint32_t entries_print(uint32_t dev_id, uint32_t addr, uint32_t num, uint32_t mode) {
+  for (uint32_t i = 0; i < num; ++i) {
+    uint32_t words[DPP_SE_DDR_WORDS] = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu1_ind_read(dev_id, addr + i, mode, words), "dpp_se_smmu1_ind_read");
+    se_words_print(labels[mode], addr + i, words, 4u << mode);
+  }
+  return QLIX_COMM_OK;
+}
+
+uint32_t table_entry_print(uint32_t dev_id, uint32_t table, uint32_t index, uint32_t mode) {
+  uint32_t cfg[DPP_REG_FIELD_MAX] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_SMMU1_DIR_TBL_CFG, 0, table, cfg), "dpp_reg_read");
+  const uint32_t base = cfg[DPP_FIELD_SMMU1_DIR_TBL_CFG_TBL_BADDR];
+  QLIX_COMM_PRINT("direct table %u: %s, width_mode %u, tbl_baddr 0x%07x\n", table,
+                  cfg[DPP_FIELD_SMMU1_DIR_TBL_CFG_TBL_VALID] != 0 ? "valid" : "not valid",
+                  cfg[DPP_FIELD_SMMU1_DIR_TBL_CFG_WIDTH_MODE], base);
+  const uint64_t addr = (uint64_t{base} * base_lines >> mode) + index;
+  return entries_print(dev_id, static_cast<uint32_t>(std::min<uint64_t>(addr, UINT32_MAX)), 1, mode);
+}
+
+}  // namespace
+
+uint32_t diag_dpp_se_smmu1_rd128_more(uint32_t dev_id, uint32_t addr, uint32_t num) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_DDR_128));
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, entry_max(DPP_SE_DDR_128) - addr + 1);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entries_print(dev_id, addr, num, DPP_SE_DDR_128), "entries_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_smmu1_rd256_more(uint32_t dev_id, uint32_t addr, uint32_t num) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_DDR_256));
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, entry_max(DPP_SE_DDR_256) - addr + 1);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entries_print(dev_id, addr, num, DPP_SE_DDR_256), "entries_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_smmu1_rd512_more(uint32_t dev_id, uint32_t addr, uint32_t num) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_DDR_512));
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, entry_max(DPP_SE_DDR_512) - addr + 1);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entries_print(dev_id, addr, num, DPP_SE_DDR_512), "entries_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_smmu1_dir_tbl_data_rd128(uint32_t dev_id, uint32_t table, uint32_t index) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, table_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, entry_max(DPP_SE_DDR_128));
+  QLIX_COMM_CHECK_DEV_RC(dev_id, table_entry_print(dev_id, table, index, DPP_SE_DDR_128), "table_entry_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_smmu1_dir_tbl_data_rd256(uint32_t dev_id, uint32_t table, uint32_t index) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, table_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, entry_max(DPP_SE_DDR_256));
+  QLIX_COMM_CHECK_DEV_RC(dev_id, table_entry_print(dev_id, table, index, DPP_SE_DDR_256), "table_entry_print");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_se_smmu1_dir_tbl_data_rd512(uint32_t dev_id, uint32_t table, uint32_t index) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, table_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, entry_max(DPP_SE_DDR_512));
+  QLIX_COMM_CHECK_DEV_RC(dev_id, table_entry_print(dev_id, table, index, DPP_SE_DDR_512), "table_entry_print");
+  return QLIX_COMM_OK;
+}

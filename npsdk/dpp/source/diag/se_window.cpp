@@ -1,0 +1,207 @@
+// The windows of the search engine.
+#include "dpp_diag/dpp_ind.h"
+#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_access.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "qlix_comm/check.h"
+
+namespace {
+
+constexpr dpp_ind_window eram_window = {DPP_DEV_MUTEX_T_SMMU0, DPP_REG_SMMU0_CPU_IND_CMD, DPP_REG_SMMU0_CPU_IND_STATUS,
+                                        DPP_REG_SMMU0_CPU_IND_DATA};
+constexpr dpp_ind_window ddr_window = {DPP_DEV_MUTEX_T_SMMU1, DPP_REG_SMMU1_CPU_IND_CMD, DPP_REG_SMMU1_CPU_IND_STATUS,
+                                       DPP_REG_SMMU1_CPU_IND_DATA};
+constexpr dpp_ind_window etcam_window = {DPP_DEV_MUTEX_T_ETCAM, DPP_REG_ETCAM_CPU_IND_CMD, DPP_REG_ETCAM_CPU_IND_STATUS,
+                                         DPP_REG_ETCAM_CPU_IND_DATA};
+
+constexpr uint32_t eram_cmd_fields = 4;
+constexpr uint32_t ddr_cmd_fields = 3;
+constexpr uint32_t etcam_cmd_fields = 8;
+constexpr uint32_t etcam_row_words = DPP_SE_ETCAM_ROW_BYTES / 4;
+
+constexpr uint32_t eram_line_entries[] = {1, 2, 4, 64, 128};
+constexpr uint32_t eram_entry_words[] = {4, 2, 1, 1, 1};
+
+// Bits of an address behind the window of hash and route memory.
+constexpr uint32_t quarter_shift = 17;
+constexpr uint32_t zblock_shift = 11;
+constexpr uint32_t zcell_shift = 9;
+
+uint32_t eram_check(uint32_t dev_id, uint32_t addr, uint32_t mode, const uint32_t* data) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, mode, 0, DPP_SE_ERAM_MODE_MAX);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, DPP_SE_ERAM_LINES * eram_line_entries[mode] - 1);
+  QLIX_COMM_CHECK_POINT(data);
+  return QLIX_COMM_OK;
+}
+
+uint32_t ddr_check(uint32_t dev_id, uint32_t addr, uint32_t mode, const uint32_t* data) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, mode, 0, DPP_SE_DDR_MODE_MAX);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, (DPP_SE_DDR_LINES >> mode) - 1);
+  QLIX_COMM_CHECK_POINT(data);
+  return QLIX_COMM_OK;
+}
+
+uint32_t etcam_check(uint32_t dev_id, uint32_t block, uint32_t row, const dpp_se_etcam_row* entry) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, block, 0, DPP_SE_ETCAM_BLOCKS - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, row, 0, DPP_SE_ETCAM_ROWS - 1);
+  QLIX_COMM_CHECK_POINT(entry);
+  return QLIX_COMM_OK;
+}
+
+uint32_t zcell_check(uint32_t dev_id, uint32_t zblock, uint32_t zcell, uint32_t line, const uint32_t* words) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zblock, 0, DPP_SE_ZBLOCK_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zcell, 0, DPP_SE_ZCELL_IN_BLOCK - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, line, 0, DPP_SE_ZCELL_LINES - 1);
+  QLIX_COMM_CHECK_POINT(words);
+  return QLIX_COMM_OK;
+}
+
+uint32_t etcam_half_read(uint32_t dev_id, uint32_t* cmd, bool data, uint8_t* bytes) {
+  uint32_t words[etcam_row_words] = {};
+  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_DATA_OR_MASK] = data ? 1 : 0;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_read(dev_id, etcam_window, 0, cmd, words, etcam_row_words), "dpp_ind_read");
+  dpp_se_words_to_bytes(words, etcam_row_words, bytes);
+  return QLIX_COMM_OK;
+}
+
+uint32_t etcam_half_write(uint32_t dev_id, uint32_t* cmd, bool data, const uint8_t* bytes) {
+  uint32_t words[etcam_row_words] = {};
+  for (uint32_t i = 0; i < DPP_SE_ETCAM_ROW_BYTES; ++i) {
+    words[i / 4] |= uint32_t{bytes[i]} << (24 - 8 * (i % 4));
+  }
+  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_DATA_OR_MASK] = data ? 1 : 0;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_write(dev_id, etcam_window, 0, cmd, words, etcam_row_words), "dpp_ind_write");
+  return QLIX_COMM_OK;
+}
+
+}  // namespace
+
+uint32_t dpp_se_eram_line_entries(uint32_t mode) {
+  return mode <= DPP_SE_ERAM_MODE_MAX ? eram_line_entries[mode] : 0;
+}
+
+uint32_t dpp_se_eram_entry_words(uint32_t mode) {
+  return mode <= DPP_SE_ERAM_MODE_MAX ? eram_entry_words[mode] : 0;
+}
+
+uint32_t dpp_se_smmu0_ind_read(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t clear, uint32_t* data) {
+  const uint32_t code = eram_check(dev_id, addr, mode, data);
+  if (code != QLIX_COMM_OK) {
+    return code;
+  }
+  uint32_t cmd[eram_cmd_fields] = {};
+  cmd[DPP_FIELD_SMMU0_CPU_IND_CMD_IND_RD_CLR] = clear != 0 ? 1 : 0;
+  cmd[DPP_FIELD_SMMU0_CPU_IND_CMD_IND_MODE] = mode;
+  cmd[DPP_FIELD_SMMU0_CPU_IND_CMD_IND_ADDR] = addr;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_read(dev_id, eram_window, 0, cmd, data, eram_entry_words[mode]),
+                         "dpp_ind_read");
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_se_smmu0_ind_write(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t count, const uint32_t* data) {
+  const uint32_t code = eram_check(dev_id, addr, mode, data);
+  if (code != QLIX_COMM_OK) {
+    return code;
+  }
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, count, 0, DPP_SE_ERAM_LINES * eram_line_entries[mode] - addr);
+  for (uint32_t i = 0; i < count; ++i) {
+    uint32_t cmd[eram_cmd_fields] = {};
+    cmd[DPP_FIELD_SMMU0_CPU_IND_CMD_IND_MODE] = mode;
+    cmd[DPP_FIELD_SMMU0_CPU_IND_CMD_IND_ADDR] = addr + i;
+    QLIX_COMM_CHECK_DEV_RC(
+        dev_id,
+        dpp_ind_write(dev_id, eram_window, 0, cmd, data + size_t{i} * eram_entry_words[mode], eram_entry_words[mode]),
+        "dpp_ind_write");
+  }
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_se_smmu1_ind_read(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t* data) {
+  const uint32_t code = ddr_check(dev_id, addr, mode, data);
+  if (code != QLIX_COMM_OK) {
+    return code;
+  }
+  uint32_t cmd[ddr_cmd_fields] = {};
+  cmd[DPP_FIELD_SMMU1_CPU_IND_CMD_IND_MODE] = mode;
+  cmd[DPP_FIELD_SMMU1_CPU_IND_CMD_IND_ADDR] = addr;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_read(dev_id, ddr_window, 0, cmd, data, 4u << mode), "dpp_ind_read");
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_se_smmu1_ind_write(uint32_t dev_id, uint32_t addr, uint32_t mode, const uint32_t* data) {
+  const uint32_t code = ddr_check(dev_id, addr, mode, data);
+  if (code != QLIX_COMM_OK) {
+    return code;
+  }
+  uint32_t cmd[ddr_cmd_fields] = {};
+  cmd[DPP_FIELD_SMMU1_CPU_IND_CMD_IND_MODE] = mode;
+  cmd[DPP_FIELD_SMMU1_CPU_IND_CMD_IND_ADDR] = addr;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_write(dev_id, ddr_window, 0, cmd, data, 4u << mode), "dpp_ind_write");
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_se_etcam_row_read(uint32_t dev_id, uint32_t block, uint32_t row, dpp_se_etcam_row* entry) {
+  const uint32_t code = etcam_check(dev_id, block, row, entry);
+  if (code != QLIX_COMM_OK) {
+    return code;
+  }
+  uint32_t cmd[etcam_cmd_fields] = {};
+  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_BLOCK_SEL] = block;
+  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_IND_ADDR] = row;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_half_read(dev_id, cmd, true, entry->data), "etcam_half_read");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_half_read(dev_id, cmd, false, entry->mask), "etcam_half_read");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_ETCAM_CPU_IND_VBIT, 0, 0, &entry->valid), "dpp_reg_read");
+  return QLIX_COMM_OK;
+}
+
+// The valid bits go with the mask, the last of the two, so that no half-written entry can match.
+uint32_t dpp_se_etcam_row_write(uint32_t dev_id, uint32_t block, uint32_t row, uint32_t parts,
+                                const dpp_se_etcam_row* entry) {
+  const uint32_t code = etcam_check(dev_id, block, row, entry);
+  if (code != QLIX_COMM_OK) {
+    return code;
+  }
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, parts, 0, (1u << DPP_SE_ETCAM_PARTS) - 1);
+  uint32_t cmd[etcam_cmd_fields] = {};
+  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_BLOCK_SEL] = block;
+  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_IND_ADDR] = row;
+  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_WR_MODE] = parts;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_half_write(dev_id, cmd, true, entry->data), "etcam_half_write");
+  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_VBEN] = 1;
+  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_VBIT] = entry->valid;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_half_write(dev_id, cmd, false, entry->mask), "etcam_half_write");
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_se_zcell_read(uint32_t dev_id, uint32_t zblock, uint32_t zcell, uint32_t line, uint32_t* words) {
+  const uint32_t code = zcell_check(dev_id, zblock, zcell, line, words);
+  if (code != QLIX_COMM_OK) {
+    return code;
+  }
+  const uint32_t addr = zblock << zblock_shift | zcell << zcell_shift | line;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_alg_read(dev_id, addr, words), "dpp_se_alg_read");
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_se_zcell_write(uint32_t dev_id, uint32_t zblock, uint32_t zcell, uint32_t line, uint32_t quarters,
+                            const uint32_t* words) {
+  const uint32_t code = zcell_check(dev_id, zblock, zcell, line, words);
+  if (code != QLIX_COMM_OK) {
+    return code;
+  }
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, quarters, 0, DPP_SE_QUARTER_ALL);
+  const uint32_t addr = quarters << quarter_shift | zblock << zblock_shift | zcell << zcell_shift | line;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_alg_write(dev_id, addr, words), "dpp_se_alg_write");
+  return QLIX_COMM_OK;
+}
+
+void dpp_se_words_to_bytes(const uint32_t* words, uint32_t word_num, uint8_t* bytes) {
+  for (uint32_t i = 0; i < 4 * word_num; ++i) {
+    bytes[i] = static_cast<uint8_t>(words[i / 4] >> (24 - 8 * (i % 4)));
+  }
+}
