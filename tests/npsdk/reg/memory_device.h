@@ -18,9 +18,10 @@ struct memory_device {
   std::map<uint32_t, uint32_t> tm_words;
   std::vector<std::pair<uint32_t, uint32_t>> writes;  // address and value of every word written, in order
   uint32_t reads = 0;
-  uint32_t fail_code = 0;      // returned in place of every access
-  bool windows_answer = true;  // a window's read finishes
-  uint32_t window_shift = 0;   // agent mode: where the search engine's window is seen
+  uint32_t fail_code = 0;            // returned in place of every access
+  uint32_t good_reads = UINT32_MAX;  // reads after which every further one fails with code 1
+  bool windows_answer = true;        // a window's read finishes
+  uint32_t window_shift = 0;         // agent mode: where the search engine's window is seen
   bool record = true;
 };
 

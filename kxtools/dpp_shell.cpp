@@ -1,0 +1,41 @@
+// dpp_shell [DEVICE]: the debug shell of the network-processor driver on the card to which DEVICE, an interface or a
+// PCI address, belongs; without it the user chooses from the list. Device 0 of the driver is that card.
+#include <cstring>
+
+#include "common/report.h"
+#include "dpp_diag/dpp_shell.h"
+#include "kx_np/cmd.h"
+#include "kx_np/np_init.h"
+#include "kx_pcie/bind.h"
+#include "kxtools/dev.h"
+
+namespace {
+
+constexpr kxtools_dev_pcie_ops PCIE_OPS = {bind_pcie_dev_help, get_sbdf_by_node_id, bind_pcie_dev_by_sbdf};
+constexpr int STATUS_FAILED = 1;
+constexpr int STATUS_USAGE = 2;
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const char* device = argc == 2 ? argv[1] : nullptr;
+  if (argc > 2 || (device != nullptr && device[0] == '-')) {
+    const bool asked = argc == 2 && (strcmp(device, "-h") == 0 || strcmp(device, "--help") == 0);
+    kx_print("usage: dpp_shell [DEVICE]\n");
+    return kx_exit_status(asked ? 0 : STATUS_USAGE);
+  }
+  kxtools_dev_pcie_ops_set(&PCIE_OPS);
+  bool quit = false;
+  if (kxtools_dev_info_init() != 0 || kxtools_dev_init(device, &quit) != 0) {
+    KXTOOLS_ERR("no device is bound\n");
+    return STATUS_FAILED;
+  }
+  if (quit) {
+    return 0;
+  }
+  if (dpp_np_init() != 0 || kxnp_dev_init() != 0) {
+    KXTOOLS_ERR("dpp_np_init failed\n");
+    return STATUS_FAILED;
+  }
+  return kx_exit_status(dpp_driver_shell());
+}

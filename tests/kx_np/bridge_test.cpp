@@ -1,0 +1,157 @@
+// From the words of a line to the driver's function, on the memory-backed device.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "dpp_diag/dpp_cmd.h"
+#include "kx_np/cmd.h"
+#include "kx_np/np_init.h"
+#include "kxtools/cmd.h"
+#include "memory_device.h"
+
+namespace {
+
+using np_test::memory;
+
+struct run_result {
+  int32_t status;
+  std::string out;
+};
+
+run_result run(const char* name, std::vector<std::string> words, int32_t (*handler)(kxtools_cmd_context*)) {
+  const kxtools_cmd_entry entry = {.name = name};
+  std::vector<char*> argp;
+  for (std::string& word : words) {
+    argp.push_back(word.data());
+  }
+  kxtools_cmd_context ctx = {};
+  ctx.cmd = &entry;
+  ctx.argc = static_cast<uint32_t>(argp.size());
+  ctx.argp = argp.data();
+  testing::internal::CaptureStdout();
+  const int32_t status = handler(&ctx);
+  return {status, std::regex_replace(testing::internal::GetCapturedStdout(), std::regex(R"(\]\[\d+\])"), "][#]")};
+}
+
+run_result exec(const char* name, const std::vector<std::string>& words) {
+  return run(name, words, kxnp_dpp_cmd_exec);
+}
+
+class Bridge : public testing::Test {
+ protected:
+  void SetUp() override {
+    np_test::memory_device_add(0);
+  }
+};
+
+TEST_F(Bridge, WordsBecomeTheParametersInOrder) {
+  EXPECT_EQ(exec("dpp_debug_wr", {"0", "0x40", "-1"}).status, 0);
+  EXPECT_EQ(exec("dpp_debug_wr", {"0", "010", "0X1f", "surplus"}).status, 0);
+  EXPECT_EQ(exec("dpp_debug_wr", {"0", "0x80"}).status, 0);  // what is missing is 0
+  const std::vector<std::pair<uint32_t, uint32_t>> expected = {{0x40, 0xFFFFFFFF}, {10, 31}, {0x80, 0}};
+  EXPECT_EQ(memory().writes, expected);
+}
+
+TEST_F(Bridge, NoWordsCallWithDeviceZero) {
+  memory().words[0x02c000] = 5;
+  const run_result result = exec("diag_dpp_odma_cnt_prt", {});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out, testing::StartsWith("isu_in: 0x00000005\n"));
+}
+
+TEST_F(Bridge, TwelveWordsRunAndThirteenDoNot) {
+  std::vector<std::string> words(12, "0");
+  words[2] = "7";
+  EXPECT_EQ(exec("dpp_debug_wr", words).out, "");
+  EXPECT_EQ(memory().writes.size(), 1u);
+  words.emplace_back("0");
+  const run_result result = exec("dpp_debug_wr", words);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx->arg_info.argc:13 oversize\n");
+  EXPECT_EQ(memory().writes.size(), 1u);
+}
+
+TEST_F(Bridge, TheFunctionsResultIsNoStatus) {
+  const run_result result = exec("diag_dpp_pktrx_port_en_prt", {"0", "128"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out, testing::HasSubstr("FUNCTION :diag_dpp_pktrx_port_en_prt !"));
+}
+
+TEST_F(Bridge, RefusesWhatItCannotCall) {
+  EXPECT_EQ(exec("dpp_reg_filter_level_set", {"0"}).status, -1);
+  EXPECT_EQ(exec("dpp_reg_filter_level_set", {}).out, "kxtools_err: [kxnp_dpp_cmd_exec][#] command not found\n");
+  kxtools_cmd_context ctx = {};
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(kxnp_dpp_cmd_exec(nullptr), -1);
+  EXPECT_EQ(kxnp_dpp_cmd_exec(&ctx), -1);
+  const kxtools_cmd_entry entry = {.name = "dpp_debug_wr"};
+  ctx.cmd = &entry;
+  ctx.argc = 1;
+  EXPECT_EQ(kxnp_dpp_cmd_exec(&ctx), -1);
+  EXPECT_EQ(std::regex_replace(testing::internal::GetCapturedStdout(), std::regex(R"(\]\[\d+\])"), "][#]"),
+            "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx is NULL\n"
+            "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx is NULL\n"
+            "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx->arg_info.argp is NULL\n");
+}
+
+// 199 characters are what is left of a longer text, so the driver's own limit of 255 is never met from here.
+TEST_F(Bridge, TextIsJoinedAndCut) {
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{}, {"a", "b"}, std::vector<std::string>(20, std::string(30, 'x'))}) {
+    EXPECT_EQ(exec("dpp_kshell", words).out,
+              "dpp_kshell: this build cannot reach the NP shell in the kernel, nothing was sent.\n");
+  }
+}
+
+TEST_F(Bridge, DropStatisticsTakeThreeWords) {
+  for (const std::vector<std::string>& words : {std::vector<std::string>{}, {"0", "0"}, {"0", "0", "1", "1"}}) {
+    const run_result result = run("mcode_drop_stat", words, kxnp_mcode_drop_stat);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "mcode_drop_stat param num is not right!\n");
+  }
+  EXPECT_EQ(memory().reads, 0u);
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{"0", "0", "3"}, {"0", "0", "0"}, {"0", "2", "1"}, {"16", "0", "1"}}) {
+    const run_result result = run("mcode_drop_stat", words, kxnp_mcode_drop_stat);
+    EXPECT_EQ(result.status, 0x1205);
+    EXPECT_THAT(result.out, testing::EndsWith("! FUNCTION :kxnp_mcode_drop_stat !\n"));
+  }
+  EXPECT_EQ(memory().reads, 0u);
+  memory().words[0x202004] = 1;
+  memory().words[0x202010] = 1;
+  const run_result result = run("mcode_drop_stat", {"0", "0", "1"}, kxnp_mcode_drop_stat);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 94);
+}
+
+TEST_F(Bridge, CallbacksRefuseANullBuffer) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(dpp_dev_pcie_vpd_read(0, 0, 1, nullptr), 0x1201u);
+  EXPECT_EQ(dpp_dev_pcie_vpd_write(0, 0, 1, nullptr), 0x1201u);
+  testing::internal::GetCapturedStdout();
+}
+
+// Last: it replaces the memory-backed device. Every listed command but one is one of the driver's.
+TEST(BridgeTable, ListsTheDriversCommands) {
+  ASSERT_EQ(kxnp_cmd_init(), 0);
+  const kxtools_cmd_entry& module = kxtools_cmd_list_addr_get()[KXTOOLS_MODULE_KXNP];
+  ASSERT_EQ(module.sub_cmd_num, 294u);
+  uint32_t super = 0;
+  std::vector<std::string> missing;
+  for (uint32_t i = 0; i < module.sub_cmd_num; ++i) {
+    const kxtools_cmd_entry& entry = module.sub_cmd_list[i];
+    super += entry.permission;
+    EXPECT_STREQ(entry.help, "") << entry.name;
+    EXPECT_EQ(entry.handler == kxnp_mcode_drop_stat, std::string(entry.name) == "mcode_drop_stat");
+    if (dpp_cmd_find(entry.name) == nullptr) {
+      missing.emplace_back(entry.name);
+    }
+  }
+  EXPECT_EQ(super, 68u);
+  EXPECT_THAT(missing, testing::Contains("dpp_reg_filter_level_set"));
+}
+
+}  // namespace
