@@ -5,6 +5,7 @@
 #include "info/info.h"
 #include "kxtool/commands.h"
 #include "port/port.h"
+#include "registers/registers.h"
 
 namespace {
 
@@ -26,10 +27,10 @@ constexpr kxtool_option kxtool_option_table[KXTOOL_OPTION_NUM] = {
     {"-f|-fw|fwupdate", DEVICE, BDF, kxtool_fw_main, USAGE_FWUPDATE},
     {"repair", NO_DEVICE, NIC, nullptr, USAGE_REPAIR},
     {"fget|log", DEVICE, NIC, nullptr, USAGE_LOG},
-    {"diag", DEVICE, NIC, nullptr, USAGE_DIAG},
-    {"stat", DEVICE, NIC, nullptr, USAGE_STAT},
-    {"regsdump", DEVICE, NIC, nullptr, USAGE_REGSDUMP},
-    {"regsmem|devmem", DEVICE, NIC, nullptr, USAGE_DEVMEM},
+    {"diag", DEVICE, NIC, kxtool_diag, USAGE_DIAG},
+    {"stat", DEVICE, NIC, kxtool_stat, USAGE_STAT},
+    {"regsdump", DEVICE, NIC, kxtool_regsdump, USAGE_REGSDUMP},
+    {"regsmem|devmem", DEVICE, NIC, kxtool_devmem, USAGE_DEVMEM},
     {"hwread", DEVICE, NIC, nullptr, nullptr},
     {"eeupdate", DEVICE, NIC, nullptr, USAGE_EEUPDATE},
     {"mac_info", DEVICE, NIC, kxtool_mac_addr_get, USAGE_MAC_INFO},

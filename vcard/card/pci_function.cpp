@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 
 namespace vcard {
 
@@ -48,6 +49,20 @@ std::string folder_name(const CardSection& section, const char* key, const std::
   return name;
 }
 
+/// Bytes of the configuration space by offset.
+void config_bytes_load(PciFunction& function, const CardSection& section) {
+  for (const std::string& key : section.keys()) {
+    const Bytes bytes = section.bytes(key.c_str(), {});
+    char* end = nullptr;
+    const size_t at = strtoul(key.c_str(), &end, 0);
+    if (*end != '\0' || at > config_space_size || bytes.size() > config_space_size - at) {
+      section.complain(key, "not a place in configuration space");
+      continue;
+    }
+    function.config_bytes.emplace_back(at, bytes);
+  }
+}
+
 void function_change(PciFunction& function, const CardSection& section) {
   function.kind = static_cast<FunctionKind>(section.choice("kind", static_cast<size_t>(function.kind), kind_names));
   function.vendor = static_cast<uint16_t>(section.number("vendor", function.vendor, UINT16_MAX));
@@ -65,6 +80,7 @@ void function_change(PciFunction& function, const CardSection& section) {
   function.power_state = static_cast<uint8_t>(section.number("power_state", 0, 3));
   function.has_vpd = section.flag("vpd_capability", function.is_card());
   function.config_size = section.number("config_size", config_space_size, config_space_size);
+  config_bytes_load(function, section.section("config"));
 }
 
 struct Capability {
@@ -240,6 +256,9 @@ bool pci_function_config_create(PciFunction& function, const std::string& path) 
   ConfigWriter config(function.config.bytes());
   header_fill(function, config);
   capabilities_fill(function, config);
+  for (const auto& [at, bytes] : function.config_bytes) {
+    std::copy(bytes.begin(), bytes.end(), function.config.bytes().begin() + static_cast<ptrdiff_t>(at));
+  }
   return true;
 }
 

@@ -41,8 +41,9 @@ struct PciFunction {
   bool has_power = true;
   uint8_t power_state = 0;  // 0 to 3
   bool has_vpd = true;
-  uint64_t config_size = config_space_size;  // length of the config file as the host sees it
-  Storage config;                            // always config_space_size bytes, shared with the config file
+  std::vector<std::pair<size_t, Bytes>> config_bytes;  // what the card file puts over the configuration space
+  uint64_t config_size = config_space_size;            // length of the config file as the host sees it
+  Storage config;                                      // always config_space_size bytes, shared with the config file
 
   /// True when it belongs to the card and is no switch: it shares BAR 0 and has the tunnel.
   bool is_card() const {

@@ -1,0 +1,60 @@
+// "regsmem|devmem": words of a unit's address space.
+#include <cinttypes>
+#include <cstring>
+
+#include "common/report.h"
+#include "devmem_words.h"
+#include "kx_pcie/tunnel.h"
+#include "registers/registers.h"
+#include "units.h"
+
+namespace {
+
+constexpr uint32_t WORDS_PER_LINE = 4;
+
+int read_words(const devmem_request& request) {
+  for (uint32_t i = 0; i < request.length / 4; ++i) {
+    if (units_interrupted()) {
+      kx_print("\ninterrupted\n");
+      return UNIT_INTERRUPTED;
+    }
+    uint32_t value = 0;
+    const uint64_t address = request.address + uint64_t{4} * i;
+    const int32_t ret = read_val_from_kx(address, &value);
+    const bool line_starts = i % WORDS_PER_LINE == 0;
+    if (ret != 0) {
+      KXTOOLS_ERR("card address 0x%" PRIx64 " cannot be read\n", address);
+      return 1;
+    }
+    if (line_starts) {
+      kx_print("0x%010" PRIx64 ":", address);
+    }
+    kx_print(" %08x%s", value, (i + 1) % WORDS_PER_LINE == 0 || (i + 1) * 4 == request.length ? "\n" : "");
+  }
+  return 0;
+}
+
+int write_word(const devmem_request& request) {
+  if (write_val_to_kx(request.address, request.value) != 0) {
+    KXTOOLS_ERR("card address 0x%" PRIx64 " cannot be written\n", request.address);
+    return 1;
+  }
+  kx_print("0x%010" PRIx64 ": wrote %08x\n", request.address, request.value);
+  return 0;
+}
+
+}  // namespace
+
+int kxtool_devmem(kxtool_cmd_ctx* ctx) {
+  devmem_request request;
+  const char* unit_word = ctx->argc > 0 ? ctx->argv[0] : "";
+  const kxtools_unit* unit = unit_find(unit_word);
+  if (unit == nullptr || !devmem_words_parse(ctx->argc - 1, ctx->argv + 1, &request)) {
+    kx_print("%s\n", ctx->option->usage);
+    return 1;
+  }
+  if (!devmem_request_check(*unit, &request) || units_device_bind(*ctx) != 0) {
+    return 1;
+  }
+  return request.writes ? write_word(request) : read_words(request);
+}

@@ -1,0 +1,128 @@
+// "diag" and "stat": one pass over the checks or counters of one unit or of all.
+#include <cinttypes>
+#include <cstring>
+#include <string>
+
+#include "common/report.h"
+#include "registers/registers.h"
+#include "units.h"
+
+namespace {
+
+/// What became of one unit.
+struct tally {
+  uint32_t values = 0;
+  uint32_t failed = 0;
+  uint32_t shown = 0;
+};
+
+using values_fn = bool (*)(void* self, const kxtools_unit_value& value);
+
+std::string words_text(std::span<const uint32_t> words) {
+  std::string text = "0x";
+  char word[9];
+  for (const uint32_t value : words) {
+    snprintf(word, sizeof word, "%08x", value);
+    text += word;
+  }
+  return text;
+}
+
+bool check_show(void* self, const kxtools_unit_value& value) {
+  tally* counts = static_cast<tally*>(self);
+  ++counts->values;
+  counts->failed += value.good ? 0 : 1;
+  kx_print("  %-4s  %-32s %s%s%s\n", value.good ? "ok" : "FAIL", value.name, words_text(value.words).c_str(),
+           *value.note == '\0' ? "" : "  ", value.note);
+  return !units_interrupted();
+}
+
+// Hundreds of counters, most of which never move: those that are 0 are only counted.
+bool counter_show(void* self, const kxtools_unit_value& value) {
+  tally* counts = static_cast<tally*>(self);
+  ++counts->values;
+  uint64_t number = 0;
+  for (const uint32_t word : value.words) {
+    number = number << 32 | word;
+  }
+  if (number != 0) {
+    ++counts->shown;
+    kx_print("  %-44s %" PRIu64 "\n", value.name, number);
+  }
+  return !units_interrupted();
+}
+
+struct pass {
+  kxtools_unit_list list;
+  values_fn show;
+};
+
+/// False when the unit failed its checks or could not be read.
+bool unit_run(const kxtools_unit& unit, const pass& what) {
+  kx_print("%s: %s\n", unit.name, unit.title);
+  tally counts;
+  const bool read = (unit.open == nullptr || unit.open() == 0) && unit.visit(what.list, what.show, &counts) == 0;
+  if (units_interrupted()) {
+    return false;
+  }
+  if (!read) {
+    kx_print("%s: not finished, the card cannot be read\n", unit.name);
+    return false;
+  }
+  if (what.list == kxtools_unit_list::checks) {
+    kx_print("%s: %u checks, %u failed\n", unit.name, counts.values, counts.failed);
+  } else {
+    kx_print("%s: %u counters, %u not 0\n", unit.name, counts.values, counts.shown);
+  }
+  return counts.failed == 0;
+}
+
+// "all", or a unit that has the list.
+bool word_names(const char* word, const kxtools_unit& unit, kxtools_unit_list list) {
+  return unit.count(list) != 0 && (strcmp(word, "all") == 0 || strcmp(word, unit.name) == 0);
+}
+
+bool word_is_known(const char* word, kxtools_unit_list list) {
+  for (const kxtools_unit* unit : units_get()) {
+    if (word_names(word, *unit, list)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+int units_run(kxtool_cmd_ctx* ctx, const pass& what) {
+  if (ctx->argc != 1 || !word_is_known(ctx->argv[0], what.list)) {
+    kx_print("%s\n", ctx->option->usage);
+    return 1;
+  }
+  if (units_device_bind(*ctx) != 0) {
+    return 1;
+  }
+  std::string failed;
+  for (const kxtools_unit* unit : units_get()) {
+    if (word_names(ctx->argv[0], *unit, what.list) && !unit_run(*unit, what)) {
+      failed += std::string(" ") + unit->name;
+    }
+    if (units_interrupted()) {
+      kx_print("%s %s: interrupted\n", ctx->name, ctx->device_word);
+      return UNIT_INTERRUPTED;
+    }
+  }
+  if (failed.empty()) {
+    kx_print("%s %s: ok\n", ctx->name, ctx->device_word);
+    return 0;
+  }
+  kx_print("%s %s: failed:%s\n", ctx->name, ctx->device_word, failed.c_str());
+  return 1;
+}
+
+}  // namespace
+
+int kxtool_diag(kxtool_cmd_ctx* ctx) {
+  return units_run(ctx, {kxtools_unit_list::checks, check_show});
+}
+
+int kxtool_stat(kxtool_cmd_ctx* ctx) {
+  return units_run(ctx, {kxtools_unit_list::counters, counter_show});
+}

@@ -1,0 +1,21 @@
+// The units as the commands of this folder use them.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "kxtools/unit.h"
+#include "startup/cmd_ctx.h"
+
+inline constexpr int UNIT_INTERRUPTED = 130;  ///< exit status after Ctrl-C
+
+std::span<const kxtools_unit* const> units_get();
+/// The unit with that name, or null.
+const kxtools_unit* unit_find(std::string_view name);
+
+/// Binds the command's function, so that card memory can be reached, and catches the interrupt from now on. Returns 0
+/// or -1 with a message.
+int32_t units_device_bind(const kxtool_cmd_ctx& ctx);
+
+/// True once Ctrl-C was pressed: loops end at the next value.
+bool units_interrupted();

@@ -1,0 +1,229 @@
+// diag, stat, regsdump and devmem as an operator meets them.
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "cases.h"
+
+namespace {
+
+using kx_system::Command;
+using kx_system::Folder;
+using kx_system::Result;
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+Result tool(const std::string& card, std::vector<std::string> words) {
+  return kx_system::run({.card = card, .words = std::move(words)});
+}
+
+/// One line in the shell of a super user; its output alone.
+Result super(const std::string& card, const std::string& line) {
+  Result result = kx_system::run({.card = card,
+                                  .input = "0\nsu opsu\n@1\n" + line + "\n@2\nquit\n",
+                                  .time_limit = kx_system::milliseconds(100000)});
+  const std::string before = "@1: No such command for kxtools!\n";
+  const std::string after = "@2: No such command for kxtools!\n";
+  const size_t start = result.out.find(before) + before.size();
+  result.out = kx_system::numbered(result.out.substr(start, result.out.find(after) - start));
+  return result;
+}
+
+TEST(Diag, AHealthyCardPasses) {
+  const Result result = tool("{}", {"diag", "eth0", "all"});
+  EXPECT_EQ(result.status, 0) << result.out;
+  EXPECT_THAT(result.out, AllOf(StartsWith("vqm: virtio queue engine\n"), HasSubstr("\npcie: 6 checks, 0 failed\n"),
+                                HasSubstr("x16 at 16 GT/s of x16 at 16 GT/s"), HasSubstr("np_init_done"),
+                                HasSubstr("pcsmac: network ports, as the port block (trpg) tells\n"),
+                                Not(HasSubstr("FAIL")), EndsWith("\ndiag eth0: ok\n")));
+}
+
+struct Ill {
+  const char* card;
+  const char* unit;
+  const char* line;
+};
+
+TEST(Diag, NamesWhatIsNotAsItShouldBe) {
+  const Ill ills[] = {
+      {R"({"memory": {"0x6208000020": 5}})", "vqm",
+       "FAIL  cq int event                     0x00000005  cq full, cq write error\n"},
+      {R"({"network_processor": {"registers": {"0x013000": 3}}})", "np",
+       "FAIL  pktrx_int_status                 0x00000003  table_ecc, len_err\n"},
+      {R"({"network_processor": {"registers": {"0x242004": 0}}})", "np",
+       "FAIL  car_init_done                    0x00000000  not ready: init_done\n"},
+      {R"({"network_processor": {"registers": {"0x403800": 4}}})", "pcsmac",
+       "FAIL  trpg_port_int_status[3]          0x00000004  rx_ovf\n"},
+      {R"({"functions": {"0000:3b:00.0": {"config": {"0x72": "8310"}}}})", "pcie",
+       "FAIL  link                             0x00001083  x8 at 8 GT/s of x16 at 16 GT/s\n"},
+      {R"({"functions": {"0000:3b:00.0": {"config": {"0x104": "00400400"}}}})", "pcie",
+       "FAIL  uncorrectable errors             0x00044000  completion timeout, malformed TLP\n"},
+      {R"({"functions": {"0000:3b:00.0": {"config": {"0x6a": "0400"}}}})", "pcie",
+       "FAIL  device status                    0x00000004  fatal error\n"},
+      {R"({"functions": {"0000:3b:00.0": {"config": {"4": "0200"}}}})", "pcie",
+       "FAIL  command                          0x00000002  memory or bus master off\n"},
+  };
+  for (const Ill& ill : ills) {
+    const Result result = tool(ill.card, {"diag", "eth0", ill.unit});
+    EXPECT_EQ(result.status, 1) << ill.card;
+    EXPECT_THAT(result.out, AllOf(HasSubstr(ill.line), EndsWith(std::string("diag eth0: failed: ") + ill.unit + "\n")));
+  }
+  // Told, but no failure: a port without cable, errors that the link repaired, errors that are masked.
+  const Result well = tool(R"({"network_processor": {"ports": {"2": {"link_up": false}}},
+                               "functions": {"0000:3b:00.0": {"config": {"0x110": "41", "0x6a": "09",
+                                                                         "0x104": "0000 1000", "0x108": "0000 1000"}}}})",
+                           {"diag", "eth0", "all"});
+  EXPECT_EQ(well.status, 0);
+  EXPECT_THAT(
+      well.out,
+      AllOf(HasSubstr("trpg_port_status_info[2]         0x00000000  link down\n"),
+            HasSubstr("ok    correctable errors               0x00000041  receiver, bad TLP\n"),
+            HasSubstr("ok    device status                    0x00000009  correctable error, unsupported request\n"),
+            HasSubstr("ok    uncorrectable errors             0x00100000  unsupported request\n")));
+}
+
+TEST(Diag, ACardThatDoesNotAnswerCostsOneTimeOutAUnit) {
+  const Result result =
+      tool(R"({"faults": {"tunnel": {"transfers": [{"flag_stuck": true}]}}})", {"diag", "eth0", "all"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.out,
+              AllOf(HasSubstr("vqm: not finished, the card cannot be read\n"), HasSubstr("pcie: 6 checks, 0 failed\n"),
+                    HasSubstr("np: not finished"), EndsWith("diag eth0: failed: vqm np pcsmac\n")));
+}
+
+TEST(Diag, AnInterruptEndsIt) {
+  kx_system::Process process(
+      {.card = R"({"faults": {"tunnel": {"transfers": [{"delay_ms": 20}]}}})", .words = {"diag", "eth0", "all"}});
+  ASSERT_TRUE(process.expect("int status"));
+  const std::vector<pid_t> tools = process.tools();
+  ASSERT_EQ(tools.size(), 2u);
+  kill(tools[1], SIGINT);
+  const Result result = process.wait();
+  EXPECT_EQ(result.status, 130);
+  EXPECT_THAT(result.out, EndsWith("diag eth0: interrupted\n"));
+}
+
+TEST(Stat, ShowsTheCountersThatMoved) {
+  const Result result = tool(R"({"network_processor": {"ports": {"3": {"receive_packets": 123456789012,
+                                 "send_packets": 7, "link_up": false}}},
+                                 "memory": {"0x6208015060": 9}})",
+                             {"stat", "eth0", "all"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out,
+              AllOf(HasSubstr("trpg_rx_port_pkt_num[3]                      123456789012\n"),
+                    HasSubstr("trpg_tx_port_pkt_num[3]                      7\n"),
+                    HasSubstr("discarded without buffer                     9\n"),
+                    Not(HasSubstr("trpg_rx_port_pkt_num[4]")), Not(HasSubstr("pcie")), EndsWith("stat eth0: ok\n")));
+}
+
+TEST(DiagAndStat, RefuseOtherWords) {
+  const std::vector<std::vector<std::string>> lines = {
+      {"diag", "eth0"},          {"diag", "eth0", "ALL"},  {"diag", "eth0", "vqm", "np"},
+      {"diag", "eth0", "../np"}, {"stat", "eth0", "pcie"}, {"stat", "eth0", "all", "all"},
+      {"stat", "eth0", "%s%n"},
+  };
+  for (const std::vector<std::string>& words : lines) {
+    const Result result = tool("{}", words);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.out, StartsWith("    COMMAND:\n        " + words[0] + "\n"));
+    EXPECT_TRUE(result.log_of("tunnel ").empty());
+  }
+}
+
+TEST(Devmem, ShowsAndWritesWords) {
+  struct Row {
+    const char* line;
+    const char* out;
+  };
+  const char* card = R"({"memory": {"0x6208000040": "0x11111111", "0x6208000044": "0x22222222"},
+                         "network_processor": {"registers": {"0x400018": 6}}})";
+  const Row rows[] = {
+      {"kxtool devmem eth0 vqm addr 0x40", "0x6208000040: 11111111\n"},
+      {"kxtool regsmem eth0 vqm 64 len 20",
+       "0x6208000040: 11111111 22222222 00000000 00000000\n0x6208000050: 00000000\n"},
+      {"kxtool devmem eth0 pcsmac addr 0x18", "0x6218400018: 00000006\n"},
+      {"kxtool devmem eth0 pcie addr 0x4000", "0x8800000000: 80371cf2\n"},
+      {"kxtool devmem eth0 vqm addr 0x30 val 5", "0x6208000030: wrote 00000005\n"},
+      {"kxtool devmem eth0 np addr 0x2", "kxtools_err: [multiple_of_4][N] address 0x2 is not a multiple of 4\n"},
+      {"kxtool devmem eth0 pcie addr 0x5000",
+       "kxtools_err: [place_find][N] 0x5000 is no address of pcie, which has some from 0x0 to 0x4fff\n"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(super(card, row.line).out, row.out) << row.line;
+  }
+  EXPECT_EQ(super(card, "kxtool devmem eth0 vqm addr 0x30 val 5")
+                .log_of("card_write address=0x6208000030 value=0x00000005")
+                .size(),
+            1u);
+  for (const char* line : {"kxtool devmem eth0", "kxtool devmem eth0 all addr 0", "kxtool devmem eth0 np",
+                           "kxtool devmem eth0 np addr 0 len 4 5", "kxtool devmem eth0 np addr -4 write 1"}) {
+    EXPECT_THAT(super("{}", line).out, StartsWith("    COMMAND:\n        regsmem|devmem\n")) << line;
+  }
+  EXPECT_THAT(super(R"({"faults": {"tunnel": {"transfers": [{"from": 2, "flag_stuck": true}]}}})",
+                    "kxtool devmem eth0 np addr 0")
+                  .out,
+              EndsWith("card address 0x6218000000 cannot be read\n"));
+  EXPECT_EQ(tool("{}", {"devmem", "eth0", "np", "addr", "0"}).out,
+            "kxtool devmem eth0 np addr 0: No execution permission!\n");
+}
+
+TEST(Regsdump, WritesEveryDescribedRegister) {
+  const Folder folder;
+  const std::string path = folder.path() + "/regs.txt";
+  const Result result = super(R"({"memory": {"0x6208000020": 5}})", "kxtool regsdump eth0 all --file " + path);
+  EXPECT_THAT(result.out, AllOf(HasSubstr(" values written to " + path + "\n"), Not(HasSubstr("\r"))));
+  const std::string text = Folder::read(path);
+  EXPECT_THAT(text, AllOf(StartsWith("# registers of eth0 (0000:3b:00.0), "),
+                          HasSubstr("\nvqm 0x6208000020 0x00000005 glb.cq_int_event: cq int event\n"),
+                          HasSubstr("\npcie 0x0000000000 0x80371cf2 configuration 0x000\n"),
+                          HasSubstr("\nnp 0x6218002080 0x00000fff np_init_done\n"),
+                          HasSubstr("\npcsmac 0x621841e018 0x00000004 trpg_port_speed[30]\n"), HasSubstr("\n# end: ")));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), std::filesystem::directory_iterator()),
+            1);
+}
+
+TEST(Regsdump, LeavesNothingHalf) {
+  const Folder folder;
+  const std::string victim = folder.write("victim", "precious");
+  const std::string link = folder.path() + "/link";
+  ASSERT_EQ(symlink(victim.c_str(), link.c_str()), 0);
+  EXPECT_EQ(super("{}", "kxtool regsdump eth0 all --file " + link).out,
+            "kxtools_err: [create][N] " + link + " is no regular file\n");
+  EXPECT_THAT(super("{}", "kxtool regsdump eth0 all --file /dev/null").out, EndsWith("/dev/null is no regular file\n"));
+  const Result dying = super(R"({"faults": {"tunnel": {"transfers": [{"from": 100, "flag_stuck": true}]}}})",
+                             "kxtool regsdump eth0 all --file " + victim);
+  EXPECT_THAT(dying.out, EndsWith("vqm cannot be read, nothing is kept\n"));
+  EXPECT_EQ(Folder::read(victim), "precious");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), std::filesystem::directory_iterator()),
+            2);
+  for (const char* line : {"kxtool regsdump eth0", "kxtool regsdump eth0 all", "kxtool regsdump eth0 all --file",
+                           "kxtool regsdump eth0 np --file /tmp/x", "kxtool regsdump eth0 all --file a b"}) {
+    EXPECT_THAT(super("{}", line).out, StartsWith("    COMMAND:\n        regsdump\n")) << line;
+  }
+}
+
+TEST(Regsdump, DrawsABarOnATerminalAndStopsAtAnInterrupt) {
+  const Folder folder;
+  kx_system::Process process({.card = "{}", .terminal = true});
+  ASSERT_TRUE(process.expect("index: "));
+  process.send("0\r");
+  ASSERT_TRUE(process.expect("]>"));
+  process.send("su opsu\r");
+  ASSERT_TRUE(process.expect("]#"));
+  process.send("kxtool regsdump eth0 all --file " + folder.path() + "/regs\r");
+  EXPECT_TRUE(process.expect("regsdump [#"));
+  process.send("\x03");
+  EXPECT_TRUE(process.expect("interrupted, nothing is kept"));
+  EXPECT_TRUE(process.expect("]#"));
+  process.send("quit\r");
+  EXPECT_EQ(process.wait().status, 130);
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+}  // namespace
