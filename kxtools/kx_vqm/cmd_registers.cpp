@@ -51,10 +51,13 @@ bool parse_index(const kx_register_description& row, const char* word, uint64_t*
   return vqm_cmd_number(word, index) && kxvqm_check_para_illegal(0, kind.max, static_cast<int64_t>(*index)) == 0;
 }
 
-// A value must fit into its register.
+// A value must fit into its register, which one of 64 bits holds all numbers.
 bool parse_value(const kx_register_description& row, const char* word, uint64_t* value) {
-  const int64_t max = row.width == 64 ? INT64_MAX : (int64_t{1} << row.width) - 1;
-  return vqm_cmd_number(word, value) && kxvqm_check_para_illegal(0, max, static_cast<int64_t>(*value)) == 0;
+  if (!vqm_cmd_number(word, value)) {
+    return false;
+  }
+  return row.width == 64 ||
+         kxvqm_check_para_illegal(0, (int64_t{1} << row.width) - 1, static_cast<int64_t>(*value)) == 0;
 }
 
 bool parse_request(std::span<const kx_register_description> rows, char** words, uint32_t count,

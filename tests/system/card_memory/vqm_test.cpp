@@ -87,14 +87,14 @@ TEST(Vqm, ChoosesTheLayoutByTheVersion) {
 TEST(Vqm, WritesRegistersOfEveryWidth) {
   const auto session = session::run(
       R"({"memory": {"0x6209000104": "0xaaaabbbb"}})",
-      {"kxvqm host device_state 0 1", "kxvqm host device_mac 0 0 0x2211", "kxvqm glb cq_addr 0x123456789abcdef0"},
+      {"kxvqm host device_state 0 1", "kxvqm host device_mac 0 0 0x2211", "kxvqm glb cq_addr 0xf23456789abcdef0"},
       true);
   EXPECT_THAT(session.result.log_of("card_write"), ElementsAre("card_write address=0x6209000104 value=0x0001bbbb",
                                                                "card_write address=0x6209000100 value=0x00000000",
                                                                "card_write address=0x6209000104 value=0x00012211",
                                                                "card_write address=0x6208000080 value=0x9abcdef0",
-                                                               "card_write address=0x6208000084 value=0x12345678"));
-  EXPECT_EQ(plain(session.outputs[2]), "[cq base address]\n  cq base address             : 0x123456789abcdef0\n");
+                                                               "card_write address=0x6208000084 value=0xf2345678"));
+  EXPECT_EQ(plain(session.outputs[2]), "[cq base address]\n  cq base address             : 0xf23456789abcdef0\n");
 }
 
 TEST(Vqm, WritesNothingWhenAWordIsWrong) {
