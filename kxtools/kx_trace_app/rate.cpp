@@ -1,6 +1,7 @@
 // Packet and bit rates, measured over whole seconds of the clock that goes on while the machine sleeps.
 #include <time.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -65,7 +66,8 @@ int32_t measure(const rate_path& path, uint32_t index) {
     return -1;
   }
   sleep_until(begin + ((now_ns() - begin) / NS_PER_S + 1) * NS_PER_S);
-  const uint64_t seconds = static_cast<uint64_t>((now_ns() - begin) / NS_PER_S);
+  // At least 1, also where the sleep was refused.
+  const auto seconds = static_cast<uint64_t>(std::max<int64_t>((now_ns() - begin) / NS_PER_S, 1));
   if (read_sample(path, index, &second) != 0) {
     return -1;
   }
