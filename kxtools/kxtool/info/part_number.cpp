@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "channel/mailbox.h"
 #include "common/report.h"
 #include "query.h"
 #include "reply_status.h"
@@ -17,14 +18,12 @@ constexpr size_t REPLY_STATUS = 0;
 constexpr size_t REPLY_PRESENT = 1;
 constexpr size_t REPLY_TEXT = 2;
 
-constexpr int32_t RECV_FUNC_CHECK_FAILED = 18;  // the card's firmware has no function for the op code
-
 }  // namespace
 
 int32_t kxtool_pn_get(kxtool_device* device, kxtool_part_number* pn) {
   uint8_t reply[REPLY_LEN];
   const int32_t ret = kxtool_info_query(device, OP_PART_NUMBER, PAYLOAD_LEN, reply);
-  if (ret == RECV_FUNC_CHECK_FAILED) {
+  if (ret == BAR_MSG_ERR_RECV_CHECK) {
     return KXTOOL_PN_NOT_SUPPORTED;
   }
   if (ret != 0) {
