@@ -155,6 +155,22 @@ TEST_F(GenlSocket, BadFamilyAnswersGiveAllOnesWithALine) {
   }
 }
 
+TEST_F(GenlSocket, ASocketThatFailsIsALineAndAllOnes) {
+  const timeval at_once = {.tv_sec = 0, .tv_usec = 1000};
+  ASSERT_EQ(setsockopt(tool_.get(), SOL_SOCKET, SO_RCVTIMEO, &at_once, sizeof at_once), 0);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(tarn_genl_get_family_id(tool_.get(), "f"), 0xFFFFFFFF);
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::EndsWith(" rep_len=-1 is invaild!\n"));
+  // A socket of another family: neither bound nor sent on.
+  kxtool_device device;
+  device.netlink_socket.reset(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  testing::internal::CaptureStdout();
+  tarn_tools_netlink_recv_msg(&device);
+  EXPECT_THAT(testing::internal::GetCapturedStdout(),
+              testing::MatchesRegex("kxtools_err: .* bind\\(\\) error!\nkxtools_info: .* genl_send_msg failed,ret=-1!\n"
+                                    "kxtools_err: .* Get family_id of generic netlink failed, family_id=-1!\n"));
+}
+
 std::vector<bytes> notices;
 
 TEST_F(GenlSocket, ReceiverHandsNoticesOnUntilAForeignMessage) {

@@ -125,22 +125,27 @@ TEST_F(Mailbox, ChecksTheDescriptorsInOrderAndWritesNothing) {
     bar_msg_send_para send;
     bar_msg_recv_para recv;
     int32_t result;
+    const char* line;
   } const cases[] = {
-      {with([](auto& s) { s = {{}, nullptr, 2037, 2, 2, 41, 0, 0}; }), {}, 2},
-      {with([](auto& s) { s.dst = 2; }), recv, 2},
-      {with([](auto& s) { s = {{}, nullptr, 2037, 0, 1, 41, 0, 0}; }), {}, 3},
-      {with([](auto& s) { s = {{}, nullptr, 2037, 0, 1, 40, 0, 0}; }), {}, 4},
-      {with([](auto& s) { s = {{}, s.payload, 2037, 0, 1, 40, 0, 0}; }), {}, 5},
+      {with([](auto& s) { s = {{}, nullptr, 2037, 2, 2, 41, 0, 0}; }), {}, 2, "chan doesn't exist."},
+      {with([](auto& s) { s.dst = 2; }), recv, 2, "chan doesn't exist."},
+      {with([](auto& s) { s = {{}, nullptr, 2037, 0, 1, 41, 0, 0}; }), {}, 3, "invalid event_id: 41."},
+      {with([](auto& s) { s = {{}, nullptr, 2037, 0, 1, 40, 0, 0}; }), {}, 4, "null message."},
+      {with([](auto& s) { s = {{}, s.payload, 2037, 0, 1, 40, 0, 0}; }), {}, 5, "len 7f5 is too long."},
       {with([](auto& s) {
          s.area = {};
          s.payload_len = 2036;
        }),
-       recv, 14},
-      {with([](auto& s) { s.area.size = 4095; }), recv, 14},
-      {good, {nullptr, 1}, 14},
+       recv, 14, "virt_addr or recv_buffer is NULL."},
+      {with([](auto& s) { s.area.size = 4095; }), recv, 14, "virt_addr or recv_buffer is NULL."},
+      {good, {nullptr, 1}, 14, "virt_addr or recv_buffer is NULL."},
   };
   for (const auto& c : cases) {
+    testing::internal::CaptureStdout();
     EXPECT_EQ(bar_chan_sync_exchange(&c.send, &c.recv), c.result);
+    const std::string lines = testing::internal::GetCapturedStdout();
+    EXPECT_THAT(lines, testing::HasSubstr(std::string("]send para ERR: ") + c.line + "\033[m\n"));
+    EXPECT_THAT(lines, testing::EndsWith("]para check failed, " + std::to_string(c.result) + ".\033[m\n"));
   }
   EXPECT_EQ(bar_chan_sync_exchange(nullptr, &recv), 1);
   EXPECT_EQ(bar_chan_sync_exchange(&good, nullptr), 11);

@@ -32,6 +32,28 @@ TEST(DeviceList, NumbersFromZeroWithoutASwitchAndByAddress) {
                                   RULE));
 }
 
+TEST(DeviceList, LeavesOutWhatCannotBeRead) {
+  const struct {
+    const char* function;
+    const char* file;
+    const char* line;
+  } cases[] = {
+      {"0000:3b:00.0", "vendor", "get vendor failed!\n"},
+      {"0000:3b:00.0", "device", "get device failed!\n"},
+      {"0000:3a:00.0", "class", "get classcode failed!\n"},
+  };
+  for (const auto& c : cases) {
+    const std::string function = std::string(R"({"functions": {")") + c.function;
+    const std::string shown = c.function;
+    const std::string garbage = list_of((function + R"(": {"files": {")" + c.file + "\": \"garbage\\n\"}}}}").c_str());
+    EXPECT_THAT(garbage, testing::StartsWith(std::string(RULE) + c.line));
+    EXPECT_THAT(garbage, testing::Not(HasSubstr(shown + "  1cf2")));
+  }
+  const std::string absent = list_of(R"({"functions": {"0000:3b:00.0": {"absent_files": ["vendor"]}}})");
+  EXPECT_THAT(absent, testing::StartsWith(std::string(RULE) + "switch "));
+  EXPECT_THAT(absent, HasSubstr("[0] 0000:3b:00.1  1af4:1041"));
+}
+
 TEST(DeviceList, EndsAtALoopOfExtendedCapabilities) {
   EXPECT_THAT(list_of(R"({"faults": {"configuration": {"extended_loop": true}}})"), HasSubstr("no kx device found\n"));
 }

@@ -65,6 +65,16 @@ TEST(Driver, BringUpFailuresEndTheCommand) {
                             "39 ioctl to kernel failed!\n.*"));
 }
 
+TEST(Driver, ATableOfDescriptorsThatIsFullEndsTheCommand) {
+  const auto result =
+      kx_system::run({.words = {"-c", "exec 3<&- 4<&-; ulimit -n 5; exec " KX_SYSTEM_KXTOOL " sn_info eth0 sn_info"},
+                      .program = "/bin/sh"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(numbered(result.out),
+            "kxtools_err: [tarn_tools_socket_init][N] Cannot get generic netlink socket!\n"
+            "kxtools_err: [driver_open][N] tarn_tools_socket_init failed, ret=-1!\n");
+}
+
 TEST(Driver, AnInterfaceOfAnotherDriverIsNamed) {
   check({R"({"functions": {"0000:3b:00.0": {"driver": "other"}}})", SN, 1,
          "kxtools_err: [kxtool_drv_version_check][N] ioctl error, ret = -1!\n"

@@ -171,6 +171,42 @@ TEST_F(RunLock, PlantedNamesAreRefusedAndLeftAlone) {
   EXPECT_NE(access((folder_.path() + "/none").c_str(), F_OK), 0);
 }
 
+// A temporary folder of its own stands in for one in which somebody prepared the places of both locks; the tool is
+// reached by a descriptor, wherever it lies.
+TEST_F(RunLock, FoldersThatAreNoneAreRefused) {
+  const std::string stat_failed =
+      "kxtools_err: [report_failure][N] stat failed KXTS_LOCK_PATH /tmp/kxtool: errno20\n1\n";
+  const std::string bind_failed =
+      "kxtools_err: [kxtools_dev_bind][N] bind_pcie_dev_by_sbdf failed\n"
+      "kxtools_err: [kxtools_dev_init][N] kxtools_dev_bind failed\n"
+      "kxtool bind eth0 kxvqm glb version: Command exec failed!\n255\n";
+  struct {
+    const char* prepare;
+    std::string run_lock;
+    const char* pcie_lock;
+  } const cases[] = {
+      {"touch /tmp/kxtool /tmp/kx_pcie", stat_failed, "create kxpcie_log dir failed\n"},
+      {"ln -s /etc /tmp/kxtool; ln -s /etc /tmp/kx_pcie", stat_failed, "create kxpcie_log dir failed\n"},
+      {"mount -o remount,ro /tmp",
+       "kxtools_err: [report_failure][N] mkdir failed KXTS_LOCK_PATH /tmp/kxtool: errno30\n1\n",
+       "create kxpcie_log dir failed\n"},
+      {"mkdir /tmp/kxtool /tmp/kx_pcie; mkfifo /tmp/kxtool/kxts_lock_eth0 /tmp/kx_pcie/pcie_catool_lockfile",
+       "kxtools_err: [report_failure][N] fopen err! try to open /tmp/kxtool/kxts_lock_eth0 err ! \n 1\n",
+       "open lock_file failed\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.prepare);
+    const auto result = shell(std::string("exec 9< $KXTOOL; mount -t tmpfs none /tmp || exit 77; ") + c.prepare +
+                              "; tool=/proc/$$/fd/9; $tool sn_info eth0 sn_info; echo $?; "
+                              "$tool bind eth0 kxvqm glb version; echo $?");
+    if (result.status == 77) {
+      GTEST_SKIP() << "a folder cannot be mounted here: " << result.err;
+    }
+    EXPECT_EQ(numbered(result.out), c.run_lock + c.pcie_lock + bind_failed);
+    EXPECT_THAT(result.log_of("ioctl"), IsEmpty());
+  }
+}
+
 TEST_F(RunLock, IsNamedByTheFirstSevenCharactersOfTheDevice) {
   check({function(R"("interface": "enp59s0f0np0")"), {"sn_info", "enp59s0f0np0", "sn_info"}, 0, "sn=KX2601A00042\n"},
         {.state = state()});
