@@ -44,6 +44,10 @@ std::vector<Range> huge_ranges(pid_t pid) {
   return ranges;
 }
 
+iovec remote_of(uint64_t address, size_t size) {
+  return {reinterpret_cast<void*>(address), size};  // NOLINT(performance-no-int-to-ptr)
+}
+
 /// The bus address of a page of a process, 0 when it cannot be known.
 uint64_t bus_of(pid_t pid, uint64_t address) {
   const int pagemap = open(("/proc/" + std::to_string(pid) + "/pagemap").c_str(), O_RDONLY | O_CLOEXEC);
@@ -86,7 +90,7 @@ bool HostMemory::read(uint64_t bus, std::span<uint8_t> into) {
     return false;
   }
   const iovec local = {into.data(), into.size()};
-  const iovec remote = {reinterpret_cast<void*>(place->address), into.size()};
+  const iovec remote = remote_of(place->address, into.size());
   return process_vm_readv(place->pid, &local, 1, &remote, 1, 0) == static_cast<ssize_t>(into.size());
 }
 
@@ -96,7 +100,7 @@ bool HostMemory::write(uint64_t bus, std::span<const uint8_t> from) {
     return false;
   }
   const iovec local = {const_cast<uint8_t*>(from.data()), from.size()};
-  const iovec remote = {reinterpret_cast<void*>(place->address), from.size()};
+  const iovec remote = remote_of(place->address, from.size());
   return process_vm_writev(place->pid, &local, 1, &remote, 1, 0) == static_cast<ssize_t>(from.size());
 }
 

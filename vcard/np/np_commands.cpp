@@ -15,8 +15,8 @@ constexpr uint32_t mode_etcam = 3;
 constexpr uint32_t mode_multicast_hash = 4;
 
 constexpr uint32_t lines_in_base_unit = 4096 / 16;
-constexpr uint32_t quarters = 4;
-constexpr uint32_t quarter_words = 4;
+constexpr size_t quarters = 4;
+constexpr size_t quarter_words = 4;
 
 // Bits are numbered from 127, the first on the wire.
 uint32_t bits(const TableLine& word, uint32_t msb, uint32_t length) {
@@ -153,7 +153,7 @@ NpStatus NpCommands::execute_zcam(const TableLine& command, Reader& rest) {
   }
   const uint32_t place = bits(command, 122, 7) << 9 | bits(command, 111, 9);  // zgroup, zblock, zcell; line
   ZcamLine& line = bits(command, 123, 1) != 0 ? tables_.zcam(place) : tables_.zblock_register(place);
-  for (uint32_t quarter = 0; quarter < quarters; ++quarter) {
+  for (size_t quarter = 0; quarter < quarters; ++quarter) {
     if ((bits(command, 115, 4) & 8u >> quarter) != 0) {
       std::copy_n(&data[quarter * quarter_words], quarter_words, &line[quarter * quarter_words]);
     }
@@ -171,7 +171,7 @@ NpStatus NpCommands::execute_etcam(const TableLine& command, Reader& rest) {
   }
   EtcamRow& row = tables_.etcam(bits(command, 123, 3), bits(command, 98, 9));
   auto& into = bits(command, 99, 1) != 0 ? row.mask : row.data;
-  for (uint32_t part = 0; part < etcam_row_bytes / etcam_part_bytes; ++part) {
+  for (size_t part = 0; part < etcam_row_bytes / etcam_part_bytes; ++part) {
     if ((bits(command, 107, 8) & 0x80u >> part) != 0) {
       std::copy_n(&data[part * etcam_part_bytes], etcam_part_bytes, &into[part * etcam_part_bytes]);
     }

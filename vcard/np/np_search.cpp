@@ -35,7 +35,7 @@ Item item_of(const ZcamLine& line) {
 Item ddr_item(NpTables& tables, uint32_t base, uint32_t first) {
   Item item;
   for (uint32_t i = 0; i < lines_in_item; ++i) {
-    put_words(tables.ddr(base * lines_in_base_unit + first + i), &item[16 * i]);
+    put_words(tables.ddr(base * lines_in_base_unit + first + i), &item[size_t{16} * i]);
   }
   return item;
 }
@@ -100,7 +100,7 @@ void search_length(NpTables& tables, uint32_t base, const LpmHead& head, std::sp
   input.push_back(static_cast<uint8_t>(length));
   const uint32_t chain = np_crc(input, 32, ddr_polynomial) % head.chains;
   const Item chains = ddr_item(tables, base, lines_in_item + chain / 16 * lines_in_item);
-  uint32_t next = big_endian(std::span(chains).subspan(chain % 16 * 4, 4));
+  uint32_t next = big_endian(std::span(chains).subspan(size_t{chain % 16} * 4, 4));
   // A ring would be a fault of whoever wrote the chain; the chip gives up.
   for (uint32_t steps = 0; next != 0 && steps < 100000; ++steps) {
     const uint32_t items = lines_in_item + head.chains / 4;

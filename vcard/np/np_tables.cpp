@@ -42,7 +42,7 @@ void NpTables::eram_read(uint32_t bits, uint32_t index, std::span<uint32_t, 4> w
   if (bits == 128) {
     std::copy_n(eram(index).begin(), 4, words.begin());
   } else if (bits == 64) {
-    std::copy_n(&eram(index / 2)[index % 2 * 2], 2, words.begin());
+    std::copy_n(&eram(index / 2)[size_t{index % 2} * 2], 2, words.begin());
   } else {
     const Slot slot = slot_of(bits, index);
     words[0] = eram(slot.line)[slot.word] >> slot.shift & slot.mask;
@@ -53,7 +53,7 @@ void NpTables::eram_write(uint32_t bits, uint32_t index, std::span<const uint32_
   if (bits == 128) {
     std::copy_n(words.begin(), 4, eram(index).begin());
   } else if (bits == 64) {
-    std::copy_n(words.begin(), 2, &eram(index / 2)[index % 2 * 2]);
+    std::copy_n(words.begin(), 2, &eram(index / 2)[size_t{index % 2} * 2]);
   } else {
     const Slot slot = slot_of(bits, index);
     uint32_t& word = eram(slot.line)[slot.word];

@@ -187,6 +187,14 @@ void node_unlink(qlix_comm_rb* tree, node_t* node, node_t* successor) {
   }
 }
 
+// An unlinked node of a dynamic tree goes back to its owner.
+void node_clear(node_t* node) {
+  node->slot_colour = 0;
+  node->left = nullptr;
+  node->right = nullptr;
+  node->parent = nullptr;
+}
+
 std::uint32_t key_copy(const qlix_comm_rb* tree, const qlix_comm_double_link_node* from, void* key,
                        const char* function) {
   if (from == nullptr) {
@@ -300,16 +308,26 @@ std::uint32_t qlix_comm_rb_delete(qlix_comm_rb* tree, const void* key, void* out
   node_unlink(tree, node, successor);
   result_set(tree, node, out);
   if (tree->dynamic != 0) {
-    node->slot_colour = 0;
-    node->left = nullptr;
-    node->right = nullptr;
-    node->parent = nullptr;
+    node_clear(node);
     return QLIX_COMM_OK;
   }
   const std::uint32_t slot = qlix_comm_rb_node_slot(node);
   memset(node->key, 0, tree->key_size);
   *node = {};
   QLIX_COMM_CHECK_RC(qlix_comm_liststack_free(tree->slot_stack, slot), "qlix_comm_liststack_free");
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t qlix_comm_rb_delete_node(qlix_comm_rb* tree, qlix_comm_rb_node* node) {
+  QLIX_COMM_CHECK_POINT(tree);
+  QLIX_COMM_CHECK_POINT(node);
+  QLIX_COMM_CHECK_INDEX(tree->dynamic, 1, 1);
+  node_t* successor = node->right;
+  while (successor != nullptr && successor->left != nullptr) {
+    successor = successor->left;
+  }
+  node_unlink(tree, node, successor);
+  node_clear(node);
   return QLIX_COMM_OK;
 }
 

@@ -158,7 +158,7 @@ TEST(LpmTrie, KeyAndPrefixLimits) {
   EXPECT_EQ(chw_lpm_trie_init(&trie, 0), 0x1205u);
   EXPECT_EQ(chw_lpm_trie_init(&trie, 19), 0x1205u);
   bare_lpm lpm(4);
-  EXPECT_EQ(lpm.insert(ipv4(0, 33)), 0x1205u);
+  EXPECT_EQ(lpm.insert({{}, 33}), 0x1205u);
   EXPECT_DEATH(chw_lpm_trie_srh(&lpm.lpm.trie, nullptr, 8, 1, nullptr, false), "");
 }
 

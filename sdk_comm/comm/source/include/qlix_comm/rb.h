@@ -64,6 +64,8 @@ std::uint32_t qlix_comm_rb_insert_spec_index(qlix_comm_rb* tree, const void* key
 /// Removes the key: out = its slot, now free and cleared, or the unlinked node, which goes back to the caller. Absent:
 /// 0x1002.
 std::uint32_t qlix_comm_rb_delete(qlix_comm_rb* tree, const void* key, void* out);
+/// Dynamic only (static: 0x1205): removes a linked node that the caller has at hand, without looking its key up.
+std::uint32_t qlix_comm_rb_delete_node(qlix_comm_rb* tree, qlix_comm_rb_node* node);
 /// out = slot or node of the key. Absent: 0x1002.
 std::uint32_t qlix_comm_rb_search(const qlix_comm_rb* tree, const void* key, void* out);
 

@@ -24,5 +24,5 @@ inline uint64_t dtb_item_addr(const dpp_dtb_items& items, uint32_t item) {
   QLIX_COMM_CHECK_INDEX_UPPER(dev_id, DPP_DEV_MAX - 1); \
   QLIX_COMM_CHECK_INDEX_UPPER(queue_id, DPP_DTB_QUEUE_NUM - 1)
 
-/// The items of one direction of a queue. DPP_RC_DTB_MGR_NOT_EXIST, or DPP_RC_DTB_QUEUE_NOT_INIT with its line.
-uint32_t dtb_items_get(uint32_t dev_id, uint32_t queue_id, uint32_t dir, dpp_dtb_items** items);
+/// The items of one direction of an initialised queue, or null with the code in `rc`.
+dpp_dtb_items* dtb_items_get(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t* rc);

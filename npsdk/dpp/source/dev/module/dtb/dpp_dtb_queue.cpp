@@ -58,18 +58,24 @@ uint32_t items_init(uint32_t dev_id, uint32_t queue_id, uint32_t dir, const dpp_
     QLIX_COMM_PRINT("dtb queue [%d] %s init faild, mem err!!!\n", queue_id, name);
     return DPP_RC_DTB_MEMORY;
   }
-  std::memset(reinterpret_cast<void*>(items->vir_base), 0, size_t{item_size} * DPP_DTB_ITEM_NUM);
+  std::memset(dpp_dtb_memory(items->vir_base), 0, size_t{item_size} * DPP_DTB_ITEM_NUM);
   QLIX_COMM_PRINT("dtb queue [%d] %s init success!!!\n", queue_id, name);
+  return QLIX_COMM_OK;
+}
+
+uint32_t place_check(uint32_t dev_id, uint32_t queue_id, uint32_t dir) {
+  DTB_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_INDEX_UPPER(dir, DPP_DTB_DIR_DUMP);
   return QLIX_COMM_OK;
 }
 
 uint32_t ack_addr(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t item, uint32_t word, uint64_t* addr) {
   QLIX_COMM_CHECK_INDEX_UPPER(word, DPP_DTB_ITEM_ACK_WORDS - 1);
   QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
-  dpp_dtb_items* items = nullptr;
-  const uint32_t rc = dtb_items_get(dev_id, queue_id, dir, &items);
-  if (rc == QLIX_COMM_OK) {
-    *addr = dtb_item_addr(*items, item) + word * 4;
+  uint32_t rc = QLIX_COMM_OK;
+  const dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, dir, &rc);
+  if (items != nullptr) {
+    *addr = dtb_item_addr(*items, item) + uint64_t{word} * 4;
   }
   return rc;
 }
@@ -77,9 +83,9 @@ uint32_t ack_addr(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t ite
 uint32_t buff_addr(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t item, uint32_t offset_word,
                    uint32_t length, uint64_t* addr) {
   QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
-  dpp_dtb_items* items = nullptr;
-  const uint32_t rc = dtb_items_get(dev_id, queue_id, dir, &items);
-  if (rc != QLIX_COMM_OK) {
+  uint32_t rc = QLIX_COMM_OK;
+  const dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, dir, &rc);
+  if (items == nullptr) {
     return rc;
   }
   if (length % 4 != 0) {
@@ -93,14 +99,6 @@ uint32_t buff_addr(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t it
 }
 
 }  // namespace
-
-uint32_t dpp_dtb_rd32(uint64_t addr) {
-  return __atomic_load_n(reinterpret_cast<const uint32_t*>(addr), __ATOMIC_ACQUIRE);
-}
-
-void dpp_dtb_wr32(uint64_t addr, uint32_t value) {
-  __atomic_store_n(reinterpret_cast<uint32_t*>(addr), value, __ATOMIC_RELEASE);
-}
 
 uint32_t dpp_dtb_mgr_create(uint32_t dev_id) {
   QLIX_COMM_CHECK_INDEX_UPPER(dev_id, DPP_DEV_MAX - 1);
@@ -127,19 +125,23 @@ dpp_dtb_mgr* dpp_dtb_mgr_get(uint32_t dev_id) {
   return mgr;
 }
 
-uint32_t dtb_items_get(uint32_t dev_id, uint32_t queue_id, uint32_t dir, dpp_dtb_items** items) {
-  DTB_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_INDEX_UPPER(dir, DPP_DTB_DIR_DUMP);
+dpp_dtb_items* dtb_items_get(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t* rc) {
+  *rc = place_check(dev_id, queue_id, dir);
+  if (*rc != QLIX_COMM_OK) {
+    return nullptr;
+  }
   dpp_dtb_mgr* mgr = dpp_dtb_mgr_get(dev_id);
   if (mgr == nullptr) {
-    return DPP_RC_DTB_MGR_NOT_EXIST;
+    *rc = DPP_RC_DTB_MGR_NOT_EXIST;
+    return nullptr;
   }
-  *items = items_of(&mgr->queue[queue_id], dir);
-  if ((*items)->inited == 0) {
+  dpp_dtb_items* items = items_of(&mgr->queue[queue_id], dir);
+  if (items->inited == 0) {
     QLIX_COMM_TRACE_ERROR("dtb queue %d is not init.\n", queue_id);
-    return DPP_RC_DTB_QUEUE_NOT_INIT;
+    *rc = DPP_RC_DTB_QUEUE_NOT_INIT;
+    return nullptr;
   }
-  return QLIX_COMM_OK;
+  return items;
 }
 
 uint32_t dpp_dtb_queue_down_init(uint32_t dev_id, uint32_t queue_id, const dpp_dtb_queue_cfg* cfg) {
@@ -231,7 +233,7 @@ uint32_t dpp_dtb_item_buff_rd(uint32_t dev_id, uint32_t queue_id, uint32_t dir, 
   uint64_t addr = 0;
   const uint32_t rc = buff_addr(dev_id, queue_id, dir, item, offset_word, length, &addr);
   if (rc == QLIX_COMM_OK) {
-    std::memcpy(data, reinterpret_cast<const void*>(addr), length);
+    std::memcpy(data, dpp_dtb_memory(addr), length);  // NOLINT(clang-analyzer-core.NonNullParamChecker)
   }
   return rc;
 }
@@ -242,7 +244,7 @@ uint32_t dpp_dtb_item_buff_wr(uint32_t dev_id, uint32_t queue_id, uint32_t dir, 
   uint64_t addr = 0;
   const uint32_t rc = buff_addr(dev_id, queue_id, dir, item, offset_word, length, &addr);
   if (rc == QLIX_COMM_OK) {
-    std::memcpy(reinterpret_cast<void*>(addr), data, length);
+    std::memcpy(dpp_dtb_memory(addr), data, length);  // NOLINT(clang-analyzer-core.NonNullParamChecker)
   }
   return rc;
 }

@@ -180,7 +180,7 @@ uint32_t dpp_dtb_smmu0_write_entry_data(uint32_t dev_id, uint32_t data_mode, uin
 
 uint32_t dpp_dtb_smmu0_write(uint32_t dev_id, uint32_t queue_id, uint32_t data_mode, uint32_t index,
                              const uint32_t* data) {
-  dpp_dtb_entry entry;
+  dpp_dtb_entry entry{};
   QLIX_COMM_CHECK_RC(dpp_dtb_smmu0_write_entry_data(dev_id, data_mode, index, data, &entry),
                      "dpp_dtb_smmu0_write_entry_data");
   alignas(uint32_t) uint8_t block[DPP_DTB_CMD_BYTES + DPP_DTB_DATA_MAX];

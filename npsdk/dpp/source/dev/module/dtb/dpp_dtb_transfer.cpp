@@ -48,7 +48,7 @@ uint32_t free_item_take(dpp_dtb_items* items, uint32_t* item) {
 uint32_t item_send(uint32_t dev_id, uint32_t queue_id, uint32_t dir, dpp_dtb_items* items, uint32_t item,
                    uint32_t int_en, uint32_t length, const uint32_t* data) {
   const uint64_t addr = dtb_item_addr(*items, item);
-  std::memcpy(reinterpret_cast<void*>(addr + DPP_DTB_ITEM_ACK_BYTES), data, length);
+  std::memcpy(dpp_dtb_memory(addr + DPP_DTB_ITEM_ACK_BYTES), data, length);
   dpp_dtb_wr32(addr, DTB_ACK_POSTED);
 
   const uint64_t bus = items->phy_base + uint64_t{item} * items->item_size;
@@ -101,7 +101,7 @@ void overtime_print(uint32_t dev_id, uint32_t queue_id, const char* direction, u
     dpp_dtb_info_print(dev_id, queue_id, item, &info);
   }
   for (uint32_t word = 0; word < DPP_DTB_ITEM_ACK_WORDS; word++) {
-    QLIX_COMM_PRINT("ack_word_%u                 : 0x%08x\n", word, dpp_dtb_rd32(addr + word * 4));
+    QLIX_COMM_PRINT("ack_word_%u                 : 0x%08x\n", word, dpp_dtb_rd32(addr + uint64_t{word} * 4));
   }
   QLIX_COMM_PRINT("************************ dtb reg info ************************\n");
   for (const reg_row& row : AXI_ROWS) {
@@ -231,9 +231,11 @@ uint32_t dpp_dtb_tab_down_info_set(uint32_t dev_id, uint32_t queue_id, uint32_t 
   if (!guard.locked()) {
     return guard.status();
   }
-  dpp_dtb_items* items = nullptr;
-  rc = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DOWN, &items);
-  if (rc == QLIX_COMM_OK && dpp_dtb_info_check_en_get() != 0) {
+  dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DOWN, &rc);
+  if (items == nullptr) {
+    return rc;
+  }
+  if (dpp_dtb_info_check_en_get() != 0) {
     rc = info_check(dev_id, queue_id);
   }
   if (rc == QLIX_COMM_OK) {
@@ -248,9 +250,9 @@ uint32_t dpp_dtb_tab_down_info_set(uint32_t dev_id, uint32_t queue_id, uint32_t 
 
 uint32_t dpp_dtb_tab_down_success_status_check(uint32_t dev_id, uint32_t queue_id, uint32_t item) {
   QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
-  dpp_dtb_items* items = nullptr;
-  uint32_t rc = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DOWN, &items);
-  if (rc != QLIX_COMM_OK) {
+  uint32_t rc = QLIX_COMM_OK;
+  dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DOWN, &rc);
+  if (items == nullptr) {
     return rc;
   }
   const uint64_t addr = dtb_item_addr(*items, item);
@@ -285,11 +287,12 @@ uint32_t dpp_dtb_tab_up_free_item_get(uint32_t dev_id, uint32_t queue_id, uint32
   if (!guard.locked()) {
     return guard.status();
   }
-  dpp_dtb_items* items = nullptr;
-  uint32_t rc = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &items);
-  if (rc == QLIX_COMM_OK) {
-    rc = free_item_take(items, item);
+  uint32_t rc = QLIX_COMM_OK;
+  dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &rc);
+  if (items == nullptr) {
+    return rc;
   }
+  rc = free_item_take(items, item);
   if (rc == QLIX_COMM_OK) {
     dpp_dtb_wr32(dtb_item_addr(*items, *item), DTB_ACK_POSTED);  // taken from here on
   }
@@ -301,9 +304,9 @@ uint32_t dpp_dtb_tab_up_info_set(uint32_t dev_id, uint32_t queue_id, uint32_t it
                                  const uint32_t* data) {
   QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
   QLIX_COMM_CHECK_POINT(data);
-  dpp_dtb_items* items = nullptr;
-  uint32_t rc = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &items);
-  if (rc != QLIX_COMM_OK) {
+  uint32_t rc = QLIX_COMM_OK;
+  dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &rc);
+  if (items == nullptr) {
     return rc;
   }
   rc = length_check(length);
@@ -325,9 +328,9 @@ uint32_t dpp_dtb_tab_up_info_set(uint32_t dev_id, uint32_t queue_id, uint32_t it
 
 uint32_t dpp_dtb_tab_up_success_status_check(uint32_t dev_id, uint32_t queue_id, uint32_t item) {
   QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
-  dpp_dtb_items* items = nullptr;
-  uint32_t rc = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &items);
-  if (rc != QLIX_COMM_OK || completion_granted(dev_id) || dpp_dtb_debug_fun_get() != 0) {
+  uint32_t rc = QLIX_COMM_OK;
+  dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &rc);
+  if (items == nullptr || completion_granted(dev_id) || dpp_dtb_debug_fun_get() != 0) {
     return rc;
   }
   uint32_t ack = 0;

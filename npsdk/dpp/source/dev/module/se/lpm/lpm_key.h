@@ -7,7 +7,7 @@
 
 #include "dpp_lpm/lpm_trie.h"
 
-inline constexpr uint32_t LPM_KEY_WORDS = 3;
+inline constexpr size_t LPM_KEY_WORDS = 3;
 static_assert(LPM_KEY_WORDS * 8 == sizeof(lpm_trie_node::key));
 
 /// A key in host-order words; bits beyond its length are zero.
@@ -22,8 +22,8 @@ inline uint64_t lpm_load_word(const uint8_t* bytes) {
 }
 
 /// The first `bits` bits of word `i` of a key of `bits` bits in all.
-inline uint64_t lpm_word_mask(uint32_t i, uint32_t bits) {
-  const uint32_t before = i * 64;
+inline uint64_t lpm_word_mask(size_t i, uint32_t bits) {
+  const size_t before = i * 64;
   if (bits <= before) {
     return 0;
   }
@@ -35,14 +35,14 @@ inline lpm_key lpm_key_load(const uint8_t* bytes, uint32_t bits) {
   uint8_t padded[sizeof(lpm_key)] = {};
   std::memcpy(padded, bytes, (bits + 7) / 8);
   lpm_key key;
-  for (uint32_t i = 0; i < LPM_KEY_WORDS; i++) {
+  for (size_t i = 0; i < LPM_KEY_WORDS; i++) {
     key.word[i] = lpm_load_word(padded + i * 8) & lpm_word_mask(i, bits);
   }
   return key;
 }
 
 inline void lpm_key_store(const lpm_key& key, uint32_t bits, uint8_t (&bytes)[sizeof(lpm_key)]) {
-  for (uint32_t i = 0; i < LPM_KEY_WORDS; i++) {
+  for (size_t i = 0; i < LPM_KEY_WORDS; i++) {
     const uint64_t word = key.word[i] & lpm_word_mask(i, bits);
     const uint64_t wire = std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
     std::memcpy(bytes + i * 8, &wire, sizeof(wire));
@@ -59,10 +59,10 @@ inline uint32_t lpm_node_bit(const lpm_trie_node* node, uint32_t bit) {
 
 /// Number of leading bits, `limit` at most, in which a key and a node's key agree.
 inline uint32_t lpm_common_bits(const lpm_key& key, const uint8_t* node_key, uint32_t limit) {
-  for (uint32_t i = 0; i * 64 < limit; i++) {
+  for (size_t i = 0; i * 64 < limit; i++) {
     const uint64_t difference = key.word[i] ^ lpm_load_word(node_key + i * 8);
     if (difference != 0) {
-      const uint32_t common = i * 64 + static_cast<uint32_t>(std::countl_zero(difference));
+      const auto common = static_cast<uint32_t>(i * 64) + static_cast<uint32_t>(std::countl_zero(difference));
       return common < limit ? common : limit;
     }
   }

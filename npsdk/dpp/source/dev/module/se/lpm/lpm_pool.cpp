@@ -1,6 +1,7 @@
 #include "lpm_pool.h"
 
 #include <cstring>
+#include <memory>
 
 #include "qlix_comm/memory.h"
 
@@ -22,16 +23,17 @@ bool lpm_pool_reserve(lpm_node_pool* pool, uint32_t num) {
     return true;
   }
   const uint32_t nodes = pool->slabs == nullptr ? FIRST_SLAB_NODES : SLAB_NODES;
-  auto* slab =
-      static_cast<slab_head*>(ic_comm_malloc_memory(sizeof(slab_head) + CACHE_LINE + nodes * sizeof(lpm_trie_node)));
+  const size_t bytes = nodes * sizeof(lpm_trie_node);
+  auto* slab = static_cast<slab_head*>(ic_comm_malloc_memory(sizeof(slab_head) + CACHE_LINE + bytes));
   if (slab == nullptr) {
     return false;
   }
   slab->next = static_cast<slab_head*>(pool->slabs);
   pool->slabs = slab;
   // Aligned, the half of a node that a search reads never straddles two cache lines for keys of up to 8 bytes.
-  const uintptr_t first = (reinterpret_cast<uintptr_t>(slab + 1) + CACHE_LINE - 1) & ~(uintptr_t{CACHE_LINE} - 1);
-  auto* node = reinterpret_cast<lpm_trie_node*>(first);
+  void* first = slab + 1;
+  size_t room = CACHE_LINE + bytes;
+  auto* node = static_cast<lpm_trie_node*>(std::align(CACHE_LINE, bytes, first, room));
   for (uint32_t i = nodes; i > 0; i--) {
     lpm_pool_give(pool, node + i - 1);
   }

@@ -204,7 +204,7 @@ uint32_t search_longest(const lpm_trie* trie, const lpm_key& key, uint32_t prefi
     }
     node = node->child[lpm_key_bit(key, node->prefix_len)];
   }
-  if (best == nullptr && start.climb) {
+  if (best == nullptr && start.climb && start.node != nullptr) {
     // The nodes above the start are shorter than its stem, so they cover the key.
     for (best = start.node->parent; best != nullptr && best->valid == 0;) {
       best = best->parent;

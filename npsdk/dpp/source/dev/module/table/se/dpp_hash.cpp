@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "dpp_hash_place.h"
+#include "dpp_hash_pool.h"
 #include "dpp_se/dpp_crc.h"
 #include "qlix_comm/check.h"
 #include "qlix_comm/memory.h"
@@ -22,25 +23,33 @@ dpp_hash_item* items_make(uint32_t num) {
   return static_cast<dpp_hash_item*>(items);
 }
 
-uint32_t table_get(dpp_hash* hash, uint32_t engine, uint32_t table, dpp_hash_table** found) {
+uint32_t table_check(dpp_hash* hash, uint32_t engine, uint32_t table) {
   QLIX_COMM_CHECK_POINT(hash);
   QLIX_COMM_CHECK_INDEX_UPPER(engine, DPP_HASH_ENGINE_NUM - 1);
   QLIX_COMM_CHECK_INDEX_UPPER(table, DPP_HASH_TABLE_NUM - 1);
-  dpp_hash_table* at = &hash->engine[engine].table[table];
-  if (at->inited == 0) {
-    QLIX_COMM_TRACE_ERROR("hash engine %u has no table %u\n", engine, table);
-    return QLIX_COMM_POINT_NULL;
-  }
-  *found = at;
   return QLIX_COMM_OK;
 }
 
-dpp_hash_entry* entry_make(const dpp_hash_table& table, uint32_t engine, uint32_t table_id, const dpp_hash_row& row) {
-  void* memory = ic_comm_malloc_memory(sizeof(dpp_hash_entry) + table.key_len + table.rst_len);
-  if (memory == nullptr) {
+/// The table, or null with the code in `rc`.
+dpp_hash_table* table_get(dpp_hash* hash, uint32_t engine, uint32_t table, uint32_t* rc) {
+  *rc = table_check(hash, engine, table);
+  if (*rc != QLIX_COMM_OK || engine >= DPP_HASH_ENGINE_NUM || table >= DPP_HASH_TABLE_NUM) {
     return nullptr;
   }
-  auto* entry = static_cast<dpp_hash_entry*>(memory);
+  dpp_hash_table* at = &hash->engine[engine].table[table];
+  if (at->inited == 0) {
+    QLIX_COMM_TRACE_ERROR("hash engine %u has no table %u\n", engine, table);
+    *rc = QLIX_COMM_POINT_NULL;
+    return nullptr;
+  }
+  return at;
+}
+
+dpp_hash_entry* entry_make(dpp_hash_table& table, uint32_t engine, uint32_t table_id, const dpp_hash_row& row) {
+  auto* entry = static_cast<dpp_hash_entry*>(dpp_hash_pool_take(&table.pool));
+  if (entry == nullptr) {
+    return nullptr;
+  }
   *entry = {};
   entry->engine = static_cast<uint8_t>(engine);
   entry->table = static_cast<uint8_t>(table_id);
@@ -55,16 +64,24 @@ dpp_hash_entry* entry_make(const dpp_hash_table& table, uint32_t engine, uint32_
   return entry;
 }
 
+/// The entry of a key. Most entries of a table with a spill area stand in their item there, which is nearer than the
+/// end of a walk down the tree.
 dpp_hash_entry* entry_find(const dpp_hash_table& table, const uint8_t* key) {
+  if (table.ddr_items != 0) {
+    uint8_t crc_key[KEY_BYTES_MAX];
+    dpp_hash_set_crc_key(key, table.key_len, crc_key);
+    for (dpp_hash_entry* entry : table.ddr[dpp_hash_ddr_index(table, crc_key)].entry) {
+      if (entry != nullptr && std::memcmp(entry->key(), key, table.key_len) == 0) {
+        return entry;
+      }
+    }
+  }
   qlix_comm_rb_node* node = nullptr;
-  return qlix_comm_rb_search(&table.tree, key, &node) == QLIX_COMM_OK ? reinterpret_cast<dpp_hash_entry*>(node)
-                                                                      : nullptr;
+  return qlix_comm_rb_search(&table.tree, key, &node) == QLIX_COMM_OK ? dpp_hash_entry::of(node) : nullptr;
 }
 
 /// Spill area, zcells, overflow registers, in this order.
-uint32_t entry_place(dpp_hash* hash, const dpp_hash_table& table, dpp_hash_entry* entry) {
-  uint8_t crc_key[KEY_BYTES_MAX];
-  QLIX_COMM_CHECK_RC(dpp_hash_set_crc_key(entry->key(), entry->key_len, crc_key), "dpp_hash_set_crc_key");
+uint32_t entry_place(dpp_hash* hash, const dpp_hash_table& table, dpp_hash_entry* entry, const uint8_t* crc_key) {
   uint32_t rc = table.ddr_items != 0 ? dpp_hash_insert_ddr(hash, entry, crc_key) : DPP_HASH_RC_ITEM_FULL;
   if (rc == DPP_HASH_RC_ITEM_FULL) {
     rc = dpp_hash_insert_zcell(hash, entry, crc_key);
@@ -77,9 +94,18 @@ uint32_t entry_place(dpp_hash* hash, const dpp_hash_table& table, dpp_hash_entry
 
 /// Takes an entry that is in the tree but in no item out again.
 void entry_drop(dpp_hash_table* table, dpp_hash_entry* entry) {
-  qlix_comm_rb_node* node = nullptr;
-  qlix_comm_rb_delete(&table->tree, entry->key(), &node);
-  ic_comm_free_memory(entry);
+  qlix_comm_rb_delete_node(&table->tree, &entry->node);
+  dpp_hash_pool_give(&table->pool, entry);
+}
+
+/// Brings in what the tree will touch when the node leaves it, while the chip is written.
+void neighbours_prefetch(const qlix_comm_rb_node& node) {
+  for (const void* neighbour : {static_cast<const void*>(node.order.prev), static_cast<const void*>(node.order.next)}) {
+    __builtin_prefetch(neighbour, 1);
+  }
+  for (const qlix_comm_rb_node* neighbour : {node.parent, node.left, node.right}) {
+    __builtin_prefetch(neighbour == nullptr ? nullptr : &neighbour->left, 1);
+  }
 }
 
 /// Writes the item after a change, or calls `undo` and tries to leave the chip with what it had.
@@ -111,11 +137,7 @@ uint32_t result_change(dpp_hash* hash, dpp_hash_entry* entry, const uint8_t* rst
 }
 
 void table_release(dpp_hash_table* table) {
-  for (qlix_comm_double_link_node* link = table->tree.order.first; link != nullptr;) {
-    qlix_comm_double_link_node* next = link->next;
-    ic_comm_free_memory(link->data);
-    link = next;
-  }
+  dpp_hash_pool_release(&table->pool);
   ic_comm_free_memory(table->ddr);
   *table = {};
 }
@@ -219,6 +241,7 @@ uint32_t dpp_hash_table_init(dpp_hash* hash, uint32_t engine, uint32_t table, co
     made.ddr = items_make(cfg->ddr_items);
     QLIX_COMM_CHECK_POINT(made.ddr);
   }
+  dpp_hash_pool_init(&made.pool, sizeof(dpp_hash_entry) + cfg->key_len + cfg->rst_len);
   made.inited = 1;
   *at = made;
   return QLIX_COMM_OK;
@@ -237,8 +260,7 @@ uint32_t dpp_hash_rewrite(dpp_hash* hash, uint32_t engine) {
   QLIX_COMM_CHECK_INDEX_UPPER(engine, DPP_HASH_ENGINE_NUM - 1);
   for (const dpp_hash_table& table : hash->engine[engine].table) {
     for (const qlix_comm_double_link_node* link = table.tree.order.first; link != nullptr; link = link->next) {
-      QLIX_COMM_CHECK_RC(dpp_hash_write_hardware(hash, static_cast<const dpp_hash_entry*>(link->data)),
-                         "dpp_hash_write_hardware");
+      QLIX_COMM_CHECK_RC(dpp_hash_write_hardware(hash, dpp_hash_entry::of(link->data)), "dpp_hash_write_hardware");
     }
   }
   return QLIX_COMM_OK;
@@ -254,9 +276,9 @@ uint32_t dpp_hash_set_crc_key(const uint8_t* key, uint32_t key_len, uint8_t* crc
 }
 
 uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const dpp_hash_row* row) {
-  dpp_hash_table* at = nullptr;
-  uint32_t rc = table_get(hash, engine, table, &at);
-  if (rc != QLIX_COMM_OK) {
+  uint32_t rc = QLIX_COMM_OK;
+  dpp_hash_table* at = table_get(hash, engine, table, &rc);
+  if (at == nullptr) {
     return rc;
   }
   QLIX_COMM_CHECK_POINT(row);
@@ -264,20 +286,24 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   if (at->rst_len != 0) {
     QLIX_COMM_CHECK_POINT(row->rst);
   }
+  uint8_t crc_key[KEY_BYTES_MAX];
+  QLIX_COMM_CHECK_RC(dpp_hash_set_crc_key(row->key, at->key_len, crc_key), "dpp_hash_set_crc_key");
+  if (at->ddr_items != 0) {
+    __builtin_prefetch(&at->ddr[dpp_hash_ddr_index(*at, crc_key)]);  // while the tree is walked
+  }
   dpp_hash_entry* entry = entry_make(*at, engine, table, *row);
   QLIX_COMM_CHECK_POINT(entry);
   qlix_comm_rb_node* node = nullptr;
-  rc = qlix_comm_rb_insert(&at->tree, entry, &node);
+  rc = qlix_comm_rb_insert(&at->tree, &entry->node, &node);
   if (rc == QLIX_COMM_RB_KEY_EXISTS) {
-    rc = result_change(hash, reinterpret_cast<dpp_hash_entry*>(node), row->rst);
-    ic_comm_free_memory(entry);
-    return rc;
+    dpp_hash_pool_give(&at->pool, entry);
+    return result_change(hash, dpp_hash_entry::of(node), row->rst);
   }
   if (rc != QLIX_COMM_OK) {
-    ic_comm_free_memory(entry);
+    dpp_hash_pool_give(&at->pool, entry);
     QLIX_COMM_CHECK_RC(rc, "qlix_comm_rb_insert");
   }
-  rc = entry_place(hash, *at, entry);
+  rc = entry_place(hash, *at, entry, crc_key);
   if (rc != QLIX_COMM_OK) {
     at->insert_fail_num++;
     entry_drop(at, entry);
@@ -295,9 +321,9 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
 
 uint32_t dpp_hash_search(dpp_hash* hash, uint32_t engine, uint32_t table, const uint8_t* key, uint8_t* rst,
                          dpp_hash_where* where) {
-  dpp_hash_table* at = nullptr;
-  const uint32_t rc = table_get(hash, engine, table, &at);
-  if (rc != QLIX_COMM_OK) {
+  uint32_t rc = QLIX_COMM_OK;
+  dpp_hash_table* at = table_get(hash, engine, table, &rc);
+  if (at == nullptr) {
     return rc;
   }
   QLIX_COMM_CHECK_POINT(key);
@@ -315,9 +341,9 @@ uint32_t dpp_hash_search(dpp_hash* hash, uint32_t engine, uint32_t table, const 
 }
 
 uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const uint8_t* key) {
-  dpp_hash_table* at = nullptr;
-  uint32_t rc = table_get(hash, engine, table, &at);
-  if (rc != QLIX_COMM_OK) {
+  uint32_t rc = QLIX_COMM_OK;
+  dpp_hash_table* at = table_get(hash, engine, table, &rc);
+  if (at == nullptr) {
     return rc;
   }
   QLIX_COMM_CHECK_POINT(key);
@@ -325,6 +351,7 @@ uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   if (entry == nullptr) {
     return DPP_HASH_RC_ABSENT;
   }
+  neighbours_prefetch(entry->node);
   dpp_hash_item_remove(entry);
   rc = write_or_undo(hash, entry, [entry] { entry_restore(entry); });
   if (rc != QLIX_COMM_OK) {

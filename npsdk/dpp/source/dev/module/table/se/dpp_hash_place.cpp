@@ -150,7 +150,7 @@ uint32_t dpp_hash_write_hardware(dpp_hash* hash, const dpp_hash_entry* entry) {
     write.zcell = descriptor % DPP_HASH_ZCELL_IN_BLOCK;
     write.index = kind == DPP_HASH_LOCATION_ZREG ? DPP_SE_ZREG_ADDR : entry->location & ITEM_MASK;
     if (entry->item->entry[entry->quarter] == entry) {
-      entry_image(*entry, write.data + entry->quarter * 16);
+      entry_image(*entry, write.data + size_t{entry->quarter} * 16);
     }
   }
   return hash->writer.write(hash->writer.context, &write);

@@ -1,11 +1,13 @@
 // Items of the hash memories and what stands in them.
 #pragma once
 
+#include <cstddef>
+
 #include "dpp_se/dpp_hash.h"
 
-/// One entry; key and result follow the record.
+/// One entry; key and result follow the record. Records begin on a cache line, and the node stands so that what a walk
+/// down the tree reads of it (key pointer, links, the first bytes of the key behind it) shares the next one.
 struct dpp_hash_entry {
-  qlix_comm_rb_node node;  ///< first: the tree hands out its address
   dpp_hash_item* item;
   uint32_t location;
   uint32_t ddr_index;
@@ -15,7 +17,12 @@ struct dpp_hash_entry {
   uint8_t entry_bytes;
   uint8_t key_len;
   uint8_t rst_len;
+  uint8_t padding[18];
+  qlix_comm_rb_node node;
 
+  static dpp_hash_entry* of(void* tree_node) {
+    return reinterpret_cast<dpp_hash_entry*>(static_cast<uint8_t*>(tree_node) - offsetof(dpp_hash_entry, node));
+  }
   uint8_t* key() {
     return reinterpret_cast<uint8_t*>(this + 1);
   }
@@ -32,6 +39,8 @@ struct dpp_hash_entry {
     return entry_bytes / 16u;
   }
 };
+static_assert((offsetof(dpp_hash_entry, node) + offsetof(qlix_comm_rb_node, key)) % 64 == 0);
+static_assert(sizeof(dpp_hash_entry) == offsetof(dpp_hash_entry, node) + sizeof(qlix_comm_rb_node));
 
 /// Puts the entry into the first aligned quarters that are free, DPP_HASH_RC_ITEM_FULL when there are none.
 uint32_t dpp_hash_item_put(dpp_hash_item* item, dpp_hash_entry* entry);

@@ -240,7 +240,7 @@ uint32_t route_withdraw(dpp_route_table* table, lpm_trie_node* node) {
 uint32_t arrays_make(dpp_route_table* table) {
   const size_t chains = size_t{1} << table->cfg.head_bits;
   table->chain = static_cast<uint32_t*>(ic_comm_malloc_memory(chains * sizeof(uint32_t)));
-  table->block = static_cast<route_block**>(ic_comm_malloc_memory(table->cfg.block_num * sizeof(route_block*)));
+  table->block = static_cast<route_block**>(ic_comm_malloc_memory(table->cfg.block_num * sizeof(void*)));
   QLIX_COMM_CHECK_POINT(table->chain);
   QLIX_COMM_CHECK_POINT(table->block);
   std::fill_n(table->chain, chains, ROUTE_ITEM_NONE);

@@ -62,7 +62,7 @@ uint32_t chain_send(dpp_route_table* table, uint32_t chain) {
   const uint32_t first = chain / CHAINS_IN_ROW * CHAINS_IN_ROW;
   dpp_se_write write = row_write(table, HEAD_ROWS + chain / CHAINS_IN_ROW, ROW_BYTES);
   for (uint32_t i = 0; i < CHAINS_IN_ROW; i++) {
-    store_be32(write.data + i * 4, table->chain[first + i] + 1);
+    store_be32(write.data + size_t{i} * 4, table->chain[first + i] + 1);
   }
   return row_send(table, write);
 }

@@ -142,7 +142,7 @@ bool item_restore(dpp_route_table* table, const store_item& saved, uint32_t item
 
 bool items_restore(dpp_route_table* table, uint32_t item_num, reader* bytes) {
   const uint32_t route_num = table->lpm.trie.route_num;
-  const memory_block routes(route_num * sizeof(lpm_trie_node*) + 1);
+  const memory_block routes(route_num * sizeof(void*) + 1);
   const memory_block anchors(item_num * sizeof(uint16_t) + 1);
   const memory_block numbers(item_num * sizeof(uint32_t) + 1);
   if (routes.as<void>() == nullptr || anchors.as<void>() == nullptr || numbers.as<void>() == nullptr) {
@@ -192,7 +192,8 @@ uint32_t dpp_route_store(const dpp_route_table* table, size_t* size, uint8_t** b
   QLIX_COMM_CHECK_RC(chw_lpm_trie_store(&table->lpm.trie, &trie_size, &trie), "chw_lpm_trie_store");
   const uint32_t routes = table->lpm.trie.route_num;
   *size = sizeof(store_head) + trie_size + table->item_num * sizeof(store_item) + routes * sizeof(uint32_t);
-  const memory_block numbers(table->block_top * DPP_ROUTE_BLOCK_ITEMS * DPP_ROUTE_SLOTS_MAX * sizeof(uint32_t) + 1);
+  const memory_block numbers(size_t{table->block_top} * DPP_ROUTE_BLOCK_ITEMS * DPP_ROUTE_SLOTS_MAX * sizeof(uint32_t) +
+                             1);
   *blob = static_cast<uint8_t*>(ic_comm_malloc_memory(*size));
   if (*blob == nullptr || numbers.as<void>() == nullptr) {
     ic_comm_free_memory(trie);
@@ -216,7 +217,7 @@ uint32_t dpp_route_store(const dpp_route_table* table, size_t* size, uint8_t** b
     while (item->route[slot] != node) {
       slot++;
     }
-    numbers.as<uint32_t>()[item->number * DPP_ROUTE_SLOTS_MAX + slot] = number;
+    numbers.as<uint32_t>()[size_t{item->number} * DPP_ROUTE_SLOTS_MAX + slot] = number;
   });
   for (uint32_t i = 0; i < table->block_top * DPP_ROUTE_BLOCK_ITEMS; i++) {
     const route_item* item = route_item_at(table, i);
@@ -226,7 +227,7 @@ uint32_t dpp_route_store(const dpp_route_table* table, size_t* size, uint8_t** b
     const store_item saved = {item->number, item->next, item->anchor != nullptr ? item->anchor->prefix_len : NO_ANCHOR,
                               item->anchor_len, item->used};
     put(&saved, sizeof(saved));
-    put(&numbers.as<uint32_t>()[i * DPP_ROUTE_SLOTS_MAX], item->used * sizeof(uint32_t));
+    put(&numbers.as<uint32_t>()[size_t{i} * DPP_ROUTE_SLOTS_MAX], item->used * sizeof(uint32_t));
   }
   return QLIX_COMM_OK;
 }

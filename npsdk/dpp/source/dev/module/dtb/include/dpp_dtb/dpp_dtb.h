@@ -89,9 +89,17 @@ uint32_t dpp_dtb_item_buff_rd(uint32_t dev_id, uint32_t queue_id, uint32_t dir, 
 uint32_t dpp_dtb_item_buff_wr(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t item, uint32_t offset_word,
                               uint32_t length, const uint32_t* data);
 
-/// One aligned 32-bit access to memory that the chip writes too.
-uint32_t dpp_dtb_rd32(uint64_t addr);
-void dpp_dtb_wr32(uint64_t addr, uint32_t value);
+/// Memory shared with the chip, whose addresses travel as numbers.
+inline uint32_t* dpp_dtb_memory(uint64_t addr) {
+  return reinterpret_cast<uint32_t*>(addr);  // NOLINT(performance-no-int-to-ptr)
+}
+/// One aligned 32-bit access to memory that the chip writes too; what was written before is visible before.
+inline uint32_t dpp_dtb_rd32(uint64_t addr) {
+  return __atomic_load_n(dpp_dtb_memory(addr), __ATOMIC_ACQUIRE);
+}
+inline void dpp_dtb_wr32(uint64_t addr, uint32_t value) {
+  __atomic_store_n(dpp_dtb_memory(addr), value, __ATOMIC_RELEASE);
+}
 
 /// What the doorbell registers of a queue carry.
 struct dpp_dtb_item_info {

@@ -53,6 +53,13 @@ struct dpp_hash_zblock {
   dpp_hash_item zreg;  ///< overflow register
 };
 
+/// Where the entries of one table live: slabs that grow with it and go back with it.
+struct dpp_hash_pool {
+  void* slabs;
+  void* free_records;
+  uint32_t record_bytes;
+};
+
 struct dpp_hash_table {
   uint32_t inited;
   uint32_t key_len;
@@ -63,6 +70,7 @@ struct dpp_hash_table {
   uint32_t ddr_ecc_en;
   dpp_hash_item* ddr;
   qlix_comm_rb tree;
+  dpp_hash_pool pool;
   uint32_t entry_num;
   uint32_t insert_fail_num;
 };
