@@ -1,0 +1,86 @@
+// Every command of kxnp with all kinds of words: each ends, none fails the session, printers print, and words that are
+// out of range never reach the card.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "np_session.h"
+
+namespace {
+
+using np_session::good_words;
+using np_session::GoodWords;
+using testing::HasSubstr;
+
+constexpr const char* CARD = R"({"network_processor": {"statistics": {"0x11d02": 5}}})";
+
+std::vector<std::string> lines_with(const char* words) {
+  std::vector<std::string> lines;
+  for (const GoodWords& row : good_words()) {
+    lines.push_back(std::string(row.name) + " " + (words == nullptr ? row.words : words));
+  }
+  return lines;
+}
+
+// No device, no index: their words are a level, or no numbers at all.
+bool takes_no_device(const std::string& name) {
+  static const std::set<std::string> names = {"diag_dpp_sdk_version", "diag_dpp_comm_set_print_level", "dpp_kshell",
+                                              "dpp_se_tlb_help"};
+  return names.contains(name);
+}
+
+TEST(KxnpCommands, GoodWordsRun) {
+  const auto session = np_session::run(CARD, lines_with(nullptr));
+  EXPECT_EQ(session.result.status, 0);
+  for (size_t i = 0; i < good_words().size(); ++i) {
+    const GoodWords& row = good_words()[i];
+    EXPECT_EQ(!session.outputs[i].empty(), row.prints) << row.name << ":\n" << session.outputs[i];
+    EXPECT_THAT(session.outputs[i], testing::Not(HasSubstr("Error"))) << row.name;
+    EXPECT_THAT(session.outputs[i], testing::Not(HasSubstr("kxtools_err"))) << row.name;
+  }
+}
+
+TEST(KxnpCommands, NoWordsRunOnDeviceZero) {
+  const auto session = np_session::run(CARD, lines_with(""));
+  EXPECT_EQ(session.result.status, 0);
+  for (size_t i = 0; i < good_words().size(); ++i) {
+    EXPECT_THAT(session.outputs[i], testing::Not(HasSubstr("kxtools_err"))) << good_words()[i].name;
+  }
+}
+
+TEST(KxnpCommands, WordsOutOfRangeAreRefusedBeforeTheCard) {
+  std::vector<std::string> lines;
+  std::vector<std::string> names;
+  for (const GoodWords& row : good_words()) {
+    if (!takes_no_device(row.name) && std::string(row.name) != "mcode_drop_stat") {
+      names.emplace_back(row.name);
+      lines.push_back(names.back() + " 16");
+      lines.push_back(names.back() + " 0xffffffff 1 2 3 4 5 6 7 8 9 10 11");  // twelve words
+    }
+  }
+  const auto session = np_session::run(CARD, lines);
+  EXPECT_EQ(session.result.status, 0);
+  for (size_t i = 0; i < lines.size(); ++i) {
+    EXPECT_THAT(session.outputs[i], HasSubstr("INVALID]")) << lines[i];
+    EXPECT_THAT(session.outputs[i], HasSubstr("FUNCTION :")) << lines[i];
+  }
+  // Binding reads the queue engine; the network processor was left alone.
+  EXPECT_EQ(session.result.log_of("card_read address=0x6218").size(), 0u);
+  EXPECT_EQ(session.result.log_of("card_write address=0x6218").size(), 0u);
+}
+
+TEST(KxnpCommands, ThirteenWordsRunNothing) {
+  const auto session = np_session::run(CARD, lines_with("0 1 2 3 4 5 6 7 8 9 10 11 12"));
+  EXPECT_EQ(session.result.status, 0);
+  for (size_t i = 0; i < good_words().size(); ++i) {
+    const std::string name = good_words()[i].name;
+    const char* const expected = name == "dpp_kshell"        ? "nothing was sent"
+                                 : name == "mcode_drop_stat" ? "mcode_drop_stat param num is not right!\n"
+                                                             : "ctx->arg_info.argc:13 oversize\n";
+    EXPECT_THAT(session.outputs[i], HasSubstr(expected)) << name;
+  }
+  EXPECT_EQ(session.result.log_of("card_write address=0x6218").size(), 0u);
+}
+
+}  // namespace
