@@ -26,7 +26,7 @@ constexpr uint8_t valid_bit = 0x80;
 constexpr uint32_t lengths_offset = 8;
 constexpr uint32_t slots_offset = 8;
 constexpr uint32_t slot_tail_bytes = 4;  // length and result behind the key
-constexpr uint32_t steps_max = 100000;   // a ring would be a fault of whoever wrote the chain
+constexpr uint32_t steps_max = 100000;
 
 /// One look-up in one area.
 struct search {
@@ -102,8 +102,10 @@ uint32_t chain_search(search& s, uint32_t length) {
   QLIX_COMM_CHECK_DEV_RC(s.dev_id, lines_read(s, item_lines + chain / chains_in_line, 1, line), "lines_read");
   uint32_t next = big_endian(line + 4 * (chain % chains_in_line), 4);
   uint32_t steps = 0;
+  uint32_t mark = 0;  // an item passed; who comes by again goes round in a ring
   const uint64_t items = item_lines + s.chain_num / chains_in_line;
-  for (; next != 0 && steps < steps_max; ++steps) {
+  for (; next != 0 && next != mark && steps < steps_max; ++steps) {
+    mark = (steps & (steps - 1)) == 0 ? next : mark;
     uint8_t item[SE_ITEM_BYTES] = {};
     QLIX_COMM_CHECK_DEV_RC(s.dev_id, lines_read(s, items + uint64_t{next - 1} * item_lines, item_lines, item),
                            "lines_read");

@@ -28,7 +28,7 @@ struct dpp_etcam_place {
 };
 /// DPP_RC_ETCAM_NO_PLACE when no block of the table holds entry `index`.
 uint32_t dpp_etcam_place_get(uint32_t dev_id, uint32_t table, uint32_t index, dpp_etcam_place* place);
-inline constexpr uint32_t DPP_RC_ETCAM_NO_PLACE = 0x60B;
+inline constexpr uint32_t DPP_RC_ETCAM_NO_PLACE = 0x60E;
 
 /// The parts of an entry in its row, as a mask of parts.
 uint32_t dpp_etcam_place_parts(const dpp_etcam_place& place);

@@ -1,0 +1,262 @@
+// Keys and addresses that the table managers place are found by the look-ups, which know nothing but the chip.
+#include <gmock/gmock.h>
+
+#include <cstring>
+#include <random>
+
+#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_reg/dpp_reg_access.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_se/dpp_crc.h"
+#include "dpp_se/dpp_hash.h"
+#include "dpp_se/dpp_route.h"
+#include "se_card.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+uint32_t word_at(const uint8_t* bytes) {
+  return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
+/// Carries a manager's write to the card through the register windows.
+uint32_t window_write(void*, const dpp_se_write* write) {
+  uint32_t words[16];
+  for (uint32_t i = 0; i < 16; ++i) {
+    words[i] = word_at(write->data + 4 * i);
+  }
+  if (write->place == DPP_SE_ZCELL) {
+    return dpp_se_zcell_write(0, write->zblock, write->zcell, write->index, write->mask, words);
+  }
+  if (write->place == DPP_SE_ZREG) {
+    const uint32_t addr = 1u << 16 | write->zblock << 11 | write->index;
+    uint32_t all[16];
+    EXPECT_EQ(dpp_se_alg_read(0, addr, all), 0u);
+    for (uint32_t i = 0; i < 16; ++i) {
+      all[i] = (write->mask & 8u >> i / 4) != 0 ? words[i] : all[i];
+    }
+    return dpp_se_alg_write(0, addr, all);
+  }
+  for (uint32_t line = 0; line < write->size / 16; ++line) {
+    EXPECT_EQ(dpp_se_smmu1_ind_write(0, write->baddr * DPP_SE_DDR_UNIT_LINES + write->index + line, DPP_SE_DDR_128,
+                                     words + 4 * line),
+              0u);
+  }
+  return 0;
+}
+
+constexpr dpp_se_writer writer = {window_write, nullptr};
+
+class SeSearch : public OnSeCard {
+ protected:
+  static void key_set(const std::vector<uint8_t>& key) {
+    std::vector<uint8_t> padded = key;
+    padded.resize(80);
+    for (uint32_t first = 0; first < 16; first += 10) {
+      std::vector<uint32_t> words = {0, first};
+      for (uint32_t i = first; i < first + 10; ++i) {
+        words.push_back(word_at(&padded[4 * i]));
+      }
+      text("diag_dpp_se_hash_key_data", words);
+    }
+  }
+};
+
+/// Engine 2, table 7, with one zcell of zblock 3 shared and one of zblock 12 that belongs to the table.
+class HashSearch : public SeSearch {
+ protected:
+  static constexpr uint32_t engine = 2;
+  static constexpr uint32_t table = 7;
+  static constexpr uint32_t rst_len = 4;
+
+  void set_up(uint32_t key_len, uint32_t ddr_items) {
+    hash_ = std::make_unique<dpp_hash>();
+    ASSERT_EQ(dpp_hash_init(hash_.get(), &writer), 0u);
+    ASSERT_EQ(dpp_hash_zblock_init(hash_.get(), 3, 0x8005), 0u);
+    ASSERT_EQ(dpp_hash_zblock_init(hash_.get(), 12, 0xA02B), 0u);
+    ASSERT_EQ(dpp_hash_zcell_add(hash_.get(), engine, 12, 1, 1), 0u);
+    ASSERT_EQ(dpp_hash_zcell_add(hash_.get(), engine, 3, 2, 0), 0u);
+    const dpp_hash_table_cfg cfg = {key_len, rst_len, ddr_items, 0x40, 0};
+    ASSERT_EQ(dpp_hash_table_init(hash_.get(), engine, table, &cfg), 0u);
+    for (const auto& [zblock, poly] : {std::pair<uint32_t, uint32_t>{3, 0x8005}, {12, 0xA02B}}) {
+      set(DPP_REG_ZBLOCK_SERVICE_CONFIGURE, zblock / 8, zblock % 8, {0, engine, 1});
+      set(DPP_REG_ZBLOCK_HASH_ARG, zblock / 8, zblock % 8, {poly});
+    }
+    set(DPP_REG_ZBLOCK_HASH_ZCELL_MONO, 0, 3, {1, 1, 0, 0, 1, 1, 1, 1});  // cells 3, 1 and 0 belong to table 1
+    set(DPP_REG_ZBLOCK_HASH_ZCELL_MONO, 1, 4, {1, 1, 1, 1, 1, table, 1, 1});
+    set(DPP_REG_SE_HASH_TBL_CFG, engine, table, {key_len, 0, 0});
+    if (ddr_items != 0) {
+      set(DPP_REG_SE_HASH_BULK_DDR_CFG, engine, 6, {1, 0, static_cast<uint32_t>(__builtin_ctz(ddr_items)), 0x40});
+    }
+  }
+  void TearDown() override {
+    dpp_hash_destroy(hash_.get());
+    SeSearch::TearDown();
+  }
+  uint32_t insert(const std::vector<uint8_t>& key, uint32_t result) {
+    const uint8_t rst[] = {static_cast<uint8_t>(result >> 24), static_cast<uint8_t>(result >> 16),
+                           static_cast<uint8_t>(result >> 8), static_cast<uint8_t>(result)};
+    const dpp_hash_row row = {key.data(), rst};
+    return dpp_hash_insert(hash_.get(), engine, table, &row);
+  }
+  std::string search(const std::vector<uint8_t>& key) {
+    key_set(key);
+    return text("diag_dpp_se_hash_search", {0, engine, table});
+  }
+  static std::string result_line(uint32_t result) {
+    char line[32];
+    snprintf(line, sizeof line, "result: %08x\n", result);
+    return line;
+  }
+
+  std::unique_ptr<dpp_hash> hash_;
+};
+
+std::vector<uint8_t> random_key(std::mt19937& rng, uint32_t key_len) {
+  std::vector<uint8_t> key(key_len);
+  for (uint8_t& byte : key) {
+    byte = static_cast<uint8_t>(rng());
+  }
+  return key;
+}
+
+TEST_F(HashSearch, FindsWhatTheDriverPlaced) {
+  for (const uint32_t key_len : {8u, 25u, 58u}) {
+    set_up(key_len, 4);
+    std::mt19937 rng(key_len);
+    std::vector<std::vector<uint8_t>> keys;
+    for (uint32_t i = 0; i < 40; ++i) {
+      keys.push_back(random_key(rng, key_len));
+      ASSERT_EQ(insert(keys.back(), 0xC0000000 + i), 0u);
+    }
+    for (uint32_t i = 0; i < keys.size(); ++i) {
+      const std::string out = search(keys[i]);
+      EXPECT_THAT(out, HasSubstr(result_line(0xC0000000 + i)));
+      dpp_hash_where where;
+      ASSERT_EQ(dpp_hash_search(hash_.get(), engine, table, keys[i].data(), nullptr, &where), 0u);
+      EXPECT_THAT(out, HasSubstr("found in quarter " + std::to_string(where.quarter) + "\n"));
+    }
+    ASSERT_EQ(dpp_hash_delete(hash_.get(), engine, table, keys[0].data()), 0u);
+    EXPECT_THAT(search(keys[0]), HasSubstr("not found\n"));
+    EXPECT_THAT(search(random_key(rng, key_len)), HasSubstr("not found\n"));
+    dpp_hash_destroy(hash_.get());
+  }
+}
+
+// Keys that meet in one item of each zcell overflow into the registers, zcells first.
+TEST_F(HashSearch, FindsKeysInOverflowRegisters) {
+  set_up(10, 0);
+  std::mt19937 rng(5);
+  std::vector<std::vector<uint8_t>> keys;
+  while (keys.size() < 9) {
+    const std::vector<uint8_t> key = random_key(rng, 10);
+    uint8_t shaped[10];
+    ASSERT_EQ(dpp_hash_set_crc_key(key.data(), 10, shaped), 0u);
+    const uint32_t crc12 = dpp_crc16_table_lookup(shaped, 10, 0xA02B);
+    const uint32_t crc3 = dpp_crc16_table_lookup(shaped, 10, 0x8005);
+    if ((crc12 >> 1 & 0x1FF) == 0x42 && ((crc3 >> 2 & 0x1FF) >> 6 == 1 || keys.size() < 4)) {
+      keys.push_back(key);
+    }
+  }
+  for (uint32_t i = 0; i < keys.size(); ++i) {
+    ASSERT_EQ(insert(keys[i], i), 0u);
+  }
+  for (uint32_t i = 0; i < keys.size(); ++i) {
+    const std::string out = search(keys[i]);
+    EXPECT_THAT(out, HasSubstr(result_line(i)));
+    if (i < 4) {
+      EXPECT_THAT(out, HasSubstr("zblock 12, zcell 1: polynomial 0xa02b"));
+    }
+    EXPECT_THAT(out, Not(HasSubstr("zcell 0")));
+  }
+  // The same entries put into a register by hand are found there.
+  uint32_t item[16] = {};
+  item[0] = 0x80000000u | table << 24 | engine << 16 | 0x0102;
+  item[1] = 0x03040506;
+  item[2] = 0x0708090A;
+  item[3] = 0xFEEDF00D;
+  ASSERT_EQ(dpp_se_alg_write(0, 1u << 16 | 3 << 11 | 0x10, item), 0u);
+  const std::string out = search({1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
+  EXPECT_THAT(out, HasSubstr("zblock 3, zreg: HIT\nfound in quarter 0\nresult: feedf00d\n"));
+}
+
+TEST_F(HashSearch, SpillItemsAreShown) {
+  set_up(8, 4);
+  const std::vector<uint8_t> key = {1, 2, 3, 4, 5, 6, 7, 8};
+  ASSERT_EQ(insert(key, 0xABCD), 0u);
+  dpp_hash_where where;
+  ASSERT_EQ(dpp_hash_search(hash_.get(), engine, table, key.data(), nullptr, &where), 0u);
+  EXPECT_THAT(
+      text("diag_dpp_se_hash_ddr4_item_prt", {0, engine, 6, where.ddr_index}),
+      HasSubstr("quarter 0: hash_id 2, table_id 7, 128 bits\n  key and result: 01020304050607080000abcd0000\n"));
+}
+
+TEST_F(SeSearch, RoutesOfBothFamilies) {
+  for (const uint32_t key_bytes : {4u, 16u}) {
+    const bool v6 = key_bytes == 16;
+    const dpp_route_cfg cfg = {key_bytes, 0x100, v6 ? 3u : 6u, 16, 0, 18};
+    dpp_route_table* table = nullptr;
+    ASSERT_EQ(dpp_route_create(&cfg, &writer, &table), 0u);
+    set(v6 ? DPP_REG_SE_LPM_V6_DDR_CFG : DPP_REG_SE_LPM_V4_DDR_CFG, 0, 5, {1, 0, 0x100});
+    std::mt19937 rng(key_bytes);
+    // Few leading bytes, so that prefixes nest.
+    const auto random_address = [&](uint8_t* bytes) {
+      for (uint32_t i = 0; i < key_bytes; ++i) {
+        bytes[i] = static_cast<uint8_t>(i < 2 ? rng() % 3 : rng() % 8 * 37);
+      }
+    };
+    for (uint32_t i = 0; i < 150; ++i) {
+      lpm_route route{};
+      random_address(route.key);
+      route.prefix_len = static_cast<uint16_t>(rng() % (8 * key_bytes + 1));
+      route.result = 0x1000 + i;
+      ASSERT_EQ(dpp_route_insert(table, &route), 0u);
+    }
+    uint32_t hits = 0;
+    for (uint32_t i = 0; i < 60; ++i) {
+      lpm_route route{};
+      random_address(route.key);
+      route.prefix_len = static_cast<uint16_t>(8 * key_bytes);
+      std::vector<uint32_t> words = {0, v6 ? 1u : 0u};
+      for (uint32_t word = 0; word < key_bytes / 4; ++word) {
+        words.push_back(word_at(route.key + 4 * word));
+      }
+      const std::string out = text("diag_dpp_se_lpm_search", words);
+      if (dpp_route_search(table, &route, LPM_SRH_LONGEST) == 0) {
+        char line[32];
+        snprintf(line, sizeof line, "result 0x%06x\n", route.result);
+        EXPECT_THAT(out, HasSubstr(line));
+        ++hits;
+      } else {
+        EXPECT_THAT(out, HasSubstr("not found\n"));
+      }
+    }
+    EXPECT_GT(hits, 5u);
+    dpp_route_destroy(table);
+  }
+  EXPECT_THAT(text("diag_dpp_se_lpm_cfg_ex_prt", {0}),
+              HasSubstr("area 5: v4 ddr_en 1, ddr_hash_en 0, ddr_baddr 0x0000100"));
+}
+
+// Chains that whoever wrote them closed into a ring, and a head that makes no sense, end the look-up.
+TEST_F(SeSearch, BrokenRouteAreasEnd) {
+  EXPECT_EQ(text("diag_dpp_se_lpm_search", {0, 0, 1}), "no IPv4 area is enabled\n");
+  set(DPP_REG_SE_LPM_V4_DDR_CFG, 0, 0, {1, 0, 1});
+  EXPECT_THAT(text("diag_dpp_se_lpm_search", {0, 0, 1}), HasSubstr("no route table\n"));
+  const uint32_t head[4] = {0x80040200, 0, 0x80000000, 0};  // four chains, anchors of length 0
+  const uint32_t chains[4] = {1, 1, 1, 1};
+  const uint32_t item[4] = {0x80000000, 1, 0, 0};  // the next item is this one
+  ASSERT_EQ(dpp_se_smmu1_ind_write(0, 256, DPP_SE_DDR_128, head), 0u);
+  ASSERT_EQ(dpp_se_smmu1_ind_write(0, 260, DPP_SE_DDR_128, chains), 0u);
+  ASSERT_EQ(dpp_se_smmu1_ind_write(0, 261, DPP_SE_DDR_128, item), 0u);
+  EXPECT_THAT(text("diag_dpp_se_lpm_search", {0, 0, 1}), HasSubstr("the chain does not end\nnot found\n"));
+  const uint32_t wild[4] = {0x80FF1F00, 0, 0xFFFFFFFF, 0xFFFFFFFF};
+  ASSERT_EQ(dpp_se_smmu1_ind_write(0, 256, DPP_SE_DDR_128, wild), 0u);
+  EXPECT_THAT(text("diag_dpp_se_lpm_search", {0, 0, 1}), HasSubstr("no route table\n"));
+  set(DPP_REG_SE_LPM_V4_DDR_CFG, 0, 0, {1, 0, 0x3FFFFFF});
+  EXPECT_EQ(run("diag_dpp_se_lpm_search", {0, 0, 1}).code, 0x1205u);
+}
+
+}  // namespace
