@@ -123,14 +123,14 @@ TEST(Kxnp, HelpListsTheCommandsOfTheLevel) {
 TEST(DppShell, RunsTheDriversCommandsOnTheCard) {
   const kx_system::Result result = kx_system::run(
       {.words = {"0000:3b:00.0"},
-       .input = "diag_dpp_mcode_version 0\n\nnothing\ndiag_dpp_pktrx_port_en_prt 0 128\nhelp diag_dpp_pbu_ptr\n"
+       .input = "diag_dpp_mcode_version 0\n\nnothing\ndiag_dpp_pktrx_port_en_prt 0 128\nhelp diag_dpp_pbu_port_th\n"
                 "diag_dpp_reg_cpu_check_reg_prt\n1 2 3\ndpp_debug_wr 0 0 0 0 0 0 0 0 0 0 0 0 0\nquit\nversion\n",
        .program = KX_SYSTEM_DPP_SHELL});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.out, HasSubstr("     NP-MCODE Version       :  1.2.3\n"));
   EXPECT_THAT(result.out, HasSubstr("nothing: command not found\n"));
   EXPECT_THAT(result.out, HasSubstr("diag_dpp_pktrx_port_en_prt: 0x1205\n"));
-  EXPECT_THAT(result.out, HasSubstr("diag_dpp_pbu_ptr_using_prt"));
+  EXPECT_THAT(result.out, HasSubstr("\ndiag_dpp_pbu_port_th_prt dev_id=0..15 port=0..127\n"));
   EXPECT_THAT(result.out, HasSubstr("cpu_check_reg                           : 0xffffffff\n"));
   EXPECT_THAT(result.out, HasSubstr("dpp_debug_wr: more than 12 arguments\n"));
   EXPECT_THAT(result.out, testing::Not(HasSubstr("NP-SDK")));  // behind quit

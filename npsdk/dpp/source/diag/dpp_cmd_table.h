@@ -14,6 +14,8 @@ struct dpp_cmd_record {
   uint32_t help;
   uint32_t kind;   // dpp_cmd_kind
   uint32_t index;  // into the rows or the functions, or the register number
+  uint32_t arg_first;
+  uint32_t arg_num;
 };
 
 struct dpp_cmd_function {
@@ -80,8 +82,6 @@ struct dpp_row_arg {
 struct dpp_row {
   uint32_t sheet;
   uint32_t line;
-  uint32_t arg_first;
-  uint32_t arg_num;
   uint32_t step_first;
   uint32_t step_num;
 };

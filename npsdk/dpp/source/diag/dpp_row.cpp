@@ -40,11 +40,12 @@ struct instance {
 /// One run of one row.
 class row_runner {
  public:
-  row_runner(const dpp_row& row, const char* name, uint32_t depth) : row_(row), name_(name), depth_(depth) {}
+  row_runner(const dpp_cmd_record& record, uint32_t depth)
+      : record_(record), row_(dpp_row_table[record.index]), name_(text_of(record.name)), depth_(depth) {}
 
   uint32_t arguments_take(std::span<const uint32_t> values) {
-    for (uint32_t i = 0; i < row_.arg_num; ++i) {
-      const dpp_row_arg& arg = dpp_row_args[row_.arg_first + i];
+    for (uint32_t i = 0; i < record_.arg_num; ++i) {
+      const dpp_row_arg& arg = dpp_row_args[record_.arg_first + i];
       const uint32_t value = i < values.size() ? values[i] : 0;
       slots_[i] = value;
       if (strcmp(text_of(arg.name), "dev_id") == 0) {
@@ -322,6 +323,7 @@ class row_runner {
     return entry->func(*entry, args);
   }
 
+  const dpp_cmd_record& record_;
   const dpp_row& row_;
   const char* name_;
   uint32_t depth_;
@@ -343,8 +345,7 @@ void dpp_row_verdicts::add(const dpp_row_verdicts& other) {
 
 uint32_t dpp_row_run(uint32_t place, std::span<const uint32_t> values, dpp_row_verdicts& verdicts, uint32_t depth) {
   QLIX_COMM_CHECK_INDEX_UPPER(depth, DPP_ROW_DEPTH_MAX);
-  const dpp_cmd_record& record = dpp_cmd_records[place];
-  row_runner runner(dpp_row_table[record.index], text_of(record.name), depth);
+  row_runner runner(dpp_cmd_records[place], depth);
   uint32_t code = runner.arguments_take(values);
   if (code == QLIX_COMM_OK) {
     code = runner.run();

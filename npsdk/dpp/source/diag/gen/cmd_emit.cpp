@@ -114,27 +114,29 @@ class table_writer {
   }
 
  private:
-  void record_add(const std::string& name, const std::string& help, uint32_t kind, uint32_t index) {
+  void record_add(const std::string& name, const std::string& help, uint32_t kind, uint32_t index,
+                  const std::vector<argument>& args = {}) {
     names_.push_back(name);
-    records_.row(listed({pool_.add(name), pool_.add(help), kind, index}));
+    records_.row(
+        listed({pool_.add(name), pool_.add(help), kind, index, args_.count(), static_cast<uint32_t>(args.size())}));
+    for (const argument& a : args) {
+      args_.row(listed({pool_.add(a.name), a.ranged ? 1u : 0u, a.min, a.max}));
+    }
   }
 
   void command_add(const command& c) {
+    const uint32_t kind = static_cast<uint32_t>(c.kind);
     if (c.kind == command_kind::row) {
-      record_add(c.name, c.help, static_cast<uint32_t>(c.kind), rows_.count());
+      record_add(c.name, c.help, kind, rows_.count(), c.args);
       row_add(c);
     } else {
-      record_add(c.name, c.help, static_cast<uint32_t>(c.kind), functions_.count());
+      record_add(c.name, c.help, kind, functions_.count(), c.args);
       functions_.row("&dpp_cmd_bridge<" + function_name(c) + ">::call");
     }
   }
 
   void row_add(const command& c) {
-    rows_.row(listed({pool_.add(c.at.file), c.at.line, args_.count(), static_cast<uint32_t>(c.args.size()),
-                      steps_.count(), static_cast<uint32_t>(c.steps.size())}));
-    for (const argument& a : c.args) {
-      args_.row(listed({pool_.add(a.name), a.ranged ? 1u : 0u, a.min, a.max}));
-    }
+    rows_.row(listed({pool_.add(c.at.file), c.at.line, steps_.count(), static_cast<uint32_t>(c.steps.size())}));
     for (const step& s : c.steps) {
       const uint32_t target = s.what == op::run ? index_.at(s.text) : pool_.add(s.text);
       steps_.row(listed({static_cast<uint32_t>(s.what), s.line, target, s.slot, s.jump}) + "," + operand_text(s.from) +
@@ -200,6 +202,28 @@ std::string functions_text(const std::vector<command>& commands) {
       out += (&a == c.args.data() ? "uint32_t " : ", uint32_t ") + a.name;
     }
     out += ");\n";
+  }
+  return out;
+}
+
+std::string manual_text(const std::vector<command>& commands) {
+  std::string out =
+      ".TH DPP\\-COMMANDS 7 \"\" \"kxtool\" \"Network processor\"\n.SH NAME\n"
+      "dpp\\-commands \\- commands of the network\\-processor driver and their words\n.SH DESCRIPTION\n"
+      "The commands of\n.B kxnp\nin\n.BR kxtool (1)\nand of\n.BR dpp_shell (1).\n"
+      "Words are integers, decimal or hexadecimal after 0x, in this order; those that are left out are 0. A value "
+      "outside\n"
+      "its range is refused before the card is touched. Commands without a range here check their words themselves.\n"
+      ".SH COMMANDS\n";
+  for (const command& c : commands) {
+    out += ".TP\n.B " + c.name + "\n";
+    for (const argument& a : c.args) {
+      out += ".I " + a.name + "\n";
+      if (a.ranged) {
+        out += std::to_string(a.min) + " to " + std::to_string(a.max) + "\n";
+      }
+    }
+    out += c.kind == command_kind::text ? ".I text\n" : "";
   }
   return out;
 }

@@ -17,4 +17,7 @@ std::string table_text(const std::vector<command>& commands, const std::vector<r
 
 std::string functions_text(const std::vector<command>& commands);
 
+/// A manual page of the commands and their words.
+std::string manual_text(const std::vector<command>& commands);
+
 }  // namespace cmd_gen

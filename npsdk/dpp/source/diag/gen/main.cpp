@@ -1,5 +1,5 @@
-// dpp_cmd_gen TABLE.cpp FUNCTIONS.h REGISTERS.csv... -- COMMANDS.rows...: turns the command sheets into source. Writes
-// nothing and ends with status 1 when a sheet is wrong; every complaint names file and line.
+// dpp_cmd_gen TABLE.cpp FUNCTIONS.h MANUAL.7 REGISTERS.csv... -- COMMANDS.rows...: turns the command sheets into
+// source. Writes nothing and ends with status 1 when a sheet is wrong; every complaint names file and line.
 
 #include <cerrno>
 #include <cstdio>
@@ -29,15 +29,15 @@ int complained(const reg_gen::complaints& complaints) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 4) {
-    fprintf(stderr, "usage: %s TABLE.cpp FUNCTIONS.h REGISTERS.csv... -- COMMANDS.rows...\n", argv[0]);
+  if (argc < 5) {
+    fprintf(stderr, "usage: %s TABLE.cpp FUNCTIONS.h MANUAL.7 REGISTERS.csv... -- COMMANDS.rows...\n", argv[0]);
     return 2;
   }
   std::vector<reg_gen::reg> regs;
   std::vector<cmd_gen::command> commands;
   reg_gen::complaints complaints;
   bool registers = true;
-  for (int i = 3; i < argc; ++i) {
+  for (int i = 4; i < argc; ++i) {
     if (strcmp(argv[i], "--") == 0) {
       registers = false;
       reg_gen::regs_check(regs, complaints);
@@ -68,6 +68,9 @@ int main(int argc, char** argv) {
   }
   if (!reg_gen::file_write(argv[2], cmd_gen::functions_text(commands))) {
     return failed(argv[2]);
+  }
+  if (!reg_gen::file_write(argv[3], cmd_gen::manual_text(commands))) {
+    return failed(argv[3]);
   }
   return 0;
 }
