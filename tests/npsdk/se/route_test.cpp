@@ -221,6 +221,32 @@ void expect_undone(const Life& life, snapshot before, const prefix& one) {
   ASSERT_EQ(after, before);
 }
 
+// The level moves with the table; here it jumps before every placement, so that items are offered above and below each
+// other in every way.
+TEST_F(Route, RandomLifeUnderAJumpingLevel) {
+  for (const dpp_route_cfg& cfg : CFGS) {
+    SCOPED_TRACE(testing::Message() << "key " << cfg.key_bytes << " flags " << cfg.flags);
+    Life life(cfg, 7000 + cfg.key_bytes);
+    static std::mt19937* rng;
+    rng = &life.rng_;
+    static chw_lpm_callbacks real;
+    real = dpp_route_lpm_get(life.table_.get())->callbacks;
+    dpp_route_lpm_get(life.table_.get())->callbacks.cb_save_rst = [](chw_lpm* lpm, lpm_trie_node* node,
+                                                                     const lpm_route* route) {
+      lpm->level = static_cast<uint32_t>((*rng)() % (lpm->trie.key_size * 8));
+      return real.cb_save_rst(lpm, node, route);
+    };
+    for (int step = 0; step < 3000 && !testing::Test::HasFailure(); step++) {
+      life.step();
+      life.compare_some(1);
+    }
+    while (!life.model_.empty() && !testing::Test::HasFailure()) {
+      ASSERT_EQ(life.remove(life.model_.begin()->first), 0u);
+    }
+    EXPECT_EQ(stat_of(life).item_num, 0u);
+  }
+}
+
 TEST_F(Route, AFailureAtEveryCallbackIsUndone) {
   int swaps = 0, failures = 0;
   for (const dpp_route_cfg& cfg : CFGS) {

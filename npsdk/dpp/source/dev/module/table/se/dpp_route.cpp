@@ -48,6 +48,11 @@ uint32_t route_add(dpp_route_table* table, route_item* item, lpm_trie_node* node
     }
     return rc;
   }
+  // A branch point that offered an item and is now a route elsewhere offers the item of its route instead.
+  route_item* offered = item_of(node);
+  if (offered != nullptr && offered != item && offered->anchor == node) {
+    offered->anchor = nullptr;
+  }
   node->item_info = item;
   return QLIX_COMM_OK;
 }
@@ -81,13 +86,8 @@ uint32_t cb_take_over(chw_lpm* lpm, lpm_trie_node* examined, lpm_trie_node* node
   if (!route_item_full(table, item)) {
     return noted(table, route_add(table, item, node));
   }
-  // Out-mode asks without looking: a full item stays as it is and the route gets one of its own, which this node offers
-  // from now on.
-  const uint32_t rc = noted(table, item_open(table, node, node));
-  if (rc == QLIX_COMM_OK && item->anchor == node) {
-    item->anchor = nullptr;
-  }
-  return rc;
+  // Out-mode asks without looking: a full item stays as it is and the route gets one of its own.
+  return noted(table, item_open(table, node, node));
 }
 
 uint32_t cb_update(chw_lpm* lpm, lpm_trie_node* node, const lpm_route* route) {
