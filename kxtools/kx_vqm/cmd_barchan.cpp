@@ -9,12 +9,6 @@
 
 namespace {
 
-// Where the mailbox area lies is told by one byte of BAR 0.
-constexpr uint64_t LAYOUT_WORD = 0x1000;
-constexpr uint32_t LAYOUT_SHIFT = 8;
-constexpr uint64_t AREA_OFFSET_HIGH = 0xF0F000;
-constexpr uint64_t AREA_OFFSET_LOW = 0xFF000;
-
 constexpr uint32_t BIND_WORDS = 3;      // barchan bind_bdf BDF
 constexpr uint32_t SEND_WORDS_MIN = 4;  // barchan send_ovs_msg EVENT WORD...
 constexpr uint32_t MESSAGE_WORDS_MAX = BAR_MSG_PAYLOAD_MAX / sizeof(uint32_t);
@@ -24,14 +18,12 @@ kxtools_dev_info chosen = {};
 
 bool area_of(const kxtools_dev_info& info, kx_mmio_region* area) {
   const kx_mmio_region bar = kxtools_dev_bar(info);
-  if (bar.holds(LAYOUT_WORD, sizeof(uint32_t))) {
-    const uint32_t layout = kx_mmio_read32(bar, LAYOUT_WORD) >> LAYOUT_SHIFT & 0xFF;
-    *area = bar.from(layout == 0 || layout == 1 || layout == 7 ? AREA_OFFSET_HIGH : AREA_OFFSET_LOW);
-  }
-  if (!area->holds(0, BAR_MSG_AREA_SIZE)) {
+  uint32_t offset = 0;
+  if (!bar_chan_area_find(bar, &offset)) {
     kx_print("kx_vqm Error: BAR 0 of %s does not hold the message area.\n", info.sbdf);
     return false;
   }
+  *area = bar.from(offset);
   return true;
 }
 
@@ -88,7 +80,8 @@ void barchan_send_ovs_msg(uint64_t, char** words, uint32_t count) {
   // Without a choice of its own the message goes to the bound device.
   kxtools_dev_info info = chosen;
   kx_mmio_region area;
-  if (info.bar_vaddr == nullptr && kxtools_dev_info_get(&info) != 0) {
+  if (info.bar_vaddr == nullptr && (kxtools_dev_info_get(&info) != 0 || info.bar_vaddr == nullptr)) {
+    kx_print("It does not bind to any pcie device,Please bind kx device!\n");
     return;
   }
   if (!area_of(info, &area)) {

@@ -13,22 +13,12 @@
 
 namespace {
 
-// One byte of BAR 0 tells where the mailbox area begins. Reads of device memory are whole words.
-constexpr uint64_t LAYOUT_WORD = 0x1000;
-constexpr uint32_t LAYOUT_SHIFT = 8;
-constexpr uint32_t AREA_OFFSET_HIGH = 0xF0F000;
-constexpr uint32_t AREA_OFFSET_LOW = 0xFF000;
-
 constexpr useconds_t AFTER_CLEAR_US = 1000;
 // The kernel may lengthen every sleep by its timer slack, 50 us unless told otherwise: too much beside polls of 100 us.
 constexpr unsigned long TIMER_SLACK_NS = 1000;
 
 constexpr uint16_t NO_REPLY_BUFFER = 3;
 constexpr uint16_t NO_REPLY_LEN = 1;
-
-uint32_t area_offset(uint32_t layout) {
-  return layout == 0 || layout == 1 || layout == 7 ? AREA_OFFSET_HIGH : AREA_OFFSET_LOW;
-}
 
 int32_t bar_map(kxtool_device* device) {
   kxtools_dev_info info = {};
@@ -41,11 +31,7 @@ int32_t bar_map(kxtool_device* device) {
 // Finds the area and makes both slots idle. Nothing is written when the BAR does not hold them.
 int32_t area_prepare(kxtool_device* device) {
   const kx_mmio_region& bar = device->bar;
-  const bool has_layout = bar.holds(LAYOUT_WORD, sizeof(uint32_t));
-  if (has_layout) {
-    device->bar_offset = area_offset((kx_mmio_read32(bar, LAYOUT_WORD) >> LAYOUT_SHIFT) & 0xFF);
-  }
-  if (!has_layout || !bar.holds(device->bar_offset, BAR_MSG_AREA_SIZE)) {
+  if (!bar_chan_area_find(bar, &device->bar_offset)) {
     MTS_ERR("BAR 0 of %s has only 0x%llx bytes, the message area lies behind its end\n", device->sbdf_text,
             static_cast<unsigned long long>(bar.size));
     return -1;

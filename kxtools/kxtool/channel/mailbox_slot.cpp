@@ -7,6 +7,12 @@
 
 namespace {
 
+// One byte of BAR 0 tells where the area begins. Reads of device memory are whole words.
+constexpr uint64_t LAYOUT_WORD = 0x1000;
+constexpr uint32_t LAYOUT_SHIFT = 8;
+constexpr uint32_t AREA_OFFSET_HIGH = 0xF0F000;
+constexpr uint32_t AREA_OFFSET_LOW = 0xFF000;
+
 constexpr uint32_t REG_OFFSET_MAX = 2047;
 constexpr uint32_t REG_OFFSET_MASK = 0x0FFFFFFC;
 constexpr uint32_t REG_FLAGS = 0;
@@ -31,6 +37,15 @@ void flags_change(const kx_mmio_region& slot, uint8_t clear, uint8_t set) {
 }
 
 }  // namespace
+
+bool bar_chan_area_find(const kx_mmio_region& bar, uint32_t* offset) {
+  if (!bar.holds(LAYOUT_WORD, sizeof(uint32_t))) {
+    return false;
+  }
+  const uint32_t layout = (kx_mmio_read32(bar, LAYOUT_WORD) >> LAYOUT_SHIFT) & 0xFF;
+  *offset = layout == 0 || layout == 1 || layout == 7 ? AREA_OFFSET_HIGH : AREA_OFFSET_LOW;
+  return bar.holds(*offset, BAR_MSG_AREA_SIZE);
+}
 
 uint8_t bar_row_index(uint16_t endpoint) {
   return endpoint <= BAR_MSG_ENDPOINT_CARD ? static_cast<uint8_t>(endpoint) : BAR_INDEX_NONE;

@@ -127,9 +127,11 @@ TEST(Vqm, TheEngineReacts) {
   EXPECT_THAT(plain(out[11]), HasSubstr("  pcie function               : 0xd\n  queue base                  : 0x6\n"));
 }
 
-TEST(Vqm, ALiveDeviceIsNeededForRegistersOnly) {
-  const auto result = kx_system::run({.input = "q\nkxvqm glb\nkxvqm glb version\nquit\n"});
+TEST(Vqm, ALiveDeviceIsNeededForRegistersAndMessagesOnly) {
+  const auto result =
+      kx_system::run({.input = "q\nkxvqm glb\nkxvqm glb version\nsu opsu\nkxvqm barchan send_ovs_msg 39 0\nquit\n"});
   EXPECT_THAT(result.out, HasSubstr("glb date"));
+  EXPECT_THAT(result.out, testing::EndsWith("\nIt does not bind to any pcie device,Please bind kx device!\n"));
   EXPECT_THAT(plain(result.out),
               HasSubstr("It does not bind to any pcie device,Please bind kx device!\nread_val_from_kx failed!\n"
                         "[vqm version]\n  version id                  : 0xffffffff\n"));

@@ -37,6 +37,9 @@ inline constexpr uint32_t BAR_MSG_EVENT_NUM = 40;      ///< event ids that can b
 inline constexpr uint16_t BAR_MSG_ENDPOINT_TOOL = 0;
 inline constexpr uint16_t BAR_MSG_ENDPOINT_CARD = 1;
 
+/// Finds where the mailbox area begins in BAR 0. False when the BAR does not hold all of it.
+bool bar_chan_area_find(const kx_mmio_region& bar, uint32_t* offset);
+
 struct bar_msg_send_para {
   kx_mmio_region area;  ///< the mailbox area: from its offset in BAR 0 to the end of the mapping
   const void* payload;
