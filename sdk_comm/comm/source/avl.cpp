@@ -42,7 +42,16 @@ node_t* descend(const qlix_comm_avl* tree, const void* key, Step step) {
     const auto compare = [&sought](const node_t* node, bool& to_right) {
       return sought.equals(node->key, to_right) ? tree_way::found : tree_way::by_key;
     };
-    return tree_descend(tree->root, compare, step);
+    // In a static tree the key's place follows from the node's, so that neither waits for the other.
+    const auto prefetch = [tree](const node_t* child) {
+      const auto node = reinterpret_cast<std::uintptr_t>(child);
+      tree_prefetch(node);
+      if (tree->dynamic == 0) {
+        const std::uintptr_t slot = (node - reinterpret_cast<std::uintptr_t>(tree->node_pool)) / sizeof(node_t);
+        tree_prefetch(reinterpret_cast<std::uintptr_t>(tree->key_pool) + slot * tree->key_len);
+      }
+    };
+    return tree_descend(tree->root, compare, step, prefetch);
   });
 }
 

@@ -10,15 +10,18 @@ std::uint32_t field_check(const void* buffer, const void* value, std::uint32_t t
                           std::uint32_t length, const char* function) {
   const source_place at{__FILE_NAME__, __LINE__, function};
   if (buffer == nullptr || value == nullptr) {
-    return report_null(at);
+    static_cast<void>(report_null(at));
+    return QLIX_COMM_POINT_NULL;
   }
   if (length == 0 || length > 32) {
-    return report_range(at, QLIX_COMM_OUT_OF_RANGE, length, 1, 32);
+    static_cast<void>(report_range(at, QLIX_COMM_OUT_OF_RANGE, length, 1, 32));
+    return QLIX_COMM_OUT_OF_RANGE;
   }
-  if (total_bits % 8 != 0 || msb >= total_bits) {
-    return report_pair(at, msb, total_bits);
+  if (total_bits % 8 != 0 || msb >= total_bits || length - 1 > msb) {
+    static_cast<void>(report_range(at, QLIX_COMM_OUT_OF_RANGE, msb, length - 1, total_bits - 1));
+    return QLIX_COMM_OUT_OF_RANGE;
   }
-  return length - 1 > msb ? report_upper(at, length, msb + 1) : QLIX_COMM_OK;
+  return QLIX_COMM_OK;
 }
 
 }  // namespace

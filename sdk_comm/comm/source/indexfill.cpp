@@ -31,18 +31,20 @@ void group_release(group_t* group) {
   ic_comm_free_memory(group);
 }
 
-// Creates the run of `key` in the tree.
-std::uint32_t group_insert(qlix_comm_indexfill* fill, const void* key, group_t** group) {
+// Creates the run of `key` in the tree; null, with the reason in `*code`, when that fails.
+group_t* group_insert(qlix_comm_indexfill* fill, const void* key, std::uint32_t* code) {
   group_t* const created = group_create(fill, key);
-  QLIX_COMM_CHECK_POINT(created);
-  qlix_comm_rb_node* linked;
-  const std::uint32_t code = qlix_comm_rb_insert(&fill->tree, created, &linked);
-  if (code != QLIX_COMM_OK) {
-    group_release(created);
-    return code;
+  if (created == nullptr) {
+    *code = QLIX_COMM_POINT_NULL;
+    return nullptr;
   }
-  *group = created;
-  return QLIX_COMM_OK;
+  qlix_comm_rb_node* linked;
+  *code = qlix_comm_rb_insert(&fill->tree, created, &linked);
+  if (*code != QLIX_COMM_OK) {
+    group_release(created);
+    return nullptr;
+  }
+  return created;
 }
 
 // The run of `key`, or null.
@@ -182,13 +184,17 @@ std::uint32_t qlix_comm_indexfill_alloc(qlix_comm_indexfill* fill, std::uint32_t
   group_t* const last = group_of(fill->tree.order.last);
   group_t* group = group_find(fill, key);
   const bool created = group == nullptr;
+  std::uint32_t code = QLIX_COMM_OK;
   if (created) {
-    QLIX_COMM_CHECK_RC(group_insert(fill, key, &group), "group_insert");
+    group = group_insert(fill, key, &code);
+    if (group == nullptr) {
+      return report_call(QLIX_COMM_HERE, code, "group_insert");
+    }
   } else {
     QLIX_COMM_TRACE_DEBUG("\n %s, same key ,add used one!", __func__);
   }
   std::uint64_t chosen = 0;
-  std::uint32_t code = position_choose(fill, group, created, first, last, &chosen);
+  code = position_choose(fill, group, created, first, last, &chosen);
   if (code == QLIX_COMM_OK && chosen >= fill->total) {
     code = QLIX_COMM_OUT_OF_RANGE;
   }
@@ -239,15 +245,16 @@ std::uint32_t qlix_comm_indexfill_insert(qlix_comm_indexfill* fill, std::uint32_
     QLIX_COMM_TRACE_INFO("\n , index fill is full !");
     return QLIX_COMM_INDEXFILL_FULL;
   }
-  group_t* group;
-  if (const std::uint32_t code = group_insert(fill, key, &group); code != QLIX_COMM_OK) {
+  std::uint32_t code = QLIX_COMM_OK;
+  group_t* const group = group_insert(fill, key, &code);
+  if (group == nullptr) {
     QLIX_COMM_TRACE_ERROR("qlix_comm_rb_insert begin\n");
     QLIX_COMM_TRACE_ERROR("Call qlix_comm_rb_insert Error!!!\n");
     return code;
   }
-  std::uint32_t code = placement_check(fill, group, start, count);
+  code = placement_check(fill, group, start, count);
   if (code == QLIX_COMM_OK && fill->used < count) {
-    code = qlix_comm_detail::report_lower(QLIX_COMM_HERE, fill->used, count);
+    code = report_lower(QLIX_COMM_HERE, fill->used, count);
   }
   if (code != QLIX_COMM_OK) {
     group_remove(fill, group);

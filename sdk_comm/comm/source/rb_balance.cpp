@@ -64,6 +64,9 @@ void qlix_comm_rb_handle_del(qlix_comm_rb* tree, qlix_comm_rb_node* node, qlix_c
       qlix_comm_rb_swich_color(rotate(tree, parent, side), parent);
       sibling = child(parent, !side);
     }
+    if (sibling == nullptr) {
+      return;  // only in a tree whose links the caller has damaged
+    }
     node_t* const far = child(sibling, !side);
     if (!rb_is_red(far) && !rb_is_red(child(sibling, side))) {
       rb_set_colour(sibling, QLIX_COMM_RB_RED);

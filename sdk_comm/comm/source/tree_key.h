@@ -146,6 +146,7 @@ template <class Pointee>
 Pointee* tree_select(bool right, Pointee* if_left, Pointee* if_right) {
   const auto left_bits = reinterpret_cast<std::uintptr_t>(if_left);
   const auto right_bits = reinterpret_cast<std::uintptr_t>(if_right);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): it is one of the two pointers
   return reinterpret_cast<Pointee*>(left_bits ^ ((left_bits ^ right_bits) & -static_cast<std::uintptr_t>(right)));
 }
 
@@ -159,9 +160,9 @@ Node* tree_follow(bool right, Node* if_left, Node* if_right) {
   return if_left;
 }
 
-template <class Node>
-void tree_prefetch(const Node* node) {
-  __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(node) + offsetof(Node, key)));
+/// Asks for the cache line at an address that need not be one: that of an absent child is never read.
+inline void tree_prefetch(std::uintptr_t address) {
+  __builtin_prefetch(reinterpret_cast<const void*>(address));  // NOLINT(performance-no-int-to-ptr)
 }
 
 /// Levels that are taken to lie in the cache: 4095 nodes with their keys, about half a megabyte.
@@ -174,17 +175,18 @@ enum class tree_way {
 };
 
 /// Walks from `root` to the node that `compare(node, to_right)` finds, or to null. `step(node, to_right)` is called for
-/// each node that is left behind and ends the walk with null by returning false.
-template <class Node, class Compare, class Step>
-Node* tree_descend(Node* root, Compare compare, Step step) {
+/// each node that is left behind and ends the walk with null by returning false; `prefetch(child)` asks for what the
+/// comparison with a child, who may be absent, will read.
+template <class Node, class Compare, class Step, class Prefetch>
+Node* tree_descend(Node* root, Compare compare, Step step, Prefetch prefetch) {
   Node* node = root;
   for (std::uint32_t level = 0; node != nullptr; ++level) {
     Node* const left = node->left;
     Node* const right = node->right;
     const bool cold = level >= TREE_HOT_LEVELS;
     if (cold) {
-      tree_prefetch(left);
-      tree_prefetch(right);
+      prefetch(left);
+      prefetch(right);
     }
     bool to_right = false;
     const tree_way way = compare(node, to_right);

@@ -45,21 +45,23 @@ struct source_place {
 #define QLIX_COMM_HERE (qlix_comm_detail::source_place{__FILE_NAME__, __LINE__, __func__})
 
 /// Null pointer: "\n QLIX %s:%d[Error:POINT NULL] ! FUNCTION : %s!\n", 0x1201.
-#define QLIX_COMM_CHECK_POINT(pointer)                      \
-  do {                                                      \
-    if ((pointer) == nullptr) {                             \
-      return qlix_comm_detail::report_null(QLIX_COMM_HERE); \
-    }                                                       \
+#define QLIX_COMM_CHECK_POINT(pointer)                                  \
+  do {                                                                  \
+    if ((pointer) == nullptr) {                                         \
+      static_cast<void>(qlix_comm_detail::report_null(QLIX_COMM_HERE)); \
+      return QLIX_COMM_POINT_NULL;                                      \
+    }                                                                   \
   } while (0)
 
 /// qlix_comm_index_check with its line "\n %s:%d[Error:VALUE[0x%x] INVALID] [min=0x%x,max=0x%x] ! FUNCTION :%s !\n".
-#define QLIX_COMM_CHECK_INDEX(value, min, max)                                                          \
-  do {                                                                                                  \
-    const std::uint32_t qlix_value = (value), qlix_min = (min), qlix_max = (max);                       \
-    const std::uint32_t qlix_code = qlix_comm_index_check(qlix_value, qlix_min, qlix_max);              \
-    if (qlix_code != QLIX_COMM_OK) {                                                                    \
-      return qlix_comm_detail::report_range(QLIX_COMM_HERE, qlix_code, qlix_value, qlix_min, qlix_max); \
-    }                                                                                                   \
+#define QLIX_COMM_CHECK_INDEX(value, min, max)                                                                      \
+  do {                                                                                                              \
+    const std::uint32_t qlix_value = (value), qlix_min = (min), qlix_max = (max);                                   \
+    const std::uint32_t qlix_code = qlix_comm_index_check(qlix_value, qlix_min, qlix_max);                          \
+    if (qlix_code != QLIX_COMM_OK) {                                                                                \
+      static_cast<void>(qlix_comm_detail::report_range(QLIX_COMM_HERE, qlix_code, qlix_value, qlix_min, qlix_max)); \
+      return qlix_code;                                                                                             \
+    }                                                                                                               \
   } while (0)
 
 #define QLIX_COMM_CHECK_DEV_INDEX(dev, value, min, max) \
@@ -69,32 +71,35 @@ struct source_place {
   } while (0)
 
 /// value <= max, with "\n %s:%d[Error:VALUE[0x%x] INVALID] [max=0x%x] ! FUNCTION :%s !\n", 0x1205.
-#define QLIX_COMM_CHECK_INDEX_UPPER(value, max)                                    \
-  do {                                                                             \
-    const std::uint32_t qlix_value = (value), qlix_max = (max);                    \
-    if (qlix_value > qlix_max) {                                                   \
-      return qlix_comm_detail::report_upper(QLIX_COMM_HERE, qlix_value, qlix_max); \
-    }                                                                              \
+#define QLIX_COMM_CHECK_INDEX_UPPER(value, max)                                                \
+  do {                                                                                         \
+    const std::uint32_t qlix_value = (value), qlix_max = (max);                                \
+    if (qlix_value > qlix_max) {                                                               \
+      static_cast<void>(qlix_comm_detail::report_upper(QLIX_COMM_HERE, qlix_value, qlix_max)); \
+      return QLIX_COMM_OUT_OF_RANGE;                                                           \
+    }                                                                                          \
   } while (0)
 
 /// value >= min, with "\n %s:%d[Error:VALUE[0x%x] INVALID] [min=0x%x] ! FUNCTION :%s !\n", 0x1205.
-#define QLIX_COMM_CHECK_INDEX_LOWER(value, min)                                    \
-  do {                                                                             \
-    const std::uint32_t qlix_value = (value), qlix_min = (min);                    \
-    if (qlix_value < qlix_min) {                                                   \
-      return qlix_comm_detail::report_lower(QLIX_COMM_HERE, qlix_value, qlix_min); \
-    }                                                                              \
+#define QLIX_COMM_CHECK_INDEX_LOWER(value, min)                                                \
+  do {                                                                                         \
+    const std::uint32_t qlix_value = (value), qlix_min = (min);                                \
+    if (qlix_value < qlix_min) {                                                               \
+      static_cast<void>(qlix_comm_detail::report_lower(QLIX_COMM_HERE, qlix_value, qlix_min)); \
+      return QLIX_COMM_OUT_OF_RANGE;                                                           \
+    }                                                                                          \
   } while (0)
 
 /// 32-bit sum, product or difference of two values that must not overflow, with
 /// "\n %s:%d[Error:VALUE[val0=0x%x] INVALID] [val1=0x%x] ! FUNCTION :%s !\n", 0x1205.
-#define QLIX_COMM_CHECK_PAIR(builtin, value0, value1)                                 \
-  do {                                                                                \
-    const std::uint32_t qlix_value0 = (value0), qlix_value1 = (value1);               \
-    std::uint32_t qlix_result;                                                        \
-    if (builtin(qlix_value0, qlix_value1, &qlix_result)) {                            \
-      return qlix_comm_detail::report_pair(QLIX_COMM_HERE, qlix_value0, qlix_value1); \
-    }                                                                                 \
+#define QLIX_COMM_CHECK_PAIR(builtin, value0, value1)                                             \
+  do {                                                                                            \
+    const std::uint32_t qlix_value0 = (value0), qlix_value1 = (value1);                           \
+    std::uint32_t qlix_result;                                                                    \
+    if (builtin(qlix_value0, qlix_value1, &qlix_result)) {                                        \
+      static_cast<void>(qlix_comm_detail::report_pair(QLIX_COMM_HERE, qlix_value0, qlix_value1)); \
+      return QLIX_COMM_OUT_OF_RANGE;                                                              \
+    }                                                                                             \
   } while (0)
 #define QLIX_COMM_CHECK_ADD(value0, value1) QLIX_COMM_CHECK_PAIR(__builtin_add_overflow, value0, value1)
 #define QLIX_COMM_CHECK_MUL(value0, value1) QLIX_COMM_CHECK_PAIR(__builtin_mul_overflow, value0, value1)
@@ -102,12 +107,13 @@ struct source_place {
 
 /// A callee's code: "\n QLIX  %s:%d [ErrorCode:0x%x] !-- %s Call %s Fail!\n"; returns the code when it is not 0.
 /// `callee` is the name printed.
-#define QLIX_COMM_CHECK_RC(code, callee)                                     \
-  do {                                                                       \
-    const std::uint32_t qlix_rc = (code);                                    \
-    if (qlix_rc != QLIX_COMM_OK) {                                           \
-      return qlix_comm_detail::report_call(QLIX_COMM_HERE, qlix_rc, callee); \
-    }                                                                        \
+#define QLIX_COMM_CHECK_RC(code, callee)                                                 \
+  do {                                                                                   \
+    const std::uint32_t qlix_rc = (code);                                                \
+    if (qlix_rc != QLIX_COMM_OK) {                                                       \
+      static_cast<void>(qlix_comm_detail::report_call(QLIX_COMM_HERE, qlix_rc, callee)); \
+      return qlix_rc;                                                                    \
+    }                                                                                    \
   } while (0)
 
 #define QLIX_COMM_CHECK_DEV_RC(dev, code, callee) \
