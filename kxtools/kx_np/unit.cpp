@@ -2,7 +2,8 @@
 // is ready, *_int_status is 0 in one without errors, *_cnt and *_num count.
 #include "kx_np/unit.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -19,6 +20,9 @@ constexpr uint64_t NP_ADDRESS = 0x6218000000;  // of the register space in card 
 constexpr uint64_t NP_SIZE = 0x2001000;        // up to the last doorbell
 constexpr uint64_t PORT_BLOCK = 0x400000;      // of the port block in the register space
 constexpr uint64_t PORT_BLOCK_SIZE = 0x30000;
+
+// Panel ports, RDMA, VQM, DTP and DRS; the numbers between them have no port.
+constexpr uint32_t PORTS[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 16, 24, 25, 26};
 
 constexpr uint32_t WORDS_MAX = DPP_REG_WIDTH_MAX / 4;
 constexpr uint32_t COUNTER_WORDS_MAX = 2;
@@ -195,20 +199,29 @@ bool is_chosen(kxtools_unit_list list, bool ports, const dpp_reg_info& info) {
   return dpp_reg_is_described(info) && is_port_register(info) == ports && is_in_list(list, info);
 }
 
+// Registers are dumped whole; what has no port is neither checked nor counted.
+bool is_chosen_instance(kxtools_unit_list list, const dpp_reg_info& info, uint32_t instance) {
+  return list == kxtools_unit_list::registers || !is_port_register(info) || info.array_type == 0 ||
+         std::find(std::begin(PORTS), std::end(PORTS), instance) != std::end(PORTS);
+}
+
 uint32_t values_count(kxtools_unit_list list, bool ports) {
   uint32_t number = 0;
   for (uint32_t reg_no = 0; reg_no < DPP_REG_NUM; ++reg_no) {
     const dpp_reg_info* info = dpp_reg_info_get(reg_no);
-    if (is_chosen(list, ports, *info)) {
-      number += instances(*info);
+    for (uint32_t i = 0; is_chosen(list, ports, *info) && i < instances(*info); ++i) {
+      number += is_chosen_instance(list, *info, i) ? 1 : 0;
     }
   }
   return number;
 }
 
-int32_t register_visit(const dpp_reg_info& info, const value_teller& teller, bool* goes_on) {
-  const uint32_t columns = (info.array_type & DPP_REG_BINARY_ARRAY) != 0 ? info.n_size : instances(info);
+int32_t register_visit(kxtools_unit_list list, const dpp_reg_info& info, const value_teller& teller, bool* goes_on) {
+  const uint32_t columns = std::max(1u, (info.array_type & DPP_REG_BINARY_ARRAY) != 0 ? info.n_size : instances(info));
   for (uint32_t i = 0; i < instances(info) && *goes_on; ++i) {
+    if (!is_chosen_instance(list, info, i)) {
+      continue;
+    }
     reading read = {.info = &info, .m = i / columns, .n = i % columns};
     if (dpp_reg_words_read(DEVICE, info.reg_no, read.m, read.n, read.words) != 0) {
       KXTOOLS_ERR("%s cannot be read\n", instance_name(read).c_str());
@@ -224,7 +237,7 @@ int32_t values_visit(kxtools_unit_list list, bool ports, kxtools_unit_visitor vi
   bool goes_on = true;
   for (uint32_t reg_no = 0; reg_no < DPP_REG_NUM && goes_on; ++reg_no) {
     const dpp_reg_info* info = dpp_reg_info_get(reg_no);
-    if (is_chosen(list, ports, *info) && register_visit(*info, teller, &goes_on) != 0) {
+    if (is_chosen(list, ports, *info) && register_visit(list, *info, teller, &goes_on) != 0) {
       return -1;
     }
   }

@@ -33,13 +33,17 @@ std::string file_text(const std::string& path) {
   return {text, length > 0 ? static_cast<size_t>(length) : 0};
 }
 
-std::string first_line(const std::string& path) {
-  const std::string text = file_text(path);
-  std::string line = text.substr(0, text.find('\n'));
-  for (char& c : line) {
+// What does not print is '?', nothing is '-'.
+std::string printable(std::string text) {
+  for (char& c : text) {
     c = c >= ' ' && c <= '~' ? c : '?';
   }
-  return line.empty() ? "-" : line;
+  return text.empty() ? "-" : text;
+}
+
+std::string first_line(const std::string& path) {
+  const std::string text = file_text(path);
+  return printable(text.substr(0, text.find('\n')));
 }
 
 // The PCI address behind an interface. False for interfaces of no PCI function.
@@ -61,7 +65,7 @@ std::string link_name(const std::string& path) {
     return "-";
   }
   const std::string_view text(target, static_cast<size_t>(length));
-  return std::string(text.substr(text.rfind('/') + 1));
+  return printable(std::string(text.substr(text.rfind('/') + 1)));
 }
 
 bool interfaces_find(std::vector<card_interface>* interfaces) {
@@ -88,7 +92,7 @@ void interface_print(const card_interface& interface) {
   const std::string net = std::string(NET_CLASS) + "/" + interface.name;
   const bool physical = pcie_find_ext_capability(interface.sbdf, PCI_ECAP_ID_SRIOV, 0) > 0;
   const std::string identity = first_line(function + "/vendor") + ":" + first_line(function + "/device");
-  kx_print("%-15s %-12s %-13s %-8s %-16s %-17s %s\n", interface.name.c_str(), address, identity.c_str(),
+  kx_print("%-15s %-12s %-13s %-8s %-16s %-17s %s\n", printable(interface.name).c_str(), address, identity.c_str(),
            physical ? "physical" : "virtual", link_name(function + "/driver").c_str(),
            first_line(net + "/address").c_str(), first_line(net + "/operstate").c_str());
 }

@@ -41,7 +41,8 @@ TEST(Diag, AHealthyCardPasses) {
   EXPECT_THAT(result.out, AllOf(StartsWith("vqm: virtio queue engine\n"), HasSubstr("\npcie: 6 checks, 0 failed\n"),
                                 HasSubstr("x16 at 16 GT/s of x16 at 16 GT/s"), HasSubstr("np_init_done"),
                                 HasSubstr("pcsmac: network ports, as the port block (trpg) tells\n"),
-                                Not(HasSubstr("FAIL")), EndsWith("\ndiag eth0: ok\n")));
+                                Not(HasSubstr("FAIL")), HasSubstr("trpg_port_int_status[26]"),
+                                Not(HasSubstr("trpg_port_int_status[27]")), EndsWith("\ndiag eth0: ok\n")));
 }
 
 struct Ill {
