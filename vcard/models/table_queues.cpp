@@ -76,8 +76,7 @@ class TableQueues {
       count(read_errors);
       result = commands_.refuse(NpStatus::bus_error);
     } else if (item.dump) {
-      // What a dump item asks for is not known to the card.
-      result = commands_.refuse(NpStatus::unsupported);
+      result = dump(item, block);
     } else {
       result = commands_.execute(block);
     }
@@ -100,6 +99,17 @@ class TableQueues {
       const uint32_t events = finish_events + item.queue / 32 * 4;
       processor_.set_word(events, processor_.word(events) | 1u << item.queue % 32);
     }
+  }
+
+  // The answer takes the place of the commands in the item.
+  NpStatus dump(const Item& item, std::span<const uint8_t> block) {
+    std::vector<uint8_t> answer;
+    const NpStatus result = commands_.dump(block, answer);
+    if (result == NpStatus::success && !memory_.write(item.bus + item_buffer, answer)) {
+      count(write_errors);
+      return NpStatus::bus_error;
+    }
+    return result;
   }
 
   void note_access(const Item& item, uint32_t operation) {

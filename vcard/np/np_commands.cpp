@@ -17,6 +17,7 @@ constexpr uint32_t mode_multicast_hash = 4;
 constexpr uint32_t lines_in_base_unit = 4096 / 16;
 constexpr size_t quarters = 4;
 constexpr size_t quarter_words = 4;
+constexpr size_t answer_max = 16384;  // the buffer of an item
 
 // Bits are numbered from 127, the first on the wire.
 uint32_t bits(const TableLine& word, uint32_t msb, uint32_t length) {
@@ -26,6 +27,14 @@ uint32_t bits(const TableLine& word, uint32_t msb, uint32_t length) {
     value = value << 1 | (word[from_start / 32] >> (31 - from_start % 32) & 1);
   }
   return static_cast<uint32_t>(value);
+}
+
+void put_words(std::vector<uint8_t>& bytes, std::span<const uint32_t> words) {
+  for (const uint32_t word : words) {
+    for (uint32_t shift = 32; shift > 0; shift -= 8) {
+      bytes.push_back(static_cast<uint8_t>(word >> (shift - 8)));
+    }
+  }
 }
 
 }  // namespace
@@ -67,14 +76,20 @@ NpStatus NpCommands::refuse(NpStatus status) {
   return status;
 }
 
-NpStatus NpCommands::execute(std::span<const uint8_t> block) {
+// Goes over the commands of a block.
+NpStatus NpCommands::run(std::span<const uint8_t> block,
+                         const std::function<NpStatus(const TableLine&, Reader&)>& one) {
   if (block.empty()) {
     return refuse(NpStatus::empty);
   }
   ++counters_.blocks;
   Reader rest(block);
   while (!rest.empty()) {
-    const NpStatus status = execute_one(rest);
+    TableLine command;
+    NpStatus status = NpStatus::truncated;
+    if (rest.words(command)) {
+      status = bits(command, 127, 1) == 0 ? NpStatus::not_valid : one(command, rest);
+    }
     if (status != NpStatus::success) {
       ++counters_.errors[status];
       return status;
@@ -84,14 +99,15 @@ NpStatus NpCommands::execute(std::span<const uint8_t> block) {
   return NpStatus::success;
 }
 
-NpStatus NpCommands::execute_one(Reader& rest) {
-  TableLine command;
-  if (!rest.words(command)) {
-    return NpStatus::truncated;
-  }
-  if (bits(command, 127, 1) == 0) {
-    return NpStatus::not_valid;
-  }
+NpStatus NpCommands::execute(std::span<const uint8_t> block) {
+  return run(block, [this](const TableLine& command, Reader& rest) { return execute_one(command, rest); });
+}
+
+NpStatus NpCommands::dump(std::span<const uint8_t> block, std::vector<uint8_t>& answer) {
+  return run(block, [&](const TableLine& command, Reader&) { return dump_one(command, answer); });
+}
+
+NpStatus NpCommands::execute_one(const TableLine& command, Reader& rest) {
   switch (bits(command, 126, 3)) {
     case mode_eram:
       return execute_eram(command, rest);
@@ -104,6 +120,51 @@ NpStatus NpCommands::execute_one(Reader& rest) {
     case mode_multicast_hash:
       multicast_hash_ = uint64_t{bits(command, 63, 32)} << 32 | bits(command, 31, 32);
       return NpStatus::success;
+    default:
+      return NpStatus::unknown_mode;
+  }
+}
+
+// A reading command stands alone; its data go back in place of the block.
+NpStatus NpCommands::dump_one(const TableLine& command, std::vector<uint8_t>& answer) {
+  if (answer.size() > answer_max - etcam_row_bytes - sizeof(TableLine)) {
+    return NpStatus::unsupported;
+  }
+  switch (bits(command, 126, 3)) {
+    case mode_eram: {
+      if (bits(command, 121, 1) != 0 || bits(command, 120, 1) == 0 || bits(command, 123, 2) != 0) {
+        return NpStatus::unsupported;
+      }
+      TableLine& line = tables_.eram(bits(command, 113, 26));
+      put_words(answer, line);
+      if (bits(command, 119, 1) != 0) {
+        line = {};
+      }
+      return NpStatus::success;
+    }
+    case mode_ddr: {
+      const uint32_t length = bits(command, 123, 2);
+      const uint32_t first = bits(command, 119, 20) * lines_in_base_unit + bits(command, 29, 30);
+      for (uint32_t i = 0; length < 3 && i < 1u << length; ++i) {
+        put_words(answer, tables_.ddr(first + i));
+      }
+      return length < 3 ? NpStatus::success : NpStatus::unsupported;
+    }
+    case mode_zcam: {
+      const uint32_t place = bits(command, 122, 7) << 9 | bits(command, 111, 9);
+      put_words(answer, bits(command, 123, 1) != 0 ? tables_.zcam(place) : tables_.zblock_register(place));
+      return NpStatus::success;
+    }
+    case mode_etcam: {
+      if (bits(command, 108, 1) == 0) {
+        return NpStatus::unsupported;
+      }
+      const EtcamRow& row = tables_.etcam(bits(command, 123, 3), bits(command, 98, 9));
+      const auto& bytes = bits(command, 99, 1) != 0 ? row.mask : row.data;
+      answer.insert(answer.end(), bytes.begin(), bytes.end());
+      put_words(answer, TableLine{0, 0, 0, row.valid});
+      return NpStatus::success;
+    }
     default:
       return NpStatus::unknown_mode;
   }

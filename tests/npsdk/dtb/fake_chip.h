@@ -4,10 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <map>
 #include <mutex>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -71,12 +73,15 @@ class fake_chip {
   }
   /// Executes the item as the chip does and completes it.
   void execute(const doorbell& bell) {
-    const uint8_t* item = memory_at(bell);
+    uint8_t* buffer = memory_at(bell) + DPP_DTB_ITEM_ACK_BYTES;
+    const std::span<const uint8_t> block = {buffer, size_t{bell.length} * 4};
     vcard::NpStatus status;
+    std::vector<uint8_t> answer;
     {
       const std::lock_guard guard(lock_);
-      status = chip.execute({item + DPP_DTB_ITEM_ACK_BYTES, size_t{bell.length} * 4});
+      status = bell.dump ? chip.dump(block, answer) : chip.execute(block);
     }
+    std::copy(answer.begin(), answer.end(), buffer);
     complete(bell, 0x5A5A5A00u | static_cast<uint32_t>(status));
   }
 

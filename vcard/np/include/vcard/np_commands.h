@@ -3,9 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "vcard/np_tables.h"
 
@@ -35,6 +37,8 @@ class NpCommands {
 
   /// Executes the commands of one block.
   NpStatus execute(std::span<const uint8_t> block);
+  /// Executes a block of reading commands; what they read is appended to `answer`, most significant byte first.
+  NpStatus dump(std::span<const uint8_t> block, std::vector<uint8_t>& answer);
   /// Counts a block that never arrived.
   NpStatus refuse(NpStatus status);
 
@@ -48,7 +52,9 @@ class NpCommands {
 
  private:
   class Reader;
-  NpStatus execute_one(Reader& rest);
+  NpStatus run(std::span<const uint8_t> block, const std::function<NpStatus(const TableLine&, Reader&)>& one);
+  NpStatus execute_one(const TableLine& command, Reader& rest);
+  NpStatus dump_one(const TableLine& command, std::vector<uint8_t>& answer);
   NpStatus execute_eram(const TableLine& command, Reader& rest);
   NpStatus execute_ddr(const TableLine& command, Reader& rest);
   NpStatus execute_zcam(const TableLine& command, Reader& rest);

@@ -1,0 +1,102 @@
+#include "dpp_dtb/dpp_dtb_dump.h"
+
+#include <endian.h>
+
+#include <cstring>
+
+#include "dpp_dtb/dpp_dtb.h"
+#include "dpp_dtb/dpp_dtb_table.h"
+#include "dpp_dtb_internal.h"
+
+namespace {
+
+constexpr uint32_t row_words = 4;
+constexpr uint32_t item_words = 16;
+constexpr uint32_t rw_len_max = 2;
+// Behind the data of a ternary row comes one line of 128 bits, its lowest byte the valid bits.
+constexpr uint32_t etcam_answer_words = DPP_DTB_ETCAM_WORDS + row_words;
+constexpr uint32_t vbit_mask = 0xFF;
+
+using cmd_bytes = uint8_t[DPP_DTB_CMD_BYTES];
+
+/// Sends the command and takes what the chip has read: `word_num` words.
+uint32_t answer_get(uint32_t dev_id, uint32_t queue_id, const cmd_bytes& cmd, uint32_t word_num, uint32_t* words) {
+  uint32_t request[DPP_DTB_CMD_BYTES / 4];
+  std::memcpy(request, cmd, sizeof(request));
+  uint32_t item = 0;
+  QLIX_COMM_CHECK_RC(dpp_dtb_tab_up_free_item_get(dev_id, queue_id, &item), "dpp_dtb_tab_up_free_item_get");
+  QLIX_COMM_CHECK_RC(dpp_dtb_tab_up_info_set(dev_id, queue_id, item, 0, sizeof(request), request),
+                     "dpp_dtb_tab_up_info_set");
+  QLIX_COMM_CHECK_RC(dpp_dtb_tab_up_success_status_check(dev_id, queue_id, item),
+                     "dpp_dtb_tab_up_success_status_check");
+  QLIX_COMM_CHECK_RC(dpp_dtb_tab_up_data_get(dev_id, queue_id, item, word_num * 4, words), "dpp_dtb_tab_up_data_get");
+  for (uint32_t i = 0; i < word_num; ++i) {
+    words[i] = be32toh(words[i]);
+  }
+  return QLIX_COMM_OK;
+}
+
+}  // namespace
+
+uint32_t dpp_dtb_smmu0_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t row, uint32_t* words) {
+  DTB_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_INDEX_UPPER(row, DPP_DTB_ERAM_ROW_NUM - 1);
+  QLIX_COMM_CHECK_POINT(words);
+  const dpp_dtb_eram_128_form form = {1, DPP_DTB_MODE_ERAM, DPP_ERAM_DATA_128, 0, 1, 0, row};
+  cmd_bytes cmd;
+  QLIX_COMM_CHECK_RC(dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_ERAM_128, dpp_dtb_form_values(form), cmd),
+                     "dpp_dtb_table_cmd_pack");
+  return answer_get(dev_id, queue_id, cmd, row_words, words);
+}
+
+uint32_t dpp_dtb_smmu1_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t rw_len, uint32_t baddr, uint32_t row,
+                                uint32_t* words) {
+  DTB_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_INDEX_UPPER(rw_len, rw_len_max);
+  QLIX_COMM_CHECK_INDEX_UPPER(baddr, DPP_DTB_DDR_BADDR_MAX);
+  QLIX_COMM_CHECK_INDEX_UPPER(row, DPP_DTB_DDR_ROW_MAX);
+  QLIX_COMM_CHECK_POINT(words);
+  const dpp_dtb_ddr_form form = {1, DPP_DTB_MODE_DDR, rw_len, 0, 0, baddr, 0, row};
+  cmd_bytes cmd;
+  QLIX_COMM_CHECK_RC(dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_DDR, dpp_dtb_form_values(form), cmd),
+                     "dpp_dtb_table_cmd_pack");
+  return answer_get(dev_id, queue_id, cmd, row_words << rw_len, words);
+}
+
+uint32_t dpp_dtb_zcam_item_dump(uint32_t dev_id, uint32_t queue_id, uint32_t ram_reg_flag, uint32_t place,
+                                uint32_t* words) {
+  DTB_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_INDEX_UPPER(ram_reg_flag, 1);
+  QLIX_COMM_CHECK_INDEX_UPPER(place, DPP_DTB_ZCAM_PLACE_NUM - 1);
+  QLIX_COMM_CHECK_POINT(words);
+  const dpp_dtb_zcam_form form = {1, DPP_DTB_MODE_ZCAM, ram_reg_flag, place >> 14, place >> 11, place >> 9, 0, place};
+  cmd_bytes cmd;
+  QLIX_COMM_CHECK_RC(dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_ZCAM, dpp_dtb_form_values(form), cmd),
+                     "dpp_dtb_table_cmd_pack");
+  return answer_get(dev_id, queue_id, cmd, item_words, words);
+}
+
+uint32_t dpp_dtb_etcam_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t block, uint32_t row, uint32_t data_or_mask,
+                                uint32_t* words, uint32_t* vbit) {
+  DTB_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_INDEX_UPPER(block, DPP_DTB_ETCAM_BLOCK_NUM - 1);
+  QLIX_COMM_CHECK_INDEX_UPPER(row, DPP_DTB_ETCAM_ROW_NUM - 1);
+  QLIX_COMM_CHECK_INDEX_UPPER(data_or_mask, 1);
+  QLIX_COMM_CHECK_POINT(words);
+  QLIX_COMM_CHECK_POINT(vbit);
+  dpp_dtb_etcam_form form{};
+  form.valid = 1;
+  form.type_mode = DPP_DTB_MODE_ETCAM;
+  form.block_sel = block;
+  form.rd_wr = 1;
+  form.data_or_mask = data_or_mask;
+  form.addr = row;
+  cmd_bytes cmd;
+  QLIX_COMM_CHECK_RC(dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_ETCAM, dpp_dtb_form_values(form), cmd),
+                     "dpp_dtb_table_cmd_pack");
+  uint32_t answer[etcam_answer_words] = {};
+  QLIX_COMM_CHECK_RC(answer_get(dev_id, queue_id, cmd, etcam_answer_words, answer), "answer_get");
+  std::memcpy(words, answer, DPP_DTB_ETCAM_WORDS * 4);
+  *vbit = answer[etcam_answer_words - 1] & vbit_mask;
+  return QLIX_COMM_OK;
+}
