@@ -1,0 +1,178 @@
+// Table entries read through a queue of the queue engine, which must have been set up.
+#include <algorithm>
+
+#include "dpp_chip/dpp_dev.h"
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_dtb/dpp_dtb.h"
+#include "dpp_dtb/dpp_dtb_dump.h"
+#include "dpp_dtb/dpp_dtb_table.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "qlix_comm/check.h"
+
+#define DTB_CMD_CHECK_QUEUE(dev_id, queue_id)                    \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1); \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, queue_id, 0, DPP_DTB_QUEUE_NUM - 1)
+
+namespace {
+
+constexpr uint32_t row_words = 4;
+constexpr uint32_t item_words = 16;
+constexpr uint32_t rw_len_512 = 2;
+constexpr uint32_t zblock_max = 31;
+constexpr uint32_t zcell_max = 3;
+constexpr uint32_t item_max = 511;
+constexpr uint32_t alg_register_bit = 1u << 16;
+constexpr uint32_t alg_addr_max = 0x1FFFF;
+constexpr uint32_t counters_in_row = 2;
+constexpr uint32_t stat_index_max = 0x3FFFFFF;
+constexpr uint32_t rows_in_base_unit = 256;
+constexpr uint32_t ddr_row_num = 1u << 28;
+
+void words_prt(const char* what, uint32_t place, const uint32_t* words, uint32_t word_num) {
+  for (uint32_t i = 0; i < word_num; i += row_words) {
+    QLIX_COMM_PRINT("%s-0x%05x: 0x%08x 0x%08x 0x%08x 0x%08x\n", what, place, words[i], words[i + 1], words[i + 2],
+                    words[i + 3]);
+  }
+}
+
+// `index` counts entries of 128 << rw_len bits.
+uint32_t ddr_entry_prt(uint32_t dev_id, uint32_t queue_id, uint32_t rw_len, uint32_t baddr, uint32_t index) {
+  uint32_t words[item_words] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu1_row_dump(dev_id, queue_id, rw_len, baddr, index << rw_len, words),
+                         "dpp_dtb_smmu1_row_dump");
+  words_prt("smmu1", index, words, row_words << rw_len);
+  return QLIX_COMM_OK;
+}
+
+// The counters of the packet processor fill an area of eRAM and go on in DDR: how many lie in eRAM, and where.
+uint32_t stat_area_get(uint32_t dev_id, uint32_t* row, uint32_t* counter_num) {
+  uint32_t depth = 0;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_STAT_PPU_ERAM_BADDR, 0, 0, row), "dpp_reg_read");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_STAT_PPU_ERAM_DEPTH, 0, 0, &depth), "dpp_reg_read");
+  *counter_num = depth * counters_in_row;
+  return QLIX_COMM_OK;
+}
+
+void counter_prt(uint32_t index, const uint32_t* row) {
+  const uint32_t* pair = row + index % counters_in_row * 2;
+  QLIX_COMM_PRINT("stat index[0x%08x] value[0x%08x,0x%08x]\n", index, pair[0], pair[1]);
+}
+
+uint32_t zcam_item_prt(uint32_t dev_id, uint32_t queue_id, uint32_t ram_reg_flag, uint32_t place) {
+  uint32_t words[item_words] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_zcam_item_dump(dev_id, queue_id, ram_reg_flag, place, words),
+                         "dpp_dtb_zcam_item_dump");
+  words_prt(ram_reg_flag != 0 ? "zcam" : "zblock_reg", place, words, item_words);
+  return QLIX_COMM_OK;
+}
+
+}  // namespace
+
+uint32_t diag_dpp_dtb_smmu0_read_128(uint32_t dev_id, uint32_t queue_id, uint32_t index) {
+  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_ERAM_ROW_NUM - 1);
+  uint32_t words[row_words] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu0_row_dump(dev_id, queue_id, index, words), "dpp_dtb_smmu0_row_dump");
+  words_prt("smmu0", index, words, row_words);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_dtb_smmu1_read_128(uint32_t dev_id, uint32_t queue_id, uint32_t baddr, uint32_t index) {
+  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, baddr, 0, DPP_DTB_DDR_BADDR_MAX);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_DDR_ROW_MAX);
+  return ddr_entry_prt(dev_id, queue_id, 0, baddr, index);
+}
+
+uint32_t diag_dpp_dtb_smmu1_read_256(uint32_t dev_id, uint32_t queue_id, uint32_t baddr, uint32_t index) {
+  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, baddr, 0, DPP_DTB_DDR_BADDR_MAX);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_DDR_ROW_MAX >> 1);
+  return ddr_entry_prt(dev_id, queue_id, 1, baddr, index);
+}
+
+uint32_t diag_dpp_dtb_smmu1_read_512(uint32_t dev_id, uint32_t queue_id, uint32_t baddr, uint32_t index) {
+  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, baddr, 0, DPP_DTB_DDR_BADDR_MAX);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_DDR_ROW_MAX >> rw_len_512);
+  return ddr_entry_prt(dev_id, queue_id, rw_len_512, baddr, index);
+}
+
+// ddr_mode is the width that is read (1: 128 bits, 2: 256, 3: 512), width_mode that of the table's entries (1: 256, 2:
+// 512); `offset` is the byte in the entry.
+uint32_t diag_dpp_dtb_ddr_dir_table_read(uint32_t dev_id, uint32_t queue_id, uint32_t baddr, uint32_t ddr_mode,
+                                         uint32_t width_mode, uint32_t index, uint32_t offset) {
+  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, baddr, 0, DPP_DTB_DDR_BADDR_MAX);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, ddr_mode, 1, 3);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, width_mode, std::max(1u, ddr_mode - 1), 2);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_DDR_ROW_MAX >> width_mode);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, offset, 0, (16u << width_mode) - 1);
+  const uint32_t row = dpp_ddr_index_calc(index, width_mode, ddr_mode, offset);
+  return ddr_entry_prt(dev_id, queue_id, ddr_mode - 1, baddr, row);
+}
+
+uint32_t diag_dpp_dtb_stat_smmu0_read(uint32_t dev_id, uint32_t queue_id, uint32_t index) {
+  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, stat_index_max);
+  uint32_t base = 0;
+  uint32_t counter_num = 0;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, stat_area_get(dev_id, &base, &counter_num), "stat_area_get");
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, counter_num, 1, UINT32_MAX);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, counter_num - 1);
+  uint32_t row[row_words] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu0_row_dump(dev_id, queue_id, base + index / counters_in_row, row),
+                         "dpp_dtb_smmu0_row_dump");
+  counter_prt(index, row);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_dtb_stat_smmu1_read(uint32_t dev_id, uint32_t queue_id, uint32_t index) {
+  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, stat_index_max);
+  uint32_t base = 0;
+  uint32_t counter_num = 0;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, stat_area_get(dev_id, &base, &counter_num), "stat_area_get");
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, counter_num, stat_index_max);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_STAT_PPU_DDR_BADDR, 0, 0, &base), "dpp_reg_read");
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, base, 0, ddr_row_num - 1);
+  const uint32_t place = base + (index - counter_num) / counters_in_row;
+  uint32_t row[row_words] = {};
+  QLIX_COMM_CHECK_DEV_RC(
+      dev_id, dpp_dtb_smmu1_row_dump(dev_id, queue_id, 0, place / rows_in_base_unit, place % rows_in_base_unit, row),
+      "dpp_dtb_smmu1_row_dump");
+  counter_prt(index, row);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_dtb_se_alg_read512(uint32_t dev_id, uint32_t queue_id, uint32_t addr) {
+  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, alg_addr_max);
+  return zcam_item_prt(dev_id, queue_id, (addr & alg_register_bit) != 0 ? 0 : 1, addr & ~alg_register_bit);
+}
+
+uint32_t diag_dpp_dtb_zcam_read(uint32_t dev_id, uint32_t queue_id, uint32_t zblock, uint32_t zcell, uint32_t index) {
+  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zblock, 0, zblock_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zcell, 0, zcell_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, item_max);
+  return zcam_item_prt(dev_id, queue_id, 1, zblock << 11 | zcell << 9 | index);
+}
+
+uint32_t diag_dpp_dtb_etcam_entry_read(uint32_t dev_id, uint32_t queue_id, uint32_t block, uint32_t row) {
+  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, block, 0, DPP_DTB_ETCAM_BLOCK_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, row, 0, DPP_DTB_ETCAM_ROW_NUM - 1);
+  for (uint32_t mask = 0; mask <= 1; ++mask) {
+    uint32_t words[DPP_DTB_ETCAM_WORDS] = {};
+    uint32_t vbit = 0;
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_etcam_row_dump(dev_id, queue_id, block, row, mask, words, &vbit),
+                           "dpp_dtb_etcam_row_dump");
+    if (mask == 0) {
+      QLIX_COMM_PRINT("block-%u row-%03u vbit: 0x%02x\n", block, row, vbit);
+    }
+    words_prt(mask == 0 ? "data" : "mask", row, words, DPP_DTB_ETCAM_WORDS);
+  }
+  return QLIX_COMM_OK;
+}

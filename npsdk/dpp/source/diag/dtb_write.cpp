@@ -1,0 +1,152 @@
+// Table entries written through a queue of the queue engine, which must have been set up.
+#include <endian.h>
+
+#include <iterator>
+
+#include "dpp_chip/dpp_dev.h"
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_dtb/dpp_dtb.h"
+#include "dpp_dtb/dpp_dtb_dump.h"
+#include "dpp_dtb/dpp_dtb_table.h"
+#include "qlix_comm/check.h"
+
+#define DTB_CMD_CHECK_QUEUE(dev_id, queue_id)                    \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1); \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, queue_id, 0, DPP_DTB_QUEUE_NUM - 1)
+
+namespace {
+
+constexpr uint32_t rows_in_base_unit = 256;
+constexpr uint32_t row_bytes = 16;
+constexpr uint32_t zcam_item_bytes = 64;
+constexpr uint32_t etcam_row_bytes = 80;
+constexpr uint32_t all_quarters = 0xF;
+constexpr uint32_t all_parts = 0xFF;
+
+/// Elements on their way to the chip, as many in one block as fit.
+class block_sender {
+ public:
+  block_sender(uint32_t dev_id, uint32_t queue_id) : dev_id_(dev_id), queue_id_(queue_id) {}
+
+  uint32_t add(const dpp_dtb_entry& entry) {
+    const uint32_t size = DPP_DTB_CMD_BYTES + (entry.data_in_cmd_flag != 0 ? 0 : entry.data_size);
+    if (size > sizeof(bytes_) - length_) {
+      const uint32_t code = send();
+      if (code != QLIX_COMM_OK) {
+        return code;
+      }
+    }
+    return dpp_dtb_entry_append(bytes_, sizeof(bytes_), &length_, &entry);
+  }
+
+  uint32_t send() {
+    const uint32_t length = length_;
+    length_ = 0;
+    return length == 0
+               ? QLIX_COMM_OK
+               : dpp_dtb_write_down_table_data(dev_id_, queue_id_, length, reinterpret_cast<const uint32_t*>(bytes_));
+  }
+
+ private:
+  uint32_t dev_id_;
+  uint32_t queue_id_;
+  uint32_t length_ = 0;
+  alignas(uint32_t) uint8_t bytes_[DPP_DTB_LEN_MAX];
+};
+
+/// An element of zeros for a command.
+template <typename Form>
+uint32_t zeros_pack(uint32_t type, const Form& form, uint32_t data_size, dpp_dtb_entry* entry) {
+  *entry = {};
+  entry->data_size = data_size;
+  return dpp_dtb_table_cmd_pack(type, dpp_dtb_form_values(form), entry->cmd);
+}
+
+uint32_t eram_row_clear(block_sender& block, uint32_t row) {
+  const dpp_dtb_eram_128_form form = {1, DPP_DTB_MODE_ERAM, DPP_ERAM_DATA_128, 1, 0, 0, row};
+  dpp_dtb_entry entry;
+  QLIX_COMM_CHECK_RC(zeros_pack(DPP_DTB_TABLE_ERAM_128, form, row_bytes, &entry), "zeros_pack");
+  return block.add(entry);
+}
+
+uint32_t ddr_row_clear(block_sender& block, uint32_t row) {
+  const dpp_dtb_ddr_form form = {1, DPP_DTB_MODE_DDR, 0, 0, 0, row / rows_in_base_unit, 0, row % rows_in_base_unit};
+  dpp_dtb_entry entry;
+  QLIX_COMM_CHECK_RC(zeros_pack(DPP_DTB_TABLE_DDR, form, row_bytes, &entry), "zeros_pack");
+  return block.add(entry);
+}
+
+uint32_t zcam_item_clear(block_sender& block, uint32_t place) {
+  const dpp_dtb_zcam_form form = {1, DPP_DTB_MODE_ZCAM, 1, place >> 14, place >> 11, place >> 9, all_quarters, place};
+  dpp_dtb_entry entry;
+  QLIX_COMM_CHECK_RC(zeros_pack(DPP_DTB_TABLE_ZCAM, form, zcam_item_bytes, &entry), "zeros_pack");
+  return block.add(entry);
+}
+
+// The valid bits go first, so that no key ever matches a half-cleared row.
+uint32_t etcam_row_clear(block_sender& block, uint32_t place) {
+  for (uint32_t mask = 0; mask <= 1; ++mask) {
+    dpp_dtb_etcam_form form{};
+    form.valid = 1;
+    form.type_mode = DPP_DTB_MODE_ETCAM;
+    form.block_sel = place / DPP_DTB_ETCAM_ROW_NUM;
+    form.vben = 1;
+    form.wr_mode = all_parts;
+    form.data_or_mask = mask;
+    form.addr = place % DPP_DTB_ETCAM_ROW_NUM;
+    dpp_dtb_entry entry;
+    QLIX_COMM_CHECK_RC(zeros_pack(DPP_DTB_TABLE_ETCAM, form, etcam_row_bytes, &entry), "zeros_pack");
+    QLIX_COMM_CHECK_RC(block.add(entry), "block_sender::add");
+  }
+  return QLIX_COMM_OK;
+}
+
+struct memory {
+  const char* name;
+  uint32_t entry_num;
+  uint32_t (*clear)(block_sender& block, uint32_t index);
+};
+// By the number that the command takes.
+constexpr memory memories[] = {
+    {"smmu0", DPP_DTB_ERAM_ROW_NUM, eram_row_clear},
+    {"smmu1", 1u << 28, ddr_row_clear},
+    {"zcam", DPP_DTB_ZCAM_PLACE_NUM, zcam_item_clear},
+    {"etcam", DPP_DTB_ETCAM_BLOCK_NUM* DPP_DTB_ETCAM_ROW_NUM, etcam_row_clear},
+};
+
+}  // namespace
+
+uint32_t diag_dpp_dtb_smmu0_write_64(uint32_t dev_id, uint32_t queue_id, uint32_t index, uint32_t data_h,
+                                     uint32_t data_l) {
+  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_ERAM_ROW_NUM * 2 - 1);
+  const uint32_t data[] = {data_h, data_l};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu0_write(dev_id, queue_id, DPP_ERAM_DATA_64, index, data),
+                         "dpp_dtb_smmu0_write");
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_dtb_smmu0_write_128(uint32_t dev_id, uint32_t queue_id, uint32_t index, uint32_t data_0,
+                                      uint32_t data_1, uint32_t data_2, uint32_t data_3) {
+  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_ERAM_ROW_NUM - 1);
+  const uint32_t data[] = {htobe32(data_0), htobe32(data_1), htobe32(data_2), htobe32(data_3)};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu0_write(dev_id, queue_id, DPP_ERAM_DATA_128, index, data),
+                         "dpp_dtb_smmu0_write");
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_dtb_table_flush(uint32_t dev_id, uint32_t queue_id, uint32_t table, uint32_t index, uint32_t num) {
+  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, std::size(memories) - 1);
+  const memory& cleared = memories[table];
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, cleared.entry_num - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, cleared.entry_num - index);
+  block_sender block(dev_id, queue_id);
+  for (uint32_t i = 0; i < num; ++i) {
+    QLIX_COMM_CHECK_DEV_RC(dev_id, cleared.clear(block, index + i), "dpp_dtb_write_down_table_data");
+  }
+  QLIX_COMM_CHECK_DEV_RC(dev_id, block.send(), "dpp_dtb_write_down_table_data");
+  QLIX_COMM_PRINT("%s: entries 0x%x to 0x%x are cleared\n", cleared.name, index, index + num - 1);
+  return QLIX_COMM_OK;
+}

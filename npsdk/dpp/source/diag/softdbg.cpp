@@ -1,0 +1,117 @@
+// Moving a cluster of the packet processor under the micro-code debugger: start, step, stop.
+#include <unistd.h>
+
+#include "dpp_chip/dpp_dev.h"
+#include "dpp_chip/dpp_dev_mutex.h"
+#include "dpp_diag/dpp_diag_code.h"
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_diag/dpp_ppu.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "qlix_comm/check.h"
+
+namespace {
+
+constexpr uint32_t thread_max = 255;
+constexpr uint32_t poll_max = 1000;
+constexpr useconds_t poll_wait_us = 100;
+constexpr uint32_t polls_at_once = 10;
+constexpr uint32_t control_fields = 4;
+
+struct debug_state {
+  bool running;
+  bool stopped;
+  uint32_t pc;
+};
+
+uint32_t state_get(uint32_t dev_id, uint32_t cluster, debug_state* state) {
+  uint32_t status[3] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_PPU_CLS_DBG_STATUS, 0, cluster, status), "dpp_reg_read");
+  state->running = status[DPP_FIELD_PPU_CLS_DBG_STATUS_DBG_RUNNING] != 0;
+  state->stopped = status[DPP_FIELD_PPU_CLS_DBG_STATUS_DBG_STOPPED] != 0;
+  state->pc = status[DPP_FIELD_PPU_CLS_DBG_STATUS_DBG_PC];
+  // A cluster is one or the other; both is what a card says that has fallen off the bus.
+  if (state->running && state->stopped) {
+    QLIX_COMM_TRACE_DEV_ERROR(dev_id, "cluster %u does not tell its state\n", cluster);
+    return DPP_RC_DIAG_WRONG_STATE;
+  }
+  return QLIX_COMM_OK;
+}
+
+uint32_t control(uint32_t dev_id, uint32_t cluster, uint32_t field) {
+  uint32_t fields[control_fields] = {};
+  fields[field] = 1;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_PPU_CLS_DBG_CTRL, 0, cluster, fields), "dpp_reg_write");
+  return QLIX_COMM_OK;
+}
+
+// Waits for the cluster to stop; with `or_running` that it runs will do.
+uint32_t state_wait(uint32_t dev_id, uint32_t cluster, bool or_running) {
+  for (uint32_t poll = 0; poll < poll_max; ++poll) {
+    debug_state state = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, state_get(dev_id, cluster, &state), "state_get");
+    if (state.stopped) {
+      QLIX_COMM_PRINT("cluster-%03u stopped at pc: 0x%04x\n", cluster, state.pc);
+      return QLIX_COMM_OK;
+    }
+    if (or_running && state.running) {
+      QLIX_COMM_PRINT("cluster-%03u running\n", cluster);
+      return QLIX_COMM_OK;
+    }
+    if (poll >= polls_at_once) {
+      usleep(poll_wait_us);
+    }
+  }
+  return DPP_RC_DIAG_NOT_READY;
+}
+
+uint32_t move(uint32_t dev_id, uint32_t cluster, uint32_t field, bool from_stop) {
+  dpp_mutex* mutex = nullptr;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dev_opr_mutex_get(dev_id, DPP_DEV_MUTEX_T_CAPTURE, &mutex),
+                         "dpp_dev_opr_mutex_get");
+  DPP_MUTEX_GUARD(guard, mutex);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, guard.status(), "qlix_comm_mutex_lock");
+  debug_state state = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, state_get(dev_id, cluster, &state), "state_get");
+  if (from_stop && !state.stopped) {
+    QLIX_COMM_TRACE_DEV_ERROR(dev_id, "cluster %u is not stopped\n", cluster);
+    return DPP_RC_DIAG_WRONG_STATE;
+  }
+  QLIX_COMM_CHECK_DEV_RC(dev_id, control(dev_id, cluster, field), "control");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, state_wait(dev_id, cluster, field == DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_START),
+                         "state_wait");
+  return guard.unlock();
+}
+
+}  // namespace
+
+uint32_t dpp_softdbg_start(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t thread_id) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, me_id, 0, DPP_PPU_ME_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, thread_id, 0, thread_max);
+  uint32_t select[2] = {};
+  select[DPP_FIELD_PPU_CLS_DBG_ME_SEL_ME_SEL] = me_id;
+  select[DPP_FIELD_PPU_CLS_DBG_ME_SEL_THREAD_SEL] = thread_id;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_PPU_CLS_DBG_ME_SEL, 0, cluster, select),
+                         "dpp_reg_write");
+  return move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_START, false);
+}
+
+uint32_t dpp_softdbg_step_into(uint32_t dev_id, uint32_t cluster) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
+  return move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_STEP_INTO, true);
+}
+
+uint32_t dpp_softdbg_step_over(uint32_t dev_id, uint32_t cluster) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
+  return move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_STEP_OVER, true);
+}
+
+uint32_t dpp_softdbg_stop(uint32_t dev_id, uint32_t cluster) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
+  return move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_STOP, false);
+}

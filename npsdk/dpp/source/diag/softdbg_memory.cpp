@@ -1,0 +1,64 @@
+// What the micro-engines of a cluster hold, and the micro-code that they run.
+#include <algorithm>
+
+#include "dpp_chip/dpp_dev.h"
+#include "dpp_diag/dpp_diag_code.h"
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_diag/dpp_ppu.h"
+#include "qlix_comm/check.h"
+
+namespace {
+
+constexpr uint32_t instr_max = 0x7FFF;
+constexpr uint32_t me_reg_num = 256;
+constexpr uint32_t line_num_max = 1024;
+
+uint32_t lines_prt(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
+                   uint32_t num) {
+  for (uint32_t at = addr; at - addr < num; ++at) {
+    uint32_t words[DPP_PPU_WORDS] = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_get(dev_id, cluster, memory, me_id, at, words), "dpp_ppu_mem_get");
+    QLIX_COMM_PRINT("%s-0x%05x: 0x%08x 0x%08x 0x%08x 0x%08x\n", memory == DPP_PPU_MEM_ME_REG ? "reg" : "mem", at,
+                    words[0], words[1], words[2], words[3]);
+  }
+  return QLIX_COMM_OK;
+}
+
+}  // namespace
+
+uint32_t dpp_softdbg_mem_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t addr, uint32_t num) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, me_id, 0, DPP_PPU_ME_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, DPP_PPU_ADDR_MAX);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, std::min(line_num_max, DPP_PPU_ADDR_MAX - addr + 1));
+  return lines_prt(dev_id, cluster, DPP_PPU_MEM_ME_DATA, me_id, addr, num);
+}
+
+uint32_t dpp_softdbg_reg_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t reg, uint32_t num) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, me_id, 0, DPP_PPU_ME_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, reg, 0, me_reg_num - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, me_reg_num - reg);
+  return lines_prt(dev_id, cluster, DPP_PPU_MEM_ME_REG, me_id, reg, num);
+}
+
+// One instruction line at a time: what a debugger puts in place of one that it wants to see the other way.
+uint32_t dpp_download_debug_load(uint32_t dev_id, uint32_t cluster, uint32_t addr, uint32_t word_0, uint32_t word_1,
+                                 uint32_t word_2, uint32_t word_3) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, instr_max);
+  const uint32_t written[DPP_PPU_WORDS] = {word_0, word_1, word_2, word_3};
+  uint32_t read[DPP_PPU_WORDS] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_set(dev_id, cluster, DPP_PPU_MEM_INSTR, 0, addr, written),
+                         "dpp_ppu_mem_set");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_get(dev_id, cluster, DPP_PPU_MEM_INSTR, 0, addr, read), "dpp_ppu_mem_get");
+  if (!std::equal(read, read + DPP_PPU_WORDS, written)) {
+    QLIX_COMM_TRACE_DEV_ERROR(dev_id, "cluster %u does not keep instruction 0x%04x\n", cluster, addr);
+    return DPP_RC_DIAG_MISMATCH;
+  }
+  QLIX_COMM_PRINT("cluster-%03u instr-0x%04x loaded\n", cluster, addr);
+  return QLIX_COMM_OK;
+}

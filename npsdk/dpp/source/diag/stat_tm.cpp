@@ -1,0 +1,80 @@
+// Setting the traffic manager's statistics up: first the counting stops and its mode is chosen, then its area in eRAM
+// is set and counting starts.
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "dpp_chip/dpp_dev.h"
+#include "dpp_diag/dpp_diag_code.h"
+#include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "qlix_comm/check.h"
+
+namespace {
+
+constexpr uint32_t mode_max = 3;
+constexpr uint32_t eram_lines = 0x80000;
+constexpr uint32_t depth_max = 0x7FFFF;
+constexpr uint32_t poll_max = 1000;
+constexpr useconds_t poll_wait_us = 100;
+
+uint32_t counting_set(uint32_t dev_id, uint32_t enable) {
+  const uint32_t events[] = {enable, enable, enable};  // drop, dequeue, enqueue
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_STAT_ETM_EN, 0, 0, events), "dpp_reg_write");
+  return QLIX_COMM_OK;
+}
+
+// Nothing of the traffic manager may be under way when its area moves.
+uint32_t idle_wait(uint32_t dev_id) {
+  for (uint32_t poll = 0; poll < poll_max; ++poll) {
+    uint32_t busy[4] = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_STAT_BUSY, 0, 0, busy), "dpp_reg_read");
+    if (busy[DPP_FIELD_STAT_BUSY_TM_BUSY] == 0) {
+      return QLIX_COMM_OK;
+    }
+    usleep(poll_wait_us);
+  }
+  return DPP_RC_DIAG_NOT_READY;
+}
+
+uint32_t done_wait(uint32_t dev_id) {
+  for (uint32_t poll = 0; poll < poll_max; ++poll) {
+    uint32_t done = 0;
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_STAT_INIT_DONE, 0, 0, &done), "dpp_reg_read");
+    if (done != 0) {
+      return QLIX_COMM_OK;
+    }
+    usleep(poll_wait_us);
+  }
+  return DPP_RC_DIAG_NOT_READY;
+}
+
+}  // namespace
+
+uint32_t diag_dpp_stat_tm_init_pre_etm(uint32_t dev_id, uint32_t stat_mode) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, stat_mode, 0, mode_max);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, counting_set(dev_id, 0), "counting_set");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, idle_wait(dev_id), "idle_wait");
+  const uint32_t start[] = {1, stat_mode};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_STAT_TM_INIT_PRE_CFG, 0, 0, start), "dpp_reg_write");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, done_wait(dev_id), "done_wait");
+  QLIX_COMM_PRINT("stat tm pre init done, tm_stat_mode: %u\n", stat_mode);
+  return QLIX_COMM_OK;
+}
+
+uint32_t diag_dpp_stat_tm_init(uint32_t dev_id, uint32_t eram_baddr, uint32_t eram_depth) {
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, eram_baddr, 0, eram_lines - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, eram_depth, 1, std::min(depth_max, eram_lines - eram_baddr));
+  QLIX_COMM_CHECK_DEV_RC(dev_id, counting_set(dev_id, 0), "counting_set");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, idle_wait(dev_id), "idle_wait");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_STAT_TM_ERAM_BADDR, 0, 0, &eram_baddr), "dpp_reg_write");
+  const uint32_t start[] = {1, eram_depth};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_STAT_TM_INIT_CFG, 0, 0, start), "dpp_reg_write");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, done_wait(dev_id), "done_wait");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, counting_set(dev_id, 1), "counting_set");
+  QLIX_COMM_PRINT("stat tm init done, eram_baddr: 0x%08x eram_depth: 0x%08x\n", eram_baddr, eram_depth);
+  return QLIX_COMM_OK;
+}

@@ -1,0 +1,67 @@
+// Traffic manager, address translation and time-sensitive ports.
+
+#include "card_device.h"
+#include "dpp_reg/dpp_reg_no.h"
+
+namespace {
+
+TEST_F(CommandsOnCard, FullQueuesOfTheTrafficManagerAreListed) {
+  EXPECT_EQ(text("diag_dpp_tm_qmu_qlen_full", {0}), "Total full queues: 0 of 512\n");
+  insert(R"({"registers": {"0x102044": "0x80000001"}})");
+  const std::string full = text("diag_dpp_tm_qmu_qlen_full", {0});
+  EXPECT_TRUE(holds(full, "queue_id-032 full, queue_len: 0x00000000 queue_th: 0x00001000\n"));
+  EXPECT_TRUE(holds(full, "queue_id-063 full"));
+  EXPECT_TRUE(holds(full, "Total full queues: 2 of 512\n"));
+}
+
+TEST_F(CommandsOnCard, TrafficManagerQueuesShowWhatTheyHold) {
+  const uint32_t weight[] = {3, 40};
+  ASSERT_EQ(dpp_reg_write(0, DPP_REG_ETM_CRDT_WEIGHT, 0, 511, weight), 0u);
+  EXPECT_TRUE(holds(text("diag_dpp_tm_crdt_sch", {0, 511}), ": 0x00000028"));
+  EXPECT_TRUE(holds(text("diag_dpp_tm_cgavd_itmd", {0, 7}), "queue_id-007 itmd_len: 0x00000000 queue_th: 0x00001000"));
+  insert(R"({"registers": {"0x1040f8": 5, "0x103000": 1}})");
+  EXPECT_TRUE(holds(text("diag_dpp_tm_detail", {0}), "port_id-046 olif_out: 0x00000005\n"));
+  EXPECT_TRUE(
+      holds(text("diag_dpp_tm_health_check", {0}), "TM: 3 items, 1 errors, 0 not ready, 0 busy: NOT HEALTHY\n"));
+}
+
+TEST_F(CommandsOnCard, TranslationEntryIsSetInTwoSteps) {
+  ASSERT_EQ(text("diag_dpp_tlb_entry_cfg_pre", {0, 5, 0x1234, 0x56789000, 0x21, 0x43658000}), "");
+  EXPECT_EQ(value(DPP_REG_TLB_ENTRY_CFG, DPP_FIELD_TLB_ENTRY_CFG_ENTRY_VALID, 0, 5), 0u);
+  ASSERT_EQ(text("diag_dpp_tlb_entry_cfg_set", {0, 5, 1, 0x77, 3}), "");
+  const char* line = "entry-005 vfid: 0x0077 va: 0x123456789000 pa: 0x002143658000 page_size: 3\n";
+  EXPECT_TRUE(holds(text("diag_dpp_va_pa_swit_out_prt", {0}), line));
+  // New addresses take the entry out of use.
+  ASSERT_EQ(text("diag_dpp_tlb_entry_cfg_pre", {0, 5, 1, 2, 3, 4}), "");
+  EXPECT_TRUE(holds(text("diag_dpp_va_pa_swit_out_prt", {0}), "Valid entries: 0 of 64"));
+  EXPECT_EQ(value(DPP_REG_TLB_ENTRY_CFG, DPP_FIELD_TLB_ENTRY_CFG_ENTRY_VFID, 0, 5), 0x77u);
+}
+
+TEST_F(CommandsOnCard, TranslationSaysWhetherItTranslates) {
+  EXPECT_TRUE(holds(text("diag_dpp_va_pa_swit_out_prt", {0}), "addresses pass as they are\n"));
+  text("diag_dpp_tlb_entry_cfg_set", {0, 63, 1, 0, 0});
+  EXPECT_TRUE(holds(text("dpp_tlb_init", {0}), "tlb_init_done                           : OK\n"));
+  const std::string after = text("diag_dpp_va_pa_swit_out_prt", {0});
+  EXPECT_TRUE(holds(after, "addresses are translated\n"));
+  EXPECT_TRUE(holds(after, "Valid entries: 0 of 64"));
+  text("diag_dpp_tlb_global_cfg_set", {0, 1, 1, 2});
+  EXPECT_TRUE(holds(text("diag_dpp_va_pa_swit_out_prt", {0}), "tlb_en: 1 bypass: 1, addresses pass as they are\n"));
+}
+
+TEST_F(CommandsOnCard, GateListEndsWhereItsMemoryEnds) {
+  const uint32_t gate[] = {0x81, 250};
+  const uint32_t num = 2;
+  ASSERT_EQ(dpp_reg_write(0, DPP_REG_TSN_PORT_GCL, 2, 1, gate), 0u);
+  ASSERT_EQ(dpp_reg_write(0, DPP_REG_TSN_PORT_GCL_NUM, 0, 2, &num), 0u);
+  EXPECT_EQ(text("diag_dpp_tsn_port_gcl_prt", {0, 2}),
+            "port_id-002 gcl_num: 2\ngcl-000 gate_value: 0x00 gate_interval: 0\n"
+            "gcl-001 gate_value: 0x81 gate_interval: 250\n");
+  const uint32_t too_many = 255;
+  ASSERT_EQ(dpp_reg_write(0, DPP_REG_TSN_PORT_GCL_NUM, 0, 2, &too_many), 0u);
+  const std::string list = text("diag_dpp_tsn_port_prt", {0, 2});
+  EXPECT_TRUE(holds(list, "gcl-063 "));
+  EXPECT_FALSE(holds(list, "gcl-064 "));
+  EXPECT_TRUE(holds(list, "base_time: 0 cycle_time: 1000000 guard_time: 1250\n"));
+}
+
+}  // namespace

@@ -1,0 +1,146 @@
+// Statistics and the micro-code debugger.
+
+#include "card_device.h"
+#include "dpp_reg/dpp_reg_no.h"
+
+namespace {
+
+constexpr uint32_t wrong_state = 0x60C;
+
+TEST_F(CommandsOnCard, CounterOfThePacketProcessorIsSetAndRead) {
+  insert(R"({"statistics": {"0x11d02": "0x500000006"}})");
+  EXPECT_EQ(text("diag_dpp_stat_ppu_cnt_prt", {0, 0, 0x11d02, 0}),
+            "stat index[0x00011d02] value[0x00000005,0x00000006]\n");
+  text("diag_dpp_stat_ppu_cnt_set", {0, 0x11d03, 7, 8});
+  // Four words at half the index are both counters.
+  EXPECT_EQ(text("diag_dpp_stat_ppu_cnt_prt", {0, 1, 0x11d02 / 2, 1}),
+            "stat index[0x00008e81] value[0x00000005,0x00000006,0x00000007,0x00000008]\n");
+  EXPECT_EQ(text("diag_dpp_stat_ppu_cnt_prt", {0, 0, 0x11d03, 0}),
+            "stat index[0x00011d03] value[0x00000000,0x00000000]\n");
+}
+
+TEST_F(CommandsOnCard, StatisticsOfTheTrafficManagerCountOnceTheirAreaIsSet) {
+  text("diag_dpp_stat_tm_init_pre_etm", {0, 2});
+  EXPECT_EQ(value(DPP_REG_STAT_TM_INIT_PRE_CFG, DPP_FIELD_STAT_TM_INIT_PRE_CFG_TM_STAT_MODE), 2u);
+  EXPECT_EQ(value(DPP_REG_STAT_ETM_EN), 0u);
+  EXPECT_EQ(text("diag_dpp_stat_tm_init", {0, 0x61000, 0x800}),
+            "stat tm init done, eram_baddr: 0x00061000 eram_depth: 0x00000800\n");
+  EXPECT_EQ(value(DPP_REG_STAT_TM_ERAM_BADDR), 0x61000u);
+  EXPECT_EQ(value(DPP_REG_STAT_TM_INIT_CFG, DPP_FIELD_STAT_TM_INIT_CFG_TM_ERAM_DEPTH), 0x800u);
+  EXPECT_EQ(value(DPP_REG_STAT_ETM_EN, DPP_FIELD_STAT_ETM_EN_ENQ_EN), 1u);
+  // While the block works on the traffic manager's counters, its area stays where it is.
+  insert(R"({"registers": {"0x203004": 4}})");
+  const command_result busy = run("diag_dpp_stat_tm_init", {0, 0x100, 1});
+  EXPECT_EQ(busy.code, 0x60Bu);
+  EXPECT_TRUE(holds(busy.text, "[ErrorCode:0x60b] !-- diag_dpp_stat_tm_init Call idle_wait Fail!\n"));
+  EXPECT_EQ(value(DPP_REG_STAT_TM_ERAM_BADDR), 0x60000u);
+}
+
+TEST_F(CommandsOnCard, PolicerEntriesAreOnesOfTheirTypeAndMemory) {
+  const uint32_t word = 0xABCD;
+  const uint32_t write_profile[] = {0, 1, 2, 0x20};  // type b, profile
+  ASSERT_EQ(dpp_reg_write(0, DPP_REG_CAR_CPU_IND_DATA, 0, 7, &word), 0u);
+  ASSERT_EQ(dpp_reg_write(0, DPP_REG_CAR_CPU_IND_CMD, 0, 0, write_profile), 0u);
+  const std::string profile = text("diag_dpp_stat_car_profile_cfg_prt", {0, 1, 0x20});
+  EXPECT_TRUE(holds(profile, "carb profile-0x0020\n"));
+  EXPECT_TRUE(holds(profile, "profile_word_7 : 0x0000abcd\n"));
+  EXPECT_FALSE(holds(text("diag_dpp_stat_car_profile_cfg_prt", {0, 0, 0x20}), "abcd"));
+  EXPECT_FALSE(holds(text("diag_dpp_stat_car_queue_cfg_prt", {0, 1, 0x20}), "abcd"));
+  EXPECT_FALSE(holds(text("diag_dpp_stat_car_queue_map_prt", {0, 1, 0x20}), "abcd"));
+  EXPECT_TRUE(holds(text("diag_dpp_stat_cara_pkt_queue_cfg_prt", {0, 3}), "cara pkt_queue-0x0003\n"));
+}
+
+TEST_F(CommandsOnCard, DebuggerWalksFromABreakpointOn) {
+  text("dpp_softdbg_bp_set", {0, 2, 4, 1, 0x120});
+  EXPECT_TRUE(holds(text("dpp_softdbg_bp_prt", {0, 2}), "cluster-002 bp-4 valid: 1 pc: 0x0120\n"));
+  EXPECT_EQ(run("dpp_softdbg_step_into", {0, 2}).code, wrong_state);
+  EXPECT_EQ(text("dpp_softdbg_start", {0, 2, 3, 9}), "cluster-002 running\n");
+  EXPECT_EQ(value(DPP_REG_PPU_CLS_DBG_ME_SEL, DPP_FIELD_PPU_CLS_DBG_ME_SEL_THREAD_SEL, 0, 2), 9u);
+  EXPECT_EQ(run("dpp_softdbg_step_over", {0, 2}).code, wrong_state);
+  text("dpp_dbg_pkt_send", {0, 5, 64, 1, 2, 3});
+  EXPECT_EQ(value(DPP_REG_PPU_DBG_PKT_DATA, 0, 0, 2), 3u);
+  EXPECT_EQ(text("dpp_softdbg_int_check", {0, 2}),
+            "cluster-002 bp_hit: 1 me_excp: 0 stopped: 1 running: 0 pc: 0x0120\n");
+  EXPECT_TRUE(holds(text("dpp_softdbg_int_check", {0, 2}), "bp_hit: 0"));
+  EXPECT_EQ(text("dpp_softdbg_step_into", {0, 2}), "cluster-002 stopped at pc: 0x0121\n");
+  EXPECT_EQ(text("dpp_softdbg_step_over", {0, 2}), "cluster-002 stopped at pc: 0x0122\n");
+  text("dpp_dbg_init", {0, 2});
+  EXPECT_TRUE(holds(text("dpp_softdbg_bp_prt", {0, 2}), "bp-4 valid: 0"));
+}
+
+TEST_F(CommandsOnCard, DynamicBreakpointsComeAndGo) {
+  text("dpp_dbg_dyna_bp_set", {0, 1, 7, 0x11, 0x40});
+  EXPECT_TRUE(holds(text("dpp_dbg_dyna_bp_prt", {0, 1}), "cluster-001 dyna_bp-7 valid: 1 type: 0x11 pc: 0x0040\n"));
+  text("dpp_softdbg_start", {0, 1, 0, 0});
+  text("dpp_dbg_pkt_send", {0, 0, 60});
+  EXPECT_EQ(text("dpp_softdbg_stop", {0, 1}), "cluster-001 stopped at pc: 0x0040\n");
+  text("dpp_dbg_dyna_bp_clr", {0, 1, 7});
+  EXPECT_TRUE(holds(text("dpp_dbg_dyna_bp_prt", {0, 1}), "dyna_bp-7 valid: 0 type: 0x00 pc: 0x0000\n"));
+  text("dpp_softdbg_start", {0, 1, 0, 0});
+  text("dpp_dbg_pkt_send", {0, 0, 60});
+  EXPECT_TRUE(holds(text("dpp_softdbg_int_check", {0, 1}), "running: 1"));
+}
+
+TEST_F(CommandsOnCard, MicroCodeAndEngineMemoriesAreTheClusters) {
+  EXPECT_EQ(text("dpp_download_debug_load", {0, 4, 0x100, 1, 2, 3, 4}), "cluster-004 instr-0x0100 loaded\n");
+  EXPECT_EQ(text("diag_dpp_ppu_instr_prt", {0, 4, 0x100, 1}),
+            "instr-0x00100: 0x00000001 0x00000002 0x00000003 0x00000004\n");
+  EXPECT_TRUE(holds(text("diag_dpp_ppu_instr_prt", {0, 3, 0x100, 1}), ": 0x00000000"));
+  const uint32_t word = 0x77;
+  const uint32_t write_reg[] = {0, 3, 6, 2};  // register 2 of engine 6
+  ASSERT_EQ(dpp_reg_write(0, DPP_REG_PPU_CLS_IND_DATA, 4, 0, &word), 0u);
+  ASSERT_EQ(dpp_reg_write(0, DPP_REG_PPU_CLS_IND_CMD, 0, 4, write_reg), 0u);
+  EXPECT_EQ(text("dpp_softdbg_reg_prt", {0, 4, 6, 1, 2}),
+            "reg-0x00001: 0x00000000 0x00000000 0x00000000 0x00000000\n"
+            "reg-0x00002: 0x00000077 0x00000002 0x00000003 0x00000004\n");
+  EXPECT_EQ(text("dpp_softdbg_mem_prt", {0, 4, 6, 2, 1}), "mem-0x00002: 0x00000000 0x00000000 0x00000000 0x00000000\n");
+}
+
+TEST_F(CommandsOnCard, DebuggerDoesNotTrustADeadCard) {
+  dead = true;
+  for (const char* name : {"dpp_softdbg_start", "dpp_softdbg_step_into", "dpp_softdbg_stop"}) {
+    const command_result result = run(name, {0, 0});
+    EXPECT_EQ(result.code, wrong_state) << name;
+    EXPECT_TRUE(holds(result.text, "cluster 0 does not tell its state\n"));
+  }
+  EXPECT_EQ(run("dpp_download_debug_load", {0, 0, 0, 1, 2, 3, 4}).code != 0, true);
+  dead = false;
+}
+
+TEST_F(CommandsOnCard, MemoriesOfTheQueueEngineAreClearedOneByOneOrAllAtOnce) {
+  const uint32_t line[] = {1, 2, 3, 4};
+  const auto fill = [&] {
+    ASSERT_EQ(dpp_reg_write(0, DPP_REG_DTB_TRAF_CTRL_HASH_RAM, 0, 63, line), 0u);
+    ASSERT_EQ(dpp_reg_write(0, DPP_REG_DTB_CMD_MAN_RAM, 127, 3, line), 0u);
+  };
+  fill();
+  const char* hash = "diag_dpp_dtb_traf_ctrl_hash_ram_data_prt_all";
+  EXPECT_TRUE(holds(text(hash, {0}), "063: 0x00000001 0x00000002 0x00000003 0x00000004\n"));
+  const char* queue = "queue_id-127 line-3: 0x00000001 0x00000002 0x00000003 0x00000004\n";
+  EXPECT_TRUE(holds(text("diag_dpp_dtb_cmd_man_ram_data_prt_all", {0}), queue));
+  text("diag_dpp_dtb_cmd_man_ram_data_queue_clr", {0, 126});
+  EXPECT_TRUE(holds(text("diag_dpp_dtb_cmd_man_ram_data_queue_prt", {0, 127}), queue));
+  text("diag_dpp_dtb_cmd_man_ram_data_queue_clr", {0, 127});
+  EXPECT_FALSE(holds(text("diag_dpp_dtb_cmd_man_ram_data_queue_prt", {0, 127}), queue));
+  fill();
+  text("diag_dpp_dtb_ram_data_clr_all", {0});
+  EXPECT_FALSE(holds(text(hash, {0}), "0x00000001"));
+  EXPECT_FALSE(holds(text("diag_dpp_dtb_cmd_man_ram_data_prt_all", {0}), queue));
+}
+
+TEST_F(CommandsOnCard, QueueEngineModesShowInItsPrinters) {
+  text("dpp_dtb_debug_mode_enable", {0});
+  EXPECT_EQ(value(DPP_REG_DTB_CFG_DEBUG_MODE), 1u);
+  text("dpp_dtb_debug_mode_disable", {0});
+  EXPECT_EQ(value(DPP_REG_DTB_CFG_DEBUG_MODE), 0u);
+  EXPECT_TRUE(holds(text("test_dpp_dtb_chip_ep_init", {0}), "ep-4 ep_valid: 1 ep_no: 4\n"));
+  EXPECT_TRUE(holds(text("diag_dpp_dtb_prt", {0}),
+                    "queue_id-127 en: 0 vfunc_active: 0 vfid: 0x0000 int_en: 0 item_left: 32\n"));
+  insert(R"({"registers": {"0x503000": 8, "0x502004": 1, "0x502000": 0}})");
+  const std::string health = text("diag_dpp_dtb_health_check", {0});
+  EXPECT_TRUE(holds(health, ": ERROR, axi_wr_err\n"));
+  EXPECT_TRUE(holds(health, ": BUSY, axi_busy\n"));
+  EXPECT_TRUE(holds(health, "DTB: 3 items, 1 errors, 1 not ready, 1 busy: NOT HEALTHY\n"));
+}
+
+}  // namespace

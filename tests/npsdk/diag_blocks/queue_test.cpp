@@ -1,0 +1,157 @@
+// Table entries through a queue, on a chip that executes table commands.
+
+#include <string>
+#include <vector>
+
+#include "../dtb/fake_chip.h"
+#include "dpp_diag/dpp_cmd.h"
+#include "dpp_dtb/dpp_dtb_cfg.h"
+
+namespace {
+
+constexpr uint32_t dev = fake_chip::DEV;
+constexpr uint32_t queue = 9;
+
+struct answer {
+  uint32_t code;
+  std::string text;
+};
+
+answer run(const char* name, const std::vector<uint32_t>& words) {
+  DppCmdArgs args;
+  for (const uint32_t word : words) {
+    args.value[args.num++] = word;
+  }
+  const DppCmdEntry* entry = dpp_cmd_find(name);
+  testing::internal::CaptureStdout();
+  const uint32_t code = entry->func(*entry, args);
+  return {code, testing::internal::GetCapturedStdout()};
+}
+
+std::string text(const char* name, const std::vector<uint32_t>& words) {
+  const answer result = run(name, words);
+  EXPECT_EQ(result.code, 0u) << name << result.text;
+  return result.text;
+}
+
+TEST(CommandsThroughAQueue, EntriesOfERamAreWrittenAndReadBack) {
+  fake_chip chip;
+  chip.queue_init(queue);
+  text("diag_dpp_dtb_smmu0_write_128", {dev, queue, 0x7FFFF, 1, 2, 3, 4});
+  EXPECT_EQ(chip.tables.eram(0x7FFFF), (vcard::TableLine{1, 2, 3, 4}));
+  text("diag_dpp_dtb_smmu0_write_64", {dev, queue, 0xFFFFF, 0x33, 0x44});
+  EXPECT_EQ(text("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0x7FFFF}),
+            "smmu0-0x7ffff: 0x00000001 0x00000002 0x00000033 0x00000044\n");
+  EXPECT_TRUE(chip.bells.back().dump);
+}
+
+TEST(CommandsThroughAQueue, DdrIsReadInThreeWidths) {
+  fake_chip chip;
+  chip.queue_init(queue);
+  for (uint32_t i = 0; i < 8; ++i) {
+    chip.tables.ddr(0x30 * 256 + i) = {i, 0, 0, 0x100 + i};
+  }
+  EXPECT_EQ(text("diag_dpp_dtb_smmu1_read_128", {dev, queue, 0x30, 5}),
+            "smmu1-0x00005: 0x00000005 0x00000000 0x00000000 0x00000105\n");
+  const std::string second =
+      "smmu1-0x00001: 0x00000002 0x00000000 0x00000000 0x00000102\n"
+      "smmu1-0x00001: 0x00000003 0x00000000 0x00000000 0x00000103\n";
+  EXPECT_EQ(text("diag_dpp_dtb_smmu1_read_256", {dev, queue, 0x30, 1}), second);
+  EXPECT_NE(text("diag_dpp_dtb_smmu1_read_512", {dev, queue, 0x30, 1}).find("0x00000107\n"), std::string::npos);
+  // Entry 0 of 512 bits, its bytes from 32 on, read as 256 bits.
+  EXPECT_EQ(text("diag_dpp_dtb_ddr_dir_table_read", {dev, queue, 0x30, 2, 2, 0, 32}), second);
+  EXPECT_EQ(text("diag_dpp_dtb_ddr_dir_table_read", {dev, queue, 0x30, 1, 2, 1, 16}),
+            "smmu1-0x00005: 0x00000005 0x00000000 0x00000000 0x00000105\n");
+}
+
+TEST(CommandsThroughAQueue, CountersAreFoundInERamAndBehindItInDdr) {
+  fake_chip chip;
+  chip.queue_init(queue);
+  chip.registers[0x200000] = 0x40000;  // base and depth in eRAM, base in DDR
+  chip.registers[0x200004] = 0x10;
+  chip.registers[0x200008] = 0x1234;
+  chip.tables.eram(0x40001) = {1, 2, 3, 4};
+  chip.tables.ddr(0x1235) = {5, 6, 7, 8};
+  EXPECT_EQ(text("diag_dpp_dtb_stat_smmu0_read", {dev, queue, 3}),
+            "stat index[0x00000003] value[0x00000003,0x00000004]\n");
+  EXPECT_EQ(text("diag_dpp_dtb_stat_smmu1_read", {dev, queue, 0x22}),
+            "stat index[0x00000022] value[0x00000005,0x00000006]\n");
+  EXPECT_EQ(run("diag_dpp_dtb_stat_smmu0_read", {dev, queue, 0x20}).code, 0x1205u);
+  EXPECT_EQ(run("diag_dpp_dtb_stat_smmu1_read", {dev, queue, 0x1F}).code, 0x1205u);
+}
+
+TEST(CommandsThroughAQueue, HashAndTernaryMemoryAreReadInWholeEntries) {
+  fake_chip chip;
+  chip.queue_init(queue);
+  chip.tables.zcam(17u << 11 | 2u << 9 | 300) = {0xA, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xF};
+  const std::string item = text("diag_dpp_dtb_zcam_read", {dev, queue, 17, 2, 300});
+  EXPECT_EQ(item.find("zcam-0x08d2c: 0x0000000a "), 0u) << item;
+  EXPECT_NE(item.find("0x0000000f\n"), std::string::npos);
+  EXPECT_EQ(text("diag_dpp_dtb_se_alg_read512", {dev, queue, 0x8D2C}), item);
+  chip.tables.zblock_register(0x8810) = {7};
+  EXPECT_EQ(text("diag_dpp_dtb_se_alg_read512", {dev, queue, 0x18810}).find("zblock_reg-0x08810: 0x00000007 "), 0u);
+  vcard::EtcamRow& row = chip.tables.etcam(6, 500);
+  row.data[79] = 0x55;
+  row.mask[0] = 0x66;
+  row.valid = 0x81;
+  const std::string ternary = text("diag_dpp_dtb_etcam_entry_read", {dev, queue, 6, 500});
+  EXPECT_EQ(ternary.find("block-6 row-500 vbit: 0x81\ndata-0x001f4: 0x00000000 "), 0u) << ternary;
+  EXPECT_NE(ternary.find("0x00000055\nmask-0x001f4: 0x66000000 "), std::string::npos) << ternary;
+}
+
+TEST(CommandsThroughAQueue, FlushClearsWhatItIsToldAndNothingBesides) {
+  fake_chip chip;
+  chip.queue_init(queue);
+  const uint32_t first = 0xFF;
+  const uint32_t num = 300;  // more than one block holds
+  for (const uint32_t at : {first - 1, first, first + num - 1, first + num}) {
+    chip.tables.eram(at) = {1};
+    chip.tables.ddr(at) = {1};
+    chip.tables.zcam(at) = {1};
+    chip.tables.etcam(at / 512, at % 512) = {{1}, {1}, 0xFF};
+  }
+  const char* names[] = {"smmu0", "smmu1", "zcam", "etcam"};
+  for (uint32_t table = 0; table < 4; ++table) {
+    EXPECT_EQ(text("dpp_dtb_table_flush", {dev, queue, table, first, num}),
+              std::string(names[table]) + ": entries 0xff to 0x22a are cleared\n");
+  }
+  for (const uint32_t at : {first, first + num - 1}) {
+    EXPECT_EQ(chip.tables.eram(at)[0] + chip.tables.ddr(at)[0] + chip.tables.zcam(at)[0], 0u) << at;
+    const vcard::EtcamRow& row = chip.tables.etcam(at / 512, at % 512);
+    EXPECT_EQ(row.data[0] + row.mask[0] + row.valid, 0) << at;
+  }
+  for (const uint32_t at : {first - 1, first + num}) {
+    EXPECT_EQ(chip.tables.eram(at)[0] + chip.tables.ddr(at)[0] + chip.tables.zcam(at)[0], 3u) << at;
+    EXPECT_EQ(chip.tables.etcam(at / 512, at % 512).valid, 0xFF) << at;
+  }
+}
+
+TEST(CommandsThroughAQueue, TroubleIsAnsweredWithTheQueuesOwnCodes) {
+  fake_chip chip;
+  const answer none = run("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0});
+  EXPECT_EQ(none.code, 0xD0Bu);
+  EXPECT_NE(none.text.find("dtb queue 9 is not init.\n"), std::string::npos);
+  chip.queue_init(queue);
+  chip.on_doorbell = [&](const doorbell& bell) { chip.complete(bell, 0x5A5A5A04); };
+  EXPECT_EQ(run("diag_dpp_dtb_zcam_read", {dev, queue, 0, 0, 0}).code, 0x5A5A5A04u);
+  EXPECT_EQ(run("dpp_dtb_table_flush", {dev, queue, 0, 0, 1}).code, 0x5A5A5A04u);
+  dpp_dtb_dump_table_overtime_set(2);
+  chip.on_doorbell = [](const doorbell&) {};
+  // Every item comes back, so that the queue is not used up by a chip that does not answer.
+  for (uint32_t i = 0; i < 2 * DPP_DTB_ITEM_NUM; ++i) {
+    EXPECT_EQ(run("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0}).code, 1u);
+  }
+  dpp_dtb_dump_table_overtime_set(5000000);
+}
+
+TEST(CommandsThroughAQueue, PrintSwitchShowsThePostedItem) {
+  fake_chip chip;
+  chip.queue_init(queue);
+  text("dpp_dtb_prt_enable", {});
+  EXPECT_NE(text("diag_dpp_dtb_smmu0_write_64", {dev, queue, 1, 2, 3}).find("dpp eram form info: \n"),
+            std::string::npos);
+  text("dpp_dtb_prt_disable", {});
+  EXPECT_EQ(text("diag_dpp_dtb_smmu0_write_64", {dev, queue, 1, 2, 3}), "");
+}
+
+}  // namespace
