@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr uint32_t wrong_state = 0x60C;
+constexpr uint32_t wrong_state = 0x612;
 
 TEST_F(CommandsOnCard, CounterOfThePacketProcessorIsSetAndRead) {
   insert(R"({"statistics": {"0x11d02": "0x500000006"}})");
@@ -31,8 +31,8 @@ TEST_F(CommandsOnCard, StatisticsOfTheTrafficManagerCountOnceTheirAreaIsSet) {
   // While the block works on the traffic manager's counters, its area stays where it is.
   insert(R"({"registers": {"0x203004": 4}})");
   const command_result busy = run("diag_dpp_stat_tm_init", {0, 0x100, 1});
-  EXPECT_EQ(busy.code, 0x60Bu);
-  EXPECT_TRUE(holds(busy.text, "[ErrorCode:0x60b] !-- diag_dpp_stat_tm_init Call idle_wait Fail!\n"));
+  EXPECT_EQ(busy.code, 0x611u);
+  EXPECT_TRUE(holds(busy.text, "[ErrorCode:0x611] !-- diag_dpp_stat_tm_init Call idle_wait Fail!\n"));
   EXPECT_EQ(value(DPP_REG_STAT_TM_ERAM_BADDR), 0x60000u);
 }
 

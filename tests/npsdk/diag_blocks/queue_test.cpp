@@ -54,8 +54,8 @@ TEST(CommandsThroughAQueue, DdrIsReadInThreeWidths) {
   EXPECT_EQ(text("diag_dpp_dtb_smmu1_read_128", {dev, queue, 0x30, 5}),
             "smmu1-0x00005: 0x00000005 0x00000000 0x00000000 0x00000105\n");
   const std::string second =
-      "smmu1-0x00001: 0x00000002 0x00000000 0x00000000 0x00000102\n"
-      "smmu1-0x00001: 0x00000003 0x00000000 0x00000000 0x00000103\n";
+      "smmu1-0x00001[0]: 0x00000002 0x00000000 0x00000000 0x00000102\n"
+      "smmu1-0x00001[1]: 0x00000003 0x00000000 0x00000000 0x00000103\n";
   EXPECT_EQ(text("diag_dpp_dtb_smmu1_read_256", {dev, queue, 0x30, 1}), second);
   EXPECT_NE(text("diag_dpp_dtb_smmu1_read_512", {dev, queue, 0x30, 1}).find("0x00000107\n"), std::string::npos);
   // Entry 0 of 512 bits, its bytes from 32 on, read as 256 bits.
@@ -85,18 +85,18 @@ TEST(CommandsThroughAQueue, HashAndTernaryMemoryAreReadInWholeEntries) {
   chip.queue_init(queue);
   chip.tables.zcam(17u << 11 | 2u << 9 | 300) = {0xA, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xF};
   const std::string item = text("diag_dpp_dtb_zcam_read", {dev, queue, 17, 2, 300});
-  EXPECT_EQ(item.find("zcam-0x08d2c: 0x0000000a "), 0u) << item;
+  EXPECT_EQ(item.find("zcam-0x08d2c[0]: 0x0000000a "), 0u) << item;
   EXPECT_NE(item.find("0x0000000f\n"), std::string::npos);
   EXPECT_EQ(text("diag_dpp_dtb_se_alg_read512", {dev, queue, 0x8D2C}), item);
   chip.tables.zblock_register(0x8810) = {7};
-  EXPECT_EQ(text("diag_dpp_dtb_se_alg_read512", {dev, queue, 0x18810}).find("zblock_reg-0x08810: 0x00000007 "), 0u);
+  EXPECT_EQ(text("diag_dpp_dtb_se_alg_read512", {dev, queue, 0x18810}).find("zblock_reg-0x08810[0]: 0x00000007 "), 0u);
   vcard::EtcamRow& row = chip.tables.etcam(6, 500);
   row.data[79] = 0x55;
   row.mask[0] = 0x66;
   row.valid = 0x81;
   const std::string ternary = text("diag_dpp_dtb_etcam_entry_read", {dev, queue, 6, 500});
-  EXPECT_EQ(ternary.find("block-6 row-500 vbit: 0x81\ndata-0x001f4: 0x00000000 "), 0u) << ternary;
-  EXPECT_NE(ternary.find("0x00000055\nmask-0x001f4: 0x66000000 "), std::string::npos) << ternary;
+  EXPECT_EQ(ternary.find("block-6 row-500 vbit: 0x81\ndata-0x001f4[0]: 0x00000000 "), 0u) << ternary;
+  EXPECT_NE(ternary.find("0x00000055\nmask-0x001f4[0]: 0x66000000 "), std::string::npos) << ternary;
 }
 
 TEST(CommandsThroughAQueue, FlushClearsWhatItIsToldAndNothingBesides) {

@@ -197,4 +197,27 @@ TEST(NpBlocks, RefusalsLeaveTheStatus) {
               HasSubstr("[ErrorCode:0xd01] !-- diag_dpp_dtb_smmu0_read_128 Call dpp_dtb_smmu0_row_dump Fail!\n"));
 }
 
+// Entries go to the card and come back by DMA; its registers see them too.
+TEST(NpBlocks, QueueMovesTableEntries) {
+  const std::vector<std::string> lines = {
+      "kxnp host_dtb_huge_mem_init 0",          "kxnp diag_dpp_dtb_smmu0_write_128 0 0 5 1 2 3 4",
+      "kxnp diag_dpp_dtb_smmu0_read_128 0 0 5", "kxnp diag_dpp_dtb_stat_smmu0_read 0 0 0x11d02",
+      "kxnp dpp_dtb_table_flush 0 0 0 5 1",     "kxnp diag_dpp_dtb_smmu0_read_128 0 0 5",
+      "kxnp diag_dpp_dtb_smmu0_read_128 0 1 5",
+  };
+  const session::Session session =
+      session::run(R"({"network_processor": {"statistics": {"0x11d02": "0x500000006"}}})", lines, true);
+  if (session.outputs[0].find("down init success!!!") == std::string::npos) {
+    GTEST_SKIP() << session.outputs[0];
+  }
+  EXPECT_THAT(session.outputs[1], IsEmpty());
+  EXPECT_EQ(session.outputs[2], "smmu0-0x00005: 0x00000001 0x00000002 0x00000003 0x00000004\n");
+  EXPECT_EQ(session.outputs[3], "stat index[0x00011d02] value[0x00000005,0x00000006]\n");
+  EXPECT_EQ(session.outputs[4], "smmu0: entries 0x5 to 0x5 are cleared\n");
+  EXPECT_EQ(session.outputs[5], "smmu0-0x00005: 0x00000000 0x00000000 0x00000000 0x00000000\n");
+  EXPECT_THAT(session.outputs[6], HasSubstr("dtb queue 1 is not init.\n"));
+  EXPECT_THAT(session.result.log_of("table_block "),
+              testing::Contains("table_block queue=0 bytes=16 dump=1 status=0xff"));
+}
+
 }  // namespace

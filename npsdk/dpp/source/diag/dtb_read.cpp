@@ -1,5 +1,6 @@
 // Table entries read through a queue of the queue engine, which must have been set up.
 #include <algorithm>
+#include <cstdio>
 
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_diag/dpp_diag_functions.h"
@@ -29,10 +30,15 @@ constexpr uint32_t stat_index_max = 0x3FFFFFF;
 constexpr uint32_t rows_in_base_unit = 256;
 constexpr uint32_t ddr_row_num = 1u << 28;
 
+// One line for each row of four words; entries of several rows number them.
 void words_prt(const char* what, uint32_t place, const uint32_t* words, uint32_t word_num) {
   for (uint32_t i = 0; i < word_num; i += row_words) {
-    QLIX_COMM_PRINT("%s-0x%05x: 0x%08x 0x%08x 0x%08x 0x%08x\n", what, place, words[i], words[i + 1], words[i + 2],
-                    words[i + 3]);
+    char row[16] = "";
+    if (word_num > row_words) {
+      snprintf(row, sizeof row, "[%u]", i / row_words);
+    }
+    QLIX_COMM_PRINT("%s-0x%05x%s: 0x%08x 0x%08x 0x%08x 0x%08x\n", what, place, row, words[i], words[i + 1],
+                    words[i + 2], words[i + 3]);
   }
 }
 
