@@ -61,7 +61,7 @@ uint32_t stat_area_get(uint32_t dev_id, uint32_t* row, uint32_t* counter_num) {
 }
 
 void counter_prt(uint32_t index, const uint32_t* row) {
-  const uint32_t* pair = row + index % counters_in_row * 2;
+  const uint32_t* pair = &row[index % counters_in_row == 0 ? 0 : 2];
   QLIX_COMM_PRINT("stat index[0x%08x] value[0x%08x,0x%08x]\n", index, pair[0], pair[1]);
 }
 

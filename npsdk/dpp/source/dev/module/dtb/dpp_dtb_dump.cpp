@@ -2,6 +2,7 @@
 
 #include <endian.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "dpp_dtb/dpp_dtb.h"
@@ -96,7 +97,7 @@ uint32_t dpp_dtb_etcam_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t blo
                      "dpp_dtb_table_cmd_pack");
   uint32_t answer[etcam_answer_words] = {};
   QLIX_COMM_CHECK_RC(answer_get(dev_id, queue_id, cmd, etcam_answer_words, answer), "answer_get");
-  std::memcpy(words, answer, DPP_DTB_ETCAM_WORDS * 4);
+  std::copy_n(answer, DPP_DTB_ETCAM_WORDS, words);
   *vbit = answer[etcam_answer_words - 1] & vbit_mask;
   return QLIX_COMM_OK;
 }
