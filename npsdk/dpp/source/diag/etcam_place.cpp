@@ -23,7 +23,7 @@ uint32_t dpp_etcam_place_get(uint32_t dev_id, uint32_t table, uint32_t index, dp
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, DPP_ETCAM_TABLE_NUM - 1);
   QLIX_COMM_CHECK_POINT(place);
   for (uint32_t block = 0; block < DPP_SE_ETCAM_BLOCKS; ++block) {
-    dpp_etcam_block info;
+    dpp_etcam_block info = {};
     QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_etcam_block_get(dev_id, block, &info), "dpp_etcam_block_get");
     const uint32_t in_row = 1u << info.key_mode;
     const uint32_t row = index / in_row;

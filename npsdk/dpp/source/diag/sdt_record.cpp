@@ -80,7 +80,7 @@ uint32_t entry_check(uint32_t dev_id, uint64_t record, uint32_t index, const dpp
 }
 
 uint32_t etcam_get(uint32_t dev_id, uint64_t record, uint32_t index, dpp_sdt_entry* entry) {
-  dpp_etcam_place place;
+  dpp_etcam_place place = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id,
                          dpp_etcam_place_get(dev_id, dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_TABLE), index, &place),
                          "dpp_etcam_place_get");
@@ -100,7 +100,7 @@ uint32_t etcam_get(uint32_t dev_id, uint64_t record, uint32_t index, dpp_sdt_ent
 
 // The other entries of the row keep their valid bits.
 uint32_t etcam_set(uint32_t dev_id, uint64_t record, uint32_t index, const dpp_sdt_entry* entry) {
-  dpp_etcam_place place;
+  dpp_etcam_place place = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id,
                          dpp_etcam_place_get(dev_id, dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_TABLE), index, &place),
                          "dpp_etcam_place_get");

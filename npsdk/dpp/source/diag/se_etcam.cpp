@@ -13,7 +13,7 @@ uint32_t table_blocks_print(uint32_t dev_id, uint32_t table) {
   uint32_t num = 0;
   QLIX_COMM_PRINT("etcam table %u:\n", table);
   for (uint32_t block = 0; block < DPP_SE_ETCAM_BLOCKS; ++block) {
-    dpp_etcam_block info;
+    dpp_etcam_block info = {};
     QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_etcam_block_get(dev_id, block, &info), "dpp_etcam_block_get");
     if (info.valid != 0 && info.table == table) {
       QLIX_COMM_PRINT("  block %u: entries of %u bits, first row %u\n", block, row_bits >> info.key_mode, info.base);
@@ -62,7 +62,7 @@ uint32_t diag_dpp_se_etcam_tbl_entry_prt(uint32_t dev_id, uint32_t table, uint32
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, DPP_ETCAM_TABLE_NUM - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, index_max);
-  dpp_etcam_place place;
+  dpp_etcam_place place = {};
   const uint32_t code = dpp_etcam_place_get(dev_id, table, index, &place);
   if (code == DPP_RC_ETCAM_NO_PLACE) {
     QLIX_COMM_PRINT("etcam table %u has no entry %u\n", table, index);

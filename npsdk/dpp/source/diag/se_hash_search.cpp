@@ -88,7 +88,7 @@ uint32_t zblock_get(const search& s, uint32_t zblock, zblock_view& view) {
                          "dpp_reg_read");
   // Pairs of fields, zcell 3 first: dedicated to one table, and to which.
   for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK; ++cell) {
-    const uint32_t* pair = &mono[2 * (DPP_SE_ZCELL_IN_BLOCK - 1 - cell)];
+    const uint32_t* pair = &mono[size_t{2} * (DPP_SE_ZCELL_IN_BLOCK - 1 - cell)];
     view.cell[cell] = pair[0] == 0 || pair[1] == s.key.table;
   }
   return QLIX_COMM_OK;

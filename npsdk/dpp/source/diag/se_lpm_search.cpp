@@ -54,7 +54,7 @@ uint32_t lines_read(const search& s, uint64_t first, uint32_t num, uint8_t* byte
     uint32_t words[line_bytes / 4] = {};
     QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_se_smmu1_ind_read(s.dev_id, addr, DPP_SE_DDR_128, words),
                            "dpp_se_smmu1_ind_read");
-    dpp_se_words_to_bytes(words, line_bytes / 4, bytes + i * line_bytes);
+    dpp_se_words_to_bytes(words, line_bytes / 4, bytes + size_t{i} * line_bytes);
   }
   return QLIX_COMM_OK;
 }
@@ -82,7 +82,7 @@ void item_search(search& s, const uint8_t* item, uint32_t length) {
     return;
   }
   for (uint32_t i = 0; i < slot_num; ++i) {
-    const uint8_t* slot = item + slots_offset + i * slot_bytes;
+    const uint8_t* slot = item + slots_offset + size_t{i} * slot_bytes;
     const uint32_t route_len = slot[s.key_bytes];
     if ((!s.found || route_len > s.length) && route_len <= 8 * s.key_bytes && covers(slot, route_len, s)) {
       s.found = true;
@@ -100,7 +100,7 @@ uint32_t chain_search(search& s, uint32_t length) {
   const uint32_t chain = crc & (s.chain_num - 1);
   uint8_t line[line_bytes] = {};
   QLIX_COMM_CHECK_DEV_RC(s.dev_id, lines_read(s, item_lines + chain / chains_in_line, 1, line), "lines_read");
-  uint32_t next = big_endian(line + 4 * (chain % chains_in_line), 4);
+  uint32_t next = big_endian(line + size_t{4} * (chain % chains_in_line), 4);
   uint32_t steps = 0;
   uint32_t mark = 0;  // an item passed; who comes by again goes round in a ring
   const uint64_t items = item_lines + s.chain_num / chains_in_line;

@@ -22,7 +22,7 @@ void se_words_print(const char* label, uint32_t index, const uint32_t* words, ui
 void se_bytes_print(const char* label, const uint8_t* bytes, uint32_t byte_num) {
   char text[2 * bytes_max + 1] = {};
   for (uint32_t i = 0; i < byte_num && i < bytes_max; ++i) {
-    snprintf(text + 2 * i, 3, "%02x", bytes[i]);
+    snprintf(text + size_t{2} * i, 3, "%02x", bytes[i]);
   }
   QLIX_COMM_PRINT("%s: %s\n", label, text);
 }

@@ -44,11 +44,10 @@ uint32_t ddr_check(uint32_t dev_id, uint32_t addr, uint32_t mode, const uint32_t
   return QLIX_COMM_OK;
 }
 
-uint32_t etcam_check(uint32_t dev_id, uint32_t block, uint32_t row, const dpp_se_etcam_row* entry) {
+uint32_t etcam_check(uint32_t dev_id, uint32_t block, uint32_t row) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, block, 0, DPP_SE_ETCAM_BLOCKS - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, row, 0, DPP_SE_ETCAM_ROWS - 1);
-  QLIX_COMM_CHECK_POINT(entry);
   return QLIX_COMM_OK;
 }
 
@@ -146,7 +145,8 @@ uint32_t dpp_se_smmu1_ind_write(uint32_t dev_id, uint32_t addr, uint32_t mode, c
 }
 
 uint32_t dpp_se_etcam_row_read(uint32_t dev_id, uint32_t block, uint32_t row, dpp_se_etcam_row* entry) {
-  const uint32_t code = etcam_check(dev_id, block, row, entry);
+  QLIX_COMM_CHECK_POINT(entry);
+  const uint32_t code = etcam_check(dev_id, block, row);
   if (code != QLIX_COMM_OK) {
     return code;
   }
@@ -162,7 +162,8 @@ uint32_t dpp_se_etcam_row_read(uint32_t dev_id, uint32_t block, uint32_t row, dp
 // The valid bits go with the mask, the last of the two, so that no half-written entry can match.
 uint32_t dpp_se_etcam_row_write(uint32_t dev_id, uint32_t block, uint32_t row, uint32_t parts,
                                 const dpp_se_etcam_row* entry) {
-  const uint32_t code = etcam_check(dev_id, block, row, entry);
+  QLIX_COMM_CHECK_POINT(entry);
+  const uint32_t code = etcam_check(dev_id, block, row);
   if (code != QLIX_COMM_OK) {
     return code;
   }
