@@ -260,6 +260,10 @@ void NetworkProcessor::write(uint64_t bus_offset, uint32_t value) {
   }
 }
 
+NpTables& network_processor_tables(NetworkProcessor& processor) {
+  return processor.tables();
+}
+
 NetworkProcessor& network_processor_attach(Card& card) {
   auto* model = card.own(std::make_unique<NetworkProcessor>(card.file().section("network_processor")));
   card.memory().attach(network_processor_base, network_processor_size, model);

@@ -14,7 +14,6 @@
 #include "dpp_se/dpp_crc.h"
 #include "dpp_se/dpp_hash.h"
 #include "dpp_se/dpp_route.h"
-#include "network_processor.h"
 #include "qlix_comm/print.h"
 #include "vcard/card.h"
 #include "vcard/models.h"
@@ -23,13 +22,15 @@
 namespace {
 
 constexpr uint32_t DEV = 1;
+constexpr uint64_t REGISTERS = 0x6218000000;  // in the card's address space
 
 class QueueToCard : public testing::Test {
  protected:
   void SetUp() override {
     qlix_comm_set_print_en(0);
-    processor_ = &vcard::network_processor_attach(card_);
-    vcard::table_queues_attach(card_, *processor_);
+    vcard::NetworkProcessor& processor = vcard::network_processor_attach(card_);
+    vcard::table_queues_attach(card_, processor);
+    tables_ = &vcard::network_processor_tables(processor);
     card_.processes = [] { return std::vector<pid_t>{getpid()}; };
     ASSERT_TRUE(card_.create({}));
     now_ = this;
@@ -53,21 +54,21 @@ class QueueToCard : public testing::Test {
   vcard::CardFile file_;
   vcard::RequestLog log_;
   vcard::Card card_{file_, log_};
-  vcard::NetworkProcessor* processor_ = nullptr;
+  vcard::NpTables* tables_ = nullptr;
   dpp_se_dtb queue_ = {DEV, 0};
 
  private:
   static uint32_t write(uint32_t, uint32_t addr, uint32_t count, const uint32_t* data) {
     const std::lock_guard guard(now_->card_.lock());
     for (uint32_t i = 0; i < count; i++) {
-      now_->card_.memory().write(vcard::network_processor_base + addr + i * 4, data[i]);
+      now_->card_.memory().write(REGISTERS + addr + i * 4, data[i]);
     }
     return 0;
   }
   static uint32_t read(uint32_t, uint32_t addr, uint32_t count, uint32_t* data) {
     const std::lock_guard guard(now_->card_.lock());
     for (uint32_t i = 0; i < count; i++) {
-      data[i] = now_->card_.memory().read(vcard::network_processor_base + addr + i * 4);
+      data[i] = now_->card_.memory().read(REGISTERS + addr + i * 4);
     }
     return 0;
   }
@@ -99,10 +100,10 @@ TEST_F(QueueToCard, KeysAreFoundByTheCard) {
     const uint8_t rst[4] = {1, 2, static_cast<uint8_t>(i >> 8), static_cast<uint8_t>(i)};
     const dpp_hash_row row = {key, rst};
     ASSERT_EQ(dpp_hash_insert(hash.get(), 5, 9, &row), 0u);
-    EXPECT_EQ(vcard::np_hash_search(processor_->tables(), setup, key, 4), std::vector<uint8_t>(rst, rst + 4));
+    EXPECT_EQ(vcard::np_hash_search(*tables_, setup, key, 4), std::vector<uint8_t>(rst, rst + 4));
     if (i % 3 == 0) {
       ASSERT_EQ(dpp_hash_delete(hash.get(), 5, 9, key), 0u);
-      EXPECT_FALSE(vcard::np_hash_search(processor_->tables(), setup, key, 4).has_value());
+      EXPECT_FALSE(vcard::np_hash_search(*tables_, setup, key, 4).has_value());
     }
   }
   dpp_hash_destroy(hash.get());
@@ -126,7 +127,7 @@ TEST_F(QueueToCard, RoutesAreFoundByTheCard) {
     address.key[3] = static_cast<uint8_t>(rng());
     address.prefix_len = 32;
     ASSERT_EQ(dpp_route_search(table, &address, LPM_SRH_LONGEST), 0u);
-    EXPECT_EQ(vcard::np_lpm_search(processor_->tables(), cfg.baddr, std::span(address.key).first(4)), address.result);
+    EXPECT_EQ(vcard::np_lpm_search(*tables_, cfg.baddr, std::span(address.key).first(4)), address.result);
   }
   dpp_route_destroy(table);
 }

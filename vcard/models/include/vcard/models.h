@@ -6,6 +6,7 @@ namespace vcard {
 
 class Card;
 class NetworkProcessor;
+class NpTables;
 
 /// Attaches every model; the list stands in models.cpp.
 void models_attach(Card& card);
@@ -28,6 +29,8 @@ void pcie_controller_attach(Card& card);
 /// Registers and table memories of the network processor. The models behind it (the queue engine) hook into what it
 /// returns, which lives as long as the card.
 NetworkProcessor& network_processor_attach(Card& card);
+/// The table memories of the network processor.
+NpTables& network_processor_tables(NetworkProcessor& processor);
 /// The queue engine behind the network processor's doorbells: executes table commands from host memory.
 void table_queues_attach(Card& card, NetworkProcessor& processor);
 /// Words of card memory that the card file sets.

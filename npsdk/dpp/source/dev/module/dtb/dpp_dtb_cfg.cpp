@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "dpp_dtb_internal.h"
 #include "qlix_comm/check.h"
 
 namespace {
@@ -9,12 +10,6 @@ namespace {
 constinit std::atomic<uint32_t> down_polls{2000};
 constinit std::atomic<uint32_t> dump_polls{5000000};
 constinit std::atomic<uint32_t> poll_delay_us{50};
-constinit std::atomic<uint32_t> info_check{0};
-constinit std::atomic<uint32_t> print{0};
-constinit std::atomic<uint32_t> soft_perf{0};
-constinit std::atomic<uint32_t> hardware_perf{0};
-constinit std::atomic<uint32_t> debug{0};
-
 uint32_t set(std::atomic<uint32_t>& value, uint32_t to) {
   value.store(to, std::memory_order_relaxed);
   return QLIX_COMM_OK;
@@ -24,13 +19,24 @@ uint32_t get(const std::atomic<uint32_t>& value) {
   return value.load(std::memory_order_relaxed);
 }
 
+uint32_t switch_set(uint32_t bit, uint32_t enable) {
+  enable != 0 ? dtb_switches.fetch_or(bit) : dtb_switches.fetch_and(~bit);
+  return QLIX_COMM_OK;
+}
+
+uint32_t switch_get(uint32_t bit) {
+  return dtb_switch_on(bit) ? 1 : 0;
+}
+
 }  // namespace
 
+constinit std::atomic<uint32_t> dtb_switches{0};
+
 // A switch is 0 or 1.
-#define DTB_SWITCH_SET(value, enable)       \
+#define DTB_SWITCH_SET(bit, enable)         \
   do {                                      \
     QLIX_COMM_CHECK_INDEX_UPPER(enable, 1); \
-    return set(value, enable);              \
+    return switch_set(bit, enable);         \
   } while (0)
 
 uint32_t dpp_dtb_down_table_overtime_set(uint32_t polls) {
@@ -52,38 +58,38 @@ uint32_t dpp_dtb_delay_overtime_get() {
   return get(poll_delay_us);
 }
 uint32_t dpp_dtb_info_check_set(uint32_t enable) {
-  DTB_SWITCH_SET(info_check, enable);
+  DTB_SWITCH_SET(DTB_SWITCH_INFO_CHECK, enable);
 }
 uint32_t dpp_dtb_info_check_en_get() {
-  return get(info_check);
+  return switch_get(DTB_SWITCH_INFO_CHECK);
 }
 uint32_t dpp_dtb_prt_set(uint32_t enable) {
-  DTB_SWITCH_SET(print, enable);
+  DTB_SWITCH_SET(DTB_SWITCH_PRINT, enable);
 }
 uint32_t dpp_dtb_prt_get() {
-  return get(print);
+  return switch_get(DTB_SWITCH_PRINT);
 }
 uint32_t dpp_dtb_prt_enable() {
-  return set(print, 1);
+  return switch_set(DTB_SWITCH_PRINT, 1);
 }
 uint32_t dpp_dtb_prt_disable() {
-  return set(print, 0);
+  return switch_set(DTB_SWITCH_PRINT, 0);
 }
 uint32_t dpp_dtb_soft_perf_test_set(uint32_t enable) {
-  DTB_SWITCH_SET(soft_perf, enable);
+  DTB_SWITCH_SET(DTB_SWITCH_SOFT_PERF, enable);
 }
 uint32_t dpp_dtb_soft_perf_test_get() {
-  return get(soft_perf);
+  return switch_get(DTB_SWITCH_SOFT_PERF);
 }
 uint32_t dpp_dtb_hardware_perf_test_set(uint32_t enable) {
-  DTB_SWITCH_SET(hardware_perf, enable);
+  DTB_SWITCH_SET(DTB_SWITCH_HARDWARE_PERF, enable);
 }
 uint32_t dpp_dtb_hardware_perf_test_get() {
-  return get(hardware_perf);
+  return switch_get(DTB_SWITCH_HARDWARE_PERF);
 }
 uint32_t dpp_dtb_debug_fun_set(uint32_t enable) {
-  DTB_SWITCH_SET(debug, enable);
+  DTB_SWITCH_SET(DTB_SWITCH_DEBUG, enable);
 }
 uint32_t dpp_dtb_debug_fun_get() {
-  return get(debug);
+  return switch_get(DTB_SWITCH_DEBUG);
 }

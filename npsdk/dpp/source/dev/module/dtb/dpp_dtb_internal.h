@@ -12,6 +12,18 @@ inline constexpr uint32_t DTB_ACK_DONE = 0x5A5A5A;      ///< upper 24 bits of a 
 inline constexpr uint32_t DTB_ACK_STATUS_MASK = 0xFF;
 inline constexpr uint32_t DTB_ACK_SUCCESS = 0xFF;
 
+/// The switches of the engine, one bit each: a post asks for several.
+inline constexpr uint32_t DTB_SWITCH_INFO_CHECK = 1u << 0;
+inline constexpr uint32_t DTB_SWITCH_PRINT = 1u << 1;
+inline constexpr uint32_t DTB_SWITCH_SOFT_PERF = 1u << 2;
+inline constexpr uint32_t DTB_SWITCH_HARDWARE_PERF = 1u << 3;
+inline constexpr uint32_t DTB_SWITCH_DEBUG = 1u << 4;
+extern std::atomic<uint32_t> dtb_switches;
+
+inline bool dtb_switch_on(uint32_t bits) {
+  return (dtb_switches.load(std::memory_order_relaxed) & bits) != 0;
+}
+
 inline uint32_t dtb_ack_state(uint32_t ack) {
   return ack >> 8;
 }

@@ -65,10 +65,10 @@ uint32_t item_send(uint32_t dev_id, uint32_t queue_id, uint32_t dir, dpp_dtb_ite
   } else if ((items->int_items.load(std::memory_order_relaxed) & bit) != 0) {
     items->int_items.fetch_and(~bit);
   }
-  if (dpp_dtb_prt_get() != 0) {
+  if (dtb_switch_on(DTB_SWITCH_PRINT)) {
     dpp_dtb_info_print(dev_id, queue_id, item, &info);
   }
-  if (no_hardware(dev_id) || dpp_dtb_soft_perf_test_get() != 0) {
+  if (dtb_switch_on(DTB_SWITCH_SOFT_PERF) || no_hardware(dev_id)) {
     return QLIX_COMM_OK;
   }
   const uint32_t rc = dpp_dtb_queue_item_info_set(dev_id, queue_id, &info);
@@ -150,7 +150,7 @@ uint32_t status_of(uint32_t ack) {
 }
 
 bool completion_granted(uint32_t dev_id) {
-  return no_hardware(dev_id) || dpp_dtb_soft_perf_test_get() != 0 || dpp_dtb_hardware_perf_test_get() != 0;
+  return dtb_switch_on(DTB_SWITCH_SOFT_PERF | DTB_SWITCH_HARDWARE_PERF) || no_hardware(dev_id);
 }
 
 uint32_t length_check(uint32_t length) {
@@ -235,7 +235,7 @@ uint32_t dpp_dtb_tab_down_info_set(uint32_t dev_id, uint32_t queue_id, uint32_t 
   if (items == nullptr) {
     return rc;
   }
-  if (dpp_dtb_info_check_en_get() != 0) {
+  if (dtb_switch_on(DTB_SWITCH_INFO_CHECK)) {
     rc = info_check(dev_id, queue_id);
   }
   if (rc == QLIX_COMM_OK) {
@@ -260,7 +260,7 @@ uint32_t dpp_dtb_tab_down_success_status_check(uint32_t dev_id, uint32_t queue_i
     dpp_dtb_wr32(addr, 0);
     return QLIX_COMM_OK;
   }
-  if (dpp_dtb_debug_fun_get() != 0) {
+  if (dtb_switch_on(DTB_SWITCH_DEBUG)) {
     return QLIX_COMM_OK;
   }
   uint32_t ack = 0;
@@ -330,7 +330,7 @@ uint32_t dpp_dtb_tab_up_success_status_check(uint32_t dev_id, uint32_t queue_id,
   QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
   uint32_t rc = QLIX_COMM_OK;
   dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &rc);
-  if (items == nullptr || completion_granted(dev_id) || dpp_dtb_debug_fun_get() != 0) {
+  if (items == nullptr || completion_granted(dev_id) || dtb_switch_on(DTB_SWITCH_DEBUG)) {
     return rc;
   }
   uint32_t ack = 0;
