@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -21,6 +20,14 @@ struct run_result {
   std::string out;
 };
 
+// Line numbers of the source in error lines become #.
+std::string without_lines(std::string text) {
+  for (size_t at = text.find("]["); at != std::string::npos; at = text.find("][", at + 1)) {
+    text.replace(at + 2, text.find(']', at + 2) - at - 2, "#");
+  }
+  return text;
+}
+
 run_result run(const char* name, std::vector<std::string> words, int32_t (*handler)(kxtools_cmd_context*)) {
   const kxtools_cmd_entry entry = {.name = name};
   std::vector<char*> argp;
@@ -33,7 +40,7 @@ run_result run(const char* name, std::vector<std::string> words, int32_t (*handl
   ctx.argp = argp.data();
   testing::internal::CaptureStdout();
   const int32_t status = handler(&ctx);
-  return {status, std::regex_replace(testing::internal::GetCapturedStdout(), std::regex(R"(\]\[\d+\])"), "][#]")};
+  return {status, without_lines(testing::internal::GetCapturedStdout())};
 }
 
 run_result exec(const char* name, const std::vector<std::string>& words) {
@@ -91,7 +98,7 @@ TEST_F(Bridge, RefusesWhatItCannotCall) {
   ctx.cmd = &entry;
   ctx.argc = 1;
   EXPECT_EQ(kxnp_dpp_cmd_exec(&ctx), -1);
-  EXPECT_EQ(std::regex_replace(testing::internal::GetCapturedStdout(), std::regex(R"(\]\[\d+\])"), "][#]"),
+  EXPECT_EQ(without_lines(testing::internal::GetCapturedStdout()),
             "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx is NULL\n"
             "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx is NULL\n"
             "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx->arg_info.argp is NULL\n");

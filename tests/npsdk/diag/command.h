@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
-#include <regex>
 #include <string>
 
 #include "dpp_diag/dpp_cmd.h"
@@ -17,8 +16,14 @@ struct run_result {
 };
 
 // Line numbers of the source in traces become #.
-inline std::string without_lines(const std::string& text) {
-  return std::regex_replace(text, std::regex(R"((\w+\.(cpp|rows)):\d+)"), "$1:#");
+inline std::string without_lines(std::string text) {
+  for (const std::string suffix : {".cpp:", ".rows:"}) {
+    for (size_t at = text.find(suffix); at != std::string::npos; at = text.find(suffix, at + 1)) {
+      const size_t first = at + suffix.size();
+      text.replace(first, text.find_first_not_of("0123456789", first) - first, "#");
+    }
+  }
+  return text;
 }
 
 inline run_result command(const char* name, std::initializer_list<uint32_t> values) {
