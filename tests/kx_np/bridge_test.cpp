@@ -23,7 +23,7 @@ struct run_result {
 // Line numbers of the source in error lines become #.
 std::string without_lines(std::string text) {
   for (size_t at = text.find("]["); at != std::string::npos; at = text.find("][", at + 1)) {
-    text.replace(at + 2, text.find(']', at + 2) - at - 2, "#");
+    text.replace(at + 2, text.find(']', at + 2) - at - 2, 1, '#');
   }
   return text;
 }
@@ -148,17 +148,22 @@ TEST(BridgeTable, ListsTheDriversCommands) {
   ASSERT_EQ(module.sub_cmd_num, 294u);
   uint32_t super = 0;
   std::vector<std::string> missing;
+  const DppCmdEntry* last = dpp_cmd_get(0);
   for (uint32_t i = 0; i < module.sub_cmd_num; ++i) {
     const kxtools_cmd_entry& entry = module.sub_cmd_list[i];
     super += entry.permission;
     EXPECT_STREQ(entry.help, "") << entry.name;
     EXPECT_EQ(entry.handler == kxnp_mcode_drop_stat, std::string(entry.name) == "mcode_drop_stat");
-    if (dpp_cmd_find(entry.name) == nullptr) {
+    const DppCmdEntry* found = dpp_cmd_find(entry.name);
+    if (found == nullptr) {
       missing.emplace_back(entry.name);
+      continue;
     }
+    EXPECT_EQ(found, last + 1) << entry.name << " is out of order in the driver's table";
+    last = found;
   }
   EXPECT_EQ(super, 68u);
-  EXPECT_THAT(missing, testing::Contains("dpp_reg_filter_level_set"));
+  EXPECT_THAT(missing, testing::ElementsAre("dpp_reg_filter_level_set"));
 }
 
 }  // namespace

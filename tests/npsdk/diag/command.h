@@ -20,7 +20,7 @@ inline std::string without_lines(std::string text) {
   for (const std::string suffix : {".cpp:", ".rows:"}) {
     for (size_t at = text.find(suffix); at != std::string::npos; at = text.find(suffix, at + 1)) {
       const size_t first = at + suffix.size();
-      text.replace(first, text.find_first_not_of("0123456789", first) - first, "#");
+      text.replace(first, text.find_first_not_of("0123456789", first) - first, 1, '#');
     }
   }
   return text;
