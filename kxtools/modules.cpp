@@ -4,6 +4,7 @@
 #include "kx_np/cmd.h"
 #include "kx_np/unit.h"
 #include "kx_pcie/bind.h"
+#include "kx_pcie_cmd/cmd.h"
 #include "kx_trace_app/cmd.h"
 #include "kx_vqm/cmd.h"
 #include "kx_vqm/unit.h"
@@ -18,7 +19,7 @@ using module_init_fn = int32_t (*)();
 
 // Command tables: kxnp, kxpcie, kxbttl, kxtrace_app, kxvqm.
 constexpr module_init_fn CMD_INITS[] = {
-    kxnp_cmd_init, kxbttl_cmd_init, kxtrace_app_cmd_init, kxvqm_cmd_init, nullptr,
+    kxnp_cmd_init, kxpcie_cmd_init, kxbttl_cmd_init, kxtrace_app_cmd_init, kxvqm_cmd_init, nullptr,
 };
 
 // Device state, after every bind: kxnp, kxvqm.

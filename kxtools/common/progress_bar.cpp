@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 
@@ -12,6 +13,8 @@ constexpr int COLUMNS = 40;
 constexpr char FILLED[] = "########################################";
 static_assert(sizeof FILLED == COLUMNS + 1);
 
+std::atomic<bool> bar_shown = false;
+
 }  // namespace
 
 kx_progress_bar::kx_progress_bar(const char* title, uint64_t total)
@@ -20,7 +23,11 @@ kx_progress_bar::kx_progress_bar(const char* title, uint64_t total)
 }
 
 kx_progress_bar::~kx_progress_bar() {
-  if (terminal_) {
+  kx_progress_bar_hide();
+}
+
+void kx_progress_bar_hide() {
+  if (bar_shown.exchange(false)) {
     fputs("\r\033[K", stderr);
     fflush(stderr);
   }
@@ -36,6 +43,7 @@ void kx_progress_bar::update(uint64_t done) {
     return;
   }
   percent_ = percent;
+  bar_shown = true;
   fprintf(stderr, "\r%s [%-*.*s] %3d%%", title_, COLUMNS, percent * COLUMNS / 100, FILLED, percent);
   fflush(stderr);
 }

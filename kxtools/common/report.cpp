@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "common/progress_bar.h"
+
 namespace {
 
 constexpr const char* COLOUR_END = "\033[m";
@@ -30,6 +32,7 @@ void kx_line_print(const kx_line_style& style, const char* function, int line, c
   va_list args;
   va_start(args, format);
   flockfile(stdout);
+  kx_progress_bar_hide();
   if (style.colour != nullptr) {
     print_coloured(style, function, line, format, args);
   } else {
@@ -45,6 +48,7 @@ void kx_print(const char* format, ...) {
   va_list args;
   va_start(args, format);
   flockfile(stdout);
+  kx_progress_bar_hide();
   vprintf(format, args);
   fflush(stdout);
   funlockfile(stdout);

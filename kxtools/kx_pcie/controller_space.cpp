@@ -35,6 +35,10 @@ int32_t pcie_dbi_write_mask(uint32_t ep_no, uint32_t offset, uint32_t value, uin
   return is_controller(ep_no) ? write_mask_to_kx(DBI_BASE[ep_no] + offset, value, mask) : -1;
 }
 
+int32_t pcie_csr_read(uint32_t ep_no, uint32_t offset, uint32_t* value) {
+  return is_controller(ep_no) ? read_val_from_kx(CSR_BASE[ep_no] + offset, value) : -1;
+}
+
 int32_t pcie_csr_write(uint32_t ep_no, uint32_t offset, uint32_t value) {
   return is_controller(ep_no) ? write_val_to_kx(CSR_BASE[ep_no] + offset, value) : -1;
 }

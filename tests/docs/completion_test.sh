@@ -24,6 +24,7 @@ offers 'kxtool set_vf_status eth0 --mode all_vf --s' --status
 offers 'kxtool fwupdate eth0 pa' part
 offers 'kxtool bind 0000:3b:00.' 00.0 00.1
 offers 'kxtool bind 0000:3b:00.0 kxt' kxtrace_app
+offers 'kxtool bind eth0 kxpcie ms' msix_dump msi_dump
 offers 'kxtool bind eth0 kxrdma '
 offers 'kxtool sn_info e th0 $(x) `y` *'
 exit $failed

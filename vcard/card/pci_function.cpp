@@ -4,6 +4,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "config_writer.h"
+#include "product_data.h"
+
 namespace vcard {
 
 namespace {
@@ -63,6 +66,25 @@ void config_bytes_load(PciFunction& function, const CardSection& section) {
   }
 }
 
+Bytes header_log_of(const CardSection& section) {
+  Bytes log = section.bytes("header_log", {}, 16);
+  log.resize(16);
+  return log;
+}
+
+void state_load(PciFunction& function, const CardSection& section) {
+  PciState& state = function.state;
+  state.uncorrectable_errors = static_cast<uint32_t>(section.number("uncorrectable_errors", 0, UINT32_MAX));
+  state.correctable_errors = static_cast<uint32_t>(section.number("correctable_errors", 0, UINT32_MAX));
+  state.device_errors = static_cast<uint16_t>(section.number("device_errors", 0, 15));
+  state.first_error = static_cast<uint8_t>(section.number("first_error", 0, 31));
+  state.header_log = header_log_of(section);
+  state.vfs_on = static_cast<uint16_t>(section.number("vfs_on", 0, function.vf_total));
+  state.reset_capable = section.flag("reset_capable", true);
+  state.reset_returns = section.flag("reset_returns", true);
+  function.iommu_group = static_cast<int>(section.signed_number("iommu_group", -1, -1, INT32_MAX));
+}
+
 void function_change(PciFunction& function, const CardSection& section) {
   function.kind = static_cast<FunctionKind>(section.choice("kind", static_cast<size_t>(function.kind), kind_names));
   function.vendor = static_cast<uint16_t>(section.number("vendor", function.vendor, UINT16_MAX));
@@ -81,56 +103,8 @@ void function_change(PciFunction& function, const CardSection& section) {
   function.has_vpd = section.flag("vpd_capability", function.is_card());
   function.config_size = section.number("config_size", config_space_size, config_space_size);
   config_bytes_load(function, section.section("config"));
+  state_load(function, section);
 }
-
-struct Capability {
-  uint8_t id;
-  uint8_t offset;
-  bool present;
-};
-
-struct ExtendedCapability {
-  uint16_t id;
-  uint16_t offset;
-  bool present;
-};
-
-class ConfigWriter {
- public:
-  explicit ConfigWriter(std::span<uint8_t> bytes) : bytes_(bytes) {}
-  template <typename T>
-  void put(size_t offset, T value) {
-    for (size_t i = 0; i < sizeof(T); ++i) {
-      bytes_[offset + i] = static_cast<uint8_t>(value >> (8 * i));
-    }
-  }
-  void chain(std::span<const Capability> list) {
-    size_t link = 0x34;
-    for (const Capability& capability : list) {
-      if (capability.present) {
-        bytes_[link] = capability.offset;
-        bytes_[capability.offset] = capability.id;
-        link = capability.offset + 1u;
-      }
-    }
-  }
-  void chain(std::span<const ExtendedCapability> list) {
-    size_t previous = 0;
-    for (const ExtendedCapability& capability : list) {
-      if (!capability.present) {
-        continue;
-      }
-      put<uint32_t>(capability.offset, 1u << 16 | capability.id);
-      if (previous != 0) {
-        put<uint16_t>(previous + 2, static_cast<uint16_t>(capability.offset << 4 | 1));
-      }
-      previous = capability.offset;
-    }
-  }
-
- private:
-  std::span<uint8_t> bytes_;
-};
 
 constexpr uint16_t command_memory_and_master = 0x0006;
 constexpr uint16_t status_capability_list = 0x0010;
@@ -159,45 +133,22 @@ void header_fill(const PciFunction& function, ConfigWriter& config) {
   }
 }
 
-void capabilities_fill(const PciFunction& function, ConfigWriter& config) {
-  bool physical = function.kind == FunctionKind::physical;
-  const Capability standard[] = {
-      {0x01, power_capability, function.has_power},
-      {0x11, msix_capability, function.is_card()},
-      {0x10, express_capability, true},
-      {0x03, vpd_capability, function.has_vpd},
-  };
-  config.chain(standard);
-  if (function.has_power) {
-    config.put<uint16_t>(power_capability + 2, 0x0003);
-    config.put<uint16_t>(power_capability + 4, function.power_state);
-  }
-  if (function.is_card()) {
-    config.put<uint16_t>(msix_capability + 2, 63);          // 64 vectors
-    config.put<uint32_t>(msix_capability + 4, 0x00010000);  // table in BAR 0
-    config.put<uint32_t>(msix_capability + 8, 0x00018000);  // pending bits in BAR 0
-  }
-  config.put<uint16_t>(express_capability + 2, 0x0002);
-  config.put<uint32_t>(express_capability + 0x0c, 0x00000104);  // x16 at 16 GT/s
-  config.put<uint16_t>(express_capability + 0x12, 0x0104);
-
-  const ExtendedCapability extended[] = {
-      {0x0001, aer_capability, true},
-      {0x0010, sriov_capability, physical},
-      {0x000b, vendor_capability, function.is_card()},
-  };
-  config.chain(extended);
-  if (physical) {
-    config.put<uint16_t>(sriov_capability + 0x0c, function.vf_total);
-    config.put<uint16_t>(sriov_capability + 0x0e, function.vf_total);
-    config.put<uint16_t>(sriov_capability + 0x14, 8);
-    config.put<uint16_t>(sriov_capability + 0x16, 1);
-    config.put<uint16_t>(sriov_capability + 0x1a, function.vf_device);
-    config.put<uint32_t>(sriov_capability + 0x1c, 0x00000553);
-    config.put<uint32_t>(sriov_capability + 0x20, 1);
-  }
-  if (function.is_card()) {
-    config.put<uint32_t>(vendor_capability + 4, 0x02010002);  // vendor-specific id 2, revision 1, 0x20 bytes
+/// What the card's functions have in common.
+void card_state_load(std::vector<PciFunction>& functions, CardFile& file) {
+  CardSection link = file.section("link");
+  const uint8_t speed = static_cast<uint8_t>(link.number("speed", 4, 15));
+  const uint8_t width = static_cast<uint8_t>(link.number("width", 16, 63));
+  const bool equalised = link.flag("equalised", true);
+  const bool ready = file.section("margining").flag("ready", true);
+  const Bytes product_data = product_data_load(file);
+  for (PciFunction& function : functions) {
+    function.state.link_speed = speed;
+    function.state.link_width = width;
+    function.state.equalised = equalised;
+    function.state.margining_ready = ready;
+    if (function.is_card() && function.has_vpd) {
+      function.product_data = product_data;
+    }
   }
 }
 
@@ -246,6 +197,7 @@ std::vector<PciFunction> pci_functions_load(CardFile& file, uint64_t bar_size) {
   }
   std::sort(functions.begin(), functions.end(),
             [](const PciFunction& a, const PciFunction& b) { return a.sbdf < b.sbdf; });
+  card_state_load(functions, file);
   return functions;
 }
 
@@ -255,7 +207,7 @@ bool pci_function_config_create(PciFunction& function, const std::string& path) 
   }
   ConfigWriter config(function.config.bytes());
   header_fill(function, config);
-  capabilities_fill(function, config);
+  pci_capabilities_fill(function, config);
   for (const auto& [at, bytes] : function.config_bytes) {
     std::copy(bytes.begin(), bytes.end(), function.config.bytes().begin() + static_cast<ptrdiff_t>(at));
   }

@@ -156,6 +156,13 @@ bool SysfsTree::function_write(const PciFunction& function, const Changes& chang
     std::string path = folder + "/" + name;
     good = good && (unlink(path.c_str()) == 0 || errno == ENOENT) && file_write(path, text, 0644);
   };
+  if (!function.product_data.empty() && !changes.leave_out("vpd")) {
+    put("vpd", std::string(function.product_data.begin(), function.product_data.end()));
+  }
+  if (function.iommu_group >= 0) {
+    good = good && link_make("../../../../kernel/iommu_groups/" + std::to_string(function.iommu_group),
+                             folder + "/iommu_group");
+  }
   for (const auto& [name, text] : text_files(function)) {
     if (!changes.leave_out(name)) {
       put(name, text);

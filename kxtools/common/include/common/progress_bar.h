@@ -21,3 +21,6 @@ class kx_progress_bar {
   bool terminal_;
   int percent_ = -1;
 };
+
+/// Takes a shown bar away until its next redraw; report.h does so in front of every line that it prints.
+void kx_progress_bar_hide();

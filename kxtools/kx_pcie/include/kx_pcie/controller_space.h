@@ -9,6 +9,7 @@ int32_t pcie_dbi_read(uint32_t ep_no, uint32_t offset, uint32_t* value);
 int32_t pcie_dbi_write_mask(uint32_t ep_no, uint32_t offset, uint32_t value, uint32_t mask);
 
 /// CSR: the controller's control and status registers.
+int32_t pcie_csr_read(uint32_t ep_no, uint32_t offset, uint32_t* value);
 int32_t pcie_csr_write(uint32_t ep_no, uint32_t offset, uint32_t value);
 int32_t pcie_csr_write_mask(uint32_t ep_no, uint32_t offset, uint32_t value, uint32_t mask);
 

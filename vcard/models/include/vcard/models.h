@@ -26,6 +26,12 @@ void packet_engine_attach(Card& card);
 void traffic_attach(Card& card);
 /// Register spaces of the PCIe endpoint controllers.
 void pcie_controller_attach(Card& card);
+/// Error status, function-level reset and retraining in the configuration spaces.
+void pci_registers_attach(Card& card);
+/// The receiver's end of lane margining.
+void lane_margining_attach(Card& card);
+/// MSI-X table and pending bits in BAR 0.
+void interrupt_table_attach(Card& card);
 /// Registers and table memories of the network processor. The models behind it (the queue engine) hook into what it
 /// returns, which lives as long as the card.
 NetworkProcessor& network_processor_attach(Card& card);

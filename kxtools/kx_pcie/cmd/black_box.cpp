@@ -1,0 +1,74 @@
+// Everything that can be told about the function without disturbing it, in one file.
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <iterator>
+
+#include "actions.h"
+#include "common/progress_bar.h"
+#include "common/report.h"
+#include "common/result_file.h"
+#include "reports.h"
+
+namespace {
+
+struct section {
+  const char* title;
+  kxpcie_report_fn report;
+};
+constexpr section SECTIONS[] = {
+    {"capabilities", kxpcie_cap_list},
+    {"extended capabilities", kxpcie_ecap_list},
+    {"BARs", kxpcie_bar_list},
+    {"device status", kxpcie_dev_status},
+    {"link status", kxpcie_link_status},
+    {"equalisation", kxpcie_eq_status},
+    {"advanced errors", kxpcie_aer_dump},
+    {"MSI-X", kxpcie_msix_dump},
+    {"MSI", kxpcie_msi_dump},
+    {"SR-IOV and ARI", kxpcie_sriov},
+    {"power", kxpcie_power},
+    {"address translation", kxpcie_smmu},
+    {"product data", kxpcie_vpd_dump},
+    {"configuration space", kxpcie_cfg_whole},
+};
+
+void head_write(FILE* out, kxtools_sbdf sbdf) {
+  char function[13];
+  kxtools_sbdf_text(sbdf, function);
+  const time_t now = time(nullptr);
+  struct tm utc = {};
+  gmtime_r(&now, &utc);
+  fprintf(out, "PCI Express state of %s, %04d-%02d-%02d %02d:%02d:%02d UTC\n", function, utc.tm_year + 1900,
+          utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+}
+
+}  // namespace
+
+int32_t kxpcie_black_box(kxtools_sbdf sbdf, kxpcie_words words) {
+  kx_result_file file;
+  if (!file.open(words[0])) {
+    KXTOOLS_ERR("cannot make %s: %s\n", words[0], strerror(errno));
+    return -1;
+  }
+  head_write(file.stream(), sbdf);
+  size_t missing = 0;
+  {
+    kx_progress_bar progress("black box", std::size(SECTIONS));
+    for (const section& row : SECTIONS) {
+      fprintf(file.stream(), "\n== %s ==\n", row.title);
+      // What the function does not have or does not tell leaves a hole, not an end: the rest may be what is needed.
+      if (row.report(file.stream(), sbdf) != 0) {
+        fprintf(file.stream(), "not available\n");
+        ++missing;
+      }
+      progress.update(static_cast<uint64_t>(&row - SECTIONS + 1));
+    }
+  }
+  if (!file.commit()) {
+    KXTOOLS_ERR("cannot write %s: %s\n", words[0], strerror(errno));
+    return -1;
+  }
+  kx_print("%zu of %zu sections written to %s\n", std::size(SECTIONS) - missing, std::size(SECTIONS), words[0]);
+  return missing == std::size(SECTIONS) ? -1 : 0;
+}

@@ -1,0 +1,191 @@
+#include "capabilities.h"
+
+#include <endian.h>
+
+#include <iterator>
+
+#include "common/report.h"
+#include "kx_pcie/config_space.h"
+
+namespace {
+
+constexpr uint32_t STATUS_AND_COMMAND = 0x04;
+constexpr uint32_t STATUS_HAS_LIST = 1u << 20;
+constexpr uint32_t FIRST_POINTER = 0x34;
+constexpr uint32_t FIRST_EXTENDED = 0x100;
+constexpr uint32_t HEADER_END = 0x40;
+constexpr uint32_t ALL_ONES = 0xFFFFFFFF;
+constexpr size_t CAPABILITIES_MAX = (FIRST_EXTENDED - HEADER_END) / 4;
+constexpr size_t EXTENDED_MAX = (PCIE_CFG_SIZE - FIRST_EXTENDED) / 8;
+
+constexpr const char* NAMES[] = {
+    "Null",
+    "Power Management",
+    "Accelerated Graphics Port",
+    "Vital Product Data",
+    "Slot Identification",
+    "Message Signaled Interrupts",
+    "CompactPCI Hot Swap",
+    "PCI-X",
+    "HyperTransport",
+    "Vendor-Specific",
+    "Debug Port",
+    "CompactPCI Resource Control",
+    "Hot-Plug",
+    "Bridge Subsystem Vendor",
+    "Accelerated Graphics Port 8x",
+    "Secure Device",
+    "PCI Express",
+    "MSI-X",
+    "SATA Data/Index",
+    "Advanced Features",
+    "Enhanced Allocation",
+    "Flattening Portal Bridge",
+};
+
+constexpr const char* EXTENDED_NAMES[] = {
+    "Null",
+    "Advanced Error Reporting",
+    "Virtual Channel",
+    "Device Serial Number",
+    "Power Budgeting",
+    "Root Complex Link Declaration",
+    "Root Complex Internal Link Control",
+    "Root Complex Event Collector",
+    "Multi-Function Virtual Channel",
+    "Virtual Channel with MFVC",
+    "Root Complex Register Block",
+    "Vendor-Specific",
+    "Configuration Access Correlation",
+    "Access Control Services",
+    "Alternative Routing-ID Interpretation",
+    "Address Translation Services",
+    "Single Root I/O Virtualization",
+    "Multi-Root I/O Virtualization",
+    "Multicast",
+    "Page Request Interface",
+    "Reserved",
+    "Resizable BAR",
+    "Dynamic Power Allocation",
+    "TPH Requester",
+    "Latency Tolerance Reporting",
+    "Secondary PCI Express",
+    "Protocol Multiplexing",
+    "Process Address Space ID",
+    "LN Requester",
+    "Downstream Port Containment",
+    "L1 PM Substates",
+    "Precision Time Measurement",
+    "M-PCIe",
+    "FRS Queueing",
+    "Readiness Time Reporting",
+    "Designated Vendor-Specific",
+    "VF Resizable BAR",
+    "Data Link Feature",
+    "Physical Layer 16.0 GT/s",
+    "Lane Margining at the Receiver",
+    "Hierarchy ID",
+    "Native PCIe Enclosure Management",
+    "Physical Layer 32.0 GT/s",
+    "Alternate Protocol",
+    "System Firmware Intermediary",
+    "Shadow Functions",
+    "Data Object Exchange",
+    "Device 3",
+    "Integrity and Data Encryption",
+    "Physical Layer 64.0 GT/s",
+};
+
+bool is_dword_at(uint32_t offset) {
+  return offset % 4 == 0 && offset <= PCIE_CFG_SIZE - 4;
+}
+
+}  // namespace
+
+const char* kxpcie_capability_name(bool extended, uint16_t id) {
+  const size_t count = extended ? std::size(EXTENDED_NAMES) : std::size(NAMES);
+  return id >= count ? "unknown" : extended ? EXTENDED_NAMES[id] : NAMES[id];
+}
+
+int32_t kxpcie_capabilities_read(kxtools_sbdf sbdf, bool extended, std::vector<kxpcie_capability>* list) {
+  list->clear();
+  uint32_t offset = FIRST_EXTENDED;
+  if (!extended) {
+    uint32_t status = 0;
+    uint32_t pointer = 0;
+    if (pcie_cfg_read_dword(sbdf, STATUS_AND_COMMAND, &status) != 0 ||
+        pcie_cfg_read_dword(sbdf, FIRST_POINTER, &pointer) != 0) {
+      return -1;
+    }
+    pointer &= 0xFF;
+    offset = (status & STATUS_HAS_LIST) == 0 || pointer == 0xFF ? 0 : pointer & 0xFC;
+  }
+  const uint32_t lowest = extended ? FIRST_EXTENDED : HEADER_END;
+  const size_t most = extended ? EXTENDED_MAX : CAPABILITIES_MAX;
+  while (offset >= lowest && is_dword_at(offset) && list->size() < most) {
+    uint32_t header = 0;
+    if (pcie_cfg_read_dword(sbdf, offset, &header) != 0) {
+      return -1;
+    }
+    // A function without extended space shows zeros or ones there.
+    if (header == ALL_ONES || (extended && header == 0)) {
+      break;
+    }
+    const uint16_t id = static_cast<uint16_t>(extended ? header & 0xFFFF : header & 0xFF);
+    const uint8_t version = static_cast<uint8_t>(extended ? header >> 16 & 0xF : 0);
+    list->push_back({id, version, static_cast<uint16_t>(offset)});
+    offset = extended ? header >> 20 & 0xFFC : header >> 8 & 0xFC;
+  }
+  return 0;
+}
+
+int32_t kxpcie_capability_look(kxtools_sbdf sbdf, bool extended, uint16_t id, bool* found, uint32_t* offset) {
+  std::vector<kxpcie_capability> list;
+  *found = false;
+  if (kxpcie_capabilities_read(sbdf, extended, &list) != 0) {
+    return -1;
+  }
+  for (const kxpcie_capability& capability : list) {
+    if (capability.id == id) {
+      *found = true;
+      *offset = capability.offset;
+      return 0;
+    }
+  }
+  return 0;
+}
+
+int32_t kxpcie_capability_find(kxtools_sbdf sbdf, bool extended, uint16_t id, uint32_t* offset) {
+  bool found = false;
+  if (kxpcie_capability_look(sbdf, extended, id, &found, offset) != 0) {
+    return -1;
+  }
+  if (!found) {
+    KXTOOLS_ERR("the function has no %s capability\n", kxpcie_capability_name(extended, id));
+    return -1;
+  }
+  return 0;
+}
+
+int32_t kxpcie_dwords_read(kxtools_sbdf sbdf, uint32_t offset, uint32_t count, uint32_t* values) {
+  for (uint32_t i = 0; i < count; ++i) {
+    if (pcie_cfg_read_dword(sbdf, offset + 4 * i, &values[i]) != 0) {
+      return -1;
+    }
+  }
+  return 0;
+}
+
+int32_t kxpcie_word_read(kxtools_sbdf sbdf, uint32_t offset, uint16_t* value) {
+  uint16_t little = 0xFFFF;
+  if (pcie_cfg_read(sbdf, offset, sizeof little, &little) != 0) {
+    return -1;
+  }
+  *value = le16toh(little);
+  return 0;
+}
+
+int32_t kxpcie_word_write(kxtools_sbdf sbdf, uint32_t offset, uint16_t value) {
+  const uint16_t little = htole16(value);
+  return pcie_cfg_write(sbdf, offset, sizeof little, &little);
+}

@@ -1,0 +1,181 @@
+// The link: what it can do, what it does, how its equalisation went.
+#include <cinttypes>
+#include <iterator>
+
+#include "bits.h"
+#include "capabilities.h"
+#include "link_registers.h"
+#include "reports.h"
+
+namespace {
+
+constexpr const char* SPEEDS[] = {nullptr, "2.5 GT/s", "5.0 GT/s", "8.0 GT/s", "16.0 GT/s", "32.0 GT/s", "64.0 GT/s"};
+constexpr const char* ASPM[] = {"off", "L0s", "L1", "L0s and L1"};
+
+// Equalisation, from the capabilities that have it.
+constexpr uint32_t SECONDARY_LANE_ERRORS = 0x08;
+constexpr uint32_t SECONDARY_LANES = 0x0C;  // 16 bits a lane
+constexpr uint32_t PHYSICAL_STATUS = 0x0C;
+constexpr uint32_t PHYSICAL_16GT_PARITY = 0x10;  // local, first and second retimer
+constexpr uint32_t PHYSICAL_16GT_LANES = 0x20;   // 8 bits a lane
+constexpr uint32_t PHYSICAL_32GT_LANES = 0x20;
+constexpr uint32_t LANES_MAX = 32;
+
+struct link_state {
+  uint32_t express;
+  uint32_t capabilities;
+  uint32_t control;
+  uint32_t status;
+  uint32_t capabilities_2;
+  uint32_t control_2;
+  uint32_t status_2;
+};
+
+int32_t link_read(kxtools_sbdf sbdf, link_state* link) {
+  uint32_t first[2] = {};
+  uint32_t second[2] = {};
+  if (kxpcie_capability_find(sbdf, false, PCI_CAP_ID_EXPRESS, &link->express) != 0 ||
+      kxpcie_dwords_read(sbdf, link->express + LINK_CAPABILITIES, 2, first) != 0 ||
+      kxpcie_dwords_read(sbdf, link->express + LINK_CAPABILITIES_2, 2, second) != 0) {
+    return -1;
+  }
+  link->capabilities = first[0];
+  link->control = first[1] & 0xFFFF;
+  link->status = first[1] >> 16;
+  link->capabilities_2 = second[0];
+  link->control_2 = second[1] & 0xFFFF;
+  link->status_2 = second[1] >> 16;
+  return 0;
+}
+
+// "complete, phases 1 2 3 done" from bits 0 to 4 of a status register.
+void equalisation_write(FILE* out, const char* speed, uint32_t status) {
+  fprintf(out, "%s: %s, phases done:%s%s%s%s%s\n", speed, (status & 1) != 0 ? "complete" : "NOT COMPLETE",
+          (status & 2) != 0 ? " 1" : "", (status & 4) != 0 ? " 2" : "", (status & 8) != 0 ? " 3" : "",
+          (status & 14) == 0 ? " none" : "", (status & 16) != 0 ? ", the link asks for another one" : "");
+}
+
+int32_t lanes_8gt_write(FILE* out, kxtools_sbdf sbdf, uint32_t width) {
+  bool found = false;
+  uint32_t offset = 0;
+  uint32_t errors = 0;
+  if (kxpcie_capability_look(sbdf, true, PCI_ECAP_ID_SECONDARY, &found, &offset) != 0) {
+    return -1;
+  }
+  if (!found) {
+    return 0;
+  }
+  if (kxpcie_dwords_read(sbdf, offset + SECONDARY_LANE_ERRORS, 1, &errors) != 0) {
+    return -1;
+  }
+  fprintf(out, "lane errors 0x%08" PRIx32 "\nlane  downstream port  upstream port\n", errors);
+  for (uint32_t lane = 0; lane < width; ++lane) {
+    uint16_t control = 0;
+    if (kxpcie_word_read(sbdf, offset + SECONDARY_LANES + 2 * lane, &control) != 0) {
+      return -1;
+    }
+    fprintf(out, "%4" PRIu32 "  preset %-2u hint %u  preset %-2u hint %u\n", lane, control & 0xF, control >> 4 & 7,
+            control >> 8 & 0xF, control >> 12 & 7);
+  }
+  return 0;
+}
+
+int32_t lanes_byte_write(FILE* out, kxtools_sbdf sbdf, uint32_t first, uint32_t width) {
+  fprintf(out, "lane  downstream port  upstream port\n");
+  for (uint32_t lane = 0; lane < width; ++lane) {
+    uint16_t control = 0;
+    if (kxpcie_word_read(sbdf, first + (lane & ~1u), &control) != 0) {
+      return -1;
+    }
+    const uint32_t preset = control >> (8 * (lane & 1));
+    fprintf(out, "%4" PRIu32 "  preset %-2u        preset %u\n", lane, preset & 0xF, preset >> 4 & 0xF);
+  }
+  return 0;
+}
+
+struct physical_layer {
+  uint16_t id;
+  const char* speed;
+  uint32_t lanes;
+  bool has_parity;
+};
+constexpr physical_layer PHYSICAL_LAYERS[] = {
+    {PCI_ECAP_ID_PHYSICAL_16GT, "16.0 GT/s", PHYSICAL_16GT_LANES, true},
+    {PCI_ECAP_ID_PHYSICAL_32GT, "32.0 GT/s", PHYSICAL_32GT_LANES, false},
+};
+
+int32_t physical_layer_write(FILE* out, kxtools_sbdf sbdf, const physical_layer& row, uint32_t width) {
+  bool found = false;
+  uint32_t offset = 0;
+  uint32_t registers[4] = {};
+  if (kxpcie_capability_look(sbdf, true, row.id, &found, &offset) != 0) {
+    return -1;
+  }
+  if (!found) {
+    return 0;
+  }
+  if (kxpcie_dwords_read(sbdf, offset + PHYSICAL_STATUS, row.has_parity ? 4 : 1, registers) != 0) {
+    return -1;
+  }
+  equalisation_write(out, row.speed, registers[0]);
+  if (row.has_parity) {
+    fprintf(out,
+            "data parity mismatches by lane: local 0x%08" PRIx32 ", first retimer 0x%08" PRIx32
+            ", second retimer 0x%08" PRIx32 "\n",
+            registers[1], registers[2], registers[3]);
+  }
+  return lanes_byte_write(out, sbdf, offset + row.lanes, width);
+}
+
+}  // namespace
+
+const char* kxpcie_speed_text(uint32_t speed) {
+  return speed > 0 && speed < std::size(SPEEDS) ? SPEEDS[speed] : "unknown speed";
+}
+
+int32_t kxpcie_link_status(FILE* out, kxtools_sbdf sbdf) {
+  link_state link = {};
+  if (link_read(sbdf, &link) != 0) {
+    return -1;
+  }
+  const uint32_t speed = kxpcie_link_speed(link.status);
+  const uint32_t width = kxpcie_link_width(link.status);
+  const uint32_t best_speed = kxpcie_link_speed(link.capabilities);
+  const uint32_t best_width = kxpcie_link_width(link.capabilities);
+  fprintf(out, "speed        %s of %s%s\n", kxpcie_speed_text(speed), kxpcie_speed_text(best_speed),
+          speed < best_speed ? "  DEGRADED" : "");
+  fprintf(out, "width        x%" PRIu32 " of x%" PRIu32 "%s\n", width, best_width,
+          width < best_width ? "  DEGRADED" : "");
+  fprintf(out, "speeds       ");
+  for (uint32_t i = 1; i < std::size(SPEEDS); ++i) {
+    if ((link.capabilities_2 >> i & 1) != 0) {
+      fprintf(out, "%s ", SPEEDS[i]);
+    }
+  }
+  fprintf(out, "\ntarget       %s\n", kxpcie_speed_text(kxpcie_link_speed(link.control_2)));
+  fprintf(out, "training     %s\n", (link.status & LINK_STATUS_TRAINING) != 0 ? "in progress" : "not in progress");
+  fprintf(out, "ASPM         %s, supported: %s\n", ASPM[link.control & LINK_CONTROL_ASPM],
+          ASPM[link.capabilities >> 10 & 3]);
+  fprintf(out, "common clock %s\n", kxpcie_yes(link.control & 1u << 6));
+  fprintf(out, "port         %" PRIu32 "\n", link.capabilities >> 24);
+  return 0;
+}
+
+int32_t kxpcie_eq_status(FILE* out, kxtools_sbdf sbdf) {
+  link_state link = {};
+  if (link_read(sbdf, &link) != 0) {
+    return -1;
+  }
+  const uint32_t lanes = kxpcie_link_width(link.capabilities);
+  const uint32_t width = lanes < LANES_MAX ? lanes : LANES_MAX;
+  equalisation_write(out, "8.0 GT/s", link.status_2 >> 1);
+  if (lanes_8gt_write(out, sbdf, width) != 0) {
+    return -1;
+  }
+  for (const physical_layer& row : PHYSICAL_LAYERS) {
+    if (physical_layer_write(out, sbdf, row, width) != 0) {
+      return -1;
+    }
+  }
+  return 0;
+}

@@ -1,0 +1,80 @@
+// Lane margining at the receiver: moves the sampling point of one lane of the card's receiver until errors come. The
+// link carries traffic meanwhile.
+#pragma once
+
+#include <cstdint>
+
+#include "kxtools/dev.h"
+
+/// What the receiver can do, as it reports it.
+struct kxpcie_margin_abilities {
+  bool voltage;            ///< voltage margining at all
+  bool up_down_voltage;    ///< up and down apart; one direction otherwise
+  bool left_right_timing;  ///< left and right apart
+  uint8_t timing_steps;    ///< steps to the largest offset
+  uint8_t timing_percent;  ///< largest timing offset, hundredths of a unit interval
+  uint8_t voltage_steps;
+  uint8_t voltage_percent;  ///< largest voltage offset, hundredths of a volt
+};
+
+enum class kxpcie_margin_direction : uint8_t { left, right, up, down };
+inline constexpr uint32_t KXPCIE_MARGIN_DIRECTIONS = 4;
+
+enum class kxpcie_margin_end : uint8_t {
+  not_measured,  ///< the receiver does not have this direction
+  largest,       ///< no errors up to the largest offset
+  errors,        ///< the receiver gave up because of errors
+  refused,       ///< the receiver refused the next step
+};
+
+struct kxpcie_margin_result {
+  kxpcie_margin_end end;
+  uint8_t steps;   ///< the last good one
+  uint8_t errors;  ///< counted at the last good step
+};
+
+struct kxpcie_lane_margins {
+  kxpcie_margin_abilities abilities;
+  kxpcie_margin_result results[KXPCIE_MARGIN_DIRECTIONS];
+};
+
+/// Margining of one function's link. While it exists, the link neither saves power nor changes speed or width by
+/// itself; its end of life restores both, and every lane has been sent back to its normal settings before.
+class kxpcie_margining {
+ public:
+  explicit kxpcie_margining(kxtools_sbdf sbdf) : sbdf_(sbdf) {}
+  kxpcie_margining(const kxpcie_margining&) = delete;
+  kxpcie_margining& operator=(const kxpcie_margining&) = delete;
+  ~kxpcie_margining();
+
+  /// Checks that the link runs at 16 GT/s or more and that the receiver is ready. Returns 0, or -1 with a message.
+  int32_t open();
+  /// Lanes of the link.
+  uint32_t lanes() const {
+    return lanes_;
+  }
+  /// Measures one lane, `dwell_ms` at each step, from the centre outwards, and sends it back to its normal settings, on
+  /// every path. Returns 0, or -1 with a message, also after an interrupt.
+  int32_t measure(uint32_t lane, uint32_t dwell_ms, kxpcie_lane_margins* margins);
+
+ private:
+  int32_t link_hold();
+  int32_t command(uint32_t lane, uint32_t type, uint32_t payload, uint32_t* answer);
+  int32_t no_command(uint32_t lane);
+  int32_t report(uint32_t lane, uint32_t what, uint8_t mask, uint8_t* value);
+  int32_t abilities_read(uint32_t lane, kxpcie_margin_abilities* abilities);
+  int32_t step(uint32_t lane, uint32_t type, uint32_t payload, uint32_t dwell_ms, kxpcie_margin_result* result);
+  int32_t direction_measure(uint32_t lane, kxpcie_margin_direction direction, uint32_t dwell_ms,
+                            kxpcie_lane_margins* margins);
+  int32_t directions_measure(uint32_t lane, uint32_t dwell_ms, kxpcie_lane_margins* margins);
+  int32_t normal(uint32_t lane);
+
+  kxtools_sbdf sbdf_;
+  uint32_t express_ = 0;
+  uint32_t margining_ = 0;
+  uint32_t lanes_ = 0;
+  bool held_ = false;
+  uint16_t link_control_ = 0;
+  uint16_t link_control_2_ = 0;
+  const char* reason_ = "";  // why the measurement under way failed
+};

@@ -1,0 +1,176 @@
+// kxpcie: commands that change something, and how they give it back.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include "session.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+TEST(KxpcieWrites, SayWhatWasWritten) {
+  const auto session = session::run("{}",
+                                    {
+                                        "kxpcie devmem_write 0x6310000010 0xAB",
+                                        "kxpcie devmem_write 0x6310000010 0xFF00 0xF000",
+                                        "kxpcie csr_read 0 0x10",
+                                        "kxpcie cfg_write 0x3c 0x5 1",
+                                        "kxpcie bar_write 0 0x20000 0x1234",
+                                        "kxpcie bar_read 0 0x20000",
+                                        "kxpcie tunnel_mode secure 1",
+                                        "kxpcie devmem 0x6310000010",
+                                        "kxpcie tunnel_mode",
+                                    },
+                                    true);
+  EXPECT_EQ(session.outputs[0], "0x6310000010: 0x000000ab written under mask 0xffffffff\n");
+  EXPECT_EQ(session.outputs[1], "0x6310000010: 0x0000ff00 written under mask 0x0000f000\n");
+  EXPECT_EQ(session.outputs[2], "0x0000000010: 0x0000f0ab\n");
+  EXPECT_EQ(session.outputs[3], "0x03c: was 0x00, 0x05 written, reads 0x05\n");
+  EXPECT_EQ(session.outputs[4], "BAR 0 0x00020000: 0x00001234 written\n");
+  EXPECT_EQ(session.outputs[5], "BAR 0 0x00020000: 0x00001234\n");
+  EXPECT_EQ(session.outputs[7], "0x6310000010: 0x0000f0ab\n");
+  EXPECT_EQ(session.outputs[8], "access mode 0 (addresses are checked)\nsecure mode on\n");
+}
+
+TEST(KxpcieErrors, AreClearedAndMasksStay) {
+  const auto session = session::run(R"({"functions": {"0000:3b:00.0": {
+      "uncorrectable_errors": "0x00104000", "correctable_errors": "0x40", "device_errors": 9}}})",
+                                    {"kxpcie aer_clear", "kxpcie aer_dump", "kxpcie aer_clear"}, true);
+  EXPECT_EQ(session.outputs[0],
+            "uncorrectable error status: was 0x00104000, reads 0x00000000\n"
+            "correctable error status: was 0x00000040, reads 0x00000000\n"
+            "device error status: was 0x0009, reads 0x0000\n");
+  EXPECT_THAT(session.outputs[1], StartsWith("uncorrectable errors: status 0x00000000, mask 0x00400000, severity "
+                                             "0x00463030\n  none\ncorrectable errors: status 0x00000000, mask "
+                                             "0x00006000\n  none\n"));
+  EXPECT_THAT(session.outputs[2], HasSubstr("correctable error status: was 0x00000000, reads 0x00000000\n"));
+}
+
+TEST(KxpcieRetrain, GoesThroughThePortAbove) {
+  auto session = session::run(R"({"link": {"speed": 1, "width": 2, "retrain_speed": 3, "retrain_width": 8}})",
+                              {"kxpcie retrain", "kxpcie link_status"}, true);
+  EXPECT_EQ(session.outputs[0],
+            "port 0000:3a:00.0: link at 2.5 GT/s x2 trains anew\nport 0000:3a:00.0: link at 8.0 GT/s x8\n");
+  EXPECT_THAT(session.outputs[1], StartsWith("speed        8.0 GT/s of 16.0 GT/s  DEGRADED\n"));
+  EXPECT_THAT(session.result.log_of("retrain"), testing::ElementsAre("retrain function=0000:3a:00.0"));
+  session = session::run(R"({"functions": {"0000:3a:00.0": {"present": false}}})", {"kxpcie retrain"}, true);
+  EXPECT_THAT(session.outputs[0], HasSubstr("no port above the function can be found\n"));
+  session = session::run(R"({"link": {"training_ms": 3000}})", {"kxpcie retrain"}, true);
+  EXPECT_THAT(session.outputs[0], HasSubstr("the link is still training after 1000 ms\n"));
+}
+
+// Link control and link control 2 of function 0, and the command that lane 2 was given last.
+constexpr const char* LINK_SETTINGS[] = {"kxpcie cfg_read 0x70 2", "kxpcie cfg_read 0x90 2", "kxpcie cfg_read 0x2d0 2"};
+constexpr const char* LINK_SETTINGS_TEXT = "0x070: 0x0042\n0x090: 0x0004\n0x2d0: 0x9c38\n";
+constexpr const char* NORMAL_SETTINGS = "margining lane=2 command=0x0f16";
+
+TEST(KxpcieMargin, MeasuresLanesAndGivesEverythingBack) {
+  const auto session =
+      session::run(R"({"margining": {"left": [5, 6, 20], "right": 8, "up": 9, "down": 31,
+                                                      "timing_steps": 20, "voltage_steps": 31, "refuses_from": 15}})",
+                   {"kxpcie margin 2 0", "kxpcie eye 1 0", LINK_SETTINGS[0], LINK_SETTINGS[1], LINK_SETTINGS[2]}, true);
+  EXPECT_THAT(
+      session.outputs[0],
+      HasSubstr("\n   2   14/20  0.175 UI  ?     8/20  0.100 UI        9/31    58 mV        14/31    90 mV   ? \n"));
+  EXPECT_THAT(session.outputs[1], AllOf(StartsWith("eye of lane 1: "), HasSubstr("\n   1    6/20  0.075 UI ")));
+  EXPECT_EQ(session.outputs[2] + session.outputs[3] + session.outputs[4], LINK_SETTINGS_TEXT);
+  const auto log = session.result.log_of("margining lane=2 ");
+  EXPECT_THAT(log, testing::Contains(NORMAL_SETTINGS));
+  EXPECT_EQ(log.back(), "margining lane=2 command=0x9c38");
+}
+
+TEST(KxpcieMargin, LeavesOutWhatTheReceiverCannotDo) {
+  const auto session =
+      session::run(R"({"margining": {"voltage": false, "left_right": false}})", {"kxpcie margin 0 0"}, true);
+  EXPECT_THAT(session.outputs[0],
+              HasSubstr("\n   0  -                      13/20  0.162 UI      -                     -"));
+}
+
+TEST(KxpcieMargin, RefusesLinksThatCannotBeMargined) {
+  const struct {
+    const char* card;
+    const char* says;
+  } cases[] = {
+      {R"({"link": {"speed": 3}})", "margining needs a link at 16 GT/s or more\n"},
+      {R"({"link": {"width": 0}})", "the link is down\n"},
+      {R"({"margining": {"ready": false}})", "the receiver is not ready for margining\n"},
+      {R"({"margining": {"silent_lanes": [1]}})",
+       "margining of lane 1: the receiver does not answer a command; the lane may not be at its normal settings\n"},
+  };
+  for (const auto& c : cases) {
+    const auto session = session::run(c.card, {"kxpcie eye 1 0", LINK_SETTINGS[0], LINK_SETTINGS[1]}, true);
+    EXPECT_THAT(session.outputs[0], HasSubstr(c.says)) << c.card;
+    EXPECT_EQ(session.outputs[1] + session.outputs[2], "0x070: 0x0042\n0x090: 0x0004\n") << c.card;
+  }
+  const auto other = kx_system::run({.input = "1\nsu opsu\nkxpcie margin\nquit\n"});
+  EXPECT_THAT(other.out, HasSubstr("the function has no Lane Margining at the Receiver capability\n"));
+}
+
+TEST(KxpcieMargin, AnInterruptGivesEverythingBack) {
+  kx_system::Process process({.terminal = true});
+  ASSERT_TRUE(process.expect("Please enter index: "));
+  process.send("0\r");
+  ASSERT_TRUE(process.expect("[kxtool:0000:3b:00.0]>"));
+  process.send("su opsu\r");
+  ASSERT_TRUE(process.expect("[root@kxtool:0000:3b:00.0]#"));
+  process.send("kxpcie margin 2 500\r");
+  ASSERT_TRUE(process.expect_log("margining lane=2 command=0x"));
+  ASSERT_TRUE(process.expect("margin ["));
+  for (const pid_t tool : process.tools()) {
+    kill(tool, SIGINT);
+  }
+  EXPECT_TRUE(process.expect("margining of lane 2: interrupted; the lane is at its normal settings"));
+  EXPECT_TRUE(process.expect("]#"));
+  for (const char* line : LINK_SETTINGS) {
+    process.send(std::string(line) + "\r");
+    EXPECT_TRUE(process.expect(": 0x"));
+    EXPECT_TRUE(process.expect("]#"));
+  }
+  process.send("quit\r");
+  const auto result = process.wait();
+  EXPECT_EQ(result.status, 255);
+  EXPECT_THAT(result.out, AllOf(HasSubstr("0x070: 0x0042"), HasSubstr("0x090: 0x0004"), HasSubstr("0x2d0: 0x9c38")));
+  EXPECT_THAT(result.out, HasSubstr("%\r\x1b[Kkxtools_err: "));  // the progress bar is out of the way
+  EXPECT_THAT(result.log_of("margining"), testing::Contains(NORMAL_SETTINGS));
+}
+
+TEST(KxpcieReset, GivesTheSettingsBack) {
+  const auto session = session::run(R"({"functions": {"0000:3b:00.0": {"driver": "", "device_errors": 1}}})",
+                                    {"kxpcie cfg_dump 0 0x68", "kxpcie cfg_dump 0x70 0x100", "kxpcie flr 0000:3b:00.0",
+                                     "kxpcie cfg_dump 0 0x68", "kxpcie cfg_dump 0x70 0x100", "kxpcie cfg_read 0x68"},
+                                    true);
+  EXPECT_EQ(session.outputs[2], "0000:3b:00.0 was reset and has its settings back\n");
+  EXPECT_EQ(session.outputs[0], session.outputs[3]);
+  EXPECT_EQ(session.outputs[1], session.outputs[4]);
+  EXPECT_EQ(session.outputs[5], "0x068: 0x00102930\n");
+  EXPECT_THAT(session.result.log_of("function_reset"), testing::ElementsAre("function_reset function=0000:3b:00.0"));
+}
+
+TEST(KxpcieReset, RefusesWhatItWouldBreak) {
+  const struct {
+    const char* function;
+    const char* says;
+  } cases[] = {
+      {R"("driver": "", "vfs_on": 2)", "virtual functions of 0000:3b:00.0 are on; a reset would remove them\n"},
+      {R"("driver": "", "reset_capable": false)", "the function cannot be reset by itself\n"},
+      {R"("driver": "vfio-pci")", "a driver uses 0000:3b:00.0; unbind it first\n"},
+  };
+  for (const auto& c : cases) {
+    const auto session = session::run(std::string(R"({"functions": {"0000:3b:00.0": {)") + c.function + "}}}",
+                                      {"kxpcie flr 0000:3b:00.0"}, true);
+    EXPECT_THAT(session.outputs[0], HasSubstr(c.says)) << c.function;
+    EXPECT_THAT(session.result.log_of("function_reset"), testing::IsEmpty());
+  }
+}
+
+TEST(KxpcieReset, TellsWhenTheFunctionStaysAway) {
+  const auto session = session::run(R"({"functions": {"0000:3b:00.0": {"driver": "", "reset_returns": false}}})",
+                                    {"kxpcie flr 0000:3b:00.0", "kxpcie power"}, true);
+  EXPECT_THAT(session.outputs[0], HasSubstr("the function does not answer 1100 ms after its reset\n"));
+}
+
+}  // namespace
