@@ -69,7 +69,8 @@ class CommandsOnCard : public testing::Test {
   }
 
   static inline uint32_t accesses = 0;
-  static inline bool dead = false;  // every read is all ones
+  static inline bool dead = false;        // every read is all ones
+  static inline uint32_t stuck_word = 1;  // the lowest bit of the word at this offset reads 1; no word has an odd one
 
  private:
   static constexpr uint64_t np_base = 0x6218000000;
@@ -82,6 +83,7 @@ class CommandsOnCard : public testing::Test {
   static uint32_t card_read(uint32_t, uint32_t addr, uint32_t word_count, uint32_t* data) {
     for (uint32_t i = 0; i < word_count; ++i, ++accesses) {
       data[i] = dead ? UINT32_MAX : the_card->memory().read(np_base + addr + 4 * i);
+      data[i] |= addr + 4 * i == stuck_word ? 1 : 0;
     }
     return 0;
   }

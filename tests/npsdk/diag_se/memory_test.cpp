@@ -192,7 +192,7 @@ TEST_F(SeMemory, ZgroupCheckFindsAStuckBitAndLeavesLinesAsTheyWere) {
     EXPECT_THAT(out, HasSubstr("zgroup 1: 8 zblocks, 0 errors: HEALTHY\n"));
     EXPECT_EQ(text("diag_dpp_se_alg_read512", {0, line}), before);
   }
-  stuck_bit = true;
+  stuck_word = alg_window_data;
   EXPECT_THAT(text("diag_dpp_se_zgroup_check", {0, 1}), HasSubstr("zgroup 1: 8 zblocks, 8 errors: NOT HEALTHY\n"));
 }
 

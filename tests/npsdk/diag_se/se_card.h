@@ -1,94 +1,19 @@
 // Search-engine commands by name on the virtual card's network processor.
 #pragma once
 
-#include <gtest/gtest.h>
+#include "../diag_blocks/card_device.h"
 
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "dpp_chip/dpp_dev_setup.h"
-#include "dpp_diag/dpp_cmd.h"
-#include "dpp_reg/dpp_reg.h"
-#include "qlix_comm/print.h"
-#include "vcard/card.h"
-#include "vcard/models.h"
-
-struct command_result {
-  uint32_t code;
-  std::string text;
-};
-
-class OnSeCard : public testing::Test {
+class OnSeCard : public CommandsOnCard {
  protected:
-  void SetUp() override {
-    insert("{}");
-    dead = false;
-    stuck_bit = false;
-    const dpp_sys_init_ctrl init = {
-        .device_type = DPP_DEV_TYPE_CHIP, .p_pcie_write_fun = card_write, .p_pcie_read_fun = card_read};
-    qlix_comm_set_print_level(QLIX_TRACE_PRINT);
-    ASSERT_EQ(dpp_base_soft_init(0, &init), 0u);
-    qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
-  }
   void TearDown() override {
-    the_card = nullptr;
-  }
-  /// Another card, with this section of its card file.
-  void insert(const std::string& network_processor) {
-    card_.reset();
-    file_ = std::make_unique<vcard::CardFile>("{\"network_processor\": " + network_processor + "}");
-    card_ = std::make_unique<vcard::Card>(*file_, log_);
-    vcard::network_processor_attach(*card_);
-    the_card = card_.get();
-  }
-  static command_result run(const char* name, const std::vector<uint32_t>& words) {
-    const DppCmdEntry* entry = dpp_cmd_find(name);
-    if (entry == nullptr) {
-      ADD_FAILURE() << name << " is no command";
-      return {1, ""};
-    }
-    DppCmdArgs args;
-    for (const uint32_t word : words) {
-      args.value[args.num++] = word;
-    }
-    testing::internal::CaptureStdout();
-    const uint32_t code = entry->func(*entry, args);
-    return {code, testing::internal::GetCapturedStdout()};
-  }
-  /// The text of a command that must succeed.
-  static std::string text(const char* name, const std::vector<uint32_t>& words) {
-    const command_result result = run(name, words);
-    EXPECT_EQ(result.code, 0u) << name << "\n" << result.text;
-    return result.text;
+    dead = false;
+    stuck_word = no_word;
+    CommandsOnCard::TearDown();
   }
   static void set(uint32_t reg_no, uint32_t m, uint32_t n, const std::vector<uint32_t>& fields) {
     EXPECT_EQ(dpp_reg_write(0, reg_no, m, n, fields.data()), 0u);
   }
 
-  static inline uint32_t accesses = 0;
-  static inline bool dead = false;       // every read is all ones
-  static inline bool stuck_bit = false;  // the lowest bit of what the hash memory's window shows is always 1
-
- private:
-  static constexpr uint64_t np_base = 0x6218000000;
-  static constexpr uint32_t alg_data = 0x280008;
-  static uint32_t card_write(uint32_t, uint32_t addr, uint32_t word_count, const uint32_t* data) {
-    for (uint32_t i = 0; i < word_count; ++i, ++accesses) {
-      the_card->memory().write(np_base + addr + 4 * i, data[i]);
-    }
-    return 0;
-  }
-  static uint32_t card_read(uint32_t, uint32_t addr, uint32_t word_count, uint32_t* data) {
-    for (uint32_t i = 0; i < word_count; ++i, ++accesses) {
-      data[i] = dead ? UINT32_MAX : the_card->memory().read(np_base + addr + 4 * i);
-      data[i] |= stuck_bit && addr + 4 * i == alg_data ? 1 : 0;
-    }
-    return 0;
-  }
-
-  static inline vcard::Card* the_card = nullptr;
-  vcard::RequestLog log_;
-  std::unique_ptr<vcard::CardFile> file_;
-  std::unique_ptr<vcard::Card> card_;
+  static constexpr uint32_t no_word = 1;
+  static constexpr uint32_t alg_window_data = 0x280008;  // the last word of a line of hash memory
 };
