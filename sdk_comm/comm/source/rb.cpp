@@ -56,7 +56,7 @@ node_t* descend(const qlix_comm_rb* tree, const void* key, Step step) {
       return sought.equals(node->key, to_right) ? tree_way::found : tree_way::by_key;
     };
     const auto prefetch = [](const node_t* child) {
-      tree_prefetch(reinterpret_cast<std::uintptr_t>(child) + offsetof(node_t, key));
+      tree_prefetch(reinterpret_cast<std::uintptr_t>(child) + offsetof(node_t, left));
     };
     return tree_descend(tree->root, compare, step, prefetch);
   });

@@ -23,15 +23,16 @@ inline constexpr std::uint32_t QLIX_COMM_RB_BLACK = 2;
 /// Compares two keys of `key_size` bytes: negative, 0 or positive.
 using qlix_comm_rb_cmp = std::int32_t (*)(const void* key_a, const void* key_b, std::uint32_t key_size);
 
-/// The list node comes first: what releases a list's nodes (qlix_comm_dlink_release) releases whole records.
+/// The list node comes first: what releases a list's nodes (qlix_comm_dlink_release) releases whole records. What a
+/// search reads follows it, so that in a pool both share a cache line.
 struct qlix_comm_rb_node {
   qlix_comm_double_link_node order;  ///< data = this node
-  void* key;
+  std::uint32_t slot_colour;         ///< slot number in bits 31..2, colour in bits 1..0 (1 red, 2 black, 0 cleared)
+  std::uint32_t key_head;            ///< first bytes of the key as a number; kept by the tree, in what would be padding
   qlix_comm_rb_node* left;
   qlix_comm_rb_node* right;
+  void* key;
   qlix_comm_rb_node* parent;
-  std::uint32_t slot_colour;  ///< slot number in bits 31..2, colour in bits 1..0 (1 red, 2 black, 0 cleared)
-  std::uint32_t key_head;     ///< first bytes of the key as a number; kept by the tree, in what would be padding
 };
 
 struct qlix_comm_rb {
