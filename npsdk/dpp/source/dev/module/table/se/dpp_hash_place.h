@@ -39,7 +39,7 @@ struct dpp_hash_entry {
     return entry_bytes / 16u;
   }
 };
-static_assert((offsetof(dpp_hash_entry, node) + offsetof(qlix_comm_rb_node, key)) % 64 == 0);
+static_assert((offsetof(dpp_hash_entry, node) + offsetof(qlix_comm_rb_node, slot_colour)) % 64 == 0);
 static_assert(sizeof(dpp_hash_entry) == offsetof(dpp_hash_entry, node) + sizeof(qlix_comm_rb_node));
 
 /// Puts the entry into the first aligned quarters that are free, DPP_HASH_RC_ITEM_FULL when there are none.
