@@ -16,8 +16,7 @@ constexpr const char* ASPM[] = {"off", "L0s", "L1", "L0s and L1"};
 constexpr uint32_t SECONDARY_LANE_ERRORS = 0x08;
 constexpr uint32_t SECONDARY_LANES = 0x0C;  // 16 bits a lane
 constexpr uint32_t PHYSICAL_STATUS = 0x0C;
-constexpr uint32_t PHYSICAL_16GT_PARITY = 0x10;  // local, first and second retimer
-constexpr uint32_t PHYSICAL_16GT_LANES = 0x20;   // 8 bits a lane
+constexpr uint32_t PHYSICAL_16GT_LANES = 0x20;  // 8 bits a lane
 constexpr uint32_t PHYSICAL_32GT_LANES = 0x20;
 constexpr uint32_t LANES_MAX = 32;
 
@@ -114,6 +113,7 @@ int32_t physical_layer_write(FILE* out, kxtools_sbdf sbdf, const physical_layer&
   if (!found) {
     return 0;
   }
+  // The three parity registers follow the status.
   if (kxpcie_dwords_read(sbdf, offset + PHYSICAL_STATUS, row.has_parity ? 4 : 1, registers) != 0) {
     return -1;
   }
