@@ -26,7 +26,8 @@ void fw_progress_start(fw_progress* progress);
 void fw_progress_phase(fw_progress* progress, const char* phase);
 /// Sending of an image's data begins, or begins again, at `done` bytes of the update.
 void fw_progress_write_start(fw_progress* progress, uint64_t done);
-/// `bytes` more were sent. Redraws the line, ten times a second at most: a serial console must not slow the update down.
+/// `bytes` more were sent. Redraws the line, ten times a second at most: a serial console must not slow the update
+/// down.
 void fw_progress_add(fw_progress* progress, uint64_t bytes);
 /// Redraws the line on a terminal.
 void fw_progress_draw(const fw_progress* progress);
