@@ -44,30 +44,25 @@ uint32_t dpp_module_get_se_alg_baseaddr() {
   return SE_ALG_BASE;
 }
 
-uint32_t dpp_reg_hook_write(uint32_t dev_id, const dpp_reg_info& info, uint32_t addr, const uint32_t* data) {
+uint32_t dpp_reg_block_write(uint32_t dev_id, const dpp_reg_info& info, uint32_t addr, const uint32_t* data) {
   switch (info.access) {
     case DPP_REG_ACCESS_SE_ALG:
       return dpp_se_alg_write(dev_id, addr, data);
     case DPP_REG_ACCESS_TM:
       return dpp_tm_write(dev_id, addr, data);
-    case DPP_REG_ACCESS_ETM:
-      return dpp_etm_write(dev_id, addr, data);
     default:
-      return info.width == 4 ? dpp_write(dev_id, addr, data)
-                             : dpp_dev_write_channel(dev_id, addr, info.width / 4, data);
+      return dpp_etm_write(dev_id, addr, data);
   }
 }
 
-uint32_t dpp_reg_hook_read(uint32_t dev_id, const dpp_reg_info& info, uint32_t addr, uint32_t* data) {
+uint32_t dpp_reg_block_read(uint32_t dev_id, const dpp_reg_info& info, uint32_t addr, uint32_t* data) {
   switch (info.access) {
     case DPP_REG_ACCESS_SE_ALG:
       return dpp_se_alg_read(dev_id, addr, data);
     case DPP_REG_ACCESS_TM:
       return dpp_tm_read(dev_id, addr, data);
-    case DPP_REG_ACCESS_ETM:
-      return dpp_etm_read(dev_id, addr, data);
     default:
-      return info.width == 4 ? dpp_read(dev_id, addr, data) : dpp_dev_read_channel(dev_id, addr, info.width / 4, data);
+      return dpp_etm_read(dev_id, addr, data);
   }
 }
 

@@ -5,11 +5,23 @@
 
 #include <cstdint>
 
-struct dpp_reg_info;
-/// Through the hook of the row: all words of one instance. A plain register of more than one word moves word by word in
-/// ascending address order.
-uint32_t dpp_reg_hook_write(uint32_t dev_id, const dpp_reg_info& info, uint32_t addr, const uint32_t* data);
-uint32_t dpp_reg_hook_read(uint32_t dev_id, const dpp_reg_info& info, uint32_t addr, uint32_t* data);
+#include "dpp_chip/dpp_dev.h"
+#include "dpp_reg/dpp_reg_info.h"
+
+/// Registers of blocks that have a hook of their own (traffic manager, search engine): all words of one instance.
+uint32_t dpp_reg_block_write(uint32_t dev_id, const dpp_reg_info& info, uint32_t addr, const uint32_t* data);
+uint32_t dpp_reg_block_read(uint32_t dev_id, const dpp_reg_info& info, uint32_t addr, uint32_t* data);
+
+/// Through the hook of the row: all words of one instance. A plain register, which most are, goes straight to the
+/// channel; one of more than one word moves word by word in ascending address order.
+inline uint32_t dpp_reg_hook_write(uint32_t dev_id, const dpp_reg_info& info, uint32_t addr, const uint32_t* data) {
+  return info.access == DPP_REG_ACCESS_DIRECT ? dpp_dev_write_channel(dev_id, addr, info.width / 4, data)
+                                              : dpp_reg_block_write(dev_id, info, addr, data);
+}
+inline uint32_t dpp_reg_hook_read(uint32_t dev_id, const dpp_reg_info& info, uint32_t addr, uint32_t* data) {
+  return info.access == DPP_REG_ACCESS_DIRECT ? dpp_dev_read_channel(dev_id, addr, info.width / 4, data)
+                                              : dpp_reg_block_read(dev_id, info, addr, data);
+}
 
 /// One word, straight to the channel.
 uint32_t dpp_write(uint32_t dev_id, uint32_t addr, const uint32_t* data);
