@@ -36,9 +36,8 @@ int32_t area_prepare(kxtool_device* device) {
             static_cast<unsigned long long>(bar.size));
     return -1;
   }
-  const kx_mmio_region area = bar.from(device->bar_offset);
   for (uint32_t offset = 0; offset < BAR_MSG_AREA_SIZE; offset += sizeof(uint32_t)) {
-    kx_mmio_write32(area, offset, 0);
+    kx_mmio_write32(bar, device->bar_offset + offset, 0);
   }
   kx_mmio_write_barrier();
   return 0;

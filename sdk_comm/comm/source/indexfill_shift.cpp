@@ -23,12 +23,12 @@ std::uint32_t group_shift(qlix_comm_indexfill* fill, group_t* group, bool right)
 // Shifts the runs from `far` back to `from`, the farthest first, so that nothing is overwritten. When one cannot be
 // moved, those that were go back.
 std::uint32_t chain_shift(qlix_comm_indexfill* fill, group_t* far, const group_t* from, bool right) {
-  for (group_t* group = far;; group = group_neighbour(group, !right)) {
+  for (group_t* group = far; group != nullptr; group = group_neighbour(group, !right)) {
     const std::uint32_t code = group_shift(fill, group, right);
     if (code != QLIX_COMM_OK) {
       while (group != far) {
         group = group_neighbour(group, right);
-        if (group_shift(fill, group, !right) != QLIX_COMM_OK) {
+        if (group == nullptr || group_shift(fill, group, !right) != QLIX_COMM_OK) {
           break;
         }
       }
@@ -38,6 +38,7 @@ std::uint32_t chain_shift(qlix_comm_indexfill* fill, group_t* far, const group_t
       return QLIX_COMM_OK;
     }
   }
+  return QLIX_COMM_OUT_OF_RANGE;  // `from` is no run of this tree
 }
 
 std::uint32_t end_check(const group_t* group) {
