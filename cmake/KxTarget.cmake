@@ -47,6 +47,10 @@ function(kx_description target file)
   target_include_directories(${target} PRIVATE ${folder})
 endfunction()
 
+# What a sanitizer or fuzzing run needs, without the rest: the tests labelled "threads", the fuzzers.
+add_custom_target(kx_threaded_tests)
+add_custom_target(kx_fuzzers)
+
 # kx_test(<name> SOURCES <file>... [LINKS <target>...] [DEPENDS <target>...] [TIMEOUT <seconds>] [LABELS <label>...])
 # A GoogleTest program registered with CTest as one test. Private headers of a tested folder are reached with INCLUDES.
 function(kx_test name)
@@ -60,6 +64,9 @@ function(kx_test name)
   target_link_libraries(${name} PRIVATE kx_flags ${ARG_LINKS} GTest::gtest_main GTest::gmock)
   if(ARG_DEPENDS)
     add_dependencies(${name} ${ARG_DEPENDS})
+  endif()
+  if("threads" IN_LIST ARG_LABELS)
+    add_dependencies(kx_threaded_tests ${name})
   endif()
   add_test(NAME ${name} COMMAND ${name})
   # 77 is the exit status of a program that skipped everything, for example system tests on a host that forbids the
@@ -84,4 +91,5 @@ function(kx_fuzzer name)
   target_include_directories(${name} PRIVATE ${ARG_INCLUDES})
   target_link_libraries(${name} PRIVATE kx_product_flags ${ARG_LINKS})
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  add_dependencies(kx_fuzzers ${name})
 endfunction()
