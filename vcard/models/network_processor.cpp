@@ -85,9 +85,11 @@ constexpr uint32_t doorbell_length = 0x8;
 
 constexpr uint32_t user_table = 0x010c40;  // 64 entries of two words
 constexpr uint32_t micro_code_entry = 10;
+constexpr uint32_t dump_command_form = 0x502008;
 constexpr uint32_t feature_words = 0x0000c0;
 constexpr size_t feature_count = 6;
 
+constexpr uint32_t default_dump_command_form = 0x4b584431;
 constexpr uint32_t default_micro_code_version = 0x01020003;
 constexpr uint32_t default_micro_code_time = 0x1a0b180a;
 constexpr uint64_t default_features[feature_count] = {0x1, 0, 0, 0, 0, 0};
@@ -128,6 +130,8 @@ NetworkProcessor::NetworkProcessor(const CardSection& section) {
   words_[entry] = static_cast<uint32_t>(section.number("micro_code_version", default_micro_code_version, UINT32_MAX));
   words_[entry + 4] =
       static_cast<uint32_t>(section.number("micro_code_build_time", default_micro_code_time, UINT32_MAX));
+  words_[dump_command_form] =
+      static_cast<uint32_t>(section.number("dump_command_form", default_dump_command_form, UINT32_MAX));
   const std::vector<uint64_t> features =
       section.numbers("features", {std::begin(default_features), std::end(default_features)});
   for (size_t i = 0; i < std::min(features.size(), feature_count); ++i) {

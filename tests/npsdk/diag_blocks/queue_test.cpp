@@ -12,6 +12,14 @@ namespace {
 constexpr uint32_t dev = fake_chip::DEV;
 constexpr uint32_t queue = 9;
 
+/// A chip that states which dump commands it takes.
+struct table_chip : fake_chip {
+  static constexpr uint32_t form_word = 0x502008;
+  table_chip() {
+    registers[form_word] = 0x4b584431;
+  }
+};
+
 struct answer {
   uint32_t code;
   std::string text;
@@ -35,7 +43,7 @@ std::string text(const char* name, const std::vector<uint32_t>& words) {
 }
 
 TEST(CommandsThroughAQueue, EntriesOfERamAreWrittenAndReadBack) {
-  fake_chip chip;
+  table_chip chip;
   chip.queue_init(queue);
   text("diag_dpp_dtb_smmu0_write_128", {dev, queue, 0x7FFFF, 1, 2, 3, 4});
   EXPECT_EQ(chip.tables.eram(0x7FFFF), (vcard::TableLine{1, 2, 3, 4}));
@@ -46,7 +54,7 @@ TEST(CommandsThroughAQueue, EntriesOfERamAreWrittenAndReadBack) {
 }
 
 TEST(CommandsThroughAQueue, DdrIsReadInThreeWidths) {
-  fake_chip chip;
+  table_chip chip;
   chip.queue_init(queue);
   for (uint32_t i = 0; i < 8; ++i) {
     chip.tables.ddr(0x30 * 256 + i) = {i, 0, 0, 0x100 + i};
@@ -65,7 +73,7 @@ TEST(CommandsThroughAQueue, DdrIsReadInThreeWidths) {
 }
 
 TEST(CommandsThroughAQueue, CountersAreFoundInERamAndBehindItInDdr) {
-  fake_chip chip;
+  table_chip chip;
   chip.queue_init(queue);
   chip.registers[0x200000] = 0x40000;  // base and depth in eRAM, base in DDR
   chip.registers[0x200004] = 0x10;
@@ -81,7 +89,7 @@ TEST(CommandsThroughAQueue, CountersAreFoundInERamAndBehindItInDdr) {
 }
 
 TEST(CommandsThroughAQueue, HashAndTernaryMemoryAreReadInWholeEntries) {
-  fake_chip chip;
+  table_chip chip;
   chip.queue_init(queue);
   chip.tables.zcam(17u << 11 | 2u << 9 | 300) = {0xA, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xF};
   const std::string item = text("diag_dpp_dtb_zcam_read", {dev, queue, 17, 2, 300});
@@ -100,7 +108,7 @@ TEST(CommandsThroughAQueue, HashAndTernaryMemoryAreReadInWholeEntries) {
 }
 
 TEST(CommandsThroughAQueue, FlushClearsWhatItIsToldAndNothingBesides) {
-  fake_chip chip;
+  table_chip chip;
   chip.queue_init(queue);
   const uint32_t first = 0xFF;
   const uint32_t num = 300;  // more than one block holds
@@ -127,7 +135,7 @@ TEST(CommandsThroughAQueue, FlushClearsWhatItIsToldAndNothingBesides) {
 }
 
 TEST(CommandsThroughAQueue, TroubleIsAnsweredWithTheQueuesOwnCodes) {
-  fake_chip chip;
+  table_chip chip;
   const answer none = run("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0});
   EXPECT_EQ(none.code, 0xD0Bu);
   EXPECT_NE(none.text.find("dtb queue 9 is not init.\n"), std::string::npos);
@@ -144,8 +152,21 @@ TEST(CommandsThroughAQueue, TroubleIsAnsweredWithTheQueuesOwnCodes) {
   dpp_dtb_dump_table_overtime_set(5000000);
 }
 
+// Nothing, a form to come, a dead chip: no command may reach it.
+TEST(CommandsThroughAQueue, NothingIsSentToAChipThatStatesNoKnownForm) {
+  table_chip chip;
+  chip.queue_init(queue);
+  for (const uint32_t form : {0u, 0x4b584432u, UINT32_MAX}) {
+    chip.registers[table_chip::form_word] = form;
+    const answer refused = run("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0});
+    EXPECT_EQ(refused.code, 0xD0Eu);
+    EXPECT_EQ(refused.text.find("device 3 states no dump command form that this build knows (0x"), 0u) << refused.text;
+    EXPECT_TRUE(chip.bells.empty());
+  }
+}
+
 TEST(CommandsThroughAQueue, PrintSwitchShowsThePostedItem) {
-  fake_chip chip;
+  table_chip chip;
   chip.queue_init(queue);
   text("dpp_dtb_prt_enable", {});
   EXPECT_NE(text("diag_dpp_dtb_smmu0_write_64", {dev, queue, 1, 2, 3}).find("dpp eram form info: \n"),

@@ -220,4 +220,24 @@ TEST(NpBlocks, QueueMovesTableEntries) {
               testing::Contains("table_block queue=0 bytes=16 dump=1 status=0xff"));
 }
 
+// The form of dump commands is the card's to state: without it no table is read through a queue.
+TEST(NpBlocks, NoTableIsReadFromACardThatStatesNoDumpForm) {
+  const char* reads[] = {
+      "smmu0_read_128 0 0 0",        "smmu1_read_128 0 0 0 0",   "smmu1_read_256 0 0 0 0",
+      "smmu1_read_512 0 0 0 0",      "zcam_read 0 0 0 0 0",      "se_alg_read512 0 0 0",
+      "stat_smmu0_read 0 0 0",       "etcam_entry_read 0 0 0 0", "ddr_dir_table_read 0 0 0 1 1 0 0",
+      "stat_smmu1_read 0 0 0x80000",
+  };
+  std::vector<std::string> lines = {"kxnp host_dtb_huge_mem_init 0"};
+  for (const char* read : reads) {
+    lines.push_back(std::string("kxnp diag_dpp_dtb_") + read);
+  }
+  const session::Session session = session::run(R"({"network_processor": {"dump_command_form": 0}})", lines, true);
+  for (size_t i = 1; i < lines.size(); ++i) {
+    EXPECT_THAT(session.outputs[i], testing::StartsWith("device 0 states no dump command form that this build knows"))
+        << lines[i];
+  }
+  EXPECT_THAT(session.result.log_of("table_block "), IsEmpty());
+}
+
 }  // namespace

@@ -8,6 +8,9 @@
 #include "dpp_dtb/dpp_dtb.h"
 #include "dpp_dtb/dpp_dtb_table.h"
 #include "dpp_dtb_internal.h"
+#include "dpp_reg/dpp_reg.h"
+#include "dpp_reg/dpp_reg_no.h"
+#include "qlix_comm/print.h"
 
 namespace {
 
@@ -17,11 +20,31 @@ constexpr uint32_t rw_len_max = 2;
 // Behind the data of a ternary row comes one line of 128 bits, its lowest byte the valid bits.
 constexpr uint32_t etcam_answer_words = DPP_DTB_ETCAM_WORDS + row_words;
 constexpr uint32_t vbit_mask = 0xFF;
+constexpr uint32_t cmd_form = 0x4B584431;  // "KXD1": table commands in their reading form
 
 using cmd_bytes = uint8_t[DPP_DTB_CMD_BYTES];
 
+/// Whether the chip takes dump commands of the form that is sent here. Asked each time: a device may have been
+/// replaced.
+uint32_t cmd_form_check(uint32_t dev_id) {
+  uint32_t form = 0;
+  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, DPP_REG_DTB_DUMP_CMD_FORM, 0, 0, &form), "dpp_reg_read");
+  if (form == cmd_form) {
+    return QLIX_COMM_OK;
+  }
+  QLIX_COMM_PRINT(
+      "device %u states no dump command form that this build knows (0x%08x): tables cannot be read through a queue, "
+      "nothing was sent.\n",
+      dev_id, form);
+  return DPP_RC_DTB_DUMP_FORM;
+}
+
 /// Sends the command and takes what the chip has read: `word_num` words.
 uint32_t answer_get(uint32_t dev_id, uint32_t queue_id, const cmd_bytes& cmd, uint32_t word_num, uint32_t* words) {
+  const uint32_t refused = cmd_form_check(dev_id);
+  if (refused != QLIX_COMM_OK) {
+    return refused;
+  }
   uint32_t request[DPP_DTB_CMD_BYTES / 4];
   std::memcpy(request, cmd, sizeof(request));
   uint32_t item = 0;

@@ -32,6 +32,7 @@ inline constexpr uint32_t DPP_RC_DTB_ITEMS_BUSY = 0xD05;
 inline constexpr uint32_t DPP_RC_DTB_QUEUE_NOT_INIT = 0xD0B;
 inline constexpr uint32_t DPP_RC_DTB_MEMORY = 0xD0C;
 inline constexpr uint32_t DPP_RC_DTB_LEN = 0xD0D;
+inline constexpr uint32_t DPP_RC_DTB_DUMP_FORM = 0xD0E;  ///< the card does not state a known form of dump commands
 inline constexpr uint32_t DPP_RC_DTB_QUEUE_NOT_ENABLE = 0xD18;
 inline constexpr uint32_t DPP_RC_DTB_OVERTIME = 1;
 
@@ -125,7 +126,8 @@ uint32_t dpp_dtb_tab_down_success_status_check(uint32_t dev_id, uint32_t queue_i
 uint32_t dpp_dtb_write_down_table_data(uint32_t dev_id, uint32_t queue_id, uint32_t length, const uint32_t* data);
 
 // Dump side. An item is taken, posted with what it asks of the chip, waited for, and read, which frees it. A failed
-// post or wait frees it too.
+// post or wait frees it too. Table commands are posted by dpp_dtb_dump.h only, which asks the chip first whether it
+// takes them.
 uint32_t dpp_dtb_tab_up_free_item_get(uint32_t dev_id, uint32_t queue_id, uint32_t* item);
 uint32_t dpp_dtb_tab_up_info_set(uint32_t dev_id, uint32_t queue_id, uint32_t item, uint32_t int_en, uint32_t length,
                                  const uint32_t* data);

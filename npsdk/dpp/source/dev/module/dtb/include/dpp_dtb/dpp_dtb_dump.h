@@ -2,6 +2,9 @@
 // the item's buffer with what it read, most significant byte first, before it acknowledges: eRAM cpu_rd 1 and cpu_wr 0,
 // ternary memory rd_wr 1; DDR and zcell commands read because the item is a dump item.
 //
+// A chip that takes these commands says so in register dtb_dump_cmd_form. From any other one nothing is read: one line,
+// DPP_RC_DTB_DUMP_FORM, and no item is taken or posted.
+//
 // Words are handed out in host order, the most significant first. 0x1205 for a place out of range, 0x1201 for a null
 // pointer, else the codes of the dump side of a queue.
 #pragma once
