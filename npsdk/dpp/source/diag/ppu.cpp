@@ -1,4 +1,7 @@
 // Cluster memories of the packet processor.
+#include <algorithm>
+#include <iterator>
+
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_diag/dpp_ind.h"
@@ -31,10 +34,6 @@ void command_fill(uint32_t* cmd, dpp_ppu_memory memory, uint32_t me_id, uint32_t
   cmd[DPP_FIELD_PPU_CLS_IND_CMD_IND_ADDR] = addr;
 }
 
-void line_print(const char* what, uint32_t addr, const uint32_t* words) {
-  QLIX_COMM_PRINT("%s-0x%05x: 0x%08x 0x%08x 0x%08x 0x%08x\n", what, addr, words[0], words[1], words[2], words[3]);
-}
-
 }  // namespace
 
 uint32_t dpp_ppu_mem_get(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
@@ -63,36 +62,37 @@ uint32_t dpp_ppu_mem_set(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memor
   return QLIX_COMM_OK;
 }
 
+uint32_t dpp_ppu_mem_prt(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
+                         uint32_t num) {
+  constexpr const char* names[] = {"instr", "dup", "sdt", "reg", "mem"};
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, memory, 0, std::size(names) - 1);
+  for (uint32_t at = addr; at - addr < num; ++at) {
+    uint32_t words[DPP_PPU_WORDS] = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_get(dev_id, cluster, memory, me_id, at, words), "dpp_ppu_mem_get");
+    QLIX_COMM_PRINT("%s-0x%05x: 0x%08x 0x%08x 0x%08x 0x%08x\n", names[memory], at, words[0], words[1], words[2],
+                    words[3]);
+  }
+  return QLIX_COMM_OK;
+}
+
 uint32_t diag_dpp_ppu_instr_prt(uint32_t dev_id, uint32_t cluster, uint32_t addr, uint32_t num) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, instr_max);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, instr_num_max);
-  for (uint32_t at = addr; at - addr < num && at <= instr_max; ++at) {
-    uint32_t words[DPP_PPU_WORDS] = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_get(dev_id, cluster, DPP_PPU_MEM_INSTR, 0, at, words),
-                           "dpp_ppu_mem_get");
-    line_print("instr", at, words);
-  }
-  return QLIX_COMM_OK;
+  return dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_INSTR, 0, addr, std::min(num, instr_max - addr + 1));
 }
 
 uint32_t diag_dpp_ppu_dup_tbl_prt(uint32_t dev_id, uint32_t cluster, uint32_t index) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, dup_max);
-  uint32_t words[DPP_PPU_WORDS] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_get(dev_id, cluster, DPP_PPU_MEM_DUP, 0, index, words), "dpp_ppu_mem_get");
-  line_print("dup", index, words);
-  return QLIX_COMM_OK;
+  return dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_DUP, 0, index, 1);
 }
 
 uint32_t diag_dpp_ppu_sdt_tbl_prt(uint32_t dev_id, uint32_t cluster, uint32_t index) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, sdt_max);
-  uint32_t words[DPP_PPU_WORDS] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_get(dev_id, cluster, DPP_PPU_MEM_SDT, 0, index, words), "dpp_ppu_mem_get");
-  line_print("sdt", index, words);
-  return QLIX_COMM_OK;
+  return dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_SDT, 0, index, 1);
 }

@@ -39,18 +39,27 @@ uint64_t field_mask(const dpp_sdt_field& field) {
   return (uint64_t{1} << field.len) - 1;
 }
 
-/// The place of an entry behind its window, from the base in lines.
-uint64_t eram_addr(uint64_t record, uint32_t mode, uint32_t index) {
-  return uint64_t{dpp_sdt_field_get(record, DPP_SDT_ERAM_F_BASE)} * dpp_se_eram_line_entries(mode) + index;
-}
-
-uint64_t ddr_addr(uint64_t record, uint32_t mode, uint32_t index) {
-  return (uint64_t{dpp_sdt_field_get(record, DPP_SDT_DDR_F_BASE)} * DPP_SE_DDR_UNIT_LINES >> mode) + index;
-}
+/// The place of an entry behind its window.
+struct window_place {
+  uint32_t mode;
+  uint32_t addr;
+};
 
 /// Past the end of the memory there is nothing: no window address wraps to another table.
 uint32_t window_addr(uint64_t addr) {
   return addr > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(addr);
+}
+
+window_place eram_place(uint64_t record, uint32_t index) {
+  const uint32_t mode = eram_window_mode[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
+  const uint64_t base = dpp_sdt_field_get(record, DPP_SDT_ERAM_F_BASE);
+  return {mode, window_addr(base * dpp_se_eram_line_entries(mode) + index)};
+}
+
+window_place ddr_place(uint64_t record, uint32_t index) {
+  const uint32_t mode = dpp_sdt_field_get(record, DPP_SDT_DDR_F_WIDTH);
+  const uint64_t base = dpp_sdt_field_get(record, DPP_SDT_DDR_F_BASE);
+  return {mode, window_addr((base * DPP_SE_DDR_UNIT_LINES >> mode) + index)};
 }
 
 uint32_t depth_of(uint64_t record) {
@@ -79,15 +88,29 @@ uint32_t entry_check(uint32_t dev_id, uint64_t record, uint32_t index, const dpp
   return QLIX_COMM_OK;
 }
 
+/// Where an entry of a ternary table stands, and the row that holds it.
+struct etcam_spot {
+  dpp_etcam_place place;
+  dpp_se_etcam_row row;
+  uint32_t first;  ///< byte in the row
+  uint32_t bytes;
+};
+
+uint32_t etcam_spot_get(uint32_t dev_id, uint64_t record, uint32_t index, etcam_spot* spot) {
+  const uint32_t table = dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_TABLE);
+  dpp_etcam_place& place = spot->place;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_etcam_place_get(dev_id, table, index, &place), "dpp_etcam_place_get");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_etcam_row_read(dev_id, place.block, place.row, &spot->row),
+                         "dpp_se_etcam_row_read");
+  spot->first = place.first_part * DPP_SE_ETCAM_PART_BYTES;
+  spot->bytes = place.part_num * DPP_SE_ETCAM_PART_BYTES;
+  return QLIX_COMM_OK;
+}
+
 uint32_t etcam_get(uint32_t dev_id, uint64_t record, uint32_t index, dpp_sdt_entry* entry) {
-  dpp_etcam_place place = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id,
-                         dpp_etcam_place_get(dev_id, dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_TABLE), index, &place),
-                         "dpp_etcam_place_get");
-  dpp_se_etcam_row row = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_etcam_row_read(dev_id, place.block, place.row, &row), "dpp_se_etcam_row_read");
-  const uint32_t first = place.first_part * DPP_SE_ETCAM_PART_BYTES;
-  const uint32_t bytes = place.part_num * DPP_SE_ETCAM_PART_BYTES;
+  etcam_spot spot = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_spot_get(dev_id, record, index, &spot), "etcam_spot_get");
+  auto& [place, row, first, bytes] = spot;
   for (uint32_t i = 0; i < bytes; ++i) {
     entry->words[i / 4] |= uint32_t{row.data[first + i]} << (24 - 8 * (i % 4));
     entry->words[DPP_SDT_MASK_WORD + i / 4] |= uint32_t{row.mask[first + i]} << (24 - 8 * (i % 4));
@@ -100,14 +123,9 @@ uint32_t etcam_get(uint32_t dev_id, uint64_t record, uint32_t index, dpp_sdt_ent
 
 // The other entries of the row keep their valid bits.
 uint32_t etcam_set(uint32_t dev_id, uint64_t record, uint32_t index, const dpp_sdt_entry* entry) {
-  dpp_etcam_place place = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id,
-                         dpp_etcam_place_get(dev_id, dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_TABLE), index, &place),
-                         "dpp_etcam_place_get");
-  dpp_se_etcam_row row = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_etcam_row_read(dev_id, place.block, place.row, &row), "dpp_se_etcam_row_read");
-  const uint32_t first = place.first_part * DPP_SE_ETCAM_PART_BYTES;
-  const uint32_t bytes = place.part_num * DPP_SE_ETCAM_PART_BYTES;
+  etcam_spot spot = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_spot_get(dev_id, record, index, &spot), "etcam_spot_get");
+  auto& [place, row, first, bytes] = spot;
   for (uint32_t i = 0; i < bytes; ++i) {
     row.data[first + i] = static_cast<uint8_t>(entry->words[i / 4] >> (24 - 8 * (i % 4)));
     row.mask[first + i] = static_cast<uint8_t>(entry->words[DPP_SDT_MASK_WORD + i / 4] >> (24 - 8 * (i % 4)));
@@ -179,19 +197,17 @@ uint32_t dpp_sdt_entry_get(uint32_t dev_id, uint64_t record, uint32_t index, dpp
   *entry = {};
   switch (dpp_sdt_type_of(record)) {
     case DPP_SDT_ERAM: {
-      const uint32_t mode = eram_window_mode[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
-      entry->word_num = dpp_se_eram_entry_words(mode);
-      QLIX_COMM_CHECK_DEV_RC(
-          dev_id, dpp_se_smmu0_ind_read(dev_id, window_addr(eram_addr(record, mode, index)), mode, 0, entry->words),
-          "dpp_se_smmu0_ind_read");
+      const window_place at = eram_place(record, index);
+      entry->word_num = dpp_se_eram_entry_words(at.mode);
+      QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu0_ind_read(dev_id, at.addr, at.mode, 0, entry->words),
+                             "dpp_se_smmu0_ind_read");
       return QLIX_COMM_OK;
     }
     case DPP_SDT_DDR: {
-      const uint32_t mode = dpp_sdt_field_get(record, DPP_SDT_DDR_F_WIDTH);
-      entry->word_num = 4u << mode;
-      QLIX_COMM_CHECK_DEV_RC(
-          dev_id, dpp_se_smmu1_ind_read(dev_id, window_addr(ddr_addr(record, mode, index)), mode, entry->words),
-          "dpp_se_smmu1_ind_read");
+      const window_place at = ddr_place(record, index);
+      entry->word_num = 4u << at.mode;
+      QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu1_ind_read(dev_id, at.addr, at.mode, entry->words),
+                             "dpp_se_smmu1_ind_read");
       return QLIX_COMM_OK;
     }
     default:
@@ -206,17 +222,15 @@ uint32_t dpp_sdt_entry_set(uint32_t dev_id, uint64_t record, uint32_t index, con
   }
   switch (dpp_sdt_type_of(record)) {
     case DPP_SDT_ERAM: {
-      const uint32_t mode = eram_window_mode[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
-      QLIX_COMM_CHECK_DEV_RC(
-          dev_id, dpp_se_smmu0_ind_write(dev_id, window_addr(eram_addr(record, mode, index)), mode, 1, entry->words),
-          "dpp_se_smmu0_ind_write");
+      const window_place at = eram_place(record, index);
+      QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu0_ind_write(dev_id, at.addr, at.mode, 1, entry->words),
+                             "dpp_se_smmu0_ind_write");
       return QLIX_COMM_OK;
     }
     case DPP_SDT_DDR: {
-      const uint32_t mode = dpp_sdt_field_get(record, DPP_SDT_DDR_F_WIDTH);
-      QLIX_COMM_CHECK_DEV_RC(
-          dev_id, dpp_se_smmu1_ind_write(dev_id, window_addr(ddr_addr(record, mode, index)), mode, entry->words),
-          "dpp_se_smmu1_ind_write");
+      const window_place at = ddr_place(record, index);
+      QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu1_ind_write(dev_id, at.addr, at.mode, entry->words),
+                             "dpp_se_smmu1_ind_write");
       return QLIX_COMM_OK;
     }
     default:

@@ -9,32 +9,30 @@
 namespace {
 
 constexpr uint32_t line_max = DPP_SE_ERAM_LINES - 1;
-constexpr uint32_t entry_max(dpp_se_eram_mode mode) {
-  constexpr uint32_t line_entries[] = {1, 2, 4, 64, 128};
-  return DPP_SE_ERAM_LINES * line_entries[mode] - 1;
-}
+constexpr const char* labels[] = {"eram128", "eram64", "eram32", "eram2", "eram1"};
 
-uint32_t entry_print(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t clear, const char* label) {
+uint32_t entry_print(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t clear) {
   uint32_t words[DPP_SE_ERAM_WORDS] = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu0_ind_read(dev_id, addr, mode, clear, words), "dpp_se_smmu0_ind_read");
-  se_words_print(label, addr, words, dpp_se_eram_entry_words(mode));
+  se_words_print(labels[mode], addr, words, dpp_se_eram_entry_words(mode));
   return QLIX_COMM_OK;
 }
 
 }  // namespace
 
+// The body of a command, so that its own name stands in the lines of its checks.
+#define ERAM_ENTRY_PRINT(dev_id, addr, mode, clear)                                                  \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);                                     \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, DPP_SE_ERAM_LINES* dpp_se_eram_line_entries(mode) - 1); \
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, mode, clear), "entry_print");             \
+  return QLIX_COMM_OK
+
 uint32_t diag_dpp_se_smmu0_rd128(uint32_t dev_id, uint32_t addr) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, line_max);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, DPP_SE_ERAM_128, 0, "eram128"), "entry_print");
-  return QLIX_COMM_OK;
+  ERAM_ENTRY_PRINT(dev_id, addr, DPP_SE_ERAM_128, 0);
 }
 
 uint32_t diag_dpp_se_smmu0_rd128_clear(uint32_t dev_id, uint32_t addr) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, line_max);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, DPP_SE_ERAM_128, 1, "eram128"), "entry_print");
-  return QLIX_COMM_OK;
+  ERAM_ENTRY_PRINT(dev_id, addr, DPP_SE_ERAM_128, 1);
 }
 
 uint32_t diag_dpp_se_smmu0_rd128_more(uint32_t dev_id, uint32_t addr, uint32_t num) {
@@ -42,37 +40,25 @@ uint32_t diag_dpp_se_smmu0_rd128_more(uint32_t dev_id, uint32_t addr, uint32_t n
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, line_max);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, DPP_SE_ERAM_LINES - addr);
   for (uint32_t line = addr; line < addr + num; ++line) {
-    QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, line, DPP_SE_ERAM_128, 0, "eram128"), "entry_print");
+    QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, line, DPP_SE_ERAM_128, 0), "entry_print");
   }
   return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_se_smmu0_rd64(uint32_t dev_id, uint32_t addr) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_ERAM_64));
-  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, DPP_SE_ERAM_64, 0, "eram64"), "entry_print");
-  return QLIX_COMM_OK;
+  ERAM_ENTRY_PRINT(dev_id, addr, DPP_SE_ERAM_64, 0);
 }
 
 uint32_t diag_dpp_se_smmu0_rd32(uint32_t dev_id, uint32_t addr) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_ERAM_32));
-  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, DPP_SE_ERAM_32, 0, "eram32"), "entry_print");
-  return QLIX_COMM_OK;
+  ERAM_ENTRY_PRINT(dev_id, addr, DPP_SE_ERAM_32, 0);
 }
 
 uint32_t diag_dpp_se_smmu0_rd2(uint32_t dev_id, uint32_t addr) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_ERAM_2));
-  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, DPP_SE_ERAM_2, 0, "eram2"), "entry_print");
-  return QLIX_COMM_OK;
+  ERAM_ENTRY_PRINT(dev_id, addr, DPP_SE_ERAM_2, 0);
 }
 
 uint32_t diag_dpp_se_smmu0_rd1(uint32_t dev_id, uint32_t addr) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_ERAM_1));
-  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, DPP_SE_ERAM_1, 0, "eram1"), "entry_print");
-  return QLIX_COMM_OK;
+  ERAM_ENTRY_PRINT(dev_id, addr, DPP_SE_ERAM_1, 0);
 }
 
 uint32_t diag_dpp_se_smmu0_scan(uint32_t dev_id, uint32_t addr, uint32_t num) {

@@ -40,50 +40,40 @@ uint32_t table_entry_print(uint32_t dev_id, uint32_t table, uint32_t index, uint
 
 }  // namespace
 
+// The bodies of the commands, so that their own names stand in the lines of their checks.
+#define DDR_ENTRIES_PRINT(dev_id, addr, num, mode)                                         \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);                           \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(mode));                             \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, entry_max(mode) - (addr) + 1);                 \
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entries_print(dev_id, addr, num, mode), "entries_print"); \
+  return QLIX_COMM_OK
+#define DDR_TABLE_ENTRY_PRINT(dev_id, table, index, mode)                                             \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);                                      \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, table_max);                                             \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, entry_max(mode));                                       \
+  QLIX_COMM_CHECK_DEV_RC(dev_id, table_entry_print(dev_id, table, index, mode), "table_entry_print"); \
+  return QLIX_COMM_OK
+
 uint32_t diag_dpp_se_smmu1_rd128_more(uint32_t dev_id, uint32_t addr, uint32_t num) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_DDR_128));
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, entry_max(DPP_SE_DDR_128) - addr + 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, entries_print(dev_id, addr, num, DPP_SE_DDR_128), "entries_print");
-  return QLIX_COMM_OK;
+  DDR_ENTRIES_PRINT(dev_id, addr, num, DPP_SE_DDR_128);
 }
 
 uint32_t diag_dpp_se_smmu1_rd256_more(uint32_t dev_id, uint32_t addr, uint32_t num) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_DDR_256));
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, entry_max(DPP_SE_DDR_256) - addr + 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, entries_print(dev_id, addr, num, DPP_SE_DDR_256), "entries_print");
-  return QLIX_COMM_OK;
+  DDR_ENTRIES_PRINT(dev_id, addr, num, DPP_SE_DDR_256);
 }
 
 uint32_t diag_dpp_se_smmu1_rd512_more(uint32_t dev_id, uint32_t addr, uint32_t num) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(DPP_SE_DDR_512));
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, entry_max(DPP_SE_DDR_512) - addr + 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, entries_print(dev_id, addr, num, DPP_SE_DDR_512), "entries_print");
-  return QLIX_COMM_OK;
+  DDR_ENTRIES_PRINT(dev_id, addr, num, DPP_SE_DDR_512);
 }
 
 uint32_t diag_dpp_se_smmu1_dir_tbl_data_rd128(uint32_t dev_id, uint32_t table, uint32_t index) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, table_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, entry_max(DPP_SE_DDR_128));
-  QLIX_COMM_CHECK_DEV_RC(dev_id, table_entry_print(dev_id, table, index, DPP_SE_DDR_128), "table_entry_print");
-  return QLIX_COMM_OK;
+  DDR_TABLE_ENTRY_PRINT(dev_id, table, index, DPP_SE_DDR_128);
 }
 
 uint32_t diag_dpp_se_smmu1_dir_tbl_data_rd256(uint32_t dev_id, uint32_t table, uint32_t index) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, table_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, entry_max(DPP_SE_DDR_256));
-  QLIX_COMM_CHECK_DEV_RC(dev_id, table_entry_print(dev_id, table, index, DPP_SE_DDR_256), "table_entry_print");
-  return QLIX_COMM_OK;
+  DDR_TABLE_ENTRY_PRINT(dev_id, table, index, DPP_SE_DDR_256);
 }
 
 uint32_t diag_dpp_se_smmu1_dir_tbl_data_rd512(uint32_t dev_id, uint32_t table, uint32_t index) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, table_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, entry_max(DPP_SE_DDR_512));
-  QLIX_COMM_CHECK_DEV_RC(dev_id, table_entry_print(dev_id, table, index, DPP_SE_DDR_512), "table_entry_print");
-  return QLIX_COMM_OK;
+  DDR_TABLE_ENTRY_PRINT(dev_id, table, index, DPP_SE_DDR_512);
 }

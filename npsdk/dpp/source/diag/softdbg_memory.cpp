@@ -13,17 +13,6 @@ constexpr uint32_t instr_max = 0x7FFF;
 constexpr uint32_t me_reg_num = 256;
 constexpr uint32_t line_num_max = 1024;
 
-uint32_t lines_prt(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
-                   uint32_t num) {
-  for (uint32_t at = addr; at - addr < num; ++at) {
-    uint32_t words[DPP_PPU_WORDS] = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_get(dev_id, cluster, memory, me_id, at, words), "dpp_ppu_mem_get");
-    QLIX_COMM_PRINT("%s-0x%05x: 0x%08x 0x%08x 0x%08x 0x%08x\n", memory == DPP_PPU_MEM_ME_REG ? "reg" : "mem", at,
-                    words[0], words[1], words[2], words[3]);
-  }
-  return QLIX_COMM_OK;
-}
-
 }  // namespace
 
 uint32_t dpp_softdbg_mem_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t addr, uint32_t num) {
@@ -32,7 +21,7 @@ uint32_t dpp_softdbg_mem_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, 
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, me_id, 0, DPP_PPU_ME_NUM - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, DPP_PPU_ADDR_MAX);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, std::min(line_num_max, DPP_PPU_ADDR_MAX - addr + 1));
-  return lines_prt(dev_id, cluster, DPP_PPU_MEM_ME_DATA, me_id, addr, num);
+  return dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_ME_DATA, me_id, addr, num);
 }
 
 uint32_t dpp_softdbg_reg_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t reg, uint32_t num) {
@@ -41,7 +30,7 @@ uint32_t dpp_softdbg_reg_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, 
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, me_id, 0, DPP_PPU_ME_NUM - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, reg, 0, me_reg_num - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, me_reg_num - reg);
-  return lines_prt(dev_id, cluster, DPP_PPU_MEM_ME_REG, me_id, reg, num);
+  return dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_ME_REG, me_id, reg, num);
 }
 
 // One instruction line at a time: what a debugger puts in place of one that it wants to see the other way.

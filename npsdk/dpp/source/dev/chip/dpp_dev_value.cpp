@@ -41,40 +41,30 @@ uint32_t value_get(uint32_t dev_id, const std::atomic<T> device_values::*member,
 
 }  // namespace
 
-uint32_t dpp_dev_np_bar_offset_set(uint32_t dev_id, uint32_t offset) {
-  return value_set(dev_id, &device_values::np_bar_offset, offset);
-}
+/// Defines the setter and the getter of one value.
+// NOLINTBEGIN(bugprone-macro-parentheses): a type takes none
+#define DEV_VALUE(type, member, set, get)                    \
+  uint32_t set(uint32_t dev_id, type value) {                \
+    return value_set(dev_id, &device_values::member, value); \
+  }                                                          \
+  uint32_t get(uint32_t dev_id, type* value) {               \
+    return value_get(dev_id, &device_values::member, value); \
+  }
+// NOLINTEND(bugprone-macro-parentheses)
 
-uint32_t dpp_dev_np_bar_offset_get(uint32_t dev_id, uint32_t* offset) {
-  return value_get(dev_id, &device_values::np_bar_offset, offset);
-}
-
-uint32_t dpp_dev_agent_addr_set(uint32_t dev_id, uint64_t addr) {
-  return value_set(dev_id, &device_values::agent_addr, addr);
-}
-
-uint32_t dpp_dev_agent_addr_get(uint32_t dev_id, uint64_t* addr) {
-  return value_get(dev_id, &device_values::agent_addr, addr);
-}
-
-uint32_t dpp_dev_agent_status_set(uint32_t dev_id, uint32_t agent_flag) {
-  return value_set(dev_id, &device_values::agent_flag, agent_flag);
-}
-
-uint32_t dpp_dev_get_dev_agent_flag(uint32_t dev_id, uint32_t* agent_flag) {
-  return value_get(dev_id, &device_values::agent_flag, agent_flag);
-}
+DEV_VALUE(uint32_t, np_bar_offset, dpp_dev_np_bar_offset_set, dpp_dev_np_bar_offset_get)
+DEV_VALUE(uint64_t, agent_addr, dpp_dev_agent_addr_set, dpp_dev_agent_addr_get)
+DEV_VALUE(uint32_t, agent_flag, dpp_dev_agent_status_set, dpp_dev_get_dev_agent_flag)
+DEV_VALUE(uint32_t, vport, dpp_dev_vport_set, dpp_dev_vport_get)
+DEV_VALUE(uint32_t, fw_bar_msg_num, dpp_dev_fw_bar_msg_num_set, dpp_dev_fw_bar_msg_num_get)
+DEV_VALUE(uint32_t, pcie_bdf, dpp_dev_pcie_bdf_set, dpp_dev_pcie_bdf_get)
+DEV_VALUE(uint32_t, version, dpp_dev_version_set, dpp_dev_version_get)
+DEV_VALUE(uint32_t, init_flag, dpp_dev_init_flag_set, dpp_dev_init_flag_get)
+DEV_VALUE(uint64_t, fw_compat_addr, dpp_dev_fw_compat_addr_set, dpp_dev_fw_compat_addr_get)
+DEV_VALUE(uint64_t, fw_feature_addr, dpp_dev_fw_feature_addr_set, dpp_dev_fw_feature_addr_get)
 
 bool dpp_dev_is_agent_mode(uint32_t dev_id) {
   return dev_id < DPP_DEV_MAX && values[dev_id].agent_flag.load(std::memory_order_relaxed) != 0;
-}
-
-uint32_t dpp_dev_vport_set(uint32_t dev_id, uint32_t vport) {
-  return value_set(dev_id, &device_values::vport, vport);
-}
-
-uint32_t dpp_dev_vport_get(uint32_t dev_id, uint32_t* vport) {
-  return value_get(dev_id, &device_values::vport, vport);
 }
 
 uint32_t dpp_dev_ep_no_get(uint32_t dev_id, uint32_t* ep_no) {
@@ -86,54 +76,6 @@ uint32_t dpp_dev_ep_no_get(uint32_t dev_id, uint32_t* ep_no) {
   QLIX_COMM_CHECK_POINT(ep_no);
   *ep_no = vport >> VPORT_EP_SHIFT & VPORT_EP_MASK;
   return QLIX_COMM_OK;
-}
-
-uint32_t dpp_dev_fw_bar_msg_num_set(uint32_t dev_id, uint32_t num) {
-  return value_set(dev_id, &device_values::fw_bar_msg_num, num);
-}
-
-uint32_t dpp_dev_fw_bar_msg_num_get(uint32_t dev_id, uint32_t* num) {
-  return value_get(dev_id, &device_values::fw_bar_msg_num, num);
-}
-
-uint32_t dpp_dev_pcie_bdf_set(uint32_t dev_id, uint32_t bdf) {
-  return value_set(dev_id, &device_values::pcie_bdf, bdf);
-}
-
-uint32_t dpp_dev_pcie_bdf_get(uint32_t dev_id, uint32_t* bdf) {
-  return value_get(dev_id, &device_values::pcie_bdf, bdf);
-}
-
-uint32_t dpp_dev_version_set(uint32_t dev_id, uint32_t version) {
-  return value_set(dev_id, &device_values::version, version);
-}
-
-uint32_t dpp_dev_version_get(uint32_t dev_id, uint32_t* version) {
-  return value_get(dev_id, &device_values::version, version);
-}
-
-uint32_t dpp_dev_init_flag_set(uint32_t dev_id, uint32_t flag) {
-  return value_set(dev_id, &device_values::init_flag, flag);
-}
-
-uint32_t dpp_dev_init_flag_get(uint32_t dev_id, uint32_t* flag) {
-  return value_get(dev_id, &device_values::init_flag, flag);
-}
-
-uint32_t dpp_dev_fw_compat_addr_set(uint32_t dev_id, uint64_t addr) {
-  return value_set(dev_id, &device_values::fw_compat_addr, addr);
-}
-
-uint32_t dpp_dev_fw_compat_addr_get(uint32_t dev_id, uint64_t* addr) {
-  return value_get(dev_id, &device_values::fw_compat_addr, addr);
-}
-
-uint32_t dpp_dev_fw_feature_addr_set(uint32_t dev_id, uint64_t addr) {
-  return value_set(dev_id, &device_values::fw_feature_addr, addr);
-}
-
-uint32_t dpp_dev_fw_feature_addr_get(uint32_t dev_id, uint64_t* addr) {
-  return value_get(dev_id, &device_values::fw_feature_addr, addr);
 }
 
 uint32_t dpp_dev_set_se_res_ptr(uint32_t dev_id, uint32_t set, void* res) {

@@ -78,30 +78,29 @@ uint32_t read_locked(uint32_t dev_id, const dpp_window& window, uint32_t addr, u
   return rc;
 }
 
-}  // namespace
-
-uint32_t dpp_window_write(uint32_t dev_id, const dpp_window& window, uint32_t addr, const uint32_t* data) {
-  QLIX_COMM_CHECK_POINT(data);
+/// Runs one access, whose words are constant for a write, with the window to itself.
+template <typename Word>
+uint32_t locked(uint32_t dev_id, const dpp_window& window, uint32_t addr, Word* data,
+                uint32_t (*access)(uint32_t, const dpp_window&, uint32_t, Word*)) {
   dpp_mutex* mutex = nullptr;
   QLIX_COMM_CHECK_RC(dpp_dev_opr_mutex_get(dev_id, window.mutex, &mutex), "dpp_dev_opr_mutex_get");
   DPP_MUTEX_GUARD(guard, mutex);
   if (!guard.locked()) {
     return guard.status();
   }
-  const uint32_t rc = write_locked(dev_id, window, addr, data);
+  const uint32_t rc = access(dev_id, window, addr, data);
   const uint32_t unlock_rc = guard.unlock();
   return rc != QLIX_COMM_OK ? rc : unlock_rc;
 }
 
+}  // namespace
+
+uint32_t dpp_window_write(uint32_t dev_id, const dpp_window& window, uint32_t addr, const uint32_t* data) {
+  QLIX_COMM_CHECK_POINT(data);
+  return locked(dev_id, window, addr, data, write_locked);
+}
+
 uint32_t dpp_window_read(uint32_t dev_id, const dpp_window& window, uint32_t addr, uint32_t* data) {
   QLIX_COMM_CHECK_POINT(data);
-  dpp_mutex* mutex = nullptr;
-  QLIX_COMM_CHECK_RC(dpp_dev_opr_mutex_get(dev_id, window.mutex, &mutex), "dpp_dev_opr_mutex_get");
-  DPP_MUTEX_GUARD(guard, mutex);
-  if (!guard.locked()) {
-    return guard.status();
-  }
-  const uint32_t rc = read_locked(dev_id, window, addr, data);
-  const uint32_t unlock_rc = guard.unlock();
-  return rc != QLIX_COMM_OK ? rc : unlock_rc;
+  return locked(dev_id, window, addr, data, read_locked);
 }
