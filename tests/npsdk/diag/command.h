@@ -1,10 +1,10 @@
-// A command of the table on the memory-backed device, and what it printed.
+// Runs a command of the driver's table by name.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <string>
+#include <vector>
 
 #include "dpp_diag/dpp_cmd.h"
 
@@ -26,7 +26,7 @@ inline std::string without_lines(std::string text) {
   return text;
 }
 
-inline run_result command(const char* name, std::initializer_list<uint32_t> values) {
+inline run_result command(const char* name, const std::vector<uint32_t>& values = {}) {
   const DppCmdEntry* entry = dpp_cmd_find(name);
   if (entry == nullptr) {
     ADD_FAILURE() << name << " is not in the table";
@@ -39,6 +39,13 @@ inline run_result command(const char* name, std::initializer_list<uint32_t> valu
   testing::internal::CaptureStdout();
   const uint32_t code = entry->func(*entry, args);
   return {code, without_lines(testing::internal::GetCapturedStdout())};
+}
+
+/// The text of a command that must succeed.
+inline std::string text(const char* name, const std::vector<uint32_t>& values = {}) {
+  const run_result result = command(name, values);
+  EXPECT_EQ(result.code, 0u) << name << "\n" << result.out;
+  return result.out;
 }
 
 }  // namespace diag_test

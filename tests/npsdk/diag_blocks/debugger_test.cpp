@@ -30,9 +30,9 @@ TEST_F(CommandsOnCard, StatisticsOfTheTrafficManagerCountOnceTheirAreaIsSet) {
   EXPECT_EQ(value(DPP_REG_STAT_ETM_EN, DPP_FIELD_STAT_ETM_EN_ENQ_EN), 1u);
   // While the block works on the traffic manager's counters, its area stays where it is.
   insert(R"({"registers": {"0x203004": 4}})");
-  const command_result busy = run("diag_dpp_stat_tm_init", {0, 0x100, 1});
+  const run_result busy = command("diag_dpp_stat_tm_init", {0, 0x100, 1});
   EXPECT_EQ(busy.code, 0x611u);
-  EXPECT_TRUE(holds(busy.text, "[ErrorCode:0x611] !-- diag_dpp_stat_tm_init Call idle_wait Fail!\n"));
+  EXPECT_TRUE(holds(busy.out, "[ErrorCode:0x611] !-- diag_dpp_stat_tm_init Call idle_wait Fail!\n"));
   EXPECT_EQ(value(DPP_REG_STAT_TM_ERAM_BADDR), 0x60000u);
 }
 
@@ -53,10 +53,10 @@ TEST_F(CommandsOnCard, PolicerEntriesAreOnesOfTheirTypeAndMemory) {
 TEST_F(CommandsOnCard, DebuggerWalksFromABreakpointOn) {
   text("dpp_softdbg_bp_set", {0, 2, 4, 1, 0x120});
   EXPECT_TRUE(holds(text("dpp_softdbg_bp_prt", {0, 2}), "cluster-002 bp-4 valid: 1 pc: 0x0120\n"));
-  EXPECT_EQ(run("dpp_softdbg_step_into", {0, 2}).code, wrong_state);
+  EXPECT_EQ(command("dpp_softdbg_step_into", {0, 2}).code, wrong_state);
   EXPECT_EQ(text("dpp_softdbg_start", {0, 2, 3, 9}), "cluster-002 running\n");
   EXPECT_EQ(value(DPP_REG_PPU_CLS_DBG_ME_SEL, DPP_FIELD_PPU_CLS_DBG_ME_SEL_THREAD_SEL, 0, 2), 9u);
-  EXPECT_EQ(run("dpp_softdbg_step_over", {0, 2}).code, wrong_state);
+  EXPECT_EQ(command("dpp_softdbg_step_over", {0, 2}).code, wrong_state);
   text("dpp_dbg_pkt_send", {0, 5, 64, 1, 2, 3});
   EXPECT_EQ(value(DPP_REG_PPU_DBG_PKT_DATA, 0, 0, 2), 3u);
   EXPECT_EQ(text("dpp_softdbg_int_check", {0, 2}),
@@ -99,11 +99,11 @@ TEST_F(CommandsOnCard, MicroCodeAndEngineMemoriesAreTheClusters) {
 TEST_F(CommandsOnCard, DebuggerDoesNotTrustADeadCard) {
   dead = true;
   for (const char* name : {"dpp_softdbg_start", "dpp_softdbg_step_into", "dpp_softdbg_stop"}) {
-    const command_result result = run(name, {0, 0});
+    const run_result result = command(name, {0, 0});
     EXPECT_EQ(result.code, wrong_state) << name;
-    EXPECT_TRUE(holds(result.text, "cluster 0 does not tell its state\n"));
+    EXPECT_TRUE(holds(result.out, "cluster 0 does not tell its state\n"));
   }
-  EXPECT_EQ(run("dpp_download_debug_load", {0, 0, 0, 1, 2, 3, 4}).code != 0, true);
+  EXPECT_EQ(command("dpp_download_debug_load", {0, 0, 0, 1, 2, 3, 4}).code != 0, true);
   dead = false;
 }
 

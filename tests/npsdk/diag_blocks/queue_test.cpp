@@ -3,11 +3,15 @@
 #include <string>
 #include <vector>
 
+#include "../diag/command.h"
 #include "../dtb/fake_chip.h"
-#include "dpp_diag/dpp_cmd.h"
 #include "dpp_dtb/dpp_dtb_cfg.h"
 
 namespace {
+
+using diag_test::command;
+using diag_test::run_result;
+using diag_test::text;
 
 constexpr uint32_t dev = fake_chip::DEV;
 constexpr uint32_t queue = 9;
@@ -19,28 +23,6 @@ struct table_chip : fake_chip {
     registers[form_word] = 0x4b584431;
   }
 };
-
-struct answer {
-  uint32_t code;
-  std::string text;
-};
-
-answer run(const char* name, const std::vector<uint32_t>& words) {
-  DppCmdArgs args;
-  for (const uint32_t word : words) {
-    args.value[args.num++] = word;
-  }
-  const DppCmdEntry* entry = dpp_cmd_find(name);
-  testing::internal::CaptureStdout();
-  const uint32_t code = entry->func(*entry, args);
-  return {code, testing::internal::GetCapturedStdout()};
-}
-
-std::string text(const char* name, const std::vector<uint32_t>& words) {
-  const answer result = run(name, words);
-  EXPECT_EQ(result.code, 0u) << name << result.text;
-  return result.text;
-}
 
 TEST(CommandsThroughAQueue, EntriesOfERamAreWrittenAndReadBack) {
   table_chip chip;
@@ -84,8 +66,8 @@ TEST(CommandsThroughAQueue, CountersAreFoundInERamAndBehindItInDdr) {
             "stat index[0x00000003] value[0x00000003,0x00000004]\n");
   EXPECT_EQ(text("diag_dpp_dtb_stat_smmu1_read", {dev, queue, 0x22}),
             "stat index[0x00000022] value[0x00000005,0x00000006]\n");
-  EXPECT_EQ(run("diag_dpp_dtb_stat_smmu0_read", {dev, queue, 0x20}).code, 0x1205u);
-  EXPECT_EQ(run("diag_dpp_dtb_stat_smmu1_read", {dev, queue, 0x1F}).code, 0x1205u);
+  EXPECT_EQ(command("diag_dpp_dtb_stat_smmu0_read", {dev, queue, 0x20}).code, 0x1205u);
+  EXPECT_EQ(command("diag_dpp_dtb_stat_smmu1_read", {dev, queue, 0x1F}).code, 0x1205u);
 }
 
 TEST(CommandsThroughAQueue, HashAndTernaryMemoryAreReadInWholeEntries) {
@@ -136,18 +118,18 @@ TEST(CommandsThroughAQueue, FlushClearsWhatItIsToldAndNothingBesides) {
 
 TEST(CommandsThroughAQueue, TroubleIsAnsweredWithTheQueuesOwnCodes) {
   table_chip chip;
-  const answer none = run("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0});
+  const run_result none = command("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0});
   EXPECT_EQ(none.code, 0xD0Bu);
-  EXPECT_NE(none.text.find("dtb queue 9 is not init.\n"), std::string::npos);
+  EXPECT_NE(none.out.find("dtb queue 9 is not init.\n"), std::string::npos);
   chip.queue_init(queue);
   chip.on_doorbell = [&](const doorbell& bell) { chip.complete(bell, 0x5A5A5A04); };
-  EXPECT_EQ(run("diag_dpp_dtb_zcam_read", {dev, queue, 0, 0, 0}).code, 0x5A5A5A04u);
-  EXPECT_EQ(run("dpp_dtb_table_flush", {dev, queue, 0, 0, 1}).code, 0x5A5A5A04u);
+  EXPECT_EQ(command("diag_dpp_dtb_zcam_read", {dev, queue, 0, 0, 0}).code, 0x5A5A5A04u);
+  EXPECT_EQ(command("dpp_dtb_table_flush", {dev, queue, 0, 0, 1}).code, 0x5A5A5A04u);
   dpp_dtb_dump_table_overtime_set(2);
   chip.on_doorbell = [](const doorbell&) {};
   // Every item comes back, so that the queue is not used up by a chip that does not answer.
   for (uint32_t i = 0; i < 2 * DPP_DTB_ITEM_NUM; ++i) {
-    EXPECT_EQ(run("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0}).code, 1u);
+    EXPECT_EQ(command("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0}).code, 1u);
   }
   dpp_dtb_dump_table_overtime_set(5000000);
 }
@@ -158,9 +140,9 @@ TEST(CommandsThroughAQueue, NothingIsSentToAChipThatStatesNoKnownForm) {
   chip.queue_init(queue);
   for (const uint32_t form : {0u, 0x4b584432u, UINT32_MAX}) {
     chip.registers[table_chip::form_word] = form;
-    const answer refused = run("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0});
+    const run_result refused = command("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0});
     EXPECT_EQ(refused.code, 0xD0Eu);
-    EXPECT_EQ(refused.text.find("device 3 states no dump command form that this build knows (0x"), 0u) << refused.text;
+    EXPECT_EQ(refused.out.find("device 3 states no dump command form that this build knows (0x"), 0u) << refused.out;
     EXPECT_TRUE(chip.bells.empty());
   }
 }

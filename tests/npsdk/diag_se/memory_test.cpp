@@ -42,9 +42,9 @@ TEST_F(SeMemory, EramWriteOf64Bits) {
             "eram128[0x000005]: 0x00000001 0x00000002 0x0000aaaa 0x0000bbbb\n");
   text("diag_dpp_se_smmu0_wr64", {0, 20, 2, 0x77, 0});
   EXPECT_EQ(text("diag_dpp_se_smmu0_rd32", {0, 20}), "eram32[0x000014]: 0x00000077\n");
-  const command_result wrong = run("diag_dpp_se_smmu0_wr64", {0, 0, 5, 1, 1});
+  const run_result wrong = command("diag_dpp_se_smmu0_wr64", {0, 0, 5, 1, 1});
   EXPECT_EQ(wrong.code, 0x1205u);
-  EXPECT_THAT(wrong.text, HasSubstr("!-- diag_dpp_se_smmu0_wr64 Call dpp_se_smmu0_ind_write Fail!\n"));
+  EXPECT_THAT(wrong.out, HasSubstr("!-- diag_dpp_se_smmu0_wr64 Call dpp_se_smmu0_ind_write Fail!\n"));
   EXPECT_EQ(text("diag_dpp_se_smmu0_scan", {0, 4, 3}),
             "eram128[0x000005]: 0x00000077 0x00000002 0x0000aaaa 0x0000bbbb\n1 of 3 lines are not zero\n");
 }
@@ -69,9 +69,9 @@ TEST_F(SeMemory, TableNumbersShowWhatWasSet) {
   EXPECT_EQ(text("diag_dpp_se_sdt_info_srh", {0, 2, 0x2080}), "0 tables of type DDR at 0x2080\n");
   text("diag_dpp_se_sdt_tbl_wr", {0, 7, 0, 0});
   EXPECT_THAT(text("diag_dpp_se_sdt_tbl_prt_all", {0}), HasSubstr("1 of 256 table numbers\n"));
-  EXPECT_EQ(run("diag_dpp_se_eram_sdt_tbl_wr", {0, 7, 0, 0, 1u << 27}).code, 0x1205u);
-  EXPECT_EQ(run("dpp_sdt_eram_ddr_table_add", {0, 7, 1, 4, 0, 1}).code, 0x1205u);
-  EXPECT_EQ(run("dpp_sdt_eram_ddr_table_add", {0, 7, 2, 3, 0, 1}).code, 0x1205u);
+  EXPECT_EQ(command("diag_dpp_se_eram_sdt_tbl_wr", {0, 7, 0, 0, 1u << 27}).code, 0x1205u);
+  EXPECT_EQ(command("dpp_sdt_eram_ddr_table_add", {0, 7, 1, 4, 0, 1}).code, 0x1205u);
+  EXPECT_EQ(command("dpp_sdt_eram_ddr_table_add", {0, 7, 2, 3, 0, 1}).code, 0x1205u);
 }
 
 TEST_F(SeMemory, RecordsKeepEveryFieldOfEveryType) {
@@ -108,8 +108,8 @@ TEST_F(SeMemory, EntriesOfMemoryTablesByTheirTableNumber) {
       EXPECT_THAT(shown, HasSubstr(" 0x000000fd 0x000000fe 0x000000ff 0x00000100\n"));
     }
     // Behind the table's end nothing is touched.
-    EXPECT_EQ(run("dpp_sdt_table_data_write", {0, 9, 4}).code, 0x1205u);
-    EXPECT_EQ(run(reader, {0, 9, 4, 1}).code, 0x1205u);
+    EXPECT_EQ(command("dpp_sdt_table_data_write", {0, 9, 4}).code, 0x1205u);
+    EXPECT_EQ(command(reader, {0, 9, 4, 1}).code, 0x1205u);
   }
   EXPECT_THAT(text("diag_dpp_se_smmu0_rd128", {0, 0x403}), HasSubstr("0x000000f1 0x000000f2 0x000000f3 0x000000f4"));
   EXPECT_THAT(text("diag_dpp_se_smmu1_rd512_more", {0, 0x12 * 64 + 3, 1}), HasSubstr("0x000000f1 0x000000f2"));
@@ -127,7 +127,7 @@ TEST_F(SeMemory, DirectTablesInDdr) {
   EXPECT_THAT(text("diag_dpp_se_smmu1_dir_tbl_data_rd256", {0, 63, 3}), HasSubstr("ddr256[0x008003]: 0x000000ab"));
   EXPECT_THAT(text("diag_dpp_se_smmu1_dir_tbl_data_rd512", {0, 63, 1}), HasSubstr(" 0x000000ab"));
   set(DPP_REG_SMMU1_DIR_TBL_CFG, 0, 63, {1, 0, 0x3FFFFFF});
-  EXPECT_EQ(run("diag_dpp_se_smmu1_dir_tbl_data_rd128", {0, 63, 6}).code, 0x1205u);
+  EXPECT_EQ(command("diag_dpp_se_smmu1_dir_tbl_data_rd128", {0, 63, 6}).code, 0x1205u);
 }
 
 TEST_F(SeMemory, TernaryEntriesShareRows) {
@@ -155,7 +155,7 @@ TEST_F(SeMemory, TernaryEntriesShareRows) {
   EXPECT_EQ(text("diag_dpp_se_etcam_table_block_prt", {0, 5}),
             "etcam table 5:\n  block 1: entries of 160 bits, first row 512\n"
             "  block 2: entries of 160 bits, first row 0\n  2 blocks\n");
-  EXPECT_EQ(run("dpp_sdt_table_data_write", {0, 3, 4096}).code, 0x1205u);
+  EXPECT_EQ(command("dpp_sdt_table_data_write", {0, 3, 4096}).code, 0x1205u);
 }
 
 TEST_F(SeMemory, HashMemoryLineInTwoSteps) {

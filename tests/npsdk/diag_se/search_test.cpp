@@ -256,7 +256,7 @@ TEST_F(SeSearch, BrokenRouteAreasEnd) {
   ASSERT_EQ(dpp_se_smmu1_ind_write(0, 256, DPP_SE_DDR_128, wild), 0u);
   EXPECT_THAT(text("diag_dpp_se_lpm_search", {0, 0, 1}), HasSubstr("no route table\n"));
   set(DPP_REG_SE_LPM_V4_DDR_CFG, 0, 0, {1, 0, 0x3FFFFFF});
-  EXPECT_EQ(run("diag_dpp_se_lpm_search", {0, 0, 1}).code, 0x1205u);
+  EXPECT_EQ(command("diag_dpp_se_lpm_search", {0, 0, 1}).code, 0x1205u);
 }
 
 }  // namespace

@@ -1,73 +1,19 @@
 // The driver's registers on the virtual card's network processor: the two are written apart, and here they meet.
 
-#include <gtest/gtest.h>
+#include <algorithm>
+#include <utility>
 
-#include <memory>
-#include <string>
-
-#include "dpp_chip/dpp_dev_setup.h"
-#include "dpp_reg/dpp_reg.h"
+#include "card_device.h"
 #include "dpp_reg/dpp_reg_access.h"
 #include "dpp_reg/dpp_reg_no.h"
-#include "qlix_comm/print.h"
-#include "vcard/card.h"
-#include "vcard/models.h"
 
 namespace {
 
-constexpr uint64_t np_base = 0x6218000000;
-
-vcard::Card* the_card = nullptr;
-
-uint32_t card_write(uint32_t, uint32_t addr, uint32_t word_count, const uint32_t* data) {
-  for (uint32_t i = 0; i < word_count; ++i) {
-    the_card->memory().write(np_base + addr + 4 * i, data[i]);
-  }
-  return 0;
+template <typename... Values>
+void set(uint32_t reg_no, uint32_t n, Values... v) {
+  const uint32_t values[] = {static_cast<uint32_t>(v)...};
+  EXPECT_EQ(dpp_reg_write(0, reg_no, 0, n, values), 0u);
 }
-
-uint32_t card_read(uint32_t, uint32_t addr, uint32_t word_count, uint32_t* data) {
-  for (uint32_t i = 0; i < word_count; ++i) {
-    data[i] = the_card->memory().read(np_base + addr + 4 * i);
-  }
-  return 0;
-}
-
-class OnVirtualCard : public testing::Test {
- protected:
-  void SetUp() override {
-    insert("{}");
-    const dpp_sys_init_ctrl init = {
-        .device_type = DPP_DEV_TYPE_CHIP, .p_pcie_write_fun = card_write, .p_pcie_read_fun = card_read};
-    qlix_comm_set_print_level(QLIX_TRACE_PRINT);
-    ASSERT_EQ(dpp_base_soft_init(0, &init), 0u);
-    qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
-  }
-  void TearDown() override {
-    the_card = nullptr;
-  }
-  void insert(const std::string& network_processor) {
-    card_.reset();
-    file_ = std::make_unique<vcard::CardFile>("{\"network_processor\": " + network_processor + "}");
-    card_ = std::make_unique<vcard::Card>(*file_, log_);
-    vcard::network_processor_attach(*card_);
-    the_card = card_.get();
-  }
-  static uint32_t value(uint32_t reg_no, uint32_t field = 0, uint32_t m = 0, uint32_t n = 0) {
-    uint32_t values[DPP_REG_FIELD_MAX] = {};
-    EXPECT_EQ(dpp_reg_read(0, reg_no, m, n, values), 0u);
-    return values[field];
-  }
-  template <typename... Values>
-  static void set(uint32_t reg_no, uint32_t n, Values... v) {
-    const uint32_t values[] = {static_cast<uint32_t>(v)...};
-    EXPECT_EQ(dpp_reg_write(0, reg_no, 0, n, values), 0u);
-  }
-
-  vcard::RequestLog log_;
-  std::unique_ptr<vcard::CardFile> file_;
-  std::unique_ptr<vcard::Card> card_;
-};
 
 bool ends_with(const char* name, std::string_view end) {
   return std::string_view(name).ends_with(end);
