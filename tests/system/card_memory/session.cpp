@@ -1,5 +1,6 @@
 #include "session.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -42,6 +43,19 @@ Session run(const std::string& card, const std::vector<std::string>& lines, bool
     session.outputs.push_back(cut_to(&rest, marker(i + 1) + ": No such command for kxtools!\n"));
   }
   return session;
+}
+
+void expect_shows(const std::string& card, const std::string& prefix, std::span<const Row> rows) {
+  std::vector<std::string> lines;
+  for (const Row& row : rows) {
+    lines.push_back(prefix + row.line);
+  }
+  const Session session = run(card, lines, true);
+  EXPECT_FALSE(session.result.timed_out);
+  for (size_t i = 0; i < rows.size(); ++i) {
+    EXPECT_TRUE(*rows[i].shows != '\0' || session.outputs[i].empty()) << lines[i] << "\n" << session.outputs[i];
+    EXPECT_THAT(session.outputs[i], testing::HasSubstr(rows[i].shows)) << lines[i];
+  }
 }
 
 kx_system::Result one_shot(const std::string& card, const std::string& words) {

@@ -1,6 +1,7 @@
 // Sessions of the tool's shell on the virtual card: a list of lines in, the output of each line out.
 #pragma once
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,13 @@ struct Session {
 
 /// Binds the first function of the list, becomes super user when asked to, runs `lines` and quits.
 Session run(const std::string& card, const std::vector<std::string>& lines, bool super = false);
+
+struct Row {
+  const char* line;
+  const char* shows;  // stands in its output; empty: it prints nothing
+};
+/// Runs the lines, each behind `prefix`, as super user, and expects what they show.
+void expect_shows(const std::string& card, const std::string& prefix, std::span<const Row> rows);
 
 /// The same words one-shot: kxtool bind 0000:3b:00.0 WORDS...
 kx_system::Result one_shot(const std::string& card, const std::string& words);

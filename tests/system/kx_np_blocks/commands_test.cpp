@@ -14,176 +14,111 @@ namespace {
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-struct command_case {
-  const char* name;
-  const char* words;  // good ones behind the device
-  const char* shows;  // with them; empty: prints nothing
-};
-
 constexpr const char* no_manager = "ErrorCode[0xd01]: DTB Manager is not exist!!!\n";
 
-const command_case cases[] = {
-    {"diag_dpp_tm_detail", "", "port_id-063 olif_out: 0x00000000\n"},
-    {"diag_dpp_tm_detail_fc", "", "fc_cnt: 0x00000000\n"},
-    {"diag_dpp_tm_info", "", "pp-063 pp_th: 0x00004000\n"},
-    {"diag_dpp_tm_crdt_sch", "511", "weight"},
-    {"diag_dpp_tm_shape", "511 63", "port_cbs"},
-    {"diag_dpp_tm_flow_ack", "511", "queue_id-511 flow_ack: 0x00000000\n"},
-    {"diag_dpp_tm_cgavd_itmd", "0x1ff", "queue_id-511 itmd_len: 0x00000000 queue_th: 0x00001000"},
-    {"diag_dpp_tm_qmu_qlen_full", "", "queue_id-064 full, queue_len: 0x00000000 queue_th: 0x00001000\n"},
-    {"diag_dpp_tm_health_check", "", "TM: 3 items, 0 errors, 0 not ready, 0 busy: HEALTHY\n"},
-    {"diag_dpp_stat_tm_init_pre_etm", "1", "stat tm pre init done, tm_stat_mode: 1\n"},
-    {"diag_dpp_stat_tm_init", "0x61000 0x100", "eram_baddr: 0x00061000 eram_depth: 0x00000100\n"},
-    {"diag_dpp_stat_tm_cnt_prt", "63", "index-063 drop_pkt: 0 drop_byte: 0\n"},
-    {"diag_dpp_stat_car_queue_cfg_prt", "1 5", "carb queue-0x0005\n"},
-    {"diag_dpp_stat_cara_pkt_queue_cfg_prt", "5", "cara pkt_queue-0x0005\n"},
-    {"diag_dpp_stat_car_profile_cfg_prt", "2 5", "carc profile-0x0005\n"},
-    {"diag_dpp_stat_car_queue_map_prt", "0 5", "queue_map_word_7 : 0x00000000\n"},
-    {"diag_dpp_stat_car", "", "CAR: 3 items, 1 errors, 0 not ready, 0 busy: NOT HEALTHY\n"},
-    {"diag_dpp_stat", "", "STAT: 3 items, 0 errors, 0 not ready, 0 busy: HEALTHY\n"},
-    {"diag_dpp_stat_ppu_cnt_set", "0x11d02 5 6", ""},
-    {"diag_dpp_stat_ppu_cnt_prt", "0 0x11d02 0", "stat index[0x00011d02] value[0x00000005,0x00000006]\n"},
-    {"diag_dpp_stat_ppu_cfg_prt", "", "ppu_eram_baddr"},
-    {"dpp_tlb_init", "", "tlb_init_done                           : OK\n"},
-    {"diag_dpp_tlb_entry_cfg_pre", "63 0x12 0x3000 0x45 0x6000", ""},
-    {"diag_dpp_tlb_entry_cfg_set", "63 1 7 2", ""},
-    {"diag_dpp_va_pa_swit_out_prt", "", "entry-063 vfid: 0x0007 va: 0x001200003000 pa: 0x004500006000 page_size: 2\n"},
-    {"diag_dpp_tlb_entry_cfg_prt", "63", "0x00006000\n"},
-    {"diag_dpp_tlb_global_cfg_set", "1 1 2", ""},
-    {"diag_dpp_tlb_global_cfg_prt", "", "miss_va: 0x0000000000000000\n"},
-    {"diag_dpp_tsn_port_prt", "3", "port_id-003 gcl_num: 0\n"},
-    {"diag_dpp_tsn_port_basic_prt", "3", "cycle_time: 1000000 guard_time: 1250\n"},
-    {"diag_dpp_tsn_port_bandtime_prt", "3", "port_id-003 queue-7 bandtime: 0x00000000\n"},
-    {"diag_dpp_tsn_port_gcl_prt", "3", "port_id-003 gcl_num: 0\n"},
-    {"diag_dpp_tsn_port_status_prt", "3", "port_id-003 pass: 0x00000000 overrun: 0x00000000\n"},
-    {"diag_dpp_dtb_traf_ctrl_smmu1_ram_data_clr_all", "", ""},
-    {"diag_dpp_dtb_traf_ctrl_zcam_ram_data_clr_all", "", ""},
-    {"diag_dpp_dtb_traf_ctrl_etcam_ram_data_clr_all", "", ""},
-    {"diag_dpp_dtb_traf_ctrl_etcam_dump_ram_data_clr_all", "", ""},
-    {"diag_dpp_dtb_traf_ctrl_hash_ram_data_clr_all", "", ""},
-    {"diag_dpp_dtb_traf_ctrl_smmu0_ram_data_clr_all", "", ""},
-    {"diag_dpp_dtb_dump_pd_ram_data_clr_all", "", ""},
-    {"diag_dpp_dtb_rd_ctrl_ram_data_clr_all", "", ""},
-    {"diag_dpp_dtb_rd_table_ram_data_clr_all", "", ""},
-    {"diag_dpp_dtb_cmd_man_ram_data_queue_clr", "127", ""},
-    {"diag_dpp_dtb_cmd_man_ram_data_clr_all", "", ""},
-    {"dpp_dtb_debug_mode_enable", "", ""},
-    {"diag_dpp_dtb_debug_mode_info_prt", "", ": 0x00000001\n"},
-    {"dpp_dtb_debug_mode_disable", "", ""},
-    {"dpp_dtb_prt_enable", "", ""},
-    {"dpp_dtb_prt_disable", "", ""},
-    {"diag_dpp_dtb_ddr_dir_table_read", "0 0 1 1 0 0", no_manager},
-    {"test_dpp_dtb_chip_ep_init", "", "ep-4 ep_valid: 1 ep_no: 4\n"},
-    {"diag_dpp_dtb_smmu0_read_128", "0 0", no_manager},
-    {"diag_dpp_dtb_smmu0_write_64", "0 0 1 2", no_manager},
-    {"diag_dpp_dtb_stat_smmu1_read", "0 0x50000", no_manager},
-    {"diag_dpp_dtb_stat_smmu0_read", "0 0x11d02", no_manager},
-    {"dpp_dtb_table_flush", "0 0 0 1", no_manager},
-    {"diag_dpp_dtb_se_alg_read512", "0 0", no_manager},
-    {"diag_dpp_dtb_smmu0_write_128", "0 0 1 2 3 4", no_manager},
-    {"diag_dpp_dtb_smmu1_read_512", "0 0 0", no_manager},
-    {"diag_dpp_dtb_smmu1_read_256", "0 0 0", no_manager},
-    {"diag_dpp_dtb_smmu1_read_128", "0 0 0", no_manager},
-    {"diag_dpp_dtb_zcam_read", "0 0 0 0", no_manager},
-    {"diag_dpp_dtb_etcam_entry_read", "0 0 0", no_manager},
-    {"diag_dpp_dtb_axis_axim_convert_mode_prt", "", "axis_mode"},
-    {"diag_dpp_dtb_prt", "", "queue_id-127 down_state: 0 dump_state: 0 last_status: 0xff"},
-    {"diag_dpp_dtb_cmd_man_ram_data_queue_prt", "127", "queue_id-127 line-3: 0x00000000"},
-    {"diag_dpp_dtb_traf_ctrl_smmu1_ram_data_prt_all", "", "063: 0x00000000"},
-    {"diag_dpp_dtb_traf_ctrl_zcam_ram_data_prt_all", "", "063: 0x00000000"},
-    {"diag_dpp_dtb_traf_ctrl_etcam_ram_data_prt_all", "", "063: 0x00000000"},
-    {"diag_dpp_dtb_traf_ctrl_etcam_dump_ram_data_prt_all", "", "063: 0x00000000"},
-    {"diag_dpp_dtb_traf_ctrl_hash_ram_data_prt_all", "", "063: 0x00000000"},
-    {"diag_dpp_dtb_traf_ctrl_smmu0_ram_data_prt_all", "", "063: 0x00000000"},
-    {"diag_dpp_dtb_dump_pd_ram_data_prt_all", "", "127: 0x00000000"},
-    {"diag_dpp_dtb_rd_table_ram_data_prt_all", "", "127: 0x00000000"},
-    {"diag_dpp_dtb_cmd_man_ram_data_prt_all", "", "queue_id-127 line-3: 0x00000000"},
-    {"diag_dpp_dtb_rd_ctrl_ram_data_prt_all", "", "127: 0x00000000"},
-    {"diag_dpp_dtb_down_table_ram_prt_all", "", "255: 0x00000000"},
-    {"diag_dpp_dtb_dump_table_ram_prt_all", "", "255: 0x00000000"},
-    {"diag_dpp_dtb_ram_data_clr_all", "", ""},
-    {"diag_dpp_dtb_health_check", "", "DTB: 3 items, 0 errors, 0 not ready, 0 busy: HEALTHY\n"},
-    {"dpp_download_debug_load", "5 0x100 1 2 3 4", "cluster-005 instr-0x0100 loaded\n"},
-    {"dpp_dbg_init", "5", ""},
-    {"dpp_softdbg_bp_set", "5 7 1 0x200", ""},
-    {"dpp_softdbg_bp_prt", "5", "cluster-005 bp-7 valid: 1 pc: 0x0200\n"},
-    {"dpp_softdbg_start", "5 7 1", "cluster-005 running\n"},
-    {"dpp_dbg_pkt_send", "0 64 1 2 3 4 5 6 7 8 9", ""},
-    {"dpp_softdbg_int_check", "5", "cluster-005 bp_hit: 1 me_excp: 0 stopped: 1 running: 0 pc: 0x0200\n"},
-    {"dpp_softdbg_step_into", "5", "cluster-005 stopped at pc: 0x0201\n"},
-    {"dpp_softdbg_step_over", "5", "cluster-005 stopped at pc: 0x0202\n"},
-    {"dpp_softdbg_mem_prt", "5 7 0x10 1", "mem-0x00010: 0x00000000"},
-    {"dpp_softdbg_reg_prt", "5 7 255 1", "reg-0x000ff: 0x00000000"},
-    {"dpp_softdbg_stop", "5", "cluster-005 stopped at pc: 0x0202\n"},
-    {"dpp_dbg_dyna_bp_set", "5 7 1 0x300", ""},
-    {"dpp_dbg_dyna_bp_prt", "5", "dyna_bp-7 valid: 1 type: 0x01 pc: 0x0300\n"},
-    {"dpp_dbg_dyna_bp_clr", "5 7", ""},
+const session::Row rows[] = {
+    {"diag_dpp_tm_detail 0", "port_id-063 olif_out: 0x00000000\n"},
+    {"diag_dpp_tm_detail_fc 0", "fc_cnt: 0x00000000\n"},
+    {"diag_dpp_tm_info 0", "pp-063 pp_th: 0x00004000\n"},
+    {"diag_dpp_tm_crdt_sch 0 511", "weight"},
+    {"diag_dpp_tm_shape 0 511 63", "port_cbs"},
+    {"diag_dpp_tm_flow_ack 0 511", "queue_id-511 flow_ack: 0x00000000\n"},
+    {"diag_dpp_tm_cgavd_itmd 0 0x1ff", "queue_id-511 itmd_len: 0x00000000 queue_th: 0x00001000"},
+    {"diag_dpp_tm_qmu_qlen_full 0", "queue_id-064 full, queue_len: 0x00000000 queue_th: 0x00001000\n"},
+    {"diag_dpp_tm_health_check 0", "TM: 3 items, 0 errors, 0 not ready, 0 busy: HEALTHY\n"},
+    {"diag_dpp_stat_tm_init_pre_etm 0 1", "stat tm pre init done, tm_stat_mode: 1\n"},
+    {"diag_dpp_stat_tm_init 0 0x61000 0x100", "eram_baddr: 0x00061000 eram_depth: 0x00000100\n"},
+    {"diag_dpp_stat_tm_cnt_prt 0 63", "index-063 drop_pkt: 0 drop_byte: 0\n"},
+    {"diag_dpp_stat_car_queue_cfg_prt 0 1 5", "carb queue-0x0005\n"},
+    {"diag_dpp_stat_cara_pkt_queue_cfg_prt 0 5", "cara pkt_queue-0x0005\n"},
+    {"diag_dpp_stat_car_profile_cfg_prt 0 2 5", "carc profile-0x0005\n"},
+    {"diag_dpp_stat_car_queue_map_prt 0 0 5", "queue_map_word_7 : 0x00000000\n"},
+    {"diag_dpp_stat_car 0", "CAR: 3 items, 1 errors, 0 not ready, 0 busy: NOT HEALTHY\n"},
+    {"diag_dpp_stat 0", "STAT: 3 items, 0 errors, 0 not ready, 0 busy: HEALTHY\n"},
+    {"diag_dpp_stat_ppu_cnt_set 0 0x11d02 5 6", ""},
+    {"diag_dpp_stat_ppu_cnt_prt 0 0 0x11d02 0", "stat index[0x00011d02] value[0x00000005,0x00000006]\n"},
+    {"diag_dpp_stat_ppu_cfg_prt 0", "ppu_eram_baddr"},
+    {"dpp_tlb_init 0", "tlb_init_done                           : OK\n"},
+    {"diag_dpp_tlb_entry_cfg_pre 0 63 0x12 0x3000 0x45 0x6000", ""},
+    {"diag_dpp_tlb_entry_cfg_set 0 63 1 7 2", ""},
+    {"diag_dpp_va_pa_swit_out_prt 0", "entry-063 vfid: 0x0007 va: 0x001200003000 pa: 0x004500006000 page_size: 2\n"},
+    {"diag_dpp_tlb_entry_cfg_prt 0 63", "0x00006000\n"},
+    {"diag_dpp_tlb_global_cfg_set 0 1 1 2", ""},
+    {"diag_dpp_tlb_global_cfg_prt 0", "miss_va: 0x0000000000000000\n"},
+    {"diag_dpp_tsn_port_prt 0 3", "port_id-003 gcl_num: 0\n"},
+    {"diag_dpp_tsn_port_basic_prt 0 3", "cycle_time: 1000000 guard_time: 1250\n"},
+    {"diag_dpp_tsn_port_bandtime_prt 0 3", "port_id-003 queue-7 bandtime: 0x00000000\n"},
+    {"diag_dpp_tsn_port_gcl_prt 0 3", "port_id-003 gcl_num: 0\n"},
+    {"diag_dpp_tsn_port_status_prt 0 3", "port_id-003 pass: 0x00000000 overrun: 0x00000000\n"},
+    {"diag_dpp_dtb_traf_ctrl_smmu1_ram_data_clr_all 0", ""},
+    {"diag_dpp_dtb_traf_ctrl_zcam_ram_data_clr_all 0", ""},
+    {"diag_dpp_dtb_traf_ctrl_etcam_ram_data_clr_all 0", ""},
+    {"diag_dpp_dtb_traf_ctrl_etcam_dump_ram_data_clr_all 0", ""},
+    {"diag_dpp_dtb_traf_ctrl_hash_ram_data_clr_all 0", ""},
+    {"diag_dpp_dtb_traf_ctrl_smmu0_ram_data_clr_all 0", ""},
+    {"diag_dpp_dtb_dump_pd_ram_data_clr_all 0", ""},
+    {"diag_dpp_dtb_rd_ctrl_ram_data_clr_all 0", ""},
+    {"diag_dpp_dtb_rd_table_ram_data_clr_all 0", ""},
+    {"diag_dpp_dtb_cmd_man_ram_data_queue_clr 0 127", ""},
+    {"diag_dpp_dtb_cmd_man_ram_data_clr_all 0", ""},
+    {"dpp_dtb_debug_mode_enable 0", ""},
+    {"diag_dpp_dtb_debug_mode_info_prt 0", ": 0x00000001\n"},
+    {"dpp_dtb_debug_mode_disable 0", ""},
+    {"dpp_dtb_prt_enable 0", ""},
+    {"dpp_dtb_prt_disable 0", ""},
+    {"diag_dpp_dtb_ddr_dir_table_read 0 0 0 1 1 0 0", no_manager},
+    {"test_dpp_dtb_chip_ep_init 0", "ep-4 ep_valid: 1 ep_no: 4\n"},
+    {"diag_dpp_dtb_smmu0_read_128 0 0 0", no_manager},
+    {"diag_dpp_dtb_smmu0_write_64 0 0 0 1 2", no_manager},
+    {"diag_dpp_dtb_stat_smmu1_read 0 0 0x50000", no_manager},
+    {"diag_dpp_dtb_stat_smmu0_read 0 0 0x11d02", no_manager},
+    {"dpp_dtb_table_flush 0 0 0 0 1", no_manager},
+    {"diag_dpp_dtb_se_alg_read512 0 0 0", no_manager},
+    {"diag_dpp_dtb_smmu0_write_128 0 0 0 1 2 3 4", no_manager},
+    {"diag_dpp_dtb_smmu1_read_512 0 0 0 0", no_manager},
+    {"diag_dpp_dtb_smmu1_read_256 0 0 0 0", no_manager},
+    {"diag_dpp_dtb_smmu1_read_128 0 0 0 0", no_manager},
+    {"diag_dpp_dtb_zcam_read 0 0 0 0 0", no_manager},
+    {"diag_dpp_dtb_etcam_entry_read 0 0 0 0", no_manager},
+    {"diag_dpp_dtb_axis_axim_convert_mode_prt 0", "axis_mode"},
+    {"diag_dpp_dtb_prt 0", "queue_id-127 down_state: 0 dump_state: 0 last_status: 0xff"},
+    {"diag_dpp_dtb_cmd_man_ram_data_queue_prt 0 127", "queue_id-127 line-3: 0x00000000"},
+    {"diag_dpp_dtb_traf_ctrl_smmu1_ram_data_prt_all 0", "063: 0x00000000"},
+    {"diag_dpp_dtb_traf_ctrl_zcam_ram_data_prt_all 0", "063: 0x00000000"},
+    {"diag_dpp_dtb_traf_ctrl_etcam_ram_data_prt_all 0", "063: 0x00000000"},
+    {"diag_dpp_dtb_traf_ctrl_etcam_dump_ram_data_prt_all 0", "063: 0x00000000"},
+    {"diag_dpp_dtb_traf_ctrl_hash_ram_data_prt_all 0", "063: 0x00000000"},
+    {"diag_dpp_dtb_traf_ctrl_smmu0_ram_data_prt_all 0", "063: 0x00000000"},
+    {"diag_dpp_dtb_dump_pd_ram_data_prt_all 0", "127: 0x00000000"},
+    {"diag_dpp_dtb_rd_table_ram_data_prt_all 0", "127: 0x00000000"},
+    {"diag_dpp_dtb_cmd_man_ram_data_prt_all 0", "queue_id-127 line-3: 0x00000000"},
+    {"diag_dpp_dtb_rd_ctrl_ram_data_prt_all 0", "127: 0x00000000"},
+    {"diag_dpp_dtb_down_table_ram_prt_all 0", "255: 0x00000000"},
+    {"diag_dpp_dtb_dump_table_ram_prt_all 0", "255: 0x00000000"},
+    {"diag_dpp_dtb_ram_data_clr_all 0", ""},
+    {"diag_dpp_dtb_health_check 0", "DTB: 3 items, 0 errors, 0 not ready, 0 busy: HEALTHY\n"},
+    {"dpp_download_debug_load 0 5 0x100 1 2 3 4", "cluster-005 instr-0x0100 loaded\n"},
+    {"dpp_dbg_init 0 5", ""},
+    {"dpp_softdbg_bp_set 0 5 7 1 0x200", ""},
+    {"dpp_softdbg_bp_prt 0 5", "cluster-005 bp-7 valid: 1 pc: 0x0200\n"},
+    {"dpp_softdbg_start 0 5 7 1", "cluster-005 running\n"},
+    {"dpp_dbg_pkt_send 0 0 64 1 2 3 4 5 6 7 8 9", ""},
+    {"dpp_softdbg_int_check 0 5", "cluster-005 bp_hit: 1 me_excp: 0 stopped: 1 running: 0 pc: 0x0200\n"},
+    {"dpp_softdbg_step_into 0 5", "cluster-005 stopped at pc: 0x0201\n"},
+    {"dpp_softdbg_step_over 0 5", "cluster-005 stopped at pc: 0x0202\n"},
+    {"dpp_softdbg_mem_prt 0 5 7 0x10 1", "mem-0x00010: 0x00000000"},
+    {"dpp_softdbg_reg_prt 0 5 7 255 1", "reg-0x000ff: 0x00000000"},
+    {"dpp_softdbg_stop 0 5", "cluster-005 stopped at pc: 0x0202\n"},
+    {"dpp_dbg_dyna_bp_set 0 5 7 1 0x300", ""},
+    {"dpp_dbg_dyna_bp_prt 0 5", "dyna_bp-7 valid: 1 type: 0x01 pc: 0x0300\n"},
+    {"dpp_dbg_dyna_bp_clr 0 5 7", ""},
 };
 
 // A full queue of the traffic manager and an error of the policers.
 constexpr const char* card = R"({"network_processor": {"registers": {"0x102048": 1, "0x243000": 2}}})";
 
-std::vector<std::string> lines_with(const std::string& words) {
-  std::vector<std::string> lines;
-  for (const command_case& c : cases) {
-    lines.push_back(std::string("kxnp ") + c.name + words);
-  }
-  return lines;
-}
-
 TEST(NpBlocks, GoodWordsShowAndSet) {
-  std::vector<std::string> lines;
-  for (const command_case& c : cases) {
-    lines.push_back(std::string("kxnp ") + c.name + " 0 " + c.words);
-  }
-  const session::Session session = session::run(card, lines, true);
-  EXPECT_FALSE(session.result.timed_out);
-  for (size_t i = 0; i < lines.size(); ++i) {
-    if (*cases[i].shows == '\0') {
-      EXPECT_THAT(session.outputs[i], IsEmpty()) << lines[i];
-    } else {
-      EXPECT_THAT(session.outputs[i], HasSubstr(cases[i].shows)) << lines[i];
-    }
-  }
-}
-
-TEST(NpBlocks, MissingWordsAreZeros) {
-  std::vector<std::string> lines;
-  for (const command_case& c : cases) {
-    if (*c.words != '\0') {
-      lines.push_back(std::string("kxnp ") + c.name);
-      lines.push_back(lines.back() + " 0 0 0 0 0 0 0");
-    }
-  }
-  const session::Session session = session::run(card, lines, true);
-  EXPECT_FALSE(session.result.timed_out);
-  for (size_t i = 0; i < lines.size(); i += 2) {
-    EXPECT_EQ(session.outputs[i], session.outputs[i + 1]) << lines[i];
-  }
-}
-
-// Twelve words run the command, which refuses its device by its own name; a thirteenth runs nothing.
-TEST(NpBlocks, TwelveWordsRunAndThirteenDoNot) {
-  std::string words = " 16";
-  for (int i = 0; i < 11; ++i) {
-    words += " 1";
-  }
-  const std::vector<std::string> twelve = lines_with(words);
-  const std::vector<std::string> thirteen = lines_with(words + " 1");
-  std::vector<std::string> lines = twelve;
-  lines.insert(lines.end(), thirteen.begin(), thirteen.end());
-  const session::Session session = session::run(card, lines, true);
-  EXPECT_FALSE(session.result.timed_out);
-  for (size_t i = 0; i < twelve.size(); ++i) {
-    const std::string& refused = session.outputs[i];
-    if (std::string_view(cases[i].name).starts_with("dpp_dtb_prt_")) {
-      EXPECT_THAT(refused, IsEmpty()) << lines[i];
-    } else {
-      EXPECT_THAT(refused, HasSubstr("[Error:VALUE[0x10] INVALID] [min=0x0,max=0xf]")) << lines[i];
-      EXPECT_THAT(refused, HasSubstr(std::string("! FUNCTION :") + cases[i].name + " !\n"));
-    }
-    EXPECT_THAT(session.outputs[twelve.size() + i], HasSubstr("ctx->arg_info.argc:13 oversize\n")) << lines[i];
-  }
+  session::expect_shows(card, "kxnp ", rows);
 }
 
 // Scripts see a command that was found, whatever came of it.
