@@ -1,48 +1,24 @@
 // "regsdump": everything that the units describe, into a file.
-#include <unistd.h>
-
+#include <cerrno>
 #include <cinttypes>
 #include <cstring>
 #include <ctime>
 
+#include "common/progress_bar.h"
 #include "common/report.h"
-#include "partial_file.h"
+#include "common/result_file.h"
 #include "registers/registers.h"
 #include "units.h"
 
 namespace {
 
-constexpr const char* CLEAR_LINE = "\r\033[K";
-
 /// A dump under way.
 struct dump {
   FILE* stream;
+  kx_progress_bar* progress;
   const kxtools_unit* unit = nullptr;
   uint32_t done = 0;
-  uint32_t total = 0;
-  uint32_t percent_shown = UINT32_MAX;
-  bool terminal = false;
 };
-
-// One line that is redrawn, on a terminal only.
-void progress_draw(dump* d) {
-  const uint32_t percent = d->total == 0 ? 100 : static_cast<uint32_t>(uint64_t{d->done} * 100 / d->total);
-  if (!d->terminal || percent == d->percent_shown) {
-    return;
-  }
-  d->percent_shown = percent;
-  char bar[51];
-  memset(bar, '.', sizeof bar - 1);
-  memset(bar, '#', percent / 2);
-  bar[sizeof bar - 1] = '\0';
-  kx_print("%sregsdump [%s] %3u%% %s", CLEAR_LINE, bar, percent, d->unit->name);
-}
-
-void progress_clear(const dump& d) {
-  if (d.terminal) {
-    kx_print("%s", CLEAR_LINE);
-  }
-}
 
 bool value_write(void* self, const kxtools_unit_value& value) {
   dump* d = static_cast<dump*>(self);
@@ -51,8 +27,7 @@ bool value_write(void* self, const kxtools_unit_value& value) {
     fprintf(d->stream, "%08x", word);
   }
   fprintf(d->stream, " %s\n", value.name);
-  ++d->done;
-  progress_draw(d);
+  d->progress->update(++d->done);
   return !units_interrupted() && ferror(d->stream) == 0;
 }
 
@@ -74,17 +49,14 @@ int units_write(dump* d) {
     d->unit = unit;
     if ((unit->open != nullptr && unit->open() != 0) ||
         unit->visit(kxtools_unit_list::registers, value_write, d) != 0) {
-      progress_clear(*d);
       KXTOOLS_ERR("%s cannot be read, nothing is kept\n", unit->name);
       return 1;
     }
     if (units_interrupted()) {
-      progress_clear(*d);
       kx_print("interrupted, nothing is kept\n");
       return UNIT_INTERRUPTED;
     }
   }
-  progress_clear(*d);
   fprintf(d->stream, "# end: %u values\n", d->done);
   return 0;
 }
@@ -96,25 +68,30 @@ int kxtool_regsdump(kxtool_cmd_ctx* ctx) {
     kx_print("%s\n", ctx->option->usage);
     return 1;
   }
-  partial_file file;
-  if (!file.create(ctx->argv[2])) {
+  const char* path = ctx->argv[2];
+  kx_result_file file;
+  if (!file.open(path)) {
+    KXTOOLS_ERR("cannot make %s: %s\n", path, strerror(errno));
     return 1;
   }
   if (units_device_bind(*ctx) != 0) {
     return 1;
   }
-  dump d = {.stream = file.stream(), .terminal = isatty(STDOUT_FILENO) == 1};
+  uint32_t total = 0;
   for (const kxtools_unit* unit : units_get()) {
-    d.total += unit->count(kxtools_unit_list::registers);
+    total += unit->count(kxtools_unit_list::registers);
   }
+  kx_progress_bar progress("regsdump", total);
+  dump d = {.stream = file.stream(), .progress = &progress};
   head_write(*ctx, d.stream);
   const int status = units_write(&d);
   if (status != 0) {
     return status;
   }
   if (!file.commit()) {
+    KXTOOLS_ERR("cannot write %s: %s\n", path, strerror(errno));
     return 1;
   }
-  kx_print("%u values written to %s\n", d.done, ctx->argv[2]);
+  kx_print("%u values written to %s\n", d.done, path);
   return 0;
 }

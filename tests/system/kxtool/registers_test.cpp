@@ -195,8 +195,8 @@ TEST(Regsdump, LeavesNothingHalf) {
   const std::string link = folder.path() + "/link";
   ASSERT_EQ(symlink(victim.c_str(), link.c_str()), 0);
   EXPECT_EQ(super("{}", "kxtool regsdump eth0 all --file " + link).out,
-            "kxtools_err: [create][N] " + link + " is no regular file\n");
-  EXPECT_THAT(super("{}", "kxtool regsdump eth0 all --file /dev/null").out, EndsWith("/dev/null is no regular file\n"));
+            "kxtools_err: [kxtool_regsdump][N] cannot make " + link + ": File exists\n");
+  EXPECT_THAT(super("{}", "kxtool regsdump eth0 all --file /dev/null").out, EndsWith("/dev/null: File exists\n"));
   const Result dying = super(R"({"faults": {"tunnel": {"transfers": [{"from": 100, "flag_stuck": true}]}}})",
                              "kxtool regsdump eth0 all --file " + victim);
   EXPECT_THAT(dying.out, EndsWith("vqm cannot be read, nothing is kept\n"));
