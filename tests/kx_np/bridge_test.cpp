@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "../line_numbers.h"
 #include "dpp_diag/dpp_cmd.h"
 #include "kx_np/cmd.h"
 #include "kx_np/np_init.h"
@@ -20,14 +21,6 @@ struct run_result {
   std::string out;
 };
 
-// Line numbers of the source in error lines become #.
-std::string without_lines(std::string text) {
-  for (size_t at = text.find("]["); at != std::string::npos; at = text.find("][", at + 1)) {
-    text.replace(at + 2, text.find(']', at + 2) - at - 2, 1, '#');
-  }
-  return text;
-}
-
 run_result run(const char* name, std::vector<std::string> words, int32_t (*handler)(kxtools_cmd_context*)) {
   const kxtools_cmd_entry entry = {.name = name};
   std::vector<char*> argp;
@@ -40,7 +33,7 @@ run_result run(const char* name, std::vector<std::string> words, int32_t (*handl
   ctx.argp = argp.data();
   testing::internal::CaptureStdout();
   const int32_t status = handler(&ctx);
-  return {status, without_lines(testing::internal::GetCapturedStdout())};
+  return {status, without_line_numbers(testing::internal::GetCapturedStdout())};
 }
 
 run_result exec(const char* name, const std::vector<std::string>& words) {
@@ -98,7 +91,7 @@ TEST_F(Bridge, RefusesWhatItCannotCall) {
   ctx.cmd = &entry;
   ctx.argc = 1;
   EXPECT_EQ(kxnp_dpp_cmd_exec(&ctx), -1);
-  EXPECT_EQ(without_lines(testing::internal::GetCapturedStdout()),
+  EXPECT_EQ(without_line_numbers(testing::internal::GetCapturedStdout()),
             "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx is NULL\n"
             "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx is NULL\n"
             "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx->arg_info.argp is NULL\n");

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
-
 namespace {
 
 std::vector<handler_call> calls;
@@ -58,20 +56,4 @@ std::string test_line_run(const char* line, int32_t* result) {
   testing::internal::CaptureStdout();
   *result = kxtools_cmd_execute(line);
   return testing::internal::GetCapturedStdout();
-}
-
-std::string without_line_numbers(const std::string& text) {
-  std::string result;
-  for (size_t i = 0; i < text.size(); i++) {
-    result += text[i];
-    size_t end = i + 1;
-    while (end < text.size() && isdigit(static_cast<unsigned char>(text[end])) != 0) {
-      end++;
-    }
-    if (result.ends_with("][") && end > i + 1 && end < text.size() && text[end] == ']') {
-      result += '#';
-      i = end - 1;
-    }
-  }
-  return result;
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "../line_numbers.h"
 #include "kxtools/cmd.h"
 
 struct handler_call {
@@ -19,5 +20,3 @@ void test_tree_status_set(int32_t status);
 
 /// Runs `line` and returns what it printed; `result` gets its status.
 std::string test_line_run(const char* line, int32_t* result);
-/// `text` with the line number in each "[function][number]" replaced by '#'.
-std::string without_line_numbers(const std::string& text);

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -11,7 +10,6 @@
 #include "dpp_reg/dpp_reg_access.h"
 #include "dpp_reg/dpp_reg_no.h"
 #include "memory_device.h"
-#include "qlix_comm/bits.h"
 #include "qlix_comm/print.h"
 
 namespace {
@@ -33,51 +31,18 @@ class bit_model {
       bits_[msb - len + 1 + i] = i < 32 && (value >> i & 1) != 0;
     }
   }
-  uint32_t get(uint32_t msb, uint32_t len) const {
-    uint32_t value = 0;
-    for (uint32_t i = 0; i < len; ++i) {
-      value |= uint32_t{bits_[msb - len + 1 + i]} << i;
-    }
-    return value;
-  }
-  uint8_t byte(uint32_t index) const {
-    const uint32_t low = static_cast<uint32_t>(bits_.size()) - 8 * (index + 1);
-    return static_cast<uint8_t>(get(low + 7, 8));
-  }
   uint32_t word(uint32_t index) const {
     const uint32_t low = static_cast<uint32_t>(bits_.size()) - 32 * (index + 1);
-    return get(low + 31, 32);
+    uint32_t value = 0;
+    for (uint32_t i = 0; i < 32; ++i) {
+      value |= uint32_t{bits_[low + i]} << i;
+    }
+    return value;
   }
 
  private:
   std::vector<bool> bits_;
 };
-
-TEST(FieldPacking, AgreesWithABitModelForRandomFields) {
-  std::mt19937 engine(7);
-  const auto random = [&engine] { return static_cast<uint32_t>(engine()); };
-  for (int round = 0; round < 20000; ++round) {
-    const uint32_t width = 1 + random() % 512;
-    const uint32_t len = 1 + random() % std::min(32u, width * 8);
-    const uint32_t msb = len - 1 + random() % (width * 8 - len + 1);
-    std::vector<uint8_t> buffer(width);
-    bit_model model(width);
-    for (uint32_t i = 0; i < width; ++i) {
-      buffer[i] = static_cast<uint8_t>(random());
-      model.put(8 * (width - i) - 1, 8, buffer[i]);
-    }
-    const uint32_t value = random();
-    const uint32_t masked = len == 32 ? value : value & ((1u << len) - 1);
-    ASSERT_EQ(qlix_comm_write_bits_ex(buffer.data(), width * 8, masked, msb, len), 0u);
-    model.put(msb, len, masked);
-    for (uint32_t i = 0; i < width; ++i) {
-      ASSERT_EQ(buffer[i], model.byte(i)) << "width " << width << " msb " << msb << " len " << len << " byte " << i;
-    }
-    uint32_t back = 0;
-    ASSERT_EQ(qlix_comm_read_bits_ex(buffer.data(), width * 8, &back, msb, len), 0u);
-    ASSERT_EQ(back, masked);
-  }
-}
 
 // The words of one instance as they lie in the memory behind the device.
 std::vector<uint32_t> stored_words(const dpp_reg_info& info, uint32_t m, uint32_t n) {

@@ -8,69 +8,67 @@ namespace {
 
 using session::one_shot;
 using session::plain;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
-
-constexpr const char* ADDRESS = "0x6209000100";
+using testing::StartsWith;
 
 std::string transfer(const char* command, const char* data) {
   return std::string("tunnel function=0000:3b:00.0 command=") + command + " data=" + data;
 }
 
-kx_system::Result access(const std::string& card, std::vector<std::string> words) {
-  return kx_system::run({.card = card, .words = std::move(words), .program = CARD_MEMORY_PROGRAM});
-}
-
 TEST(CardMemory, CardSeesTheTransfersOfEveryMode) {
   struct {
     const char* mode;
-    const char* secure;
+    bool secure;
     const char* write_address;
     const char* read_address;
   } cases[] = {
-      {"0", "0", "0x90620000", "0x90620000"}, {"1", "0", "0x91620000", "0x91620000"},
-      {"2", "0", "0x90620000", "0x92620000"}, {"3", "0", "0x90620000", "0x93620000"},
-      {"0", "1", "0x90620000", "0x90620000"}, {"3", "1", "0x90620000", "0x93620000"},
+      {"0", false, "0x90620000", "0x90620000"}, {"1", false, "0x91620000", "0x91620000"},
+      {"2", false, "0x90620000", "0x92620000"}, {"3", false, "0x90620000", "0x93620000"},
+      {"0", true, "0x90620000", "0x90620000"},  {"1", true, "0x91620000", "0x91620000"},
+      {"3", true, "0x90620000", "0x93620000"},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(std::string("mode ") + c.mode + " secure " + c.secure);
-    const auto result = access(R"({"faults": {"tunnel": {"channel": "free"}}})",
-                               {c.mode, c.secure, "w", ADDRESS, "0xa5a55a5a", "r", ADDRESS});
-    EXPECT_EQ(result.out, "0\n0 0xa5a55a5a\n");
+    SCOPED_TRACE(std::string("mode ") + c.mode + (c.secure ? " secure" : ""));
+    const auto session = session::run(R"({"faults": {"tunnel": {"channel": "free"}}})",
+                                      {std::string("kxpcie tunnel_mode access ") + c.mode,
+                                       std::string("kxpcie tunnel_mode secure ") + (c.secure ? "1" : "0"),
+                                       "kxpcie devmem_write 0x6209000100 0xa5a55a5a", "kxpcie devmem 0x6209000100"},
+                                      true);
+    EXPECT_EQ(session.outputs[3], "0x6209000100: 0xa5a55a5a\n");
     std::vector<std::string> expected = {transfer(c.write_address, "0x09000100"),
                                          transfer("0xb0000000", "0xa5a55a5a"),
                                          "card_write address=0x6209000100 value=0xa5a55a5a",
                                          transfer(c.read_address, "0x09000100"),
                                          transfer("0x20000000", "0x00000000"),
                                          "card_read address=0x6209000100 value=0xa5a55a5a"};
-    if (c.secure[0] == '1') {
+    if (c.secure) {
       const std::string status = transfer("0x50000000", "0x00000000");
       expected.insert(expected.begin() + 3, {status, status});
       expected.insert(expected.begin(), status);
       expected.push_back(status);
     }
-    EXPECT_EQ(result.log, expected);
+    // Three lines belong to the bind.
+    const std::vector<std::string>& log = session.result.log;
+    EXPECT_EQ(std::vector<std::string>(log.begin() + std::min<std::ptrdiff_t>(3, std::ssize(log)), log.end()),
+              expected);
   }
 }
 
-TEST(CardMemory, ReachesTheControllers) {
-  const auto result = access("{}", {"0", "0", "d", "0", "0x204", "d", "4", "0x244", "d", "5", "0"});
-  EXPECT_EQ(result.out, "0 0x2010001\n0 0x2010002\nep_no input error\n-1 0x0\n");
-}
-
 TEST(CardMemory, SecureModeNoticesABusyChannelAndAFailedAccess) {
-  auto result = access(R"({"faults": {"tunnel": {"channel": "changing"}}})", {"0", "1", "r", ADDRESS});
-  EXPECT_EQ(result.out, "pcie_tool vpd channel is busy, please retry!\n-2 0x0\n");
-  EXPECT_THAT(result.log_of("tunnel"), testing::IsEmpty());
+  const std::string secure = "kxpcie tunnel_mode secure 1";
+  const std::string read = "kxpcie devmem 0x6209000100";
+  auto session = session::run(R"({"faults": {"tunnel": {"channel": "changing"}}})", {secure, read}, true);
+  EXPECT_THAT(session.outputs[1], StartsWith("pcie_tool vpd channel is busy, please retry!\n"));
+  EXPECT_EQ(session.result.log_of("tunnel").size(), 2u) << "the bind's";
 
   const char* bad = R"({"faults": {"tunnel": {"channel": "free", "bad_addresses": ["0x6209000100"]}}})";
-  result = access(bad, {"0", "1", "r", ADDRESS, "w", ADDRESS, "3", "r", "0x6209000104"});
-  EXPECT_EQ(result.out,
-            "Read addr[0x6209000100] val from kx failed\n-1 0x0\n"
-            "write val[0x3] to kx addr[0x6209000100] failed\n-1\n0 0x0\n");
+  session = session::run(bad, {secure, read, "kxpcie devmem_write 0x6209000100 3", "kxpcie devmem 0x6209000104"}, true);
+  EXPECT_THAT(session.outputs[1], StartsWith("Read addr[0x6209000100] val from kx failed\n"));
+  EXPECT_THAT(session.outputs[2], HasSubstr("write val[0x3] to kx addr[0x6209000100] failed\n"));
+  EXPECT_EQ(session.outputs[3], "0x6209000104: 0x00000000\n");
   // The access after a failed one resets the tunnel first.
-  EXPECT_EQ(result.log_of(transfer("0xc0000000", "0x00000000")).size(), 2u);
+  EXPECT_EQ(session.result.log_of(transfer("0xc0000000", "0x00000000")).size(), 2u);
 }
 
 TEST(CardMemory, EveryFaultEndsInOneLineAndAFailure) {
@@ -93,7 +91,7 @@ TEST(CardMemory, EveryFaultEndsInOneLineAndAFailure) {
     SCOPED_TRACE(c.what);
     const auto result = one_shot(c.card, "kxvqm glb version");
     EXPECT_EQ(result.status, 255);
-    EXPECT_THAT(result.out, testing::StartsWith(std::string(c.line) + "REG_READ_32 failed!\n"));
+    EXPECT_THAT(result.out, StartsWith(std::string(c.line) + "REG_READ_32 failed!\n"));
     EXPECT_THAT(result.out, Not(HasSubstr("version id")));
   }
 }

@@ -1,10 +1,13 @@
 #include "update_run.h"
 
-#include <algorithm>
 #include <fstream>
 #include <numeric>
 
+#include "../../kxtool/fwupdate/package_file.h"
+
 namespace update_run {
+
+using package_file::header;
 
 namespace {
 
@@ -22,35 +25,18 @@ void put(std::ofstream& file, uint64_t position, const bytes& data) {
   file.write(reinterpret_cast<const char*>(data.data()), static_cast<std::streamsize>(data.size()));
 }
 
-bytes header(const std::string& identification, const std::vector<std::pair<uint32_t, uint32_t>>& images) {
-  bytes out(2000);
-  const auto put32 = [&](size_t at, uint32_t value) {
-    for (size_t i = 0; i < 4; ++i) {
-      out[at + i] = static_cast<uint8_t>(value >> (8 * i));
-    }
-  };
-  std::copy(identification.begin(), identification.end(), out.begin() + 4);
-  put32(68, static_cast<uint32_t>(images.size()));
-  for (uint32_t i = 0; i < images.size(); ++i) {
-    put32(72 + i * 12, images[i].first);
-    put32(76 + i * 12, images[i].second);
-    put32(80 + i * 12, 2 + i);
-  }
-  return out;
-}
-
 }  // namespace
 
 Workplace::Workplace(int package_kind, const std::string& identification)
     : package(folder.path() + "/update.pkg"), kind(package_kind) {
   std::ofstream file(package, std::ios::binary);
   if (kind == 1) {
-    put(file, 256, header(identification, {{0x41000, 5000}, {0x43000, 2029}}));
+    put(file, 256, header(identification, {{0x41000, 5000, 2}, {0x43000, 2029, 3}}));
     put(file, 256 + 0x1000, IMAGE_A);
     put(file, 256 + 0x3000, IMAGE_B);
   } else {
-    put(file, PARTITION_1, header(identification, {{0x41000, 5000}}));
-    put(file, PARTITION_2, header(identification, {{0x3303000, 2029}}));
+    put(file, PARTITION_1, header(identification, {{0x41000, 5000, 2}}));
+    put(file, PARTITION_2, header(identification, {{0x3303000, 2029, 2}}));
     put(file, 0x41000, IMAGE_A);
     put(file, 0x3303000, IMAGE_B);
   }

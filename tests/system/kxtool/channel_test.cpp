@@ -5,7 +5,6 @@
 
 using kx_system::Case;
 using kx_system::check;
-using kx_system::numbered;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -27,15 +26,15 @@ std::string mailbox_fault(const std::string& keys) {
 
 TEST(Driver, BringUpFailuresEndTheCommand) {
   const std::string version =
-      "kxtools_err: [tarn_tools_socket_init][N] kxtool_drv_version_check fail!\n"
-      "kxtools_err: [driver_open][N] tarn_tools_socket_init failed, ret=-1!\n";
-  const std::string compat = "kxtools_err: [driver_compat_check][N] ";
-  const std::string check_fn = "kxtools_err: [kxtool_drv_version_check][N] ";
-  const std::string registration = "kxtools_err: [tarn_tools_event_info_register][N] ";
+      "kxtools_err: [tarn_tools_socket_init][#] kxtool_drv_version_check fail!\n"
+      "kxtools_err: [driver_open][#] tarn_tools_socket_init failed, ret=-1!\n";
+  const std::string compat = "kxtools_err: [driver_compat_check][#] ";
+  const std::string check_fn = "kxtools_err: [kxtool_drv_version_check][#] ";
+  const std::string registration = "kxtools_err: [tarn_tools_event_info_register][#] ";
   const std::string op0 =
-      "\033[31mmsg_chan_err: [kxtool_pcieid_send_ostype_get][N]dev_pcieid send to riscv failed or "
+      "\033[31mmsg_chan_err: [kxtool_pcieid_send_ostype_get][#]dev_pcieid send to riscv failed or "
       "check error!\033[m\n";
-  const std::string failed = "kxtools_err: [driver_open][N] tarn_tools_event_info_register failed, ret=";
+  const std::string failed = "kxtools_err: [driver_open][#] tarn_tools_event_info_register failed, ret=";
   const Case cases[] = {
       {driver_compat(R"("item": 1)"), SN, 1, compat + "version_compat_item is not kxtool!\n" + version},
       {driver_compat(R"("major": 2, "tool_minor": 1)"), SN, 1, compat + "tool major:0 is not match drv:2!\n" + version},
@@ -50,7 +49,7 @@ TEST(Driver, BringUpFailuresEndTheCommand) {
        registration + "ioctl error, first, check if the driver of eth0 is corvane10e, ret=-1, errno = 16!\n" +
            registration + "if so, check if kxtool with the eth0 is running, not allowed another!\n" + failed + "1!\n"},
       {driver_fault(R"("type": 1, "errno": 5)"), SN, 1,
-       "kxtools_err: [send_by_driver][N] ioctl error,ret=-1!\n" + op0 + failed + "-1!\n"},
+       "kxtools_err: [send_by_driver][#] ioctl error,ret=-1!\n" + op0 + failed + "-1!\n"},
       {R"({"information": {"wrong_check_word": true}})", SN, 1, op0 + failed + "-1!\n"},
       {R"({"information": {"os_type_status": 1}})", SN, 1, op0 + failed + "-1!\n"},
   };
@@ -60,8 +59,8 @@ TEST(Driver, BringUpFailuresEndTheCommand) {
   const auto refused = kx_system::run({.card = driver_fault(R"("type": 0, "status_flag": 0)"), .words = SN});
   EXPECT_EQ(refused.status, 1);
   EXPECT_THAT(
-      numbered(refused.out),
-      testing::MatchesRegex("kxtools_err: .tarn_tools_event_info_register..N. the event_pid [0-9]+  of event_id "
+      without_line_numbers(refused.out),
+      testing::MatchesRegex("kxtools_err: .tarn_tools_event_info_register..#. the event_pid [0-9]+  of event_id "
                             "39 ioctl to kernel failed!\n.*"));
 }
 
@@ -70,16 +69,16 @@ TEST(Driver, ATableOfDescriptorsThatIsFullEndsTheCommand) {
       kx_system::run({.words = {"-c", "exec 3<&- 4<&-; ulimit -n 5; exec " KX_SYSTEM_KXTOOL " sn_info eth0 sn_info"},
                       .program = "/bin/sh"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(numbered(result.out),
-            "kxtools_err: [tarn_tools_socket_init][N] Cannot get generic netlink socket!\n"
-            "kxtools_err: [driver_open][N] tarn_tools_socket_init failed, ret=-1!\n");
+  EXPECT_EQ(without_line_numbers(result.out),
+            "kxtools_err: [tarn_tools_socket_init][#] Cannot get generic netlink socket!\n"
+            "kxtools_err: [driver_open][#] tarn_tools_socket_init failed, ret=-1!\n");
 }
 
 TEST(Driver, AnInterfaceOfAnotherDriverIsNamed) {
   check({R"({"functions": {"0000:3b:00.0": {"driver": "other"}}})", SN, 1,
-         "kxtools_err: [kxtool_drv_version_check][N] ioctl error, ret = -1!\n"
-         "kxtools_err: [tarn_tools_socket_init][N] kxtool_drv_version_check fail!\n"
-         "kxtools_err: [driver_open][N] tarn_tools_socket_init failed, ret=-1!\n"});
+         "kxtools_err: [kxtool_drv_version_check][#] ioctl error, ret = -1!\n"
+         "kxtools_err: [tarn_tools_socket_init][#] kxtool_drv_version_check fail!\n"
+         "kxtools_err: [driver_open][#] tarn_tools_socket_init failed, ret=-1!\n"});
 }
 
 TEST(Driver, OnlyOneToolIsRegisteredAtAnInterface) {
@@ -137,18 +136,18 @@ TEST(Mailbox, ANoticeNobodyKnowsIsReportedAndAcknowledgedEmpty) {
 
 TEST(Mailbox, AFailedExchangeEndsTheProcessWithItsCode) {
   const std::string red = "\033[31mmsg_chan_err: ";
-  const std::string init = "kxtools_err: [mailbox_open][N] \r****Bar channel initialization has failed ret=-1****\n";
+  const std::string init = "kxtools_err: [mailbox_open][#] \r****Bar channel initialization has failed ret=-1****\n";
   const Case cases[] = {
       {mailbox_fault(R"("message_id": 7)"), UPDATE, 15,
-       red + "[reply_take][N]send msg id: 0, but get reply msg id: 7.\033[m\nBAR MSG SEND ERR:ret 15 !\n"},
+       red + "[reply_take][#]send msg id: 0, but get reply msg id: 7.\033[m\nBAR MSG SEND ERR:ret 15 !\n"},
       {mailbox_fault(R"("length": 9)"), UPDATE, 12,
-       red + "[reply_take][N]reps_buf_len is 8, but reps_msg_len is 9\033[m\nBAR MSG SEND ERR:ret 12 !\n"},
+       red + "[reply_take][#]reps_buf_len is 8, but reps_msg_len is 9\033[m\nBAR MSG SEND ERR:ret 12 !\n"},
       {mailbox_fault(R"("length": 2)"), UPDATE, 1,
-       red + "[kxtool_pcieid_send_ostype_get][N]dev_pcieid send to riscv failed or check error!\033[m\n" + init},
+       red + "[kxtool_pcieid_send_ostype_get][#]dev_pcieid send to riscv failed or check error!\033[m\n" + init},
       {R"({"information": {"wrong_check_word": true}})", UPDATE, 1,
-       red + "[kxtool_pcieid_send_ostype_get][N]dev_pcieid send to riscv failed or check error!\033[m\n" + init},
+       red + "[kxtool_pcieid_send_ostype_get][#]dev_pcieid send to riscv failed or check error!\033[m\n" + init},
       {R"({"bar0": {"size": "0xf0fff8"}})", UPDATE, 1,
-       "mts_err: [area_prepare][N]BAR 0 of 0000:3b:00.0 has only 0xf0fff8 bytes, the message area lies behind its "
+       "mts_err: [area_prepare][#]BAR 0 of 0000:3b:00.0 has only 0xf0fff8 bytes, the message area lies behind its "
        "end\n" +
            init},
   };

@@ -70,7 +70,7 @@ TEST(SerialNumber, StatusesHaveTheirTexts) {
   for (const auto& c : cases) {
     const std::string status = std::to_string(c.status);
     check({R"({"information": {"serial_number_status": )" + status + "}}", SN, 1,
-           "sn_get_err: [kxtool_sn_get][N] sn get failed, reps.status = " + status + "," + c.text + "\n"});
+           "sn_get_err: [kxtool_sn_get][#] sn get failed, reps.status = " + status + "," + c.text + "\n"});
   }
 }
 
@@ -79,20 +79,20 @@ TEST(Information, WrongWordsPrintTheUsageLine) {
       {"{}",
        {"sn_info", "eth0"},
        1,
-       "sn_get_err: [kxtool_sn_get][N] error, the parameter of sn_get should be (kxtool sn_info eth0 sn_info), please "
-       "check!\nsn_get_info: [kxtool_sn_get][N] For more information run kxtool -h\n"},
+       "sn_get_err: [kxtool_sn_get][#] error, the parameter of sn_get should be (kxtool sn_info eth0 sn_info), please "
+       "check!\nsn_get_info: [kxtool_sn_get][#] For more information run kxtool -h\n"},
       {"{}",
        {"mac_info", "eth0", "sn_info"},
        1,
-       "mac_addr_get_err: [kxtool_mac_addr_get][N] error, the parameter of mac_addr_get should be (kxtool mac_info "
+       "mac_addr_get_err: [kxtool_mac_addr_get][#] error, the parameter of mac_addr_get should be (kxtool mac_info "
        "eth0 "
        "mac_info), please check!\n"
-       "mac_addr_get_info: [kxtool_mac_addr_get][N] For more information run kxtool -h\n"},
+       "mac_addr_get_info: [kxtool_mac_addr_get][#] For more information run kxtool -h\n"},
       {"{}",
        {"temp_info", "eth0", "chip_temp", "x"},
        1,
-       "temp_get_err: [kxtool_temp_get][N] error, the parameter of temp_get should be (kxtool temp_info eth0 "
-       "chip_temp)\ntemp_get_info: [kxtool_temp_get][N] For more information run kxtool -h\n"},
+       "temp_get_err: [kxtool_temp_get][#] error, the parameter of temp_get should be (kxtool temp_info eth0 "
+       "chip_temp)\ntemp_get_info: [kxtool_temp_get][#] For more information run kxtool -h\n"},
   };
   for (const Case& c : cases) {
     EXPECT_THAT(requests(check(c)), testing::IsEmpty());
@@ -101,23 +101,23 @@ TEST(Information, WrongWordsPrintTheUsageLine) {
 
 TEST(MacAddresses, CountAndStatusDecide) {
   const auto result = check({R"({"information": {"macs": ["00:01:02:03:04:05", "fa:fb:fc:fd:fe:ff"]}})", MAC, 0,
-                             "mac_addr_get_info: [kxtool_mac_addr_get][N] mac_addr_get_reps.mac_addr_num = 2\n"
+                             "mac_addr_get_info: [kxtool_mac_addr_get][#] mac_addr_get_reps.mac_addr_num = 2\n"
                              "mac_addr[0]=00:01:02:03:04:05\nmac_addr[1]=fa:fb:fc:fd:fe:ff\n"});
   EXPECT_THAT(requests(result), ElementsAre(request(68, 4, "09000000")));
   const std::string count =
-      "mac_addr_get_err: [kxtool_mac_addr_get][N] mac addr get failed, "
+      "mac_addr_get_err: [kxtool_mac_addr_get][#] mac addr get failed, "
       "mac_addr_get_reps.mac_addr_num = ";
   check({R"({"information": {"mac_count": 0}})", MAC, 1, count + "0!\n"});
   check({R"({"information": {"mac_count": 11}})", MAC, 1, count + "11!\n"});
   check({R"({"information": {"mac_count": 65535}})", MAC, 1, count + "65535!\n"});
   check({R"({"information": {"mac_status": 1}})", MAC, 1,
-         "mac_addr_get_err: [kxtool_mac_addr_get][N] mac addr get failed!\n"});
+         "mac_addr_get_err: [kxtool_mac_addr_get][#] mac addr get failed!\n"});
 }
 
 TEST(Temperature, ThreeAttemptsDecide) {
   const std::string good = "current chip temperature: 150 (degree centigrade) \n";
-  const std::string status = "temp_get_err: [temperature_read][N] temp get failed, temp_get_reps.status = 7!\n";
-  const std::string last = "temp_get_err: [kxtool_temp_get][N] err chip temperature: ";
+  const std::string status = "temp_get_err: [temperature_read][#] temp get failed, temp_get_reps.status = 7!\n";
+  const std::string last = "temp_get_err: [kxtool_temp_get][#] err chip temperature: ";
   struct {
     Case run;
     size_t exchanges;
@@ -138,20 +138,20 @@ TEST(Temperature, ThreeAttemptsDecide) {
 }
 
 TEST(Information, ChannelFailuresAreReported) {
-  const std::string timeout = "kxtools_err: [send_by_driver][N] BAR MSG OR VQ MSG ERR: time out, bar_or_vq_chan_ret = ";
-  const std::string sn = "sn_get_err: [kxtool_sn_get][N] tarn_tools_send_msg failed, ret=";
-  const std::string temp = "temp_get_err: [temperature_read][N] tarn_tools_send_msg failed, ret=12!\n";
+  const std::string timeout = "kxtools_err: [send_by_driver][#] BAR MSG OR VQ MSG ERR: time out, bar_or_vq_chan_ret = ";
+  const std::string sn = "sn_get_err: [kxtool_sn_get][#] tarn_tools_send_msg failed, ret=";
+  const std::string temp = "temp_get_err: [temperature_read][#] tarn_tools_send_msg failed, ret=12!\n";
   const Case cases[] = {
       {op_failure(15, 18), SN, 1, sn + "18!\n"},
       {op_failure(15, 6), SN, 1, timeout + "6!\n" + sn + "6!\n"},
       {op_failure(15, -8), SN, 1, timeout + "-8!\n" + sn + "-8!\n"},
-      {op_failure(9, 12), MAC, 1, "mac_addr_get_err: [kxtool_mac_addr_get][N] tarn_tools_send_msg failed, ret=12!\n"},
+      {op_failure(9, 12), MAC, 1, "mac_addr_get_err: [kxtool_mac_addr_get][#] tarn_tools_send_msg failed, ret=12!\n"},
       {op_failure(18, 12), TEMP, 1,
-       temp + temp + temp + "temp_get_err: [kxtool_temp_get][N] err chip temperature: 0 (degree centigrade)!!\n"},
+       temp + temp + temp + "temp_get_err: [kxtool_temp_get][#] err chip temperature: 0 (degree centigrade)!!\n"},
       {R"({"faults": {"driver": {"requests": [{"type": 1, "from": 1, "errno": 5}]}}})", SN, 1,
-       "kxtools_err: [send_by_driver][N] ioctl error,ret=-1!\n" + sn + "1!\n"},
+       "kxtools_err: [send_by_driver][#] ioctl error,ret=-1!\n" + sn + "1!\n"},
       {R"({"faults": {"driver": {"requests": [{"type": 1, "from": 1, "status_flag": 2}]}}})", SN, 1,
-       "kxtools_err: [send_by_driver][N] the user message ioctl to kernel failed!\n" + sn + "1!\n"},
+       "kxtools_err: [send_by_driver][#] the user message ioctl to kernel failed!\n" + sn + "1!\n"},
   };
   for (const Case& c : cases) {
     check(c);
@@ -162,7 +162,7 @@ std::string vf(const std::vector<std::string>& words, const std::string& rest) {
   std::string out;
   for (size_t i = 2; i < words.size(); ++i) {
     out +=
-        "kxtool_set_vf_status_info: [kxtool_set_vf_status][N] argp[" + std::to_string(i - 2) + "]: " + words[i] + "\n";
+        "kxtool_set_vf_status_info: [kxtool_set_vf_status][#] argp[" + std::to_string(i - 2) + "]: " + words[i] + "\n";
   }
   return out + rest;
 }
@@ -175,7 +175,7 @@ Case vf_case(const std::vector<std::string>& tail, int status, const std::string
 }
 
 TEST(VfStatus, WordsAreCheckedBeforeAnythingIsSent) {
-  const std::string err = "kxtool_set_vf_status_err: [words_parse][N] ";
+  const std::string err = "kxtool_set_vf_status_err: [words_parse][#] ";
   const Case cases[] = {
       vf_case({}, 1, err + "Insufficient arguments!\n"),
       vf_case({"--mode", "all_vf", "--status"}, 1, err + "Insufficient arguments!\n"),
@@ -190,9 +190,9 @@ TEST(VfStatus, WordsAreCheckedBeforeAnythingIsSent) {
 }
 
 TEST(VfStatus, ModeAndStatusReachTheDriver) {
-  const std::string sent = "kxtool_set_vf_status_info: [kxtool_set_vf_status][N] mode ";
+  const std::string sent = "kxtool_set_vf_status_info: [kxtool_set_vf_status][#] mode ";
   const std::string success =
-      "kxtool_set_vf_status_info: [vf_status_send][N] kxtool_vf_status_set_msg msg ioctl to kernel success.\n";
+      "kxtool_set_vf_status_info: [vf_status_send][#] kxtool_vf_status_set_msg msg ioctl to kernel success.\n";
   struct {
     std::vector<std::string> words;
     const char* values;
@@ -207,7 +207,7 @@ TEST(VfStatus, ModeAndStatusReachTheDriver) {
     EXPECT_THAT(requests(result), ElementsAre(AllOf(HasSubstr(" type=3 event_pid=self status=set "),
                                                     HasSubstr(std::string(" payload_length=8 payload=") + c.payload))));
   }
-  const std::string error = "kxtool_set_vf_status_err: [vf_status_send][N] ";
+  const std::string error = "kxtool_set_vf_status_err: [vf_status_send][#] ";
   check(vf_case(
       {"--mode", "all_vf", "--status", "auto"}, 1,
       sent + "0, vf_status 0\n" + error + "ioctl error, first, check if the driver of eth0 is corvane10e, ret=-1!\n",

@@ -49,8 +49,8 @@ TEST(Link, ShowsTheModuleOfTheCardFile) {
 }
 
 TEST(Link, SaysWhatIsWrongWithAModule) {
-  const std::string error = "kxtools_err: [failure_report][N] eth0: ";
-  const std::string decoding = "kxtools_err: [module_show][N] eth0: ";
+  const std::string error = "kxtools_err: [failure_report][#] eth0: ";
+  const std::string decoding = "kxtools_err: [module_show][#] eth0: ";
   const Case cases[] = {
       {card(R"({"absent": true})"), {"link", "eth0", "-m"}, 1, error + "no module is plugged in\n"},
       {card(R"({"errno": 95})"), {"link", "eth0", "-m"}, 1, error + "its driver cannot read modules\n"},
@@ -106,7 +106,7 @@ TEST(DumpEthInfo, ListsTheInterfacesOfTheCards) {
                          "0000:3b:01.0": {"interface": ""}}})",
        {"dump_eth_info"},
        1,
-       "kxtools_err: [kxtool_dump_eth_info][N] no network interface of a card\n"},
+       "kxtools_err: [kxtool_dump_eth_info][#] no network interface of a card\n"},
   };
   for (const Case& c : cases) {
     EXPECT_TRUE(check(c).log.empty());  // no card is touched

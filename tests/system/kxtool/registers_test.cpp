@@ -31,7 +31,7 @@ Result super(const std::string& card, const std::string& line) {
   const std::string before = "@1: No such command for kxtools!\n";
   const std::string after = "@2: No such command for kxtools!\n";
   const size_t start = result.out.find(before) + before.size();
-  result.out = kx_system::numbered(result.out.substr(start, result.out.find(after) - start));
+  result.out = without_line_numbers(result.out.substr(start, result.out.find(after) - start));
   return result;
 }
 
@@ -151,9 +151,9 @@ TEST(Devmem, ShowsAndWritesWords) {
       {"kxtool devmem eth0 pcsmac addr 0x18", "0x6218400018: 00000006\n"},
       {"kxtool devmem eth0 pcie addr 0x4000", "0x8800000000: 80371cf2\n"},
       {"kxtool devmem eth0 vqm addr 0x30 val 5", "0x6208000030: wrote 00000005\n"},
-      {"kxtool devmem eth0 np addr 0x2", "kxtools_err: [multiple_of_4][N] address 0x2 is not a multiple of 4\n"},
+      {"kxtool devmem eth0 np addr 0x2", "kxtools_err: [multiple_of_4][#] address 0x2 is not a multiple of 4\n"},
       {"kxtool devmem eth0 pcie addr 0x5000",
-       "kxtools_err: [place_find][N] 0x5000 is no address of pcie, which has some from 0x0 to 0x4fff\n"},
+       "kxtools_err: [place_find][#] 0x5000 is no address of pcie, which has some from 0x0 to 0x4fff\n"},
   };
   for (const Row& row : rows) {
     EXPECT_EQ(super(card, row.line).out, row.out) << row.line;
@@ -195,7 +195,7 @@ TEST(Regsdump, LeavesNothingHalf) {
   const std::string link = folder.path() + "/link";
   ASSERT_EQ(symlink(victim.c_str(), link.c_str()), 0);
   EXPECT_EQ(super("{}", "kxtool regsdump eth0 all --file " + link).out,
-            "kxtools_err: [kxtool_regsdump][N] cannot make " + link + ": File exists\n");
+            "kxtools_err: [kxtool_regsdump][#] cannot make " + link + ": File exists\n");
   EXPECT_THAT(super("{}", "kxtool regsdump eth0 all --file /dev/null").out, EndsWith("/dev/null: File exists\n"));
   const Result dying = super(R"({"faults": {"tunnel": {"transfers": [{"from": 100, "flag_stuck": true}]}}})",
                              "kxtool regsdump eth0 all --file " + victim);

@@ -12,7 +12,7 @@ TEST(SlowMailbox, ACardThatNeverAnswersEndsTheCommandWithSix) {
   const auto result = check({R"({"faults": {"mailbox": {"requests": [{"never_answers": true}]}}})",
                              {"fwupdate", "0000:3b:00.0", "p"},
                              6,
-                             "\033[31mmsg_chan_err: [slot_exchange][N]BAR MSG ERR: msg_id: 0 time out.\033[m\n"
+                             "\033[31mmsg_chan_err: [slot_exchange][#]BAR MSG ERR: msg_id: 0 time out.\033[m\n"
                              "BAR MSG SEND ERR:ret 6 !\n"},
                             {.time_limit = kx_system::milliseconds(60000)});
 }
@@ -21,9 +21,9 @@ TEST(SlowReceiver, AFamilyThatDoesNotExistEndsTheCommand) {
   check({R"({"faults": {"netlink": {"family": "unknown"}}})",
          {"sn_info", "eth0", "sn_info"},
          1,
-         "kxtools_err: [tarn_genl_get_family_id][N] ans.nlh.nlmsg_type=2, error!\n"
-         "kxtools_err: [tarn_tools_netlink_recv_msg][N] Get family_id of generic netlink failed, family_id=-1!\n"
-         "mts_err: [tarn_tools_netlink_start][N]wait_recv_ready_time = 20001\n"},
+         "kxtools_err: [tarn_genl_get_family_id][#] ans.nlh.nlmsg_type=2, error!\n"
+         "kxtools_err: [tarn_tools_netlink_recv_msg][#] Get family_id of generic netlink failed, family_id=-1!\n"
+         "mts_err: [tarn_tools_netlink_start][#]wait_recv_ready_time = 20001\n"},
         {.time_limit = kx_system::milliseconds(60000)});
 }
 

@@ -1,27 +1,10 @@
 // Texts that the tests of the framework share.
 #pragma once
 
-#include <cctype>
 #include <string>
 
+#include "../../line_numbers.h"
 #include "system/process.h"
-
-/// `text` with the line number in each "[function][number]" replaced by '#'.
-inline std::string without_line_numbers(const std::string& text) {
-  std::string result;
-  for (size_t i = 0; i < text.size(); i++) {
-    result += text[i];
-    size_t end = i + 1;
-    while (end < text.size() && isdigit(static_cast<unsigned char>(text[end])) != 0) {
-      end++;
-    }
-    if (result.ends_with("][") && end > i + 1 && end < text.size() && text[end] == ']') {
-      result += '#';
-      i = end - 1;
-    }
-  }
-  return result;
-}
 
 inline const std::string RULE = "-----------------------------------------------------\n";
 inline const std::string DEVICE_LIST = RULE + RULE;
