@@ -138,7 +138,7 @@ int Run::serve(const RunOptions& options, int signals, int parent) {
     if (set[2].revents & POLLHUP) {
       command_.listener.reset();  // nobody is left whose calls could come here
     }
-    ended = signals_handle(signals) || set[1].revents != 0;
+    ended = (set[0].revents != 0 && signals_handle(signals)) || set[1].revents != 0;
   }
   return status_;
 }

@@ -114,26 +114,31 @@ bool TrappedCall::is_alive() const {
   return ioctl(listener_, SECCOMP_IOCTL_NOTIF_ID_VALID, &notification_.id) == 0;
 }
 
-bool TrappedCall::read(uint64_t address, void* data, size_t size) const {
-  if (size == 0) {
-    return is_alive();
-  }
+bool TrappedCall::peek(uint64_t address, void* data, size_t size) const {
   struct iovec here = {data, size};
   struct iovec there = remote_range(address, size);
-  // The check comes after the read: what was read belongs to the caller only if it still waits now.
-  return process_vm_readv(thread(), &here, 1, &there, 1, 0) == static_cast<ssize_t>(size) && is_alive();
+  return process_vm_readv(thread(), &here, 1, &there, 1, 0) == static_cast<ssize_t>(size);
 }
 
-bool TrappedCall::write(uint64_t address, const void* data, size_t size) const {
-  if (!is_alive()) {
+bool TrappedCall::read(uint64_t address, void* data, size_t size) const {
+  // The check comes last: what was read belongs to the caller only if it still waits now.
+  return peek(address, data, size) && is_alive();
+}
+
+bool TrappedCall::write(std::initializer_list<Piece> pieces) const {
+  struct iovec here[most_pieces];
+  struct iovec there[most_pieces];
+  if (pieces.size() > most_pieces || !is_alive()) {
     return false;
   }
-  if (size == 0) {
-    return true;
+  size_t count = 0;
+  ssize_t total = 0;
+  for (const Piece& piece : pieces) {
+    here[count] = {const_cast<uint8_t*>(piece.data.data()), piece.data.size()};
+    there[count++] = remote_range(piece.address, piece.data.size());
+    total += std::ssize(piece.data);
   }
-  struct iovec here = {const_cast<void*>(data), size};
-  struct iovec there = remote_range(address, size);
-  return process_vm_writev(thread(), &here, 1, &there, 1, 0) == static_cast<ssize_t>(size);
+  return process_vm_writev(thread(), here, count, there, count, 0) == total;
 }
 
 void TrappedCall::answer(int64_t value, int error, uint32_t flags) const {

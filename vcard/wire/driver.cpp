@@ -71,7 +71,7 @@ struct DriverWire::Message {
   bool read(const TrappedCall& call, uint64_t from) {
     Bytes header(header_size);
     address = from;
-    if (!call.read(from, header.data(), header.size())) {
+    if (!call.peek(from, header.data(), header.size())) {
       return false;
     }
     type = get_le<uint32_t>(header, 0);
@@ -87,6 +87,15 @@ struct DriverWire::Message {
     tail = get_le<uint16_t>(header, 38);
     payload.resize(payload_length);
     return call.read(from + header_size, payload.data(), payload.size());
+  }
+
+  void log(const TrappedCall& call, const std::string& interface, RequestLog& lines) const {
+    bool own_pid = event_pid == static_cast<uint32_t>(call.process());
+    lines.line(
+        "ioctl interface=%s type=%u event_pid=%s status=%s event_id=%u route=%u reserved=%u reply=%s reply_length=%u "
+        "reserved=%u payload_length=%u payload=%s",
+        interface.c_str(), type, own_pid ? "self" : std::to_string(event_pid).c_str(), pointer_text(status), event_id,
+        route, reserved_22, pointer_text(reply), reply_length, reserved_34, payload_length, hex_text(payload).c_str());
   }
 };
 
@@ -148,13 +157,26 @@ int DriverWire::interface_error(const std::string& name) const {
   return ENODEV;
 }
 
+/// Looking takes a third of an exchange, so the socket of a thread's last request is taken for one again.
+bool DriverWire::is_socket(const TrappedCall& call) {
+  int fd = static_cast<int>(call.argument(0));
+  if (call.thread() != last_thread_ || fd != last_socket_) {
+    if (call.descriptor_target(fd).rfind("socket:", 0) != 0) {
+      return false;
+    }
+    last_thread_ = call.thread();
+    last_socket_ = fd;
+  }
+  return true;
+}
+
 void DriverWire::handle(const TrappedCall& call) {
-  if (call.descriptor_target(static_cast<int>(call.argument(0))).rfind("socket:", 0) != 0) {
+  if (!is_socket(call)) {
     call.pass_on();  // the kernel refuses it: no descriptor, or not one of a socket
     return;
   }
   Bytes request(interface_request_size);
-  if (!call.read(call.argument(2), request.data(), request.size())) {
+  if (!call.peek(call.argument(2), request.data(), request.size())) {
     call.fail(EFAULT);
     return;
   }
@@ -169,14 +191,9 @@ void DriverWire::handle(const TrappedCall& call) {
     call.fail(EFAULT);
     return;
   }
-  bool own_pid = message.event_pid == static_cast<uint32_t>(call.process());
-  card_.log().line(
-      "ioctl interface=%s type=%u event_pid=%s status=%s event_id=%u route=%u reserved=%u reply=%s reply_length=%u "
-      "reserved=%u payload_length=%u payload=%s",
-      interface.c_str(), message.type, own_pid ? "self" : std::to_string(message.event_pid).c_str(),
-      pointer_text(message.status), message.event_id, message.route, message.reserved_22, pointer_text(message.reply),
-      message.reply_length, message.reserved_34, message.payload_length, hex_text(message.payload).c_str());
-
+  if (card_.log().active()) {
+    message.log(call, interface, card_.log());
+  }
   Outcome outcome = run(call, interface, message);
   if (outcome.silent) {
     card_.log().line("ioctl_silent");
@@ -186,8 +203,10 @@ void DriverWire::handle(const TrappedCall& call) {
     card_.log().line("ioctl_answer errno=%d", outcome.error);
     call.fail(outcome.error);
   } else {
-    card_.log().line("ioctl_answer status=%u result=%d reply=%s", outcome.status_flag, outcome.result,
-                     hex_text(outcome.reply).c_str());
+    if (card_.log().active()) {
+      card_.log().line("ioctl_answer status=%u result=%d reply=%s", outcome.status_flag, outcome.result,
+                       hex_text(outcome.reply).c_str());
+    }
     call.finish(0);
   }
 }
@@ -265,18 +284,15 @@ DriverWire::Outcome DriverWire::forward(const Message& message) {
 
 bool DriverWire::write_outcome(const TrappedCall& call, const Message& message, Outcome& outcome) {
   outcome.reply.resize(std::min<size_t>(outcome.reply.size(), message.reply_length));
+  Bytes length;
   if (!outcome.reply.empty()) {
-    Bytes length;
     put_le<uint16_t>(length, 0, static_cast<uint16_t>(outcome.reply.size()));
-    if (!call.write(message.reply, outcome.reply.data(), outcome.reply.size()) ||
-        !call.write(message.address + reply_length_offset, length.data(), length.size())) {
-      return false;
-    }
   }
   Bytes status;
   put_le<uint32_t>(status, 0, outcome.status_flag);
   put_le<uint32_t>(status, 4, static_cast<uint32_t>(outcome.result));
-  return call.write(message.status, status.data(), status.size());
+  return call.write(
+      {{message.reply, outcome.reply}, {message.address + reply_length_offset, length}, {message.status, status}});
 }
 
 }  // namespace vcard

@@ -45,7 +45,7 @@ int EthtoolWire::information_answer(const TrappedCall& call, uint64_t address, c
   put_le<uint32_t>(information, 0, module_information);
   put_le<uint32_t>(information, 4, module.type);
   put_le<uint32_t>(information, 8, module.length);
-  return call.write(address, information.data(), information.size()) ? 0 : EFAULT;
+  return call.write({{address, information}}) ? 0 : EFAULT;
 }
 
 int EthtoolWire::eeprom_answer(const TrappedCall& call, uint64_t address, const Module& module) const {
@@ -67,7 +67,7 @@ int EthtoolWire::eeprom_answer(const TrappedCall& call, uint64_t address, const 
   }
   put_le<uint32_t>(header, 12, static_cast<uint32_t>(bytes.size()));
   header.insert(header.end(), bytes.begin(), bytes.end());
-  return call.write(address, header.data(), header.size()) ? 0 : EFAULT;
+  return call.write({{address, header}}) ? 0 : EFAULT;
 }
 
 int EthtoolWire::answer(const TrappedCall& call, const std::string& interface, uint64_t address) const {

@@ -107,7 +107,9 @@ bool Mailbox::take_request() {
   uint16_t event_id = get_le<uint16_t>(header, 2);
   uint16_t length = get_le<uint16_t>(header, 4);
   Bytes payload = read_slot(slot + payload_offset, std::min<size_t>(length, payload_max));
-  card_.log().line("mailbox header=%s payload=%s", hex_text(header).c_str(), hex_text(payload).c_str());
+  if (card_.log().active()) {
+    card_.log().line("mailbox header=%s payload=%s", hex_text(header).c_str(), hex_text(payload).c_str());
+  }
 
   if (event_id == general_event && get_le<uint32_t>(payload, 0) == os_type_op) {
     attached_ = true;

@@ -171,13 +171,14 @@ void NetlinkWire::poll_add(std::vector<struct pollfd>& set) const {
 }
 
 void NetlinkWire::poll_handle(const std::vector<struct pollfd>& set) {
-  Bytes message(largest_message);
+  Bytes message;
   for (const struct pollfd& entry : set) {
     auto socket =
         std::find_if(sockets_.begin(), sockets_.end(), [&](const Socket& s) { return s.card_end.get() == entry.fd; });
     if (socket == sockets_.end() || entry.revents == 0) {
       continue;
     }
+    message.resize(largest_message);
     ssize_t length = recv(entry.fd, message.data(), message.size(), MSG_DONTWAIT);
     if (length > 0) {
       request_handle(*socket, ByteView(message).first(static_cast<size_t>(length)));

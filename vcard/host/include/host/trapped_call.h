@@ -11,6 +11,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 
 #include "host/unique_fd.h"
@@ -45,7 +46,15 @@ class TrappedCall {
 
   /// The caller's memory. False when the address is not the caller's, or the caller is gone.
   bool read(uint64_t address, void* data, size_t size) const;
-  bool write(uint64_t address, const void* data, size_t size) const;
+  /// A read that another one follows: what it brought counts only once a read() has succeeded after it.
+  bool peek(uint64_t address, void* data, size_t size) const;
+  struct Piece {
+    uint64_t address;
+    ByteView data;
+  };
+  static constexpr size_t most_pieces = 4;
+  /// All pieces, in order; a piece may be empty.
+  bool write(std::initializer_list<Piece> pieces) const;
 
   /// Exactly one of these ends the call; a call that gets none stays blocked until its thread is killed.
   void finish(int64_t value) const;

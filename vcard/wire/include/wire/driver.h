@@ -51,6 +51,7 @@ class DriverWire {
 
   void load_faults(const CardSection& section);
   Fault* fault_of(uint32_t type);
+  bool is_socket(const TrappedCall& call);
   int interface_error(const std::string& name) const;
   Outcome run(const TrappedCall& call, const std::string& interface, const Message& message);
   Outcome register_tool(const TrappedCall& call, const std::string& interface, const Message& message);
@@ -64,6 +65,8 @@ class DriverWire {
   uint32_t check_word_;
   std::vector<Fault> faults_;
   std::vector<Registration> registrations_;
+  pid_t last_thread_ = -1;
+  int last_socket_ = -1;
 };
 
 }  // namespace vcard
