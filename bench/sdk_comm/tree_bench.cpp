@@ -93,8 +93,8 @@ void subject_register(const char* name) {
                                (order == KeyOrder::random ? "random/" : "ascending/") + std::to_string(count);
       benchmark::RegisterBenchmark(
           full.c_str(), [order, count](benchmark::State& state) { lifecycle<Subject, SIZE>(state, order, count); })
-          ->Iterations(static_cast<long>(std::max<std::size_t>(1, 200000 / count)))
-          ->Repetitions(5);
+          ->Iterations(static_cast<long>(std::max<std::size_t>(1, 100000 / count)))
+          ->Repetitions(count < 1000000 ? 15 : 5);
     }
   }
 }

@@ -41,6 +41,7 @@ struct AvlFunctions {
   static constexpr auto find = qlix_comm_avl_find;
   static constexpr auto remove = qlix_comm_avl_remove;
   static constexpr auto destroy = qlix_comm_avl_destroy;
+  static constexpr auto next = qlix_comm_avl_next;
 };
 
 struct RbFunctions {
@@ -51,7 +52,20 @@ struct RbFunctions {
   static constexpr auto find = qlix_comm_rb_search;
   static constexpr auto remove = qlix_comm_rb_delete;
   static constexpr auto destroy = qlix_comm_rb_destroy;
+  static constexpr auto next = qlix_comm_rb_next;
 };
+
+/// Walks the tree in key order.
+template <class Functions>
+std::uint64_t keys_sum(const typename Functions::Tree& tree) {
+  std::uint64_t sum = 0;
+  const auto* const first = tree.order.first;
+  const auto* node = first != nullptr ? static_cast<const typename Functions::Node*>(first->data) : nullptr;
+  for (; node != nullptr; node = Functions::next(node)) {
+    sum += *static_cast<const std::uint8_t*>(node->key);
+  }
+  return sum;
+}
 
 /// Node mode: records of the caller, each a node and its key.
 template <class Functions, std::size_t SIZE>
@@ -82,11 +96,7 @@ class NodeTree {
     must(Functions::remove(&tree_, keys_[i].data(), &out) == 0);
   }
   std::uint64_t walk() const {
-    std::uint64_t sum = 0;
-    for (const auto* node = tree_.order.first; node != nullptr; node = node->next) {
-      sum += *static_cast<const std::uint8_t*>(static_cast<const typename Functions::Node*>(node->data)->key);
-    }
-    return sum;
+    return keys_sum<Functions>(tree_);
   }
   static std::size_t entry_size() {
     return sizeof(Record);
@@ -128,11 +138,7 @@ class PoolTree {
     must(Functions::remove(&tree_, keys_[i].data(), &slot) == 0);
   }
   std::uint64_t walk() const {
-    std::uint64_t sum = 0;
-    for (const auto* node = tree_.order.first; node != nullptr; node = node->next) {
-      sum += *static_cast<const std::uint8_t*>(static_cast<const typename Functions::Node*>(node->data)->key);
-    }
-    return sum;
+    return keys_sum<Functions>(tree_);
   }
   static std::size_t entry_size() {
     return sizeof(typename Functions::Node) + SIZE + sizeof(qlix_comm_liststack_entry);

@@ -45,6 +45,9 @@ struct AvlTraits {
   static std::uint32_t slot(const Node* node) {
     return node->slot;
   }
+  static Node* next(const Node* node) {
+    return qlix_comm_avl_next(node);
+  }
 
   /// Height of the subtree; every node's stored height and balance are checked on the way.
   static std::int32_t shape_check(const Tree*, const Node* node) {
@@ -86,6 +89,9 @@ struct RbTraits {
   }
   static std::uint32_t slot(const Node* node) {
     return node->slot_colour >> 2;
+  }
+  static Node* next(const Node* node) {
+    return qlix_comm_rb_next(node);
   }
 
   /// Black nodes on every path of the subtree; colours and parents are checked on the way.
@@ -214,6 +220,7 @@ class ModelledTree {
         ASSERT_EQ(Traits::slot(node), expected->second.slot);
         ASSERT_EQ(node, &tree_.node_pool[expected->second.slot]);
       }
+      ASSERT_EQ(Traits::next(node), link->next != nullptr ? link->next->data : nullptr);
       prev = link;
       link = link->next;
       ++expected;

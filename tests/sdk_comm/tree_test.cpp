@@ -10,7 +10,7 @@ struct Sequence {
   std::uint32_t max;
   std::uint32_t key_size;
   bool reversed;       // order by a compare hook
-  bool shared_head;    // keys differ in their last bytes only
+  bool shared_head;    // most keys differ in their last bytes only
   std::uint32_t keys;  // different keys in play
 };
 
@@ -25,7 +25,8 @@ std::vector<Key> keys_make(const Sequence& sequence, std::mt19937& random) {
   std::vector<Key> keys;
   while (keys.size() < sequence.keys) {
     Key key(sequence.key_size, '\x7f');
-    const std::size_t from = sequence.shared_head && sequence.key_size > 2 ? sequence.key_size - 2 : 0;
+    const bool head_differs = !sequence.shared_head || random() % 16 == 0;
+    const std::size_t from = head_differs ? random() % key.size() / 2 : key.size() - 2;
     for (std::size_t i = from; i < key.size(); ++i) {
       key[i] = static_cast<char>(random());
     }

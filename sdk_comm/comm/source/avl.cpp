@@ -42,13 +42,17 @@ node_t* descend(const qlix_comm_avl* tree, const void* key, Step step) {
     const auto compare = [&sought](const node_t* node, bool& to_right) {
       return sought.equals(node->key, to_right) ? tree_way::found : tree_way::by_key;
     };
-    // In a static tree the key's place follows from the node's, so that neither waits for the other.
+    // The key is asked for together with its node. In a static tree its place follows from the node's; a caller's
+    // record mostly has it behind the node.
     const auto prefetch = [tree](const node_t* child) {
       const auto node = reinterpret_cast<std::uintptr_t>(child);
       tree_prefetch(node);
       if (tree->dynamic == 0) {
         const std::uintptr_t slot = (node - reinterpret_cast<std::uintptr_t>(tree->node_pool)) / sizeof(node_t);
+        tree_prefetch(node + offsetof(node_t, right));
         tree_prefetch(reinterpret_cast<std::uintptr_t>(tree->key_pool) + slot * tree->key_len);
+      } else {
+        tree_prefetch(node + sizeof(node_t));
       }
     };
     return tree_descend(tree->root, compare, step, prefetch);
@@ -166,6 +170,18 @@ void rebalance(const path& path, std::uint32_t depth) {
     if (link->height == before) {
       return;
     }
+  }
+}
+
+// Asks for what the removal of a node will touch, all at once. The one before in order is also the predecessor that may
+// take its place.
+void neighbours_prefetch(const qlix_comm_avl* tree, const node_t* node) {
+  for (const auto* const link : {node->order.prev, node->order.next}) {
+    tree_prefetch(reinterpret_cast<std::uintptr_t>(link));
+  }
+  tree_prefetch(reinterpret_cast<std::uintptr_t>(node->order.prev) - offsetof(node_t, order));
+  if (tree->dynamic == 0) {
+    tree_prefetch(reinterpret_cast<std::uintptr_t>(tree->slot_stack->entries + node->slot + 1));
   }
 }
 
@@ -342,6 +358,7 @@ std::uint32_t qlix_comm_avl_remove(qlix_comm_avl* tree, const void* key, void* o
     absent_set(tree, out);
     return QLIX_COMM_OK;
   }
+  neighbours_prefetch(tree, node);
   QLIX_COMM_CHECK_RC(node_unlink(tree, at.to), "node_unlink");
   result_set(tree, node, out);
   node->left = nullptr;

@@ -1,5 +1,6 @@
 #include "qlix_comm/rb.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "double_link_ops.h"
@@ -29,31 +30,74 @@ std::uint32_t pool_init(qlix_comm_rb* tree, std::uint32_t max) {
   return QLIX_COMM_OK;
 }
 
-// The first four bytes of a key as a number, which decides most comparisons without a look at the key itself. Under a
-// compare hook every head is 0 and decides nothing.
+node_t* record_of(const qlix_comm_double_link_node* order) {
+  return static_cast<node_t*>(order->data);
+}
+
+// The four bytes of a key from head_at on as a number, which decides most comparisons without a look at the key itself.
+// Under a compare hook every head is 0 and decides nothing.
 std::uint32_t key_head(const qlix_comm_rb* tree, const void* key) {
   if (tree->cmp != qlix_comm_rb_def_cmp) {
     return 0;
   }
   if (tree->key_size >= 4) {
-    return key_word<std::uint32_t>(static_cast<const std::uint8_t*>(key));
+    return key_word<std::uint32_t>(static_cast<const std::uint8_t*>(key) + tree->head_at);
   }
   std::uint8_t bytes[4] = {};
   memcpy(bytes, key, tree->key_size);
   return key_word<std::uint32_t>(bytes);
 }
 
+// Where the head of a tree's first key stands: at its end.
+std::uint32_t head_at_first(const qlix_comm_rb* tree) {
+  return tree->cmp == qlix_comm_rb_def_cmp && tree->key_size >= 4 ? tree->key_size - 4 : 0;
+}
+
+// Moves the heads forward to where the new key differs from the tree's.
+void heads_admit(qlix_comm_rb* tree, const void* key) {
+  if (tree->root == nullptr) {
+    tree->head_at = head_at_first(tree);
+    return;
+  }
+  if (memcmp(key, tree->root->key, tree->head_at) == 0) {
+    return;
+  }
+  const auto* const ours = static_cast<const std::uint8_t*>(tree->root->key);
+  const std::uint8_t* const differ =
+      std::mismatch(ours, ours + tree->head_at, static_cast<const std::uint8_t*>(key)).first;
+  tree->head_at = static_cast<std::uint32_t>(differ - ours);
+  for (const auto* link = tree->order.first; link != nullptr; link = link->next) {
+    node_t* const node = record_of(link);
+    node->key_head = key_head(tree, node->key);
+  }
+}
+
+// Head of a key that is looked for, and whether a node with the same head has the key, unseen.
+struct sought_head {
+  std::uint32_t head;
+  bool whole;
+};
+
+sought_head head_of_sought(const qlix_comm_rb* tree, const void* key) {
+  if (tree->head_at != 0 && tree->root != nullptr) {
+    if (const int order = memcmp(key, tree->root->key, tree->head_at); order != 0) {
+      return {order < 0 ? 0 : 0xFFFFFFFF, false};  // before or behind all keys of the tree
+    }
+  }
+  return {key_head(tree, key), tree->cmp == qlix_comm_rb_def_cmp && tree->head_at + 4 >= tree->key_size};
+}
+
 // Walks down to the node with `key`, or to null; `step` as in tree_descend.
 template <class Step>
 node_t* descend(const qlix_comm_rb* tree, const void* key, Step step) {
-  const std::uint32_t head = key_head(tree, key);
-  return tree_with_key(key, tree->key_size, tree->cmp, [tree, head, step](const auto& sought) {
-    const auto compare = [head, &sought](const node_t* node, bool& to_right) {
-      to_right = head > node->key_head;
-      if (head != node->key_head) {
+  const sought_head ours = head_of_sought(tree, key);
+  return tree_with_key(key, tree->key_size, tree->cmp, [tree, ours, step](const auto& sought) {
+    const auto compare = [ours, &sought](const node_t* node, bool& to_right) {
+      to_right = ours.head > node->key_head;
+      if (ours.head != node->key_head) {
         return tree_way::by_node;
       }
-      return sought.equals(node->key, to_right) ? tree_way::found : tree_way::by_key;
+      return ours.whole || sought.equals(node->key, to_right) ? tree_way::found : tree_way::by_key;
     };
     const auto prefetch = [](const node_t* child) {
       tree_prefetch(reinterpret_cast<std::uintptr_t>(child) + offsetof(node_t, left));
@@ -90,10 +134,6 @@ void place_descend(const qlix_comm_rb* tree, const void* key, place& at) {
   });
 }
 
-node_t* record_of(const qlix_comm_double_link_node* order) {
-  return static_cast<node_t*>(order->data);
-}
-
 // Place of a key to insert. Keys that come in ascending order are appended without a walk: the last node has no right
 // child.
 place insert_place(const qlix_comm_rb* tree, const void* key) {
@@ -120,6 +160,18 @@ place delete_place(const qlix_comm_rb* tree, const void* key) {
   return at;
 }
 
+// Asks for what the removal of a node will touch, all at once. The next in order is also the successor that may take
+// its place.
+void neighbours_prefetch(const qlix_comm_rb* tree, const node_t* node) {
+  for (const auto* const link : {node->order.prev, node->order.next}) {
+    tree_prefetch(reinterpret_cast<std::uintptr_t>(link));
+    tree_prefetch(reinterpret_cast<std::uintptr_t>(link) + offsetof(node_t, parent));
+  }
+  if (tree->dynamic == 0) {
+    tree_prefetch(reinterpret_cast<std::uintptr_t>(tree->slot_stack->entries + qlix_comm_rb_node_slot(node) + 1));
+  }
+}
+
 // Node of a free slot, with the key copied in.
 std::uint32_t slot_fill(qlix_comm_rb* tree, std::uint32_t slot, const void* key, node_t** node) {
   QLIX_COMM_CHECK_MUL(slot, tree->key_size);
@@ -135,6 +187,7 @@ void node_link(qlix_comm_rb* tree, const place& at, node_t* node) {
   node->left = nullptr;
   node->right = nullptr;
   node->parent = at.parent;
+  heads_admit(tree, node->key);
   node->key_head = key_head(tree, node->key);
   rb_set_colour(node, QLIX_COMM_RB_RED);
   node->order.data = node;
@@ -303,6 +356,7 @@ std::uint32_t qlix_comm_rb_delete(qlix_comm_rb* tree, const void* key, void* out
     return QLIX_COMM_RB_KEY_ABSENT;
   }
   QLIX_COMM_TRACE_DEBUG(" find the key!\n");
+  neighbours_prefetch(tree, node);
   node_t* successor = node->right;
   for (std::uint32_t depth = at.depth + 1; successor != nullptr && successor->left != nullptr;
        successor = successor->left) {

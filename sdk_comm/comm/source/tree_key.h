@@ -2,10 +2,10 @@
 //  - Under the default compare a key is read as big-endian words, which order as memcmp does. The kind of key is chosen
 //    once for an operation (tree_with_key); no step calls through a pointer.
 //  - The upper levels lie in the cache. There the way is taken by a branch: when keys come in order it is predicted,
-//  and
-//    the walk runs ahead of its comparisons.
-//  - Below, both children are prefetched while the key of their parent is on its way from memory, and the way is taken
-//    by arithmetic: a wrongly predicted branch would fetch the wrong subtree first.
+//    and the walk runs ahead of its comparisons.
+//  - Below, the way is taken by arithmetic: a wrongly predicted branch would fetch the wrong subtree first.
+//  - Both children are prefetched while the key of their parent is compared, from the level on that has left the
+//    nearest cache.
 #pragma once
 
 #include <bit>
@@ -167,6 +167,8 @@ inline void tree_prefetch(std::uintptr_t address) {
 
 /// Levels that are taken to lie in the cache: 4095 nodes with their keys, about half a megabyte.
 inline constexpr std::uint32_t TREE_HOT_LEVELS = 12;
+/// Levels that lie in the nearest cache.
+inline constexpr std::uint32_t TREE_NEAR_LEVELS = 5;
 
 enum class tree_way {
   found,
@@ -184,7 +186,7 @@ Node* tree_descend(Node* root, Compare compare, Step step, Prefetch prefetch) {
     Node* const left = node->left;
     Node* const right = node->right;
     const bool cold = level >= TREE_HOT_LEVELS;
-    if (cold) {
+    if (level >= TREE_NEAR_LEVELS) {
       prefetch(left);
       prefetch(right);
     }

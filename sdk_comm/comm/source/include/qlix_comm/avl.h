@@ -11,6 +11,7 @@
 // Nothing locks: the caller serialises access to one tree. Null arguments are 0x1201.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "qlix_comm/double_link.h"
@@ -70,6 +71,19 @@ std::uint32_t ic_comm_avl_get_last_key(const qlix_comm_avl* tree, void* key);
 /// First and last node of the order list, null in an empty tree.
 std::uint32_t ic_comm_avl_get_1st_node(const qlix_comm_avl* tree, qlix_comm_double_link_node** node);
 std::uint32_t ic_comm_avl_get_last_node(const qlix_comm_avl* tree, qlix_comm_double_link_node** node);
+
+/// The next node in key order, null after the last. It follows the order list and asks for the nodes that come soon:
+/// the list names one at a time, the tree more, and those of a large tree do not lie in the cache.
+inline qlix_comm_avl_node* qlix_comm_avl_next(const qlix_comm_avl_node* node) {
+  qlix_comm_detail::record_prefetch(node->right, sizeof *node);
+  if (node->order.next == nullptr) {
+    return nullptr;
+  }
+  auto* const record = reinterpret_cast<std::uint8_t*>(node->order.next) - offsetof(qlix_comm_avl_node, order);
+  auto* const next = reinterpret_cast<qlix_comm_avl_node*>(record);
+  __builtin_prefetch(next + 1);
+  return next;
+}
 
 /// Prints the first u32 of every key, in host order, from the smallest and from the largest key.
 std::uint32_t qlix_comm_avl_show_info(const qlix_comm_avl* tree);

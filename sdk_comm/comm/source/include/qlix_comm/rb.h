@@ -5,9 +5,11 @@
 // that a node points to must stay as it is while the node is linked.
 //
 // Keys under the default compare are compared without a call: as big-endian words of the kind that their length allows
-// (1 to 3, 4 to 8, more bytes), which order as memcmp does. The first four bytes also stand in the node, and most steps
-// of a search are decided by them. Keys that come in ascending order are appended, and keys that leave in ascending
-// order are found, without a search. A compare hook of the caller is called once for each step.
+// (1 to 3, 4 to 8, more bytes), which order as memcmp does. Four bytes of the key, the first that differ within the
+// tree, also stand in the node, and most steps of a search are decided by them. (A key that differs from the others
+// earlier than any before moves their place, and every node is visited once: at most key_size - 4 times before the tree
+// is empty again.) Keys that come in ascending order are appended, and keys that leave in ascending order are found,
+// without a search. A compare hook of the caller is called once for each step.
 //
 // Nothing locks: the caller serialises access to one tree. Null arguments are 0x1201.
 #pragma once
@@ -28,7 +30,7 @@ using qlix_comm_rb_cmp = std::int32_t (*)(const void* key_a, const void* key_b, 
 struct qlix_comm_rb_node {
   qlix_comm_double_link_node order;  ///< data = this node
   std::uint32_t slot_colour;         ///< slot number in bits 31..2, colour in bits 1..0 (1 red, 2 black, 0 cleared)
-  std::uint32_t key_head;            ///< first bytes of the key as a number; kept by the tree, in what would be padding
+  std::uint32_t key_head;            ///< four bytes of the key as a number; kept by the tree, in what would be padding
   qlix_comm_rb_node* left;
   qlix_comm_rb_node* right;
   void* key;
@@ -45,6 +47,7 @@ struct qlix_comm_rb {
   std::uint8_t* key_pool;           ///< static mode: key of slot k at k * key_size
   qlix_comm_rb_node* node_pool;     ///< static mode: node of slot k at k
   std::uint32_t inited;
+  std::uint32_t head_at;  ///< where in a key its head stands: before that all keys of the tree are the same
 };
 
 /// The default compare: byte by byte, as memcmp.
@@ -78,6 +81,18 @@ std::uint32_t qlix_comm_rb_get_last_tn(const qlix_comm_rb* tree, qlix_comm_doubl
 /// Copy the smallest and largest key to `key` (key_size bytes). Empty: 0x1004.
 std::uint32_t qlix_comm_rb_get_1st_key(const qlix_comm_rb* tree, void* key);
 std::uint32_t qlix_comm_rb_get_last_key(const qlix_comm_rb* tree, void* key);
+
+/// The next node in key order, null after the last. It follows the order list and asks for the nodes that come soon:
+/// the list names one at a time, the tree more, and those of a large tree do not lie in the cache.
+inline qlix_comm_rb_node* qlix_comm_rb_next(const qlix_comm_rb_node* node) {
+  qlix_comm_detail::record_prefetch(node->right, sizeof *node);
+  qlix_comm_detail::record_prefetch(node->parent, sizeof *node);
+  auto* const next = reinterpret_cast<qlix_comm_rb_node*>(node->order.next);
+  if (next != nullptr) {
+    __builtin_prefetch(next + 1);
+  }
+  return next;
+}
 
 /// Slot number of a node of a static tree.
 inline std::uint32_t qlix_comm_rb_node_slot(const qlix_comm_rb_node* node) {
