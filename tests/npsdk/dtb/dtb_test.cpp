@@ -1,8 +1,10 @@
 #include "dpp_dtb/dpp_dtb.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <algorithm>
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -298,6 +300,54 @@ TEST_F(Dtb, ItemsMustSuitTheChip) {
   for (const dpp_dtb_queue_cfg& cfg : bad) {
     EXPECT_EQ(dpp_dtb_queue_down_init(DEV, 1, &cfg), 0x1205u);
   }
+}
+
+// Memory whose item 6 is disturbed when item 7 is written: that first store meets a read-only page.
+class disturbed_memory {
+ public:
+  disturbed_memory() {
+    now_ = this;
+    base_ = static_cast<uint8_t*>(mmap(nullptr, BYTES, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    EXPECT_NE(base_, MAP_FAILED);
+    EXPECT_EQ(mprotect(page_of(7), PAGE, PROT_READ), 0);
+    struct sigaction action = {};
+    action.sa_handler = on_store;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(SIGSEGV, &action, &former_);
+  }
+  ~disturbed_memory() {
+    sigaction(SIGSEGV, &former_, nullptr);
+    munmap(base_, BYTES);
+  }
+  uint64_t address() const {
+    return reinterpret_cast<uint64_t>(base_);
+  }
+
+ private:
+  static constexpr size_t PAGE = 4096;
+  static constexpr size_t BYTES = size_t{DPP_DTB_ITEM_SIZE} * DPP_DTB_ITEM_NUM;
+  uint8_t* page_of(uint32_t item) {
+    return base_ + size_t{item} * DPP_DTB_ITEM_SIZE / PAGE * PAGE;
+  }
+  static void on_store(int) {
+    mprotect(now_->page_of(7), PAGE, PROT_READ | PROT_WRITE);
+    now_->base_[6 * DPP_DTB_ITEM_SIZE] ^= 0x10;
+  }
+  static inline disturbed_memory* now_ = nullptr;
+  uint8_t* base_ = nullptr;
+  struct sigaction former_ = {};
+};
+
+TEST_F(Dtb, MemoryThatLosesAWordIsRefused) {
+  hold();
+  disturbed_memory memory;
+  const dpp_dtb_queue_cfg cfg = {0, fake_chip::BUS, memory.address()};
+  printed();
+  EXPECT_EQ(dpp_dtb_queue_down_init(DEV, QUEUE, &cfg), 0xD0Cu);
+  EXPECT_EQ(printed(), "dtb queue [5] down init faild, mem err!!!\n");
+  EXPECT_EQ(post(), 0xD0Bu);
+  EXPECT_EQ(dpp_dtb_queue_down_init(DEV, QUEUE, &cfg), 0u);  // now the memory keeps what is written
+  EXPECT_EQ(post(), 0u);
 }
 
 TEST_F(Dtb, HugePageServesOneQueue) {
