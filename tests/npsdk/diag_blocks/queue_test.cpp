@@ -1,5 +1,7 @@
 // Table entries through a queue, on a chip that executes table commands.
 
+#include <csignal>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -113,6 +115,42 @@ TEST(CommandsThroughAQueue, FlushClearsWhatItIsToldAndNothingBesides) {
   for (const uint32_t at : {first - 1, first + num}) {
     EXPECT_EQ(chip.tables.eram(at)[0] + chip.tables.ddr(at)[0] + chip.tables.zcam(at)[0], 3u) << at;
     EXPECT_EQ(chip.tables.etcam(at / 512, at % 512).valid, 0xFF) << at;
+  }
+}
+
+// Whatever ends a flush, it says how far it got and leaves the queue as it found it.
+TEST(CommandsThroughAQueue, FlushCanBeInterruptedAndStopsAtARefusal) {
+  constexpr uint32_t all_of_ddr = 1u << 28;
+  const struct {
+    std::function<void(fake_chip&, const doorbell&)> third_block;
+    uint32_t code;
+    std::string line;
+  } rows[] = {
+      {[](fake_chip& chip, const doorbell& bell) {
+         raise(SIGINT);
+         chip.execute(bell);
+       },
+       0x614, "smmu1: interrupted, 0x17e of 0x10000000 entries from 0x0 on are cleared\n"},
+      {[](fake_chip& chip, const doorbell& bell) { chip.complete(bell, 0x5A5A5A04); }, 0x5A5A5A04,
+       "smmu1: stopped, 0xfe of 0x10000000 entries from 0x0 on are cleared\n"},
+  };
+  for (const auto& row : rows) {
+    fake_chip chip;
+    chip.queue_init(queue);
+    chip.tables.ddr(380) = {1};
+    chip.tables.ddr(400) = {1};
+    chip.on_doorbell = [&](const doorbell& bell) {
+      chip.bells.size() < 3 ? chip.execute(bell) : row.third_block(chip, bell);
+    };
+    const run_result flushed = command("dpp_dtb_table_flush", {dev, queue, 1, 0, all_of_ddr});
+    EXPECT_EQ(flushed.code, row.code);
+    EXPECT_NE(flushed.out.find(row.line), std::string::npos) << flushed.out;
+    EXPECT_EQ(chip.tables.ddr(400)[0], 1u);
+    chip.on_doorbell = [&](const doorbell& bell) { chip.execute(bell); };
+    for (uint32_t i = 0; i < 2 * DPP_DTB_ITEM_NUM; ++i) {
+      ASSERT_EQ(command("dpp_dtb_table_flush", {dev, queue, 1, 380, 1}).code, 0u);
+    }
+    EXPECT_EQ(chip.tables.ddr(380)[0], 0u);
   }
 }
 

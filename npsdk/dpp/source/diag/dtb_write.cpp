@@ -1,13 +1,17 @@
 // Table entries written through a queue of the queue engine, which must have been set up.
 #include <endian.h>
+#include <unistd.h>
 
 #include <iterator>
+#include <utility>
 
 #include "dpp_chip/dpp_dev.h"
+#include "dpp_diag/dpp_diag_code.h"
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_dtb/dpp_dtb.h"
 #include "dpp_dtb/dpp_dtb_dump.h"
 #include "dpp_dtb/dpp_dtb_table.h"
+#include "interrupt.h"
 #include "qlix_comm/check.h"
 
 #define DTB_CMD_CHECK_QUEUE(dev_id, queue_id)                    \
@@ -39,18 +43,31 @@ class block_sender {
     return dpp_dtb_entry_append(bytes_, sizeof(bytes_), &length_, &entry);
   }
 
+  /// All elements of an entry were added.
+  void entry_end() {
+    ++entries_;
+  }
+
   uint32_t send() {
-    const uint32_t length = length_;
-    length_ = 0;
-    return length == 0
-               ? QLIX_COMM_OK
-               : dpp_dtb_write_down_table_data(dev_id_, queue_id_, length, reinterpret_cast<const uint32_t*>(bytes_));
+    const uint32_t length = std::exchange(length_, 0);
+    const uint32_t code = length == 0 ? QLIX_COMM_OK
+                                      : dpp_dtb_write_down_table_data(dev_id_, queue_id_, length,
+                                                                      reinterpret_cast<const uint32_t*>(bytes_));
+    written_ = code == QLIX_COMM_OK ? entries_ : written_;
+    return code;
+  }
+
+  /// Entries that the chip has executed whole.
+  uint32_t written() const {
+    return written_;
   }
 
  private:
   uint32_t dev_id_;
   uint32_t queue_id_;
   uint32_t length_ = 0;
+  uint32_t entries_ = 0;
+  uint32_t written_ = 0;
   alignas(uint32_t) uint8_t bytes_[DPP_DTB_LEN_MAX];
 };
 
@@ -114,6 +131,51 @@ constexpr memory memories[] = {
     {"etcam", DPP_DTB_ETCAM_BLOCK_NUM* DPP_DTB_ETCAM_ROW_NUM, etcam_row_clear},
 };
 
+/// One line that is redrawn, on a terminal only.
+class progress {
+ public:
+  progress(const char* name, uint32_t num) : name_(name), num_(num), terminal_(isatty(STDOUT_FILENO) == 1) {}
+  progress(const progress&) = delete;
+  progress& operator=(const progress&) = delete;
+  ~progress() {
+    if (shown_ != 0) {
+      QLIX_COMM_PRINT("%s", CLEAR_LINE);
+    }
+  }
+  void draw(uint32_t done) {
+    const auto percent = static_cast<uint32_t>(uint64_t{done} * 100 / num_);
+    if (terminal_ && percent != shown_) {
+      shown_ = percent;
+      QLIX_COMM_PRINT("%s%s: %u%% cleared", CLEAR_LINE, name_, percent);
+    }
+  }
+
+ private:
+  static constexpr const char* CLEAR_LINE = "\r\033[K";
+  const char* name_;
+  uint32_t num_;
+  bool terminal_;
+  uint32_t shown_ = 0;
+};
+
+/// Clears until the end, a refusal or an interrupt.
+uint32_t entries_clear(const memory& cleared, block_sender& block, uint32_t index, uint32_t num) {
+  const dpp_interrupt_guard guard;
+  progress shown(cleared.name, num);
+  for (uint32_t i = 0; i < num; ++i) {
+    if (dpp_interrupt_guard::raised()) {
+      // What is begun is ended: a row is not left between its two elements.
+      const uint32_t code = block.send();
+      return code != QLIX_COMM_OK ? code : DPP_RC_DIAG_INTERRUPTED;
+    }
+    QLIX_COMM_CHECK_RC(cleared.clear(block, index + i), "dpp_dtb_write_down_table_data");
+    block.entry_end();
+    shown.draw(block.written());
+  }
+  QLIX_COMM_CHECK_RC(block.send(), "dpp_dtb_write_down_table_data");
+  return QLIX_COMM_OK;
+}
+
 }  // namespace
 
 uint32_t diag_dpp_dtb_smmu0_write_64(uint32_t dev_id, uint32_t queue_id, uint32_t index, uint32_t data_h,
@@ -143,10 +205,12 @@ uint32_t dpp_dtb_table_flush(uint32_t dev_id, uint32_t queue_id, uint32_t table,
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, cleared.entry_num - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, cleared.entry_num - index);
   block_sender block(dev_id, queue_id);
-  for (uint32_t i = 0; i < num; ++i) {
-    QLIX_COMM_CHECK_DEV_RC(dev_id, cleared.clear(block, index + i), "dpp_dtb_write_down_table_data");
+  const uint32_t code = entries_clear(cleared, block, index, num);
+  if (code != QLIX_COMM_OK) {
+    QLIX_COMM_PRINT("%s: %s, 0x%x of 0x%x entries from 0x%x on are cleared\n", cleared.name,
+                    code == DPP_RC_DIAG_INTERRUPTED ? "interrupted" : "stopped", block.written(), num, index);
+    return code;
   }
-  QLIX_COMM_CHECK_DEV_RC(dev_id, block.send(), "dpp_dtb_write_down_table_data");
   QLIX_COMM_PRINT("%s: entries 0x%x to 0x%x are cleared\n", cleared.name, index, index + num - 1);
   return QLIX_COMM_OK;
 }
