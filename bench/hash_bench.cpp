@@ -2,6 +2,7 @@
 // and the same checksum.
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -27,12 +28,15 @@ struct memory_chip {
 
   static uint32_t write(void* context, const dpp_se_write* write) {
     auto* chip = static_cast<memory_chip*>(context);
-    if (write->place == DPP_SE_DDR) {
-      std::memcpy(&chip->ddr[size_t{write->index} * 16], write->data, write->size);
-    } else {
-      const size_t cell = write->zblock * DPP_HASH_ZCELL_IN_BLOCK + write->zcell;
-      std::memcpy(&chip->zcam[(cell * DPP_HASH_ITEM_NUM + write->index) * DPP_SE_ITEM_BYTES], write->data, write->size);
+    const size_t cell = write->zblock * DPP_HASH_ZCELL_IN_BLOCK + write->zcell;
+    const size_t quarter = static_cast<size_t>(std::countl_zero(write->mask << 28));
+    uint8_t* at = write->place == DPP_SE_DDR
+                      ? &chip->ddr[size_t{write->index} * 16]
+                      : &chip->zcam[(cell * DPP_HASH_ITEM_NUM + write->index) * DPP_SE_ITEM_BYTES + quarter * 16];
+    if (write->data_bytes != 0) {
+      std::memcpy(at, write->data, write->data_bytes);
     }
+    std::memset(at + write->data_bytes, 0, write->size - write->data_bytes);
     return 0;
   }
 };

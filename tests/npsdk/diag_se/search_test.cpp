@@ -23,9 +23,11 @@ uint32_t word_at(const uint8_t* bytes) {
 
 /// Carries a manager's write to the card through the register windows.
 uint32_t window_write(void*, const dpp_se_write* write) {
+  uint8_t bytes[DPP_SE_ITEM_BYTES];
+  dpp_se_write_image(write, bytes);
   uint32_t words[16];
   for (uint32_t i = 0; i < 16; ++i) {
-    words[i] = word_at(write->data + 4 * i);
+    words[i] = word_at(bytes + 4 * i);
   }
   if (write->place == DPP_SE_ZCELL) {
     return dpp_se_zcell_write(0, write->zblock, write->zcell, write->index, write->mask, words);

@@ -1,5 +1,6 @@
 #include "dpp_se/dpp_hash.h"
 
+#include <bit>
 #include <cstring>
 
 #include "dpp_hash_place.h"
@@ -11,13 +12,15 @@
 
 namespace {
 
-constexpr uint32_t DDR_ITEMS_MAX = 1u << 22;
+constexpr uint8_t HEAD_VALID = 0x80;
+constexpr uint32_t HEAD_WIDTH_SHIFT = 5;
 constexpr uint32_t KEY_BYTES_MAX = DPP_SE_ITEM_BYTES - DPP_HASH_HEAD_BYTES;
 
 dpp_hash_item* items_make(uint32_t num) {
   const size_t bytes = num * sizeof(dpp_hash_item);
   void* items = ic_comm_malloc_memory(bytes);
   if (items != nullptr) {
+    dpp_hash_memory_wide(items, bytes);
     std::memset(items, 0, bytes);
   }
   return static_cast<dpp_hash_item*>(items);
@@ -51,15 +54,15 @@ dpp_hash_entry* entry_make(dpp_hash_table& table, uint32_t engine, uint32_t tabl
     return nullptr;
   }
   *entry = {};
-  entry->engine = static_cast<uint8_t>(engine);
-  entry->table = static_cast<uint8_t>(table_id);
-  entry->entry_bytes = static_cast<uint8_t>(table.entry_bytes);
-  entry->key_len = static_cast<uint8_t>(table.key_len);
-  entry->rst_len = static_cast<uint8_t>(table.rst_len);
+  entry->engine = engine & (DPP_HASH_ENGINE_NUM - 1);
+  entry->table = table_id & (DPP_HASH_TABLE_NUM - 1);
   entry->node.key = entry->key();
+  const uint32_t width = std::countr_zero(dpp_hash_quarters(table)) & 3;
+  entry->image()[0] = static_cast<uint8_t>(HEAD_VALID | width << HEAD_WIDTH_SHIFT | table_id);
+  entry->image()[1] = static_cast<uint8_t>(engine);
   std::memcpy(entry->key(), row.key, table.key_len);
   if (table.rst_len != 0) {
-    std::memcpy(entry->rst(), row.rst, table.rst_len);
+    std::memcpy(entry->rst(table), row.rst, table.rst_len);
   }
   return entry;
 }
@@ -70,7 +73,9 @@ dpp_hash_entry* entry_find(const dpp_hash_table& table, const uint8_t* key) {
   if (table.ddr_items != 0) {
     uint8_t crc_key[KEY_BYTES_MAX];
     dpp_hash_set_crc_key(key, table.key_len, crc_key);
-    for (dpp_hash_entry* entry : table.ddr[dpp_hash_ddr_index(table, crc_key)].entry) {
+    const dpp_hash_item& item = table.ddr[dpp_hash_ddr_index(table, crc_key)];
+    for (uint32_t quarter = 0; quarter < DPP_HASH_QUARTERS; quarter += dpp_hash_quarters(table)) {
+      dpp_hash_entry* const entry = item.entry[quarter];
       if (entry != nullptr && std::memcmp(entry->key(), key, table.key_len) == 0) {
         return entry;
       }
@@ -100,11 +105,10 @@ void entry_drop(dpp_hash_table* table, dpp_hash_entry* entry) {
 
 /// Brings in what the tree will touch when the node leaves it, while the chip is written.
 void neighbours_prefetch(const qlix_comm_rb_node& node) {
-  for (const void* neighbour : {static_cast<const void*>(node.order.prev), static_cast<const void*>(node.order.next)}) {
+  for (const void* neighbour : {static_cast<const void*>(node.order.prev), static_cast<const void*>(node.order.next),
+                                static_cast<const void*>(node.parent), static_cast<const void*>(node.left),
+                                static_cast<const void*>(node.right)}) {
     __builtin_prefetch(neighbour, 1);
-  }
-  for (const qlix_comm_rb_node* neighbour : {node.parent, node.left, node.right}) {
-    __builtin_prefetch(neighbour == nullptr ? nullptr : &neighbour->left, 1);
   }
 }
 
@@ -120,20 +124,14 @@ uint32_t write_or_undo(dpp_hash* hash, dpp_hash_entry* entry, Undo undo) {
   return rc;
 }
 
-void entry_restore(dpp_hash_entry* entry) {
-  for (uint32_t i = 0; i < entry->quarters(); i++) {
-    entry->item->entry[entry->quarter + i] = entry;
-  }
-}
-
-uint32_t result_change(dpp_hash* hash, dpp_hash_entry* entry, const uint8_t* rst) {
+uint32_t result_change(dpp_hash* hash, const dpp_hash_table& table, dpp_hash_entry* entry, const uint8_t* rst) {
   uint8_t before[DPP_SE_ITEM_BYTES];
-  if (entry->rst_len == 0) {
+  if (table.rst_len == 0) {
     return QLIX_COMM_OK;
   }
-  std::memcpy(before, entry->rst(), entry->rst_len);
-  std::memcpy(entry->rst(), rst, entry->rst_len);
-  return write_or_undo(hash, entry, [&] { std::memcpy(entry->rst(), before, entry->rst_len); });
+  std::memcpy(before, entry->rst(table), table.rst_len);
+  std::memcpy(entry->rst(table), rst, table.rst_len);
+  return write_or_undo(hash, entry, [&] { std::memcpy(entry->rst(table), before, table.rst_len); });
 }
 
 void table_release(dpp_hash_table* table) {
@@ -221,7 +219,7 @@ uint32_t dpp_hash_table_init(dpp_hash* hash, uint32_t engine, uint32_t table, co
   QLIX_COMM_CHECK_INDEX_UPPER(table, DPP_HASH_TABLE_NUM - 1);
   QLIX_COMM_CHECK_INDEX(cfg->key_len, 1, KEY_BYTES_MAX);
   QLIX_COMM_CHECK_INDEX_UPPER(cfg->rst_len, KEY_BYTES_MAX - cfg->key_len);
-  QLIX_COMM_CHECK_INDEX_UPPER(cfg->ddr_items, DDR_ITEMS_MAX);
+  QLIX_COMM_CHECK_INDEX_UPPER(cfg->ddr_items, DPP_HASH_DDR_ITEMS_MAX);
   QLIX_COMM_CHECK_INDEX_UPPER(cfg->ddr_items & (cfg->ddr_items - 1), 0);  // a power of two, or none
   dpp_hash_table* at = &hash->engine[engine].table[table];
   if (at->inited != 0) {
@@ -241,7 +239,7 @@ uint32_t dpp_hash_table_init(dpp_hash* hash, uint32_t engine, uint32_t table, co
     made.ddr = items_make(cfg->ddr_items);
     QLIX_COMM_CHECK_POINT(made.ddr);
   }
-  dpp_hash_pool_init(&made.pool, sizeof(dpp_hash_entry) + cfg->key_len + cfg->rst_len);
+  dpp_hash_pool_init(&made.pool, sizeof(dpp_hash_entry) + bytes);
   made.inited = 1;
   *at = made;
   return QLIX_COMM_OK;
@@ -297,7 +295,7 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   rc = qlix_comm_rb_insert(&at->tree, &entry->node, &node);
   if (rc == QLIX_COMM_RB_KEY_EXISTS) {
     dpp_hash_pool_give(&at->pool, entry);
-    return result_change(hash, dpp_hash_entry::of(node), row->rst);
+    return result_change(hash, *at, dpp_hash_entry::of(node), row->rst);
   }
   if (rc != QLIX_COMM_OK) {
     dpp_hash_pool_give(&at->pool, entry);
@@ -309,7 +307,7 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     entry_drop(at, entry);
     return DPP_HASH_RC_TABLE_FULL;
   }
-  rc = write_or_undo(hash, entry, [entry] { dpp_hash_item_remove(entry); });
+  rc = write_or_undo(hash, entry, [&] { dpp_hash_item_fill(hash, *entry, nullptr); });
   if (rc != QLIX_COMM_OK) {
     entry_drop(at, entry);
     return rc;
@@ -332,7 +330,7 @@ uint32_t dpp_hash_search(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     return DPP_HASH_RC_ABSENT;
   }
   if (rst != nullptr) {
-    std::memcpy(rst, entry->rst(), entry->rst_len);
+    std::memcpy(rst, entry->rst(*at), at->rst_len);
   }
   if (where != nullptr) {
     *where = {entry->location, entry->ddr_index, entry->quarter};
@@ -352,8 +350,8 @@ uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     return DPP_HASH_RC_ABSENT;
   }
   neighbours_prefetch(entry->node);
-  dpp_hash_item_remove(entry);
-  rc = write_or_undo(hash, entry, [entry] { entry_restore(entry); });
+  dpp_hash_item_fill(hash, *entry, nullptr);
+  rc = write_or_undo(hash, entry, [&] { dpp_hash_item_fill(hash, *entry, entry); });
   if (rc != QLIX_COMM_OK) {
     return rc;
   }

@@ -1,5 +1,6 @@
 #include "dpp_hash_place.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "dpp_se/dpp_crc.h"
@@ -12,10 +13,7 @@ constexpr uint32_t KIND_SHIFT = 17;
 constexpr uint32_t DESCRIPTOR_SHIFT = 9;
 constexpr uint32_t DESCRIPTOR_MASK = 0x7F;
 constexpr uint32_t ITEM_MASK = DPP_HASH_ITEM_NUM - 1;
-constexpr uint32_t ROWS_IN_ITEM = 4;
-
-constexpr uint8_t HEAD_VALID = 0x80;
-constexpr uint32_t HEAD_WIDTH_SHIFT = 5;
+constexpr uint32_t ALL_QUARTERS = 0xF;
 
 bool zcell_usable(const dpp_hash_engine& engine, uint32_t engine_id, const dpp_hash_zcell& cell) {
   const bool dedicated = (cell.flags & 1) != 0;
@@ -26,41 +24,36 @@ uint32_t location_of(uint32_t kind, uint32_t descriptor, uint32_t item) {
   return kind << KIND_SHIFT | descriptor << DESCRIPTOR_SHIFT | item;
 }
 
-/// The bytes of one entry, in place.
-void entry_image(const dpp_hash_entry& entry, uint8_t* bytes) {
-  const uint32_t width = entry.entry_bytes == 16 ? 0 : entry.entry_bytes == 32 ? 1 : 2;
-  bytes[0] = static_cast<uint8_t>(HEAD_VALID | width << HEAD_WIDTH_SHIFT | entry.table);
-  bytes[1] = entry.engine;
-  std::memcpy(bytes + DPP_HASH_HEAD_BYTES, entry.key(), entry.key_len);
-  std::memcpy(bytes + DPP_HASH_HEAD_BYTES + entry.key_len, entry.rst(), entry.rst_len);
-}
-
-}  // namespace
-
-uint32_t dpp_hash_item_put(dpp_hash_item* item, dpp_hash_entry* entry) {
-  const uint32_t quarters = entry->quarters();
+/// Puts the entry into the first aligned quarters that are free, DPP_HASH_RC_ITEM_FULL when there are none.
+uint32_t item_put(dpp_hash_item* item, uint32_t quarters, dpp_hash_entry* entry) {
   for (uint32_t first = 0; first < DPP_HASH_QUARTERS; first += quarters) {
-    bool free = true;
-    for (uint32_t i = 0; i < quarters; i++) {
-      free = free && item->entry[first + i] == nullptr;
+    dpp_hash_entry** const at = &item->entry[first];
+    if (std::all_of(at, at + quarters, [](const dpp_hash_entry* other) { return other == nullptr; })) {
+      std::fill_n(at, quarters, entry);
+      entry->quarter = first & (DPP_HASH_QUARTERS - 1);
+      return QLIX_COMM_OK;
     }
-    if (!free) {
-      continue;
-    }
-    for (uint32_t i = 0; i < quarters; i++) {
-      item->entry[first + i] = entry;
-    }
-    entry->item = item;
-    entry->quarter = static_cast<uint8_t>(first);
-    return QLIX_COMM_OK;
   }
   return DPP_HASH_RC_ITEM_FULL;
 }
 
-void dpp_hash_item_remove(dpp_hash_entry* entry) {
-  for (uint32_t i = 0; i < entry->quarters(); i++) {
-    entry->item->entry[entry->quarter + i] = nullptr;
+}  // namespace
+
+dpp_hash_item* dpp_hash_item_of(dpp_hash* hash, const dpp_hash_entry& entry) {
+  const uint32_t descriptor = entry.location >> DESCRIPTOR_SHIFT & DESCRIPTOR_MASK;
+  switch (entry.location >> KIND_SHIFT) {
+    case DPP_HASH_LOCATION_DDR:
+      return &dpp_hash_table_of(hash, entry).ddr[entry.ddr_index];
+    case DPP_HASH_LOCATION_ZREG:
+      return &hash->zblock[descriptor / DPP_HASH_ZCELL_IN_BLOCK].zreg;
+    default:
+      return &hash->zcell[descriptor].items[entry.location & ITEM_MASK];
   }
+}
+
+void dpp_hash_item_fill(dpp_hash* hash, const dpp_hash_entry& entry, dpp_hash_entry* with) {
+  std::fill_n(&dpp_hash_item_of(hash, entry)->entry[entry.quarter], dpp_hash_quarters(dpp_hash_table_of(hash, entry)),
+              with);
 }
 
 uint32_t dpp_hash_ddr_index(const dpp_hash_table& table, const uint8_t* crc_key) {
@@ -68,18 +61,19 @@ uint32_t dpp_hash_ddr_index(const dpp_hash_table& table, const uint8_t* crc_key)
 }
 
 uint32_t dpp_hash_insert_ddr(dpp_hash* hash, dpp_hash_entry* entry, const uint8_t* crc_key) {
-  const dpp_hash_table& table = hash->engine[entry->engine].table[entry->table];
+  const dpp_hash_table& table = dpp_hash_table_of(hash, *entry);
   const uint32_t index = dpp_hash_ddr_index(table, crc_key);
-  const uint32_t rc = dpp_hash_item_put(&table.ddr[index], entry);
+  const uint32_t rc = item_put(&table.ddr[index], dpp_hash_quarters(table), entry);
   if (rc == QLIX_COMM_OK) {
     entry->location = location_of(DPP_HASH_LOCATION_DDR, 0, 0);
-    entry->ddr_index = index;
+    entry->ddr_index = index & (DPP_HASH_DDR_ITEMS_MAX - 1);
   }
   return rc;
 }
 
 uint32_t dpp_hash_insert_zcell(dpp_hash* hash, dpp_hash_entry* entry, const uint8_t* crc_key) {
   const dpp_hash_engine& engine = hash->engine[entry->engine];
+  const dpp_hash_table& table = dpp_hash_table_of(hash, *entry);
   uint32_t crc = 0;
   uint32_t crc_zblock = DPP_HASH_ZBLOCK_NUM;  // none yet
   for (uint32_t i = 0; i < engine.zcell_num; i++) {
@@ -91,14 +85,14 @@ uint32_t dpp_hash_insert_zcell(dpp_hash* hash, dpp_hash_entry* entry, const uint
     const uint32_t number = cell.descriptor % DPP_HASH_ZCELL_IN_BLOCK;
     if (zblock != crc_zblock) {
       const dpp_hash_zblock& block = hash->zblock[zblock];
-      crc = dpp_crc16_table_lookup(crc_key, entry->key_len, block.hash_arg) & 0xFFFF;
+      crc = dpp_crc16_table_lookup(crc_key, table.key_len, block.hash_arg) & 0xFFFF;
       crc_zblock = zblock;
       QLIX_COMM_TRACE_DEBUG("zblk_idx is [0x%x],p_zblk->hash_arg is [0x%x],crc_value is [0x%x]\n", zblock,
                             block.hash_arg, crc);
     }
     const uint32_t index = crc >> number & ITEM_MASK;
     QLIX_COMM_TRACE_DEBUG("zcell_id is [0x%x],item_idx is [0x%x]\n", cell.descriptor, index);
-    if (dpp_hash_item_put(&cell.items[index], entry) == QLIX_COMM_OK) {
+    if (item_put(&cell.items[index], dpp_hash_quarters(table), entry) == QLIX_COMM_OK) {
       entry->location = location_of(DPP_HASH_LOCATION_ZCELL, cell.descriptor, index);
       return QLIX_COMM_OK;
     }
@@ -109,11 +103,12 @@ uint32_t dpp_hash_insert_zcell(dpp_hash* hash, dpp_hash_entry* entry, const uint
 
 uint32_t dpp_hash_insert_zreg(dpp_hash* hash, dpp_hash_entry* entry) {
   const dpp_hash_engine& engine = hash->engine[entry->engine];
+  const uint32_t quarters = dpp_hash_quarters(dpp_hash_table_of(hash, *entry));
   for (uint32_t i = 0; i < engine.zcell_num; i++) {
     const dpp_hash_zcell& cell = hash->zcell[engine.zcell[i]];
     const uint32_t zblock = cell.descriptor / DPP_HASH_ZCELL_IN_BLOCK;
     if (zcell_usable(engine, entry->engine, cell) &&
-        dpp_hash_item_put(&hash->zblock[zblock].zreg, entry) == QLIX_COMM_OK) {
+        item_put(&hash->zblock[zblock].zreg, quarters, entry) == QLIX_COMM_OK) {
       entry->location = location_of(DPP_HASH_LOCATION_ZREG, zblock * DPP_HASH_ZCELL_IN_BLOCK, 0);
       return QLIX_COMM_OK;
     }
@@ -126,32 +121,28 @@ uint32_t dpp_hash_write_hardware(dpp_hash* hash, const dpp_hash_entry* entry) {
   if (engine.soft_reset != 0) {
     return QLIX_COMM_OK;
   }
+  const dpp_hash_table& table = dpp_hash_table_of(hash, *entry);
+  const uint32_t quarters = dpp_hash_quarters(table);
   dpp_se_write write{};
-  write.size = DPP_SE_ITEM_BYTES;
-  for (uint32_t i = 0; i < entry->quarters(); i++) {
-    write.mask |= 8u >> (entry->quarter + i);
+  write.size = table.entry_bytes;
+  if (dpp_hash_item_of(hash, *entry)->entry[entry->quarter] == entry) {
+    write.data = entry->image();
+    write.data_bytes = DPP_HASH_HEAD_BYTES + table.key_len + table.rst_len;
   }
   const uint32_t kind = entry->location >> KIND_SHIFT;
   if (kind == DPP_HASH_LOCATION_DDR) {
-    const dpp_hash_table& table = engine.table[entry->table];
-    // The spill area is written by the row: just the entry's own.
     write.place = DPP_SE_DDR;
     write.baddr = table.ddr_baddr;
-    write.index = entry->ddr_index * ROWS_IN_ITEM + entry->quarter;
+    write.index = entry->ddr_index * DPP_HASH_QUARTERS + entry->quarter;
     write.ecc_en = table.ddr_ecc_en;
-    write.size = entry->entry_bytes;
-    if (entry->item->entry[entry->quarter] == entry) {
-      entry_image(*entry, write.data);
-    }
   } else {
     const uint32_t descriptor = entry->location >> DESCRIPTOR_SHIFT & DESCRIPTOR_MASK;
     write.place = kind == DPP_HASH_LOCATION_ZREG ? DPP_SE_ZREG : DPP_SE_ZCELL;
     write.zblock = descriptor / DPP_HASH_ZCELL_IN_BLOCK;
     write.zcell = descriptor % DPP_HASH_ZCELL_IN_BLOCK;
     write.index = kind == DPP_HASH_LOCATION_ZREG ? DPP_SE_ZREG_ADDR : entry->location & ITEM_MASK;
-    if (entry->item->entry[entry->quarter] == entry) {
-      entry_image(*entry, write.data + size_t{entry->quarter} * 16);
-    }
+    write.mask = ALL_QUARTERS & ~(ALL_QUARTERS >> quarters);
+    write.mask >>= entry->quarter;
   }
   return hash->writer.write(hash->writer.context, &write);
 }

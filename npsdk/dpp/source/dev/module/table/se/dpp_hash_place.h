@@ -5,49 +5,55 @@
 
 #include "dpp_se/dpp_hash.h"
 
-/// One entry; key and result follow the record. Records begin on a cache line, and the node stands so that what a walk
-/// down the tree reads of it (key pointer, links, the first bytes of the key behind it) shares the next one.
+/// One entry; its bytes as the chip has them, head, key and result, follow the record. Records begin on a cache line,
+/// which the node fills: a walk of the tree touches nothing else unless keys share their first four bytes.
 struct dpp_hash_entry {
-  dpp_hash_item* item;
-  uint32_t location;
-  uint32_t ddr_index;
-  uint8_t quarter;
-  uint8_t engine;
-  uint8_t table;
-  uint8_t entry_bytes;
-  uint8_t key_len;
-  uint8_t rst_len;
-  uint8_t padding[18];
   qlix_comm_rb_node node;
+  uint32_t location;
+  uint32_t ddr_index : 22;
+  uint32_t quarter : 2;
+  uint32_t engine : 3;
+  uint32_t table : 5;
 
   static dpp_hash_entry* of(void* tree_node) {
-    return reinterpret_cast<dpp_hash_entry*>(static_cast<uint8_t*>(tree_node) - offsetof(dpp_hash_entry, node));
+    return static_cast<dpp_hash_entry*>(tree_node);
   }
-  uint8_t* key() {
+  uint8_t* image() {
     return reinterpret_cast<uint8_t*>(this + 1);
   }
-  const uint8_t* key() const {
+  const uint8_t* image() const {
     return reinterpret_cast<const uint8_t*>(this + 1);
   }
-  uint8_t* rst() {
-    return key() + key_len;
+  uint8_t* key() {
+    return image() + DPP_HASH_HEAD_BYTES;
   }
-  const uint8_t* rst() const {
-    return key() + key_len;
+  const uint8_t* key() const {
+    return image() + DPP_HASH_HEAD_BYTES;
   }
-  uint32_t quarters() const {
-    return entry_bytes / 16u;
+  uint8_t* rst(const dpp_hash_table& of_table) {
+    return key() + of_table.key_len;
+  }
+  const uint8_t* rst(const dpp_hash_table& of_table) const {
+    return key() + of_table.key_len;
   }
 };
-static_assert((offsetof(dpp_hash_entry, node) + offsetof(qlix_comm_rb_node, slot_colour)) % 64 == 0);
-static_assert(sizeof(dpp_hash_entry) == offsetof(dpp_hash_entry, node) + sizeof(qlix_comm_rb_node));
+static_assert(offsetof(dpp_hash_entry, node) == 0 && sizeof(dpp_hash_entry) == sizeof(qlix_comm_rb_node) + 8);
 
-/// Puts the entry into the first aligned quarters that are free, DPP_HASH_RC_ITEM_FULL when there are none.
-uint32_t dpp_hash_item_put(dpp_hash_item* item, dpp_hash_entry* entry);
-void dpp_hash_item_remove(dpp_hash_entry* entry);
+inline dpp_hash_table& dpp_hash_table_of(dpp_hash* hash, const dpp_hash_entry& entry) {
+  return hash->engine[entry.engine].table[entry.table];
+}
+/// Quarters of an item that an entry of the table covers.
+inline uint32_t dpp_hash_quarters(const dpp_hash_table& table) {
+  return table.entry_bytes / 16;
+}
+
+/// The item where the entry's location says that it lives.
+dpp_hash_item* dpp_hash_item_of(dpp_hash* hash, const dpp_hash_entry& entry);
+/// Sets the entry's quarters of its item: to the entry, or to null.
+void dpp_hash_item_fill(dpp_hash* hash, const dpp_hash_entry& entry, dpp_hash_entry* with);
 
 // The three kinds of place, each returning 0, DPP_HASH_RC_ITEM_FULL when it has no room, or a code. `crc_key` is the
-// shaped key. On success the entry knows its item, location and quarter.
+// shaped key. On success the entry knows its location and quarter.
 uint32_t dpp_hash_insert_ddr(dpp_hash* hash, dpp_hash_entry* entry, const uint8_t* crc_key);
 uint32_t dpp_hash_insert_zcell(dpp_hash* hash, dpp_hash_entry* entry, const uint8_t* crc_key);
 uint32_t dpp_hash_insert_zreg(dpp_hash* hash, dpp_hash_entry* entry);

@@ -1,5 +1,8 @@
 #include "dpp_hash_pool.h"
 
+#include <sys/mman.h>
+
+#include <algorithm>
 #include <memory>
 
 #include "qlix_comm/memory.h"
@@ -7,8 +10,10 @@
 namespace {
 
 constexpr size_t CACHE_LINE = 64;
-constexpr uint32_t FIRST_RECORDS = 32;
-constexpr uint32_t SLAB_RECORDS = 2048;
+constexpr size_t LARGE_PAGE = size_t{2} << 20;
+// A slab is as large as all before it together. What aligns it is never touched and costs addresses only.
+constexpr size_t FIRST_SLAB = size_t{4} << 10;
+constexpr size_t LAST_SLAB = size_t{8} << 20;
 
 struct slab_head {
   slab_head* next;
@@ -18,40 +23,50 @@ struct free_record {
 };
 
 bool grow(dpp_hash_pool* pool) {
-  const uint32_t records = pool->slabs == nullptr ? FIRST_RECORDS : SLAB_RECORDS;
-  const size_t bytes = size_t{records} * pool->record_bytes;
-  auto* slab = static_cast<slab_head*>(ic_comm_malloc_memory(sizeof(slab_head) + CACHE_LINE + bytes));
+  const size_t bytes = std::clamp(pool->slab_bytes * 2, FIRST_SLAB, LAST_SLAB);
+  const size_t alignment = bytes < LARGE_PAGE ? CACHE_LINE : LARGE_PAGE;
+  auto* slab = static_cast<slab_head*>(ic_comm_malloc_memory(sizeof(slab_head) + alignment + bytes));
   if (slab == nullptr) {
     return false;
   }
   slab->next = static_cast<slab_head*>(pool->slabs);
   pool->slabs = slab;
+  pool->slab_bytes = bytes;
   void* first = slab + 1;
-  size_t room = CACHE_LINE + bytes;
-  auto* record = static_cast<uint8_t*>(std::align(CACHE_LINE, bytes, first, room));
-  for (uint32_t i = records; i > 0; i--) {
-    dpp_hash_pool_give(pool, record + size_t{i - 1} * pool->record_bytes);
-  }
+  size_t room = alignment + bytes;
+  pool->fresh = static_cast<uint8_t*>(std::align(alignment, bytes, first, room));
+  pool->fresh_bytes = bytes;
+  dpp_hash_memory_wide(pool->fresh, bytes);
   return true;
 }
 
 }  // namespace
 
+void dpp_hash_memory_wide(void* memory, size_t bytes) {
+  void* first = memory;
+  size_t room = bytes;
+  if (std::align(LARGE_PAGE, LARGE_PAGE, first, room) != nullptr) {
+    madvise(first, room / LARGE_PAGE * LARGE_PAGE, MADV_HUGEPAGE);
+  }
+}
+
 void dpp_hash_pool_init(dpp_hash_pool* pool, size_t bytes) {
-  *pool = {nullptr, nullptr, static_cast<uint32_t>((bytes + CACHE_LINE - 1) / CACHE_LINE * CACHE_LINE)};
+  *pool = {};
+  pool->record_bytes = static_cast<uint32_t>((bytes + CACHE_LINE - 1) / CACHE_LINE * CACHE_LINE);
 }
 
 void* dpp_hash_pool_take(dpp_hash_pool* pool) {
-  if (pool->free_records == nullptr && !grow(pool)) {
+  if (pool->free_records != nullptr) {
+    auto* record = static_cast<free_record*>(pool->free_records);
+    pool->free_records = record->next;
+    return record;
+  }
+  if (pool->fresh_bytes < pool->record_bytes && !grow(pool)) {
     return nullptr;
   }
-  auto* record = static_cast<free_record*>(pool->free_records);
-  pool->free_records = record->next;
-  if (record->next != nullptr) {
-    // The next record is likely to be taken soon; its second line holds the tree node.
-    __builtin_prefetch(record->next, 1);
-    __builtin_prefetch(reinterpret_cast<const uint8_t*>(record->next) + CACHE_LINE, 1);
-  }
+  uint8_t* record = pool->fresh;
+  pool->fresh += pool->record_bytes;
+  pool->fresh_bytes -= pool->record_bytes;
   return record;
 }
 
@@ -68,6 +83,5 @@ void dpp_hash_pool_release(dpp_hash_pool* pool) {
     ic_comm_free_memory(slab);
     slab = next;
   }
-  pool->slabs = nullptr;
-  pool->free_records = nullptr;
+  *pool = {};
 }

@@ -1,5 +1,4 @@
-// Memory for the entries of one table: records of one size, each beginning on a pair of cache lines, so that a tree
-// node and its key come in together.
+// Memory for the entries of one table: records of one size, each beginning on a cache line.
 #pragma once
 
 #include <cstddef>
@@ -13,3 +12,7 @@ void* dpp_hash_pool_take(dpp_hash_pool* pool);
 void dpp_hash_pool_give(dpp_hash_pool* pool, void* record);
 /// Gives all memory back, records in use included.
 void dpp_hash_pool_release(dpp_hash_pool* pool);
+
+/// Asks for large pages behind a large block that was just taken: entries and items are visited at random, and most of
+/// the visits would begin with a walk of the page tables. A system that has none to give changes nothing.
+void dpp_hash_memory_wide(void* memory, size_t bytes);

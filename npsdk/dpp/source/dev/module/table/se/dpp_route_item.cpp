@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <span>
 
 #include "dpp_se/dpp_crc.h"
 #include "qlix_comm/check.h"
@@ -28,59 +29,58 @@ void store_be32(uint8_t* bytes, uint32_t value) {
   }
 }
 
-dpp_se_write row_write(const dpp_route_table* table, uint32_t row, uint32_t size) {
+/// Writes whole rows.
+uint32_t rows_send(dpp_route_table* table, uint32_t row, std::span<const uint8_t> data) {
   dpp_se_write write{};
   write.place = DPP_SE_LPM;
   write.baddr = table->cfg.baddr;
   write.index = row;
-  write.size = size;
+  write.size = static_cast<uint32_t>(data.size());
   write.ipv6 = table->cfg.key_bytes > 8 ? 1 : 0;
-  return write;
-}
-
-uint32_t row_send(dpp_route_table* table, const dpp_se_write& write) {
+  write.data = data.data();
+  write.data_bytes = write.size;
   return table->writer.write(table->writer.context, &write);
 }
 
 uint32_t head_send(dpp_route_table* table) {
-  dpp_se_write write = row_write(table, 0, DPP_SE_ITEM_BYTES);
-  write.data[0] = HEAD_VALID;
-  write.data[1] = static_cast<uint8_t>(table->cfg.key_bytes);
-  write.data[2] = static_cast<uint8_t>(table->cfg.head_bits);
-  write.data[3] = static_cast<uint8_t>(table->slots);
+  uint8_t data[DPP_SE_ITEM_BYTES] = {};
+  data[0] = HEAD_VALID;
+  data[1] = static_cast<uint8_t>(table->cfg.key_bytes);
+  data[2] = static_cast<uint8_t>(table->cfg.head_bits);
+  data[3] = static_cast<uint8_t>(table->slots);
   for (uint32_t len = 0; len < ROUTE_LEN_NUM; len++) {
     if (table->len_items[len] != 0) {
-      uint8_t* byte = &write.data[HEAD_LENGTHS_OFFSET + len / 8];
+      uint8_t* byte = &data[HEAD_LENGTHS_OFFSET + len / 8];
       *byte = static_cast<uint8_t>(*byte | 0x80 >> len % 8);
     }
   }
-  return row_send(table, write);
+  return rows_send(table, 0, data);
 }
 
 /// A chain's first item, by number plus one; 0 ends a chain.
 uint32_t chain_send(dpp_route_table* table, uint32_t chain) {
   const uint32_t first = chain / CHAINS_IN_ROW * CHAINS_IN_ROW;
-  dpp_se_write write = row_write(table, HEAD_ROWS + chain / CHAINS_IN_ROW, ROW_BYTES);
+  uint8_t data[ROW_BYTES];
   for (uint32_t i = 0; i < CHAINS_IN_ROW; i++) {
-    store_be32(write.data + size_t{i} * 4, table->chain[first + i] + 1);
+    store_be32(data + size_t{i} * 4, table->chain[first + i] + 1);
   }
-  return row_send(table, write);
+  return rows_send(table, HEAD_ROWS + chain / CHAINS_IN_ROW, data);
 }
 
 uint32_t item_send(dpp_route_table* table, const route_item* item) {
   const uint32_t chain_rows = (1u << table->cfg.head_bits) / CHAINS_IN_ROW;
-  dpp_se_write write = row_write(table, HEAD_ROWS + chain_rows + item->number * ITEM_ROWS, DPP_SE_ITEM_BYTES);
+  uint8_t data[DPP_SE_ITEM_BYTES] = {};
   const uint32_t key_bytes = table->cfg.key_bytes;
-  write.data[0] = static_cast<uint8_t>(HEAD_VALID | item->used);
-  write.data[1] = item->anchor_len;
-  store_be32(write.data + 4, item->next + 1);
-  uint8_t* slot = write.data + SLOTS_OFFSET;
+  data[0] = static_cast<uint8_t>(HEAD_VALID | item->used);
+  data[1] = item->anchor_len;
+  store_be32(data + 4, item->next + 1);
+  uint8_t* slot = data + SLOTS_OFFSET;
   for (uint32_t i = 0; i < item->used; i++, slot += key_bytes + SLOT_TAIL_BYTES) {
     const lpm_trie_node* node = item->route[i];
     std::memcpy(slot, node->key, key_bytes);
     store_be32(slot + key_bytes, static_cast<uint32_t>(node->prefix_len) << 24 | node->result);
   }
-  return row_send(table, write);
+  return rows_send(table, HEAD_ROWS + chain_rows + item->number * ITEM_ROWS, data);
 }
 
 uint32_t send(dpp_route_table* table, route_pending::kind what, uint32_t number) {
@@ -348,9 +348,11 @@ uint32_t route_area_clear(dpp_route_table* table) {
   QLIX_COMM_CHECK_RC(head_send(table), "head_send");
   const uint32_t chain_rows = (1u << table->cfg.head_bits) / CHAINS_IN_ROW;
   constexpr uint32_t rows_at_once = DPP_SE_ITEM_BYTES / ROW_BYTES;
+  constexpr uint8_t zeros[DPP_SE_ITEM_BYTES] = {};
   for (uint32_t row = 0; row < chain_rows; row += rows_at_once) {
     const uint32_t rows = std::min(rows_at_once, chain_rows - row);
-    QLIX_COMM_CHECK_RC(row_send(table, row_write(table, HEAD_ROWS + row, rows * ROW_BYTES)), "row_send");
+    QLIX_COMM_CHECK_RC(rows_send(table, HEAD_ROWS + row, std::span(zeros).first(size_t{rows} * ROW_BYTES)),
+                       "rows_send");
   }
   return QLIX_COMM_OK;
 }

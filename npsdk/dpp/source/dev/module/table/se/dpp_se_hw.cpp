@@ -1,5 +1,6 @@
 #include "dpp_se/dpp_se_hw.h"
 
+#include <bit>
 #include <cstring>
 
 #include "dpp_dtb/dpp_dtb.h"
@@ -9,12 +10,20 @@ namespace {
 
 constexpr uint32_t ZBLOCKS_IN_GROUP = 8;
 constexpr uint32_t ROW_BITS = 30;
+constexpr uint32_t ALL_QUARTERS = 0xF;
+constexpr uint32_t QUARTER_BYTES = 16;
+
+bool writes_quarters(const dpp_se_write& write) {
+  return write.place == DPP_SE_ZCELL || write.place == DPP_SE_ZREG;
+}
 
 uint32_t zcam_pack(const dpp_se_write& write, dpp_dtb_entry* entry) {
   QLIX_COMM_CHECK_INDEX_UPPER(write.zblock, 31);
   QLIX_COMM_CHECK_INDEX_UPPER(write.zcell, 3);
   QLIX_COMM_CHECK_INDEX_UPPER(write.index, 511);
-  QLIX_COMM_CHECK_INDEX(write.size, DPP_SE_ITEM_BYTES, DPP_SE_ITEM_BYTES);
+  QLIX_COMM_CHECK_INDEX(write.mask, 1, ALL_QUARTERS);
+  const uint32_t quarters_bytes = static_cast<uint32_t>(std::popcount(write.mask)) * QUARTER_BYTES;
+  QLIX_COMM_CHECK_INDEX(write.size, quarters_bytes, quarters_bytes);
   const dpp_dtb_zcam_form form = {1,
                                   DPP_DTB_MODE_ZCAM,
                                   write.place == DPP_SE_ZCELL ? 1u : 0u,
@@ -40,15 +49,26 @@ uint32_t ddr_pack(const dpp_se_write& write, dpp_dtb_entry* entry) {
 
 }  // namespace
 
+void dpp_se_write_image(const dpp_se_write* write, uint8_t (&image)[DPP_SE_ITEM_BYTES]) {
+  const uint32_t first = writes_quarters(*write) ? static_cast<uint32_t>(std::countl_zero(write->mask << 28)) : 0;
+  std::memset(image, 0, sizeof(image));
+  if (write->data_bytes != 0) {
+    std::memcpy(image + size_t{first} * QUARTER_BYTES, write->data, write->data_bytes);
+  }
+}
+
 uint32_t dpp_se_write_pack(const dpp_se_write* write, dpp_dtb_entry* entry) {
   QLIX_COMM_CHECK_POINT(write);
   QLIX_COMM_CHECK_POINT(entry);
-  const bool zcam = write->place == DPP_SE_ZCELL || write->place == DPP_SE_ZREG;
-  const uint32_t rc = zcam ? zcam_pack(*write, entry) : ddr_pack(*write, entry);
+  QLIX_COMM_CHECK_INDEX_UPPER(write->data_bytes, write->size);
+  const bool quarters = writes_quarters(*write);
+  const uint32_t rc = quarters ? zcam_pack(*write, entry) : ddr_pack(*write, entry);
   if (rc == QLIX_COMM_OK) {
+    uint8_t image[DPP_SE_ITEM_BYTES];
+    dpp_se_write_image(write, image);
     entry->data_in_cmd_flag = 0;
-    entry->data_size = write->size;
-    std::memcpy(entry->data, write->data, write->size);
+    entry->data_size = quarters ? DPP_SE_ITEM_BYTES : write->size;
+    std::memcpy(entry->data, image, sizeof(image));
   }
   return rc;
 }

@@ -6,6 +6,7 @@
 // Operations return 0 or a code; arguments out of range are 0x1205, missing pointers, tables and zblocks 0x1201.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "dpp_se/dpp_se_hw.h"
@@ -18,6 +19,7 @@ inline constexpr uint32_t DPP_HASH_ZCELL_IN_BLOCK = 4;
 inline constexpr uint32_t DPP_HASH_ZCELL_NUM = DPP_HASH_ZBLOCK_NUM * DPP_HASH_ZCELL_IN_BLOCK;
 inline constexpr uint32_t DPP_HASH_ITEM_NUM = 512;
 inline constexpr uint32_t DPP_HASH_QUARTERS = 4;
+inline constexpr uint32_t DPP_HASH_DDR_ITEMS_MAX = 1u << 22;
 inline constexpr uint32_t DPP_HASH_HEAD_BYTES = 2;  ///< of an entry, before the key
 
 inline constexpr uint32_t DPP_HASH_RC_ITEM_FULL = 0x5400A;  ///< internal: the next place is tried
@@ -56,7 +58,10 @@ struct dpp_hash_zblock {
 /// Where the entries of one table live: slabs that grow with it and go back with it.
 struct dpp_hash_pool {
   void* slabs;
-  void* free_records;
+  void* free_records;  ///< given back
+  uint8_t* fresh;      ///< from here to its end the youngest slab is unused
+  size_t fresh_bytes;
+  size_t slab_bytes;  ///< of the youngest slab
   uint32_t record_bytes;
 };
 

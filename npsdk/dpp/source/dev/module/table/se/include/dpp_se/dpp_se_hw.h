@@ -16,19 +16,23 @@ enum dpp_se_place : uint32_t {
   DPP_SE_LPM,    ///< rows of a route area
 };
 
-/// One write. Bytes of quarters that the mask leaves out are not looked at.
+/// One write.
 struct dpp_se_write {
   dpp_se_place place;
   uint32_t zblock;  ///< zcell and zreg: 0 to 31
   uint32_t zcell;   ///< 0 to 3, 0 for a zreg
   uint32_t index;   ///< item of the zcell (0 to 511), DPP_SE_ZREG_ADDR, or first row of 128 bits from the base in DDR
   uint32_t baddr;   ///< DDR: base in units of 4 KiB
-  uint32_t mask;    ///< zcell and zreg: quarters to write, bit 3 the first
-  uint32_t size;    ///< bytes of data: 64, in DDR also 32 and 16
+  uint32_t mask;    ///< zcell and zreg: the quarters to write, bit 3 the first
+  uint32_t size;    ///< bytes to write: 16, 32 or 64; zcell and zreg: those of the quarters
   uint32_t ecc_en;
-  uint32_t ipv6;  ///< route rows: the area's keys are longer than 8 bytes
-  uint8_t data[DPP_SE_ITEM_BYTES];
+  uint32_t ipv6;        ///< route rows: the area's keys are longer than 8 bytes
+  const uint8_t* data;  ///< where the caller has them, during the call
+  uint32_t data_bytes;  ///< the rest up to `size` is zeros
 };
+
+/// The bytes of a write as they are to stand: in DDR `size` bytes, else an item with zeros in the other quarters.
+void dpp_se_write_image(const dpp_se_write* write, uint8_t (&image)[DPP_SE_ITEM_BYTES]);
 
 /// The table command for a write. 0x1205 for a place that the command has no room for.
 uint32_t dpp_se_write_pack(const dpp_se_write* write, dpp_dtb_entry* entry);
