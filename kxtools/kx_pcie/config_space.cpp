@@ -2,12 +2,12 @@
 
 #include <endian.h>
 #include <fcntl.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <cstdio>
 
 #include "common/report.h"
+#include "common/signal_hold.h"
 #include "common/unique_fd.h"
 
 namespace {
@@ -43,11 +43,7 @@ int32_t vendor_id_matches(kxtools_sbdf sbdf, uint32_t offset, uint16_t vsec_id, 
 // dwords go back.
 class bar_probe {
  public:
-  bar_probe(kxtools_sbdf sbdf, uint32_t offset) : sbdf_(sbdf), offset_(offset) {
-    sigset_t all;
-    sigfillset(&all);
-    sigprocmask(SIG_SETMASK, &all, &signals_);
-  }
+  bar_probe(kxtools_sbdf sbdf, uint32_t offset) : sbdf_(sbdf), offset_(offset) {}
   bar_probe(const bar_probe&) = delete;
   bar_probe& operator=(const bar_probe&) = delete;
   ~bar_probe() {
@@ -55,7 +51,6 @@ class bar_probe {
       pcie_cfg_write_dword(sbdf_, offset_, low_);
       pcie_cfg_write_dword(sbdf_, offset_ + 4, high_);
     }
-    sigprocmask(SIG_SETMASK, &signals_, nullptr);
   }
 
   bool read_back(uint64_t* value) {
@@ -72,9 +67,9 @@ class bar_probe {
   }
 
  private:
+  kx_signal_hold hold_;
   kxtools_sbdf sbdf_;
   uint32_t offset_;
-  sigset_t signals_;
   uint32_t low_ = 0;
   uint32_t high_ = 0;
   bool saved_ = false;

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "common/report.h"
+#include "common/signal_hold.h"
 #include "kxtools/shell.h"
 #include "options.h"
 #include "sub_commands.h"
@@ -15,25 +16,6 @@ namespace {
 
 constexpr uint32_t WORDS_MAX = 50;
 constexpr uint32_t ARGC_LIMIT = 49;
-
-// Holds SIGINT back, so that none falls between the fork and the moment when each side has its own treatment of it.
-class interrupt_hold {
- public:
-  interrupt_hold() {
-    sigset_t interrupt;
-    sigemptyset(&interrupt);
-    sigaddset(&interrupt, SIGINT);
-    sigprocmask(SIG_BLOCK, &interrupt, &old_);
-  }
-  interrupt_hold(const interrupt_hold&) = delete;
-  interrupt_hold& operator=(const interrupt_hold&) = delete;
-  ~interrupt_hold() {
-    sigprocmask(SIG_SETMASK, &old_, nullptr);
-  }
-
- private:
-  sigset_t old_;
-};
 
 [[noreturn]] void child_run(uint32_t count, char** words) {
   kxtools_child_input_detach();
@@ -70,7 +52,8 @@ int32_t kxtool_cmd(kxtools_cmd_context* ctx) {
   fflush(stderr);
   pid_t child = -1;
   {
-    const interrupt_hold hold;
+    // No interrupt falls between the fork and the moment when each side has its own treatment of it.
+    const kx_signal_hold hold(SIGINT);
     child = fork();
     if (child > 0) {
       signal(SIGINT, SIG_IGN);

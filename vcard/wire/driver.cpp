@@ -7,15 +7,13 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "interface_request.h"
+
 namespace vcard {
 
 namespace {
 
 constexpr const char* driver_name = "corvane10e";
-
-// The interface request: 16 bytes of name, a pointer to the message.
-constexpr size_t interface_name_size = 16;
-constexpr size_t interface_request_size = 40;
 
 // The message header.
 constexpr size_t header_size = 40;
@@ -175,19 +173,19 @@ void DriverWire::handle(const TrappedCall& call) {
     call.pass_on();  // the kernel refuses it: no descriptor, or not one of a socket
     return;
   }
-  Bytes request(interface_request_size);
-  if (!call.peek(call.argument(2), request.data(), request.size())) {
+  InterfaceRequest request;
+  if (!interface_request_read(call, &request)) {
     call.fail(EFAULT);
     return;
   }
-  std::string interface(request.begin(), std::find(request.begin(), request.begin() + interface_name_size, 0));
+  const std::string& interface = request.interface;
   if (int error = interface_error(interface); error != 0) {
     card_.log().line("ioctl interface=%s refused=%d", interface.c_str(), error);
     call.fail(error);
     return;
   }
   Message message;
-  if (!message.read(call, get_le<uint64_t>(request, interface_name_size))) {
+  if (!message.read(call, request.address)) {
     call.fail(EFAULT);
     return;
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "interface_request.h"
 #include "module.h"
 
 namespace vcard {
@@ -10,10 +11,6 @@ namespace vcard {
 namespace {
 
 constexpr const char* driver_name = "corvane10e";
-
-// The interface request: 16 bytes of name, a pointer to the command.
-constexpr size_t interface_name_size = 16;
-constexpr size_t interface_request_size = 40;
 
 enum Command : uint32_t { module_information = 0x42, module_eeprom = 0x43 };
 
@@ -94,13 +91,13 @@ void EthtoolWire::handle(const TrappedCall& call) {
     call.pass_on();  // the kernel refuses it: no descriptor, or not one of a socket
     return;
   }
-  Bytes request(interface_request_size);
-  if (!call.read(call.argument(2), request.data(), request.size())) {
+  InterfaceRequest request;
+  if (!interface_request_read(call, &request)) {
     call.fail(EFAULT);
     return;
   }
-  const std::string interface(request.begin(), std::find(request.begin(), request.begin() + interface_name_size, 0));
-  const int error = answer(call, interface, get_le<uint64_t>(request, interface_name_size));
+  const std::string& interface = request.interface;
+  const int error = answer(call, interface, request.address);
   card_.log().line("ethtool interface=%s errno=%d", interface.c_str(), error);
   if (error != 0) {
     call.fail(error);

@@ -1,5 +1,4 @@
 // Function-level reset: the function forgets what it was set to, so the settings are kept and given back.
-#include <signal.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -8,6 +7,7 @@
 #include "actions.h"
 #include "capabilities.h"
 #include "common/report.h"
+#include "common/signal_hold.h"
 #include "errors_bits.h"
 #include "kx_pcie/config_space.h"
 #include "kx_pcie/pcie_lock.h"
@@ -170,24 +170,6 @@ int32_t reset_run(kxtools_sbdf sbdf, uint32_t express) {
   return -1;
 }
 
-// From the first change to the last setting given back nothing interrupts.
-class signals_blocked {
- public:
-  signals_blocked() {
-    sigset_t all;
-    sigfillset(&all);
-    sigprocmask(SIG_SETMASK, &all, &former_);
-  }
-  signals_blocked(const signals_blocked&) = delete;
-  signals_blocked& operator=(const signals_blocked&) = delete;
-  ~signals_blocked() {
-    sigprocmask(SIG_SETMASK, &former_, nullptr);
-  }
-
- private:
-  sigset_t former_;
-};
-
 }  // namespace
 
 int32_t kxpcie_flr(kxtools_sbdf sbdf, kxpcie_words words) {
@@ -201,7 +183,8 @@ int32_t kxpcie_flr(kxtools_sbdf sbdf, kxpcie_words words) {
   if (!lock.take() || settings_save(sbdf, &saved) != 0) {
     return -1;
   }
-  const signals_blocked blocked;
+  // From the first change to the last setting given back nothing interrupts.
+  const kx_signal_hold hold;
   int32_t result = reset_run(sbdf, express);
   if (settings_restore(sbdf, saved) != 0) {
     KXTOOLS_ERR("not every setting could be given back to %s\n", words[0]);

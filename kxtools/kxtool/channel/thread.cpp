@@ -1,9 +1,10 @@
 #include "channel/thread.h"
 
 #include <pthread.h>
-#include <signal.h>
 
 #include <cstdlib>
+
+#include "common/signal_hold.h"
 
 namespace {
 
@@ -30,13 +31,12 @@ bool kxtool_thread_start(void (*body)(void* argument), void* argument) {
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
   pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-  sigset_t all;
-  sigset_t old;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &old);
   pthread_t thread;
-  const bool started = pthread_create(&thread, &attributes, run, start) == 0;
-  pthread_sigmask(SIG_SETMASK, &old, nullptr);
+  bool started = false;
+  {
+    const kx_signal_hold hold;  // the new thread takes over what is held
+    started = pthread_create(&thread, &attributes, run, start) == 0;
+  }
   pthread_attr_destroy(&attributes);
   if (!started) {
     free(start);

@@ -6,28 +6,10 @@
 
 #include "channel/bar_channel.h"
 #include "channel/tools_msg.h"
+#include "common/signal_hold.h"
 #include "fw_log.h"
 
 namespace {
-
-// Holds an interrupt back for as long as it lives, so that an exchange with the card is never cut.
-class interrupt_hold {
- public:
-  interrupt_hold() {
-    sigset_t interrupt;
-    sigemptyset(&interrupt);
-    sigaddset(&interrupt, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &interrupt, &before_);
-  }
-  ~interrupt_hold() {
-    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-  }
-  interrupt_hold(const interrupt_hold&) = delete;
-  interrupt_hold& operator=(const interrupt_hold&) = delete;
-
- private:
-  sigset_t before_;
-};
 
 int32_t kxtool_fw_ioctl_send(kxtool_device* device, const void* payload, uint16_t length, void* reply,
                              uint16_t* reply_len) {
@@ -65,7 +47,7 @@ int32_t kxtool_fw_msg_send_sync(kxtool_device* device, const void* payload, uint
 int32_t fw_request_send(fw_update* update, std::span<const uint8_t> request, std::span<uint8_t> reply,
                         uint16_t reply_min) {
   std::ranges::fill(reply, uint8_t{0});
-  const interrupt_hold hold;
+  const kx_signal_hold hold(SIGINT);
   uint16_t reply_len = static_cast<uint16_t>(reply.size());
   if (update->send(update->device, request.data(), static_cast<uint16_t>(request.size()), reply.data(), &reply_len) !=
       0) {

@@ -326,31 +326,25 @@ uint32_t dpp_reg_val_get(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, ui
   return QLIX_COMM_OK;
 }
 
+// The bodies of the three, so that their own names stand in the lines of their checks.
+#define REG_FIELDS_FILL(reg_no, field_values, value_of_field)           \
+  QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1);                 \
+  QLIX_COMM_CHECK_POINT(field_values);                                  \
+  for (const dpp_reg_field& field : fields_of(dpp_reg_table[reg_no])) { \
+    *(field_values)++ = (value_of_field);                               \
+  }                                                                     \
+  return QLIX_COMM_OK
+
 uint32_t dpp_reg_default_val_get(uint32_t reg_no, uint32_t* field_values) {
-  QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1);
-  QLIX_COMM_CHECK_POINT(field_values);
-  for (const dpp_reg_field& field : fields_of(dpp_reg_table[reg_no])) {
-    *field_values++ = field.default_value;
-  }
-  return QLIX_COMM_OK;
+  REG_FIELDS_FILL(reg_no, field_values, field.default_value);
 }
 
 uint32_t dpp_reg_max_val_get(uint32_t reg_no, uint32_t* field_values) {
-  QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1);
-  QLIX_COMM_CHECK_POINT(field_values);
-  for (const dpp_reg_field& field : fields_of(dpp_reg_table[reg_no])) {
-    *field_values++ = field_mask(field);
-  }
-  return QLIX_COMM_OK;
+  REG_FIELDS_FILL(reg_no, field_values, field_mask(field));
 }
 
 uint32_t dpp_reg_rand_val_get(uint32_t reg_no, uint32_t* field_values) {
-  QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1);
-  QLIX_COMM_CHECK_POINT(field_values);
-  for (const dpp_reg_field& field : fields_of(dpp_reg_table[reg_no])) {
-    *field_values++ = static_cast<uint32_t>(random_next()) & field_mask(field);
-  }
-  return QLIX_COMM_OK;
+  REG_FIELDS_FILL(reg_no, field_values, static_cast<uint32_t>(random_next()) & field_mask(field));
 }
 
 uint32_t dpp_reg_cap_cfg_set(uint32_t en, uint32_t reg_start, uint32_t reg_end) {

@@ -3,6 +3,7 @@
 #include <unordered_map>
 
 #include "dpp_cmd_hash.h"
+#include "text_pool.h"
 
 namespace cmd_gen {
 
@@ -11,37 +12,6 @@ namespace {
 // Kinds of records behind those of the sheets.
 constexpr uint32_t kind_register_print = 4;
 constexpr uint32_t kind_register_dump = 5;
-
-class text_pool {
- public:
-  uint32_t add(const std::string& text) {
-    const auto [found, added] = offsets_.try_emplace(text, size_);
-    if (added) {
-      texts_.push_back(text);
-      size_ += static_cast<uint32_t>(text.size()) + 1;
-    }
-    return found->second;
-  }
-  std::string source() const {
-    std::string out = "extern const char dpp_cmd_text_pool[" + std::to_string(size_) + " + 1] =\n";
-    for (const std::string& text : texts_) {
-      out += "\"";
-      for (const char c : text) {
-        out += c == '\n'               ? "\\n"
-               : c == '\t'             ? "\\t"
-               : c == '"' || c == '\\' ? std::string("\\") + c
-                                       : std::string(1, c);
-      }
-      out += "\\0\"\n";
-    }
-    return out + ";\n";
-  }
-
- private:
-  std::vector<std::string> texts_;
-  std::unordered_map<std::string, uint32_t> offsets_;
-  uint32_t size_ = 0;
-};
 
 /// Rows of one array of the generated source.
 class array_source {
@@ -110,7 +80,7 @@ class table_writer {
            "#include \"dpp_cmd_table.h\"\n\n#include \"dpp_cmd_bridge.h\"\n"
            "#include \"dpp_diag/dpp_diag_functions.h\"\n\n" +
            records_.source() + slots_source() + rows_.source() + args_.source() + steps_.source() + values_.source() +
-           functions_.source() + pool_.source();
+           functions_.source() + pool_.source("dpp_cmd_text_pool");
   }
 
  private:

@@ -1,37 +1,13 @@
 #include "emit.h"
 
 #include <cctype>
-#include <unordered_map>
 
 #include "dpp_reg_hash.h"
+#include "text_pool.h"
 
 namespace reg_gen {
 
 namespace {
-
-/// Zero-terminated texts one behind the other, equal texts once.
-class text_pool {
- public:
-  uint32_t add(const std::string& text) {
-    const auto [found, added] = offsets_.try_emplace(text, size_);
-    if (added) {
-      texts_.push_back(text);
-      size_ += static_cast<uint32_t>(text.size()) + 1;
-    }
-    return found->second;
-  }
-  const std::vector<std::string>& texts() const {
-    return texts_;
-  }
-  uint32_t size() const {
-    return size_;
-  }
-
- private:
-  std::vector<std::string> texts_;
-  std::unordered_map<std::string, uint32_t> offsets_;
-  uint32_t size_ = 0;
-};
 
 std::string numbers(std::initializer_list<uint32_t> values) {
   std::string out = "{";
@@ -93,11 +69,7 @@ std::string table_text(const std::vector<reg>& regs) {
   out += "extern const dpp_reg_field dpp_reg_field_table[" + std::to_string(field_count) + "] = {\n" + fields + "};\n";
   out += name_slots_text(regs);
   out += "extern const uint32_t dpp_reg_text_size = " + std::to_string(pool.size()) + ";\n";
-  out += "extern const char dpp_reg_text_pool[" + std::to_string(pool.size()) + " + 1] =\n";
-  for (const std::string& text : pool.texts()) {
-    out += "\"" + text + "\\0\"\n";
-  }
-  return out + ";\n";
+  return out + pool.source("dpp_reg_text_pool");
 }
 
 std::string constants_text(const std::vector<reg>& regs) {

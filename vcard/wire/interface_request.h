@@ -1,0 +1,19 @@
+// What every ioctl of a network interface begins with.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "host/trapped_call.h"
+
+namespace vcard {
+
+struct InterfaceRequest {
+  std::string interface;
+  uint64_t address = 0;  // the caller's data
+};
+
+/// Takes the request of a trapped ioctl. False when its address is not the caller's.
+bool interface_request_read(const TrappedCall& call, InterfaceRequest* request);
+
+}  // namespace vcard
