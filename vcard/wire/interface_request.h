@@ -13,7 +13,7 @@ struct InterfaceRequest {
   uint64_t address = 0;  // the caller's data
 };
 
-/// Takes the request of a trapped ioctl. False when its address is not the caller's.
+/// Takes the request of a trapped ioctl by a peek. False when its address is not the caller's.
 bool interface_request_read(const TrappedCall& call, InterfaceRequest* request);
 
 }  // namespace vcard

@@ -154,9 +154,4 @@ TEST_F(Row, WholeHealthCountsWhatItsBlocksFound) {
               testing::ContainsRegex("\nNP: [0-9]+ items, 1 errors, [0-9]+ not ready, 0 busy: NOT HEALTHY"));
 }
 
-TEST_F(Row, MissingWordsAreZero) {
-  memory().words[0x010000] = 1;
-  EXPECT_EQ(command("diag_dpp_pktrx_port_en_prt", {}).out, command("diag_dpp_pktrx_port_en_prt", {0, 0}).out);
-}
-
 }  // namespace

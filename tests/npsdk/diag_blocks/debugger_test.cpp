@@ -104,7 +104,6 @@ TEST_F(CommandsOnCard, DebuggerDoesNotTrustADeadCard) {
     EXPECT_TRUE(holds(result.out, "cluster 0 does not tell its state\n"));
   }
   EXPECT_EQ(command("dpp_download_debug_load", {0, 0, 0, 1, 2, 3, 4}).code != 0, true);
-  dead = false;
 }
 
 TEST_F(CommandsOnCard, MemoriesOfTheQueueEngineAreClearedOneByOneOrAllAtOnce) {

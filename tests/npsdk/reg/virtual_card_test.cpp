@@ -1,10 +1,9 @@
-// The driver's registers on the virtual card's network processor: the two are written apart, and here they meet.
+// The driver's registers on the virtual card's network processor: the two are written apart, and here they meet. The
+// memories behind the windows meet in the tests of the diagnostic commands.
 
-#include <algorithm>
-#include <utility>
+#include <string_view>
 
 #include "card_device.h"
-#include "dpp_reg/dpp_reg_access.h"
 #include "dpp_reg/dpp_reg_no.h"
 
 namespace {
@@ -115,118 +114,6 @@ TEST_F(OnVirtualCard, CardFileRefusesWhatIsNoRegisterOrPort) {
   }
 }
 
-TEST_F(OnVirtualCard, ERamIsOneMemoryInFiveWidths) {
-  for (uint32_t word = 0; word < 4; ++word) {
-    set(DPP_REG_SMMU0_CPU_IND_DATA, word, 0x11111111 * (word + 1));
-  }
-  set(DPP_REG_SMMU0_CPU_IND_CMD, 0, 0, 0, 0, 0x20);  // line 0x20, 128 bits
-  struct view {
-    uint32_t mode;
-    uint32_t index;
-    uint32_t word0;
-    uint32_t word1;
-  };
-  const view views[] = {
-      {0, 0x20, 0x11111111, 0x22222222},
-      {1, 0x41, 0x33333333, 0x44444444},
-      {2, 0x82, 0x33333333, 0},
-      {3, 0x801, 1, 0},  // bits 125 and 124 of 0x11111111...
-      {4, 0x1003, 1, 0},
-      {4, 0x1002, 0, 0},
-  };
-  for (const view& v : views) {
-    set(DPP_REG_SMMU0_CPU_IND_CMD, 0, 1, 0, v.mode, v.index);
-    EXPECT_EQ(value(DPP_REG_SMMU0_CPU_IND_STATUS), 1u);
-    EXPECT_EQ(value(DPP_REG_SMMU0_CPU_IND_DATA, 0, 0, 0), v.word0) << v.mode << " " << v.index;
-    EXPECT_EQ(value(DPP_REG_SMMU0_CPU_IND_DATA, 0, 0, 1), v.word1) << v.mode << " " << v.index;
-  }
-  set(DPP_REG_SMMU0_CPU_IND_CMD, 0, 1, 1, 1, 0x40);  // read and clear the upper half
-  set(DPP_REG_SMMU0_CPU_IND_CMD, 0, 1, 0, 0, 0x20);
-  EXPECT_EQ(value(DPP_REG_SMMU0_CPU_IND_DATA, 0, 0, 1), 0u);
-  EXPECT_EQ(value(DPP_REG_SMMU0_CPU_IND_DATA, 0, 0, 2), 0x33333333u);
-}
-
-TEST_F(OnVirtualCard, DdrAnswersInThreeWidths) {
-  for (uint32_t word = 0; word < 16; ++word) {
-    set(DPP_REG_SMMU1_CPU_IND_DATA, word, word + 1);
-  }
-  set(DPP_REG_SMMU1_CPU_IND_CMD, 0, 0, 2, 5);
-  set(DPP_REG_SMMU1_CPU_IND_CMD, 0, 1, 1, 11);  // upper 256 bits of the 512-bit entry 5
-  EXPECT_EQ(value(DPP_REG_SMMU1_CPU_IND_DATA, 0, 0, 0), 9u);
-  EXPECT_EQ(value(DPP_REG_SMMU1_CPU_IND_DATA, 0, 0, 8), 0u);
-  set(DPP_REG_SMMU1_CPU_IND_CMD, 0, 1, 0, 20);
-  EXPECT_EQ(value(DPP_REG_SMMU1_CPU_IND_DATA, 0, 0, 3), 4u);
-}
-
-TEST_F(OnVirtualCard, HashMemoryIsWrittenByQuarters) {
-  uint32_t line[16];
-  uint32_t back[16];
-  std::fill(std::begin(line), std::end(line), 0xAAAAAAAA);
-  ASSERT_EQ(dpp_se_alg_write(0, 0xFu << 17 | 0x1234, line), 0u);
-  std::fill(std::begin(line), std::end(line), 0x55555555);
-  ASSERT_EQ(dpp_se_alg_write(0, 0x8u << 17 | 0x1234, line), 0u);
-  ASSERT_EQ(dpp_se_alg_read(0, 0x1234, back), 0u);
-  EXPECT_EQ(back[0], 0x55555555u);
-  EXPECT_EQ(back[3], 0x55555555u);
-  EXPECT_EQ(back[4], 0xAAAAAAAAu);
-  EXPECT_EQ(back[15], 0xAAAAAAAAu);
-  // Registers of the zblocks have places of their own.
-  const uint32_t zblock[3] = {1, 3, 1};
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_ZBLOCK_SERVICE_CONFIGURE, 3, 7, zblock), 0u);
-  EXPECT_EQ(value(DPP_REG_ZBLOCK_SERVICE_CONFIGURE, 1, 3, 7), 3u);
-  EXPECT_EQ(value(DPP_REG_ZBLOCK_SERVICE_CONFIGURE, 1, 3, 6), 0u);
-}
-
-TEST_F(OnVirtualCard, TernaryRowsKeepDataMaskAndValidBits) {
-  for (uint32_t word = 0; word < 20; ++word) {
-    set(DPP_REG_ETCAM_CPU_IND_DATA, word, 0xFFFFFFFF);
-  }
-  // Part 0 (the first ten bytes) of row 3 in block 2, its valid bit set.
-  set(DPP_REG_ETCAM_CPU_IND_CMD, 0, 0, 0, 1, 1, 0x80, 0x80, 2, 3);
-  set(DPP_REG_ETCAM_CPU_IND_CMD, 0, 1, 0, 1, 0, 0, 0, 2, 3);
-  EXPECT_EQ(value(DPP_REG_ETCAM_CPU_IND_DATA, 0, 0, 1), 0xFFFFFFFFu);
-  EXPECT_EQ(value(DPP_REG_ETCAM_CPU_IND_DATA, 0, 0, 2), 0xFFFF0000u);
-  EXPECT_EQ(value(DPP_REG_ETCAM_CPU_IND_DATA, 0, 0, 3), 0u);
-  EXPECT_EQ(value(DPP_REG_ETCAM_CPU_IND_VBIT), 0x80u);
-  set(DPP_REG_ETCAM_CPU_IND_CMD, 0, 1, 0, 0, 0, 0, 0, 2, 3);
-  EXPECT_EQ(value(DPP_REG_ETCAM_CPU_IND_DATA, 0, 0, 0), 0u);
-}
-
-TEST_F(OnVirtualCard, StatisticsLieInERamAndClearOnDemand) {
-  insert(R"({"statistics": {"0x11d02": "0x500000006"}})");
-  const auto read = [](uint32_t clear) {
-    set(DPP_REG_STAT_CPU_IND_CMD, 0, 1, clear, 0, 0x11d02);
-    return std::pair(value(DPP_REG_STAT_CPU_IND_DATA, 0, 0, 0), value(DPP_REG_STAT_CPU_IND_DATA, 0, 0, 1));
-  };
-  EXPECT_EQ(read(0), std::pair(5u, 6u));
-  set(DPP_REG_SMMU0_CPU_IND_CMD, 0, 1, 0, 1, 0x40000 * 2 + 0x11d02);
-  EXPECT_EQ(value(DPP_REG_SMMU0_CPU_IND_DATA, 0, 0, 1), 6u);
-  EXPECT_EQ(read(1), std::pair(5u, 6u));
-  EXPECT_EQ(read(0), std::pair(0u, 0u));
-}
-
-TEST_F(OnVirtualCard, PolicerClusterAndTrafficManagerMemoriesKeepEntries) {
-  set(DPP_REG_CAR_CPU_IND_DATA, 7, 0x77);
-  set(DPP_REG_CAR_CPU_IND_CMD, 0, 0, 1, 2, 9);
-  set(DPP_REG_CAR_CPU_IND_DATA, 7, 0);
-  set(DPP_REG_CAR_CPU_IND_CMD, 0, 1, 1, 2, 9);
-  EXPECT_EQ(value(DPP_REG_CAR_CPU_IND_DATA, 0, 0, 7), 0x77u);
-  set(DPP_REG_CAR_CPU_IND_CMD, 0, 1, 0, 2, 9);
-  EXPECT_EQ(value(DPP_REG_CAR_CPU_IND_DATA, 0, 0, 7), 0u);
-
-  const uint32_t word = 0x99;
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_PPU_CLS_IND_DATA, 5, 3, &word), 0u);
-  set(DPP_REG_PPU_CLS_IND_CMD, 5, 0, 0, 0, 0x100);
-  const uint32_t other = 0;
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_PPU_CLS_IND_DATA, 5, 3, &other), 0u);
-  set(DPP_REG_PPU_CLS_IND_CMD, 5, 1, 0, 0, 0x100);
-  EXPECT_EQ(value(DPP_REG_PPU_CLS_IND_DATA, 0, 5, 3), 0x99u);
-
-  set(DPP_REG_ETM_CRDT_WEIGHT, 511, 2, 40);
-  EXPECT_EQ(value(DPP_REG_ETM_CRDT_WEIGHT, 1, 0, 511), 40u);
-  EXPECT_EQ(value(DPP_REG_ETM_CRDT_WEIGHT, 1, 0, 510), 1u);
-}
-
 TEST_F(OnVirtualCard, CaptureTakesAPacketThatItsFilterNames) {
   set(DPP_REG_PBU_CAP_FILTER_SMAC, 0, 0x0000AABB, 0xCCDDEEFF);
   set(DPP_REG_PBU_CAP_FILTER_EN, 0, 0, 1, 0, 0);
@@ -237,20 +124,6 @@ TEST_F(OnVirtualCard, CaptureTakesAPacketThatItsFilterNames) {
   set(DPP_REG_PBU_CAP_CLR, 0, 1);
   EXPECT_EQ(value(DPP_REG_PBU_CAP_STATUS, DPP_FIELD_PBU_CAP_STATUS_CAP_FULL), 0u);
   EXPECT_EQ(value(DPP_REG_PBU_CAP_DATA, 0, 0, 2), 0u);
-}
-
-TEST_F(OnVirtualCard, DebuggerStopsAtBreakpointsAndSteps) {
-  const uint32_t breakpoint[2] = {1, 0x120};
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_PPU_CLS_DBG_BP, 2, 4, breakpoint), 0u);
-  set(DPP_REG_PPU_CLS_DBG_CTRL, 2, 0, 0, 0, 1);
-  EXPECT_EQ(value(DPP_REG_PPU_CLS_DBG_STATUS, 0, 0, 2), 1u);
-  set(DPP_REG_PPU_DBG_PKT_SEND, 0, 1, 0, 64);
-  EXPECT_EQ(value(DPP_REG_PPU_CLS_DBG_STATUS, DPP_FIELD_PPU_CLS_DBG_STATUS_DBG_STOPPED, 0, 2), 1u);
-  EXPECT_EQ(value(DPP_REG_PPU_CLS_DBG_STATUS, DPP_FIELD_PPU_CLS_DBG_STATUS_DBG_PC, 0, 2), 0x120u);
-  EXPECT_EQ(value(DPP_REG_PPU_CLS_INT_STATUS, DPP_FIELD_PPU_CLS_INT_STATUS_BP_HIT, 0, 2), 1u);
-  set(DPP_REG_PPU_CLS_DBG_CTRL, 2, 0, 0, 1, 0);
-  EXPECT_EQ(value(DPP_REG_PPU_CLS_DBG_STATUS, DPP_FIELD_PPU_CLS_DBG_STATUS_DBG_PC, 0, 2), 0x121u);
-  EXPECT_EQ(value(DPP_REG_PPU_CLS_DBG_STATUS, 0, 0, 3), 0u);
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 TEST(Kxnp, PrintsTheCardsPortsVersionAndDrops) {
@@ -58,28 +57,6 @@ TEST(Kxnp, PrintersShowWhatSettersSet) {
       {"mcode_cap_pktrx_print 0", "cap_full: 0, cap_num: 0, cap_len: 0\n"},
   };
   session::expect_shows("{}", "kxnp ", rows);
-}
-
-TEST(Kxnp, SettersWriteTheRegistersInOrder) {
-  const auto session = kxnp("{}", {"diag_dpp_nppu_cap_set 0 5", "diag_dpp_nppu_cap_start 0 1"});
-  EXPECT_THAT(session.result.log_of("card_write"), ElementsAre("card_write address=0x6218011ba4 value=0x00000005",
-                                                               "card_write address=0x6218019418 value=0x00000005",
-                                                               "card_write address=0x62180286ac value=0x00000005",
-                                                               "card_write address=0x6218011ba8 value=0x00000001",
-                                                               "card_write address=0x621801941c value=0x00000001",
-                                                               "card_write address=0x62180286b0 value=0x00000001"));
-}
-
-TEST(Kxnp, HealthChecksFindTheCardsErrorBits) {
-  const auto session =
-      kxnp(R"({"network_processor": {"registers": {"0x013000": 1, "0x08b000": 4, "0x02a140": 0, "0x01a144": 2}}})",
-           {"diag_dpp_nppu_health_check 0", "diag_dpp_ppu_health_check 0", "diag_dpp_trpg_health_check 0"});
-  EXPECT_THAT(session.outputs[0], HasSubstr("pktrx_int_status                        : ERROR, len_err\n"));
-  EXPECT_THAT(session.outputs[0], HasSubstr("odma_init_done                          : NOT READY, init_done\n"));
-  EXPECT_THAT(session.outputs[0], HasSubstr("pbu_busy                                : BUSY, ptr_busy\n"));
-  EXPECT_THAT(session.outputs[0], HasSubstr("NPPU: 15 items, 1 errors, 1 not ready, 1 busy: NOT HEALTHY\n"));
-  EXPECT_THAT(session.outputs[1], HasSubstr("ppu_cls_int_status[0]                   : ERROR, key_ovf\n"));
-  EXPECT_THAT(session.outputs[2], HasSubstr("TRPG: 34 items, 0 errors, 0 not ready, 0 busy: HEALTHY\n"));
 }
 
 TEST(Kxnp, CountersBeginAgainAfterTheyWereCleared) {
