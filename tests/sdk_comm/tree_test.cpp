@@ -105,7 +105,39 @@ TYPED_TEST(TreeTest, KeepsOrderedInsertionAndRemovalBalanced) {
   }
 }
 
-// Deep enough for the levels below those that are taken to lie in the cache.
+// What a tree keeps for keys that come in order, while others come and go between them.
+TYPED_TEST(TreeTest, MeetsKeysInOrderWhileOthersComeAndGo) {
+  const auto key = [](std::uint32_t i) {
+    const std::uint32_t number = __builtin_bswap32(i);
+    return Key(12, 'k') + Key(reinterpret_cast<const char*>(&number), sizeof number);
+  };
+  for (const std::uint32_t max : {0u, 2000u}) {
+    ModelledTree<TypeParam> tree(max, 16, false);
+    for (std::uint32_t i = 0; i < 600; i += 2) {
+      tree.insert(key(i));
+    }
+    for (std::uint32_t i = 0; i < 600; ++i) {
+      tree.find(key(i));
+      if (i % 7 == 0) {
+        tree.insert(key(i + 1));
+      }
+      if (i % 5 == 0) {
+        tree.remove(key(i + 2));
+      }
+      tree.find(key(i + 1));
+      tree.insert(key(1000 + i));
+      if (i % 11 == 0) {
+        tree.remove(key(1000 + i));
+      }
+      if (i % 10 == 0) {
+        tree.check();
+        ASSERT_FALSE(this->HasFailure()) << "step " << i;
+      }
+    }
+  }
+}
+
+// Many levels deep, and larger than a huge page.
 TYPED_TEST(TreeTest, FindsItsWayInALargeTree) {
   for (const bool shared_head : {false, true}) {
     ModelledTree<TypeParam> tree(30000, 16, false);

@@ -15,7 +15,7 @@ namespace {
 using node_t = qlix_comm_avl_node;
 
 constexpr std::uint32_t UNLIMITED = 0xFFFFFFFF;
-constexpr std::uint32_t PATH_MAX_LINKS = 41;
+constexpr std::uint32_t PATH_MAX_LINKS = QLIX_COMM_AVL_DEPTH_MAX;
 
 static_assert(offsetof(node_t, key) == 0, "callers hand a node over as one that begins with its key pointer");
 static_assert(sizeof(node_t) == 56);
@@ -39,9 +39,7 @@ std::uint32_t pool_init(qlix_comm_avl* tree) {
 template <class Step>
 node_t* descend(const qlix_comm_avl* tree, const void* key, Step step) {
   return tree_with_key(key, tree->key_len, tree->cmp, [tree, step](const auto& sought) {
-    const auto compare = [&sought](const node_t* node, bool& to_right) {
-      return sought.equals(node->key, to_right) ? tree_way::found : tree_way::by_key;
-    };
+    const auto compare = [&sought](const node_t* node, bool& to_right) { return sought.equals(node->key, to_right); };
     // The key is asked for together with its node. In a static tree its place follows from the node's; a caller's
     // record mostly has it behind the node.
     const auto prefetch = [tree](const node_t* child) {
@@ -71,6 +69,10 @@ struct trail {
   node_t* last = nullptr;
   bool right = false;
 
+  explicit trail(qlix_comm_avl* tree) {
+    to.links[0] = &tree->root;
+  }
+
   bool step(node_t* node, bool to_right) {
     last = node;
     right = to_right;
@@ -86,35 +88,19 @@ void trail_descend(const qlix_comm_avl* tree, const void* key, trail& found) {
   found.existing = descend(tree, key, [&found](node_t* node, bool right) { return found.step(node, right); });
 }
 
-// Walks the outer path of the tree to its first or last node, or past it.
-void trail_edge(const qlix_comm_avl* tree, bool right, const node_t* until, trail& found) {
-  for (node_t* node = tree->root; node != until && found.step(node, right);) {
-    node = right ? node->right : node->left;
-  }
-}
-
 bool edge_compare(const qlix_comm_avl* tree, const void* key, const qlix_comm_double_link_node* edge,
                   std::int32_t expected) {
   return edge != nullptr &&
          tree_key_order(key, tree->key_len, tree->cmp, static_cast<const node_t*>(edge->data)->key) == expected;
 }
 
-// Walk to a key to insert. Keys that come in ascending order go down the right edge without comparisons.
-void trail_insert(qlix_comm_avl* tree, const void* key, trail& found) {
-  found.to.links[0] = &tree->root;
-  if (edge_compare(tree, key, tree->order.last, 1)) {
-    trail_edge(tree, true, nullptr, found);
-  } else {
-    trail_descend(tree, key, found);
-  }
-}
-
-// Walk to a key to remove. Keys that leave in ascending order are reached down the left edge.
-void trail_remove(qlix_comm_avl* tree, const void* key, trail& found) {
-  found.to.links[0] = &tree->root;
+// Walk to a key to remove. Keys that leave in ascending order are reached down the left edge without comparisons.
+void trail_remove(const qlix_comm_avl* tree, const void* key, trail& found) {
   if (edge_compare(tree, key, tree->order.first, 0)) {
     found.existing = static_cast<node_t*>(tree->order.first->data);
-    trail_edge(tree, false, found.existing, found);
+    for (node_t* node = tree->root; node != found.existing && found.step(node, false);) {
+      node = node->left;
+    }
   } else {
     trail_descend(tree, key, found);
   }
@@ -185,6 +171,48 @@ void neighbours_prefetch(const qlix_comm_avl* tree, const node_t* node) {
   }
 }
 
+// The nodes of the right edge, for keys that come in ascending order. They are kept as long as nothing else changes the
+// tree: going down to them costs more than all the rest, their addresses being such that they drive each other out of
+// the cache.
+void edge_learn(qlix_comm_avl* tree) {
+  if (tree->edge_num == 0) {
+    for (node_t* node = tree->root; node != nullptr && tree->edge_num < PATH_MAX_LINKS; node = node->right) {
+      tree->edge[tree->edge_num++] = node;
+    }
+  }
+}
+
+node_t*& edge_link(qlix_comm_avl* tree, std::uint32_t depth) {
+  return depth == 0 ? tree->root : tree->edge[depth - 1]->right;
+}
+
+// Hangs a node behind the last one. What becomes too high on the edge is so to the right of its right child, and one
+// turn to the left restores its height.
+void edge_append(qlix_comm_avl* tree, node_t* node) {
+  node->left = nullptr;
+  node->right = nullptr;
+  node->height = 1;
+  node->order.data = node;
+  list_link(&tree->order, &node->order, tree->order.last, nullptr);
+  ++tree->node_num;
+  edge_link(tree, tree->edge_num) = node;
+  tree->edge[tree->edge_num++] = node;
+  for (std::uint32_t depth = tree->edge_num - 1; depth-- > 0;) {
+    node_t* const top = tree->edge[depth];
+    const std::int32_t right = top->right->height;
+    if (right > height(top->left) + 1) {
+      rotate_left(edge_link(tree, depth));
+      std::copy(tree->edge + depth + 1, tree->edge + tree->edge_num, tree->edge + depth);
+      --tree->edge_num;
+      return;
+    }
+    if (top->height > right) {
+      return;
+    }
+    top->height = right + 1;
+  }
+}
+
 // A free slot's node with the key copied in; a full tree writes QLIX_COMM_AVL_NO_SLOT to `*slot`.
 std::uint32_t slot_fill(qlix_comm_avl* tree, const void* key, node_t** node, std::uint32_t* slot) {
   const std::uint32_t code = qlix_comm_liststack_alloc(tree->slot_stack, slot);
@@ -219,6 +247,7 @@ void node_link(qlix_comm_avl* tree, const trail& at, node_t* node) {
   }
   *at.to.links[at.to.depth] = node;
   ++tree->node_num;
+  tree->edge_num = 0;
   rebalance(at.to, at.to.depth);
 }
 
@@ -246,6 +275,8 @@ std::uint32_t node_unlink(qlix_comm_avl* tree, path& path) {
     path.links[below] = &predecessor->left;
   }
   --tree->node_num;
+  tree->edge_num = 0;
+  tree_search_forget(tree);
   list_unlink(&tree->order, &node->order);
   rebalance(path, path.depth);
   return QLIX_COMM_OK;
@@ -329,8 +360,14 @@ std::uint32_t qlix_comm_avl_insert(qlix_comm_avl* tree, void* key_or_node, std::
   if (!dynamic) {
     QLIX_COMM_CHECK_POINT(out);
   }
-  trail at;
-  trail_insert(tree, key, at);
+  trail at(tree);
+  const bool append = edge_compare(tree, key, tree->order.last, 1);
+  if (append) {
+    edge_learn(tree);
+    at.to.depth = tree->edge_num;
+  } else {
+    trail_descend(tree, key, at);
+  }
   if (at.existing != nullptr) {
     QLIX_COMM_TRACE_INFO("\n qlix_comm_avl_insert: the key is there already \n");
     if (out != nullptr) {
@@ -342,7 +379,11 @@ std::uint32_t qlix_comm_avl_insert(qlix_comm_avl* tree, void* key_or_node, std::
   if (!dynamic) {
     QLIX_COMM_CHECK_RC(slot_fill(tree, key, &node, out), "qlix_comm_liststack_alloc");
   }
-  node_link(tree, at, node);
+  if (append) {
+    edge_append(tree, node);
+  } else {
+    node_link(tree, at, node);
+  }
   return QLIX_COMM_OK;
 }
 
@@ -350,7 +391,7 @@ std::uint32_t qlix_comm_avl_remove(qlix_comm_avl* tree, const void* key, void* o
   QLIX_COMM_CHECK_POINT(tree);
   QLIX_COMM_CHECK_POINT(key);
   QLIX_COMM_CHECK_POINT(out);
-  trail at;
+  trail at(tree);
   trail_remove(tree, key, at);
   node_t* const node = at.existing;
   if (node == nullptr) {
@@ -375,7 +416,8 @@ std::uint32_t qlix_comm_avl_find(const qlix_comm_avl* tree, const void* key, voi
   QLIX_COMM_CHECK_POINT(tree);
   QLIX_COMM_CHECK_POINT(key);
   QLIX_COMM_CHECK_POINT(out);
-  if (node_t* const node = node_find(tree, key); node != nullptr) {
+  node_t* const node = tree_search(tree, key, tree->key_len, [tree, key] { return node_find(tree, key); });
+  if (node != nullptr) {
     result_set(tree, node, out);
   } else {
     absent_set(tree, out);

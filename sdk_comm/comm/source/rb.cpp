@@ -94,13 +94,11 @@ node_t* descend(const qlix_comm_rb* tree, const void* key, Step step) {
   return tree_with_key(key, tree->key_size, tree->cmp, [tree, ours, step](const auto& sought) {
     const auto compare = [ours, &sought](const node_t* node, bool& to_right) {
       to_right = ours.head > node->key_head;
-      if (ours.head != node->key_head) {
-        return tree_way::by_node;
-      }
-      return ours.whole || sought.equals(node->key, to_right) ? tree_way::found : tree_way::by_key;
+      return ours.head == node->key_head && (ours.whole || sought.equals(node->key, to_right));
     };
     const auto prefetch = [](const node_t* child) {
-      tree_prefetch(reinterpret_cast<std::uintptr_t>(child) + offsetof(node_t, left));
+      tree_prefetch(reinterpret_cast<std::uintptr_t>(child) + offsetof(node_t, key_head));
+      tree_prefetch(reinterpret_cast<std::uintptr_t>(child) + offsetof(node_t, right));
     };
     return tree_descend(tree->root, compare, step, prefetch);
   });
@@ -238,6 +236,7 @@ void node_unlink(qlix_comm_rb* tree, node_t* node, node_t* successor) {
     rb_set_colour(successor, rb_colour(node));
   }
   list_unlink(&tree->order, &node->order);
+  tree_search_forget(tree);
   if (removed_colour == QLIX_COMM_RB_BLACK) {
     qlix_comm_rb_handle_del(tree, child, child_parent);
   }
@@ -392,7 +391,7 @@ std::uint32_t qlix_comm_rb_search(const qlix_comm_rb* tree, const void* key, voi
   QLIX_COMM_CHECK_POINT(tree);
   QLIX_COMM_CHECK_POINT(key);
   QLIX_COMM_CHECK_POINT(out);
-  node_t* const node = node_find(tree, key);
+  node_t* const node = tree_search(tree, key, tree->key_size, [tree, key] { return node_find(tree, key); });
   if (node == nullptr) {
     QLIX_COMM_TRACE_INFO("rb srh fail \n");
     return QLIX_COMM_RB_KEY_ABSENT;

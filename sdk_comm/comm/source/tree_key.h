@@ -1,13 +1,12 @@
 // The way down a tree, common to the AVL and the red-black tree. What makes it fast:
 //  - Under the default compare a key is read as big-endian words, which order as memcmp does. The kind of key is chosen
 //    once for an operation (tree_with_key); no step calls through a pointer.
-//  - The upper levels lie in the cache. There the way is taken by a branch: when keys come in order it is predicted,
-//    and the walk runs ahead of its comparisons.
-//  - Below, the way is taken by arithmetic: a wrongly predicted branch would fetch the wrong subtree first.
-//  - Both children are prefetched while the key of their parent is compared, from the level on that has left the
-//    nearest cache.
+//  - Both children are prefetched while the key of their parent is compared.
+//  - The way is taken by arithmetic: in a random walk every second branch would be predicted wrongly, and the wrong
+//    subtree be fetched. Keys that come in order are met by their trees without a walk.
 #pragma once
 
+#include <atomic>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -150,31 +149,10 @@ Pointee* tree_select(bool right, Pointee* if_left, Pointee* if_right) {
   return reinterpret_cast<Pointee*>(left_bits ^ ((left_bits ^ right_bits) & -static_cast<std::uintptr_t>(right)));
 }
 
-/// The same with a branch, which the compiler must not turn into arithmetic.
-template <class Node>
-Node* tree_follow(bool right, Node* if_left, Node* if_right) {
-  if (right) {
-    asm volatile("");
-    return if_right;
-  }
-  return if_left;
-}
-
 /// Asks for the cache line at an address that need not be one: that of an absent child is never read.
 inline void tree_prefetch(std::uintptr_t address) {
   __builtin_prefetch(reinterpret_cast<const void*>(address));  // NOLINT(performance-no-int-to-ptr)
 }
-
-/// Levels that are taken to lie in the cache: 4095 nodes with their keys, about half a megabyte.
-inline constexpr std::uint32_t TREE_HOT_LEVELS = 12;
-/// Levels that lie in the nearest cache.
-inline constexpr std::uint32_t TREE_NEAR_LEVELS = 5;
-
-enum class tree_way {
-  found,
-  by_node,  ///< decided by what stands in the node: at hand as soon as the children are
-  by_key,
-};
 
 /// Walks from `root` to the node that `compare(node, to_right)` finds, or to null. `step(node, to_right)` is called for
 /// each node that is left behind and ends the walk with null by returning false; `prefetch(child)` asks for what the
@@ -182,25 +160,49 @@ enum class tree_way {
 template <class Node, class Compare, class Step, class Prefetch>
 Node* tree_descend(Node* root, Compare compare, Step step, Prefetch prefetch) {
   Node* node = root;
-  for (std::uint32_t level = 0; node != nullptr; ++level) {
+  while (node != nullptr) {
     Node* const left = node->left;
     Node* const right = node->right;
-    const bool cold = level >= TREE_HOT_LEVELS;
-    if (level >= TREE_NEAR_LEVELS) {
-      prefetch(left);
-      prefetch(right);
-    }
+    prefetch(left);
+    prefetch(right);
     bool to_right = false;
-    const tree_way way = compare(node, to_right);
-    if (way == tree_way::found) {
+    if (compare(node, to_right)) {
       return node;
     }
     if (!step(node, to_right)) {
       return nullptr;
     }
-    node = cold || way == tree_way::by_node ? tree_select(to_right, left, right) : tree_follow(to_right, left, right);
+    node = tree_select(to_right, left, right);
   }
   return nullptr;
+}
+
+/// The node with `key`, or null. Searches that ask for one key after the other find each behind the one before; others
+/// go down the tree with `find()`. What a search notes down is a hint: searches may run side by side.
+template <class Tree, class Find>
+auto* tree_search(const Tree* tree, const void* key, std::uint32_t size, Find find) {
+  const std::atomic_ref awaited(tree->awaited);
+  const std::atomic_ref last(tree->found);
+  auto* node = awaited.load(std::memory_order_relaxed);
+  if (node == nullptr || tree_key_order(key, size, tree->cmp, node->key) != 0) {
+    node = find();
+  }
+  if (node != nullptr) {
+    const auto* const before = last.load(std::memory_order_relaxed);
+    const bool in_order = before != nullptr && before->order.next == &node->order;
+    const auto* const behind = in_order ? node->order.next : nullptr;
+    awaited.store(behind != nullptr ? static_cast<decltype(node)>(behind->data) : nullptr, std::memory_order_relaxed);
+    last.store(node, std::memory_order_relaxed);
+    tree_prefetch(reinterpret_cast<std::uintptr_t>(&node->order));  // for the next search
+  }
+  return node;
+}
+
+/// Drops what searches noted down: a node leaves.
+template <class Tree>
+void tree_search_forget(const Tree* tree) {
+  tree->found = nullptr;
+  tree->awaited = nullptr;
 }
 
 }  // namespace qlix_comm_detail

@@ -5,8 +5,9 @@
 // key that a node points to must stay as it is while the node is linked.
 //
 // Keys under the default compare are compared without a call: as big-endian words of the kind that their length allows
-// (1 to 3, 4 to 8, more bytes), which order as memcmp does. Keys that come or leave in ascending order go down the edge
-// of the tree without comparisons. A compare hook of the caller is called once for each step.
+// (1 to 3, 4 to 8, more bytes), which order as memcmp does. Keys that come in ascending order are appended, and keys
+// that leave or are asked for in ascending order are found, without comparisons on the way down. A compare hook of the
+// caller is called once for each step.
 //
 // Nothing locks: the caller serialises access to one tree. Null arguments are 0x1201.
 #pragma once
@@ -16,6 +17,9 @@
 
 #include "qlix_comm/double_link.h"
 #include "qlix_comm/liststack.h"
+
+/// Levels of the highest tree.
+inline constexpr std::uint32_t QLIX_COMM_AVL_DEPTH_MAX = 41;
 
 /// Compares two keys of `key_len` bytes: negative, 0 or positive.
 using qlix_comm_avl_cmp = std::int32_t (*)(const void* key_a, const void* key_b, std::uint32_t key_len);
@@ -32,6 +36,7 @@ struct qlix_comm_avl_node {
 struct qlix_comm_avl {
   qlix_comm_avl_node* root;
   std::uint32_t node_num;
+  std::uint32_t edge_num;       ///< nodes in `edge`, 0 when they are not known
   qlix_comm_double_link order;  ///< all nodes, smallest key first
   std::uint32_t key_len;
   std::uint32_t max_node;  ///< pool size, 0 in dynamic mode
@@ -41,6 +46,9 @@ struct qlix_comm_avl {
   qlix_comm_liststack* slot_stack;  ///< static mode
   std::uint32_t dynamic;            ///< 1 in dynamic mode
   std::uint32_t inited;
+  mutable qlix_comm_avl_node* found;                  ///< what the last search found
+  mutable qlix_comm_avl_node* awaited;                ///< the node behind it, while keys are asked for in order
+  qlix_comm_avl_node* edge[QLIX_COMM_AVL_DEPTH_MAX];  ///< from the root to the largest node
 };
 
 /// Prepares a record that is all zero; a null cmp selects byte-wise comparison, as memcmp. A record initialised before

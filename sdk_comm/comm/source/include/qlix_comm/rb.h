@@ -8,8 +8,8 @@
 // (1 to 3, 4 to 8, more bytes), which order as memcmp does. Four bytes of the key, the first that differ within the
 // tree, also stand in the node, and most steps of a search are decided by them. (A key that differs from the others
 // earlier than any before moves their place, and every node is visited once: at most key_size - 4 times before the tree
-// is empty again.) Keys that come in ascending order are appended, and keys that leave in ascending order are found,
-// without a search. A compare hook of the caller is called once for each step.
+// is empty again.) Keys that come in ascending order are appended, and keys that leave or are asked for in ascending
+// order are found, without a walk down the tree. A compare hook of the caller is called once for each step.
 //
 // Nothing locks: the caller serialises access to one tree. Null arguments are 0x1201.
 #pragma once
@@ -47,7 +47,9 @@ struct qlix_comm_rb {
   std::uint8_t* key_pool;           ///< static mode: key of slot k at k * key_size
   qlix_comm_rb_node* node_pool;     ///< static mode: node of slot k at k
   std::uint32_t inited;
-  std::uint32_t head_at;  ///< where in a key its head stands: before that all keys of the tree are the same
+  std::uint32_t head_at;             ///< where in a key its head stands: before that all keys of the tree are the same
+  mutable qlix_comm_rb_node* found;  ///< what the last search found
+  mutable qlix_comm_rb_node* awaited;  ///< the node behind it, while keys are asked for in order
 };
 
 /// The default compare: byte by byte, as memcmp.
