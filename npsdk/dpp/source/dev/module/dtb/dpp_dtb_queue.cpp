@@ -7,13 +7,9 @@
 #include "qlix_comm/memory.h"
 #include "qlix_comm/print.h"
 
+constinit std::atomic<dpp_dtb_mgr*> dtb_managers[DPP_DEV_MAX] = {};
+
 namespace {
-
-constinit std::atomic<dpp_dtb_mgr*> managers[DPP_DEV_MAX] = {};
-
-dpp_dtb_items* items_of(dpp_dtb_queue* queue, uint32_t dir) {
-  return dir == DPP_DTB_DIR_DOWN ? &queue->down : &queue->dump;
-}
 
 bool memory_keeps_words(const dpp_dtb_items& items) {
   for (uint32_t item = 0; item < DPP_DTB_ITEM_NUM; item++) {
@@ -46,7 +42,7 @@ uint32_t items_init(uint32_t dev_id, uint32_t queue_id, uint32_t dir, const dpp_
   if (!guard.locked()) {
     return guard.status();
   }
-  dpp_dtb_items* items = items_of(&mgr->queue[queue_id], dir);
+  dpp_dtb_items* items = dtb_items_of(&mgr->queue[queue_id], dir);
   items->inited = 1;
   items->item_size = item_size;
   items->phy_base = cfg->phy_base;
@@ -60,12 +56,6 @@ uint32_t items_init(uint32_t dev_id, uint32_t queue_id, uint32_t dir, const dpp_
   }
   std::memset(dpp_dtb_memory(items->vir_base), 0, size_t{item_size} * DPP_DTB_ITEM_NUM);
   QLIX_COMM_PRINT("dtb queue [%d] %s init success!!!\n", queue_id, name);
-  return QLIX_COMM_OK;
-}
-
-uint32_t place_check(uint32_t dev_id, uint32_t queue_id, uint32_t dir) {
-  DTB_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_INDEX_UPPER(dir, DPP_DTB_DIR_DUMP);
   return QLIX_COMM_OK;
 }
 
@@ -102,46 +92,37 @@ uint32_t buff_addr(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t it
 
 uint32_t dpp_dtb_mgr_create(uint32_t dev_id) {
   QLIX_COMM_CHECK_INDEX_UPPER(dev_id, DPP_DEV_MAX - 1);
-  if (managers[dev_id].load() != nullptr) {
+  if (dtb_managers[dev_id].load() != nullptr) {
     return QLIX_COMM_OK;
   }
   void* memory = ic_comm_malloc_memory(sizeof(dpp_dtb_mgr));
   QLIX_COMM_CHECK_POINT(memory);
-  managers[dev_id].store(new (memory) dpp_dtb_mgr{});
+  dtb_managers[dev_id].store(new (memory) dpp_dtb_mgr{});
   return QLIX_COMM_OK;
 }
 
 uint32_t dpp_dtb_mgr_destroy(uint32_t dev_id) {
   QLIX_COMM_CHECK_INDEX_UPPER(dev_id, DPP_DEV_MAX - 1);
-  ic_comm_free_memory(managers[dev_id].exchange(nullptr));
+  ic_comm_free_memory(dtb_managers[dev_id].exchange(nullptr));
   return QLIX_COMM_OK;
 }
 
 dpp_dtb_mgr* dpp_dtb_mgr_get(uint32_t dev_id) {
-  dpp_dtb_mgr* mgr = dev_id < DPP_DEV_MAX ? managers[dev_id].load(std::memory_order_acquire) : nullptr;
+  dpp_dtb_mgr* mgr = dev_id < DPP_DEV_MAX ? dtb_managers[dev_id].load(std::memory_order_acquire) : nullptr;
   if (mgr == nullptr) {
     QLIX_COMM_TRACE_ERROR("ErrorCode[0x%x]: DTB Manager is not exist!!!\n", DPP_RC_DTB_MGR_NOT_EXIST);
   }
   return mgr;
 }
 
-dpp_dtb_items* dtb_items_get(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t* rc) {
-  *rc = place_check(dev_id, queue_id, dir);
-  if (*rc != QLIX_COMM_OK) {
-    return nullptr;
+uint32_t dtb_items_refuse(uint32_t dev_id, uint32_t queue_id, uint32_t dir) {
+  DTB_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_INDEX_UPPER(dir, DPP_DTB_DIR_DUMP);
+  if (dpp_dtb_mgr_get(dev_id) == nullptr) {
+    return DPP_RC_DTB_MGR_NOT_EXIST;
   }
-  dpp_dtb_mgr* mgr = dpp_dtb_mgr_get(dev_id);
-  if (mgr == nullptr) {
-    *rc = DPP_RC_DTB_MGR_NOT_EXIST;
-    return nullptr;
-  }
-  dpp_dtb_items* items = items_of(&mgr->queue[queue_id], dir);
-  if (items->inited == 0) {
-    QLIX_COMM_TRACE_ERROR("dtb queue %d is not init.\n", queue_id);
-    *rc = DPP_RC_DTB_QUEUE_NOT_INIT;
-    return nullptr;
-  }
-  return items;
+  QLIX_COMM_TRACE_ERROR("dtb queue %d is not init.\n", queue_id);
+  return DPP_RC_DTB_QUEUE_NOT_INIT;
 }
 
 uint32_t dpp_dtb_queue_down_init(uint32_t dev_id, uint32_t queue_id, const dpp_dtb_queue_cfg* cfg) {

@@ -44,21 +44,39 @@ uint32_t free_item_take(dpp_dtb_items* items, uint32_t* item) {
   return DPP_RC_DTB_ITEMS_BUSY;
 }
 
+/// Writes the three doorbell registers of a queue; the length word starts the transfer.
+inline uint32_t doorbell_ring(uint32_t dev_id, uint32_t queue_id, const dpp_dtb_item_info& info) {
+  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, info.data_addr_h),
+                     "dpp_reg_write32_bymn");
+  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, info.data_addr_l),
+                     "dpp_reg_write32_bymn");
+  const uint32_t word =
+      (info.data_len & LEN_MASK) | (info.int_en & 1) << INT_EN_BIT | (info.cmd_type & 1) << CMD_TYPE_BIT;
+  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 0, queue_id, word),
+                     "dpp_reg_write32_bymn");
+  return QLIX_COMM_OK;
+}
+
+/// Out of line, so that the record's address does not keep it in memory where nothing is printed.
+[[gnu::cold, gnu::noinline]] void info_print(uint32_t dev_id, uint32_t queue_id, uint32_t item,
+                                             dpp_dtb_item_info info) {
+  dpp_dtb_info_print(dev_id, queue_id, item, &info);
+}
+
 /// Fills an item, hands it over and rings the doorbell. REQUIRES: the queue's mutex, or an item that the caller owns.
-uint32_t item_send(uint32_t dev_id, uint32_t queue_id, uint32_t dir, dpp_dtb_items* items, uint32_t item,
-                   uint32_t int_en, uint32_t length, const uint32_t* data) {
+inline uint32_t item_send(uint32_t dev_id, uint32_t queue_id, uint32_t dir, dpp_dtb_items* items, uint32_t item,
+                          uint32_t int_en, uint32_t length, const uint32_t* data) {
   const uint64_t addr = dtb_item_addr(*items, item);
   std::memcpy(dpp_dtb_memory(addr + DPP_DTB_ITEM_ACK_BYTES), data, length);
   dpp_dtb_wr32(addr, DTB_ACK_POSTED);
 
   const uint64_t bus = items->phy_base + uint64_t{item} * items->item_size;
-  dpp_dtb_item_info info{};
-  info.cmd_vld = 1;
-  info.cmd_type = dir;
-  info.int_en = int_en;
-  info.data_len = length / 4;
-  info.data_addr_l = static_cast<uint32_t>(bus >> 4);
-  info.data_addr_h = static_cast<uint32_t>(bus >> 36);
+  const dpp_dtb_item_info info = {.cmd_vld = 1,
+                                  .cmd_type = dir,
+                                  .int_en = int_en,
+                                  .data_len = length / 4,
+                                  .data_addr_l = static_cast<uint32_t>(bus >> 4),
+                                  .data_addr_h = static_cast<uint32_t>(bus >> 36)};
   const uint32_t bit = 1u << item;
   if (int_en != 0) {
     items->int_items.fetch_or(bit);
@@ -66,12 +84,12 @@ uint32_t item_send(uint32_t dev_id, uint32_t queue_id, uint32_t dir, dpp_dtb_ite
     items->int_items.fetch_and(~bit);
   }
   if (dtb_switch_on(DTB_SWITCH_PRINT)) {
-    dpp_dtb_info_print(dev_id, queue_id, item, &info);
+    info_print(dev_id, queue_id, item, info);
   }
   if (dtb_switch_on(DTB_SWITCH_SOFT_PERF) || no_hardware(dev_id)) {
     return QLIX_COMM_OK;
   }
-  const uint32_t rc = dpp_dtb_queue_item_info_set(dev_id, queue_id, &info);
+  const uint32_t rc = doorbell_ring(dev_id, queue_id, info);
   if (rc != QLIX_COMM_OK) {
     dpp_dtb_wr32(addr, 0);  // the doorbell did not ring: the item is still ours
   }
@@ -92,7 +110,8 @@ constexpr reg_row AXI_ROWS[] = {
     {"axi_wr_resp_err_cnt", DPP_REG_DTB_AXI_WR_RESP_ERR_CNT, 1},
 };
 
-void overtime_print(uint32_t dev_id, uint32_t queue_id, const char* direction, uint32_t item, uint64_t addr) {
+[[gnu::cold, gnu::noinline]] void overtime_print(uint32_t dev_id, uint32_t queue_id, const char* direction,
+                                                 uint32_t item, uint64_t addr) {
   QLIX_COMM_TRACE_ERROR("Error!!! dpp dtb %s queue [%d] item [%d] ack success is overtime!\n", direction, queue_id,
                         item);
   QLIX_COMM_PRINT("************************ dtb %s table info ************************\n", direction);
@@ -126,13 +145,13 @@ void finish_event_clear(uint32_t dev_id, uint32_t queue_id, dpp_dtb_items* items
 }
 
 /// Polls the acknowledge word until the chip has completed the item; `*ack` is what it said. Leaves the word as it is.
-uint32_t completion_wait(uint32_t dev_id, uint32_t queue_id, dpp_dtb_items* items, uint32_t item, uint32_t limit,
-                         const char* direction, uint32_t* ack) {
+inline uint32_t completion_wait(uint32_t dev_id, uint32_t queue_id, dpp_dtb_items* items, uint32_t item, uint32_t limit,
+                                const char* direction, uint32_t* ack) {
   const uint64_t addr = dtb_item_addr(*items, item);
   for (uint32_t polls = 1;; polls++) {
     *ack = dpp_dtb_rd32(addr);
     QLIX_COMM_TRACE_DEBUG("dpp_dtb_item_ack_rd ack_value:0x%08x\n", *ack);
-    if (dtb_ack_state(*ack) == DTB_ACK_DONE) {
+    if (dtb_ack_state(*ack) == DTB_ACK_DONE) [[likely]] {
       break;
     }
     if (polls > limit) {
@@ -162,20 +181,59 @@ uint32_t length_check(uint32_t length) {
   return QLIX_COMM_OK;
 }
 
+/// Posts a block; `*items` are those of the queue that took it.
+inline uint32_t block_post(uint32_t dev_id, uint32_t queue_id, uint32_t int_en, uint32_t length, const uint32_t* data,
+                           uint32_t* item, dpp_dtb_items** items) {
+  uint32_t rc = length_check(length);
+  if (rc != QLIX_COMM_OK) {
+    return rc;
+  }
+  dpp_mutex* mutex = nullptr;
+  QLIX_COMM_CHECK_RC(dpp_dev_dtb_opr_mutex_get(dev_id, DPP_DEV_MUTEX_T_DTB, queue_id, &mutex),
+                     "dpp_dev_dtb_opr_mutex_get");
+  DPP_MUTEX_GUARD(guard, mutex);
+  if (!guard.locked()) {
+    return guard.status();
+  }
+  *items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DOWN, &rc);
+  if (*items == nullptr) {
+    return rc;
+  }
+  if (dtb_switch_on(DTB_SWITCH_INFO_CHECK)) {
+    rc = info_check(dev_id, queue_id);
+  }
+  if (rc == QLIX_COMM_OK) {
+    rc = free_item_take(*items, item);
+  }
+  if (rc == QLIX_COMM_OK) {
+    rc = item_send(dev_id, queue_id, DPP_DTB_DIR_DOWN, *items, *item, int_en, length, data);
+  }
+  const uint32_t unlocked = guard.unlock();
+  return rc != QLIX_COMM_OK ? rc : unlocked;
+}
+
+/// Waits for a posted block and frees its item.
+inline uint32_t block_check(uint32_t dev_id, uint32_t queue_id, dpp_dtb_items* items, uint32_t item) {
+  const uint64_t addr = dtb_item_addr(*items, item);
+  if (completion_granted(dev_id)) {
+    dpp_dtb_wr32(addr, 0);
+    return QLIX_COMM_OK;
+  }
+  if (dtb_switch_on(DTB_SWITCH_DEBUG)) {
+    return QLIX_COMM_OK;
+  }
+  uint32_t ack = 0;
+  const uint32_t rc = completion_wait(dev_id, queue_id, items, item, dpp_dtb_down_table_overtime_get(), "down", &ack);
+  dpp_dtb_wr32(addr, 0);
+  return rc != QLIX_COMM_OK ? rc : status_of(ack);
+}
+
 }  // namespace
 
 uint32_t dpp_dtb_queue_item_info_set(uint32_t dev_id, uint32_t queue_id, const dpp_dtb_item_info* info) {
   DTB_CHECK_QUEUE(dev_id, queue_id);
   QLIX_COMM_CHECK_POINT(info);
-  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, info->data_addr_h),
-                     "dpp_reg_write32_bymn");
-  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, info->data_addr_l),
-                     "dpp_reg_write32_bymn");
-  const uint32_t word =
-      (info->data_len & LEN_MASK) | (info->int_en & 1) << INT_EN_BIT | (info->cmd_type & 1) << CMD_TYPE_BIT;
-  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 0, queue_id, word),
-                     "dpp_reg_write32_bymn");
-  return QLIX_COMM_OK;
+  return doorbell_ring(dev_id, queue_id, *info);
 }
 
 uint32_t dpp_dtb_queue_item_info_get(uint32_t dev_id, uint32_t queue_id, dpp_dtb_item_info* info) {
@@ -220,60 +278,24 @@ uint32_t dpp_dtb_tab_down_info_set(uint32_t dev_id, uint32_t queue_id, uint32_t 
   DTB_CHECK_QUEUE(dev_id, queue_id);
   QLIX_COMM_CHECK_POINT(data);
   QLIX_COMM_CHECK_POINT(item);
-  uint32_t rc = length_check(length);
-  if (rc != QLIX_COMM_OK) {
-    return rc;
-  }
-  dpp_mutex* mutex = nullptr;
-  QLIX_COMM_CHECK_RC(dpp_dev_dtb_opr_mutex_get(dev_id, DPP_DEV_MUTEX_T_DTB, queue_id, &mutex),
-                     "dpp_dev_dtb_opr_mutex_get");
-  DPP_MUTEX_GUARD(guard, mutex);
-  if (!guard.locked()) {
-    return guard.status();
-  }
-  dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DOWN, &rc);
-  if (items == nullptr) {
-    return rc;
-  }
-  if (dtb_switch_on(DTB_SWITCH_INFO_CHECK)) {
-    rc = info_check(dev_id, queue_id);
-  }
-  if (rc == QLIX_COMM_OK) {
-    rc = free_item_take(items, item);
-  }
-  if (rc == QLIX_COMM_OK) {
-    rc = item_send(dev_id, queue_id, DPP_DTB_DIR_DOWN, items, *item, int_en, length, data);
-  }
-  const uint32_t unlocked = guard.unlock();
-  return rc != QLIX_COMM_OK ? rc : unlocked;
+  dpp_dtb_items* items = nullptr;
+  return block_post(dev_id, queue_id, int_en, length, data, item, &items);
 }
 
 uint32_t dpp_dtb_tab_down_success_status_check(uint32_t dev_id, uint32_t queue_id, uint32_t item) {
   QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
   uint32_t rc = QLIX_COMM_OK;
   dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DOWN, &rc);
-  if (items == nullptr) {
-    return rc;
-  }
-  const uint64_t addr = dtb_item_addr(*items, item);
-  if (completion_granted(dev_id)) {
-    dpp_dtb_wr32(addr, 0);
-    return QLIX_COMM_OK;
-  }
-  if (dtb_switch_on(DTB_SWITCH_DEBUG)) {
-    return QLIX_COMM_OK;
-  }
-  uint32_t ack = 0;
-  rc = completion_wait(dev_id, queue_id, items, item, dpp_dtb_down_table_overtime_get(), "down", &ack);
-  dpp_dtb_wr32(addr, 0);
-  return rc != QLIX_COMM_OK ? rc : status_of(ack);
+  return items == nullptr ? rc : block_check(dev_id, queue_id, items, item);
 }
 
 uint32_t dpp_dtb_write_down_table_data(uint32_t dev_id, uint32_t queue_id, uint32_t length, const uint32_t* data) {
+  DTB_CHECK_QUEUE(dev_id, queue_id);
+  QLIX_COMM_CHECK_POINT(data);
   uint32_t item = 0;
-  QLIX_COMM_CHECK_RC(dpp_dtb_tab_down_info_set(dev_id, queue_id, 0, length, data, &item), "dpp_dtb_tab_down_info_set");
-  QLIX_COMM_CHECK_RC(dpp_dtb_tab_down_success_status_check(dev_id, queue_id, item),
-                     "dpp_dtb_tab_down_success_status_check");
+  dpp_dtb_items* items = nullptr;
+  QLIX_COMM_CHECK_RC(block_post(dev_id, queue_id, 0, length, data, &item, &items), "dpp_dtb_tab_down_info_set");
+  QLIX_COMM_CHECK_RC(block_check(dev_id, queue_id, items, item), "dpp_dtb_tab_down_success_status_check");
   return QLIX_COMM_OK;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "qlix_comm/mutex.h"
 
@@ -11,10 +12,18 @@ using dpp_mutex = qlix_comm_mutex;
 /// the end of the scope or before, is reported with the place of the guard.
 class dpp_mutex_guard {
  public:
-  dpp_mutex_guard(dpp_mutex* mutex, const char* file, const char* function, uint32_t line);
+  dpp_mutex_guard(dpp_mutex* mutex, const char* file, const char* function, uint32_t line)
+      : mutex_(mutex), status_(qlix_comm_mutex_lock(mutex)), file_(file), function_(function), line_(line) {
+    if (status_ != 0) {
+      mutex_ = nullptr;
+      report("lock");
+    }
+  }
   dpp_mutex_guard(const dpp_mutex_guard&) = delete;
   dpp_mutex_guard& operator=(const dpp_mutex_guard&) = delete;
-  ~dpp_mutex_guard();
+  ~dpp_mutex_guard() {
+    unlock();
+  }
 
   bool locked() const {
     return mutex_ != nullptr;
@@ -24,11 +33,22 @@ class dpp_mutex_guard {
     return status_;
   }
   /// Gives the mutex back before the end of the scope. Returns 0 or the code of the failed unlock.
-  uint32_t unlock();
+  uint32_t unlock() {
+    if (mutex_ == nullptr) {
+      return 0;
+    }
+    const uint32_t rc = qlix_comm_mutex_unlock(std::exchange(mutex_, nullptr));
+    if (rc != 0) {
+      report("unlock");
+    }
+    return rc;
+  }
 
  private:
-  dpp_mutex* mutex_ = nullptr;
-  uint32_t status_ = 0;
+  [[gnu::cold]] void report(const char* action) const;
+
+  dpp_mutex* mutex_;
+  uint32_t status_;
   const char* file_;
   const char* function_;
   uint32_t line_;
