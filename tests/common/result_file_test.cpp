@@ -4,9 +4,8 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
+
+#include "../temp_folder.h"
 
 namespace {
 
@@ -14,37 +13,21 @@ namespace fs = std::filesystem;
 
 class ResultFileTest : public testing::Test {
  protected:
-  ResultFileTest() {
-    char name[] = "/tmp/result_file_test.XXXXXX";
-    folder_ = mkdtemp(name);
-  }
-  ~ResultFileTest() override {
-    fs::remove_all(folder_);
-  }
   std::string path(const char* name) const {
-    return (folder_ / name).string();
+    return folder_ / name;
   }
-  static std::string text_of(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-  }
-  size_t files() const {
-    return static_cast<size_t>(std::distance(fs::directory_iterator(folder_), fs::directory_iterator()));
-  }
-
-  fs::path folder_;
+  temp_folder folder_;
 };
 
 TEST_F(ResultFileTest, AppearsWholeAndReplacesTheOldOne) {
-  std::ofstream(path("dump")) << "old";
+  folder_.write("dump", "old");
   kx_result_file file;
   ASSERT_TRUE(file.open(path("dump").c_str()));
   fputs("new", file.stream());
-  EXPECT_EQ(text_of(path("dump")), "old");
+  EXPECT_EQ(folder_.read("dump"), "old");
   ASSERT_TRUE(file.commit());
-  EXPECT_EQ(text_of(path("dump")), "new");
-  EXPECT_EQ(files(), 1u);
+  EXPECT_EQ(folder_.read("dump"), "new");
+  EXPECT_EQ(folder_.entries(), 1u);
 }
 
 TEST_F(ResultFileTest, LeavesNothingWithoutCommit) {
@@ -53,7 +36,7 @@ TEST_F(ResultFileTest, LeavesNothingWithoutCommit) {
     ASSERT_TRUE(file.open(path("dump").c_str()));
     fputs("half", file.stream());
   }
-  EXPECT_EQ(files(), 0u);
+  EXPECT_EQ(folder_.entries(), 0u);
 }
 
 TEST_F(ResultFileTest, RefusesWhatIsNoRegularFile) {
@@ -71,7 +54,7 @@ TEST_F(ResultFileTest, RefusesWhatIsNoRegularFile) {
   ASSERT_TRUE(file.open(path("late").c_str()));
   fs::create_symlink("elsewhere", path("late"));
   EXPECT_FALSE(file.commit());
-  EXPECT_EQ(files(), 4u);
+  EXPECT_EQ(folder_.entries(), 4u);
 }
 
 TEST_F(ResultFileTest, SaysWhenTheDiskIsFull) {
@@ -85,7 +68,7 @@ TEST_F(ResultFileTest, SaysWhenTheDiskIsFull) {
   fputs("lost", file.stream());
   EXPECT_FALSE(file.commit());
   EXPECT_EQ(errno, ENOSPC);
-  EXPECT_EQ(files(), 0u);
+  EXPECT_EQ(folder_.entries(), 0u);
 }
 
 }  // namespace

@@ -6,22 +6,13 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <fstream>
-#include <string>
+
+#include "../temp_folder.h"
 
 namespace {
 
 class SharedFile : public testing::Test {
  protected:
-  void SetUp() override {
-    char name[] = "/tmp/kx_shared_XXXXXX";
-    ASSERT_NE(mkdtemp(name), nullptr);
-    root_ = name;
-  }
-  void TearDown() override {
-    ASSERT_EQ(system(("rm -rf " + root_).c_str()), 0);
-  }
   kx_shared_file open_file(const std::string& folder, const char* name) {
     return kx_shared_file_open(folder.c_str(), name, O_RDWR | O_CREAT, 0777, 0666);
   }
@@ -30,7 +21,8 @@ class SharedFile : public testing::Test {
     EXPECT_EQ(stat(path.c_str(), &info), 0);
     return info.st_mode & 07777;
   }
-  std::string root_;
+  temp_folder folder_;
+  const std::string& root_ = folder_.path();
 };
 
 TEST_F(SharedFile, MakesFolderAndFileWithTheStatedModesWhateverTheUmask) {
@@ -43,17 +35,15 @@ TEST_F(SharedFile, MakesFolderAndFileWithTheStatedModesWhateverTheUmask) {
 }
 
 TEST_F(SharedFile, KeepsContentAndModeOfAnExistingFile) {
-  std::ofstream(root_ + "/log") << "kept";
+  folder_.write("log", "kept");
   chmod((root_ + "/log").c_str(), 0640);
   ASSERT_EQ(open_file(root_, "log").step, kx_shared_file_step::opened);
-  std::string text;
-  std::ifstream(root_ + "/log") >> text;
-  EXPECT_EQ(text, "kept");
+  EXPECT_EQ(folder_.read("log"), "kept");
   EXPECT_EQ(mode_of(root_ + "/log"), 0640u);
 }
 
 TEST_F(SharedFile, RefusesWhatSomebodyPlanted) {
-  std::ofstream(root_ + "/victim") << "x";
+  folder_.write("victim", "x");
   ASSERT_EQ(symlink((root_ + "/victim").c_str(), (root_ + "/link").c_str()), 0);
   ASSERT_EQ(symlink("/nonexistent", (root_ + "/dangling").c_str()), 0);
   ASSERT_EQ(link((root_ + "/victim").c_str(), (root_ + "/second_name").c_str()), 0);

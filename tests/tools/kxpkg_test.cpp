@@ -3,11 +3,8 @@
 #include <sys/wait.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <string>
 
+#include "../temp_folder.h"
 #include "fwupdate/package.h"
 
 namespace {
@@ -22,20 +19,11 @@ struct outcome {
 class Kxpkg : public testing::Test {
  protected:
   void SetUp() override {
-    char name[] = "/tmp/kxpkg_XXXXXX";
-    ASSERT_NE(mkdtemp(name), nullptr);
-    folder_ = name;
-    write("a.bin", std::string(5000, 'a'));
-    write("b.bin", std::string(2029, 'b'));
-  }
-  void TearDown() override {
-    fs::remove_all(folder_);
+    folder_.write("a.bin", std::string(5000, 'a'));
+    folder_.write("b.bin", std::string(2029, 'b'));
   }
   std::string path(const std::string& name) const {
-    return folder_ + "/" + name;
-  }
-  void write(const std::string& name, const std::string& content) const {
-    std::ofstream(path(name)) << content;
+    return folder_ / name;
   }
   static outcome run(const std::string& words) {
     FILE* pipe = popen((KXPKG_PATH " " + words + " 2>&1").c_str(), "re");
@@ -46,10 +34,10 @@ class Kxpkg : public testing::Test {
     return {WEXITSTATUS(pclose(pipe)), text};
   }
   outcome build(const std::string& description) const {
-    write("d.json", description);
+    folder_.write("d.json", description);
     return run("build " + path("d.json") + " " + path("out.pkg"));
   }
-  std::string folder_;
+  temp_folder folder_;
 };
 
 TEST_F(Kxpkg, BuiltPackageHoldsTheImagesWhereTheReaderLooks) {
@@ -112,7 +100,7 @@ TEST_F(Kxpkg, WrongDescriptionsAndImagesLeaveNoPackage) {
     EXPECT_NE(built.text.find(test.reason), std::string::npos) << test.description << "\n" << built.text;
     EXPECT_FALSE(fs::exists(path("out.pkg"))) << test.description;
   }
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 3) << "a temporary file was left";
+  EXPECT_EQ(folder_.entries(), 3u) << "a temporary file was left";
 }
 
 TEST_F(Kxpkg, CheckNamesEveryReason) {

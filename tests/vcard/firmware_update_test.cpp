@@ -3,9 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <condition_variable>
-#include <filesystem>
-#include <fstream>
 
+#include "../temp_folder.h"
 #include "vcard/card.h"
 #include "vcard/models.h"
 
@@ -18,11 +17,8 @@ constexpr uint32_t partition_2 = 0x3300000;
 class FirmwareUpdateModel : public testing::Test {
  protected:
   void SetUp() override {
-    char name[] = "/tmp/kx_model_XXXXXX";
-    ASSERT_NE(mkdtemp(name), nullptr);
-    folder_ = name;
     models_attach(card_);
-    ASSERT_TRUE(card_.create({.tree = "", .state = folder_}));
+    ASSERT_TRUE(card_.create({.tree = "", .state = folder_.path()}));
     card_.processor().attach_tool([this](uint16_t, ByteView payload) {
       notices_.emplace_back(payload.begin(), payload.end());
       came_.notify_all();
@@ -33,7 +29,6 @@ class FirmwareUpdateModel : public testing::Test {
   }
   void TearDown() override {
     card_.stop();
-    std::filesystem::remove_all(folder_);
   }
 
   void request(Bytes bytes, uint8_t first) {
@@ -80,13 +75,13 @@ class FirmwareUpdateModel : public testing::Test {
   Bytes flash(uint32_t address, size_t length) {
     const std::lock_guard guard(card_.lock());
     Bytes out(length);
-    std::ifstream file(folder_ + "/flash", std::ios::binary);
+    std::ifstream file(folder_ / "flash", std::ios::binary);
     file.seekg(address);
     file.read(reinterpret_cast<char*>(out.data()), static_cast<std::streamsize>(length));
     return out;
   }
 
-  std::string folder_;
+  temp_folder folder_;
   CardFile file_{R"({"update": {"erase_ms": 1, "read_back_ms": 1}})"};
   RequestLog log_;
   Card card_{file_, log_};

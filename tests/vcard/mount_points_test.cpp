@@ -6,30 +6,24 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
+
+#include "../temp_folder.h"
 
 namespace vcard {
 namespace {
 
 class MountPointsTest : public testing::Test {
  protected:
-  MountPointsTest() {
-    char path[] = "/tmp/mount_points.XXXXXX";
-    folder_ = mkdtemp(path);
-  }
-  ~MountPointsTest() override {
-    rmdir(folder_.c_str());
-  }
   bool exists() const {
-    return access((folder_ + "/point").c_str(), F_OK) == 0;
+    return access((folder_ / "point").c_str(), F_OK) == 0;
   }
-  std::string folder_;
+  temp_folder folder_;
 };
 
 TEST_F(MountPointsTest, TheLastUserRemovesTheFolder) {
   MountPoints first, second;
-  ASSERT_EQ(first.hold(folder_ + "/point"), 0);
-  ASSERT_EQ(second.hold(folder_ + "/point"), 0);
+  ASSERT_EQ(first.hold(folder_ / "point"), 0);
+  ASSERT_EQ(second.hold(folder_ / "point"), 0);
   first.release(false);
   EXPECT_TRUE(exists());
   second.release(false);
@@ -38,17 +32,17 @@ TEST_F(MountPointsTest, TheLastUserRemovesTheFolder) {
 
 TEST_F(MountPointsTest, AFolderWithSomethingInItStays) {
   MountPoints points;
-  ASSERT_EQ(points.hold(folder_ + "/point"), 0);
-  std::string file = folder_ + "/point/lock";
+  ASSERT_EQ(points.hold(folder_ / "point"), 0);
+  std::string file = folder_ / "point/lock";
   fclose(fopen(file.c_str(), "we"));
   points.release(false);
   EXPECT_TRUE(exists());
   unlink(file.c_str());
-  rmdir((folder_ + "/point").c_str());
+  rmdir((folder_ / "point").c_str());
 }
 
 TEST_F(MountPointsTest, WhatIsNoFolderIsRefused) {
-  std::string path = folder_ + "/point";
+  std::string path = folder_ / "point";
   fclose(fopen(path.c_str(), "we"));
   MountPoints points;
   EXPECT_NE(points.hold(path), 0);
@@ -65,7 +59,7 @@ TEST_F(MountPointsTest, UsersThatComeAndGoAtOnceNeverLoseOrLeaveIt) {
       bool good = true;
       for (int i = 0; good && i < 100; ++i) {
         MountPoints points;
-        good = points.hold(folder_ + "/point") == 0 && exists();
+        good = points.hold(folder_ / "point") == 0 && exists();
         points.release(false);
       }
       _exit(good ? 0 : 1);

@@ -1,9 +1,6 @@
 #include "update_fixture.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "fw_interrupt.h"
@@ -24,9 +21,6 @@ void short_pause(uint32_t microseconds) {
 }  // namespace
 
 void Update::SetUp() {
-  char name[] = "/tmp/kx_update_XXXXXX";
-  ASSERT_NE(mkdtemp(name), nullptr);
-  folder_ = name;
   running_test = this;
   fw_interrupt_install();
 }
@@ -34,12 +28,11 @@ void Update::SetUp() {
 void Update::TearDown() {
   card_.reset();
   fw_update_set(nullptr);
-  std::filesystem::remove_all(folder_);
 }
 
 void Update::plug(const std::string& card_file) {
   card_.reset();
-  std::filesystem::remove(folder_ + "/flash");
+  std::filesystem::remove(folder_ / "flash");
   sent_.clear();
   before_request_ = nullptr;
   file_ = std::make_unique<vcard::CardFile>(card_file);
@@ -50,7 +43,7 @@ void Update::plug(const std::string& card_file) {
     // Wires, which are not plugged in here, have sections of their own.
     ASSERT_EQ(complaint.find("update"), std::string::npos) << complaint;
   }
-  ASSERT_TRUE(card_->create({.tree = "", .state = folder_}));
+  ASSERT_TRUE(card_->create({.tree = "", .state = folder_.path()}));
   card_->processor().attach_tool([](uint16_t, vcard::ByteView payload) {
     mts_fwupdate_recv_cb(payload.data(), static_cast<uint32_t>(payload.size()));
     return true;
@@ -121,7 +114,7 @@ Update::outcome Update::run_query(const char* word, fw_state state) {
 
 package_file::bytes Update::flash(uint64_t address, size_t length) const {
   package_file::bytes out(length);
-  std::ifstream file(folder_ + "/flash", std::ios::binary);
+  std::ifstream file(folder_ / "flash", std::ios::binary);
   file.seekg(static_cast<std::streamoff>(address));
   file.read(reinterpret_cast<char*>(out.data()), static_cast<std::streamsize>(length));
   EXPECT_TRUE(file.good());

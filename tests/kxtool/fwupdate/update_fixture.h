@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "../../temp_folder.h"
 #include "fw_run.h"
 #include "package_file.h"
 #include "vcard/card.h"
@@ -44,7 +45,7 @@ class Update : public testing::Test {
   static int32_t send(kxtool_device* device, const void* payload, uint16_t length, void* reply, uint16_t* reply_len);
   outcome drive(fw_update* update);
 
-  std::string folder_;
+  temp_folder folder_;
   std::unique_ptr<vcard::CardFile> file_;
   std::unique_ptr<vcard::RequestLog> log_;
   std::unique_ptr<vcard::Card> card_;

@@ -1,0 +1,47 @@
+// A folder under the temporary folder, removed with everything in it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+class temp_folder {
+ public:
+  temp_folder() {
+    std::string name = testing::TempDir() + "kx_test.XXXXXX";
+    EXPECT_NE(mkdtemp(name.data()), nullptr);
+    path_ = name;
+  }
+  temp_folder(const temp_folder&) = delete;
+  temp_folder& operator=(const temp_folder&) = delete;
+  ~temp_folder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  const std::string& path() const {
+    return path_;
+  }
+  std::string operator/(const std::string& name) const {
+    return path_ + "/" + name;
+  }
+  void write(const std::string& name, const std::string& text) const {
+    std::ofstream(*this / name) << text;
+  }
+  std::string read(const std::string& name) const {
+    std::ostringstream text;
+    text << std::ifstream(*this / name).rdbuf();
+    return text.str();
+  }
+  /// How many entries it has.
+  size_t entries() const {
+    return static_cast<size_t>(
+        std::distance(std::filesystem::directory_iterator(path_), std::filesystem::directory_iterator()));
+  }
+
+ private:
+  std::string path_;
+};
