@@ -3,8 +3,10 @@
 // between the states of the update are no part of it. Also the memory that it takes, and the image checksum beside a
 // copy of the same bytes.
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -28,6 +30,7 @@ constexpr uint32_t PACKET_US = 10000;  // the pause for a card that runs an oper
 constexpr uint32_t POLL_US = 100;      // the mailbox's pause before the first look at a reply
 constexpr unsigned long TIMER_SLACK_NS = 1000;
 constexpr double MEMORY_LIMIT_MIB = 16;
+constexpr int MEMORY_LOOK_MS = 5000;
 
 struct update {
   const char* name;
@@ -99,13 +102,14 @@ int run(const workplace& work, const update& which, double* memory) {
   if (posix_spawn(&pid, "/bin/sh", nullptr, nullptr, const_cast<char**>(words), environ) != 0) {
     return -1;
   }
+  const int end_fd = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
+  struct pollfd end = {end_fd, POLLIN, 0};
   // Rarely: looking costs time, and the high-water mark is the kernel's.
-  for (uint32_t looks = 0; waitpid(pid, &status, WNOHANG) == 0; ++looks) {
-    if (looks % 100 == 99) {
-      *memory = std::max(*memory, tool_memory());
-    }
-    usleep(20000);
+  while (poll(&end, 1, MEMORY_LOOK_MS) == 0) {
+    *memory = std::max(*memory, tool_memory());
   }
+  close(end_fd);
+  waitpid(pid, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 

@@ -20,6 +20,8 @@ constexpr size_t ERASE_PATH = 12;
 constexpr size_t READ_BACK_LEN = 13;
 constexpr size_t PACKET_DATA = 8;
 constexpr uint32_t PACKET_DATA_MAX = 2028;
+// Read from the file at once: a read after each pause would take a tenth of the time of an exchange.
+constexpr uint32_t PIECE_SIZE = 16 * PACKET_DATA_MAX;
 
 constexpr uint32_t PACKET_PAUSE_US = 5000;
 constexpr uint32_t PACKET_PAUSE_OS_US = 10000;  // the card's processor runs an operating system beside the update
@@ -49,18 +51,24 @@ void show_phase(fw_update* update, const char* phase) {
   fw_progress_phase(progress, phase);
 }
 
+// Reads what is sent from `at` on into `piece`.
+int32_t read_piece(const fw_update& update, const fw_image& image, uint32_t at, std::span<uint8_t> piece) {
+  if (fw_image_read(update.package, update.header, image, at, piece) != 0) {
+    FW_ERR("image %d cannot be read at byte %u\n", update.image.load(), at);
+    return -1;
+  }
+  return 0;
+}
+
 // Sends one packet; `at` is its place in the image.
-int32_t send_packet(fw_update* update, const fw_image& image, uint32_t at, uint32_t length) {
+int32_t send_packet(fw_update* update, const fw_image& image, uint32_t at, std::span<const uint8_t> data) {
   std::array<uint8_t, PACKET_DATA + PACKET_DATA_MAX> packet;
   packet[0] = static_cast<uint8_t>(REQUEST_DATA + update->image);
   packet[1] = image.type;
-  fw_put_le16(packet, 2, length);
+  fw_put_le16(packet, 2, static_cast<uint32_t>(data.size()));
   fw_put_le32(packet, 4, image.flash_offset + at);
-  if (fw_image_read(update->package, update->header, image, at, std::span(packet).subspan(PACKET_DATA, length)) != 0) {
-    FW_ERR("image %d cannot be read at byte %u\n", update->image.load(), at);
-    return -1;
-  }
-  if (kxtool_fw_msg_send_sync_no_reply(update, std::span(packet).first(PACKET_DATA + length)) != 0) {
+  std::ranges::copy(data, packet.begin() + PACKET_DATA);
+  if (kxtool_fw_msg_send_sync_no_reply(update, std::span(packet).first(PACKET_DATA + data.size())) != 0) {
     FW_ERR("tx by bar chan err\n");
     return -1;
   }
@@ -111,14 +119,19 @@ int32_t kxtool_fw_data_sendto_riscv(fw_update* update) {
   const uint32_t pause_us = update->device->os_type != 0 ? PACKET_PAUSE_OS_US : PACKET_PAUSE_US;
   show_phase(update, "writing");
   fw_progress_write_start(&update->progress, sent_before(*update));
+  std::array<uint8_t, PIECE_SIZE> piece;
   uint32_t packets = 0;
   for (uint32_t at = 0; at < size; ++packets) {
     // A notice may have failed the update meanwhile.
     if (fw_interrupt_is_raised() || kxtool_fw_fsm_get() != FW_STATE_WAIT) {
       return -1;
     }
+    const uint32_t in_piece = at % PIECE_SIZE;
+    if (in_piece == 0 && read_piece(*update, image, at, std::span(piece).first(std::min(size - at, PIECE_SIZE))) != 0) {
+      return fail(-1);
+    }
     const uint32_t length = std::min(size - at, PACKET_DATA_MAX);
-    if (send_packet(update, image, at, length) != 0) {
+    if (send_packet(update, image, at, std::span(piece).subspan(in_piece, length)) != 0) {
       return fail(-1);
     }
     at += length;
