@@ -287,6 +287,27 @@ TEST_F(Update, DamagedPackagesAreRefusedBeforeAnythingIsSent) {
   EXPECT_TRUE(sent_.empty());
 }
 
+TEST_F(Update, EveryCountAndEveryTruncationIsTakenOrRefusedWithNothingSent) {
+  for (uint32_t count = 0; count <= 40; ++count) {
+    package_file::file package;
+    package.put(256, package_file::header(package_file::IDENTIFICATION, std::vector<row>(count, row{0x41000, 0, 2})))
+        .resize(0x20000);
+    plug(R"({"update": {"header_ms": 0, "end_ms": 0}})");
+    const bool valid = count >= 1 && count <= 33;
+    EXPECT_EQ(run(package).status, valid ? 0 : 7) << count;
+    EXPECT_EQ(sent_.empty(), !valid) << count;
+  }
+  package_file::file package;
+  make_one_partition(&package);
+  plug("{}");
+  constexpr uint64_t TABLE_END = 256 + 72 + 3 * 12;
+  for (uint64_t size = 256 + 0x3000 + 2028; size > 0; size -= size > TABLE_END + 200 ? 97 : 1) {
+    package.resize(size);
+    ASSERT_EQ(run(package).status, 7) << size;
+    ASSERT_TRUE(sent_.empty()) << size;
+  }
+}
+
 // The number of the last image makes its erase look like data of the first, and its data like a read-back.
 TEST_F(Update, ThirtyThreeImagesAreWritten) {
   std::vector<row> rows;

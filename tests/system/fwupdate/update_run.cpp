@@ -63,6 +63,12 @@ kx_system::Command Workplace::by_name(const std::string& card, const std::string
   return {.card = card, .words = {"fwupdate", "eth0", word.empty() ? package : word}, .state = folder.path()};
 }
 
+kx_system::Command Workplace::with_next(const std::string& device, const std::string& card) const {
+  return {.card = card,
+          .input = "0\nsu opsu\n" + line(device) + "kxtool fwupdate " + device + " part\nquit\n",
+          .state = folder.path()};
+}
+
 kx_system::Command Workplace::by_address(const std::string& card, bool super_user) const {
   return {.card = card,
           .input = std::string("0\n") + (super_user ? "su opsu\n" : "") + line(ADDRESS) + "quit\n",

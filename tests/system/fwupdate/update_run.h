@@ -28,6 +28,9 @@ struct Workplace {
   kx_system::Command by_name(const std::string& card = "{}", const std::string& word = "") const;
   /// The shell, which binds the card first and, with `super_user`, has the raised permission.
   kx_system::Command by_address(const std::string& card = "{}", bool super_user = true) const;
+  /// The update of `device` in the shell of a super user; behind it a command that needs the device's run lock and
+  /// prints NEXT_OUT.
+  kx_system::Command with_next(const std::string& device, const std::string& card) const;
   /// The lines that a user types in the shell for an update of `device`.
   std::string line(const std::string& device) const {
     return "kxtool fwupdate " + device + " " + package + "\n";
@@ -39,5 +42,6 @@ struct Workplace {
 };
 
 inline constexpr const char* ADDRESS = "0000:3b:00.0";
+inline constexpr const char* NEXT_OUT = "active partition: ";
 
 }  // namespace update_run
