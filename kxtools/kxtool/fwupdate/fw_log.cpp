@@ -12,6 +12,7 @@
 #include "build_id/build_id.h"
 #include "common/report.h"
 #include "common/shared_file.h"
+#include "fw_progress.h"
 
 namespace {
 
@@ -87,7 +88,10 @@ void fw_log_line(const char* kind, const char* function, int line, const char* f
   text[length - 1] = '\n';  // also when the line was cut
   const std::lock_guard lock(log_mutex);
   const bool open = log_fd >= 0;
+  if (!open) {
+    fw_progress_clear();
+  }
   if (write(open ? log_fd : STDERR_FILENO, text, length) != static_cast<ssize_t>(length) && open) {
-    kx_print("fprintf err\n");
+    fw_print("fprintf err\n");
   }
 }

@@ -1,5 +1,6 @@
 #include "fw_progress.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +14,7 @@
 namespace {
 
 constexpr uint64_t REDRAW_MS = 100;
+constexpr uint64_t RATE_AFTER_MS = 10;  // one pause behind a packet: the first packet alone tells no rate
 constexpr const char* CLEAR_LINE = "\r\033[K";
 
 std::atomic<bool> line_shown = false;
@@ -27,6 +29,12 @@ int head_text(const fw_progress& progress, char* text, size_t size) {
     snprintf(part, sizeof part, "part %c ", progress.part);
   }
   return snprintf(text, size, "%simage %u/%u %s", part, progress.image, progress.image_num, progress.phase);
+}
+
+// Columns that one line may fill; more would scroll the terminal at every redraw. The user may have changed it.
+size_t terminal_width() {
+  struct winsize size = {};
+  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0 ? size.ws_col : SIZE_MAX;
 }
 
 }  // namespace
@@ -80,12 +88,12 @@ void fw_progress_text(const fw_progress& progress, uint64_t now_ms, char* text, 
   text += length;
   size -= static_cast<size_t>(length);
   const uint64_t percent = progress.total == 0 ? 100 : progress.done * 100 / progress.total;
-  if (progress.written == 0 || progress.writing_ms == 0) {
+  if (progress.writing_ms < RATE_AFTER_MS) {
     snprintf(text, size, " %3" PRIu64 "%%, %" PRIu64 " s", percent, seconds);
     return;
   }
   const uint64_t rate = std::max<uint64_t>(progress.written * 1000 / progress.writing_ms, 1);
-  const uint64_t left = (progress.total - std::min(progress.done, progress.total)) / rate;
+  const uint64_t left = (progress.total - std::min(progress.done, progress.total) + rate - 1) / rate;
   snprintf(text, size, " %3" PRIu64 "%%, %" PRIu64 " KiB/s, %" PRIu64 " s, %" PRIu64 " s left", percent, rate / 1024,
            seconds, left);
 }
@@ -95,7 +103,7 @@ void fw_progress_draw(const fw_progress* progress) {
     return;
   }
   char text[160];
-  fw_progress_text(*progress, fw_now_ms(), text, sizeof text);
+  fw_progress_text(*progress, fw_now_ms(), text, std::min(sizeof text, terminal_width()));
   flockfile(stdout);
   // The cursor goes back to the start of the line: whatever else is printed begins there.
   printf("%s%s\r", CLEAR_LINE, text);

@@ -75,13 +75,18 @@ TEST(Progress, LineTellsImagePhasePercentageRateAndTimeLeft) {
   progress.phase = "writing";
   progress.start_ms = 1000;
   char text[160];
+  progress.written = 2028;
+  progress.writing_ms = 1;
   fw_progress_text(progress, 3000, text, sizeof text);
   EXPECT_STREQ(text, "part B image 2/3 writing   0%, 2 s");
-  progress.done = 1 << 20;
+  progress.done = (1 << 20) + 1;
   progress.written = 2 << 20;  // half of it was a repeat
   progress.writing_ms = 4000;
   fw_progress_text(progress, 9000, text, sizeof text);
   EXPECT_STREQ(text, "part B image 2/3 writing  25%, 512 KiB/s, 8 s, 6 s left");
+  progress.done = progress.total - 1;
+  fw_progress_text(progress, 9000, text, sizeof text);
+  EXPECT_STREQ(text, "part B image 2/3 writing  99%, 512 KiB/s, 8 s, 1 s left");
   progress.done = progress.total;
   fw_progress_text(progress, 9000, text, sizeof text);
   EXPECT_STREQ(text, "part B image 2/3 writing 100%, 512 KiB/s, 8 s, 0 s left");

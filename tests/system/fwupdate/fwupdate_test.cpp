@@ -143,6 +143,18 @@ TEST(FirmwareUpdate, TerminalShowsOneLineThatIsRedrawn) {
   EXPECT_THAT(result.out, HasSubstr("\r\033[K****kx firmware has write success"));
 }
 
+TEST(FirmwareUpdate, NarrowTerminalShowsWhatFitsInOneLine) {
+  const Workplace work;
+  kx_system::Command command = work.by_name();
+  command.terminal = true;
+  command.program = "/bin/sh";
+  command.words = {"-c", "stty cols 24; exec " KX_SYSTEM_KXTOOL " fwupdate eth0 " + work.package};
+  const Result result = kx_system::run(command);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out, HasSubstr("\r\033[Kimage 2/2 reading 100%,\r"));
+  EXPECT_THAT(result.out, Not(HasSubstr("KiB/s")));
+}
+
 // The log is a convenience: whatever stands in its way costs the log and one line, never the update.
 TEST(FirmwareUpdate, LogThatCannotBeMadeCostsOnlyTheLog) {
   const Workplace folder_is_link;
