@@ -295,6 +295,7 @@ uint32_t dpp_dtb_write_down_table_data(uint32_t dev_id, uint32_t queue_id, uint3
   uint32_t item = 0;
   dpp_dtb_items* items = nullptr;
   QLIX_COMM_CHECK_RC(block_post(dev_id, queue_id, 0, length, data, &item, &items), "dpp_dtb_tab_down_info_set");
+  QLIX_COMM_CHECK_POINT(items);
   QLIX_COMM_CHECK_RC(block_check(dev_id, queue_id, items, item), "dpp_dtb_tab_down_success_status_check");
   return QLIX_COMM_OK;
 }
