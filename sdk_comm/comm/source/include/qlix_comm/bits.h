@@ -7,6 +7,7 @@
 #pragma once
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -20,11 +21,6 @@ std::uint32_t bits_write_slow(std::uint8_t* buffer, std::uint32_t total_bits, st
                               std::uint32_t length);
 std::uint32_t bits_read_slow(const std::uint8_t* buffer, std::uint32_t total_bits, std::uint32_t* value,
                              std::uint32_t msb, std::uint32_t length);
-
-/// True for a valid field of `more` + 1 bits that lies in whole words. One that is longer than msb + 1 makes lsb wrap.
-inline bool bits_in_words(std::uint32_t total_bits, std::uint32_t msb, std::uint32_t lsb, std::uint32_t more) {
-  return (msb | 31) < total_bits && more < 32 && lsb <= msb && total_bits % 8 == 0;
-}
 
 /// Ones in the low `more` + 1 bits.
 struct bits_masks {
@@ -49,6 +45,12 @@ inline void bits_store(std::uint8_t* at, std::uint32_t word) {
   memcpy(at, &word, sizeof word);
 }
 
+/// The word with that number from the register's end.
+template <class Byte>
+Byte* bits_word(Byte* buffer, std::uint32_t total_bits, std::uint32_t word) {
+  return buffer + total_bits / 8 - 4 - word * std::size_t{4};
+}
+
 }  // namespace qlix_comm_detail
 
 /// Writes the low `length` bits of `value` into bits msb ... msb-length+1; the other bits stay. `buffer` holds
@@ -58,19 +60,28 @@ inline std::uint32_t qlix_comm_write_bits_ex(std::uint8_t* buffer, std::uint32_t
                                              std::uint32_t msb, std::uint32_t length) {
   using namespace qlix_comm_detail;
   const std::uint32_t more = length - 1;
-  const std::uint32_t lsb = msb - more;
-  if (buffer == nullptr || !bits_in_words(total_bits, msb, lsb, more)) [[unlikely]] {
+  const std::uint32_t lsb = msb - more;  // wraps when the field is longer than msb + 1
+  const std::uint32_t low_word = lsb / 32;
+  const std::uint32_t high_word = msb / 32;
+  if (buffer == nullptr || total_bits % 8 != 0 || high_word >= total_bits / 32 || more >= 32) [[unlikely]] {
     return bits_write_slow(buffer, total_bits, value, msb, length);
   }
-  std::uint8_t* const low = buffer + total_bits / 8 - 4 - (lsb / 8 & ~std::uint32_t{3});
+  if (low_word == high_word) {
+    std::uint8_t* const only = bits_word(buffer, total_bits, low_word);
+    const std::uint32_t word = bits_load(only);
+    bits_store(only, word ^ ((word ^ value << (lsb % 32)) & BITS_MASKS.low[more] << (lsb % 32)));
+    return QLIX_COMM_OK;
+  }
+  if (lsb > msb) [[unlikely]] {
+    return bits_write_slow(buffer, total_bits, value, msb, length);
+  }
+  std::uint8_t* const low = bits_word(buffer, total_bits, low_word);
+  std::uint8_t* const high = low - 4;
   const std::uint64_t mask = std::uint64_t{BITS_MASKS.low[more]} << (lsb % 32);
   const std::uint64_t bits = (std::uint64_t{value} << (lsb % 32)) & mask;
   bits_store(low, (bits_load(low) & ~static_cast<std::uint32_t>(mask)) | static_cast<std::uint32_t>(bits));
-  if (((msb ^ lsb) & 32) != 0) {
-    std::uint8_t* const high = low - 4;
-    bits_store(high,
-               (bits_load(high) & ~static_cast<std::uint32_t>(mask >> 32)) | static_cast<std::uint32_t>(bits >> 32));
-  }
+  bits_store(high,
+             (bits_load(high) & ~static_cast<std::uint32_t>(mask >> 32)) | static_cast<std::uint32_t>(bits >> 32));
   return QLIX_COMM_OK;
 }
 
@@ -79,15 +90,22 @@ inline std::uint32_t qlix_comm_read_bits_ex(const std::uint8_t* buffer, std::uin
                                             std::uint32_t msb, std::uint32_t length) {
   using namespace qlix_comm_detail;
   const std::uint32_t more = length - 1;
-  const std::uint32_t lsb = msb - more;
-  if (buffer == nullptr || value == nullptr || !bits_in_words(total_bits, msb, lsb, more)) [[unlikely]] {
+  const std::uint32_t lsb = msb - more;  // wraps when the field is longer than msb + 1
+  const std::uint32_t low_word = lsb / 32;
+  const std::uint32_t high_word = msb / 32;
+  if (buffer == nullptr || value == nullptr || total_bits % 8 != 0 || high_word >= total_bits / 32 || more >= 32)
+      [[unlikely]] {
     return bits_read_slow(buffer, total_bits, value, msb, length);
   }
-  const std::uint8_t* const low = buffer + total_bits / 8 - 4 - (lsb / 8 & ~std::uint32_t{3});
-  std::uint64_t bits = bits_load(low);
-  if (((msb ^ lsb) & 32) != 0) {
-    bits |= std::uint64_t{bits_load(low - 4)} << 32;
+  if (low_word == high_word) {
+    *value = bits_load(bits_word(buffer, total_bits, low_word)) >> (lsb % 32) & BITS_MASKS.low[more];
+    return QLIX_COMM_OK;
   }
+  if (lsb > msb) [[unlikely]] {
+    return bits_read_slow(buffer, total_bits, value, msb, length);
+  }
+  const std::uint8_t* const low = bits_word(buffer, total_bits, low_word);
+  const std::uint64_t bits = std::uint64_t{bits_load(low - 4)} << 32 | bits_load(low);
   *value = static_cast<std::uint32_t>(bits >> (lsb % 32)) & BITS_MASKS.low[more];
   return QLIX_COMM_OK;
 }
