@@ -1,5 +1,6 @@
 #include "dpp_se/dpp_hash.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -16,14 +17,14 @@ constexpr uint8_t HEAD_VALID = 0x80;
 constexpr uint32_t HEAD_WIDTH_SHIFT = 5;
 constexpr uint32_t KEY_BYTES_MAX = DPP_SE_ITEM_BYTES - DPP_HASH_HEAD_BYTES;
 
-dpp_hash_item* items_make(uint32_t num) {
-  const size_t bytes = num * sizeof(dpp_hash_item);
-  void* items = ic_comm_malloc_memory(bytes);
-  if (items != nullptr) {
-    dpp_hash_memory_wide(items, bytes);
-    std::memset(items, 0, bytes);
+/// Zeroed, for what is visited at random.
+void* shadow_make(size_t bytes) {
+  void* memory = ic_comm_malloc_memory(bytes);
+  if (memory != nullptr) {
+    dpp_hash_memory_wide(memory, bytes);
+    std::memset(memory, 0, bytes);
   }
-  return static_cast<dpp_hash_item*>(items);
+  return memory;
 }
 
 uint32_t table_check(dpp_hash* hash, uint32_t engine, uint32_t table) {
@@ -73,9 +74,9 @@ dpp_hash_entry* entry_find(const dpp_hash_table& table, const uint8_t* key) {
   if (table.ddr_items != 0) {
     uint8_t crc_key[KEY_BYTES_MAX];
     dpp_hash_set_crc_key(key, table.key_len, crc_key);
-    const dpp_hash_item& item = table.ddr[dpp_hash_ddr_index(table, crc_key)];
-    for (uint32_t quarter = 0; quarter < DPP_HASH_QUARTERS; quarter += dpp_hash_quarters(table)) {
-      dpp_hash_entry* const entry = item.entry[quarter];
+    const uint32_t room = dpp_hash_ddr_room(table);
+    dpp_hash_entry** const slots = &table.ddr[dpp_hash_ddr_index(table, crc_key) * room];
+    for (dpp_hash_entry* entry : std::span(slots, room)) {
       if (entry != nullptr && std::memcmp(entry->key(), key, table.key_len) == 0) {
         return entry;
       }
@@ -194,7 +195,8 @@ uint32_t dpp_hash_zcell_add(dpp_hash* hash, uint32_t engine, uint32_t zblock, ui
   }
   dpp_hash_zcell& at = hash->zcell[descriptor];
   if (at.items == nullptr) {
-    at = {descriptor, dedicated, engine, items_make(DPP_HASH_ITEM_NUM)};
+    at = {descriptor, dedicated, engine,
+          static_cast<dpp_hash_item*>(shadow_make(DPP_HASH_ITEM_NUM * sizeof(dpp_hash_item)))};
     QLIX_COMM_CHECK_POINT(at.items);
   } else if (dedicated != at.flags || (dedicated != 0 && at.engine != engine)) {
     QLIX_COMM_TRACE_ERROR("zcell %u of zblock %u is in use by engine %u\n", cell, zblock, at.engine);
@@ -236,7 +238,8 @@ uint32_t dpp_hash_table_init(dpp_hash* hash, uint32_t engine, uint32_t table, co
   made.ddr_ecc_en = cfg->ddr_ecc_en;
   QLIX_COMM_CHECK_RC(qlix_comm_rb_init(&made.tree, 0, cfg->key_len, dpp_hash_rb_key_cmp), "qlix_comm_rb_init");
   if (cfg->ddr_items != 0) {
-    made.ddr = items_make(cfg->ddr_items);
+    made.ddr = static_cast<dpp_hash_entry**>(
+        shadow_make(size_t{cfg->ddr_items} * dpp_hash_ddr_room(made) * sizeof(dpp_hash_entry*)));
     QLIX_COMM_CHECK_POINT(made.ddr);
   }
   dpp_hash_pool_init(&made.pool, sizeof(dpp_hash_entry) + bytes);
@@ -287,7 +290,8 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   uint8_t crc_key[KEY_BYTES_MAX];
   QLIX_COMM_CHECK_RC(dpp_hash_set_crc_key(row->key, at->key_len, crc_key), "dpp_hash_set_crc_key");
   if (at->ddr_items != 0) {
-    __builtin_prefetch(&at->ddr[dpp_hash_ddr_index(*at, crc_key)]);  // while the tree is walked
+    __builtin_prefetch(&at->ddr[dpp_hash_ddr_index(*at, crc_key) * dpp_hash_ddr_room(*at)],
+                       1);  // while the tree is walked
   }
   dpp_hash_entry* entry = entry_make(*at, engine, table, *row);
   QLIX_COMM_CHECK_POINT(entry);
@@ -307,7 +311,7 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     entry_drop(at, entry);
     return DPP_HASH_RC_TABLE_FULL;
   }
-  rc = write_or_undo(hash, entry, [&] { dpp_hash_item_fill(hash, *entry, nullptr); });
+  rc = write_or_undo(hash, entry, [&] { std::ranges::fill(dpp_hash_slots_of(hash, *entry), nullptr); });
   if (rc != QLIX_COMM_OK) {
     entry_drop(at, entry);
     return rc;
@@ -350,8 +354,8 @@ uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     return DPP_HASH_RC_ABSENT;
   }
   neighbours_prefetch(entry->node);
-  dpp_hash_item_fill(hash, *entry, nullptr);
-  rc = write_or_undo(hash, entry, [&] { dpp_hash_item_fill(hash, *entry, entry); });
+  std::ranges::fill(dpp_hash_slots_of(hash, *entry), nullptr);
+  rc = write_or_undo(hash, entry, [&] { std::ranges::fill(dpp_hash_slots_of(hash, *entry), entry); });
   if (rc != QLIX_COMM_OK) {
     return rc;
   }

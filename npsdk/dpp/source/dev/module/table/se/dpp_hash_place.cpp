@@ -39,21 +39,17 @@ uint32_t item_put(dpp_hash_item* item, uint32_t quarters, dpp_hash_entry* entry)
 
 }  // namespace
 
-dpp_hash_item* dpp_hash_item_of(dpp_hash* hash, const dpp_hash_entry& entry) {
-  const uint32_t descriptor = entry.location >> DESCRIPTOR_SHIFT & DESCRIPTOR_MASK;
-  switch (entry.location >> KIND_SHIFT) {
-    case DPP_HASH_LOCATION_DDR:
-      return &dpp_hash_table_of(hash, entry).ddr[entry.ddr_index];
-    case DPP_HASH_LOCATION_ZREG:
-      return &hash->zblock[descriptor / DPP_HASH_ZCELL_IN_BLOCK].zreg;
-    default:
-      return &hash->zcell[descriptor].items[entry.location & ITEM_MASK];
+std::span<dpp_hash_entry*> dpp_hash_slots_of(dpp_hash* hash, const dpp_hash_entry& entry) {
+  const dpp_hash_table& table = dpp_hash_table_of(hash, entry);
+  const uint32_t quarters = dpp_hash_quarters(table);
+  const uint32_t kind = entry.location >> KIND_SHIFT;
+  if (kind == DPP_HASH_LOCATION_DDR) {
+    return {&table.ddr[entry.ddr_index * dpp_hash_ddr_room(table) + entry.quarter / quarters], 1};
   }
-}
-
-void dpp_hash_item_fill(dpp_hash* hash, const dpp_hash_entry& entry, dpp_hash_entry* with) {
-  std::fill_n(&dpp_hash_item_of(hash, entry)->entry[entry.quarter], dpp_hash_quarters(dpp_hash_table_of(hash, entry)),
-              with);
+  const uint32_t descriptor = entry.location >> DESCRIPTOR_SHIFT & DESCRIPTOR_MASK;
+  dpp_hash_item& item = kind == DPP_HASH_LOCATION_ZREG ? hash->zblock[descriptor / DPP_HASH_ZCELL_IN_BLOCK].zreg
+                                                       : hash->zcell[descriptor].items[entry.location & ITEM_MASK];
+  return {&item.entry[entry.quarter], quarters};
 }
 
 uint32_t dpp_hash_ddr_index(const dpp_hash_table& table, const uint8_t* crc_key) {
@@ -63,12 +59,17 @@ uint32_t dpp_hash_ddr_index(const dpp_hash_table& table, const uint8_t* crc_key)
 uint32_t dpp_hash_insert_ddr(dpp_hash* hash, dpp_hash_entry* entry, const uint8_t* crc_key) {
   const dpp_hash_table& table = dpp_hash_table_of(hash, *entry);
   const uint32_t index = dpp_hash_ddr_index(table, crc_key);
-  const uint32_t rc = item_put(&table.ddr[index], dpp_hash_quarters(table), entry);
-  if (rc == QLIX_COMM_OK) {
-    entry->location = location_of(DPP_HASH_LOCATION_DDR, 0, 0);
-    entry->ddr_index = index & (DPP_HASH_DDR_ITEMS_MAX - 1);
+  const uint32_t room = dpp_hash_ddr_room(table);
+  dpp_hash_entry** const slots = &table.ddr[index * room];
+  const auto at = static_cast<uint32_t>(std::find(slots, slots + room, nullptr) - slots);
+  if (at == room) {
+    return DPP_HASH_RC_ITEM_FULL;
   }
-  return rc;
+  slots[at] = entry;
+  entry->location = location_of(DPP_HASH_LOCATION_DDR, 0, 0);
+  entry->ddr_index = index & (DPP_HASH_DDR_ITEMS_MAX - 1);
+  entry->quarter = at * dpp_hash_quarters(table) & (DPP_HASH_QUARTERS - 1);
+  return QLIX_COMM_OK;
 }
 
 uint32_t dpp_hash_insert_zcell(dpp_hash* hash, dpp_hash_entry* entry, const uint8_t* crc_key) {
@@ -125,7 +126,7 @@ uint32_t dpp_hash_write_hardware(dpp_hash* hash, const dpp_hash_entry* entry) {
   const uint32_t quarters = dpp_hash_quarters(table);
   dpp_se_write write{};
   write.size = table.entry_bytes;
-  if (dpp_hash_item_of(hash, *entry)->entry[entry->quarter] == entry) {
+  if (dpp_hash_slots_of(hash, *entry)[0] == entry) {
     write.data = entry->image();
     write.data_bytes = DPP_HASH_HEAD_BYTES + table.key_len + table.rst_len;
   }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 
 #include "dpp_se/dpp_hash.h"
 
@@ -47,10 +48,13 @@ inline uint32_t dpp_hash_quarters(const dpp_hash_table& table) {
   return table.entry_bytes / 16;
 }
 
-/// The item where the entry's location says that it lives.
-dpp_hash_item* dpp_hash_item_of(dpp_hash* hash, const dpp_hash_entry& entry);
-/// Sets the entry's quarters of its item: to the entry, or to null.
-void dpp_hash_item_fill(dpp_hash* hash, const dpp_hash_entry& entry, dpp_hash_entry* with);
+/// Entries that an item of the table's spill area has room for.
+inline uint32_t dpp_hash_ddr_room(const dpp_hash_table& table) {
+  return DPP_SE_ITEM_BYTES / table.entry_bytes;
+}
+
+/// Where the shadow names the entry: one pointer in the spill area, else one for each quarter that it covers.
+std::span<dpp_hash_entry*> dpp_hash_slots_of(dpp_hash* hash, const dpp_hash_entry& entry);
 
 // The three kinds of place, each returning 0, DPP_HASH_RC_ITEM_FULL when it has no room, or a code. `crc_key` is the
 // shaped key. On success the entry knows its location and quarter.

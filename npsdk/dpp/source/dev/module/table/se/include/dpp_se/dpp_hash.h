@@ -73,7 +73,7 @@ struct dpp_hash_table {
   uint32_t ddr_items;    ///< a power of two, 0 without spill area
   uint32_t ddr_baddr;
   uint32_t ddr_ecc_en;
-  dpp_hash_item* ddr;
+  dpp_hash_entry** ddr;  ///< what stands in the spill area, for each item as many as it has room for
   qlix_comm_rb tree;
   dpp_hash_pool pool;
   uint32_t entry_num;
