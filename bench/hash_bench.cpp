@@ -18,7 +18,7 @@ constexpr size_t KEYS = 200000;
 constexpr int ROUNDS = 5;
 /// Items of the spill area, 512 bits each: two keys of 16 bytes or one of 48 share one.
 template <size_t N>
-constexpr uint32_t SPILL_ITEMS = N <= 16 ? 1u << 18 : 1u << 19;
+constexpr uint32_t SPILL_ITEMS = N <= 16 ? 1u << 19 : 1u << 20;
 
 /// Keeps what is written where the chip would.
 struct memory_chip {

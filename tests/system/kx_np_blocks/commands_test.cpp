@@ -155,6 +155,39 @@ TEST(NpBlocks, QueueMovesTableEntries) {
               testing::Contains("table_block queue=0 bytes=16 dump=1 status=0xff"));
 }
 
+// A card that is late is waited for; one that refuses or keeps silent leaves its reason, and the queue goes on.
+TEST(NpBlocks, QueueTroubleIsTold) {
+  const struct {
+    const char* queues;
+    std::vector<const char*> wrote;
+    const char* flushed;
+  } troubles[] = {
+      {R"({"delay_ms": 30})", {}, "smmu0: entries 0x5 to 0x5 are cleared\n"},
+      {R"({"status": 19})", {"[ErrorCode:0x5a5a5a13]"}, "smmu0: stopped, 0x0 of 0x1 entries from 0x5 on are cleared\n"},
+      {R"({"silent": true})",
+       {"Error!!! dpp dtb down queue [0] item [0] ack success is overtime!\n", "dtb down table info", "dtb reg info",
+        "[ErrorCode:0x1]"},
+       "smmu0: stopped, 0x0 of 0x1 entries from 0x5 on are cleared\n"},
+  };
+  for (const auto& trouble : troubles) {
+    const session::Session session =
+        session::run(std::string(R"({"table_queues": )") + trouble.queues + "}",
+                     {"kxnp host_dtb_huge_mem_init 0", "kxnp diag_dpp_dtb_smmu0_write_128 0 0 5 1 2 3 4",
+                      "kxnp dpp_dtb_table_flush 0 0 0 5 1"},
+                     true);
+    if (session.outputs[0].find("down init success!!!") == std::string::npos) {
+      GTEST_SKIP() << session.outputs[0];
+    }
+    if (trouble.wrote.empty()) {
+      EXPECT_THAT(session.outputs[1], IsEmpty());
+    }
+    for (const char* part : trouble.wrote) {
+      EXPECT_THAT(session.outputs[1], HasSubstr(part)) << trouble.queues;
+    }
+    EXPECT_THAT(session.outputs[2], HasSubstr(trouble.flushed)) << trouble.queues;
+  }
+}
+
 // The form of dump commands is the card's to state: without it no table is read through a queue.
 TEST(NpBlocks, NoTableIsReadFromACardThatStatesNoDumpForm) {
   const char* reads[] = {
