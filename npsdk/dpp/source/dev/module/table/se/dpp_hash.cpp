@@ -15,6 +15,7 @@ namespace {
 
 constexpr uint8_t HEAD_VALID = 0x80;
 constexpr uint32_t HEAD_WIDTH_SHIFT = 5;
+constexpr uint32_t ORDER_BYTES = sizeof(dpp_hash_entry::order);
 constexpr uint32_t KEY_BYTES_MAX = DPP_SE_ITEM_BYTES - DPP_HASH_HEAD_BYTES;
 
 /// Zeroed, for what is visited at random.
@@ -49,7 +50,14 @@ dpp_hash_table* table_get(dpp_hash* hash, uint32_t engine, uint32_t table, uint3
   return at;
 }
 
-dpp_hash_entry* entry_make(dpp_hash_table& table, uint32_t engine, uint32_t table_id, const dpp_hash_row& row) {
+void head_set(const dpp_hash_table& table, uint32_t engine, uint32_t table_id, uint8_t* head) {
+  const uint32_t width = std::countr_zero(dpp_hash_quarters(table)) & 3;
+  head[0] = static_cast<uint8_t>(HEAD_VALID | width << HEAD_WIDTH_SHIFT | table_id);
+  head[1] = static_cast<uint8_t>(engine);
+}
+
+dpp_hash_entry* entry_make(dpp_hash_table& table, uint32_t engine, uint32_t table_id, const dpp_hash_row& row,
+                           uint32_t crc) {
   auto* entry = static_cast<dpp_hash_entry*>(dpp_hash_pool_take(&table.pool));
   if (entry == nullptr) {
     return nullptr;
@@ -57,10 +65,9 @@ dpp_hash_entry* entry_make(dpp_hash_table& table, uint32_t engine, uint32_t tabl
   *entry = {};
   entry->engine = engine & (DPP_HASH_ENGINE_NUM - 1);
   entry->table = table_id & (DPP_HASH_TABLE_NUM - 1);
-  entry->node.key = entry->key();
-  const uint32_t width = std::countr_zero(dpp_hash_quarters(table)) & 3;
-  entry->image()[0] = static_cast<uint8_t>(HEAD_VALID | width << HEAD_WIDTH_SHIFT | table_id);
-  entry->image()[1] = static_cast<uint8_t>(engine);
+  entry->node.key = entry->order;
+  dpp_hash_order_set(table, crc, entry->order);
+  head_set(table, engine, table_id, entry->image());
   std::memcpy(entry->key(), row.key, table.key_len);
   if (table.rst_len != 0) {
     std::memcpy(entry->rst(table), row.rst, table.rst_len);
@@ -70,25 +77,39 @@ dpp_hash_entry* entry_make(dpp_hash_table& table, uint32_t engine, uint32_t tabl
 
 /// The entry of a key. Most entries of a table with a spill area stand in their item there, which is nearer than the
 /// end of a walk down the tree.
-dpp_hash_entry* entry_find(const dpp_hash_table& table, const uint8_t* key) {
+dpp_hash_entry* entry_find(const dpp_hash_table& table, uint32_t engine, uint32_t table_id, const uint8_t* key) {
+  uint32_t crc = 0;
   if (table.ddr_items != 0) {
     uint8_t crc_key[KEY_BYTES_MAX];
     dpp_hash_set_crc_key(key, table.key_len, crc_key);
-    const uint32_t room = dpp_hash_ddr_room(table);
-    dpp_hash_entry** const slots = &table.ddr[dpp_hash_ddr_index(table, crc_key) * room];
-    for (dpp_hash_entry* entry : std::span(slots, room)) {
+    crc = dpp_hash_ddr_crc(table, crc_key);
+    for (dpp_hash_entry* entry : dpp_hash_ddr_slots(table, dpp_hash_ddr_index(table, crc))) {
+      __builtin_prefetch(entry);  // the node, which lies on another line than the key
       if (entry != nullptr && std::memcmp(entry->key(), key, table.key_len) == 0) {
         return entry;
       }
     }
   }
+  uint8_t sought[ORDER_BYTES + DPP_SE_ITEM_BYTES];
+  dpp_hash_order_set(table, crc, sought);
+  head_set(table, engine, table_id, sought + ORDER_BYTES);
+  std::memcpy(sought + ORDER_BYTES + DPP_HASH_HEAD_BYTES, key, table.key_len);
   qlix_comm_rb_node* node = nullptr;
-  return qlix_comm_rb_search(&table.tree, key, &node) == QLIX_COMM_OK ? dpp_hash_entry::of(node) : nullptr;
+  return qlix_comm_rb_search(&table.tree, sought, &node) == QLIX_COMM_OK ? dpp_hash_entry::of(node) : nullptr;
+}
+
+/// Links an entry into the tree, or finds the one that has the key: QLIX_COMM_RB_KEY_EXISTS.
+uint32_t entry_link(dpp_hash_table* table, uint32_t crc, dpp_hash_entry* entry, qlix_comm_rb_node** node) {
+  const dpp_hash_entry* near =
+      table->ddr_items != 0 ? dpp_hash_ddr_near(*table, dpp_hash_ddr_index(*table, crc)) : nullptr;
+  return near != nullptr ? qlix_comm_rb_insert_near(&table->tree, &near->node, &entry->node, node)
+                         : qlix_comm_rb_insert(&table->tree, &entry->node, node);
 }
 
 /// Spill area, zcells, overflow registers, in this order.
-uint32_t entry_place(dpp_hash* hash, const dpp_hash_table& table, dpp_hash_entry* entry, const uint8_t* crc_key) {
-  uint32_t rc = table.ddr_items != 0 ? dpp_hash_insert_ddr(hash, entry, crc_key) : DPP_HASH_RC_ITEM_FULL;
+uint32_t entry_place(dpp_hash* hash, const dpp_hash_table& table, dpp_hash_entry* entry, uint32_t crc,
+                     const uint8_t* crc_key) {
+  uint32_t rc = table.ddr_items != 0 ? dpp_hash_insert_ddr(hash, entry, crc) : DPP_HASH_RC_ITEM_FULL;
   if (rc == DPP_HASH_RC_ITEM_FULL) {
     rc = dpp_hash_insert_zcell(hash, entry, crc_key);
   }
@@ -236,7 +257,9 @@ uint32_t dpp_hash_table_init(dpp_hash* hash, uint32_t engine, uint32_t table, co
   made.ddr_items = cfg->ddr_items;
   made.ddr_baddr = cfg->ddr_baddr;
   made.ddr_ecc_en = cfg->ddr_ecc_en;
-  QLIX_COMM_CHECK_RC(qlix_comm_rb_init(&made.tree, 0, cfg->key_len, dpp_hash_rb_key_cmp), "qlix_comm_rb_init");
+  QLIX_COMM_CHECK_RC(
+      qlix_comm_rb_init(&made.tree, 0, ORDER_BYTES + DPP_HASH_HEAD_BYTES + cfg->key_len, dpp_hash_rb_key_cmp),
+      "qlix_comm_rb_init");
   if (cfg->ddr_items != 0) {
     made.ddr = static_cast<dpp_hash_entry**>(
         shadow_make(size_t{cfg->ddr_items} * dpp_hash_ddr_room(made) * sizeof(dpp_hash_entry*)));
@@ -289,14 +312,15 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   }
   uint8_t crc_key[KEY_BYTES_MAX];
   QLIX_COMM_CHECK_RC(dpp_hash_set_crc_key(row->key, at->key_len, crc_key), "dpp_hash_set_crc_key");
+  const uint32_t crc = dpp_hash_ddr_crc(*at, crc_key);
   if (at->ddr_items != 0) {
-    __builtin_prefetch(&at->ddr[dpp_hash_ddr_index(*at, crc_key) * dpp_hash_ddr_room(*at)],
-                       1);  // while the tree is walked
+    // While the entry is made. The item is looked at for a near entry first and filled then.
+    __builtin_prefetch(dpp_hash_ddr_slots(*at, dpp_hash_ddr_index(*at, crc)).data(), 1);
   }
-  dpp_hash_entry* entry = entry_make(*at, engine, table, *row);
+  dpp_hash_entry* entry = entry_make(*at, engine, table, *row, crc);
   QLIX_COMM_CHECK_POINT(entry);
   qlix_comm_rb_node* node = nullptr;
-  rc = qlix_comm_rb_insert(&at->tree, &entry->node, &node);
+  rc = entry_link(at, crc, entry, &node);
   if (rc == QLIX_COMM_RB_KEY_EXISTS) {
     dpp_hash_pool_give(&at->pool, entry);
     return result_change(hash, *at, dpp_hash_entry::of(node), row->rst);
@@ -305,7 +329,7 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     dpp_hash_pool_give(&at->pool, entry);
     QLIX_COMM_CHECK_RC(rc, "qlix_comm_rb_insert");
   }
-  rc = entry_place(hash, *at, entry, crc_key);
+  rc = entry_place(hash, *at, entry, crc, crc_key);
   if (rc != QLIX_COMM_OK) {
     at->insert_fail_num++;
     entry_drop(at, entry);
@@ -329,7 +353,7 @@ uint32_t dpp_hash_search(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     return rc;
   }
   QLIX_COMM_CHECK_POINT(key);
-  const dpp_hash_entry* entry = entry_find(*at, key);
+  const dpp_hash_entry* entry = entry_find(*at, engine, table, key);
   if (entry == nullptr) {
     return DPP_HASH_RC_ABSENT;
   }
@@ -337,7 +361,8 @@ uint32_t dpp_hash_search(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     std::memcpy(rst, entry->rst(*at), at->rst_len);
   }
   if (where != nullptr) {
-    *where = {entry->location, entry->ddr_index, entry->quarter};
+    const bool spilled = entry->location >> DPP_HASH_LOCATION_SHIFT == DPP_HASH_LOCATION_DDR;
+    *where = {entry->location, spilled ? dpp_hash_ddr_index_of(*at, *entry) : 0, entry->quarter};
   }
   return QLIX_COMM_OK;
 }
@@ -349,7 +374,7 @@ uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     return rc;
   }
   QLIX_COMM_CHECK_POINT(key);
-  dpp_hash_entry* entry = entry_find(*at, key);
+  dpp_hash_entry* entry = entry_find(*at, engine, table, key);
   if (entry == nullptr) {
     return DPP_HASH_RC_ABSENT;
   }

@@ -67,6 +67,9 @@ void* dpp_hash_pool_take(dpp_hash_pool* pool) {
   uint8_t* record = pool->fresh;
   pool->fresh += pool->record_bytes;
   pool->fresh_bytes -= pool->record_bytes;
+  for (size_t line = 0; line < pool->record_bytes; line += CACHE_LINE) {
+    __builtin_prefetch(pool->fresh + line, 1);  // the next record, for the next call
+  }
   return record;
 }
 
