@@ -432,11 +432,7 @@ std::uint32_t qlix_comm_rb_delete_node(qlix_comm_rb* tree, qlix_comm_rb_node* no
   QLIX_COMM_CHECK_POINT(tree);
   QLIX_COMM_CHECK_POINT(node);
   QLIX_COMM_CHECK_INDEX(tree->dynamic, 1, 1);
-  node_t* successor = node->right;
-  while (successor != nullptr && successor->left != nullptr) {
-    successor = successor->left;
-  }
-  node_unlink(tree, node, successor);
+  node_unlink(tree, node, node->right != nullptr ? record_of(node->order.next) : nullptr);
   node_clear(node);
   return QLIX_COMM_OK;
 }

@@ -261,8 +261,8 @@ uint32_t dpp_hash_table_init(dpp_hash* hash, uint32_t engine, uint32_t table, co
       qlix_comm_rb_init(&made.tree, 0, ORDER_BYTES + DPP_HASH_HEAD_BYTES + cfg->key_len, dpp_hash_rb_key_cmp),
       "qlix_comm_rb_init");
   if (cfg->ddr_items != 0) {
-    made.ddr = static_cast<dpp_hash_entry**>(
-        shadow_make(size_t{cfg->ddr_items} * dpp_hash_ddr_room(made) * sizeof(dpp_hash_entry*)));
+    made.ddr =
+        static_cast<dpp_hash_entry**>(shadow_make(size_t{cfg->ddr_items} * dpp_hash_ddr_room(made) * sizeof(void*)));
     QLIX_COMM_CHECK_POINT(made.ddr);
   }
   dpp_hash_pool_init(&made.pool, sizeof(dpp_hash_entry) + bytes);
