@@ -32,7 +32,7 @@ inline constexpr uint32_t DPP_HASH_LOCATION_ZCELL = 0xF;
 inline constexpr uint32_t DPP_HASH_LOCATION_ZREG = 0xE;
 inline constexpr uint32_t DPP_HASH_LOCATION_DDR = 0xD;
 
-/// Keys are compared byte by byte.
+/// The tree of a table compares byte by byte: first the place of a key's item in the spill area, then the key.
 inline constexpr qlix_comm_rb_cmp dpp_hash_rb_key_cmp = qlix_comm_rb_def_cmp;
 
 struct dpp_hash_entry;
@@ -74,7 +74,7 @@ struct dpp_hash_table {
   uint32_t ddr_baddr;
   uint32_t ddr_ecc_en;
   dpp_hash_entry** ddr;  ///< what stands in the spill area, for each item as many as it has room for
-  qlix_comm_rb tree;
+  qlix_comm_rb tree;     ///< every entry, in the order of dpp_hash_rb_key_cmp
   dpp_hash_pool pool;
   uint32_t entry_num;
   uint32_t insert_fail_num;
