@@ -2,18 +2,12 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "dpp_chip/dpp_dev.h"
 #include "dpp_diag/dpp_diag_functions.h"
-#include "dpp_dtb/dpp_dtb.h"
 #include "dpp_dtb/dpp_dtb_dump.h"
 #include "dpp_dtb/dpp_dtb_table.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
-#include "qlix_comm/check.h"
-
-#define DTB_CMD_CHECK_QUEUE(dev_id, queue_id)                    \
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1); \
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, queue_id, 0, DPP_DTB_QUEUE_NUM - 1)
+#include "dtb_cmd.h"
 
 namespace {
 
@@ -27,7 +21,6 @@ constexpr uint32_t alg_register_bit = 1u << 16;
 constexpr uint32_t alg_addr_max = 0x1FFFF;
 constexpr uint32_t counters_in_row = 2;
 constexpr uint32_t stat_index_max = 0x3FFFFFF;
-constexpr uint32_t rows_in_base_unit = 256;
 constexpr uint32_t ddr_row_num = 1u << 28;
 
 // One line for each row of four words; entries of several rows number them.

@@ -2,25 +2,20 @@
 #include <endian.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <csignal>
+#include <ctime>
 #include <iterator>
 #include <utility>
 
-#include "dpp_chip/dpp_dev.h"
 #include "dpp_diag/dpp_diag_code.h"
 #include "dpp_diag/dpp_diag_functions.h"
-#include "dpp_dtb/dpp_dtb.h"
 #include "dpp_dtb/dpp_dtb_dump.h"
 #include "dpp_dtb/dpp_dtb_table.h"
-#include "interrupt.h"
-#include "qlix_comm/check.h"
-
-#define DTB_CMD_CHECK_QUEUE(dev_id, queue_id)                    \
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1); \
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, queue_id, 0, DPP_DTB_QUEUE_NUM - 1)
+#include "dtb_cmd.h"
 
 namespace {
 
-constexpr uint32_t rows_in_base_unit = 256;
 constexpr uint32_t row_bytes = 16;
 constexpr uint32_t zcam_item_bytes = 64;
 constexpr uint32_t etcam_row_bytes = 80;
@@ -158,12 +153,46 @@ class progress {
   uint32_t shown_ = 0;
 };
 
+/// Holds the signals that would end the program between two steps of a command. At the end SIGINT is dropped, because
+/// the command has answered it; the others then take effect. Steps that sleep would need handlers to be woken.
+class interrupt_hold {
+ public:
+  interrupt_hold() {
+    sigset_t held;
+    sigemptyset(&held);
+    for (const int number : SIGNALS) {
+      sigaddset(&held, number);
+    }
+    pthread_sigmask(SIG_BLOCK, &held, &former_);
+  }
+  interrupt_hold(const interrupt_hold&) = delete;
+  interrupt_hold& operator=(const interrupt_hold&) = delete;
+  ~interrupt_hold() {
+    sigset_t answered;
+    sigemptyset(&answered);
+    sigaddset(&answered, SIGINT);
+    const timespec at_once = {};
+    sigtimedwait(&answered, nullptr, &at_once);
+    pthread_sigmask(SIG_SETMASK, &former_, nullptr);
+  }
+  static bool one_waits() {
+    sigset_t pending;
+    sigpending(&pending);
+    return std::any_of(std::begin(SIGNALS), std::end(SIGNALS),
+                       [&](int number) { return sigismember(&pending, number) == 1; });
+  }
+
+ private:
+  static constexpr int SIGNALS[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+  sigset_t former_;
+};
+
 /// Clears until the end, a refusal or an interrupt.
 uint32_t entries_clear(const memory& cleared, block_sender& block, uint32_t index, uint32_t num) {
-  const dpp_interrupt_guard guard;
+  const interrupt_hold hold;
   progress shown(cleared.name, num);
   for (uint32_t i = 0; i < num; ++i) {
-    if (dpp_interrupt_guard::raised()) {
+    if (interrupt_hold::one_waits()) {
       // What is begun is ended: a row is not left between its two elements.
       const uint32_t code = block.send();
       return code != QLIX_COMM_OK ? code : DPP_RC_DIAG_INTERRUPTED;
