@@ -1,5 +1,7 @@
 #include "vcard/management_processor.h"
 
+#include <algorithm>
+
 #include "vcard/request_log.h"
 
 namespace vcard {
@@ -20,16 +22,11 @@ void ManagementProcessor::on_op(uint32_t op_code, RequestHandler handler) {
 }
 
 ManagementProcessor::Fault* ManagementProcessor::fault_of(uint16_t event_id, ByteView request) {
-  for (Fault& fault : faults_) {
-    if (fault.event_id != event_id || (!fault.any_op && fault.op_code != get_le<uint32_t>(request, 0))) {
-      continue;
-    }
-    uint64_t number = fault.seen++;
-    if (number >= fault.from && number - fault.from < fault.count) {
-      return &fault;
-    }
-  }
-  return nullptr;
+  auto fault = std::find_if(faults_.begin(), faults_.end(), [&](Fault& row) {
+    return row.event_id == event_id && (row.any_op || row.op_code == get_le<uint32_t>(request, 0)) &&
+           row.range.hits_next();
+  });
+  return fault != faults_.end() ? &*fault : nullptr;
 }
 
 int32_t ManagementProcessor::handle(uint16_t event_id, ByteView request, Bytes& reply) {
@@ -99,8 +96,7 @@ void ManagementProcessor::load_faults(const CardSection& section) {
     fault.event_id = static_cast<uint16_t>(entry.number("event_id", general_event, UINT16_MAX));
     fault.any_op = !entry.has("op_code");
     fault.op_code = static_cast<uint32_t>(entry.number("op_code", 0, UINT32_MAX));
-    fault.from = entry.number("from", 0);
-    fault.count = entry.number("count", UINT64_MAX);
+    fault.range = FaultRange(entry);
     fault.has_reply = entry.has("reply");
     fault.reply = entry.bytes("reply", {});
     bool silent = entry.flag("never_answers", false);

@@ -52,13 +52,13 @@ constexpr uint32_t port_base = 0x400000;
 constexpr uint32_t port_stride = 0x1000;
 constexpr uint32_t port_count = 31;
 constexpr BlockGroup block_groups[] = {
-    {0x000000, 0x8000, 6, block_areas},    // configuration, mr, pktrx (two), pbu, isu
-    {0x028000, 0x8000, 1, block_areas},    // odma
-    {0x080000, 0x8000, 1, block_areas},    // packet processing, common part
-    {0x088000, 0x8000, 6, cluster_areas},  // its clusters
-    {0x0d0000, 0x8000, 1, block_areas},    // address translation
-    {0x0e0000, 0x8000, 1, block_areas},    // oam
-    {0x100000, 0x8000, 1, block_areas},    // traffic manager
+    {0x000000, 0x8000, 6, block_areas},  // configuration, mr, pktrx (two), pbu, isu
+    {0x028000, 0x8000, 1, block_areas},  // odma
+    {0x080000, 0x8000, 1, block_areas},  // packet processing, common part
+    {cluster_base, cluster_stride, cluster_count, cluster_areas},
+    {0x0d0000, 0x8000, 1, block_areas},  // address translation
+    {0x0e0000, 0x8000, 1, block_areas},  // oam
+    {0x100000, 0x8000, 1, block_areas},  // traffic manager
     {0x200000, 0x8000, 1, statistics_areas},
     {0x240000, 0x8000, 1, block_areas},  // policers
     {0x260000, 0x8000, 4, block_areas},  // search engine: common, hash, routes, ternary memory
@@ -78,10 +78,6 @@ constexpr uint32_t port_status = 0x400;
 constexpr uint32_t link_up_bit = 1u << 31;
 constexpr uint32_t receive_rate_word = 0x422008;
 constexpr uint32_t send_rate_word = 0x42200c;
-
-constexpr uint32_t doorbells = 0x2000000;
-constexpr uint32_t doorbell_stride = 0x20;
-constexpr uint32_t doorbell_length = 0x8;
 
 constexpr uint32_t user_table = 0x010c40;  // 64 entries of two words
 constexpr uint32_t micro_code_entry = 10;

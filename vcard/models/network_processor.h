@@ -17,6 +17,16 @@ namespace vcard {
 inline constexpr uint64_t network_processor_base = 0x6218000000;
 inline constexpr uint64_t network_processor_size = 0x2001000;  // up to the last doorbell
 
+// The packet-processing clusters' registers.
+inline constexpr uint32_t cluster_base = 0x88000;
+inline constexpr uint32_t cluster_stride = 0x8000;
+inline constexpr uint32_t cluster_count = 6;
+
+/// A queue's doorbell: address high, address low, length.
+inline constexpr uint32_t doorbells = 0x2000000;
+inline constexpr uint32_t doorbell_stride = 0x20;
+inline constexpr uint32_t doorbell_length = 0x8;
+
 class NetworkProcessor : public CardMemoryBlock {
  public:
   explicit NetworkProcessor(const CardSection& section);
@@ -31,8 +41,7 @@ class NetworkProcessor : public CardMemoryBlock {
     return tables_;
   }
 
-  /// Called after the length word of a queue's doorbell was written; the words of queue q stand at
-  /// 0x2000000 + 0x20 * q: address high, address low, length.
+  /// Called after the length word of a queue's doorbell was written.
   std::function<void(uint32_t queue)> doorbell;
 
  private:

@@ -34,9 +34,6 @@ constexpr size_t packet_length = 64;
 constexpr uint64_t default_destination = 0x021cf2000001;
 constexpr uint64_t default_source = 0x021cf20000fe;
 
-constexpr uint32_t cluster_base = 0x88000;
-constexpr uint32_t cluster_stride = 0x8000;
-constexpr uint32_t cluster_count = 6;
 constexpr uint32_t debug_control = 0x4040;
 constexpr uint32_t debug_status = 0x4048;
 constexpr uint32_t breakpoints = 0x4080;

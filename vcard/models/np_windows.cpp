@@ -48,9 +48,6 @@ constexpr uint32_t policer_status = 0x242000;
 constexpr uint32_t policer_data = 0x240080;
 constexpr uint32_t policer_words = 8;
 
-constexpr uint32_t cluster_base = 0x88000;
-constexpr uint32_t cluster_stride = 0x8000;
-constexpr uint32_t cluster_count = 6;
 constexpr uint32_t cluster_command = 0x4000;
 constexpr uint32_t cluster_status = 0x4004;
 constexpr uint32_t cluster_data = 0x4010;

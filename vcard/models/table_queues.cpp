@@ -14,8 +14,6 @@ namespace vcard {
 
 namespace {
 
-constexpr uint32_t doorbells = 0x2000000;
-constexpr uint32_t doorbell_stride = 0x20;
 constexpr uint32_t length_mask = 0x3ff;
 constexpr uint32_t interrupt_bit = 1u << 29;
 constexpr uint32_t dump_bit = 1u << 30;
@@ -58,7 +56,7 @@ class TableQueues {
  private:
   void rung(uint32_t queue) {
     const uint32_t at = doorbells + queue * doorbell_stride;
-    const uint32_t length = processor_.word(at + 8);
+    const uint32_t length = processor_.word(at + doorbell_length);
     const uint64_t bus = (uint64_t{processor_.word(at)} << 32 | processor_.word(at + 4)) << 4;
     const Item item = {queue, bus, length & length_mask, (length & interrupt_bit) != 0, (length & dump_bit) != 0};
     if (delay_.count() == 0) {

@@ -118,8 +118,7 @@ void DriverWire::load_faults(const CardSection& section) {
     Fault fault = {};
     fault.any_type = !entry.has("type");
     fault.type = static_cast<uint32_t>(entry.number("type", 0, UINT32_MAX));
-    fault.from = entry.number("from", 0);
-    fault.count = entry.number("count", UINT64_MAX);
+    fault.range = FaultRange(entry);
     fault.never_answers = entry.flag("never_answers", false);
     fault.error = static_cast<int>(entry.number("errno", 0, 133));
     fault.has_status_flag = entry.has("status_flag");
@@ -134,16 +133,9 @@ void DriverWire::load_faults(const CardSection& section) {
 }
 
 DriverWire::Fault* DriverWire::fault_of(uint32_t type) {
-  for (Fault& fault : faults_) {
-    if (!fault.any_type && fault.type != type) {
-      continue;
-    }
-    uint64_t number = fault.seen++;
-    if (number >= fault.from && number - fault.from < fault.count) {
-      return &fault;
-    }
-  }
-  return nullptr;
+  auto fault = std::find_if(faults_.begin(), faults_.end(),
+                            [&](Fault& row) { return (row.any_type || row.type == type) && row.range.hits_next(); });
+  return fault != faults_.end() ? &*fault : nullptr;
 }
 
 int DriverWire::interface_error(const std::string& name) const {

@@ -39,8 +39,7 @@ void Mailbox::load_faults(const CardSection& section) {
     Fault fault = {};
     fault.any_event = !entry.has("event_id");
     fault.event_id = static_cast<uint16_t>(entry.number("event_id", 0, UINT16_MAX));
-    fault.from = entry.number("from", 0);
-    fault.count = entry.number("count", UINT64_MAX);
+    fault.range = FaultRange(entry);
     fault.never_answers = entry.flag("never_answers", false);
     fault.message_id = entry.signed_number("message_id", -1, -1, UINT16_MAX);
     fault.length = entry.signed_number("length", -1, -1, UINT16_MAX);
@@ -53,16 +52,10 @@ void Mailbox::load_faults(const CardSection& section) {
 }
 
 Mailbox::Fault* Mailbox::fault_of(uint16_t event_id) {
-  for (Fault& fault : faults_) {
-    if (!fault.any_event && fault.event_id != event_id) {
-      continue;
-    }
-    uint64_t number = fault.seen++;
-    if (number >= fault.from && number - fault.from < fault.count) {
-      return &fault;
-    }
-  }
-  return nullptr;
+  auto fault = std::find_if(faults_.begin(), faults_.end(), [&](Fault& row) {
+    return (row.any_event || row.event_id == event_id) && row.range.hits_next();
+  });
+  return fault != faults_.end() ? &*fault : nullptr;
 }
 
 size_t Mailbox::area() const {

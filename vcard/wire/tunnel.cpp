@@ -56,8 +56,7 @@ void Tunnel::load_faults(const CardSection& faults) {
   bad_addresses_ = tunnel.numbers("bad_addresses", {});
   for (const CardSection& entry : tunnel.sections("transfers")) {
     Fault fault = {};
-    fault.from = entry.number("from", 0);
-    fault.count = entry.number("count", UINT64_MAX);
+    fault.range = FaultRange(entry);
     fault.flag_stuck = entry.flag("flag_stuck", false);
     fault.vanish = entry.flag("vanish", false);
     fault.delay_ms = entry.number("delay_ms", 0, 60000);
@@ -205,9 +204,8 @@ void Tunnel::leave(Port& port, uint32_t value) {
 }
 
 const Tunnel::Fault* Tunnel::fault_of(uint64_t transfer) const {
-  auto fault = std::find_if(faults_.begin(), faults_.end(), [transfer](const Fault& row) {
-    return transfer >= row.from && transfer - row.from < row.count;
-  });
+  auto fault =
+      std::find_if(faults_.begin(), faults_.end(), [transfer](const Fault& row) { return row.range.hits(transfer); });
   return fault != faults_.end() ? &*fault : nullptr;
 }
 

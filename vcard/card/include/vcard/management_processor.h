@@ -12,6 +12,7 @@
 
 #include "vcard/bytes.h"
 #include "vcard/card_file.h"
+#include "vcard/fault_range.h"
 
 namespace vcard {
 
@@ -68,9 +69,7 @@ class ManagementProcessor {
     uint16_t event_id;
     bool any_op;
     uint32_t op_code;
-    uint64_t from;   // first matching request it applies to, counted from 0
-    uint64_t count;  // how many it applies to
-    uint64_t seen;
+    FaultRange range;
     bool has_result;
     int32_t result;
     bool has_reply;

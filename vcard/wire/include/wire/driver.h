@@ -8,6 +8,7 @@
 #include "host/trapped_call.h"
 #include "host/unique_fd.h"
 #include "vcard/card.h"
+#include "vcard/fault_range.h"
 #include "wire/netlink.h"
 
 namespace vcard {
@@ -25,9 +26,7 @@ class DriverWire {
   struct Fault {
     bool any_type;
     uint32_t type;
-    uint64_t from;
-    uint64_t count;
-    uint64_t seen;
+    FaultRange range;
     bool never_answers;
     int error;
     bool has_status_flag;

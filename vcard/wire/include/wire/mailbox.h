@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "vcard/card.h"
+#include "vcard/fault_range.h"
 
 namespace vcard {
 
@@ -17,9 +18,7 @@ class Mailbox {
   struct Fault {
     bool any_event;
     uint16_t event_id;
-    uint64_t from;
-    uint64_t count;
-    uint64_t seen;
+    FaultRange range;
     bool never_answers;
     int64_t message_id;  // -1: as sent
     int64_t length;      // -1: as it is

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "vcard/card.h"
+#include "vcard/fault_range.h"
 
 namespace vcard {
 
@@ -19,8 +20,7 @@ class Tunnel {
 
   /// Transfers by number, counted over all functions from 0, and what goes wrong with them.
   struct Fault {
-    uint64_t from;
-    uint64_t count;
+    FaultRange range;
     bool flag_stuck;    // never answered
     bool vanish;        // the function falls off the bus instead of answering
     uint64_t delay_ms;  // answered late
