@@ -2,6 +2,7 @@
 // micro-code debugger in the tool's shell.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include <string>
 #include <string_view>
@@ -185,6 +186,29 @@ TEST(NpBlocks, QueueTroubleIsTold) {
       EXPECT_THAT(session.outputs[1], HasSubstr(part)) << trouble.queues;
     }
     EXPECT_THAT(session.outputs[2], HasSubstr(trouble.flushed)) << trouble.queues;
+  }
+}
+
+// A flush that a signal ends says how far it got; then the signal has its effect on the tool.
+TEST(NpBlocks, InterruptedFlushIsToldBeforeTheToolEnds) {
+  const struct {
+    int number;
+    int status;
+  } signals[] = {{SIGINT, 0}, {SIGTERM, 128 + SIGTERM}, {SIGHUP, 128 + SIGHUP}};
+  for (const auto& signal : signals) {
+    kx_system::Process shell({});
+    shell.send("0\nsu opsu\nkxnp host_dtb_huge_mem_init 0\nkxnp dpp_dtb_table_flush 0 0 1 0 0x10000000\n");
+    if (!shell.expect("down init success!!!")) {
+      GTEST_SKIP() << shell.output();
+    }
+    ASSERT_TRUE(shell.expect_log("table_block "));
+    const std::vector<pid_t> tools = shell.tools();
+    ASSERT_EQ(tools.size(), 1u);
+    kill(tools[0], signal.number);
+    EXPECT_TRUE(shell.expect(" of 0x10000000 entries from 0x0 on are cleared\n")) << signal.number;
+    EXPECT_THAT(shell.output(), HasSubstr("smmu1: interrupted, 0x"));
+    shell.send("quit\n");
+    EXPECT_EQ(shell.wait().status, signal.status) << shell.output();
   }
 }
 

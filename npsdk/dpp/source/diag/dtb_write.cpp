@@ -153,8 +153,8 @@ class progress {
   uint32_t shown_ = 0;
 };
 
-/// Holds the signals that would end the program between two steps of a command. At the end SIGINT is dropped, because
-/// the command has answered it; the others then take effect. Steps that sleep would need handlers to be woken.
+/// Holds the signals that would end the program until a command has told how far it got. At the end SIGINT is dropped,
+/// because the command has answered it; the others then take effect. Steps that sleep would need handlers to be woken.
 class interrupt_hold {
  public:
   interrupt_hold() {
@@ -187,9 +187,8 @@ class interrupt_hold {
   sigset_t former_;
 };
 
-/// Clears until the end, a refusal or an interrupt.
+/// Clears until the end, a refusal or an interrupt. The caller holds the signals.
 uint32_t entries_clear(const memory& cleared, block_sender& block, uint32_t index, uint32_t num) {
-  const interrupt_hold hold;
   progress shown(cleared.name, num);
   for (uint32_t i = 0; i < num; ++i) {
     if (interrupt_hold::one_waits()) {
@@ -233,6 +232,7 @@ uint32_t dpp_dtb_table_flush(uint32_t dev_id, uint32_t queue_id, uint32_t table,
   const memory& cleared = memories[table];
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, cleared.entry_num - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, cleared.entry_num - index);
+  const interrupt_hold hold;  // until what was done is told
   block_sender block(dev_id, queue_id);
   const uint32_t code = entries_clear(cleared, block, index, num);
   if (code != QLIX_COMM_OK) {
