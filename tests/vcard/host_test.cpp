@@ -12,15 +12,11 @@
 
 namespace {
 
-using kx_system::milliseconds;
+using kx_system::script;
 using testing::HasSubstr;
 
-kx_system::Command shell(const std::string& script, const std::string& card = "{}") {
-  return {.card = card, .words = {"-c", script}, .program = "/bin/sh"};
-}
-
 TEST(Host, TheCommandSeesTheCardInSysfs) {
-  kx_system::Result result = kx_system::run(shell(R"(
+  kx_system::Result result = kx_system::run(script(R"(
 cd /sys/bus/pci/devices; echo *; cat 0000:3b:00.0/vendor 0000:3b:00.0/device 0000:3b:00.0/class
 head -n 2 0000:3b:00.0/resource; readlink 0000:3b:00.0/driver; cat 0000:3b:00.0/power_state
 wc -c < 0000:3b:00.0/config; stat -c %s 0000:3b:00.0/resource0; test -e 0000:3a:00.0/resource0 || echo switch
@@ -40,10 +36,10 @@ cd /sys/class/net; echo *; cat eth1/device/uevent; readlink eth0/device)"));
 }
 
 TEST(Host, TheCardFileChangesTheTree) {
-  kx_system::Result result = kx_system::run(shell(R"(
+  kx_system::Result result = kx_system::run(script(R"(
 cd /sys/bus/pci/devices; echo *; cd 0000:3b:00.0; cat resource uevent power_state; readlink driver
 wc -c < config; test -e resource0 || echo gone; cat ../0000:5e:00.0/device; ls /sys/class/net)",
-                                                  R"({"functions": {
+                                                   R"({"functions": {
   "0000:3b:00.0": {"files": {"resource": "garbage\n", "uevent": "DRIVER=x\n"}, "absent_files": ["resource0"],
                    "driver": "vfio-pci", "power_state": 3, "config_size": 64},
   "0000:5e:00.0": {"device": "0x8099", "interface": "enp94s0"},
@@ -55,14 +51,15 @@ wc -c < config; test -e resource0 || echo gone; cat ../0000:5e:00.0/device; ls /
 }
 
 TEST(Host, TheExitStatusIsTheCommands) {
-  EXPECT_EQ(kx_system::run(shell("exit 5")).status, 5);
-  EXPECT_EQ(kx_system::run(shell("kill -SEGV $$")).status, 128 + SIGSEGV);
+  EXPECT_EQ(kx_system::run(script("exit 5")).status, 5);
+  EXPECT_EQ(kx_system::run(script("kill -SEGV $$")).status, 128 + SIGSEGV);
   EXPECT_EQ(kx_system::run({.program = "/no/such/program"}).status, 127);
   EXPECT_EQ(kx_system::run({.program = "/etc/passwd"}).status, 126);
 }
 
 TEST(Host, ABadCardFileIsRefusedBeforeTheCommandRuns) {
-  kx_system::Result result = kx_system::run(shell("echo ran", R"({"faults": {"driver": {"reqests": []}}, "bar0": 5})"));
+  kx_system::Result result =
+      kx_system::run(script("echo ran", R"({"faults": {"driver": {"reqests": []}}, "bar0": 5})"));
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.out, "");
   EXPECT_THAT(result.err, HasSubstr("card.json: bar0: not an object\n"));
@@ -70,7 +67,7 @@ TEST(Host, ABadCardFileIsRefusedBeforeTheCommandRuns) {
 }
 
 TEST(Host, EveryKeyOfTheExampleIsKnown) {
-  kx_system::Result result = kx_system::run(shell("echo ran", kx_system::Folder::read(VCARD_EXAMPLE)));
+  kx_system::Result result = kx_system::run(script("echo ran", kx_system::Folder::read(VCARD_EXAMPLE)));
   EXPECT_EQ(result.out, "ran\n");
   EXPECT_EQ(result.err, "");
 }
@@ -107,15 +104,15 @@ TEST(Host, AnOrdinaryUserCanRunIt) {
 }
 
 TEST(Host, LockAndLogFoldersArePrivateUnlessTheyAreKept) {
-  const char* script =
+  const char* text =
       "echo 1 > /tmp/kxtool/mine; echo 2 > /tmp/kx_pcie/mine; mkdir /var/log/kxtool; "
       "echo 3 > /var/log/kxtool/mine; cat /tmp/kxtool/mine /tmp/kx_pcie/mine /var/log/kxtool/mine";
-  kx_system::Result result = kx_system::run(shell(script));
+  kx_system::Result result = kx_system::run(script(text));
   EXPECT_EQ(result.out, "1\n2\n3\n");
   EXPECT_EQ(kx_system::Folder::read("/tmp/kxtool/mine"), "");
 
   kx_system::Folder state;
-  kx_system::Command command = shell(script);
+  kx_system::Command command = script(text);
   command.state = state.path();
   EXPECT_EQ(kx_system::run(command).out, "1\n2\n3\n");
   EXPECT_EQ(kx_system::Folder::read(state.path() + "/tmp/kxtool/mine"), "1\n");
@@ -126,7 +123,7 @@ TEST(Host, LockAndLogFoldersArePrivateUnlessTheyAreKept) {
 TEST(Host, SignalsReachTheCommand) {
   for (int number : {SIGTERM, SIGINT, SIGHUP, SIGUSR1}) {
     kx_system::Process process(
-        shell("trap 'echo got; exit 9' TERM INT HUP USR1; echo ready; while :; do sleep 0.01; done"));
+        script("trap 'echo got; exit 9' TERM INT HUP USR1; echo ready; while :; do sleep 0.01; done"));
     ASSERT_TRUE(process.expect("ready\n"));
     process.signal(number);
     kx_system::Result result = process.wait();
@@ -136,7 +133,7 @@ TEST(Host, SignalsReachTheCommand) {
 }
 
 TEST(Host, AnInterruptOnTheTerminalReachesTheCommandOnce) {
-  kx_system::Command command = shell(
+  kx_system::Command command = script(
       "trap 'echo got; n=$((n+1))' INT; n=0; echo ready; "
       "while [ $n -lt 1 ]; do sleep 0.01; done; sleep 0.1; echo n=$n; exit 3");
   command.terminal = true;
@@ -168,7 +165,7 @@ pid_t child_of(pid_t parent) {
 TEST(Host, NothingIsLeftWhenEitherProcessIsKilled) {
   enum Victim { outer, inner };
   for (Victim victim : {outer, inner}) {
-    kx_system::Process process(shell("sleep 100 & setsid sleep 100 & echo $$ $!; exec sleep 100"));
+    kx_system::Process process(script("sleep 100 & setsid sleep 100 & echo $$ $!; exec sleep 100"));
     ASSERT_TRUE(process.expect("\n"));
     int command = 0, background = 0;
     ASSERT_EQ(sscanf(process.output().c_str(), "%d %d", &command, &background), 2);
@@ -183,7 +180,7 @@ TEST(Host, NothingIsLeftWhenEitherProcessIsKilled) {
 }
 
 TEST(Host, BackgroundProcessesEndWithTheCommand) {
-  kx_system::Result result = kx_system::run(shell("setsid sleep 100 > /dev/null 2>&1 & echo $!"));
+  kx_system::Result result = kx_system::run(script("setsid sleep 100 > /dev/null 2>&1 & echo $!"));
   EXPECT_TRUE(dies(static_cast<pid_t>(strtol(result.out.c_str(), nullptr, 10))));
 }
 

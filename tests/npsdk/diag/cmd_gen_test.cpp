@@ -60,6 +60,7 @@ TEST(CommandSheet, RefusesWhatCannotRun) {
       {"print \"%llu\" grid[0][i]", "2: the register has more than 8 bytes"},
       {"fields row", "2: '[' is missing before ''"},
       {"fields row[4]", "2: the index of 'row' goes up to 4, the register ends at 3"},
+      {"fields grid[0][few]", "2: the index of 'grid' goes up to 2, the register ends at 3"},
       {"fields row[free]", "2: the index of 'row' has no range"},
       {"fields row[j]", "2: unknown name 'j'"},
       {"fields grid[i][0]", "2: the index of 'grid' goes up to 3, the register ends at 1"},
@@ -75,7 +76,8 @@ TEST(CommandSheet, RefusesWhatCannotRun) {
       {"dance", "2: 'dance' is no step of this command"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(complaint_of("command c dev_id i=0..3 free\n  " + std::string(c.step) + "\n"), c.complaint) << c.step;
+    EXPECT_EQ(complaint_of("command c dev_id i=0..3 free few=0..2\n  " + std::string(c.step) + "\n"), c.complaint)
+        << c.step;
   }
 }
 

@@ -134,6 +134,10 @@ TEST_F(Printer, DropPointsThatCounted) {
     EXPECT_THAT(out, StartsWith(first));
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), rows);
     EXPECT_THAT(out, testing::HasSubstr(last));
+    const std::string count = std::to_string(rows);
+    EXPECT_EQ(command("mcode_dropstat", {0, version}).out, "v" + std::to_string(version) + " drop points: " + count +
+                                                               ", with drops: " + count +
+                                                               ", total drop: " + std::to_string(3 * rows) + "\n");
     EXPECT_EQ(walk(1, version, 0), "");
     EXPECT_EQ(memory().words[0x202000] & 0xC0000000, 0xC0000000);  // read and clear
   }

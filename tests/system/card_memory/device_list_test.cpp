@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "session.h"
+#include "system/session.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "session.h"
+#include "system/session.h"
 
 namespace {
 
@@ -112,31 +112,23 @@ TEST(CardMemory, AFailingCardEndsALongListAtTheFirstTimeOut) {
 
 TEST(CardMemory, AKilledToolLeavesNothingBehind) {
   // The answer to transfer 30 is late, so that the kill hits the middle of it.
-  const std::string script = std::string(KX_SYSTEM_KXTOOL) +
-                             " bind 0000:3b:00.0 kxvqm vf all > /dev/null & sleep 0.3; kill -9 $!; wait; exec " +
-                             KX_SYSTEM_KXTOOL + " bind 0000:3b:00.0 kxvqm vf 3";
-  const auto result = kx_system::run({
-      .card = R"({"faults": {"tunnel": {"transfers": [{"from": 30, "count": 1, "delay_ms": 400}]}},
-                  "queue_engine": {"vfs": {"3": {"send_packets": 1, "send_bytes": 2, "receive_packets": 3,
-                                                 "receive_bytes": 4, "drops": 5}}}})",
-      .words = {"-c", script},
-      .program = "/bin/sh",
-  });
+  const auto result = kx_system::run(
+      kx_system::script("$KXTOOL bind 0000:3b:00.0 kxvqm vf all > /dev/null & sleep 0.3; kill -9 $!; wait; "
+                        "exec $KXTOOL bind 0000:3b:00.0 kxvqm vf 3",
+                        R"({"faults": {"tunnel": {"transfers": [{"from": 30, "count": 1, "delay_ms": 400}]}},
+          "queue_engine": {"vfs": {"3": {"send_packets": 1, "send_bytes": 2, "receive_packets": 3,
+                                         "receive_bytes": 4, "drops": 5}}}})"));
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(plain(result.out),
             "vf[3]\n  send pkt : \t1\n  send byte: \t2\n  receive pkt : 3\n  receive byte: 4\n  drop pkt cnt: 5\n");
 }
 
 TEST(CardMemory, ToolsAtTheSameTimeDoNotMixTheirWords) {
-  const std::string tool = std::string(KX_SYSTEM_KXTOOL) + " bind 0000:3b:00.0 ";
-  const std::string script = "for i in 1 2 3 4; do " + tool +
-                             "kxbttl dxge 1 dump 0 3 > a.$$; done & for i in 1 2 3 4; do " + tool +
-                             "kxvqm vf 3 > b.$$ || exit 1; cat b.$$; done; wait; rm -f a.$$ b.$$";
-  const auto result = kx_system::run({
-      .card = R"({"queue_engine": {"vfs": {"3": {"send_packets": "0x1122334455667788"}}}})",
-      .words = {"-c", "cd \"${TMPDIR:-/tmp}\"; " + script},
-      .program = "/bin/sh",
-  });
+  const auto result = kx_system::run(
+      kx_system::script("cd \"${TMPDIR:-/tmp}\"; tool=\"$KXTOOL bind 0000:3b:00.0\"; "
+                        "for i in 1 2 3 4; do $tool kxbttl dxge 1 dump 0 3 > a.$$; done & "
+                        "for i in 1 2 3 4; do $tool kxvqm vf 3 > b.$$ || exit 1; cat b.$$; done; wait; rm -f a.$$ b.$$",
+                        R"({"queue_engine": {"vfs": {"3": {"send_packets": "0x1122334455667788"}}}})"));
   EXPECT_EQ(result.status, 0);
   const std::string once =
       "vf[3]\n  send pkt : \t1234605616436508552\n  send byte: \t0\n  receive pkt : 0\n  receive byte: 0\n"

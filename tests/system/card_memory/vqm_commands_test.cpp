@@ -5,7 +5,7 @@
 #include <map>
 #include <sstream>
 
-#include "session.h"
+#include "system/session.h"
 
 namespace {
 

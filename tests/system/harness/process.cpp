@@ -14,6 +14,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
+#include <sstream>
 #include <utility>
 
 namespace kx_system {
@@ -93,6 +95,18 @@ std::vector<std::string> Result::log_of(std::string_view prefix) const {
   std::copy_if(log.begin(), log.end(), std::back_inserter(lines),
                [&](const std::string& line) { return line.compare(0, prefix.size(), prefix) == 0; });
   return lines;
+}
+
+std::vector<std::string> words_of(std::string_view line) {
+  std::istringstream stream{std::string(line)};
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
+Command script(const std::string& text, const std::string& card) {
+  return {.card = card,
+          .words = {"-c", text},
+          .program = "/bin/sh",
+          .environment = {std::string("KXTOOL=") + KX_SYSTEM_KXTOOL}};
 }
 
 Process::Process(const Command& command) : program_(command.program), time_limit_(command.time_limit) {

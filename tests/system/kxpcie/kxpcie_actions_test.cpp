@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include "session.h"
+#include "system/session.h"
 
 namespace {
 

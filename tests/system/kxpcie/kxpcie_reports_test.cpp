@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "session.h"
+#include "system/session.h"
 
 namespace {
 

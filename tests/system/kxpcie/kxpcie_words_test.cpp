@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "session.h"
+#include "system/session.h"
 
 namespace {
 

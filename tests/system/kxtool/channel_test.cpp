@@ -1,18 +1,19 @@
 // Bring-up of both channels: every failure of driver, netlink and mailbox, and notices of every kind.
 #include <gmock/gmock.h>
 
-#include "cases.h"
+#include "system/cases.h"
 
 using kx_system::Case;
 using kx_system::check;
+using kx_system::words_of;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
 
-const std::vector<std::string> SN = {"sn_info", "eth0", "sn_info"};
-const std::vector<std::string> UPDATE = {"fwupdate", "0000:3b:00.0", "/nonexistent/package"};
+const std::string SN = "sn_info eth0 sn_info";
+const std::string UPDATE = "fwupdate 0000:3b:00.0 /nonexistent/package";
 
 std::string driver_compat(const std::string& keys) {
   return R"({"driver": {"compat": {)" + keys + "}}}";
@@ -43,6 +44,8 @@ TEST(Driver, BringUpFailuresEndTheCommand) {
       {driver_compat(R"("present": false)"), SN, 0,
        "Warning: No driver compatibility information available!\nsn=KX2601A00042\n"},
       {driver_fault(R"("type": 6, "errno": 25)"), SN, 1, check_fn + "ioctl error, ret = -1!\n" + version},
+      {R"({"functions": {"0000:3b:00.0": {"driver": "other"}}})", SN, 1,
+       check_fn + "ioctl error, ret = -1!\n" + version},
       {driver_fault(R"("type": 6, "status_flag": 7)"), SN, 1,
        check_fn + "kxtool_kernel_version msg ioctl to kernel failed! ERROR:7!\n" + version},
       {driver_fault(R"("type": 0, "errno": 16)"), SN, 1,
@@ -56,7 +59,7 @@ TEST(Driver, BringUpFailuresEndTheCommand) {
   for (const Case& c : cases) {
     check(c);
   }
-  const auto refused = kx_system::run({.card = driver_fault(R"("type": 0, "status_flag": 0)"), .words = SN});
+  const auto refused = kx_system::run({.card = driver_fault(R"("type": 0, "status_flag": 0)"), .words = words_of(SN)});
   EXPECT_EQ(refused.status, 1);
   EXPECT_THAT(
       without_line_numbers(refused.out),
@@ -66,31 +69,19 @@ TEST(Driver, BringUpFailuresEndTheCommand) {
 
 TEST(Driver, ATableOfDescriptorsThatIsFullEndsTheCommand) {
   const auto result =
-      kx_system::run({.words = {"-c", "exec 3<&- 4<&-; ulimit -n 5; exec " KX_SYSTEM_KXTOOL " sn_info eth0 sn_info"},
-                      .program = "/bin/sh"});
+      kx_system::run(kx_system::script("exec 3<&- 4<&-; ulimit -n 5; exec $KXTOOL sn_info eth0 sn_info"));
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(without_line_numbers(result.out),
             "kxtools_err: [tarn_tools_socket_init][#] Cannot get generic netlink socket!\n"
             "kxtools_err: [driver_open][#] tarn_tools_socket_init failed, ret=-1!\n");
 }
 
-TEST(Driver, AnInterfaceOfAnotherDriverIsNamed) {
-  check({R"({"functions": {"0000:3b:00.0": {"driver": "other"}}})", SN, 1,
-         "kxtools_err: [kxtool_drv_version_check][#] ioctl error, ret = -1!\n"
-         "kxtools_err: [tarn_tools_socket_init][#] kxtool_drv_version_check fail!\n"
-         "kxtools_err: [driver_open][#] tarn_tools_socket_init failed, ret=-1!\n"});
-}
-
 TEST(Driver, OnlyOneToolIsRegisteredAtAnInterface) {
-  const auto result = kx_system::run({
-      .card = R"({"faults": {"processor": {"requests": [{"op_code": 9, "never_answers": true}]}}})",
-      // The second run takes another lock name for the same interface's registration away from the first.
-      .words = {"-c",
-                "$KXTOOL mac_info eth0 mac_info & sleep 0.5; rm -f /tmp/kxtool/kxts_lock_eth0; "
-                "$KXTOOL sn_info eth0 sn_info; kill -9 $!; pkill -9 -P $!; true"},
-      .program = "/bin/sh",
-      .environment = {std::string("KXTOOL=") + KX_SYSTEM_KXTOOL},
-  });
+  // The second run takes another lock name for the same interface's registration away from the first.
+  const auto result = kx_system::run(
+      kx_system::script("$KXTOOL mac_info eth0 mac_info & sleep 0.5; rm -f /tmp/kxtool/kxts_lock_eth0; "
+                        "$KXTOOL sn_info eth0 sn_info; kill -9 $!; pkill -9 -P $!; true",
+                        R"({"faults": {"processor": {"requests": [{"op_code": 9, "never_answers": true}]}}})"));
   EXPECT_THAT(result.out, HasSubstr("if so, check if kxtool with the eth0 is running, not allowed another!\n"));
 }
 
@@ -102,7 +93,7 @@ std::string hang_with(const std::string& rest) {
 TEST(Netlink, NoticesNobodyKnowsAreReportedAndTheReceiverGoesOn) {
   kx_system::Process tool({.card = hang_with(R"(}, "notices": [{"payload": "0c000000"}, {"payload": "ff"},
                                                                {"payload": "02000000 0102"}, {"payload": "2a000000"}]})"),
-                           .words = SN});
+                           .words = words_of(SN)});
   EXPECT_TRUE(tool.expect("No information of corresponding op code 12 !"));
   EXPECT_TRUE(tool.expect("No information of corresponding op code 0 !"));
   EXPECT_TRUE(tool.expect("No information of corresponding op code 42 !"));
@@ -111,14 +102,14 @@ TEST(Netlink, NoticesNobodyKnowsAreReportedAndTheReceiverGoesOn) {
 TEST(Netlink, AForeignMessageEndsTheReceiverWithALine) {
   kx_system::Process tool({.card = hang_with(R"(, "netlink": {"notice_family_id": 99}},
                                                 "notices": [{"payload": "02000000"}]})"),
-                           .words = SN});
+                           .words = words_of(SN)});
   EXPECT_TRUE(tool.expect("the msg of family_id 99 not recvived!"));
 }
 
 TEST(Mailbox, BringUpTalksToTheCardInTheStatedBytes) {
   for (const char* layout : {"0", "1", "7", "2", "255"}) {
-    const auto result =
-        kx_system::run({.card = std::string(R"({"bar0": {"layout_byte": )") + layout + "}}", .words = UPDATE});
+    const auto result = kx_system::run(
+        {.card = std::string(R"({"bar0": {"layout_byte": )") + layout + "}}", .words = words_of(UPDATE)});
     EXPECT_EQ(result.status, 6) << layout << result.out;
     EXPECT_THAT(result.log_of("mailbox header"),
                 ElementsAre("mailbox header=010027000800000000000000 payload=0000000000000000"));

@@ -1,7 +1,7 @@
 // Card information and VF policy: every answer and every failure of the four commands, with the bytes that they send.
 #include <gmock/gmock.h>
 
-#include "cases.h"
+#include "system/cases.h"
 
 using kx_system::Case;
 using kx_system::check;
@@ -10,9 +10,9 @@ using testing::HasSubstr;
 
 namespace {
 
-const std::vector<std::string> SN = {"sn_info", "eth0", "sn_info"};
-const std::vector<std::string> MAC = {"mac_info", "eth0", "mac_info"};
-const std::vector<std::string> TEMP = {"temp_info", "eth0", "chip_temp"};
+const std::string SN = "sn_info eth0 sn_info";
+const std::string MAC = "mac_info eth0 mac_info";
+const std::string TEMP = "temp_info eth0 chip_temp";
 
 std::string request(uint32_t reply_length, uint32_t payload_length, const std::string& payload) {
   return "ioctl interface=eth0 type=1 event_pid=self status=set event_id=39 route=3 reserved=0 reply=set "
@@ -76,21 +76,15 @@ TEST(SerialNumber, StatusesHaveTheirTexts) {
 
 TEST(Information, WrongWordsPrintTheUsageLine) {
   const Case cases[] = {
-      {"{}",
-       {"sn_info", "eth0"},
-       1,
+      {"{}", "sn_info eth0", 1,
        "sn_get_err: [kxtool_sn_get][#] error, the parameter of sn_get should be (kxtool sn_info eth0 sn_info), please "
        "check!\nsn_get_info: [kxtool_sn_get][#] For more information run kxtool -h\n"},
-      {"{}",
-       {"mac_info", "eth0", "sn_info"},
-       1,
+      {"{}", "mac_info eth0 sn_info", 1,
        "mac_addr_get_err: [kxtool_mac_addr_get][#] error, the parameter of mac_addr_get should be (kxtool mac_info "
        "eth0 "
        "mac_info), please check!\n"
        "mac_addr_get_info: [kxtool_mac_addr_get][#] For more information run kxtool -h\n"},
-      {"{}",
-       {"temp_info", "eth0", "chip_temp", "x"},
-       1,
+      {"{}", "temp_info eth0 chip_temp x", 1,
        "temp_get_err: [kxtool_temp_get][#] error, the parameter of temp_get should be (kxtool temp_info eth0 "
        "chip_temp)\ntemp_get_info: [kxtool_temp_get][#] For more information run kxtool -h\n"},
   };
@@ -158,31 +152,26 @@ TEST(Information, ChannelFailuresAreReported) {
   }
 }
 
-std::string vf(const std::vector<std::string>& words, const std::string& rest) {
-  std::string out;
-  for (size_t i = 2; i < words.size(); ++i) {
-    out +=
-        "kxtool_set_vf_status_info: [kxtool_set_vf_status][#] argp[" + std::to_string(i - 2) + "]: " + words[i] + "\n";
+// Every word is shown before it is looked at.
+Case vf_case(const std::string& words, int status, const std::string& rest, const std::string& card = "{}") {
+  std::string shown;
+  int number = 0;
+  for (const std::string& word : kx_system::words_of(words)) {
+    shown +=
+        "kxtool_set_vf_status_info: [kxtool_set_vf_status][#] argp[" + std::to_string(number++) + "]: " + word + "\n";
   }
-  return out + rest;
-}
-
-Case vf_case(const std::vector<std::string>& tail, int status, const std::string& rest,
-             const std::string& card = "{}") {
-  std::vector<std::string> words = {"set_vf_status", "eth0"};
-  words.insert(words.end(), tail.begin(), tail.end());
-  return {card, words, status, vf(words, rest)};
+  return {card, "set_vf_status eth0 " + words, status, shown + rest};
 }
 
 TEST(VfStatus, WordsAreCheckedBeforeAnythingIsSent) {
   const std::string err = "kxtool_set_vf_status_err: [words_parse][#] ";
   const Case cases[] = {
-      vf_case({}, 1, err + "Insufficient arguments!\n"),
-      vf_case({"--mode", "all_vf", "--status"}, 1, err + "Insufficient arguments!\n"),
-      vf_case({"--mode", "all", "--status", "auto"}, 1, err + "Invalid mode value!\n"),
-      vf_case({"--mode", "all_vf", "--status", "on"}, 1, err + "Invalid status value!\n"),
-      vf_case({"--status", "auto", "--mode", "all_vf"}, 1, err + "Failed to parse arguments!\n"),
-      vf_case({"--mode", "all_vf", "--status", "auto", "x"}, 1, err + "Failed to parse arguments!\n"),
+      vf_case("", 1, err + "Insufficient arguments!\n"),
+      vf_case("--mode all_vf --status", 1, err + "Insufficient arguments!\n"),
+      vf_case("--mode all --status auto", 1, err + "Invalid mode value!\n"),
+      vf_case("--mode all_vf --status on", 1, err + "Invalid status value!\n"),
+      vf_case("--status auto --mode all_vf", 1, err + "Failed to parse arguments!\n"),
+      vf_case("--mode all_vf --status auto x", 1, err + "Failed to parse arguments!\n"),
   };
   for (const Case& c : cases) {
     EXPECT_THAT(requests(check(c)), testing::IsEmpty());
@@ -194,13 +183,13 @@ TEST(VfStatus, ModeAndStatusReachTheDriver) {
   const std::string success =
       "kxtool_set_vf_status_info: [vf_status_send][#] kxtool_vf_status_set_msg msg ioctl to kernel success.\n";
   struct {
-    std::vector<std::string> words;
+    const char* words;
     const char* values;
     const char* payload;
   } const cases[] = {
-      {{"--mode", "all_vf", "--status", "auto"}, "0, vf_status 0\n", "0000000000000000"},
-      {{"--mode", "all_vf", "--status", "enable"}, "0, vf_status 1\n", "0000000001000000"},
-      {{"--mode", "vf2_max", "--status", "disable"}, "1, vf_status 2\n", "0100000002000000"},
+      {"--mode all_vf --status auto", "0, vf_status 0\n", "0000000000000000"},
+      {"--mode all_vf --status enable", "0, vf_status 1\n", "0000000001000000"},
+      {"--mode vf2_max --status disable", "1, vf_status 2\n", "0100000002000000"},
   };
   for (const auto& c : cases) {
     const auto result = check(vf_case(c.words, 0, sent + c.values + success));
@@ -209,10 +198,10 @@ TEST(VfStatus, ModeAndStatusReachTheDriver) {
   }
   const std::string error = "kxtool_set_vf_status_err: [vf_status_send][#] ";
   check(vf_case(
-      {"--mode", "all_vf", "--status", "auto"}, 1,
+      "--mode all_vf --status auto", 1,
       sent + "0, vf_status 0\n" + error + "ioctl error, first, check if the driver of eth0 is corvane10e, ret=-1!\n",
       R"({"faults": {"driver": {"requests": [{"type": 3, "errno": 5}]}}})"));
-  check(vf_case({"--mode", "all_vf", "--status", "auto"}, 1,
+  check(vf_case("--mode all_vf --status auto", 1,
                 sent + "0, vf_status 0\n" + error + "kxtool_vf_status_set_msg msg ioctl to kernel failed!\n",
                 R"({"faults": {"driver": {"requests": [{"type": 3, "status_flag": 0}]}}})"));
 }

@@ -1,12 +1,13 @@
 // The network ports: modules and interfaces.
 #include <gmock/gmock.h>
 
-#include "cases.h"
+#include "system/cases.h"
 
 namespace {
 
 using kx_system::Case;
 using kx_system::check;
+using kx_system::words_of;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
@@ -21,8 +22,7 @@ TEST(Link, ShowsTheModuleOfTheCardFile) {
   const Case sfp = {card(R"({"kind": "sfp", "vendor": "ACME", "part": "P-1", "revision": "1C", "serial": "S/N 12",
                              "date": "251231AB", "temperature": -7, "voltage": 3250, "receive_power": 0,
                              "send_power": 1000, "bias": 7000})"),
-                    {"link", "eth0", "-m"},
-                    0,
+                    "link eth0 -m", 0,
                     "module of eth0\n"
                     "  type          SFP/SFP+/SFP28 (0x03)\n"
                     "  vendor        ACME\n"
@@ -52,21 +52,12 @@ TEST(Link, SaysWhatIsWrongWithAModule) {
   const std::string error = "kxtools_err: [failure_report][#] eth0: ";
   const std::string decoding = "kxtools_err: [module_show][#] eth0: ";
   const Case cases[] = {
-      {card(R"({"absent": true})"), {"link", "eth0", "-m"}, 1, error + "no module is plugged in\n"},
-      {card(R"({"errno": 95})"), {"link", "eth0", "-m"}, 1, error + "its driver cannot read modules\n"},
-      {card(R"({"errno": 5})"), {"link", "eth0", "-m"}, 1, error + "the module cannot be read: Input/output error\n"},
-      {card(R"({"answer_length": 100})"),
-       {"link", "eth0", "-m"},
-       1,
-       decoding + "the module's answer ends after 100 bytes\n"},
-      {card(R"({"eeprom_length": 0})"),
-       {"link", "eth0", "-m"},
-       1,
-       decoding + "the module's answer ends after 0 bytes\n"},
-      {card(R"({"bytes": {"0": "7f"}})"),
-       {"link", "eth0", "-m"},
-       1,
-       decoding + "module of an unknown kind, identifier 0x7f\n"},
+      {card(R"({"absent": true})"), "link eth0 -m", 1, error + "no module is plugged in\n"},
+      {card(R"({"errno": 95})"), "link eth0 -m", 1, error + "its driver cannot read modules\n"},
+      {card(R"({"errno": 5})"), "link eth0 -m", 1, error + "the module cannot be read: Input/output error\n"},
+      {card(R"({"answer_length": 100})"), "link eth0 -m", 1, decoding + "the module's answer ends after 100 bytes\n"},
+      {card(R"({"eeprom_length": 0})"), "link eth0 -m", 1, decoding + "the module's answer ends after 0 bytes\n"},
+      {card(R"({"bytes": {"0": "7f"}})"), "link eth0 -m", 1, decoding + "module of an unknown kind, identifier 0x7f\n"},
   };
   for (const Case& c : cases) {
     check(c);
@@ -78,12 +69,11 @@ TEST(Link, SaysWhatIsWrongWithAModule) {
 }
 
 TEST(Link, RefusesOtherWords) {
-  for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
-           {"link", "eth0"}, {"link", "eth0", "-M"}, {"link", "eth0", "-m", "-m"}, {"link", "eth0", "-m;reboot"}}) {
-    kx_system::Result result = kx_system::run({.words = words});
-    EXPECT_EQ(result.status, 1) << words.back();
-    EXPECT_THAT(result.out, testing::StartsWith(LINK_USAGE_START)) << words.back();
-    EXPECT_TRUE(result.log_of("ethtool ").empty()) << words.back();
+  for (const char* line : {"link eth0", "link eth0 -M", "link eth0 -m -m", "link eth0 -m;reboot"}) {
+    kx_system::Result result = kx_system::run({.words = words_of(line)});
+    EXPECT_EQ(result.status, 1) << line;
+    EXPECT_THAT(result.out, testing::StartsWith(LINK_USAGE_START)) << line;
+    EXPECT_TRUE(result.log_of("ethtool ").empty()) << line;
   }
 }
 
@@ -91,22 +81,17 @@ TEST(DumpEthInfo, ListsTheInterfacesOfTheCards) {
   const std::string head =
       "interface       pci address  identity      function driver           mac               state\n";
   const Case cases[] = {
-      {"{}",
-       {"dump_eth_info"},
-       0,
+      {"{}", "dump_eth_info", 0,
        head + "eth0            0000:3b:00.0 0x1cf2:0x8037 physical corvane10e       02:1c:f2:00:00:02 up\n"
               "eth1            0000:3b:00.1 0x1af4:0x1041 physical corvane10e       02:1c:f2:00:00:03 up\n"
               "eth2            0000:3b:01.0 0x1cf2:0x8040 virtual  corvane10e       02:1c:f2:00:00:04 up\n"},
       {R"({"functions": {"0000:3b:00.0": {"interface": ""}, "0000:3b:00.1": {"driver": ""},
                          "0000:3b:01.0": {"present": false}}})",
-       {"dump_eth_info"},
-       0,
+       "dump_eth_info", 0,
        head + "eth1            0000:3b:00.1 0x1af4:0x1041 physical -                02:1c:f2:00:00:03 up\n"},
       {R"({"functions": {"0000:3b:00.0": {"interface": ""}, "0000:3b:00.1": {"interface": ""},
                          "0000:3b:01.0": {"interface": ""}}})",
-       {"dump_eth_info"},
-       1,
-       "kxtools_err: [kxtool_dump_eth_info][#] no network interface of a card\n"},
+       "dump_eth_info", 1, "kxtools_err: [kxtool_dump_eth_info][#] no network interface of a card\n"},
   };
   for (const Case& c : cases) {
     EXPECT_TRUE(check(c).log.empty());  // no card is touched

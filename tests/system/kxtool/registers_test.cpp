@@ -6,7 +6,8 @@
 
 #include <filesystem>
 
-#include "cases.h"
+#include "line_numbers.h"
+#include "system/session.h"
 
 namespace {
 
@@ -25,14 +26,9 @@ Result tool(const std::string& card, std::vector<std::string> words) {
 
 /// One line in the shell of a super user; its output alone.
 Result super(const std::string& card, const std::string& line) {
-  Result result = kx_system::run({.card = card,
-                                  .input = "0\nsu opsu\n@1\n" + line + "\n@2\nquit\n",
-                                  .time_limit = kx_system::milliseconds(100000)});
-  const std::string before = "@1: No such command for kxtools!\n";
-  const std::string after = "@2: No such command for kxtools!\n";
-  const size_t start = result.out.find(before) + before.size();
-  result.out = without_line_numbers(result.out.substr(start, result.out.find(after) - start));
-  return result;
+  session::Session session = session::run(card, {line}, true);
+  session.result.out = without_line_numbers(session.outputs[0]);
+  return session.result;
 }
 
 TEST(Diag, AHealthyCardPasses) {

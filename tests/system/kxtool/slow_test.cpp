@@ -2,25 +2,22 @@
 // entry of its own, so that they wait side by side.
 #include <gmock/gmock.h>
 
-#include "cases.h"
+#include "system/cases.h"
 
 using kx_system::check;
 
 namespace {
 
 TEST(SlowMailbox, ACardThatNeverAnswersEndsTheCommandWithSix) {
-  const auto result = check({R"({"faults": {"mailbox": {"requests": [{"never_answers": true}]}}})",
-                             {"fwupdate", "0000:3b:00.0", "p"},
-                             6,
-                             "\033[31mmsg_chan_err: [slot_exchange][#]BAR MSG ERR: msg_id: 0 time out.\033[m\n"
-                             "BAR MSG SEND ERR:ret 6 !\n"},
-                            {.time_limit = kx_system::milliseconds(60000)});
+  const auto result =
+      check({R"({"faults": {"mailbox": {"requests": [{"never_answers": true}]}}})", "fwupdate 0000:3b:00.0 p", 6,
+             "\033[31mmsg_chan_err: [slot_exchange][#]BAR MSG ERR: msg_id: 0 time out.\033[m\n"
+             "BAR MSG SEND ERR:ret 6 !\n"},
+            {.time_limit = kx_system::milliseconds(60000)});
 }
 
 TEST(SlowReceiver, AFamilyThatDoesNotExistEndsTheCommand) {
-  check({R"({"faults": {"netlink": {"family": "unknown"}}})",
-         {"sn_info", "eth0", "sn_info"},
-         1,
+  check({R"({"faults": {"netlink": {"family": "unknown"}}})", "sn_info eth0 sn_info", 1,
          "kxtools_err: [tarn_genl_get_family_id][#] ans.nlh.nlmsg_type=2, error!\n"
          "kxtools_err: [tarn_tools_netlink_recv_msg][#] Get family_id of generic netlink failed, family_id=-1!\n"
          "mts_err: [tarn_tools_netlink_start][#]wait_recv_ready_time = 20001\n"},
@@ -28,14 +25,10 @@ TEST(SlowReceiver, AFamilyThatDoesNotExistEndsTheCommand) {
 }
 
 TEST(SlowLock, ASecondToolGivesUpAfterAMinute) {
-  const auto result = kx_system::run({
-      .words = {"-c",
-                "flock /tmp/kxtool/kxts_lock_eth0 sleep 150 & sleep 0.3; $KXTOOL sn_info eth0 sn_info; echo "
-                "status $?; kill $!"},
-      .program = "/bin/sh",
-      .environment = {std::string("KXTOOL=") + KX_SYSTEM_KXTOOL},
-      .time_limit = kx_system::milliseconds(140000),
-  });
+  kx_system::Command command = kx_system::script(
+      "flock /tmp/kxtool/kxts_lock_eth0 sleep 150 & sleep 0.3; $KXTOOL sn_info eth0 sn_info; echo status $?; kill $!");
+  command.time_limit = kx_system::milliseconds(140000);
+  const auto result = kx_system::run(command);
   EXPECT_EQ(result.out, "status 1\n");
   EXPECT_TRUE(result.log_of("ioctl").empty());
 }

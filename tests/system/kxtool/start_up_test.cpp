@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "cases.h"
+#include "system/cases.h"
 
 using kx_system::Case;
 using kx_system::check;
@@ -22,38 +22,26 @@ std::string function(const std::string& keys) {
 TEST(StartUp, RefusalsPrintTheirLineAndSendNothing) {
   const std::string d3hot = "Device 0000:3b:00.0 power state is D3hot!\n";
   const Case cases[] = {
-      {"{}", {"sn_info"}, 1, "", BAD_ARGUMENTS},
-      {"{}", {"fwupdate"}, 1, "", BAD_ARGUMENTS},
-      {function(R"("interface": "eth0.1")"),
-       {"sn_info", "eth0.1", "sn_info"},
-       1,
+      {"{}", "sn_info", 1, "", BAD_ARGUMENTS},
+      {"{}", "fwupdate", 1, "", BAD_ARGUMENTS},
+      {function(R"("interface": "eth0.1")"), "sn_info eth0.1 sn_info", 1,
        "kxtools_err: [device_acquire][#] 'eth0.1' is not a devname or domain:bus:device:function format!\n"},
-      {"{}", {"sn_info", "eno1", "sn_info"}, 1, "Warning: No firmware compatibility information available!\n"},
-      {"{}", {"sn_info", "eth2", "sn_info"}, 1, ""},
-      {"{}", {"fwupdate", "0000:3b:01.0", "p"}, 1, ""},
-      {R"({"faults": {"dead": true}})",
-       {"sn_info", "eth0", "sn_info"},
-       1,
+      {"{}", "sn_info eno1 sn_info", 1, "Warning: No firmware compatibility information available!\n"},
+      {"{}", "sn_info eth2 sn_info", 1, ""},
+      {"{}", "fwupdate 0000:3b:01.0 p", 1, ""},
+      {R"({"faults": {"dead": true}})", "sn_info eth0 sn_info", 1,
        "Warning: No firmware compatibility information available!\n"
        "kxtools_err: [kxtool_devname_is_kelpf][#] Device 0000:3b:00.0 does not answer!\n"},
-      {function(R"("power_state": 3)"), {"sn_info", "eth0", "sn_info"}, 1, d3hot},
-      {function(R"("power_state": 3)"), {"fwupdate", "0000:3b:00.0", "p"}, 1, d3hot},
-      {function(R"("power_state": 3, "driver": "vfio-pci")"),
-       {"fwupdate", "0000:3b:00.0", "p"},
-       1,
+      {function(R"("power_state": 3)"), "sn_info eth0 sn_info", 1, d3hot},
+      {function(R"("power_state": 3)"), "fwupdate 0000:3b:00.0 p", 1, d3hot},
+      {function(R"("power_state": 3, "driver": "vfio-pci")"), "fwupdate 0000:3b:00.0 p", 1,
        d3hot + "Device 0000:3b:00.0 is bound to VFIO driver.\n"},
-      {function(R"("power_capability": false)"), {"sn_info", "eth0", "sn_info"}, 1, "pcie cap[0x1] not find\n"},
-      {"{}",
-       {"sn_info", "0000:3b:00.0", "sn_info"},
-       1,
+      {function(R"("power_capability": false)"), "sn_info eth0 sn_info", 1, "pcie cap[0x1] not find\n"},
+      {"{}", "sn_info 0000:3b:00.0 sn_info", 1,
        "kxtools_err: [device_acquire][#] The command does not yet support BDF type!\n"},
-      {"{}",
-       {"nvme", "eth0", "x"},
-       1,
+      {"{}", "nvme eth0 x", 1,
        "kxtools_err: [kxtool_init][#] 'nvme' is not available in this build: it lacks the card's protocol for it\n"},
-      {"{}",
-       {"repair", "p"},
-       1,
+      {"{}", "repair p", 1,
        "kxtools_err: [kxtool_init][#] 'repair' is not available in this build: it lacks the card's protocol for it\n"},
   };
   for (const Case& c : cases) {
@@ -65,48 +53,37 @@ TEST(StartUp, RefusalsPrintTheirLineAndSendNothing) {
 
 TEST(StartUp, OtherPowerStatesAreAwake) {
   for (const char* state : {"0", "1", "2"}) {
-    check(
-        {function(std::string(R"("power_state": )") + state), {"sn_info", "eth0", "sn_info"}, 0, "sn=KX2601A00042\n"});
+    check({function(std::string(R"("power_state": )") + state), "sn_info eth0 sn_info", 0, "sn=KX2601A00042\n"});
   }
 }
 
 TEST(StartUp, HelpNeedsNoDevice) {
-  for (const char* help : {"-h", "--help"}) {
-    const auto result = kx_system::run({.words = {"log", help}});
-    EXPECT_EQ(result.status, 0);
-    EXPECT_THAT(result.out, testing::StartsWith("    COMMAND:\n        fget|log\n"));
-    EXPECT_THAT(result.log, IsEmpty());
-  }
-  const auto general = kx_system::run({.words = {"-h"}});
-  EXPECT_EQ(general.status, 0);
-  EXPECT_THAT(general.out, testing::StartsWith("NAME:\n    kxtool\n    SYNOPSIS:\n        kxtool <command> <device> "
-                                               "[OPTIONS]\n    DESCRIPTION:\n"));
-  EXPECT_THAT(general.out, HasSubstr("\n        sn_info          kxtool sn_info <device> sn_info\n"));
-  EXPECT_THAT(general.out, HasSubstr("\n        hwread\n"));
-  EXPECT_THAT(general.out, testing::Not(HasSubstr("regsdump")));
-  const auto version = kx_system::run({.words = {"--version"}});
-  EXPECT_EQ(version.status, 0);
-  EXPECT_THAT(version.out, testing::MatchesRegex("kxtool [0-9.]+\nbuilt on [-0-9]+ [0-9:]+ with .+\n"));
+  const auto run = [](const char* line) {
+    const auto result = kx_system::run({.card = function(R"("present": false)"), .words = kx_system::words_of(line)});
+    EXPECT_EQ(result.status, 0) << line;
+    EXPECT_THAT(result.log, IsEmpty()) << line;
+    return result.out;
+  };
+  EXPECT_THAT(run("log -h"), testing::StartsWith("    COMMAND:\n        fget|log\n"));
+  EXPECT_THAT(run("fwupdate --help"), testing::StartsWith("    COMMAND:\n        -f|-fw|fwupdate\n"));
+  EXPECT_THAT(run("-h"),
+              AllOf(testing::StartsWith("NAME:\n    kxtool\n    SYNOPSIS:\n        kxtool <command> <device> "
+                                        "[OPTIONS]\n    DESCRIPTION:\n"),
+                    HasSubstr("\n        sn_info          kxtool sn_info <device> sn_info\n"),
+                    HasSubstr("\n        hwread\n"), testing::Not(HasSubstr("regsdump"))));
+  EXPECT_THAT(run("--version"), testing::MatchesRegex("kxtool [0-9.]+\nbuilt on [-0-9]+ [0-9:]+ with .+\n"));
 }
 
 TEST(Bind, RunsOneCommandOfAModuleAgainstADevice) {
   const std::string failed = "Command exec failed!\n";
   const std::string err = "kxtools_err: [kxtool_bind][#] ";
   const Case cases[] = {
-      {"{}", {"bind", "eth0", "kxrdma"}, 0, "kxrdma" + std::string(59, ' ') + "kxrdma help info\n"},
-      {"{}",
-       {"bind", "eth0"},
-       255,
+      {"{}", "bind eth0", 255,
        err + "argc = 1, argp is NULL, argp[0] is NULL, argp[1] is NULL\nkxtool bind eth0: " + failed},
-      {"{}", {"bind", "eth0", "kxv"}, 255, err + "kxtools_cmd_index_get failed!\nkxtool bind eth0 kxv: " + failed},
-      {"{}",
-       {"bind", "eth0", "kxtool", "-v"},
-       255,
-       err + "module_id is 0, error!\nkxtool bind eth0 kxtool -v: " + failed},
-      {"{}", {"bind", "eth0", "quit"}, 255, err + "module_id is 9, error!\nkxtool bind eth0 quit: " + failed},
-      {"{}",
-       {"bind", "eth0", "kxrdma", "x"},
-       255,
+      {"{}", "bind eth0 kxv", 255, err + "kxtools_cmd_index_get failed!\nkxtool bind eth0 kxv: " + failed},
+      {"{}", "bind eth0 kxtool -v", 255, err + "module_id is 0, error!\nkxtool bind eth0 kxtool -v: " + failed},
+      {"{}", "bind eth0 quit", 255, err + "module_id is 9, error!\nkxtool bind eth0 quit: " + failed},
+      {"{}", "bind eth0 kxrdma x", 255,
        "kxtools_err: [kxtools_module_help][#] para is err!\nkxrdma x: " + failed + err +
            "kxtools_cmd_execute failed\nkxtool bind eth0 kxrdma x: " + failed},
   };
@@ -131,12 +108,10 @@ class RunLock : public testing::Test {
   std::string locks() const {
     return state() + "/tmp/kxtool";
   }
-  kx_system::Result shell(const std::string& script, kx_system::milliseconds limit = kx_system::milliseconds(30000)) {
-    return kx_system::run({.words = {"-c", script},
-                           .state = state(),
-                           .program = "/bin/sh",
-                           .environment = {std::string("KXTOOL=") + KX_SYSTEM_KXTOOL},
-                           .time_limit = limit});
+  kx_system::Result shell(const std::string& script) {
+    kx_system::Command command = kx_system::script(script);
+    command.state = state();
+    return kx_system::run(command);
   }
   kx_system::Folder folder_;
 };
@@ -155,9 +130,7 @@ TEST_F(RunLock, PlantedNamesAreRefusedAndLeftAlone) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     ASSERT_EQ(system(("rm -rf " + locks() + "/kxts_lock_eth0; " + c.command).c_str()), 0);
-    const auto result = check({"{}",
-                               {"sn_info", "eth0", "sn_info"},
-                               1,
+    const auto result = check({"{}", "sn_info eth0 sn_info", 1,
                                "kxtools_err: [report_failure][#] fopen err! try to open /tmp/kxtool/kxts_lock_eth0 err "
                                "! \n "},
                               {.state = state()});
@@ -204,7 +177,7 @@ TEST_F(RunLock, FoldersThatAreNoneAreRefused) {
 }
 
 TEST_F(RunLock, IsNamedByTheFirstSevenCharactersOfTheDevice) {
-  check({function(R"("interface": "enp59s0f0np0")"), {"sn_info", "enp59s0f0np0", "sn_info"}, 0, "sn=KX2601A00042\n"},
+  check({function(R"("interface": "enp59s0f0np0")"), "sn_info enp59s0f0np0 sn_info", 0, "sn=KX2601A00042\n"},
         {.state = state()});
   EXPECT_EQ(access((locks() + "/kxts_lock_enp59s0").c_str(), F_OK), 0);
   kx_system::run({.words = {"fwupdate", "0000:3b:00.1", "p"}, .state = state()});
@@ -226,12 +199,9 @@ TEST_F(RunLock, ASecondToolWaitsForTheFirst) {
 }
 
 TEST_F(RunLock, IsGivenBackByAKilledTool) {
-  const auto result = kx_system::run({
-      .card = R"({"faults": {"processor": {"requests": [{"op_code": 9, "never_answers": true}]}}})",
-      .words = {"-c", "$KXTOOL mac_info eth0 mac_info & sleep 0.3; pkill -9 -P $!; wait; $KXTOOL sn_info eth0 sn_info"},
-      .program = "/bin/sh",
-      .environment = {std::string("KXTOOL=") + KX_SYSTEM_KXTOOL},
-  });
+  const auto result = kx_system::run(kx_system::script(
+      "$KXTOOL mac_info eth0 mac_info & sleep 0.3; pkill -9 -P $!; wait; $KXTOOL sn_info eth0 sn_info",
+      R"({"faults": {"processor": {"requests": [{"op_code": 9, "never_answers": true}]}}})"));
   EXPECT_THAT(result.out, testing::EndsWith("\nsn=KX2601A00042\n"));
 }
 

@@ -2,26 +2,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "system/cases.h"
 #include "text.h"
 
 namespace {
 
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::StartsWith;
 
-struct line_case {
-  const char* card;
-  std::vector<std::string> words;
-  int status;
-  std::string said;
-};
-
-void check(const std::vector<line_case>& cases) {
-  for (const line_case& c : cases) {
-    const kx_system::Result result = kx_system::run({.card = c.card, .words = c.words});
-    EXPECT_EQ(without_line_numbers(result.out), c.said) << c.card << testing::PrintToString(c.words);
-    EXPECT_EQ(result.status, c.status) << c.card << testing::PrintToString(c.words);
+void check(const std::vector<kx_system::Case>& cases) {
+  for (const kx_system::Case& c : cases) {
+    kx_system::check(c);
   }
 }
 
@@ -38,36 +29,33 @@ std::string name_error(const std::string& text) {
 
 TEST(Line, RunsOnTheDeviceThatItNames) {
   check({
-      {"{}", {"sn_info", "eth0", "sn_info"}, 0, SERIAL_NUMBER},
-      {"{}", {"sn_info  eth1 ", "sn_info"}, 0, SERIAL_NUMBER},
-      {"{}", {"bind", "eth0", "kxrdma"}, 0, "kxrdma" + std::string(59, ' ') + "kxrdma help info\n"},
-      {"{}", {"bind", "0000:3b:00.1", "kxrdma"}, 0, "kxrdma" + std::string(59, ' ') + "kxrdma help info\n"},
+      {"{}", "sn_info eth0 sn_info", 0, SERIAL_NUMBER},
+      {"{}", "bind eth0 kxrdma", 0, "kxrdma" + std::string(59, ' ') + "kxrdma help info\n"},
+      {"{}", "bind 0000:3b:00.1 kxrdma", 0, "kxrdma" + std::string(59, ' ') + "kxrdma help info\n"},
   });
+}
+
+TEST(Line, SplitsWhatTheSystemsShellLeftTogether) {
+  EXPECT_EQ(kx_system::run({.words = {"sn_info  eth1 ", "sn_info"}}).out, SERIAL_NUMBER);
 }
 
 TEST(Line, IsRefusedBeforeItTouchesADevice) {
   check({
-      {"{}", {"foo"}, 255, "kxtool foo: No such command for kxtools!\n"},
-      {"{}", {"sn_inf", "eth0"}, 255, "kxtool sn_inf eth0: No such command for kxtools!\n"},
-      {"{}", {"shell", "eth0"}, 255, "kxtool shell eth0: No such command for kxtools!\n"},
-      {"{}", {"reset", "eth0"}, 255, "kxtool reset eth0: No execution permission!\n"},
-      {"{}", {"su", "opsu"}, 255, "kxtool su opsu: No such command for kxtools!\n"},
-      {"{}", {"sn_info", "eth9", "x"}, 255, name_error("fopen /sys/class/net/eth9/device/uevent failed")},
-      {"{}", {"sn_info", "lo", "x"}, 255, name_error("fopen /sys/class/net/lo/device/uevent failed")},
-      {"{}", {"sn_info", "..", "x"}, 255, name_error("'..' is neither a PCI address nor a network interface name")},
-      {"{}",
-       {"sn_info", "../../class/net/eth0", "x"},
-       255,
+      {"{}", "foo", 255, "kxtool foo: No such command for kxtools!\n"},
+      {"{}", "sn_inf eth0", 255, "kxtool sn_inf eth0: No such command for kxtools!\n"},
+      {"{}", "shell eth0", 255, "kxtool shell eth0: No such command for kxtools!\n"},
+      {"{}", "reset eth0", 255, "kxtool reset eth0: No execution permission!\n"},
+      {"{}", "su opsu", 255, "kxtool su opsu: No such command for kxtools!\n"},
+      {"{}", "sn_info eth9 x", 255, name_error("fopen /sys/class/net/eth9/device/uevent failed")},
+      {"{}", "sn_info lo x", 255, name_error("fopen /sys/class/net/lo/device/uevent failed")},
+      {"{}", "sn_info .. x", 255, name_error("'..' is neither a PCI address nor a network interface name")},
+      {"{}", "sn_info ../../class/net/eth0 x", 255,
        name_error("'../../class/net/eth0' is neither a PCI address nor a network interface name")},
-      {"{}", {"-v", "eth9"}, 255, name_error("fopen /sys/class/net/eth9/device/uevent failed")},
-      {"{}",
-       {"sn_info", "0000:3b:00.8", "x"},
-       255,
+      {"{}", "-v eth9", 255, name_error("fopen /sys/class/net/eth9/device/uevent failed")},
+      {"{}", "sn_info 0000:3b:00.8 x", 255,
        "Max kx function is 7, Please check your sbdf!\n" +
            name_error("fopen /sys/class/net/0000:3b:00.8/device/uevent failed")},
-      {"{}",
-       {"sn_info", "0000:99:00.0", "x"},
-       255,
+      {"{}", "sn_info 0000:99:00.0 x", 255,
        "Failed to open resource file: /sys/bus/pci/devices/0000:99:00.0/resource\n"
        "kxtools_err: [kxtools_dev_info_set][#] Failed to get bar info from sys\n" +
            INFO_FAILED},
@@ -94,7 +82,7 @@ TEST(Line, ReportsWhatIsWrongWithADevice) {
            "kxtools_err: [kxtools_compat_version_if_exist][#] compat_id 1 invalid, max value is 10!\n" +
            execute_error("kxtools_compat_version_if_exist KXTOOLS_COMPAT_KXTOOL failed");
   };
-  const std::vector<std::string> words = {"sn_info", "eth0", "sn_info"};
+  const std::string words = "sn_info eth0 sn_info";
   check({
       {UEVENT_WITHOUT_SLOT, words, 255, name_error("pci_bus_id is NULL")},
       {UEVENT_SHORT, words, 255, name_error("format of bdf(3b:00.0) is err")},
@@ -123,7 +111,7 @@ TEST(Line, ForgesNothingFromASlotWithASeparatorInIt) {
 }
 
 TEST(Line, PassesTheGateOfItsOwnDevicesRecord) {
-  const std::vector<std::string> words = {"sn_info", "eth0", "sn_info"};
+  const std::string words = "sn_info eth0 sn_info";
   const auto refused = [](const std::string& text) {
     return "kxtools_err: [kxtools_compat_version_check][#] " + text +
            "\nkxtool sn_info eth0 sn_info: Compatibility check failed!\n";
@@ -136,22 +124,9 @@ TEST(Line, PassesTheGateOfItsOwnDevicesRecord) {
       {R"({"bar0": {"compat": {"1": {"present": false, "major": 9, "drv_minor": 9}}}})", words, 0,
        "Warning: No firmware compatibility information available!\n" + SERIAL_NUMBER},
       // Entries without versions are not checked, whatever the card says.
-      {R"({"bar0": {"compat": {"1": {"major": 1}}}})",
-       {"bind", "eth0", "kxrdma"},
-       0,
+      {R"({"bar0": {"compat": {"1": {"major": 1}}}})", "bind eth0 kxrdma", 0,
        "kxrdma" + std::string(59, ' ') + "kxrdma help info\n"},
   });
-}
-
-TEST(Line, HelpTakesNoDevice) {
-  for (const std::vector<std::string>& words :
-       std::vector<std::vector<std::string>>{{"sn_info", "-h"}, {"fwupdate", "--help"}, {"-h"}, {"-v"}}) {
-    const kx_system::Result result =
-        kx_system::run({.card = R"({"functions": {"0000:3b:00.0": {"present": false}}})", .words = words});
-    EXPECT_EQ(result.status, 0);
-    EXPECT_THAT(result.out, testing::Not(HasSubstr("kxtools_err")));
-    EXPECT_THAT(result.log_of("ioctl"), IsEmpty());
-  }
 }
 
 TEST(Line, HasAtMost48WordsAfterTheSubCommand) {
@@ -175,10 +150,10 @@ TEST(Line, KeepsItsMessagesOutOfDeviceFilesWhenItsStreamsAreClosed) {
   };
   for (const auto& c : cases) {
     // What the card's memory and configuration space hold must be what they held.
-    const kx_system::Result result = script_run(
+    const kx_system::Result result = kx_system::run(kx_system::script(
         "cd /sys/bus/pci/devices/0000:3b:00.0; cp config /tmp/kxtool/c; head -c 65536 resource0 > /tmp/kxtool/b\n" +
         std::string(c.script) +
-        "\nstatus=$?; cmp config /tmp/kxtool/c && head -c 65536 resource0 | cmp - /tmp/kxtool/b && exit $status");
+        "\nstatus=$?; cmp config /tmp/kxtool/c && head -c 65536 resource0 | cmp - /tmp/kxtool/b && exit $status"));
     EXPECT_EQ(result.status, c.status) << c.script;
     EXPECT_EQ(result.out, c.out) << c.script;
     EXPECT_EQ(result.err, "") << c.script;
@@ -187,7 +162,8 @@ TEST(Line, KeepsItsMessagesOutOfDeviceFilesWhenItsStreamsAreClosed) {
 
 TEST(Line, SaysWhenItsOutputIsLost) {
   for (const char* words : {"sn_info eth0 sn_info", "-v", "-h", "bind eth0 kxrdma"}) {
-    const kx_system::Result result = script_run("$KXTOOL " + std::string(words) + " > /dev/full");
+    const kx_system::Result result =
+        kx_system::run(kx_system::script("$KXTOOL " + std::string(words) + " > /dev/full"));
     EXPECT_EQ(result.status, 1) << words;
     EXPECT_EQ(result.err, "kxtool: writing to standard output failed\n") << words;
   }

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "../../line_numbers.h"
+#include "line_numbers.h"
 #include "system/process.h"
 
 inline const std::string RULE = "-----------------------------------------------------\n";
@@ -28,14 +28,6 @@ inline kx_system::Result shell_run(const std::string& input, const std::string& 
   kx_system::Result result = kx_system::run({.card = card, .input = input, .input_is_file = is_file});
   result.out = without_devices(without_line_numbers(result.out));
   return result;
-}
-
-/// A script of the system's shell in which $KXTOOL is the tool.
-inline kx_system::Result script_run(const std::string& script, const std::string& card = "{}") {
-  return kx_system::run({.card = card,
-                         .words = {"-c", script},
-                         .program = "/bin/sh",
-                         .environment = {std::string("KXTOOL=") + KX_SYSTEM_KXTOOL}});
 }
 
 inline const std::string ASK = "Please enter index: ";

@@ -361,8 +361,11 @@ class sheet_reader {
     if (!is_bounded(out)) {
       return complain("the index of '" + name + "' has no range");
     }
-    return most(out) < size || complain("the index of '" + name + "' goes up to " + std::to_string(most(out)) +
-                                        ", the register ends at " + std::to_string(size - 1));
+    // A word of the user's reaches every instance; loops may walk a part.
+    const bool is_word = out.variable && out.number < commands_.back().args.size();
+    const bool fits = is_word ? most(out) == size - 1 : most(out) < size;
+    return fits || complain("the index of '" + name + "' goes up to " + std::to_string(most(out)) +
+                            ", the register ends at " + std::to_string(size - 1));
   }
 
   bool place_read(place& out) {

@@ -62,6 +62,12 @@ struct Result {
   std::vector<std::string> log_of(std::string_view prefix) const;
 };
 
+/// The words of a line, split at blanks.
+std::vector<std::string> words_of(std::string_view line);
+
+/// A script of the system's shell in which $KXTOOL is the tool.
+Command script(const std::string& text, const std::string& card = "{}");
+
 /// A run that is under way. The destructor kills it.
 class Process {
  public:

@@ -8,7 +8,7 @@ namespace {
 
 using testing::HasSubstr;
 
-TEST(NpSearchEngineSlow, BothZgroupChecksPassEveryZblock) {
+TEST(KxnpZgroup, BothZgroupChecksPassEveryZblock) {
   const kx_system::Result result = kx_system::run({
       .input = "0\nsu opsu\n"
                "kxnp diag_dpp_se_zgroup_check_rd_only 0 0\n"

@@ -1,9 +1,7 @@
-#include "session.h"
+#include "system/session.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <sstream>
 
 namespace session {
 
@@ -36,7 +34,7 @@ Session run(const std::string& card, const std::vector<std::string>& lines, bool
   }
   input += marker(lines.size()) + "\nquit\n";
   Session session;
-  session.result = kx_system::run({.card = card, .input = input});
+  session.result = kx_system::run({.card = card, .input = input, .time_limit = kx_system::milliseconds(100000)});
   std::string rest = session.result.out;
   session.before = cut_to(&rest, marker(0) + ": No such command for kxtools!\n");
   for (size_t i = 0; i < lines.size(); ++i) {
@@ -59,12 +57,7 @@ void expect_shows(const std::string& card, const std::string& prefix, std::span<
 }
 
 kx_system::Result one_shot(const std::string& card, const std::string& words) {
-  kx_system::Command command = {.card = card, .words = {"bind", "0000:3b:00.0"}};
-  std::istringstream stream(words);
-  for (std::string word; stream >> word;) {
-    command.words.push_back(word);
-  }
-  return kx_system::run(command);
+  return kx_system::run({.card = card, .words = kx_system::words_of("bind 0000:3b:00.0 " + words)});
 }
 
 std::string plain(const std::string& text) {

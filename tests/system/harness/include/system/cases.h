@@ -4,34 +4,25 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
-#include "../../line_numbers.h"
+#include "line_numbers.h"
 #include "system/process.h"
 
 namespace kx_system {
 
 struct Case {
   std::string card;
-  std::vector<std::string> words;
+  std::string words;  // of the tool, with blanks between them
   int status;
   std::string out;  // with # for every line number in brackets
   std::string err = "";
 };
 
-inline std::string shown(const Case& c) {
-  std::string text = c.card + " ::";
-  for (const std::string& word : c.words) {
-    text += " " + word;
-  }
-  return text;
-}
-
 /// Runs one case, checks status and both streams, and gives back the rest.
 inline Result check(const Case& c, Command command = {}) {
-  SCOPED_TRACE(shown(c));
+  SCOPED_TRACE(c.card + " :: " + c.words);
   command.card = c.card;
-  command.words = c.words;
+  command.words = words_of(c.words);
   Result result = run(command);
   EXPECT_EQ(result.status, c.status);
   EXPECT_EQ(without_line_numbers(result.out), c.out);
