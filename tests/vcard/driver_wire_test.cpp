@@ -10,19 +10,8 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-kx_system::Result probe(const std::string& card, std::vector<std::string> words) {
-  return kx_system::run({.card = card, .words = std::move(words), .program = VCARD_PROBE});
-}
-
-/// The words of one step line, split at blanks.
-std::vector<std::string> steps(const std::string& line) {
-  std::vector<std::string> words;
-  for (size_t start = 0; start < line.size();) {
-    size_t end = std::min(line.find(' ', start), line.size());
-    words.push_back(line.substr(start, end - start));
-    start = end + 1;
-  }
-  return words;
+kx_system::Result probe(const std::string& card, const std::string& steps) {
+  return kx_system::run({.card = card, .words = kx_system::words_of(steps), .program = VCARD_PROBE});
 }
 
 struct Exchange {
@@ -80,12 +69,12 @@ TEST(DriverWire, AnswersLikeTheDriver) {
        "bar size=0x10000\npeek 0xffffffff\nconfig length=4 value=0xffffffff\n"},
   };
   for (const Exchange& exchange : exchanges) {
-    kx_system::Result result = probe(exchange.card, steps(exchange.steps));
+    kx_system::Result result = probe(exchange.card, exchange.steps);
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.out, exchange.out) << exchange.card << "\n" << exchange.steps;
   }
   for (const char* caller : {"ioctl", "thread_ioctl", "child_ioctl"}) {
-    kx_system::Result result = probe("{}", steps(std::string(caller) + " eth0 1 39 0f000000 29"));
+    kx_system::Result result = probe("{}", std::string(caller) + " eth0 1 39 0f000000 29");
     EXPECT_EQ(result.out, "ret=0 errno=0 status=1 result=0 length=29 reply=" + serial + "\n") << caller;
   }
 }
@@ -95,10 +84,11 @@ TEST(DriverWire, InformationRequestsAnswerFromTheCardFile) {
       "part_number": "PN KX9", "part_number_status": -10, "macs": ["02:00:00:00:00:0a"], "mac_count": 2, "mac_status": 3,
       "temperatures": [151, 45], "temperature_statuses": [0, 1], "os_type": 1, "os_type_status": 2,
       "wrong_check_word": true}})";
-  kx_system::Result result = probe(card, steps("ioctl eth0 1 39 0f000000 29 , ioctl eth0 1 39 15000000 33 , "
-                                               "ioctl eth0 1 39 09000000 68 , ioctl eth0 1 39 12000000 24 , "
-                                               "ioctl eth0 1 39 12000000 24 , ioctl eth0 1 39 0000000001020304 8 , "
-                                               "ioctl eth0 1 33 01020304 2036"));
+  kx_system::Result result = probe(card,
+                                   "ioctl eth0 1 39 0f000000 29 , ioctl eth0 1 39 15000000 33 , "
+                                   "ioctl eth0 1 39 09000000 68 , ioctl eth0 1 39 12000000 24 , "
+                                   "ioctl eth0 1 39 12000000 24 , ioctl eth0 1 39 0000000001020304 8 , "
+                                   "ioctl eth0 1 33 01020304 2036");
   const std::string good = "ret=0 errno=0 status=1 result=0 length=";
   std::string expected = good + "29 reply=fb4142434445464748494a4b4c" + std::string(32, '0') + "\n" + good +
                          "33 reply=f601504e204b5839" + std::string(50, '0') + "\n" + good +
@@ -110,7 +100,7 @@ TEST(DriverWire, InformationRequestsAnswerFromTheCardFile) {
 }
 
 TEST(DriverWire, LogShowsEveryFieldOfAMessage) {
-  kx_system::Result result = probe("{}", steps("ioctl eth0 3 39 0000000001000000 0 , ioctl eno1 0 39 - 4"));
+  kx_system::Result result = probe("{}", "ioctl eth0 3 39 0000000001000000 0 , ioctl eno1 0 39 - 4");
   EXPECT_THAT(
       result.log,
       ElementsAre("ioctl interface=eth0 type=3 event_pid=self status=set event_id=39 route=3 reserved=0 reply=set "
@@ -120,7 +110,7 @@ TEST(DriverWire, LogShowsEveryFieldOfAMessage) {
 
 TEST(DriverWire, ARequestThatIsNeverAnsweredBlocksOnlyItsCaller) {
   kx_system::Process process({.card = R"({"faults": {"driver": {"requests": [{"type": 1, "never_answers": true}]}}})",
-                              .words = steps("ioctl eth0 6 39 - 8 , ioctl eth0 1 39 0f000000 29"),
+                              .words = kx_system::words_of("ioctl eth0 6 39 - 8 , ioctl eth0 1 39 0f000000 29"),
                               .program = VCARD_PROBE});
   EXPECT_TRUE(process.expect("reply=0000000000000000\n"));
   EXPECT_TRUE(process.expect_log("ioctl_silent"));
@@ -131,8 +121,9 @@ TEST(DriverWire, ARequestThatIsNeverAnsweredBlocksOnlyItsCaller) {
 TEST(NetlinkWire, ResolvesTheFamilyAndCarriesNotices) {
   const char* card = R"({"notices": [{"payload": "0b000000"}, {"after_ms": 5, "payload": "0c00000011"}]})";
   kx_system::Result result =
-      probe(card, steps("ioctl eth0 0 39 - 4 , socket , bind self , family other_family , family tools_family , "
-                        "notice , notice"));
+      probe(card,
+            "ioctl eth0 0 39 - 4 , socket , bind self , family other_family , family tools_family , "
+            "notice , notice");
   EXPECT_EQ(result.out,
             "ret=0 errno=0 status=1 result=0 length=4 reply=397a42c0\n"
             "socket=1\n"
@@ -169,7 +160,7 @@ TEST(NetlinkWire, FaultsSpoilFamilyAndNotices) {
        "socket , bind self , ioctl eth0 0 39 - 4 , family tools_family , notice", "notice length=36 type=2"},
   };
   for (const Exchange& exchange : exchanges) {
-    kx_system::Result result = probe(exchange.card, steps(exchange.steps));
+    kx_system::Result result = probe(exchange.card, exchange.steps);
     EXPECT_THAT(result.out, HasSubstr(exchange.out)) << exchange.card;
   }
 }

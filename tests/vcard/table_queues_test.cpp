@@ -7,7 +7,6 @@
 
 #include <cstring>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "vcard/card.h"
@@ -106,32 +105,6 @@ TEST_F(TableQueues, ExecutesItemsAndCountsWhatGoesWrong) {
   EXPECT_EQ(acknowledge(0), 0x11111100u);
   EXPECT_EQ(word(card, 0x504000), 1u);
   EXPECT_THAT(lines, testing::HasSubstr("table_block queue=3 bytes=32 dump=0 status=0xff\n"));
-}
-
-TEST_F(TableQueues, Faults) {
-  const struct {
-    const char* file;
-    uint32_t acknowledge;
-  } rows[] = {{R"({"table_queues": {"silent": true}})", 0x11111100},
-              {R"({"table_queues": {"status": 19}})", 0x5a5a5a13},
-              {R"({"table_queues": {"delay_ms": 30}})", 0x5a5a5aff}};
-  for (const auto& row : rows) {
-    CardFile file(row.file);
-    RequestLog log;
-    Card card(file, log);
-    models_attach(card);
-    EXPECT_THAT(file.complaints(), testing::IsEmpty());
-    card.processes = [] { return std::vector<pid_t>{getpid()}; };
-    ASSERT_TRUE(card.create({}));
-    card.start();
-    const auto begin = std::chrono::steady_clock::now();
-    post(card, 0, eram_block(), bus_);
-    while (acknowledge(0) != row.acknowledge && std::chrono::steady_clock::now() - begin < std::chrono::seconds(5)) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    EXPECT_EQ(acknowledge(0), row.acknowledge) << row.file;
-    card.stop();
-  }
 }
 
 }  // namespace
