@@ -62,6 +62,7 @@ inline std::vector<node_state> states(const lpm_trie& trie) {
 struct sums {
   uint32_t routes = 0;
   uint32_t lengths = 0;
+  uint32_t shortest = LPM_NO_ROUTE;
 };
 
 inline sums recount_node(const lpm_trie_node* node, std::vector<const lpm_trie_node*>* order) {
@@ -75,14 +76,17 @@ inline sums recount_node(const lpm_trie_node* node, std::vector<const lpm_trie_n
       const sums below = recount_node(child, order);
       total.routes += below.routes;
       total.lengths += below.lengths;
+      total.shortest = std::min(total.shortest, below.shortest);
     }
     if (side == 0) {
       order->push_back(node);
     }
   }
+  EXPECT_EQ(node->next_len, total.shortest);
   if (node->valid != 0) {
     total.routes++;
     total.lengths += node->prefix_len;
+    total.shortest = node->prefix_len;
   } else {
     EXPECT_TRUE(node->child[0] != nullptr && node->child[1] != nullptr) << "a branch node without two children";
   }

@@ -83,16 +83,20 @@ bool make_tables(lpm_index* index, uint32_t key_bytes) {
 
 lpm_start lpm_index_find(const lpm_trie* trie, const lpm_key& key, uint32_t prefix_len) {
   const lpm_index* index = trie->index;
+  const lpm_index_entry& entry = index->stems[key.word[0] >> (64 - LPM_INDEX_BITS)];
+  lpm_start start = {entry.top, entry.best, nullptr, prefix_len + 1};
   for (uint32_t i = 0; i < index->table_num; i++) {
     const lpm_stem_table& table = index->tables[i];
     if (prefix_len >= table.bits) {
       if (lpm_trie_node* node = lpm_stem_table_find(table, stem_of(key.word[0], table.bits)); node != nullptr) {
-        return {node, nullptr, true};
+        start.node = node;
+        start.top = entry.top;
+        break;
       }
+      start.limit = table.bits;
     }
   }
-  const lpm_index_entry& entry = index->stems[key.word[0] >> (64 - LPM_INDEX_BITS)];
-  return {entry.top, entry.best, false};
+  return start;
 }
 
 void lpm_index_link(lpm_trie* trie, const lpm_trie_node* parent, lpm_trie_node* node) {

@@ -12,9 +12,10 @@ struct lpm_index;
 
 /// Where a longest match starts.
 struct lpm_start {
-  lpm_trie_node* node;  ///< null: nothing of this length lies under the key's stem
-  lpm_trie_node* best;  ///< longest route above `node`, when `climb` is false
-  bool climb;           ///< the routes above `node` are found over its parents
+  const lpm_trie_node* node;  ///< null: nothing of this length lies under the key's stem
+  const lpm_trie_node* best;  ///< longest route of fewer than LPM_INDEX_BITS bits
+  const lpm_trie_node* top;   ///< not null: routes between `best` and `node` lie under it, above `node`
+  uint32_t limit;             ///< only routes shorter than this can cover the key
 };
 
 /// Finds the start for a key of `prefix_len` bits, at least LPM_INDEX_BITS. REQUIRES: the trie has an index.

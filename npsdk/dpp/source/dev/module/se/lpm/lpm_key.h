@@ -69,6 +69,11 @@ inline uint32_t lpm_common_bits(const lpm_key& key, const uint8_t* node_key, uin
   return limit;
 }
 
+/// Length of the shortest route in the subtree rooted at `node`.
+inline uint8_t lpm_shortest_len(const lpm_trie_node* node) {
+  return node->valid != 0 ? static_cast<uint8_t>(node->prefix_len) : node->next_len;
+}
+
 /// True when the node's prefix is a prefix of the key.
 inline bool lpm_node_covers(const lpm_trie_node* node, const lpm_key& key) {
   const uint32_t bits = node->prefix_len;

@@ -57,6 +57,7 @@ lpm_trie_node* node_create(lpm_trie* trie, const lpm_key& key, uint32_t prefix_l
   lpm_trie_node* node = lpm_pool_take(&trie->pool);
   node->prefix_len = static_cast<uint16_t>(prefix_len);
   node->valid = valid ? 1 : 0;
+  node->next_len = LPM_NO_ROUTE;
   lpm_key_store(key, prefix_len, node->key);
   if (valid) {
     node->sub_cnt = 1;
@@ -74,6 +75,7 @@ void link_at(lpm_trie* trie, lpm_trie_node* parent, uint32_t side, lpm_trie_node
 void add_below(lpm_trie_node* node, const lpm_trie_node* child) {
   node->sub_cnt += child->sub_cnt;
   node->len_sum += child->len_sum;
+  node->next_len = std::min(node->next_len, lpm_shortest_len(child));
 }
 
 /// A subtree that hung at the walk's place is passed as a whole: what comes after it in order stands before `after`,
@@ -160,6 +162,7 @@ uint32_t insert_at(lpm_trie* trie, const lpm_key& key, uint32_t prefix_len, lpm_
         const uint32_t bit = lpm_key_bit(key, node->prefix_len);
         node->sub_cnt++;
         node->len_sum += prefix_len;
+        node->next_len = std::min(node->next_len, static_cast<uint8_t>(prefix_len));
         at.descend(node, bit);
         node = node->child[bit];
         continue;
@@ -190,25 +193,35 @@ uint32_t insert_at(lpm_trie* trie, const lpm_key& key, uint32_t prefix_len, lpm_
   return QLIX_COMM_OK;
 }
 
+/// The longest route above the start of a walk that found none. The nodes there are shorter than the start's stem, so
+/// they cover the key; above the shortest route under `top` there is only `best`.
+const lpm_trie_node* route_above(const lpm_start& start) {
+  const uint32_t shortest = lpm_shortest_len(start.top);
+  for (const lpm_trie_node* node = start.node->parent; node != nullptr && node->prefix_len >= shortest;
+       node = node->parent) {
+    if (node->valid != 0) {
+      return node;
+    }
+  }
+  return start.best;
+}
+
 uint32_t search_longest(const lpm_trie* trie, const lpm_key& key, uint32_t prefix_len, lpm_trie_node** out) {
-  lpm_start start = {trie->root, nullptr, false};
+  lpm_start start = {trie->root, nullptr, nullptr, prefix_len + 1};
   if (trie->index != nullptr && prefix_len >= LPM_INDEX_BITS) {
     start = lpm_index_find(trie, key, prefix_len);
   }
-  const lpm_trie_node* node = start.node;
-  const lpm_trie_node* best = start.best;
-  while (node != nullptr && node->prefix_len <= prefix_len && lpm_node_covers(node, key)) {
+  const lpm_trie_node* best = nullptr;
+  for (const lpm_trie_node* node = start.node;
+       node != nullptr && node->prefix_len < start.limit && lpm_node_covers(node, key);
+       node = node->child[lpm_key_bit(key, node->prefix_len)]) {
     best = node->valid != 0 ? node : best;
-    if (node->prefix_len == prefix_len) {
+    if (node->next_len >= start.limit) {
       break;
     }
-    node = node->child[lpm_key_bit(key, node->prefix_len)];
   }
-  if (best == nullptr && start.climb && start.node != nullptr) {
-    // The nodes above the start are shorter than its stem, so they cover the key.
-    for (best = start.node->parent; best != nullptr && best->valid == 0;) {
-      best = best->parent;
-    }
+  if (best == nullptr) {
+    best = start.node != nullptr && start.top != nullptr ? route_above(start) : start.best;
   }
   if (best == nullptr) {
     QLIX_COMM_TRACE_INFO("\n INFO[0x%x] Srh Fail", LPM_RC_NOT_FOUND);
@@ -258,6 +271,19 @@ void unlink_node(lpm_trie* trie, lpm_trie_node* node, lpm_released* released) {
   }
   LPM_ASSERT_RC(qlix_comm_double_link_del(&node->link, &trie->list), "qlix_comm_double_link_del");
   released->node[released->num++] = node;
+}
+
+/// A route of `prefix_len` bits below `node` is gone: corrects next_len as far up as that route was the shortest.
+void next_len_restore(lpm_trie_node* node, uint32_t prefix_len) {
+  for (; node != nullptr && node->next_len == prefix_len; node = node->parent) {
+    node->next_len = LPM_NO_ROUTE;
+    for (const lpm_trie_node* child : node->child) {
+      node->next_len = child == nullptr ? node->next_len : std::min(node->next_len, lpm_shortest_len(child));
+    }
+    if (node->next_len == prefix_len) {
+      return;
+    }
+  }
 }
 
 }  // namespace
@@ -332,14 +358,15 @@ void chw_lpm_trie_remove_tn(lpm_trie* trie, lpm_trie_node* node, lpm_released* r
   *released = {};
   node->valid = 0;
   lpm_index_route_remove(trie, node);
-  if (node->child[0] != nullptr && node->child[1] != nullptr) {
-    return;
-  }
   lpm_trie_node* parent = node->parent;
-  unlink_node(trie, node, released);
-  if (parent != nullptr && parent->valid == 0 && (parent->child[0] == nullptr || parent->child[1] == nullptr)) {
-    unlink_node(trie, parent, released);
+  if (node->child[0] == nullptr || node->child[1] == nullptr) {
+    unlink_node(trie, node, released);
+    if (parent != nullptr && parent->valid == 0 && (parent->child[0] == nullptr || parent->child[1] == nullptr)) {
+      unlink_node(trie, parent, released);
+      parent = parent->parent;
+    }
   }
+  next_len_restore(parent, node->prefix_len);
 }
 
 uint32_t chw_lpm_trie_delete(lpm_trie* trie, const uint8_t* key, uint32_t prefix_len, lpm_released* released) {

@@ -15,6 +15,8 @@ inline constexpr uint32_t LPM_RC_INCONSISTENT = 0x30000;  ///< the trie contradi
 inline constexpr uint32_t LPM_RC_EXISTS = 0x30001;        ///< the prefix is a route already
 inline constexpr uint32_t LPM_RC_NOT_FOUND = 0x30002;
 
+inline constexpr uint8_t LPM_NO_ROUTE = 0xFF;  ///< a length that no route has
+
 inline constexpr uint32_t LPM_SRH_LONGEST = 1;
 inline constexpr uint32_t LPM_SRH_EXACT = 2;
 
@@ -24,6 +26,7 @@ struct lpm_trie_node {
   lpm_trie_node* child[2];
   uint16_t prefix_len;  ///< bits
   uint8_t valid;        ///< 1 a route that was inserted, 0 a pure branch node
+  uint8_t next_len;     ///< length of the shortest route below this node, LPM_NO_ROUTE for none
   uint32_t result;      ///< what the owner of the callbacks recorded for the route
   uint8_t key[24];      ///< prefix, most significant bit first; all bits from prefix_len on are zero
   uint32_t sub_cnt;     ///< routes in the subtree rooted here, this node included
