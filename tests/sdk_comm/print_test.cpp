@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "memory_fault.h"
@@ -157,11 +159,11 @@ std::uint32_t check_rc(std::uint32_t code) {
 
 // A line with its source line number, which moves with every edit, made '#'.
 std::string without_line(std::string text) {
-  const std::size_t colon = text.find("print_test.cpp:");
+  const std::size_t colon = text.find(".cpp:");
   if (colon == std::string::npos) {
     return text;
   }
-  const std::size_t from = colon + sizeof "print_test.cpp:" - 1;
+  const std::size_t from = colon + sizeof ".cpp:" - 1;
   const std::size_t to = text.find_first_not_of("0123456789", from);
   return text.replace(from, to - from, to > from ? "#" : "no number");
 }
@@ -250,14 +252,59 @@ TEST_F(PrintTest, MemorySizeCounterWrapsToZeroWithANote) {
   EXPECT_NE(text.find("] and size[0x20000000] sum is over maxvalue now, reset 0\n"), std::string::npos) << text;
 }
 
-TEST_F(PrintTest, MutexRefusesAMisplacedUnlock) {
+TEST_F(PrintTest, MutexKnowsItsOwner) {
   qlix_comm_mutex mutex;
-  ASSERT_EQ(qlix_comm_mutex_create(&mutex), 0u);
-  EXPECT_NE(qlix_comm_mutex_unlock(&mutex), 0u);
-  EXPECT_EQ(qlix_comm_mutex_lock(&mutex), 0u);
-  EXPECT_NE(qlix_comm_mutex_lock(&mutex), 0u) << "not recursive";
-  EXPECT_EQ(qlix_comm_mutex_unlock(&mutex), 0u);
-  EXPECT_EQ(qlix_comm_mutex_destroy(&mutex), 0u);
+  struct Case {
+    const char* what;
+    std::uint32_t (*misuse)(qlix_comm_mutex*);
+    std::uint32_t code;
+    bool held;
+    bool other_thread;
+  };
+  const Case cases[] = {
+      {"unlock a free one", qlix_comm_mutex_unlock, EPERM, false, false},
+      {"unlock another thread's", qlix_comm_mutex_unlock, EPERM, true, true},
+      {"lock one's own", qlix_comm_mutex_lock, EDEADLK, true, false},
+      {"destroy one's own", qlix_comm_mutex_destroy, EBUSY, true, false},
+      {"destroy another thread's", qlix_comm_mutex_destroy, EBUSY, true, true},
+  };
+  for (const Case& c : cases) {
+    ASSERT_EQ(qlix_comm_mutex_create(&mutex), 0u);
+    if (c.held) {
+      EXPECT_EQ(qlix_comm_mutex_lock(&mutex), 0u);
+    }
+    std::uint32_t code = 0;
+    const auto run = [&] { code = c.misuse(&mutex); };
+    c.other_thread ? std::thread(run).join() : run();
+    EXPECT_EQ(code, c.code) << c.what;
+    if (c.held) {
+      EXPECT_EQ(qlix_comm_mutex_unlock(&mutex), 0u) << "still held after: " << c.what;
+    }
+    EXPECT_EQ(qlix_comm_mutex_destroy(&mutex), 0u) << c.what;
+  }
+}
+
+TEST_F(PrintTest, LocksRefuseNull) {
+  struct Case {
+    const char* name;
+    std::uint32_t (*use)();
+  };
+  const Case cases[] = {
+      {"mutex_create", [] { return qlix_comm_mutex_create(nullptr); }},
+      {"mutex_destroy", [] { return qlix_comm_mutex_destroy(nullptr); }},
+      {"mutex_lock", [] { return qlix_comm_mutex_lock(nullptr); }},
+      {"mutex_unlock", [] { return qlix_comm_mutex_unlock(nullptr); }},
+      {"spin_lock_create", [] { return qlix_comm_spin_lock_create(nullptr); }},
+      {"spin_lock_destroy", [] { return qlix_comm_spin_lock_destroy(nullptr); }},
+      {"spin_lock_lock", [] { return qlix_comm_spin_lock_lock(nullptr); }},
+      {"spin_lock_unlock", [] { return qlix_comm_spin_lock_unlock(nullptr); }},
+  };
+  for (const Case& c : cases) {
+    std::uint32_t code = 0;
+    EXPECT_EQ(without_line(printed([&] { code = c.use(); })),
+              std::string("\n QLIX mutex.cpp:#[Error:POINT NULL] ! FUNCTION : qlix_comm_") + c.name + "!\n");
+    EXPECT_EQ(code, 0x1201u) << c.name;
+  }
 }
 
 }  // namespace

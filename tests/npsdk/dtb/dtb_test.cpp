@@ -4,7 +4,9 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -114,6 +116,39 @@ TEST_F(Dtb, LimitsAndCodes) {
   ASSERT_EQ(dpp_dev_dtb_opr_mutex_get(DEV, 17, QUEUE, &mutex), 0u);
   DPP_MUTEX_GUARD(guard, mutex);
   EXPECT_TRUE(guard.locked());
+}
+
+// A doorbell rings while the queue's mutex is held, in the thread that holds it.
+TEST_F(Dtb, ReportsAMutexThatItLostOrTakesTwice) {
+  static dpp_mutex* mutex;
+  ASSERT_EQ(dpp_dev_dtb_opr_mutex_get(DEV, 17, QUEUE, &mutex), 0u);
+  static uint32_t inner;
+  const auto give_away = [](const doorbell&) { inner = qlix_comm_mutex_unlock(mutex); };
+  const auto post_again = [](const doorbell&) { inner = post(); };
+  const auto dump = [] { return dpp_dtb_tab_up_info_set(DEV, QUEUE, 0, 0, 4, &inner); };
+  const struct {
+    const char* function;
+    const char* action;
+    std::function<void(const doorbell&)> on_doorbell;
+    std::function<uint32_t()> work;
+    uint32_t code, inner;
+  } rows[] = {
+      {"block_post", "unlock", give_away, [] { return post(); }, EPERM, 0},
+      {"block_post", "lock", post_again, [] { return post(); }, 0, EDEADLK},
+      {"dpp_dtb_tab_up_info_set", "unlock", give_away, dump, 0, 0},  // on its way to the chip all the same
+  };
+  for (const auto& row : rows) {
+    chip.on_doorbell = row.on_doorbell;
+    EXPECT_EQ(row.work(), row.code) << row.function;
+    EXPECT_EQ(inner, row.inner) << row.function;
+    std::string line = printed();
+    const size_t number = line.find("Line:") + 5;
+    line.erase(number, line.find_first_not_of("0123456789", number) - number);
+    EXPECT_EQ(line, std::string("File: [dpp_dtb_transfer.cpp],Function:[") + row.function + "],Line: mutex " +
+                        row.action + " failed!-->Return ERROR\n");
+    DPP_MUTEX_GUARD(guard, mutex);
+    EXPECT_TRUE(guard.locked()) << row.function;
+  }
 }
 
 TEST_F(Dtb, ThirtyTwoItemsThenBusy) {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -169,21 +171,36 @@ TEST(Mutexes, AreOneForEachTypeQueueAndEngine) {
   GetCapturedStdout();
 }
 
-TEST(Mutexes, GuardReportsAnUnlockThatFails) {
+std::string guard_line(uint32_t line, const char* action) {
+  return "File: [chip_test.cpp],Function:[TestBody],Line:" + std::to_string(line) + " mutex " + action +
+         " failed!-->Return ERROR\n";
+}
+
+TEST(Mutexes, GuardReportsALockAndAnUnlockThatFail) {
   memory_device_add(0);
   dpp_mutex* mutex = nullptr;
   ASSERT_EQ(dpp_dev_opr_mutex_get(0, 0, &mutex), 0u);
   CaptureStdout();
+  uint32_t line = __LINE__ + 2;
   {
     DPP_MUTEX_GUARD(guard, mutex);
     ASSERT_TRUE(guard.locked());
     DPP_MUTEX_GUARD(second, mutex);
     EXPECT_FALSE(second.locked());
-    EXPECT_NE(second.status(), 0u);
+    EXPECT_EQ(second.status(), static_cast<uint32_t>(EDEADLK));
+    EXPECT_EQ(second.unlock(), 0u) << "what was not taken is not given back";
+    EXPECT_EQ(GetCapturedStdout(), guard_line(line + 2, "lock"));
+    CaptureStdout();
     qlix_comm_mutex_unlock(mutex);
-    EXPECT_NE(guard.unlock(), 0u);
+    EXPECT_EQ(guard.unlock(), static_cast<uint32_t>(EPERM));
+    EXPECT_EQ(guard.unlock(), 0u) << "a second attempt";
+    EXPECT_EQ(GetCapturedStdout(), guard_line(line, "unlock"));
+    CaptureStdout();
+    line = __LINE__ + 1;
+    DPP_MUTEX_GUARD(third, mutex);
+    qlix_comm_mutex_unlock(mutex);
   }
-  EXPECT_NE(GetCapturedStdout().find("mutex unlock failed!-->Return ERROR\n"), std::string::npos);
+  EXPECT_EQ(GetCapturedStdout(), guard_line(line, "unlock"));
   std::thread([&] {
     DPP_MUTEX_GUARD(guard, mutex);
     EXPECT_TRUE(guard.locked());
