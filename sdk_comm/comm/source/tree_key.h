@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "qlix_comm/prefetch.h"
 #include "qlix_comm/rb.h"
 
 namespace qlix_comm_detail {
@@ -151,7 +152,7 @@ Pointee* tree_select(bool right, Pointee* if_left, Pointee* if_right) {
 
 /// Asks for the cache line at an address that need not be one: that of an absent child is never read.
 inline void tree_prefetch(std::uintptr_t address) {
-  __builtin_prefetch(reinterpret_cast<const void*>(address));  // NOLINT(performance-no-int-to-ptr)
+  qlix_comm_prefetch(reinterpret_cast<const void*>(address));  // NOLINT(performance-no-int-to-ptr)
 }
 
 /// Walks from `root` to the node that `compare(node, to_right)` finds, or to null. `step(node, to_right)` is called for

@@ -17,6 +17,7 @@
 
 #include "qlix_comm/double_link.h"
 #include "qlix_comm/liststack.h"
+#include "qlix_comm/prefetch.h"
 
 /// Levels of the highest tree.
 inline constexpr std::uint32_t QLIX_COMM_AVL_DEPTH_MAX = 41;
@@ -89,7 +90,7 @@ inline qlix_comm_avl_node* qlix_comm_avl_next(const qlix_comm_avl_node* node) {
   }
   auto* const record = reinterpret_cast<std::uint8_t*>(node->order.next) - offsetof(qlix_comm_avl_node, order);
   auto* const next = reinterpret_cast<qlix_comm_avl_node*>(record);
-  __builtin_prefetch(next + 1);
+  qlix_comm_prefetch(next + 1);
   return next;
 }
 

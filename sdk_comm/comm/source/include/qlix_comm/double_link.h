@@ -61,13 +61,3 @@ std::uint32_t qlix_comm_dlink_release(qlix_comm_double_link* head, qlix_comm_dou
 
 /// Prints the u32 at the start of every record, forward and backward.
 std::uint32_t qlix_comm_double_link_print(const qlix_comm_double_link* head);
-
-namespace qlix_comm_detail {
-
-/// Asks for a node of `size` bytes and for what begins behind it, mostly its key. It need not exist.
-inline void record_prefetch(const void* node, std::uint32_t size) {
-  __builtin_prefetch(node);
-  __builtin_prefetch(static_cast<const std::uint8_t*>(node) + size);
-}
-
-}  // namespace qlix_comm_detail

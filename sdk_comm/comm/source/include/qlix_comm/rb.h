@@ -18,6 +18,7 @@
 
 #include "qlix_comm/double_link.h"
 #include "qlix_comm/liststack.h"
+#include "qlix_comm/prefetch.h"
 
 inline constexpr std::uint32_t QLIX_COMM_RB_RED = 1;
 inline constexpr std::uint32_t QLIX_COMM_RB_BLACK = 2;
@@ -96,7 +97,7 @@ inline qlix_comm_rb_node* qlix_comm_rb_next(const qlix_comm_rb_node* node) {
   qlix_comm_detail::record_prefetch(node->parent, sizeof *node);
   auto* const next = reinterpret_cast<qlix_comm_rb_node*>(node->order.next);
   if (next != nullptr) {
-    __builtin_prefetch(next + 1);
+    qlix_comm_prefetch(next + 1);
   }
   return next;
 }
