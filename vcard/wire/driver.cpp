@@ -161,13 +161,8 @@ bool DriverWire::is_socket(const TrappedCall& call) {
 }
 
 void DriverWire::handle(const TrappedCall& call) {
-  if (!is_socket(call)) {
-    call.pass_on();  // the kernel refuses it: no descriptor, or not one of a socket
-    return;
-  }
   InterfaceRequest request;
-  if (!interface_request_read(call, &request)) {
-    call.fail(EFAULT);
+  if (!interface_request_take(call, is_socket(call), &request)) {
     return;
   }
   const std::string& interface = request.interface;

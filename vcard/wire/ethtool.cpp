@@ -87,13 +87,9 @@ int EthtoolWire::answer(const TrappedCall& call, const std::string& interface, u
 }
 
 void EthtoolWire::handle(const TrappedCall& call) {
-  if (call.descriptor_target(static_cast<int>(call.argument(0))).rfind("socket:", 0) != 0) {
-    call.pass_on();  // the kernel refuses it: no descriptor, or not one of a socket
-    return;
-  }
+  const bool is_socket = call.descriptor_target(static_cast<int>(call.argument(0))).rfind("socket:", 0) == 0;
   InterfaceRequest request;
-  if (!interface_request_read(call, &request)) {
-    call.fail(EFAULT);
+  if (!interface_request_take(call, is_socket, &request)) {
     return;
   }
   const std::string& interface = request.interface;

@@ -1,6 +1,7 @@
 #include "interface_request.h"
 
 #include <algorithm>
+#include <cerrno>
 
 #include "vcard/bytes.h"
 
@@ -14,9 +15,14 @@ constexpr size_t request_size = 40;
 
 }  // namespace
 
-bool interface_request_read(const TrappedCall& call, InterfaceRequest* request) {
+bool interface_request_take(const TrappedCall& call, bool is_socket, InterfaceRequest* request) {
+  if (!is_socket) {
+    call.pass_on();  // the kernel refuses it: no descriptor, or not one of a socket
+    return false;
+  }
   Bytes bytes(request_size);
   if (!call.peek(call.argument(2), bytes.data(), bytes.size())) {
+    call.fail(EFAULT);
     return false;
   }
   request->interface.assign(bytes.begin(), std::find(bytes.begin(), bytes.begin() + name_size, 0));

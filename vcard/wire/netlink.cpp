@@ -20,19 +20,18 @@ constexpr size_t largest_message = 65536;
 constexpr uint8_t notice_command = 1;
 constexpr uint16_t notice_attribute = 1;
 
-enum FamilyFault : size_t {
-  family_good,
-  family_unknown,
-  family_silent,
-  family_short,
-  family_bad_length,
-  family_small_length,
-  family_no_id,
+// What is wrong with an answer or a notice; notices know the first five.
+enum MessageFault : size_t {
+  fault_none,
+  fault_refused,
+  fault_short,
+  fault_bad_length,
+  fault_small_length,
+  fault_silent,
+  fault_no_id
 };
-constexpr const char* family_fault_names[] = {"none",       "unknown",      "silent", "short",
-                                              "bad_length", "small_length", "no_id"};
-
-enum NoticeFault : size_t { notice_good, notice_error, notice_short, notice_bad_length, notice_small_length };
+constexpr const char* family_fault_names[] = {"none",         "unknown", "short", "bad_length",
+                                              "small_length", "silent",  "no_id"};
 constexpr const char* notice_fault_names[] = {"none", "error", "short", "bad_length", "small_length"};
 
 /// A header length that does not even hold the header.
@@ -66,6 +65,17 @@ void attribute_add_word(Bytes& message, uint16_t type, T value) {
 
 void message_close(Bytes& message) {
   put_le<uint32_t>(message, 0, static_cast<uint32_t>(message.size()));
+}
+
+/// Gives a closed message the fault of its form, if it is one.
+void spoil(Bytes& message, size_t fault) {
+  if (fault == fault_bad_length) {
+    put_le<uint32_t>(message, 0, static_cast<uint32_t>(message.size() + 4));
+  } else if (fault == fault_small_length) {
+    put_le<uint32_t>(message, 0, small_length);
+  } else if (fault == fault_short) {
+    message.resize(10);
+  }
 }
 
 /// What the kernel answers to a request that it refuses.
@@ -108,8 +118,8 @@ NetlinkWire::NetlinkWire(Card& card) : card_(card) {
   CardSection section = card.file().section("faults").section("netlink");
   family_id_ = static_cast<uint16_t>(section.number("family_id", 0x1f, UINT16_MAX));
   notice_family_id_ = static_cast<uint16_t>(section.number("notice_family_id", family_id_, UINT16_MAX));
-  family_fault_ = section.choice("family", family_good, family_fault_names);
-  notice_fault_ = section.choice("notice", notice_good, notice_fault_names);
+  family_fault_ = section.choice("family", fault_none, family_fault_names);
+  notice_fault_ = section.choice("notice", fault_none, notice_fault_names);
 }
 
 void NetlinkWire::open_socket(const TrappedCall& call) {
@@ -198,7 +208,7 @@ void NetlinkWire::request_handle(Socket& socket, ByteView message) {
   }
   card_.log().line("netlink port=%s message=%s", own_port ? "self" : std::to_string(port).c_str(),
                    hex_text(shown).c_str());
-  if (family_fault_ == family_silent) {
+  if (family_fault_ == fault_silent) {
     return;
   }
   Bytes answer = family_answer(socket, message);
@@ -219,43 +229,31 @@ Bytes NetlinkWire::family_answer(const Socket& socket, ByteView request) const {
   if (type != GENL_ID_CTRL || command != CTRL_CMD_GETFAMILY) {
     return error_message(socket.port, EOPNOTSUPP, request);
   }
-  if (requested_family(request) != family_name || family_fault_ == family_unknown) {
+  if (requested_family(request) != family_name || family_fault_ == fault_refused) {
     return error_message(socket.port, ENOENT, request);
   }
   Bytes answer = message_open(GENL_ID_CTRL, get_le<uint32_t>(request, 8), socket.port, CTRL_CMD_NEWFAMILY, 2);
   const uint8_t* name = reinterpret_cast<const uint8_t*>(family_name);
   attribute_add(answer, CTRL_ATTR_FAMILY_NAME, {name, strlen(family_name) + 1});
-  if (family_fault_ != family_no_id) {
+  if (family_fault_ != fault_no_id) {
     attribute_add_word<uint16_t>(answer, CTRL_ATTR_FAMILY_ID, family_id_);
   }
   attribute_add_word<uint32_t>(answer, CTRL_ATTR_VERSION, 1);
   attribute_add_word<uint32_t>(answer, CTRL_ATTR_HDRSIZE, 0);
   attribute_add_word<uint32_t>(answer, CTRL_ATTR_MAXATTR, notice_attribute);
   message_close(answer);
-  if (family_fault_ == family_bad_length) {
-    put_le<uint32_t>(answer, 0, static_cast<uint32_t>(answer.size() + 4));
-  } else if (family_fault_ == family_small_length) {
-    put_le<uint32_t>(answer, 0, small_length);
-  } else if (family_fault_ == family_short) {
-    answer.resize(10);
-  }
+  spoil(answer, family_fault_);
   return answer;
 }
 
 Bytes NetlinkWire::notice_message(uint32_t port, ByteView payload) const {
-  if (notice_fault_ == notice_error) {
+  if (notice_fault_ == fault_refused) {
     return error_message(port, EIO, {});
   }
   Bytes message = message_open(notice_family_id_, 0, port, notice_command, 1);
   attribute_add(message, notice_attribute, payload);
   message_close(message);
-  if (notice_fault_ == notice_bad_length) {
-    put_le<uint32_t>(message, 0, static_cast<uint32_t>(message.size() + 4));
-  } else if (notice_fault_ == notice_small_length) {
-    put_le<uint32_t>(message, 0, small_length);
-  } else if (notice_fault_ == notice_short) {
-    message.resize(10);
-  }
+  spoil(message, notice_fault_);
   return message;
 }
 
