@@ -32,14 +32,6 @@ TEST(CommandLine, SplitsAtRunsOfBlanksOnly) {
   EXPECT_EQ(kxtools_cmd_context_malloc(nullptr), nullptr);
 }
 
-TEST(CommandLine, HasNoLimitOnWords) {
-  std::string line;
-  for (int i = 0; i < 20000; i++) {
-    line += "w ";
-  }
-  EXPECT_EQ(kxtools_cmd_context_malloc(line.c_str())->argc, 20000u);
-}
-
 class Dispatcher : public testing::Test {
  protected:
   void SetUp() override {

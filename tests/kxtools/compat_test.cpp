@@ -116,16 +116,4 @@ TEST(Compatibility, EveryModuleHasItsOwnRecord) {
   test_tree_reset();
 }
 
-TEST(Compatibility, GateNamesARefusedLine) {
-  test_tree_reset();
-  static constexpr kxtools_cmd_entry ENTRY[] = {{"x", nullptr, kxtools_module_help, 0, 1, 0, 0, 0, nullptr}};
-  ASSERT_EQ(kxtools_cmd_register(KXTOOLS_MODULE_KXNP, ENTRY, 1), 0);
-  int32_t result = 0;
-  EXPECT_EQ(without_line_numbers(test_line_run("kxnp x 1", &result)),
-            "kxtools_err: [kxtools_compat_version_check][#] cmd major 1 is not match fw 0!\n"
-            "kxnp x 1: Compatibility check failed!\n");
-  EXPECT_EQ(result, -1);
-  test_tree_reset();
-}
-
 }  // namespace

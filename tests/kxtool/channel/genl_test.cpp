@@ -118,15 +118,6 @@ class GenlSocket : public testing::Test {
   kx_unique_fd kernel_;
 };
 
-TEST_F(GenlSocket, FamilyRequestIsFortyBytes) {
-  bytes reply = {6, 0, 2, 0, 'x', 0, 0, 0, 6, 0, 1, 0, 0x1F, 0, 0, 0};
-  answer(message(16, reply));
-  EXPECT_EQ(tarn_genl_get_family_id(tool_.get(), "tools_family"), 0x1Fu);
-  const bytes expected = {40, 0, 0, 0, 16,  0,   1,   0,   0,   0,   0,   0,   0,   0,   0,   0,   3, 1, 0, 0,
-                          18, 0, 2, 0, 't', 'o', 'o', 'l', 's', '_', 'f', 'a', 'm', 'i', 'l', 'y', 0, 0, 0, 0};
-  EXPECT_EQ(request(), expected);
-}
-
 TEST_F(GenlSocket, RefusesTypeZeroAndDataThatDoesNotFit) {
   const bytes data(14000);
   EXPECT_EQ(tarn_genl_send_msg(tool_.get(), 0, 0, 3, 1, 2, data.data(), 4), -1);

@@ -96,29 +96,6 @@ TEST(Package, TruncationAtEveryLengthIsSeen) {
   }
 }
 
-TEST(Package, CountsFromNothingToTooManyAreReadButOnlyValidOnesLoaded) {
-  for (uint32_t count = 0; count <= 40; ++count) {
-    SCOPED_TRACE(count);
-    std::vector<row> rows;
-    for (uint32_t i = 0; i < count; ++i) {
-      rows.push_back({0x50000 + i * 0x1000, 8, 0xABC00 + i});
-    }
-    package_file::file file;
-    file.put(256, package_file::header(package_file::IDENTIFICATION, rows)).resize(0x40000);
-    const fw_package package = open_package(file);
-    fw_header header;
-    ASSERT_EQ(fw_package_header_read(package, FW_PART_A, &header), 0);
-    EXPECT_EQ(header.fw_cnt, count);
-    const bool valid = count >= 1 && count <= 33;
-    ASSERT_EQ(header.table().size(), valid ? count : 0);
-    if (valid) {
-      EXPECT_EQ(header.table().back().flash_offset, 0x50000 + (count - 1) * 0x1000);
-      EXPECT_EQ(header.table().back().type, count - 1);
-    }
-    EXPECT_TRUE(fw_table_check(package, header).empty());
-  }
-}
-
 TEST(Package, PlacesOutsideTheFileAndSharedBytesAreFound) {
   constexpr uint32_t TOP = 0xFFFFFFFF;
   struct {

@@ -121,36 +121,6 @@ TEST(Rows, AreFoundByTheirNames) {
   EXPECT_EQ(DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 819u);
 }
 
-TEST(Rows, GivenOnesAreExact) {
-  for (uint32_t i = 0; i < 3; ++i) {
-    const dpp_reg_info& doorbell = *dpp_reg_info_get(817 + i);
-    EXPECT_EQ(doorbell.mod_no, 13u);
-    EXPECT_EQ(doorbell.array_type, 1u);
-    EXPECT_EQ(doorbell.addr, 0x2000000 + 4 * i);
-    EXPECT_EQ(doorbell.n_size, 128u);
-    EXPECT_EQ(doorbell.n_step, 0x20u);
-    EXPECT_EQ(doorbell.width, 4u);
-  }
-  const dpp_reg_info& check = *dpp_reg_info_get(dpp_reg_no_find("cpu_check_reg"));
-  EXPECT_EQ(check.addr, 0x60u);
-  EXPECT_EQ(check.width, 4u);
-  EXPECT_EQ(check.array_type, 0u);
-  EXPECT_EQ(dpp_reg_fields_get(check)[0].len, 32u);
-  EXPECT_EQ(dpp_reg_fields_get(check)[0].default_value, 0xFFFFFFFFu);
-  const dpp_reg_info& zblock = *dpp_reg_info_get(dpp_reg_no_find("zblock_service_configure"));
-  EXPECT_EQ(zblock.array_type, 2u);
-  EXPECT_EQ(zblock.width, 64u);
-  EXPECT_EQ(zblock.m_size, 4u);
-  EXPECT_EQ(zblock.n_size, 8u);
-  EXPECT_EQ(zblock.m_step, 0x4000u);
-  EXPECT_EQ(zblock.n_step, 0x800u);
-  const auto fields = dpp_reg_fields_get(zblock);
-  ASSERT_EQ(fields.size(), 3u);
-  EXPECT_STREQ(dpp_reg_text_get(fields[1].name), "hash_channel_sel");
-  EXPECT_EQ(fields[1].msb_pos, 2u);
-  EXPECT_EQ(fields[1].len, 2u);
-}
-
 TEST(Operations, RefuseWhatDoesNotExist) {
   memory_device_add(0);
   uint32_t values[DPP_REG_FIELD_MAX] = {};

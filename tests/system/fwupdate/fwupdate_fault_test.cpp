@@ -1,6 +1,6 @@
-// What the card does wrong, seen by the real tool on both wires: status, line, log, flash, and a run lock that the next
-// command gets. A card that stays silent is in fwupdate_silence_test.cpp, timers that run out in the unit tests, where
-// a tick takes no time.
+// What the card does wrong, seen by the real tool on each wire: status, line, log, flash, and a run lock that the next
+// command gets. A card that stays silent is in fwupdate_silence_test.cpp, what the update itself makes of a failing
+// card in the unit tests, where a tick takes no time.
 #include <gmock/gmock.h>
 
 #include "update_run.h"
@@ -37,30 +37,20 @@ void expect_outcome(const fault_case& test, const Workplace& work, const Result&
 
 TEST(FirmwareUpdateFault, ByName) {
   const fault_case cases[] = {
-      {R"({"processor": {"requests": [{"event_id": 27, "count": 2, "result": 6}]}})", 7,
-       "BAR MSG OR VQ MSG ERR: time out, bar_or_vq_chan_ret = 6!\n",
-       "bar chan or msgq channel is not work ,try it later!"},
       {R"({"processor": {"requests": [{"event_id": 27, "from": 4, "count": 1, "result": -8}]}})", 7,
        "BAR MSG OR VQ MSG ERR: time out, bar_or_vq_chan_ret = -8!\n", "tx by bar chan err"},
-      {R"({"processor": {"requests": [{"event_id": 27, "from": 2, "count": 1, "result": 18}]}})", 7,
-       "image 1/2 erasing\n", "****ret = 18 ****"},
       {R"({"driver": {"requests": [{"type": 1, "from": 3, "count": 1, "errno": 5}]}})", 7, "ioctl error,ret=-1!\n",
        "****ret = 1 ****"},
       {R"({"driver": {"requests": [{"type": 1, "from": 3, "count": 1, "status_flag": 0}]}})", 7,
        "the user message ioctl to kernel failed!\n", "the package header was not taken"},
-      {R"({"update": {"erase_fails": 11}})", 7, "The update has failed", "erase failed over than max try 10 time"},
-      {R"({"update": {"write_fails": 11, "sum_wrong": 3}})", 7, "The update has failed", "write failed 10 time"},
       {R"({"update": {"sum_wrong": 4}})", 7, "crc failed! resent 3 times failed! try to exit!\n", "curcrc="},
-      {R"({"update": {"notice_garbage": true}})", 0, "write success", "is not expected now, ignored"},
   };
   for (const fault_case& test : cases) {
     SCOPED_TRACE(test.faults);
     const Workplace work;
     const Result result = kx_system::run(work.with_next("eth0", card_with(test.faults)));
     expect_outcome(test, work, result);
-    if (test.status == 7) {
-      EXPECT_THAT(work.log(), HasSubstr("****The update has failed. Please retry after a few minutes.****"));
-    }
+    EXPECT_THAT(work.log(), HasSubstr("****The update has failed. Please retry after a few minutes.****"));
   }
 }
 
@@ -86,15 +76,6 @@ TEST(FirmwareUpdateFault, ByAddress) {
       EXPECT_THAT(result.err, HasSubstr("the running partition"));
     }
   }
-}
-
-TEST(FirmwareUpdateFault, CardThatRunsFromNoKnownPartitionIsLeftAlone) {
-  const Workplace work;
-  const Result result = kx_system::run(work.with_next("eth0", R"({"update": {"partition": 3}})"));
-  EXPECT_EQ(result.status, 7);
-  EXPECT_THAT(result.out, HasSubstr("active partition: 3\n"));
-  EXPECT_THAT(work.log(), HasSubstr("sys fail: invalid cur_partition 3"));
-  EXPECT_FALSE(work.flash_holds_package());
 }
 
 TEST(FirmwareUpdateFault, RefusalEndsWithItsOwnStatusAndLeavesTheLockFree) {
