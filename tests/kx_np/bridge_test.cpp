@@ -74,12 +74,6 @@ TEST_F(Bridge, TwelveWordsRunAndThirteenDoNot) {
   EXPECT_EQ(memory().writes.size(), 1u);
 }
 
-TEST_F(Bridge, TheFunctionsResultIsNoStatus) {
-  const run_result result = exec("diag_dpp_pktrx_port_en_prt", {"0", "128"});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_THAT(result.out, testing::HasSubstr("FUNCTION :diag_dpp_pktrx_port_en_prt !"));
-}
-
 TEST_F(Bridge, RefusesWhatItCannotCall) {
   EXPECT_EQ(exec("dpp_reg_filter_level_set", {"0"}).status, -1);
   EXPECT_EQ(exec("dpp_reg_filter_level_set", {}).out, "kxtools_err: [kxnp_dpp_cmd_exec][#] command not found\n");

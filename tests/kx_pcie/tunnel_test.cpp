@@ -213,14 +213,6 @@ TEST_F(TunnelTest, RefusesWhatIsPlainlyNoMemoryInModeZero) {
   EXPECT_THAT(printed(), testing::StartsWith("Addr[0x6208000001] is invalid!!!\nAddr[0x6208000001] is invalid!!!\n"));
 }
 
-TEST_F(TunnelTest, NeedsABoundDevice) {
-  card_.bound = KXTOOLS_SBDF_NONE;
-  uint32_t value = 0;
-  EXPECT_EQ(read_val_from_kx(0x1000, &value), -1);
-  EXPECT_EQ(card_.takes, 0);
-  EXPECT_EQ(printed(), "It does not bind to any pcie device,Please bind kx device!\n");
-}
-
 TEST_F(TunnelTest, FailsWithoutTheCapability) {
   card_.capability = -1;
   uint32_t value = 0;

@@ -5,9 +5,9 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 
+#include "../temp_folder.h"
 #include "dev_choice.h"
 #include "dev_sysfs.h"
 #include "test_tree.h"
@@ -76,20 +76,11 @@ TEST(DeviceWord, IsCheckedBeforeItBuildsAPath) {
 
 class KernelFile : public testing::Test {
  protected:
-  void SetUp() override {
-    char name[] = "/tmp/kx_dev_XXXXXX";
-    const int fd = mkstemp(name);
-    ASSERT_GE(fd, 0);
-    close(fd);
-    path_ = name;
-  }
-  void TearDown() override {
-    unlink(path_.c_str());
-  }
   void fill(const std::string& text) {
-    std::ofstream(path_, std::ios::trunc | std::ios::binary) << text;
+    folder_.write("file", text);
   }
-  std::string path_;
+  temp_folder folder_;
+  const std::string path_ = folder_ / "file";
 };
 
 TEST_F(KernelFile, ResourceGivesStartAndLengthOfABar) {

@@ -52,8 +52,7 @@ TEST(MailboxWire, NoticesComeOneAtATimeInOrder) {
             "bar size=0x4000000\n"
             "mailbox header=080027000800070000000000 payload=0000000000000000\n"
             "slot_notice header=110027000500000000000000 payload=01000000aa\n"
-            "slot_notice header=110028000400000000000000 payload=0b000000\n"
-            "slept\n");
+            "slot_notice header=110028000400000000000000 payload=0b000000\n");
   EXPECT_THAT(result.log, testing::ElementsAre(
                               "mailbox header=010027000800070000000000 payload=0000000000000000",
                               "mailbox_answer header=080027000800070000000000 payload=0000000000000000",

@@ -1,13 +1,13 @@
 // Speaks every wire of the virtual card by hand, with constants of its own. The words are steps, separated by ","; each
-// step prints one line.
+// step but sleep prints one line.
 //
 //   ioctl INTERFACE TYPE EVENT PAYLOAD REPLY_LENGTH     one driver message, payload in hexadecimal or "-"
 //   thread_ioctl ..., child_ioctl ...                   the same from a second thread, from a forked child
 //   socket, bind PORT|self, family NAME, notice         a generic netlink socket, its port, a family, the next notice
-//   bar ADDRESS, peek OFFSET, poke OFFSET VALUE         BAR 0 of a function, mapped
+//   bar ADDRESS, peek OFFSET                            BAR 0 of a function, mapped
 //   mailbox EVENT PAYLOAD, slot_notice                  one request through the mailbox; the next notice there
 //   config ADDRESS OFFSET                               a word of configuration space
-//   sleep MILLISECONDS, exit STATUS
+//   sleep MILLISECONDS
 
 #include <fcntl.h>
 #include <poll.h>
@@ -18,6 +18,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -140,7 +141,7 @@ void step_family(const Words& words) {
          get<uint16_t>(answer + second + 4));
 }
 
-void step_notice() {
+void step_notice(const Words&) {
   uint8_t notice[14020] = {};
   ssize_t length = arrives(netlink_socket, 3000) ? recv(netlink_socket, notice, sizeof notice, 0) : -1;
   if (length < 24 || get<uint16_t>(notice + 4) == 2) {
@@ -219,7 +220,7 @@ void step_mailbox(const Words& words) {
   printf("mailbox %s\n", slot_text(slot).c_str());
 }
 
-void step_slot_notice() {
+void step_slot_notice(const Words&) {
   size_t slot = mailbox_area() + 0x800;
   if (!valid_becomes(slot, 1, 3000)) {
     printf("slot_notice time out\n");
@@ -238,58 +239,46 @@ void step_config(const Words& words) {
   printf("config length=%zd value=0x%08x\n", length, value);
 }
 
-void run(const Words& words) {
-  const std::string& name = words[0];
-  if (name == "ioctl") {
-    step_ioctl(words);
-  } else if (name == "thread_ioctl") {
-    std::thread(step_ioctl, words).join();
-  } else if (name == "child_ioctl") {
-    step_child_ioctl(words);
-  } else if (name == "socket") {
-    netlink_socket = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, 16);
-    printf("socket=%d\n", netlink_socket >= 0);
-  } else if (name == "bind") {
-    step_bind(words);
-  } else if (name == "family") {
-    step_family(words);
-  } else if (name == "notice") {
-    step_notice();
-  } else if (name == "bar") {
-    step_bar(words);
-  } else if (name == "peek") {
-    printf("peek 0x%08x\n", bar_read(std::stoul(words[1], nullptr, 0)));
-  } else if (name == "poke") {
-    bar_write(std::stoul(words[1], nullptr, 0), static_cast<uint32_t>(std::stoul(words[2], nullptr, 0)));
-    printf("poke\n");
-  } else if (name == "mailbox") {
-    step_mailbox(words);
-  } else if (name == "slot_notice") {
-    step_slot_notice();
-  } else if (name == "config") {
-    step_config(words);
-  } else if (name == "sleep") {
-    usleep(static_cast<useconds_t>(std::stoul(words[1]) * 1000));
-    printf("slept\n");
-  } else if (name == "exit") {
-    fflush(stdout);
-    _exit(std::stoi(words[1]));
-  } else {
-    printf("what is %s?\n", name.c_str());
-  }
-  fflush(stdout);
+size_t number(const std::string& word) {
+  return std::stoul(word, nullptr, 0);
 }
+
+struct {
+  const char* name;
+  void (*run)(const Words& words);
+} const steps[] = {
+    {"ioctl", step_ioctl},
+    {"thread_ioctl", [](const Words& words) { std::thread(step_ioctl, words).join(); }},
+    {"child_ioctl", step_child_ioctl},
+    {"socket",
+     [](const Words&) {
+       netlink_socket = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, 16);
+       printf("socket=%d\n", netlink_socket >= 0);
+     }},
+    {"bind", step_bind},
+    {"family", step_family},
+    {"notice", step_notice},
+    {"bar", step_bar},
+    {"peek", [](const Words& words) { printf("peek 0x%08x\n", bar_read(number(words[1]))); }},
+    {"mailbox", step_mailbox},
+    {"slot_notice", step_slot_notice},
+    {"config", step_config},
+    {"sleep", [](const Words& words) { usleep(static_cast<useconds_t>(number(words[1]) * 1000)); }},
+};
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  Words step;
+  Words words;
   for (int i = 1; i <= argc; ++i) {
-    if (i == argc || strcmp(argv[i], ",") == 0) {
-      run(step);
-      step.clear();
-    } else {
-      step.emplace_back(argv[i]);
+    if (i < argc && strcmp(argv[i], ",") != 0) {
+      words.emplace_back(argv[i]);
+      continue;
     }
+    const auto* step =
+        std::find_if(std::begin(steps), std::end(steps), [&](const auto& s) { return words[0] == s.name; });
+    step != std::end(steps) ? step->run(words) : static_cast<void>(printf("what is %s?\n", words[0].c_str()));
+    fflush(stdout);
+    words.clear();
   }
 }

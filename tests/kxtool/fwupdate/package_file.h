@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,6 +47,13 @@ inline bytes header(std::string_view identification, uint32_t count, const std::
 
 inline bytes header(std::string_view identification, const std::vector<row>& rows) {
   return header(identification, static_cast<uint32_t>(rows.size()), rows);
+}
+
+/// `size` bytes that count up from `first`.
+inline bytes pattern(size_t size, uint8_t first = 1) {
+  bytes out(size);
+  std::iota(out.begin(), out.end(), first);
+  return out;
 }
 
 /// A sparse file in memory with a path; gone with the object.

@@ -4,23 +4,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
 
 #include "package_file.h"
 
 namespace {
 
 using package_file::bytes;
+using package_file::pattern;
 using package_file::row;
 
 constexpr row IMAGE_A{0x50000, 100, 2};
 constexpr row IMAGE_B{0x51000, 30, 3};
-
-bytes pattern(size_t size) {
-  bytes out(size);
-  std::iota(out.begin(), out.end(), uint8_t{1});
-  return out;
-}
 
 fw_package open_package(const package_file::file& file) {
   fw_package package;

@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
-#include <numeric>
 
 #include "fw_interrupt.h"
 #include "update_fixture.h"
@@ -10,18 +9,13 @@
 namespace {
 
 using package_file::bytes;
+using package_file::pattern;
 using package_file::row;
 using testing::HasSubstr;
 using testing::Not;
 
 constexpr uint64_t PARTITION_1 = 0x40000;
 constexpr uint64_t PARTITION_2 = 0x3300000;
-
-bytes pattern(size_t size, uint8_t first) {
-  bytes out(size);
-  std::iota(out.begin(), out.end(), first);
-  return out;
-}
 
 const bytes IMAGE_A = pattern(5000, 1);
 const bytes IMAGE_B = pattern(2029, 7);

@@ -1,7 +1,6 @@
 #include "update_run.h"
 
 #include <fstream>
-#include <numeric>
 
 #include "../../kxtool/fwupdate/package_file.h"
 
@@ -11,14 +10,8 @@ using package_file::header;
 
 namespace {
 
-bytes image(size_t size, uint8_t first) {
-  bytes out(size);
-  std::iota(out.begin(), out.end(), first);
-  return out;
-}
-
-const bytes IMAGE_A = image(5000, 1);
-const bytes IMAGE_B = image(2029, 7);
+const bytes IMAGE_A = package_file::pattern(5000);
+const bytes IMAGE_B = package_file::pattern(2029, 7);
 
 void put(std::ofstream& file, uint64_t position, const bytes& data) {
   file.seekp(static_cast<std::streamoff>(position));
