@@ -81,8 +81,20 @@ bool make_tables(lpm_index* index, uint32_t key_bytes) {
 
 }  // namespace
 
+void lpm_index_fetch(const lpm_trie* trie, const lpm_key& key) {
+  const lpm_index* index = trie->index;
+  if (index == nullptr) {
+    return;
+  }
+  for (uint32_t i = 0; i < index->table_num; i++) {
+    const lpm_stem_table& table = index->tables[i];
+    __builtin_prefetch(lpm_stem_table_home(table, stem_of(key.word[0], table.bits)));
+  }
+}
+
 lpm_start lpm_index_find(const lpm_trie* trie, const lpm_key& key, uint32_t prefix_len) {
   const lpm_index* index = trie->index;
+  lpm_index_fetch(trie, key);
   const lpm_index_entry& entry = index->stems[key.word[0] >> (64 - LPM_INDEX_BITS)];
   lpm_start start = {entry.top, entry.best, nullptr, prefix_len + 1};
   for (uint32_t i = 0; i < index->table_num; i++) {

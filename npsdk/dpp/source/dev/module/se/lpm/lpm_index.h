@@ -18,6 +18,10 @@ struct lpm_start {
   uint32_t limit;             ///< only routes shorter than this can cover the key
 };
 
+/// Fetches what the start of a search for `key`, or the links of an insert of it, will look at. One after the other
+/// these accesses would wait for memory as often as there are stem lengths.
+void lpm_index_fetch(const lpm_trie* trie, const lpm_key& key);
+
 /// Finds the start for a key of `prefix_len` bits, at least LPM_INDEX_BITS. REQUIRES: the trie has an index.
 lpm_start lpm_index_find(const lpm_trie* trie, const lpm_key& key, uint32_t prefix_len);
 

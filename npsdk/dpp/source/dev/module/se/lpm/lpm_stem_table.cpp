@@ -71,6 +71,10 @@ void lpm_stem_table_release(lpm_stem_table* table) {
   *table = {};
 }
 
+const lpm_stem_entry* lpm_stem_table_home(const lpm_stem_table& table, uint64_t stem) {
+  return &table.entries[home_of(table, stem)];
+}
+
 lpm_trie_node* lpm_stem_table_find(const lpm_stem_table& table, uint64_t stem) {
   return locate(table, stem)->node;
 }

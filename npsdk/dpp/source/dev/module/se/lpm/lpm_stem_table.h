@@ -21,6 +21,8 @@ struct lpm_stem_table {
 bool lpm_stem_table_init(lpm_stem_table* table, uint32_t bits);
 void lpm_stem_table_release(lpm_stem_table* table);
 
+/// Where a search for the stem begins, to be fetched ahead of it.
+const lpm_stem_entry* lpm_stem_table_home(const lpm_stem_table& table, uint64_t stem);
 lpm_trie_node* lpm_stem_table_find(const lpm_stem_table& table, uint64_t stem);
 /// Stores or replaces; false when the table would have to grow and there is no memory.
 bool lpm_stem_table_set(lpm_stem_table* table, uint64_t stem, lpm_trie_node* node);

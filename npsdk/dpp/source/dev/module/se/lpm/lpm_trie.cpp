@@ -322,7 +322,9 @@ uint32_t chw_lpm_trie_insert(lpm_trie* trie, const uint8_t* key, uint32_t prefix
   if (!lpm_pool_reserve(&trie->pool, 2)) {
     return QLIX_COMM_POINT_NULL;
   }
-  const uint32_t code = insert_at(trie, lpm_key_load(key, prefix_len), prefix_len, node);
+  const lpm_key words = lpm_key_load(key, prefix_len);
+  lpm_index_fetch(trie, words);
+  const uint32_t code = insert_at(trie, words, prefix_len, node);
   if (code == QLIX_COMM_OK) {
     trie->route_num++;
     trie->len_total += prefix_len;
