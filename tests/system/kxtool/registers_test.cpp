@@ -20,8 +20,8 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-Result tool(const std::string& card, std::vector<std::string> words) {
-  return kx_system::run({.card = card, .words = std::move(words)});
+Result tool(const std::string& card, const std::string& words) {
+  return kx_system::run({.card = card, .words = kx_system::words_of(words)});
 }
 
 /// One line in the shell of a super user; its output alone.
@@ -32,7 +32,7 @@ Result super(const std::string& card, const std::string& line) {
 }
 
 TEST(Diag, AHealthyCardPasses) {
-  const Result result = tool("{}", {"diag", "eth0", "all"});
+  const Result result = tool("{}", "diag eth0 all");
   EXPECT_EQ(result.status, 0) << result.out;
   EXPECT_THAT(result.out, AllOf(StartsWith("vqm: virtio queue engine\n"), HasSubstr("\npcie: 6 checks, 0 failed\n"),
                                 HasSubstr("x16 at 16 GT/s of x16 at 16 GT/s"), HasSubstr("np_init_done"),
@@ -67,7 +67,7 @@ TEST(Diag, NamesWhatIsNotAsItShouldBe) {
        "FAIL  command                          0x00000002  memory or bus master off\n"},
   };
   for (const Ill& ill : ills) {
-    const Result result = tool(ill.card, {"diag", "eth0", ill.unit});
+    const Result result = tool(ill.card, std::string("diag eth0 ") + ill.unit);
     EXPECT_EQ(result.status, 1) << ill.card;
     EXPECT_THAT(result.out, AllOf(HasSubstr(ill.line), EndsWith(std::string("diag eth0: failed: ") + ill.unit + "\n")));
   }
@@ -75,7 +75,7 @@ TEST(Diag, NamesWhatIsNotAsItShouldBe) {
   const Result well = tool(R"({"network_processor": {"ports": {"2": {"link_up": false}}},
                                "functions": {"0000:3b:00.0": {"config": {"0x110": "41", "0x6a": "09",
                                                                          "0x104": "0000 1000", "0x108": "0000 1000"}}}})",
-                           {"diag", "eth0", "all"});
+                           "diag eth0 all");
   EXPECT_EQ(well.status, 0);
   EXPECT_THAT(
       well.out,
@@ -86,8 +86,7 @@ TEST(Diag, NamesWhatIsNotAsItShouldBe) {
 }
 
 TEST(Diag, ACardThatDoesNotAnswerCostsOneTimeOutAUnit) {
-  const Result result =
-      tool(R"({"faults": {"tunnel": {"transfers": [{"flag_stuck": true}]}}})", {"diag", "eth0", "all"});
+  const Result result = tool(R"({"faults": {"tunnel": {"transfers": [{"flag_stuck": true}]}}})", "diag eth0 all");
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.out,
               AllOf(HasSubstr("vqm: not finished, the card cannot be read\n"), HasSubstr("pcie: 6 checks, 0 failed\n"),
@@ -110,7 +109,7 @@ TEST(Stat, ShowsTheCountersThatMoved) {
   const Result result = tool(R"({"network_processor": {"ports": {"3": {"receive_packets": 123456789012,
                                  "send_packets": 7, "link_up": false}}},
                                  "memory": {"0x6208015060": 9}})",
-                             {"stat", "eth0", "all"});
+                             "stat eth0 all");
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.out,
               AllOf(HasSubstr("trpg_rx_port_pkt_num[3]                      123456789012\n"),
@@ -120,15 +119,11 @@ TEST(Stat, ShowsTheCountersThatMoved) {
 }
 
 TEST(DiagAndStat, RefuseOtherWords) {
-  const std::vector<std::vector<std::string>> lines = {
-      {"diag", "eth0"},          {"diag", "eth0", "ALL"},  {"diag", "eth0", "vqm", "np"},
-      {"diag", "eth0", "../np"}, {"stat", "eth0", "pcie"}, {"stat", "eth0", "all", "all"},
-      {"stat", "eth0", "%s%n"},
-  };
-  for (const std::vector<std::string>& words : lines) {
-    const Result result = tool("{}", words);
+  for (const char* line : {"diag eth0", "diag eth0 ALL", "diag eth0 vqm np", "diag eth0 ../np", "stat eth0 pcie",
+                           "stat eth0 all all", "stat eth0 %s%n"}) {
+    const Result result = tool("{}", line);
     EXPECT_EQ(result.status, 1);
-    EXPECT_THAT(result.out, StartsWith("    COMMAND:\n        " + words[0] + "\n"));
+    EXPECT_THAT(result.out, StartsWith("    COMMAND:\n        " + std::string(line, 4) + "\n"));
     EXPECT_TRUE(result.log_of("tunnel ").empty());
   }
 }
@@ -166,8 +161,7 @@ TEST(Devmem, ShowsAndWritesWords) {
                     "kxtool devmem eth0 np addr 0")
                   .out,
               EndsWith("card address 0x6218000000 cannot be read\n"));
-  EXPECT_EQ(tool("{}", {"devmem", "eth0", "np", "addr", "0"}).out,
-            "kxtool devmem eth0 np addr 0: No execution permission!\n");
+  EXPECT_EQ(tool("{}", "devmem eth0 np addr 0").out, "kxtool devmem eth0 np addr 0: No execution permission!\n");
 }
 
 TEST(Regsdump, WritesEveryDescribedRegister) {
