@@ -107,4 +107,9 @@ TEST_F(Prints, ModuleNamesKeepTheirPadding) {
   EXPECT_NE(printed([&] { return dpp_module_name_get(18, name); }, 0x1205), "");
 }
 
+TEST_F(Prints, HelpNamesTheCallForms) {
+  EXPECT_NE(printed(dpp_reg_help).find("dpp_reg_write32_bymn(dev_id, reg_no, m_offset, n_offset, data)\n"),
+            std::string::npos);
+}
+
 }  // namespace
