@@ -1,11 +1,12 @@
 #include "qlix_comm/avl.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "double_link_ops.h"
 #include "qlix_comm/check.h"
-#include "tree_key.h"
+#include "tree_head.h"
 #include "tree_pool.h"
 
 using namespace qlix_comm_detail;
@@ -20,12 +21,6 @@ constexpr std::uint32_t PATH_MAX_LINKS = QLIX_COMM_AVL_DEPTH_MAX;
 static_assert(offsetof(node_t, key) == 0, "callers hand a node over as one that begins with its key pointer");
 static_assert(sizeof(node_t) == 56);
 
-// The links from the root to a node: links[0] is the root's, the last one points to the node or is where it will hang.
-struct path {
-  node_t** links[PATH_MAX_LINKS];
-  std::uint32_t depth = 0;  // links before the last
-};
-
 std::uint32_t pool_init(qlix_comm_avl* tree) {
   tree_pool pool;
   QLIX_COMM_CHECK_RC(tree_pool_create(tree->max_node, tree->key_len, sizeof(node_t), &pool), "tree_pool_create");
@@ -35,58 +30,58 @@ std::uint32_t pool_init(qlix_comm_avl* tree) {
   return QLIX_COMM_OK;
 }
 
-// Walks down to the node with `key`, or to null; `step` as in tree_descend.
-template <class Step>
-node_t* descend(const qlix_comm_avl* tree, const void* key, Step step) {
-  return tree_with_key(key, tree->key_len, tree->cmp, [tree, step](const auto& sought) {
+// Walks down to `key`; `walk` as in tree_descend.
+template <class Walk>
+Walk descend(const qlix_comm_avl* tree, const void* key, Walk walk) {
+  if (tree->dynamic != 0) {
+    // All of a node is asked for: what comes in or leaves also looks at the nodes beside its way and at the order list.
+    return tree_head_descend(tree, key, walk, [](const node_t* child) { record_prefetch(child, sizeof *child); });
+  }
+  return tree_with_key(key, tree->key_len, tree->cmp, [tree, walk](const auto& sought) {
     const auto compare = [&sought](const node_t* node, bool& to_right) { return sought.equals(node->key, to_right); };
-    // The key is asked for together with its node. In a static tree its place follows from the node's; a caller's
-    // record mostly has it behind the node.
+    // The key, whose place follows from its node's, is asked for together with it.
     const auto prefetch = [tree](const node_t* child) {
       const auto node = reinterpret_cast<std::uintptr_t>(child);
+      const std::uintptr_t slot = (node - reinterpret_cast<std::uintptr_t>(tree->node_pool)) / sizeof(node_t);
       tree_prefetch(node);
-      if (tree->dynamic == 0) {
-        const std::uintptr_t slot = (node - reinterpret_cast<std::uintptr_t>(tree->node_pool)) / sizeof(node_t);
-        tree_prefetch(node + offsetof(node_t, right));
-        tree_prefetch(reinterpret_cast<std::uintptr_t>(tree->key_pool) + slot * tree->key_len);
-      } else {
-        tree_prefetch(node + sizeof(node_t));
-      }
+      tree_prefetch(node + offsetof(node_t, right));
+      tree_prefetch(reinterpret_cast<std::uintptr_t>(tree->key_pool) + slot * tree->key_len);
     };
-    return tree_descend(tree->root, compare, step, prefetch);
+    return tree_descend(tree->root, walk, compare, prefetch);
   });
 }
 
 node_t* node_find(const qlix_comm_avl* tree, const void* key) {
-  return descend(tree, key, [](const node_t*, bool) { return true; });
+  return descend(tree, key, tree_look<node_t>{}).existing;
 }
 
-// A walk to a key with its path. Without the key, `last` (null in an empty tree) is where a node with it goes, to the
-// side `right`. A walk that the path cannot hold ends with depth PATH_MAX_LINKS.
+// A walk to a key that notes down the links on its path: the first is the root's, the last one points to the node or is
+// where it will hang. A walk that the path cannot hold ends with depth PATH_MAX_LINKS.
 struct trail {
-  path to;
+  node_t*** links;
   node_t* existing = nullptr;
-  node_t* last = nullptr;
-  bool right = false;
+  std::uint32_t depth = 0;   // links before the last
+  std::uint64_t rights = 0;  // the steps, the last one in bit 0: 1 for one to the right
 
-  explicit trail(qlix_comm_avl* tree) {
-    to.links[0] = &tree->root;
+  trail(qlix_comm_avl* tree, node_t** (&path)[PATH_MAX_LINKS]) : links(path) {
+    links[0] = &tree->root;
   }
 
   bool step(node_t* node, bool to_right) {
-    last = node;
-    right = to_right;
-    if (++to.depth == PATH_MAX_LINKS) {
+    if (++depth == PATH_MAX_LINKS) {
       return false;
     }
-    to.links[to.depth] = to_right ? &node->right : &node->left;
+    rights = rights << 1 | static_cast<std::uint64_t>(to_right);
+    links[depth] = tree_select(to_right, &node->left, &node->right);
     return true;
   }
-};
 
-void trail_descend(const qlix_comm_avl* tree, const void* key, trail& found) {
-  found.existing = descend(tree, key, [&found](node_t* node, bool right) { return found.step(node, right); });
-}
+  // The last node that was left to the right or to the left: what stands before or behind the end of the path.
+  qlix_comm_double_link_node* neighbour(bool right) const {
+    const auto back = static_cast<std::uint32_t>(std::countr_zero(right ? rights : ~rights));
+    return back < depth ? &(*links[depth - 1 - back])->order : nullptr;
+  }
+};
 
 bool edge_compare(const qlix_comm_avl* tree, const void* key, const qlix_comm_double_link_node* edge,
                   std::int32_t expected) {
@@ -102,7 +97,7 @@ void trail_remove(const qlix_comm_avl* tree, const void* key, trail& found) {
       node = node->left;
     }
   } else {
-    trail_descend(tree, key, found);
+    found = descend(tree, key, found);
   }
 }
 
@@ -132,10 +127,10 @@ void rotate_left(node_t*& link) {
   height_update(link);
 }
 
-// Balances the nodes that the first `depth` links of the path point to, from the deepest up, as long as heights change.
-void rebalance(const path& path, std::uint32_t depth) {
-  while (depth-- > 0) {
-    node_t*& link = *path.links[depth];
+// Balances the nodes that the links before the last one point to, from the deepest up, as long as heights change.
+void rebalance(const trail& trail) {
+  for (std::uint32_t depth = trail.depth; depth-- > 0;) {
+    node_t*& link = *trail.links[depth];
     node_t* const node = link;
     const std::int32_t before = node->height;
     const std::int32_t left = height(node->left);
@@ -156,6 +151,48 @@ void rebalance(const path& path, std::uint32_t depth) {
     if (link->height == before) {
       return;
     }
+  }
+}
+
+// Turns the node at links[depth] of a path, whose subtree became too high below links[depth + 2], back to the height it
+// had. That gives every height without a look at the other subtrees, which are not in the cache.
+void grown_turn(const trail& trail, std::uint32_t depth) {
+  node_t*& link = *trail.links[depth];
+  node_t* const node = link;
+  const bool to_right = trail.links[depth + 1] == &node->right;
+  node_t* const child = to_right ? node->right : node->left;
+  if ((trail.links[depth + 2] == &child->right) != to_right) {
+    node_t* const inner = to_right ? child->left : child->right;
+    (to_right ? child->left : child->right) = to_right ? inner->right : inner->left;
+    (to_right ? inner->right : inner->left) = child;
+    (to_right ? node->right : node->left) = to_right ? inner->left : inner->right;
+    (to_right ? inner->left : inner->right) = node;
+    inner->height = node->height;
+    --child->height;
+    link = inner;
+  } else {
+    (to_right ? node->right : node->left) = to_right ? child->left : child->right;
+    (to_right ? child->left : child->right) = node;
+    link = child;
+  }
+  --node->height;
+}
+
+// Balances the nodes above a new leaf at the end of the path, as long as heights change.
+void grow(const trail& trail) {
+  std::int32_t grown = 1;  // height of the subtree below
+  for (std::uint32_t depth = trail.depth; depth-- > 0; ++grown) {
+    node_t* const node = *trail.links[depth];
+    if (node->height > grown) {
+      return;
+    }
+    const node_t* const other = trail.links[depth + 1] == &node->right ? node->left : node->right;
+    // The other subtree is one or two levels lower.
+    if (grown > 1 && (other == nullptr || (grown > 2 && other->height < grown - 1))) {
+      grown_turn(trail, depth);
+      return;
+    }
+    node->height = grown + 1;
   }
 }
 
@@ -186,13 +223,21 @@ node_t*& edge_link(qlix_comm_avl* tree, std::uint32_t depth) {
   return depth == 0 ? tree->root : tree->edge[depth - 1]->right;
 }
 
-// Hangs a node behind the last one. What becomes too high on the edge is so to the right of its right child, and one
-// turn to the left restores its height.
-void edge_append(qlix_comm_avl* tree, node_t* node) {
+// Makes a node ready to come into the tree.
+void leaf_make(qlix_comm_avl* tree, node_t* node) {
   node->left = nullptr;
   node->right = nullptr;
   node->height = 1;
   node->order.data = node;
+  if (tree->dynamic != 0) {
+    tree_head_admit(tree, node);
+  }
+}
+
+// Hangs a node behind the last one. What becomes too high on the edge is so to the right of its right child, and one
+// turn to the left restores its height.
+void edge_append(qlix_comm_avl* tree, node_t* node) {
+  leaf_make(tree, node);
   list_link(&tree->order, &node->order, tree->order.last, nullptr);
   ++tree->node_num;
   edge_link(tree, tree->edge_num) = node;
@@ -234,51 +279,42 @@ std::uint32_t slot_fill(qlix_comm_avl* tree, const void* key, node_t** node, std
 }
 
 void node_link(qlix_comm_avl* tree, const trail& at, node_t* node) {
-  node->left = nullptr;
-  node->right = nullptr;
-  node->height = 1;
-  node->order.data = node;
-  if (at.last == nullptr) {
-    list_link(&tree->order, &node->order, nullptr, tree->order.first);
-  } else if (at.right) {
-    list_link(&tree->order, &node->order, &at.last->order, at.last->order.next);
-  } else {
-    list_link(&tree->order, &node->order, at.last->order.prev, &at.last->order);
-  }
-  *at.to.links[at.to.depth] = node;
+  leaf_make(tree, node);
+  list_link(&tree->order, &node->order, at.neighbour(true), at.neighbour(false));
+  *at.links[at.depth] = node;
   ++tree->node_num;
   tree->edge_num = 0;
-  rebalance(at.to, at.to.depth);
+  grow(at);
 }
 
 // Takes the node at the end of the path out: its predecessor takes its place, or, without a left child, its right
 // child.
-std::uint32_t node_unlink(qlix_comm_avl* tree, path& path) {
-  node_t** const place = path.links[path.depth];
+std::uint32_t node_unlink(qlix_comm_avl* tree, trail& trail) {
+  node_t** const place = trail.links[trail.depth];
   node_t* const node = *place;
   if (node->left == nullptr) {
     *place = node->right;
   } else {
-    const std::uint32_t below = path.depth + 1;
-    std::uint32_t depth = path.depth;
+    const std::uint32_t below = trail.depth + 1;
+    std::uint32_t depth = trail.depth;
     for (node_t** link = &node->left; *link != nullptr; link = &(*link)->right) {
       QLIX_COMM_CHECK_INDEX_UPPER(++depth, PATH_MAX_LINKS - 1);
-      path.links[depth] = link;
+      trail.links[depth] = link;
     }
-    path.depth = depth;
-    node_t* const predecessor = *path.links[depth];
-    *path.links[depth] = predecessor->left;
+    trail.depth = depth;
+    node_t* const predecessor = *trail.links[depth];
+    *trail.links[depth] = predecessor->left;
     predecessor->left = node->left;
     predecessor->right = node->right;
     predecessor->height = node->height;
     *place = predecessor;
-    path.links[below] = &predecessor->left;
+    trail.links[below] = &predecessor->left;
   }
   --tree->node_num;
   tree->edge_num = 0;
   tree_search_forget(tree);
   list_unlink(&tree->order, &node->order);
-  rebalance(path, path.depth);
+  rebalance(trail);
   return QLIX_COMM_OK;
 }
 
@@ -360,13 +396,14 @@ std::uint32_t qlix_comm_avl_insert(qlix_comm_avl* tree, void* key_or_node, std::
   if (!dynamic) {
     QLIX_COMM_CHECK_POINT(out);
   }
-  trail at(tree);
+  node_t** path[PATH_MAX_LINKS];
+  trail at(tree, path);
   const bool append = edge_compare(tree, key, tree->order.last, 1);
   if (append) {
     edge_learn(tree);
-    at.to.depth = tree->edge_num;
+    at.depth = tree->edge_num;
   } else {
-    trail_descend(tree, key, at);
+    at = descend(tree, key, at);
   }
   if (at.existing != nullptr) {
     QLIX_COMM_TRACE_INFO("\n qlix_comm_avl_insert: the key is there already \n");
@@ -375,7 +412,7 @@ std::uint32_t qlix_comm_avl_insert(qlix_comm_avl* tree, void* key_or_node, std::
     }
     return QLIX_COMM_AVL_KEY_EXISTS;
   }
-  QLIX_COMM_CHECK_INDEX_UPPER(at.to.depth, PATH_MAX_LINKS - 1);
+  QLIX_COMM_CHECK_INDEX_UPPER(at.depth, PATH_MAX_LINKS - 1);
   if (!dynamic) {
     QLIX_COMM_CHECK_RC(slot_fill(tree, key, &node, out), "qlix_comm_liststack_alloc");
   }
@@ -391,7 +428,8 @@ std::uint32_t qlix_comm_avl_remove(qlix_comm_avl* tree, const void* key, void* o
   QLIX_COMM_CHECK_POINT(tree);
   QLIX_COMM_CHECK_POINT(key);
   QLIX_COMM_CHECK_POINT(out);
-  trail at(tree);
+  node_t** path[PATH_MAX_LINKS];
+  trail at(tree, path);
   trail_remove(tree, key, at);
   node_t* const node = at.existing;
   if (node == nullptr) {
@@ -400,7 +438,7 @@ std::uint32_t qlix_comm_avl_remove(qlix_comm_avl* tree, const void* key, void* o
     return QLIX_COMM_OK;
   }
   neighbours_prefetch(tree, node);
-  QLIX_COMM_CHECK_RC(node_unlink(tree, at.to), "node_unlink");
+  QLIX_COMM_CHECK_RC(node_unlink(tree, at), "node_unlink");
   result_set(tree, node, out);
   node->left = nullptr;
   node->right = nullptr;

@@ -1,12 +1,11 @@
 #include "qlix_comm/rb.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "double_link_ops.h"
 #include "qlix_comm/check.h"
 #include "rb_balance.h"
-#include "tree_key.h"
+#include "tree_head.h"
 #include "tree_pool.h"
 
 using namespace qlix_comm_detail;
@@ -34,78 +33,14 @@ node_t* record_of(const qlix_comm_double_link_node* order) {
   return static_cast<node_t*>(order->data);
 }
 
-// The four bytes of a key from head_at on as a number, which decides most comparisons without a look at the key itself.
-// Under a compare hook every head is 0 and decides nothing.
-std::uint32_t key_head(const qlix_comm_rb* tree, const void* key) {
-  if (tree->cmp != qlix_comm_rb_def_cmp) {
-    return 0;
-  }
-  if (tree->key_size >= 4) {
-    return key_word<std::uint32_t>(static_cast<const std::uint8_t*>(key) + tree->head_at);
-  }
-  std::uint8_t bytes[4] = {};
-  memcpy(bytes, key, tree->key_size);
-  return key_word<std::uint32_t>(bytes);
-}
-
-// Where the head of a tree's first key stands: at its end.
-std::uint32_t head_at_first(const qlix_comm_rb* tree) {
-  return tree->cmp == qlix_comm_rb_def_cmp && tree->key_size >= 4 ? tree->key_size - 4 : 0;
-}
-
-// Moves the heads forward to where the new key differs from the tree's.
-void heads_admit(qlix_comm_rb* tree, const void* key) {
-  if (tree->root == nullptr) {
-    tree->head_at = head_at_first(tree);
-    return;
-  }
-  if (memcmp(key, tree->root->key, tree->head_at) == 0) {
-    return;
-  }
-  const auto* const ours = static_cast<const std::uint8_t*>(tree->root->key);
-  const std::uint8_t* const differ =
-      std::mismatch(ours, ours + tree->head_at, static_cast<const std::uint8_t*>(key)).first;
-  tree->head_at = static_cast<std::uint32_t>(differ - ours);
-  for (const auto* link = tree->order.first; link != nullptr; link = link->next) {
-    node_t* const node = record_of(link);
-    node->key_head = key_head(tree, node->key);
-  }
-}
-
-// Head of a key that is looked for, and whether a node with the same head has the key, unseen.
-struct sought_head {
-  std::uint32_t head;
-  bool whole;
+// Asks for what a step down reads of a node.
+constexpr auto step_prefetch = [](const node_t* node) {
+  tree_prefetch(reinterpret_cast<std::uintptr_t>(node) + offsetof(node_t, key_head));
+  tree_prefetch(reinterpret_cast<std::uintptr_t>(node) + offsetof(node_t, right));
 };
 
-sought_head head_of_sought(const qlix_comm_rb* tree, const void* key) {
-  if (tree->head_at != 0 && tree->root != nullptr) {
-    if (const int order = memcmp(key, tree->root->key, tree->head_at); order != 0) {
-      return {order < 0 ? 0 : 0xFFFFFFFF, false};  // before or behind all keys of the tree
-    }
-  }
-  return {key_head(tree, key), tree->cmp == qlix_comm_rb_def_cmp && tree->head_at + 4 >= tree->key_size};
-}
-
-// Walks down to the node with `key`, or to null; `step` as in tree_descend.
-template <class Step>
-node_t* descend(const qlix_comm_rb* tree, const void* key, Step step) {
-  const sought_head ours = head_of_sought(tree, key);
-  return tree_with_key(key, tree->key_size, tree->cmp, [tree, ours, step](const auto& sought) {
-    const auto compare = [ours, &sought](const node_t* node, bool& to_right) {
-      to_right = ours.head > node->key_head;
-      return ours.head == node->key_head && (ours.whole || sought.equals(node->key, to_right));
-    };
-    const auto prefetch = [](const node_t* child) {
-      tree_prefetch(reinterpret_cast<std::uintptr_t>(child) + offsetof(node_t, key_head));
-      tree_prefetch(reinterpret_cast<std::uintptr_t>(child) + offsetof(node_t, right));
-    };
-    return tree_descend(tree->root, compare, step, prefetch);
-  });
-}
-
 node_t* node_find(const qlix_comm_rb* tree, const void* key) {
-  return descend(tree, key, [](const node_t*, bool) { return true; });
+  return tree_head_descend(tree, key, tree_look<node_t>{}, step_prefetch).existing;
 }
 
 void result_set(const qlix_comm_rb* tree, node_t* node, void* out) {
@@ -124,12 +59,20 @@ struct place {
   std::uint32_t depth = 0;
 };
 
+// The walk to a place. It is written down on the way: kept in registers it is slower.
+struct place_walk {
+  place* at;
+  node_t* existing = nullptr;
+
+  bool step(node_t* node, bool to_right) const {
+    at->parent = node;
+    at->right = to_right;
+    return ++at->depth <= DEPTH_MAX;
+  }
+};
+
 void place_descend(const qlix_comm_rb* tree, const void* key, place& at) {
-  at.existing = descend(tree, key, [&at](node_t* node, bool right) {
-    at.parent = node;
-    at.right = right;
-    return ++at.depth <= DEPTH_MAX;
-  });
+  at.existing = tree_head_descend(tree, key, place_walk{&at}, step_prefetch).existing;
 }
 
 // Place of a key to insert. Keys that come in ascending order are appended without a walk: the last node has no right
@@ -160,7 +103,7 @@ std::int32_t order_to(const qlix_comm_rb* tree, const void* key, const sought_he
 // Place of a key to insert, along the order list from a near node. Between two neighbours there is one free link: the
 // right one of the former, or else the left one of the latter. Too far away, it is looked for from the root.
 place near_place(const qlix_comm_rb* tree, const void* key, const node_t* near) {
-  const sought_head ours = head_of_sought(tree, key);
+  const sought_head ours = tree_head_of_sought(tree, key);
   const std::int32_t way = order_to(tree, key, ours, near);
   const qlix_comm_double_link_node* link = &near->order;
   std::int32_t order = way;
@@ -221,8 +164,7 @@ void node_link(qlix_comm_rb* tree, const place& at, node_t* node) {
   node->left = nullptr;
   node->right = nullptr;
   node->parent = at.parent;
-  heads_admit(tree, node->key);
-  node->key_head = key_head(tree, node->key);
+  tree_head_admit(tree, node);
   rb_set_colour(node, QLIX_COMM_RB_RED);
   node->order.data = node;
   if (at.parent == nullptr) {

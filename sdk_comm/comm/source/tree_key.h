@@ -155,11 +155,13 @@ inline void tree_prefetch(std::uintptr_t address) {
   qlix_comm_prefetch(reinterpret_cast<const void*>(address));  // NOLINT(performance-no-int-to-ptr)
 }
 
-/// Walks from `root` to the node that `compare(node, to_right)` finds, or to null. `step(node, to_right)` is called for
-/// each node that is left behind and ends the walk with null by returning false; `prefetch(child)` asks for what the
-/// comparison with a child, who may be absent, will read.
-template <class Node, class Compare, class Step, class Prefetch>
-Node* tree_descend(Node* root, Compare compare, Step step, Prefetch prefetch) {
+/// Walks from `root` to the node that `compare(node, to_right)` finds, or to null, and returns what `walk` is then:
+/// `walk.existing` is the node. `walk.step(node, to_right)` is called for each node that is left behind and ends the
+/// walk by returning false; `prefetch(child)` asks for what the comparison with a child, who may be absent, will read.
+/// The walk goes by value, so that it is kept in registers: short steps let the processor begin with the next walk
+/// while this one still waits for memory.
+template <class Node, class Walk, class Compare, class Prefetch>
+Walk tree_descend(Node* root, Walk walk, Compare compare, Prefetch prefetch) {
   Node* node = root;
   while (node != nullptr) {
     Node* const left = node->left;
@@ -168,15 +170,26 @@ Node* tree_descend(Node* root, Compare compare, Step step, Prefetch prefetch) {
     prefetch(right);
     bool to_right = false;
     if (compare(node, to_right)) {
-      return node;
+      walk.existing = node;
+      break;
     }
-    if (!step(node, to_right)) {
-      return nullptr;
+    if (!walk.step(node, to_right)) {
+      break;
     }
     node = tree_select(to_right, left, right);
   }
-  return nullptr;
+  return walk;
 }
+
+/// A walk that only looks.
+template <class Node>
+struct tree_look {
+  Node* existing = nullptr;
+
+  bool step(const Node*, bool) {
+    return true;
+  }
+};
 
 /// The node with `key`, or null. Searches that ask for one key after the other find each behind the one before; others
 /// go down the tree with `find()`. What a search notes down is a hint: searches may run side by side.

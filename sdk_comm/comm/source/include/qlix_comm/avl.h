@@ -5,9 +5,10 @@
 // key that a node points to must stay as it is while the node is linked.
 //
 // Keys under the default compare are compared without a call: as big-endian words of the kind that their length allows
-// (1 to 3, 4 to 8, more bytes), which order as memcmp does. Keys that come in ascending order are appended, and keys
-// that leave or are asked for in ascending order are found, without comparisons on the way down. A compare hook of the
-// caller is called once for each step.
+// (1 to 3, 4 to 8, more bytes), which order as memcmp does. In dynamic mode four bytes of the key also stand in the
+// node, as in the red-black tree. Keys that come in ascending order are appended, and keys that leave or are asked for
+// in ascending order are found, without comparisons on the way down. A compare hook of the caller is called once for
+// each step.
 //
 // Nothing locks: the caller serialises access to one tree. Null arguments are 0x1201.
 #pragma once
@@ -27,7 +28,10 @@ using qlix_comm_avl_cmp = std::int32_t (*)(const void* key_a, const void* key_b,
 
 struct qlix_comm_avl_node {
   void* key;
-  std::uint32_t slot;
+  union {
+    std::uint32_t slot;      ///< static mode
+    std::uint32_t key_head;  ///< dynamic mode: four bytes of the key as a number; kept by the tree
+  };
   std::int32_t height;  ///< 1 for a leaf
   qlix_comm_avl_node* left;
   qlix_comm_avl_node* right;
@@ -47,6 +51,7 @@ struct qlix_comm_avl {
   qlix_comm_liststack* slot_stack;  ///< static mode
   std::uint32_t dynamic;            ///< 1 in dynamic mode
   std::uint32_t inited;
+  std::uint32_t head_at;                              ///< dynamic mode: where in a key its head stands
   mutable qlix_comm_avl_node* found;                  ///< what the last search found
   mutable qlix_comm_avl_node* awaited;                ///< the node behind it, while keys are asked for in order
   qlix_comm_avl_node* edge[QLIX_COMM_AVL_DEPTH_MAX];  ///< from the root to the largest node
