@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <map>
 #include <memory>
 #include <random>
@@ -255,6 +256,55 @@ TEST_F(Hash, LongRandomLife) {
   }
   EXPECT_GT(full, 0u);
   EXPECT_EQ(hash->engine[0].entry_num + hash->engine[4].entry_num, model.size());
+  // The trees hold the same keys.
+  const uint32_t writes = link.writes;
+  EXPECT_EQ(dpp_hash_rewrite(hash.get(), 0), 0u);
+  EXPECT_EQ(dpp_hash_rewrite(hash.get(), 4), 0u);
+  EXPECT_EQ(link.writes - writes, model.size());
+}
+
+// A table that outgrows its first slabs, with more keys than its spill area holds; those that leave make room for
+// others.
+TEST_F(Hash, ManyKeys) {
+  zcells(0, 0, {0, 1, 2, 3});
+  const dpp_hash_table_cfg cfg = {8, 4, 1u << 15, 0, 0};
+  ASSERT_EQ(dpp_hash_table_init(hash.get(), 0, 0, &cfg), 0u);
+  ASSERT_EQ(dpp_hash_soft_reset_set(hash.get(), 0, 1), 0u);
+  std::mt19937 rng(17);
+  std::map<bytes, bytes> model;
+  for (const uint32_t rounds : {100000, 30000}) {
+    for (uint32_t i = 0; i < rounds; i++) {
+      const bytes key = random_bytes(rng, 8), rst = random_bytes(rng, 4);
+      if (insert(0, 0, key, rst) == 0) {
+        model[key] = rst;
+      }
+    }
+    for (auto at = model.begin(); at != model.end();) {
+      if (rng() % 4 == 0) {
+        ASSERT_EQ(remove(0, 0, at->first), 0u);
+        EXPECT_EQ(remove(0, 0, at->first), DPP_HASH_RC_ABSENT);
+        at = model.erase(at);
+      } else {
+        ++at;
+      }
+    }
+  }
+  ASSERT_GT(model.size(), 65536u);
+  for (const auto& [key, rst] : model) {
+    bytes found(4);
+    ASSERT_EQ(dpp_hash_search(hash.get(), 0, 0, key.data(), found.data(), nullptr), 0u);
+    ASSERT_EQ(found, rst);
+  }
+  // All of them stand in the tree too, in its order.
+  const dpp_hash_table& table = hash->engine[0].table[0];
+  ASSERT_EQ(dpp_hash_rewrite(hash.get(), 0), 0u);
+  EXPECT_EQ(table.tree.order.count, model.size());
+  const uint8_t* before = nullptr;
+  for (const auto* node = table.tree.order.first; node != nullptr; node = node->next) {
+    const auto* key = static_cast<const uint8_t*>(static_cast<const qlix_comm_rb_node*>(node->data)->key);
+    ASSERT_TRUE(before == nullptr || std::memcmp(before, key, table.tree.key_size) < 0);
+    before = key;
+  }
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 
 #include "dpp_hash_place.h"
 #include "dpp_hash_pool.h"
+#include "dpp_hash_spill.h"
+#include "dpp_hash_tree.h"
 #include "dpp_se/dpp_crc.h"
 #include "qlix_comm/check.h"
 #include "qlix_comm/memory.h"
@@ -17,16 +19,6 @@ constexpr uint8_t HEAD_VALID = 0x80;
 constexpr uint32_t HEAD_WIDTH_SHIFT = 5;
 constexpr uint32_t ORDER_BYTES = sizeof(dpp_hash_entry::order);
 constexpr uint32_t KEY_BYTES_MAX = DPP_SE_ITEM_BYTES - DPP_HASH_HEAD_BYTES;
-
-/// Zeroed, for what is visited at random.
-void* shadow_make(size_t bytes) {
-  void* memory = ic_comm_malloc_memory(bytes);
-  if (memory != nullptr) {
-    dpp_hash_memory_wide(memory, bytes);
-    std::memset(memory, 0, bytes);
-  }
-  return memory;
-}
 
 uint32_t table_check(dpp_hash* hash, uint32_t engine, uint32_t table) {
   QLIX_COMM_CHECK_POINT(hash);
@@ -57,16 +49,13 @@ void head_set(const dpp_hash_table& table, uint32_t engine, uint32_t table_id, u
 }
 
 dpp_hash_entry* entry_make(dpp_hash_table& table, uint32_t engine, uint32_t table_id, const dpp_hash_row& row,
-                           uint32_t crc) {
-  auto* entry = static_cast<dpp_hash_entry*>(dpp_hash_pool_take(&table.pool));
+                           uint32_t order) {
+  dpp_hash_entry* entry = dpp_hash_pool_take(&table.pool);
   if (entry == nullptr) {
     return nullptr;
   }
-  *entry = {};
-  entry->engine = engine & (DPP_HASH_ENGINE_NUM - 1);
-  entry->table = table_id & (DPP_HASH_TABLE_NUM - 1);
-  entry->node.key = entry->order;
-  dpp_hash_order_set(table, crc, entry->order);
+  entry->kind = 0;
+  dpp_hash_order_set(order, entry->order);
   head_set(table, engine, table_id, entry->image());
   std::memcpy(entry->key(), row.key, table.key_len);
   if (table.rst_len != 0) {
@@ -75,63 +64,33 @@ dpp_hash_entry* entry_make(dpp_hash_table& table, uint32_t engine, uint32_t tabl
   return entry;
 }
 
-/// The entry of a key. Most entries of a table with a spill area stand in their item there, which is nearer than the
-/// end of a walk down the tree.
-dpp_hash_entry* entry_find(const dpp_hash_table& table, uint32_t engine, uint32_t table_id, const uint8_t* key) {
-  uint32_t crc = 0;
+/// The entry of a key, null when it is absent. In a table with a spill area it stands in its item there, unless that
+/// was full once: the tree is asked for the others only.
+dpp_hash_entry* entry_find(const dpp_hash_table& table, uint32_t engine, uint32_t table_id, const uint8_t* key,
+                           uint32_t order) {
   if (table.ddr_items != 0) {
-    uint8_t crc_key[KEY_BYTES_MAX];
-    dpp_hash_set_crc_key(key, table.key_len, crc_key);
-    crc = dpp_hash_ddr_crc(table, crc_key);
-    for (dpp_hash_entry* entry : dpp_hash_ddr_slots(table, dpp_hash_ddr_index(table, crc))) {
-      __builtin_prefetch(entry);  // the node, which lies on another line than the key
-      if (entry != nullptr && std::memcmp(entry->key(), key, table.key_len) == 0) {
-        return entry;
-      }
+    dpp_hash_entry* entry = dpp_hash_spill_find(table, order, key);
+    if (entry != nullptr || !dpp_hash_spill_passed(table, order)) {
+      return entry;
     }
   }
   uint8_t sought[ORDER_BYTES + DPP_SE_ITEM_BYTES];
-  dpp_hash_order_set(table, crc, sought);
+  dpp_hash_order_set(order, sought);
   head_set(table, engine, table_id, sought + ORDER_BYTES);
   std::memcpy(sought + ORDER_BYTES + DPP_HASH_HEAD_BYTES, key, table.key_len);
-  qlix_comm_rb_node* node = nullptr;
-  return qlix_comm_rb_search(&table.tree, sought, &node) == QLIX_COMM_OK ? dpp_hash_entry::of(node) : nullptr;
-}
-
-/// Links an entry into the tree, or finds the one that has the key: QLIX_COMM_RB_KEY_EXISTS.
-uint32_t entry_link(dpp_hash_table* table, uint32_t crc, dpp_hash_entry* entry, qlix_comm_rb_node** node) {
-  const dpp_hash_entry* near =
-      table->ddr_items != 0 ? dpp_hash_ddr_near(*table, dpp_hash_ddr_index(*table, crc)) : nullptr;
-  return near != nullptr ? qlix_comm_rb_insert_near(&table->tree, &near->node, &entry->node, node)
-                         : qlix_comm_rb_insert(&table->tree, &entry->node, node);
+  return dpp_hash_tree_find(table, sought);
 }
 
 /// Spill area, zcells, overflow registers, in this order.
-uint32_t entry_place(dpp_hash* hash, const dpp_hash_table& table, dpp_hash_entry* entry, uint32_t crc,
-                     const uint8_t* crc_key) {
-  uint32_t rc = table.ddr_items != 0 ? dpp_hash_insert_ddr(hash, entry, crc) : DPP_HASH_RC_ITEM_FULL;
+uint32_t entry_place(dpp_hash* hash, const dpp_hash_table& table, dpp_hash_entry* entry) {
+  uint32_t rc = table.ddr_items != 0 ? dpp_hash_insert_ddr(hash, entry) : DPP_HASH_RC_ITEM_FULL;
   if (rc == DPP_HASH_RC_ITEM_FULL) {
-    rc = dpp_hash_insert_zcell(hash, entry, crc_key);
+    rc = dpp_hash_insert_zcell(hash, entry);
   }
   if (rc == DPP_HASH_RC_ITEM_FULL) {
     rc = dpp_hash_insert_zreg(hash, entry);
   }
   return rc;
-}
-
-/// Takes an entry that is in the tree but in no item out again.
-void entry_drop(dpp_hash_table* table, dpp_hash_entry* entry) {
-  qlix_comm_rb_delete_node(&table->tree, &entry->node);
-  dpp_hash_pool_give(&table->pool, entry);
-}
-
-/// Brings in what the tree will touch when the node leaves it, while the chip is written.
-void neighbours_prefetch(const qlix_comm_rb_node& node) {
-  for (const void* neighbour : {static_cast<const void*>(node.order.prev), static_cast<const void*>(node.order.next),
-                                static_cast<const void*>(node.parent), static_cast<const void*>(node.left),
-                                static_cast<const void*>(node.right)}) {
-    __builtin_prefetch(neighbour, 1);
-  }
 }
 
 /// Writes the item after a change, or calls `undo` and tries to leave the chip with what it had.
@@ -158,7 +117,7 @@ uint32_t result_change(dpp_hash* hash, const dpp_hash_table& table, dpp_hash_ent
 
 void table_release(dpp_hash_table* table) {
   dpp_hash_pool_release(&table->pool);
-  ic_comm_free_memory(table->ddr);
+  dpp_hash_spill_release(table);
   *table = {};
 }
 
@@ -216,9 +175,10 @@ uint32_t dpp_hash_zcell_add(dpp_hash* hash, uint32_t engine, uint32_t zblock, ui
   }
   dpp_hash_zcell& at = hash->zcell[descriptor];
   if (at.items == nullptr) {
-    at = {descriptor, dedicated, engine,
-          static_cast<dpp_hash_item*>(shadow_make(DPP_HASH_ITEM_NUM * sizeof(dpp_hash_item)))};
+    constexpr size_t bytes = DPP_HASH_ITEM_NUM * sizeof(dpp_hash_item);
+    at = {descriptor, dedicated, engine, static_cast<dpp_hash_item*>(ic_comm_malloc_memory(bytes))};
     QLIX_COMM_CHECK_POINT(at.items);
+    std::memset(at.items, 0, bytes);
   } else if (dedicated != at.flags || (dedicated != 0 && at.engine != engine)) {
     QLIX_COMM_TRACE_ERROR("zcell %u of zblock %u is in use by engine %u\n", cell, zblock, at.engine);
     return QLIX_COMM_OUT_OF_RANGE;
@@ -261,11 +221,9 @@ uint32_t dpp_hash_table_init(dpp_hash* hash, uint32_t engine, uint32_t table, co
       qlix_comm_rb_init(&made.tree, 0, ORDER_BYTES + DPP_HASH_HEAD_BYTES + cfg->key_len, dpp_hash_rb_key_cmp),
       "qlix_comm_rb_init");
   if (cfg->ddr_items != 0) {
-    made.ddr =
-        static_cast<dpp_hash_entry**>(shadow_make(size_t{cfg->ddr_items} * dpp_hash_ddr_room(made) * sizeof(void*)));
-    QLIX_COMM_CHECK_POINT(made.ddr);
+    QLIX_COMM_CHECK_RC(dpp_hash_spill_init(&made), "dpp_hash_spill_init");
   }
-  dpp_hash_pool_init(&made.pool, sizeof(dpp_hash_entry) + bytes);
+  dpp_hash_pool_init(&made.pool, bytes);
   made.inited = 1;
   *at = made;
   return QLIX_COMM_OK;
@@ -282,9 +240,12 @@ uint32_t dpp_hash_soft_reset_set(dpp_hash* hash, uint32_t engine, uint32_t soft_
 uint32_t dpp_hash_rewrite(dpp_hash* hash, uint32_t engine) {
   QLIX_COMM_CHECK_POINT(hash);
   QLIX_COMM_CHECK_INDEX_UPPER(engine, DPP_HASH_ENGINE_NUM - 1);
-  for (const dpp_hash_table& table : hash->engine[engine].table) {
+  for (dpp_hash_table& table : hash->engine[engine].table) {
+    dpp_hash_tree_settle(&table);
     for (const qlix_comm_double_link_node* link = table.tree.order.first; link != nullptr; link = link->next) {
-      QLIX_COMM_CHECK_RC(dpp_hash_write_hardware(hash, dpp_hash_entry::of(link->data)), "dpp_hash_write_hardware");
+      QLIX_COMM_CHECK_RC(
+          dpp_hash_write_hardware(hash, dpp_hash_entry::of(static_cast<const qlix_comm_rb_node*>(link->data))),
+          "dpp_hash_write_hardware");
     }
   }
   return QLIX_COMM_OK;
@@ -310,36 +271,26 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   if (at->rst_len != 0) {
     QLIX_COMM_CHECK_POINT(row->rst);
   }
-  uint8_t crc_key[KEY_BYTES_MAX];
-  QLIX_COMM_CHECK_RC(dpp_hash_set_crc_key(row->key, at->key_len, crc_key), "dpp_hash_set_crc_key");
-  const uint32_t crc = dpp_hash_ddr_crc(*at, crc_key);
-  if (at->ddr_items != 0) {
-    // While the entry is made. The item is looked at for a near entry first and filled then.
-    __builtin_prefetch(dpp_hash_ddr_slots(*at, dpp_hash_ddr_index(*at, crc)).data(), 1);
-  }
-  dpp_hash_entry* entry = entry_make(*at, engine, table, *row, crc);
+  const uint32_t order = dpp_hash_spill_order(*at, row->key);
+  dpp_hash_spill_prefetch(*at, order);
+  dpp_hash_entry* entry = entry_make(*at, engine, table, *row, order);
   QLIX_COMM_CHECK_POINT(entry);
-  qlix_comm_rb_node* node = nullptr;
-  rc = entry_link(at, crc, entry, &node);
-  if (rc == QLIX_COMM_RB_KEY_EXISTS) {
+  if (dpp_hash_entry* existing = entry_find(*at, engine, table, row->key, order); existing != nullptr) {
     dpp_hash_pool_give(&at->pool, entry);
-    return result_change(hash, *at, dpp_hash_entry::of(node), row->rst);
+    return result_change(hash, *at, existing, row->rst);
   }
-  if (rc != QLIX_COMM_OK) {
-    dpp_hash_pool_give(&at->pool, entry);
-    QLIX_COMM_CHECK_RC(rc, "qlix_comm_rb_insert");
-  }
-  rc = entry_place(hash, *at, entry, crc, crc_key);
+  rc = entry_place(hash, *at, entry);
   if (rc != QLIX_COMM_OK) {
     at->insert_fail_num++;
-    entry_drop(at, entry);
+    dpp_hash_pool_give(&at->pool, entry);
     return DPP_HASH_RC_TABLE_FULL;
   }
-  rc = write_or_undo(hash, entry, [&] { std::ranges::fill(dpp_hash_slots_of(hash, *entry), nullptr); });
+  rc = write_or_undo(hash, entry, [&] { dpp_hash_shadow_set(hash, entry, false); });
   if (rc != QLIX_COMM_OK) {
-    entry_drop(at, entry);
+    dpp_hash_pool_give(&at->pool, entry);
     return rc;
   }
+  dpp_hash_tree_enter(at, entry);
   at->entry_num++;
   hash->engine[engine].entry_num++;
   return QLIX_COMM_OK;
@@ -353,7 +304,8 @@ uint32_t dpp_hash_search(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     return rc;
   }
   QLIX_COMM_CHECK_POINT(key);
-  const dpp_hash_entry* entry = entry_find(*at, engine, table, key);
+  const uint32_t order = dpp_hash_spill_order(*at, key);
+  const dpp_hash_entry* entry = entry_find(*at, engine, table, key, order);
   if (entry == nullptr) {
     return DPP_HASH_RC_ABSENT;
   }
@@ -361,8 +313,8 @@ uint32_t dpp_hash_search(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     std::memcpy(rst, entry->rst(*at), at->rst_len);
   }
   if (where != nullptr) {
-    const bool spilled = entry->location >> DPP_HASH_LOCATION_SHIFT == DPP_HASH_LOCATION_DDR;
-    *where = {entry->location, spilled ? dpp_hash_ddr_index_of(*at, *entry) : 0, entry->quarter};
+    const bool spilled = dpp_hash_stands_in(*entry, DPP_HASH_LOCATION_DDR);
+    *where = {dpp_hash_location(*entry), spilled ? dpp_hash_spill_item(*at, order) : 0, entry->quarter};
   }
   return QLIX_COMM_OK;
 }
@@ -374,17 +326,17 @@ uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     return rc;
   }
   QLIX_COMM_CHECK_POINT(key);
-  dpp_hash_entry* entry = entry_find(*at, engine, table, key);
+  const uint32_t order = dpp_hash_spill_order(*at, key);
+  dpp_hash_entry* entry = entry_find(*at, engine, table, key, order);
   if (entry == nullptr) {
     return DPP_HASH_RC_ABSENT;
   }
-  neighbours_prefetch(entry->node);
-  std::ranges::fill(dpp_hash_slots_of(hash, *entry), nullptr);
-  rc = write_or_undo(hash, entry, [&] { std::ranges::fill(dpp_hash_slots_of(hash, *entry), entry); });
+  dpp_hash_shadow_set(hash, entry, false);
+  rc = write_or_undo(hash, entry, [&] { dpp_hash_shadow_set(hash, entry, true); });
   if (rc != QLIX_COMM_OK) {
     return rc;
   }
-  entry_drop(at, entry);
+  dpp_hash_tree_leave(at, entry);
   at->entry_num--;
   hash->engine[engine].entry_num--;
   return QLIX_COMM_OK;

@@ -1,9 +1,8 @@
 #include "dpp_hash_place.h"
 
 #include <algorithm>
-#include <bit>
-#include <cstring>
 
+#include "dpp_hash_spill.h"
 #include "dpp_se/dpp_crc.h"
 #include "qlix_comm/check.h"
 #include "qlix_comm/print.h"
@@ -11,12 +10,8 @@
 namespace {
 
 constexpr uint32_t DESCRIPTOR_SHIFT = 9;
-constexpr uint32_t DESCRIPTOR_MASK = 0x7F;
 constexpr uint32_t ITEM_MASK = DPP_HASH_ITEM_NUM - 1;
 constexpr uint32_t ALL_QUARTERS = 0xF;
-constexpr uint32_t LOCATION_MASK = 0x1FFFFF;
-/// Slots that are looked at for an entry near a key's item: a few cache lines in a row.
-constexpr size_t NEAR_SLOTS = 64;
 
 bool zcell_usable(const dpp_hash_engine& engine, uint32_t engine_id, const dpp_hash_zcell& cell) {
   const bool dedicated = (cell.flags & 1) != 0;
@@ -24,7 +19,8 @@ bool zcell_usable(const dpp_hash_engine& engine, uint32_t engine_id, const dpp_h
 }
 
 void location_set(dpp_hash_entry* entry, uint32_t kind, uint32_t descriptor, uint32_t item) {
-  entry->location = (kind << DPP_HASH_LOCATION_SHIFT | descriptor << DESCRIPTOR_SHIFT | item) & LOCATION_MASK;
+  entry->kind = kind & 3;
+  entry->cell = static_cast<uint16_t>(descriptor << DESCRIPTOR_SHIFT | item);
 }
 
 /// Puts the entry into the first aligned quarters that are free, DPP_HASH_RC_ITEM_FULL when there are none.
@@ -40,85 +36,54 @@ uint32_t item_put(dpp_hash_item* item, uint32_t quarters, dpp_hash_entry* entry)
   return DPP_HASH_RC_ITEM_FULL;
 }
 
+uint32_t descriptor_of(const dpp_hash_entry& entry) {
+  return entry.cell >> DESCRIPTOR_SHIFT;
+}
+
+/// The first of the quarters of an item that the entry covers, in a zcell or a register.
+dpp_hash_entry** first_quarter(dpp_hash* hash, const dpp_hash_entry& entry) {
+  const uint32_t descriptor = descriptor_of(entry);
+  dpp_hash_item& item = dpp_hash_stands_in(entry, DPP_HASH_LOCATION_ZREG)
+                            ? hash->zblock[descriptor / DPP_HASH_ZCELL_IN_BLOCK].zreg
+                            : hash->zcell[descriptor].items[entry.cell & ITEM_MASK];
+  return &item.entry[entry.quarter];
+}
+
+/// True while the shadow names the entry where it was placed.
+bool shadow_has(dpp_hash* hash, const dpp_hash_entry& entry) {
+  return dpp_hash_stands_in(entry, DPP_HASH_LOCATION_DDR) ? dpp_hash_spill_has(dpp_hash_table_of(hash, entry), entry)
+                                                          : *first_quarter(hash, entry) == &entry;
+}
+
 }  // namespace
 
-std::span<dpp_hash_entry*> dpp_hash_slots_of(dpp_hash* hash, const dpp_hash_entry& entry) {
-  const dpp_hash_table& table = dpp_hash_table_of(hash, entry);
-  const uint32_t quarters = dpp_hash_quarters(table);
-  const uint32_t kind = entry.location >> DPP_HASH_LOCATION_SHIFT;
-  if (kind == DPP_HASH_LOCATION_DDR) {
-    return dpp_hash_ddr_slots(table, dpp_hash_ddr_index_of(table, entry)).subspan(entry.quarter / quarters, 1);
-  }
-  const uint32_t descriptor = entry.location >> DESCRIPTOR_SHIFT & DESCRIPTOR_MASK;
-  dpp_hash_item& item = kind == DPP_HASH_LOCATION_ZREG ? hash->zblock[descriptor / DPP_HASH_ZCELL_IN_BLOCK].zreg
-                                                       : hash->zcell[descriptor].items[entry.location & ITEM_MASK];
-  return {&item.entry[entry.quarter], quarters};
-}
-
-uint32_t dpp_hash_ddr_crc(const dpp_hash_table& table, const uint8_t* crc_key) {
-  return table.ddr_items == 0 ? 0 : dpp_crc32_calc(crc_key, table.key_len, DPP_CRC32_POLY);
-}
-
-void dpp_hash_order_set(const dpp_hash_table& table, uint32_t crc, uint8_t* order) {
-  const uint32_t place = std::rotr(crc, std::countr_zero(table.ddr_items));
-  for (int i = 0; i < 4; i++) {
-    order[i] = static_cast<uint8_t>(place >> (24 - 8 * i));
-  }
-}
-
-uint32_t dpp_hash_ddr_index_of(const dpp_hash_table& table, const dpp_hash_entry& entry) {
-  uint32_t place = 0;
-  for (const uint8_t byte : entry.order) {
-    place = place << 8 | byte;
-  }
-  return dpp_hash_ddr_index(table, std::rotl(place, std::countr_zero(table.ddr_items)));
-}
-
-std::span<dpp_hash_entry*> dpp_hash_ddr_slots(const dpp_hash_table& table, uint32_t index) {
-  const uint32_t room = dpp_hash_ddr_room(table);
-  return {&table.ddr[size_t{index} * room], room};
-}
-
-dpp_hash_entry* dpp_hash_ddr_near(const dpp_hash_table& table, uint32_t index) {
-  const size_t first = size_t{index} * dpp_hash_ddr_room(table);
-  const size_t all = size_t{table.ddr_items} * dpp_hash_ddr_room(table);
-  // The key goes between the two that stand next to its item: both are fetched at once.
-  for (size_t back = 1; back <= std::min(first, NEAR_SLOTS); back++) {
-    if (table.ddr[first - back] != nullptr) {
-      __builtin_prefetch(table.ddr[first - back], 1);
-      break;
-    }
-  }
-  for (size_t at = first; at < std::min(all, first + NEAR_SLOTS); at++) {
-    if (table.ddr[at] != nullptr) {
-      return table.ddr[at];
-    }
-  }
-  return nullptr;
-}
-
-uint32_t dpp_hash_insert_ddr(dpp_hash* hash, dpp_hash_entry* entry, uint32_t crc) {
+void dpp_hash_shadow_set(dpp_hash* hash, dpp_hash_entry* entry, bool stands) {
   const dpp_hash_table& table = dpp_hash_table_of(hash, *entry);
-  const uint32_t index = dpp_hash_ddr_index(table, crc);
-  const std::span<dpp_hash_entry*> slots = dpp_hash_ddr_slots(table, index);
-  const auto at = std::ranges::find(slots, nullptr);
-  if (at == slots.end()) {
-    return DPP_HASH_RC_ITEM_FULL;
+  if (dpp_hash_stands_in(*entry, DPP_HASH_LOCATION_DDR)) {
+    dpp_hash_spill_set(table, *entry, stands);
+  } else {
+    std::fill_n(first_quarter(hash, *entry), dpp_hash_quarters(table), stands ? entry : nullptr);
   }
-  *at = entry;
-  location_set(entry, DPP_HASH_LOCATION_DDR, 0, 0);
-  entry->quarter = static_cast<uint32_t>(at - slots.begin()) * dpp_hash_quarters(table) & (DPP_HASH_QUARTERS - 1);
-  return QLIX_COMM_OK;
 }
 
-uint32_t dpp_hash_insert_zcell(dpp_hash* hash, dpp_hash_entry* entry, const uint8_t* crc_key) {
-  const dpp_hash_engine& engine = hash->engine[entry->engine];
+uint32_t dpp_hash_insert_ddr(dpp_hash* hash, dpp_hash_entry* entry) {
+  const uint32_t rc = dpp_hash_spill_put(dpp_hash_table_of(hash, *entry), entry);
+  if (rc == QLIX_COMM_OK) {
+    location_set(entry, DPP_HASH_LOCATION_DDR, 0, 0);
+  }
+  return rc;
+}
+
+uint32_t dpp_hash_insert_zcell(dpp_hash* hash, dpp_hash_entry* entry) {
+  const dpp_hash_engine& engine = hash->engine[entry->engine()];
   const dpp_hash_table& table = dpp_hash_table_of(hash, *entry);
+  uint8_t crc_key[DPP_SE_ITEM_BYTES];
+  dpp_hash_set_crc_key(entry->key(), table.key_len, crc_key);
   uint32_t crc = 0;
   uint32_t crc_zblock = DPP_HASH_ZBLOCK_NUM;  // none yet
   for (uint32_t i = 0; i < engine.zcell_num; i++) {
     dpp_hash_zcell& cell = hash->zcell[engine.zcell[i]];
-    if (!zcell_usable(engine, entry->engine, cell)) {
+    if (!zcell_usable(engine, entry->engine(), cell)) {
       continue;
     }
     const uint32_t zblock = cell.descriptor / DPP_HASH_ZCELL_IN_BLOCK;
@@ -142,12 +107,12 @@ uint32_t dpp_hash_insert_zcell(dpp_hash* hash, dpp_hash_entry* entry, const uint
 }
 
 uint32_t dpp_hash_insert_zreg(dpp_hash* hash, dpp_hash_entry* entry) {
-  const dpp_hash_engine& engine = hash->engine[entry->engine];
+  const dpp_hash_engine& engine = hash->engine[entry->engine()];
   const uint32_t quarters = dpp_hash_quarters(dpp_hash_table_of(hash, *entry));
   for (uint32_t i = 0; i < engine.zcell_num; i++) {
     const dpp_hash_zcell& cell = hash->zcell[engine.zcell[i]];
     const uint32_t zblock = cell.descriptor / DPP_HASH_ZCELL_IN_BLOCK;
-    if (zcell_usable(engine, entry->engine, cell) &&
+    if (zcell_usable(engine, entry->engine(), cell) &&
         item_put(&hash->zblock[zblock].zreg, quarters, entry) == QLIX_COMM_OK) {
       location_set(entry, DPP_HASH_LOCATION_ZREG, zblock * DPP_HASH_ZCELL_IN_BLOCK, 0);
       return QLIX_COMM_OK;
@@ -157,7 +122,7 @@ uint32_t dpp_hash_insert_zreg(dpp_hash* hash, dpp_hash_entry* entry) {
 }
 
 uint32_t dpp_hash_write_hardware(dpp_hash* hash, const dpp_hash_entry* entry) {
-  const dpp_hash_engine& engine = hash->engine[entry->engine];
+  const dpp_hash_engine& engine = hash->engine[entry->engine()];
   if (engine.soft_reset != 0) {
     return QLIX_COMM_OK;
   }
@@ -165,22 +130,22 @@ uint32_t dpp_hash_write_hardware(dpp_hash* hash, const dpp_hash_entry* entry) {
   const uint32_t quarters = dpp_hash_quarters(table);
   dpp_se_write write{};
   write.size = table.entry_bytes;
-  if (dpp_hash_slots_of(hash, *entry)[0] == entry) {
+  if (shadow_has(hash, *entry)) {
     write.data = entry->image();
     write.data_bytes = DPP_HASH_HEAD_BYTES + table.key_len + table.rst_len;
   }
-  const uint32_t kind = entry->location >> DPP_HASH_LOCATION_SHIFT;
-  if (kind == DPP_HASH_LOCATION_DDR) {
+  if (dpp_hash_stands_in(*entry, DPP_HASH_LOCATION_DDR)) {
     write.place = DPP_SE_DDR;
     write.baddr = table.ddr_baddr;
-    write.index = dpp_hash_ddr_index_of(table, *entry) * DPP_HASH_QUARTERS + entry->quarter;
+    write.index = dpp_hash_spill_item(table, dpp_hash_order_get(entry->order)) * DPP_HASH_QUARTERS + entry->quarter;
     write.ecc_en = table.ddr_ecc_en;
   } else {
-    const uint32_t descriptor = entry->location >> DESCRIPTOR_SHIFT & DESCRIPTOR_MASK;
-    write.place = kind == DPP_HASH_LOCATION_ZREG ? DPP_SE_ZREG : DPP_SE_ZCELL;
+    const uint32_t descriptor = descriptor_of(*entry);
+    const bool in_register = dpp_hash_stands_in(*entry, DPP_HASH_LOCATION_ZREG);
+    write.place = in_register ? DPP_SE_ZREG : DPP_SE_ZCELL;
     write.zblock = descriptor / DPP_HASH_ZCELL_IN_BLOCK;
     write.zcell = descriptor % DPP_HASH_ZCELL_IN_BLOCK;
-    write.index = kind == DPP_HASH_LOCATION_ZREG ? DPP_SE_ZREG_ADDR : entry->location & ITEM_MASK;
+    write.index = in_register ? DPP_SE_ZREG_ADDR : entry->cell & ITEM_MASK;
     write.mask = ALL_QUARTERS & ~(ALL_QUARTERS >> quarters);
     write.mask >>= entry->quarter;
   }

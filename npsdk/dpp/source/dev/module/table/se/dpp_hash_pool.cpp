@@ -2,89 +2,115 @@
 
 #include <sys/mman.h>
 
-#include <algorithm>
 #include <memory>
 
 #include "qlix_comm/memory.h"
+#include "qlix_comm/prefetch.h"
 
 namespace {
 
 constexpr size_t CACHE_LINE = 64;
 constexpr size_t LARGE_PAGE = size_t{2} << 20;
-// A slab is as large as all before it together. What aligns it is never touched and costs addresses only.
-constexpr size_t FIRST_SLAB = size_t{4} << 10;
-constexpr size_t LAST_SLAB = size_t{8} << 20;
+constexpr uint32_t FIRST_ROOM = 16;  // slabs that the first list of them has room for
+/// Number 0 is nobody's.
+constexpr uint32_t NONE = 0;
 
-struct slab_head {
-  slab_head* next;
-};
-struct free_record {
-  free_record* next;
-};
+static_assert(sizeof(qlix_comm_rb_node) == CACHE_LINE);
 
-bool grow(dpp_hash_pool* pool) {
-  const size_t bytes = std::clamp(pool->slab_bytes * 2, FIRST_SLAB, LAST_SLAB);
-  const size_t alignment = bytes < LARGE_PAGE ? CACHE_LINE : LARGE_PAGE;
-  auto* slab = static_cast<slab_head*>(ic_comm_malloc_memory(sizeof(slab_head) + alignment + bytes));
+/// Makes room in the list of slabs for one more.
+bool list_grow(dpp_hash_pool* pool) {
+  if (pool->slab_num < pool->slab_room) {
+    return true;
+  }
+  const uint32_t room = std::max(FIRST_ROOM, pool->slab_room * 2);
+  auto* slab = static_cast<dpp_hash_slab*>(ic_comm_malloc_memory(room * sizeof(dpp_hash_slab)));
   if (slab == nullptr) {
     return false;
   }
-  slab->next = static_cast<slab_head*>(pool->slabs);
-  pool->slabs = slab;
-  pool->slab_bytes = bytes;
-  void* first = slab + 1;
-  size_t room = alignment + bytes;
-  pool->fresh = static_cast<uint8_t*>(std::align(alignment, bytes, first, room));
-  pool->fresh_bytes = bytes;
-  dpp_hash_memory_wide(pool->fresh, bytes);
+  std::copy_n(pool->slab, pool->slab_num, slab);
+  ic_comm_free_memory(pool->slab);
+  pool->slab = slab;
+  pool->slab_room = room;
   return true;
+}
+
+bool grow(dpp_hash_pool* pool) {
+  // What is there already, within limits: it doubles, and later grows by the same.
+  const size_t num = std::clamp(pool->room, DPP_HASH_SLAB_FIRST, DPP_HASH_SLAB_LAST);
+  if (!list_grow(pool)) {
+    return false;
+  }
+  void* first = nullptr;
+  void* const memory = dpp_hash_memory_take(num * (sizeof(qlix_comm_rb_node) + pool->entry_bytes), &first);
+  if (memory == nullptr) {
+    return false;
+  }
+  auto* const nodes = static_cast<qlix_comm_rb_node*>(first);
+  pool->slab[pool->slab_num++] = {memory, nodes, reinterpret_cast<uint8_t*>(nodes + num)};
+  pool->room += static_cast<uint32_t>(num);
+  return true;
+}
+
+/// A number that was given back names the one given back before it where its entry had the order.
+uint32_t given_before(const dpp_hash_entry* entry) {
+  return dpp_hash_order_get(entry->order);
 }
 
 }  // namespace
 
-void dpp_hash_memory_wide(void* memory, size_t bytes) {
-  void* first = memory;
-  size_t room = bytes;
-  if (std::align(LARGE_PAGE, LARGE_PAGE, first, room) != nullptr) {
-    madvise(first, room / LARGE_PAGE * LARGE_PAGE, MADV_HUGEPAGE);
-  }
-}
-
-void dpp_hash_pool_init(dpp_hash_pool* pool, size_t bytes) {
-  *pool = {};
-  pool->record_bytes = static_cast<uint32_t>((bytes + CACHE_LINE - 1) / CACHE_LINE * CACHE_LINE);
-}
-
-void* dpp_hash_pool_take(dpp_hash_pool* pool) {
-  if (pool->free_records != nullptr) {
-    auto* record = static_cast<free_record*>(pool->free_records);
-    pool->free_records = record->next;
-    return record;
-  }
-  if (pool->fresh_bytes < pool->record_bytes && !grow(pool)) {
+void* dpp_hash_memory_take(size_t bytes, void** first) {
+  // What aligns a large block is never touched and costs addresses only.
+  const size_t alignment = bytes < LARGE_PAGE ? CACHE_LINE : LARGE_PAGE;
+  void* const memory = ic_comm_malloc_memory(alignment + bytes);
+  if (memory == nullptr) {
     return nullptr;
   }
-  uint8_t* record = pool->fresh;
-  pool->fresh += pool->record_bytes;
-  pool->fresh_bytes -= pool->record_bytes;
-  for (size_t line = 0; line < pool->record_bytes; line += CACHE_LINE) {
-    __builtin_prefetch(pool->fresh + line, 1);  // the next record, for the next call
+  size_t room = alignment + bytes;
+  *first = memory;
+  std::align(alignment, bytes, *first, room);
+  if (bytes >= LARGE_PAGE) {
+    madvise(*first, bytes / LARGE_PAGE * LARGE_PAGE, MADV_HUGEPAGE);
   }
-  return record;
+  return memory;
 }
 
-void dpp_hash_pool_give(dpp_hash_pool* pool, void* record) {
-  auto* given = static_cast<free_record*>(record);
-  given->next = static_cast<free_record*>(pool->free_records);
-  pool->free_records = given;
+void dpp_hash_pool_init(dpp_hash_pool* pool, uint32_t bytes) {
+  const auto all = static_cast<uint32_t>(DPP_HASH_ENTRY_BYTES + bytes);
+  *pool = {};
+  pool->entry_bytes = all <= CACHE_LINE ? std::bit_ceil(all) : (all + 15) / 16 * 16;
+  pool->fresh = NONE + 1;
+}
+
+dpp_hash_entry* dpp_hash_pool_take(dpp_hash_pool* pool) {
+  uint32_t number = pool->given;
+  if (number != NONE) {
+    pool->given = given_before(dpp_hash_pool_entry(*pool, number));
+  } else {
+    if (pool->fresh >= pool->room && !grow(pool)) {
+      return nullptr;
+    }
+    number = pool->fresh++;
+  }
+  dpp_hash_entry* entry = dpp_hash_pool_entry(*pool, number);
+  qlix_comm_rb_node* node = dpp_hash_pool_node(*pool, number);
+  entry->number = number & ((1u << 26) - 1);
+  *node = {};
+  node->key = entry->order;
+  // The next ones, mostly, for the next call.
+  qlix_comm_prefetch(node + 1);
+  qlix_comm_prefetch(reinterpret_cast<const uint8_t*>(entry) + pool->entry_bytes);
+  return entry;
+}
+
+void dpp_hash_pool_give(dpp_hash_pool* pool, dpp_hash_entry* entry) {
+  dpp_hash_order_set(pool->given, entry->order);
+  pool->given = entry->number;
 }
 
 void dpp_hash_pool_release(dpp_hash_pool* pool) {
-  auto* slab = static_cast<slab_head*>(pool->slabs);
-  while (slab != nullptr) {
-    slab_head* next = slab->next;
-    ic_comm_free_memory(slab);
-    slab = next;
+  for (uint32_t i = 0; i < pool->slab_num; i++) {
+    ic_comm_free_memory(pool->slab[i].memory);
   }
+  ic_comm_free_memory(pool->slab);
   *pool = {};
 }

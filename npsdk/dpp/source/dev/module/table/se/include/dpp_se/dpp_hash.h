@@ -55,15 +55,41 @@ struct dpp_hash_zblock {
   dpp_hash_item zreg;  ///< overflow register
 };
 
+/// A run of entries and their tree nodes, in one allocation.
+struct dpp_hash_slab {
+  void* memory;
+  qlix_comm_rb_node* nodes;
+  uint8_t* entries;
+};
+
 /// Where the entries of one table live: slabs that grow with it and go back with it.
 struct dpp_hash_pool {
-  void* slabs;
-  void* free_records;  ///< given back
-  uint8_t* fresh;      ///< from here to its end the youngest slab is unused
-  size_t fresh_bytes;
-  size_t slab_bytes;  ///< of the youngest slab
-  uint32_t record_bytes;
+  dpp_hash_slab* slab;
+  uint32_t slab_num;
+  uint32_t slab_room;    ///< of the list of slabs
+  uint32_t entry_bytes;  ///< from one entry to the next
+  uint32_t room;         ///< numbers that the slabs hold
+  uint32_t fresh;        ///< numbers from here on were never taken
+  uint32_t given;        ///< the number that was given back last, 0 for none
 };
+
+/// A change of a table's tree that waits for what it will touch.
+struct dpp_hash_change {
+  qlix_comm_rb_node* node;
+  bool leaves;                      ///< else it comes
+  const qlix_comm_rb_node* before;  ///< nodes next to the place of one that comes, when they are known
+  const qlix_comm_rb_node* behind;
+};
+
+/// Changes that wait at most.
+inline constexpr uint32_t DPP_HASH_TREE_LAG = 2;
+
+struct dpp_hash_changes {
+  uint32_t num;
+  uint32_t next;  ///< counts all, modulo their number the place of the one that comes next
+  dpp_hash_change change[DPP_HASH_TREE_LAG];
+};
+static_assert((DPP_HASH_TREE_LAG & (DPP_HASH_TREE_LAG - 1)) == 0);  // `next` wraps
 
 struct dpp_hash_table {
   uint32_t inited;
@@ -73,8 +99,10 @@ struct dpp_hash_table {
   uint32_t ddr_items;    ///< a power of two, 0 without spill area
   uint32_t ddr_baddr;
   uint32_t ddr_ecc_en;
-  dpp_hash_entry** ddr;  ///< what stands in the spill area, for each item as many as it has room for
-  qlix_comm_rb tree;     ///< every entry, in the order of dpp_hash_rb_key_cmp
+  void* ddr_memory;
+  uint32_t* ddr;      ///< slots of the spill area, for each item as many as it has room for
+  qlix_comm_rb tree;  ///< every entry, in the order of dpp_hash_rb_key_cmp; `waiting` settled, as it is before use
+  dpp_hash_changes waiting;
   dpp_hash_pool pool;
   uint32_t entry_num;
   uint32_t insert_fail_num;

@@ -1,0 +1,84 @@
+// One entry of a hash table.
+#pragma once
+
+#include <cstddef>
+
+#include "dpp_se/dpp_hash.h"
+
+/// What the driver knows of an entry and, behind that, its bytes as the chip has them: head, key and result.
+///
+/// The tree's key is `order`, then head and key as they stand in the image: entries of one spill item are neighbours in
+/// the tree, and those of near items are near, so that the item shows where in the tree a new entry goes. The tree's
+/// node lies elsewhere under the same number: who looks a key up reads no node, and who walks the tree reads no entry
+/// unless keys share their first four bytes.
+struct dpp_hash_entry {
+  uint32_t number : 26;  ///< in its table's pool
+  uint32_t kind : 2;     ///< low bits of the kind in its location word, 0 while it has no place
+  uint32_t quarter : 2;
+  uint16_t cell;     ///< low bits of its location word: zcell and item
+  uint8_t order[4];  ///< big-endian
+
+  static dpp_hash_entry* of(const qlix_comm_rb_node* node) {
+    return reinterpret_cast<dpp_hash_entry*>(static_cast<uint8_t*>(node->key) - offsetof(dpp_hash_entry, order));
+  }
+  uint8_t* image() {
+    return order + sizeof(order);
+  }
+  const uint8_t* image() const {
+    return order + sizeof(order);
+  }
+  uint8_t* key() {
+    return image() + DPP_HASH_HEAD_BYTES;
+  }
+  const uint8_t* key() const {
+    return image() + DPP_HASH_HEAD_BYTES;
+  }
+  uint8_t* rst(const dpp_hash_table& of_table) {
+    return key() + of_table.key_len;
+  }
+  const uint8_t* rst(const dpp_hash_table& of_table) const {
+    return key() + of_table.key_len;
+  }
+  uint32_t engine() const {
+    return image()[1];
+  }
+  uint32_t table() const {
+    return image()[0] & (DPP_HASH_TABLE_NUM - 1);
+  }
+};
+/// Of an entry, before its image.
+inline constexpr size_t DPP_HASH_ENTRY_BYTES = offsetof(dpp_hash_entry, order) + sizeof(dpp_hash_entry::order);
+
+inline dpp_hash_table& dpp_hash_table_of(dpp_hash* hash, const dpp_hash_entry& entry) {
+  return hash->engine[entry.engine()].table[entry.table()];
+}
+/// Quarters of an item that an entry of the table covers.
+inline uint32_t dpp_hash_quarters(const dpp_hash_table& table) {
+  return table.entry_bytes / 16;
+}
+
+// The place of an entry.
+
+/// Where the kind of place begins in a location word.
+inline constexpr uint32_t DPP_HASH_LOCATION_SHIFT = 17;
+
+inline bool dpp_hash_stands_in(const dpp_hash_entry& entry, uint32_t kind) {
+  return entry.kind == (kind & 3);
+}
+inline uint32_t dpp_hash_location(const dpp_hash_entry& entry) {
+  constexpr uint32_t common = DPP_HASH_LOCATION_ZCELL & DPP_HASH_LOCATION_ZREG & DPP_HASH_LOCATION_DDR;
+  return (common | entry.kind) << DPP_HASH_LOCATION_SHIFT | entry.cell;
+}
+
+inline void dpp_hash_order_set(uint32_t order, uint8_t* bytes) {
+  for (int i = 0; i < 4; i++) {
+    bytes[i] = static_cast<uint8_t>(order >> (24 - 8 * i));
+  }
+}
+inline uint32_t dpp_hash_order_get(const uint8_t* bytes) {
+  uint32_t order = 0;
+  for (int i = 0; i < 4; i++) {
+    order = order << 8 | bytes[i];
+  }
+  return order;
+}
