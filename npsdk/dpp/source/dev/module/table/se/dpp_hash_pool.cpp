@@ -11,7 +11,7 @@ namespace {
 
 constexpr size_t CACHE_LINE = 64;
 constexpr size_t LARGE_PAGE = size_t{2} << 20;
-constexpr uint32_t FIRST_ROOM = 16;  // slabs that the first list of them has room for
+constexpr uint32_t FIRST_ROOM = 8;  // slabs that the first list of them has room for
 /// Number 0 is nobody's.
 constexpr uint32_t NONE = 0;
 

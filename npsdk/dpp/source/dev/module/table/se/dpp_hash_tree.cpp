@@ -8,15 +8,10 @@
 
 namespace {
 
-/// A node has a colour while it is in the tree. One that was next to a change may have left since.
-bool linked(const qlix_comm_rb_node* node) {
-  return node != nullptr && node->slot_colour != 0;
-}
-
 void node_link(dpp_hash_table* table, qlix_comm_rb_node* node, const qlix_comm_rb_node* near) {
   // The key is absent, and a tree of all entries that memory can hold is not too high for one more.
   qlix_comm_rb_node* out = nullptr;
-  if (linked(near)) {
+  if (near != nullptr) {
     qlix_comm_rb_insert_near(&table->tree, near, node, &out);
   } else {
     qlix_comm_rb_insert(&table->tree, node, &out);
@@ -32,7 +27,8 @@ void carry_out(dpp_hash_table* table, const dpp_hash_change& change) {
   if (change.leaves) {
     node_unlink(table, change.node);
   } else {
-    node_link(table, change.node, linked(change.behind) ? change.behind : change.before);
+    // What stood next to it came into the tree before it and, leaving, waits behind it.
+    node_link(table, change.node, change.behind != nullptr ? change.behind : change.before);
   }
 }
 
