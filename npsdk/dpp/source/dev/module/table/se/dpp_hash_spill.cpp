@@ -24,7 +24,7 @@ static_assert((DPP_HASH_DDR_ITEMS_MAX + DPP_HASH_ZCELL_NUM * DPP_HASH_ITEM_NUM +
                   DPP_HASH_QUARTERS <
               SLOT_NUMBER);
 
-constexpr ptrdiff_t CACHE_LINE = 64;
+constexpr std::uintptr_t CACHE_LINE = 64;
 /// Slots that are looked at on either side for an entry near a place.
 constexpr ptrdiff_t NEAR_SLOTS = 32;
 
@@ -80,10 +80,14 @@ uint32_t dpp_hash_spill_order(const dpp_hash_table& table, const uint8_t* key) {
 }
 
 void dpp_hash_spill_prefetch(const dpp_hash_table& table, uint32_t order) {
-  const auto* const at = reinterpret_cast<const uint8_t*>(item_begin(table, order));
-  qlix_comm_prefetch(at);
-  qlix_comm_prefetch(at - CACHE_LINE);
-  qlix_comm_prefetch(at + CACHE_LINE);
+  if (table.ddr_items == 0) {
+    return;
+  }
+  // As numbers: the lines around may lie outside the area.
+  const auto at = reinterpret_cast<std::uintptr_t>(item_begin(table, order));
+  for (const std::uintptr_t line : {at, at - CACHE_LINE, at + CACHE_LINE}) {
+    qlix_comm_prefetch(reinterpret_cast<const void*>(line));  // NOLINT(performance-no-int-to-ptr)
+  }
 }
 
 dpp_hash_entry* dpp_hash_spill_find(const dpp_hash_table& table, uint32_t order, const uint8_t* key) {
