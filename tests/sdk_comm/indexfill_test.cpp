@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "memory_fault.h"
+#include "../memory_fault.h"
 #include "qlix_comm/print.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "memory_fault.h"
+#include "../memory_fault.h"
 #include "qlix_comm/double_link.h"
 #include "qlix_comm/liststack.h"
 #include "qlix_comm/print.h"

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "memory_fault.h"
+#include "../memory_fault.h"
 #include "qlix_comm/check.h"
 #include "qlix_comm/mutex.h"
 

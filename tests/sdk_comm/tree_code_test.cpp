@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "memory_fault.h"
+#include "../memory_fault.h"
 #include "qlix_comm/print.h"
 #include "tree_model.h"
 

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "../../memory_fault.h"
 #include "chip_link.h"
 #include "dpp_se/dpp_crc.h"
 #include "vcard/np_search.h"
@@ -320,7 +321,46 @@ TEST_F(Hash, ManyKeys) {
     }
   }
   EXPECT_EQ(table.pool.room, room);
+  EXPECT_EQ(table.index.used, model.size());
   tree_check(0, model.size());
+}
+
+// Each allocation of a growing table fails once: the call says so, changes nothing, and works the next time.
+TEST(HashMemory, IsAskedForAgainAfterARefusal) {
+  const dpp_se_writer writer = {[](void*, const dpp_se_write*) { return 0u; }, nullptr};
+  const dpp_hash_table_cfg cfg = {4, 4, 4096, 0, 0};
+  constexpr uint32_t step = 1u << 8;  // a key's first byte enters the checksum in part
+  constexpr uint32_t keys = 300 * step;
+  const auto bytes_of = [](uint32_t& number) { return reinterpret_cast<uint8_t*>(&number); };
+  uint32_t faults = 0;
+  for (bool fired = true; fired; faults++) {
+    MemoryFault memory;
+    auto hash = std::make_unique<dpp_hash>();
+    ASSERT_EQ(dpp_hash_init(hash.get(), &writer), 0u);
+    bool held = true;
+    const auto again = [&held](const auto& call) {
+      const uint32_t code = call();
+      held = held && (code == 0 || (code == 0x1201 && call() == 0));
+    };
+    memory.arm(faults);
+    testing::internal::CaptureStdout();
+    again([&] { return dpp_hash_table_init(hash.get(), 0, 0, &cfg); });
+    for (uint32_t key = 0; key < keys; key += step) {
+      const dpp_hash_row row = {bytes_of(key), bytes_of(key)};
+      again([&] { return dpp_hash_insert(hash.get(), 0, 0, &row); });
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_TRUE(held) << faults;
+    EXPECT_EQ(hash->engine[0].entry_num, keys / step);
+    for (uint32_t key = 0; key < keys; key += step) {
+      uint32_t found = 0;
+      ASSERT_EQ(dpp_hash_search(hash.get(), 0, 0, bytes_of(key), bytes_of(found), nullptr), 0u);
+      EXPECT_EQ(found, key);
+    }
+    dpp_hash_destroy(hash.get());
+    fired = memory.fired();
+  }
+  EXPECT_GT(faults, 5u);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 
+#include "dpp_hash_index.h"
 #include "dpp_hash_place.h"
 #include "dpp_hash_pool.h"
 #include "dpp_hash_spill.h"
@@ -48,6 +49,14 @@ void head_set(const dpp_hash_table& table, uint32_t engine, uint32_t table_id, u
   head[1] = static_cast<uint8_t>(engine);
 }
 
+/// The checksum of a key with the bits that choose its item in front.
+uint32_t key_order(const dpp_hash_table& table, const uint8_t* key) {
+  uint8_t crc_key[DPP_SE_ITEM_BYTES];
+  dpp_hash_set_crc_key(key, table.key_len, crc_key);
+  const uint32_t crc = dpp_crc32_calc(crc_key, table.key_len, DPP_CRC32_POLY);
+  return std::rotr(crc, table.ddr_items != 0 ? std::countr_zero(table.ddr_items) : 0);
+}
+
 dpp_hash_entry* entry_make(dpp_hash_table& table, uint32_t engine, uint32_t table_id, const dpp_hash_row& row,
                            uint32_t order) {
   dpp_hash_entry* entry = dpp_hash_pool_take(&table.pool);
@@ -62,23 +71,6 @@ dpp_hash_entry* entry_make(dpp_hash_table& table, uint32_t engine, uint32_t tabl
     std::memcpy(entry->rst(table), row.rst, table.rst_len);
   }
   return entry;
-}
-
-/// The entry of a key, null when it is absent. In a table with a spill area it stands in its item there, unless that
-/// was full once: the tree is asked for the others only.
-dpp_hash_entry* entry_find(const dpp_hash_table& table, uint32_t engine, uint32_t table_id, const uint8_t* key,
-                           uint32_t order) {
-  if (table.ddr_items != 0) {
-    dpp_hash_entry* entry = dpp_hash_spill_find(table, order, key);
-    if (entry != nullptr || !dpp_hash_spill_passed(table, order)) {
-      return entry;
-    }
-  }
-  uint8_t sought[ORDER_BYTES + DPP_SE_ITEM_BYTES];
-  dpp_hash_order_set(order, sought);
-  head_set(table, engine, table_id, sought + ORDER_BYTES);
-  std::memcpy(sought + ORDER_BYTES + DPP_HASH_HEAD_BYTES, key, table.key_len);
-  return dpp_hash_tree_find(table, sought);
 }
 
 /// Spill area, zcells, overflow registers, in this order.
@@ -117,6 +109,7 @@ uint32_t result_change(dpp_hash* hash, const dpp_hash_table& table, dpp_hash_ent
 
 void table_release(dpp_hash_table* table) {
   dpp_hash_pool_release(&table->pool);
+  dpp_hash_index_release(&table->index);
   dpp_hash_spill_release(table);
   *table = {};
 }
@@ -220,8 +213,10 @@ uint32_t dpp_hash_table_init(dpp_hash* hash, uint32_t engine, uint32_t table, co
   QLIX_COMM_CHECK_RC(
       qlix_comm_rb_init(&made.tree, 0, ORDER_BYTES + DPP_HASH_HEAD_BYTES + cfg->key_len, dpp_hash_rb_key_cmp),
       "qlix_comm_rb_init");
-  if (cfg->ddr_items != 0) {
-    QLIX_COMM_CHECK_RC(dpp_hash_spill_init(&made), "dpp_hash_spill_init");
+  QLIX_COMM_CHECK_RC(dpp_hash_index_init(&made.index), "dpp_hash_index_init");
+  if (const uint32_t rc = dpp_hash_spill_init(&made); rc != QLIX_COMM_OK) {
+    table_release(&made);
+    return rc;
   }
   dpp_hash_pool_init(&made.pool, bytes);
   made.inited = 1;
@@ -271,11 +266,15 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   if (at->rst_len != 0) {
     QLIX_COMM_CHECK_POINT(row->rst);
   }
-  const uint32_t order = dpp_hash_spill_order(*at, row->key);
+  QLIX_COMM_CHECK_RC(dpp_hash_index_reserve(&at->index), "dpp_hash_index_reserve");
+  const uint32_t order = key_order(*at, row->key);
+  dpp_hash_index_prefetch(at->index, order);
   dpp_hash_spill_prefetch(*at, order);
   dpp_hash_entry* entry = entry_make(*at, engine, table, *row, order);
   QLIX_COMM_CHECK_POINT(entry);
-  if (dpp_hash_entry* existing = entry_find(*at, engine, table, row->key, order); existing != nullptr) {
+  dpp_hash_tree_settle(at);
+  uint32_t slot = dpp_hash_index_seek(at->index, order);
+  if (dpp_hash_entry* existing = dpp_hash_index_match(*at, order, row->key, &slot); existing != nullptr) {
     dpp_hash_pool_give(&at->pool, entry);
     return result_change(hash, *at, existing, row->rst);
   }
@@ -290,7 +289,7 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     dpp_hash_pool_give(&at->pool, entry);
     return rc;
   }
-  dpp_hash_tree_enter(at, entry);
+  dpp_hash_tree_enter(at, entry, dpp_hash_index_put(at, *entry, slot));
   at->entry_num++;
   hash->engine[engine].entry_num++;
   return QLIX_COMM_OK;
@@ -304,8 +303,9 @@ uint32_t dpp_hash_search(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     return rc;
   }
   QLIX_COMM_CHECK_POINT(key);
-  const uint32_t order = dpp_hash_spill_order(*at, key);
-  const dpp_hash_entry* entry = entry_find(*at, engine, table, key, order);
+  const uint32_t order = key_order(*at, key);
+  uint32_t slot = dpp_hash_index_seek(at->index, order);
+  const dpp_hash_entry* entry = dpp_hash_index_match(*at, order, key, &slot);
   if (entry == nullptr) {
     return DPP_HASH_RC_ABSENT;
   }
@@ -326,8 +326,11 @@ uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     return rc;
   }
   QLIX_COMM_CHECK_POINT(key);
-  const uint32_t order = dpp_hash_spill_order(*at, key);
-  dpp_hash_entry* entry = entry_find(*at, engine, table, key, order);
+  const uint32_t order = key_order(*at, key);
+  uint32_t slot = dpp_hash_index_seek(at->index, order);
+  dpp_hash_index_fetch(*at, order, slot);
+  dpp_hash_tree_settle(at);
+  dpp_hash_entry* entry = dpp_hash_index_match(*at, order, key, &slot);
   if (entry == nullptr) {
     return DPP_HASH_RC_ABSENT;
   }
@@ -336,6 +339,7 @@ uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   if (rc != QLIX_COMM_OK) {
     return rc;
   }
+  dpp_hash_index_drop(&at->index, slot);
   dpp_hash_tree_leave(at, entry);
   at->entry_num--;
   hash->engine[engine].entry_num--;

@@ -7,10 +7,9 @@
 
 /// What the driver knows of an entry and, behind that, its bytes as the chip has them: head, key and result.
 ///
-/// The tree's key is `order`, then head and key as they stand in the image: entries of one spill item are neighbours in
-/// the tree, and those of near items are near, so that the item shows where in the tree a new entry goes. The tree's
-/// node lies elsewhere under the same number: who looks a key up reads no node, and who walks the tree reads no entry
-/// unless keys share their first four bytes.
+/// The tree's key is `order`, then head and key as they stand in the image: neighbours in the index of the table are
+/// neighbours in the tree. The tree's node lies elsewhere under the same number: who looks a key up reads no node, and
+/// who walks the tree reads no entry unless keys share their first four bytes.
 struct dpp_hash_entry {
   uint32_t number : 26;  ///< in its table's pool
   uint32_t kind : 2;     ///< low bits of the kind in its location word, 0 while it has no place

@@ -32,7 +32,8 @@ inline constexpr uint32_t DPP_HASH_LOCATION_ZCELL = 0xF;
 inline constexpr uint32_t DPP_HASH_LOCATION_ZREG = 0xE;
 inline constexpr uint32_t DPP_HASH_LOCATION_DDR = 0xD;
 
-/// The tree of a table compares byte by byte: first the place of a key's item in the spill area, then the key.
+/// The tree of a table compares byte by byte: first the key's checksum, in the order of the items of a spill area, then
+/// the key.
 inline constexpr qlix_comm_rb_cmp dpp_hash_rb_key_cmp = qlix_comm_rb_def_cmp;
 
 struct dpp_hash_entry;
@@ -75,21 +76,23 @@ struct dpp_hash_pool {
 
 /// A change of a table's tree that waits for what it will touch.
 struct dpp_hash_change {
-  qlix_comm_rb_node* node;
-  bool leaves;                      ///< else it comes
-  const qlix_comm_rb_node* before;  ///< nodes next to the place of one that comes, when they are known
-  const qlix_comm_rb_node* behind;
+  qlix_comm_rb_node* node;  ///< null: none waits
+  qlix_comm_rb_node* near;  ///< of one that comes: a node near its place, when one is known
+  bool leaves;              ///< else it comes
 };
 
-/// Changes that wait at most.
-inline constexpr uint32_t DPP_HASH_TREE_LAG = 2;
-
-struct dpp_hash_changes {
-  uint32_t num;
-  uint32_t next;  ///< counts all, modulo their number the place of the one that comes next
-  dpp_hash_change change[DPP_HASH_TREE_LAG];
+struct dpp_hash_slot {
+  uint32_t order;   ///< checksum of its entry as the tree has it
+  uint32_t number;  ///< of its entry, 0 for a free slot
 };
-static_assert((DPP_HASH_TREE_LAG & (DPP_HASH_TREE_LAG - 1)) == 0);  // `next` wraps
+
+/// The entries of a table by checksum.
+struct dpp_hash_index {
+  void* memory;
+  dpp_hash_slot* slot;
+  uint32_t bits;  ///< 2^bits slots
+  uint32_t used;
+};
 
 struct dpp_hash_table {
   uint32_t inited;
@@ -100,10 +103,11 @@ struct dpp_hash_table {
   uint32_t ddr_baddr;
   uint32_t ddr_ecc_en;
   void* ddr_memory;
-  uint32_t* ddr;      ///< slots of the spill area, for each item as many as it has room for
+  uint8_t* ddr;       ///< which quarters of the spill area are taken
   qlix_comm_rb tree;  ///< every entry, in the order of dpp_hash_rb_key_cmp; `waiting` settled, as it is before use
-  dpp_hash_changes waiting;
+  dpp_hash_change waiting;
   dpp_hash_pool pool;
+  dpp_hash_index index;
   uint32_t entry_num;
   uint32_t insert_fail_num;
 };
