@@ -17,5 +17,6 @@ enum class kxtools_index_result {
 void kxtools_device_list_print(const kxtools_dev_pcie_ops& ops);
 
 /// Asks for an index and reads lines from `in` until one is a decimal number of at most 8 digits or "q", three were
-/// neither, or the input ends. It takes no character beyond the last line's newline.
+/// neither, or the input ends. It takes no character beyond the last line's newline. A line typed ahead is an answer
+/// too, so that pasted lines may choose a device: the choice changes nothing on the card.
 kxtools_index_result kxtools_index_read(FILE* in, uint32_t* index);

@@ -138,9 +138,8 @@ void Process::spawn(const Command& command) {
 
   int in[2] = {-1, -1}, out[2] = {-1, -1}, err[2] = {-1, -1};
   if (command.terminal) {
-    // A terminal without a size would be asked for it, and nobody answers here.
-    const struct winsize size = {.ws_row = 24, .ws_col = 80, .ws_xpixel = 0, .ws_ypixel = 0};
-    pid_ = forkpty(&output_, nullptr, nullptr, &size);
+    // Without a size, like a serial line.
+    pid_ = forkpty(&output_, nullptr, nullptr, nullptr);
     input_ = output_;
   } else {
     if (command.input_is_file) {

@@ -67,11 +67,30 @@ TEST_F(Terminal, InterruptStopsTheCommandAndNotTheShell) {
   start(R"({"faults": {"driver": {"requests": [{"never_answers": true}]}}})");
   process_->send("kxtool sn_info eth0 sn_info\r");
   ASSERT_TRUE(process_->expect_log("ioctl_silent"));
-  type("\x03", PROMPT);
+  type("foo\r\x03", PROMPT);  // which also takes back what was typed ahead
   type("help\r", "display this help info");
   type("", PROMPT);
   type("quit\r", "quit");
   EXPECT_EQ(process_->wait().status, 0);
+}
+
+// All at once: every line runs in turn, an answer goes to the question before it, and the last line waits for its end.
+TEST_F(Terminal, LinesTypedAheadAndPastedRunInTurn) {
+  const std::string block = "n\xc3\xb6pe\nsbdf\r1\r\x1b[A\x1b[A\rkxtool sn_info eth0 sn_info\rsu opsu\n\rqu";
+  for (const bool command_runs : {false, true}) {
+    start();
+    if (command_runs) {
+      type("kxtrace_app vqm rate 1\r", "vfid: 0");
+      process_->send("\x04");  // no end of input: nothing reads
+    }
+    process_->send(block);
+    for (const char* shown : {"n\xc3\xb6pe: No such command", ASK.c_str(), "n\xc3\xb6pe: No such command",
+                              "sn=KX2601A00042", "[root@kxtool:0000:3b:00.1]#\r\n", "[root@kxtool:0000:3b:00.1]#qu"}) {
+      ASSERT_TRUE(process_->expect(shown)) << shown << " not in " << process_->output();
+    }
+    type("it\r", "it");
+    EXPECT_EQ(process_->wait().status, 255);
+  }
 }
 
 TEST_F(Terminal, EndOfInputAndInterruptAtThePromptEndTheShell) {

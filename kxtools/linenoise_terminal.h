@@ -1,0 +1,44 @@
+// What stands between the line editor's source and the terminal; the compiler reads it in front of that source.
+//
+// The editor looks after one line at a time: when it takes the terminal and when it gives it back, it drops what was
+// typed, it takes no newline for Enter, and it asks a terminal without a size for one. So a shell on it would lose the
+// lines typed while a command runs and all but the first line of a pasted block.
+#pragma once
+
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+// Keeps what was typed. Enter arrives as the same character in both modes, because the rest of a pasted block may be
+// read in the other one: by a question of a command, or behind it.
+static inline int kx_terminal_mode_set(int fd, const struct termios* mode) {
+  struct termios kept = *mode;
+  if ((kept.c_lflag & ICANON) == 0) {
+    kept.c_iflag |= ICRNL;
+  }
+  return tcsetattr(fd, TCSADRAIN, &kept);
+}
+
+// One key. An end of input typed while a command ran is left in the queue as a null character; it is no key.
+static inline ssize_t kx_terminal_key_read(int fd, char* key) {
+  ssize_t length = 0;
+  do {
+    length = read(fd, key, 1);
+  } while (length == 1 && *key == '\0');
+  if (length == 1 && *key == '\n') {
+    *key = '\r';
+  }
+  return length;
+}
+
+// A serial line has no size, a file neither. The editor would look for the answer to its question among the keys.
+static inline int kx_terminal_size_get(struct winsize* size) {
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, size) < 0 || size->ws_col == 0) {
+    size->ws_col = 80;
+  }
+  return 0;
+}
+
+#define tcsetattr(fd, when, mode) kx_terminal_mode_set(fd, mode)
+#define read(fd, key, length) kx_terminal_key_read(fd, key)
+#define ioctl(fd, request, size) kx_terminal_size_get(size)
