@@ -5,6 +5,7 @@
 // lines typed while a command runs and all but the first line of a pasted block.
 #pragma once
 
+#include <string.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -19,21 +20,28 @@ static inline int kx_terminal_mode_set(int fd, const struct termios* mode) {
   return tcsetattr(fd, TCSADRAIN, &kept);
 }
 
-// One key. An end of input typed while a command ran is left in the queue as a null character; it is no key.
+// Control keys that the editor gives no meaning would go into the line, where nobody sees them; so would the null that
+// an end of input leaves in the queue when it is typed while a command runs.
+static inline int kx_terminal_key_known(char key) {
+  return key < 0 || key >= ' ' || strchr("ABCDEFHIJKLMNPTUW[", key + '@') != NULL;
+}
+
 static inline ssize_t kx_terminal_key_read(int fd, char* key) {
   ssize_t length = 0;
   do {
     length = read(fd, key, 1);
-  } while (length == 1 && *key == '\0');
+  } while (length == 1 && !kx_terminal_key_known(*key));
   if (length == 1 && *key == '\n') {
     *key = '\r';
   }
   return length;
 }
 
-// A serial line has no size, a file neither. The editor would look for the answer to its question among the keys.
+// A serial line has no size, a file neither: the editor would look for the answer to its question among the keys. In
+// a line that is shorter than the prompt it would reckon with negative lengths; such a terminal wraps lines by itself.
 static inline int kx_terminal_size_get(struct winsize* size) {
-  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, size) < 0 || size->ws_col == 0) {
+  const unsigned short prompt_and_some = 40;
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, size) < 0 || size->ws_col < prompt_and_some) {
     size->ws_col = 80;
   }
   return 0;

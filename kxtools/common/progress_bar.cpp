@@ -1,5 +1,6 @@
 #include "common/progress_bar.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +15,15 @@ constexpr char FILLED[] = "########################################";
 static_assert(sizeof FILLED == COLUMNS + 1);
 
 std::atomic<bool> bar_shown = false;
+
+// Columns for the bar beside `others`. A line that the terminal must wrap would scroll it at every redraw.
+int bar_columns(size_t others) {
+  struct winsize size = {};
+  if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+    return COLUMNS;
+  }
+  return std::clamp(size.ws_col - 1 - static_cast<int>(others), 0, COLUMNS);
+}
 
 }  // namespace
 
@@ -44,6 +54,7 @@ void kx_progress_bar::update(uint64_t done) {
   }
   percent_ = percent;
   bar_shown = true;
-  fprintf(stderr, "\r%s [%-*.*s] %3d%%", title_, COLUMNS, percent * COLUMNS / 100, FILLED, percent);
+  const int columns = bar_columns(strlen(title_) + strlen(" [] 100%"));
+  fprintf(stderr, "\r%s [%-*.*s] %3d%%", title_, columns, percent * columns / 100, FILLED, percent);
   fflush(stderr);
 }

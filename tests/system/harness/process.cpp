@@ -138,8 +138,8 @@ void Process::spawn(const Command& command) {
 
   int in[2] = {-1, -1}, out[2] = {-1, -1}, err[2] = {-1, -1};
   if (command.terminal) {
-    // Without a size, like a serial line.
-    pid_ = forkpty(&output_, nullptr, nullptr, nullptr);
+    const struct winsize size = {.ws_row = 0, .ws_col = command.columns, .ws_xpixel = 0, .ws_ypixel = 0};
+    pid_ = forkpty(&output_, nullptr, nullptr, &size);
     input_ = output_;
   } else {
     if (command.input_is_file) {

@@ -18,8 +18,8 @@ const std::string ROOT_PROMPT = "[root@kxtool:0000:3b:00.0]#";
 class Terminal : public testing::Test {
  protected:
   // Starts the shell on a terminal and binds the first function.
-  void start(const char* card = "{}", const char* term = "TERM=xterm") {
-    process_.emplace(kx_system::Command{.card = card, .terminal = true, .environment = {term}});
+  void start(const char* card = "{}", const char* term = "TERM=xterm", unsigned short columns = 0) {
+    process_.emplace(kx_system::Command{.card = card, .terminal = true, .columns = columns, .environment = {term}});
     ASSERT_TRUE(process_->expect(ASK));
     process_->send("0\r");
     ASSERT_TRUE(process_->expect(PROMPT)) << process_->output();
@@ -76,7 +76,7 @@ TEST_F(Terminal, InterruptStopsTheCommandAndNotTheShell) {
 
 // All at once: every line runs in turn, an answer goes to the question before it, and the last line waits for its end.
 TEST_F(Terminal, LinesTypedAheadAndPastedRunInTurn) {
-  const std::string block = "n\xc3\xb6pe\nsbdf\r1\r\x1b[A\x1b[A\rkxtool sn_info eth0 sn_info\rsu opsu\n\rqu";
+  const std::string block = "n\xc3\xb6\x07pe\nsbdf\r1\r\x1b[A\x1b[A\rkxtool sn_info eth0 sn_info\rsu opsu\n\rqu";
   for (const bool command_runs : {false, true}) {
     start();
     if (command_runs) {
@@ -99,6 +99,13 @@ TEST_F(Terminal, EndOfInputAndInterruptAtThePromptEndTheShell) {
     process_->send(key);
     EXPECT_EQ(process_->wait().status, 0);
   }
+}
+
+TEST_F(Terminal, ALineIsEditedOnATerminalNarrowerThanItsPrompt) {
+  start("{}", "TERM=xterm", 20);
+  type("hlp\x1b[D\x1b[De\r", "display this help info");
+  type("quit\r", "quit");
+  EXPECT_EQ(process_->wait().status, 0);
 }
 
 TEST_F(Terminal, ATerminalThatCanDoNothingStillHasAShell) {

@@ -45,6 +45,7 @@ struct Command {
   std::string input = {};               // standard input, from a pipe that is closed behind it
   bool input_is_file = false;           // standard input is a regular file instead
   bool terminal = false;                // all three streams are a pseudo-terminal; `input` is not used
+  unsigned short columns = 0;           // of the terminal; like a serial line, it has no size when 0
   std::string state = {};               // kept folder of kxvcard (--state), "" for none
   std::string program = KX_SYSTEM_KXTOOL;
   std::vector<std::string> environment = {};  // "NAME=value" on top of this process's own
