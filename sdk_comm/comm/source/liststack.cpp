@@ -30,7 +30,7 @@ std::uint32_t show_slots(const qlix_comm_liststack* stack, std::uint32_t per_lin
   per_line = per_line == 0 ? 32 : per_line;
   std::uint32_t printed = 0;
   for (std::uint32_t entry = 1; entry < stack->capacity; ++entry) {
-    if ((stack->entries[entry].next == LISTSTACK_IN_USE) != used) {
+    if ((stack->behind[entry].next == LISTSTACK_IN_USE) != used) {
       continue;
     }
     QLIX_COMM_PRINT(" 0x%x", entry - 1);
@@ -63,7 +63,7 @@ std::uint32_t qlix_comm_liststack_creat(std::uint32_t element_num, qlix_comm_lis
     return QLIX_COMM_LIST_STACK_NO_MEMORY;
   }
   auto* const created = static_cast<qlix_comm_liststack*>(memory);
-  auto* const entries = reinterpret_cast<qlix_comm_liststack_entry*>(created + 1);
+  qlix_comm_liststack_entry* const entries = created->behind;
   entries[0] = {0, 0};
   for (std::uint32_t entry = 1; entry < capacity; ++entry) {
     entries[entry] = {entry, entry + 1};
@@ -131,7 +131,16 @@ std::uint32_t report_liststack_alloc(const qlix_comm_liststack* stack, std::uint
   return report_empty("qlix_comm_liststack_alloc", __LINE__);
 }
 
-std::uint32_t report_liststack_free(const qlix_comm_liststack* stack, std::uint32_t slot) {
+std::uint32_t liststack_alloc_last(qlix_comm_liststack* stack, std::uint32_t* slot) {
+  *slot = stack->head - 1;
+  stack->behind[stack->head].next = LISTSTACK_IN_USE;
+  stack->head = LISTSTACK_NONE;
+  --stack->free_num;
+  ++stack->used_num;
+  return QLIX_COMM_OK;
+}
+
+std::uint32_t liststack_free_rare(qlix_comm_liststack* stack, std::uint32_t slot) {
   if (stack == nullptr) {
     QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_free is null! LINE:%d\n ", __LINE__);
     return QLIX_COMM_LIST_STACK_NULL;
@@ -139,8 +148,18 @@ std::uint32_t report_liststack_free(const qlix_comm_liststack* stack, std::uint3
   if (slot == 0xFFFFFFFF) {
     return report_pair({__FILE_NAME__, __LINE__, "qlix_comm_liststack_free"}, slot, 1);
   }
-  QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_free: index 0x%x is out of range! LINE:%d\n ", slot, __LINE__);
-  return QLIX_COMM_LIST_STACK_FREE_INDEX;
+  if (slot >= stack->capacity - 1) {
+    QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_free: index 0x%x is out of range! LINE:%d\n ", slot, __LINE__);
+    return QLIX_COMM_LIST_STACK_FREE_INDEX;
+  }
+  qlix_comm_liststack_entry& entry = stack->behind[slot + 1];
+  if (entry.next == LISTSTACK_IN_USE) {
+    entry.next = LISTSTACK_CHAIN_END;
+    stack->head = slot + 1;
+    ++stack->free_num;
+    --stack->used_num;
+  }
+  return QLIX_COMM_OK;
 }
 
 }  // namespace qlix_comm_detail

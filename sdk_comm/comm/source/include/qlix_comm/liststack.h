@@ -2,7 +2,10 @@
 // comes out next. Nothing locks: the caller serialises access to one stack.
 #pragma once
 
+#include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "qlix_comm/types.h"
 
@@ -21,6 +24,9 @@ struct qlix_comm_liststack {
   std::uint32_t head;                  ///< first free entry, 0 when none is free
   std::uint32_t free_num;
   std::uint32_t used_num;
+  // The entries once more: a compiler knows that no field of the header is one of them, and so what a slot that is
+  // freed and taken again reads. Through the pointer each of these reads waits for the write before it.
+  __extension__ qlix_comm_liststack_entry behind[];
 };
 
 /// Creates a stack with every slot free; it goes back through qlix_comm_liststack_destroy. 0x1801 for 0 elements,
@@ -44,7 +50,22 @@ inline constexpr std::uint32_t LISTSTACK_NONE = 0;    // as the head
 
 /// What is wrong with the arguments, in words and as a code.
 [[gnu::cold]] std::uint32_t report_liststack_alloc(const qlix_comm_liststack* stack, std::uint32_t* slot);
-[[gnu::cold]] std::uint32_t report_liststack_free(const qlix_comm_liststack* stack, std::uint32_t slot);
+/// Takes the only free slot.
+[[gnu::cold]] std::uint32_t liststack_alloc_last(qlix_comm_liststack* stack, std::uint32_t* slot);
+/// Frees a slot while none is free, leaves a free one as it is, or says what is wrong.
+[[gnu::cold]] std::uint32_t liststack_free_rare(qlix_comm_liststack* stack, std::uint32_t slot);
+
+/// One from free_num to used_num, which lie side by side.
+inline constexpr std::uint64_t LISTSTACK_TAKEN =
+    std::endian::native == std::endian::little ? 0xFFFFFFFF : 0 - std::uint64_t{0xFFFFFFFF};
+/// Changes both counts as one word: a step waits for one write of the step before, not for two.
+inline void liststack_count(qlix_comm_liststack* stack, std::uint64_t change) {
+  char* const counts = reinterpret_cast<char*>(stack) + offsetof(qlix_comm_liststack, free_num);
+  std::uint64_t both;
+  std::memcpy(&both, counts, sizeof(both));
+  both += change;
+  std::memcpy(counts, &both, sizeof(both));
+}
 
 }  // namespace qlix_comm_detail
 
@@ -55,34 +76,26 @@ inline std::uint32_t qlix_comm_liststack_alloc(qlix_comm_liststack* stack, std::
     return report_liststack_alloc(stack, slot);
   }
   const std::uint32_t taken = stack->head;
-  const std::uint32_t next = stack->entries[taken].next;
-  stack->head = next;
-  if (next == LISTSTACK_CHAIN_END) [[unlikely]] {
-    stack->head = LISTSTACK_NONE;
+  qlix_comm_liststack_entry& entry = stack->behind[taken];
+  if (entry.next == LISTSTACK_CHAIN_END) [[unlikely]] {
+    return liststack_alloc_last(stack, slot);
   }
-  stack->entries[taken].next = LISTSTACK_IN_USE;
+  stack->head = entry.next;
+  entry.next = LISTSTACK_IN_USE;
   *slot = taken - 1;
-  --stack->free_num;
-  ++stack->used_num;
+  liststack_count(stack, LISTSTACK_TAKEN);
   return QLIX_COMM_OK;
 }
 
 /// Gives a slot back; one that is free already stays so and 0 is returned. 0x1205 for 0xFFFFFFFF, 0x1805 out of range.
 inline std::uint32_t qlix_comm_liststack_free(qlix_comm_liststack* stack, std::uint32_t slot) {
   using namespace qlix_comm_detail;
-  if (stack == nullptr || slot >= stack->capacity - 1) [[unlikely]] {
-    return report_liststack_free(stack, slot);
+  if (stack == nullptr || slot >= stack->capacity - 1 || stack->head == LISTSTACK_NONE ||
+      stack->behind[slot + 1].next != LISTSTACK_IN_USE) [[unlikely]] {
+    return liststack_free_rare(stack, slot);
   }
-  qlix_comm_liststack_entry& entry = stack->entries[slot + 1];
-  if (entry.next != LISTSTACK_IN_USE) {
-    return QLIX_COMM_OK;
-  }
-  entry.next = stack->head;
-  if (stack->head == LISTSTACK_NONE) [[unlikely]] {
-    entry.next = LISTSTACK_CHAIN_END;
-  }
+  stack->behind[slot + 1].next = stack->head;
   stack->head = slot + 1;
-  ++stack->free_num;
-  --stack->used_num;
+  liststack_count(stack, 0 - LISTSTACK_TAKEN);
   return QLIX_COMM_OK;
 }
