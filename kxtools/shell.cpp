@@ -12,6 +12,7 @@
 #include "common/report.h"
 #include "common/unique_fd.h"
 #include "kxtools/cmd.h"
+#include "terminal_guard.h"
 
 namespace {
 
@@ -35,6 +36,11 @@ struct line_deleter {
   }
 };
 using line_owner = std::unique_ptr<char, line_deleter>;
+
+line_owner line_read() {
+  const kxtools_terminal_guard guard;
+  return line_owner(linenoise(kxtools_prompt_get()));
+}
 
 void cmd_completion(const char* buffer, linenoiseCompletions* completions) {
   std::string suffix;
@@ -166,7 +172,7 @@ int32_t kxtools_shell_run() {
   while (shell.running) {
     // The line editor writes past the stream's buffer.
     fflush(stdout);
-    const line_owner line(linenoise(kxtools_prompt_get()));
+    const line_owner line = line_read();
     if (line == nullptr) {
       break;
     }

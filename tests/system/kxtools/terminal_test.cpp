@@ -119,6 +119,29 @@ TEST_F(Terminal, ATerminalThatCanDoNothingStillHasAShell) {
   EXPECT_THAT(result.out, Not(HasSubstr("\x1b")));
 }
 
+TEST(TerminalMode, IsGivenBackWhenTheToolIsEndedAtItsPrompt) {
+  struct {
+    std::string behind;
+    const char* status;
+  } cases[] = {
+      {"| head -7", "status 0"},
+      {"& until stty -a | grep -q -- -icanon; do sleep 0.01; done; kill $!; wait $!", "status 143"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.behind);
+    kx_system::Command command = kx_system::script("exec 3<&0; $KXTOOL <&3 " + c.behind + "; echo status $?; stty -a");
+    command.terminal = true;
+    kx_system::Process process(command);
+    process.send("0\r");
+    bool ended = false;
+    for (int i = 0; i < 100 && !ended; ++i) {
+      process.send("\r");  // one of the prompts has no reader
+      ended = process.expect(c.status, kx_system::milliseconds(100));
+    }
+    EXPECT_TRUE(process.expect(" icanon")) << process.output();
+  }
+}
+
 // Lengths of the mappings of BAR 0 in a process.
 std::vector<uint64_t> bar_mappings(pid_t pid) {
   std::vector<uint64_t> lengths;
