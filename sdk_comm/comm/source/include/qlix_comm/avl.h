@@ -89,7 +89,10 @@ std::uint32_t ic_comm_avl_get_last_node(const qlix_comm_avl* tree, qlix_comm_dou
 /// The next node in key order, null after the last. It follows the order list and asks for the nodes that come soon:
 /// the list names one at a time, the tree more, and those of a large tree do not lie in the cache.
 inline qlix_comm_avl_node* qlix_comm_avl_next(const qlix_comm_avl_node* node) {
+  const qlix_comm_avl_node* const ahead = node->right != nullptr ? node->right : node;
   qlix_comm_detail::record_prefetch(node->right, sizeof *node);
+  qlix_comm_detail::record_prefetch(ahead->left, sizeof *node);
+  qlix_comm_detail::record_prefetch(ahead->right, sizeof *node);
   if (node->order.next == nullptr) {
     return nullptr;
   }

@@ -93,7 +93,10 @@ std::uint32_t qlix_comm_rb_get_last_key(const qlix_comm_rb* tree, void* key);
 /// The next node in key order, null after the last. It follows the order list and asks for the nodes that come soon:
 /// the list names one at a time, the tree more, and those of a large tree do not lie in the cache.
 inline qlix_comm_rb_node* qlix_comm_rb_next(const qlix_comm_rb_node* node) {
+  const qlix_comm_rb_node* const ahead = node->right != nullptr ? node->right : node;
   qlix_comm_detail::record_prefetch(node->right, sizeof *node);
+  qlix_comm_detail::record_prefetch(ahead->left, sizeof *node);
+  qlix_comm_detail::record_prefetch(ahead->right, sizeof *node);
   qlix_comm_detail::record_prefetch(node->parent, sizeof *node);
   auto* const next = reinterpret_cast<qlix_comm_rb_node*>(node->order.next);
   if (next != nullptr) {
