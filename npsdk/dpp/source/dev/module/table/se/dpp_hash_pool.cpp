@@ -16,6 +16,10 @@ constexpr uint32_t FIRST_ROOM = 8;  // slabs that the first list of them has roo
 constexpr uint32_t NONE = 0;
 
 static_assert(sizeof(qlix_comm_rb_node) == CACHE_LINE);
+// All entries that have a place at once, and one more that looks for it, have a number.
+static_assert((DPP_HASH_DDR_ITEMS_MAX + DPP_HASH_ZCELL_NUM * DPP_HASH_ITEM_NUM + DPP_HASH_ZBLOCK_NUM) *
+                  DPP_HASH_QUARTERS <
+              DPP_HASH_NUMBERS - 2);
 
 /// Makes room in the list of slabs for one more.
 bool list_grow(dpp_hash_pool* pool) {
@@ -93,7 +97,7 @@ dpp_hash_entry* dpp_hash_pool_take(dpp_hash_pool* pool) {
   }
   dpp_hash_entry* entry = dpp_hash_pool_entry(*pool, number);
   qlix_comm_rb_node* node = dpp_hash_pool_node(*pool, number);
-  entry->number = number & ((1u << 26) - 1);
+  entry->number = number & (DPP_HASH_NUMBERS - 1);
   *node = {};
   node->key = entry->order;
   // The next ones, mostly, for the next call.
