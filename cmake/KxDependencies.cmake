@@ -24,15 +24,25 @@ add_library(kx_readline INTERFACE)
 target_include_directories(kx_readline SYSTEM INTERFACE ${READLINE_INCLUDE_DIR})
 target_link_libraries(kx_readline INTERFACE ${READLINE_LIBRARY})
 
-# linenoise: the source that Debian's nim package installs, and not a library, because it is compiled with our terminal.
+# linenoise: the source that Debian's nim package installs, compiled with our terminal; without it an installed library,
+# on which lines that are typed ahead or pasted are lost.
 find_path(LINENOISE_SOURCE_DIR linenoise.c PATHS /usr/lib/nim/lib/wrappers/linenoise
           /usr/share/nim/lib/wrappers/linenoise NO_DEFAULT_PATH)
-if(NOT LINENOISE_SOURCE_DIR)
-  kx_missing("linenoise" nim)
+if(LINENOISE_SOURCE_DIR)
+  add_library(kx_linenoise STATIC ${LINENOISE_SOURCE_DIR}/linenoise.c)
+  target_include_directories(kx_linenoise SYSTEM PUBLIC ${LINENOISE_SOURCE_DIR})
+  target_compile_options(kx_linenoise PRIVATE
+    -w "SHELL:-include \"${PROJECT_SOURCE_DIR}/kxtools/linenoise_terminal.h\"")
+else()
+  find_path(LINENOISE_INCLUDE_DIR linenoise.h)
+  find_library(LINENOISE_LIBRARY linenoise)
+  if(NOT LINENOISE_INCLUDE_DIR OR NOT LINENOISE_LIBRARY)
+    kx_missing("linenoise" nim)
+  endif()
+  add_library(kx_linenoise INTERFACE)
+  target_include_directories(kx_linenoise SYSTEM INTERFACE ${LINENOISE_INCLUDE_DIR})
+  target_link_libraries(kx_linenoise INTERFACE ${LINENOISE_LIBRARY})
 endif()
-add_library(kx_linenoise STATIC ${LINENOISE_SOURCE_DIR}/linenoise.c)
-target_include_directories(kx_linenoise SYSTEM PUBLIC ${LINENOISE_SOURCE_DIR})
-target_compile_options(kx_linenoise PRIVATE -w "SHELL:-include \"${PROJECT_SOURCE_DIR}/kxtools/linenoise_terminal.h\"")
 
 if(KX_TESTS)
   find_package(GTest QUIET)
