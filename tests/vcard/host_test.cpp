@@ -90,7 +90,7 @@ TEST(Host, AnOrdinaryUserCanRunIt) {
     }
     execl(KX_SYSTEM_KXVCARD, "kxvcard", "--", "/bin/sh", "-c",
           VCARD_PROBE
-          " ioctl eth0 1 39 0f000000 29 , bar 0000:3b:00.0 , mailbox 39 0000000000000000 |"
+          " ioctl eth0 1 39 0f000000 29 , bar 0000:3b:00.0 , mailbox 7 39 0000000000000000 |"
           " grep -q header=08 && touch /tmp/kxtool/x",
           nullptr);
     _exit(1);

@@ -16,21 +16,21 @@ struct Exchange {
 TEST(MailboxWire, AnswersInTheRequestSlot) {
   const Exchange exchanges[] = {
       // Valid cleared, ack set, ids echoed, length and payload of the reply.
-      {"{}", "bar 0000:3b:00.0 , mailbox 39 0000000078563412",
+      {"{}", "bar 0000:3b:00.0 , mailbox 7 39 0000000078563412",
        "bar size=0x4000000\nmailbox header=080027000800070000000000 payload=0000000078563412\n"},
-      {R"({"bar0": {"layout_byte": 2}})", "bar 0000:3b:00.1 , mailbox 33 01000000",
+      {R"({"bar0": {"layout_byte": 2}})", "bar 0000:3b:00.1 , mailbox 7 33 01000000",
        "bar size=0x4000000\nmailbox header=080021001000070000000000 payload=000000000100000000f0f00000100000\n"},
       {R"({"faults": {"mailbox": {"requests": [{"event_id": 33, "count": 1, "never_answers": true}]}}})",
-       "bar 0000:3b:00.0 , mailbox 33 01 , mailbox 33 01",
+       "bar 0000:3b:00.0 , mailbox_silence 7 33 01 , mailbox 8 33 01",
        "bar size=0x4000000\nmailbox time out\n"
-       "mailbox header=080021001000070000000000 payload=000000000100000000f0f00000100000\n"},
+       "mailbox header=080021001000080000000000 payload=000000000100000000f0f00000100000\n"},
       {R"({"faults": {"mailbox": {"requests": [{"message_id": 9, "length": 12, "no_ack": true}]}}})",
-       "bar 0000:3b:00.0 , mailbox 39 0000000000000000",
+       "bar 0000:3b:00.0 , mailbox 7 39 0000000000000000",
        "bar size=0x4000000\nmailbox header=000027000c00090000000000 payload=000000000000000000000000\n"},
       // Nobody listens, or the processor says so: the request stays where it is.
-      {"{}", "bar 0000:3b:00.0 , mailbox 12 00", "bar size=0x4000000\nmailbox time out\n"},
+      {"{}", "bar 0000:3b:00.0 , mailbox_silence 7 12 00", "bar size=0x4000000\nmailbox time out\n"},
       {R"({"faults": {"processor": {"requests": [{"op_code": 0, "never_answers": true}]}}})",
-       "bar 0000:3b:00.0 , mailbox 39 0000000000000000", "bar size=0x4000000\nmailbox time out\n"},
+       "bar 0000:3b:00.0 , mailbox_silence 7 39 0000000000000000", "bar size=0x4000000\nmailbox time out\n"},
       // The BAR ends before the mailbox.
       {R"({"bar0": {"size": 65536}})", "bar 0000:3b:00.0 , peek 0x5408", "bar size=0x10000\npeek 0x00000002\n"},
   };
@@ -45,7 +45,7 @@ TEST(MailboxWire, AnswersInTheRequestSlot) {
 TEST(MailboxWire, NoticesComeOneAtATimeInOrder) {
   kx_system::Result result =
       kx_system::run({.card = R"({"notices": [{"payload": "01000000aa"}, {"payload": "0b000000", "event_id": 40}]})",
-                      .words = kx_system::words_of("bar 0000:3b:00.0 , mailbox 39 0000000000000000 , slot_notice , "
+                      .words = kx_system::words_of("bar 0000:3b:00.0 , mailbox 7 39 0000000000000000 , slot_notice , "
                                                    "slot_notice , sleep 50"),
                       .program = VCARD_PROBE});
   EXPECT_EQ(result.out,

@@ -5,7 +5,8 @@
 //   thread_ioctl ..., child_ioctl ...                   the same from a second thread, from a forked child
 //   socket, bind PORT|self, family NAME, notice         a generic netlink socket, its port, a family, the next notice
 //   bar ADDRESS, peek OFFSET                            BAR 0 of a function, mapped
-//   mailbox EVENT PAYLOAD, slot_notice                  one request through the mailbox; the next notice there
+//   mailbox ID EVENT PAYLOAD, slot_notice               one request through the mailbox; the next notice there
+//   mailbox_silence ID EVENT PAYLOAD                    one request that is taken back without an answer
 //   config ADDRESS OFFSET                               a word of configuration space
 //   sleep MILLISECONDS
 
@@ -43,6 +44,10 @@ Bytes bytes_of(const std::string& text) {
     bytes.push_back(static_cast<uint8_t>(std::stoul(text.substr(i, 2), nullptr, 16)));
   }
   return bytes;
+}
+
+uint32_t number(const std::string& word) {
+  return static_cast<uint32_t>(std::stoul(word, nullptr, 0));
 }
 
 std::string text_of(const uint8_t* data, size_t size) {
@@ -199,25 +204,27 @@ bool valid_becomes(size_t slot, uint32_t wanted, int limit_ms) {
   return false;
 }
 
-void step_mailbox(const Words& words) {
-  size_t slot = mailbox_area();
-  Bytes payload = bytes_of(words[2]);
+void mailbox_send(size_t slot, uint32_t message_id, uint32_t event_id, Bytes payload) {
   uint16_t length = static_cast<uint16_t>(payload.size());
   payload.resize((payload.size() + 3) / 4 * 4);
-  bar_write(slot, static_cast<uint32_t>(std::stoul(words[1]) << 16));
-  bar_write(slot + 4, 0x00070000u | length);
+  bar_write(slot, event_id << 16);
+  bar_write(slot + 4, message_id << 16 | length);
   bar_write(slot + 8, 0);
   for (size_t i = 0; i < payload.size(); i += 4) {
     bar_write(slot + 12 + i, get<uint32_t>(&payload[i]));
   }
   bar_write(slot, bar_read(slot) | 1);
-  if (!valid_becomes(slot, 0, 150)) {
+}
+
+void mailbox_request(const Words& words, int limit_ms) {
+  size_t slot = mailbox_area();
+  mailbox_send(slot, number(words.at(1)), number(words.at(2)), bytes_of(words.at(3)));
+  if (valid_becomes(slot, 0, limit_ms)) {
+    printf("mailbox %s\n", slot_text(slot).c_str());
+  } else {
     bar_write(slot, bar_read(slot) & ~1u);
     printf("mailbox time out\n");
-    usleep(1000);
-    return;
   }
-  printf("mailbox %s\n", slot_text(slot).c_str());
 }
 
 void step_slot_notice(const Words&) {
@@ -239,10 +246,6 @@ void step_config(const Words& words) {
   printf("config length=%zd value=0x%08x\n", length, value);
 }
 
-size_t number(const std::string& word) {
-  return std::stoul(word, nullptr, 0);
-}
-
 struct {
   const char* name;
   void (*run)(const Words& words);
@@ -260,7 +263,8 @@ struct {
     {"notice", step_notice},
     {"bar", step_bar},
     {"peek", [](const Words& words) { printf("peek 0x%08x\n", bar_read(number(words[1]))); }},
-    {"mailbox", step_mailbox},
+    {"mailbox", [](const Words& words) { mailbox_request(words, 10000); }},
+    {"mailbox_silence", [](const Words& words) { mailbox_request(words, 150); }},
     {"slot_notice", step_slot_notice},
     {"config", step_config},
     {"sleep", [](const Words& words) { usleep(static_cast<useconds_t>(number(words[1]) * 1000)); }},

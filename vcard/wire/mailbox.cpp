@@ -88,15 +88,16 @@ bool Mailbox::poll() {
 
 bool Mailbox::take_request() {
   size_t slot = area() + request_slot;
-  if ((card_.bar0().read32(slot) & valid_flag) == 0) {
-    request_ignored_ = false;
+  Bytes header = read_slot(slot, payload_offset);
+  if ((header[0] & valid_flag) == 0) {
+    ignored_header_.clear();
     return false;
   }
-  if (request_ignored_) {
-    // Keep looking often: the tool may take it back and send another one soon.
+  // Keep looking often: the tool may take a request back and send another one between two looks. The valid bit goes
+  // first and comes last, so a header that reads the same twice is whole.
+  if (header == ignored_header_ || header != read_slot(slot, payload_offset)) {
     return true;
   }
-  Bytes header = read_slot(slot, payload_offset);
   uint16_t event_id = get_le<uint16_t>(header, 2);
   uint16_t length = get_le<uint16_t>(header, 4);
   Bytes payload = read_slot(slot + payload_offset, std::min<size_t>(length, payload_max));
@@ -114,7 +115,7 @@ bool Mailbox::take_request() {
   int32_t result = card_.processor().handle(event_id, payload, reply);
   if (result != 0 || (fault != nullptr && fault->never_answers)) {
     card_.log().line("mailbox_silent result=%d", result == no_answer ? 0 : result);
-    request_ignored_ = true;
+    ignored_header_ = header;
     return true;
   }
   answer(fault, header, reply);

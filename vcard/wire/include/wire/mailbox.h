@@ -38,7 +38,7 @@ class Mailbox {
   Card& card_;
   std::vector<Fault> faults_;
   uint8_t notice_flags_;
-  bool request_ignored_ = false;
+  Bytes ignored_header_;  // of the request that stays without an answer; empty: none
   bool notice_out_ = false;
   bool attached_ = false;
 };
