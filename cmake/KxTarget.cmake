@@ -61,13 +61,10 @@ if(KX_TESTS)
   target_precompile_headers(kx_test_headers PRIVATE <gtest/gtest.h>)
 endif()
 
-# kx_test(<name> SOURCES <file>... [LINKS <target>...] [DEPENDS <target>...] [TIMEOUT <seconds>] [LABELS <label>...])
+# kx_test(<name> SOURCES <file>... [LINKS <target>...] [DEPENDS <target>...] [LABELS <label>...])
 # A GoogleTest program registered with CTest as one test. Private headers of a tested folder are reached with INCLUDES.
 function(kx_test name)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINKS;INCLUDES;DEPENDS;LABELS" ${ARGN})
-  if(NOT ARG_TIMEOUT)
-    set(ARG_TIMEOUT 120)
-  endif()
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;INCLUDES;DEPENDS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   target_include_directories(${name} PRIVATE ${ARG_INCLUDES})
@@ -83,7 +80,7 @@ function(kx_test name)
   add_test(NAME ${name} COMMAND ${name})
   # 77 is the exit status of a program that skipped everything, for example system tests on a host that forbids the
   # techniques kxvcard needs.
-  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}" SKIP_RETURN_CODE 77)
+  set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" SKIP_RETURN_CODE 77)
 endfunction()
 
 # kx_bench(<name> SOURCES <file>... [LINKS <target>...])
