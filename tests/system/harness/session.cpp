@@ -34,7 +34,7 @@ Session run(const std::string& card, const std::vector<std::string>& lines, bool
   }
   input += marker(lines.size()) + "\nquit\n";
   Session session;
-  session.result = kx_system::run({.card = card, .input = input, .time_limit = kx_system::milliseconds(100000)});
+  session.result = kx_system::run({.card = card, .input = input});
   std::string rest = session.result.out;
   session.before = cut_to(&rest, marker(0) + ": No such command for kxtools!\n");
   for (size_t i = 0; i < lines.size(); ++i) {

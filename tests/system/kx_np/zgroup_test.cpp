@@ -15,7 +15,6 @@ TEST(KxnpZgroup, BothZgroupChecksPassEveryZblock) {
                "kxnp diag_dpp_se_zgroup_check 0 0\n"
                "kxnp diag_dpp_se_zgroup_check_rd_only 0 4\n"
                "quit\n",
-      .time_limit = kx_system::milliseconds(240000),
   });
   EXPECT_EQ(result.status, 0);
   for (const char* zblock : {"zblock 00: OK,", "zblock 07: OK,"}) {

@@ -12,23 +12,19 @@ TEST(SlowMailbox, ACardThatNeverAnswersEndsTheCommandWithSix) {
   const auto result =
       check({R"({"faults": {"mailbox": {"requests": [{"never_answers": true}]}}})", "fwupdate 0000:3b:00.0 p", 6,
              "\033[31mmsg_chan_err: [slot_exchange][#]BAR MSG ERR: msg_id: 0 time out.\033[m\n"
-             "BAR MSG SEND ERR:ret 6 !\n"},
-            {.time_limit = kx_system::milliseconds(60000)});
+             "BAR MSG SEND ERR:ret 6 !\n"});
 }
 
 TEST(SlowReceiver, AFamilyThatDoesNotExistEndsTheCommand) {
   check({R"({"faults": {"netlink": {"family": "unknown"}}})", "sn_info eth0 sn_info", 1,
          "kxtools_err: [tarn_genl_get_family_id][#] ans.nlh.nlmsg_type=2, error!\n"
          "kxtools_err: [tarn_tools_netlink_recv_msg][#] Get family_id of generic netlink failed, family_id=-1!\n"
-         "mts_err: [tarn_tools_netlink_start][#]wait_recv_ready_time = 20001\n"},
-        {.time_limit = kx_system::milliseconds(60000)});
+         "mts_err: [tarn_tools_netlink_start][#]wait_recv_ready_time = 20001\n"});
 }
 
 TEST(SlowLock, ASecondToolGivesUpAfterAMinute) {
-  kx_system::Command command = kx_system::script(
-      "flock /tmp/kxtool/kxts_lock_eth0 sleep 150 & sleep 0.3; $KXTOOL sn_info eth0 sn_info; echo status $?; kill $!");
-  command.time_limit = kx_system::milliseconds(140000);
-  const auto result = kx_system::run(command);
+  const auto result = kx_system::run(kx_system::script(
+      "flock /tmp/kxtool/kxts_lock_eth0 sleep 150 & sleep 0.3; $KXTOOL sn_info eth0 sn_info; echo status $?; kill $!"));
   EXPECT_EQ(result.out, "status 1\n");
   EXPECT_TRUE(result.log_of("ioctl").empty());
 }

@@ -49,7 +49,6 @@ struct Command {
   std::string state = {};               // kept folder of kxvcard (--state), "" for none
   std::string program = KX_SYSTEM_KXTOOL;
   std::vector<std::string> environment = {};  // "NAME=value" on top of this process's own
-  milliseconds time_limit{30000};
 };
 
 struct Result {
@@ -80,13 +79,13 @@ class Process {
   /// Types `text` on the terminal, or writes it to standard input while that is open.
   void send(std::string_view text);
   /// Waits until `text` appears on standard output behind the last match. False at the time limit.
-  bool expect(std::string_view text, milliseconds limit = milliseconds(10000));
+  bool expect(std::string_view text, milliseconds limit = milliseconds(60000));
   /// What standard output has brought so far.
   const std::string& output() const {
     return result_.out;
   }
   /// Waits until some line of the request log holds `text`. False at the time limit.
-  bool expect_log(std::string_view text, milliseconds limit = milliseconds(10000));
+  bool expect_log(std::string_view text, milliseconds limit = milliseconds(60000));
 
   /// The processes of the tool under this virtual card, oldest first.
   std::vector<pid_t> tools() const;
@@ -107,7 +106,6 @@ class Process {
 
   Folder folder_;
   std::string program_;
-  milliseconds time_limit_;
   pid_t pid_ = -1;
   int input_ = -1;  // the same as output_ on a terminal
   int output_ = -1;
