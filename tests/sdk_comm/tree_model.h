@@ -42,8 +42,8 @@ struct AvlTraits {
   static std::uint32_t find(const Tree* tree, const void* key, void* out) {
     return qlix_comm_avl_find(tree, key, out);
   }
-  static std::uint32_t slot(const Node* node) {
-    return node->slot;
+  static std::uint32_t slot(const Tree* tree, const Node* node) {
+    return qlix_comm_avl_node_slot(tree, node);
   }
   static Node* next(const Node* node) {
     return qlix_comm_avl_next(node);
@@ -101,7 +101,7 @@ struct RbTraits {
   static std::uint32_t find(const Tree* tree, const void* key, void* out) {
     return qlix_comm_rb_search(tree, key, out);
   }
-  static std::uint32_t slot(const Node* node) {
+  static std::uint32_t slot(const Tree*, const Node* node) {
     return node->slot_colour >> 2;
   }
   static Node* next(const Node* node) {
@@ -231,7 +231,7 @@ class ModelledTree {
       ASSERT_EQ(link->prev, prev);
       ASSERT_EQ(Key(static_cast<const char*>(node->key), size_), expected->first);
       if (max_ != 0) {
-        ASSERT_EQ(Traits::slot(node), expected->second.slot);
+        ASSERT_EQ(Traits::slot(&tree_, node), expected->second.slot);
         ASSERT_EQ(node, &tree_.node_pool[expected->second.slot]);
       }
       ASSERT_EQ(Traits::next(node), link->next != nullptr ? link->next->data : nullptr);

@@ -33,22 +33,8 @@ std::uint32_t pool_init(qlix_comm_avl* tree) {
 // Walks down to `key`; `walk` as in tree_descend.
 template <class Walk>
 Walk descend(const qlix_comm_avl* tree, const void* key, Walk walk) {
-  if (tree->dynamic != 0) {
-    // All of a node is asked for: what comes in or leaves also looks at the nodes beside its way and at the order list.
-    return tree_head_descend(tree, key, walk, [](const node_t* child) { record_prefetch(child, sizeof *child); });
-  }
-  return tree_with_key(key, tree->key_len, tree->cmp, [tree, walk](const auto& sought) {
-    const auto compare = [&sought](const node_t* node, bool& to_right) { return sought.equals(node->key, to_right); };
-    // The key, whose place follows from its node's, is asked for together with it.
-    const auto prefetch = [tree](const node_t* child) {
-      const auto node = reinterpret_cast<std::uintptr_t>(child);
-      const std::uintptr_t slot = (node - reinterpret_cast<std::uintptr_t>(tree->node_pool)) / sizeof(node_t);
-      tree_prefetch(node);
-      tree_prefetch(node + offsetof(node_t, right));
-      tree_prefetch(reinterpret_cast<std::uintptr_t>(tree->key_pool) + slot * tree->key_len);
-    };
-    return tree_descend(tree->root, walk, compare, prefetch);
-  });
+  // All of a node is asked for: what comes in or leaves also looks at the nodes beside its way and at the order list.
+  return tree_head_descend(tree, key, walk, [](const node_t* child) { record_prefetch(child, sizeof *child); });
 }
 
 node_t* node_find(const qlix_comm_avl* tree, const void* key) {
@@ -204,7 +190,8 @@ void neighbours_prefetch(const qlix_comm_avl* tree, const node_t* node) {
   }
   tree_prefetch(reinterpret_cast<std::uintptr_t>(node->order.prev) - offsetof(node_t, order));
   if (tree->dynamic == 0) {
-    tree_prefetch(reinterpret_cast<std::uintptr_t>(tree->slot_stack->entries + node->slot + 1));
+    tree_prefetch(
+        reinterpret_cast<std::uintptr_t>(tree->slot_stack->entries + qlix_comm_avl_node_slot(tree, node) + 1));
   }
 }
 
@@ -229,9 +216,7 @@ void leaf_make(qlix_comm_avl* tree, node_t* node) {
   node->right = nullptr;
   node->height = 1;
   node->order.data = node;
-  if (tree->dynamic != 0) {
-    tree_head_admit(tree, node);
-  }
+  tree_head_admit(tree, node);
 }
 
 // Hangs a node behind the last one. What becomes too high on the edge is so to the right of its right child, and one
@@ -274,7 +259,6 @@ std::uint32_t slot_fill(qlix_comm_avl* tree, const void* key, node_t** node, std
   }
   *node = &tree->node_pool[*slot];
   (*node)->key = memcpy(tree->key_pool + key_begin, key, tree->key_len);
-  (*node)->slot = *slot;
   return QLIX_COMM_OK;
 }
 
@@ -331,7 +315,7 @@ void result_set(const qlix_comm_avl* tree, node_t* node, void* out) {
   if (tree->dynamic != 0) {
     *static_cast<node_t**>(out) = node;
   } else {
-    *static_cast<std::uint32_t*>(out) = node->slot;
+    *static_cast<std::uint32_t*>(out) = qlix_comm_avl_node_slot(tree, node);
   }
 }
 
@@ -408,7 +392,7 @@ std::uint32_t qlix_comm_avl_insert(qlix_comm_avl* tree, void* key_or_node, std::
   if (at.existing != nullptr) {
     QLIX_COMM_TRACE_INFO("\n qlix_comm_avl_insert: the key is there already \n");
     if (out != nullptr) {
-      *out = dynamic ? 0 : at.existing->slot;
+      *out = dynamic ? 0 : qlix_comm_avl_node_slot(tree, at.existing);
     }
     return QLIX_COMM_AVL_KEY_EXISTS;
   }
@@ -445,7 +429,8 @@ std::uint32_t qlix_comm_avl_remove(qlix_comm_avl* tree, const void* key, void* o
   node->height = 0;
   if (tree->dynamic == 0) {
     memset(node->key, 0, tree->key_len);
-    QLIX_COMM_CHECK_RC(qlix_comm_liststack_free(tree->slot_stack, node->slot), "qlix_comm_liststack_free");
+    QLIX_COMM_CHECK_RC(qlix_comm_liststack_free(tree->slot_stack, qlix_comm_avl_node_slot(tree, node)),
+                       "qlix_comm_liststack_free");
   }
   return QLIX_COMM_OK;
 }

@@ -1,6 +1,5 @@
-// Four bytes of each key in its node, common to the trees whose nodes lie in the callers' records and to the red-black
-// pools. They are the first that differ within the tree, as a number: most steps down a tree are decided by them,
-// without a look at the key, which lies on another cache line.
+// Four bytes of each key in its node, common to both trees. They are the first that differ within the tree, as a
+// number: most steps down a tree are decided by them, without a look at the key, which lies on another cache line.
 #pragma once
 
 #include <algorithm>

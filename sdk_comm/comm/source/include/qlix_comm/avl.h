@@ -5,8 +5,8 @@
 // key that a node points to must stay as it is while the node is linked.
 //
 // Keys under the default compare are compared without a call: as big-endian words of the kind that their length allows
-// (1 to 3, 4 to 8, more bytes), which order as memcmp does. In dynamic mode four bytes of the key also stand in the
-// node, as in the red-black tree. Keys that come in ascending order are appended, and keys that leave or are asked for
+// (1 to 3, 4 to 8, more bytes), which order as memcmp does. Four bytes of the key also stand in the node, as in the
+// red-black tree. Keys that come in ascending order are appended, and keys that leave or are asked for
 // in ascending order are found, without comparisons on the way down. A compare hook of the caller is called once for
 // each step.
 //
@@ -26,13 +26,11 @@ inline constexpr std::uint32_t QLIX_COMM_AVL_DEPTH_MAX = 41;
 /// Compares two keys of `key_len` bytes: negative, 0 or positive.
 using qlix_comm_avl_cmp = std::int32_t (*)(const void* key_a, const void* key_b, std::uint32_t key_len);
 
+/// A pool's node has no field for its slot: that is its place in the pool (qlix_comm_avl_node_slot).
 struct qlix_comm_avl_node {
   void* key;
-  union {
-    std::uint32_t slot;      ///< static mode
-    std::uint32_t key_head;  ///< dynamic mode: four bytes of the key as a number; kept by the tree
-  };
-  std::int32_t height;  ///< 1 for a leaf
+  std::uint32_t key_head;  ///< four bytes of the key as a number; kept by the tree
+  std::int32_t height;     ///< 1 for a leaf
   qlix_comm_avl_node* left;
   qlix_comm_avl_node* right;
   qlix_comm_double_link_node order;  ///< data = this node
@@ -51,11 +49,16 @@ struct qlix_comm_avl {
   qlix_comm_liststack* slot_stack;  ///< static mode
   std::uint32_t dynamic;            ///< 1 in dynamic mode
   std::uint32_t inited;
-  std::uint32_t head_at;                              ///< dynamic mode: where in a key its head stands
-  mutable qlix_comm_avl_node* found;                  ///< what the last search found
+  std::uint32_t head_at;              ///< where in a key its head stands: before that all keys of the tree are the same
+  mutable qlix_comm_avl_node* found;  ///< what the last search found
   mutable qlix_comm_avl_node* awaited;                ///< the node behind it, while keys are asked for in order
   qlix_comm_avl_node* edge[QLIX_COMM_AVL_DEPTH_MAX];  ///< from the root to the largest node
 };
+
+/// Slot of a node of a static tree.
+inline std::uint32_t qlix_comm_avl_node_slot(const qlix_comm_avl* tree, const qlix_comm_avl_node* node) {
+  return static_cast<std::uint32_t>(node - tree->node_pool);
+}
 
 /// Prepares a record that is all zero; a null cmp selects byte-wise comparison, as memcmp. A record initialised before
 /// prints a line and stays as it is, 0. key_len 0: 0x1902; a key pool above 32 bits: 0x1205; no memory: 0x1201 or the
