@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <set>
-#include <vector>
 
+#include "large_pages.h"
 #include "qlix_comm/avl.h"
 #include "qlix_comm/rb.h"
 
@@ -17,7 +17,7 @@ template <std::size_t SIZE>
 using KeyBytes = std::array<std::uint8_t, SIZE>;
 
 template <std::size_t SIZE>
-using Keys = std::vector<KeyBytes<SIZE>>;
+using Keys = LargePageVector<KeyBytes<SIZE>>;
 
 template <std::size_t SIZE>
 struct KeyLess {
@@ -36,6 +36,7 @@ inline void must(bool holds) {
 struct AvlFunctions {
   using Tree = qlix_comm_avl;
   using Node = qlix_comm_avl_node;
+  static constexpr std::size_t alignment = alignof(Node);
   static constexpr auto init = qlix_comm_avl_init;
   static constexpr auto insert = qlix_comm_avl_insert;
   static constexpr auto find = qlix_comm_avl_find;
@@ -47,6 +48,7 @@ struct AvlFunctions {
 struct RbFunctions {
   using Tree = qlix_comm_rb;
   using Node = qlix_comm_rb_node;
+  static constexpr std::size_t alignment = 64;
   static constexpr auto init = qlix_comm_rb_init;
   static constexpr auto insert = qlix_comm_rb_insert;
   static constexpr auto find = qlix_comm_rb_search;
@@ -67,48 +69,46 @@ std::uint64_t keys_sum(const typename Functions::Tree& tree) {
   return sum;
 }
 
-/// Node mode: records of the caller, each a node and its key.
+/// Node mode: nodes and keys of the caller, laid out as the hash tables do: each kind in an array of its own, and a
+/// red-black node, which is as large as a cache line, on a line of its own.
 template <class Functions, std::size_t SIZE>
 class NodeTree {
  public:
-  explicit NodeTree(const Keys<SIZE>& keys) : keys_(keys), records_(keys.size()) {
+  explicit NodeTree(const Keys<SIZE>& keys) : asked_(keys), keys_(keys), nodes_(keys.size()) {
     must(Functions::init(&tree_, 0, SIZE, nullptr) == 0);
     for (std::size_t i = 0; i < keys.size(); ++i) {
-      records_[i].key = keys[i];
-      records_[i].node.key = records_[i].key.data();
+      nodes_[i].key = keys_[i].data();
     }
   }
   void insert(std::size_t i) {
     if constexpr (std::is_same_v<Functions, AvlFunctions>) {
-      must(Functions::insert(&tree_, &records_[i].node, nullptr) == 0);
+      must(Functions::insert(&tree_, &nodes_[i], nullptr) == 0);
     } else {
       typename Functions::Node* out;
-      must(Functions::insert(&tree_, &records_[i].node, &out) == 0);
+      must(Functions::insert(&tree_, &nodes_[i], &out) == 0);
     }
   }
   void search(std::size_t i) {
     typename Functions::Node* out;
-    Functions::find(&tree_, keys_[i].data(), &out);
-    must(out == &records_[i].node);
+    Functions::find(&tree_, asked_[i].data(), &out);
+    must(out == &nodes_[i]);
   }
   void remove(std::size_t i) {
     typename Functions::Node* out;
-    must(Functions::remove(&tree_, keys_[i].data(), &out) == 0);
+    must(Functions::remove(&tree_, asked_[i].data(), &out) == 0);
   }
   std::uint64_t walk() const {
     return keys_sum<Functions>(tree_);
   }
   static std::size_t entry_size() {
-    return sizeof(Record);
+    return sizeof(Node) + SIZE;
   }
 
  private:
-  struct Record {
-    typename Functions::Node node;
-    KeyBytes<SIZE> key;
-  };
-  const Keys<SIZE>& keys_;
-  std::vector<Record> records_;
+  struct alignas(Functions::alignment) Node : Functions::Node {};
+  const Keys<SIZE>& asked_;
+  Keys<SIZE> keys_;  // those that the nodes point to
+  LargePageVector<Node> nodes_;
   typename Functions::Tree tree_{};
 };
 
@@ -194,7 +194,7 @@ class IntrusiveTree {
     }
   };
   const Keys<SIZE>& keys_;
-  std::vector<Record> records_;
+  LargePageVector<Record> records_;
   Set<Record, boost::intrusive::key_of_value<KeyOf>, boost::intrusive::compare<KeyLess<SIZE>>> set_;
 };
 

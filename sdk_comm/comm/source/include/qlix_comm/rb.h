@@ -27,7 +27,8 @@ inline constexpr std::uint32_t QLIX_COMM_RB_BLACK = 2;
 using qlix_comm_rb_cmp = std::int32_t (*)(const void* key_a, const void* key_b, std::uint32_t key_size);
 
 /// The list node comes first: what releases a list's nodes (qlix_comm_dlink_release) releases whole records. What a
-/// search reads follows it, so that in a pool both share a cache line.
+/// search reads follows it, so that in a pool both share a cache line. A node is 64 bytes: a caller of many keeps them
+/// in an array that begins on a cache line, and their keys elsewhere, so that a step down waits for one line.
 struct qlix_comm_rb_node {
   qlix_comm_double_link_node order;  ///< data = this node
   std::uint32_t slot_colour;         ///< slot number in bits 31..2, colour in bits 1..0 (1 red, 2 black, 0 cleared)
