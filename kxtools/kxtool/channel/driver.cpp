@@ -75,7 +75,7 @@ int32_t kxtool_drv_version_check(kxtool_device* device) {
     return -3;
   }
   if (status.flag == 0) {
-    kx_print("Warning: No driver compatibility information available!\n");
+    KXTOOLS_ERR("Warning: No driver compatibility information available!\n");
     driver_compat = {};
   }
   return driver_compat_check(driver_compat);

@@ -42,7 +42,7 @@ TEST(Driver, BringUpFailuresEndTheCommand) {
       {driver_compat(R"("tool_minor": 1)"), SN, 1, compat + "tool tool_minor:0 is lower than drv:1!\n" + version},
       {driver_compat(R"("drv_minor": 255)"), SN, 0, "sn=KX2601A00042\n"},
       {driver_compat(R"("present": false)"), SN, 0,
-       "Warning: No driver compatibility information available!\nsn=KX2601A00042\n"},
+       check_fn + "Warning: No driver compatibility information available!\nsn=KX2601A00042\n"},
       {driver_fault(R"("type": 6, "errno": 25)"), SN, 1, check_fn + "ioctl error, ret = -1!\n" + version},
       {R"({"functions": {"0000:3b:00.0": {"driver": "other"}}})", SN, 1,
        check_fn + "ioctl error, ret = -1!\n" + version},
