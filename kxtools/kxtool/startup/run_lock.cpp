@@ -16,7 +16,7 @@ namespace {
 
 constexpr const char* KXTS_LOCK_PATH = "/tmp/kxtool";
 constexpr mode_t LOCK_MODE = 0777;
-constexpr int LOCK_NAME_CHARS = 7;  // so many characters of the device word are part of the lock's name
+constexpr int LOCK_NAME_CHARS = 7;  // so many characters of the device are part of the lock's name
 constexpr uint32_t LOCK_TRIES = 60000;
 constexpr useconds_t LOCK_WAIT_US = 1000;
 
@@ -44,7 +44,9 @@ void report_failure(const kx_shared_file& file, const char* path) {
 
 int kxtool_flock_lock(const kxtool_device& device) {
   char name[32];
-  snprintf(name, sizeof name, "kxts_lock_%.*s", LOCK_NAME_CHARS, device.name);
+  // An address has one text, however it was typed.
+  snprintf(name, sizeof name, "kxts_lock_%.*s", LOCK_NAME_CHARS,
+           device.access_mode == KXTOOL_ACCESS_BDF ? device.sbdf_text : device.name);
   kx_shared_file file = kx_shared_file_open(KXTS_LOCK_PATH, name, O_RDWR | O_CREAT, LOCK_MODE, LOCK_MODE);
   if (!file.fd) {
     char path[64];
@@ -59,6 +61,7 @@ int kxtool_flock_lock(const kxtool_device& device) {
     }
     usleep(LOCK_WAIT_US);
   }
+  KXTOOLS_ERR("device %s is still in use by another kxtool command!\n", device.name);
   return -1;
 }
 

@@ -7,5 +7,5 @@
 inline constexpr int KXTOOL_LOCK_TAKEN = 2;
 
 /// Takes the lock of the device, waiting up to a minute for another process that holds it. Returns KXTOOL_LOCK_TAKEN,
-/// or -1 (after a message unless the minute passed).
+/// or -1 with a message.
 int kxtool_flock_lock(const kxtool_device& device);

@@ -180,7 +180,7 @@ TEST_F(RunLock, IsNamedByTheFirstSevenCharactersOfTheDevice) {
   check({function(R"("interface": "enp59s0f0np0")"), "sn_info enp59s0f0np0 sn_info", 0, "sn=KX2601A00042\n"},
         {.state = state()});
   EXPECT_EQ(access((locks() + "/kxts_lock_enp59s0").c_str(), F_OK), 0);
-  kx_system::run({.words = {"fwupdate", "0000:3b:00.1", "p"}, .state = state()});
+  kx_system::run({.words = {"fwupdate", "0:3B:00.1", "p"}, .state = state()});
   struct stat info = {};
   ASSERT_EQ(stat((locks() + "/kxts_lock_0000:3b").c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 07777, 0777u);
