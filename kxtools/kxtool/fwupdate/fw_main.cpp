@@ -25,10 +25,13 @@ void sleep_us(uint32_t microseconds) {
   usleep(microseconds);
 }
 
-// The mailbox ends the process when an exchange fails: the log and the user still hear what is left.
+// The mailbox ends the process when an exchange fails: the log and the user still hear what is left, unless only the
+// statistics of an update that succeeded are.
 void on_channel_exit(int status) {
   FW_ERR("the channel to the card failed, exit status %d\n", status);
-  fw_flash_report(*fw_update_get(), "failed");
+  if (kxtool_fw_fsm_get() != FW_STATE_FINISHED) {
+    fw_flash_report(*fw_update_get(), "failed");
+  }
 }
 
 [[noreturn]] void leave(kxtool_device* device, int status) {

@@ -60,8 +60,8 @@ int32_t kxtool_kx_pkg_info_send(fw_update* update) {
     return -1;
   }
   update->image = 0;
-  kxtool_fw_fsm_set(FW_STATE_ERASE);
-  return 0;
+  // A notice may have failed the update meanwhile.
+  return fw_fsm_advance(FW_STATE_WAIT, FW_STATE_ERASE) ? 0 : -1;
 }
 
 int32_t kxtool_fw_end_req(fw_update* update) {

@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include "fw_interrupt.h"
+#include "fwupdate/fwupdate.h"
 #include "update_fixture.h"
 
 namespace {
@@ -404,6 +405,25 @@ TEST_F(Update, InterruptSaysWhatTheFlashHolds) {
     EXPECT_EQ(sent_.back()[0], test.request) << "another request followed the interrupt";
   }
   fw_interrupt_install();
+}
+
+// The card gives up while it still answers the package header.
+TEST_F(Update, FailureReportedDuringTheHeaderEndsTheUpdate) {
+  package_file::file package;
+  make_one_partition(&package);
+  plug("{}");
+  before_request_ = [](const bytes& request) {
+    if (request[0] == 19) {
+      bytes notice(16);
+      notice[12] = 23;
+      notice[13] = 12;
+      mts_fwupdate_recv_cb(notice.data(), static_cast<uint32_t>(notice.size()));
+    }
+  };
+  const outcome result = run(package);
+  EXPECT_EQ(result.status, 7);
+  EXPECT_THAT(result.log, HasSubstr("sys failed umount failed"));
+  EXPECT_TRUE(requests(0x20).empty());
 }
 
 TEST_F(Update, QueriesPrintTheirAnswer) {

@@ -78,6 +78,17 @@ TEST(FirmwareUpdateFault, ByAddress) {
   }
 }
 
+TEST(FirmwareUpdateFault, LostStatisticsOfAWrittenUpdateAreNoFailedUpdate) {
+  const Workplace work;
+  const Result result = kx_system::run(
+      work.by_address(card_with(R"({"mailbox": {"requests": [{"event_id": 27, "from": 12, "length": 41}]}})")));
+  EXPECT_EQ(result.status, 12) << result.out;
+  EXPECT_THAT(result.out, HasSubstr("write success"));
+  EXPECT_THAT(work.log(), HasSubstr("the channel to the card failed, exit status 12"));
+  EXPECT_EQ(result.err, "");
+  EXPECT_TRUE(work.flash_holds_package());
+}
+
 TEST(FirmwareUpdateFault, RefusalEndsWithItsOwnStatusAndLeavesTheLockFree) {
   const Workplace work;
   const Result result = kx_system::run({.card = R"({"update": {"authorises": false}})",
