@@ -1,7 +1,6 @@
 #include "fw_message.h"
 
 #include <algorithm>
-#include <csignal>
 #include <cstring>
 
 #include "channel/bar_channel.h"
@@ -47,7 +46,7 @@ int32_t kxtool_fw_msg_send_sync(kxtool_device* device, const void* payload, uint
 int32_t fw_request_send(fw_update* update, std::span<const uint8_t> request, std::span<uint8_t> reply,
                         uint16_t reply_min) {
   std::ranges::fill(reply, uint8_t{0});
-  const kx_signal_hold hold(SIGINT);
+  const kx_signal_hold hold;
   uint16_t reply_len = static_cast<uint16_t>(reply.size());
   if (update->send(update->device, request.data(), static_cast<uint16_t>(request.size()), reply.data(), &reply_len) !=
       0) {

@@ -72,6 +72,39 @@ INSTANTIATE_TEST_SUITE_P(
                    "interrupted: all images are written and verified, but the card has not finished: "}),
     [](const testing::TestParamInfo<break_case>& test) { return test.param.name; });
 
+TEST(FirmwareUpdateSignals, EndTheUpdateLikeControlCUnlessTheyAreIgnored) {
+  struct {
+    int signal;
+    bool ignored;  // as by nohup
+  } const cases[] = {{SIGTERM, false}, {SIGHUP, false}, {SIGHUP, true}};
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.signal);
+    const Workplace work;
+    const auto former = signal(test.signal, test.ignored ? SIG_IGN : SIG_DFL);
+    Process update(work.by_name(SLOW_CARD));
+    signal(test.signal, former);
+    ASSERT_TRUE(update.expect_log("payload=20"));
+    const std::vector<pid_t> tools = update.tools();
+    ASSERT_EQ(tools.size(), 2u);
+    kill(tools.back(), test.signal);
+    const Result result = update.wait();
+    EXPECT_EQ(result.status, test.ignored ? 0 : 130) << result.out;
+    EXPECT_EQ(work.flash_holds_package(), test.ignored);
+    EXPECT_EQ(work.log().find("image 1 of 2 is being erased") == std::string::npos, test.ignored);
+  }
+}
+
+TEST(FirmwareUpdateSignals, ReaderThatGoesAwayDoesNotEndTheUpdate) {
+  const Workplace work;
+  kx_system::Command command =
+      kx_system::script("{ $KXTOOL fwupdate eth0 " + work.package + "; echo status $? >&2; } | head -n 1", SLOW_CARD);
+  command.state = work.folder.path();
+  const Result result = kx_system::run(command);
+  EXPECT_EQ(result.out, "image 1/2 erasing\n");
+  EXPECT_THAT(result.err, HasSubstr("status 1\n")) << "what was printed is lost";
+  EXPECT_TRUE(work.flash_holds_package());
+}
+
 TEST(FirmwareUpdateTerminal, ControlCEndsTheUpdateWith130) {
   const Workplace work;
   kx_system::Command command = work.by_name(R"({"update": {"erase_ms": 10000}})");  // ends long before
