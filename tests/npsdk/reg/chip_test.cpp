@@ -92,6 +92,9 @@ TEST(Channel, AnswersSoftInterruptsWithoutHardware) {
   const uint32_t reads = memory().reads;
   EXPECT_EQ(dpp_dev_read_channel(0, 0x3000, 1, &word), 0u);
   EXPECT_EQ(word, 9u);
+  uint32_t wide[3] = {1, 2, 3};
+  EXPECT_EQ(dpp_dev_read_channel(0, 0x3000, 3, wide), 0u);
+  EXPECT_EQ(std::vector<uint32_t>(wide, wide + 3), (std::vector<uint32_t>{9, 0, 0})) << "nothing of the caller's";
   EXPECT_EQ(memory().reads, reads);
   dpp_dev_soft_int_clear(0);
   EXPECT_EQ(dpp_dev_read_channel(0, 0x3000, 1, &word), 0u);

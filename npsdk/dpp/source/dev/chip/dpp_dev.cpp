@@ -1,5 +1,6 @@
 #include "dpp_chip/dpp_dev.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "dpp_dev_internal.h"
@@ -191,6 +192,7 @@ uint32_t dpp_dev_read_channel(uint32_t dev_id, uint32_t addr, uint32_t word_coun
     uint32_t found = 0;
     if (dpp_dev_soft_int_search(dev_id, addr, &value, &found) == QLIX_COMM_OK && found != 0) {
       QLIX_COMM_TRACE_DEBUG("Search done,Addr = %d, Value = %d!\n", addr, value);
+      std::fill_n(data, word_count, 0u);
       *data = value;
       return QLIX_COMM_OK;
     }

@@ -74,7 +74,7 @@ uint32_t dpp_dev_set_np_addr(uint32_t dev_id, uint64_t pcie_addr);
 
 // The channels: every register access of the driver ends in one of these two. A missing device or an unknown access
 // type prints a line and returns 1; otherwise the hook's own code comes back. A read whose address has a soft-interrupt
-// value (see below) is answered from there.
+// value (see below) is answered from there, words after the first with 0.
 uint32_t dpp_dev_write_channel(uint32_t dev_id, uint32_t addr, uint32_t word_count, const uint32_t* data);
 uint32_t dpp_dev_read_channel(uint32_t dev_id, uint32_t addr, uint32_t word_count, uint32_t* data);
 
