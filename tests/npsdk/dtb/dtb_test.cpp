@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "dpp_chip/dpp_dev_mutex.h"
+#include "dpp_chip/dpp_dev_value.h"
 #include "dpp_dtb/dpp_dtb_cfg.h"
 #include "dpp_dtb/dpp_dtb_mem.h"
 #include "fake_chip.h"
@@ -406,7 +407,9 @@ TEST_F(Dtb, HugePageServesOneQueue) {
   const uint32_t data[] = {1, 2};
   EXPECT_EQ(dpp_dtb_tab_down_info_set(DEV, queue, 0, 8, data, &item), 0u);
   EXPECT_EQ(chip.bells.back().bus, bus);
+  dpp_dev_vport_set(DEV, 0x801);  // the queue is the vport's that took it
   EXPECT_EQ(host_dtb_huge_mem_release(DEV), 0u);
+  dpp_dev_vport_set(DEV, 0);
   EXPECT_EQ(dpp_dev_get_dma_phy_addr(DEV), 0u);
   EXPECT_EQ(dpp_dtb_tab_down_info_set(DEV, queue, 0, 8, data, &item), 0xD0Bu);
 }

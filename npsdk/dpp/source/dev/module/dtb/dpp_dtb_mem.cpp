@@ -93,6 +93,7 @@ class huge_page {
 struct host_queue {
   huge_page page;
   uint32_t queue_id = 0;
+  uint32_t vport = 0;  ///< who took the queue; the device's may have changed when it goes back
 };
 
 /// Used by the thread that sets the device up. The pages are given back when the process ends, by the system.
@@ -131,7 +132,8 @@ uint32_t host_dtb_huge_mem_init(uint32_t dev_id) {
   }
   uint32_t rc = dpp_dtb_mgr_create(dev_id);
   if (rc == QLIX_COMM_OK) {
-    rc = dpp_dtb_queue_requst(dev_id, host_vport(dev_id), &host->queue_id);
+    host->vport = host_vport(dev_id);
+    rc = dpp_dtb_queue_requst(dev_id, host->vport, &host->queue_id);
   }
   if (rc != QLIX_COMM_OK) {
     host->page.release();
@@ -167,7 +169,7 @@ uint32_t host_dtb_huge_mem_release(uint32_t dev_id) {
   if (!host->page.held()) {
     return QLIX_COMM_OK;
   }
-  const uint32_t rc = dpp_dtb_queue_release(dev_id, host_vport(dev_id), host->queue_id);
+  const uint32_t rc = dpp_dtb_queue_release(dev_id, host->vport, host->queue_id);
   if (dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id); dev != nullptr) {
     dev->dma_vir_addr = 0;
     dev->dma_phy_addr = 0;
