@@ -47,9 +47,10 @@ std::uint32_t qlix_comm_indexfill_insert(qlix_comm_indexfill* fill, std::uint32_
 ///   0  u32 number of runs        4  u32 key_size + 8        8  u32 total
 ///   12 for each run, in key order: start u32, count u32, key (key_size bytes)
 std::uint32_t qlix_comm_indexfill_store(const qlix_comm_indexfill* fill, std::uint32_t* size, std::uint8_t** blob);
-/// Initialises `fill` (a record that is all zero) from a blob and inserts its runs in order; the first code that is not
-/// 0 is returned, with the runs before it in place. The blob carries no length: the caller vouches that it is as long
-/// as its own header says (12 + runs * (key_size + 8) bytes). `reserved` takes no part.
+/// Initialises `fill` from a blob, unless it is initialised already, and inserts the blob's runs in order. The first
+/// code that is not 0 is returned: the runs before it are taken back, and a record that this call initialised is all
+/// zero again. The blob carries no length: the caller vouches that it is as long as its own header says (12 + runs *
+/// (key_size + 8) bytes). `reserved` takes no part.
 std::uint32_t qlix_comm_indexfill_recovery(qlix_comm_indexfill* fill, std::uint32_t reserved, const std::uint8_t* blob,
                                            qlix_comm_rb_cmp cmp, qlix_comm_indexfill_move move);
 
