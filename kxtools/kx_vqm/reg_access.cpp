@@ -88,6 +88,7 @@ uint32_t vqm_new_get() {
 
 int32_t kxvqm_dev_init() {
   uint32_t version = 0;
+  vqm_new = 0;  // what the card bound before had does not hold for this one
   if (read_val_from_kx(VQM_WINDOWS.bar_addr, &version) != 0) {
     kx_print("REG_READ_32 failed!\n");
     return -1;

@@ -83,6 +83,15 @@ TEST(Vqm, ChoosesTheLayoutByTheVersion) {
   }
 }
 
+// A version that cannot be read is none: what the card before had says nothing of this one.
+TEST(Vqm, AFailedBindKeepsNoLayout) {
+  const auto result =
+      kx_system::run({.card = R"({"faults": {"tunnel": {"transfers": [{"from": 2, "count": 1, "flag_stuck": true}]}}})",
+                      .input = "0\nsbdf\n0\nkxvqm qfc sys_clk\nquit\n"});
+  EXPECT_THAT(result.out, HasSubstr("\nREG_READ_32 failed!\n"));
+  EXPECT_THAT(result.log_of("card_read"), testing::Contains("card_read address=0x6208004008 value=0x00000000"));
+}
+
 // A 16-bit register leaves the other half of its word alone; a 64-bit register is written low word first.
 TEST(Vqm, WritesRegistersOfEveryWidth) {
   const auto session = session::run(
