@@ -85,10 +85,12 @@ TEST_F(Bridge, RefusesWhatItCannotCall) {
   ctx.cmd = &entry;
   ctx.argc = 1;
   EXPECT_EQ(kxnp_dpp_cmd_exec(&ctx), -1);
+  EXPECT_EQ(kxnp_mcode_drop_stat(nullptr), -1);
   EXPECT_EQ(without_line_numbers(testing::internal::GetCapturedStdout()),
             "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx is NULL\n"
             "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx is NULL\n"
-            "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx->arg_info.argp is NULL\n");
+            "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx->arg_info.argp is NULL\n"
+            "kxtools_err: [kxnp_mcode_drop_stat][#] ctx is NULL\n");
 }
 
 // 199 characters are what is left of a longer text, so the driver's own limit of 255 is never met from here.
