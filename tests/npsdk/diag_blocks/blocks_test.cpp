@@ -19,8 +19,10 @@ TEST_F(CommandsOnCard, TrafficManagerQueuesShowWhatTheyHold) {
   ASSERT_EQ(dpp_reg_write(0, DPP_REG_ETM_CRDT_WEIGHT, 0, 511, weight), 0u);
   EXPECT_TRUE(holds(text("diag_dpp_tm_crdt_sch", {0, 511}), ": 0x00000028"));
   EXPECT_TRUE(holds(text("diag_dpp_tm_cgavd_itmd", {0, 7}), "queue_id-007 itmd_len: 0x00000000 queue_th: 0x00001000"));
-  insert(R"({"registers": {"0x1040f8": 5, "0x103000": 1}})");
-  EXPECT_TRUE(holds(text("diag_dpp_tm_detail", {0}), "port_id-046 olif_out: 0x00000005\n"));
+  insert(R"({"registers": {"0x104010": 7, "0x1040f8": 5, "0x103000": 1}})");
+  const std::string detail = text("diag_dpp_tm_detail", {0});
+  EXPECT_TRUE(holds(detail, "port_id-046 olif_out: 0x00000005\n"));
+  EXPECT_TRUE(holds(detail, "port_id-063 olif_out: 0x00000000\ntotal       olif_out: 0x00000007\n"));
   EXPECT_TRUE(
       holds(text("diag_dpp_tm_health_check", {0}), "TM: 3 items, 1 errors, 0 not ready, 0 busy: NOT HEALTHY\n"));
 }
