@@ -38,6 +38,7 @@ const command_case functions[] = {
     {"diag_dpp_ppu_sdt_tbl_prt", {{0, 5}, {0, 255}}},
     {"diag_dpp_mcode_version", {}},
     {"diag_dpp_mcode_feature_prt", {{0, 5}}},
+    {"dpp_regs_print", {{0, 4439}, {0, 4439}}},
     {"clear_dpp", {}},
     {"clear_dpp_se", {}},
     {"mcode_cap_pktrx_print", {}},
@@ -130,7 +131,6 @@ std::vector<command_case> sheet_rows() {
   std::set<std::string> others = {
       "diag_dpp_sdk_version",   "diag_dpp_comm_set_print_level",  // take no device
       "dpp_dtb_prt_enable",     "dpp_dtb_prt_disable",           "dpp_se_tlb_help", "dpp_kshell",
-      "dpp_regs_print",          // its ranges are the register printer's
       "host_dtb_huge_mem_init",  // takes a page of this machine
   };
   for (const command_case& c : functions) {
@@ -180,6 +180,7 @@ class Commands : public CommandsOnCard {
       accesses = 0;
       const run_result refusal = command(c.name.c_str(), words);
       EXPECT_EQ(refusal.code, out_of_range) << "word " << place << refusal.out;
+      EXPECT_TRUE(holds(refusal.out, " INVALID] [min=0x"));
       EXPECT_TRUE(holds(refusal.out, "! FUNCTION :" + c.name + " !\n"));
       // Where the counters end is read from the card.
       const bool reads_limit = c.name.find("_stat_smmu") != std::string::npos && place == 2;
@@ -207,6 +208,26 @@ TEST_F(Commands, RangesAreTakenFromEndToEndAndCheckedBeforeTheCardIsTouched) {
     }
   }
   EXPECT_EQ(command("host_dtb_huge_mem_init", {16}).code, out_of_range);
+}
+
+// However many helpers lie between: the user finds the name of the command in the line.
+TEST_F(Commands, FailedAccessNamesTheCommand) {
+  const std::vector<command_case> rows = sheet_rows();
+  refuses = true;
+  for (const auto& list : {std::span<const command_case>(functions), std::span<const command_case>(rows)}) {
+    for (const command_case& c : list) {
+      std::vector<uint32_t> words = {0};
+      for (const range& r : c.ranges) {
+        words.push_back(r.last);
+      }
+      const run_result result = command(c.name.c_str(), words);
+      if (accesses != 0) {
+        EXPECT_NE(result.code, 0u) << c.name;
+        EXPECT_TRUE(holds(result.out, "] !-- " + c.name + " Call "));
+      }
+      accesses = 0;
+    }
+  }
 }
 
 // No command may hang or run away; what goes through a window fails with the code of the window.

@@ -26,6 +26,7 @@ class OnVirtualCard : public testing::Test {
   void TearDown() override {
     the_card = nullptr;
     dead = false;
+    refuses = false;
     stuck_word = no_word;
   }
   /// Another card, with this section of its card file.
@@ -46,6 +47,7 @@ class OnVirtualCard : public testing::Test {
   static constexpr uint32_t no_word = 1;
   static inline uint32_t accesses = 0;
   static inline bool dead = false;              // every read is all ones
+  static inline bool refuses = false;           // every access fails with code 1
   static inline uint32_t stuck_word = no_word;  // the lowest bit of the word at this offset reads 1
   std::unique_ptr<vcard::CardFile> file_;
 
@@ -55,14 +57,14 @@ class OnVirtualCard : public testing::Test {
     for (uint32_t i = 0; i < word_count; ++i, ++accesses) {
       the_card->memory().write(np_base + addr + 4 * i, data[i]);
     }
-    return 0;
+    return refuses ? 1 : 0;
   }
   static uint32_t card_read(uint32_t, uint32_t addr, uint32_t word_count, uint32_t* data) {
     for (uint32_t i = 0; i < word_count; ++i, ++accesses) {
       data[i] = dead ? UINT32_MAX : the_card->memory().read(np_base + addr + 4 * i);
       data[i] |= addr + 4 * i == stuck_word ? 1 : 0;
     }
-    return 0;
+    return refuses ? 1 : 0;
   }
 
   static inline vcard::Card* the_card = nullptr;

@@ -73,15 +73,18 @@ uint32_t capture_print(uint32_t dev_id, const capture_block& block) {
 
 uint32_t mcode_cap_pktrx_print(uint32_t dev_id) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  return capture_print(dev_id, pktrx_capture);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, capture_print(dev_id, pktrx_capture), "capture_print");
+  return QLIX_COMM_OK;
 }
 
 uint32_t mcode_cap_pbu_print(uint32_t dev_id) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  return capture_print(dev_id, pbu_capture);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, capture_print(dev_id, pbu_capture), "capture_print");
+  return QLIX_COMM_OK;
 }
 
 uint32_t mcode_cap_odma_print(uint32_t dev_id) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  return capture_print(dev_id, odma_capture);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, capture_print(dev_id, odma_capture), "capture_print");
+  return QLIX_COMM_OK;
 }

@@ -23,6 +23,11 @@ uint32_t row_call(const DppCmdEntry& self, const DppCmdArgs& args) {
   return dpp_row_run(place_of(self), {args.value, args.num}, verdicts);
 }
 
+uint32_t call_end(const DppCmdEntry& self, uint32_t code, const char* callee) {
+  const bool good = code == QLIX_COMM_OK;
+  return good ? code : qlix_comm_detail::report_call({__FILE_NAME__, __LINE__, self.name}, code, callee);
+}
+
 // dev_id, then the indexes of the instance that the register has.
 uint32_t register_print_call(const DppCmdEntry& self, const DppCmdArgs& args) {
   const dpp_reg_info& info = *dpp_reg_info_get(dpp_cmd_records[place_of(self)].index);
@@ -37,12 +42,12 @@ uint32_t register_print_call(const DppCmdEntry& self, const DppCmdArgs& args) {
     return qlix_comm_detail::report_range({__FILE_NAME__, __LINE__, self.name}, QLIX_COMM_OUT_OF_RANGE, n, 0,
                                           info.n_size - 1);
   }
-  return dpp_reg_fields_print(args.value[0], info.reg_no, m, n);
+  return call_end(self, dpp_reg_fields_print(args.value[0], info.reg_no, m, n), "dpp_reg_fields_print");
 }
 
 uint32_t register_dump_call(const DppCmdEntry& self, const DppCmdArgs& args) {
   const uint32_t reg_no = dpp_cmd_records[place_of(self)].index;
-  return dpp_regs_dump(args.value[0], reg_no, reg_no);
+  return call_end(self, dpp_regs_dump(args.value[0], reg_no, reg_no), "dpp_regs_dump");
 }
 
 dpp_cmd_func func_of(const dpp_cmd_record& record) {

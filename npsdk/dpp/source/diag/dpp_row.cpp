@@ -316,11 +316,12 @@ class row_runner {
     DppCmdArgs args;
     args.num = step.value_num;
     std::transform(values, values + step.value_num, args.value, [](uint64_t v) { return static_cast<uint32_t>(v); });
-    if (dpp_cmd_records[step.text].kind == static_cast<uint32_t>(dpp_cmd_kind::row)) {
-      return dpp_row_run(step.text, {args.value, args.num}, verdicts_, depth_ + 1);
-    }
     const DppCmdEntry* entry = dpp_cmd_get(step.text);
-    return entry->func(*entry, args);
+    const bool is_row = dpp_cmd_records[step.text].kind == static_cast<uint32_t>(dpp_cmd_kind::row);
+    return failed(
+        step,
+        is_row ? dpp_row_run(step.text, {args.value, args.num}, verdicts_, depth_ + 1) : entry->func(*entry, args),
+        entry->name);
   }
 
   const dpp_cmd_record& record_;

@@ -81,21 +81,24 @@ uint32_t diag_dpp_dtb_smmu1_read_128(uint32_t dev_id, uint32_t queue_id, uint32_
   DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, baddr, 0, DPP_DTB_DDR_BADDR_MAX);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_DDR_ROW_MAX);
-  return ddr_entry_prt(dev_id, queue_id, 0, baddr, index);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, ddr_entry_prt(dev_id, queue_id, 0, baddr, index), "ddr_entry_prt");
+  return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_dtb_smmu1_read_256(uint32_t dev_id, uint32_t queue_id, uint32_t baddr, uint32_t index) {
   DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, baddr, 0, DPP_DTB_DDR_BADDR_MAX);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_DDR_ROW_MAX >> 1);
-  return ddr_entry_prt(dev_id, queue_id, 1, baddr, index);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, ddr_entry_prt(dev_id, queue_id, 1, baddr, index), "ddr_entry_prt");
+  return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_dtb_smmu1_read_512(uint32_t dev_id, uint32_t queue_id, uint32_t baddr, uint32_t index) {
   DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, baddr, 0, DPP_DTB_DDR_BADDR_MAX);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_DDR_ROW_MAX >> rw_len_512);
-  return ddr_entry_prt(dev_id, queue_id, rw_len_512, baddr, index);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, ddr_entry_prt(dev_id, queue_id, rw_len_512, baddr, index), "ddr_entry_prt");
+  return QLIX_COMM_OK;
 }
 
 // ddr_mode is the width that is read (1: 128 bits, 2: 256, 3: 512), width_mode that of the table's entries (1: 256, 2:
@@ -109,7 +112,8 @@ uint32_t diag_dpp_dtb_ddr_dir_table_read(uint32_t dev_id, uint32_t queue_id, uin
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_DDR_ROW_MAX >> width_mode);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, offset, 0, (16u << width_mode) - 1);
   const uint32_t row = dpp_ddr_index_calc(index, width_mode, ddr_mode, offset);
-  return ddr_entry_prt(dev_id, queue_id, ddr_mode - 1, baddr, row);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, ddr_entry_prt(dev_id, queue_id, ddr_mode - 1, baddr, row), "ddr_entry_prt");
+  return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_dtb_stat_smmu0_read(uint32_t dev_id, uint32_t queue_id, uint32_t index) {
@@ -148,7 +152,10 @@ uint32_t diag_dpp_dtb_stat_smmu1_read(uint32_t dev_id, uint32_t queue_id, uint32
 uint32_t diag_dpp_dtb_se_alg_read512(uint32_t dev_id, uint32_t queue_id, uint32_t addr) {
   DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, alg_addr_max);
-  return zcam_item_prt(dev_id, queue_id, (addr & alg_register_bit) != 0 ? 0 : 1, addr & ~alg_register_bit);
+  QLIX_COMM_CHECK_DEV_RC(
+      dev_id, zcam_item_prt(dev_id, queue_id, (addr & alg_register_bit) != 0 ? 0 : 1, addr & ~alg_register_bit),
+      "zcam_item_prt");
+  return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_dtb_zcam_read(uint32_t dev_id, uint32_t queue_id, uint32_t zblock, uint32_t zcell, uint32_t index) {
@@ -156,7 +163,9 @@ uint32_t diag_dpp_dtb_zcam_read(uint32_t dev_id, uint32_t queue_id, uint32_t zbl
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, zblock, 0, zblock_max);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, zcell, 0, zcell_max);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, item_max);
-  return zcam_item_prt(dev_id, queue_id, 1, zblock << 11 | zcell << 9 | index);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, zcam_item_prt(dev_id, queue_id, 1, zblock << 11 | zcell << 9 | index),
+                         "zcam_item_prt");
+  return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_dtb_etcam_entry_read(uint32_t dev_id, uint32_t queue_id, uint32_t block, uint32_t row) {

@@ -238,7 +238,8 @@ uint32_t dpp_dtb_table_flush(uint32_t dev_id, uint32_t queue_id, uint32_t table,
   if (code != QLIX_COMM_OK) {
     QLIX_COMM_PRINT("%s: %s, 0x%x of 0x%x entries from 0x%x on are cleared\n", cleared.name,
                     code == DPP_RC_DIAG_INTERRUPTED ? "interrupted" : "stopped", block.written(), num, index);
-    return code;
+    return code == DPP_RC_DIAG_INTERRUPTED ? code
+                                           : qlix_comm_detail::report_call(QLIX_COMM_HERE, code, "entries_clear");
   }
   QLIX_COMM_PRINT("%s: entries 0x%x to 0x%x are cleared\n", cleared.name, index, index + num - 1);
   return QLIX_COMM_OK;

@@ -80,19 +80,24 @@ uint32_t diag_dpp_ppu_instr_prt(uint32_t dev_id, uint32_t cluster, uint32_t addr
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, instr_max);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, instr_num_max);
-  return dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_INSTR, 0, addr, std::min(num, instr_max - addr + 1));
+  QLIX_COMM_CHECK_DEV_RC(
+      dev_id, dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_INSTR, 0, addr, std::min(num, instr_max - addr + 1)),
+      "dpp_ppu_mem_prt");
+  return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_ppu_dup_tbl_prt(uint32_t dev_id, uint32_t cluster, uint32_t index) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, dup_max);
-  return dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_DUP, 0, index, 1);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_DUP, 0, index, 1), "dpp_ppu_mem_prt");
+  return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_ppu_sdt_tbl_prt(uint32_t dev_id, uint32_t cluster, uint32_t index) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, sdt_max);
-  return dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_SDT, 0, index, 1);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_SDT, 0, index, 1), "dpp_ppu_mem_prt");
+  return QLIX_COMM_OK;
 }

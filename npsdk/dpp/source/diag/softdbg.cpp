@@ -95,23 +95,27 @@ uint32_t dpp_softdbg_start(uint32_t dev_id, uint32_t cluster, uint32_t me_id, ui
   select[DPP_FIELD_PPU_CLS_DBG_ME_SEL_THREAD_SEL] = thread_id;
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_PPU_CLS_DBG_ME_SEL, 0, cluster, select),
                          "dpp_reg_write");
-  return move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_START, false);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_START, false), "move");
+  return QLIX_COMM_OK;
 }
 
 uint32_t dpp_softdbg_step_into(uint32_t dev_id, uint32_t cluster) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
-  return move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_STEP_INTO, true);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_STEP_INTO, true), "move");
+  return QLIX_COMM_OK;
 }
 
 uint32_t dpp_softdbg_step_over(uint32_t dev_id, uint32_t cluster) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
-  return move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_STEP_OVER, true);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_STEP_OVER, true), "move");
+  return QLIX_COMM_OK;
 }
 
 uint32_t dpp_softdbg_stop(uint32_t dev_id, uint32_t cluster) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
-  return move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_STOP, false);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_STOP, false), "move");
+  return QLIX_COMM_OK;
 }

@@ -21,7 +21,9 @@ uint32_t dpp_softdbg_mem_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, 
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, me_id, 0, DPP_PPU_ME_NUM - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, DPP_PPU_ADDR_MAX);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, std::min(line_num_max, DPP_PPU_ADDR_MAX - addr + 1));
-  return dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_ME_DATA, me_id, addr, num);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_ME_DATA, me_id, addr, num),
+                         "dpp_ppu_mem_prt");
+  return QLIX_COMM_OK;
 }
 
 uint32_t dpp_softdbg_reg_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t reg, uint32_t num) {
@@ -30,7 +32,9 @@ uint32_t dpp_softdbg_reg_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, 
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, me_id, 0, DPP_PPU_ME_NUM - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, reg, 0, me_reg_num - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, me_reg_num - reg);
-  return dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_ME_REG, me_id, reg, num);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_ME_REG, me_id, reg, num),
+                         "dpp_ppu_mem_prt");
+  return QLIX_COMM_OK;
 }
 
 // One instruction line at a time: what a debugger puts in place of one that it wants to see the other way.

@@ -45,25 +45,29 @@ uint32_t diag_dpp_stat_car_queue_cfg_prt(uint32_t dev_id, uint32_t car_type, uin
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, car_type, 0, type_max);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, flow_id, 0, index_max);
-  return entry_prt(dev_id, queue_memory, car_type, flow_id);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_prt(dev_id, queue_memory, car_type, flow_id), "entry_prt");
+  return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_stat_cara_pkt_queue_cfg_prt(uint32_t dev_id, uint32_t flow_id) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, flow_id, 0, index_max);
-  return entry_prt(dev_id, pkt_queue_memory, 0, flow_id);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_prt(dev_id, pkt_queue_memory, 0, flow_id), "entry_prt");
+  return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_stat_car_profile_cfg_prt(uint32_t dev_id, uint32_t car_type, uint32_t profile_id) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, car_type, 0, type_max);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, profile_id, 0, index_max);
-  return entry_prt(dev_id, profile_memory, car_type, profile_id);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_prt(dev_id, profile_memory, car_type, profile_id), "entry_prt");
+  return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_stat_car_queue_map_prt(uint32_t dev_id, uint32_t car_type, uint32_t flow_id) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, car_type, 0, type_max);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, flow_id, 0, index_max);
-  return entry_prt(dev_id, map_memory, car_type, flow_id);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_prt(dev_id, map_memory, car_type, flow_id), "entry_prt");
+  return QLIX_COMM_OK;
 }

@@ -82,6 +82,9 @@ bool has_instance(const dpp_reg_info& info, uint32_t m, uint32_t n) {
 #define DPP_REG_PRINT_CHECK(dev_id, reg_no)             \
   QLIX_COMM_CHECK_INDEX_UPPER(dev_id, DPP_DEV_MAX - 1); \
   QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1)
+#define DPP_REGS_DUMP_CHECK(dev_id, reg_first, reg_last) \
+  DPP_REG_PRINT_CHECK(dev_id, reg_first);                \
+  QLIX_COMM_CHECK_INDEX_UPPER(reg_last, DPP_REG_NUM - 1)
 
 uint32_t dpp_reg_info_prt(uint32_t reg_no, uint32_t m_offset, uint32_t n_offset) {
   QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1);
@@ -146,8 +149,6 @@ uint32_t dpp_reg_print_more(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset,
 namespace {
 
 uint32_t range_print(uint32_t dev_id, uint32_t reg_first, uint32_t reg_last, shape how) {
-  DPP_REG_PRINT_CHECK(dev_id, reg_first);
-  QLIX_COMM_CHECK_INDEX_UPPER(reg_last, DPP_REG_NUM - 1);
   for (uint32_t reg_no = reg_first; reg_no <= reg_last; ++reg_no) {
     title_print(dpp_reg_table[reg_no]);
     const uint32_t rc = register_print(dev_id, dpp_reg_table[reg_no], how);
@@ -159,8 +160,6 @@ uint32_t range_print(uint32_t dev_id, uint32_t reg_first, uint32_t reg_last, sha
 }
 
 uint32_t range_print_bymn(uint32_t dev_id, uint32_t reg_first, uint32_t reg_last, uint32_t m, uint32_t n, shape how) {
-  DPP_REG_PRINT_CHECK(dev_id, reg_first);
-  QLIX_COMM_CHECK_INDEX_UPPER(reg_last, DPP_REG_NUM - 1);
   for (uint32_t reg_no = reg_first; reg_no <= reg_last; ++reg_no) {
     const dpp_reg_info& info = dpp_reg_table[reg_no];
     if (!has_instance(info, m, n)) {
@@ -177,21 +176,29 @@ uint32_t range_print_bymn(uint32_t dev_id, uint32_t reg_first, uint32_t reg_last
 
 }  // namespace
 
+// A command of the tool: like all of them it tells both ends of a range.
 uint32_t dpp_regs_print(uint32_t dev_id, uint32_t reg_first, uint32_t reg_last) {
-  return range_print(dev_id, reg_first, reg_last, shape::fields);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, reg_first, 0, DPP_REG_NUM - 1);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, reg_last, 0, DPP_REG_NUM - 1);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, range_print(dev_id, reg_first, reg_last, shape::fields), "range_print");
+  return QLIX_COMM_OK;
 }
 
 uint32_t dpp_regs_dump(uint32_t dev_id, uint32_t reg_first, uint32_t reg_last) {
+  DPP_REGS_DUMP_CHECK(dev_id, reg_first, reg_last);
   return range_print(dev_id, reg_first, reg_last, shape::words);
 }
 
 uint32_t dpp_regs_dump_bymn(uint32_t dev_id, uint32_t reg_first, uint32_t reg_last, uint32_t m_offset,
                             uint32_t n_offset) {
+  DPP_REGS_DUMP_CHECK(dev_id, reg_first, reg_last);
   return range_print_bymn(dev_id, reg_first, reg_last, m_offset, n_offset, shape::words);
 }
 
 uint32_t dpp_regs_fields_dump_bymn(uint32_t dev_id, uint32_t reg_first, uint32_t reg_last, uint32_t m_offset,
                                    uint32_t n_offset) {
+  DPP_REGS_DUMP_CHECK(dev_id, reg_first, reg_last);
   return range_print_bymn(dev_id, reg_first, reg_last, m_offset, n_offset, shape::fields);
 }
 
