@@ -57,6 +57,16 @@ bool fields_split(std::string_view text, sbdf_fields* fields) {
   return true;
 }
 
+// A word that cannot be the name of an interface could lead to another folder: it has no file.
+kxtools_uevent_result interface_slot_read(const char* name, char (&slot)[SBDF_TEXT_LENGTH + 1]) {
+  if (!kxtools_is_interface_name(name)) {
+    return kxtools_uevent_result::no_file;
+  }
+  char path[64];
+  snprintf(path, sizeof path, "/sys/class/net/%s/device/uevent", name);
+  return kxtools_uevent_slot_read(path, slot);
+}
+
 }  // namespace
 
 int32_t pcie_sbdf_parse(kxtools_sbdf* sbdf, const char* text) {
@@ -95,16 +105,10 @@ int32_t kxtools_dev_name2bdf(const char* name, kxtools_sbdf* sbdf) {
   if (pcie_sbdf_parse(sbdf, name) == 0) {
     return 0;
   }
-  if (!kxtools_is_interface_name(name)) {
-    KXTOOLS_ERR("'%s' is neither a PCI address nor a network interface name\n", name);
-    return -1;
-  }
-  char path[64];
-  snprintf(path, sizeof path, "/sys/class/net/%s/device/uevent", name);
   char slot[SBDF_TEXT_LENGTH + 1] = {};
-  switch (kxtools_uevent_slot_read(path, slot)) {
+  switch (interface_slot_read(name, slot)) {
     case kxtools_uevent_result::no_file:
-      KXTOOLS_ERR("fopen %s failed\n", path);
+      KXTOOLS_ERR("fopen /sys/class/net/%s/device/uevent failed\n", name);
       return -1;
     case kxtools_uevent_result::no_slot:
       KXTOOLS_ERR("pci_bus_id is NULL\n");

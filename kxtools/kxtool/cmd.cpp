@@ -16,6 +16,20 @@ namespace {
 
 constexpr uint32_t WORDS_MAX = 50;
 constexpr uint32_t ARGC_LIMIT = 49;
+constexpr int STATUS_INTERRUPTED = 130;
+
+// Of a command that sets up no treatment of its own: it ends at once, and not with the status of a success.
+void on_interrupt(int) {
+  constexpr char LINE[] = "kxtool: interrupted\n";
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, LINE, sizeof LINE - 1);
+  _exit(STATUS_INTERRUPTED);
+}
+
+void child_interrupt_set() {
+  if (signal(SIGINT, on_interrupt) == SIG_IGN) {
+    signal(SIGINT, SIG_IGN);  // a job in the background stays deaf
+  }
+}
 
 [[noreturn]] void child_run(uint32_t count, char** words) {
   kxtools_child_input_detach();
@@ -29,7 +43,7 @@ int32_t child_wait(pid_t child) {
     done = waitpid(child, &status, 0);
   } while (done < 0 && errno == EINTR);
   signal(SIGINT, SIG_DFL);
-  if (done == child && WIFSIGNALED(status) && WTERMSIG(status) != SIGINT) {
+  if (done == child && WIFSIGNALED(status)) {
     KXTOOLS_ERR("the command was ended by signal %d\n", WTERMSIG(status));
   }
   return (status >> 8) & 0xFF;
@@ -57,6 +71,8 @@ int32_t kxtool_cmd(kxtools_cmd_context* ctx) {
     child = fork();
     if (child > 0) {
       signal(SIGINT, SIG_IGN);
+    } else if (child == 0) {
+      child_interrupt_set();
     }
   }
   if (child == 0) {

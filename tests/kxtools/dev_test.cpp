@@ -65,9 +65,9 @@ TEST(DeviceWord, IsCheckedBeforeItBuildsAPath) {
     kxtools_sbdf sbdf = 0;
     testing::internal::CaptureStdout();
     EXPECT_EQ(kxtools_dev_name2bdf(word, &sbdf), -1);
-    EXPECT_EQ(without_line_numbers(testing::internal::GetCapturedStdout()),
-              std::string("kxtools_err: [kxtools_dev_name2bdf][#] '") + word +
-                  "' is neither a PCI address nor a network interface name\n");
+    EXPECT_EQ(
+        without_line_numbers(testing::internal::GetCapturedStdout()),
+        std::string("kxtools_err: [kxtools_dev_name2bdf][#] fopen /sys/class/net/") + word + "/device/uevent failed\n");
   }
   EXPECT_TRUE(kxtools_is_interface_name("fifteen_letters"));
   EXPECT_TRUE(kxtools_is_interface_name("..."));

@@ -219,6 +219,17 @@ TEST(Child, ACommandThatIsKilledIsReported) {
   EXPECT_EQ(without_line_numbers(tool.wait().out), "kxtools_err: [child_wait][#] the command was ended by signal 9\n");
 }
 
+TEST(Child, AnInterruptIsNoSuccess) {
+  kx_system::Process tool({.card = HANGING_CARD, .words = {"sn_info", "eth0", "sn_info"}});
+  ASSERT_TRUE(tool.expect_log("payload=0f000000"));
+  for (const pid_t process : tool.tools()) {
+    ASSERT_EQ(kill(process, SIGINT), 0);
+  }
+  const kx_system::Result result = tool.wait();
+  EXPECT_EQ(result.status, 130);
+  EXPECT_EQ(result.err, "kxtool: interrupted\n");
+}
+
 TEST(Child, AForkThatFailsIsOneLineAndASuccess) {
   if (geteuid() != 0) {
     GTEST_SKIP() << "takes another user's process limit";

@@ -48,9 +48,9 @@ TEST(Line, IsRefusedBeforeItTouchesADevice) {
       {"{}", "su opsu", 255, "kxtool su opsu: No such command for kxtools!\n"},
       {"{}", "sn_info eth9 x", 255, name_error("fopen /sys/class/net/eth9/device/uevent failed")},
       {"{}", "sn_info lo x", 255, name_error("fopen /sys/class/net/lo/device/uevent failed")},
-      {"{}", "sn_info .. x", 255, name_error("'..' is neither a PCI address nor a network interface name")},
+      {"{}", "sn_info .. x", 255, name_error("fopen /sys/class/net/../device/uevent failed")},
       {"{}", "sn_info ../../class/net/eth0 x", 255,
-       name_error("'../../class/net/eth0' is neither a PCI address nor a network interface name")},
+       name_error("fopen /sys/class/net/../../class/net/eth0/device/uevent failed")},
       {"{}", "-v eth9", 255, name_error("fopen /sys/class/net/eth9/device/uevent failed")},
       {"{}", "sn_info 0000:3b:00.8 x", 255,
        "Max kx function is 7, Please check your sbdf!\n" +
