@@ -1,25 +1,17 @@
 #include "devmem_words.h"
 
-#include <charconv>
 #include <cinttypes>
 #include <cstring>
-#include <string_view>
 
 #include "common/report.h"
+#include "startup/exit.h"
 
 namespace {
 
-// Digits only, all of them: no sign, no blank, no octal.
-bool number_read(const char* word, uint64_t max, uint64_t* value) {
-  std::string_view text = word;
-  const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
-  text.remove_prefix(hexadecimal ? 2 : 0);
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), *value, hexadecimal ? 16 : 10);
-  if (error == std::errc() && end == text.data() + text.size() && *value <= max) {
-    return true;
-  }
-  KXTOOLS_ERR("'%s' is no number from 0 to 0x%" PRIx64 "\n", word, max);
-  return false;
+// Hexadecimal after 0x, else decimal: an address with a leading 0 is not octal.
+uint64_t number_get(const char* word, int64_t max) {
+  const bool hexadecimal = word[0] == '0' && (word[1] == 'x' || word[1] == 'X');
+  return static_cast<uint64_t>(kxtool_number_get(word, hexadecimal ? 16 : 10, 0, max));
 }
 
 bool multiple_of_4(const char* what, uint64_t value) {
@@ -69,13 +61,10 @@ bool devmem_words_parse(uint32_t count, const char* const* words, devmem_request
 }
 
 bool devmem_request_check(const kxtools_unit& unit, devmem_request* request) {
-  uint64_t offset = 0;
-  uint64_t length = 4;
-  uint64_t value = 0;
-  if (!number_read(request->address_word, UINT64_MAX, &offset) || !multiple_of_4("address", offset) ||
-      (request->length_word != nullptr &&
-       (!number_read(request->length_word, DEVMEM_LENGTH_MAX, &length) || !multiple_of_4("length", length))) ||
-      (request->value_word != nullptr && !number_read(request->value_word, UINT32_MAX, &value))) {
+  const uint64_t offset = number_get(request->address_word, INT64_MAX);
+  const uint64_t length = request->length_word != nullptr ? number_get(request->length_word, DEVMEM_LENGTH_MAX) : 4;
+  const uint64_t value = request->value_word != nullptr ? number_get(request->value_word, UINT32_MAX) : 0;
+  if (!multiple_of_4("address", offset) || !multiple_of_4("length", length)) {
     return false;
   }
   if (length == 0) {

@@ -21,5 +21,6 @@ struct devmem_request {
 bool devmem_words_parse(uint32_t count, const char* const* words, devmem_request* request);
 
 /// Reads the numbers and finds the place in card memory: hexadecimal after 0x, else decimal; multiples of 4; all bytes
-/// in one window of the unit. False with one line.
+/// in one window of the unit. False with one line; a word that is no number or one out of range is a bad-arguments
+/// exit.
 bool devmem_request_check(const kxtools_unit& unit, devmem_request* request);
