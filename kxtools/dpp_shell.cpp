@@ -1,5 +1,6 @@
 // dpp_shell [DEVICE]: the debug shell of the network-processor driver on the card to which DEVICE, an interface or a
 // PCI address, belongs; without it the user chooses from the list. Device 0 of the driver is that card.
+#include <cstdio>
 #include <cstring>
 
 #include "common/report.h"
@@ -24,6 +25,7 @@ int main(int argc, char** argv) {
     kx_print("usage: dpp_shell [DEVICE]\n");
     return kx_exit_status(asked ? 0 : STATUS_USAGE);
   }
+  setvbuf(stdin, nullptr, _IONBF, 0);  // the choice of the device leaves the lines behind it to the line editor
   kxtools_dev_pcie_ops_set(&PCIE_OPS);
   bool quit = false;
   if (kxtools_dev_info_init() != 0 || kxtools_dev_init(device, &quit) != 0) {

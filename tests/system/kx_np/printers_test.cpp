@@ -164,6 +164,7 @@ TEST(DppShell, RunsTheDriversCommandsOnTheCard) {
   EXPECT_THAT(result.out, HasSubstr("cpu_check_reg                           : 0xffffffff\n"));
   EXPECT_THAT(result.out, HasSubstr("dpp_debug_wr: more than 12 arguments\n"));
   EXPECT_THAT(result.out, testing::Not(HasSubstr("NP-SDK")));  // behind quit
+  EXPECT_THAT(kx_system::run({.input = "0\nversion\n", .program = KX_SYSTEM_DPP_SHELL}).out, HasSubstr("NP-SDK"));
   EXPECT_EQ(kx_system::run({.words = {"eth9"}, .program = KX_SYSTEM_DPP_SHELL}).status, 1);
   EXPECT_EQ(kx_system::run({.words = {"a", "b"}, .program = KX_SYSTEM_DPP_SHELL}).status, 2);
 }
