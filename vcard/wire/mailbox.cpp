@@ -118,6 +118,11 @@ bool Mailbox::take_request() {
     ignored_header_ = header;
     return true;
   }
+  // A tool that was killed meanwhile leaves nobody who waits, and its successor's request may lie in the slot by now.
+  if (header != read_slot(slot, payload_offset)) {
+    card_.log().line("mailbox_withdrawn header=%s", hex_text(header).c_str());
+    return true;
+  }
   answer(fault, header, reply);
   return true;
 }
