@@ -6,9 +6,8 @@
 //
 // Keys under the default compare are compared without a call: as big-endian words of the kind that their length allows
 // (1 to 3, 4 to 8, more bytes), which order as memcmp does. Four bytes of the key also stand in the node, as in the
-// red-black tree. Keys that come in ascending order are appended, and keys that leave or are asked for
-// in ascending order are found, without comparisons on the way down. A compare hook of the caller is called once for
-// each step.
+// red-black tree. Keys that come in ascending order are appended, and keys that leave or are asked for in ascending
+// order are found, without comparisons on the way down. A compare hook of the caller is called once for each step.
 //
 // Nothing locks: the caller serialises access to one tree. Null arguments are 0x1201.
 #pragma once
