@@ -1,7 +1,9 @@
 #include "kx_np/np_init.h"
 
+#include "dpp_chip/dpp_card_guard.h"
 #include "dpp_chip/dpp_dev_setup.h"
 #include "dpp_diag/dpp_kshell.h"
+#include "kx_pcie/card_lock.h"
 #include "kx_pcie/tunnel.h"
 #include "qlix_comm/check.h"
 
@@ -9,6 +11,16 @@ namespace {
 
 constexpr uint64_t NP_BASE = 0x6218000000;  // of the register space in card memory
 constexpr uint32_t DEVICE = 0;
+
+constinit card_lock card;  // the driver takes and gives it one at a time
+
+uint32_t card_take(uint32_t /*dev_id*/) {
+  return card.take() ? 0 : 1;
+}
+
+void card_give(uint32_t /*dev_id*/) {
+  card.release();
+}
 
 }  // namespace
 
@@ -41,7 +53,8 @@ int32_t dpp_np_init() {
   init.device_type = DPP_DEV_TYPE_CHIP;
   init.p_pcie_read_fun = dpp_dev_pcie_vpd_read;
   init.p_pcie_write_fun = dpp_dev_pcie_vpd_write;
-  if (dpp_base_soft_init(DEVICE, &init) != QLIX_COMM_OK) {
+  if (dpp_base_soft_init(DEVICE, &init) != QLIX_COMM_OK ||
+      dpp_dev_card_lock_set(DEVICE, {card_take, card_give}) != QLIX_COMM_OK) {
     QLIX_COMM_TRACE_ERROR("dpp_base_soft_init failed!\n");
     return -1;
   }

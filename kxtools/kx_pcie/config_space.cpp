@@ -9,6 +9,7 @@
 #include "common/report.h"
 #include "common/signal_hold.h"
 #include "common/unique_fd.h"
+#include "kx_pcie/card_lock.h"
 
 namespace {
 
@@ -40,7 +41,7 @@ int32_t vendor_id_matches(kxtools_sbdf sbdf, uint32_t offset, uint16_t vsec_id, 
 }
 
 // Probing writes all ones over a BAR. Whatever happens in between, an interrupt from the keyboard included, the saved
-// dwords go back.
+// dwords go back. Another tool that probed meanwhile would save the ones.
 class bar_probe {
  public:
   bar_probe(kxtools_sbdf sbdf, uint32_t offset) : sbdf_(sbdf), offset_(offset) {}
@@ -54,6 +55,9 @@ class bar_probe {
   }
 
   bool read_back(uint64_t* value) {
+    if (!lock_.take()) {
+      return false;
+    }
     saved_ = pcie_cfg_read_dword(sbdf_, offset_, &low_) == 0 && pcie_cfg_read_dword(sbdf_, offset_ + 4, &high_) == 0;
     uint32_t low = 0;
     uint32_t high = 0;
@@ -67,6 +71,7 @@ class bar_probe {
   }
 
  private:
+  card_lock lock_;
   kx_signal_hold hold_;
   kxtools_sbdf sbdf_;
   uint32_t offset_;
@@ -149,7 +154,8 @@ int32_t pcie_cfg_write_dword(kxtools_sbdf sbdf, uint32_t offset, uint32_t value)
 
 int32_t pcie_cfg_write_mask(kxtools_sbdf sbdf, uint32_t offset, uint32_t value, uint32_t mask) {
   uint32_t old = 0;
-  if (pcie_cfg_read_dword(sbdf, offset, &old) != 0) {
+  card_lock lock;
+  if (!lock.take() || pcie_cfg_read_dword(sbdf, offset, &old) != 0) {
     return -1;
   }
   return pcie_cfg_write_dword(sbdf, offset, (old & ~mask) | (value & mask));

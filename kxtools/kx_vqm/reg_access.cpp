@@ -1,6 +1,7 @@
 #include "reg_access.h"
 
 #include "common/report.h"
+#include "kx_pcie/card_lock.h"
 #include "kx_pcie/tunnel.h"
 #include "kx_vqm/cmd.h"
 
@@ -48,6 +49,11 @@ uint16_t vqm_reg_read_16(uint64_t address) {
 uint64_t vqm_reg_read_64(uint64_t address) {
   uint32_t low = 0;
   uint32_t high = 0;
+  card_lock lock;
+  if (!lock.take()) {
+    ++failures;
+    return UINT64_MAX;
+  }
   if (!read_word(address, &low) || !read_word(address + 4, &high)) {
     return UINT64_MAX;
   }
@@ -62,6 +68,11 @@ int32_t vqm_reg_write_16(uint64_t address, uint16_t value) {
   const bool upper = is_upper_half(address);
   const uint64_t word_address = upper ? address - 2 : address;
   uint32_t word = 0;
+  card_lock lock;  // the other half is another tool's to write
+  if (!lock.take()) {
+    ++failures;
+    return -1;
+  }
   // Without the other half there is nothing to write back.
   if (!read_word(word_address, &word)) {
     return -1;
@@ -71,6 +82,11 @@ int32_t vqm_reg_write_16(uint64_t address, uint16_t value) {
 }
 
 int32_t vqm_reg_write_64(uint64_t address, uint64_t value) {
+  card_lock lock;
+  if (!lock.take()) {
+    ++failures;
+    return -1;
+  }
   if (!write_word(address, static_cast<uint32_t>(value), "write_val64_to_kx low32 failed!") ||
       !write_word(address + 4, static_cast<uint32_t>(value >> 32), "write_val64_to_kx high32 failed!")) {
     return -1;

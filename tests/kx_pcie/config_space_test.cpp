@@ -10,11 +10,25 @@
 #include <cstring>
 #include <string>
 
+#include "kx_pcie/card_lock.h"
+
 namespace {
 
 std::string device_file;  // what every device path leads to
+int locks_taken = 0;
+bool lock_refused = false;
 
 }  // namespace
+
+bool card_lock::take() {
+  held_ = !lock_refused;
+  locks_taken += held_ ? 1 : 0;
+  return held_;
+}
+
+void card_lock::release() {
+  held_ = false;
+}
 
 extern "C" int __real_open(const char* path, int flags, ...);
 extern "C" int __wrap_open(const char* path, int flags, ...) {
@@ -67,8 +81,15 @@ class ConfigSpaceTest : public testing::Test {
 
 TEST_F(ConfigSpaceTest, ReplacesTheBitsUnderTheMask) {
   put(0x40, 0xAABBCCDD);
+  const int locks = locks_taken;
   EXPECT_EQ(pcie_cfg_write_mask(SBDF, 0x40, 0x11223344, 0xFF0000FF), 0);
   EXPECT_EQ(get(0x40), 0x11BBCC44u);
+  EXPECT_EQ(locks_taken, locks + 1);
+  lock_refused = true;
+  EXPECT_EQ(pcie_cfg_write_mask(SBDF, 0x40, 0, 0xFF), -1);
+  EXPECT_EQ(get_bar_size(SBDF, 0x10), 0u);
+  EXPECT_EQ(get(0x40), 0x11BBCC44u);
+  lock_refused = false;
 }
 
 TEST_F(ConfigSpaceTest, StaysInsideTheConfigurationSpace) {

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "dpp_chip/dpp_card_guard.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_info.h"
 #include "qlix_comm/check.h"
@@ -48,10 +49,7 @@ uint32_t dpp_ind_read(uint32_t dev_id, const dpp_ind_window& window, uint32_t un
                       uint32_t word_num) {
   QLIX_COMM_CHECK_POINT(cmd);
   QLIX_COMM_CHECK_POINT(words);
-  dpp_mutex* mutex = nullptr;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dev_opr_mutex_get(dev_id, window.mutex, &mutex), "dpp_dev_opr_mutex_get");
-  DPP_MUTEX_GUARD(guard, mutex);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, guard.status(), "qlix_comm_mutex_lock");
+  DPP_OPERATION_GUARD(guard, dev_id, window.mutex);
   cmd[0] = 1;
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, window.cmd_reg, 0, unit, cmd), "dpp_reg_write");
   QLIX_COMM_CHECK_DEV_RC(dev_id, done_wait(dev_id, window, unit), "done_wait");
@@ -65,10 +63,7 @@ uint32_t dpp_ind_write(uint32_t dev_id, const dpp_ind_window& window, uint32_t u
                        const uint32_t* words, uint32_t word_num) {
   QLIX_COMM_CHECK_POINT(cmd);
   QLIX_COMM_CHECK_POINT(words);
-  dpp_mutex* mutex = nullptr;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dev_opr_mutex_get(dev_id, window.mutex, &mutex), "dpp_dev_opr_mutex_get");
-  DPP_MUTEX_GUARD(guard, mutex);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, guard.status(), "qlix_comm_mutex_lock");
+  DPP_OPERATION_GUARD(guard, dev_id, window.mutex);
   for (uint32_t i = 0; i < word_num; ++i) {
     QLIX_COMM_CHECK_DEV_RC(dev_id, word_write(dev_id, window.data_reg, unit, i, words[i]), "dpp_reg_write32_bymn");
   }

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "dpp_chip/dpp_card_guard.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_print.h"
 #include "qlix_comm/check.h"
@@ -193,6 +194,10 @@ class row_runner {
     uint32_t fields[DPP_REG_FIELD_MAX] = {};
     const uint32_t m = index(step.at.m);
     const uint32_t n = index(step.at.n);
+    DPP_CARD_GUARD(guard, dev_id_, dpp_reg_window_mutex(dev_id_, step.at.reg_no));
+    if (guard.status() != QLIX_COMM_OK) {
+      return guard.status();
+    }
     if (step.value_num < dpp_reg_fields_get(*dpp_reg_info_get(step.at.reg_no)).size()) {
       const uint32_t code = failed(step, dpp_reg_read(dev_id_, step.at.reg_no, m, n, fields), "dpp_reg_read");
       if (code != QLIX_COMM_OK) {

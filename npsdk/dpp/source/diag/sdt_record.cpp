@@ -2,6 +2,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "dpp_chip/dpp_card_guard.h"
 #include "dpp_diag/dpp_etcam.h"
 #include "dpp_diag/dpp_sdt.h"
 #include "dpp_diag/dpp_se_mem.h"
@@ -123,6 +124,7 @@ uint32_t etcam_get(uint32_t dev_id, uint64_t record, uint32_t index, dpp_sdt_ent
 
 // The other entries of the row keep their valid bits.
 uint32_t etcam_set(uint32_t dev_id, uint64_t record, uint32_t index, const dpp_sdt_entry* entry) {
+  DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_ETCAM);
   etcam_spot spot = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_spot_get(dev_id, record, index, &spot), "etcam_spot_get");
   auto& [place, row, first, bytes] = spot;

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "dpp_chip/dpp_card_guard.h"
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_diag/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
@@ -86,6 +87,7 @@ uint32_t patterns_check(uint32_t dev_id, uint32_t zblock, uint32_t* bad) {
 
 // What stood in the lines goes back whatever the check found.
 uint32_t zblock_check(uint32_t dev_id, uint32_t zblock, bool writes, uint32_t* bad) {
+  DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_SE_ALG);  // nobody's write gets lost between the two
   zblock_lines before;
   zblock_lines after;
   QLIX_COMM_CHECK_DEV_RC(dev_id, lines_read(dev_id, zblock, before), "lines_read");
@@ -167,6 +169,7 @@ uint32_t diag_dpp_se_alg_write512_pre_ex(uint32_t dev_id, uint32_t first_word, u
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, first_word, 0, DPP_SE_ZCELL_WORDS - 1);
   const uint32_t words[arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
   const uint32_t end = std::min(first_word + arg_words, DPP_SE_ZCELL_WORDS);
+  DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_SE_ALG);
   for (uint32_t i = first_word; i < end; ++i) {
     // Word 0 stands at the highest address.
     QLIX_COMM_CHECK_DEV_RC(
@@ -182,6 +185,7 @@ uint32_t diag_dpp_se_alg_write512_ex(uint32_t dev_id, uint32_t addr, uint32_t qu
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, addr_max);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, quarters, 0, DPP_SE_QUARTER_ALL);
+  DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_SE_ALG);
   uint32_t words[DPP_SE_ZCELL_WORDS] = {};
   for (uint32_t i = 0; i < DPP_SE_ZCELL_WORDS; ++i) {
     QLIX_COMM_CHECK_DEV_RC(dev_id,

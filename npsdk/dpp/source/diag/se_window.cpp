@@ -1,4 +1,5 @@
 // The windows of the search engine.
+#include "dpp_chip/dpp_card_guard.h"
 #include "dpp_diag/dpp_ind.h"
 #include "dpp_diag/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
@@ -150,6 +151,7 @@ uint32_t dpp_se_etcam_row_read(uint32_t dev_id, uint32_t block, uint32_t row, dp
   if (code != QLIX_COMM_OK) {
     return code;
   }
+  DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_ETCAM);
   uint32_t cmd[etcam_cmd_fields] = {};
   cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_BLOCK_SEL] = block;
   cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_IND_ADDR] = row;
@@ -168,6 +170,7 @@ uint32_t dpp_se_etcam_row_write(uint32_t dev_id, uint32_t block, uint32_t row, u
     return code;
   }
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, parts, 0, (1u << DPP_SE_ETCAM_PARTS) - 1);
+  DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_ETCAM);
   uint32_t cmd[etcam_cmd_fields] = {};
   cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_BLOCK_SEL] = block;
   cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_IND_ADDR] = row;

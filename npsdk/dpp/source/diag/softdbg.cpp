@@ -1,6 +1,7 @@
 // Moving a cluster of the packet processor under the micro-code debugger: start, step, stop.
 #include <unistd.h>
 
+#include "dpp_chip/dpp_card_guard.h"
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_chip/dpp_dev_mutex.h"
 #include "dpp_diag/dpp_diag_code.h"
@@ -66,11 +67,7 @@ uint32_t state_wait(uint32_t dev_id, uint32_t cluster, bool or_running) {
 }
 
 uint32_t move(uint32_t dev_id, uint32_t cluster, uint32_t field, bool from_stop) {
-  dpp_mutex* mutex = nullptr;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dev_opr_mutex_get(dev_id, DPP_DEV_MUTEX_T_CAPTURE, &mutex),
-                         "dpp_dev_opr_mutex_get");
-  DPP_MUTEX_GUARD(guard, mutex);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, guard.status(), "qlix_comm_mutex_lock");
+  DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_CAPTURE);
   debug_state state = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, state_get(dev_id, cluster, &state), "state_get");
   if (from_stop && !state.stopped) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "dpp_chip/dpp_card_guard.h"
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_diag/dpp_diag_code.h"
 #include "dpp_diag/dpp_diag_functions.h"
@@ -55,6 +56,7 @@ uint32_t done_wait(uint32_t dev_id) {
 uint32_t diag_dpp_stat_tm_init_pre_etm(uint32_t dev_id, uint32_t stat_mode) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, stat_mode, 0, mode_max);
+  DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_STAT);
   QLIX_COMM_CHECK_DEV_RC(dev_id, counting_set(dev_id, 0), "counting_set");
   QLIX_COMM_CHECK_DEV_RC(dev_id, idle_wait(dev_id), "idle_wait");
   const uint32_t start[] = {1, stat_mode};
@@ -68,6 +70,7 @@ uint32_t diag_dpp_stat_tm_init(uint32_t dev_id, uint32_t eram_baddr, uint32_t er
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, eram_baddr, 0, eram_lines - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, eram_depth, 1, std::min(depth_max, eram_lines - eram_baddr));
+  DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_STAT);
   QLIX_COMM_CHECK_DEV_RC(dev_id, counting_set(dev_id, 0), "counting_set");
   QLIX_COMM_CHECK_DEV_RC(dev_id, idle_wait(dev_id), "idle_wait");
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_STAT_TM_ERAM_BADDR, 0, 0, &eram_baddr), "dpp_reg_write");

@@ -18,7 +18,8 @@ uint32_t object_create(uint32_t dev_id) {
   auto* object = static_cast<dpp_dev_object*>(ic_comm_malloc_memory(sizeof(dpp_dev_object)));
   QLIX_COMM_CHECK_POINT(object);
   memset(static_cast<void*>(object), 0, sizeof *object);
-  const uint32_t rc = dpp_dev_mutexes_create(object->mutexes);
+  uint32_t rc = dpp_dev_mutexes_create(object->mutexes);
+  rc = rc != 0 ? rc : qlix_comm_mutex_create(&object->card.mutex);
   if (rc != 0) {
     ic_comm_free_memory(object);
     return rc;

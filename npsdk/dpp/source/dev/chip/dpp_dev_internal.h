@@ -1,9 +1,12 @@
 // What the files of this folder know of a device beyond its public record.
 #pragma once
 
+#include <pthread.h>
+
 #include <atomic>
 #include <cstdint>
 
+#include "dpp_chip/dpp_card_guard.h"
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_chip/dpp_dev_mutex.h"
 #include "qlix_comm/check.h"
@@ -21,10 +24,18 @@ struct dpp_dev_mutexes {
   qlix_comm_spin_lock spin_lock;
 };
 
+/// What processes share of a device.
+struct dpp_card_state {
+  dpp_card_lock lock;            ///< of the program; null hooks without one
+  dpp_mutex mutex;               ///< around its calls
+  std::atomic<pthread_t> owner;  ///< the thread that holds the card, 0 when none does
+};
+
 /// A device as it is allocated: the public record first, so that a pointer to one is a pointer to the other.
 struct dpp_dev_object {
   dpp_dev_cfg cfg;
   dpp_dev_mutexes mutexes;
+  dpp_card_state card;
 };
 
 /// Whether the device manager runs; says nothing when it does not.

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstring>
 
+#include "dpp_chip/dpp_card_guard.h"
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_chip/dpp_dev_value.h"
 #include "dpp_reg/dpp_reg_access.h"
@@ -208,14 +209,23 @@ inline uint32_t instance_read(uint32_t dev_id, const dpp_reg_info& info, uint32_
 }
 
 uint32_t wide_write(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n, const uint32_t* values) {
+  DPP_CARD_GUARD(guard, dev_id, dpp_reg_window_mutex(dev_id, info.reg_no));
+  if (guard.status() != QLIX_COMM_OK) {
+    return guard.status();
+  }
   uint32_t words[WORDS_MAX];
   words_pack(info, values, words);
   return instance_write(dev_id, info, m, n, words);
 }
 
+uint32_t wide_words_read(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n, uint32_t* words) {
+  DPP_CARD_GUARD(guard, dev_id, dpp_reg_window_mutex(dev_id, info.reg_no));
+  return guard.status() != QLIX_COMM_OK ? guard.status() : instance_read(dev_id, info, m, n, words);
+}
+
 uint32_t wide_read(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n, uint32_t* values) {
   uint32_t words[WORDS_MAX];
-  const uint32_t rc = instance_read(dev_id, info, m, n, words);
+  const uint32_t rc = wide_words_read(dev_id, info, m, n, words);
   if (rc == QLIX_COMM_OK) {
     words_unpack(info, words, values);
   }
@@ -311,7 +321,8 @@ uint32_t dpp_reg_words_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset,
     memset(words, 0, info.width);
     return QLIX_COMM_OK;
   }
-  return instance_read(dev_id, info, m_offset, n_offset, words);
+  return info.width == WORD_WIDTH ? instance_read(dev_id, info, m_offset, n_offset, words)
+                                  : wide_words_read(dev_id, info, m_offset, n_offset, words);
 }
 
 uint32_t dpp_reg_get_reg_addr(uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t* addr) {

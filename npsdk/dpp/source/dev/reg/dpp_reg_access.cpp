@@ -1,6 +1,7 @@
 #include "dpp_reg/dpp_reg_access.h"
 
 #include "dpp_chip/dpp_dev.h"
+#include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
 #include "dpp_reg_table.h"
 #include "dpp_window.h"
@@ -39,6 +40,17 @@ dpp_window tm_window(const char* name) {
 }
 
 }  // namespace
+
+dpp_mutex* dpp_reg_window_mutex(uint32_t dev_id, uint32_t reg_no) {
+  const uint32_t access = reg_no < DPP_REG_NUM ? dpp_reg_table[reg_no].access : DPP_REG_ACCESS_DIRECT;
+  if (access != DPP_REG_ACCESS_SE_ALG && access != DPP_REG_ACCESS_TM) {
+    return nullptr;
+  }
+  dpp_mutex* mutex = nullptr;
+  static_cast<void>(dpp_dev_opr_mutex_get(
+      dev_id, access == DPP_REG_ACCESS_TM ? DPP_DEV_MUTEX_T_ETM : DPP_DEV_MUTEX_T_SE_ALG, &mutex));
+  return mutex;
+}
 
 uint32_t dpp_module_get_se_alg_baseaddr() {
   return SE_ALG_BASE;

@@ -1,5 +1,6 @@
 #include "dpp_window.h"
 
+#include "dpp_chip/dpp_card_guard.h"
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_access.h"
@@ -82,12 +83,7 @@ uint32_t read_locked(uint32_t dev_id, const dpp_window& window, uint32_t addr, u
 template <typename Word>
 uint32_t locked(uint32_t dev_id, const dpp_window& window, uint32_t addr, Word* data,
                 uint32_t (*access)(uint32_t, const dpp_window&, uint32_t, Word*)) {
-  dpp_mutex* mutex = nullptr;
-  QLIX_COMM_CHECK_RC(dpp_dev_opr_mutex_get(dev_id, window.mutex, &mutex), "dpp_dev_opr_mutex_get");
-  DPP_MUTEX_GUARD(guard, mutex);
-  if (!guard.locked()) {
-    return guard.status();
-  }
+  DPP_OPERATION_GUARD(guard, dev_id, window.mutex);
   const uint32_t rc = access(dev_id, window, addr, data);
   const uint32_t unlock_rc = guard.unlock();
   return rc != QLIX_COMM_OK ? rc : unlock_rc;

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "dpp_chip/dpp_card_guard.h"
 #include "dpp_chip/dpp_mutex.h"
 #include "dpp_dtb/dpp_dtb_cfg.h"
 #include "dpp_dtb_internal.h"
@@ -44,8 +45,13 @@ uint32_t free_item_take(dpp_dtb_items* items, uint32_t* item) {
   return DPP_RC_DTB_ITEMS_BUSY;
 }
 
-/// Writes the three doorbell registers of a queue; the length word starts the transfer.
+/// Writes the three doorbell registers of a queue; the length word starts the transfer. Another process may post to
+/// the same queue, with memory of its own.
 inline uint32_t doorbell_ring(uint32_t dev_id, uint32_t queue_id, const dpp_dtb_item_info& info) {
+  DPP_CARD_GUARD(card, dev_id, nullptr);
+  if (card.status() != QLIX_COMM_OK) {
+    return card.status();
+  }
   QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, info.data_addr_h),
                      "dpp_reg_write32_bymn");
   QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, info.data_addr_l),
@@ -241,6 +247,10 @@ uint32_t dpp_dtb_queue_item_info_get(uint32_t dev_id, uint32_t queue_id, dpp_dtb
   QLIX_COMM_CHECK_POINT(info);
   uint32_t word = 0;
   *info = {};
+  DPP_CARD_GUARD(card, dev_id, nullptr);
+  if (card.status() != QLIX_COMM_OK) {
+    return card.status();
+  }
   QLIX_COMM_CHECK_RC(dpp_reg_read32(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, &info->data_addr_h),
                      "dpp_reg_read32");
   QLIX_COMM_CHECK_RC(dpp_reg_read32(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, &info->data_addr_l),

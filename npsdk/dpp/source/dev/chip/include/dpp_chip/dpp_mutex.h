@@ -8,6 +8,9 @@
 
 using dpp_mutex = qlix_comm_mutex;
 
+/// Traces that a mutex could not be taken or given back, with the place of its guard.
+[[gnu::cold]] void dpp_mutex_failure_report(const char* file, const char* function, uint32_t line, const char* action);
+
 /// Declare it with DPP_MUTEX_GUARD, then test `locked()` before touching what the mutex protects. A failed unlock, at
 /// the end of the scope or before, is reported with the place of the guard.
 class dpp_mutex_guard {
@@ -16,7 +19,7 @@ class dpp_mutex_guard {
       : mutex_(mutex), status_(qlix_comm_mutex_lock(mutex)), file_(file), function_(function), line_(line) {
     if (status_ != 0) {
       mutex_ = nullptr;
-      report("lock");
+      dpp_mutex_failure_report(file_, function_, line_, "lock");
     }
   }
   dpp_mutex_guard(const dpp_mutex_guard&) = delete;
@@ -39,14 +42,12 @@ class dpp_mutex_guard {
     }
     const uint32_t rc = qlix_comm_mutex_unlock(std::exchange(mutex_, nullptr));
     if (rc != 0) {
-      report("unlock");
+      dpp_mutex_failure_report(file_, function_, line_, "unlock");
     }
     return rc;
   }
 
  private:
-  [[gnu::cold]] void report(const char* action) const;
-
   dpp_mutex* mutex_;
   uint32_t status_;
   const char* file_;

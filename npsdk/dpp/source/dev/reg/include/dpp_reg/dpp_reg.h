@@ -4,11 +4,13 @@
 // for each field in table order; fields of more than 32 bits are skipped.
 //
 // All return 0, 0x1205 for a device above 15 or a register above 4439, 0x1201 for a null pointer, or the code of the
-// hook that failed. They take no lock, but for the registers that lie behind an indirect window.
+// hook that failed. They take no lock, but for registers that lie behind an indirect window or take several words:
+// those are moved whole, also where other processes use the card.
 #pragma once
 
 #include <cstdint>
 
+#include "dpp_chip/dpp_mutex.h"
 #include "dpp_reg/dpp_reg_info.h"
 
 /// Writes all fields of one instance; bits of a value beyond the field's length are dropped, bits of the register that
@@ -47,6 +49,10 @@ uint32_t dpp_reg_filter_en_set(uint32_t en);
 uint32_t dpp_reg_filter_en_get();
 /// Sets `flag` to 1 when the filter hides the register from this device, else to 0.
 uint32_t dpp_reg_filter_flag_get(uint32_t dev_id, uint32_t reg_no, uint32_t* flag);
+
+/// The operation mutex of the window behind which a register lies; null for a register that is reached directly, and
+/// for one that does not exist. A read and the write that follows it hold it with the card (dpp_card_guard.h).
+dpp_mutex* dpp_reg_window_mutex(uint32_t dev_id, uint32_t reg_no);
 
 /// True for the modules whose registers agent mode leaves to the driver: 13 to 17.
 bool dpp_4k_reg(uint32_t mod_no);

@@ -1,0 +1,66 @@
+#include "common/lock_holder.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <cstdio>
+#include <memory>
+
+#include "common/unique_fd.h"
+
+namespace {
+
+struct close_stream {
+  void operator()(FILE* stream) const {
+    fclose(stream);
+  }
+};
+
+// A line is "1: FLOCK  ADVISORY  WRITE 1234 08:02:4711 0 EOF".
+pid_t holder_pid(const struct stat& file) {
+  const std::unique_ptr<FILE, close_stream> locks(fopen("/proc/locks", "re"));
+  char line[256];
+  while (locks != nullptr && fgets(line, sizeof line, locks.get()) != nullptr) {
+    int pid = 0;
+    unsigned major_number = 0;
+    unsigned minor_number = 0;
+    unsigned long inode = 0;
+    if (sscanf(line, "%*d: FLOCK %*s %*s %d %x:%x:%lu", &pid, &major_number, &minor_number, &inode) == 4 &&
+        major_number == major(file.st_dev) && minor_number == minor(file.st_dev) && inode == file.st_ino) {
+      return pid;
+    }
+  }
+  return 0;
+}
+
+// The words stand behind each other, each with a zero behind it.
+void command_read(pid_t pid, char* text, size_t size) {
+  char path[32];
+  snprintf(path, sizeof path, "/proc/%d/cmdline", pid);
+  const kx_unique_fd fd(open(path, O_RDONLY | O_CLOEXEC));
+  const ssize_t length = fd ? read(fd.get(), text, size - 1) : 0;
+  size_t end = length > 0 ? static_cast<size_t>(length) : 0;
+  for (; end > 0 && text[end - 1] == '\0'; --end) {
+  }
+  for (size_t i = 0; i < end; ++i) {
+    text[i] = text[i] == '\0' ? ' ' : isprint(static_cast<unsigned char>(text[i])) != 0 ? text[i] : '?';
+  }
+  text[end] = '\0';
+}
+
+}  // namespace
+
+kx_lock_holder kx_lock_holder_find(int fd) {
+  kx_lock_holder holder;
+  struct stat file = {};
+  if (fstat(fd, &file) == 0) {
+    holder.pid = holder_pid(file);
+  }
+  if (holder.pid > 0) {
+    command_read(holder.pid, holder.command, sizeof holder.command);
+  }
+  return holder;
+}

@@ -1,0 +1,134 @@
+// Two tools on one card at the same time: each reads what it asked for and finds what it wrote, because accesses that
+// belong together exclude those of other processes.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "system/process.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr int ROUNDS = 25;
+
+/// The same lines over and over, typed into a shell of the super user.
+std::string typed(const std::string& lines, int rounds = ROUNDS) {
+  std::string text = "0\nsu opsu\n";
+  for (int i = 0; i < rounds; ++i) {
+    text += lines;
+  }
+  return text + "quit\n";
+}
+
+/// Runs `before` alone, then two shells side by side; what each of these printed.
+struct Pair {
+  std::string first;
+  std::string second;
+};
+Pair side_by_side(const std::string& before, const std::string& first, const std::string& second) {
+  const kx_system::Folder folder;
+  const std::string begin = folder.write("begin", typed(before, 1));
+  const std::string a = folder.write("a", typed(first));
+  const std::string b = folder.write("b", typed(second));
+  const kx_system::Result result =
+      kx_system::run(kx_system::script("$KXTOOL < " + begin + " > /dev/null; $KXTOOL < " + a + " > " + a +
+                                       ".out & $KXTOOL < " + b + " > " + b + ".out; wait"));
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+  return {kx_system::Folder::read(a + ".out"), kx_system::Folder::read(b + ".out")};
+}
+
+long count(const std::string& text, const std::string& part) {
+  long found = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+    ++found;
+  }
+  return found;
+}
+
+TEST(TwoTools, EachReadsItsOwnRows) {
+  const struct {
+    const char* before;
+    const char* first;
+    const char* first_shows;
+    const char* second;
+    const char* second_shows;
+  } windows[] = {
+      {"kxnp diag_dpp_se_smmu0_wr128 0 5 1 1 1 1\nkxnp diag_dpp_se_smmu0_wr128 0 6 2 2 2 2\n",
+       "kxnp diag_dpp_se_smmu0_rd128 0 5\n", "0x00000001 0x00000001 0x00000001 0x00000001",
+       "kxnp diag_dpp_se_smmu0_rd128 0 6\n", "0x00000002 0x00000002 0x00000002 0x00000002"},
+      {"kxnp diag_dpp_se_alg_write512_pre_ex 0 0 1 1 1 1 1 1 1 1 1 1\n"
+       "kxnp diag_dpp_se_alg_write512_ex 0 5 15\n"
+       "kxnp diag_dpp_se_alg_write512_pre_ex 0 0 2 2 2 2 2 2 2 2 2 2\n"
+       "kxnp diag_dpp_se_alg_write512_ex 0 6 15\n",
+       "kxnp diag_dpp_se_alg_read512 0 5\n", "0x00000001 0x00000001 0x00000001 0x00000001",
+       "kxnp diag_dpp_se_alg_read512 0 6\n", "0x00000002 0x00000002 0x00000002 0x00000002"},
+  };
+  for (const auto& window : windows) {
+    const Pair read = side_by_side(window.before, window.first, window.second);
+    EXPECT_GE(count(read.first, window.first_shows), ROUNDS) << window.first << read.first;
+    EXPECT_THAT(read.first, testing::Not(HasSubstr("0x00000002 0x00000002"))) << window.first;
+    EXPECT_GE(count(read.second, window.second_shows), ROUNDS) << window.second << read.second;
+    EXPECT_THAT(read.second, testing::Not(HasSubstr("0x00000001 0x00000001"))) << window.second;
+  }
+}
+
+// What one tool has just written, no other tool's write of another row, field or half has changed.
+TEST(TwoTools, EachFindsWhatItWrote) {
+  const struct {
+    const char* first;
+    const char* first_shows;
+    const char* second;
+    const char* second_shows;
+  } places[] = {
+      {"kxnp diag_dpp_se_smmu0_wr128 0 5 1 1 1 1\nkxnp diag_dpp_se_smmu0_rd128 0 5\n"
+       "kxnp diag_dpp_se_smmu0_wr128 0 5 7 7 7 7\nkxnp diag_dpp_se_smmu0_rd128 0 5\n",
+       "0x00000007 0x00000007 0x00000007 0x00000007",
+       "kxnp diag_dpp_se_smmu0_wr128 0 6 2 2 2 2\nkxnp diag_dpp_se_smmu0_rd128 0 6\n",
+       "0x00000002 0x00000002 0x00000002 0x00000002"},
+      {"kxnp diag_dpp_tlb_entry_cfg_set 0 5 1 0x11 2\nkxnp diag_dpp_tlb_entry_cfg_prt 0 5\n"
+       "kxnp diag_dpp_tlb_entry_cfg_set 0 5 1 0x22 2\nkxnp diag_dpp_tlb_entry_cfg_prt 0 5\n",
+       "entry_vfid                              : 0x00000022",
+       "kxnp diag_dpp_tlb_entry_cfg_pre 0 5 1 0x33 1 0x44\nkxnp diag_dpp_tlb_entry_cfg_prt 0 5\n"
+       "kxnp diag_dpp_tlb_entry_cfg_pre 0 5 1 0x55 1 0x66\nkxnp diag_dpp_tlb_entry_cfg_prt 0 5\n",
+       "va_l                                    : 0x00000055"},
+      {"kxvqm host device_state 3 1\nkxvqm host device_state 3 2\n", "announce                    \033[0m: 0x1",
+       "kxvqm host device_mac 3 0x11 0x2233\nkxvqm host device_mac 3 0x44 0x5566\n",
+       "byte 5                      \033[0m: 0x55"},
+  };
+  for (const auto& place : places) {
+    const Pair wrote = side_by_side("", place.first, place.second);
+    EXPECT_EQ(count(wrote.first, place.first_shows), ROUNDS) << place.first << wrote.first;
+    EXPECT_EQ(count(wrote.second, place.second_shows), ROUNDS) << place.second << wrote.second;
+  }
+}
+
+// A stopped tool is named to the one that waits; a killed one has left its lock.
+TEST(TwoTools, AWaitNamesTheHolderAndEndsWithIt) {
+  const kx_system::Folder folder;
+  const std::string one = folder.write("one", typed("kxnp diag_dpp_se_smmu0_rd128_more 0 0 200\n", 100));
+  kx_system::Process process(kx_system::script(
+      "$KXTOOL < " + one +
+      " > /dev/null & holder=$!; "
+      // Stopped with the lock held, not between two operations: the lock file's only holder is a stopped process.
+      "for i in 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20; do sleep 0.2; kill -STOP $holder; "
+      "flock -n /tmp/kx_pcie/pcie_card_lockfile true || break; kill -CONT $holder; done; "
+      "{ sleep 3; kill -9 $holder; } & "
+      "$KXTOOL bind 0000:3b:00.0 kxnp diag_dpp_se_smmu0_rd128 0 7 > " +
+      one +
+      ".out; "
+      "echo status $?; echo holder $holder"));
+  const kx_system::Result result = process.wait();
+  ASSERT_THAT(result.out, HasSubstr("status 0\nholder "));
+  const std::string holder = result.out.substr(result.out.find("holder ") + 7);
+  EXPECT_THAT(result.err, testing::StartsWith("waiting for process " + holder.substr(0, holder.find('\n')) + " ("));
+  EXPECT_THAT(result.err, HasSubstr("kxtool), which holds /tmp/kx_pcie/pcie_"));
+  EXPECT_THAT(kx_system::Folder::read(one + ".out"), HasSubstr("eram128[0x000007]: 0x"));
+}
+
+}  // namespace
