@@ -34,6 +34,8 @@ constexpr const char* family_fault_names[] = {"none",         "unknown", "short"
                                               "small_length", "silent",  "no_id"};
 constexpr const char* notice_fault_names[] = {"none", "error", "short", "bad_length", "small_length"};
 
+constexpr uint64_t largest_errno = 4095;
+
 /// A header length that does not even hold the header.
 constexpr uint32_t small_length = NLMSG_HDRLEN - 4;
 
@@ -120,6 +122,8 @@ NetlinkWire::NetlinkWire(Card& card) : card_(card) {
   notice_family_id_ = static_cast<uint16_t>(section.number("notice_family_id", family_id_, UINT16_MAX));
   family_fault_ = section.choice("family", fault_none, family_fault_names);
   notice_fault_ = section.choice("notice", fault_none, notice_fault_names);
+  notice_fault_from_ = static_cast<uint32_t>(section.number("notice_from", 0, UINT32_MAX));
+  bind_errno_ = static_cast<int>(section.number("bind_errno", 0, largest_errno));
 }
 
 void NetlinkWire::open_socket(const TrappedCall& call) {
@@ -165,8 +169,8 @@ void NetlinkWire::bind_socket(const TrappedCall& call) {
                            [&](const Socket& s) { return s.bound && s.port == address.nl_pid && &s != &*socket; });
   if (address.nl_family != AF_NETLINK || socket->bound) {
     call.fail(EINVAL);
-  } else if (taken) {
-    call.fail(EADDRINUSE);
+  } else if (bind_errno_ != 0 || taken) {
+    call.fail(bind_errno_ != 0 ? bind_errno_ : EADDRINUSE);
   } else {
     socket->bound = true;
     socket->port = address.nl_pid;
@@ -247,20 +251,24 @@ Bytes NetlinkWire::family_answer(const Socket& socket, ByteView request) const {
 }
 
 Bytes NetlinkWire::notice_message(uint32_t port, ByteView payload) const {
-  if (notice_fault_ == fault_refused) {
+  bool spoiled = notices_ >= notice_fault_from_;
+  size_t fault = spoiled ? notice_fault_ : fault_none;
+  if (fault == fault_refused) {
     return error_message(port, EIO, {});
   }
-  Bytes message = message_open(notice_family_id_, 0, port, notice_command, 1);
+  Bytes message = message_open(spoiled ? notice_family_id_ : family_id_, 0, port, notice_command, 1);
   attribute_add(message, notice_attribute, payload);
   message_close(message);
-  spoil(message, notice_fault_);
+  spoil(message, fault);
   return message;
 }
 
 bool NetlinkWire::send_notice(uint32_t port, ByteView payload) {
   auto socket = std::find_if(sockets_.begin(), sockets_.end(),
                              [&](const Socket& s) { return s.bound && s.port == port && s.resolved; });
-  return socket != sockets_.end() && message_send(socket->card_end.get(), notice_message(port, payload));
+  bool sent = socket != sockets_.end() && message_send(socket->card_end.get(), notice_message(port, payload));
+  notices_ += sent ? 1 : 0;
+  return sent;
 }
 
 }  // namespace vcard

@@ -8,6 +8,8 @@ std::atomic<kxtool_notice_cb> result_cb = nullptr;
 std::atomic<kxtool_notice_cb> log_data_cb = nullptr;
 std::atomic<kxtool_notice_cb> log_finish_cb = nullptr;
 
+std::atomic<const char*> deafness = nullptr;
+
 void hand_on(const std::atomic<kxtool_notice_cb>& slot, const uint8_t* payload, uint32_t length) {
   // Acquire: what the command prepared before it registered is seen by its callback.
   const kxtool_notice_cb callback = slot.load(std::memory_order_acquire);
@@ -32,6 +34,14 @@ constexpr kxtool_event_op kxtool_event_op_table[KXTOOL_EVENT_OP_NUM] = {
     {17, kxtool_recv_cb},
     {11, kxtool_log_get_finish_process},
 };
+
+const char* kxtool_notice_deafness() {
+  return deafness.load(std::memory_order_acquire);
+}
+
+void kxtool_notice_deafness_set(const char* reason) {
+  deafness.store(reason, std::memory_order_release);
+}
 
 uint32_t kxtool_event_op_code_num_get() {
   return KXTOOL_EVENT_OP_NUM;

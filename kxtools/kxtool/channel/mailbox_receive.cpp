@@ -72,6 +72,9 @@ bool notice_slot_look(const kxtool_device& device, bar_rx_state* state) {
     return false;
   }
   bar_chan_rx_poll(area, BAR_MSG_ENDPOINT_CARD, BAR_MSG_ENDPOINT_TOOL, state);
+  // What failed the check stays in the slot, and nothing else can come through it.
+  const bool blocked = (state->refused.flags & BAR_FLAG_VALID) != 0;
+  kxtool_notice_deafness_set(blocked ? "a notice that cannot be taken stands in the card's mailbox" : nullptr);
   return true;
 }
 
@@ -212,6 +215,7 @@ int32_t tarn_bc_init(kxtool_device* device) {
   tarn_rx_poll_tick_set(RX_POLL_TICK_US);
   if (!kxtool_thread_start(bc_rx_poll_proc, device)) {
     MSG_CHAN_ERR("Error creating recv msg thread !\n");
+    kxtool_notice_deafness_set("the thread that receives notices cannot be started");
   }
   return 0;
 }

@@ -5,6 +5,8 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
+#include <cstring>
 
 #include "channel/driver.h"
 #include "channel/event.h"
@@ -28,10 +30,12 @@ bool message_process(std::span<const uint8_t> received, uint32_t family_id) {
   uint16_t type = 0;
   std::span<const uint8_t> message;
   if (genl_header_read(received, &type, &message) != genl_header::good) {
+    kxtool_notice_deafness_set("the notice receiver ended at a malformed netlink message");
     return false;
   }
   if (family_id == 0 || type != family_id) {
     KXTOOLS_ERR("the msg of family_id %d not recvived!\n", type);
+    kxtool_notice_deafness_set("the notice receiver ended at a netlink message of another family");
     return false;
   }
   const std::span<const uint8_t> notice = genl_notice_read(message);
@@ -42,6 +46,19 @@ bool message_process(std::span<const uint8_t> received, uint32_t family_id) {
   return true;
 }
 
+// A socket without its address still resolves the family, but the driver's notices go to the address.
+void own_address_bind(int socket, uint32_t port) {
+  sockaddr_nl own = {};
+  own.nl_family = AF_NETLINK;
+  own.nl_pid = port;
+  if (bind(socket, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0) {
+    static char reason[128];
+    snprintf(reason, sizeof reason, "the netlink socket cannot be bound: %s", strerror(errno));
+    KXTOOLS_ERR("bind() error!\n");
+    kxtool_notice_deafness_set(reason);
+  }
+}
+
 void receive_thread(void* device) {
   tarn_tools_netlink_recv_msg(static_cast<kxtool_device*>(device));
 }
@@ -50,16 +67,14 @@ void receive_thread(void* device) {
 
 void tarn_tools_netlink_recv_msg(kxtool_device* device) {
   const int socket = device->netlink_socket.get();
-  sockaddr_nl own = {};
-  own.nl_family = AF_NETLINK;
-  own.nl_pid = device->event_pid;
-  if (bind(socket, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0) {
-    KXTOOLS_ERR("bind() error!\n");
-  }
+  own_address_bind(socket, device->event_pid);
   const uint32_t family_id = tarn_genl_get_family_id(socket, FAMILY_NAME);
   if (family_id == 0xFFFFFFFF) {
     KXTOOLS_ERR("Get family_id of generic netlink failed, family_id=%d!\n", static_cast<int>(family_id));
     return;
+  }
+  if (family_id == 0) {
+    kxtool_notice_deafness_set("the kernel names no number of the driver's notice family");
   }
   receive_ready = true;
   uint8_t buffer[GENL_BUFFER_SIZE];

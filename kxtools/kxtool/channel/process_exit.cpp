@@ -20,7 +20,7 @@ void kxtool_process_exit_hook_set(kxtool_exit_hook hook) {
 void kxtool_process_exit(int status) {
   const kxtool_exit_hook hook = exit_hook.exchange(nullptr);
   if (hook != nullptr) {
-    hook(status);
+    status = hook(status);
   }
   const int exit_status = kx_exit_status(status);
   fflush(stderr);

@@ -1,5 +1,6 @@
 // The card's permission to update, and the two queries that its answer serves: running version and active partition.
 #include <array>
+#include <cstdio>
 #include <cstring>
 
 #include "channel/bar_channel.h"
@@ -38,8 +39,7 @@ int32_t auth_ask(fw_update* update, upd_info* info) {
     ret = fw_request_send(update, request, reply, REPLY_MIN);
   }
   if (ret != 0) {
-    FW_ERR("bar chan or msgq channel is not work ,try it later!\n");
-    kxtool_fw_fsm_set(FW_STATE_FAILED);
+    FW_FAIL("bar chan or msgq channel is not work ,try it later!");
     return -1;
   }
   const char* version = reinterpret_cast<const char*>(reply.data()) + REPLY_VERSION;
@@ -60,6 +60,8 @@ int32_t kxtool_get_upd_auth_sync(fw_update* update) {
   }
   if (info.auth == 0) {
     FW_ERR("risc refuse to update\n");
+    fw_progress_clear();
+    fprintf(stderr, "the card refuses the update: nothing was written\n");
     update->exit_status = EXIT_REFUSED;
     kxtool_fw_fsm_set(FW_STATE_FINISHED);
     return -1;

@@ -33,13 +33,20 @@ void append_image(const fw_update& update, std::string* text) {
     case fw_phase::erasing:
       append(text, "is being erased");
       break;
+    case fw_phase::erase_failed:
+      append(text, "could not be erased");
+      break;
     case fw_phase::writing:
       append(text, "holds %u of %" PRIu64 " bytes", update.image_sent.load(), fw_image_sent_size(image));
       break;
     case fw_phase::reading:
       append(text, "is written but not verified");
       break;
-    default:
+    case fw_phase::mismatch:
+      append(text, "is written but reads back differently");
+      break;
+    case fw_phase::none:
+    case fw_phase::ending:
       append(text, "is not written yet");
       break;
   }
@@ -81,10 +88,11 @@ std::string fw_flash_text(const fw_update& update) {
   return text;
 }
 
-void fw_flash_report(const fw_update& update, const char* why) {
+void fw_flash_report(fw_update& update, const char* why) {
   if (update.package.kind == FW_KIND_NONE) {
     return;
   }
+  const std::lock_guard guard(update.lock);
   const std::string text = fw_flash_text(update);
   FW_ERR("%s: %s\n", why, text.c_str());
   fw_progress_clear();

@@ -26,11 +26,6 @@ constexpr uint32_t PIECE_SIZE = 16 * PACKET_DATA_MAX;
 constexpr uint32_t PACKET_PAUSE_US = 5000;
 constexpr uint32_t PACKET_PAUSE_OS_US = 10000;  // the card's processor runs an operating system beside the update
 
-int32_t fail(int32_t result) {
-  kxtool_fw_fsm_set(FW_STATE_FAILED);
-  return result;
-}
-
 // Bytes of the update that are sent before the current image.
 uint64_t sent_before(const fw_update& update) {
   const std::span<const fw_image> table = update.header.table();
@@ -54,7 +49,7 @@ void show_phase(fw_update* update, const char* phase) {
 // Reads what is sent from `at` on into `piece`.
 int32_t read_piece(const fw_update& update, const fw_image& image, uint32_t at, std::span<uint8_t> piece) {
   if (fw_image_read(update.package, update.header, image, at, piece) != 0) {
-    FW_ERR("image %d cannot be read at byte %u\n", update.image.load(), at);
+    FW_FAIL("image %d cannot be read at byte %u", update.image.load(), at);
     return -1;
   }
   return 0;
@@ -69,7 +64,7 @@ int32_t send_packet(fw_update* update, const fw_image& image, uint32_t at, std::
   fw_put_le32(packet, 4, image.flash_offset + at);
   std::ranges::copy(data, packet.begin() + PACKET_DATA);
   if (kxtool_fw_msg_send_sync_no_reply(update, std::span(packet).first(PACKET_DATA + data.size())) != 0) {
-    FW_ERR("tx by bar chan err\n");
+    FW_FAIL("tx by bar chan err");
     return -1;
   }
   return 0;
@@ -80,8 +75,8 @@ int32_t send_packet(fw_update* update, const fw_image& image, uint32_t at, std::
 int32_t kxtool_fw_upd_req_send(fw_update* update) {
   kxtool_fw_fsm_set(FW_STATE_WAIT);
   if (!fw_partition_is_known(*update)) {
-    FW_ERR("sys fail: invalid cur_partition %d\n", static_cast<int>(update->cur_partition));
-    return fail(-9);
+    FW_FAIL("sys fail: invalid cur_partition %d", static_cast<int>(update->cur_partition));
+    return -9;
   }
   fw_image image;
   if (!fw_image_current(update, &image)) {
@@ -89,12 +84,12 @@ int32_t kxtool_fw_upd_req_send(fw_update* update) {
     return 0;
   }
   if (!image.is_aligned()) {
-    FW_ERR("sys fail: invalid msg_send offset %x\n", image.flash_offset);
-    return fail(-1);
+    FW_FAIL("sys fail: invalid msg_send offset %x", image.flash_offset);
+    return -1;
   }
   if (!image.has_device()) {
-    FW_ERR("sys fail: invalid mtd_id %d\n", image.type);
-    return fail(-1);
+    FW_FAIL("sys fail: invalid mtd_id %d", image.type);
+    return -1;
   }
   std::array<uint8_t, ERASE_LEN> request = {static_cast<uint8_t>(REQUEST_ERASE + update->image), image.type};
   fw_put_le32(request, 4, image.flash_offset);
@@ -106,8 +101,8 @@ int32_t kxtool_fw_upd_req_send(fw_update* update) {
   update->phase = fw_phase::erasing;
   fw_start_timer(FW_TIMER_ERASE, update->limits.erase);
   if (kxtool_fw_msg_send_sync_no_reply(update, request) != 0) {
-    FW_ERR("the erase request for image %d was not taken\n", update->image.load());
-    return fail(-1);
+    FW_FAIL("the erase request for image %d was not taken", update->image.load());
+    return -1;
   }
   return 0;
 }
@@ -123,16 +118,16 @@ int32_t kxtool_fw_data_sendto_riscv(fw_update* update) {
   uint32_t packets = 0;
   for (uint32_t at = 0; at < size; ++packets) {
     // A notice may have failed the update meanwhile.
-    if (fw_interrupt_is_raised() || kxtool_fw_fsm_get() != FW_STATE_WAIT) {
+    if (fw_is_deaf(update) || fw_interrupt_is_raised() || kxtool_fw_fsm_get() != FW_STATE_WAIT) {
       return -1;
     }
     const uint32_t in_piece = at % PIECE_SIZE;
     if (in_piece == 0 && read_piece(*update, image, at, std::span(piece).first(std::min(size - at, PIECE_SIZE))) != 0) {
-      return fail(-1);
+      return -1;
     }
     const uint32_t length = std::min(size - at, PACKET_DATA_MAX);
     if (send_packet(update, image, at, std::span(piece).subspan(in_piece, length)) != 0) {
-      return fail(-1);
+      return -1;
     }
     at += length;
     update->image_sent = at;
@@ -149,8 +144,8 @@ int32_t kxtool_fw_upd_crc_req_send(fw_update* update) {
   const fw_image image = update->header.images[update->image];
   uint32_t sum = 0;
   if (fw_image_checksum(update->package, update->header, image, &sum) != 0) {
-    FW_ERR("image %d cannot be read again\n", update->image.load());
-    return fail(-1);
+    FW_FAIL("image %d cannot be read again", update->image.load());
+    return -1;
   }
   std::array<uint8_t, READ_BACK_LEN> request = {static_cast<uint8_t>(REQUEST_READ_BACK + update->image)};
   fw_put_le32(request, 1, image.flash_offset);
@@ -160,8 +155,8 @@ int32_t kxtool_fw_upd_crc_req_send(fw_update* update) {
   update->sum_sent = sum;
   update->phase = fw_phase::reading;
   if (kxtool_fw_msg_send_sync_no_reply(update, request) != 0) {
-    FW_ERR("the read-back request for image %d was not taken\n", update->image.load());
-    return fail(-1);
+    FW_FAIL("the read-back request for image %d was not taken", update->image.load());
+    return -1;
   }
   return 0;
 }

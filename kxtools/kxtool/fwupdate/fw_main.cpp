@@ -2,8 +2,11 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include <cstdio>
+
 #include "channel/bar_channel.h"
 #include "channel/event.h"
+#include "channel/mailbox.h"
 #include "channel/process_exit.h"
 #include "common/report.h"
 #include "fw_args.h"
@@ -25,13 +28,30 @@ void sleep_us(uint32_t microseconds) {
   usleep(microseconds);
 }
 
-// The mailbox ends the process when an exchange fails: the log and the user still hear what is left, unless only the
-// statistics of an update that succeeded are.
-void on_channel_exit(int status) {
-  FW_ERR("the channel to the card failed, exit status %d\n", status);
-  if (kxtool_fw_fsm_get() != FW_STATE_FINISHED) {
-    fw_flash_report(*fw_update_get(), "failed");
+const char* channel_failure(int status) {
+  switch (status) {
+    case BAR_MSG_ERR_TIME_OUT:
+      return "the card does not answer";
+    case BAR_MSG_ERR_REPS_LEN:
+      return "the card's answer is longer than expected";
+    case BAR_MSG_ERR_REPS_ID:
+      return "the card answers another message";
+    default:
+      return "the exchange with the card is not possible";
   }
+}
+
+// The mailbox ends the process when an exchange fails: the log and the user still hear what is left. Behind a finished
+// update only its statistics are asked for: it stays finished.
+int on_channel_exit(int status) {
+  fw_update* update = fw_update_get();
+  FW_ERR("the channel to the card failed, exit status %d\n", status);
+  if (kxtool_fw_fsm_get() == FW_STATE_FINISHED) {
+    return update->exit_status;
+  }
+  fprintf(stderr, "cause: %s\n", channel_failure(status));
+  fw_flash_report(*update, "failed");
+  return status;
 }
 
 [[noreturn]] void leave(kxtool_device* device, int status) {
@@ -53,6 +73,7 @@ int kxtool_fw_main(kxtool_cmd_ctx* ctx) {
   update.device = &ctx->device;
   update.send = kxtool_fw_msg_send_sync;
   update.pause = sleep_us;
+  update.deafness = kxtool_notice_deafness;
   fw_update_set(&update);
   fw_log_open();
   FW_INFO("fwupdate pid is %d\n", static_cast<int>(getpid()));

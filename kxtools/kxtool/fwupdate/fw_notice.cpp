@@ -53,8 +53,7 @@ void count_failure(const char* what, const char* over, std::atomic<uint32_t>* fa
     *failures = count + 1;
     FW_ERR("%s failed %u try fix\n", what, count + 1);
   } else {
-    FW_ERR("%s failed %s%u time\n", what, over, count);
-    kxtool_fw_fsm_set(FW_STATE_FAILED);
+    FW_FAIL("%s failed %s%u time", what, over, count);
   }
 }
 
@@ -71,6 +70,9 @@ void take_write(fw_update* update, uint8_t status) {
     case WRITE_ERASE_FAILED:
       update->statistics_wanted = true;
       count_failure("erase", "over than max try ", &update->erase_failures);
+      if (update->state == FW_STATE_FAILED) {
+        update->phase = fw_phase::erase_failed;
+      }
       fw_cancel_timer(FW_TIMER_ERASE);
       break;
     case WRITE_FAILED:
@@ -78,9 +80,8 @@ void take_write(fw_update* update, uint8_t status) {
       count_failure("write", "", &update->write_failures);
       break;
     case WRITE_UMOUNT_FAILED:
-      FW_ERR("sys failed umount failed\n");
       update->statistics_wanted = true;
-      kxtool_fw_fsm_set(FW_STATE_FAILED);
+      FW_FAIL("sys failed umount failed");
       break;
     default:
       log_unexpected(NOTICE_WRITE, status);
@@ -89,13 +90,13 @@ void take_write(fw_update* update, uint8_t status) {
 }
 
 void take_sum_mismatch(fw_update* update) {
+  update->phase = fw_phase::mismatch;
   const uint32_t count = update->sum_failures;
   if (count > SUM_RETRY_MAX) {
     fw_print("crc failed! resent %u times failed! try to exit!\n", count);
-    FW_ERR("crc failed! resent %u times failed! try to exit!\n", count);
     update->sum_failures = 0;
     update->statistics_wanted = true;
-    kxtool_fw_fsm_set(FW_STATE_FAILED);
+    FW_FAIL("crc failed! resent %u times failed! try to exit!", count);
     return;
   }
   update->sum_failures = count + 1;
@@ -108,7 +109,6 @@ void take_read_back(fw_update* update, notice_view notice) {
     return log_unexpected(NOTICE_READ_BACK, notice[NOTICE_STATUS]);
   }
   fw_cancel_timer(FW_TIMER_READ_BACK);
-  update->phase = fw_phase::none;
   const uint32_t sum_sent = fw_get_le32(notice, NOTICE_SUM_SENT);
   const uint32_t sum_read = fw_get_le32(notice, NOTICE_SUM_READ);
   FW_INFO("orgcrc=%x curcrc=%x\n", sum_sent, sum_read);
@@ -117,6 +117,7 @@ void take_read_back(fw_update* update, notice_view notice) {
     return take_sum_mismatch(update);
   }
   update->sum_failures = 0;
+  update->phase = fw_phase::none;
   update->image = static_cast<uint8_t>(update->image + 1);
   fw_image next;
   if (fw_image_current(update, &next)) {
@@ -140,8 +141,11 @@ void take_success(fw_update* update, uint8_t status) {
 
 void mts_fwupdate_recv_cb(const uint8_t* payload, uint32_t length) {
   fw_update* update = fw_update_get();
-  if (update == nullptr || length <= NOTICE_STATUS || update->state == FW_STATE_FINISHED ||
-      update->state == FW_STATE_FAILED) {
+  if (update == nullptr || length <= NOTICE_STATUS) {
+    return;
+  }
+  const std::lock_guard guard(update->lock);
+  if (update->state == FW_STATE_FINISHED || update->state == FW_STATE_FAILED) {
     return;
   }
   const notice_view notice(payload, length);

@@ -33,8 +33,7 @@ bool reload(fw_update* update) {
   if (fw_package_header_read(update->package, static_cast<fw_package_part>(update->part.load()), &update->header) !=
           0 ||
       !update->header.count_is_valid()) {
-    FW_ERR("the header of part %d cannot be read\n", update->part.load());
-    kxtool_fw_fsm_set(FW_STATE_FAILED);
+    FW_FAIL("the header of part %d cannot be read", update->part.load());
     return false;
   }
   return true;
@@ -55,8 +54,7 @@ int32_t kxtool_kx_pkg_info_send(fw_update* update) {
   update->header_sent = true;
   update->phase = fw_phase::none;
   if (kxtool_fw_msg_send_sync_no_reply(update, std::span(request).first(HEADER_DATA + header.length)) != 0) {
-    FW_ERR("the package header was not taken\n");
-    kxtool_fw_fsm_set(FW_STATE_FAILED);
+    FW_FAIL("the package header was not taken");
     return -1;
   }
   update->image = 0;
@@ -75,8 +73,7 @@ int32_t kxtool_fw_end_req(fw_update* update) {
   std::array<uint8_t, END_LEN> request = {REQUEST_END};
   fw_put_le32(request, 1, static_cast<uint32_t>(update->package.size));
   if (kxtool_fw_msg_send_sync_no_reply(update, request) != 0) {
-    FW_ERR("the end of the update was not taken\n");
-    kxtool_fw_fsm_set(FW_STATE_FAILED);
+    FW_FAIL("the end of the update was not taken");
     return -1;
   }
   return 0;

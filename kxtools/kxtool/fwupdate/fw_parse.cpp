@@ -1,40 +1,17 @@
-// Looking at the whole package before anything is sent.
-#include <cinttypes>
+// Looking at the whole package before anything is sent: what a later state would refuse is refused here.
+#include <cstdio>
 
 #include "fw_handlers.h"
 #include "fw_log.h"
+#include "fwupdate/package_check.h"
 
 namespace {
-
-int32_t refuse_damaged(const fw_header& header) {
-  fw_print("invalid kx_pkg.fw_cnt =%u binary file was damaged during transfer!!!\n", header.fw_cnt);
-  fw_print("tips: please download the binary file again!\n");
-  fw_print("tips: please upload the binary file to the host again!\n");
-  FW_ERR("invalid kx_pkg.fw_cnt =%u binary file was damaged during transfer!!!\n", header.fw_cnt);
-  kxtool_fw_fsm_set(FW_STATE_FAILED);
-  return -2;
-}
 
 void log_table(const fw_header& header) {
   FW_INFO("checksum=%4x\n", header.checksum);
   for (const fw_image& image : header.table()) {
     FW_INFO(" offset =0x%4x size=%u type=%d\n", image.flash_offset, image.size, image.type);
   }
-}
-
-// Images whose data the file does not hold, or holds twice. Each is named in the log.
-bool has_faults(const fw_package& package, const fw_header& header) {
-  const std::vector<fw_fault> faults = fw_table_check(package, header);
-  for (const fw_fault& fault : faults) {
-    const fw_image& image = header.images[fault.image];
-    if (fault.reason == fw_fault_reason::beyond_file) {
-      FW_ERR("image %u: %u bytes at file offset 0x%" PRIx64 " reach past the file's end at 0x%" PRIx64 "\n",
-             fault.image, image.size, fw_image_position(header, image), package.size);
-    } else {
-      FW_ERR("image %u overlaps image %u\n", fault.image, fault.other);
-    }
-  }
-  return !faults.empty();
 }
 
 uint64_t sent_size(const fw_header& header) {
@@ -45,51 +22,64 @@ uint64_t sent_size(const fw_header& header) {
   return size;
 }
 
-int32_t check_part_b(fw_update* update) {
-  fw_header header;
-  if (fw_package_header_read(update->package, FW_PART_B, &header) != 0) {
-    FW_ERR("there is no header of part B at file offset 0x%" PRIx64 "\n", FW_BASE_PART_B);
-    return refuse_damaged(header);
+int32_t refuse_damaged(uint32_t fw_cnt) {
+  fw_print("invalid kx_pkg.fw_cnt =%u binary file was damaged during transfer!!!\n", fw_cnt);
+  fw_print("tips: please download the binary file again!\n");
+  fw_print("tips: please upload the binary file to the host again!\n");
+  FW_ERR("invalid kx_pkg.fw_cnt =%u binary file was damaged during transfer!!!\n", fw_cnt);
+  return -2;
+}
+
+// The lines for the first problem; `fw_cnt` is the count of its part. Returns the result of the state.
+int32_t refuse(const fw_problem& problem, uint32_t fw_cnt) {
+  switch (problem.kind) {
+    case fw_problem_kind::boot_stage:
+      FW_ERR("BL1 doesn't valid! %u\n", problem.value);
+      return -1;
+    case fw_problem_kind::no_kind:
+      FW_ERR("invalid bin type \n");
+      return -1;
+    case fw_problem_kind::old_layout:
+      fw_print("scp version was v0,stop doing firmware update!\n");
+      FW_ERR("scp version was v0,stop doing firmware update!\n");
+      return -1;
+    case fw_problem_kind::image_offset:
+      FW_ERR("sys fail: invalid msg_send offset %x\n", problem.value);
+      return -1;
+    case fw_problem_kind::image_device:
+      FW_ERR("sys fail: invalid mtd_id %u\n", problem.value);
+      return -1;
+    case fw_problem_kind::identification:
+      FW_ERR("boardtype get failed from verpkg!\n");
+      return -1;
+    case fw_problem_kind::no_header:
+    case fw_problem_kind::count:
+    case fw_problem_kind::image_data:
+      return refuse_damaged(fw_cnt);
   }
-  if (!header.count_is_valid() || has_faults(update->package, header)) {
-    return refuse_damaged(header);
-  }
-  update->total_size += sent_size(header);
-  return 0;
+  return -1;
 }
 
 }  // namespace
 
 int32_t kxtool_fw_data_pack_parsing(fw_update* update) {
-  fw_header* header = &update->header;
-  const int32_t error = fw_package_boot_stage_check(update->package);
-  if (error != 0) {
-    FW_ERR("BL1 doesn't valid! %d\n", error);
-    kxtool_fw_fsm_set(FW_STATE_FAILED);
-    return -1;
+  const std::vector<fw_problem> problems = fw_package_check(update->package);
+  fw_header part_b;
+  if (fw_package_header_read(update->package, FW_PART_A, &update->header) == 0) {
+    log_table(update->header);
   }
-  if (fw_package_header_read(update->package, FW_PART_A, header) != 0 || !header->count_is_valid()) {
-    return refuse_damaged(*header);
+  if (update->package.kind == FW_KIND_WHOLE_FLASH) {
+    fw_package_header_read(update->package, FW_PART_B, &part_b);
   }
-  log_table(*header);
-  if (fw_header_is_old_layout(*header)) {
-    fw_print("scp version was v0,stop doing firmware update!\n");
-    FW_ERR("scp version was v0,stop doing firmware update!\n");
-    kxtool_fw_fsm_set(FW_STATE_FAILED);
-    return -1;
+  if (!problems.empty()) {
+    const fw_problem& first = problems.front();
+    const int32_t result = refuse(first, first.part == FW_PART_A ? update->header.fw_cnt : part_b.fw_cnt);
+    for (const fw_problem& problem : problems) {
+      FW_FAIL("the package is refused: %s", problem.text.c_str());
+    }
+    return result;
   }
-  if (has_faults(update->package, *header)) {
-    return refuse_damaged(*header);
-  }
-  update->total_size = sent_size(*header);
-  if (update->package.kind == FW_KIND_NONE) {
-    FW_ERR("invalid bin type \n");
-    kxtool_fw_fsm_set(FW_STATE_FAILED);
-    return -1;
-  }
-  if (update->package.kind == FW_KIND_WHOLE_FLASH && check_part_b(update) != 0) {
-    return -2;
-  }
+  update->total_size = sent_size(update->header) + sent_size(part_b);
   update->progress.total = update->total_size;
   kxtool_fw_fsm_set(FW_STATE_AUTHORISE);
   return 0;

@@ -1,5 +1,6 @@
 #include "fw_run.h"
 
+#include <cstdio>
 #include <cstring>
 
 #include "fw_flash_text.h"
@@ -41,11 +42,16 @@ void run_row(fw_update* update) {
   }
 }
 
-// Asked for by notices; a card that cannot tell any more fails an update that is not over yet.
+// An update writes flash, a query does not.
+bool is_writing(const fw_update& update) {
+  return update.package.kind != FW_KIND_NONE && kxtool_fw_fsm_get() != FW_STATE_FINISHED &&
+         kxtool_fw_fsm_get() != FW_STATE_FAILED;
+}
+
+// Asked for by notices. What the card answers, or that it does not, changes no update.
 void log_statistics(fw_update* update) {
-  if (update->statistics_wanted.exchange(false) && fw_flash_statistics_log(update) != 0 &&
-      kxtool_fw_fsm_get() != FW_STATE_FINISHED) {
-    kxtool_fw_fsm_set(FW_STATE_FAILED);
+  if (update->statistics_wanted.exchange(false)) {
+    fw_flash_statistics_log(update);
   }
 }
 
@@ -57,9 +63,13 @@ int update_finish(const fw_update& update) {
   return 0;
 }
 
-int update_fail(const fw_update& update) {
+int update_fail(fw_update& update) {
   FW_ERR("****The update has failed. Please retry after a few minutes.****\n");
   fw_print("****The update has failed. Please retry after a few minutes.****\n");
+  const std::string cause = fw_cause();
+  if (!cause.empty()) {
+    fprintf(stderr, "cause: %s\n", cause.c_str());
+  }
   fw_flash_report(update, "failed");
   return FW_EXIT_FAILED;
 }
@@ -90,7 +100,7 @@ class quiet_guard {
 int fw_run(fw_update* update) {
   quiet_guard guard(update->limits.erase);
   for (;;) {
-    if (!fw_interrupt_is_raised()) {
+    if (!fw_interrupt_is_raised() && !(is_writing(*update) && fw_is_deaf(update))) {
       run_row(update);
     }
     log_statistics(update);

@@ -1,5 +1,8 @@
 #include "fw_state.h"
 
+#include <cstdarg>
+#include <cstdio>
+
 #include "fw_log.h"
 
 namespace {
@@ -7,6 +10,10 @@ namespace {
 constexpr uint8_t STATE_END = 128;
 
 std::atomic<fw_update*> current_update = nullptr;
+
+// Either thread may find the first fault.
+constinit std::mutex cause_mutex;
+char cause[256] = "";
 
 }  // namespace
 
@@ -16,6 +23,37 @@ fw_update* fw_update_get() {
 
 void fw_update_set(fw_update* update) {
   current_update.store(update, std::memory_order_release);
+  const std::lock_guard guard(cause_mutex);
+  cause[0] = '\0';
+}
+
+void fw_fail(const char* function, int line, const char* format, ...) {
+  char text[sizeof cause];
+  va_list args;
+  va_start(args, format);
+  vsnprintf(text, sizeof text, format, args);
+  va_end(args);
+  fw_log_line("upd_err", function, line, "%s\n", text);
+  {
+    const std::lock_guard guard(cause_mutex);
+    if (cause[0] == '\0') {
+      snprintf(cause, sizeof cause, "%s", text);
+    }
+  }
+  kxtool_fw_fsm_set(FW_STATE_FAILED);
+}
+
+std::string fw_cause() {
+  const std::lock_guard guard(cause_mutex);
+  return cause;
+}
+
+bool fw_is_deaf(fw_update* update) {
+  const char* reason = update->deafness == nullptr ? nullptr : update->deafness();
+  if (reason != nullptr) {
+    FW_FAIL("the card's answers cannot be heard: %s", reason);
+  }
+  return reason != nullptr;
 }
 
 void kxtool_fw_fsm_set(uint8_t state) {
@@ -57,8 +95,7 @@ void fw_part_finish(fw_update* update) {
     update->part = FW_PART_B;
     update->image = 0;
     if (fw_package_header_read(update->package, FW_PART_B, &update->header) != 0) {
-      FW_ERR("the header of part B cannot be read\n");
-      kxtool_fw_fsm_set(FW_STATE_FAILED);
+      FW_FAIL("the header of part B cannot be read");
     }
     // Its handler reads the header again and fails on a bad one.
     kxtool_fw_fsm_set(FW_STATE_HEADER);

@@ -4,6 +4,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
+#include <string>
 
 #include "channel/device.h"
 #include "fw_progress.h"
@@ -26,8 +28,8 @@ enum fw_state : uint8_t {
   FW_STATE_READ_BACK = 96,
 };
 
-/// What the card was last asked for. A notice moves the machine only when it answers that.
-enum class fw_phase : uint8_t { none, erasing, writing, reading, ending };
+/// What the card was last asked for, and how that ended badly. A notice moves the machine only when it answers it.
+enum class fw_phase : uint8_t { none, erasing, erase_failed, writing, reading, mismatch, ending };
 
 /// Sends one request of the update and waits for its reply: `*reply_len` is the size of `reply` and becomes the length
 /// of what came, as far as the channel tells it. Returns 0 or non-zero.
@@ -38,6 +40,7 @@ struct fw_update {
   kxtool_device* device = nullptr;
   fw_send_fn send = nullptr;
   void (*pause)(uint32_t microseconds) = nullptr;  ///< sleeps; with it the caller chooses how long a tick is
+  const char* (*deafness)() = nullptr;             ///< why no notice can come; null while one can
   fw_time_limits limits;
   const char* command = "";  ///< command word of the state table
   int exit_status = 0;       ///< of a state 20 that is no success
@@ -45,6 +48,9 @@ struct fw_update {
   fw_package package;
   uint64_t total_size = 0;  ///< bytes that will be sent for all images
   fw_progress progress;
+
+  /// Held by a notice while it moves the machine, and by whoever tells what the flash holds.
+  std::mutex lock;
 
   // Written by the command's thread before the request that a notice answers, or by the notice while that thread waits;
   // handed over by the state.
@@ -67,6 +73,16 @@ struct fw_update {
 /// The update of this process; null before it began. Set before notices are taken.
 fw_update* fw_update_get();
 void fw_update_set(fw_update* update);
+
+/// Fails the update: logs one line, keeps the first such text for fw_cause, then sets the state. `format` has no
+/// newline.
+[[gnu::format(printf, 3, 4)]] void fw_fail(const char* function, int line, const char* format, ...);
+#define FW_FAIL(...) fw_fail(__func__, __LINE__, __VA_ARGS__)
+/// Why the update fails; empty while it does not.
+std::string fw_cause();
+
+/// Fails the update when the card's answers cannot be heard: true then.
+bool fw_is_deaf(fw_update* update);
 
 /// States of 128 and more are ignored.
 void kxtool_fw_fsm_set(uint8_t state);

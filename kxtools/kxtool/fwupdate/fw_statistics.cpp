@@ -1,6 +1,7 @@
 // The card's flash and message counters.
 #include <array>
 
+#include "channel/mailbox.h"
 #include "fw_handlers.h"
 #include "fw_log.h"
 #include "fw_message.h"
@@ -9,7 +10,7 @@ namespace {
 
 constexpr uint8_t REQUEST_STATISTICS = 1;
 constexpr size_t COUNT_NUM = 10;
-constexpr uint16_t REPLY_LEN = COUNT_NUM * 4;
+constexpr uint16_t REPLY_MIN = COUNT_NUM * 4;  // what is printed; the card may tell more
 
 constexpr const char* FLASH_HEADING = "====flash erase_err wr_err rd_err cb_cnt queue_cnt deque_cnt max_wq_backlog====";
 constexpr const char* MESSAGE_HEADING = "====risc->host rx_cnt   tx_cnt   tx_err====";
@@ -21,8 +22,8 @@ struct counts {
 
 int32_t statistics_ask(fw_update* update, counts* text) {
   constexpr std::array<uint8_t, 1> request = {REQUEST_STATISTICS};
-  std::array<uint8_t, REPLY_LEN> reply;
-  if (fw_request_send(update, request, reply, REPLY_LEN) != 0) {
+  std::array<uint8_t, BAR_MSG_PAYLOAD_MAX> reply;
+  if (fw_request_send(update, request, reply, REPLY_MIN) != 0) {
     FW_ERR("bar chan or msgq channel is not work ,try it later!\n");
     return -1;
   }
@@ -50,7 +51,7 @@ int32_t fw_flash_statistics_log(fw_update* update) {
 int32_t kxtool_fw_flash_cnt_get(fw_update* update) {
   counts text;
   if (statistics_ask(update, &text) != 0) {
-    kxtool_fw_fsm_set(FW_STATE_FAILED);
+    FW_FAIL("the card does not tell its flash statistics");
     return -1;
   }
   fw_print("%s\n%s\n%s\n%s\n", FLASH_HEADING, text.flash, MESSAGE_HEADING, text.message);

@@ -17,8 +17,7 @@ struct timer_row {
 
 void timer_fail(const char* message) {
   fw_print("%s\n", message);
-  FW_ERR("%s\n", message);
-  kxtool_fw_fsm_set(FW_STATE_FAILED);
+  FW_FAIL("%s", message);
 }
 
 void read_back_timeout() {

@@ -75,6 +75,7 @@ Update::outcome Update::drive(fw_update* update) {
   update->send = send;
   update->pause = short_pause;
   update->limits = limits_;
+  update->deafness = deafness_;
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
   fw_progress_start(&update->progress);

@@ -38,6 +38,7 @@ class Update : public testing::Test {
 
   uint32_t os_type_ = 1;
   fw_time_limits limits_;
+  const char* (*deafness_)() = nullptr;
   std::function<void(const package_file::bytes&)> before_request_;
   std::vector<package_file::bytes> sent_;
 

@@ -1,6 +1,7 @@
 // The update's machine against the virtual card: what lands in the flash, what every failure ends in.
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <csignal>
 
 #include "fw_interrupt.h"
@@ -212,6 +213,10 @@ INSTANTIATE_TEST_SUITE_P(
         fault_case{"sum_wrong_4", R"("faults": {"update": {"sum_wrong": 4}})", 7,
                    "crc failed! resent 3 times failed! try to exit!\n",
                    "====flash erase_err wr_err rd_err cb_cnt queue_cnt deque_cnt max_wq_backlog====", 4},
+        fault_case{"sum_wrong_told", R"("faults": {"update": {"sum_wrong": 4}})", 7, "",
+                   "image 1 of 1 is written but reads back differently: repeat the update", 4},
+        fault_case{"erase_failed_told", R"("faults": {"update": {"erase_fails": 11}})", 7, "",
+                   "image 1 of 1 could not be erased: repeat the update", 1},
         fault_case{"umount", R"("faults": {"update": {"umount_fails": true}})", 7, "", "sys failed umount failed", 1},
         fault_case{"erase_silent", R"("faults": {"update": {"notice_lost": "erase"}})", 7,
                    "The firmware update failed due to a timeout while erasing the flash memory!\n",
@@ -320,20 +325,79 @@ TEST_F(Update, ThirtyThreeImagesAreWritten) {
   EXPECT_EQ(flash(PARTITION_2 + 0x21000, 8), pattern(8, 32));
 }
 
-TEST_F(Update, ImagesThatCannotBeAddressedFailWhenTheirTurnComes) {
+// The last image of the last part: nothing before it may have been written when it is found.
+TEST_F(Update, ImagesThatCannotBeAddressedAreRefusedBeforeAnythingIsSent) {
   struct {
     row image;
     const char* log;
-  } const cases[] = {{{0x41004, 8, 2}, "sys fail: invalid msg_send offset 41004"},
-                     {{0x41000, 8, 255}, "sys fail: invalid mtd_id 255"}};
+    const char* cause;
+  } const cases[] = {
+      {{0x3303004, 8, 2},
+       "sys fail: invalid msg_send offset 3303004",
+       "cause: the package is refused: part B image 1: flash offset 0x3303004 is no multiple of 4096\n"},
+      {{0x3303000, 8, 255},
+       "sys fail: invalid mtd_id 255",
+       "cause: the package is refused: part B image 1: flash device id 255 is not below 255\n"},
+      {{0x3400000, 8, 2},
+       "part B image 1: 8 bytes at file offset 0x3400000 reach past the file's end at 0x3310000",
+       ""},
+  };
   for (const auto& test : cases) {
     package_file::file package;
-    package.put(256, package_file::header(package_file::IDENTIFICATION, {test.image})).resize(0x40000);
+    make_whole_flash(&package);
+    package.put(PARTITION_2, package_file::header(package_file::IDENTIFICATION, {{0x3302000, 2029, 3}, test.image}))
+        .resize(0x3310000);
     plug("{}");
     const outcome result = run(package);
     EXPECT_EQ(result.status, 7);
     EXPECT_THAT(result.log, HasSubstr(test.log));
-    EXPECT_TRUE(requests(0x20).empty());
+    EXPECT_THAT(result.log, HasSubstr(test.cause));
+    EXPECT_THAT(result.log, HasSubstr("failed: nothing was written to the flash"));
+    EXPECT_TRUE(sent_.empty());
+  }
+}
+
+// A card that cannot be heard must not be erased, and one that falls silent is noticed at once, not by a timer.
+TEST_F(Update, CardThatCannotBeHeardIsNotWritten) {
+  struct {
+    uint8_t from;  // first byte of the request at which the receiver ends; 0: it never heard
+    const char* text;
+    size_t requests;
+  } const cases[] = {
+      {0, "failed: nothing was written to the flash, the running partition is untouched\n", 0},
+      {28, "failed: nothing was written to the flash, the running partition is untouched\n", 1},
+      {0x20, "image 1 of 3 is being erased: repeat the update", 3},
+      {0x40, "image 1 of 3 holds 2028 of 5000 bytes: repeat the update", 4},
+      {22, "failed: all images are written and verified, but the card has not finished", 12},
+  };
+  static std::atomic<bool> deaf;
+  package_file::file package;
+  make_one_partition(&package);
+  deafness_ = [] { return deaf ? "the receiver ended" : nullptr; };
+  for (const auto& test : cases) {
+    deaf = test.from == 0;
+    plug(R"({"update": {"erase_ms": 20, "read_back_ms": 20, "end_ms": 20}})");
+    before_request_ = [&](const bytes& request) { deaf = deaf || request[0] == test.from; };
+    const outcome result = run(package);
+    EXPECT_EQ(result.status, 7) << int{test.from};
+    EXPECT_THAT(result.log, HasSubstr("cause: the card's answers cannot be heard: the receiver ended\n"));
+    EXPECT_THAT(result.log, HasSubstr(test.text));
+    EXPECT_EQ(sent_.size(), test.requests) << int{test.from};
+  }
+}
+
+// What the card tells of its statistics, more or less than is printed or nothing at all, is nothing to the update.
+TEST_F(Update, StatisticsNeverChangeTheResult) {
+  package_file::file package;
+  make_one_partition(&package);
+  const std::string long_reply = "\"reply\": \"" + std::string(200, '0') + '"';
+  for (const std::string& fault : {std::string(R"("reply": "00")"), std::string(R"("result": 6)"), long_reply}) {
+    plug(std::string(R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1}, "faults": {
+             "update": {"erase_fails": 1}, "processor": {"requests": [{"event_id": 27, "op_code": 1, )") +
+         fault + "}]}}}");
+    const outcome result = run(package);
+    EXPECT_EQ(result.status, 0) << fault << result.log;
+    EXPECT_EQ(requests(1).size(), 2u);
   }
 }
 

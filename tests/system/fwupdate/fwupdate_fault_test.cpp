@@ -8,8 +8,10 @@
 namespace {
 
 using kx_system::Result;
+using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
+using update_run::bytes;
 using update_run::Workplace;
 
 struct fault_case {
@@ -29,7 +31,7 @@ void expect_outcome(const fault_case& test, const Workplace& work, const Result&
   EXPECT_THAT(work.log(), HasSubstr(test.log));
   EXPECT_THAT(result.out, HasSubstr(update_run::NEXT_OUT)) << "the run lock is not free";
   EXPECT_EQ(work.flash_holds_package(), test.status == 0);
-  EXPECT_EQ(work.flash(update_run::PARTITION_1, 0x10000), update_run::bytes(0x10000));
+  EXPECT_EQ(work.flash(update_run::PARTITION_1, 0x10000), bytes(0x10000));
   if (test.status != 0) {
     EXPECT_THAT(result.out, Not(HasSubstr("write success")));
   }
@@ -50,6 +52,7 @@ TEST(FirmwareUpdateFault, ByName) {
     const Workplace work;
     const Result result = kx_system::run(work.with_next("eth0", card_with(test.faults)));
     expect_outcome(test, work, result);
+    EXPECT_THAT(result.err, HasSubstr("cause: "));
     EXPECT_THAT(work.log(), HasSubstr("****The update has failed. Please retry after a few minutes.****"));
   }
 }
@@ -73,20 +76,59 @@ TEST(FirmwareUpdateFault, ByAddress) {
     if (test.status != 0) {
       // The channel ended the process; the update still had its say.
       EXPECT_THAT(work.log(), HasSubstr("the channel to the card failed, exit status " + std::to_string(test.status)));
+      EXPECT_THAT(result.err, HasSubstr("cause: the card"));
       EXPECT_THAT(result.err, HasSubstr("the running partition"));
     }
   }
 }
 
-TEST(FirmwareUpdateFault, LostStatisticsOfAWrittenUpdateAreNoFailedUpdate) {
-  const Workplace work;
-  const Result result = kx_system::run(
-      work.by_address(card_with(R"({"mailbox": {"requests": [{"event_id": 27, "from": 12, "length": 41}]}})")));
-  EXPECT_EQ(result.status, 12) << result.out;
-  EXPECT_THAT(result.out, HasSubstr("write success"));
-  EXPECT_THAT(work.log(), HasSubstr("the channel to the card failed, exit status 12"));
-  EXPECT_EQ(result.err, "");
-  EXPECT_TRUE(work.flash_holds_package());
+TEST(FirmwareUpdateFault, StatisticsOfAWrittenUpdateMayBeLongerOrLost) {
+  struct {
+    const char* answer;
+    const char* log;
+  } const cases[] = {{R"("length": 41)", "====risc->host rx_cnt   tx_cnt   tx_err====\n"},
+                     {R"("message_id": 9)", "the channel to the card failed, exit status 15\n"}};
+  for (const auto& test : cases) {
+    const Workplace work;
+    const Result result = kx_system::run(work.by_address(card_with(
+        (std::string(R"({"mailbox": {"requests": [{"event_id": 27, "from": 12, )") + test.answer + "}]}}").c_str())));
+    EXPECT_EQ(result.status, 0) << result.out;
+    EXPECT_THAT(result.out, HasSubstr("write success"));
+    EXPECT_THAT(work.log(), HasSubstr(test.log));
+    EXPECT_TRUE(work.flash_holds_package());
+  }
+}
+
+// Without notices the card would be erased and the update would wait for a timer. The query that follows works.
+TEST(FirmwareUpdateFault, ToolThatCannotHearNoticesChangesNothingOrEndsAtOnce) {
+  constexpr const char* NOTHING = "failed: nothing was written to the flash, the running partition is untouched\n";
+  constexpr const char* FOREIGN_FIRST = R"("notices": [{"payload": "02000000"}], )";
+  struct {
+    const char* notices;  // of the card
+    const char* netlink;
+    const char* cause;
+    const char* flash;
+  } const cases[] = {
+      {"", R"("bind_errno": 98)", "the netlink socket cannot be bound: Address already in use\n", NOTHING},
+      {"", R"("family": "no_id")", "the kernel names no number of the driver's notice family\n", NOTHING},
+      {FOREIGN_FIRST, R"("notice_family_id": 99)", "ended at a netlink message of another family\n", NOTHING},
+      {FOREIGN_FIRST, R"("notice": "short")", "ended at a malformed netlink message\n", NOTHING},
+      {"", R"("notice": "error", "notice_from": 2)", "ended at a malformed netlink message\n", "image 1 of 2 "},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.netlink);
+    const Workplace work;
+    const Result result = kx_system::run(
+        work.with_next("eth0", std::string("{") + test.notices + R"("faults": {"netlink": {)" + test.netlink + "}}}"));
+    EXPECT_EQ(result.status, 7) << result.out;
+    EXPECT_THAT(result.err, HasSubstr(std::string("cause: the card's answers cannot be heard: ")));
+    EXPECT_THAT(result.err, HasSubstr(test.cause));
+    EXPECT_THAT(result.err, HasSubstr(test.flash));
+    EXPECT_THAT(result.out, HasSubstr(update_run::NEXT_OUT));
+    EXPECT_EQ(work.flash(update_run::PARTITION_1, 0x10000), bytes(0x10000));
+    const bool nothing = test.flash == NOTHING;
+    EXPECT_EQ(testing::Matches(Contains(HasSubstr(" payload=13")))(result.log), !nothing) << "package header";
+  }
 }
 
 TEST(FirmwareUpdateFault, RefusalEndsWithItsOwnStatusAndLeavesTheLockFree) {
@@ -96,6 +138,7 @@ TEST(FirmwareUpdateFault, RefusalEndsWithItsOwnStatusAndLeavesTheLockFree) {
                                         .state = work.folder.path()});
   EXPECT_EQ(result.status, 5);
   EXPECT_THAT(result.out, HasSubstr("active partition: 1\n"));
+  EXPECT_THAT(result.err, HasSubstr("the card refuses the update: nothing was written\n"));
   EXPECT_THAT(work.log(), HasSubstr("risc refuse to update"));
 }
 

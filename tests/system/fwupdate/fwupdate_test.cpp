@@ -112,6 +112,8 @@ TEST(FirmwareUpdate, DamagedPackageIsRefusedBeforeAnythingIsSent) {
     EXPECT_THAT(result.out, HasSubstr("****The update has failed. Please retry after a few minutes.****\n"));
     EXPECT_THAT(result.out + work.log(),
                 HasSubstr(size >= 400 ? "binary file was damaged during transfer!!!\ntips: " : "BL1 doesn't valid! "));
+    EXPECT_THAT(result.err, HasSubstr(size >= 400 ? "cause: the package is refused: part A image "
+                                                  : "cause: the package is refused: too short for a package: "));
     EXPECT_THAT(result.log, Not(Contains(HasSubstr("event_id=27 ")))) << "the card heard of the update";
   }
   const Workplace cut_table;

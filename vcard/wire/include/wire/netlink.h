@@ -50,6 +50,9 @@ class NetlinkWire {
   uint16_t notice_family_id_;
   size_t family_fault_;
   size_t notice_fault_;
+  uint32_t notice_fault_from_;
+  uint32_t notices_ = 0;  // sent
+  int bind_errno_;        // 0: none
 };
 
 }  // namespace vcard

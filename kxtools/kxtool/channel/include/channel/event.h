@@ -37,6 +37,11 @@ void kxtool_recv_cb_set(kxtool_notice_cb callback);
 void kxtool_log_data_cb_set(kxtool_notice_cb callback);
 void kxtool_log_finish_cb_set(kxtool_notice_cb callback);
 
+/// Why the card's notices cannot reach this process, for people; null while they can. Any thread may ask.
+const char* kxtool_notice_deafness();
+/// Set by the receivers: a text that lives as long as the process, or null when notices come again.
+void kxtool_notice_deafness_set(const char* reason);
+
 /// Process statistics of both channels: requests are counted by the command's thread, notices by the receive thread.
 struct kxtool_channel_stats {
   std::atomic<uint32_t> tx_req;

@@ -7,6 +7,6 @@
 [[noreturn]] void kxtool_process_exit(int status);
 
 /// What a command still wants to say when its process is ended from elsewhere; called once, with the status, on the
-/// thread that ends the process. Null takes it back.
-using kxtool_exit_hook = void (*)(int status);
+/// thread that ends the process. Returns the status to end with. Null takes it back.
+using kxtool_exit_hook = int (*)(int status);
 void kxtool_process_exit_hook_set(kxtool_exit_hook hook);
