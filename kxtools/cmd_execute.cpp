@@ -64,6 +64,17 @@ bool is_help_request(const kxtools_cmd_context& ctx) {
   return ctx.argc == 1 && (strcmp(ctx.argp[0], "-h") == 0 || strcmp(ctx.argp[0], "--help") == 0);
 }
 
+// A maintenance command answers it in its child, the framework's own words take none.
+bool is_usage_request(const kxtools_cmd_context& ctx, uint32_t module_id) {
+  return module_id >= KXTOOLS_MODULE_KXNP && module_id <= KXTOOLS_MODULE_KXBTTL && is_help_request(ctx);
+}
+
+// The walk of the whole tree; behind a module or a group, the word that asks for its usage is no command.
+int32_t line_match(kxtools_cmd_context* ctx) {
+  const int32_t match = kxtools_cmd_match(ctx, kxtools_cmd_list_addr_get(), kxtools_cmd_list_count_get());
+  return match == KXTOOLS_MATCH_NO_COMMAND && ctx->cmd != nullptr && is_help_request(*ctx) ? 0 : match;
+}
+
 // What holds for a line whose device publishes nothing, and for one without a device.
 void line_compat_default(kxtools_cmd_context* ctx) {
   ctx->compat[KXTOOLS_COMPAT_KXTOOL] = {.item = KXTOOLS_COMPAT_KXTOOL + 1};
@@ -134,8 +145,7 @@ int32_t kxtools_cmd_execute(const char* line) {
   if (line == nullptr || line[0] == '\0') {
     return -1;
   }
-  const kxtools_cmd_entry* list = kxtools_cmd_list_addr_get();
-  if (list == nullptr) {
+  if (kxtools_cmd_list_addr_get() == nullptr) {
     KXTOOLS_ERR("command_list is null!\n");
     return -1;
   }
@@ -144,7 +154,7 @@ int32_t kxtools_cmd_execute(const char* line) {
     return -1;
   }
   ctx->permission = kxtools_permission_get();
-  const int32_t match = kxtools_cmd_match(ctx.get(), list, kxtools_cmd_list_count_get());
+  const int32_t match = line_match(ctx.get());
   if (match < 0) {
     walk_failure_print(line, match);
     return -1;
@@ -154,6 +164,9 @@ int32_t kxtools_cmd_execute(const char* line) {
   if (kxtools_module_id_get(ctx->cmd, &module_id) != 0) {
     KXTOOLS_ERR("kxtools_module_id_get failed!\n");
     return -1;
+  }
+  if (is_usage_request(*ctx, module_id)) {
+    return kxtools_usage_print(ctx.get());
   }
   uint32_t not_device = 0;
   if (kxtools_is_not_kxtool_cmd_format(ctx->cmd, &not_device) != 0) {
@@ -172,4 +185,15 @@ int32_t kxtools_cmd_execute(const char* line) {
     }
   }
   return handler_run(line, ctx.get());
+}
+
+bool kxtools_cmd_is_usage(const char* line) {
+  const kxtools_cmd_context_owner ctx = kxtools_cmd_context_malloc(line);
+  uint32_t module_id = 0;
+  if (ctx == nullptr) {
+    return false;
+  }
+  ctx->permission = kxtools_permission_get();
+  return line_match(ctx.get()) == 0 && ctx->cmd != nullptr && kxtools_module_id_get(ctx->cmd, &module_id) == 0 &&
+         is_usage_request(*ctx, module_id);
 }

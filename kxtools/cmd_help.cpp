@@ -87,3 +87,17 @@ int32_t kxtools_module_help(kxtools_cmd_context* ctx) {
   fflush(stdout);
   return result;
 }
+
+int32_t kxtools_usage_print(kxtools_cmd_context* ctx) {
+  const kxtools_cmd_entry& entry = *ctx->cmd;
+  ctx->argc = 0;
+  if (entry.usage != nullptr) {
+    entry.usage(entry);
+  } else if (entry.sub_cmd_num != 0) {
+    return entry.handler(ctx);
+  } else {
+    printf("%s\n", entry.help == nullptr ? entry.name : entry.help);
+  }
+  fflush(stdout);
+  return 0;
+}

@@ -17,7 +17,9 @@ struct bttl_func {
   char name[64];
   int32_t (*handler)(uint32_t cmd_id, uint32_t param1, uint32_t param2);
   char module[64];
-  uint8_t para_num;  ///< words of the line after the module word, exactly
+  uint8_t para_num;   ///< words of the line after the module word, exactly
+  const char* words;  ///< those behind the function word, with their ranges
+  const char* purpose;
 };
 
 struct bttl_module {
@@ -25,21 +27,26 @@ struct bttl_module {
   uint32_t count;
 };
 
+constexpr const char* SIDES = "<path 0..1> <port 1..3>";
+
 constexpr bttl_func DXGE_FUNCS[] = {
-    {"dump", dxge_dump, "dxge", 4},   {"debug", dxge_debug, "dxge", 4},    {"cfg", dxge_config, "dxge", 4},
-    {"press", dxge_press, "dxge", 4}, {"rx_debug", rx_debug_1, "dxge", 4},
+    {"dump", dxge_dump, "dxge", 4, SIDES, "Shows all registers of the chosen sides of the packet interface"},
+    {"debug", dxge_debug, "dxge", 4, SIDES, "Shows what the chosen sides counted as wrong"},
+    {"cfg", dxge_config, "dxge", 4, SIDES, "Shows how the chosen sides are configured"},
+    {"press", dxge_press, "dxge", 4, SIDES, "Shows the back pressure of the chosen sides"},
+    {"rx_debug", rx_debug_1, "dxge", 4, SIDES, "Shows the receive side's last error and what its bits say"},
 };
 constexpr bttl_func QMAN_FUNCS[] = {
-    {"que", qman_queue_state, "qman", 2},
-    {"stat", qman_state, "qman", 4},
-    {"cfg", qman_cfg, "qman", 2},
+    {"que", qman_queue_state, "qman", 2, "", "Shows the state of the queue manager"},
+    {"stat", qman_state, "qman", 4, "<first 0..ff> <last 0..ff>", "Shows the state of each queue from first to last"},
+    {"cfg", qman_cfg, "qman", 2, "", "Shows how the queue manager is configured"},
 };
 constexpr bttl_func BMAN_FUNCS[] = {
-    {"stat", bman_state, "bman", 3},
-    {"cfg", bman_cfg, "bman", 2},
+    {"stat", bman_state, "bman", 3, "<pool 0..3>", "Shows the state of a buffer pool"},
+    {"cfg", bman_cfg, "bman", 2, "", "Shows how the buffer manager is configured"},
 };
 constexpr bttl_func LRO_FUNCS[] = {
-    {"cfg", HalLroCfgShow, "lro", 2},
+    {"cfg", HalLroCfgShow, "lro", 2, "", "Shows how large receive offload is configured"},
 };
 
 constexpr bttl_module func_arrays[] = {
@@ -130,11 +137,31 @@ int32_t kxbttl_exec(kxtools_cmd_context* ctx) {
   return 0;
 }
 
+void usage_print(const kxtools_cmd_entry& entry) {
+  for (const bttl_module& row : func_arrays) {
+    for (uint32_t i = 0; i < row.count && std::string_view(row.funcs[i].module) == entry.name; ++i) {
+      const bttl_func& func = row.funcs[i];
+      kx_print("kxbttl %s 1 %s%s%s\n    %s.\n", func.module, func.name, func.words[0] == '\0' ? "" : " ", func.words,
+               func.purpose);
+    }
+  }
+  kx_print("Numbers are hexadecimal.\n");
+  if (std::string_view(entry.name) == DXGE_FUNCS[0].module) {
+    kx_print("Path 0 leads to the network processor, 1 to the queue engine; port 1 is receive, 2 transmit, 3 both.\n");
+  }
+}
+
+constexpr kxtools_cmd_entry entry_of(const char* name, const char* help) {
+  kxtools_cmd_entry entry = {.name = name, .help = help, .handler = kxbttl_exec};
+  entry.usage = usage_print;
+  return entry;
+}
+
 constexpr kxtools_cmd_entry kxbttl_sub_command_list[] = {
-    {.name = "dxge", .help = "dxge 1 {dump|debug|cfg|press|rx_debug} [path] [port]", .handler = kxbttl_exec},
-    {.name = "bman", .help = "bman 1 {stat [pool]|cfg}", .handler = kxbttl_exec},
-    {.name = "qman", .help = "qman 1 {que|stat [first] [last]|cfg}", .handler = kxbttl_exec},
-    {.name = "lro", .help = "lro 1 cfg", .handler = kxbttl_exec},
+    entry_of("dxge", "dxge 1 {dump|debug|cfg|press|rx_debug} [path] [port]"),
+    entry_of("bman", "bman 1 {stat [pool]|cfg}"),
+    entry_of("qman", "qman 1 {que|stat [first] [last]|cfg}"),
+    entry_of("lro", "lro 1 cfg"),
 };
 
 }  // namespace

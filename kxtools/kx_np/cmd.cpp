@@ -59,6 +59,15 @@ int32_t text_command_call(const DppCmdEntry& entry, const kxtools_cmd_context& c
   return 0;
 }
 
+void usage_print(const kxtools_cmd_entry& command) {
+  const DppCmdEntry* entry = dpp_cmd_find(command.name);
+  if (entry == nullptr) {
+    kx_print("%s: this driver has no such command\n", command.name);
+    return;
+  }
+  dpp_cmd_usage_print(*entry);
+}
+
 }  // namespace
 
 int32_t kxnp_cmd_init() {
@@ -72,6 +81,7 @@ int32_t kxnp_cmd_init() {
                                 .help = "",
                                 .handler = is_drop_stat(command.name) ? kxnp_mcode_drop_stat : kxnp_dpp_cmd_exec,
                                 .permission = command.permission};
+    kxnp_sub_command_list[i].usage = usage_print;
   }
   return kxtools_cmd_register(KXTOOLS_MODULE_KXNP, kxnp_sub_command_list, std::size(kxnp_sub_command_list));
 }

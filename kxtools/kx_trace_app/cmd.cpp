@@ -13,6 +13,8 @@ struct trace_cmd {
   char name[64];
   int32_t (*handler)(uint64_t bar, char** words, uint32_t count);
   uint32_t min_args;  ///< the command runs when the line has more words than this
+  const char* words;  ///< those behind the command word, with their ranges
+  const char* purpose;
 };
 
 struct trace_module {
@@ -23,13 +25,20 @@ struct trace_module {
 };
 
 constexpr trace_cmd TRACE_CMDS[] = {
-    {"cmd", cmd_test_print, 0},     {"help", dpu_trace_info_help, 0}, {"version", trace_app_version_show, 0},
-    {"st", dpu_trace_info_st, 0},   {"cnt", dpu_trace_info_pkt, 0},   {"status", dpu_trace_info_st, 0},
-    {"pkt", dpu_trace_info_pkt, 0},
+    {"cmd", cmd_test_print, 0, "", "Shows where BAR 0 of the bound function is mapped"},
+    {"help", dpu_trace_info_help, 0, "", "Names the commands that show the traffic generators"},
+    {"version", trace_app_version_show, 0, "", "Shows the version of the trace application"},
+    {"st", dpu_trace_info_st, 0, "", "Shows the status of the traffic generators"},
+    {"cnt", dpu_trace_info_pkt, 0, "", "Shows what the traffic generators sent and received"},
+    {"status", dpu_trace_info_st, 0, "", "Shows the status of the traffic generators"},
+    {"pkt", dpu_trace_info_pkt, 0, "", "Shows what the traffic generators sent and received"},
 };
-constexpr trace_cmd DTP_CMDS[] = {{"rate", dpu_dtp_info_rate, 1}};
-constexpr trace_cmd NP_CMDS[] = {{"rate", dpu_np_info_rate, 1}};
-constexpr trace_cmd VQM_CMDS[] = {{"rate", dpu_vqm_info_rate, 1}};
+constexpr trace_cmd DTP_CMDS[] = {
+    {"rate", dpu_dtp_info_rate, 1, "1 [port 0..3]", "Measures packets and bits of a port for a second"}};
+constexpr trace_cmd NP_CMDS[] = {
+    {"rate", dpu_np_info_rate, 1, "1 [port 0..15]", "Measures packets and bits of a port for a second"}};
+constexpr trace_cmd VQM_CMDS[] = {
+    {"rate", dpu_vqm_info_rate, 1, "1 [vf 0..1191]", "Measures packets and bits of a virtual function for a second"}};
 
 constexpr trace_module module_cmd_items[] = {
     {"trace", TRACE_CMDS, std::size(TRACE_CMDS), trace_cmd_usage},
@@ -81,11 +90,27 @@ int32_t kxtrace_exec(kxtools_cmd_context* ctx) {
   return 0;
 }
 
+void usage_print(const kxtools_cmd_entry& entry) {
+  for (const trace_module& module : module_cmd_items) {
+    for (uint32_t i = 0; i < module.count && std::string_view(module.name) == entry.name; ++i) {
+      const trace_cmd& cmd = module.cmds[i];
+      kx_print("kxtrace_app %s %s%s%s\n    %s.\n", module.name, cmd.name, cmd.words[0] == '\0' ? "" : " ", cmd.words,
+               cmd.purpose);
+    }
+  }
+}
+
+constexpr kxtools_cmd_entry entry_of(const char* name, const char* help) {
+  kxtools_cmd_entry entry = {.name = name, .help = help, .handler = kxtrace_exec};
+  entry.usage = usage_print;
+  return entry;
+}
+
 constexpr kxtools_cmd_entry kxtrace_sub_command_list[] = {
-    {.name = "trace", .help = "trace {cmd|help|version|st|status|cnt|pkt}", .handler = kxtrace_exec},
-    {.name = "vqm", .help = "vqm rate 1 [vfid]", .handler = kxtrace_exec},
-    {.name = "dtp", .help = "dtp rate 1 [portid]", .handler = kxtrace_exec},
-    {.name = "np", .help = "np rate 1 [portid]", .handler = kxtrace_exec},
+    entry_of("trace", "trace {cmd|help|version|st|status|cnt|pkt}"),
+    entry_of("vqm", "vqm rate 1 [vfid]"),
+    entry_of("dtp", "dtp rate 1 [portid]"),
+    entry_of("np", "np rate 1 [portid]"),
 };
 
 }  // namespace

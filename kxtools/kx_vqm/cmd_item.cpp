@@ -31,38 +31,39 @@ const vqm_cmd_item* find_item(std::span<const vqm_cmd_item> items, std::string_v
   return nullptr;
 }
 
-const vqm_cmd_item* find_item(char** words, uint32_t words_back) {
-  if (words_back == 1) {
-    const vqm_cmd_item* item = find_item(vqm_short_module_cmds(), words[0]);
-    return item != nullptr ? item : find_item(vqm_two_stage_cmds(), words[0]);
-  }
-  for (const vqm_module& module : vqm_module_list()) {
-    if (std::string_view(words[0]) == module.name) {
-      return find_item({module.items, module.count}, words[1]);
-    }
-  }
-  return nullptr;
-}
-
 void print_help_line(const char* group, const kxtools_cmd_entry& entry) {
   char name[2 * sizeof vqm_cmd_item::name];
   snprintf(name, sizeof name, group == nullptr ? "%s%s" : "%s %s", group == nullptr ? "" : group, entry.name);
   kx_print("%-*s%s\n", HELP_COLUMN, name, entry.help == nullptr ? "" : entry.help);
 }
 
-void print_help(const kxtools_cmd_entry& entry) {
+}  // namespace
+
+void vqm_group_help_print(const kxtools_cmd_entry& entry) {
   print_help_line(nullptr, entry);
   for (uint32_t i = 0; i < entry.sub_cmd_num; ++i) {
     print_help_line(entry.name, entry.sub_cmd_list[i]);
   }
 }
 
-}  // namespace
+const vqm_cmd_item* vqm_cmd_item_find(const char* group, const char* name) {
+  if (group == nullptr) {
+    const vqm_cmd_item* item = find_item(vqm_short_module_cmds(), name);
+    return item != nullptr ? item : find_item(vqm_two_stage_cmds(), name);
+  }
+  for (const vqm_module& module : vqm_module_list()) {
+    if (std::string_view(group) == module.name) {
+      return find_item({module.items, module.count}, name);
+    }
+  }
+  return nullptr;
+}
 
 void vqm_cmd_run(kxtools_cmd_context* ctx, uint32_t words_back, vqm_cmd_function function) {
   // The walk only moved `argp` past the command words; they still stand before it.
   char** words = ctx->argp - words_back;
-  running = {ctx, find_item(words, words_back), words_back};
+  const bool grouped = words_back == 2;
+  running = {ctx, vqm_cmd_item_find(grouped ? words[0] : nullptr, words[grouped ? 1 : 0]), words_back};
   function(VQM_WINDOWS.bar_addr, words, ctx->argc + words_back);
   running = {};
 }
@@ -72,7 +73,7 @@ int32_t kxvqm_module_help(kxtools_cmd_context* ctx) {
     kx_print("ctx invalid!\n");
     return -1;
   }
-  print_help(*ctx->cmd);
+  vqm_group_help_print(*ctx->cmd);
   return 0;
 }
 
@@ -91,7 +92,7 @@ void vqm_cmd_help() {
     return;
   }
   const kxtools_cmd_entry* group = vqm_cmd_group_of(running.ctx->cmd);
-  print_help(group == nullptr ? *running.ctx->cmd : *group);
+  vqm_group_help_print(group == nullptr ? *running.ctx->cmd : *group);
 }
 
 bool vqm_cmd_count_check(uint32_t count, uint32_t min, uint32_t max) {

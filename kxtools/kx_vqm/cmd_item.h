@@ -34,6 +34,15 @@ std::span<const vqm_cmd_item> vqm_short_module_cmds();
 std::span<const vqm_cmd_item> vqm_two_stage_cmds();
 std::span<const vqm_module> vqm_module_list();
 
+/// The command of that name in the group, or in no group when `group` is null; null when there is none.
+const vqm_cmd_item* vqm_cmd_item_find(const char* group, const char* name);
+
+/// Prints a group's entry and all of its items.
+void vqm_group_help_print(const kxtools_cmd_entry& group);
+
+/// Prints what "-h" behind the command tells.
+void vqm_cmd_usage(const kxtools_cmd_entry& entry);
+
 /// Runs the command function of the matched entry with its words widened by `words_back`.
 void vqm_cmd_run(kxtools_cmd_context* ctx, uint32_t words_back, vqm_cmd_function function);
 

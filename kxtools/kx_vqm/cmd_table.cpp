@@ -26,13 +26,15 @@ command_table& table() {
 
 // 255/255/255: no compatibility check.
 kxtools_cmd_entry entry_of(const char* name, const char* help, kxtools_cmd_handler handler, uint8_t permission) {
-  return {.name = name,
-          .help = help,
-          .handler = handler,
-          .permission = permission,
-          .major = 0xFF,
-          .fw_minor = 0xFF,
-          .drv_minor = 0xFF};
+  kxtools_cmd_entry entry = {.name = name,
+                             .help = help,
+                             .handler = handler,
+                             .permission = permission,
+                             .major = 0xFF,
+                             .fw_minor = 0xFF,
+                             .drv_minor = 0xFF};
+  entry.usage = vqm_cmd_usage;
+  return entry;
 }
 
 std::unique_ptr<kxtools_cmd_entry[]> make_items(const vqm_module& module) {
@@ -56,6 +58,7 @@ bool append_groups(command_table* commands, uint32_t next) {
     }
     kxtools_cmd_entry& entry = commands->kxvqm_sub_command_list[next++];
     entry = entry_of(modules[i].name, nullptr, kxvqm_module_help, modules[i].permission);
+    entry.usage = vqm_group_help_print;
     entry.sub_cmd_num = modules[i].count;
     entry.sub_cmd_list = commands->group_items[i].get();
   }

@@ -18,30 +18,20 @@ int32_t device_bind(kxtools_cmd_context* ctx) {
   if (kxtools_compat_version_init() != 0) {
     return -1;
   }
-  ++ctx->argp;
-  --ctx->argc;
   return kxtools_module_dev_init();
 }
 
-int32_t words_execute(const kxtools_cmd_context& ctx) {
-  if (ctx.argc == 0) {
-    BIND_ERR("kxtool_bind failed\n");
-    return -1;
-  }
-  std::string line;
-  for (uint32_t i = 0; i < ctx.argc; ++i) {
+// The words from the module's name on; false with a message.
+bool words_join(const kxtools_cmd_context& ctx, std::string* line) {
+  for (uint32_t i = 1; i < ctx.argc; ++i) {
     if (ctx.argp[i] == nullptr) {
       BIND_ERR("para is err\n");
-      return -1;
+      return false;
     }
-    line += i == 0 ? "" : " ";
-    line += ctx.argp[i];
+    *line += i == 1 ? "" : " ";
+    *line += ctx.argp[i];
   }
-  if (kxtools_cmd_execute(line.c_str()) != 0) {
-    BIND_ERR("kxtools_cmd_execute failed\n");
-    return -1;
-  }
-  return 0;
+  return true;
 }
 
 int32_t module_command_run(kxtools_cmd_context* ctx) {
@@ -58,7 +48,19 @@ int32_t module_command_run(kxtools_cmd_context* ctx) {
     BIND_ERR("module_id is %d, error!\n", static_cast<int>(index));
     return -1;
   }
-  return device_bind(ctx) != 0 ? -1 : words_execute(*ctx);
+  std::string line;
+  if (!words_join(*ctx, &line)) {
+    return -1;
+  }
+  // Who asks for a usage needs no card.
+  if (!kxtools_cmd_is_usage(line.c_str()) && device_bind(ctx) != 0) {
+    return -1;
+  }
+  if (kxtools_cmd_execute(line.c_str()) != 0) {
+    BIND_ERR("kxtools_cmd_execute failed\n");
+    return -1;
+  }
+  return 0;
 }
 
 }  // namespace

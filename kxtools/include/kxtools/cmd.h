@@ -24,6 +24,8 @@ struct kxtools_cmd_entry {
   uint8_t drv_minor;            ///< compatibility: the card's driver minor must not be higher
   uint32_t sub_cmd_num;
   const kxtools_cmd_entry* sub_cmd_list;  ///< next level of the tree, or null
+  /// Of a module's command: prints its words with their ranges and its purpose, touches nothing. Null: `help` says all.
+  void (*usage)(const kxtools_cmd_entry& entry) = nullptr;
 };
 
 /// What a handler gets; allocated zeroed for each executed line and freed by the dispatcher.
@@ -53,6 +55,10 @@ enum kxtools_module : uint32_t {
 /// its message), else the handler's own result.
 int32_t kxtools_cmd_execute(const char* line);
 
+/// Whether the line asks for the usage of a module, a group or a command of kxnp to kxbttl: its sole word behind the
+/// name is "-h" or "--help". Such a line prints the usage; no command runs and no card is needed.
+bool kxtools_cmd_is_usage(const char* line);
+
 /// Hangs `table` (`count` entries, static life time) under the top-level entry `module_id` (0 to 6).
 /// Returns 0, or -1 for a higher id. Called once a module by the module's own init.
 int32_t kxtools_cmd_register(uint32_t module_id, const kxtools_cmd_entry* table, uint32_t count);
@@ -78,6 +84,8 @@ uint32_t kxtools_is_interactive_get();
 int32_t kxtools_help(kxtools_cmd_context* ctx);
 /// Help printer of the module entries; takes no words. Usable as the handler of any grouping entry.
 int32_t kxtools_module_help(kxtools_cmd_context* ctx);
+/// Prints the usage of the matched entry; of a module or a group, what the name alone prints. Returns 0 or -1.
+int32_t kxtools_usage_print(kxtools_cmd_context* ctx);
 
 /// Initialises the modules' device state after a bind (kxnp_dev_init, then kxvqm_dev_init); set by the program entry,
 /// because the framework does not know the modules. Returns 0 or -1.

@@ -99,10 +99,6 @@ int32_t kxpcie_exec(kxtools_cmd_context* ctx) {
     return -1;
   }
   const kxpcie_words words(ctx->argp, ctx->argc);
-  if (words.size() == 1 && (strcmp(words[0], "-h") == 0 || strcmp(words[0], "--help") == 0)) {
-    kx_print("%s\n", command->help);
-    return 0;
-  }
   if (words.size() < command->words_min || words.size() > command->words_max) {
     KXTOOLS_ERR("too %s words: %s\n", words.size() < command->words_min ? "few" : "many", command->help);
     return -1;

@@ -14,13 +14,9 @@ namespace {
 /// Filled one by one as they are asked for; the pages of the others are never touched.
 DppCmdEntry entries[DPP_CMD_NUM];
 
-uint32_t place_of(const DppCmdEntry& entry) {
-  return static_cast<uint32_t>(&entry - entries);
-}
-
 uint32_t row_call(const DppCmdEntry& self, const DppCmdArgs& args) {
   dpp_row_verdicts verdicts;
-  return dpp_row_run(place_of(self), {args.value, args.num}, verdicts);
+  return dpp_row_run(dpp_cmd_place(self), {args.value, args.num}, verdicts);
 }
 
 uint32_t call_end(const DppCmdEntry& self, uint32_t code, const char* callee) {
@@ -30,7 +26,7 @@ uint32_t call_end(const DppCmdEntry& self, uint32_t code, const char* callee) {
 
 // dev_id, then the indexes of the instance that the register has.
 uint32_t register_print_call(const DppCmdEntry& self, const DppCmdArgs& args) {
-  const dpp_reg_info& info = *dpp_reg_info_get(dpp_cmd_records[place_of(self)].index);
+  const dpp_reg_info& info = *dpp_reg_info_get(dpp_cmd_records[dpp_cmd_place(self)].index);
   const bool two = (info.array_type & DPP_REG_BINARY_ARRAY) != 0;
   const uint32_t m = two ? args.value[1] : 0;
   const uint32_t n = info.array_type == 0 ? 0 : args.value[two ? 2 : 1];
@@ -46,7 +42,7 @@ uint32_t register_print_call(const DppCmdEntry& self, const DppCmdArgs& args) {
 }
 
 uint32_t register_dump_call(const DppCmdEntry& self, const DppCmdArgs& args) {
-  const uint32_t reg_no = dpp_cmd_records[place_of(self)].index;
+  const uint32_t reg_no = dpp_cmd_records[dpp_cmd_place(self)].index;
   return call_end(self, dpp_regs_dump(args.value[0], reg_no, reg_no), "dpp_regs_dump");
 }
 
@@ -71,6 +67,10 @@ bool is_text_kind(dpp_cmd_kind kind) {
 }
 
 }  // namespace
+
+uint32_t dpp_cmd_place(const DppCmdEntry& entry) {
+  return static_cast<uint32_t>(&entry - entries);
+}
 
 const DppCmdEntry* dpp_cmd_get(uint32_t index) {
   if (index >= DPP_CMD_NUM) {

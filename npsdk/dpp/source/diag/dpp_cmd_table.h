@@ -89,6 +89,9 @@ struct dpp_row {
 inline constexpr uint32_t DPP_ROW_SLOT_MAX = 24;
 inline constexpr uint32_t DPP_ROW_PLACE_MAX = 16;  ///< register instances read in one step
 
+/// The place of a record that the table has handed out.
+uint32_t dpp_cmd_place(const DppCmdEntry& entry);
+
 extern const dpp_cmd_record dpp_cmd_records[];
 extern const uint16_t dpp_cmd_name_slots[DPP_CMD_NAME_SLOTS];
 extern const dpp_cmd_function dpp_cmd_functions[];

@@ -42,12 +42,15 @@ char** complete(const char* word, int start, int /*end*/) {
   return start == 0 ? rl_completion_matches(word, name_next) : nullptr;
 }
 
-// Words of a text command as they stand, without the blanks around them.
-void text_call(const DppCmdEntry& entry, char* rest) {
-  size_t length = strlen(rest);
-  while (length > 0 && rest[length - 1] == ' ') {
-    rest[--length] = '\0';
+void end_trim(char* text) {
+  size_t length = strlen(text);
+  while (length > 0 && text[length - 1] == ' ') {
+    text[--length] = '\0';
   }
+}
+
+// Words of a text command as they stand.
+void text_call(const DppCmdEntry& entry, const char* rest) {
   DppCmdArgs args;
   args.text = rest;
   entry.func(entry, args);
@@ -88,7 +91,10 @@ void line_run(char* line) {
   if (entry->in_driver != 0 && kept != nullptr) {
     add_history(kept.get());
   }
-  if (entry->int_args != 0) {
+  end_trim(rest);
+  if (dpp_cmd_is_usage_word(rest)) {
+    dpp_cmd_usage_print(*entry);
+  } else if (entry->int_args != 0) {
     integer_call(*entry, rest);
   } else {
     text_call(*entry, rest);

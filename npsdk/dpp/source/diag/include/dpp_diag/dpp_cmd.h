@@ -34,6 +34,11 @@ const DppCmdEntry* dpp_cmd_find(const char* name);
 /// The record at a place of the table, null from DPP_CMD_NUM on.
 const DppCmdEntry* dpp_cmd_get(uint32_t index);
 
+/// Prints the words that the command takes, with their ranges. Touches no card.
+void dpp_cmd_usage_print(const DppCmdEntry& entry);
+/// Whether the words behind a command's name are the one that asks for its usage, "-h" or "--help".
+bool dpp_cmd_is_usage_word(const char* words);
+
 /// The integer of a command word: hexadecimal after 0x or 0X, else decimal with a sign, up to the first character that
 /// does not fit. Text that is no number and a null pointer give 0; a negative number gives its two's complement.
 uint32_t dpp_atoi(const char* text);

@@ -1,0 +1,99 @@
+// What "-h" behind a command tells: its words with their ranges, and what it shows, sets or clears on the card.
+#include <cinttypes>
+
+#include "cmd_item.h"
+#include "cmd_table.h"
+#include "commands.h"
+#include "common/report.h"
+#include "registers.h"
+
+namespace {
+
+struct purpose {
+  std::string_view name;
+  const char* text;
+};
+// Of the commands that the register description does not give.
+constexpr purpose PURPOSES[] = {
+    {"vqm_clear", "Clears every counter that can be cleared"},
+    {"show_all", "Shows every register that is in no array"},
+    {"check_vqm", "Tells which error and alarm registers are not 0"},
+    {"vf", "Shows what a virtual function (0..1192, or all) sent, received and dropped"},
+    {"debug", "Shows the debug registers, or opens or closes them"},
+    {"vqm_print_zero", "Chooses whether fields that are 0 are printed (1) or not (0)"},
+    {"version", "Shows the version of the engine"},
+    {"date", "Shows the date of the engine"},
+    {"bind_bdf", "Chooses the function whose mailbox send_ovs_msg uses"},
+    {"send_ovs_msg", "Sends a message to the card's virtual switch and shows the reply"},
+};
+
+void purpose_print(std::string_view name) {
+  for (const purpose& row : PURPOSES) {
+    if (row.name == name) {
+      kx_print("    %s.\n", row.text);
+      return;
+    }
+  }
+  const std::string_view lists = vqm_summary_lists(name);
+  kx_print("    Shows the registers of %.*s.\n", static_cast<int>(lists.size()), lists.data());
+}
+
+void text_print(const char* before, std::string_view text, const char* after) {
+  kx_print("%s%.*s%s", before, static_cast<int>(text.size()), text.data(), after);
+}
+
+void index_print(std::span<const kx_register_description> rows) {
+  for (const kx_register_description& row : rows) {
+    if (row.index.length != 0) {
+      const vqm_index_kind& kind = VQM_INDEX_KINDS[vqm_index_kind_find(VQM_REGISTERS.view(row.index))];
+      text_print(" <", kind.name, "");
+      kx_print(" 0..%u>", kind.max);
+      return;
+    }
+  }
+}
+
+void values_print(std::span<const kx_register_description> rows) {
+  const char* before = " [<";
+  for (const kx_register_description& row : rows) {
+    if (row.access == kx_register_access::rw) {
+      text_print(before, VQM_REGISTERS.view(row.name), "");
+      kx_print(" 0..0x%" PRIx64 ">", UINT64_MAX >> (64 - row.width));
+      before = " <";
+    }
+  }
+  kx_print("%s\n", before[1] == '[' ? "" : "]");
+}
+
+void register_print(const kx_register_description& row) {
+  const char* what = row.access == kx_register_access::clear ? "Clears" : "Shows";
+  kx_print("    %s%s ", what, row.access == kx_register_access::rw ? " or sets" : "");
+  text_print("", VQM_REGISTERS.view(row.name), "");
+  const char* before = ": ";
+  for (const kx_field_description& field : VQM_REGISTERS.fields(row)) {
+    if (row.field_count > 1 || VQM_REGISTERS.view(field.name) != VQM_REGISTERS.view(row.name)) {
+      text_print(before, VQM_REGISTERS.view(field.name), "");
+      before = ", ";
+    }
+  }
+  kx_print(".\n");
+}
+
+}  // namespace
+
+void vqm_cmd_usage(const kxtools_cmd_entry& entry) {
+  const kxtools_cmd_entry* group = vqm_cmd_group_of(&entry);
+  const vqm_cmd_item* item = vqm_cmd_item_find(group == nullptr ? nullptr : group->name, entry.name);
+  kx_print("kxvqm %s%s%s", group == nullptr ? "" : group->name, group == nullptr ? "" : " ", entry.name);
+  if (item == nullptr || item->word == 0) {
+    kx_print(" %s\n", item == nullptr ? "" : item->help);
+    purpose_print(entry.name);
+    return;
+  }
+  const auto rows = VQM_REGISTERS.registers.subspan(item->reference, item->word);
+  index_print(rows);
+  values_print(rows);
+  for (const kx_register_description& row : rows) {
+    register_print(row);
+  }
+}
