@@ -80,6 +80,7 @@ class Run {
     return card;
   }
   void call_handle();
+  void mapping_handle(const TrappedCall& call);
   /// True when the command has ended.
   bool signals_handle(int signals);
 
@@ -109,6 +110,7 @@ int Run::prepare(const RunOptions& options) {
     return host_error(exit_failure, "cannot make the memory of the card: %s", strerror(errno));
   }
   card_.processes = descendants;
+  card_.bar_files_renew = [this] { tree_.bar_files_renew(); };
   return tree_.write();
 }
 
@@ -162,6 +164,18 @@ void Run::call_handle() {
     case TrappedCall::Kind::netlink_bind:
       netlink_.bind_socket(call);
       break;
+    case TrappedCall::Kind::file_mapping:
+      mapping_handle(call);
+      break;
+  }
+}
+
+/// The kernel maps a BAR that a driver has claimed for nobody else.
+void Run::mapping_handle(const TrappedCall& call) {
+  if (tree_.is_bar_file(call.descriptor_target(static_cast<int>(call.argument(4)))) && !card_.bar_map()) {
+    call.fail(EINVAL);
+  } else {
+    call.pass_on();
   }
 }
 

@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstring>
+
 #include "system/process.h"
 
 namespace {
@@ -39,6 +42,35 @@ TEST(MailboxWire, AnswersInTheRequestSlot) {
         kx_system::run({.card = exchange.card, .words = kx_system::words_of(exchange.steps), .program = VCARD_PROBE});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.out, exchange.out) << exchange.card;
+  }
+}
+
+TEST(MailboxWire, AClaimedBarIsTakenFromItsMappingsAndMappedNoMore) {
+  constexpr const char* refused = "bar size=0x4000000 errno=22\n";
+  const struct {
+    Exchange exchange;
+    int status;
+  } rows[] = {
+      {{R"({"faults": {"bar0": {"claimed": true}}})", "bar 0000:3b:00.0 , bar 0000:3b:00.1", ""}, 0},
+      // At a request, and a time after the first mapping; the foreign function is none of the card's.
+      {{R"({"faults": {"mailbox": {"requests": [{"takes_bar": true}]}}})",
+        "bar 0000:3b:00.0 , mailbox_silence 7 39 0000000000000000", "bar size=0x4000000\n"},
+       128 + SIGBUS},
+      {{R"({"faults": {"bar0": {"taken_ms": 500}}})",
+        "bar 0000:3b:00.0 , peek 0x5408 , sleep 1500 , bar 0000:3b:00.1 , bar 0000:00:1f.6 , bar 0000:3b:00.0",
+        "bar size=0x4000000\npeek 0x00000002\n"},
+       0},
+      {{R"({"faults": {"bar0": {"taken_ms": 500}}})", "bar 0000:3b:00.0 , sleep 1500 , peek 0x5408",
+        "bar size=0x4000000\n"},
+       128 + SIGBUS},
+  };
+  for (const auto& row : rows) {
+    const auto result = kx_system::run(
+        {.card = row.exchange.card, .words = kx_system::words_of(row.exchange.steps), .program = VCARD_PROBE});
+    EXPECT_EQ(result.status, row.status) << result.err;
+    EXPECT_EQ(result.out.substr(0, strlen(row.exchange.out)), row.exchange.out) << row.exchange.steps;
+    const std::string rest = result.out.substr(std::min(result.out.size(), strlen(row.exchange.out)));
+    EXPECT_TRUE(row.status != 0 || rest.starts_with(refused)) << rest;
   }
 }
 

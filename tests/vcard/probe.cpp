@@ -171,8 +171,14 @@ void step_bar(const Words& words) {
   struct stat status = {};
   fstat(fd, &status);
   bar_size = static_cast<size_t>(status.st_size);
-  bar = static_cast<volatile uint8_t*>(mmap(nullptr, bar_size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
+  void* data = mmap(nullptr, bar_size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  const int error = errno;
   close(fd);
+  if (data == MAP_FAILED) {
+    printf("bar size=0x%zx errno=%d\n", bar_size, error);
+    return;
+  }
+  bar = static_cast<volatile uint8_t*>(data);
   printf("bar size=0x%zx\n", bar_size);
 }
 

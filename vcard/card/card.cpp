@@ -24,6 +24,8 @@ Card::Card(CardFile& file, RequestLog& log)
       processor_(log),
       bar_size_(file.section("bar0").number("size", default_bar_size, largest_bar_size)),
       dead_(file.section("faults").flag("dead", false)),
+      bar_claimed_(file.section("faults").section("bar0").flag("claimed", false)),
+      bar_taken_ms_(file.section("faults").section("bar0").signed_number("taken_ms", -1, -1, 3600000)),
       functions_(pci_functions_load(file, bar_size_)) {
   processor_.load_faults(file.section("faults").section("processor"));
 }
@@ -61,6 +63,22 @@ void Card::fill_with_ones() {
       std::fill(function.config.bytes().begin(), function.config.bytes().end(), uint8_t{0xff});
     }
   }
+}
+
+void Card::bar_claim() {
+  if (!bar_claimed_ && bar0_.renew()) {
+    bar_claimed_ = true;
+    bar_files_renew();
+    log_.line("bar_claimed");
+  }
+}
+
+bool Card::bar_map() {
+  if (!bar_claimed_ && bar_taken_ms_ >= 0) {
+    schedule(std::chrono::milliseconds(bar_taken_ms_), [this] { bar_claim(); });
+    bar_taken_ms_ = -1;
+  }
+  return !bar_claimed_;
 }
 
 void Card::on_create(std::function<void()> hook) {

@@ -196,6 +196,22 @@ bool SysfsTree::memory_files_write(const PciFunction& function, const Changes& c
   return good;
 }
 
+bool SysfsTree::is_bar_file(std::string_view path) const {
+  return std::any_of(card_.functions().begin(), card_.functions().end(), [path](const PciFunction& function) {
+    return function.is_card() && path == device_folder(function) + "/resource0";
+  });
+}
+
+void SysfsTree::bar_files_renew() const {
+  const std::string source = storage_folder() + "/bar0";
+  for (const PciFunction& function : card_.functions()) {
+    const std::string bar = device_folder(function) + "/resource0";
+    if (function.is_card() && unlink(bar.c_str()) == 0) {
+      static_cast<void>(!link(source.c_str(), bar.c_str()));
+    }
+  }
+}
+
 bool SysfsTree::interface_write(const PciFunction& function, size_t index) {
   if (function.interface.empty()) {
     return true;

@@ -5,6 +5,7 @@
 #include <linux/filter.h>
 #include <linux/netlink.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -46,20 +47,25 @@ int call_filter_install() {
   // Jump distances count instructions to skip: (if equal, if not).
   const struct sock_filter code[] = {
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(struct seccomp_data, arch)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, native_architecture, 0, 13),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, native_architecture, 0, 18),
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(struct seccomp_data, nr)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_ioctl, 2, 0),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_socket, 4, 0),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_bind, 7, 9),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_ioctl, 3, 0),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_socket, 5, 0),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_bind, 8, 0),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_mmap, 9, 13),
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, data_offset(1)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, driver_ioctl_request, 8, 0),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, ethtool_ioctl_request, 7, 6),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, driver_ioctl_request, 12, 0),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, ethtool_ioctl_request, 11, 10),
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, data_offset(0)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AF_NETLINK, 0, 4),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AF_NETLINK, 0, 8),
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, data_offset(2)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, NETLINK_GENERIC, 3, 2),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, NETLINK_GENERIC, 7, 6),
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, data_offset(2)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, sizeof(struct sockaddr_nl), 1, 0),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, sizeof(struct sockaddr_nl), 5, 4),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, data_offset(3)),
+      BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, MAP_SHARED, 0, 2),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, data_offset(4)),
+      BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, 1u << 31, 0, 1),  // no file
       BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
       BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_USER_NOTIF),
   };
@@ -79,6 +85,8 @@ TrappedCall::Kind TrappedCall::kind() const {
       return static_cast<uint32_t>(argument(1)) == ethtool_ioctl_request ? Kind::ethtool_ioctl : Kind::driver_ioctl;
     case __NR_socket:
       return Kind::netlink_socket;
+    case __NR_mmap:
+      return Kind::file_mapping;
     default:
       return Kind::netlink_bind;
   }

@@ -44,8 +44,9 @@ void Mailbox::load_faults(const CardSection& section) {
     fault.message_id = entry.signed_number("message_id", -1, -1, UINT16_MAX);
     fault.length = entry.signed_number("length", -1, -1, UINT16_MAX);
     fault.no_ack = entry.flag("no_ack", false);
-    if (!fault.never_answers && fault.message_id < 0 && fault.length < 0 && !fault.no_ack) {
-      entry.complain("", "says neither never_answers nor message_id nor length nor no_ack");
+    fault.takes_bar = entry.flag("takes_bar", false);
+    if (!fault.never_answers && fault.message_id < 0 && fault.length < 0 && !fault.no_ack && !fault.takes_bar) {
+      entry.complain("", "says neither never_answers nor message_id nor length nor no_ack nor takes_bar");
     }
     faults_.push_back(fault);
   }
@@ -111,6 +112,9 @@ bool Mailbox::take_request() {
     card_.processor().attach_tool([this](uint16_t event, ByteView notice) { return put_notice(event, notice); });
   }
   const Fault* fault = fault_of(event_id);
+  if (fault != nullptr && fault->takes_bar) {
+    card_.bar_claim();
+  }
   Bytes reply;
   int32_t result = card_.processor().handle(event_id, payload, reply);
   if (result != 0 || (fault != nullptr && fault->never_answers)) {

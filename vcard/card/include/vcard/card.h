@@ -63,6 +63,14 @@ class Card {
   Storage& bar0() {
     return bar0_;
   }
+  /// A driver claims BAR 0 as its own: mappings of it are taken away from everyone outside, whose next touch is a bus
+  /// error, and new ones are refused. The card keeps its own.
+  void bar_claim();
+  bool bar_claimed() const {
+    return bar_claimed_;
+  }
+  /// For the host side: someone maps BAR 0. False when that is refused.
+  bool bar_map();
   std::vector<PciFunction>& functions() {
     return functions_;
   }
@@ -96,6 +104,8 @@ class Card {
 
   /// Processes of the command under the card, for models that reach into host memory. Set by the host side.
   std::function<std::vector<pid_t>()> processes = [] { return std::vector<pid_t>(); };
+  /// Links the files that show BAR 0 to its new file. Set by the host side.
+  std::function<void()> bar_files_renew = [] {};
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -120,6 +130,8 @@ class Card {
   ManagementProcessor processor_;
   uint64_t bar_size_;
   bool dead_;
+  bool bar_claimed_;
+  int64_t bar_taken_ms_;  // time from the first mapping to the claim; -1: never
   std::vector<PciFunction> functions_;
   Storage bar0_;
   CardFolders folders_;

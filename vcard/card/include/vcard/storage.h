@@ -23,6 +23,11 @@ class Storage {
   /// False with errno when the system refuses.
   bool create(const std::string& path, size_t size);
 
+  /// Moves to a new file under the same path, with what it holds. Whoever mapped the old file has a bus error at its
+  /// next touch; whoever opens the path again shares the new one. Nothing for anonymous memory. False with errno, and
+  /// then nothing is changed.
+  bool renew();
+
   size_t size() const {
     return size_;
   }
@@ -35,6 +40,7 @@ class Storage {
   void write32(size_t offset, uint32_t value);
 
  private:
+  std::string path_;  // "" for anonymous memory
   uint8_t* data_ = nullptr;
   size_t size_ = 0;
 };

@@ -22,6 +22,10 @@ class SysfsTree {
   int prepare();
   /// Writes both trees; the card must be created. 0, or an exit status after its line.
   int write();
+  /// True for the path of a file that shows BAR 0 of the card.
+  bool is_bar_file(std::string_view path) const;
+  /// Links the files that show BAR 0 of the card to its new file.
+  void bar_files_renew() const;
 
  private:
   struct Changes {

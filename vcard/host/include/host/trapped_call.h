@@ -1,7 +1,7 @@
 // System calls of the command and its descendants that the virtual card answers in the kernel's place.
 //
-// A seccomp filter hands over four calls: ioctl 0x89fd, ioctl 0x8946, a generic netlink socket, and bind with a netlink
-// address.
+// A seccomp filter hands over five calls: ioctl 0x89fd, ioctl 0x8946, a generic netlink socket, bind with a netlink
+// address, and the shared mapping of a file.
 // While a call is with the card, its thread waits in the kernel; its memory is read and written through
 // process_vm_readv and process_vm_writev, always checked against a thread that died meanwhile and a number that was
 // given out anew.
@@ -27,7 +27,7 @@ int call_filter_install();
 
 class TrappedCall {
  public:
-  enum class Kind : uint8_t { driver_ioctl, ethtool_ioctl, netlink_socket, netlink_bind };
+  enum class Kind : uint8_t { driver_ioctl, ethtool_ioctl, netlink_socket, netlink_bind, file_mapping };
 
   /// Takes the next call from `listener`. False when it is gone already.
   bool receive(int listener);

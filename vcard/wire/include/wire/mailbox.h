@@ -23,6 +23,7 @@ class Mailbox {
     int64_t message_id;  // -1: as sent
     int64_t length;      // -1: as it is
     bool no_ack;
+    bool takes_bar;  // a driver claims BAR 0 before the answer
   };
   Fault* fault_of(uint16_t event_id);
   void load_faults(const CardSection& section);
