@@ -257,6 +257,12 @@ TEST_F(Dtb, AsksTheChipFirstWhenToldTo) {
   printed();
   EXPECT_EQ(post(), 0xD18u);
   EXPECT_EQ(printed(), "the queue 5 is not enable!");
+  ASSERT_EQ(dpp_dev_agent_status_set(DEV, 1), 0u);
+  EXPECT_EQ(post(), 0xD18u);
+  EXPECT_EQ(printed(),
+            "the queue 5 is not enable!\n"
+            "device 3 is in agent mode: its queues can be posted to with the info check off only\n");
+  ASSERT_EQ(dpp_dev_agent_status_set(DEV, 0), 0u);
   chip.registers[0x500000 + QUEUE * 4] = 1;
   EXPECT_EQ(post(), 0xD04u);
   chip.registers[0x502040 + QUEUE * 4] = 1;

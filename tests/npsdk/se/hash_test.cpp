@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
 #include <random>
@@ -214,6 +215,44 @@ TEST_F(Hash, RefusedWritesChangeNothing) {
     EXPECT_EQ(ask(0, 0, known), old);
   }
   EXPECT_EQ(hash->engine[0].entry_num, 1u);
+}
+
+// A refused write that was carried out, with a repair that is refused too, is made good before the next change.
+TEST_F(Hash, RefusedRepairsAreOwed) {
+  zcells(0, 0, {0, 1});
+  const dpp_hash_table_cfg cfgs[] = {{8, 4, 0, 0, 0}, {8, 4, 4, 0, 0}};
+  const bytes key = {1, 2, 3, 4, 5, 6, 7, 8}, lost = {8, 7, 6, 5, 4, 3, 2, 1}, other = {9, 9, 9, 9, 9, 9, 9, 9},
+              old = {1, 1, 1, 1}, fresh = {2, 2, 2, 2};
+  for (uint32_t table = 0; table < 2; table++) {
+    ASSERT_EQ(dpp_hash_table_init(hash.get(), 0, table, &cfgs[table]), 0u);
+    ASSERT_EQ(insert(0, table, key, old), 0u);
+    const struct {
+      const char* what;
+      std::function<uint32_t()> change;
+    } changes[] = {
+        {"insert", [&] { return insert(0, table, lost, fresh); }},
+        {"update", [&] { return insert(0, table, key, fresh); }},
+        {"delete", [&] { return remove(0, table, key); }},
+    };
+    for (const auto& change : changes) {
+      link.fail(0, 2, true);
+      EXPECT_EQ(change.change(), chip_link::FAULT) << change.what;
+      EXPECT_EQ(hash->debts.num, 1u) << change.what;
+      link.fail(0, 1, false);
+      EXPECT_EQ(insert(0, table, other, old), chip_link::FAULT) << "the debt comes first";
+      EXPECT_EQ(hash->engine[0].entry_num, table + 1) << change.what;
+      EXPECT_EQ(insert(0, table, other, old), 0u) << change.what;
+      EXPECT_EQ(hash->debts.num, 0u) << change.what;
+      EXPECT_EQ(ask(0, table, lost), bytes()) << change.what;
+      EXPECT_EQ(ask(0, table, key), old) << change.what;
+      EXPECT_EQ(remove(0, table, other), 0u) << change.what;
+    }
+  }
+  link.fail(0, 2, true);
+  EXPECT_EQ(insert(0, 0, lost, fresh), chip_link::FAULT);
+  link.heal();
+  EXPECT_EQ(dpp_hash_flush(hash.get()), 0u);
+  EXPECT_EQ(ask(0, 0, lost), bytes());
 }
 
 // Two engines with shared and dedicated cells and tables of all widths, with and without spill area, filled until keys

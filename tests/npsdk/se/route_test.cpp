@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "../../memory_fault.h"
 #include "../lpm/lpm_reference.h"
 #include "chip_link.h"
 #include "qlix_comm/memory.h"
@@ -309,6 +310,34 @@ TEST_F(Route, AFailureAtEveryWriteIsUndone) {
     }
   }
   EXPECT_GT(failures, 1000);
+}
+
+// Each allocation of a growing table fails once, with and without a chip that refuses at the same time, so that what is
+// owed finds no memory either. The call says so and changes nothing; the program goes on.
+TEST_F(Route, NoMemoryIsACode) {
+  uint32_t out_of_memory = 0;
+  for (const bool refusing : {false, true}) {
+    bool fired = true;
+    for (size_t fault = 0; fired && !HasFailure(); fault++) {
+      MemoryFault memory;
+      Life life({4, 0, 2, 64, 0, 20}, 5);
+      memory.arm(fault);
+      for (uint32_t step = 0; step < 300; step++) {
+        if (refusing) {
+          life.link_.fail(step % 4, 1 + step % 3, true);
+        }
+        const prefix one = random_prefix(life.rng_, 4, false);
+        const uint32_t code = life.insert(one, step);
+        out_of_memory += code == 0x1201 ? 1 : 0;
+        EXPECT_TRUE(code == 0 || code == 0x1201 || (refusing && code == chip_link::FAULT)) << std::hex << code;
+        life.link_.heal();
+        ASSERT_EQ(dpp_route_flush(life.table_.get()), 0u);
+      }
+      life.compare_some(200);
+      fired = memory.fired();
+    }
+  }
+  EXPECT_GT(out_of_memory, 3u);
 }
 
 TEST_F(Route, GivesBlocksBackAsRoutesGo) {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "dpp_chip/dpp_card_guard.h"
+#include "dpp_chip/dpp_dev_value.h"
 #include "dpp_chip/dpp_mutex.h"
 #include "dpp_dtb/dpp_dtb_cfg.h"
 #include "dpp_dtb_internal.h"
@@ -21,12 +22,22 @@ bool no_hardware(uint32_t dev_id) {
   return dpp_dev_get_dev_type(dev_id) == DPP_DEV_TYPE_NONE;
 }
 
+/// In agent mode the queues' settings are not the driver's to read and read 0: the check passes no post.
+void agent_mode_tell(uint32_t dev_id) {
+  const dpp_reg_info* info = dpp_reg_info_get(DPP_REG_DTB_CFG_QUEUE_EN);
+  if (info != nullptr && dpp_dev_is_agent_mode(dev_id) && !dpp_4k_reg(info->mod_no)) {
+    QLIX_COMM_TRACE_ERROR("\ndevice %u is in agent mode: its queues can be posted to with the info check off only\n",
+                          dev_id);
+  }
+}
+
 /// Asks the chip whether it would take an item of the queue.
 uint32_t info_check(uint32_t dev_id, uint32_t queue_id) {
   uint32_t enabled = 0, left = 0;
   QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, DPP_REG_DTB_CFG_QUEUE_EN, 0, queue_id, &enabled), "dpp_reg_read");
   if (enabled == 0) {
     QLIX_COMM_TRACE_ERROR("the queue %d is not enable!", queue_id);
+    agent_mode_tell(dev_id);
     return DPP_RC_DTB_QUEUE_NOT_ENABLE;
   }
   QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, DPP_REG_DTB_QUEUE_ITEM_LEFT, 0, queue_id, &left), "dpp_reg_read");

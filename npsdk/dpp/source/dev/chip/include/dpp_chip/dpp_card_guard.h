@@ -65,7 +65,7 @@ class dpp_card_guard {
   dpp_mutex* name##_mutex = nullptr;                                                               \
   QLIX_COMM_CHECK_RC(dpp_dev_opr_mutex_get(dev_id, type, &name##_mutex), "dpp_dev_opr_mutex_get"); \
   DPP_CARD_GUARD(name, dev_id, name##_mutex);                                                      \
-  if (name.status() != 0) {                                                                        \
-    return name.status();                                                                          \
+  if ((name).status() != 0) {                                                                      \
+    return (name).status();                                                                        \
   }                                                                                                \
   static_assert(true)

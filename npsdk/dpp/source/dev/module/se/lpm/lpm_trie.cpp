@@ -314,13 +314,19 @@ lpm_key_case chw_lpm_trie_key_check(const uint8_t* key, uint32_t prefix_len, con
   return key_check(lpm_key_load(key, prefix_len), prefix_len, padded, node_len, split != nullptr ? split : &unused);
 }
 
+uint32_t chw_lpm_trie_reserve(lpm_trie* trie) {
+  LPM_ASSERT_POINT(trie);
+  constexpr uint32_t nodes_of_an_insert = 2;
+  return lpm_pool_reserve(&trie->pool, nodes_of_an_insert) ? QLIX_COMM_OK : QLIX_COMM_POINT_NULL;
+}
+
 uint32_t chw_lpm_trie_insert(lpm_trie* trie, const uint8_t* key, uint32_t prefix_len, lpm_trie_node** node) {
   LPM_ASSERT_POINT(trie);
   LPM_ASSERT_POINT(key);
   LPM_ASSERT_POINT(node);
   QLIX_COMM_CHECK_INDEX(prefix_len, 0, trie->key_size * 8);
-  if (!lpm_pool_reserve(&trie->pool, 2)) {
-    return QLIX_COMM_POINT_NULL;
+  if (const uint32_t reserved = chw_lpm_trie_reserve(trie); reserved != QLIX_COMM_OK) {
+    return reserved;
   }
   const lpm_key words = lpm_key_load(key, prefix_len);
   lpm_index_fetch(trie, words);

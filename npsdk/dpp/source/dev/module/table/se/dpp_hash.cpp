@@ -92,9 +92,15 @@ uint32_t write_or_undo(dpp_hash* hash, dpp_hash_entry* entry, Undo undo) {
   if (rc != QLIX_COMM_OK) {
     undo();
     // A write that was reported as failed may have been carried out in part.
-    dpp_hash_write_hardware(hash, entry);
+    dpp_hash_write_hardware(hash, entry, true);
   }
   return rc;
+}
+
+/// What the chip is still owed comes first, so that the change is made on what the driver knows.
+uint32_t debts_settle(dpp_hash* hash, uint32_t engine) {
+  const bool silent = hash->engine[engine].soft_reset != 0;
+  return silent ? QLIX_COMM_OK : dpp_se_debts_pay(&hash->debts, &hash->writer);
 }
 
 uint32_t result_change(dpp_hash* hash, const dpp_hash_table& table, dpp_hash_entry* entry, const uint8_t* rst) {
@@ -134,6 +140,7 @@ void dpp_hash_destroy(dpp_hash* hash) {
       table_release(&table);
     }
   }
+  dpp_se_debts_release(&hash->debts);
   for (dpp_hash_zcell& cell : hash->zcell) {
     ic_comm_free_memory(cell.items);
   }
@@ -232,9 +239,15 @@ uint32_t dpp_hash_soft_reset_set(dpp_hash* hash, uint32_t engine, uint32_t soft_
   return QLIX_COMM_OK;
 }
 
+uint32_t dpp_hash_flush(dpp_hash* hash) {
+  QLIX_COMM_CHECK_POINT(hash);
+  return dpp_se_debts_pay(&hash->debts, &hash->writer);
+}
+
 uint32_t dpp_hash_rewrite(dpp_hash* hash, uint32_t engine) {
   QLIX_COMM_CHECK_POINT(hash);
   QLIX_COMM_CHECK_INDEX_UPPER(engine, DPP_HASH_ENGINE_NUM - 1);
+  QLIX_COMM_CHECK_RC(debts_settle(hash, engine), "dpp_se_debts_pay");
   for (dpp_hash_table& table : hash->engine[engine].table) {
     dpp_hash_tree_settle(&table);
     for (const qlix_comm_double_link_node* link = table.tree.order.first; link != nullptr; link = link->next) {
@@ -266,6 +279,7 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   if (at->rst_len != 0) {
     QLIX_COMM_CHECK_POINT(row->rst);
   }
+  QLIX_COMM_CHECK_RC(debts_settle(hash, engine), "dpp_se_debts_pay");
   QLIX_COMM_CHECK_RC(dpp_hash_index_reserve(&at->index), "dpp_hash_index_reserve");
   const uint32_t order = key_order(*at, row->key);
   dpp_hash_index_prefetch(at->index, order);
@@ -334,6 +348,7 @@ uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   if (entry == nullptr) {
     return DPP_HASH_RC_ABSENT;
   }
+  QLIX_COMM_CHECK_RC(debts_settle(hash, engine), "dpp_se_debts_pay");
   dpp_hash_shadow_set(hash, entry, false);
   rc = write_or_undo(hash, entry, [&] { dpp_hash_shadow_set(hash, entry, true); });
   if (rc != QLIX_COMM_OK) {

@@ -121,7 +121,7 @@ uint32_t dpp_hash_insert_zreg(dpp_hash* hash, dpp_hash_entry* entry) {
   return DPP_HASH_RC_ITEM_FULL;
 }
 
-uint32_t dpp_hash_write_hardware(dpp_hash* hash, const dpp_hash_entry* entry) {
+uint32_t dpp_hash_write_hardware(dpp_hash* hash, const dpp_hash_entry* entry, bool owed) {
   const dpp_hash_engine& engine = hash->engine[entry->engine()];
   if (engine.soft_reset != 0) {
     return QLIX_COMM_OK;
@@ -149,5 +149,7 @@ uint32_t dpp_hash_write_hardware(dpp_hash* hash, const dpp_hash_entry* entry) {
     write.mask = ALL_QUARTERS & ~(ALL_QUARTERS >> quarters);
     write.mask >>= entry->quarter;
   }
-  return hash->writer.write(hash->writer.context, &write);
+  // There is never more than one debt, and the first takes no memory: it is always kept.
+  bool kept = false;
+  return dpp_se_debts_send(&hash->debts, &hash->writer, &write, owed, &kept);
 }

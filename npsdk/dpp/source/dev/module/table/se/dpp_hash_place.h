@@ -13,5 +13,5 @@ uint32_t dpp_hash_insert_zreg(dpp_hash* hash, dpp_hash_entry* entry);
 void dpp_hash_shadow_set(dpp_hash* hash, dpp_hash_entry* entry, bool stands);
 
 /// Writes the quarters of the entry as they stand in its item now: the entry itself, or nothing after its removal.
-/// Does nothing while the engine's soft-reset flag is set.
-uint32_t dpp_hash_write_hardware(dpp_hash* hash, const dpp_hash_entry* entry);
+/// Does nothing while the engine's soft-reset flag is set. `owed`: a refused write is a debt of the record.
+uint32_t dpp_hash_write_hardware(dpp_hash* hash, const dpp_hash_entry* entry, bool owed = false);

@@ -59,9 +59,10 @@ uint32_t route_add(dpp_route_table* table, route_item* item, lpm_trie_node* node
 
 /// An item of its own for `node`, anchored at `at`.
 uint32_t item_open(dpp_route_table* table, lpm_trie_node* at, lpm_trie_node* node) {
-  route_item* item = route_item_take(table);
-  if (item == nullptr) {
-    return DPP_ROUTE_RC_FULL;
+  route_item* item = nullptr;
+  const uint32_t taken = route_item_take(table, &item);
+  if (taken != QLIX_COMM_OK) {
+    return taken;
   }
   item->anchor = at;
   item->anchor_len = static_cast<uint8_t>(at->prefix_len);
@@ -202,7 +203,7 @@ uint32_t cb_free_item(chw_lpm* lpm, lpm_trie_node* node) {
 
 uint32_t cb_flush(chw_lpm* lpm) {
   dpp_route_table* table = table_of(lpm);
-  if (route_pending_flush(table) == QLIX_COMM_OK) {
+  if (route_debts_pay(table) == QLIX_COMM_OK) {
     route_items_squeeze(table, SQUEEZE_MOVES);
   }
   return QLIX_COMM_OK;
@@ -298,7 +299,7 @@ void dpp_route_destroy(dpp_route_table* table) {
   for (uint32_t i = 0; i < table->block_top; i++) {
     ic_comm_free_memory(table->block[i]);
   }
-  route_pending_release(table);
+  dpp_se_debts_release(&table->debts);
   ic_comm_free_memory(table->block);
   ic_comm_free_memory(table->chain);
   ic_comm_free_memory(table);
@@ -306,17 +307,19 @@ void dpp_route_destroy(dpp_route_table* table) {
 
 uint32_t dpp_route_flush(dpp_route_table* table) {
   QLIX_COMM_CHECK_POINT(table);
-  return route_pending_flush(table);
+  return route_debts_pay(table);
 }
 
 uint32_t dpp_route_insert(dpp_route_table* table, const lpm_route* route) {
   QLIX_COMM_CHECK_POINT(table);
   QLIX_COMM_CHECK_POINT(route);
   QLIX_COMM_CHECK_INDEX_UPPER(route->result, DPP_ROUTE_RESULT_MAX);
-  const uint32_t rc = route_pending_flush(table);
+  const uint32_t rc = route_debts_pay(table);
   if (rc != QLIX_COMM_OK) {
     return rc;
   }
+  // Below it no memory is an error of the program, so it is taken here.
+  QLIX_COMM_CHECK_RC(chw_lpm_trie_reserve(&table->lpm.trie), "chw_lpm_trie_reserve");
   table->undoing = false;
   const uint32_t inserted = chw_lpm_insert_entry(&table->lpm, route);
   table->undoing = false;
@@ -326,7 +329,7 @@ uint32_t dpp_route_insert(dpp_route_table* table, const lpm_route* route) {
 uint32_t dpp_route_delete(dpp_route_table* table, const lpm_route* route) {
   QLIX_COMM_CHECK_POINT(table);
   QLIX_COMM_CHECK_POINT(route);
-  uint32_t rc = route_pending_flush(table);
+  uint32_t rc = route_debts_pay(table);
   lpm_trie_node* node = nullptr;
   if (rc == QLIX_COMM_OK) {
     rc = chw_lpm_trie_srh(&table->lpm.trie, route->key, route->prefix_len, LPM_SRH_EXACT, &node, false);
@@ -350,7 +353,8 @@ uint32_t dpp_route_search(dpp_route_table* table, lpm_route* route, uint32_t mod
 uint32_t dpp_route_stat_get(const dpp_route_table* table, dpp_route_stat* stat) {
   QLIX_COMM_CHECK_POINT(table);
   QLIX_COMM_CHECK_POINT(stat);
-  *stat = {table->lpm.trie.route_num, table->item_num, table->block_top, table->pending_num, table->lpm.level};
+  *stat = {table->lpm.trie.route_num, table->item_num, table->block_top, table->debts.num + (table->all_owed ? 1 : 0),
+           table->lpm.level};
   return QLIX_COMM_OK;
 }
 

@@ -29,7 +29,7 @@ void store_be32(uint8_t* bytes, uint32_t value) {
   }
 }
 
-/// Writes whole rows.
+/// Writes whole rows. While undoing, rows that the chip refuses are owed.
 uint32_t rows_send(dpp_route_table* table, uint32_t row, std::span<const uint8_t> data) {
   dpp_se_write write{};
   write.place = DPP_SE_LPM;
@@ -39,7 +39,13 @@ uint32_t rows_send(dpp_route_table* table, uint32_t row, std::span<const uint8_t
   write.ipv6 = table->cfg.key_bytes > 8 ? 1 : 0;
   write.data = data.data();
   write.data_bytes = write.size;
-  return table->writer.write(table->writer.context, &write);
+  bool kept = false;
+  const uint32_t rc = dpp_se_debts_send(&table->debts, &table->writer, &write, table->undoing, &kept);
+  if (rc == QLIX_COMM_OK || !table->undoing) {
+    return rc;
+  }
+  table->all_owed = table->all_owed || !kept;
+  return QLIX_COMM_OK;
 }
 
 uint32_t head_send(dpp_route_table* table) {
@@ -83,32 +89,22 @@ uint32_t item_send(dpp_route_table* table, const route_item* item) {
   return rows_send(table, HEAD_ROWS + chain_rows + item->number * ITEM_ROWS, data);
 }
 
-uint32_t send(dpp_route_table* table, route_pending::kind what, uint32_t number) {
-  switch (what) {
-    case route_pending::HEAD:
-      return head_send(table);
-    case route_pending::CHAIN:
-      return chain_send(table, number);
-    default:
-      // An item that was given back meanwhile is in no chain: the chip does not look at it.
-      return number / DPP_ROUTE_BLOCK_ITEMS < table->block_top && route_item_at(table, number)->in_use != 0
-                 ? item_send(table, route_item_at(table, number))
-                 : QLIX_COMM_OK;
+/// Writes everything that the chip can reach: the items first, then the ways to them.
+uint32_t area_rewrite(dpp_route_table* table) {
+  for (uint32_t number = 0; number < table->block_top * DPP_ROUTE_BLOCK_ITEMS; number++) {
+    const route_item* item = route_item_at(table, number);
+    const uint32_t rc = item->in_use != 0 && item->used != 0 ? item_send(table, item) : QLIX_COMM_OK;
+    if (rc != QLIX_COMM_OK) {
+      return rc;
+    }
   }
-}
-
-/// Sends a row; while undoing, a row that the chip refuses waits for the next operation.
-uint32_t send_or_pend(dpp_route_table* table, route_pending::kind what, uint32_t number) {
-  const uint32_t rc = send(table, what, number);
-  if (rc == QLIX_COMM_OK || !table->undoing) {
-    return rc;
+  for (uint32_t chain = 0; chain < 1u << table->cfg.head_bits; chain += CHAINS_IN_ROW) {
+    const uint32_t rc = chain_send(table, chain);
+    if (rc != QLIX_COMM_OK) {
+      return rc;
+    }
   }
-  auto* pending = static_cast<route_pending*>(ic_comm_malloc_memory(sizeof(route_pending)));
-  QLIX_COMM_CHECK_POINT(pending);
-  *pending = {table->pending, what, number};
-  table->pending = pending;
-  table->pending_num++;
-  return QLIX_COMM_OK;
+  return head_send(table);
 }
 
 /// What went wrong is reported by the caller's code; the rows already sent are put back.
@@ -128,14 +124,12 @@ class undo_scope {
   bool before_;
 };
 
-bool block_add(dpp_route_table* table) {
+uint32_t block_add(dpp_route_table* table) {
   if (table->block_top == table->cfg.block_num) {
-    return false;
+    return DPP_ROUTE_RC_FULL;
   }
   auto* block = static_cast<route_block*>(ic_comm_malloc_memory(sizeof(route_block)));
-  if (block == nullptr) {
-    return false;
-  }
+  QLIX_COMM_CHECK_POINT(block);
   std::memset(static_cast<void*>(block), 0, sizeof(*block));
   std::memset(block->free, 0xFF, sizeof(block->free));
   block->free_num = DPP_ROUTE_BLOCK_ITEMS;
@@ -143,7 +137,7 @@ bool block_add(dpp_route_table* table) {
     block->item[i].number = table->block_top * DPP_ROUTE_BLOCK_ITEMS + i;
   }
   table->block[table->block_top++] = block;
-  return true;
+  return QLIX_COMM_OK;
 }
 
 void block_drop_empty(dpp_route_table* table) {
@@ -175,8 +169,7 @@ uint32_t lowest_free(const route_block& block) {
 
 /// The row from which the chip reaches an item.
 uint32_t reach_send(dpp_route_table* table, uint32_t prev, uint32_t chain) {
-  return prev != ROUTE_ITEM_NONE ? send_or_pend(table, route_pending::ITEM, prev)
-                                 : send_or_pend(table, route_pending::CHAIN, chain);
+  return prev != ROUTE_ITEM_NONE ? item_send(table, route_item_at(table, prev)) : chain_send(table, chain);
 }
 
 void chain_link(dpp_route_table* table, route_item* item, uint32_t prev, uint32_t next, uint32_t chain) {
@@ -222,21 +215,22 @@ bool item_move(dpp_route_table* table, route_item* from, route_item* to) {
 
 }  // namespace
 
-route_item* route_item_take(dpp_route_table* table) {
+uint32_t route_item_take(dpp_route_table* table, route_item** item) {
   while (table->block_hint < table->block_top && table->block[table->block_hint]->free_num == 0) {
     table->block_hint++;
   }
-  if (table->block_hint == table->block_top && !block_add(table)) {
-    return nullptr;
+  const uint32_t rc = table->block_hint == table->block_top ? block_add(table) : QLIX_COMM_OK;
+  if (rc == QLIX_COMM_OK) {
+    *item = item_take_from(table, table->block_hint, lowest_free(*table->block[table->block_hint]));
   }
-  return item_take_from(table, table->block_hint, lowest_free(*table->block[table->block_hint]));
+  return rc;
 }
 
 route_item* route_item_take_number(dpp_route_table* table, uint32_t number) {
   const uint32_t block_no = number / DPP_ROUTE_BLOCK_ITEMS;
   const uint32_t index = number % DPP_ROUTE_BLOCK_ITEMS;
   while (table->block_top <= block_no) {
-    if (!block_add(table)) {
+    if (block_add(table) != QLIX_COMM_OK) {
       return nullptr;
     }
   }
@@ -272,7 +266,10 @@ void route_items_squeeze(dpp_route_table* table, uint32_t moves) {
     if (from == nullptr || from->used == 0) {
       return;
     }
-    route_item* to = route_item_take(table);
+    route_item* to = nullptr;
+    if (route_item_take(table, &to) != QLIX_COMM_OK) {
+      return;
+    }
     if (!item_move(table, from, to)) {
       to->used = 0;
       route_item_give(table, to);
@@ -300,18 +297,18 @@ uint32_t route_item_link(dpp_route_table* table, route_item* item) {
   // The chip must be able to follow each step: the lengths, the item, then the way to it.
   uint32_t rc = QLIX_COMM_OK;
   if (table->len_items[item->anchor_len]++ == 0) {
-    rc = send_or_pend(table, route_pending::HEAD, 0);
+    rc = head_send(table);
   }
   if (rc == QLIX_COMM_OK) {
-    rc = send_or_pend(table, route_pending::ITEM, item->number);
+    rc = item_send(table, item);
   }
   if (rc == QLIX_COMM_OK) {
     chain_link(table, item, ROUTE_ITEM_NONE, behind, chain);
-    rc = send_or_pend(table, route_pending::CHAIN, chain);
+    rc = chain_send(table, chain);
     if (rc != QLIX_COMM_OK) {
       chain_unlink(table, item, chain);
       const undo_scope undo(table);
-      send_or_pend(table, route_pending::CHAIN, chain);
+      chain_send(table, chain);
     }
   }
   if (rc != QLIX_COMM_OK) {
@@ -334,13 +331,13 @@ uint32_t route_item_unlink(dpp_route_table* table, route_item* item) {
   if (--table->len_items[item->anchor_len] == 0) {
     // A length too many costs the chip a look, not an answer: it may wait.
     const undo_scope may_wait(table);
-    send_or_pend(table, route_pending::HEAD, 0);
+    head_send(table);
   }
   return QLIX_COMM_OK;
 }
 
 uint32_t route_item_write(dpp_route_table* table, const route_item* item) {
-  return send_or_pend(table, route_pending::ITEM, item->number);
+  return item_send(table, item);
 }
 
 uint32_t route_area_clear(dpp_route_table* table) {
@@ -407,24 +404,12 @@ bool route_chains_restore(dpp_route_table* table) {
   return met == table->item_num;
 }
 
-uint32_t route_pending_flush(dpp_route_table* table) {
-  while (table->pending != nullptr) {
-    route_pending* pending = table->pending;
-    const uint32_t rc = send(table, pending->what, pending->number);
-    if (rc != QLIX_COMM_OK) {
-      return rc;
-    }
-    table->pending = pending->next;
-    table->pending_num--;
-    ic_comm_free_memory(pending);
+uint32_t route_debts_pay(dpp_route_table* table) {
+  const uint32_t rc = dpp_se_debts_pay(&table->debts, &table->writer);
+  if (rc != QLIX_COMM_OK || !table->all_owed) {
+    return rc;
   }
+  QLIX_COMM_CHECK_RC(area_rewrite(table), "area_rewrite");
+  table->all_owed = false;
   return QLIX_COMM_OK;
-}
-
-void route_pending_release(dpp_route_table* table) {
-  while (table->pending != nullptr) {
-    route_pending* next = table->pending->next;
-    ic_comm_free_memory(table->pending);
-    table->pending = next;
-  }
 }

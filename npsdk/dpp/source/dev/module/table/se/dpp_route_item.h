@@ -24,13 +24,6 @@ struct route_block {
   route_item item[DPP_ROUTE_BLOCK_ITEMS];
 };
 
-/// A row of the area that the chip could not be given when its content was put back.
-struct route_pending {
-  route_pending* next;
-  enum kind : uint32_t { HEAD, CHAIN, ITEM } what;
-  uint32_t number;
-};
-
 struct dpp_route_table {
   chw_lpm lpm;  ///< first: the callbacks find the table by it
   dpp_route_cfg cfg;
@@ -42,9 +35,9 @@ struct dpp_route_table {
   uint32_t item_num;
   uint32_t* chain;                    ///< first item of each chain
   uint32_t len_items[ROUTE_LEN_NUM];  ///< chained items by anchor length
-  route_pending* pending;
-  uint32_t pending_num;
-  bool undoing;  ///< a callback failed: what follows puts back and must not fail
+  dpp_se_debts debts;
+  bool all_owed;  ///< there was no memory for a debt: the whole area is owed
+  bool undoing;   ///< a callback failed: what follows puts back and must not fail
 };
 
 /// A table without routes that the chip knows nothing of yet.
@@ -57,8 +50,9 @@ inline bool route_item_full(const dpp_route_table* table, const route_item* item
   return item->used == table->slots;
 }
 
-/// Takes the lowest free item; null when no block has one and none can be added.
-route_item* route_item_take(dpp_route_table* table);
+/// Takes the lowest free item. DPP_ROUTE_RC_FULL when no block has one and the area has no room for another, 0x1201
+/// without memory for one.
+uint32_t route_item_take(dpp_route_table* table, route_item** item);
 /// Takes a given item, for a restore; null when it is in use or beyond the area.
 route_item* route_item_take_number(dpp_route_table* table, uint32_t number);
 /// Gives an item that is in no chain back, and the last blocks when they are empty.
@@ -70,7 +64,7 @@ void route_items_squeeze(dpp_route_table* table, uint32_t moves);
 uint32_t route_chain_of(const dpp_route_table* table, const uint8_t* key, uint32_t len);
 
 // Changes of chains and slots, in software and on the chip. On failure both are as they were (or, while undoing, the
-// row is pending and 0 is returned).
+// row is owed and 0 is returned).
 /// Puts an item with its first route at the head of its chain.
 uint32_t route_item_link(dpp_route_table* table, route_item* item);
 /// Takes an item out of its chain; its routes are then unreachable.
@@ -80,8 +74,8 @@ uint32_t route_item_write(dpp_route_table* table, const route_item* item);
 
 /// Gives the chip an empty head and empty chains.
 uint32_t route_area_clear(dpp_route_table* table);
-uint32_t route_pending_flush(dpp_route_table* table);
-void route_pending_release(dpp_route_table* table);
+/// Gives the chip what it is owed.
+uint32_t route_debts_pay(dpp_route_table* table);
 
 /// Links items that a restore has filled, each in the chain and at the place that their `next` say. False when they do
 /// not form chains.

@@ -78,6 +78,8 @@ enum lpm_key_case : uint32_t {
 lpm_key_case chw_lpm_trie_key_check(const uint8_t* key, uint32_t prefix_len, const uint8_t* node_key, uint32_t node_len,
                                     uint32_t* split);
 
+/// Takes the memory that the next insert may need: 0 or 0x1201.
+uint32_t chw_lpm_trie_reserve(lpm_trie* trie);
 /// Makes the prefix a route; `*node` is its node. LPM_RC_EXISTS with the existing node leaves every counter as it was.
 /// Both set the level of the instance. prefix_len above the key: 0x1205; no memory: 0x1201, nothing changed.
 uint32_t chw_lpm_trie_insert(lpm_trie* trie, const uint8_t* key, uint32_t prefix_len, lpm_trie_node** node);

@@ -124,6 +124,7 @@ struct dpp_hash_engine {
 /// One search-engine resource set (about 1 MiB): allocate it zeroed, or statically.
 struct dpp_hash {
   dpp_se_writer writer;
+  dpp_se_debts debts;
   dpp_hash_zblock zblock[DPP_HASH_ZBLOCK_NUM];
   dpp_hash_zcell zcell[DPP_HASH_ZCELL_NUM];  ///< by descriptor
   dpp_hash_engine engine[DPP_HASH_ENGINE_NUM];
@@ -167,6 +168,10 @@ uint32_t dpp_hash_table_init(dpp_hash* hash, uint32_t engine, uint32_t table, co
 uint32_t dpp_hash_soft_reset_set(dpp_hash* hash, uint32_t engine, uint32_t soft_reset);
 /// Writes every entry of an engine to the chip.
 uint32_t dpp_hash_rewrite(dpp_hash* hash, uint32_t engine);
+
+/// Writes what the chip refused when a change was undone. Every change of an engine out of soft reset does so first and
+/// fails with the writer's code, and nothing else done, when that is refused again.
+uint32_t dpp_hash_flush(dpp_hash* hash);
 
 /// Checksum input of a key: bytes 1 ... n-1, then the low 5 bits of byte 0. key_len 0: 0x1205.
 uint32_t dpp_hash_set_crc_key(const uint8_t* key, uint32_t key_len, uint8_t* crc_key);

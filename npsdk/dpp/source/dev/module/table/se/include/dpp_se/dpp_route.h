@@ -36,8 +36,8 @@ uint32_t dpp_route_create(const dpp_route_cfg* cfg, const dpp_se_writer* writer,
 /// Gives everything back without touching the chip; null is ignored.
 void dpp_route_destroy(dpp_route_table* table);
 
-/// Inserts a route or gives an existing one its new result. DPP_ROUTE_RC_FULL, or the writer's code, leave the table as
-/// it was. Result above DPP_ROUTE_RESULT_MAX: 0x1205.
+/// Inserts a route or gives an existing one its new result. DPP_ROUTE_RC_FULL, 0x1201 without memory, or the writer's
+/// code leave the table as it was. Result above DPP_ROUTE_RESULT_MAX: 0x1205.
 uint32_t dpp_route_insert(dpp_route_table* table, const lpm_route* route);
 /// LPM_RC_NOT_FOUND when there is no such route; the writer's code leaves the table as it was.
 uint32_t dpp_route_delete(dpp_route_table* table, const lpm_route* route);

@@ -43,6 +43,31 @@ struct dpp_se_writer {
   void* context;
 };
 
+// Debts. A refused write may have been carried out all the same, so what stood there is written once more; when the
+// chip refuses that too, it may hold what the driver does not know of. The write is then owed: it is kept, and paid
+// before the next change of the table.
+
+struct dpp_se_debt {
+  dpp_se_debt* next;
+  dpp_se_write write;  ///< its data are `image`
+  uint8_t image[DPP_SE_ITEM_BYTES];
+};
+/// Zeroed: no debts. It must stay where it is while there are some.
+struct dpp_se_debts {
+  dpp_se_debt* first;  ///< of each place the last write
+  uint32_t num;
+  bool own_used;
+  dpp_se_debt own;  ///< one debt needs no memory
+};
+/// Sends a write and returns the writer's code. What goes through settles the debt of its place; a refused write that
+/// is `owed` becomes one. `*kept` is false when that takes memory and there is none, and for writes that are not owed.
+uint32_t dpp_se_debts_send(dpp_se_debts* debts, const dpp_se_writer* writer, const dpp_se_write* write, bool owed,
+                           bool* kept);
+/// Pays in the order in which the debts were made; the writer's code when it refuses one, which stays with all others.
+uint32_t dpp_se_debts_pay(dpp_se_debts* debts, const dpp_se_writer* writer);
+/// Forgets them.
+void dpp_se_debts_release(dpp_se_debts* debts);
+
 /// Context of dpp_se_dtb_write.
 struct dpp_se_dtb {
   uint32_t dev_id;
