@@ -7,17 +7,13 @@
 
 namespace {
 
-/// The card of a device whose program brought a lock, else null.
-dpp_card_state* shared_card(uint32_t dev_id) {
-  dpp_dev_object* object = dpp_dev_object_get(dev_id);
-  return object != nullptr && object->card.lock.take != nullptr ? &object->card : nullptr;
-}
-
 bool is_held_here(const dpp_card_state& card) {
   return card.owner.load(std::memory_order_relaxed) == pthread_self();
 }
 
 }  // namespace
+
+constinit std::atomic<uint32_t> dpp_dev_shared_cards{0};  // a bit for each device
 
 uint32_t dpp_dev_card_lock_set(uint32_t dev_id, const dpp_card_lock& lock) {
   DPP_DEV_CHECK_ID(dev_id);
@@ -27,12 +23,13 @@ uint32_t dpp_dev_card_lock_set(uint32_t dev_id, const dpp_card_lock& lock) {
     return QLIX_COMM_POINT_NULL;
   }
   object->card.lock = lock;
+  const uint32_t bit = 1u << dev_id;
+  lock.take != nullptr ? dpp_dev_shared_cards.fetch_or(bit) : dpp_dev_shared_cards.fetch_and(~bit);
   return QLIX_COMM_OK;
 }
 
-dpp_card_guard::dpp_card_guard(uint32_t dev_id, dpp_mutex* mutex, const char* file, const char* function, uint32_t line)
-    : dev_id_(dev_id), file_(file), function_(function), line_(line) {
-  dpp_card_state* card = shared_card(dev_id);
+void dpp_card_guard::take(dpp_mutex* mutex) {
+  dpp_card_state* card = dpp_dev_card_is_shared(dev_id_) ? &dpp_dev_object_get(dev_id_)->card : nullptr;
   if (card != nullptr && is_held_here(*card)) {
     return;
   }

@@ -6,8 +6,10 @@
 // holds the card takes nothing more for it, so guards nest.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
+#include "dpp_chip/dpp_dev.h"
 #include "dpp_chip/dpp_dev_mutex.h"
 #include "qlix_comm/check.h"
 
@@ -23,17 +25,30 @@ struct dpp_card_lock {
 /// Sets the lock of a device that was added; null hooks take it away. To be called before the device is used.
 uint32_t dpp_dev_card_lock_set(uint32_t dev_id, const dpp_card_lock& lock);
 
+/// True when the device has such a lock; a device number that does not exist has none.
+inline bool dpp_dev_card_is_shared(uint32_t dev_id) {
+  extern std::atomic<uint32_t> dpp_dev_shared_cards;
+  return dev_id < DPP_DEV_MAX && (dpp_dev_shared_cards.load(std::memory_order_relaxed) >> dev_id & 1) != 0;
+}
+
 struct dpp_card_state;
 
 /// Holds a card for a scope: `mutex` (null: none) against the threads of this process, the card's lock against other
 /// processes. Declare it with DPP_CARD_GUARD and test `status()` before touching what is protected.
 class dpp_card_guard {
  public:
-  dpp_card_guard(uint32_t dev_id, dpp_mutex* mutex, const char* file, const char* function, uint32_t line);
+  dpp_card_guard(uint32_t dev_id, dpp_mutex* mutex, const char* file, const char* function, uint32_t line)
+      : dev_id_(dev_id), file_(file), function_(function), line_(line) {
+    if (mutex != nullptr || dpp_dev_card_is_shared(dev_id)) {
+      take(mutex);
+    }
+  }
   dpp_card_guard(const dpp_card_guard&) = delete;
   dpp_card_guard& operator=(const dpp_card_guard&) = delete;
   ~dpp_card_guard() {
-    unlock();
+    if (mutex_ != nullptr || card_ != nullptr) {
+      unlock();
+    }
   }
 
   /// 0 when everything is held, else the code of what could not be had.
@@ -45,6 +60,7 @@ class dpp_card_guard {
 
  private:
   [[gnu::cold]] uint32_t failed(const char* action, uint32_t code) const;
+  void take(dpp_mutex* mutex);
   uint32_t mutex_take(dpp_mutex* mutex);
   uint32_t card_take(dpp_card_state* card);
 
