@@ -1,46 +1,32 @@
 #include "common/progress_bar.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <atomic>
 #include <cstdio>
 #include <cstring>
 
+#include "common/status_line.h"
+
 namespace {
 
-constexpr int COLUMNS = 40;
+constexpr size_t COLUMNS = 40;
 constexpr char FILLED[] = "########################################";
 static_assert(sizeof FILLED == COLUMNS + 1);
 
-std::atomic<bool> bar_shown = false;
-
-// Columns for the bar beside `others`. A line that the terminal must wrap would scroll it at every redraw.
+// Columns for the bar beside `others`.
 int bar_columns(size_t others) {
-  struct winsize size = {};
-  if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
-    return COLUMNS;
-  }
-  return std::clamp(size.ws_col - 1 - static_cast<int>(others), 0, COLUMNS);
+  const size_t width = kx_status_width();
+  return static_cast<int>(width < others ? 0 : std::min(width - others, COLUMNS));
 }
 
 }  // namespace
 
 kx_progress_bar::kx_progress_bar(const char* title, uint64_t total)
-    : title_(title), total_(total), terminal_(isatty(STDERR_FILENO) == 1) {
+    : title_(title), total_(total), terminal_(kx_status_possible()) {
   update(0);
 }
 
 kx_progress_bar::~kx_progress_bar() {
-  kx_progress_bar_hide();
-}
-
-void kx_progress_bar_hide() {
-  if (bar_shown.exchange(false)) {
-    fputs("\r\033[K", stderr);
-    fflush(stderr);
-  }
+  kx_status_clear();
 }
 
 void kx_progress_bar::update(uint64_t done) {
@@ -53,8 +39,8 @@ void kx_progress_bar::update(uint64_t done) {
     return;
   }
   percent_ = percent;
-  bar_shown = true;
   const int columns = bar_columns(strlen(title_) + strlen(" [] 100%"));
-  fprintf(stderr, "\r%s [%-*.*s] %3d%%", title_, columns, percent * columns / 100, FILLED, percent);
-  fflush(stderr);
+  char text[128];
+  snprintf(text, sizeof text, "%s [%-*.*s] %3d%%", title_, columns, percent * columns / 100, FILLED, percent);
+  kx_status_show(text);
 }

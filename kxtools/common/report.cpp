@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "common/progress_bar.h"
+#include "common/status_line.h"
 
 namespace {
 
@@ -32,7 +32,7 @@ void kx_line_print(const kx_line_style& style, const char* function, int line, c
   va_list args;
   va_start(args, format);
   flockfile(stdout);
-  kx_progress_bar_hide();
+  kx_status_clear();
   if (style.colour != nullptr) {
     print_coloured(style, function, line, format, args);
   } else {
@@ -48,17 +48,30 @@ void kx_print(const char* format, ...) {
   va_list args;
   va_start(args, format);
   flockfile(stdout);
-  kx_progress_bar_hide();
+  kx_status_clear();
   vprintf(format, args);
   fflush(stdout);
   funlockfile(stdout);
   va_end(args);
 }
 
+void kx_error_print(const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  flockfile(stdout);
+  kx_status_clear();
+  fflush(stdout);
+  vfprintf(stderr, format, args);
+  fflush(stderr);
+  funlockfile(stdout);
+  va_end(args);
+}
+
 int kx_exit_status(int status) {
+  kx_status_clear();
   if (fflush(stdout) == 0 && ferror(stdout) == 0) {
     return status;
   }
-  fputs("kxtool: writing to standard output failed\n", stderr);
+  kx_error_print("kxtool: writing to standard output failed\n");
   return status == 0 ? 1 : status;
 }

@@ -1,8 +1,13 @@
 #include "kx_np/np_init.h"
 
+#include <utility>
+
+#include "common/signals.h"
+#include "common/status_line.h"
 #include "dpp_chip/dpp_card_guard.h"
 #include "dpp_chip/dpp_dev_setup.h"
 #include "dpp_diag/dpp_kshell.h"
+#include "dpp_diag/dpp_work.h"
 #include "kx_pcie/card_lock.h"
 #include "kx_pcie/tunnel.h"
 #include "qlix_comm/check.h"
@@ -21,6 +26,27 @@ uint32_t card_take(uint32_t /*dev_id*/) {
 void card_give(uint32_t /*dev_id*/) {
   card.release();
 }
+
+// The guard of the driver's long work; plain, because it must cost nothing before main.
+kx_signal_guard* work_guard = nullptr;
+
+void work_begin() {
+  work_guard = new kx_signal_guard;
+}
+
+bool work_interrupted() {
+  return kx_signal_guard::raised() != 0;
+}
+
+void work_end() {
+  delete std::exchange(work_guard, nullptr);
+}
+
+void work_status(const char* text) {
+  text == nullptr ? kx_status_clear() : kx_status_show(text);
+}
+
+constexpr dpp_work_hooks WORK_HOOKS = {work_begin, work_interrupted, work_end, work_status};
 
 }  // namespace
 
@@ -48,6 +74,8 @@ uint32_t dpp_dev_pcie_vpd_write(uint32_t dev_id, uint32_t offset, uint32_t count
 }
 
 int32_t dpp_np_init() {
+  dpp_work_hooks_set(&WORK_HOOKS);
+  qlix_comm_set_before_print(kx_status_clear);
   qlix_comm_set_log_en(0);
   dpp_sys_init_ctrl init = {};
   init.device_type = DPP_DEV_TYPE_CHIP;

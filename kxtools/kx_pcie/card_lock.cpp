@@ -2,8 +2,7 @@
 
 #include <pthread.h>
 
-#include <cstdio>
-
+#include "common/report.h"
 #include "lock_file.h"
 
 namespace {
@@ -19,8 +18,8 @@ bool file_take() {
   kx_unique_fd fd;
   const lock_file_result result = lock_file_take(LOCK_NAME, &fd);
   if (result != lock_file_result::held) {
-    fprintf(stderr, "the lock of the card, %s, %s\n", LOCK_NAME,
-            result == lock_file_result::busy ? "is still held by another process" : "cannot be opened");
+    kx_error_print("the lock of the card, %s, %s\n", LOCK_NAME,
+                   result == lock_file_result::busy ? "is still held by another process" : "cannot be opened");
     return false;
   }
   lock_fd = fd.release();

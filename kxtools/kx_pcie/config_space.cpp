@@ -7,7 +7,7 @@
 #include <cstdio>
 
 #include "common/report.h"
-#include "common/signal_hold.h"
+#include "common/signals.h"
 #include "common/unique_fd.h"
 #include "kx_pcie/card_lock.h"
 

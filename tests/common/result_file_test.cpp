@@ -1,7 +1,11 @@
 #include "common/result_file.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -57,17 +61,40 @@ TEST_F(ResultFileTest, RefusesWhatIsNoRegularFile) {
   EXPECT_EQ(folder_.entries(), 4u);
 }
 
-TEST_F(ResultFileTest, SaysWhenTheDiskIsFull) {
-  // What was written goes to a full device: the descriptor is exchanged below the stream.
+// Larger than one buffer of the stream, so that the failed write is not the last one.
+TEST_F(ResultFileTest, SaysWhyAWriteFailed) {
+  rlimit former = {};
+  getrlimit(RLIMIT_FSIZE, &former);
+  signal(SIGXFSZ, SIG_IGN);
   kx_result_file file;
   ASSERT_TRUE(file.open(path("dump").c_str()));
-  FILE* full = fopen("/dev/full", "w");
-  ASSERT_NE(full, nullptr);
-  ASSERT_GE(dup2(fileno(full), fileno(file.stream())), 0);
-  fclose(full);
-  fputs("lost", file.stream());
+  const rlimit small = {20000, former.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &small);
+  const std::string block(30000, 'x');
+  fputs(block.c_str(), file.stream());
+  errno = 0;
+  fputs("more", file.stream());
+  setrlimit(RLIMIT_FSIZE, &former);
+  EXPECT_NE(ferror(file.stream()), 0);
   EXPECT_FALSE(file.commit());
-  EXPECT_EQ(errno, ENOSPC);
+  EXPECT_EQ(errno, EFBIG);
+  EXPECT_EQ(folder_.entries(), 0u);
+}
+
+TEST_F(ResultFileTest, NothingIsLeftByAProcessThatIsKilled) {
+  const pid_t child = fork();
+  if (child == 0) {
+    kx_result_file file;
+    if (file.open(path("dump").c_str())) {
+      fputs("half", file.stream());
+      fflush(file.stream());
+      raise(SIGKILL);
+    }
+    _exit(1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFSIGNALED(status));
   EXPECT_EQ(folder_.entries(), 0u);
 }
 

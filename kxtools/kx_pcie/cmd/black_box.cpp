@@ -8,6 +8,7 @@
 #include "common/progress_bar.h"
 #include "common/report.h"
 #include "common/result_file.h"
+#include "common/signals.h"
 #include "reports.h"
 
 namespace {
@@ -46,6 +47,7 @@ void head_write(FILE* out, kxtools_sbdf sbdf) {
 }  // namespace
 
 int32_t kxpcie_black_box(kxtools_sbdf sbdf, kxpcie_words words) {
+  const kx_signal_guard guard;  // a signal takes effect when the file is gone
   kx_result_file file;
   if (!file.open(words[0])) {
     KXTOOLS_ERR("cannot make %s: %s\n", words[0], strerror(errno));
@@ -56,6 +58,9 @@ int32_t kxpcie_black_box(kxtools_sbdf sbdf, kxpcie_words words) {
   {
     kx_progress_bar progress("black box", std::size(SECTIONS));
     for (const section& row : SECTIONS) {
+      if (kx_signal_guard::raised() != 0 || ferror(file.stream()) != 0) {
+        break;
+      }
       fprintf(file.stream(), "\n== %s ==\n", row.title);
       // What the function does not have or does not tell leaves a hole, not an end: the rest may be what is needed.
       if (row.report(file.stream(), sbdf) != 0) {
@@ -64,6 +69,10 @@ int32_t kxpcie_black_box(kxtools_sbdf sbdf, kxpcie_words words) {
       }
       progress.update(static_cast<uint64_t>(&row - SECTIONS + 1));
     }
+  }
+  if (kx_signal_guard::raised() != 0) {
+    KXTOOLS_ERR("interrupted, nothing is kept\n");
+    return -1;
   }
   if (!file.commit()) {
     KXTOOLS_ERR("cannot write %s: %s\n", words[0], strerror(errno));

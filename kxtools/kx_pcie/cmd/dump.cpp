@@ -8,7 +8,7 @@
 #include "common/progress_bar.h"
 #include "common/report.h"
 #include "common/result_file.h"
-#include "interrupt.h"
+#include "common/signals.h"
 
 namespace {
 
@@ -32,7 +32,7 @@ void row_write(FILE* out, uint64_t address, const uint32_t* row, uint32_t count)
 }
 
 int32_t word_read(uint64_t address, const kxpcie_word_reader& read, uint32_t* value) {
-  if (kxpcie_interrupt_guard::raised()) {
+  if (kx_signal_guard::raised() != 0) {
     KXTOOLS_ERR("interrupted at 0x%" PRIx64 "\n", address);
     return -1;
   }
@@ -41,7 +41,7 @@ int32_t word_read(uint64_t address, const kxpcie_word_reader& read, uint32_t* va
 
 int32_t rows_write(FILE* out, uint64_t address, uint64_t words, const kxpcie_word_reader& read,
                    kx_progress_bar* progress) {
-  const kxpcie_interrupt_guard guard;
+  const kx_signal_guard guard;
   uint32_t row[ROW_WORDS] = {};
   for (uint64_t done = 0; done < words;) {
     const uint64_t start = address + done * 4;
@@ -59,7 +59,7 @@ int32_t rows_write(FILE* out, uint64_t address, uint64_t words, const kxpcie_wor
       row_write(out, start, row, count);
     }
     if (result != 0 || ferror(out) != 0) {
-      return result != 0 ? result : -1;  // a file says so at its end, standard output at the process's
+      return result != 0 ? result : -1;  // a file's commit says why it failed, the process's end for standard output
     }
     if (progress != nullptr) {
       progress->update(done);
@@ -78,6 +78,7 @@ int32_t kxpcie_dump_save(const char* name, uint64_t address, uint64_t words, con
   if (name == nullptr) {
     return kxpcie_dump_write(stdout, address, words, read);
   }
+  const kx_signal_guard guard;  // a signal takes effect when the file is gone
   kx_result_file file;
   if (!file.open(name)) {
     KXTOOLS_ERR("cannot make %s: %s\n", name, strerror(errno));
@@ -86,7 +87,7 @@ int32_t kxpcie_dump_save(const char* name, uint64_t address, uint64_t words, con
   {
     kx_progress_bar progress("dump", words);
     const int32_t result = rows_write(file.stream(), address, words, read, &progress);
-    if (result != 0) {
+    if (result != 0 && ferror(file.stream()) == 0) {
       return result;
     }
   }

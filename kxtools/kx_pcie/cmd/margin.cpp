@@ -6,7 +6,7 @@
 
 #include "capabilities.h"
 #include "common/report.h"
-#include "interrupt.h"
+#include "common/signals.h"
 #include "link_registers.h"
 
 namespace {
@@ -213,7 +213,7 @@ int32_t kxpcie_margining::direction_measure(uint32_t lane, kxpcie_margin_directi
     return -1;
   }
   for (uint32_t i = 1; i <= largest && result.end == kxpcie_margin_end::largest; ++i) {
-    if (kxpcie_interrupt_guard::raised()) {
+    if (kx_signal_guard::raised() != 0) {
       reason_ = "interrupted";
       return -1;
     }

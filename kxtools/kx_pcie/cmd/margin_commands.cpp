@@ -5,7 +5,7 @@
 #include "actions.h"
 #include "common/progress_bar.h"
 #include "common/report.h"
-#include "interrupt.h"
+#include "common/signals.h"
 #include "margin.h"
 #include "margin_text.h"
 
@@ -69,7 +69,7 @@ int32_t lanes_measure(kxtools_sbdf sbdf, const char* word, uint32_t dwell_ms, ui
 }  // namespace
 
 int32_t kxpcie_margin(kxtools_sbdf sbdf, kxpcie_words words) {
-  const kxpcie_interrupt_guard guard;
+  const kx_signal_guard guard;
   uint32_t first = 0;
   uint32_t dwell_ms = 0;
   std::vector<kxpcie_lane_margins> margins;
@@ -84,7 +84,7 @@ int32_t kxpcie_margin(kxtools_sbdf sbdf, kxpcie_words words) {
 }
 
 int32_t kxpcie_eye(kxtools_sbdf sbdf, kxpcie_words words) {
-  const kxpcie_interrupt_guard guard;
+  const kx_signal_guard guard;
   uint32_t lane = 0;
   uint32_t dwell_ms = 0;
   std::vector<kxpcie_lane_margins> margins;

@@ -7,7 +7,7 @@
 #include "actions.h"
 #include "capabilities.h"
 #include "common/report.h"
-#include "common/signal_hold.h"
+#include "common/signals.h"
 #include "errors_bits.h"
 #include "kx_pcie/config_space.h"
 #include "kx_pcie/pcie_lock.h"

@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "common/signal_hold.h"
+#include "common/signals.h"
 
 namespace {
 

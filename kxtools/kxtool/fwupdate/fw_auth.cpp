@@ -1,9 +1,9 @@
 // The card's permission to update, and the two queries that its answer serves: running version and active partition.
 #include <array>
-#include <cstdio>
 #include <cstring>
 
 #include "channel/bar_channel.h"
+#include "common/report.h"
 #include "fw_handlers.h"
 #include "fw_log.h"
 #include "fw_message.h"
@@ -60,8 +60,7 @@ int32_t kxtool_get_upd_auth_sync(fw_update* update) {
   }
   if (info.auth == 0) {
     FW_ERR("risc refuse to update\n");
-    fw_progress_clear();
-    fprintf(stderr, "the card refuses the update: nothing was written\n");
+    kx_error_print("the card refuses the update: nothing was written\n");
     update->exit_status = EXIT_REFUSED;
     kxtool_fw_fsm_set(FW_STATE_FINISHED);
     return -1;
@@ -77,7 +76,7 @@ int32_t kxtool_fw_version_get(fw_update* update) {
   if (auth_ask(update, &info) != 0) {
     return -1;
   }
-  fw_print("running version: %s\n", info.version.data());
+  kx_print("running version: %s\n", info.version.data());
   kxtool_fw_fsm_set(FW_STATE_FINISHED);
   return 0;
 }
@@ -87,7 +86,7 @@ int32_t kxtool_fw_bt_ctrl_get(fw_update* update) {
   if (auth_ask(update, &info) != 0) {
     return -1;
   }
-  fw_print("active partition: %d\n", static_cast<int>(info.partition));
+  kx_print("active partition: %d\n", static_cast<int>(info.partition));
   kxtool_fw_fsm_set(FW_STATE_FINISHED);
   return 0;
 }

@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "common/report.h"
 #include "fw_log.h"
 
 namespace {
@@ -95,6 +96,5 @@ void fw_flash_report(fw_update& update, const char* why) {
   const std::lock_guard guard(update.lock);
   const std::string text = fw_flash_text(update);
   FW_ERR("%s: %s\n", why, text.c_str());
-  fw_progress_clear();
-  fprintf(stderr, "%s: %s\n", why, text.c_str());
+  kx_error_print("%s: %s\n", why, text.c_str());
 }

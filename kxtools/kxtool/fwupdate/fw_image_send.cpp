@@ -3,8 +3,8 @@
 #include <array>
 #include <cstdio>
 
+#include "common/signals.h"
 #include "fw_handlers.h"
-#include "fw_interrupt.h"
 #include "fw_log.h"
 #include "fw_message.h"
 
@@ -118,7 +118,7 @@ int32_t kxtool_fw_data_sendto_riscv(fw_update* update) {
   uint32_t packets = 0;
   for (uint32_t at = 0; at < size; ++packets) {
     // A notice may have failed the update meanwhile.
-    if (fw_is_deaf(update) || fw_interrupt_is_raised() || kxtool_fw_fsm_get() != FW_STATE_WAIT) {
+    if (fw_is_deaf(update) || kx_signal_guard::raised() != 0 || kxtool_fw_fsm_get() != FW_STATE_WAIT) {
       return -1;
     }
     const uint32_t in_piece = at % PIECE_SIZE;

@@ -12,7 +12,7 @@
 #include "build_id/build_id.h"
 #include "common/report.h"
 #include "common/shared_file.h"
-#include "fw_progress.h"
+#include "common/status_line.h"
 
 namespace {
 
@@ -89,9 +89,9 @@ void fw_log_line(const char* kind, const char* function, int line, const char* f
   const std::lock_guard lock(log_mutex);
   const bool open = log_fd >= 0;
   if (!open) {
-    fw_progress_clear();
+    kx_status_clear();
   }
   if (write(open ? log_fd : STDERR_FILENO, text, length) != static_cast<ssize_t>(length) && open) {
-    fw_print("fprintf err\n");
+    kx_print("fprintf err\n");
   }
 }

@@ -2,16 +2,14 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
-#include <cstdio>
-
 #include "channel/bar_channel.h"
 #include "channel/event.h"
 #include "channel/mailbox.h"
 #include "channel/process_exit.h"
 #include "common/report.h"
+#include "common/signals.h"
 #include "fw_args.h"
 #include "fw_flash_text.h"
-#include "fw_interrupt.h"
 #include "fw_log.h"
 #include "fw_message.h"
 #include "fw_run.h"
@@ -49,7 +47,7 @@ int on_channel_exit(int status) {
   if (kxtool_fw_fsm_get() == FW_STATE_FINISHED) {
     return update->exit_status;
   }
-  fprintf(stderr, "cause: %s\n", channel_failure(status));
+  kx_error_print("cause: %s\n", channel_failure(status));
   fw_flash_report(*update, "failed");
   return status;
 }
@@ -77,7 +75,7 @@ int kxtool_fw_main(kxtool_cmd_ctx* ctx) {
   fw_update_set(&update);
   fw_log_open();
   FW_INFO("fwupdate pid is %d\n", static_cast<int>(getpid()));
-  fw_interrupt_install();
+  const kx_signal_guard guard;  // the update ends where the flash can be described
   prctl(PR_SET_TIMERSLACK, TIMER_SLACK_NS);
   kxtool_process_exit_hook_set(on_channel_exit);
   const int args = kxtool_fw_args_parse(*ctx, &update);

@@ -5,7 +5,7 @@
 
 #include "channel/bar_channel.h"
 #include "channel/tools_msg.h"
-#include "common/signal_hold.h"
+#include "common/signals.h"
 #include "fw_log.h"
 
 namespace {

@@ -2,6 +2,7 @@
 // thread.
 #include <span>
 
+#include "common/report.h"
 #include "fw_log.h"
 #include "fw_message.h"
 #include "fw_state.h"
@@ -93,7 +94,7 @@ void take_sum_mismatch(fw_update* update) {
   update->phase = fw_phase::mismatch;
   const uint32_t count = update->sum_failures;
   if (count > SUM_RETRY_MAX) {
-    fw_print("crc failed! resent %u times failed! try to exit!\n", count);
+    kx_print("crc failed! resent %u times failed! try to exit!\n", count);
     update->sum_failures = 0;
     update->statistics_wanted = true;
     FW_FAIL("crc failed! resent %u times failed! try to exit!", count);
@@ -131,7 +132,7 @@ void take_success(fw_update* update, uint8_t status) {
   if (!is_expected(*update, fw_phase::ending)) {
     return log_unexpected(NOTICE_SUCCESS, status);
   }
-  fw_print("****kx firmware has write success, please reset(use BMC) to active!****\n");
+  kx_print("****kx firmware has write success, please reset(use BMC) to active!****\n");
   fw_cancel_timer(FW_TIMER_END);
   update->statistics_wanted = true;
   kxtool_fw_fsm_set(FW_STATE_FINISHED);

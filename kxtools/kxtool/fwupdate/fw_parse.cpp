@@ -1,6 +1,7 @@
 // Looking at the whole package before anything is sent: what a later state would refuse is refused here.
 #include <cstdio>
 
+#include "common/report.h"
 #include "fw_handlers.h"
 #include "fw_log.h"
 #include "fwupdate/package_check.h"
@@ -23,9 +24,9 @@ uint64_t sent_size(const fw_header& header) {
 }
 
 int32_t refuse_damaged(uint32_t fw_cnt) {
-  fw_print("invalid kx_pkg.fw_cnt =%u binary file was damaged during transfer!!!\n", fw_cnt);
-  fw_print("tips: please download the binary file again!\n");
-  fw_print("tips: please upload the binary file to the host again!\n");
+  kx_print("invalid kx_pkg.fw_cnt =%u binary file was damaged during transfer!!!\n", fw_cnt);
+  kx_print("tips: please download the binary file again!\n");
+  kx_print("tips: please upload the binary file to the host again!\n");
   FW_ERR("invalid kx_pkg.fw_cnt =%u binary file was damaged during transfer!!!\n", fw_cnt);
   return -2;
 }
@@ -40,7 +41,7 @@ int32_t refuse(const fw_problem& problem, uint32_t fw_cnt) {
       FW_ERR("invalid bin type \n");
       return -1;
     case fw_problem_kind::old_layout:
-      fw_print("scp version was v0,stop doing firmware update!\n");
+      kx_print("scp version was v0,stop doing firmware update!\n");
       FW_ERR("scp version was v0,stop doing firmware update!\n");
       return -1;
     case fw_problem_kind::image_offset:

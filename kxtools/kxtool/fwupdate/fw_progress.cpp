@@ -1,23 +1,18 @@
 #include "fw_progress.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cinttypes>
-#include <cstdarg>
 #include <cstdio>
 
 #include "common/report.h"
+#include "common/status_line.h"
 
 namespace {
 
 constexpr uint64_t REDRAW_MS = 100;
 constexpr uint64_t RATE_AFTER_MS = 10;  // one pause behind a packet: the first packet alone tells no rate
-constexpr const char* CLEAR_LINE = "\r\033[K";
-
-std::atomic<bool> line_shown = false;
 
 // "image 1/2 writing", with the part in front for a package that has two; a phase of no image stands alone.
 int head_text(const fw_progress& progress, char* text, size_t size) {
@@ -29,12 +24,6 @@ int head_text(const fw_progress& progress, char* text, size_t size) {
     snprintf(part, sizeof part, "part %c ", progress.part);
   }
   return snprintf(text, size, "%simage %u/%u %s", part, progress.image, progress.image_num, progress.phase);
-}
-
-// Columns that one line may fill; more would scroll the terminal at every redraw. The user may have changed it.
-size_t terminal_width() {
-  struct winsize size = {};
-  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0 ? size.ws_col : SIZE_MAX;
 }
 
 }  // namespace
@@ -59,7 +48,7 @@ void fw_progress_phase(fw_progress* progress, const char* phase) {
   }
   char text[128];
   head_text(*progress, text, sizeof text);
-  fw_print("%s\n", text);
+  kx_print("%s\n", text);
 }
 
 void fw_progress_write_start(fw_progress* progress, uint64_t done) {
@@ -103,28 +92,6 @@ void fw_progress_draw(const fw_progress* progress) {
     return;
   }
   char text[160];
-  fw_progress_text(*progress, fw_now_ms(), text, std::min(sizeof text, terminal_width()));
-  flockfile(stdout);
-  // The cursor goes back to the start of the line: whatever else is printed begins there.
-  printf("%s%s\r", CLEAR_LINE, text);
-  fflush(stdout);
-  line_shown = true;
-  funlockfile(stdout);
-}
-
-void fw_progress_clear() {
-  if (line_shown.exchange(false)) {
-    kx_print("%s", CLEAR_LINE);
-  }
-}
-
-void fw_print(const char* format, ...) {
-  va_list args;
-  va_start(args, format);
-  flockfile(stdout);
-  fw_progress_clear();
-  vprintf(format, args);
-  fflush(stdout);
-  funlockfile(stdout);
-  va_end(args);
+  fw_progress_text(*progress, fw_now_ms(), text, sizeof text);
+  kx_status_show(text);
 }

@@ -1,5 +1,5 @@
 // What the user sees while an update runs: on a terminal one line that is redrawn, otherwise one line a phase without
-// control characters. Used by the command's thread; fw_print by every thread.
+// control characters. Used by the command's thread.
 #pragma once
 
 #include <cstdint>
@@ -37,9 +37,3 @@ void fw_progress_text(const fw_progress& progress, uint64_t now_ms, char* text, 
 
 /// Milliseconds on a clock that never jumps.
 uint64_t fw_now_ms();
-
-/// Takes a shown progress line away.
-void fw_progress_clear();
-
-/// Prints whole lines to standard output, in place of a progress line if one is shown.
-[[gnu::format(printf, 1, 2)]] void fw_print(const char* format, ...);

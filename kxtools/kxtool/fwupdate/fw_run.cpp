@@ -1,11 +1,11 @@
 #include "fw_run.h"
 
-#include <cstdio>
 #include <cstring>
 
+#include "common/report.h"
+#include "common/signals.h"
 #include "fw_flash_text.h"
 #include "fw_handlers.h"
-#include "fw_interrupt.h"
 #include "fw_log.h"
 
 namespace {
@@ -65,10 +65,10 @@ int update_finish(const fw_update& update) {
 
 int update_fail(fw_update& update) {
   FW_ERR("****The update has failed. Please retry after a few minutes.****\n");
-  fw_print("****The update has failed. Please retry after a few minutes.****\n");
+  kx_print("****The update has failed. Please retry after a few minutes.****\n");
   const std::string cause = fw_cause();
   if (!cause.empty()) {
-    fprintf(stderr, "cause: %s\n", cause.c_str());
+    kx_error_print("cause: %s\n", cause.c_str());
   }
   fw_flash_report(update, "failed");
   return FW_EXIT_FAILED;
@@ -100,7 +100,7 @@ class quiet_guard {
 int fw_run(fw_update* update) {
   quiet_guard guard(update->limits.erase);
   for (;;) {
-    if (!fw_interrupt_is_raised() && !(is_writing(*update) && fw_is_deaf(update))) {
+    if (kx_signal_guard::raised() == 0 && !(is_writing(*update) && fw_is_deaf(update))) {
       run_row(update);
     }
     log_statistics(update);
@@ -111,7 +111,7 @@ int fw_run(fw_update* update) {
     if (state == FW_STATE_FAILED) {
       return update_fail(*update);
     }
-    if (fw_interrupt_is_raised()) {
+    if (kx_signal_guard::raised() != 0) {
       fw_flash_report(*update, "interrupted");
       return FW_EXIT_INTERRUPTED;
     }

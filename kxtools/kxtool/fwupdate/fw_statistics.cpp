@@ -2,6 +2,7 @@
 #include <array>
 
 #include "channel/mailbox.h"
+#include "common/report.h"
 #include "fw_handlers.h"
 #include "fw_log.h"
 #include "fw_message.h"
@@ -54,7 +55,7 @@ int32_t kxtool_fw_flash_cnt_get(fw_update* update) {
     FW_FAIL("the card does not tell its flash statistics");
     return -1;
   }
-  fw_print("%s\n%s\n%s\n%s\n", FLASH_HEADING, text.flash, MESSAGE_HEADING, text.message);
+  kx_print("%s\n%s\n%s\n%s\n", FLASH_HEADING, text.flash, MESSAGE_HEADING, text.message);
   kxtool_fw_fsm_set(FW_STATE_FINISHED);
   return 0;
 }

@@ -2,8 +2,8 @@
 
 #include <atomic>
 
+#include "common/report.h"
 #include "fw_log.h"
-#include "fw_progress.h"
 #include "fw_state.h"
 
 namespace {
@@ -16,7 +16,7 @@ struct timer_row {
 };
 
 void timer_fail(const char* message) {
-  fw_print("%s\n", message);
+  kx_print("%s\n", message);
   FW_FAIL("%s", message);
 }
 

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "common/report.h"
+#include "common/signals.h"
 #include "devmem_words.h"
 #include "kx_pcie/tunnel.h"
 #include "registers/registers.h"
@@ -14,7 +15,7 @@ constexpr uint32_t WORDS_PER_LINE = 4;
 
 int read_words(const devmem_request& request) {
   for (uint32_t i = 0; i < request.length / 4; ++i) {
-    if (units_interrupted()) {
+    if (kx_signal_guard::raised() != 0) {
       kx_print("\ninterrupted\n");
       return UNIT_INTERRUPTED;
     }
@@ -53,6 +54,7 @@ int kxtool_devmem(kxtool_cmd_ctx* ctx) {
     kx_print("%s\n", ctx->option->usage);
     return 1;
   }
+  const kx_signal_guard guard;
   if (!devmem_request_check(*unit, &request) || units_device_bind(*ctx) != 0) {
     return 1;
   }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "common/report.h"
+#include "common/signals.h"
 #include "registers/registers.h"
 #include "units.h"
 
@@ -34,7 +35,7 @@ bool check_show(void* self, const kxtools_unit_value& value) {
   counts->failed += value.good ? 0 : 1;
   kx_print("  %-4s  %-32s %s%s%s\n", value.good ? "ok" : "FAIL", value.name, words_text(value.words).c_str(),
            *value.note == '\0' ? "" : "  ", value.note);
-  return !units_interrupted();
+  return kx_signal_guard::raised() == 0;
 }
 
 // Hundreds of counters, most of which never move: those that are 0 are only counted.
@@ -49,7 +50,7 @@ bool counter_show(void* self, const kxtools_unit_value& value) {
     ++counts->shown;
     kx_print("  %-44s %" PRIu64 "\n", value.name, number);
   }
-  return !units_interrupted();
+  return kx_signal_guard::raised() == 0;
 }
 
 struct pass {
@@ -62,7 +63,7 @@ bool unit_run(const kxtools_unit& unit, const pass& what) {
   kx_print("%s: %s\n", unit.name, unit.title);
   tally counts;
   const bool read = (unit.open == nullptr || unit.open() == 0) && unit.visit(what.list, what.show, &counts) == 0;
-  if (units_interrupted()) {
+  if (kx_signal_guard::raised() != 0) {
     return false;
   }
   if (!read) {
@@ -96,6 +97,7 @@ int units_run(kxtool_cmd_ctx* ctx, const pass& what) {
     kx_print("%s\n", ctx->option->usage);
     return 1;
   }
+  const kx_signal_guard guard;
   if (units_device_bind(*ctx) != 0) {
     return 1;
   }
@@ -104,7 +106,7 @@ int units_run(kxtool_cmd_ctx* ctx, const pass& what) {
     if (word_names(ctx->argv[0], *unit, what.list) && !unit_run(*unit, what)) {
       failed += std::string(" ") + unit->name;
     }
-    if (units_interrupted()) {
+    if (kx_signal_guard::raised() != 0) {
       kx_print("%s %s: interrupted\n", ctx->name, ctx->device_word);
       return UNIT_INTERRUPTED;
     }

@@ -7,6 +7,7 @@
 #include "common/progress_bar.h"
 #include "common/report.h"
 #include "common/result_file.h"
+#include "common/signals.h"
 #include "registers/registers.h"
 #include "units.h"
 
@@ -28,7 +29,7 @@ bool value_write(void* self, const kxtools_unit_value& value) {
   }
   fprintf(d->stream, " %s\n", value.name);
   d->progress->update(++d->done);
-  return !units_interrupted() && ferror(d->stream) == 0;
+  return kx_signal_guard::raised() == 0 && ferror(d->stream) == 0;
 }
 
 void head_write(const kxtool_cmd_ctx& ctx, FILE* stream) {
@@ -52,9 +53,12 @@ int units_write(dump* d) {
       KXTOOLS_ERR("%s cannot be read, nothing is kept\n", unit->name);
       return 1;
     }
-    if (units_interrupted()) {
+    if (kx_signal_guard::raised() != 0) {
       kx_print("interrupted, nothing is kept\n");
       return UNIT_INTERRUPTED;
+    }
+    if (ferror(d->stream) != 0) {
+      return 0;  // the file's commit says why
     }
   }
   fprintf(d->stream, "# end: %u values\n", d->done);
@@ -69,6 +73,7 @@ int kxtool_regsdump(kxtool_cmd_ctx* ctx) {
     return 1;
   }
   const char* path = ctx->argv[2];
+  const kx_signal_guard guard;
   kx_result_file file;
   if (!file.open(path)) {
     KXTOOLS_ERR("cannot make %s: %s\n", path, strerror(errno));

@@ -13,9 +13,5 @@ std::span<const kxtools_unit* const> units_get();
 /// The unit with that name, or null.
 const kxtools_unit* unit_find(std::string_view name);
 
-/// Binds the command's function, so that card memory can be reached, and catches the interrupt from now on. Returns 0
-/// or -1 with a message.
+/// Binds the command's function, so that card memory can be reached. Returns 0 or -1 with a message.
 int32_t units_device_bind(const kxtool_cmd_ctx& ctx);
-
-/// True once Ctrl-C was pressed: loops end at the next value.
-bool units_interrupted();

@@ -22,6 +22,7 @@ constinit std::atomic<std::uint32_t> log_en{0};
 constinit std::atomic<std::uint32_t> log_type{QLIX_LOG_TYPE_PRINT};
 constinit std::atomic<std::uint32_t> dump_log_en{0};
 constinit std::atomic<qlix_comm_print_callback> print_callback{nullptr};
+constinit std::atomic<void (*)()> before_print{nullptr};
 constinit std::atomic<int> log_fd{STDERR_FILENO};
 constinit std::atomic<int> dump_log_fd{STDERR_FILENO};
 
@@ -47,9 +48,16 @@ void descriptor_write(int fd, const text& line) {
   }
 }
 
+void before_print_call() {
+  if (void (*const before)() = before_print; before != nullptr) {
+    before();
+  }
+}
+
 void text_emit(const text& line, bool logged) {
   if (print_en != 0) {
     flockfile(stdout);
+    before_print_call();
     fwrite(line.bytes, 1, line.length, stdout);
     fflush(stdout);
     funlockfile(stdout);
@@ -57,6 +65,7 @@ void text_emit(const text& line, bool logged) {
   if (!logged || log_en == 0) {
     return;
   }
+  before_print_call();
   if (dump_log_en != 0) {
     descriptor_write(dump_log_fd, line);
   } else if (const qlix_comm_print_callback callback = print_callback; callback != nullptr) {
@@ -110,6 +119,10 @@ std::uint32_t qlix_comm_get_dump_log_en() {
 
 void qlix_comm_set_print_callback(qlix_comm_print_callback callback) {
   print_callback = callback;
+}
+
+void qlix_comm_set_before_print(void (*before)()) {
+  before_print = before;
 }
 
 void qlix_comm_set_log_fd(int fd) {

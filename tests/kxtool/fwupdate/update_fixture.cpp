@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <thread>
 
-#include "fw_interrupt.h"
 #include "fwupdate/fwupdate.h"
 #include "vcard/models.h"
 
@@ -22,12 +21,13 @@ void short_pause(uint32_t microseconds) {
 
 void Update::SetUp() {
   running_test = this;
-  fw_interrupt_install();
+  guard_.emplace();
 }
 
 void Update::TearDown() {
   card_.reset();
   fw_update_set(nullptr);
+  guard_.reset();
 }
 
 void Update::plug(const std::string& card_file) {

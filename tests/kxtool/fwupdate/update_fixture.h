@@ -5,10 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "../../temp_folder.h"
+#include "common/signals.h"
 #include "fw_run.h"
 #include "package_file.h"
 #include "vcard/card.h"
@@ -39,6 +41,7 @@ class Update : public testing::Test {
   uint32_t os_type_ = 1;
   fw_time_limits limits_;
   const char* (*deafness_)() = nullptr;
+  std::optional<kx_signal_guard> guard_;
   std::function<void(const package_file::bytes&)> before_request_;
   std::vector<package_file::bytes> sent_;
 

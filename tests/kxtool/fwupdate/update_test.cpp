@@ -4,7 +4,6 @@
 #include <atomic>
 #include <csignal>
 
-#include "fw_interrupt.h"
 #include "fwupdate/fwupdate.h"
 #include "update_fixture.h"
 
@@ -455,7 +454,8 @@ TEST_F(Update, InterruptSaysWhatTheFlashHolds) {
   for (const auto& test : cases) {
     package_file::file package;
     test.whole_flash ? make_whole_flash(&package) : make_one_partition(&package);
-    fw_interrupt_install();
+    guard_.reset();
+    guard_.emplace();
     plug(R"({"update": {"erase_ms": 50, "read_back_ms": 1, "end_ms": 50, "partition": )" +
          std::to_string(test.running) + "}}");
     before_request_ = [&](const bytes& request) {
@@ -468,7 +468,6 @@ TEST_F(Update, InterruptSaysWhatTheFlashHolds) {
     EXPECT_THAT(result.log, HasSubstr(test.text)) << int{test.request};
     EXPECT_EQ(sent_.back()[0], test.request) << "another request followed the interrupt";
   }
-  fw_interrupt_install();
 }
 
 // The card gives up while it still answers the package header.

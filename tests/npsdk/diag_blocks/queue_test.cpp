@@ -1,12 +1,12 @@
 // Table entries through a queue, on a chip that executes table commands.
 
-#include <csignal>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "../diag/command.h"
 #include "../dtb/fake_chip.h"
+#include "dpp_diag/dpp_work.h"
 #include "dpp_dtb/dpp_dtb_cfg.h"
 
 namespace {
@@ -120,6 +120,12 @@ TEST(CommandsThroughAQueue, FlushClearsWhatItIsToldAndNothingBesides) {
 
 // Whatever ends a flush, it says how far it got and leaves the queue as it found it.
 TEST(CommandsThroughAQueue, FlushCanBeInterruptedAndStopsAtARefusal) {
+  static bool interrupt;
+  static std::vector<std::string> shown;
+  static constexpr dpp_work_hooks hooks = {[] { interrupt = false; }, [] { return interrupt; },
+                                           [] { shown.push_back("end"); },
+                                           [](const char* line) { shown.push_back(line == nullptr ? "" : line); }};
+  dpp_work_hooks_set(&hooks);
   constexpr uint32_t all_of_ddr = 1u << 28;
   const struct {
     std::function<void(fake_chip&, const doorbell&)> third_block;
@@ -127,7 +133,7 @@ TEST(CommandsThroughAQueue, FlushCanBeInterruptedAndStopsAtARefusal) {
     std::string line;
   } rows[] = {
       {[](fake_chip& chip, const doorbell& bell) {
-         raise(SIGINT);
+         interrupt = true;
          chip.execute(bell);
        },
        0x614, "smmu1: interrupted, 0x17e of 0x10000000 entries from 0x0 on are cleared\n"},
@@ -151,7 +157,10 @@ TEST(CommandsThroughAQueue, FlushCanBeInterruptedAndStopsAtARefusal) {
       ASSERT_EQ(command("dpp_dtb_table_flush", {dev, queue, 1, 380, 1}).code, 0u);
     }
     EXPECT_EQ(chip.tables.ddr(380)[0], 0u);
+    EXPECT_EQ(shown.front(), "smmu1: 0% cleared");
+    EXPECT_EQ(std::vector(shown.end() - 2, shown.end()), (std::vector<std::string>{"", "end"}));
   }
+  dpp_work_hooks_set(nullptr);
 }
 
 TEST(CommandsThroughAQueue, TroubleIsAnsweredWithTheQueuesOwnCodes) {

@@ -43,7 +43,7 @@ class FirmwareUpdateBreak : public testing::TestWithParam<break_case> {
 TEST_P(FirmwareUpdateBreak, KilledUpdateIsRepeated) {
   const Workplace work;
   const Result result = run(work, SIGKILL);
-  EXPECT_EQ(result.status, 0) << result.out;
+  EXPECT_EQ(result.status, 128 + SIGKILL) << result.out;
   EXPECT_THAT(result.out, HasSubstr("write success"));
   EXPECT_TRUE(work.flash_holds_package());
 }
@@ -75,8 +75,10 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(FirmwareUpdateSignals, EndTheUpdateLikeControlCUnlessTheyAreIgnored) {
   struct {
     int signal;
-    bool ignored;  // as by nohup
-  } const cases[] = {{SIGTERM, false}, {SIGHUP, false}, {SIGHUP, true}};
+    bool ignored;   // as by nohup
+    bool to_child;  // else to the tool that waits for it
+  } const cases[] = {{SIGTERM, false, true},  {SIGHUP, false, true},  {SIGHUP, true, true},
+                     {SIGTERM, false, false}, {SIGHUP, false, false}, {SIGHUP, true, false}};
   for (const auto& test : cases) {
     SCOPED_TRACE(test.signal);
     const Workplace work;
@@ -87,12 +89,37 @@ TEST(FirmwareUpdateSignals, EndTheUpdateLikeControlCUnlessTheyAreIgnored) {
     ASSERT_TRUE(update.expect_log("payload=20"));
     const std::vector<pid_t> tools = update.tools();
     ASSERT_EQ(tools.size(), 2u);
-    kill(tools.back(), test.signal);
+    kill(test.to_child ? tools.back() : tools.front(), test.signal);
     const Result result = update.wait();
     EXPECT_EQ(result.status, test.ignored ? 0 : 130) << result.out;
     EXPECT_EQ(work.flash_holds_package(), test.ignored);
     EXPECT_EQ(work.log().find("image 1 of 2 is being erased") == std::string::npos, test.ignored);
   }
+}
+
+// Its parent passes nothing on: the update ends by itself, and the next one finds the lock free.
+TEST(FirmwareUpdateSignals, KilledToolLeavesNoUpdateBehind) {
+  const Workplace work;
+  kx_system::Command command = kx_system::script("$KXTOOL fwupdate eth0 " + work.package +
+                                                     " & sleep 0.7; kill -KILL $!; wait $!; echo $?; "
+                                                     "$KXTOOL fwupdate eth0 part",
+                                                 R"({"update": {"erase_ms": 20000}})");
+  command.state = work.folder.path();
+  const Result result = kx_system::run(command);
+  EXPECT_EQ(result.status, 0) << result.out;
+  EXPECT_THAT(result.out, HasSubstr("137\nactive partition: 1\n"));
+  EXPECT_THAT(work.log(), HasSubstr("interrupted: partition 2 is incomplete, image 1 of 2 is being erased"));
+}
+
+TEST(FirmwareUpdateSignals, ShellEndsAfterTheUpdateThatItPassedItsSignalOnTo) {
+  const Workplace work;
+  Process shell({.card = R"({"update": {"erase_ms": 20000}})", .state = work.folder.path()});
+  shell.send("0\n" + work.line("eth0") + "quit\n");
+  ASSERT_TRUE(shell.expect_log("payload=20"));
+  kill(shell.tools().front(), SIGTERM);
+  const Result result = shell.wait();
+  EXPECT_EQ(result.status, 128 + SIGTERM);
+  EXPECT_THAT(result.err, HasSubstr("image 1 of 2 is being erased"));
 }
 
 TEST(FirmwareUpdateSignals, ReaderThatGoesAwayDoesNotEndTheUpdate) {

@@ -134,7 +134,7 @@ TEST(KxpcieMargin, AnInterruptGivesEverythingBack) {
   const auto result = process.wait();
   EXPECT_EQ(result.status, 255);
   EXPECT_THAT(result.out, AllOf(HasSubstr("0x070: 0x0042"), HasSubstr("0x090: 0x0004"), HasSubstr("0x2d0: 0x9c38")));
-  EXPECT_THAT(result.out, HasSubstr("%\r\x1b[Kkxtools_err: "));  // the progress bar is out of the way
+  EXPECT_THAT(result.out, HasSubstr("%\r\r\x1b[Kkxtools_err: "));  // the progress bar is out of the way
   EXPECT_THAT(result.log_of("margining"), testing::Contains(NORMAL_SETTINGS));
 }
 

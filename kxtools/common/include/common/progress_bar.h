@@ -1,4 +1,4 @@
-// How far long work has come, on standard error and only when that is a terminal.
+// How far long work has come, as the status line: only on a terminal.
 #pragma once
 
 #include <cstdint>
@@ -21,6 +21,3 @@ class kx_progress_bar {
   bool terminal_;
   int percent_ = -1;
 };
-
-/// Takes a shown bar away until its next redraw; report.h does so in front of every line that it prints.
-void kx_progress_bar_hide();

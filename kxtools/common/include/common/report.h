@@ -32,6 +32,9 @@ inline constexpr kx_line_style KX_STYLE_MSG_CHAN_DEBUG{"msg_chan_debug: ", "", "
 /// Prints text without a prefix to standard output and flushes it.
 [[gnu::format(printf, 1, 2)]] void kx_print(const char* format, ...);
 
+/// Prints text without a prefix to standard error: what the tool says of itself where no other form is given.
+[[gnu::format(printf, 1, 2)]] void kx_error_print(const char* format, ...);
+
 /// The exit status of a process whose work ended with `status`: the same, but 1 instead of 0, with a line on standard
 /// error, when something that was printed did not reach standard output (full disk, closed pipe).
 int kx_exit_status(int status);

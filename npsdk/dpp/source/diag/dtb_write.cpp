@@ -1,15 +1,14 @@
 // Table entries written through a queue of the queue engine, which must have been set up.
 #include <endian.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
-#include <ctime>
+#include <cstdio>
 #include <iterator>
 #include <utility>
 
 #include "dpp_diag/dpp_diag_code.h"
 #include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_diag/dpp_work.h"
 #include "dpp_dtb/dpp_dtb_dump.h"
 #include "dpp_dtb/dpp_dtb_table.h"
 #include "dtb_cmd.h"
@@ -126,72 +125,31 @@ constexpr memory memories[] = {
     {"etcam", DPP_DTB_ETCAM_BLOCK_NUM* DPP_DTB_ETCAM_ROW_NUM, etcam_row_clear},
 };
 
-/// One line that is redrawn, on a terminal only.
+/// The percentage that the status line shows.
 class progress {
  public:
-  progress(const char* name, uint32_t num) : name_(name), num_(num), terminal_(isatty(STDOUT_FILENO) == 1) {}
-  progress(const progress&) = delete;
-  progress& operator=(const progress&) = delete;
-  ~progress() {
-    if (shown_ != 0) {
-      QLIX_COMM_PRINT("%s", CLEAR_LINE);
-    }
-  }
+  progress(const char* name, uint32_t num) : name_(name), num_(num) {}
   void draw(uint32_t done) {
     const auto percent = static_cast<uint32_t>(uint64_t{done} * 100 / num_);
-    if (terminal_ && percent != shown_) {
+    if (percent != shown_) {
       shown_ = percent;
-      QLIX_COMM_PRINT("%s%s: %u%% cleared", CLEAR_LINE, name_, percent);
+      char text[64];
+      snprintf(text, sizeof text, "%s: %u%% cleared", name_, percent);
+      dpp_work::status(text);
     }
   }
 
  private:
-  static constexpr const char* CLEAR_LINE = "\r\033[K";
   const char* name_;
   uint32_t num_;
-  bool terminal_;
-  uint32_t shown_ = 0;
+  uint32_t shown_ = UINT32_MAX;  // nothing yet
 };
 
-/// Holds the signals that would end the program until a command has told how far it got. At the end SIGINT is dropped,
-/// because the command has answered it; the others then take effect. Steps that sleep would need handlers to be woken.
-class interrupt_hold {
- public:
-  interrupt_hold() {
-    sigset_t held;
-    sigemptyset(&held);
-    for (const int number : SIGNALS) {
-      sigaddset(&held, number);
-    }
-    pthread_sigmask(SIG_BLOCK, &held, &former_);
-  }
-  interrupt_hold(const interrupt_hold&) = delete;
-  interrupt_hold& operator=(const interrupt_hold&) = delete;
-  ~interrupt_hold() {
-    sigset_t answered;
-    sigemptyset(&answered);
-    sigaddset(&answered, SIGINT);
-    const timespec at_once = {};
-    sigtimedwait(&answered, nullptr, &at_once);
-    pthread_sigmask(SIG_SETMASK, &former_, nullptr);
-  }
-  static bool one_waits() {
-    sigset_t pending;
-    sigpending(&pending);
-    return std::any_of(std::begin(SIGNALS), std::end(SIGNALS),
-                       [&](int number) { return sigismember(&pending, number) == 1; });
-  }
-
- private:
-  static constexpr int SIGNALS[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
-  sigset_t former_;
-};
-
-/// Clears until the end, a refusal or an interrupt. The caller holds the signals.
+/// Clears until the end, a refusal or an interrupt.
 uint32_t entries_clear(const memory& cleared, block_sender& block, uint32_t index, uint32_t num) {
   progress shown(cleared.name, num);
   for (uint32_t i = 0; i < num; ++i) {
-    if (interrupt_hold::one_waits()) {
+    if (dpp_work::interrupted()) {
       // What is begun is ended: a row is not left between its two elements.
       const uint32_t code = block.send();
       return code != QLIX_COMM_OK ? code : DPP_RC_DIAG_INTERRUPTED;
@@ -232,7 +190,7 @@ uint32_t dpp_dtb_table_flush(uint32_t dev_id, uint32_t queue_id, uint32_t table,
   const memory& cleared = memories[table];
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, cleared.entry_num - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, cleared.entry_num - index);
-  const interrupt_hold hold;  // until what was done is told
+  const dpp_work work;  // until what was done is told
   block_sender block(dev_id, queue_id);
   const uint32_t code = entries_clear(cleared, block, index, num);
   if (code != QLIX_COMM_OK) {

@@ -45,6 +45,10 @@ std::uint32_t qlix_comm_get_dump_log_en();
 /// Registers the receiver of logged texts, null for none. Without one the log writer takes them.
 void qlix_comm_set_print_callback(qlix_comm_print_callback callback);
 
+/// Registers what is called before every text that goes to standard output or to the log descriptors, null for nothing:
+/// a program that redraws a line on the terminal takes it away there.
+void qlix_comm_set_before_print(void (*before)());
+
 /// Descriptors that the log writer and the dump log write to; the caller opens them and keeps them open. Default 2,
 /// standard error, for both.
 void qlix_comm_set_log_fd(int fd);
