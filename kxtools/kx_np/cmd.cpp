@@ -1,6 +1,6 @@
 #include "kx_np/cmd.h"
 
-#include <iterator>
+#include <cstdio>
 #include <string_view>
 
 #include "common/report.h"
@@ -12,25 +12,10 @@
 
 namespace {
 
-/// Inline texts: the list costs nothing until it is registered.
-struct np_command {
-  char name[56];
-  uint8_t permission;
-};
-
-constexpr np_command COMMANDS[] = {
-#include "commands.inc"
-};
-static_assert(std::size(COMMANDS) == 294);
-
 constexpr uint32_t DEVICE = 0;
 constexpr size_t TEXT_SIZE = 200;
 
-kxtools_cmd_entry kxnp_sub_command_list[std::size(COMMANDS)];
-
-constexpr bool is_drop_stat(std::string_view name) {
-  return name == "mcode_drop_stat";
-}
+kxtools_cmd_entry kxnp_sub_command_list[DPP_CMD_LISTED_NUM];
 
 // All words with single blanks between them, cut where the buffer ends.
 void words_join(const kxtools_cmd_context& ctx, char (&text)[TEXT_SIZE]) {
@@ -59,6 +44,25 @@ int32_t text_command_call(const DppCmdEntry& entry, const kxtools_cmd_context& c
   return 0;
 }
 
+// A command that changed the card and printed nothing of that: what it wrote, in one line.
+void writes_tell(const char* name, const DppCmdWrites& writes, uint32_t code) {
+  if (writes.num == 0) {
+    return;
+  }
+  char more[40] = "";
+  if (writes.shown < writes.num) {
+    snprintf(more, sizeof more, " and %u more", writes.num - writes.shown);
+  }
+  fprintf(stderr, "%s %s %s%s\n", name, code == 0 ? "wrote" : "failed after it wrote", writes.text, more);
+}
+
+void integers_call(const DppCmdEntry& entry, const kxtools_cmd_context& ctx, DppCmdArgs& args) {
+  DppCmdWrites writes;
+  args.writes = ctx.cmd->permission == 0 ? nullptr : &writes;
+  const uint32_t code = entry.func(entry, args);
+  writes_tell(entry.name, writes, code);
+}
+
 void usage_print(const kxtools_cmd_entry& command) {
   const DppCmdEntry* entry = dpp_cmd_find(command.name);
   if (entry == nullptr) {
@@ -75,15 +79,17 @@ int32_t kxnp_cmd_init() {
     KXTOOLS_ERR("dpp_np_init failed\n");
     return -1;
   }
-  for (size_t i = 0; i < std::size(COMMANDS); ++i) {
-    const np_command& command = COMMANDS[i];
-    kxnp_sub_command_list[i] = {.name = command.name,
-                                .help = "",
-                                .handler = is_drop_stat(command.name) ? kxnp_mcode_drop_stat : kxnp_dpp_cmd_exec,
-                                .permission = command.permission};
-    kxnp_sub_command_list[i].usage = usage_print;
+  for (uint32_t i = 0; i < DPP_CMD_LISTED_NUM; ++i) {
+    const DppCmdListed listed = dpp_cmd_listed_get(i);
+    const bool is_drop_stat = std::string_view(listed.name) == "mcode_drop_stat";
+    kxtools_cmd_entry& command = kxnp_sub_command_list[i];
+    command.name = listed.name;
+    command.help = "";
+    command.handler = is_drop_stat ? kxnp_mcode_drop_stat : kxnp_dpp_cmd_exec;
+    command.permission = listed.permission;
+    command.usage = usage_print;
   }
-  return kxtools_cmd_register(KXTOOLS_MODULE_KXNP, kxnp_sub_command_list, std::size(kxnp_sub_command_list));
+  return kxtools_cmd_register(KXTOOLS_MODULE_KXNP, kxnp_sub_command_list, DPP_CMD_LISTED_NUM);
 }
 
 int32_t kxnp_dev_init() {
@@ -110,7 +116,7 @@ int32_t kxnp_dpp_cmd_exec(kxtools_cmd_context* ctx) {
   DppCmdArgs args;
   if (ctx->argc == 0) {
     args.num = 1;  // one zero
-    entry->func(*entry, args);
+    integers_call(*entry, *ctx, args);
     return 0;
   }
   if (ctx->argp == nullptr) {
@@ -125,6 +131,6 @@ int32_t kxnp_dpp_cmd_exec(kxtools_cmd_context* ctx) {
   for (uint32_t i = 0; i < ctx->argc; ++i) {
     args.value[i] = dpp_atoi(ctx->argp[i]);
   }
-  entry->func(*entry, args);
+  integers_call(*entry, *ctx, args);
   return 0;
 }

@@ -85,7 +85,9 @@ TEST(CommandSheet, RefusesWrongCommands) {
   EXPECT_EQ(complaint_of("  print \"x\"\n"), "1: a step before the first command");
   EXPECT_EQ(complaint_of("macro m\n"), "1: unknown kind of command 'macro'");
   EXPECT_EQ(complaint_of("command c i=3..1\n"), "1: the range of 'i' is empty");
-  EXPECT_EQ(complaint_of("function f i=0..1\n"), "1: a function checks the ranges of its arguments itself");
+  EXPECT_EQ(complaint_of("function f i=0..1\n"), "");
+  EXPECT_EQ(complaint_of("command c\n  super writes \"x\"\n"), "2: the steps of a row tell what it writes");
+  EXPECT_EQ(complaint_of("missing m nobody\n"), "1: 'nobody' is no level");
   EXPECT_EQ(complaint_of("function f\n  print \"x\"\n"), "2: 'print' is no step of this command");
   EXPECT_EQ(complaint_of("text t a\n"), "1: too many arguments");
   EXPECT_EQ(complaint_of("function f a b c d e f g h i j k l m\n"), "1: too many arguments");
@@ -98,6 +100,25 @@ TEST(CommandSheet, LoopNamesEndWithTheLoop) {
       complaint_of("command c\n  loop k=0..3\n    fields row[k]\n  end\n  loop k=0..1\n    fields row[k]\n  end\n"),
       "");
   EXPECT_EQ(complaint_of("command c\n  loop k=0..3\n  end\n  fields row[k]\n"), "4: unknown name 'k'");
+}
+
+TEST(CommandSheet, EveryCommandTellsItsLevelAndPurpose) {
+  std::vector<cmd_gen::command> commands;
+  reg_gen::complaints complaints;
+  cmd_gen::sheet_read("test.rows",
+                      "command a\n  everyone \"A\"\nfunction b\n  super writes \"B\"\nmissing c super\ncommand d\n"
+                      "function e\n  unlisted \"E\"\n",
+                      registers(), commands, complaints);
+  cmd_gen::levels_check(commands, complaints);
+  ASSERT_EQ(complaints.size(), 1u);
+  EXPECT_EQ(complaints[0].at.line, 6u);
+  EXPECT_EQ(complaints[0].text, "command 'd' does not tell who may use it and what it is for");
+  const std::string counts = cmd_gen::counts_text(commands);
+  EXPECT_THAT(counts, testing::HasSubstr("DPP_CMD_NAMED_NUM = 4;"));
+  EXPECT_THAT(counts, testing::HasSubstr("DPP_CMD_LISTED_NUM = 3;"));
+  const std::string manual = cmd_gen::manual_text(commands);
+  EXPECT_THAT(manual, testing::HasSubstr(".B b\n.br\nB (super user).\n"));
+  EXPECT_THAT(manual, testing::Not(testing::HasSubstr(".B c\n")));
 }
 
 TEST(CommandSheet, TableHasRoomForSoManyCommandsOnly) {

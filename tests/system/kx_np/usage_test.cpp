@@ -15,11 +15,13 @@ struct usage {
 };
 
 const usage usages[] = {
-    {"kxnp dpp_trpg_port_packet_en_set", "dpp_trpg_port_packet_en_set dev_id=0..15 port=0..30 rx_en=0..1 tx_en=0..1"},
+    {"kxnp dpp_trpg_port_packet_en_set",
+     "dpp_trpg_port_packet_en_set dev_id=0..15 port=0..30 rx_en=0..1 tx_en=0..1\n"
+     "    Switch the receive and the transmit side of a port on or off.\n"},
     {"kxnp dpp_tlb_init", "dpp_tlb_init dev_id=0..15"},
     {"kxnp diag_dpp_dtb_cmd_man_ram_data_clr_all", "diag_dpp_dtb_cmd_man_ram_data_clr_all dev_id=0..15"},
-    {"kxnp mcode_drop_stat", "mcode_drop_stat dev_id"},
-    {"kxnp dpp_kshell", "dpp_kshell"},
+    {"kxnp mcode_drop_stat", "mcode_drop_stat dev_id=0..15 mode=0..1 version=1..2\n    Why the micro-code "},
+    {"kxnp dpp_kshell", "dpp_kshell text\n    Hand a line "},
     {"kxnp dpp_reg_filter_level_set", "dpp_reg_filter_level_set: this driver has no such command\n"},
     {"kxnp", "kxnp"},
     {"kxvqm", "kxvqm"},
@@ -56,6 +58,29 @@ TEST(Usage, IsToldByEveryModuleAndTouchesNothing) {
   EXPECT_THAT(told.outputs[at], HasSubstr("rx_en                                   : 0x00000001\n"));
 }
 
+// On standard error, so that what scripts read stays as it is; a command that everybody may use says nothing.
+TEST(Written, IsToldByWhatOnlyTheSuperUserMay) {
+  const session::Session told =
+      session::run("{}",
+                   {"kxnp dpp_trpg_port_packet_en_set 0 3 1 0", "kxnp diag_dpp_nppu_cap_set 0 2",
+                    "kxnp diag_dpp_se_smmu0_wr64 0 16 1 0xabc 7", "kxnp dpp_trpg_port_packet_en_set 0 31 1 1",
+                    "kxnp diag_dpp_dtb_cmd_man_ram_data_queue_clr 0 1", "kxnp diag_dpp_dtb_cmd_man_ram_data_clr_all 0",
+                    "kxnp dpp_softdbg_bp_prt 0 0", "kxnp mcode_cap_pktrx_filter_mac_offset_set 0 4"},
+                   true);
+  const std::string clear = " ram_data_0=0x0 ram_data_1=0x0 ram_data_2=0x0 ram_data_3=0x0";
+  const std::string line = "dtb_cmd_man_ram[1][0]" + clear + ", dtb_cmd_man_ram[1][1]" + clear +
+                           ", dtb_cmd_man_ram[1][2]" + clear + " and 1 more\n";
+  EXPECT_EQ(told.result.err,
+            "dpp_trpg_port_packet_en_set wrote trpg_port_packet_en[3] rx_en=0x1 tx_en=0x0\n"
+            "diag_dpp_nppu_cap_set wrote pktrx_cap_mode cap_mode=0x2, pbu_cap_mode cap_mode=0x2, odma_cap_mode "
+            "cap_mode=0x2\n"
+            "diag_dpp_se_smmu0_wr64 wrote dev_id=0x0, addr=0x10, mode=0x1, data_h=0xabc, data_l=0x7\n"
+            "diag_dpp_dtb_cmd_man_ram_data_queue_clr wrote " +
+                line + "diag_dpp_dtb_cmd_man_ram_data_clr_all wrote dtb_cmd_man_ram[0][0]" + clear +
+                ", dtb_cmd_man_ram[0][1]" + clear + ", dtb_cmd_man_ram[0][2]" + clear + " and 509 more\n");
+  EXPECT_EQ(told.outputs[0], "");
+}
+
 TEST(Usage, IsNoWayAroundTheLevel) {
   const session::Session told = session::run("{}", {"kxnp dpp_trpg_port_packet_en_set -h", "kxvqm glb int_st --help"});
   for (const std::string& out : told.outputs) {
@@ -77,7 +102,7 @@ TEST(Usage, IsToldByTheDebugShell) {
                                                           "diag_dpp_trpg_port_packet_en_prt 0 0\n",
                                                  .program = KX_SYSTEM_DPP_SHELL});
   EXPECT_THAT(told.out, HasSubstr("\ndpp_trpg_port_packet_en_set dev_id=0..15 port=0..30 rx_en=0..1 tx_en=0..1"));
-  EXPECT_THAT(told.out, HasSubstr("\nquit  Quit shell\n"));
+  EXPECT_THAT(told.out, HasSubstr("\nquit\n    Quit shell.\n"));
   EXPECT_THAT(told.out, HasSubstr("rx_en                                   : 0x00000001\n"));
 }
 

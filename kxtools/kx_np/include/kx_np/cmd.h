@@ -5,8 +5,8 @@
 
 struct kxtools_cmd_context;
 
-/// Starts the driver and registers the module's 294 commands. Touches no hardware. Returns 0, or -1 with a message;
-/// then the module has no commands.
+/// Starts the driver and registers the commands of the driver's list. Touches no hardware. Returns 0, or -1 with a
+/// message; then the module has no commands.
 int32_t kxnp_cmd_init();
 
 /// After every bind: tells the driver which PCIe function device 0 is. Returns 0 or -1 with a message.

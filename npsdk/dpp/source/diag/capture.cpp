@@ -4,6 +4,7 @@
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
 #include "dpp_reg/dpp_reg_print.h"
+#include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 
 namespace {
@@ -18,21 +19,20 @@ struct capture_block {
   uint32_t data;
 };
 
-constexpr capture_block pktrx_capture = {
-    {DPP_REG_PKTRX_CAP_MODE, DPP_REG_PKTRX_CAP_EN, DPP_REG_PKTRX_CAP_FILTER_EN, DPP_REG_PKTRX_CAP_FILTER_SPORT,
-     DPP_REG_PKTRX_CAP_FILTER_MAC_OFFSET, DPP_REG_PKTRX_CAP_FILTER_DMAC, DPP_REG_PKTRX_CAP_FILTER_SMAC},
-    DPP_REG_PKTRX_CAP_STATUS,
-    DPP_REG_PKTRX_CAP_DATA};
-constexpr capture_block pbu_capture = {
-    {DPP_REG_PBU_CAP_MODE, DPP_REG_PBU_CAP_EN, DPP_REG_PBU_CAP_FILTER_EN, DPP_REG_PBU_CAP_FILTER_SPORT,
-     DPP_REG_PBU_CAP_FILTER_MAC_OFFSET, DPP_REG_PBU_CAP_FILTER_DMAC, DPP_REG_PBU_CAP_FILTER_SMAC},
-    DPP_REG_PBU_CAP_STATUS,
-    DPP_REG_PBU_CAP_DATA};
-constexpr capture_block odma_capture = {
-    {DPP_REG_ODMA_CAP_MODE, DPP_REG_ODMA_CAP_EN, DPP_REG_ODMA_CAP_FILTER_EN, DPP_REG_ODMA_CAP_FILTER_DPORT,
-     DPP_REG_ODMA_CAP_FILTER_MAC_OFFSET, DPP_REG_ODMA_CAP_FILTER_DMAC, DPP_REG_ODMA_CAP_FILTER_SMAC},
-    DPP_REG_ODMA_CAP_STATUS,
-    DPP_REG_ODMA_CAP_DATA};
+constexpr capture_block capture_blocks[] = {
+    {{DPP_REG_PKTRX_CAP_MODE, DPP_REG_PKTRX_CAP_EN, DPP_REG_PKTRX_CAP_FILTER_EN, DPP_REG_PKTRX_CAP_FILTER_SPORT,
+      DPP_REG_PKTRX_CAP_FILTER_MAC_OFFSET, DPP_REG_PKTRX_CAP_FILTER_DMAC, DPP_REG_PKTRX_CAP_FILTER_SMAC},
+     DPP_REG_PKTRX_CAP_STATUS,
+     DPP_REG_PKTRX_CAP_DATA},
+    {{DPP_REG_PBU_CAP_MODE, DPP_REG_PBU_CAP_EN, DPP_REG_PBU_CAP_FILTER_EN, DPP_REG_PBU_CAP_FILTER_SPORT,
+      DPP_REG_PBU_CAP_FILTER_MAC_OFFSET, DPP_REG_PBU_CAP_FILTER_DMAC, DPP_REG_PBU_CAP_FILTER_SMAC},
+     DPP_REG_PBU_CAP_STATUS,
+     DPP_REG_PBU_CAP_DATA},
+    {{DPP_REG_ODMA_CAP_MODE, DPP_REG_ODMA_CAP_EN, DPP_REG_ODMA_CAP_FILTER_EN, DPP_REG_ODMA_CAP_FILTER_DPORT,
+      DPP_REG_ODMA_CAP_FILTER_MAC_OFFSET, DPP_REG_ODMA_CAP_FILTER_DMAC, DPP_REG_ODMA_CAP_FILTER_SMAC},
+     DPP_REG_ODMA_CAP_STATUS,
+     DPP_REG_ODMA_CAP_DATA},
+};
 
 // Bytes in the order of the wire; the first stands highest in its word.
 void packet_print(const uint32_t* words, uint32_t length) {
@@ -50,7 +50,10 @@ void packet_print(const uint32_t* words, uint32_t length) {
   }
 }
 
-uint32_t capture_print(uint32_t dev_id, const capture_block& block) {
+}  // namespace
+
+uint32_t dpp_capture_prt(uint32_t dev_id, uint32_t block_no) {
+  const capture_block& block = capture_blocks[block_no];
   for (const uint32_t reg_no : block.settings) {
     QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_fields_print(dev_id, reg_no, 0, 0), "dpp_reg_fields_print");
   }
@@ -66,25 +69,5 @@ uint32_t capture_print(uint32_t dev_id, const capture_block& block) {
     QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read32(dev_id, block.data, 0, i, &words[i]), "dpp_reg_read32");
   }
   packet_print(words, shown);
-  return QLIX_COMM_OK;
-}
-
-}  // namespace
-
-uint32_t mcode_cap_pktrx_print(uint32_t dev_id) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, capture_print(dev_id, pktrx_capture), "capture_print");
-  return QLIX_COMM_OK;
-}
-
-uint32_t mcode_cap_pbu_print(uint32_t dev_id) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, capture_print(dev_id, pbu_capture), "capture_print");
-  return QLIX_COMM_OK;
-}
-
-uint32_t mcode_cap_odma_print(uint32_t dev_id) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, capture_print(dev_id, odma_capture), "capture_print");
   return QLIX_COMM_OK;
 }

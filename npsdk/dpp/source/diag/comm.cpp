@@ -51,7 +51,6 @@ uint32_t diag_dpp_comm_get_log_type() {
 }
 
 uint32_t diag_dpp_dev_prt(uint32_t dev_id) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
   QLIX_COMM_CHECK_POINT(dev);
   const struct {

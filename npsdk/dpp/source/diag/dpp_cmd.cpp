@@ -1,5 +1,6 @@
 #include "dpp_diag/dpp_cmd.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -16,7 +17,30 @@ DppCmdEntry entries[DPP_CMD_NUM];
 
 uint32_t row_call(const DppCmdEntry& self, const DppCmdArgs& args) {
   dpp_row_verdicts verdicts;
-  return dpp_row_run(dpp_cmd_place(self), {args.value, args.num}, verdicts);
+  return dpp_row_run(dpp_cmd_place(self), args, verdicts);
+}
+
+// A function that changes the card in silence: what it wrote are its own words.
+void words_tell(uint32_t place, const DppCmdArgs& args) {
+  const dpp_cmd_record& record = dpp_cmd_records[place];
+  for (uint32_t i = 0; i < record.arg_num; ++i) {
+    char text[80];
+    snprintf(text, sizeof text, "%s=0x%x", &dpp_cmd_text_pool[dpp_cmd_args[record.arg_first + i].name], args.value[i]);
+    args.writes->add(text);
+  }
+}
+
+// Its ranges are checked here; what depends on another value it checks itself.
+uint32_t function_call(const DppCmdEntry& self, const DppCmdArgs& args) {
+  const uint32_t place = dpp_cmd_place(self);
+  uint32_t code = dpp_cmd_ranges_check(place, args.value);
+  if (code == QLIX_COMM_OK) {
+    code = dpp_cmd_functions[dpp_cmd_records[place].index].func(self, args);
+  }
+  if (code == QLIX_COMM_OK && args.writes != nullptr && dpp_cmd_named_table[place].writes != 0) {
+    words_tell(place, args);
+  }
+  return code;
 }
 
 uint32_t call_end(const DppCmdEntry& self, uint32_t code, const char* callee) {
@@ -51,6 +75,7 @@ dpp_cmd_func func_of(const dpp_cmd_record& record) {
     case dpp_cmd_kind::row:
       return row_call;
     case dpp_cmd_kind::function:
+      return function_call;
     case dpp_cmd_kind::text:
     case dpp_cmd_kind::shell:
       return dpp_cmd_functions[record.index].func;
@@ -80,8 +105,9 @@ const DppCmdEntry* dpp_cmd_get(uint32_t index) {
   if (entry.name == nullptr) {
     const dpp_cmd_record& record = dpp_cmd_records[index];
     const dpp_cmd_kind kind = static_cast<dpp_cmd_kind>(record.kind);
-    entry = {&dpp_cmd_text_pool[record.name], func_of(record), &dpp_cmd_text_pool[record.help],
-             is_text_kind(kind) ? 0u : 1u, kind == dpp_cmd_kind::shell ? 0u : 1u};
+    const bool is_word = kind == dpp_cmd_kind::shell;
+    const char* help = is_word ? &dpp_cmd_text_pool[dpp_cmd_named_table[index].purpose] : "";
+    entry = {&dpp_cmd_text_pool[record.name], func_of(record), help, is_text_kind(kind) ? 0u : 1u, is_word ? 0u : 1u};
   }
   return &entry;
 }
@@ -99,6 +125,11 @@ const DppCmdEntry* dpp_cmd_find(const char* name) {
     slot = (slot + 1) % DPP_CMD_NAME_SLOTS;
   }
   return nullptr;
+}
+
+DppCmdListed dpp_cmd_listed_get(uint32_t index) {
+  const dpp_cmd_listed& listed = dpp_cmd_listed_table[index];
+  return {&dpp_cmd_text_pool[listed.name], static_cast<uint8_t>(listed.permission)};
 }
 
 // The conversions of scanf, without what it leaves undefined: a number too large for 64 bits reads as the largest.

@@ -8,7 +8,7 @@
 
 template <typename... Params, size_t... Places>
 uint32_t dpp_cmd_spread(uint32_t (*function)(Params...), const uint32_t* values, std::index_sequence<Places...>) {
-  return function(values[Places]...);
+  return function(static_cast<Params>(values[Places])...);
 }
 
 template <typename... Params>

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr uint32_t writes_shown = 4;
-
 const char* text_of(uint32_t offset) {
   return &dpp_cmd_text_pool[offset];
 }
@@ -80,9 +78,14 @@ bool dpp_cmd_is_usage_word(const char* words) {
 }
 
 void DppCmdWrites::add(const char* written) {
-  if (num++ < writes_shown) {
-    const int added = snprintf(text + length, sizeof text - length, "%s%s", length == 0 ? "" : "; ", written);
-    length += static_cast<uint32_t>(added) < sizeof text - length ? static_cast<uint32_t>(added) : 0;
-    text[length] = '\0';
+  const size_t length = strlen(text);
+  const std::string_view between = num == 0 ? "" : ", ";
+  const size_t added = strlen(written);
+  // Once one does not fit, none behind it is shown.
+  if (shown == num && length + between.size() + added < sizeof text) {
+    memcpy(text + length, between.data(), between.size());
+    memcpy(text + length + between.size(), written, added + 1);
+    ++shown;
   }
+  ++num;
 }

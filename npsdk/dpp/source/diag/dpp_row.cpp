@@ -41,23 +41,19 @@ struct instance {
 /// One run of one row.
 class row_runner {
  public:
-  row_runner(const dpp_cmd_record& record, uint32_t depth)
-      : record_(record), row_(dpp_row_table[record.index]), name_(text_of(record.name)), depth_(depth) {}
-
-  uint32_t arguments_take(std::span<const uint32_t> values) {
+  row_runner(uint32_t place, const DppCmdArgs& args, uint32_t depth)
+      : named_(dpp_cmd_named_table[place]),
+        record_(dpp_cmd_records[place]),
+        row_(dpp_row_table[record_.index]),
+        name_(text_of(record_.name)),
+        writes_(args.writes),
+        depth_(depth) {
     for (uint32_t i = 0; i < record_.arg_num; ++i) {
-      const dpp_row_arg& arg = dpp_row_args[record_.arg_first + i];
-      const uint32_t value = i < values.size() ? values[i] : 0;
-      slots_[i] = value;
-      if (strcmp(text_of(arg.name), "dev_id") == 0) {
-        dev_id_ = value;
-      }
-      const uint32_t code = arg.is_ranged != 0 ? qlix_comm_index_check(value, arg.min, arg.max) : QLIX_COMM_OK;
-      if (code != QLIX_COMM_OK) {
-        return qlix_comm_detail::report_range(here(row_.line), code, value, arg.min, arg.max);
+      slots_[i] = args.value[i];
+      if (strcmp(text_of(dpp_cmd_args[record_.arg_first + i].name), "dev_id") == 0) {
+        dev_id_ = args.value[i];
       }
     }
-    return QLIX_COMM_OK;
   }
 
   uint32_t run() {
@@ -78,7 +74,7 @@ class row_runner {
 
  private:
   qlix_comm_detail::source_place here(uint32_t line) const {
-    return {text_of(row_.sheet), static_cast<int>(line), name_};
+    return {text_of(named_.sheet), static_cast<int>(line), name_};
   }
   uint32_t failed(const dpp_row_step& step, uint32_t code, const char* callee) const {
     return code == QLIX_COMM_OK ? code : qlix_comm_detail::report_call(here(step.line), code, callee);
@@ -121,6 +117,8 @@ class row_runner {
         return summary(step);
       case dpp_row_op::run:
         return command_run(step);
+      case dpp_row_op::call:
+        return function_call(step);
     }
     return QLIX_COMM_OK;
   }
@@ -208,7 +206,25 @@ class row_runner {
       const dpp_row_value& value = dpp_row_values[step.value_first + i];
       fields[value.field] = index(value.number);
     }
-    return failed(step, dpp_reg_write(dev_id_, step.at.reg_no, m, n, fields), "dpp_reg_write");
+    const uint32_t code = failed(step, dpp_reg_write(dev_id_, step.at.reg_no, m, n, fields), "dpp_reg_write");
+    if (code == QLIX_COMM_OK && writes_ != nullptr) {
+      written_tell(step);
+    }
+    return code;
+  }
+
+  // The instance, and the fields that the step names.
+  void written_tell(const dpp_row_step& step) const {
+    const std::span<const dpp_reg_field> fields = dpp_reg_fields_get(*dpp_reg_info_get(step.at.reg_no));
+    char text[print_size];
+    item_name(step, text);
+    for (uint32_t i = 0; i < step.value_num; ++i) {
+      const dpp_row_value& value = dpp_row_values[step.value_first + i];
+      const size_t length = strlen(text);
+      snprintf(text + length, print_size - length, " %s=0x%x", dpp_reg_text_get(fields[value.field].name),
+               index(value.number));
+    }
+    writes_->add(text);
   }
 
   uint32_t clear(const dpp_row_step& step) {
@@ -312,26 +328,42 @@ class row_runner {
     return QLIX_COMM_OK;
   }
 
-  uint32_t command_run(const dpp_row_step& step) {
+  uint32_t arguments_get(const dpp_row_step& step, DppCmdArgs& args) {
     uint64_t values[DPP_ROW_PLACE_MAX];
     const uint32_t code = values_get(step, values);
+    if (code == QLIX_COMM_OK) {
+      args.num = step.value_num;
+      args.writes = writes_;
+      std::transform(values, values + step.value_num, args.value, [](uint64_t v) { return static_cast<uint32_t>(v); });
+    }
+    return code;
+  }
+
+  uint32_t function_call(const dpp_row_step& step) {
+    DppCmdArgs args;
+    const uint32_t code = arguments_get(step, args);
+    return code != QLIX_COMM_OK
+               ? code
+               : failed(step, dpp_cmd_functions[step.slot].func(*dpp_cmd_get(0), args), text_of(step.text));
+  }
+
+  uint32_t command_run(const dpp_row_step& step) {
+    DppCmdArgs args;
+    const uint32_t code = arguments_get(step, args);
     if (code != QLIX_COMM_OK) {
       return code;
     }
-    DppCmdArgs args;
-    args.num = step.value_num;
-    std::transform(values, values + step.value_num, args.value, [](uint64_t v) { return static_cast<uint32_t>(v); });
     const DppCmdEntry* entry = dpp_cmd_get(step.text);
     const bool is_row = dpp_cmd_records[step.text].kind == static_cast<uint32_t>(dpp_cmd_kind::row);
-    return failed(
-        step,
-        is_row ? dpp_row_run(step.text, {args.value, args.num}, verdicts_, depth_ + 1) : entry->func(*entry, args),
-        entry->name);
+    return failed(step, is_row ? dpp_row_run(step.text, args, verdicts_, depth_ + 1) : entry->func(*entry, args),
+                  entry->name);
   }
 
+  const dpp_cmd_named& named_;
   const dpp_cmd_record& record_;
   const dpp_row& row_;
   const char* name_;
+  DppCmdWrites* writes_;
   uint32_t depth_;
   uint32_t dev_id_ = 0;
   uint64_t slots_[DPP_ROW_SLOT_MAX] = {};
@@ -349,13 +381,14 @@ void dpp_row_verdicts::add(const dpp_row_verdicts& other) {
   busy += other.busy;
 }
 
-uint32_t dpp_row_run(uint32_t place, std::span<const uint32_t> values, dpp_row_verdicts& verdicts, uint32_t depth) {
+uint32_t dpp_row_run(uint32_t place, const DppCmdArgs& args, dpp_row_verdicts& verdicts, uint32_t depth) {
   QLIX_COMM_CHECK_INDEX_UPPER(depth, DPP_ROW_DEPTH_MAX);
-  row_runner runner(dpp_cmd_records[place], depth);
-  uint32_t code = runner.arguments_take(values);
-  if (code == QLIX_COMM_OK) {
-    code = runner.run();
+  uint32_t code = dpp_cmd_ranges_check(place, args.value);
+  if (code != QLIX_COMM_OK) {
+    return code;
   }
+  row_runner runner(place, args, depth);
+  code = runner.run();
   verdicts.add(runner.verdicts());
   return code;
 }

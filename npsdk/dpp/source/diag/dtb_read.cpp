@@ -7,18 +7,14 @@
 #include "dpp_dtb/dpp_dtb_table.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
+#include "dpp_row_functions.h"
 #include "dtb_cmd.h"
 
 namespace {
 
 constexpr uint32_t row_words = 4;
 constexpr uint32_t item_words = 16;
-constexpr uint32_t rw_len_512 = 2;
-constexpr uint32_t zblock_max = 31;
-constexpr uint32_t zcell_max = 3;
-constexpr uint32_t item_max = 511;
 constexpr uint32_t alg_register_bit = 1u << 16;
-constexpr uint32_t alg_addr_max = 0x1FFFF;
 constexpr uint32_t counters_in_row = 2;
 constexpr uint32_t stat_index_max = 0x3FFFFFF;
 constexpr uint32_t ddr_row_num = 1u << 28;
@@ -33,15 +29,6 @@ void words_prt(const char* what, uint32_t place, const uint32_t* words, uint32_t
     QLIX_COMM_PRINT("%s-0x%05x%s: 0x%08x 0x%08x 0x%08x 0x%08x\n", what, place, row, words[i], words[i + 1],
                     words[i + 2], words[i + 3]);
   }
-}
-
-// `index` counts entries of 128 << rw_len bits.
-uint32_t ddr_entry_prt(uint32_t dev_id, uint32_t queue_id, uint32_t rw_len, uint32_t baddr, uint32_t index) {
-  uint32_t words[item_words] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu1_row_dump(dev_id, queue_id, rw_len, baddr, index << rw_len, words),
-                         "dpp_dtb_smmu1_row_dump");
-  words_prt("smmu1", index, words, row_words << rw_len);
-  return QLIX_COMM_OK;
 }
 
 // The counters of the packet processor fill an area of eRAM and go on in DDR: how many lie in eRAM, and where.
@@ -68,36 +55,19 @@ uint32_t zcam_item_prt(uint32_t dev_id, uint32_t queue_id, uint32_t ram_reg_flag
 
 }  // namespace
 
+// `index` counts entries of 128 << rw_len bits.
+uint32_t dpp_dtb_ddr_entry_prt(uint32_t dev_id, uint32_t queue_id, uint32_t rw_len, uint32_t baddr, uint32_t index) {
+  uint32_t words[item_words] = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu1_row_dump(dev_id, queue_id, rw_len, baddr, index << rw_len, words),
+                         "dpp_dtb_smmu1_row_dump");
+  words_prt("smmu1", index, words, row_words << rw_len);
+  return QLIX_COMM_OK;
+}
+
 uint32_t diag_dpp_dtb_smmu0_read_128(uint32_t dev_id, uint32_t queue_id, uint32_t index) {
-  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_ERAM_ROW_NUM - 1);
   uint32_t words[row_words] = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu0_row_dump(dev_id, queue_id, index, words), "dpp_dtb_smmu0_row_dump");
   words_prt("smmu0", index, words, row_words);
-  return QLIX_COMM_OK;
-}
-
-uint32_t diag_dpp_dtb_smmu1_read_128(uint32_t dev_id, uint32_t queue_id, uint32_t baddr, uint32_t index) {
-  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, baddr, 0, DPP_DTB_DDR_BADDR_MAX);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_DDR_ROW_MAX);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, ddr_entry_prt(dev_id, queue_id, 0, baddr, index), "ddr_entry_prt");
-  return QLIX_COMM_OK;
-}
-
-uint32_t diag_dpp_dtb_smmu1_read_256(uint32_t dev_id, uint32_t queue_id, uint32_t baddr, uint32_t index) {
-  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, baddr, 0, DPP_DTB_DDR_BADDR_MAX);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_DDR_ROW_MAX >> 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, ddr_entry_prt(dev_id, queue_id, 1, baddr, index), "ddr_entry_prt");
-  return QLIX_COMM_OK;
-}
-
-uint32_t diag_dpp_dtb_smmu1_read_512(uint32_t dev_id, uint32_t queue_id, uint32_t baddr, uint32_t index) {
-  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, baddr, 0, DPP_DTB_DDR_BADDR_MAX);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_DDR_ROW_MAX >> rw_len_512);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, ddr_entry_prt(dev_id, queue_id, rw_len_512, baddr, index), "ddr_entry_prt");
   return QLIX_COMM_OK;
 }
 
@@ -105,20 +75,16 @@ uint32_t diag_dpp_dtb_smmu1_read_512(uint32_t dev_id, uint32_t queue_id, uint32_
 // 512); `offset` is the byte in the entry.
 uint32_t diag_dpp_dtb_ddr_dir_table_read(uint32_t dev_id, uint32_t queue_id, uint32_t baddr, uint32_t ddr_mode,
                                          uint32_t width_mode, uint32_t index, uint32_t offset) {
-  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, baddr, 0, DPP_DTB_DDR_BADDR_MAX);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, ddr_mode, 1, 3);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, width_mode, std::max(1u, ddr_mode - 1), 2);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_DDR_ROW_MAX >> width_mode);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, offset, 0, (16u << width_mode) - 1);
   const uint32_t row = dpp_ddr_index_calc(index, width_mode, ddr_mode, offset);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, ddr_entry_prt(dev_id, queue_id, ddr_mode - 1, baddr, row), "ddr_entry_prt");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_ddr_entry_prt(dev_id, queue_id, ddr_mode - 1, baddr, row),
+                         "dpp_dtb_ddr_entry_prt");
   return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_dtb_stat_smmu0_read(uint32_t dev_id, uint32_t queue_id, uint32_t index) {
-  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, stat_index_max);
   uint32_t base = 0;
   uint32_t counter_num = 0;
   QLIX_COMM_CHECK_DEV_RC(dev_id, stat_area_get(dev_id, &base, &counter_num), "stat_area_get");
@@ -132,8 +98,6 @@ uint32_t diag_dpp_dtb_stat_smmu0_read(uint32_t dev_id, uint32_t queue_id, uint32
 }
 
 uint32_t diag_dpp_dtb_stat_smmu1_read(uint32_t dev_id, uint32_t queue_id, uint32_t index) {
-  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, stat_index_max);
   uint32_t base = 0;
   uint32_t counter_num = 0;
   QLIX_COMM_CHECK_DEV_RC(dev_id, stat_area_get(dev_id, &base, &counter_num), "stat_area_get");
@@ -150,8 +114,6 @@ uint32_t diag_dpp_dtb_stat_smmu1_read(uint32_t dev_id, uint32_t queue_id, uint32
 }
 
 uint32_t diag_dpp_dtb_se_alg_read512(uint32_t dev_id, uint32_t queue_id, uint32_t addr) {
-  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, alg_addr_max);
   QLIX_COMM_CHECK_DEV_RC(
       dev_id, zcam_item_prt(dev_id, queue_id, (addr & alg_register_bit) != 0 ? 0 : 1, addr & ~alg_register_bit),
       "zcam_item_prt");
@@ -159,19 +121,12 @@ uint32_t diag_dpp_dtb_se_alg_read512(uint32_t dev_id, uint32_t queue_id, uint32_
 }
 
 uint32_t diag_dpp_dtb_zcam_read(uint32_t dev_id, uint32_t queue_id, uint32_t zblock, uint32_t zcell, uint32_t index) {
-  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zblock, 0, zblock_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zcell, 0, zcell_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, item_max);
   QLIX_COMM_CHECK_DEV_RC(dev_id, zcam_item_prt(dev_id, queue_id, 1, zblock << 11 | zcell << 9 | index),
                          "zcam_item_prt");
   return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_dtb_etcam_entry_read(uint32_t dev_id, uint32_t queue_id, uint32_t block, uint32_t row) {
-  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, block, 0, DPP_DTB_ETCAM_BLOCK_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, row, 0, DPP_DTB_ETCAM_ROW_NUM - 1);
   for (uint32_t mask = 0; mask <= 1; ++mask) {
     uint32_t words[DPP_DTB_ETCAM_WORDS] = {};
     uint32_t vbit = 0;

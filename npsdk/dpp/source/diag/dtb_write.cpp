@@ -166,8 +166,6 @@ uint32_t entries_clear(const memory& cleared, block_sender& block, uint32_t inde
 
 uint32_t diag_dpp_dtb_smmu0_write_64(uint32_t dev_id, uint32_t queue_id, uint32_t index, uint32_t data_h,
                                      uint32_t data_l) {
-  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_ERAM_ROW_NUM * 2 - 1);
   const uint32_t data[] = {data_h, data_l};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu0_write(dev_id, queue_id, DPP_ERAM_DATA_64, index, data),
                          "dpp_dtb_smmu0_write");
@@ -176,8 +174,6 @@ uint32_t diag_dpp_dtb_smmu0_write_64(uint32_t dev_id, uint32_t queue_id, uint32_
 
 uint32_t diag_dpp_dtb_smmu0_write_128(uint32_t dev_id, uint32_t queue_id, uint32_t index, uint32_t data_0,
                                       uint32_t data_1, uint32_t data_2, uint32_t data_3) {
-  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_ERAM_ROW_NUM - 1);
   const uint32_t data[] = {htobe32(data_0), htobe32(data_1), htobe32(data_2), htobe32(data_3)};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu0_write(dev_id, queue_id, DPP_ERAM_DATA_128, index, data),
                          "dpp_dtb_smmu0_write");
@@ -185,8 +181,6 @@ uint32_t diag_dpp_dtb_smmu0_write_128(uint32_t dev_id, uint32_t queue_id, uint32
 }
 
 uint32_t dpp_dtb_table_flush(uint32_t dev_id, uint32_t queue_id, uint32_t table, uint32_t index, uint32_t num) {
-  DTB_CMD_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, std::size(memories) - 1);
   const memory& cleared = memories[table];
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, cleared.entry_num - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, cleared.entry_num - index);

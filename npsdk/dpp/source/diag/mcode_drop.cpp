@@ -3,6 +3,7 @@
 #include <span>
 
 #include "dpp_chip/dpp_dev.h"
+#include "dpp_diag/dpp_cmd.h"
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_diag/dpp_mcode.h"
 #include "dpp_diag/dpp_stat.h"
@@ -55,16 +56,11 @@ void point_print(uint32_t version, const drop_point& point, const uint32_t* pair
 
 // The checks name the function that was called in place of this one.
 uint32_t dpp_mcode_drop_stat_walk(const char* function, uint32_t dev_id, uint32_t mode, uint32_t version) {
-  const struct {
-    uint32_t value;
-    uint32_t min;
-    uint32_t max;
-  } arguments[] = {{dev_id, 0, DPP_DEV_MAX - 1}, {mode, 0, mode_clear}, {version, 1, 2}};
-  for (const auto& [value, min, max] : arguments) {
-    const uint32_t code = qlix_comm_dev_index_check(dev_id, value, min, max);
-    if (code != QLIX_COMM_OK) {
-      return qlix_comm_detail::report_range({__FILE_NAME__, __LINE__, function}, code, value, min, max);
-    }
+  const DppCmdArgs words = {.num = 3, .value = {dev_id, mode, version}};
+  const uint32_t checked =
+      dpp_cmd_ranges_check(*dpp_cmd_find("mcode_drop_stat"), words, {__FILE_NAME__, __LINE__, function});
+  if (checked != QLIX_COMM_OK) {
+    return checked;
   }
   for (const drop_point& point : points_of(version)) {
     uint32_t pair[2] = {};
@@ -84,8 +80,6 @@ uint32_t mcode_drop_stat(uint32_t dev_id, uint32_t mode, uint32_t version) {
 }
 
 uint32_t mcode_dropstat(uint32_t dev_id, uint32_t version) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, version, 1, 2);
   uint64_t total = 0;
   uint32_t counting = 0;
   for (const drop_point& point : points_of(version)) {

@@ -50,8 +50,6 @@ uint32_t dpp_pktrx_udf_table_get(uint32_t dev_id, uint32_t index, uint32_t* word
 }
 
 uint32_t diag_dpp_pktrx_port_cnt_prt(uint32_t dev_id, uint32_t port) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, port, 0, DPP_PKTRX_PORT_NUM - 1);
   dpp_pktrx_sop_eop cnt = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_pktrx_stat_isch_i_port_cnt_get(dev_id, port, &cnt),
                          "dpp_pktrx_stat_isch_i_port_cnt_get");

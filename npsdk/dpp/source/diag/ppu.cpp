@@ -15,9 +15,6 @@ constexpr dpp_ind_window cluster_window = {DPP_DEV_MUTEX_T_PPU, DPP_REG_PPU_CLS_
                                            DPP_REG_PPU_CLS_IND_DATA};
 constexpr uint32_t cmd_fields = 4;
 constexpr uint32_t instr_max = 0x7FFF;
-constexpr uint32_t instr_num_max = 1024;
-constexpr uint32_t dup_max = 0xFFF;
-constexpr uint32_t sdt_max = 255;
 
 uint32_t place_check(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t addr, const uint32_t* words) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
@@ -76,28 +73,8 @@ uint32_t dpp_ppu_mem_prt(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memor
 }
 
 uint32_t diag_dpp_ppu_instr_prt(uint32_t dev_id, uint32_t cluster, uint32_t addr, uint32_t num) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, instr_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, instr_num_max);
   QLIX_COMM_CHECK_DEV_RC(
       dev_id, dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_INSTR, 0, addr, std::min(num, instr_max - addr + 1)),
       "dpp_ppu_mem_prt");
-  return QLIX_COMM_OK;
-}
-
-uint32_t diag_dpp_ppu_dup_tbl_prt(uint32_t dev_id, uint32_t cluster, uint32_t index) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, dup_max);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_DUP, 0, index, 1), "dpp_ppu_mem_prt");
-  return QLIX_COMM_OK;
-}
-
-uint32_t diag_dpp_ppu_sdt_tbl_prt(uint32_t dev_id, uint32_t cluster, uint32_t index) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, sdt_max);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_SDT, 0, index, 1), "dpp_ppu_mem_prt");
   return QLIX_COMM_OK;
 }

@@ -8,13 +8,12 @@
 #include "dpp_diag/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
+#include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 #include "se_print.h"
 
 namespace {
 
-constexpr uint32_t sdt_max = DPP_SDT_NUM - 1;
-constexpr uint32_t every_type = UINT32_MAX;
 constexpr uint32_t width_max = 3;
 constexpr uint32_t data_arg_words = 10;
 constexpr uint32_t hash_tables = 32;
@@ -28,21 +27,6 @@ void record_print(uint32_t sdt_no, uint64_t record) {
   for (const dpp_sdt_field& field : dpp_sdt_fields(type)) {
     QLIX_COMM_PRINT("%-40s: 0x%08x\n", field.name, dpp_sdt_field_get(record, place++));
   }
-}
-
-uint32_t records_print(uint32_t dev_id, uint32_t type) {
-  uint32_t num = 0;
-  for (uint32_t sdt_no = 0; sdt_no < DPP_SDT_NUM; ++sdt_no) {
-    uint64_t record = 0;
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
-    const bool wanted = type == every_type ? dpp_sdt_type_of(record) != DPP_SDT_NONE : dpp_sdt_type_of(record) == type;
-    if (wanted) {
-      record_print(sdt_no, record);
-      ++num;
-    }
-  }
-  QLIX_COMM_PRINT("%u of %u table numbers\n", num, DPP_SDT_NUM);
-  return QLIX_COMM_OK;
 }
 
 /// Lines that a table's entries take, as a first line and a number of lines.
@@ -82,7 +66,9 @@ bool stands_at(uint64_t record, uint32_t type, uint32_t place) {
   }
 }
 
-uint32_t entries_print(uint32_t dev_id, uint32_t sdt_no, uint32_t type, uint32_t index, uint32_t num) {
+}  // namespace
+
+uint32_t dpp_sdt_entries_prt(uint32_t dev_id, uint32_t sdt_no, uint32_t type, uint32_t index, uint32_t num) {
   uint64_t record = 0;
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
   if (dpp_sdt_type_of(record) != type) {
@@ -97,33 +83,30 @@ uint32_t entries_print(uint32_t dev_id, uint32_t sdt_no, uint32_t type, uint32_t
   return QLIX_COMM_OK;
 }
 
-}  // namespace
+uint32_t dpp_sdt_records_prt(uint32_t dev_id, uint32_t type) {
+  uint32_t num = 0;
+  for (uint32_t sdt_no = 0; sdt_no < DPP_SDT_NUM; ++sdt_no) {
+    uint64_t record = 0;
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
+    const bool wanted =
+        type == DPP_SDT_NONE ? dpp_sdt_type_of(record) != DPP_SDT_NONE : dpp_sdt_type_of(record) == type;
+    if (wanted) {
+      record_print(sdt_no, record);
+      ++num;
+    }
+  }
+  QLIX_COMM_PRINT("%u of %u table numbers\n", num, DPP_SDT_NUM);
+  return QLIX_COMM_OK;
+}
 
 uint32_t diag_dpp_se_sdt_tbl_prt(uint32_t dev_id, uint32_t sdt_no) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
   uint64_t record = 0;
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
   record_print(sdt_no, record);
   return QLIX_COMM_OK;
 }
 
-uint32_t diag_dpp_se_sdt_tbl_prt_all(uint32_t dev_id) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, records_print(dev_id, every_type), "records_print");
-  return QLIX_COMM_OK;
-}
-
-uint32_t diag_dpp_se_sdt_tbl_prt_type(uint32_t dev_id, uint32_t table_type) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table_type, DPP_SDT_ERAM, DPP_SDT_TYPE_MAX);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, records_print(dev_id, table_type), "records_print");
-  return QLIX_COMM_OK;
-}
-
 uint32_t diag_dpp_se_sdt_info_srh(uint32_t dev_id, uint32_t table_type, uint32_t place) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table_type, DPP_SDT_ERAM, DPP_SDT_TYPE_MAX);
   uint32_t num = 0;
   for (uint32_t sdt_no = 0; sdt_no < DPP_SDT_NUM; ++sdt_no) {
     uint64_t record = 0;
@@ -137,33 +120,13 @@ uint32_t diag_dpp_se_sdt_info_srh(uint32_t dev_id, uint32_t table_type, uint32_t
   return QLIX_COMM_OK;
 }
 
-uint32_t diag_dpp_se_eram_dir_rd_more(uint32_t dev_id, uint32_t sdt_no, uint32_t index, uint32_t num) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, entries_print(dev_id, sdt_no, DPP_SDT_ERAM, index, num), "entries_print");
-  return QLIX_COMM_OK;
-}
-
-uint32_t diag_dpp_se_ddr_dir_rd_more(uint32_t dev_id, uint32_t sdt_no, uint32_t index, uint32_t num) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, entries_print(dev_id, sdt_no, DPP_SDT_DDR, index, num), "entries_print");
-  return QLIX_COMM_OK;
-}
-
 uint32_t diag_dpp_se_sdt_tbl_wr(uint32_t dev_id, uint32_t sdt_no, uint32_t data_h, uint32_t data_l) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_set(dev_id, sdt_no, uint64_t{data_h} << 32 | data_l), "dpp_sdt_tbl_set");
   return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_se_eram_sdt_tbl_wr(uint32_t dev_id, uint32_t sdt_no, uint32_t eram_mode, uint32_t eram_base_addr,
                                      uint32_t eram_table_depth) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, eram_mode, 0, DPP_SDT_ERAM_128);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, eram_base_addr, 0, DPP_SE_ERAM_LINES - 1);
   const uint32_t values[] = {eram_mode, eram_base_addr, eram_table_depth};
   uint64_t record = 0;
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_pack(DPP_SDT_ERAM, values, &record), "dpp_sdt_pack");
@@ -173,9 +136,6 @@ uint32_t diag_dpp_se_eram_sdt_tbl_wr(uint32_t dev_id, uint32_t sdt_no, uint32_t 
 
 uint32_t dpp_sdt_eram_ddr_table_add(uint32_t dev_id, uint32_t sdt_no, uint32_t table_type, uint32_t width,
                                     uint32_t base, uint32_t depth) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table_type, DPP_SDT_ERAM, DPP_SDT_DDR);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, width, 0, table_type == DPP_SDT_ERAM ? width_max : DPP_SE_DDR_MODE_MAX);
   const uint32_t values[] = {width, base, depth};
   uint64_t record = 0;
@@ -189,8 +149,6 @@ uint32_t dpp_sdt_eram_ddr_table_add(uint32_t dev_id, uint32_t sdt_no, uint32_t t
 uint32_t dpp_sdt_table_data_pre(uint32_t dev_id, uint32_t first_word, uint32_t word0, uint32_t word1, uint32_t word2,
                                 uint32_t word3, uint32_t word4, uint32_t word5, uint32_t word6, uint32_t word7,
                                 uint32_t word8, uint32_t word9) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, first_word, 0, DPP_SDT_ENTRY_WORDS - 1);
   const uint32_t words[data_arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
   const uint32_t end = std::min(first_word + data_arg_words, DPP_SDT_ENTRY_WORDS);
   for (uint32_t i = first_word; i < end; ++i) {
@@ -202,8 +160,6 @@ uint32_t dpp_sdt_table_data_pre(uint32_t dev_id, uint32_t first_word, uint32_t w
 }
 
 uint32_t dpp_sdt_table_data_write(uint32_t dev_id, uint32_t sdt_no, uint32_t index) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, sdt_max);
   uint64_t record = 0;
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
   dpp_sdt_entry entry = {};

@@ -9,12 +9,12 @@
 #include "dpp_reg/dpp_reg_access.h"
 #include "dpp_reg/dpp_reg_no.h"
 #include "dpp_reg/dpp_reg_print.h"
+#include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 #include "se_print.h"
 
 namespace {
 
-constexpr uint32_t addr_max = 0x1FFFF;  // bit 16 registers, below it zgroup, zblock, zcell and line
 constexpr uint32_t quarter_shift = 17;
 constexpr uint32_t arg_words = 10;
 
@@ -101,12 +101,14 @@ uint32_t zblock_check(uint32_t dev_id, uint32_t zblock, bool writes, uint32_t* b
   return QLIX_COMM_OK;
 }
 
-uint32_t zgroup_check(uint32_t dev_id, uint32_t zgroup, bool writes) {
+}  // namespace
+
+uint32_t dpp_se_zgroup_check(uint32_t dev_id, uint32_t zgroup, uint32_t writes) {
   uint32_t bad_blocks = 0;
   for (uint32_t number = 0; number < DPP_SE_ZBLOCK_IN_GROUP; ++number) {
     const uint32_t zblock = zgroup * DPP_SE_ZBLOCK_IN_GROUP + number;
     uint32_t bad = 0;
-    QLIX_COMM_CHECK_DEV_RC(dev_id, zblock_check(dev_id, zblock, writes, &bad), "zblock_check");
+    QLIX_COMM_CHECK_DEV_RC(dev_id, zblock_check(dev_id, zblock, writes != 0, &bad), "zblock_check");
     uint32_t ecc[DPP_REG_FIELD_MAX] = {};
     QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_ZBLOCK_MPR_ECC, zgroup, number, ecc), "dpp_reg_read");
     const uint32_t double_bit = ecc[DPP_FIELD_ZBLOCK_MPR_ECC_DBE_CNT];
@@ -121,25 +123,7 @@ uint32_t zgroup_check(uint32_t dev_id, uint32_t zgroup, bool writes) {
   return QLIX_COMM_OK;
 }
 
-}  // namespace
-
-uint32_t diag_dpp_se_zgroup_check_rd_only(uint32_t dev_id, uint32_t zgroup) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zgroup, 0, DPP_SE_ZGROUP_NUM - 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, zgroup_check(dev_id, zgroup, false), "zgroup_check");
-  return QLIX_COMM_OK;
-}
-
-uint32_t diag_dpp_se_zgroup_check(uint32_t dev_id, uint32_t zgroup) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zgroup, 0, DPP_SE_ZGROUP_NUM - 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, zgroup_check(dev_id, zgroup, true), "zgroup_check");
-  return QLIX_COMM_OK;
-}
-
 uint32_t diag_dpp_se_alg_read512(uint32_t dev_id, uint32_t addr) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, addr_max);
   uint32_t words[DPP_SE_ZCELL_WORDS] = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_alg_read(dev_id, addr, words), "dpp_se_alg_read");
   se_words_print("alg", addr, words, DPP_SE_ZCELL_WORDS);
@@ -147,8 +131,6 @@ uint32_t diag_dpp_se_alg_read512(uint32_t dev_id, uint32_t addr) {
 }
 
 uint32_t diag_dpp_se_alg_read_zblock(uint32_t dev_id, uint32_t zblock) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zblock, 0, DPP_SE_ZBLOCK_NUM - 1);
   constexpr uint32_t registers[] = {DPP_REG_ZBLOCK_SERVICE_CONFIGURE, DPP_REG_ZBLOCK_HASH_ZCELL_MONO,
                                     DPP_REG_ZBLOCK_HASH_ARG, DPP_REG_ZBLOCK_MPR_ECC, DPP_REG_ZBLOCK_ZREG};
   QLIX_COMM_PRINT("zblock %u\n", zblock);
@@ -165,8 +147,6 @@ uint32_t diag_dpp_se_alg_read_zblock(uint32_t dev_id, uint32_t zblock) {
 uint32_t diag_dpp_se_alg_write512_pre_ex(uint32_t dev_id, uint32_t first_word, uint32_t word0, uint32_t word1,
                                          uint32_t word2, uint32_t word3, uint32_t word4, uint32_t word5, uint32_t word6,
                                          uint32_t word7, uint32_t word8, uint32_t word9) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, first_word, 0, DPP_SE_ZCELL_WORDS - 1);
   const uint32_t words[arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
   const uint32_t end = std::min(first_word + arg_words, DPP_SE_ZCELL_WORDS);
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_SE_ALG);
@@ -182,9 +162,6 @@ uint32_t diag_dpp_se_alg_write512_pre_ex(uint32_t dev_id, uint32_t first_word, u
 }
 
 uint32_t diag_dpp_se_alg_write512_ex(uint32_t dev_id, uint32_t addr, uint32_t quarters) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, addr_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, quarters, 0, DPP_SE_QUARTER_ALL);
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_SE_ALG);
   uint32_t words[DPP_SE_ZCELL_WORDS] = {};
   for (uint32_t i = 0; i < DPP_SE_ZCELL_WORDS; ++i) {

@@ -1,15 +1,23 @@
 // Blocks, tables and entries of ternary memory on the screen.
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_diag/dpp_etcam.h"
+#include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 #include "se_print.h"
 
 namespace {
 
 constexpr uint32_t row_bits = 8 * DPP_SE_ETCAM_ROW_BYTES;
-constexpr uint32_t index_max = DPP_SE_ETCAM_BLOCKS * DPP_SE_ETCAM_ROWS * DPP_SE_ETCAM_PARTS - 1;
 
-uint32_t table_blocks_print(uint32_t dev_id, uint32_t table) {
+void parts_print(const dpp_se_etcam_row& row, uint32_t first_part, uint32_t part_num) {
+  const uint32_t first = first_part * DPP_SE_ETCAM_PART_BYTES;
+  se_bytes_print("  data", row.data + first, part_num * DPP_SE_ETCAM_PART_BYTES);
+  se_bytes_print("  mask", row.mask + first, part_num * DPP_SE_ETCAM_PART_BYTES);
+}
+
+}  // namespace
+
+uint32_t dpp_etcam_table_blocks_prt(uint32_t dev_id, uint32_t table) {
   uint32_t num = 0;
   QLIX_COMM_PRINT("etcam table %u:\n", table);
   for (uint32_t block = 0; block < DPP_SE_ETCAM_BLOCKS; ++block) {
@@ -24,33 +32,14 @@ uint32_t table_blocks_print(uint32_t dev_id, uint32_t table) {
   return QLIX_COMM_OK;
 }
 
-void parts_print(const dpp_se_etcam_row& row, uint32_t first_part, uint32_t part_num) {
-  const uint32_t first = first_part * DPP_SE_ETCAM_PART_BYTES;
-  se_bytes_print("  data", row.data + first, part_num * DPP_SE_ETCAM_PART_BYTES);
-  se_bytes_print("  mask", row.mask + first, part_num * DPP_SE_ETCAM_PART_BYTES);
-}
-
-}  // namespace
-
-uint32_t diag_dpp_se_etcam_table_block_prt(uint32_t dev_id, uint32_t table) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, DPP_ETCAM_TABLE_NUM - 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, table_blocks_print(dev_id, table), "table_blocks_print");
-  return QLIX_COMM_OK;
-}
-
 uint32_t diag_dpp_se_etcam_table_block_all_prt(uint32_t dev_id) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   for (uint32_t table = 0; table < DPP_ETCAM_TABLE_NUM; ++table) {
-    QLIX_COMM_CHECK_DEV_RC(dev_id, table_blocks_print(dev_id, table), "table_blocks_print");
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_etcam_table_blocks_prt(dev_id, table), "dpp_etcam_table_blocks_prt");
   }
   return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_se_etcam_entry_prt(uint32_t dev_id, uint32_t block, uint32_t row) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, block, 0, DPP_SE_ETCAM_BLOCKS - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, row, 0, DPP_SE_ETCAM_ROWS - 1);
   dpp_se_etcam_row entry = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_etcam_row_read(dev_id, block, row, &entry), "dpp_se_etcam_row_read");
   QLIX_COMM_PRINT("block %u, row %u, valid parts 0x%02x\n", block, row, entry.valid);
@@ -59,9 +48,6 @@ uint32_t diag_dpp_se_etcam_entry_prt(uint32_t dev_id, uint32_t block, uint32_t r
 }
 
 uint32_t diag_dpp_se_etcam_tbl_entry_prt(uint32_t dev_id, uint32_t table, uint32_t index) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, DPP_ETCAM_TABLE_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, index_max);
   dpp_etcam_place place = {};
   const uint32_t code = dpp_etcam_place_get(dev_id, table, index, &place);
   if (code == DPP_RC_ETCAM_NO_PLACE) {

@@ -17,10 +17,6 @@ constexpr uint32_t width_shift = 5;
 constexpr uint32_t width_mask = 3;
 constexpr uint32_t table_mask = 0x1F;
 
-constexpr uint32_t hash_max = 3;
-constexpr uint32_t bulk_max = 7;
-constexpr uint32_t ddr_item_max = DPP_SE_DDR_LINES / 4 - 1;
-
 }  // namespace
 
 se_entry_view se_entry_at(const uint8_t* item, uint32_t at) {
@@ -70,10 +66,6 @@ uint32_t se_ddr_item_read(uint32_t dev_id, uint32_t base, uint32_t index, uint8_
 }
 
 uint32_t diag_dpp_se_hash_zcam_item_prt(uint32_t dev_id, uint32_t zblock, uint32_t zcell, uint32_t item) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zblock, 0, DPP_SE_ZBLOCK_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, zcell, 0, DPP_SE_ZCELL_IN_BLOCK - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, item, 0, DPP_SE_ZCELL_LINES - 1);
   uint32_t words[SE_ITEM_WORDS] = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_zcell_read(dev_id, zblock, zcell, item, words), "dpp_se_zcell_read");
   uint8_t bytes[SE_ITEM_BYTES];
@@ -84,10 +76,6 @@ uint32_t diag_dpp_se_hash_zcam_item_prt(uint32_t dev_id, uint32_t zblock, uint32
 }
 
 uint32_t diag_dpp_se_hash_ddr4_item_prt(uint32_t dev_id, uint32_t hash_id, uint32_t bulk, uint32_t index) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, hash_id, 0, hash_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, bulk, 0, bulk_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, ddr_item_max);
   uint32_t cfg[DPP_REG_FIELD_MAX] = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_SE_HASH_BULK_DDR_CFG, hash_id, bulk, cfg),
                          "dpp_reg_read");

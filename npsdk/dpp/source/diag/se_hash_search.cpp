@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr uint32_t hash_max = 3;
 constexpr uint32_t bulk_num = 8;
 constexpr uint32_t key_words = 16;  // key registers of the chip
 constexpr uint32_t key_arg_words = 10;
@@ -161,8 +160,6 @@ uint32_t key_read(uint32_t dev_id, uint8_t* bytes) {
 uint32_t diag_dpp_se_hash_key_data(uint32_t dev_id, uint32_t first_word, uint32_t word0, uint32_t word1, uint32_t word2,
                                    uint32_t word3, uint32_t word4, uint32_t word5, uint32_t word6, uint32_t word7,
                                    uint32_t word8, uint32_t word9) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, first_word, 0, key_words - 1);
   const uint32_t words[key_arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
   for (uint32_t i = 0; i < key_arg_words && first_word + i < key_words; ++i) {
     QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write32_bymn(dev_id, DPP_REG_SE_HASH_KEY_DATA, 0, first_word + i, words[i]),
@@ -176,11 +173,6 @@ uint32_t diag_dpp_se_hash_key_data(uint32_t dev_id, uint32_t first_word, uint32_
 
 uint32_t diag_dpp_se_hash_search(uint32_t dev_id, uint32_t hash_id, uint32_t table_id, uint32_t key_len,
                                  uint32_t rst_len) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, hash_id, 0, hash_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table_id, 0, DPP_HASH_TABLE_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, key_len, 0, key_len_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, rst_len, 0, key_len_max);
   uint32_t cfg[DPP_REG_FIELD_MAX] = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_SE_HASH_TBL_CFG, hash_id, table_id, cfg), "dpp_reg_read");
   search s = {};

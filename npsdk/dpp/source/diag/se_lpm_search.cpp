@@ -157,8 +157,6 @@ uint32_t area_search(search& s, uint32_t area) {
 
 uint32_t diag_dpp_se_lpm_search(uint32_t dev_id, uint32_t v46_flag, uint32_t word0, uint32_t word1, uint32_t word2,
                                 uint32_t word3, uint32_t word4) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, v46_flag, 0, 1);
   const uint32_t words[address_words] = {word0, word1, word2, word3, word4};
   const uint32_t reg_no = v46_flag != 0 ? DPP_REG_SE_LPM_V6_DDR_CFG : DPP_REG_SE_LPM_V4_DDR_CFG;
   uint32_t enabled = 0;

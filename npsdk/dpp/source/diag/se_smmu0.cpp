@@ -3,67 +3,32 @@
 
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_diag/dpp_se_mem.h"
+#include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 #include "se_print.h"
 
 namespace {
 
-constexpr uint32_t line_max = DPP_SE_ERAM_LINES - 1;
 constexpr const char* labels[] = {"eram128", "eram64", "eram32", "eram2", "eram1"};
 
-uint32_t entry_print(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t clear) {
+}  // namespace
+
+uint32_t dpp_se_eram_entry_prt(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t clear) {
   uint32_t words[DPP_SE_ERAM_WORDS] = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu0_ind_read(dev_id, addr, mode, clear, words), "dpp_se_smmu0_ind_read");
   se_words_print(labels[mode], addr, words, dpp_se_eram_entry_words(mode));
   return QLIX_COMM_OK;
 }
 
-}  // namespace
-
-// The body of a command, so that its own name stands in the lines of its checks.
-#define ERAM_ENTRY_PRINT(dev_id, addr, mode, clear)                                                  \
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);                                     \
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, DPP_SE_ERAM_LINES* dpp_se_eram_line_entries(mode) - 1); \
-  QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, addr, mode, clear), "entry_print");             \
-  return QLIX_COMM_OK
-
-uint32_t diag_dpp_se_smmu0_rd128(uint32_t dev_id, uint32_t addr) {
-  ERAM_ENTRY_PRINT(dev_id, addr, DPP_SE_ERAM_128, 0);
-}
-
-uint32_t diag_dpp_se_smmu0_rd128_clear(uint32_t dev_id, uint32_t addr) {
-  ERAM_ENTRY_PRINT(dev_id, addr, DPP_SE_ERAM_128, 1);
-}
-
 uint32_t diag_dpp_se_smmu0_rd128_more(uint32_t dev_id, uint32_t addr, uint32_t num) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, line_max);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, DPP_SE_ERAM_LINES - addr);
   for (uint32_t line = addr; line < addr + num; ++line) {
-    QLIX_COMM_CHECK_DEV_RC(dev_id, entry_print(dev_id, line, DPP_SE_ERAM_128, 0), "entry_print");
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_eram_entry_prt(dev_id, line, DPP_SE_ERAM_128, 0), "dpp_se_eram_entry_prt");
   }
   return QLIX_COMM_OK;
 }
 
-uint32_t diag_dpp_se_smmu0_rd64(uint32_t dev_id, uint32_t addr) {
-  ERAM_ENTRY_PRINT(dev_id, addr, DPP_SE_ERAM_64, 0);
-}
-
-uint32_t diag_dpp_se_smmu0_rd32(uint32_t dev_id, uint32_t addr) {
-  ERAM_ENTRY_PRINT(dev_id, addr, DPP_SE_ERAM_32, 0);
-}
-
-uint32_t diag_dpp_se_smmu0_rd2(uint32_t dev_id, uint32_t addr) {
-  ERAM_ENTRY_PRINT(dev_id, addr, DPP_SE_ERAM_2, 0);
-}
-
-uint32_t diag_dpp_se_smmu0_rd1(uint32_t dev_id, uint32_t addr) {
-  ERAM_ENTRY_PRINT(dev_id, addr, DPP_SE_ERAM_1, 0);
-}
-
 uint32_t diag_dpp_se_smmu0_scan(uint32_t dev_id, uint32_t addr, uint32_t num) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, line_max);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, DPP_SE_ERAM_LINES - addr);
   uint32_t used = 0;
   for (uint32_t line = addr; line < addr + num; ++line) {
@@ -81,8 +46,6 @@ uint32_t diag_dpp_se_smmu0_scan(uint32_t dev_id, uint32_t addr, uint32_t num) {
 
 uint32_t diag_dpp_se_smmu0_wr128(uint32_t dev_id, uint32_t addr, uint32_t data0, uint32_t data1, uint32_t data2,
                                  uint32_t data3) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, line_max);
   const uint32_t words[DPP_SE_ERAM_WORDS] = {data0, data1, data2, data3};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu0_ind_write(dev_id, addr, DPP_SE_ERAM_128, 1, words),
                          "dpp_se_smmu0_ind_write");
@@ -92,8 +55,6 @@ uint32_t diag_dpp_se_smmu0_wr128(uint32_t dev_id, uint32_t addr, uint32_t data0,
 // The window takes the mode as it is: in mode 1 the two words are the entry, in mode 0 the first half of a line whose
 // second half becomes 0, in the narrow modes only the high word counts.
 uint32_t diag_dpp_se_smmu0_wr64(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t data_h, uint32_t data_l) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, line_max);
   const uint32_t words[DPP_SE_ERAM_WORDS] = {data_h, data_l, 0, 0};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu0_ind_write(dev_id, addr, mode, 1, words), "dpp_se_smmu0_ind_write");
   return QLIX_COMM_OK;

@@ -5,18 +5,14 @@
 #include "dpp_diag/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
+#include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 #include "se_print.h"
 
 namespace {
 
-constexpr uint32_t table_max = 63;
 constexpr uint32_t base_lines = 4;  // a direct table's base counts units of 512 bits
 constexpr const char* labels[] = {"ddr128", "ddr256", "ddr512"};
-
-constexpr uint32_t entry_max(uint32_t mode) {
-  return (DPP_SE_DDR_LINES >> mode) - 1;
-}
 
 uint32_t entries_print(uint32_t dev_id, uint32_t addr, uint32_t num, uint32_t mode) {
   for (uint32_t i = 0; i < num; ++i) {
@@ -27,7 +23,9 @@ uint32_t entries_print(uint32_t dev_id, uint32_t addr, uint32_t num, uint32_t mo
   return QLIX_COMM_OK;
 }
 
-uint32_t table_entry_print(uint32_t dev_id, uint32_t table, uint32_t index, uint32_t mode) {
+}  // namespace
+
+uint32_t dpp_se_ddr_table_entry_prt(uint32_t dev_id, uint32_t table, uint32_t index, uint32_t mode) {
   uint32_t cfg[DPP_REG_FIELD_MAX] = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_SMMU1_DIR_TBL_CFG, 0, table, cfg), "dpp_reg_read");
   const uint32_t base = cfg[DPP_FIELD_SMMU1_DIR_TBL_CFG_TBL_BADDR];
@@ -38,20 +36,10 @@ uint32_t table_entry_print(uint32_t dev_id, uint32_t table, uint32_t index, uint
   return entries_print(dev_id, static_cast<uint32_t>(std::min<uint64_t>(addr, UINT32_MAX)), 1, mode);
 }
 
-}  // namespace
-
-// The bodies of the commands, so that their own names stand in the lines of their checks.
+// A body of commands, so that their own names stand in the lines of their checks.
 #define DDR_ENTRIES_PRINT(dev_id, addr, num, mode)                                         \
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);                           \
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, entry_max(mode));                             \
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, entry_max(mode) - (addr) + 1);                 \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, (DPP_SE_DDR_LINES >> (mode)) - (addr));        \
   QLIX_COMM_CHECK_DEV_RC(dev_id, entries_print(dev_id, addr, num, mode), "entries_print"); \
-  return QLIX_COMM_OK
-#define DDR_TABLE_ENTRY_PRINT(dev_id, table, index, mode)                                             \
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);                                      \
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, table, 0, table_max);                                             \
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, entry_max(mode));                                       \
-  QLIX_COMM_CHECK_DEV_RC(dev_id, table_entry_print(dev_id, table, index, mode), "table_entry_print"); \
   return QLIX_COMM_OK
 
 uint32_t diag_dpp_se_smmu1_rd128_more(uint32_t dev_id, uint32_t addr, uint32_t num) {
@@ -64,16 +52,4 @@ uint32_t diag_dpp_se_smmu1_rd256_more(uint32_t dev_id, uint32_t addr, uint32_t n
 
 uint32_t diag_dpp_se_smmu1_rd512_more(uint32_t dev_id, uint32_t addr, uint32_t num) {
   DDR_ENTRIES_PRINT(dev_id, addr, num, DPP_SE_DDR_512);
-}
-
-uint32_t diag_dpp_se_smmu1_dir_tbl_data_rd128(uint32_t dev_id, uint32_t table, uint32_t index) {
-  DDR_TABLE_ENTRY_PRINT(dev_id, table, index, DPP_SE_DDR_128);
-}
-
-uint32_t diag_dpp_se_smmu1_dir_tbl_data_rd256(uint32_t dev_id, uint32_t table, uint32_t index) {
-  DDR_TABLE_ENTRY_PRINT(dev_id, table, index, DPP_SE_DDR_256);
-}
-
-uint32_t diag_dpp_se_smmu1_dir_tbl_data_rd512(uint32_t dev_id, uint32_t table, uint32_t index) {
-  DDR_TABLE_ENTRY_PRINT(dev_id, table, index, DPP_SE_DDR_512);
 }

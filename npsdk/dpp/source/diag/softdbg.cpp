@@ -9,11 +9,11 @@
 #include "dpp_diag/dpp_ppu.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
+#include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 
 namespace {
 
-constexpr uint32_t thread_max = 255;
 constexpr uint32_t poll_max = 1000;
 constexpr useconds_t poll_wait_us = 100;
 constexpr uint32_t polls_at_once = 10;
@@ -83,10 +83,6 @@ uint32_t move(uint32_t dev_id, uint32_t cluster, uint32_t field, bool from_stop)
 }  // namespace
 
 uint32_t dpp_softdbg_start(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t thread_id) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, me_id, 0, DPP_PPU_ME_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, thread_id, 0, thread_max);
   uint32_t select[2] = {};
   select[DPP_FIELD_PPU_CLS_DBG_ME_SEL_ME_SEL] = me_id;
   select[DPP_FIELD_PPU_CLS_DBG_ME_SEL_THREAD_SEL] = thread_id;
@@ -96,23 +92,10 @@ uint32_t dpp_softdbg_start(uint32_t dev_id, uint32_t cluster, uint32_t me_id, ui
   return QLIX_COMM_OK;
 }
 
-uint32_t dpp_softdbg_step_into(uint32_t dev_id, uint32_t cluster) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_STEP_INTO, true), "move");
-  return QLIX_COMM_OK;
-}
-
-uint32_t dpp_softdbg_step_over(uint32_t dev_id, uint32_t cluster) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_STEP_OVER, true), "move");
-  return QLIX_COMM_OK;
-}
-
-uint32_t dpp_softdbg_stop(uint32_t dev_id, uint32_t cluster) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_STOP, false), "move");
+uint32_t dpp_softdbg_move(uint32_t dev_id, uint32_t cluster, uint32_t how) {
+  constexpr uint32_t fields[] = {DPP_FIELD_PPU_CLS_DBG_CTRL_STEP_INTO, DPP_FIELD_PPU_CLS_DBG_CTRL_STEP_OVER,
+                                 DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_STOP};
+  const uint32_t field = fields[how];
+  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, field, field != DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_STOP), "move");
   return QLIX_COMM_OK;
 }

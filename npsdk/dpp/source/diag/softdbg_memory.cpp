@@ -9,17 +9,12 @@
 
 namespace {
 
-constexpr uint32_t instr_max = 0x7FFF;
 constexpr uint32_t me_reg_num = 256;
 constexpr uint32_t line_num_max = 1024;
 
 }  // namespace
 
 uint32_t dpp_softdbg_mem_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t addr, uint32_t num) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, me_id, 0, DPP_PPU_ME_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, DPP_PPU_ADDR_MAX);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, std::min(line_num_max, DPP_PPU_ADDR_MAX - addr + 1));
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_ME_DATA, me_id, addr, num),
                          "dpp_ppu_mem_prt");
@@ -27,10 +22,6 @@ uint32_t dpp_softdbg_mem_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, 
 }
 
 uint32_t dpp_softdbg_reg_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t reg, uint32_t num) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, me_id, 0, DPP_PPU_ME_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, reg, 0, me_reg_num - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, me_reg_num - reg);
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_ME_REG, me_id, reg, num),
                          "dpp_ppu_mem_prt");
@@ -40,9 +31,6 @@ uint32_t dpp_softdbg_reg_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, 
 // One instruction line at a time: what a debugger puts in place of one that it wants to see the other way.
 uint32_t dpp_download_debug_load(uint32_t dev_id, uint32_t cluster, uint32_t addr, uint32_t word_0, uint32_t word_1,
                                  uint32_t word_2, uint32_t word_3) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, cluster, 0, DPP_PPU_CLUSTER_NUM - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, addr, 0, instr_max);
   const uint32_t written[DPP_PPU_WORDS] = {word_0, word_1, word_2, word_3};
   uint32_t read[DPP_PPU_WORDS] = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_set(dev_id, cluster, DPP_PPU_MEM_INSTR, 0, addr, written),

@@ -5,10 +5,6 @@
 #include "qlix_comm/check.h"
 
 uint32_t diag_dpp_stat_ppu_cnt_prt(uint32_t dev_id, uint32_t rd_mode, uint32_t index, uint32_t clr_mode) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, rd_mode, DPP_STAT_WIDTH_64, DPP_STAT_WIDTH_128);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_STAT_INDEX_MAX);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, clr_mode, 0, 1);
   uint32_t words[4] = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_stat_ppu_cnt_get(dev_id, rd_mode, index, clr_mode, words), "dpp_stat_ppu_cnt_get");
   if (rd_mode == DPP_STAT_WIDTH_64) {
@@ -21,8 +17,6 @@ uint32_t diag_dpp_stat_ppu_cnt_prt(uint32_t dev_id, uint32_t rd_mode, uint32_t i
 }
 
 uint32_t diag_dpp_stat_ppu_cnt_set(uint32_t dev_id, uint32_t index, uint32_t data_h, uint32_t data_l) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_STAT_INDEX_MAX);
   const uint32_t words[] = {data_h, data_l};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_stat_ppu_cnt_set(dev_id, DPP_STAT_WIDTH_64, index, words), "dpp_stat_ppu_cnt_set");
   return QLIX_COMM_OK;

@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr uint32_t mode_max = 3;
 constexpr uint32_t eram_lines = 0x80000;
 constexpr uint32_t depth_max = 0x7FFFF;
 constexpr uint32_t poll_max = 1000;
@@ -54,8 +53,6 @@ uint32_t done_wait(uint32_t dev_id) {
 }  // namespace
 
 uint32_t diag_dpp_stat_tm_init_pre_etm(uint32_t dev_id, uint32_t stat_mode) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, stat_mode, 0, mode_max);
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_STAT);
   QLIX_COMM_CHECK_DEV_RC(dev_id, counting_set(dev_id, 0), "counting_set");
   QLIX_COMM_CHECK_DEV_RC(dev_id, idle_wait(dev_id), "idle_wait");
@@ -67,8 +64,6 @@ uint32_t diag_dpp_stat_tm_init_pre_etm(uint32_t dev_id, uint32_t stat_mode) {
 }
 
 uint32_t diag_dpp_stat_tm_init(uint32_t dev_id, uint32_t eram_baddr, uint32_t eram_depth) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, eram_baddr, 0, eram_lines - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, eram_depth, 1, std::min(depth_max, eram_lines - eram_baddr));
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_STAT);
   QLIX_COMM_CHECK_DEV_RC(dev_id, counting_set(dev_id, 0), "counting_set");

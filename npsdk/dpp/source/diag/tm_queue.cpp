@@ -23,7 +23,6 @@ uint32_t full_queue_prt(uint32_t dev_id, uint32_t queue) {
 }  // namespace
 
 uint32_t diag_dpp_tm_qmu_qlen_full(uint32_t dev_id) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   uint32_t full_num = 0;
   for (uint32_t word = 0; word < queue_num / queues_in_word; ++word) {
     uint32_t full = 0;

@@ -32,7 +32,6 @@ uint32_t dpp_trpg_tx_port_pkt_num_get(uint32_t dev_id, uint32_t port, uint64_t* 
 }
 
 uint32_t diag_dpp_trpg_port_pkt_total_cnt_prt(uint32_t dev_id) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   uint64_t rx_total = 0;
   uint64_t tx_total = 0;
   QLIX_COMM_PRINT("Panel_Port: 0~9, RDMA_Port: 16, VQM_Port: 24, DTP_Port: 25, DRS_Port: 26\n");

@@ -7,14 +7,11 @@
 
 namespace {
 
-constexpr uint32_t port_max = 3;
 constexpr uint32_t gcl_max = 64;
 
 }  // namespace
 
 uint32_t diag_dpp_tsn_port_gcl_prt(uint32_t dev_id, uint32_t port) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, port, 0, port_max);
   uint32_t num = 0;
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_TSN_PORT_GCL_NUM, 0, port, &num), "dpp_reg_read");
   QLIX_COMM_PRINT("port_id-%03u gcl_num: %u\n", port, num);

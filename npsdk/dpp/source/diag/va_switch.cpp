@@ -17,7 +17,6 @@ unsigned long long address(uint32_t high, uint32_t low) {
 }  // namespace
 
 uint32_t diag_dpp_va_pa_swit_out_prt(uint32_t dev_id) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   uint32_t global[3] = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_TLB_GLOBAL_CFG, 0, 0, global), "dpp_reg_read");
   const bool translates = global[DPP_FIELD_TLB_GLOBAL_CFG_TLB_EN] != 0 && global[DPP_FIELD_TLB_GLOBAL_CFG_BYPASS] == 0;

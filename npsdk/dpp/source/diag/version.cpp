@@ -34,7 +34,6 @@ uint32_t diag_dpp_sdk_version() {
 }
 
 uint32_t diag_dpp_mcode_version(uint32_t dev_id) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   uint32_t words[2] = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_pktrx_udf_table_get(dev_id, mcode_version_entry, words),
                          "dpp_pktrx_udf_table_get");
@@ -58,8 +57,6 @@ uint32_t dpp_mcode_feature_get(uint32_t dev_id, uint32_t index, uint64_t* featur
 }
 
 uint32_t diag_dpp_mcode_feature_prt(uint32_t dev_id, uint32_t index) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_MCODE_FEATURE_NUM - 1);
   uint64_t feature = 0;
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_mcode_feature_get(dev_id, index, &feature), "dpp_mcode_feature_get");
   QLIX_COMM_PRINT("MCODE FEATRUE[%d] : 0x%16llx\n", index, static_cast<unsigned long long>(feature));

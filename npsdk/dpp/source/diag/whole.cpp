@@ -50,7 +50,6 @@ uint32_t counters_clear(uint32_t dev_id, uint32_t module, uint32_t* cleared) {
 }  // namespace
 
 uint32_t clear_dpp(uint32_t dev_id) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   uint32_t cleared = 0;
   QLIX_COMM_CHECK_DEV_RC(dev_id, counters_clear(dev_id, module_all, &cleared), "counters_clear");
   QLIX_COMM_PRINT("clear_dpp: the counters of %u registers are cleared.\n", cleared);
@@ -58,7 +57,6 @@ uint32_t clear_dpp(uint32_t dev_id) {
 }
 
 uint32_t clear_dpp_se(uint32_t dev_id) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   uint32_t cleared = 0;
   QLIX_COMM_CHECK_DEV_RC(dev_id, counters_clear(dev_id, module_se, &cleared), "counters_clear");
   QLIX_COMM_PRINT("clear_dpp_se: the counters of %u registers are cleared.\n", cleared);

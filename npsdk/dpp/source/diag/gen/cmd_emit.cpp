@@ -1,5 +1,6 @@
 #include "cmd_emit.h"
 
+#include <algorithm>
 #include <unordered_map>
 
 #include "dpp_cmd_hash.h"
@@ -56,39 +57,56 @@ std::string place_text(const place& p) {
   return "{" + listed({p.reg}) + "," + operand_text(p.m) + "," + operand_text(p.n) + "}";
 }
 
+bool is_record(const command& c) {
+  return c.kind != command_kind::missing;
+}
+
+bool is_listed(const command& c) {
+  return c.level == command_level::everyone || c.level == command_level::super;
+}
+
+size_t count(const std::vector<command>& commands, bool (*wanted)(const command&)) {
+  return static_cast<size_t>(std::count_if(commands.begin(), commands.end(), wanted));
+}
+
 /// Collects the arrays while it goes over the commands.
 class table_writer {
  public:
   table_writer(const std::vector<command>& commands, const std::vector<reg_gen::reg>& regs)
       : commands_(commands), regs_(regs) {
-    for (size_t i = 0; i < commands.size(); ++i) {
-      index_[commands[i].name] = static_cast<uint32_t>(i);
+    for (const command& c : commands) {
+      if (is_record(c)) {
+        index_.emplace(c.name, static_cast<uint32_t>(index_.size()));
+      }
     }
   }
 
   std::string source() {
     for (const command& c : commands_) {
-      command_add(c);
+      if (is_listed(c)) {
+        listed_.row(listed({pool_.add(c.name), c.level == command_level::super ? 1u : 0u}));
+      }
+      if (is_record(c)) {
+        command_add(c);
+      }
     }
     for (const reg_gen::reg& r : regs_) {
-      record_add("diag_dpp_reg_" + r.name + "_prt", "", kind_register_print, r.number);
+      record_add("diag_dpp_reg_" + r.name + "_prt", kind_register_print, r.number);
     }
     for (size_t i = 0; records_.count() < command_count; ++i) {
-      record_add("diag_dpp_reg_" + regs_[i].name + "_dump", "", kind_register_dump, regs_[i].number);
+      record_add("diag_dpp_reg_" + regs_[i].name + "_dump", kind_register_dump, regs_[i].number);
     }
     return "// Generated from the command sheets; do not edit.\n"
            "#include \"dpp_cmd_table.h\"\n\n#include \"dpp_cmd_bridge.h\"\n"
-           "#include \"dpp_diag/dpp_diag_functions.h\"\n\n" +
-           records_.source() + slots_source() + rows_.source() + args_.source() + steps_.source() + values_.source() +
-           functions_.source() + pool_.source("dpp_cmd_text_pool");
+           "#include \"dpp_diag/dpp_diag_functions.h\"\n#include \"dpp_row_functions.h\"\n\n" +
+           records_.source() + named_.source() + listed_.source() + slots_source() + rows_.source() + args_.source() +
+           steps_.source() + values_.source() + functions_.source() + pool_.source("dpp_cmd_text_pool");
   }
 
  private:
-  void record_add(const std::string& name, const std::string& help, uint32_t kind, uint32_t index,
-                  const std::vector<argument>& args = {}) {
+  void record_add(const std::string& name, uint32_t kind, uint32_t index, const std::vector<argument>& args = {}) {
     names_.push_back(name);
-    records_.row(
-        listed({pool_.add(name), pool_.add(help), kind, index, args_.count(), static_cast<uint32_t>(args.size())}));
+    records_.row(listed({pool_.add(name), kind, index, args_.count(), static_cast<uint32_t>(args.size())}));
     for (const argument& a : args) {
       args_.row(listed({pool_.add(a.name), a.ranged ? 1u : 0u, a.min, a.max}));
     }
@@ -96,20 +114,26 @@ class table_writer {
 
   void command_add(const command& c) {
     const uint32_t kind = static_cast<uint32_t>(c.kind);
+    named_.row(listed({pool_.add(c.at.file), c.at.line, pool_.add(c.purpose), c.writes ? 1u : 0u}));
     if (c.kind == command_kind::row) {
-      record_add(c.name, c.help, kind, rows_.count(), c.args);
+      record_add(c.name, kind, rows_.count(), c.args);
       row_add(c);
     } else {
-      record_add(c.name, c.help, kind, functions_.count(), c.args);
-      functions_.row("&dpp_cmd_bridge<" + function_name(c) + ">::call");
+      record_add(c.name, kind, function_add(function_name(c)), c.args);
     }
   }
 
+  uint32_t function_add(const std::string& name) {
+    functions_.row("&dpp_cmd_bridge<" + name + ">::call");
+    return functions_.count() - 1;
+  }
+
   void row_add(const command& c) {
-    rows_.row(listed({pool_.add(c.at.file), c.at.line, steps_.count(), static_cast<uint32_t>(c.steps.size())}));
+    rows_.row(listed({steps_.count(), static_cast<uint32_t>(c.steps.size())}));
     for (const step& s : c.steps) {
       const uint32_t target = s.what == op::run ? index_.at(s.text) : pool_.add(s.text);
-      steps_.row(listed({static_cast<uint32_t>(s.what), s.line, target, s.slot, s.jump}) + "," + operand_text(s.from) +
+      const uint32_t slot = s.what == op::call ? function_add(s.text) : s.slot;
+      steps_.row(listed({static_cast<uint32_t>(s.what), s.line, target, slot, s.jump}) + "," + operand_text(s.from) +
                  "," + operand_text(s.to) + "," + place_text(s.at) + "," +
                  listed({values_.count(), static_cast<uint32_t>(s.values.size())}));
       for (const value& v : s.values) {
@@ -141,8 +165,10 @@ class table_writer {
   std::vector<std::string> names_;
   text_pool pool_;
   array_source records_{"dpp_cmd_record dpp_cmd_records"};
+  array_source named_{"dpp_cmd_named dpp_cmd_named_table"};
+  array_source listed_{"dpp_cmd_listed dpp_cmd_listed_table"};
   array_source rows_{"dpp_row dpp_row_table"};
-  array_source args_{"dpp_row_arg dpp_row_args"};
+  array_source args_{"dpp_cmd_arg dpp_cmd_args"};
   array_source steps_{"dpp_row_step dpp_row_steps"};
   array_source values_{"dpp_row_value dpp_row_values"};
   array_source functions_{"dpp_cmd_function dpp_cmd_functions"};
@@ -151,7 +177,7 @@ class table_writer {
 }  // namespace
 
 std::string table_text(const std::vector<command>& commands, const std::vector<reg_gen::reg>& regs, complaints& out) {
-  if (commands.size() + regs.size() > command_count) {
+  if (count(commands, is_record) + regs.size() > command_count) {
     out.push_back({commands.back().at, "the sheets hold more commands than the table has room for"});
     return {};
   }
@@ -166,7 +192,7 @@ std::string functions_text(const std::vector<command>& commands) {
       "// Some are declared there too: where the sheet differs, the table does not build.\n"
       "// NOLINTBEGIN(readability-redundant-declaration)\n";
   for (const command& c : commands) {
-    if (c.kind == command_kind::row) {
+    if (c.kind == command_kind::row || !is_record(c)) {
       continue;
     }
     out += "uint32_t " + function_name(c) + "(" + (c.kind != command_kind::function ? "const char* text" : "");
@@ -179,6 +205,15 @@ std::string functions_text(const std::vector<command>& commands) {
   return out;
 }
 
+std::string counts_text(const std::vector<command>& commands) {
+  const auto constant = [](const char* name, size_t number) {
+    return "inline constexpr uint32_t " + std::string(name) + " = " + std::to_string(number) + ";\n";
+  };
+  return "// Generated from the command sheets; do not edit.\n#pragma once\n\n#include <cstdint>\n\n" +
+         constant("DPP_CMD_NUM", command_count) + constant("DPP_CMD_NAMED_NUM", count(commands, is_record)) +
+         constant("DPP_CMD_LISTED_NUM", count(commands, is_listed));
+}
+
 std::string manual_text(const std::vector<command>& commands) {
   std::string out =
       ".TH DPP\\-COMMANDS 7 \"\" \"kxtool\" \"Network processor\"\n.SH NAME\n"
@@ -186,9 +221,12 @@ std::string manual_text(const std::vector<command>& commands) {
       "The commands of\n.B kxnp\nin\n.BR kxtool (1)\nand of\n.BR dpp_shell (1).\n"
       "Words are integers, decimal or hexadecimal after 0x, in this order; those that are left out are 0. A value "
       "outside\n"
-      "its range is refused before the card is touched. Commands without a range here check their words themselves.\n"
+      "its range is refused before the card is touched.\n"
       ".SH COMMANDS\n";
   for (const command& c : commands) {
+    if (!is_record(c)) {
+      continue;
+    }
     out += ".TP\n.B " + c.name + "\n";
     for (const argument& a : c.args) {
       out += ".I " + a.name + "\n";
@@ -197,6 +235,8 @@ std::string manual_text(const std::vector<command>& commands) {
       }
     }
     out += c.kind == command_kind::text ? ".I text\n" : "";
+    out += ".br\n" + c.purpose + (c.level == command_level::super ? " (super user)" : "") +
+           (c.level == command_level::unlisted ? " (dpp_shell only)" : "") + ".\n";
   }
   return out;
 }

@@ -9,13 +9,16 @@
 
 namespace cmd_gen {
 
-inline constexpr size_t command_count = 5149;
+inline constexpr size_t command_count = 5149;  // of the driver's table
 
 /// Source text of the table: the commands of the sheets, a printer for each register, then dumps of registers in number
 /// order until the table is full. Empty with a complaint when the sheets hold too many commands.
 std::string table_text(const std::vector<command>& commands, const std::vector<reg_gen::reg>& regs, complaints& out);
 
 std::string functions_text(const std::vector<command>& commands);
+
+/// The numbers of records, named commands and commands in the tool's list.
+std::string counts_text(const std::vector<command>& commands);
 
 /// A manual page of the commands and their words.
 std::string manual_text(const std::vector<command>& commands);

@@ -12,9 +12,15 @@ namespace cmd_gen {
 
 namespace {
 
-constexpr std::array<std::string_view, 4> command_words = {"command", "function", "text", "shell"};
-constexpr std::array<std::string_view, 13> step_words = {"print", "fields", "words", "loop",  "end",     "add", "set",
-                                                         "clear", "errors", "idle",  "ready", "summary", "run"};
+constexpr std::array<std::string_view, 5> command_words = {"command", "function", "text", "shell", "missing"};
+constexpr std::array<std::string_view, 4> level_words = {"", "everyone", "super", "unlisted"};
+constexpr std::array<std::string_view, 14> step_words = {"print", "fields", "words", "loop",  "end",     "add", "set",
+                                                         "clear", "errors", "idle",  "ready", "summary", "run", "call"};
+
+command_level level_of(std::string_view word) {
+  const auto found = std::find(level_words.begin() + 1, level_words.end(), word);
+  return found == level_words.end() ? command_level::untold : static_cast<command_level>(found - level_words.begin());
+}
 
 /// What a name of a row stands for.
 struct variable {
@@ -122,6 +128,9 @@ class sheet_reader {
     if (!need_name(made.name)) {
       return false;
     }
+    if (made.kind == command_kind::missing) {
+      return missing_read(made);
+    }
     while (peek().kind == word_kind::name) {
       if (!argument_read(made)) {
         return false;
@@ -134,13 +143,20 @@ class sheet_reader {
     return true;
   }
 
+  bool missing_read(command& made) {
+    std::string level;
+    if (!need_name(level)) {
+      return false;
+    }
+    made.level = level_of(level);
+    commands_.push_back(made);
+    return made.level != command_level::untold || complain("'" + level + "' is no level");
+  }
+
   bool argument_read(command& made) {
     argument arg;
     arg.name = words_[at_++].text;
     if (take_sign("=")) {
-      if (made.kind != command_kind::row) {
-        return complain("a function checks the ranges of its arguments itself");
-      }
       arg.ranged = true;
       if (!need_number(arg.min) || !need_sign("..") || !need_number(arg.max)) {
         return false;
@@ -148,7 +164,7 @@ class sheet_reader {
       if (arg.min > arg.max) {
         return complain("the range of '" + arg.name + "' is empty");
       }
-    } else if (made.kind == command_kind::row && arg.name == "dev_id") {
+    } else if (arg.name == "dev_id") {
       arg.ranged = true;
       arg.max = device_max;
     }
@@ -168,8 +184,8 @@ class sheet_reader {
     if (!need_name(name)) {
       return false;
     }
-    if (name == "help") {
-      return need_text(owner.help);
+    if (level_of(name) != command_level::untold) {
+      return level_read(owner, level_of(name));
     }
     const auto found = std::find(step_words.begin(), step_words.end(), name);
     if (found == step_words.end() || owner.kind != command_kind::row) {
@@ -183,6 +199,18 @@ class sheet_reader {
     }
     owner.steps.push_back(std::move(made));
     return true;
+  }
+
+  bool level_read(command& owner, command_level level) {
+    owner.level = level;
+    if (peek().kind == word_kind::name && peek().text == "writes") {
+      ++at_;
+      owner.writes = true;
+      if (owner.kind == command_kind::row) {
+        return complain("the steps of a row tell what it writes");
+      }
+    }
+    return need_text(owner.purpose);
   }
 
   bool step_words_read(step& made, command& owner) {
@@ -208,6 +236,7 @@ class sheet_reader {
       case op::summary:
         return need_text(made.text);
       case op::run:
+      case op::call:
         return need_name(made.text) && values_read(made, args_max);
     }
     return false;
@@ -463,6 +492,14 @@ void commands_check(const std::vector<command>& commands, complaints& out) {
       if (s.what == op::run && !names.contains(s.text)) {
         out.push_back({{c.at.file, s.line}, "unknown command '" + s.text + "'"});
       }
+    }
+  }
+}
+
+void levels_check(const std::vector<command>& commands, complaints& out) {
+  for (const command& c : commands) {
+    if (c.level == command_level::untold) {
+      out.push_back({c.at, "command '" + c.name + "' does not tell who may use it and what it is for"});
     }
   }
 }

@@ -36,7 +36,7 @@ struct value {
 };
 
 /// The order is that of the interpreter.
-enum class op : uint32_t { print, fields, words, loop, end, add, set, clear, errors, idle, ready, summary, run };
+enum class op : uint32_t { print, fields, words, loop, end, add, set, clear, errors, idle, ready, summary, run, call };
 
 struct step {
   op what = op::print;
@@ -57,14 +57,19 @@ struct argument {
   uint32_t max = 0;
 };
 
-/// The order is that of the driver's table.
-enum class command_kind : uint32_t { row, function, text, shell };
+/// The order is that of the driver's table, which has none of the missing ones.
+enum class command_kind : uint32_t { row, function, text, shell, missing };
+
+/// Who finds the command in the tool's list; unlisted commands are the debug shell's alone.
+enum class command_level : uint32_t { untold, everyone, super, unlisted };
 
 struct command {
   reg_gen::place at;
   command_kind kind = command_kind::row;
   std::string name;
-  std::string help;
+  command_level level = command_level::untold;
+  bool writes = false;  // of a function: it changes the card and prints nothing of that
+  std::string purpose;
   std::vector<argument> args;
   std::vector<step> steps;
 };
@@ -80,5 +85,8 @@ void sheet_read(const std::string& file, std::string_view text, const std::vecto
 
 /// Checks that hold across sheets: no name twice, commands that are run exist.
 void commands_check(const std::vector<command>& commands, complaints& out);
+
+/// Every command tells who may use it and what it is for.
+void levels_check(const std::vector<command>& commands, complaints& out);
 
 }  // namespace cmd_gen

@@ -1,5 +1,5 @@
-// dpp_cmd_gen TABLE.cpp FUNCTIONS.h MANUAL.7 REGISTERS.csv... -- COMMANDS.rows...: turns the command sheets into
-// source. Writes nothing and ends with status 1 when a sheet is wrong; every complaint names file and line.
+// dpp_cmd_gen TABLE.cpp FUNCTIONS.h COUNTS.h MANUAL.7 REGISTERS.csv... -- COMMANDS.rows...: turns the command sheets
+// into source. Writes nothing and ends with status 1 when a sheet is wrong; every complaint names file and line.
 
 #include <cerrno>
 #include <cstdio>
@@ -29,15 +29,16 @@ int complained(const reg_gen::complaints& complaints) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 5) {
-    fprintf(stderr, "usage: %s TABLE.cpp FUNCTIONS.h MANUAL.7 REGISTERS.csv... -- COMMANDS.rows...\n", argv[0]);
+  if (argc < 6) {
+    fprintf(stderr, "usage: %s TABLE.cpp FUNCTIONS.h COUNTS.h MANUAL.7 REGISTERS.csv... -- COMMANDS.rows...\n",
+            argv[0]);
     return 2;
   }
   std::vector<reg_gen::reg> regs;
   std::vector<cmd_gen::command> commands;
   reg_gen::complaints complaints;
   bool registers = true;
-  for (int i = 4; i < argc; ++i) {
+  for (int i = 5; i < argc; ++i) {
     if (strcmp(argv[i], "--") == 0) {
       registers = false;
       reg_gen::regs_check(regs, complaints);
@@ -55,6 +56,7 @@ int main(int argc, char** argv) {
   }
   if (complaints.empty()) {
     cmd_gen::commands_check(commands, complaints);
+    cmd_gen::levels_check(commands, complaints);
   }
   std::string table;
   if (complaints.empty()) {
@@ -63,14 +65,12 @@ int main(int argc, char** argv) {
   if (!complaints.empty()) {
     return complained(complaints);
   }
-  if (!reg_gen::file_write(argv[1], table)) {
-    return failed(argv[1]);
-  }
-  if (!reg_gen::file_write(argv[2], cmd_gen::functions_text(commands))) {
-    return failed(argv[2]);
-  }
-  if (!reg_gen::file_write(argv[3], cmd_gen::manual_text(commands))) {
-    return failed(argv[3]);
+  const std::string texts[] = {table, cmd_gen::functions_text(commands), cmd_gen::counts_text(commands),
+                               cmd_gen::manual_text(commands)};
+  for (int i = 0; i < 4; ++i) {
+    if (!reg_gen::file_write(argv[i + 1], texts[i])) {
+      return failed(argv[i + 1]);
+    }
   }
   return 0;
 }
