@@ -1,0 +1,33 @@
+# Binding a function, and one command of a module on it.
+
+case_bind_by_index() {
+  card trace_tunnel 1
+  shell 0 1 "kxvqm glb version" quit
+  has "version id"
+  logged "tunnel function=3b:00.1"
+}
+
+case_bind_by_address_and_by_name() {
+  card word 0x6208000000 0x20250129
+  ran 0 kxtool bind $PF0 kxvqm glb version
+  has "0x20250129"
+  ran 0 kxtool bind eth1 kxvqm glb version
+  has "0x20250129"
+}
+
+case_bind_refuses_another_makers_function() {
+  ran 255 kxtool bind $FOREIGN kxvqm glb version
+  has "Bind to the pcie device $FOREIGN failed!" "Please bind kx device"
+}
+
+case_bind_of_an_absent_function() {
+  ran 255 kxtool bind 0000:3b:00.7 kxvqm glb version
+  ran 255 kxtool bind eth9 kxvqm glb version
+  has "fopen /sys/class/net/eth9/device/uevent failed"
+}
+
+# Another interface's firmware: what BAR 0 says is read through the kernel's mapping.
+case_bind_reads_bar0() {
+  shell 0 0 "su opsu" "kxpcie bar_write 0 0x20000 0x1234" "kxpcie bar_read 0 0x20000" quit
+  has "BAR 0 0x00020000: 0x00001234"
+}

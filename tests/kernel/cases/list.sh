@@ -1,0 +1,28 @@
+# The device list of the shell and what it leaves out.
+
+case_list() {
+  shell 0 q
+  has "[0] $PF0  1cf2:8037  class 020000  vf 8040" "[1] $PF1  1cf2:8037" "switch 0000:3a:00.0  1cf2:8036"
+  lacks $FOREIGN "no kx device found"
+}
+
+# Virtual functions that the driver turned on have no SR-IOV capability and are not offered.
+case_list_with_virtual_functions() {
+  echo 3 >$SYS/$PF0/sriov_numvfs
+  [ -e $SYS/0000:3b:01.2 ] && [ ! -e $SYS/0000:3b:01.3 ] || fail "not three virtual functions"
+  same "$(hexdump -n 4 -e '4/1 "%02x"' $SYS/$VF0/config)" ffffffff
+  shell 0 q
+  has "[1] $PF1" "vf 8040"
+  lacks $VF0 "[2]"
+}
+
+# A function that was taken off the bus and found again.
+case_list_after_removal_and_rescan() {
+  echo 1 >$SYS/$PF0/remove
+  shell 0 q
+  has "[0] $PF1"
+  lacks $PF0
+  echo 1 >/sys/bus/pci/rescan
+  shell 0 q
+  has "[0] $PF0" "[1] $PF1"
+}
