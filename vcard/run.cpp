@@ -3,20 +3,21 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/ioctl.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 
-#include "host/mount_points.h"
 #include "host/process.h"
-#include "host/sandbox.h"
 #include "host/status.h"
 #include "host/sysfs_tree.h"
-#include "host/trapped_call.h"
+#include "host/trap.h"
 #include "vcard/card.h"
 #include "vcard/models.h"
 #include "wire/driver.h"
@@ -55,12 +56,44 @@ int complaints_report(const CardFile& file, const std::string& path) {
   return status;
 }
 
+struct TrapRow {
+  const char* name;
+  std::unique_ptr<Trap> (*make)(const CallRules& rules);
+};
+
+/// In the order in which they are tried.
+constexpr TrapRow trap_rows[] = {{"notify", notify_trap}, {"ptrace", ptrace_trap}};
+
+int state_folders_make(const std::string& state) {
+  for (const char* name : {"", "/tmp", "/tmp/kxtool", "/tmp/kx_pcie", "/log"}) {
+    const std::string path = state + name;
+    if (!state.empty() && mkdir(path.c_str(), 0777) != 0 && errno != EEXIST) {
+      return host_error(exit_failure, "cannot make the folder %s: %s", path.c_str(), strerror(errno));
+    }
+  }
+  return 0;
+}
+
+/// 0, or the exit status of a run that ends here.
+int room_enter(const RunOptions& options, const Attempt& attempt) {
+  if (int status = state_folders_make(options.state); status != 0) {
+    return status;
+  }
+  const std::string refusal = attempt.room->enter(options.state);
+  if (refusal.empty()) {
+    return 0;
+  }
+  static_cast<void>(!write(attempt.refusal, refusal.data(), refusal.size()));
+  return exit_not_supported;
+}
+
 /// The card with its wires, and the loop that serves them until the command ends.
 class Run {
  public:
-  explicit Run(CardFile& file)
-      : card_(file, log_),
-        tree_(with_models(card_)),
+  Run(CardFile& file, Room& room)
+      : room_(room),
+        card_(file, log_),
+        tree_(with_models(card_), room.root()),
         mailbox_(card_),
         tunnel_(card_),
         netlink_(card_),
@@ -71,19 +104,24 @@ class Run {
     card_.stop();
   }
 
+  /// Inside the room: makes the card and its files.
   int prepare(const RunOptions& options);
-  int serve(const RunOptions& options, int signals, int parent);
+  int serve(const RunOptions& options, const Attempt& attempt, int signals);
 
  private:
   static Card& with_models(Card& card) {
     models_attach(card);
     return card;
   }
-  void call_handle();
-  void mapping_handle(const TrappedCall& call);
+  /// Forks the command with the first trap that works.
+  int command_start(const RunOptions& options, const Attempt& attempt);
+  void call_handle(TrappedCall& call);
+  void mapping_handle(TrappedCall& call);
   /// True when the command has ended.
   bool signals_handle(int signals);
+  bool children_handle();
 
+  Room& room_;
   RequestLog log_;
   Card card_;
   SysfsTree tree_;
@@ -92,6 +130,8 @@ class Run {
   NetlinkWire netlink_;
   DriverWire driver_;
   EthtoolWire ethtool_;
+  std::unique_ptr<Trap> trap_;
+  const Trap::Handler handler_ = [this](TrappedCall& call) { call_handle(call); };
   Command command_;
   int status_ = exit_failure;
 };
@@ -100,13 +140,10 @@ int Run::prepare(const RunOptions& options) {
   if (!options.log.empty() && !log_.open(options.log.c_str())) {
     return host_error(exit_usage, "cannot open the log %s: %s", options.log.c_str(), strerror(errno));
   }
-  if (int status = sandbox_enter(options.state); status != 0) {
-    return status;
-  }
   if (int status = tree_.prepare(); status != 0) {
     return status;
   }
-  if (!card_.create({SysfsTree::storage_folder(), options.state})) {
+  if (!card_.create({tree_.storage_folder(), options.state})) {
     return host_error(exit_failure, "cannot make the memory of the card: %s", strerror(errno));
   }
   card_.processes = descendants;
@@ -114,69 +151,101 @@ int Run::prepare(const RunOptions& options) {
   return tree_.write();
 }
 
-int Run::serve(const RunOptions& options, int signals, int parent) {
-  if (int status = command_prepare(options.command, command_); status != 0) {
+int Run::command_start(const RunOptions& options, const Attempt& attempt) {
+  std::string refusals;
+  for (const TrapRow& row : trap_rows) {
+    if (options.trap != "auto" && options.trap != row.name) {
+      continue;
+    }
+    trap_ = row.make(room_.rules());
+    const int error = command_prepare(options.command, *trap_, command_);
+    if (error == 0) {
+      if (!attempt.refusals.empty() || !refusals.empty()) {
+        host_error(0, "room %s, trap %s (%s%s)", attempt.room_name, row.name, attempt.refusals.c_str(),
+                   refusals.c_str());
+      }
+      return 0;
+    }
+    refusals += refusals.empty() && attempt.refusals.empty() ? "" : "; ";
+    refusals += std::string(row.name) + ": " + strerror(error);
+    if (error == EBUSY) {
+      break;  // another listener takes the calls before any trap
+    }
+  }
+  return host_error(exit_not_supported, "the kernel does not hand over system calls (%s)", refusals.c_str());
+}
+
+int Run::serve(const RunOptions& options, const Attempt& attempt, int signals) {
+  if (int status = command_start(options, attempt); status != 0) {
     return status;
   }
+  umask(0);  // the command's own is taken from the modes of what is made for it
   card_.start();
   command_release(command_);
   bool ended = false;
   while (!ended) {
-    std::vector<struct pollfd> set = {{signals, POLLIN, 0}, {parent, POLLIN, 0}, {command_.listener.get(), POLLIN, 0}};
+    std::vector<struct pollfd> set = {
+        {signals, POLLIN, 0}, {attempt.parent, POLLIN, 0}, {trap_->descriptor(), POLLIN, 0}};
     {
       std::lock_guard guard(card_.lock());
       netlink_.poll_add(set);
     }
-    if (poll(set.data(), set.size(), -1) < 0 && errno != EINTR) {
+    if (poll(set.data(), set.size(), trap_->has_more() ? 0 : -1) < 0 && errno != EINTR) {
       return host_error(exit_failure, "poll: %s", strerror(errno));
     }
-    if (set[2].revents & POLLIN) {
-      call_handle();
-    }
+    trap_->take(set[2].revents, handler_);
     {
       std::lock_guard guard(card_.lock());
       netlink_.poll_handle(set);
     }
-    if (set[2].revents & POLLHUP) {
-      command_.listener.reset();  // nobody is left whose calls could come here
-    }
-    ended = (set[0].revents != 0 && signals_handle(signals)) || set[1].revents != 0;
+    ended = (set[0].revents != 0 && signals_handle(signals)) || (trap_->has_more() && children_handle()) ||
+            set[1].revents != 0;
   }
   return status_;
 }
 
-void Run::call_handle() {
-  TrappedCall call;
-  if (!call.receive(command_.listener.get())) {
-    return;
-  }
+void Run::call_handle(TrappedCall& call) {
   std::lock_guard guard(card_.lock());
-  switch (call.kind()) {
-    case TrappedCall::Kind::driver_ioctl:
-      driver_.handle(call);
+  switch (call.number()) {
+    case SYS_ioctl:
+      if (static_cast<uint32_t>(call.argument(1)) == driver_ioctl_request) {
+        driver_.handle(call);
+      } else {
+        ethtool_.handle(call);
+      }
       break;
-    case TrappedCall::Kind::ethtool_ioctl:
-      ethtool_.handle(call);
-      break;
-    case TrappedCall::Kind::netlink_socket:
+    case SYS_socket:
       netlink_.open_socket(call);
       break;
-    case TrappedCall::Kind::netlink_bind:
+    case SYS_bind:
       netlink_.bind_socket(call);
       break;
-    case TrappedCall::Kind::file_mapping:
+    case SYS_mmap:
       mapping_handle(call);
       break;
+    default:
+      room_.handle(call);
   }
 }
 
 /// The kernel maps a BAR that a driver has claimed for nobody else.
-void Run::mapping_handle(const TrappedCall& call) {
+void Run::mapping_handle(TrappedCall& call) {
   if (tree_.is_bar_file(call.descriptor_target(static_cast<int>(call.argument(4)))) && !card_.bar_map()) {
     call.fail(EINVAL);
   } else {
     call.pass_on();
   }
+}
+
+bool Run::children_handle() {
+  int wait_status;
+  while (const pid_t pid = trap_->reap(wait_status, handler_)) {
+    if (pid == command_.pid) {
+      status_ = exit_status_of(wait_status);
+      return true;
+    }
+  }
+  return false;
 }
 
 bool Run::signals_handle(int signals) {
@@ -186,21 +255,23 @@ bool Run::signals_handle(int signals) {
     if (pass_on) {
       kill(command_.pid, number);
     }
-    int wait_status;
-    pid_t pid;
-    while (number == SIGCHLD && (pid = waitpid(-1, &wait_status, WNOHANG)) > 0) {
-      if (pid == command_.pid) {
-        status_ = exit_status_of(wait_status);
-        ended = true;
-      }
-    }
+    ended = (number == SIGCHLD && children_handle()) || ended;
   }
   return ended;
 }
 
 }  // namespace
 
-int run_card(const RunOptions& options, int parent, MountPoints& mount_points) {
+bool room_is_known(const std::string& name) {
+  return name == "auto" || name == "mount" || name == "user" || name == "paths";
+}
+
+bool trap_is_known(const std::string& name) {
+  return name == "auto" ||
+         std::any_of(std::begin(trap_rows), std::end(trap_rows), [&](const TrapRow& row) { return name == row.name; });
+}
+
+int run_card(const RunOptions& options, const Attempt& attempt) {
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   std::string text = "{}";
   if (!options.card.empty()) {
@@ -213,16 +284,13 @@ int run_card(const RunOptions& options, int parent, MountPoints& mount_points) {
   CardFile file(text);
   int status;
   {
-    Run run(file);
+    Run run(file, *attempt.room);
     status = complaints_report(file, options.card);
+    status = status != 0 ? status : room_enter(options, attempt);
     status = status != 0 ? status : run.prepare(options);
-    status = status != 0 ? status : run.serve(options, signals.get(), parent);
+    status = status != 0 ? status : run.serve(options, attempt, signals.get());
   }
   descendants_end();
-  struct pollfd alone = {parent, POLLIN, 0};
-  if (poll(&alone, 1, 0) > 0) {
-    mount_points.release(true);  // the process that would do it is gone
-  }
   return status;
 }
 

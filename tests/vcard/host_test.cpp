@@ -73,6 +73,9 @@ TEST(Host, EveryKeyOfTheExampleIsKnown) {
 }
 
 TEST(Host, OneVirtualCardDoesNotRunInsideAnother) {
+  if (const char* trap = getenv(kx_system::trap_variable); trap != nullptr && std::string(trap) == "ptrace") {
+    GTEST_SKIP() << "the inner one hears its calls before the outer one is asked";
+  }
   kx_system::Result result = kx_system::run({.words = {"--", "true"}, .program = KX_SYSTEM_KXVCARD});
   EXPECT_EQ(result.status, 77);
   EXPECT_THAT(result.err, testing::MatchesRegex("kxvcard: the kernel does not hand over system calls [^\n]*\n"));

@@ -22,8 +22,8 @@ class MountPointsTest : public testing::Test {
 
 TEST_F(MountPointsTest, TheLastUserRemovesTheFolder) {
   MountPoints first, second;
-  ASSERT_EQ(first.hold(folder_ / "point"), 0);
-  ASSERT_EQ(second.hold(folder_ / "point"), 0);
+  ASSERT_EQ(first.hold(folder_ / "point"), "");
+  ASSERT_EQ(second.hold(folder_ / "point"), "");
   first.release(false);
   EXPECT_TRUE(exists());
   second.release(false);
@@ -32,7 +32,7 @@ TEST_F(MountPointsTest, TheLastUserRemovesTheFolder) {
 
 TEST_F(MountPointsTest, AFolderWithSomethingInItStays) {
   MountPoints points;
-  ASSERT_EQ(points.hold(folder_ / "point"), 0);
+  ASSERT_EQ(points.hold(folder_ / "point"), "");
   std::string file = folder_ / "point/lock";
   fclose(fopen(file.c_str(), "we"));
   points.release(false);
@@ -45,10 +45,10 @@ TEST_F(MountPointsTest, WhatIsNoFolderIsRefused) {
   std::string path = folder_ / "point";
   fclose(fopen(path.c_str(), "we"));
   MountPoints points;
-  EXPECT_NE(points.hold(path), 0);
+  EXPECT_NE(points.hold(path), "");
   unlink(path.c_str());
   ASSERT_EQ(symlink("/tmp", path.c_str()), 0);
-  EXPECT_NE(points.hold(path), 0);
+  EXPECT_NE(points.hold(path), "");
   unlink(path.c_str());
 }
 
@@ -59,7 +59,7 @@ TEST_F(MountPointsTest, UsersThatComeAndGoAtOnceNeverLoseOrLeaveIt) {
       bool good = true;
       for (int i = 0; good && i < 100; ++i) {
         MountPoints points;
-        good = points.hold(folder_ / "point") == 0 && exists();
+        good = points.hold(folder_ / "point").empty() && exists();
         points.release(false);
       }
       _exit(good ? 0 : 1);

@@ -8,8 +8,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "host/status.h"
-
 namespace vcard {
 
 namespace {
@@ -22,31 +20,31 @@ bool is_still(const std::string& path, int folder) {
 
 }  // namespace
 
-int MountPoints::hold(const std::string& path) {
+std::string MountPoints::hold(const std::string& path) {
   for (;;) {
     bool made = mkdir(path.c_str(), 0777) == 0;
     if (!made && errno != EEXIST) {
-      return host_error(exit_failure, "cannot make the folder %s: %s", path.c_str(), strerror(errno));
+      return "cannot make the folder " + path + ": " + strerror(errno);
     }
     UniqueFd folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!folder && errno == ENOENT) {
       continue;  // removed between the two calls by a virtual card that ended
     }
     if (!folder && errno == EACCES) {
-      return 0;  // someone else's folder: it can be mounted on and is not ours to remove
+      return "";  // someone else's folder: it can be mounted on and is not ours to remove
     }
     if (!folder) {
-      return host_error(exit_failure, "%s is in the way, it is no folder: %s", path.c_str(), strerror(errno));
+      return path + " is in the way, it is no folder: " + strerror(errno);
     }
     if (made) {
       fchmod(folder.get(), 0777);
     }
     if (flock(folder.get(), LOCK_SH) != 0) {
-      return host_error(exit_failure, "cannot lock the folder %s: %s", path.c_str(), strerror(errno));
+      return "cannot lock the folder " + path + ": " + strerror(errno);
     }
     if (is_still(path, folder.get())) {
       held_.push_back(Held{path, std::move(folder)});
-      return 0;
+      return "";
     }
   }
 }

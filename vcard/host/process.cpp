@@ -14,9 +14,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <utility>
 
 #include "host/status.h"
-#include "host/trapped_call.h"
 
 namespace vcard {
 
@@ -33,59 +33,62 @@ sigset_t taken_set() {
   return set;
 }
 
-/// Sends `fd` (or the error in its place) over the socket.
-void descriptor_send(int socket, int fd, int error) {
+/// Sends the offer, with its descriptor, over the socket.
+void offer_send(int socket, const Trap::Offer& offer) {
   char control[CMSG_SPACE(sizeof(int))] = {};
-  struct iovec data = {&error, sizeof error};
+  struct iovec data = {const_cast<Trap::Offer*>(&offer), sizeof offer};
   struct msghdr message = {};
   message.msg_iov = &data;
   message.msg_iovlen = 1;
-  if (fd >= 0) {
+  if (offer.listener >= 0) {
     message.msg_control = control;
     message.msg_controllen = sizeof control;
     struct cmsghdr* header = CMSG_FIRSTHDR(&message);
     header->cmsg_level = SOL_SOCKET;
     header->cmsg_type = SCM_RIGHTS;
     header->cmsg_len = CMSG_LEN(sizeof(int));
-    memcpy(CMSG_DATA(header), &fd, sizeof fd);
+    memcpy(CMSG_DATA(header), &offer.listener, sizeof(int));
   }
   static_cast<void>(sendmsg(socket, &message, 0));
 }
 
-/// Receives what descriptor_send sent: the descriptor, or -1 with errno.
-int descriptor_receive(int socket) {
+/// Receives what offer_send sent; the error of the offer is set when nothing came.
+UniqueFd offer_receive(int socket, Trap::Offer& offer) {
   char control[CMSG_SPACE(sizeof(int))] = {};
-  int error = ECONNRESET;
-  struct iovec data = {&error, sizeof error};
+  struct iovec data = {&offer, sizeof offer};
   struct msghdr message = {};
   message.msg_iov = &data;
   message.msg_iovlen = 1;
   message.msg_control = control;
   message.msg_controllen = sizeof control;
-  ssize_t length = recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
-  struct cmsghdr* header = length > 0 ? CMSG_FIRSTHDR(&message) : nullptr;
-  if (header == nullptr || header->cmsg_type != SCM_RIGHTS) {
-    errno = error;
-    return -1;
+  if (recvmsg(socket, &message, MSG_CMSG_CLOEXEC) != sizeof offer) {
+    offer.error = ECONNRESET;
+    return {};
   }
+  struct cmsghdr* header = CMSG_FIRSTHDR(&message);
   int fd = -1;
-  memcpy(&fd, CMSG_DATA(header), sizeof fd);
-  return fd;
+  if (header != nullptr && header->cmsg_type == SCM_RIGHTS) {
+    memcpy(&fd, CMSG_DATA(header), sizeof fd);
+  }
+  return UniqueFd(fd);
 }
 
-[[noreturn]] void command_run(char** words, int gate) {
+[[noreturn]] void command_run(char** words, int gate, const Trap& trap) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
+  Trap::Offer offer;
   if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) {
-    descriptor_send(gate, -1, errno);
-    _exit(exit_not_supported);
+    offer.error = errno;
+  } else {
+    offer = trap.offer();
   }
-  int listener = call_filter_install();
-  descriptor_send(gate, listener, listener < 0 ? errno : 0);
+  offer_send(gate, offer);
   char byte = 0;
-  if (listener < 0 || read(gate, &byte, 1) != 1) {
+  if (offer.error != 0 || read(gate, &byte, 1) != 1) {
     _exit(exit_not_supported);
   }
-  close(listener);
+  if (offer.listener >= 0) {
+    close(offer.listener);
+  }
   prctl(PR_SET_PDEATHSIG, 0);
   signals_restore();
   execvp(words[0], words);
@@ -128,28 +131,31 @@ std::multimap<pid_t, pid_t> children_by_parent() {
 
 }  // namespace
 
-int command_prepare(char** words, Command& command) {
+int command_prepare(char** words, Trap& trap, Command& command) {
   int pair[2];
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair) != 0) {
-    return host_error(exit_failure, "socketpair: %s", strerror(errno));
+    return errno;
   }
   UniqueFd ours(pair[0]);
   UniqueFd its(pair[1]);
   command.pid = fork();
   if (command.pid < 0) {
-    return host_error(exit_failure, "fork: %s", strerror(errno));
+    return errno;
   }
   if (command.pid == 0) {
     ours.reset();
-    command_run(words, its.get());
+    command_run(words, its.get(), trap);
   }
   its.reset();
-  command.listener = UniqueFd(descriptor_receive(ours.get()));
-  if (!command.listener) {
-    return host_error(exit_not_supported,
-                      "the kernel does not hand over system calls (seccomp user notification, Linux 5.9 and later, not "
-                      "inside another listener): %s",
-                      strerror(errno));
+  Trap::Offer offer;
+  UniqueFd listener = offer_receive(ours.get(), offer);
+  const int error = offer.error != 0 ? offer.error : trap.attach(command.pid, offer, std::move(listener));
+  if (error != 0) {
+    ours.reset();
+    kill(command.pid, SIGKILL);
+    while (waitpid(command.pid, nullptr, __WALL) > 0) {
+    }
+    return error;
   }
   command.gate = std::move(ours);
   return 0;
@@ -175,7 +181,7 @@ std::vector<pid_t> descendants() {
 
 void descendants_end() {
   for (;;) {
-    pid_t reaped = waitpid(-1, nullptr, WNOHANG);
+    pid_t reaped = waitpid(-1, nullptr, __WALL | WNOHANG);
     if (reaped > 0) {
       continue;
     }
@@ -185,7 +191,7 @@ void descendants_end() {
     for (pid_t pid : descendants()) {
       kill(pid, SIGKILL);
     }
-    if (waitpid(-1, nullptr, 0) < 0 && errno == ECHILD) {
+    if (waitpid(-1, nullptr, __WALL) < 0 && errno == ECHILD) {
       return;
     }
   }

@@ -10,8 +10,9 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
-#include "host/sandbox.h"
+#include "host/room.h"
 #include "host/status.h"
 #include "host/unique_fd.h"
 
@@ -84,16 +85,16 @@ std::vector<std::pair<std::string, std::string>> text_files(const PciFunction& f
   };
 }
 
-std::string device_folder(const PciFunction& function) {
+std::string device_path(const PciFunction& function) {
   return std::string(pci_bus_folder) + "/devices/" + function.sbdf;
 }
 
 /// Shows the function bound to its driver, from both sides.
-bool driver_link_make(const PciFunction& function, const std::string& folder) {
+bool driver_link_make(const PciFunction& function, const std::string& bus, const std::string& folder) {
   if (function.driver.empty()) {
     return true;
   }
-  std::string driver = std::string(pci_bus_folder) + "/drivers/" + function.driver;
+  std::string driver = bus + "/drivers/" + function.driver;
   std::string bound = driver + "/" + function.sbdf;
   return folder_make(driver) && link_make("../../devices/" + function.sbdf, bound) &&
          link_make("../../drivers/" + function.driver, folder + "/driver");
@@ -105,7 +106,7 @@ bool SysfsTree::Changes::leave_out(std::string_view name) const {
   return std::find(absent.begin(), absent.end(), name) != absent.end();
 }
 
-SysfsTree::SysfsTree(Card& card) : card_(card) {
+SysfsTree::SysfsTree(Card& card, std::string root) : card_(card), root_(std::move(root)) {
   CardSection functions = card.file().section("functions");
   for (const PciFunction& function : card.functions()) {
     Changes changes;
@@ -125,8 +126,12 @@ SysfsTree::SysfsTree(Card& card) : card_(card) {
   }
 }
 
-std::string SysfsTree::storage_folder() {
-  return std::string(pci_bus_folder) + "/.card";
+std::string SysfsTree::storage_folder() const {
+  return root_ + pci_bus_folder + "/.card";
+}
+
+std::string SysfsTree::device_folder(const PciFunction& function) const {
+  return root_ + device_path(function);
 }
 
 int SysfsTree::prepare() {
@@ -137,21 +142,22 @@ int SysfsTree::prepare() {
 }
 
 int SysfsTree::write() {
-  std::string bus = pci_bus_folder;
+  std::string bus = root_ + pci_bus_folder;
   bool good = folder_make(bus + "/devices") && folder_make(bus + "/drivers") && folder_make(bus + "/slots");
   for (size_t i = 0; good && i < card_.functions().size(); ++i) {
     good = function_write(card_.functions()[i], changes_[i]) && interface_write(card_.functions()[i], i);
   }
-  good = good && folder_make(std::string(net_class_folder) + "/lo");
+  good = good && folder_make(root_ + net_class_folder + "/lo");
   if (!good) {
     return host_error(exit_failure, "cannot write the sysfs tree: %s", strerror(errno));
   }
   return 0;
 }
 
-bool SysfsTree::function_write(const PciFunction& function, const Changes& changes) {
+bool SysfsTree::function_write(const PciFunction& function, const Changes& changes) const {
   std::string folder = device_folder(function);
-  bool good = folder_make(folder) && memory_files_write(function, changes) && driver_link_make(function, folder);
+  bool good = folder_make(folder) && memory_files_write(function, changes) &&
+              driver_link_make(function, root_ + pci_bus_folder, folder);
   auto put = [&](const std::string& name, const std::string& text) {
     std::string path = folder + "/" + name;
     good = good && (unlink(path.c_str()) == 0 || errno == ENOENT) && file_write(path, text, 0644);
@@ -175,7 +181,7 @@ bool SysfsTree::function_write(const PciFunction& function, const Changes& chang
 }
 
 /// The files that both sides map: configuration space and BAR 0.
-bool SysfsTree::memory_files_write(const PciFunction& function, const Changes& changes) {
+bool SysfsTree::memory_files_write(const PciFunction& function, const Changes& changes) const {
   std::string storage = storage_folder();
   std::string config = device_folder(function) + "/config";
   std::string bar = device_folder(function) + "/resource0";
@@ -197,7 +203,7 @@ bool SysfsTree::memory_files_write(const PciFunction& function, const Changes& c
 }
 
 bool SysfsTree::is_bar_file(std::string_view path) const {
-  return std::any_of(card_.functions().begin(), card_.functions().end(), [path](const PciFunction& function) {
+  return std::any_of(card_.functions().begin(), card_.functions().end(), [this, path](const PciFunction& function) {
     return function.is_card() && path == device_folder(function) + "/resource0";
   });
 }
@@ -212,14 +218,15 @@ void SysfsTree::bar_files_renew() const {
   }
 }
 
-bool SysfsTree::interface_write(const PciFunction& function, size_t index) {
+bool SysfsTree::interface_write(const PciFunction& function, size_t index) const {
   if (function.interface.empty()) {
     return true;
   }
-  std::string folder = std::string(net_class_folder) + "/" + function.interface;
+  std::string path = std::string(net_class_folder) + "/" + function.interface;
+  std::string folder = root_ + path;
   std::string net = device_folder(function) + "/net";
-  return folder_make(folder) && link_make(device_folder(function), folder + "/device") && folder_make(net) &&
-         link_make(folder, net + "/" + function.interface) &&
+  return folder_make(folder) && link_make(device_path(function), folder + "/device") && folder_make(net) &&
+         link_make(path, net + "/" + function.interface) &&
          file_write(folder + "/address", text_of("02:1c:f2:00:00:%02zx\n", index), 0644) &&
          file_write(folder + "/ifindex", text_of("%zu\n", index + 2), 0644) &&
          file_write(folder + "/operstate", "up\n", 0644) &&

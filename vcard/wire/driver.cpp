@@ -160,7 +160,7 @@ bool DriverWire::is_socket(const TrappedCall& call) {
   return true;
 }
 
-void DriverWire::handle(const TrappedCall& call) {
+void DriverWire::handle(TrappedCall& call) {
   InterfaceRequest request;
   if (!interface_request_take(call, is_socket(call), &request)) {
     return;

@@ -86,7 +86,7 @@ int EthtoolWire::answer(const TrappedCall& call, const std::string& interface, u
   }
 }
 
-void EthtoolWire::handle(const TrappedCall& call) {
+void EthtoolWire::handle(TrappedCall& call) {
   const bool is_socket = call.descriptor_target(static_cast<int>(call.argument(0))).rfind("socket:", 0) == 0;
   InterfaceRequest request;
   if (!interface_request_take(call, is_socket, &request)) {

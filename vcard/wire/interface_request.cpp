@@ -15,7 +15,7 @@ constexpr size_t request_size = 40;
 
 }  // namespace
 
-bool interface_request_take(const TrappedCall& call, bool is_socket, InterfaceRequest* request) {
+bool interface_request_take(TrappedCall& call, bool is_socket, InterfaceRequest* request) {
   if (!is_socket) {
     call.pass_on();  // the kernel refuses it: no descriptor, or not one of a socket
     return false;

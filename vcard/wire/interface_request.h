@@ -15,6 +15,6 @@ struct InterfaceRequest {
 
 /// Takes the request of a trapped ioctl by a peek. False when the call has been answered: it goes on to the kernel when
 /// its descriptor is not one of a socket, and fails when its address is not the caller's.
-bool interface_request_take(const TrappedCall& call, bool is_socket, InterfaceRequest* request);
+bool interface_request_take(TrappedCall& call, bool is_socket, InterfaceRequest* request);
 
 }  // namespace vcard

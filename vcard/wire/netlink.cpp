@@ -1,10 +1,8 @@
 #include "wire/netlink.h"
 
-#include <fcntl.h>
 #include <linux/genetlink.h>
 #include <linux/netlink.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -126,30 +124,19 @@ NetlinkWire::NetlinkWire(Card& card) : card_(card) {
   bind_errno_ = static_cast<int>(section.number("bind_errno", 0, largest_errno));
 }
 
-void NetlinkWire::open_socket(const TrappedCall& call) {
-  int type = static_cast<int>(call.argument(1));
-  int pair[2];
-  // A sequenced-packet socket keeps message limits and takes sendto with a netlink address, which it ignores.
-  if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair) != 0) {
-    call.fail(errno);
-    return;
-  }
+void NetlinkWire::open_socket(TrappedCall& call) {
+  const int type = static_cast<int>(call.argument(1));
   Socket socket;
-  socket.card_end = UniqueFd(pair[0]);
-  UniqueFd command_end(pair[1]);
-  if ((type & SOCK_NONBLOCK) != 0) {
-    fcntl(command_end.get(), F_SETFL, O_NONBLOCK);
-  }
-  struct stat status;
-  fstat(command_end.get(), &status);
-  socket.target = "socket:[" + std::to_string(status.st_ino) + "]";
   socket.process = call.process();
-  sockets_.push_back(std::move(socket));
   card_.log().line("netlink_socket type=%d", type & 15);
-  call.finish_with_descriptor(command_end.get(), (type & SOCK_CLOEXEC) != 0);
+  // A sequenced-packet socket keeps message limits and takes sendto with a netlink address, which it ignores.
+  socket.card_end = call.finish_with_socket(type, socket.target);
+  if (socket.card_end) {
+    sockets_.push_back(std::move(socket));
+  }
 }
 
-void NetlinkWire::bind_socket(const TrappedCall& call) {
+void NetlinkWire::bind_socket(TrappedCall& call) {
   std::string target = call.descriptor_target(static_cast<int>(call.argument(0)));
   auto socket = std::find_if(sockets_.begin(), sockets_.end(), [&](const Socket& s) { return s.target == target; });
   if (socket == sockets_.end()) {

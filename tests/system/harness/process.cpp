@@ -131,6 +131,11 @@ void Process::spawn(const Command& command) {
   if (!command.state.empty()) {
     words.insert(words.end(), {"--state", command.state});
   }
+  for (const auto& [option, variable] : {std::pair("--room", room_variable), std::pair("--trap", trap_variable)}) {
+    if (const char* value = getenv(variable); value != nullptr) {
+      words.insert(words.end(), {option, value});
+    }
+  }
   words.insert(words.end(), {"--", command.program});
   words.insert(words.end(), command.words.begin(), command.words.end());
   std::vector<char*> pointers;

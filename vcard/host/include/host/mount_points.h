@@ -12,8 +12,8 @@ namespace vcard {
 
 class MountPoints {
  public:
-  /// Makes and holds `path`. 0, or an exit status after its line.
-  int hold(const std::string& path);
+  /// Makes and holds `path`. Empty, or why not.
+  std::string hold(const std::string& path);
   /// Gives all folders back. With `unmount` what this process mounted on them is detached first.
   void release(bool unmount);
 

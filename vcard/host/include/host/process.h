@@ -5,19 +5,19 @@
 
 #include <vector>
 
+#include "host/trap.h"
 #include "host/unique_fd.h"
 
 namespace vcard {
 
-/// The command, stopped right before it becomes the program: its system calls are already handed to `listener`.
+/// The command, stopped right before it becomes the program: its system calls are already caught.
 struct Command {
   pid_t pid = -1;
-  UniqueFd listener;
   UniqueFd gate;  // one byte lets it run
 };
 
-/// Forks the command. 0, or an exit status after its line.
-int command_prepare(char** words, Command& command);
+/// Forks the command. 0, or the errno with which its calls cannot be caught, and then it is gone.
+int command_prepare(char** words, Trap& trap, Command& command);
 /// Lets it become the program.
 void command_release(Command& command);
 

@@ -14,10 +14,11 @@ class SysfsTree {
   /// Reads what the card file says about the files of each function: functions.ADDRESS.files replaces the text of
   /// files, functions.ADDRESS.absent_files leaves files out. Call it before the complaints of the card file are looked
   /// at.
-  explicit SysfsTree(Card& card);
+  /// `root` stands before every path.
+  SysfsTree(Card& card, std::string root);
 
   /// The folder for Card::create: it lies inside the PCI folder, on the same file system.
-  static std::string storage_folder();
+  std::string storage_folder() const;
   /// Makes the storage folder. 0, or an exit status after its line.
   int prepare();
   /// Writes both trees; the card must be created. 0, or an exit status after its line.
@@ -33,11 +34,13 @@ class SysfsTree {
     std::vector<std::string> absent;
     bool leave_out(std::string_view name) const;
   };
-  static bool function_write(const PciFunction& function, const Changes& changes);
-  static bool memory_files_write(const PciFunction& function, const Changes& changes);
-  static bool interface_write(const PciFunction& function, size_t index);
+  std::string device_folder(const PciFunction& function) const;
+  bool function_write(const PciFunction& function, const Changes& changes) const;
+  bool memory_files_write(const PciFunction& function, const Changes& changes) const;
+  bool interface_write(const PciFunction& function, size_t index) const;
 
   Card& card_;
+  std::string root_;
   std::vector<Changes> changes_;  // one a function, same order
 };
 

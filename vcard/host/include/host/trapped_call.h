@@ -1,15 +1,12 @@
-// System calls of the command and its descendants that the virtual card answers in the kernel's place.
+// A system call of the command or its descendants that the virtual card answers in the kernel's place.
 //
-// A seccomp filter hands over five calls: ioctl 0x89fd, ioctl 0x8946, a generic netlink socket, bind with a netlink
-// address, and the shared mapping of a file.
-// While a call is with the card, its thread waits in the kernel; its memory is read and written through
-// process_vm_readv and process_vm_writev, always checked against a thread that died meanwhile and a number that was
-// given out anew.
+// While a call is with the card its thread waits. Its memory is read and written from here, always checked against a
+// thread that died meanwhile and a number that was given out anew.
 #pragma once
 
-#include <linux/seccomp.h>
 #include <sys/types.h>
 
+#include <array>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
@@ -19,27 +16,22 @@
 
 namespace vcard {
 
-inline constexpr uint32_t driver_ioctl_request = 0x89fd;
-inline constexpr uint32_t ethtool_ioctl_request = 0x8946;
-
-/// Installs the filter for the calling process and returns its listener, or -1 with errno. Needs PR_SET_NO_NEW_PRIVS.
-int call_filter_install();
-
 class TrappedCall {
  public:
-  enum class Kind : uint8_t { driver_ioctl, ethtool_ioctl, netlink_socket, netlink_bind, file_mapping };
+  virtual ~TrappedCall() = default;
+  TrappedCall(const TrappedCall&) = delete;
+  TrappedCall& operator=(const TrappedCall&) = delete;
 
-  /// Takes the next call from `listener`. False when it is gone already.
-  bool receive(int listener);
-
-  Kind kind() const;
+  long number() const {
+    return number_;
+  }
   /// The thread that made the call, and its process.
   pid_t thread() const {
-    return static_cast<pid_t>(notification_.pid);
+    return thread_;
   }
   pid_t process() const;
   uint64_t argument(size_t index) const {
-    return notification_.data.args[index];
+    return arguments_[index];
   }
   /// The target of the caller's descriptor ("socket:[123]"), empty when it is not open.
   std::string descriptor_target(int fd) const;
@@ -48,6 +40,8 @@ class TrappedCall {
   bool read(uint64_t address, void* data, size_t size) const;
   /// A read that another one follows: what it brought counts only once a read() has succeeded after it.
   bool peek(uint64_t address, void* data, size_t size) const;
+  /// A text with its end, of at most `limit` bytes. 0 or errno.
+  int read_text(uint64_t address, size_t limit, std::string& text) const;
   struct Piece {
     uint64_t address;
     ByteView data;
@@ -56,19 +50,33 @@ class TrappedCall {
   /// All pieces, in order; a piece may be empty.
   bool write(std::initializer_list<Piece> pieces) const;
 
-  /// Exactly one of these ends the call; a call that gets none stays blocked until its thread is killed.
-  void finish(int64_t value) const;
-  void fail(int error) const;
-  void pass_on() const;
-  /// Puts `fd` into the caller's table and returns its number there.
-  void finish_with_descriptor(int fd, bool close_on_exec) const;
+  /// Exactly one of these ends the call; one that gets none blocks its thread until that is killed or takes a signal.
+  virtual void finish(int64_t value) = 0;
+  void fail(int error) {
+    finish(-error);
+  }
+  virtual void pass_on() = 0;
+  /// Gives the caller one end of a pair of sockets that keep message limits, with SOCK_NONBLOCK and SOCK_CLOEXEC of
+  /// `flags`. The other end is returned, none when the call has failed. `target` is what descriptor_target says of the
+  /// caller's end.
+  virtual UniqueFd finish_with_socket(int flags, std::string& target) = 0;
+  /// Opens the file for the caller, as if it had named it.
+  virtual void finish_with_file(const std::string& path, int flags, mode_t mode) = 0;
+  /// Moves the caller into the folder.
+  virtual void finish_in_folder(const std::string& path) = 0;
 
- private:
-  bool is_alive() const;
-  void answer(int64_t value, int error, uint32_t flags) const;
+ protected:
+  static constexpr size_t most_arguments = 6;
+  TrappedCall() = default;
+  virtual bool is_alive() const = 0;
 
-  int listener_ = -1;
-  struct seccomp_notif notification_ = {};
+  long number_ = -1;
+  pid_t thread_ = -1;
+  std::array<uint64_t, most_arguments> arguments_ = {};
 };
+
+/// The memory of another thread's process; false unless all of it was moved.
+bool memory_read(pid_t thread, uint64_t address, void* data, size_t size);
+bool memory_write(pid_t thread, uint64_t address, const void* data, size_t size);
 
 }  // namespace vcard

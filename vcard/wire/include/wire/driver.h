@@ -19,7 +19,7 @@ class DriverWire {
   DriverWire(Card& card, NetlinkWire& netlink);
 
   /// Answers one trapped ioctl.
-  void handle(const TrappedCall& call);
+  void handle(TrappedCall& call);
 
  private:
   struct Message;

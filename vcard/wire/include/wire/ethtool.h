@@ -19,7 +19,7 @@ class EthtoolWire {
   ~EthtoolWire();
 
   /// Answers one trapped ioctl. Interfaces that are not of the card's driver are refused.
-  void handle(const TrappedCall& call);
+  void handle(TrappedCall& call);
 
  private:
   // Each returns 0 or errno.

@@ -20,9 +20,9 @@ class NetlinkWire {
   explicit NetlinkWire(Card& card);
 
   /// Answers socket(AF_NETLINK, SOCK_RAW, NETLINK_GENERIC).
-  void open_socket(const TrappedCall& call);
+  void open_socket(TrappedCall& call);
   /// Answers bind with a netlink address; calls for other sockets go on to the kernel.
-  void bind_socket(const TrappedCall& call);
+  void bind_socket(TrappedCall& call);
 
   /// Adds the card's ends to a poll set, and handles those that became ready.
   void poll_add(std::vector<struct pollfd>& set) const;

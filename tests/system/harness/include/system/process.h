@@ -20,6 +20,10 @@ namespace kx_system {
 
 using std::chrono::milliseconds;
 
+/// Variables of the environment that force the room and the trap of every run; kxvcard chooses without.
+inline constexpr const char* room_variable = "KX_SYSTEM_ROOM";
+inline constexpr const char* trap_variable = "KX_SYSTEM_TRAP";
+
 /// A folder under the temporary folder, removed with everything in it.
 class Folder {
  public:
