@@ -15,6 +15,16 @@ add_library(kx_cjson INTERFACE)
 target_include_directories(kx_cjson SYSTEM INTERFACE ${CJSON_INCLUDE_DIR})
 target_link_libraries(kx_cjson INTERFACE ${CJSON_LIBRARY})
 
+# SHA-256. Linked statically: the tool must run on machines that do not have it.
+find_path(MD_INCLUDE_DIR sha2.h)
+find_library(MD_LIBRARY NAMES libmd.a)
+if(NOT MD_INCLUDE_DIR OR NOT MD_LIBRARY)
+  kx_missing("libmd" libmd-dev)
+endif()
+add_library(kx_md INTERFACE)
+target_include_directories(kx_md SYSTEM INTERFACE ${MD_INCLUDE_DIR})
+target_link_libraries(kx_md INTERFACE ${MD_LIBRARY})
+
 find_path(READLINE_INCLUDE_DIR readline/readline.h)
 find_library(READLINE_LIBRARY readline)
 if(NOT READLINE_INCLUDE_DIR OR NOT READLINE_LIBRARY)

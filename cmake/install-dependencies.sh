@@ -3,7 +3,7 @@
 # ethtool is the peer of the start-up benchmark. With arguments: those packages too (".ci/run" adds clang and its tools).
 set -euo pipefail
 
-packages=(g++ cmake ninja-build git pkg-config libcjson-dev libreadline-dev nim libgtest-dev libgmock-dev
+packages=(g++ cmake ninja-build git pkg-config libcjson-dev libmd-dev libreadline-dev nim libgtest-dev libgmock-dev
           libbenchmark-dev libboost-dev ethtool "$@")
 
 if ! command -v dpkg-query >/dev/null; then

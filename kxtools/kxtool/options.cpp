@@ -18,13 +18,13 @@ constexpr bool NIC = false;
 
 }  // namespace
 
-// names, no_device, by_bdf, handler, usage. A row without handler cannot be done by this build.
+// names, no_device, by_bdf, handler, usage, words_check. A row without handler cannot be done by this build.
 constexpr kxtool_option kxtool_option_table[KXTOOL_OPTION_NUM] = {
     {nullptr, NO_DEVICE, NIC, nullptr, USAGE_GENERAL},
     {"-h|--help", NO_DEVICE, NIC, kxtool_show_help, USAGE_HELP},
     {"-v|--version", NO_DEVICE, NIC, kxtool_show_version, USAGE_VERSION},
     {"bl1", DEVICE, BDF, nullptr, USAGE_BL1},
-    {"-f|-fw|fwupdate", DEVICE, BDF, kxtool_fw_main, USAGE_FWUPDATE},
+    {"-f|-fw|fwupdate", DEVICE, BDF, kxtool_fw_main, USAGE_FWUPDATE, kxtool_fw_words_check},
     {"repair", NO_DEVICE, NIC, nullptr, USAGE_REPAIR},
     {"fget|log", DEVICE, NIC, nullptr, USAGE_LOG},
     {"diag", DEVICE, NIC, kxtool_diag, USAGE_DIAG},

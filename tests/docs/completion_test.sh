@@ -27,4 +27,21 @@ offers 'kxtool bind 0000:3b:00.0 kxt' kxtrace_app
 offers 'kxtool bind eth0 kxpcie ms' msix_dump msi_dump
 offers 'kxtool bind eth0 kxrdma '
 offers 'kxtool sn_info e th0 $(x) `y` *'
+
+# kxpkg's words, in the array that bash hands over.
+source "$2" || exit 1
+kxpkg_offers() {
+  COMP_WORDS=($1) COMP_CWORD=$(($# > 1 ? $2 : ${#COMP_WORDS[@]} - 1))
+  _kxpkg
+  if [ "${COMPREPLY[*]}" != "$3" ]; then
+    echo "'$1' offers '${COMPREPLY[*]}', not '$3'"
+    failed=1
+  fi
+}
+kxpkg_offers 'kxpkg c' 1 check
+kxpkg_offers 'kxpkg --' 1 '--help --version'
+kxpkg_offers 'kxpkg check' 2 ''
+cd "$(mktemp -d)" && touch a.json b.txt
+kxpkg_offers 'kxpkg build' 2 a.json
+rm -r "$PWD"
 exit $failed

@@ -120,4 +120,54 @@ TEST_F(Kxpkg, CheckNamesEveryReason) {
   EXPECT_EQ(run("frob").status, 2);
 }
 
+// Two bytes that change places leave every sum as it was.
+TEST_F(Kxpkg, EveryChangeOfAPackageIsNoticed) {
+  ASSERT_EQ(build(R"({"identification": "TARN-FW-EVB-1", "kind": 1, "images": [
+      {"file": "a.bin", "offset": "0x41000", "type": 2}, {"file": "b.bin", "offset": "0x43000", "type": 2}]})")
+                .status,
+            0);
+  const std::string whole = folder_.read("out.pkg");
+  struct {
+    const char* what;
+    size_t at;
+    char add;       // to the byte there
+    char subtract;  // from the byte behind it
+    const char* reason;
+  } const cases[] = {
+      {"one byte", 256 + 0x1000, 1, 0, "the header says the sum 0x"},
+      {"two that add up to the same", 256 + 0x3000, 1, 1, "the file is damaged: its SHA-256"},
+      {"between images", 256 + 0x2800, 1, 0, "the file is damaged: its SHA-256"},
+      {"the identification", 256 + 4 + 9, 1, 1, "the file is damaged: its SHA-256"},
+      {"the seal", whole.size() - 2, 1, 0, "the file is damaged: its SHA-256"},
+  };
+  for (const auto& test : cases) {
+    std::string changed = whole;
+    changed[test.at] = static_cast<char>(changed[test.at] + test.add);
+    changed[test.at + 1] = static_cast<char>(changed[test.at + 1] - test.subtract);
+    folder_.write("out.pkg", changed);
+    const outcome result = run("check " + path("out.pkg"));
+    EXPECT_EQ(result.status, 1) << test.what;
+    EXPECT_NE(result.text.find(test.reason), std::string::npos) << test.what << "\n" << result.text;
+  }
+}
+
+TEST_F(Kxpkg, SumsAreShownAndEveryNamedPackageIsLookedAt) {
+  const std::string description = R"({"identification": "TARN-FW-EVB-1", "kind": 1, "images": [
+      {"file": "a.bin", "offset": "0x41000", "type": 2}]})";
+  ASSERT_EQ(build(description).status, 0);
+  fs::rename(path("out.pkg"), path("second.pkg"));
+  ASSERT_EQ(build(description).status, 0);
+  FILE* pipe = popen(("sha256sum " + path("out.pkg")).c_str(), "re");
+  char sum[65] = "";
+  EXPECT_EQ(fread(sum, 1, 64, pipe), 64u);
+  pclose(pipe);
+  const outcome both = run("check " + path("out.pkg") + " " + path("second.pkg"));
+  EXPECT_EQ(both.status, 0) << both.text;
+  EXPECT_NE(both.text.find(path("second.pkg") + ": SHA-256 " + sum), std::string::npos) << both.text;
+  EXPECT_NE(both.text.find(path("out.pkg") + ": part A image 0: sum 0x00076688"), std::string::npos) << both.text;
+  EXPECT_NE(run("info " + path("out.pkg")).text.find(std::string("SHA-256 ") + sum), std::string::npos);
+  EXPECT_EQ(run("check " + path("none") + " " + path("out.pkg")).status, 1);
+  EXPECT_EQ(run("--version").text.substr(0, 6), "kxpkg ");
+}
+
 }  // namespace

@@ -14,7 +14,7 @@
 
 #include "common/unique_fd.h"
 #include "description.h"
-#include "fwupdate/package.h"
+#include "fwupdate/package_digest.h"
 #include "kxpkg.h"
 
 namespace {
@@ -63,6 +63,20 @@ class output_file {
       position += static_cast<size_t>(count);
     }
     return true;
+  }
+
+  // The seal goes where nothing of an image is sent, the rounding of its size included.
+  bool seal(uint64_t end) {
+    const uint64_t place = (end + FW_SEAL_MARK.size() - 1) / FW_SEAL_MARK.size() * FW_SEAL_MARK.size();
+    if (place + FW_SEAL_SIZE > FW_PACKAGE_SIZE_MAX) {
+      return true;  // a full flash leaves no room
+    }
+    fw_sha256 digest;
+    if (ftruncate(fd_.get(), static_cast<off_t>(place)) != 0) {
+      return fail(path_);
+    }
+    errno = fw_file_sha256(fd_.get(), place, &digest);
+    return errno == 0 ? write(place, FW_SEAL_MARK) && write(place + FW_SEAL_MARK.size(), digest) : fail(path_);
   }
 
   bool keep() {
@@ -184,10 +198,15 @@ bool builder::write_package() {
     return false;
   }
   const bool one_partition = description_.kind == FW_KIND_ONE_PARTITION;
-  if (!write_part(description_.parts[0], one_partition ? FW_BASE_KIND_1 : FW_BASE_PART_A)) {
+  if (!write_part(description_.parts[0], one_partition ? FW_BASE_KIND_1 : FW_BASE_PART_A) ||
+      (!one_partition && !write_part(description_.parts[1], FW_BASE_PART_B))) {
     return false;
   }
-  return one_partition || write_part(description_.parts[1], FW_BASE_PART_B);
+  uint64_t end = 0;
+  for (const region& written : regions_) {
+    end = std::max(end, written.end);
+  }
+  return out_->seal(end);
 }
 
 }  // namespace
@@ -201,7 +220,7 @@ int kxpkg_build(const char* description_path, const char* output) {
   if (!out.is_open() || !builder(description, &out).write_package()) {
     return 1;
   }
-  if (kxpkg_check(out.temporary(), output, stderr) != 0) {
+  if (kxpkg_check(out.temporary(), output, nullptr, stderr) != 0) {
     return 1;
   }
   return out.keep() ? 0 : 1;

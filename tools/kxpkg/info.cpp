@@ -2,7 +2,7 @@
 #include <cinttypes>
 #include <cstring>
 
-#include "fwupdate/package.h"
+#include "fwupdate/package_digest.h"
 #include "kxpkg.h"
 
 namespace {
@@ -17,7 +17,12 @@ void print_part(const fw_package& package, fw_package_part part) {
   }
   fw_board_type type;
   const bool has_type = fw_board_type_of_identification(header.identification(), &type) == fw_board_result::ok;
-  printf("  checksum        0x%08x\n", header.checksum);
+  uint32_t header_sum = 0;
+  const bool summed = fw_header_sum(package, header, &header_sum) == 0;
+  printf("  checksum        0x%08x (%s)\n", header.checksum,
+         !summed                         ? "an image is unreadable"
+         : header_sum == header.checksum ? "the sum of the part"
+                                         : "not kxpkg's sum");
   printf("  identification  %s\n", fw_text_printable(header.identification()).data());
   printf("  board type      %s\n", has_type ? fw_text_printable(type.data()).data() : "(none)");
   printf("  images          %u%s\n", header.fw_cnt, header.count_is_valid() ? "" : " (not valid)");
@@ -59,6 +64,9 @@ int kxpkg_info(const char* path) {
   }
   printf("%s: %" PRIu64 " bytes, kind %u (%s)\n", path, package.size, package.kind,
          package.kind == FW_KIND_ONE_PARTITION ? "one partition" : "the whole flash");
+  fw_sha256 digest;
+  const int32_t error = fw_file_sha256(package.fd.get(), package.size, &digest);
+  printf("SHA-256 %s\n", error == 0 ? fw_sha256_text(digest).c_str() : strerror(error));
   print_part(package, FW_PART_A);
   if (package.kind == FW_KIND_WHOLE_FLASH) {
     print_part(package, FW_PART_B);

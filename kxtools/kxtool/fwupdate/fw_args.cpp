@@ -1,12 +1,17 @@
 #include "fw_args.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "common/report.h"
 #include "fw_log.h"
 
 namespace {
+
+constexpr int EXIT_WORDS = 1;
+constexpr int EXIT_NO_PACKAGE = 2;
 
 struct query {
   const char* word;
@@ -20,48 +25,126 @@ constexpr query QUERIES[] = {
 };
 constexpr const char* COMMAND_PACKAGE = "bin";  // whatever the file is called
 
-bool package_open(const char* path, fw_package* package) {
+const query* query_find(const char* word) {
+  for (const query& row : QUERIES) {
+    if (strcmp(row.word, word) == 0) {
+      return &row;
+    }
+  }
+  return nullptr;
+}
+
+// The words as they were typed.
+struct words {
+  const char* object = nullptr;
+  const char* sha256 = nullptr;
+  bool dry_run = false;
+};
+
+// Returns what is wrong with them, or null.
+const char* words_read(const kxtool_cmd_ctx& ctx, words* out) {
+  for (uint32_t i = 0; i < ctx.argc; ++i) {
+    const char* word = ctx.argv[i];
+    if (strcmp(word, "--dry-run") == 0) {
+      out->dry_run = true;
+    } else if (strcmp(word, "--sha256") == 0) {
+      if (++i == ctx.argc) {
+        return "--sha256 needs the sum that the package must have";
+      }
+      out->sha256 = ctx.argv[i];
+    } else if (strncmp(word, "--", 2) == 0) {
+      return "the options are --dry-run and --sha256";
+    } else if (out->object != nullptr) {
+      return "one word is needed after the device: a version package, or one of version, part, flash_cnt";
+    } else {
+      out->object = word;
+    }
+  }
+  if (out->object == nullptr) {
+    return "one word is needed after the device: a version package, or one of version, part, flash_cnt";
+  }
+  if (query_find(out->object) != nullptr && (out->dry_run || out->sha256 != nullptr)) {
+    return "--dry-run and --sha256 belong to a version package";
+  }
+  return nullptr;
+}
+
+int refuse_words(const kxtool_cmd_ctx& ctx, const char* why) {
+  kx_error_print("kxtool %s: %s\n%s\n", ctx.name, why, ctx.option->usage);
+  return EXIT_WORDS;
+}
+
+int refuse_package(const char* path, const char* why) {
+  kx_error_print("version package '%s' %s\n", path, why);
+  return EXIT_NO_PACKAGE;
+}
+
+int package_open(const char* path, fw_package* package) {
+  char why[160];
   switch (fw_package_open(path, package)) {
     case fw_open_result::opened:
-      return true;
+      return 0;
     case fw_open_result::no_file:
-      KXTOOLS_ERR("version package '%s' cannot be opened: %s\n", path, strerror(errno));
-      break;
+      snprintf(why, sizeof why, "cannot be opened: %s", strerror(errno));
+      return refuse_package(path, why);
     case fw_open_result::no_regular_file:
-      KXTOOLS_ERR("version package '%s' is no regular file\n", path);
-      break;
+      return refuse_package(path, "is no regular file");
     case fw_open_result::too_large:
-      KXTOOLS_ERR("version package '%s' is larger than %llu bytes\n", path,
-                  static_cast<unsigned long long>(FW_PACKAGE_SIZE_MAX));
-      break;
+      snprintf(why, sizeof why, "is larger than %llu bytes", static_cast<unsigned long long>(FW_PACKAGE_SIZE_MAX));
+      return refuse_package(path, why);
   }
-  FW_ERR("version package '%s' was not taken\n", path);
-  return false;
+  return EXIT_NO_PACKAGE;
 }
 
 }  // namespace
 
-int kxtool_fw_args_parse(const kxtool_cmd_ctx& ctx, fw_update* update) {
-  if (ctx.argc != 1) {
-    KXTOOLS_ERR("one word is needed after the device: a version package, or one of version, part, flash_cnt\n");
-    FW_ERR("%u words after the device, must be 1\n", ctx.argc);
-    return -1;
+int fw_request_read(const kxtool_cmd_ctx& ctx, fw_request* request) {
+  words typed;
+  const char* wrong = words_read(ctx, &typed);
+  fw_sha256 expected = {};
+  if (wrong == nullptr && typed.sha256 != nullptr && !fw_sha256_read(typed.sha256, &expected)) {
+    wrong = "--sha256 takes 64 hexadecimal digits";
   }
-  const char* word = ctx.argv[0];
-  for (const query& row : QUERIES) {
-    if (strcmp(row.word, word) == 0) {
-      update->command = row.word;
-      kxtool_fw_fsm_set(row.state);
-      return 0;
-    }
+  if (wrong != nullptr) {
+    return refuse_words(ctx, wrong);
+  }
+  if (query_find(typed.object) != nullptr) {
+    request->query = typed.object;
+    return 0;
+  }
+  request->path = typed.object;
+  request->dry_run = typed.dry_run;
+  const int status = package_open(typed.object, &request->package);
+  if (status != 0) {
+    return status;
+  }
+  char why[256];
+  const int32_t error = fw_file_sha256(request->package.fd.get(), request->package.size, &request->sha256);
+  if (error != 0) {
+    snprintf(why, sizeof why, "cannot be read: %s", strerror(error));
+    return refuse_package(typed.object, why);
+  }
+  if (typed.sha256 != nullptr && request->sha256 != expected) {
+    snprintf(why, sizeof why, "is another file: its SHA-256 is %s", fw_sha256_text(request->sha256).c_str());
+    return refuse_package(typed.object, why);
+  }
+  return 0;
+}
+
+int kxtool_fw_args_parse(fw_request* request, fw_update* update) {
+  if (request->query != nullptr) {
+    const query* row = query_find(request->query);
+    update->command = row->word;
+    kxtool_fw_fsm_set(row->state);
+    return 0;
   }
   update->command = COMMAND_PACKAGE;
-  if (!package_open(word, &update->package)) {
-    return -1;
-  }
-  FW_INFO("version package '%s', %llu bytes, kind %d\n", word, static_cast<unsigned long long>(update->package.size),
-          update->package.kind);
+  update->package = std::move(request->package);
+  update->path = request->path;
+  update->sha256 = request->sha256;
+  FW_INFO("version package '%s', %llu bytes, kind %d\n", request->path,
+          static_cast<unsigned long long>(update->package.size), update->package.kind);
   kxtool_fw_fsm_set(FW_STATE_PARSE);
   // Without a kind the parsing of the package refuses it.
-  return update->package.kind == FW_KIND_NONE ? 0 : fw_upd_boardtype_verify(update->device, update->package);
+  return update->package.kind == FW_KIND_NONE ? 0 : fw_upd_boardtype_verify(update);
 }

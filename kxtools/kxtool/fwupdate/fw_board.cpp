@@ -2,6 +2,7 @@
 #include "common/report.h"
 #include "fw_args.h"
 #include "fw_log.h"
+#include "fw_tell.h"
 #include "info/part_number.h"
 
 namespace {
@@ -50,35 +51,41 @@ bool card_type_get(const kxtool_part_number& pn, fw_board_type* type) {
 
 }  // namespace
 
-int fw_upd_boardtype_verify(kxtool_device* device, const fw_package& package) {
+int fw_upd_boardtype_verify(fw_update* update) {
   fw_header header;
-  if (fw_package_header_read(package, FW_PART_A, &header) != 0) {
+  if (fw_package_header_read(update->package, FW_PART_A, &header) != 0) {
     FW_BOARD_ERR("read verpkg info failed!\n");
+    fw_cause_tell("the package has no header with a whole image table: it is cut short or no version package");
     return EXIT_NO_HEADER;
   }
   fw_board_type package_type;
   if (!package_type_get(header, &package_type)) {
     FW_BOARD_ERR("boardtype get failed from verpkg!\n");
+    fw_cause_tell("the package does not say which board type it is for");
     return EXIT_NO_BOARD_TYPE;
   }
   kxtool_part_number pn = {};
-  const int32_t ret = kxtool_pn_get(device, &pn);
+  const int32_t ret = kxtool_pn_get(update->device, &pn);
   if (ret == KXTOOL_PN_NOT_SUPPORTED) {
     FW_INFO("the card does not tell its part number, board types are not compared\n");
     return 0;
   }
   if (ret != 0) {
     FW_BOARD_ERR("pn get failed!\n");
+    fw_cause_tell("the card does not tell its part number, so its board type is not known");
     return EXIT_NO_BOARD_TYPE;
   }
-  fw_board_type card_type;
-  if (!card_type_get(pn, &card_type)) {
+  if (!card_type_get(pn, &update->board_type)) {
     FW_BOARD_ERR("boardtype get failed from pn!\n");
+    fw_cause_tell("the card's part number does not say its board type");
     return EXIT_NO_BOARD_TYPE;
   }
-  if (!fw_board_type_match(package_type, card_type)) {
-    FW_BOARD_ERR("boardtype of verpkg is '%s', boardtype of pn is '%s', not match!\n",
-                 fw_text_printable(package_type.data()).data(), fw_text_printable(card_type.data()).data());
+  if (!fw_board_type_match(package_type, update->board_type)) {
+    const auto package_text = fw_text_printable(package_type.data());
+    const auto card_text = fw_text_printable(update->board_type.data());
+    FW_BOARD_ERR("boardtype of verpkg is '%s', boardtype of pn is '%s', not match!\n", package_text.data(),
+                 card_text.data());
+    fw_cause_tell("the package is for the board type '%s', the card is a '%s'", package_text.data(), card_text.data());
     return EXIT_NO_MATCH;
   }
   return 0;

@@ -18,5 +18,11 @@ int32_t kxtool_fw_data_sendto_riscv(fw_update* update);
 int32_t kxtool_fw_upd_crc_req_send(fw_update* update);
 int32_t kxtool_fw_end_req(fw_update* update);
 
+/// Asks the card for its permission to update and what it runs. Returns 0, or -1 with a log line.
+int32_t fw_running_ask(fw_update* update, fw_running* running);
+
+/// Milliseconds that the pauses of sending an image take.
+uint64_t fw_image_send_ms(const kxtool_device& device, const fw_image& image);
+
 /// Writes the card's flash statistics to the log. Returns 0, or -1 with a log line.
 int32_t fw_flash_statistics_log(fw_update* update);

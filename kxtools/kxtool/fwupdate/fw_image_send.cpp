@@ -70,7 +70,16 @@ int32_t send_packet(fw_update* update, const fw_image& image, uint32_t at, std::
   return 0;
 }
 
+uint32_t packet_pause_us(const kxtool_device& device) {
+  return device.os_type != 0 ? PACKET_PAUSE_OS_US : PACKET_PAUSE_US;
+}
+
 }  // namespace
+
+uint64_t fw_image_send_ms(const kxtool_device& device, const fw_image& image) {
+  const uint64_t packets = (fw_image_sent_size(image) + PACKET_DATA_MAX - 1) / PACKET_DATA_MAX;
+  return packets * packet_pause_us(device) / 1000;
+}
 
 int32_t kxtool_fw_upd_req_send(fw_update* update) {
   kxtool_fw_fsm_set(FW_STATE_WAIT);
@@ -111,7 +120,7 @@ int32_t kxtool_fw_data_sendto_riscv(fw_update* update) {
   kxtool_fw_fsm_set(FW_STATE_WAIT);
   const fw_image image = update->header.images[update->image];
   const uint32_t size = static_cast<uint32_t>(fw_image_sent_size(image));
-  const uint32_t pause_us = update->device->os_type != 0 ? PACKET_PAUSE_OS_US : PACKET_PAUSE_US;
+  const uint32_t pause_us = packet_pause_us(*update->device);
   show_phase(update, "writing");
   fw_progress_write_start(&update->progress, sent_before(*update));
   std::array<uint8_t, PIECE_SIZE> piece;

@@ -1,6 +1,9 @@
 // Entry of the sub-command.
 #include <sys/prctl.h>
+#include <syslog.h>
 #include <unistd.h>
+
+#include <new>
 
 #include "channel/bar_channel.h"
 #include "channel/event.h"
@@ -12,7 +15,9 @@
 #include "fw_flash_text.h"
 #include "fw_log.h"
 #include "fw_message.h"
+#include "fw_plan.h"
 #include "fw_run.h"
+#include "fw_tell.h"
 #include "fwupdate/fwupdate.h"
 #include "kxtools/shell.h"
 #include "startup/exit.h"
@@ -39,20 +44,47 @@ const char* channel_failure(int status) {
   }
 }
 
+// One line for the system's log; on a machine without one it goes nowhere.
+void journal_write(const char* line) {
+  openlog("kxtool", LOG_PID, LOG_USER);
+  syslog(LOG_NOTICE, "%s", line);
+}
+
+// Who began what.
+void begin_note(const fw_update& update) {
+  char user[256];
+  fw_user_text(user, sizeof user);
+  fw_note(update, "fwupdate of %s begins: %s", update.device->name, user);
+}
+
+// How it ended.
+void end_note(const fw_update& update, int status) {
+  const std::string cause = fw_cause();
+  fw_note(update, "fwupdate of %s ends with status %d%s%s", update.device->name, status, cause.empty() ? "" : ": ",
+          cause.c_str());
+}
+
 // The mailbox ends the process when an exchange fails: the log and the user still hear what is left. Behind a finished
 // update only its statistics are asked for: it stays finished.
 int on_channel_exit(int status) {
   fw_update* update = fw_update_get();
   FW_ERR("the channel to the card failed, exit status %d\n", status);
   if (kxtool_fw_fsm_get() == FW_STATE_FINISHED) {
-    return update->exit_status;
+    status = update->exit_status;
+    if (status == 0 && update->package.kind != FW_KIND_NONE) {
+      fw_result_tell(update);
+    }
+  } else {
+    fw_tell("cause: %s", channel_failure(status));
+    fw_flash_report(*update, "failed");
   }
-  kx_error_print("cause: %s\n", channel_failure(status));
-  fw_flash_report(*update, "failed");
+  end_note(*update, status);
   return status;
 }
 
-[[noreturn]] void leave(kxtool_device* device, int status) {
+[[noreturn]] void leave(const fw_update& update, int status) {
+  kxtool_device* device = update.device;
+  end_note(update, status);
   kxtool_recv_cb_set(nullptr);
   kxtool_process_exit_hook_set(nullptr);
   kxtool_release_fd_lock();
@@ -65,12 +97,24 @@ int on_channel_exit(int status) {
 
 }  // namespace
 
+int kxtool_fw_words_check(kxtool_cmd_ctx* ctx) {
+  auto* request = new (std::nothrow) fw_request;  // lives as long as the process
+  if (request == nullptr) {
+    KXTOOLS_ERR("no memory for the command's words\n");
+    return 1;
+  }
+  ctx->prepared = request;
+  return fw_request_read(*ctx, request);
+}
+
 int kxtool_fw_main(kxtool_cmd_ctx* ctx) {
+  auto* request = static_cast<fw_request*>(ctx->prepared);
   // Lives as long as the process: notices reach it until the end.
   fw_update update;
   update.device = &ctx->device;
   update.send = kxtool_fw_msg_send_sync;
   update.pause = sleep_us;
+  update.journal = request->path != nullptr && !request->dry_run ? journal_write : nullptr;
   update.deafness = kxtool_notice_deafness;
   fw_update_set(&update);
   fw_log_open();
@@ -78,20 +122,22 @@ int kxtool_fw_main(kxtool_cmd_ctx* ctx) {
   const kx_signal_guard guard;  // the update ends where the flash can be described
   prctl(PR_SET_TIMERSLACK, TIMER_SLACK_NS);
   kxtool_process_exit_hook_set(on_channel_exit);
-  const int args = kxtool_fw_args_parse(*ctx, &update);
-  if (args > 0) {
-    leave(&ctx->device, args);
-  }
-  if (args < 0) {
-    kxtool_fw_fsm_set(FW_STATE_FAILED);
+  begin_note(update);
+  const int args = kxtool_fw_args_parse(request, &update);
+  if (args != 0 && !request->dry_run) {
+    leave(update, args);
   }
   if (ctx->device.access_mode == KXTOOL_ACCESS_BDF && kxtools_permission_get() == 0) {
     kx_print("Warning: This command is not supported by the current permissions!!!\n");
     FW_ERR("This command is not supported by the current permissions\n");
-    leave(&ctx->device, EXIT_NO_PERMISSION);
+    fw_cause_tell("by PCI address the shell's super user may update ('su' raises the level)");
+    leave(update, EXIT_NO_PERMISSION);
+  }
+  if (request->dry_run) {
+    leave(update, fw_dry_run(&update, args));
   }
   kxtool_recv_cb_set(mts_fwupdate_recv_cb);
   fw_progress_start(&update.progress);
   const int status = fw_run(&update);
-  leave(&ctx->device, status);
+  leave(update, status);
 }

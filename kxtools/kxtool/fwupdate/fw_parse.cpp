@@ -1,6 +1,4 @@
 // Looking at the whole package before anything is sent: what a later state would refuse is refused here.
-#include <cstdio>
-
 #include "common/report.h"
 #include "fw_handlers.h"
 #include "fw_log.h"
@@ -56,6 +54,7 @@ int32_t refuse(const fw_problem& problem, uint32_t fw_cnt) {
     case fw_problem_kind::no_header:
     case fw_problem_kind::count:
     case fw_problem_kind::image_data:
+    case fw_problem_kind::seal:
       return refuse_damaged(fw_cnt);
   }
   return -1;

@@ -7,6 +7,7 @@
 #include "fw_flash_text.h"
 #include "fw_handlers.h"
 #include "fw_log.h"
+#include "fw_plan.h"
 
 namespace {
 
@@ -55,9 +56,12 @@ void log_statistics(fw_update* update) {
   }
 }
 
-int update_finish(const fw_update& update) {
+int update_finish(fw_update& update) {
   if (update.exit_status != 0) {
     return update.exit_status;
+  }
+  if (update.package.kind != FW_KIND_NONE) {
+    fw_result_tell(&update);
   }
   FW_INFO("****upd finish,kxtool will exit!!****\n");
   return 0;

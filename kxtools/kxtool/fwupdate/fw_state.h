@@ -2,6 +2,7 @@
 // receive thread, move on while it waits.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <mutex>
@@ -10,7 +11,7 @@
 #include "channel/device.h"
 #include "fw_progress.h"
 #include "fw_timer.h"
-#include "fwupdate/package.h"
+#include "fwupdate/package_digest.h"
 
 enum fw_state : uint8_t {
   FW_STATE_VERSION = 16,
@@ -36,6 +37,13 @@ enum class fw_phase : uint8_t { none, erasing, erase_failed, writing, reading, m
 using fw_send_fn = int32_t (*)(kxtool_device* device, const void* payload, uint16_t length, void* reply,
                                uint16_t* reply_len);
 
+/// What runs on the card now, as it tells when it is asked for its permission.
+struct fw_running {
+  uint8_t allows_update = 0;
+  std::array<char, FW_IDENTIFICATION_SIZE + 1> version = {};  ///< printable
+  uint32_t partition = 0;
+};
+
 struct fw_update {
   kxtool_device* device = nullptr;
   fw_send_fn send = nullptr;
@@ -46,6 +54,11 @@ struct fw_update {
   int exit_status = 0;       ///< of a state 20 that is no success
 
   fw_package package;
+  const char* path = nullptr;                   ///< of the package
+  fw_sha256 sha256 = {};                        ///< of the whole file
+  void (*journal)(const char* line) = nullptr;  ///< the system's log; null keeps lines out of it
+  fw_board_type board_type = {};                ///< the card's; empty when it does not tell
+  fw_running running;
   uint64_t total_size = 0;  ///< bytes that will be sent for all images
   fw_progress progress;
 

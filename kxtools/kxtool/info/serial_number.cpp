@@ -2,6 +2,7 @@
 
 #include "common/report.h"
 #include "info/info.h"
+#include "info/serial_number.h"
 #include "query.h"
 #include "reply_status.h"
 
@@ -16,8 +17,27 @@ constexpr size_t REPLY_LEN = 29;
 constexpr size_t REPLY_STATUS = 0;
 constexpr size_t REPLY_TEXT = 1;
 constexpr size_t TEXT_LEN = 12;  // not terminated
+static_assert(sizeof(kxtool_serial_number::text) == TEXT_LEN + 1);
 
 }  // namespace
+
+int32_t kxtool_serial_number_ask(kxtool_device* device, kxtool_serial_number* serial) {
+  uint8_t reply[REPLY_LEN];
+  const int32_t ret = kxtool_info_query(device, OP_SERIAL_NUMBER, PAYLOAD_LEN, reply);
+  if (ret != 0) {
+    return ret;
+  }
+  *serial = {};
+  serial->status = static_cast<int8_t>(reply[REPLY_STATUS]);
+  memcpy(serial->text, reply + REPLY_TEXT, TEXT_LEN);
+  for (char* c = serial->text; *c != '\0'; ++c) {
+    // What the card sends must not drive the terminal.
+    if (*c < ' ' || *c > '~') {
+      *c = '?';
+    }
+  }
+  return 0;
+}
 
 int kxtool_sn_get(kxtool_cmd_ctx* ctx) {
   if (ctx->argc != 1 || strcmp(ctx->argv[0], "sn_info") != 0) {
@@ -26,25 +46,16 @@ int kxtool_sn_get(kxtool_cmd_ctx* ctx) {
     KX_LINE(STYLE_INFO, "For more information run kxtool -h\n");
     return 1;
   }
-  uint8_t reply[REPLY_LEN];
-  const int32_t ret = kxtool_info_query(&ctx->device, OP_SERIAL_NUMBER, PAYLOAD_LEN, reply);
+  kxtool_serial_number serial;
+  const int32_t ret = kxtool_serial_number_ask(&ctx->device, &serial);
   if (ret != 0) {
     KX_LINE(STYLE_ERR, "tarn_tools_send_msg failed, ret=%d!\n", ret);
     return 1;
   }
-  const int8_t status = static_cast<int8_t>(reply[REPLY_STATUS]);
-  if (status != 0) {
-    KX_LINE(STYLE_ERR, "sn get failed, reps.status = %d,%s\n", status, kxtool_reply_status_text(status));
+  if (serial.status != 0) {
+    KX_LINE(STYLE_ERR, "sn get failed, reps.status = %d,%s\n", serial.status, kxtool_reply_status_text(serial.status));
     return 1;
   }
-  char text[TEXT_LEN + 1] = {};
-  memcpy(text, reply + REPLY_TEXT, TEXT_LEN);
-  for (char* c = text; *c != '\0'; ++c) {
-    // What the card sends must not drive the terminal.
-    if (*c < ' ' || *c > '~') {
-      *c = '?';
-    }
-  }
-  kx_print("sn=%s\n", text);
+  kx_print("sn=%s\n", serial.text);
   return 0;
 }

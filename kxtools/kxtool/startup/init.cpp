@@ -129,6 +129,10 @@ void kxtool_init(const kxtool_option_list& list, uint32_t count, char** words) {
   kxtool_cmd_ctx_set(&ctx);
   words_take(list, count, words, &ctx);
   const kxtool_option& option = *ctx.option;
+  const int words_status = option.words_check == nullptr ? 0 : option.words_check(&ctx);
+  if (words_status != 0) {
+    kxtool_exit(words_status);
+  }
   if (!option.no_device) {
     kxtool_create_timer_5s();  // a command works without it: a failure is only reported
     device_acquire(&ctx);

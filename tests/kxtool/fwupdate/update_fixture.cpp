@@ -34,6 +34,7 @@ void Update::plug(const std::string& card_file) {
   card_.reset();
   std::filesystem::remove(folder_ / "flash");
   sent_.clear();
+  journal_.clear();
   before_request_ = nullptr;
   file_ = std::make_unique<vcard::CardFile>(card_file);
   log_ = std::make_unique<vcard::RequestLog>();
@@ -76,6 +77,7 @@ Update::outcome Update::drive(fw_update* update) {
   update->pause = short_pause;
   update->limits = limits_;
   update->deafness = deafness_;
+  update->journal = [](const char* line) { running_test->journal_.emplace_back(line); };
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
   fw_progress_start(&update->progress);

@@ -42,6 +42,7 @@ class Update : public testing::Test {
   fw_time_limits limits_;
   const char* (*deafness_)() = nullptr;
   std::optional<kx_signal_guard> guard_;
+  std::vector<std::string> journal_;  // what went into the system's log
   std::function<void(const package_file::bytes&)> before_request_;
   std::vector<package_file::bytes> sent_;
 

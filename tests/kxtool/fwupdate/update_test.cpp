@@ -66,6 +66,9 @@ TEST_F(Update, WholeFlashPackageWritesBothPartitions) {
   const outcome result = run(package);
   EXPECT_EQ(result.status, 0) << result.log;
   EXPECT_THAT(result.log, HasSubstr("try to update part B"));
+  EXPECT_THAT(journal_, testing::ElementsAre(HasSubstr("runs TARN-FW-BOARDTYPE-1.0.0 from partition 1"),
+                                             HasSubstr("to both partitions: 2 images, 7032 bytes"),
+                                             HasSubstr("which both partitions now hold")));
   EXPECT_EQ(flash(0x41000, IMAGE_A.size()), IMAGE_A);
   EXPECT_EQ(flash(0x3302000, IMAGE_B.size()), IMAGE_B);
   ASSERT_EQ(requests(19).size(), 2u);

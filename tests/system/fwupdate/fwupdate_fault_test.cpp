@@ -95,6 +95,7 @@ TEST(FirmwareUpdateFault, StatisticsOfAWrittenUpdateMayBeLongerOrLost) {
     EXPECT_EQ(result.status, 0) << result.out;
     EXPECT_THAT(result.out, HasSubstr("write success"));
     EXPECT_THAT(work.log(), HasSubstr(test.log));
+    EXPECT_THAT(result.err, HasSubstr("the card's next reset starts TARN-FW-BOARDTYPE-2.0.0"));
     EXPECT_TRUE(work.flash_holds_package());
   }
 }

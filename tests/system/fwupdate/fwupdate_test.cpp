@@ -27,7 +27,8 @@ TEST(FirmwareUpdate, BothWaysAndBothKindsLeaveThePackageInTheFlash) {
       const Result result = kx_system::run(by_name ? work.by_name(card) : work.by_address(card));
       EXPECT_EQ(result.status, 0) << result.out << result.err;
       EXPECT_THAT(result.out, HasSubstr(SUCCESS));
-      EXPECT_EQ(result.err, "");
+      EXPECT_THAT(result.err, HasSubstr(by_name ? "card eth0 (0000:3b:00.0), board" : "card 0000:3b:00.0, board"));
+      EXPECT_THAT(result.err, Not(HasSubstr("cause: ")));
       EXPECT_TRUE(work.flash_holds_package());
       if (kind == 1) {
         EXPECT_EQ(work.flash(update_run::PARTITION_1, 0x10000), bytes(0x10000)) << "the running partition changed";
@@ -62,8 +63,6 @@ TEST(FirmwareUpdate, QueriesAndWrongWords) {
       {"version", 0, "running version: TARN-FW-BOARDTYPE-1.0.0\n"},
       {"part", 0, "active partition: 1\n"},
       {"flash_cnt", 0, "====risc->host rx_cnt   tx_cnt   tx_err====\n"},
-      {"/nonexistent", 7, "version package '/nonexistent' cannot be opened: No such file or directory\n"},
-      {"/", 7, "version package '/' is no regular file\n"},
   };
   const Workplace work;
   for (const auto& test : cases) {
@@ -71,9 +70,6 @@ TEST(FirmwareUpdate, QueriesAndWrongWords) {
     EXPECT_EQ(result.status, test.status) << test.word;
     EXPECT_THAT(result.out, HasSubstr(test.out));
   }
-  const Result two = kx_system::run({.words = {"fwupdate", "eth0", "version", "part"}});
-  EXPECT_EQ(two.status, 7);
-  EXPECT_THAT(two.out, HasSubstr("one word is needed after the device"));
 }
 
 TEST(FirmwareUpdate, PackageMustBeForTheCard) {

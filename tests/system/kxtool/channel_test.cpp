@@ -13,7 +13,7 @@ using testing::IsEmpty;
 namespace {
 
 const std::string SN = "sn_info eth0 sn_info";
-const std::string UPDATE = "fwupdate 0000:3b:00.0 /nonexistent/package";
+const std::string UPDATE = "fwupdate 0000:3b:00.0 version";
 
 std::string driver_compat(const std::string& keys) {
   return R"({"driver": {"compat": {)" + keys + "}}}";

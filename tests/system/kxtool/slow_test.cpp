@@ -10,7 +10,7 @@ namespace {
 
 TEST(SlowMailbox, ACardThatNeverAnswersEndsTheCommandWithSix) {
   const auto result =
-      check({R"({"faults": {"mailbox": {"requests": [{"never_answers": true}]}}})", "fwupdate 0000:3b:00.0 p", 6,
+      check({R"({"faults": {"mailbox": {"requests": [{"never_answers": true}]}}})", "fwupdate 0000:3b:00.0 version", 6,
              "\033[31mmsg_chan_err: [slot_exchange][#]BAR MSG ERR: msg_id: 0 time out.\033[m\n"
              "BAR MSG SEND ERR:ret 6 !\n"});
 }

@@ -28,13 +28,13 @@ TEST(StartUp, RefusalsPrintTheirLineAndSendNothing) {
        "kxtools_err: [device_acquire][#] 'eth0.1' is not a devname or domain:bus:device:function format!\n"},
       {"{}", "sn_info eno1 sn_info", 1, "Warning: No firmware compatibility information available!\n"},
       {"{}", "sn_info eth2 sn_info", 1, ""},
-      {"{}", "fwupdate 0000:3b:01.0 p", 1, ""},
+      {"{}", "fwupdate 0000:3b:01.0 version", 1, ""},
       {R"({"faults": {"dead": true}})", "sn_info eth0 sn_info", 1,
        "Warning: No firmware compatibility information available!\n"
        "kxtools_err: [kxtool_devname_is_kelpf][#] Device 0000:3b:00.0 does not answer!\n"},
       {function(R"("power_state": 3)"), "sn_info eth0 sn_info", 1, d3hot},
-      {function(R"("power_state": 3)"), "fwupdate 0000:3b:00.0 p", 1, d3hot},
-      {function(R"("power_state": 3, "driver": "vfio-pci")"), "fwupdate 0000:3b:00.0 p", 1,
+      {function(R"("power_state": 3)"), "fwupdate 0000:3b:00.0 version", 1, d3hot},
+      {function(R"("power_state": 3, "driver": "vfio-pci")"), "fwupdate 0000:3b:00.0 version", 1,
        d3hot + "Device 0000:3b:00.0 is bound to VFIO driver.\n"},
       {function(R"("power_capability": false)"), "sn_info eth0 sn_info", 1, "pcie cap[0x1] not find\n"},
       {"{}", "sn_info 0000:3b:00.0 sn_info", 1,
@@ -180,7 +180,7 @@ TEST_F(RunLock, IsNamedByTheFirstSevenCharactersOfTheDevice) {
   check({function(R"("interface": "enp59s0f0np0")"), "sn_info enp59s0f0np0 sn_info", 0, "sn=KX2601A00042\n"},
         {.state = state()});
   EXPECT_EQ(access((locks() + "/kxts_lock_enp59s0").c_str(), F_OK), 0);
-  kx_system::run({.words = {"fwupdate", "0:3B:00.1", "p"}, .state = state()});
+  kx_system::run({.words = {"fwupdate", "0:3B:00.1", "version"}, .state = state()});
   struct stat info = {};
   ASSERT_EQ(stat((locks() + "/kxts_lock_0000:3b").c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 07777, 0777u);

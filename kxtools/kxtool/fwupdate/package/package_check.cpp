@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "fwupdate/package_digest.h"
+
 namespace {
 
 constexpr int STATUS_NO_HEADER = 2;
@@ -120,6 +122,9 @@ std::vector<fw_problem> checker::run() {
   part(FW_PART_A);
   if (package_.kind == FW_KIND_WHOLE_FLASH) {
     part(FW_PART_B);
+  }
+  if (fw_seal_check(package_) == fw_seal::broken) {
+    add(fw_problem_kind::seal, 0, "the file is damaged: its SHA-256 is not the one that was sealed when it was made");
   }
   return problems_;
 }

@@ -18,6 +18,9 @@ struct kxtool_option {
   bool by_bdf;                    ///< works with a PCI address too, through the mailbox
   kxtool_option_handler handler;  ///< null: this build cannot do it; the device is checked, nothing is sent
   const char* usage;              ///< printed for "-h"; null for none
+  /// Looks at the words before anything of the device is touched. Returns 0, or the exit status with lines that say
+  /// why; what it finds may wait in `prepared`. Null: the handler looks at them.
+  kxtool_option_handler words_check = nullptr;
 };
 
 struct kxtool_cmd_ctx {
@@ -26,6 +29,7 @@ struct kxtool_cmd_ctx {
   const char* device_word = nullptr;  ///< null for a row without device
   uint32_t argc = 0;                  ///< words after the device word (after the name for a row without device)
   char** argv = nullptr;
+  void* prepared = nullptr;  ///< from the row's words_check, for its handler
   kxtool_device device;
 };
 

@@ -17,6 +17,7 @@ enum class fw_problem_kind : uint8_t {
   image_data,    ///< beyond the file, or shared with another image
   image_offset,  ///< `value` is the flash offset
   image_device,  ///< `value` is the flash device id
+  seal,          ///< the file was changed after kxpkg had made it
 };
 
 struct fw_problem {

@@ -1,0 +1,110 @@
+#include "fwupdate/package_digest.h"
+
+#include <sha2.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <span>
+
+namespace {
+
+constexpr size_t PIECE_SIZE = size_t{64} * 1024;
+
+int32_t read_whole(int fd, uint64_t position, std::span<uint8_t> out) {
+  while (!out.empty()) {
+    const ssize_t count = pread(fd, out.data(), out.size(), static_cast<off_t>(position));
+    if (count < 0 && errno == EINTR) {
+      continue;
+    }
+    if (count <= 0) {
+      return count == 0 ? ENODATA : errno;
+    }
+    out = out.subspan(static_cast<size_t>(count));
+    position += static_cast<size_t>(count);
+  }
+  return 0;
+}
+
+int digit_value(char c) {
+  if (c >= '0' && c <= '9') {
+    return c - '0';
+  }
+  const char lower = static_cast<char>(c | 0x20);
+  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+}  // namespace
+
+int32_t fw_file_sha256(int fd, uint64_t size, fw_sha256* digest) {
+  SHA2_CTX context;
+  SHA256Init(&context);
+  std::array<uint8_t, PIECE_SIZE> piece;
+  for (uint64_t at = 0; at < size; at += piece.size()) {
+    const auto out = std::span(piece).first(std::min<uint64_t>(piece.size(), size - at));
+    const int32_t error = read_whole(fd, at, out);
+    if (error != 0) {
+      return error;
+    }
+    SHA256Update(&context, out.data(), out.size());
+  }
+  SHA256Final(digest->data(), &context);
+  return 0;
+}
+
+std::string fw_sha256_text(const fw_sha256& digest) {
+  constexpr const char* DIGITS = "0123456789abcdef";
+  std::string text;
+  for (const uint8_t byte : digest) {
+    text += DIGITS[byte >> 4];
+    text += DIGITS[byte & 15];
+  }
+  return text;
+}
+
+bool fw_sha256_read(const char* text, fw_sha256* digest) {
+  if (strlen(text) != 2 * digest->size()) {
+    return false;
+  }
+  for (size_t i = 0; i < digest->size(); ++i) {
+    const int high = digit_value(text[2 * i]);
+    const int low = digit_value(text[2 * i + 1]);
+    if (high < 0 || low < 0) {
+      return false;
+    }
+    (*digest)[i] = static_cast<uint8_t>(high << 4 | low);
+  }
+  return true;
+}
+
+int32_t fw_header_sum(const fw_package& package, const fw_header& header, uint32_t* sum) {
+  *sum = fw_checksum(std::span(header.bytes).subspan(FW_HEADER_IDENTIFICATION));
+  for (const fw_image& image : header.table()) {
+    uint32_t image_sum = 0;
+    if (fw_image_checksum(package, header, image, &image_sum) != 0) {
+      return -1;
+    }
+    *sum += image_sum;
+  }
+  return 0;
+}
+
+fw_seal fw_seal_check(const fw_package& package) {
+  if (package.size < FW_SEAL_SIZE) {
+    return fw_seal::none;
+  }
+  const uint64_t place = package.size - FW_SEAL_SIZE;
+  std::array<uint8_t, FW_SEAL_SIZE> seal;
+  if (read_whole(package.fd.get(), place, seal) != 0) {
+    return fw_seal::broken;
+  }
+  if (!std::equal(FW_SEAL_MARK.begin(), FW_SEAL_MARK.end(), seal.begin())) {
+    return fw_seal::none;
+  }
+  fw_sha256 digest;
+  return fw_file_sha256(package.fd.get(), place, &digest) == 0 &&
+                 std::equal(digest.begin(), digest.end(), seal.begin() + FW_SEAL_MARK.size())
+             ? fw_seal::whole
+             : fw_seal::broken;
+}

@@ -1,0 +1,177 @@
+// What the operator is told before and after an update, and what is refused before the card hears of it.
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <filesystem>
+
+#include "update_run.h"
+
+namespace {
+
+using kx_system::Result;
+using testing::AllOf;
+using testing::AnyOf;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+using update_run::bytes;
+using update_run::Workplace;
+
+std::string sha256_of(const std::string& path) {
+  FILE* pipe = popen(("sha256sum " + path).c_str(), "re");
+  char sum[65] = "";
+  EXPECT_EQ(fread(sum, 1, 64, pipe), 64u);
+  pclose(pipe);
+  return sum;
+}
+
+Result run(const Workplace& work, std::vector<std::string> words, const std::string& card = "{}") {
+  words.insert(words.begin(), {"fwupdate", "eth0"});
+  return kx_system::run({.card = card, .words = std::move(words), .state = work.folder.path()});
+}
+
+testing::Matcher<const std::vector<std::string>&> hears_of_the_update() {
+  // Not the question for the permission, in either form.
+  return Contains(AllOf(HasSubstr("event_id=27 "), Not(AnyOf(HasSubstr(" payload=1c"), HasSubstr(" payload=12")))));
+}
+
+TEST(FirmwareUpdatePlan, DryRunShowsCardPackageAndWriteAndLeavesTheFlash) {
+  for (const int kind : {1, 2}) {
+    const Workplace work(kind);
+    const Result result = run(work, {work.package, "--dry-run"}, R"({"information": {"os_type": 1}})");
+    EXPECT_EQ(result.status, 0) << result.out << result.err;
+    for (const std::string& line :
+         {std::string("  interface       eth0\n"), std::string("  address         0000:3b:00.0\n"),
+          std::string("  serial number   "), std::string("  board type      BOARDTYPE\n"),
+          std::string("  runs            TARN-FW-BOARDTYPE-1.0.0 from partition 1\n"),
+          "  SHA-256         " + sha256_of(work.package) + "\n",
+          std::string("    image 0             5000 bytes at flash offset 0x00041000 of device 2\n"),
+          std::string("  part A          TARN-FW-BOARDTYPE-2.0.0, header sum 0x12345678 (its bytes have another)\n"),
+          std::string("  writes          2 images, 7032 bytes, to ") +
+              (kind == 1 ? "partition 2\n" : "both partitions\n"),
+          std::string("  takes           about 1 s, and what the card takes to erase and read back\n"),
+          std::string("  refused         by nothing\n")}) {
+      EXPECT_THAT(result.out, HasSubstr(line));
+    }
+    EXPECT_THAT(result.log, Not(hears_of_the_update()));
+    EXPECT_FALSE(work.flash_holds_package());
+  }
+}
+
+TEST(FirmwareUpdatePlan, DryRunEndsWithTheStatusOfTheUpdate) {
+  struct {
+    const char* identification;
+    const char* card;
+    uint64_t size;  // of the package; 0: as it is
+    int status;
+    const char* out;
+  } const cases[] = {
+      {"TARN-FW-BOARDTYPE-2", R"({"update": {"authorises": false}})", 0, 5, "the card refuses the update (status 5)"},
+      {"TARN-FW-BOARDTYPE-2", R"({"update": {"partition": 3}})", 0, 7, "says that it runs from partition 3 (status 7)"},
+      {"TARN-FW-EVB-2", "{}", 0, 4, "the package is not for this card (status 4)"},
+      {"TARN-FW-BOARDTYPE-2", "{}", 256 + 0x1000, 7, "reach past the file's end at 0x1100 (status 7)"},
+      {"TARN-FW-BOARDTYPE-2", R"({"faults": {"netlink": {"bind_errno": 98}}})", 0, 7, "cannot be heard: "},
+      {"TARN-FW-BOARDTYPE-2", R"({"faults": {"processor": {"requests": [{"event_id": 27, "result": -8}]}}})", 0, 7,
+       "does not answer the request to update (status 7)"},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.out);
+    const Workplace work(1, test.identification);
+    if (test.size != 0) {
+      std::filesystem::resize_file(work.package, test.size);
+    }
+    const Result dry = run(work, {"--dry-run", work.package}, test.card);
+    EXPECT_EQ(dry.status, test.status) << dry.out;
+    EXPECT_THAT(dry.out, HasSubstr(std::string("  refused         ")));
+    EXPECT_THAT(dry.out, HasSubstr(test.out));
+    EXPECT_THAT(dry.log, Not(hears_of_the_update()));
+    EXPECT_EQ(run(work, {work.package}, test.card).status, test.status);
+  }
+}
+
+TEST(FirmwareUpdatePlan, UpdateTellsWhatItDoesAndWhatRunsAfterwards) {
+  const Workplace work;
+  const Result result = run(work, {work.package, "--sha256", sha256_of(work.package)});
+  EXPECT_EQ(result.status, 0) << result.out << result.err;
+  const std::string lines[] = {
+      "card eth0 (0000:3b:00.0), board type BOARDTYPE: runs TARN-FW-BOARDTYPE-1.0.0 from partition 1\n",
+      "package TARN-FW-BOARDTYPE-2.0.0 to partition 2: 2 images, 7032 bytes, about 1 s and the card's own time; "
+      "SHA-256 " +
+          sha256_of(work.package) + ", " + work.package + "\n",
+      "part A of the package says the sum 0x12345678, its bytes have 0x",
+      "now runs TARN-FW-BOARDTYPE-1.0.0 from partition 1; the card's next reset starts TARN-FW-BOARDTYPE-2.0.0, which "
+      "partition 2 now holds\n",
+      "to start it reset the card by its BMC"};
+  size_t at = 0;
+  for (const std::string& line : lines) {
+    const size_t found = result.err.find(line, at);
+    EXPECT_NE(found, std::string::npos) << line << "is missing or out of order in\n" << result.err;
+    at = found == std::string::npos ? at : found;
+    EXPECT_THAT(work.log(), HasSubstr(line));
+  }
+  EXPECT_THAT(work.log(), HasSubstr("fwupdate of eth0 begins: user "));
+  EXPECT_THAT(work.log(), HasSubstr(", terminal "));
+  EXPECT_THAT(work.log(), HasSubstr("fwupdate of eth0 ends with status 0\n"));
+}
+
+TEST(FirmwareUpdatePlan, WordsAndFilesAreRefusedBeforeTheCardIsTouched) {
+  const Workplace work;
+  const std::string sum = sha256_of(work.package);
+  const std::string other = std::string(64, '0');
+  struct {
+    std::vector<std::string> words;
+    int status;
+    std::string err;
+  } const cases[] = {
+      {{"version", "part"}, 1, "one word is needed after the device"},
+      {{"--dry-run"}, 1, "one word is needed after the device"},
+      {{work.package, "--force"}, 1, "the options are --dry-run and --sha256\n"},
+      {{work.package, "--sha256"}, 1, "--sha256 needs the sum"},
+      {{work.package, "--sha256", sum.substr(1)}, 1, "--sha256 takes 64 hexadecimal digits\n"},
+      {{work.package, "--sha256", "g" + sum.substr(1)}, 1, "--sha256 takes 64 hexadecimal digits\n"},
+      {{"version", "--dry-run"}, 1, "belong to a version package\n"},
+      {{work.package, "--sha256", other},
+       2,
+       "version package '" + work.package + "' is another file: its SHA-256 is " + sum + "\n"},
+      {{"/nonexistent"}, 2, "version package '/nonexistent' cannot be opened: No such file or directory\n"},
+      {{"/"}, 2, "version package '/' is no regular file\n"},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.err);
+    const Result result = run(work, test.words);
+    EXPECT_EQ(result.status, test.status);
+    EXPECT_THAT(result.err, HasSubstr(test.err));
+    EXPECT_EQ(result.err.find("SYNOPSIS") != std::string::npos, test.status == 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.log, Not(Contains(HasSubstr("ioctl"))));
+  }
+}
+
+// Each of them says why on standard error, whatever stands on standard output.
+TEST(FirmwareUpdatePlan, EveryStatusNamesItsCause) {
+  struct {
+    const char* identification;
+    const char* card;
+    bool by_address;
+    int status;
+    const char* cause;
+  } const cases[] = {
+      {"TARN-FW-EVB-2", "{}", false, 4, "cause: the package is for the board type 'EVB', the card is a 'BOARDTYPE'\n"},
+      {"EVB-2", "{}", false, 3, "cause: the package does not say which board type it is for\n"},
+      {"TARN-FW-EVB-2", R"({"information": {"part_number_status": -9}})", false, 3,
+       "cause: the card does not tell its part number, so its board type is not known\n"},
+      {"TARN-FW-EVB-2", R"({"information": {"part_number": "123456789"}})", false, 3,
+       "cause: the card's part number does not say its board type\n"},
+      {"TARN-FW-BOARDTYPE-2", "{}", true, 6, "cause: by PCI address the shell's super user may update"},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.cause);
+    const Workplace work(1, test.identification);
+    const Result result = kx_system::run(test.by_address ? work.by_address(test.card, false) : work.by_name(test.card));
+    EXPECT_EQ(result.status, test.status) << result.out;
+    EXPECT_THAT(result.err, HasSubstr(test.cause));
+    EXPECT_THAT(result.err, HasSubstr("nothing was written to the flash\n"));
+  }
+}
+
+}  // namespace
