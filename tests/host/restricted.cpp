@@ -7,6 +7,8 @@
 //   no-notify       the kernel knows no user notification of system calls
 //   no-filter       no seccomp filter at all
 //   no-sys          a root folder without /sys
+//   chroot          a root folder that is no mount point
+//   no-reaper       a first process that waits for no child
 //   small           64 processes, no HOME, no language, no terminal
 //
 // Exit status 77 when this machine does not allow what a word needs, else the command's.
@@ -21,6 +23,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -92,23 +95,52 @@ void no_filter() {
   filter_add(refusal(SYS_seccomp, ENOSYS));
 }
 
-/// A root folder in memory with everything of the host but /sys.
-void no_sys() {
+/// A root folder in memory, at the mount point itself or below it, with everything of the host but `left_out`.
+void root_change(const std::string& below, const std::string& left_out) {
   check(unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "mounts");
-  const std::string root = "/tmp/restricted." + std::to_string(getpid());
-  check(mkdir(root.c_str(), 0755) == 0 && mount("none", root.c_str(), "tmpfs", 0, "mode=0755") == 0, "root folder");
+  const std::string point = "/mnt";
+  check(mount("none", point.c_str(), "tmpfs", 0, "mode=0755") == 0, "root folder");
+  const std::string root = point + below;
+  mkdir(root.c_str(), 0755);
   for (const auto& entry : std::filesystem::directory_iterator("/")) {
     const std::string target = root + entry.path().string();
     if (entry.is_symlink()) {
       std::filesystem::copy_symlink(entry.path(), target);
-    } else if (entry.is_directory() && entry.path() != "/sys") {
+    } else if (entry.is_directory() && entry.path() != left_out && entry.path() != point) {
       check(mkdir(target.c_str(), 0755) == 0, target.c_str());
       check(mount(entry.path().c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0, target.c_str());
     }
   }
   const std::string here = std::filesystem::current_path();
   check(chroot(root.c_str()) == 0 && chdir(here.c_str()) == 0, "chroot");
-  rmdir(root.c_str());
+}
+
+void no_sys() {
+  root_change("", "/sys");
+}
+
+void change_root() {
+  root_change("/root", "");
+}
+
+/// Goes on as the second process of a process namespace, whose first one only sleeps.
+void no_reaper() {
+  check(unshare(CLONE_NEWPID | CLONE_NEWNS) == 0, "process namespace");
+  const pid_t first = fork();
+  if (first != 0) {
+    int status = 0;
+    waitpid(first, &status, 0);
+    _exit(WEXITSTATUS(status));
+  }
+  check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+            mount("proc", "/proc", "proc", 0, nullptr) == 0,
+        "/proc");
+  const pid_t second = fork();
+  if (second != 0) {
+    siginfo_t info = {};
+    waitid(P_PID, static_cast<id_t>(second), &info, WEXITED);
+    _exit(info.si_status);
+  }
 }
 
 void small() {
@@ -125,12 +157,10 @@ constexpr struct {
   void (*apply)();
 } restrictions[] = {
     // In the order in which they can be applied.
-    {"no-sys", no_sys},
-    {"small", small},
-    {"no-capability", no_capability},
-    {"no-notify", no_notify},
-    {"no-namespaces", no_namespaces},
-    {"no-filter", no_filter},
+    {"no-reaper", no_reaper},         {"no-sys", no_sys},
+    {"chroot", change_root},          {"small", small},
+    {"no-capability", no_capability}, {"no-notify", no_notify},
+    {"no-namespaces", no_namespaces}, {"no-filter", no_filter},
 };
 
 }  // namespace

@@ -42,6 +42,8 @@ TEST(Restricted, TheMainJobRunsWhereverTheCardFindsARoom) {
   } const machines[] = {
       {"", ""},
       {"small", ""},
+      {"chroot", ""},
+      {"no-reaper", ""},
       {"no-notify", "room mount, trap ptrace ("},
       {"no-notify no-filter", "room mount, trap ptrace ("},
       {"no-capability", "room user, trap notify ("},

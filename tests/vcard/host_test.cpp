@@ -147,8 +147,15 @@ TEST(Host, AnInterruptOnTheTerminalReachesTheCommandOnce) {
   EXPECT_EQ(process.wait().status, 3);
 }
 
+/// The state letter of a process; one that nobody has waited for yet ("Z") counts as gone.
+char state_of(pid_t pid) {
+  const std::string text = kx_system::Folder::read("/proc/" + std::to_string(pid) + "/stat");
+  const size_t name_end = text.rfind(')');
+  return name_end != std::string::npos && name_end + 2 < text.size() ? text[name_end + 2] : 'Z';
+}
+
 bool lives(pid_t pid) {
-  return kill(pid, 0) == 0;
+  return state_of(pid) != 'Z';
 }
 
 bool dies(pid_t pid) {
@@ -180,6 +187,21 @@ TEST(Host, NothingIsLeftWhenEitherProcessIsKilled) {
     EXPECT_TRUE(dies(command));
     EXPECT_TRUE(dies(background));
   }
+}
+
+TEST(Host, AStoppedProcessStaysStoppedAndGoesOn) {
+  kx_system::Process process(script("echo $$; kill -STOP $$; echo on; kill -TSTP $$; echo end"));
+  ASSERT_TRUE(process.expect("\n"));
+  const pid_t command = static_cast<pid_t>(strtol(process.output().c_str(), nullptr, 10));
+  for (const char* next : {"on\n", "end\n"}) {
+    for (int i = 0; i < 500 && state_of(command) != 'T' && state_of(command) != 't'; ++i) {
+      usleep(10000);
+    }
+    EXPECT_FALSE(process.expect(next, kx_system::milliseconds(100)));
+    kill(command, SIGCONT);
+    EXPECT_TRUE(process.expect(next));
+  }
+  EXPECT_EQ(process.wait().status, 0);
 }
 
 TEST(Host, BackgroundProcessesEndWithTheCommand) {

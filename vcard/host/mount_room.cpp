@@ -4,7 +4,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
+#include <cstdio>
 #include <cstring>
+#include <memory>
 
 #include "host/room.h"
 #include "host/unique_fd.h"
@@ -37,6 +40,36 @@ std::string user_namespace_enter() {
   return "";
 }
 
+/// True unless the mount of the root folder is known to be nobody else's too.
+bool root_is_shared() {
+  const std::unique_ptr<FILE, int (*)(FILE*)> mounts(fopen("/proc/self/mountinfo", "re"), fclose);
+  bool shared = true;
+  char line[4096];
+  while (mounts != nullptr && fgets(line, sizeof line, mounts.get()) != nullptr) {
+    // "ID PARENT DEVICE ROOT POINT OPTIONS [shared:N ...] - TYPE ..."; the last one lies on top.
+    char point[2048];
+    if (sscanf(line, "%*s %*s %*s %*s %2047s", point) == 1 && strcmp(point, "/") == 0) {
+      shared = strstr(line, " shared:") != nullptr;
+    }
+  }
+  return shared;
+}
+
+/// A root folder that is no mount point, as chroot leaves it, is made one.
+std::string root_make_mount() {
+  char here[PATH_MAX] = "/";
+  static_cast<void>(!getcwd(here, sizeof here));
+  // ".." of a root goes to what lies over it; the current folder has to be entered anew there.
+  if (mount("/", "/", nullptr, MS_BIND | MS_REC, nullptr) != 0 || chroot("/..") != 0 || chdir(here) != 0) {
+    return error_of("a mount over the root folder");
+  }
+  if (root_is_shared()) {
+    umount2("/", MNT_DETACH);  // it shows outside, too
+    return "the root folder is no mount point, and its mount is shared";
+  }
+  return "";
+}
+
 /// Nothing that is mounted from here on shows outside.
 std::string mounts_make_private() {
   if (unshare(CLONE_NEWNS) != 0) {
@@ -45,12 +78,11 @@ std::string mounts_make_private() {
   if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0) {
     return "";
   }
-  // A root folder that is no mount point, as chroot leaves it, is made one; ".." of a root goes to what lies over it.
-  if (errno != EINVAL || mount("/", "/", nullptr, MS_BIND | MS_REC, nullptr) != 0 || chroot("/..") != 0 ||
-      mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
-    return error_of("private mounts");
+  std::string refusal = errno == EINVAL ? root_make_mount() : error_of("private mounts");
+  if (refusal.empty() && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+    refusal = error_of("private mounts");
   }
-  return "";
+  return refusal;
 }
 
 std::string memory_mount(const char* target) {

@@ -1,0 +1,124 @@
+// The rooms and traps of the virtual card beside the first of them: a word of card memory, an exchange with the driver,
+// and a whole run of kxvcard. The program starts itself again under each virtual card.
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "kx_pcie/bind.h"
+#include "kx_pcie/tunnel.h"
+#include "kxtools/dev.h"
+#include "side_by_side.h"
+
+namespace {
+
+constexpr int ROUNDS = 7;
+constexpr int WORDS = 50;
+constexpr int EXCHANGES = 500;
+constexpr uint64_t ADDRESS = 0x6208000000;
+constexpr unsigned long DRIVER_REQUEST = 0x89fd;
+constexpr uint32_t COMPAT_QUERY = 6;
+
+struct Place {
+  const char* room;
+  const char* trap;
+  std::vector<double> word, exchange, start;  // microseconds
+};
+
+/// A compatibility query, as the driver's ioctl takes it.
+struct Exchange {
+  std::array<uint8_t, 8> status = {};
+  std::array<uint8_t, 8> reply = {};
+  std::array<uint8_t, 40> message = {};
+  std::array<uint8_t, 40> request = {};
+
+  Exchange() {
+    const uint64_t status_at = reinterpret_cast<uint64_t>(status.data());
+    const uint64_t reply_at = reinterpret_cast<uint64_t>(reply.data());
+    const uint64_t message_at = reinterpret_cast<uint64_t>(message.data());
+    const uint16_t room = static_cast<uint16_t>(reply.size());
+    memcpy(&message[0], &COMPAT_QUERY, sizeof COMPAT_QUERY);
+    memcpy(&message[8], &status_at, sizeof status_at);
+    memcpy(&message[24], &reply_at, sizeof reply_at);
+    memcpy(&message[32], &room, sizeof room);
+    memcpy(&request[0], "eth0", 4);
+    memcpy(&request[16], &message_at, sizeof message_at);
+  }
+};
+
+int measure_inside() {
+  const kxtools_dev_pcie_ops ops = {bind_pcie_dev_help, get_sbdf_by_node_id, bind_pcie_dev_by_sbdf};
+  kxtools_dev_pcie_ops_set(&ops);
+  kxtools_sbdf function = 0;
+  if (kxtools_dev_name2bdf("0000:3b:00.0", &function) != 0 || kxtools_dev_bind(function) != 0) {
+    return 1;
+  }
+  bool good = true;
+  const double words = side_by_side::time_of([&] {
+    for (int i = 0; i < WORDS; ++i) {
+      uint32_t value = 0;
+      good = good && read_val_from_kx(ADDRESS, &value) == 0;
+    }
+  });
+  Exchange exchange;
+  const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+  const double exchanges = side_by_side::time_of([&] {
+    for (int i = 0; i < EXCHANGES; ++i) {
+      good = good && ioctl(fd, DRIVER_REQUEST, exchange.request.data()) == 0;
+    }
+  });
+  close(fd);
+  printf("%f %f\n", words / WORDS / 1000, exchanges / EXCHANGES / 1000);
+  return good ? 0 : 1;
+}
+
+bool measure(Place& place, const std::string& self) {
+  const std::string card = std::string(KXVCARD " --room ") + place.room + " --trap " + place.trap + " -- ";
+  int status = 0;
+  place.start.push_back(side_by_side::time_of([&] { status = system((card + "true").c_str()); }) / 1000);
+  FILE* stream = popen((card + self + " --inside").c_str(), "re");
+  double word = 0;
+  double exchange = 0;
+  const bool read = stream != nullptr && fscanf(stream, "%lf %lf", &word, &exchange) == 2;
+  place.word.push_back(word);
+  place.exchange.push_back(exchange);
+  return stream != nullptr && pclose(stream) == 0 && read && status == 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc > 1 && strcmp(argv[1], "--inside") == 0) {
+    return measure_inside();
+  }
+  char self[4096] = {};
+  if (readlink("/proc/self/exe", self, sizeof self - 1) < 0) {
+    return 1;
+  }
+  Place places[] = {
+      {"mount", "notify"}, {"mount", "ptrace"}, {"user", "notify"}, {"paths", "notify"}, {"paths", "ptrace"}};
+  for (int round = 0; round < ROUNDS; ++round) {
+    for (Place& place : places) {
+      if (!measure(place, self)) {
+        fprintf(stderr, "room %s, trap %s: not possible here\n", place.room, place.trap);
+        return 1;
+      }
+    }
+  }
+  side_by_side::table table("microseconds");
+  for (const Place& place : places) {
+    const std::string name = std::string(place.room) + " " + place.trap;
+    table.row(name + ": card-memory word", place.word, places[0].word, "-");
+    table.row(name + ": driver exchange", place.exchange, places[0].exchange, "-");
+    table.row(name + ": start and end", place.start, places[0].start, "-");
+  }
+}
