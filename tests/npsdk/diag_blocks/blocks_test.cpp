@@ -54,12 +54,12 @@ TEST_F(CommandsOnCard, GateListEndsWhereItsMemoryEnds) {
   const uint32_t gate[] = {0x81, 250};
   const uint32_t num = 2;
   ASSERT_EQ(dpp_reg_write(0, DPP_REG_TSN_PORT_GCL, 2, 1, gate), 0u);
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_TSN_PORT_GCL_NUM, 0, 2, &num), 0u);
+  ASSERT_EQ(dpp_reg_write(0, DPP_REG_TSN_PORT_GCL_NUM, 0, 2, {&num, 1}), 0u);
   EXPECT_EQ(text("diag_dpp_tsn_port_gcl_prt", {0, 2}),
             "port_id-002 gcl_num: 2\ngcl-000 gate_value: 0x00 gate_interval: 0\n"
             "gcl-001 gate_value: 0x81 gate_interval: 250\n");
   const uint32_t too_many = 255;
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_TSN_PORT_GCL_NUM, 0, 2, &too_many), 0u);
+  ASSERT_EQ(dpp_reg_write(0, DPP_REG_TSN_PORT_GCL_NUM, 0, 2, {&too_many, 1}), 0u);
   const std::string list = text("diag_dpp_tsn_port_prt", {0, 2});
   EXPECT_TRUE(holds(list, "gcl-063 "));
   EXPECT_FALSE(holds(list, "gcl-064 "));

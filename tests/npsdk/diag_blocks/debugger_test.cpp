@@ -39,7 +39,7 @@ TEST_F(CommandsOnCard, StatisticsOfTheTrafficManagerCountOnceTheirAreaIsSet) {
 TEST_F(CommandsOnCard, PolicerEntriesAreOnesOfTheirTypeAndMemory) {
   const uint32_t word = 0xABCD;
   const uint32_t write_profile[] = {0, 1, 2, 0x20};  // type b, profile
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_CAR_CPU_IND_DATA, 0, 7, &word), 0u);
+  ASSERT_EQ(dpp_reg_write(0, DPP_REG_CAR_CPU_IND_DATA, 0, 7, {&word, 1}), 0u);
   ASSERT_EQ(dpp_reg_write(0, DPP_REG_CAR_CPU_IND_CMD, 0, 0, write_profile), 0u);
   const std::string profile = text("diag_dpp_stat_car_profile_cfg_prt", {0, 1, 0x20});
   EXPECT_TRUE(holds(profile, "carb profile-0x0020\n"));
@@ -88,7 +88,7 @@ TEST_F(CommandsOnCard, MicroCodeAndEngineMemoriesAreTheClusters) {
   EXPECT_TRUE(holds(text("diag_dpp_ppu_instr_prt", {0, 3, 0x100, 1}), ": 0x00000000"));
   const uint32_t word = 0x77;
   const uint32_t write_reg[] = {0, 3, 6, 2};  // register 2 of engine 6
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_PPU_CLS_IND_DATA, 4, 0, &word), 0u);
+  ASSERT_EQ(dpp_reg_write(0, DPP_REG_PPU_CLS_IND_DATA, 4, 0, {&word, 1}), 0u);
   ASSERT_EQ(dpp_reg_write(0, DPP_REG_PPU_CLS_IND_CMD, 0, 4, write_reg), 0u);
   EXPECT_EQ(text("dpp_softdbg_reg_prt", {0, 4, 6, 1, 2}),
             "reg-0x00001: 0x00000000 0x00000000 0x00000000 0x00000000\n"

@@ -44,6 +44,8 @@ const refusal refusals[] = {
     {"0,a,cfg,0x0,4,single,,,,,direct,maybe,cfg,f[0]", "convert is neither yes nor no: 'maybe'"},
     {"0,a,cfg,0x0,4,single,,,,,direct,,secret,f[0]", "unknown class 'secret'"},
     {"0,a,cfg,0x0,4,single,,,,,direct,,cfg,", "the register has no field"},
+    {"0,a,cfg,0x0,4,single,,,,,direct,,cfg,default[0]", "field 'default' has the name of a word of the language"},
+    {"0,switch,cfg,0x0,4,single,,,,,direct,,cfg,f[0]", "register 'switch' has the name of a word of the language"},
     {"0,a,cfg,0x0,4,single,,,,,direct,,cfg,f", "unreadable field 'f'"},
     {"0,a,cfg,0x0,4,single,,,,,direct,,cfg,f[0:4]", "unreadable field 'f[0:4]'"},
     {"0,a,cfg,0x0,4,single,,,,,direct,,cfg,f[0]=z", "unreadable field 'f[0]=z'"},

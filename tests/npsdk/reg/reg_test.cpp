@@ -9,6 +9,7 @@
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_access.h"
 #include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "memory_device.h"
 #include "qlix_comm/print.h"
 
@@ -129,8 +130,8 @@ TEST(Operations, RefuseWhatDoesNotExist) {
   EXPECT_EQ(dpp_reg_read(16, 0, 0, 0, values), out_of_range);
   EXPECT_EQ(dpp_reg_write(0, 4440, 0, 0, values), out_of_range);
   EXPECT_EQ(dpp_reg_read(0, 4440, 0, 0, values), out_of_range);
-  EXPECT_EQ(dpp_reg_write(0, 0, 0, 0, nullptr), point_null);
-  EXPECT_EQ(dpp_reg_read(0, 0, 0, 0, nullptr), point_null);
+  EXPECT_EQ(dpp_reg_write(0, 0, 0, 0, {}), point_null);
+  EXPECT_EQ(dpp_reg_read(0, 0, 0, 0, {}), point_null);
   EXPECT_EQ(dpp_reg_read(9, 0, 0, 0, values), 1u);
   EXPECT_EQ(dpp_reg_write32(0, DPP_REG_ZBLOCK_SERVICE_CONFIGURE, 1), out_of_range);
   EXPECT_EQ(dpp_reg_read32(0, DPP_REG_PKTRX_UDF_TABLE, 0, 0, values), out_of_range);
@@ -141,6 +142,46 @@ TEST(Operations, RefuseWhatDoesNotExist) {
   EXPECT_NE(text.find("[min=0x4,max=0x4]"), std::string::npos);
   EXPECT_NE(text.find("[Error:VALUE[0x1158] INVALID] [max=0x1157]"), std::string::npos);
   EXPECT_TRUE(memory().writes.empty());
+}
+
+// Room sized by an older sheet is refused, not written beyond.
+TEST(Operations, RefuseRoomForFewerValuesThanTheRegisterHas) {
+  memory_device_add(0);
+  uint32_t values[3] = {7, 7, 7};
+  const std::span<uint32_t> two(values, 2);
+  CaptureStdout();
+  EXPECT_EQ(dpp_reg_write(0, 819, 0, 0, two), out_of_range);
+  EXPECT_EQ(dpp_reg_read(0, 819, 0, 0, two), out_of_range);
+  EXPECT_EQ(dpp_reg_val_get(0, 819, 0, 0, two), out_of_range);
+  EXPECT_EQ(dpp_reg_default_val_get(819, two), out_of_range);
+  EXPECT_EQ(dpp_reg_max_val_get(819, two), out_of_range);
+  EXPECT_EQ(dpp_reg_words_read(0, DPP_REG_ZBLOCK_SERVICE_CONFIGURE, 0, 0, values), out_of_range);
+  EXPECT_NE(GetCapturedStdout().find("[Error:VALUE[0x2] INVALID] [min=0x3]"), std::string::npos);
+  EXPECT_EQ(values[0], 7u);
+  EXPECT_TRUE(memory().writes.empty());
+}
+
+TEST(Types, ReadWriteAndModifyFieldsByName) {
+  memory_device_add(0);
+  dpp_regs::zblock_service_configure service = {};
+  service.st_en = 1;
+  service.hash_channel_sel = 2;
+  EXPECT_EQ(dpp_reg_write(0, 1, 2, service), 0u);
+  uint32_t values[3] = {};
+  EXPECT_EQ(dpp_reg_read(0, DPP_REG_ZBLOCK_SERVICE_CONFIGURE, 1, 2, values), 0u);
+  EXPECT_EQ(values[dpp_reg_field_find(DPP_REG_ZBLOCK_SERVICE_CONFIGURE, "hash_channel_sel")], 2u);
+  EXPECT_EQ(dpp_reg_modify<dpp_regs::zblock_service_configure>(0, 1, 2, [](auto& fields) { fields.service_sel = 1; }),
+            0u);
+  service = {};
+  EXPECT_EQ(dpp_reg_read(0, 1, 2, &service), 0u);
+  EXPECT_EQ(service.service_sel, 1u);
+  EXPECT_EQ(service.hash_channel_sel, 2u);
+  EXPECT_EQ(service.st_en, 1u);
+  memory().fail_code = 0x99;
+  CaptureStdout();
+  EXPECT_EQ(dpp_reg_read(0, 1, 2, &service), 0x99u);
+  EXPECT_EQ(service.hash_channel_sel, 2u) << "untouched";
+  GetCapturedStdout();
 }
 
 TEST(Operations, HandTheHooksCodeUp) {
@@ -300,8 +341,8 @@ TEST(AgentMode, FilterHidesFiveRegisters) {
   qlix_comm_set_print_level(QLIX_TRACE_INFO_PRINT);
   uint32_t value = 1;
   CaptureStdout();
-  EXPECT_EQ(dpp_reg_write(0, 661, 0, 0, &value), 0u);
-  EXPECT_EQ(dpp_reg_read(0, 661, 0, 0, &value), 0u);
+  EXPECT_EQ(dpp_reg_write(0, 661, 0, 0, {&value, 1}), 0u);
+  EXPECT_EQ(dpp_reg_read(0, 661, 0, 0, {&value, 1}), 0u);
   EXPECT_EQ(GetCapturedStdout(),
             "reg_no[0x295] no hardware configuration.\nreg_no[0x295] no hardware configuration.\n");
   EXPECT_EQ(value, 0u);
@@ -314,9 +355,9 @@ TEST(Capture, PrintsAccessesOfItsWindowWhateverTheLevel) {
   CaptureStdout();
   EXPECT_EQ(dpp_reg_cap_cfg_set(1, 817, 818), 0u);
   qlix_comm_set_print_level(QLIX_TRACE_PRINT);
-  dpp_reg_write(0, 817, 0, 1, &value);
-  dpp_reg_read(0, 817, 0, 1, &value);
-  dpp_reg_write(0, 816, 0, 0, &value);
+  dpp_reg_write(0, 817, 0, 1, {&value, 1});
+  dpp_reg_read(0, 817, 0, 1, {&value, 1});
+  dpp_reg_write(0, 816, 0, 0, {&value, 1});
   EXPECT_EQ(qlix_comm_get_print_level(), QLIX_TRACE_PRINT);
   qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
   dpp_reg_cap_cfg_set(0, 0, 0);

@@ -4,6 +4,7 @@
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
 #include "dpp_reg/dpp_reg_print.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 
@@ -12,25 +13,40 @@ namespace {
 constexpr uint32_t data_words = 64;
 constexpr uint32_t line_bytes = 16;
 
+struct capture_status {
+  uint32_t full;
+  uint32_t num;
+  uint32_t length;  // bytes
+};
+
+/// The status registers of all blocks have the same fields.
+template <typename Register>
+uint32_t status_get(uint32_t dev_id, capture_status& status) {
+  Register fields = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &fields), "dpp_reg_read");
+  status = {fields.cap_full, fields.cap_num, fields.cap_len};
+  return QLIX_COMM_OK;
+}
+
 /// The registers of one block's capture.
 struct capture_block {
   uint32_t settings[7];
-  uint32_t status;
+  uint32_t (*status_get)(uint32_t dev_id, capture_status& status);
   uint32_t data;
 };
 
 constexpr capture_block capture_blocks[] = {
     {{DPP_REG_PKTRX_CAP_MODE, DPP_REG_PKTRX_CAP_EN, DPP_REG_PKTRX_CAP_FILTER_EN, DPP_REG_PKTRX_CAP_FILTER_SPORT,
       DPP_REG_PKTRX_CAP_FILTER_MAC_OFFSET, DPP_REG_PKTRX_CAP_FILTER_DMAC, DPP_REG_PKTRX_CAP_FILTER_SMAC},
-     DPP_REG_PKTRX_CAP_STATUS,
+     status_get<dpp_regs::pktrx_cap_status>,
      DPP_REG_PKTRX_CAP_DATA},
     {{DPP_REG_PBU_CAP_MODE, DPP_REG_PBU_CAP_EN, DPP_REG_PBU_CAP_FILTER_EN, DPP_REG_PBU_CAP_FILTER_SPORT,
       DPP_REG_PBU_CAP_FILTER_MAC_OFFSET, DPP_REG_PBU_CAP_FILTER_DMAC, DPP_REG_PBU_CAP_FILTER_SMAC},
-     DPP_REG_PBU_CAP_STATUS,
+     status_get<dpp_regs::pbu_cap_status>,
      DPP_REG_PBU_CAP_DATA},
     {{DPP_REG_ODMA_CAP_MODE, DPP_REG_ODMA_CAP_EN, DPP_REG_ODMA_CAP_FILTER_EN, DPP_REG_ODMA_CAP_FILTER_DPORT,
       DPP_REG_ODMA_CAP_FILTER_MAC_OFFSET, DPP_REG_ODMA_CAP_FILTER_DMAC, DPP_REG_ODMA_CAP_FILTER_SMAC},
-     DPP_REG_ODMA_CAP_STATUS,
+     status_get<dpp_regs::odma_cap_status>,
      DPP_REG_ODMA_CAP_DATA},
 };
 
@@ -57,12 +73,10 @@ uint32_t dpp_capture_prt(uint32_t dev_id, uint32_t block_no) {
   for (const uint32_t reg_no : block.settings) {
     QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_fields_print(dev_id, reg_no, 0, 0), "dpp_reg_fields_print");
   }
-  // The status registers of all blocks have the same fields.
-  uint32_t status[3] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, block.status, 0, 0, status), "dpp_reg_read");
-  const uint32_t length = status[DPP_FIELD_PKTRX_CAP_STATUS_CAP_LEN];
-  QLIX_COMM_PRINT("cap_full: %u, cap_num: %u, cap_len: %u\n", status[DPP_FIELD_PKTRX_CAP_STATUS_CAP_FULL],
-                  status[DPP_FIELD_PKTRX_CAP_STATUS_CAP_NUM], length);
+  capture_status status = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, block.status_get(dev_id, status), "dpp_reg_read");
+  const uint32_t length = status.length;
+  QLIX_COMM_PRINT("cap_full: %u, cap_num: %u, cap_len: %u\n", status.full, status.num, length);
   uint32_t words[data_words] = {};
   const uint32_t shown = length < 4 * data_words ? length : 4 * data_words;
   for (uint32_t i = 0; 4 * i < shown; ++i) {

@@ -6,7 +6,7 @@
 #include "dpp_dtb/dpp_dtb_dump.h"
 #include "dpp_dtb/dpp_dtb_table.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "dpp_row_functions.h"
 #include "dtb_cmd.h"
 
@@ -33,10 +33,12 @@ void words_prt(const char* what, uint32_t place, const uint32_t* words, uint32_t
 
 // The counters of the packet processor fill an area of eRAM and go on in DDR: how many lie in eRAM, and where.
 uint32_t stat_area_get(uint32_t dev_id, uint32_t* row, uint32_t* counter_num) {
-  uint32_t depth = 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_STAT_PPU_ERAM_BADDR, 0, 0, row), "dpp_reg_read");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_STAT_PPU_ERAM_DEPTH, 0, 0, &depth), "dpp_reg_read");
-  *counter_num = depth * counters_in_row;
+  dpp_regs::stat_ppu_eram_baddr first = {};
+  dpp_regs::stat_ppu_eram_depth depth = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &first), "dpp_reg_read");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &depth), "dpp_reg_read");
+  *row = first.ppu_eram_baddr;
+  *counter_num = depth.ppu_eram_depth * counters_in_row;
   return QLIX_COMM_OK;
 }
 
@@ -102,7 +104,9 @@ uint32_t diag_dpp_dtb_stat_smmu1_read(uint32_t dev_id, uint32_t queue_id, uint32
   uint32_t counter_num = 0;
   QLIX_COMM_CHECK_DEV_RC(dev_id, stat_area_get(dev_id, &base, &counter_num), "stat_area_get");
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, counter_num, stat_index_max);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_STAT_PPU_DDR_BADDR, 0, 0, &base), "dpp_reg_read");
+  dpp_regs::stat_ppu_ddr_baddr area = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &area), "dpp_reg_read");
+  base = area.ppu_ddr_baddr;
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, base, 0, ddr_row_num - 1);
   const uint32_t place = base + (index - counter_num) / counters_in_row;
   uint32_t row[row_words] = {};

@@ -1,20 +1,21 @@
 // From the entry of a ternary table to its block, row and parts.
 #include "dpp_diag/dpp_etcam.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/check.h"
 
 uint32_t dpp_etcam_block_get(uint32_t dev_id, uint32_t block, dpp_etcam_block* info) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, block, 0, DPP_SE_ETCAM_BLOCKS - 1);
   QLIX_COMM_CHECK_POINT(info);
-  uint32_t owner[3] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_ETCAM_BLOCK_TBL_ID, 0, block, owner), "dpp_reg_read");
-  info->valid = owner[DPP_FIELD_ETCAM_BLOCK_TBL_ID_BLOCK_VALID];
-  info->key_mode = owner[DPP_FIELD_ETCAM_BLOCK_TBL_ID_KEY_MODE];
-  info->table = owner[DPP_FIELD_ETCAM_BLOCK_TBL_ID_TBL_ID];
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_ETCAM_BLOCK_BADDR, 0, block, &info->base),
-                         "dpp_reg_read");
+  dpp_regs::etcam_block_tbl_id owner = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, block, &owner), "dpp_reg_read");
+  info->valid = owner.block_valid;
+  info->key_mode = owner.key_mode;
+  info->table = owner.tbl_id;
+  dpp_regs::etcam_block_baddr first = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, block, &first), "dpp_reg_read");
+  info->base = first.block_baddr;
   return QLIX_COMM_OK;
 }
 

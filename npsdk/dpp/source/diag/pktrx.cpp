@@ -4,48 +4,59 @@
 #include "dpp_diag/dpp_pktrx.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/check.h"
 
 namespace {
 
-// All counters are pairs: starts, then ends of packets.
-uint32_t pair_get(uint32_t dev_id, uint32_t reg_no, uint32_t port, dpp_pktrx_sop_eop* cnt) {
+// All counters are pairs: starts and ends of packets.
+template <typename Register>
+uint32_t pair_get(uint32_t dev_id, uint32_t port, uint32_t Register::*sop, uint32_t Register::*eop,
+                  dpp_pktrx_sop_eop* cnt) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, port, 0, DPP_PKTRX_PORT_NUM - 1);
   QLIX_COMM_CHECK_POINT(cnt);
-  uint32_t fields[2] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, reg_no, 0, port, fields), "dpp_reg_read");
-  *cnt = {fields[0], fields[1]};
+  Register fields = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, port, &fields), "dpp_reg_read");
+  *cnt = {fields.*sop, fields.*eop};
   return QLIX_COMM_OK;
 }
 
 }  // namespace
 
 uint32_t dpp_pktrx_stat_isch_i_port_cnt_get(uint32_t dev_id, uint32_t port, dpp_pktrx_sop_eop* cnt) {
-  return pair_get(dev_id, DPP_REG_PKTRX_STAT_ISCH_I_PORT_CNT, port, cnt);
+  using counters = dpp_regs::pktrx_stat_isch_i_port_cnt;
+  return pair_get(dev_id, port, &counters::isch_i_sop_cnt, &counters::isch_i_eop_cnt, cnt);
 }
 
 uint32_t dpp_pktrx_stat_isch_o_port_cnt_get(uint32_t dev_id, uint32_t port, dpp_pktrx_sop_eop* cnt) {
-  return pair_get(dev_id, DPP_REG_PKTRX_STAT_ISCH_O_PORT_CNT, port, cnt);
+  using counters = dpp_regs::pktrx_stat_isch_o_port_cnt;
+  return pair_get(dev_id, port, &counters::isch_o_sop_cnt, &counters::isch_o_eop_cnt, cnt);
 }
 
 uint32_t dpp_pktrx_stat_parser_port_cnt_get(uint32_t dev_id, uint32_t port, dpp_pktrx_sop_eop* cnt) {
-  return pair_get(dev_id, DPP_REG_PKTRX_STAT_PARSER_PORT_CNT, port, cnt);
+  using counters = dpp_regs::pktrx_stat_parser_port_cnt;
+  return pair_get(dev_id, port, &counters::parser_o_sop_cnt, &counters::parser_o_eop_cnt, cnt);
 }
 
 uint32_t dpp_pktrx_stat_isch_o_cnt_get(uint32_t dev_id, dpp_pktrx_sop_eop* cnt) {
-  return pair_get(dev_id, DPP_REG_PKTRX_STAT_ISCH_O_CNT, 0, cnt);
+  using counters = dpp_regs::pktrx_stat_isch_o_cnt;
+  return pair_get(dev_id, 0, &counters::isch_o_total_sop_cnt, &counters::isch_o_total_eop_cnt, cnt);
 }
 
 uint32_t dpp_pktrx_stat_parser_cnt_get(uint32_t dev_id, dpp_pktrx_sop_eop* cnt) {
-  return pair_get(dev_id, DPP_REG_PKTRX_STAT_PARSER_CNT, 0, cnt);
+  using counters = dpp_regs::pktrx_stat_parser_cnt;
+  return pair_get(dev_id, 0, &counters::parser_o_total_sop_cnt, &counters::parser_o_total_eop_cnt, cnt);
 }
 
 uint32_t dpp_pktrx_udf_table_get(uint32_t dev_id, uint32_t index, uint32_t* words) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_PKTRX_UDF_NUM - 1);
   QLIX_COMM_CHECK_POINT(words);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_PKTRX_UDF_TABLE, 0, index, words), "dpp_reg_read");
+  dpp_regs::pktrx_udf_table entry = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, index, &entry), "dpp_reg_read");
+  words[0] = entry.udf_data_0;
+  words[1] = entry.udf_data_1;
   return QLIX_COMM_OK;
 }
 

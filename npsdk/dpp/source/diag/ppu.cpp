@@ -4,16 +4,16 @@
 
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_diag/dpp_diag_functions.h"
-#include "dpp_diag/dpp_ind.h"
 #include "dpp_diag/dpp_ppu.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
+#include "dpp_reg/dpp_window.h"
 #include "qlix_comm/check.h"
 
 namespace {
 
-constexpr dpp_ind_window cluster_window = {DPP_DEV_MUTEX_T_PPU, DPP_REG_PPU_CLS_IND_CMD, DPP_REG_PPU_CLS_IND_STATUS,
-                                           DPP_REG_PPU_CLS_IND_DATA};
-constexpr uint32_t cmd_fields = 4;
+constexpr auto cluster_window =
+    dpp_window_of<dpp_regs::ppu_cls_ind_cmd, dpp_regs::ppu_cls_ind_status, dpp_regs::ppu_cls_ind_data>(
+        DPP_DEV_MUTEX_T_PPU);
 constexpr uint32_t instr_max = 0x7FFF;
 
 uint32_t place_check(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t addr, const uint32_t* words) {
@@ -25,10 +25,12 @@ uint32_t place_check(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t
   return QLIX_COMM_OK;
 }
 
-void command_fill(uint32_t* cmd, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr) {
-  cmd[DPP_FIELD_PPU_CLS_IND_CMD_MEM_ID] = memory;
-  cmd[DPP_FIELD_PPU_CLS_IND_CMD_ME_ID] = me_id;
-  cmd[DPP_FIELD_PPU_CLS_IND_CMD_IND_ADDR] = addr;
+dpp_regs::ppu_cls_ind_cmd command_of(dpp_ppu_memory memory, uint32_t me_id, uint32_t addr) {
+  dpp_regs::ppu_cls_ind_cmd cmd = {};
+  cmd.mem_id = memory;
+  cmd.me_id = me_id;
+  cmd.ind_addr = addr;
+  return cmd;
 }
 
 }  // namespace
@@ -39,10 +41,9 @@ uint32_t dpp_ppu_mem_get(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memor
   if (code != QLIX_COMM_OK) {
     return code;
   }
-  uint32_t cmd[cmd_fields] = {};
-  command_fill(cmd, memory, me_id, addr);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_read(dev_id, cluster_window, cluster, cmd, words, DPP_PPU_WORDS),
-                         "dpp_ind_read");
+  QLIX_COMM_CHECK_DEV_RC(
+      dev_id, dpp_window_read(dev_id, cluster_window, cluster, command_of(memory, me_id, addr), {words, DPP_PPU_WORDS}),
+      "dpp_window_read");
   return QLIX_COMM_OK;
 }
 
@@ -52,10 +53,10 @@ uint32_t dpp_ppu_mem_set(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memor
   if (code != QLIX_COMM_OK) {
     return code;
   }
-  uint32_t cmd[cmd_fields] = {};
-  command_fill(cmd, memory, me_id, addr);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_write(dev_id, cluster_window, cluster, cmd, words, DPP_PPU_WORDS),
-                         "dpp_ind_write");
+  QLIX_COMM_CHECK_DEV_RC(
+      dev_id,
+      dpp_window_write(dev_id, cluster_window, cluster, command_of(memory, me_id, addr), {words, DPP_PPU_WORDS}),
+      "dpp_window_write");
   return QLIX_COMM_OK;
 }
 

@@ -7,7 +7,7 @@
 #include "dpp_diag/dpp_sdt.h"
 #include "dpp_diag/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/check.h"
 
 namespace {
@@ -177,17 +177,19 @@ uint32_t dpp_sdt_tbl_get(uint32_t dev_id, uint32_t sdt_no, uint64_t* record) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, DPP_SDT_NUM - 1);
   QLIX_COMM_CHECK_POINT(record);
-  uint32_t halves[2] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_SE_SDT_TBL, 0, sdt_no, halves), "dpp_reg_read");
-  *record = uint64_t{halves[0]} << 32 | halves[1];
+  dpp_regs::se_sdt_tbl halves = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, sdt_no, &halves), "dpp_reg_read");
+  *record = uint64_t{halves.sdt_data_h} << 32 | halves.sdt_data_l;
   return QLIX_COMM_OK;
 }
 
 uint32_t dpp_sdt_tbl_set(uint32_t dev_id, uint32_t sdt_no, uint64_t record) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, DPP_SDT_NUM - 1);
-  const uint32_t halves[2] = {static_cast<uint32_t>(record >> 32), static_cast<uint32_t>(record)};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_SE_SDT_TBL, 0, sdt_no, halves), "dpp_reg_write");
+  dpp_regs::se_sdt_tbl halves = {};
+  halves.sdt_data_h = static_cast<uint32_t>(record >> 32);
+  halves.sdt_data_l = static_cast<uint32_t>(record);
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, sdt_no, halves), "dpp_reg_write");
   return QLIX_COMM_OK;
 }
 

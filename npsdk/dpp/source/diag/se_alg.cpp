@@ -9,6 +9,7 @@
 #include "dpp_reg/dpp_reg_access.h"
 #include "dpp_reg/dpp_reg_no.h"
 #include "dpp_reg/dpp_reg_print.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 #include "se_print.h"
@@ -109,14 +110,13 @@ uint32_t dpp_se_zgroup_check(uint32_t dev_id, uint32_t zgroup, uint32_t writes) 
     const uint32_t zblock = zgroup * DPP_SE_ZBLOCK_IN_GROUP + number;
     uint32_t bad = 0;
     QLIX_COMM_CHECK_DEV_RC(dev_id, zblock_check(dev_id, zblock, writes != 0, &bad), "zblock_check");
-    uint32_t ecc[DPP_REG_FIELD_MAX] = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_ZBLOCK_MPR_ECC, zgroup, number, ecc), "dpp_reg_read");
-    const uint32_t double_bit = ecc[DPP_FIELD_ZBLOCK_MPR_ECC_DBE_CNT];
+    dpp_regs::zblock_mpr_ecc ecc = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, zgroup, number, &ecc), "dpp_reg_read");
+    const uint32_t double_bit = ecc.dbe_cnt;
     const bool good = bad == 0 && double_bit == 0;
     bad_blocks += good ? 0 : 1;
     QLIX_COMM_PRINT("zblock %02u: %s, %u of %u lines differ, single-bit errors %u, double-bit errors %u\n", zblock,
-                    good ? "OK" : "ERROR", bad, DPP_SE_ZCELL_IN_BLOCK * check_line_num,
-                    ecc[DPP_FIELD_ZBLOCK_MPR_ECC_SBE_CNT], double_bit);
+                    good ? "OK" : "ERROR", bad, DPP_SE_ZCELL_IN_BLOCK * check_line_num, ecc.sbe_cnt, double_bit);
   }
   QLIX_COMM_PRINT("zgroup %u: %u zblocks, %u errors: %s\n", zgroup, DPP_SE_ZBLOCK_IN_GROUP, bad_blocks,
                   bad_blocks == 0 ? "HEALTHY" : "NOT HEALTHY");

@@ -5,7 +5,7 @@
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_diag/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/check.h"
 #include "se_hash.h"
 #include "se_print.h"
@@ -76,14 +76,12 @@ uint32_t diag_dpp_se_hash_zcam_item_prt(uint32_t dev_id, uint32_t zblock, uint32
 }
 
 uint32_t diag_dpp_se_hash_ddr4_item_prt(uint32_t dev_id, uint32_t hash_id, uint32_t bulk, uint32_t index) {
-  uint32_t cfg[DPP_REG_FIELD_MAX] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_SE_HASH_BULK_DDR_CFG, hash_id, bulk, cfg),
-                         "dpp_reg_read");
-  const uint32_t base = cfg[DPP_FIELD_SE_HASH_BULK_DDR_CFG_DDR_BADDR];
+  dpp_regs::se_hash_bulk_ddr_cfg cfg = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, hash_id, bulk, &cfg), "dpp_reg_read");
+  const uint32_t base = cfg.ddr_baddr;
   uint8_t item[SE_ITEM_BYTES];
   QLIX_COMM_CHECK_DEV_RC(dev_id, se_ddr_item_read(dev_id, base, index, item), "se_ddr_item_read");
-  QLIX_COMM_PRINT("hash_id %u, bulk %u, enabled %u, base 0x%04x, item 0x%x\n", hash_id, bulk,
-                  cfg[DPP_FIELD_SE_HASH_BULK_DDR_CFG_DDR_EN], base, index);
+  QLIX_COMM_PRINT("hash_id %u, bulk %u, enabled %u, base 0x%04x, item 0x%x\n", hash_id, bulk, cfg.ddr_en, base, index);
   se_item_print(item);
   return QLIX_COMM_OK;
 }

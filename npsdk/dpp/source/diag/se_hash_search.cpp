@@ -3,6 +3,7 @@
 #include "dpp_diag/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "dpp_se/dpp_crc.h"
 #include "dpp_se/dpp_hash.h"
 #include "qlix_comm/check.h"
@@ -39,22 +40,18 @@ void place_judge(search& s, const uint8_t* item) {
 }
 
 uint32_t ddr_search(search& s) {
-  uint32_t polynomial = 0;
-  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, DPP_REG_SE_HASH_CRC_POLY, 0, s.key.engine, &polynomial),
-                         "dpp_reg_read");
-  const uint32_t crc = dpp_crc32_calc(s.crc_key, s.key.key_len, polynomial);
+  dpp_regs::se_hash_crc_poly polynomial = {};
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, 0, s.key.engine, &polynomial), "dpp_reg_read");
+  const uint32_t crc = dpp_crc32_calc(s.crc_key, s.key.key_len, polynomial.crc_poly);
   for (uint32_t bulk = 0; bulk < bulk_num && !s.found; ++bulk) {
-    uint32_t cfg[DPP_REG_FIELD_MAX] = {};
-    QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, DPP_REG_SE_HASH_BULK_DDR_CFG, s.key.engine, bulk, cfg),
-                           "dpp_reg_read");
-    if (cfg[DPP_FIELD_SE_HASH_BULK_DDR_CFG_DDR_EN] == 0) {
+    dpp_regs::se_hash_bulk_ddr_cfg cfg = {};
+    QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, s.key.engine, bulk, &cfg), "dpp_reg_read");
+    if (cfg.ddr_en == 0) {
       continue;
     }
-    const uint32_t index = crc & ((1u << cfg[DPP_FIELD_SE_HASH_BULK_DDR_CFG_DDR_DEPTH]) - 1);
+    const uint32_t index = crc & ((1u << cfg.ddr_depth) - 1);
     uint8_t item[SE_ITEM_BYTES];
-    QLIX_COMM_CHECK_DEV_RC(s.dev_id,
-                           se_ddr_item_read(s.dev_id, cfg[DPP_FIELD_SE_HASH_BULK_DDR_CFG_DDR_BADDR], index, item),
-                           "se_ddr_item_read");
+    QLIX_COMM_CHECK_DEV_RC(s.dev_id, se_ddr_item_read(s.dev_id, cfg.ddr_baddr, index, item), "se_ddr_item_read");
     QLIX_COMM_PRINT("ddr bulk %u: crc 0x%08x, item 0x%x", bulk, crc, index);
     place_judge(s, item);
   }
@@ -71,25 +68,22 @@ struct zblock_view {
 uint32_t zblock_get(const search& s, uint32_t zblock, zblock_view& view) {
   const uint32_t group = zblock / DPP_SE_ZBLOCK_IN_GROUP;
   const uint32_t number = zblock % DPP_SE_ZBLOCK_IN_GROUP;
-  uint32_t service[DPP_REG_FIELD_MAX] = {};
-  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, DPP_REG_ZBLOCK_SERVICE_CONFIGURE, group, number, service),
-                         "dpp_reg_read");
-  view.mine = service[DPP_FIELD_ZBLOCK_SERVICE_CONFIGURE_ST_EN] == 1 &&
-              service[DPP_FIELD_ZBLOCK_SERVICE_CONFIGURE_SERVICE_SEL] == 0 &&
-              service[DPP_FIELD_ZBLOCK_SERVICE_CONFIGURE_HASH_CHANNEL_SEL] == s.key.engine;
+  dpp_regs::zblock_service_configure service = {};
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, group, number, &service), "dpp_reg_read");
+  view.mine = service.st_en == 1 && service.service_sel == 0 && service.hash_channel_sel == s.key.engine;
   if (!view.mine) {
     return QLIX_COMM_OK;
   }
-  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, DPP_REG_ZBLOCK_HASH_ARG, group, number, &view.hash_arg),
-                         "dpp_reg_read");
-  uint32_t mono[DPP_REG_FIELD_MAX] = {};
-  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, DPP_REG_ZBLOCK_HASH_ZCELL_MONO, group, number, mono),
-                         "dpp_reg_read");
-  // Pairs of fields, zcell 3 first: dedicated to one table, and to which.
-  for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK; ++cell) {
-    const uint32_t* pair = &mono[size_t{2} * (DPP_SE_ZCELL_IN_BLOCK - 1 - cell)];
-    view.cell[cell] = pair[0] == 0 || pair[1] == s.key.table;
-  }
+  dpp_regs::zblock_hash_arg arg = {};
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, group, number, &arg), "dpp_reg_read");
+  view.hash_arg = arg.hash_arg;
+  dpp_regs::zblock_hash_zcell_mono mono = {};
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, group, number, &mono), "dpp_reg_read");
+  // Whether a zcell is dedicated to one table, and to which.
+  view.cell[0] = mono.zcell0_mono == 0 || mono.zcell0_tbl_id == s.key.table;
+  view.cell[1] = mono.zcell1_mono == 0 || mono.zcell1_tbl_id == s.key.table;
+  view.cell[2] = mono.zcell2_mono == 0 || mono.zcell2_tbl_id == s.key.table;
+  view.cell[3] = mono.zcell3_mono == 0 || mono.zcell3_tbl_id == s.key.table;
   return QLIX_COMM_OK;
 }
 
@@ -116,10 +110,10 @@ uint32_t zcells_search(search& s, uint32_t zblock, const zblock_view& view) {
 }
 
 uint32_t zreg_search(search& s, uint32_t zblock) {
-  uint32_t words[DPP_REG_FIELD_MAX] = {};
+  uint32_t words[SE_ITEM_WORDS] = {};
   QLIX_COMM_CHECK_DEV_RC(s.dev_id,
-                         dpp_reg_read(s.dev_id, DPP_REG_ZBLOCK_ZREG, zblock / DPP_SE_ZBLOCK_IN_GROUP,
-                                      zblock % DPP_SE_ZBLOCK_IN_GROUP, words),
+                         dpp_reg_words_read(s.dev_id, DPP_REG_ZBLOCK_ZREG, zblock / DPP_SE_ZBLOCK_IN_GROUP,
+                                            zblock % DPP_SE_ZBLOCK_IN_GROUP, words),
                          "dpp_reg_read");
   uint8_t item[SE_ITEM_BYTES];
   dpp_se_words_to_bytes(words, SE_ITEM_WORDS, item);
@@ -173,12 +167,12 @@ uint32_t diag_dpp_se_hash_key_data(uint32_t dev_id, uint32_t first_word, uint32_
 
 uint32_t diag_dpp_se_hash_search(uint32_t dev_id, uint32_t hash_id, uint32_t table_id, uint32_t key_len,
                                  uint32_t rst_len) {
-  uint32_t cfg[DPP_REG_FIELD_MAX] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_SE_HASH_TBL_CFG, hash_id, table_id, cfg), "dpp_reg_read");
+  dpp_regs::se_hash_tbl_cfg cfg = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, hash_id, table_id, &cfg), "dpp_reg_read");
   search s = {};
   s.dev_id = dev_id;
-  s.key = {hash_id, table_id, s.key_bytes, key_len != 0 ? key_len : cfg[DPP_FIELD_SE_HASH_TBL_CFG_KEY_LEN],
-           rst_len != 0 ? rst_len : 4u << cfg[DPP_FIELD_SE_HASH_TBL_CFG_RSP_MODE]};
+  s.key = {hash_id, table_id, s.key_bytes, key_len != 0 ? key_len : cfg.key_len,
+           rst_len != 0 ? rst_len : 4u << cfg.rsp_mode};
   // A table that was never set up has a key length of 0.
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, s.key.key_len, 1, key_len_max);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, s.key.rst_len, 0, key_len_max - s.key.key_len);

@@ -6,7 +6,7 @@
 #include "dpp_diag/dpp_se_mem.h"
 #include "dpp_lpm/lpm_trie.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "dpp_se/dpp_crc.h"
 #include "qlix_comm/check.h"
 #include "se_hash.h"
@@ -153,23 +153,37 @@ uint32_t area_search(search& s, uint32_t area) {
   return QLIX_COMM_OK;
 }
 
+/// What the registers of both address families say of an area.
+struct area_setting {
+  uint32_t enabled;
+  uint32_t base;  // units of 4 KiB
+};
+
+template <typename Register>
+uint32_t setting_get(uint32_t dev_id, uint32_t area, area_setting& setting) {
+  Register cfg = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, area, &cfg), "dpp_reg_read");
+  setting = {cfg.ddr_en, cfg.ddr_baddr};
+  return QLIX_COMM_OK;
+}
+
 }  // namespace
 
 uint32_t diag_dpp_se_lpm_search(uint32_t dev_id, uint32_t v46_flag, uint32_t word0, uint32_t word1, uint32_t word2,
                                 uint32_t word3, uint32_t word4) {
   const uint32_t words[address_words] = {word0, word1, word2, word3, word4};
-  const uint32_t reg_no = v46_flag != 0 ? DPP_REG_SE_LPM_V6_DDR_CFG : DPP_REG_SE_LPM_V4_DDR_CFG;
+  const auto get = v46_flag != 0 ? setting_get<dpp_regs::se_lpm_v6_ddr_cfg> : setting_get<dpp_regs::se_lpm_v4_ddr_cfg>;
   uint32_t enabled = 0;
   for (uint32_t area = 0; area < area_num; ++area) {
-    uint32_t cfg[DPP_REG_FIELD_MAX] = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, reg_no, 0, area, cfg), "dpp_reg_read");
-    if (cfg[DPP_FIELD_SE_LPM_V4_DDR_CFG_DDR_EN] == 0) {
+    area_setting setting = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, get(dev_id, area, setting), "dpp_reg_read");
+    if (setting.enabled == 0) {
       continue;
     }
     ++enabled;
     search s = {};
     s.dev_id = dev_id;
-    s.base = uint64_t{cfg[DPP_FIELD_SE_LPM_V4_DDR_CFG_DDR_BADDR]} * DPP_SE_DDR_UNIT_LINES;
+    s.base = uint64_t{setting.base} * DPP_SE_DDR_UNIT_LINES;
     dpp_se_words_to_bytes(words, address_words, s.address);
     QLIX_COMM_CHECK_DEV_RC(dev_id, area_search(s, area), "area_search");
   }

@@ -4,7 +4,7 @@
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_diag/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 #include "se_print.h"
@@ -26,12 +26,11 @@ uint32_t entries_print(uint32_t dev_id, uint32_t addr, uint32_t num, uint32_t mo
 }  // namespace
 
 uint32_t dpp_se_ddr_table_entry_prt(uint32_t dev_id, uint32_t table, uint32_t index, uint32_t mode) {
-  uint32_t cfg[DPP_REG_FIELD_MAX] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_SMMU1_DIR_TBL_CFG, 0, table, cfg), "dpp_reg_read");
-  const uint32_t base = cfg[DPP_FIELD_SMMU1_DIR_TBL_CFG_TBL_BADDR];
+  dpp_regs::smmu1_dir_tbl_cfg cfg = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, table, &cfg), "dpp_reg_read");
+  const uint32_t base = cfg.tbl_baddr;
   QLIX_COMM_PRINT("direct table %u: %s, width_mode %u, tbl_baddr 0x%07x\n", table,
-                  cfg[DPP_FIELD_SMMU1_DIR_TBL_CFG_TBL_VALID] != 0 ? "valid" : "not valid",
-                  cfg[DPP_FIELD_SMMU1_DIR_TBL_CFG_WIDTH_MODE], base);
+                  cfg.tbl_valid != 0 ? "valid" : "not valid", cfg.width_mode, base);
   const uint64_t addr = (uint64_t{base} * base_lines >> mode) + index;
   return entries_print(dev_id, static_cast<uint32_t>(std::min<uint64_t>(addr, UINT32_MAX)), 1, mode);
 }

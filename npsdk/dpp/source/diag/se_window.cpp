@@ -1,24 +1,24 @@
 // The windows of the search engine.
 #include "dpp_chip/dpp_card_guard.h"
-#include "dpp_diag/dpp_ind.h"
 #include "dpp_diag/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_access.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
+#include "dpp_reg/dpp_window.h"
 #include "qlix_comm/check.h"
 
 namespace {
 
-constexpr dpp_ind_window eram_window = {DPP_DEV_MUTEX_T_SMMU0, DPP_REG_SMMU0_CPU_IND_CMD, DPP_REG_SMMU0_CPU_IND_STATUS,
-                                        DPP_REG_SMMU0_CPU_IND_DATA};
-constexpr dpp_ind_window ddr_window = {DPP_DEV_MUTEX_T_SMMU1, DPP_REG_SMMU1_CPU_IND_CMD, DPP_REG_SMMU1_CPU_IND_STATUS,
-                                       DPP_REG_SMMU1_CPU_IND_DATA};
-constexpr dpp_ind_window etcam_window = {DPP_DEV_MUTEX_T_ETCAM, DPP_REG_ETCAM_CPU_IND_CMD, DPP_REG_ETCAM_CPU_IND_STATUS,
-                                         DPP_REG_ETCAM_CPU_IND_DATA};
+constexpr auto eram_window =
+    dpp_window_of<dpp_regs::smmu0_cpu_ind_cmd, dpp_regs::smmu0_cpu_ind_status, dpp_regs::smmu0_cpu_ind_data>(
+        DPP_DEV_MUTEX_T_SMMU0);
+constexpr auto ddr_window =
+    dpp_window_of<dpp_regs::smmu1_cpu_ind_cmd, dpp_regs::smmu1_cpu_ind_status, dpp_regs::smmu1_cpu_ind_data>(
+        DPP_DEV_MUTEX_T_SMMU1);
+constexpr auto etcam_window =
+    dpp_window_of<dpp_regs::etcam_cpu_ind_cmd, dpp_regs::etcam_cpu_ind_status, dpp_regs::etcam_cpu_ind_data>(
+        DPP_DEV_MUTEX_T_ETCAM);
 
-constexpr uint32_t eram_cmd_fields = 4;
-constexpr uint32_t ddr_cmd_fields = 3;
-constexpr uint32_t etcam_cmd_fields = 8;
 constexpr uint32_t etcam_row_words = DPP_SE_ETCAM_ROW_BYTES / 4;
 
 constexpr uint32_t eram_line_entries[] = {1, 2, 4, 64, 128};
@@ -61,21 +61,21 @@ uint32_t zcell_check(uint32_t dev_id, uint32_t zblock, uint32_t zcell, uint32_t 
   return QLIX_COMM_OK;
 }
 
-uint32_t etcam_half_read(uint32_t dev_id, uint32_t* cmd, bool data, uint8_t* bytes) {
+uint32_t etcam_half_read(uint32_t dev_id, dpp_regs::etcam_cpu_ind_cmd cmd, bool data, uint8_t* bytes) {
   uint32_t words[etcam_row_words] = {};
-  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_DATA_OR_MASK] = data ? 1 : 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_read(dev_id, etcam_window, 0, cmd, words, etcam_row_words), "dpp_ind_read");
+  cmd.data_or_mask = data ? 1 : 0;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_window_read(dev_id, etcam_window, 0, cmd, words), "dpp_window_read");
   dpp_se_words_to_bytes(words, etcam_row_words, bytes);
   return QLIX_COMM_OK;
 }
 
-uint32_t etcam_half_write(uint32_t dev_id, uint32_t* cmd, bool data, const uint8_t* bytes) {
+uint32_t etcam_half_write(uint32_t dev_id, dpp_regs::etcam_cpu_ind_cmd cmd, bool data, const uint8_t* bytes) {
   uint32_t words[etcam_row_words] = {};
   for (uint32_t i = 0; i < DPP_SE_ETCAM_ROW_BYTES; ++i) {
     words[i / 4] |= uint32_t{bytes[i]} << (24 - 8 * (i % 4));
   }
-  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_DATA_OR_MASK] = data ? 1 : 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_write(dev_id, etcam_window, 0, cmd, words, etcam_row_words), "dpp_ind_write");
+  cmd.data_or_mask = data ? 1 : 0;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_window_write(dev_id, etcam_window, 0, cmd, words), "dpp_window_write");
   return QLIX_COMM_OK;
 }
 
@@ -94,12 +94,12 @@ uint32_t dpp_se_smmu0_ind_read(uint32_t dev_id, uint32_t addr, uint32_t mode, ui
   if (code != QLIX_COMM_OK) {
     return code;
   }
-  uint32_t cmd[eram_cmd_fields] = {};
-  cmd[DPP_FIELD_SMMU0_CPU_IND_CMD_IND_RD_CLR] = clear != 0 ? 1 : 0;
-  cmd[DPP_FIELD_SMMU0_CPU_IND_CMD_IND_MODE] = mode;
-  cmd[DPP_FIELD_SMMU0_CPU_IND_CMD_IND_ADDR] = addr;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_read(dev_id, eram_window, 0, cmd, data, eram_entry_words[mode]),
-                         "dpp_ind_read");
+  dpp_regs::smmu0_cpu_ind_cmd cmd = {};
+  cmd.ind_rd_clr = clear != 0 ? 1 : 0;
+  cmd.ind_mode = mode;
+  cmd.ind_addr = addr;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_window_read(dev_id, eram_window, 0, cmd, {data, eram_entry_words[mode]}),
+                         "dpp_window_read");
   return QLIX_COMM_OK;
 }
 
@@ -110,13 +110,13 @@ uint32_t dpp_se_smmu0_ind_write(uint32_t dev_id, uint32_t addr, uint32_t mode, u
   }
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, count, 0, DPP_SE_ERAM_LINES * eram_line_entries[mode] - addr);
   for (uint32_t i = 0; i < count; ++i) {
-    uint32_t cmd[eram_cmd_fields] = {};
-    cmd[DPP_FIELD_SMMU0_CPU_IND_CMD_IND_MODE] = mode;
-    cmd[DPP_FIELD_SMMU0_CPU_IND_CMD_IND_ADDR] = addr + i;
-    QLIX_COMM_CHECK_DEV_RC(
-        dev_id,
-        dpp_ind_write(dev_id, eram_window, 0, cmd, data + size_t{i} * eram_entry_words[mode], eram_entry_words[mode]),
-        "dpp_ind_write");
+    dpp_regs::smmu0_cpu_ind_cmd cmd = {};
+    cmd.ind_mode = mode;
+    cmd.ind_addr = addr + i;
+    QLIX_COMM_CHECK_DEV_RC(dev_id,
+                           dpp_window_write(dev_id, eram_window, 0, cmd,
+                                            {data + size_t{i} * eram_entry_words[mode], eram_entry_words[mode]}),
+                           "dpp_window_write");
   }
   return QLIX_COMM_OK;
 }
@@ -126,10 +126,11 @@ uint32_t dpp_se_smmu1_ind_read(uint32_t dev_id, uint32_t addr, uint32_t mode, ui
   if (code != QLIX_COMM_OK) {
     return code;
   }
-  uint32_t cmd[ddr_cmd_fields] = {};
-  cmd[DPP_FIELD_SMMU1_CPU_IND_CMD_IND_MODE] = mode;
-  cmd[DPP_FIELD_SMMU1_CPU_IND_CMD_IND_ADDR] = addr;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_read(dev_id, ddr_window, 0, cmd, data, 4u << mode), "dpp_ind_read");
+  dpp_regs::smmu1_cpu_ind_cmd cmd = {};
+  cmd.ind_mode = mode;
+  cmd.ind_addr = addr;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_window_read(dev_id, ddr_window, 0, cmd, {data, size_t{4} << mode}),
+                         "dpp_window_read");
   return QLIX_COMM_OK;
 }
 
@@ -138,10 +139,11 @@ uint32_t dpp_se_smmu1_ind_write(uint32_t dev_id, uint32_t addr, uint32_t mode, c
   if (code != QLIX_COMM_OK) {
     return code;
   }
-  uint32_t cmd[ddr_cmd_fields] = {};
-  cmd[DPP_FIELD_SMMU1_CPU_IND_CMD_IND_MODE] = mode;
-  cmd[DPP_FIELD_SMMU1_CPU_IND_CMD_IND_ADDR] = addr;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_write(dev_id, ddr_window, 0, cmd, data, 4u << mode), "dpp_ind_write");
+  dpp_regs::smmu1_cpu_ind_cmd cmd = {};
+  cmd.ind_mode = mode;
+  cmd.ind_addr = addr;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_window_write(dev_id, ddr_window, 0, cmd, {data, size_t{4} << mode}),
+                         "dpp_window_write");
   return QLIX_COMM_OK;
 }
 
@@ -152,12 +154,14 @@ uint32_t dpp_se_etcam_row_read(uint32_t dev_id, uint32_t block, uint32_t row, dp
     return code;
   }
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_ETCAM);
-  uint32_t cmd[etcam_cmd_fields] = {};
-  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_BLOCK_SEL] = block;
-  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_IND_ADDR] = row;
+  dpp_regs::etcam_cpu_ind_cmd cmd = {};
+  cmd.block_sel = block;
+  cmd.ind_addr = row;
   QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_half_read(dev_id, cmd, true, entry->data), "etcam_half_read");
   QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_half_read(dev_id, cmd, false, entry->mask), "etcam_half_read");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_ETCAM_CPU_IND_VBIT, 0, 0, &entry->valid), "dpp_reg_read");
+  dpp_regs::etcam_cpu_ind_vbit parts = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &parts), "dpp_reg_read");
+  entry->valid = parts.rd_vbit;
   return QLIX_COMM_OK;
 }
 
@@ -171,13 +175,13 @@ uint32_t dpp_se_etcam_row_write(uint32_t dev_id, uint32_t block, uint32_t row, u
   }
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, parts, 0, (1u << DPP_SE_ETCAM_PARTS) - 1);
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_ETCAM);
-  uint32_t cmd[etcam_cmd_fields] = {};
-  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_BLOCK_SEL] = block;
-  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_IND_ADDR] = row;
-  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_WR_MODE] = parts;
+  dpp_regs::etcam_cpu_ind_cmd cmd = {};
+  cmd.block_sel = block;
+  cmd.ind_addr = row;
+  cmd.wr_mode = parts;
   QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_half_write(dev_id, cmd, true, entry->data), "etcam_half_write");
-  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_VBEN] = 1;
-  cmd[DPP_FIELD_ETCAM_CPU_IND_CMD_VBIT] = entry->valid;
+  cmd.vben = 1;
+  cmd.vbit = entry->valid;
   QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_half_write(dev_id, cmd, false, entry->mask), "etcam_half_write");
   return QLIX_COMM_OK;
 }

@@ -8,7 +8,7 @@
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_diag/dpp_ppu.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 
@@ -17,7 +17,8 @@ namespace {
 constexpr uint32_t poll_max = 1000;
 constexpr useconds_t poll_wait_us = 100;
 constexpr uint32_t polls_at_once = 10;
-constexpr uint32_t control_fields = 4;
+
+using control_field = uint32_t dpp_regs::ppu_cls_dbg_ctrl::*;
 
 struct debug_state {
   bool running;
@@ -26,11 +27,11 @@ struct debug_state {
 };
 
 uint32_t state_get(uint32_t dev_id, uint32_t cluster, debug_state* state) {
-  uint32_t status[3] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_PPU_CLS_DBG_STATUS, 0, cluster, status), "dpp_reg_read");
-  state->running = status[DPP_FIELD_PPU_CLS_DBG_STATUS_DBG_RUNNING] != 0;
-  state->stopped = status[DPP_FIELD_PPU_CLS_DBG_STATUS_DBG_STOPPED] != 0;
-  state->pc = status[DPP_FIELD_PPU_CLS_DBG_STATUS_DBG_PC];
+  dpp_regs::ppu_cls_dbg_status status = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, cluster, &status), "dpp_reg_read");
+  state->running = status.dbg_running != 0;
+  state->stopped = status.dbg_stopped != 0;
+  state->pc = status.dbg_pc;
   // A cluster is one or the other; both is what a card says that has fallen off the bus.
   if (state->running && state->stopped) {
     QLIX_COMM_TRACE_DEV_ERROR(dev_id, "cluster %u does not tell its state\n", cluster);
@@ -39,10 +40,10 @@ uint32_t state_get(uint32_t dev_id, uint32_t cluster, debug_state* state) {
   return QLIX_COMM_OK;
 }
 
-uint32_t control(uint32_t dev_id, uint32_t cluster, uint32_t field) {
-  uint32_t fields[control_fields] = {};
-  fields[field] = 1;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_PPU_CLS_DBG_CTRL, 0, cluster, fields), "dpp_reg_write");
+uint32_t control(uint32_t dev_id, uint32_t cluster, control_field field) {
+  dpp_regs::ppu_cls_dbg_ctrl fields = {};
+  fields.*field = 1;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, cluster, fields), "dpp_reg_write");
   return QLIX_COMM_OK;
 }
 
@@ -66,7 +67,7 @@ uint32_t state_wait(uint32_t dev_id, uint32_t cluster, bool or_running) {
   return DPP_RC_DIAG_NOT_READY;
 }
 
-uint32_t move(uint32_t dev_id, uint32_t cluster, uint32_t field, bool from_stop) {
+uint32_t move(uint32_t dev_id, uint32_t cluster, control_field field, bool from_stop) {
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_CAPTURE);
   debug_state state = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, state_get(dev_id, cluster, &state), "state_get");
@@ -75,7 +76,7 @@ uint32_t move(uint32_t dev_id, uint32_t cluster, uint32_t field, bool from_stop)
     return DPP_RC_DIAG_WRONG_STATE;
   }
   QLIX_COMM_CHECK_DEV_RC(dev_id, control(dev_id, cluster, field), "control");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, state_wait(dev_id, cluster, field == DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_START),
+  QLIX_COMM_CHECK_DEV_RC(dev_id, state_wait(dev_id, cluster, field == &dpp_regs::ppu_cls_dbg_ctrl::dbg_start),
                          "state_wait");
   return guard.unlock();
 }
@@ -83,19 +84,18 @@ uint32_t move(uint32_t dev_id, uint32_t cluster, uint32_t field, bool from_stop)
 }  // namespace
 
 uint32_t dpp_softdbg_start(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t thread_id) {
-  uint32_t select[2] = {};
-  select[DPP_FIELD_PPU_CLS_DBG_ME_SEL_ME_SEL] = me_id;
-  select[DPP_FIELD_PPU_CLS_DBG_ME_SEL_THREAD_SEL] = thread_id;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_PPU_CLS_DBG_ME_SEL, 0, cluster, select),
-                         "dpp_reg_write");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_START, false), "move");
+  dpp_regs::ppu_cls_dbg_me_sel select = {};
+  select.me_sel = me_id;
+  select.thread_sel = thread_id;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, cluster, select), "dpp_reg_write");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, &dpp_regs::ppu_cls_dbg_ctrl::dbg_start, false), "move");
   return QLIX_COMM_OK;
 }
 
 uint32_t dpp_softdbg_move(uint32_t dev_id, uint32_t cluster, uint32_t how) {
-  constexpr uint32_t fields[] = {DPP_FIELD_PPU_CLS_DBG_CTRL_STEP_INTO, DPP_FIELD_PPU_CLS_DBG_CTRL_STEP_OVER,
-                                 DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_STOP};
-  const uint32_t field = fields[how];
-  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, field, field != DPP_FIELD_PPU_CLS_DBG_CTRL_DBG_STOP), "move");
+  using fields = dpp_regs::ppu_cls_dbg_ctrl;
+  constexpr control_field moves[] = {&fields::step_into, &fields::step_over, &fields::dbg_stop};
+  const control_field field = moves[how];
+  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, field, field != &fields::dbg_stop), "move");
   return QLIX_COMM_OK;
 }

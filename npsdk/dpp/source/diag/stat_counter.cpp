@@ -1,19 +1,21 @@
 #include "dpp_chip/dpp_dev.h"
-#include "dpp_diag/dpp_ind.h"
 #include "dpp_diag/dpp_stat.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
+#include "dpp_reg/dpp_window.h"
 #include "qlix_comm/check.h"
 
 namespace {
 
-constexpr dpp_ind_window stat_window = {DPP_DEV_MUTEX_T_STAT, DPP_REG_STAT_CPU_IND_CMD, DPP_REG_STAT_CPU_IND_STATUS,
-                                        DPP_REG_STAT_CPU_IND_DATA};
-constexpr uint32_t cmd_fields = 4;
+constexpr auto stat_window =
+    dpp_window_of<dpp_regs::stat_cpu_ind_cmd, dpp_regs::stat_cpu_ind_status, dpp_regs::stat_cpu_ind_data>(
+        DPP_DEV_MUTEX_T_STAT);
 
-void command_fill(uint32_t* cmd, uint32_t rd_mode, uint32_t index, uint32_t clr_mode) {
-  cmd[DPP_FIELD_STAT_CPU_IND_CMD_IND_RD_CLR] = clr_mode;
-  cmd[DPP_FIELD_STAT_CPU_IND_CMD_IND_WIDTH] = rd_mode;
-  cmd[DPP_FIELD_STAT_CPU_IND_CMD_IND_ADDR] = index;
+dpp_regs::stat_cpu_ind_cmd command_of(uint32_t rd_mode, uint32_t index, uint32_t clr_mode) {
+  dpp_regs::stat_cpu_ind_cmd cmd = {};
+  cmd.ind_rd_clr = clr_mode;
+  cmd.ind_width = rd_mode;
+  cmd.ind_addr = index;
+  return cmd;
 }
 
 uint32_t words_of(uint32_t rd_mode) {
@@ -28,9 +30,9 @@ uint32_t dpp_stat_ppu_cnt_get(uint32_t dev_id, uint32_t rd_mode, uint32_t index,
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_STAT_INDEX_MAX);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, clr_mode, 0, 1);
   QLIX_COMM_CHECK_POINT(data);
-  uint32_t cmd[cmd_fields] = {};
-  command_fill(cmd, rd_mode, index, clr_mode);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_read(dev_id, stat_window, 0, cmd, data, words_of(rd_mode)), "dpp_ind_read");
+  QLIX_COMM_CHECK_DEV_RC(
+      dev_id, dpp_window_read(dev_id, stat_window, 0, command_of(rd_mode, index, clr_mode), {data, words_of(rd_mode)}),
+      "dpp_window_read");
   return QLIX_COMM_OK;
 }
 
@@ -39,8 +41,8 @@ uint32_t dpp_stat_ppu_cnt_set(uint32_t dev_id, uint32_t rd_mode, uint32_t index,
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, rd_mode, DPP_STAT_WIDTH_64, DPP_STAT_WIDTH_128);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_STAT_INDEX_MAX);
   QLIX_COMM_CHECK_POINT(data);
-  uint32_t cmd[cmd_fields] = {};
-  command_fill(cmd, rd_mode, index, 0);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ind_write(dev_id, stat_window, 0, cmd, data, words_of(rd_mode)), "dpp_ind_write");
+  QLIX_COMM_CHECK_DEV_RC(
+      dev_id, dpp_window_write(dev_id, stat_window, 0, command_of(rd_mode, index, 0), {data, words_of(rd_mode)}),
+      "dpp_window_write");
   return QLIX_COMM_OK;
 }

@@ -9,7 +9,7 @@
 #include "dpp_diag/dpp_diag_code.h"
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/check.h"
 
 namespace {
@@ -20,17 +20,20 @@ constexpr uint32_t poll_max = 1000;
 constexpr useconds_t poll_wait_us = 100;
 
 uint32_t counting_set(uint32_t dev_id, uint32_t enable) {
-  const uint32_t events[] = {enable, enable, enable};  // drop, dequeue, enqueue
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_STAT_ETM_EN, 0, 0, events), "dpp_reg_write");
+  dpp_regs::stat_etm_en events = {};
+  events.drop_en = enable;
+  events.deq_en = enable;
+  events.enq_en = enable;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, 0, events), "dpp_reg_write");
   return QLIX_COMM_OK;
 }
 
 // Nothing of the traffic manager may be under way when its area moves.
 uint32_t idle_wait(uint32_t dev_id) {
   for (uint32_t poll = 0; poll < poll_max; ++poll) {
-    uint32_t busy[4] = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_STAT_BUSY, 0, 0, busy), "dpp_reg_read");
-    if (busy[DPP_FIELD_STAT_BUSY_TM_BUSY] == 0) {
+    dpp_regs::stat_busy busy = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &busy), "dpp_reg_read");
+    if (busy.tm_busy == 0) {
       return QLIX_COMM_OK;
     }
     usleep(poll_wait_us);
@@ -40,9 +43,9 @@ uint32_t idle_wait(uint32_t dev_id) {
 
 uint32_t done_wait(uint32_t dev_id) {
   for (uint32_t poll = 0; poll < poll_max; ++poll) {
-    uint32_t done = 0;
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_STAT_INIT_DONE, 0, 0, &done), "dpp_reg_read");
-    if (done != 0) {
+    dpp_regs::stat_init_done done = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &done), "dpp_reg_read");
+    if (done.init_done != 0) {
       return QLIX_COMM_OK;
     }
     usleep(poll_wait_us);
@@ -56,8 +59,10 @@ uint32_t diag_dpp_stat_tm_init_pre_etm(uint32_t dev_id, uint32_t stat_mode) {
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_STAT);
   QLIX_COMM_CHECK_DEV_RC(dev_id, counting_set(dev_id, 0), "counting_set");
   QLIX_COMM_CHECK_DEV_RC(dev_id, idle_wait(dev_id), "idle_wait");
-  const uint32_t start[] = {1, stat_mode};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_STAT_TM_INIT_PRE_CFG, 0, 0, start), "dpp_reg_write");
+  dpp_regs::stat_tm_init_pre_cfg start = {};
+  start.pre_init_start = 1;
+  start.tm_stat_mode = stat_mode;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, 0, start), "dpp_reg_write");
   QLIX_COMM_CHECK_DEV_RC(dev_id, done_wait(dev_id), "done_wait");
   QLIX_COMM_PRINT("stat tm pre init done, tm_stat_mode: %u\n", stat_mode);
   return QLIX_COMM_OK;
@@ -68,9 +73,13 @@ uint32_t diag_dpp_stat_tm_init(uint32_t dev_id, uint32_t eram_baddr, uint32_t er
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_STAT);
   QLIX_COMM_CHECK_DEV_RC(dev_id, counting_set(dev_id, 0), "counting_set");
   QLIX_COMM_CHECK_DEV_RC(dev_id, idle_wait(dev_id), "idle_wait");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_STAT_TM_ERAM_BADDR, 0, 0, &eram_baddr), "dpp_reg_write");
-  const uint32_t start[] = {1, eram_depth};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, DPP_REG_STAT_TM_INIT_CFG, 0, 0, start), "dpp_reg_write");
+  dpp_regs::stat_tm_eram_baddr area = {};
+  area.tm_eram_baddr = eram_baddr;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, 0, area), "dpp_reg_write");
+  dpp_regs::stat_tm_init_cfg start = {};
+  start.init_start = 1;
+  start.tm_eram_depth = eram_depth;
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, 0, start), "dpp_reg_write");
   QLIX_COMM_CHECK_DEV_RC(dev_id, done_wait(dev_id), "done_wait");
   QLIX_COMM_CHECK_DEV_RC(dev_id, counting_set(dev_id, 1), "counting_set");
   QLIX_COMM_PRINT("stat tm init done, eram_baddr: 0x%08x eram_depth: 0x%08x\n", eram_baddr, eram_depth);

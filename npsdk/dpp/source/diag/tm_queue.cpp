@@ -2,7 +2,7 @@
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/check.h"
 
 namespace {
@@ -11,12 +11,11 @@ constexpr uint32_t queue_num = 512;
 constexpr uint32_t queues_in_word = 32;
 
 uint32_t full_queue_prt(uint32_t dev_id, uint32_t queue) {
-  uint32_t len = 0;
-  uint32_t threshold[2] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_ETM_QMU_QUEUE_LEN, 0, queue, &len), "dpp_reg_read");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_ETM_CGAVD_QUEUE_TH, 0, queue, threshold), "dpp_reg_read");
-  QLIX_COMM_PRINT("queue_id-%03u full, queue_len: 0x%08x queue_th: 0x%08x\n", queue, len,
-                  threshold[DPP_FIELD_ETM_CGAVD_QUEUE_TH_QUEUE_TH]);
+  dpp_regs::etm_qmu_queue_len len = {};
+  dpp_regs::etm_cgavd_queue_th threshold = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, queue, &len), "dpp_reg_read");
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, queue, &threshold), "dpp_reg_read");
+  QLIX_COMM_PRINT("queue_id-%03u full, queue_len: 0x%08x queue_th: 0x%08x\n", queue, len.queue_len, threshold.queue_th);
   return QLIX_COMM_OK;
 }
 
@@ -25,10 +24,10 @@ uint32_t full_queue_prt(uint32_t dev_id, uint32_t queue) {
 uint32_t diag_dpp_tm_qmu_qlen_full(uint32_t dev_id) {
   uint32_t full_num = 0;
   for (uint32_t word = 0; word < queue_num / queues_in_word; ++word) {
-    uint32_t full = 0;
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_ETM_QMU_QLEN_FULL, 0, word, &full), "dpp_reg_read");
+    dpp_regs::etm_qmu_qlen_full full = {};
+    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, word, &full), "dpp_reg_read");
     for (uint32_t bit = 0; bit < queues_in_word; ++bit) {
-      if ((full >> bit & 1) != 0) {
+      if ((full.qlen_full >> bit & 1) != 0) {
         QLIX_COMM_CHECK_DEV_RC(dev_id, full_queue_prt(dev_id, word * queues_in_word + bit), "full_queue_prt");
         ++full_num;
       }

@@ -2,7 +2,7 @@
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_diag/dpp_trpg.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/check.h"
 
 namespace {
@@ -11,24 +11,27 @@ constexpr uint32_t port_max = 30;
 // Panel ports, RDMA, VQM, DTP and DRS; the numbers between them have no port.
 constexpr uint32_t used_ports[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 16, 24, 25, 26};
 
-uint32_t pkt_num_get(uint32_t dev_id, uint32_t reg_no, uint32_t port, uint64_t* num) {
+template <typename Register>
+uint32_t pkt_num_get(uint32_t dev_id, uint32_t port, uint32_t Register::*high, uint32_t Register::*low, uint64_t* num) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, port, 0, port_max);
   QLIX_COMM_CHECK_POINT(num);
-  uint32_t words[2] = {};  // high, low
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, reg_no, 0, port, words), "dpp_reg_read");
-  *num = uint64_t{words[0]} << 32 | words[1];
+  Register halves = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, port, &halves), "dpp_reg_read");
+  *num = uint64_t{halves.*high} << 32 | halves.*low;
   return QLIX_COMM_OK;
 }
 
 }  // namespace
 
 uint32_t dpp_trpg_rx_port_pkt_num_get(uint32_t dev_id, uint32_t port, uint64_t* num) {
-  return pkt_num_get(dev_id, DPP_REG_TRPG_RX_PORT_PKT_NUM, port, num);
+  using counter = dpp_regs::trpg_rx_port_pkt_num;
+  return pkt_num_get(dev_id, port, &counter::rx_pkt_num_h, &counter::rx_pkt_num_l, num);
 }
 
 uint32_t dpp_trpg_tx_port_pkt_num_get(uint32_t dev_id, uint32_t port, uint64_t* num) {
-  return pkt_num_get(dev_id, DPP_REG_TRPG_TX_PORT_PKT_NUM, port, num);
+  using counter = dpp_regs::trpg_tx_port_pkt_num;
+  return pkt_num_get(dev_id, port, &counter::tx_pkt_num_h, &counter::tx_pkt_num_l, num);
 }
 
 uint32_t diag_dpp_trpg_port_pkt_total_cnt_prt(uint32_t dev_id) {

@@ -5,7 +5,7 @@
 #include "dpp_diag/dpp_mcode.h"
 #include "dpp_diag/dpp_pktrx.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/check.h"
 
 namespace {
@@ -50,9 +50,9 @@ uint32_t dpp_mcode_feature_get(uint32_t dev_id, uint32_t index, uint64_t* featur
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_MCODE_FEATURE_NUM - 1);
   QLIX_COMM_CHECK_POINT(feature);
-  uint32_t fields[2] = {};  // high, low
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, DPP_REG_MCODE_FEATURE, 0, index, fields), "dpp_reg_read");
-  *feature = uint64_t{fields[0]} << 32 | fields[1];
+  dpp_regs::mcode_feature fields = {};
+  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, index, &fields), "dpp_reg_read");
+  *feature = uint64_t{fields.feature_h} << 32 | fields.feature_l;
   return QLIX_COMM_OK;
 }
 

@@ -1,5 +1,6 @@
 #include "dpp_reg/dpp_reg.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 
@@ -246,28 +247,34 @@ uint64_t random_next() {
   QLIX_COMM_CHECK_INDEX_UPPER(dev_id, DPP_DEV_MAX - 1); \
   QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1)
 
+// Room for fewer values than there are would be written over, or read beyond.
+#define DPP_REG_CHECK_ROOM(values, needed) \
+  QLIX_COMM_CHECK_POINT((values).data());  \
+  QLIX_COMM_CHECK_INDEX_LOWER(static_cast<uint32_t>((values).size()), needed)
+
 uint32_t dpp_reg_write(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset,
-                       const uint32_t* field_values) {
+                       std::span<const uint32_t> field_values) {
   DPP_REG_CHECK(dev_id, reg_no);
-  QLIX_COMM_CHECK_POINT(field_values);
+  const dpp_reg_info& info = dpp_reg_table[reg_no];
+  DPP_REG_CHECK_ROOM(field_values, info.field_num);
   if (is_filtered(dev_id, reg_no)) {
     return QLIX_COMM_OK;
   }
-  const dpp_reg_info& info = dpp_reg_table[reg_no];
   QLIX_COMM_CHECK_INDEX_UPPER(info.width, DPP_REG_WIDTH_MAX);
   if (info.width == WORD_WIDTH) [[likely]] {
-    const uint32_t word = word_pack(info, field_values);
+    const uint32_t word = word_pack(info, field_values.data());
     return instance_write(dev_id, info, m_offset, n_offset, &word);
   }
-  return wide_write(dev_id, info, m_offset, n_offset, field_values);
+  return wide_write(dev_id, info, m_offset, n_offset, field_values.data());
 }
 
-uint32_t dpp_reg_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t* field_values) {
+uint32_t dpp_reg_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset,
+                      std::span<uint32_t> field_values) {
   DPP_REG_CHECK(dev_id, reg_no);
-  QLIX_COMM_CHECK_POINT(field_values);
   const dpp_reg_info& info = dpp_reg_table[reg_no];
+  DPP_REG_CHECK_ROOM(field_values, info.field_num);
   if (is_filtered(dev_id, reg_no)) {
-    memset(field_values, 0, info.field_num * sizeof *field_values);
+    std::fill_n(field_values.begin(), info.field_num, 0u);
     return QLIX_COMM_OK;
   }
   QLIX_COMM_CHECK_INDEX_UPPER(info.width, DPP_REG_WIDTH_MAX);
@@ -275,11 +282,11 @@ uint32_t dpp_reg_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint3
     uint32_t word = 0;
     const uint32_t rc = instance_read(dev_id, info, m_offset, n_offset, &word);
     if (rc == QLIX_COMM_OK) {
-      word_unpack(info, word, field_values);
+      word_unpack(info, word, field_values.data());
     }
     return rc;
   }
-  return wide_read(dev_id, info, m_offset, n_offset, field_values);
+  return wide_read(dev_id, info, m_offset, n_offset, field_values.data());
 }
 
 uint32_t dpp_reg_write32(uint32_t dev_id, uint32_t reg_no, uint32_t value) {
@@ -310,19 +317,20 @@ uint32_t dpp_reg_read32(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uin
   DPP_REG_CHECK(dev_id, reg_no);
   QLIX_COMM_CHECK_POINT(value);
   QLIX_COMM_CHECK_INDEX(dpp_reg_table[reg_no].width, WORD_WIDTH, WORD_WIDTH);
-  return dpp_reg_words_read(dev_id, reg_no, m_offset, n_offset, value);
+  return dpp_reg_words_read(dev_id, reg_no, m_offset, n_offset, {value, 1});
 }
 
-uint32_t dpp_reg_words_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t* words) {
+uint32_t dpp_reg_words_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset,
+                            std::span<uint32_t> words) {
   DPP_REG_CHECK(dev_id, reg_no);
-  QLIX_COMM_CHECK_POINT(words);
   const dpp_reg_info& info = dpp_reg_table[reg_no];
+  DPP_REG_CHECK_ROOM(words, info.width / WORD_WIDTH);
   if (is_filtered(dev_id, reg_no)) {
-    memset(words, 0, info.width);
+    std::fill_n(words.begin(), info.width / WORD_WIDTH, 0u);
     return QLIX_COMM_OK;
   }
-  return info.width == WORD_WIDTH ? instance_read(dev_id, info, m_offset, n_offset, words)
-                                  : wide_words_read(dev_id, info, m_offset, n_offset, words);
+  return info.width == WORD_WIDTH ? instance_read(dev_id, info, m_offset, n_offset, words.data())
+                                  : wide_words_read(dev_id, info, m_offset, n_offset, words.data());
 }
 
 uint32_t dpp_reg_get_reg_addr(uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t* addr) {
@@ -332,7 +340,7 @@ uint32_t dpp_reg_get_reg_addr(uint32_t reg_no, uint32_t m_offset, uint32_t n_off
 }
 
 uint32_t dpp_reg_val_get(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset,
-                         uint32_t* field_values) {
+                         std::span<uint32_t> field_values) {
   QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, reg_no, m_offset, n_offset, field_values), "dpp_reg_read");
   return QLIX_COMM_OK;
 }
@@ -340,21 +348,22 @@ uint32_t dpp_reg_val_get(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, ui
 // The bodies of the three, so that their own names stand in the lines of their checks.
 #define REG_FIELDS_FILL(reg_no, field_values, value_of_field)           \
   QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1);                 \
-  QLIX_COMM_CHECK_POINT(field_values);                                  \
+  DPP_REG_CHECK_ROOM(field_values, dpp_reg_table[reg_no].field_num);    \
+  uint32_t* value = (field_values).data();                              \
   for (const dpp_reg_field& field : fields_of(dpp_reg_table[reg_no])) { \
-    *(field_values)++ = (value_of_field);                               \
+    *value++ = (value_of_field);                                        \
   }                                                                     \
   return QLIX_COMM_OK
 
-uint32_t dpp_reg_default_val_get(uint32_t reg_no, uint32_t* field_values) {
+uint32_t dpp_reg_default_val_get(uint32_t reg_no, std::span<uint32_t> field_values) {
   REG_FIELDS_FILL(reg_no, field_values, field.default_value);
 }
 
-uint32_t dpp_reg_max_val_get(uint32_t reg_no, uint32_t* field_values) {
+uint32_t dpp_reg_max_val_get(uint32_t reg_no, std::span<uint32_t> field_values) {
   REG_FIELDS_FILL(reg_no, field_values, field_mask(field));
 }
 
-uint32_t dpp_reg_rand_val_get(uint32_t reg_no, uint32_t* field_values) {
+uint32_t dpp_reg_rand_val_get(uint32_t reg_no, std::span<uint32_t> field_values) {
   REG_FIELDS_FILL(reg_no, field_values, static_cast<uint32_t>(random_next()) & field_mask(field));
 }
 

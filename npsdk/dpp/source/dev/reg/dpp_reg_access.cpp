@@ -1,42 +1,42 @@
 #include "dpp_reg/dpp_reg_access.h"
 
 #include "dpp_chip/dpp_dev.h"
-#include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
+#include "dpp_reg/dpp_window.h"
 #include "dpp_reg_table.h"
-#include "dpp_window.h"
 
 namespace {
 
-constexpr uint32_t MODULE_SE4K = 16;
 constexpr uint32_t SE_ALG_BASE = 0x280000;
+constexpr uint32_t TM_ADDR_BITS = 16;
 
-constexpr dpp_window se_alg_window(const char* name) {
-  return {
-      .name = name,
-      .mutex = DPP_DEV_MUTEX_T_SE_ALG,
-      .mod_no = MODULE_SE4K,
-      .status = SE_ALG_BASE,
-      .command = SE_ALG_BASE + 4,
-      .data = SE_ALG_BASE + 8,
-      .words = DPP_SE_ALG_WORDS,
-      .reversed = true,
-      .addr_mask = 0x1FFFFF,
-  };
+template <typename Command>
+constexpr dpp_window_for<Command> traced(dpp_window_for<Command> window, const char* name) {
+  window.traced = name;
+  window.reversed = true;  // of one word alike
+  window.write_waits = false;
+  window.timeout = DPP_RC_REG_WINDOW_TIMEOUT;
+  return window;
 }
 
-dpp_window tm_window(const char* name) {
-  return {
-      .name = name,
-      .mutex = DPP_DEV_MUTEX_T_ETM,
-      .mod_no = dpp_reg_table[DPP_REG_ETM_IND_CMD].mod_no,
-      .status = dpp_reg_table[DPP_REG_ETM_IND_STATUS].addr,
-      .command = dpp_reg_table[DPP_REG_ETM_IND_CMD].addr,
-      .data = dpp_reg_table[DPP_REG_ETM_IND_DATA].addr,
-      .words = 1,
-      .reversed = false,
-      .addr_mask = 0xFFFFF,
-  };
+constexpr auto se_alg_window =
+    dpp_window_of<dpp_regs::se_alg_ind_cmd, dpp_regs::se_alg_ind_status, dpp_regs::se_alg_ind_data>(
+        DPP_DEV_MUTEX_T_SE_ALG);
+constexpr auto tm_window =
+    dpp_window_of<dpp_regs::etm_ind_cmd, dpp_regs::etm_ind_status, dpp_regs::etm_ind_data>(DPP_DEV_MUTEX_T_ETM);
+
+// Bits above the window's are dropped with the fields' lengths.
+dpp_regs::etm_ind_cmd tm_command(uint32_t addr) {
+  dpp_regs::etm_ind_cmd command = {};
+  command.mem_id = addr >> TM_ADDR_BITS;
+  command.ind_addr = addr & ((1u << TM_ADDR_BITS) - 1);
+  return command;
+}
+
+dpp_regs::se_alg_ind_cmd se_alg_command(uint32_t addr) {
+  dpp_regs::se_alg_ind_cmd command = {};
+  command.ind_addr = addr;
+  return command;
 }
 
 }  // namespace
@@ -95,17 +95,17 @@ uint32_t dpp_etm_read(uint32_t dev_id, uint32_t addr, uint32_t* data) {
 }
 
 uint32_t dpp_tm_write(uint32_t dev_id, uint32_t addr, const uint32_t* data) {
-  return dpp_window_write(dev_id, tm_window(__func__), addr, data);
+  return dpp_window_write(dev_id, traced(tm_window, __func__), 0, tm_command(addr), {data, 1});
 }
 
 uint32_t dpp_tm_read(uint32_t dev_id, uint32_t addr, uint32_t* data) {
-  return dpp_window_read(dev_id, tm_window(__func__), addr, data);
+  return dpp_window_read(dev_id, traced(tm_window, __func__), 0, tm_command(addr), {data, 1});
 }
 
 uint32_t dpp_se_alg_write(uint32_t dev_id, uint32_t addr, const uint32_t* data) {
-  return dpp_window_write(dev_id, se_alg_window(__func__), addr, data);
+  return dpp_window_write(dev_id, traced(se_alg_window, __func__), 0, se_alg_command(addr), {data, DPP_SE_ALG_WORDS});
 }
 
 uint32_t dpp_se_alg_read(uint32_t dev_id, uint32_t addr, uint32_t* data) {
-  return dpp_window_read(dev_id, se_alg_window(__func__), addr, data);
+  return dpp_window_read(dev_id, traced(se_alg_window, __func__), 0, se_alg_command(addr), {data, DPP_SE_ALG_WORDS});
 }

@@ -1,102 +1,117 @@
-#include "dpp_window.h"
+#include "dpp_reg/dpp_window.h"
+
+#include <unistd.h>
 
 #include "dpp_chip/dpp_card_guard.h"
-#include "dpp_chip/dpp_dev.h"
-#include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_access.h"
 #include "qlix_comm/check.h"
 
 namespace {
 
-constexpr uint32_t COMMAND_READ = 0x80000000;
-constexpr uint32_t STATUS_DONE = 1;
-constexpr uint32_t STATUS_DEAD_CARD = 0xFFFFFFFF;
 constexpr uint32_t POLL_LIMIT = 1000;
+constexpr uint32_t POLLS_AT_ONCE = 10;  // most commands finish at once
+constexpr useconds_t POLL_WAIT_US = 100;
+constexpr uint32_t DEAD_CARD = 0xFFFFFFFF;
 
-uint32_t word_write(uint32_t dev_id, const dpp_window& window, uint32_t addr, uint32_t value) {
-  uint32_t converted = 0;
-  QLIX_COMM_CHECK_RC(dpp_reg_addr_convert(dev_id, window.mod_no, 0, addr, &converted), "dpp_reg_addr_convert");
-  QLIX_COMM_TRACE_DEBUG("%s: addr=0x%08x, data=0x%08x.\n", window.name, converted, value);
-  QLIX_COMM_CHECK_RC(dpp_dev_write_channel(dev_id, converted, 1, &value), "dpp_dev_write_channel");
-  return QLIX_COMM_OK;
+/// One register of a window, as the window's unit has it.
+struct spot {
+  uint32_t reg_no;
+  uint32_t m;
+  uint32_t n;
+};
+
+spot data_spot(const dpp_window& window, uint32_t unit, uint32_t word, size_t words) {
+  const bool units = (dpp_reg_info_get(window.data_reg)->array_type & DPP_REG_BINARY_ARRAY) != 0;
+  const uint32_t at = window.reversed ? static_cast<uint32_t>(words) - 1 - word : word;
+  return {window.data_reg, units ? unit : 0, at};
 }
 
-uint32_t word_read(uint32_t dev_id, const dpp_window& window, uint32_t addr, uint32_t* value) {
-  uint32_t converted = 0;
-  QLIX_COMM_CHECK_RC(dpp_reg_addr_convert(dev_id, window.mod_no, 0, addr, &converted), "dpp_reg_addr_convert");
-  QLIX_COMM_CHECK_RC(dpp_dev_read_channel(dev_id, converted, 1, value), "dpp_dev_read_channel");
-  QLIX_COMM_TRACE_DEBUG("%s: addr=0x%08x, data=0x%08x.\n", window.name, converted, *value);
-  return QLIX_COMM_OK;
-}
-
-uint32_t data_addr(const dpp_window& window, uint32_t word) {
-  return window.data + 4 * (window.reversed ? window.words - 1 - word : word);
-}
-
-// The words go out from the lowest address up in a reversed window as well: last word first.
-uint32_t data_write(uint32_t dev_id, const dpp_window& window, const uint32_t* data) {
-  for (uint32_t i = 0; i < window.words; ++i) {
-    const uint32_t word = window.reversed ? window.words - 1 - i : i;
-    const uint32_t rc = word_write(dev_id, window, data_addr(window, word), data[word]);
-    if (rc != QLIX_COMM_OK) {
-      return rc;
-    }
+/// Tells the address at which the register is reached.
+void access_trace(uint32_t dev_id, const dpp_window& window, const spot& at, uint32_t value) {
+  if (window.traced == nullptr) {
+    return;
   }
+  const dpp_reg_info& info = *dpp_reg_info_get(at.reg_no);
+  uint32_t addr = 0;
+  if (dpp_reg_get_reg_addr(at.reg_no, at.m, at.n, &addr) == QLIX_COMM_OK &&
+      dpp_reg_addr_convert(dev_id, info.mod_no, info.flag, addr, &addr) == QLIX_COMM_OK) {
+    QLIX_COMM_TRACE_DEBUG("%s: addr=0x%08x, data=0x%08x.\n", window.traced, addr, value);
+  }
+}
+
+uint32_t word_write(uint32_t dev_id, const dpp_window& window, const spot& at, uint32_t value) {
+  access_trace(dev_id, window, at, value);
+  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, at.reg_no, at.m, at.n, value), "dpp_reg_write32_bymn");
   return QLIX_COMM_OK;
 }
 
-uint32_t read_finish_wait(uint32_t dev_id, const dpp_window& window) {
+uint32_t word_read(uint32_t dev_id, const dpp_window& window, const spot& at, uint32_t* value) {
+  QLIX_COMM_CHECK_RC(dpp_reg_read32(dev_id, at.reg_no, at.m, at.n, value), "dpp_reg_read32");
+  access_trace(dev_id, window, at, *value);
+  return QLIX_COMM_OK;
+}
+
+// A command register is one word: it goes out as such, so that it is traced like the others.
+uint32_t command_write(uint32_t dev_id, const dpp_window& window, uint32_t unit, std::span<const uint32_t> command) {
+  uint32_t word = 0;
+  const uint32_t* value = command.data();
+  for (const dpp_reg_field& field : dpp_reg_fields_get(*dpp_reg_info_get(window.cmd_reg))) {
+    word |= *value++ << (32u - field.len) >> (31u - field.msb_pos);
+  }
+  return word_write(dev_id, window, {window.cmd_reg, 0, unit}, word);
+}
+
+uint32_t done_wait(uint32_t dev_id, const dpp_window& window, uint32_t unit) {
+  const dpp_reg_field& done = dpp_reg_fields_get(*dpp_reg_info_get(window.status_reg))[window.done_field];
   for (uint32_t poll = 0; poll < POLL_LIMIT; ++poll) {
     uint32_t status = 0;
-    const uint32_t rc = word_read(dev_id, window, window.status, &status);
+    const uint32_t rc = word_read(dev_id, window, {window.status_reg, 0, unit}, &status);
     if (rc != QLIX_COMM_OK) {
       return rc;
     }
-    if (status == STATUS_DEAD_CARD) {
+    if (status == DEAD_CARD) {
       break;
     }
-    if ((status & STATUS_DONE) != 0) {
+    if ((status >> done.msb_pos & 1) != 0) {
       return QLIX_COMM_OK;
     }
+    if (poll >= POLLS_AT_ONCE) {
+      usleep(POLL_WAIT_US);
+    }
   }
-  QLIX_COMM_TRACE_ERROR("%s: the window at 0x%08x does not finish a read\n", window.name, window.command);
-  return DPP_RC_REG_WINDOW_TIMEOUT;
-}
-
-uint32_t write_locked(uint32_t dev_id, const dpp_window& window, uint32_t addr, const uint32_t* data) {
-  const uint32_t rc = data_write(dev_id, window, data);
-  return rc != QLIX_COMM_OK ? rc : word_write(dev_id, window, window.command, addr & window.addr_mask);
-}
-
-uint32_t read_locked(uint32_t dev_id, const dpp_window& window, uint32_t addr, uint32_t* data) {
-  uint32_t rc = word_write(dev_id, window, window.command, (addr & window.addr_mask) | COMMAND_READ);
-  if (rc == QLIX_COMM_OK) {
-    rc = read_finish_wait(dev_id, window);
+  if (window.traced != nullptr) {
+    uint32_t addr = 0;
+    dpp_reg_get_reg_addr(window.cmd_reg, 0, unit, &addr);
+    QLIX_COMM_TRACE_ERROR("%s: the window at 0x%08x does not finish a read\n", window.traced, addr);
   }
-  for (uint32_t i = 0; i < window.words && rc == QLIX_COMM_OK; ++i) {
-    rc = word_read(dev_id, window, data_addr(window, i), &data[i]);
-  }
-  return rc;
-}
-
-/// Runs one access, whose words are constant for a write, with the window to itself.
-template <typename Word>
-uint32_t locked(uint32_t dev_id, const dpp_window& window, uint32_t addr, Word* data,
-                uint32_t (*access)(uint32_t, const dpp_window&, uint32_t, Word*)) {
-  DPP_OPERATION_GUARD(guard, dev_id, window.mutex);
-  const uint32_t rc = access(dev_id, window, addr, data);
-  const uint32_t unlock_rc = guard.unlock();
-  return rc != QLIX_COMM_OK ? rc : unlock_rc;
+  return window.timeout;
 }
 
 }  // namespace
 
-uint32_t dpp_window_write(uint32_t dev_id, const dpp_window& window, uint32_t addr, const uint32_t* data) {
-  QLIX_COMM_CHECK_POINT(data);
-  return locked(dev_id, window, addr, data, write_locked);
+uint32_t dpp_window_run_read(uint32_t dev_id, const dpp_window& window, uint32_t unit,
+                             std::span<const uint32_t> command, std::span<uint32_t> words) {
+  QLIX_COMM_CHECK_POINT(words.data());
+  DPP_OPERATION_GUARD(guard, dev_id, window.mutex);
+  QLIX_COMM_CHECK_RC(command_write(dev_id, window, unit, command), "command_write");
+  QLIX_COMM_CHECK_RC(done_wait(dev_id, window, unit), "done_wait");
+  for (uint32_t i = 0; i < words.size(); ++i) {
+    QLIX_COMM_CHECK_RC(word_read(dev_id, window, data_spot(window, unit, i, words.size()), &words[i]), "word_read");
+  }
+  return guard.unlock();
 }
 
-uint32_t dpp_window_read(uint32_t dev_id, const dpp_window& window, uint32_t addr, uint32_t* data) {
-  QLIX_COMM_CHECK_POINT(data);
-  return locked(dev_id, window, addr, data, read_locked);
+uint32_t dpp_window_run_write(uint32_t dev_id, const dpp_window& window, uint32_t unit,
+                              std::span<const uint32_t> command, std::span<const uint32_t> words) {
+  QLIX_COMM_CHECK_POINT(words.data());
+  DPP_OPERATION_GUARD(guard, dev_id, window.mutex);
+  const auto num = static_cast<uint32_t>(words.size());
+  for (uint32_t i = 0; i < num; ++i) {
+    const uint32_t word = window.reversed ? num - 1 - i : i;
+    QLIX_COMM_CHECK_RC(word_write(dev_id, window, data_spot(window, unit, word, num), words[word]), "word_write");
+  }
+  QLIX_COMM_CHECK_RC(command_write(dev_id, window, unit, command), "command_write");
+  if (window.write_waits) {
+    QLIX_COMM_CHECK_RC(done_wait(dev_id, window, unit), "done_wait");
+  }
+  return guard.unlock();
 }

@@ -9,7 +9,7 @@
 #include "dpp_dtb/dpp_dtb_table.h"
 #include "dpp_dtb_internal.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/print.h"
 
 namespace {
@@ -27,15 +27,15 @@ using cmd_bytes = uint8_t[DPP_DTB_CMD_BYTES];
 /// Whether the chip takes dump commands of the form that is sent here. Asked each time: a device may have been
 /// replaced.
 uint32_t cmd_form_check(uint32_t dev_id) {
-  uint32_t form = 0;
-  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, DPP_REG_DTB_DUMP_CMD_FORM, 0, 0, &form), "dpp_reg_read");
-  if (form == cmd_form) {
+  dpp_regs::dtb_dump_cmd_form stated = {};
+  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, 0, 0, &stated), "dpp_reg_read");
+  if (stated.form == cmd_form) {
     return QLIX_COMM_OK;
   }
   QLIX_COMM_PRINT(
       "device %u states no dump command form that this build knows (0x%08x): tables cannot be read through a queue, "
       "nothing was sent.\n",
-      dev_id, form);
+      dev_id, stated.form);
   return DPP_RC_DTB_DUMP_FORM;
 }
 

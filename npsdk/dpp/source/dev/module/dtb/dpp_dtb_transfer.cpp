@@ -10,6 +10,7 @@
 #include "dpp_dtb_internal.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/print.h"
 
 namespace {
@@ -33,15 +34,16 @@ void agent_mode_tell(uint32_t dev_id) {
 
 /// Asks the chip whether it would take an item of the queue.
 uint32_t info_check(uint32_t dev_id, uint32_t queue_id) {
-  uint32_t enabled = 0, left = 0;
-  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, DPP_REG_DTB_CFG_QUEUE_EN, 0, queue_id, &enabled), "dpp_reg_read");
-  if (enabled == 0) {
+  dpp_regs::dtb_cfg_queue_en enabled = {};
+  dpp_regs::dtb_queue_item_left left = {};
+  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, 0, queue_id, &enabled), "dpp_reg_read");
+  if (enabled.queue_en == 0) {
     QLIX_COMM_TRACE_ERROR("the queue %d is not enable!", queue_id);
     agent_mode_tell(dev_id);
     return DPP_RC_DTB_QUEUE_NOT_ENABLE;
   }
-  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, DPP_REG_DTB_QUEUE_ITEM_LEFT, 0, queue_id, &left), "dpp_reg_read");
-  return left == 0 ? DPP_RC_DTB_NO_ITEM : QLIX_COMM_OK;
+  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, 0, queue_id, &left), "dpp_reg_read");
+  return left.item_left == 0 ? DPP_RC_DTB_NO_ITEM : QLIX_COMM_OK;
 }
 
 /// Takes the next item whose acknowledge word says that neither side owns it.
@@ -117,14 +119,11 @@ inline uint32_t item_send(uint32_t dev_id, uint32_t queue_id, uint32_t dir, dpp_
 struct reg_row {
   const char* name;
   uint32_t reg_no;
-  uint32_t fields;
 };
 constexpr reg_row AXI_ROWS[] = {
-    {"axi_last_operate", DPP_REG_DTB_AXI_LAST_OPERATE, 3},
-    {"axi_last_addr", DPP_REG_DTB_AXI_LAST_ADDR, 2},
-    {"axi_channel_state", DPP_REG_DTB_AXI_CHANNEL_STATE, 3},
-    {"axi_rd_resp_err_cnt", DPP_REG_DTB_AXI_RD_RESP_ERR_CNT, 1},
-    {"axi_wr_resp_err_cnt", DPP_REG_DTB_AXI_WR_RESP_ERR_CNT, 1},
+    {"axi_last_operate", DPP_REG_DTB_AXI_LAST_OPERATE},       {"axi_last_addr", DPP_REG_DTB_AXI_LAST_ADDR},
+    {"axi_channel_state", DPP_REG_DTB_AXI_CHANNEL_STATE},     {"axi_rd_resp_err_cnt", DPP_REG_DTB_AXI_RD_RESP_ERR_CNT},
+    {"axi_wr_resp_err_cnt", DPP_REG_DTB_AXI_WR_RESP_ERR_CNT},
 };
 
 [[gnu::cold, gnu::noinline]] void overtime_print(uint32_t dev_id, uint32_t queue_id, const char* direction,
@@ -141,11 +140,11 @@ constexpr reg_row AXI_ROWS[] = {
   }
   QLIX_COMM_PRINT("************************ dtb reg info ************************\n");
   for (const reg_row& row : AXI_ROWS) {
-    uint32_t values[3] = {};
+    uint32_t values[DPP_REG_FIELD_MAX] = {};
     if (dpp_reg_read(dev_id, row.reg_no, 0, 0, values) != QLIX_COMM_OK) {
       continue;
     }
-    for (uint32_t field = 0; field < row.fields; field++) {
+    for (uint32_t field = 0; field < dpp_reg_info_get(row.reg_no)->field_num; field++) {
       QLIX_COMM_PRINT("%-20s[%u]    : 0x%08x\n", row.name, field, values[field]);
     }
   }

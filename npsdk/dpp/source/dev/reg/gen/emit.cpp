@@ -91,4 +91,22 @@ std::string constants_text(const std::vector<reg>& regs) {
   return out;
 }
 
+std::string types_text(const std::vector<reg>& regs) {
+  std::string out =
+      "// Generated from the description sheets; do not edit.\n"
+      "// The described registers as values: one member a field. dpp_reg.h reads and writes them.\n"
+      "#pragma once\n\n#include <cstdint>\n\nnamespace dpp_regs {\n\n";
+  for (const reg& r : regs) {
+    if (r.raw) {
+      continue;
+    }
+    out += "struct " + r.name + " {\n  static constexpr uint32_t NUMBER = " + std::to_string(r.number) + ";\n";
+    for (const field& f : r.fields) {
+      out += "  uint32_t " + f.name + ";\n";
+    }
+    out += "};\n";
+  }
+  return out + "\n}  // namespace dpp_regs\n";
+}
+
 }  // namespace reg_gen

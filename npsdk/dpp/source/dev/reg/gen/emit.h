@@ -1,4 +1,5 @@
-// What the generator writes: the table of the driver, and the constants under which code names registers and fields.
+// What the generator writes: the table of the driver, and the constants and types under which code
+// names registers and fields.
 #pragma once
 
 #include <string>
@@ -14,5 +15,9 @@ std::string table_text(const std::vector<reg>& regs);
 /// Header text: DPP_REG_<NAME> for each described register, DPP_FIELD_<NAME>_<FIELD> for the position of each of its
 /// fields in the field value vector.
 std::string constants_text(const std::vector<reg>& regs);
+
+/// Header text: for each described register a structure dpp_regs::<name> with its NUMBER and one uint32_t member a
+/// field, in the order of the field value vector.
+std::string types_text(const std::vector<reg>& regs);
 
 }  // namespace reg_gen

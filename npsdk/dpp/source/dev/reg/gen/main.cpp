@@ -1,5 +1,5 @@
-// dpp_reg_gen TABLE.cpp CONSTANTS.h SHEET.csv...: turns the description sheets into source. Writes nothing and ends
-// with status 1 when a sheet is wrong; every complaint names file and line.
+// dpp_reg_gen TABLE.cpp CONSTANTS.h TYPES.h SHEET.csv...: turns the description sheets into source. Writes nothing and
+// ends with status 1 when a sheet is wrong; every complaint names file and line.
 
 #include <cerrno>
 #include <cstdio>
@@ -21,13 +21,13 @@ int failed(const char* path) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 4) {
-    fprintf(stderr, "usage: %s TABLE.cpp CONSTANTS.h SHEET.csv...\n", argv[0]);
+  if (argc < 5) {
+    fprintf(stderr, "usage: %s TABLE.cpp CONSTANTS.h TYPES.h SHEET.csv...\n", argv[0]);
     return 2;
   }
   std::vector<reg_gen::reg> regs;
   reg_gen::complaints complaints;
-  for (int i = 3; i < argc; ++i) {
+  for (int i = 4; i < argc; ++i) {
     std::string text;
     if (!reg_gen::file_read(argv[i], text)) {
       return failed(argv[i]);
@@ -48,6 +48,9 @@ int main(int argc, char** argv) {
   }
   if (!reg_gen::file_write(argv[2], reg_gen::constants_text(regs))) {
     return failed(argv[2]);
+  }
+  if (!reg_gen::file_write(argv[3], reg_gen::types_text(regs))) {
+    return failed(argv[3]);
   }
   return 0;
 }

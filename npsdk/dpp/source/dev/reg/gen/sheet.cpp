@@ -80,6 +80,21 @@ bool is_name(std::string_view text) {
          text.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_") == std::string_view::npos;
 }
 
+// Registers become structures and fields their members: a word of the language cannot name either.
+bool is_language_word(std::string_view text) {
+  constexpr std::string_view words =
+      " alignas alignof and and_eq asm auto bitand bitor bool break case catch char char8_t char16_t char32_t class "
+      "compl concept const consteval constexpr constinit const_cast continue co_await co_return co_yield decltype "
+      "default delete do double dynamic_cast else enum explicit export extern false float for friend goto if inline "
+      "int "
+      "long mutable namespace new noexcept not not_eq nullptr operator or or_eq private protected public register "
+      "reinterpret_cast requires return short signed sizeof static static_assert static_cast struct switch template "
+      "this thread_local throw true try typedef typeid typename uint32_t union unsigned using virtual void volatile "
+      "wchar_t while xor xor_eq ";
+  const std::string word = " " + std::string(text) + " ";
+  return words.find(word) != std::string_view::npos;
+}
+
 std::optional<uint32_t> class_flag(std::string_view name) {
   const auto found = std::find(class_names.begin(), class_names.end(), name);
   if (found == class_names.end()) {
@@ -126,6 +141,9 @@ std::optional<field> field_parse(std::string_view text, uint32_t register_flag) 
 }
 
 void field_check(const field& f, const reg& r, row_reader& row) {
+  if (is_language_word(f.name)) {
+    row.complain("field '" + f.name + "' has the name of a word of the language");
+  }
   if (f.msb >= r.width * 8) {
     row.complain("field '" + f.name + "' lies outside the register of " + std::to_string(r.width) + " bytes");
   }
@@ -283,6 +301,9 @@ void row_read(const place& at, const std::vector<std::string>& cells, std::vecto
   r.width = row.number(col_width);
   if (!is_name(r.name)) {
     row.complain("'" + r.name + "' is no register name");
+  }
+  if (is_language_word(r.name)) {
+    row.complain("register '" + r.name + "' has the name of a word of the language");
   }
   if (r.width < 4 || r.width > width_max || r.width % 4 != 0) {
     row.complain("width " + std::string(row.cell(col_width)) + " is no multiple of 4 from 4 to " +

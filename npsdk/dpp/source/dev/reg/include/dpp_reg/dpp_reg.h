@@ -1,23 +1,74 @@
 // Registers by number: whole fields in and out of one instance of a register, 32-bit access to registers of one word,
 // and the switches of the register layer. `m` and `n` index arrays and are ignored where the register has no such
-// dimension; an index past the end is reported and accessed all the same. Values of fields travel as one 32-bit word
-// for each field in table order; fields of more than 32 bits are skipped.
+// dimension; an index past the end is reported and accessed all the same.
 //
-// All return 0, 0x1205 for a device above 15 or a register above 4439, 0x1201 for a null pointer, or the code of the
-// hook that failed. They take no lock, but for registers that lie behind an indirect window or take several words:
-// those are moved whole, also where other processes use the card.
+// Code that knows its register uses the generated types of dpp_reg_types.h, whose members are the fields: what a sheet
+// no longer names does not compile. Calls by number move the values of the fields as one 32-bit word for each field in
+// table order. Fields of more than 32 bits are skipped.
+//
+// All return 0, 0x1205 for a device above 15, a register above 4439 or room for fewer values than the register has
+// fields, 0x1201 for a null pointer, or the code of the hook that failed. They take no lock, but for registers that lie
+// behind an indirect window or take several words: those are moved whole, also where other processes use the card.
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstdint>
+#include <span>
 
-#include "dpp_chip/dpp_mutex.h"
+#include "dpp_chip/dpp_card_guard.h"
 #include "dpp_reg/dpp_reg_info.h"
+
+/// The operation mutex of the window behind which a register lies; null for a register that is reached directly, and
+/// for one that does not exist. A read and the write that follows it hold it with the card (dpp_card_guard.h).
+dpp_mutex* dpp_reg_window_mutex(uint32_t dev_id, uint32_t reg_no);
 
 /// Writes all fields of one instance; bits of a value beyond the field's length are dropped, bits of the register that
 /// belong to no field are written 0.
 uint32_t dpp_reg_write(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset,
-                       const uint32_t* field_values);
-uint32_t dpp_reg_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t* field_values);
+                       std::span<const uint32_t> field_values);
+uint32_t dpp_reg_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset,
+                      std::span<uint32_t> field_values);
+
+/// A register as a type.
+template <typename Register>
+concept dpp_reg_type = requires {
+  Register::NUMBER;
+}
+&&sizeof(Register) % sizeof(uint32_t) == 0;
+/// Its fields as the calls by number move them.
+template <dpp_reg_type Register>
+using dpp_reg_values = std::array<uint32_t, sizeof(Register) / sizeof(uint32_t)>;
+
+/// All fields of one instance; `*fields` is written only on success.
+template <dpp_reg_type Register>
+uint32_t dpp_reg_read(uint32_t dev_id, uint32_t m_offset, uint32_t n_offset, Register* fields) {
+  dpp_reg_values<Register> values;
+  const uint32_t rc = dpp_reg_read(dev_id, Register::NUMBER, m_offset, n_offset, values);
+  if (rc == 0) {
+    *fields = std::bit_cast<Register>(values);
+  }
+  return rc;
+}
+template <dpp_reg_type Register>
+uint32_t dpp_reg_write(uint32_t dev_id, uint32_t m_offset, uint32_t n_offset, const Register& fields) {
+  return dpp_reg_write(dev_id, Register::NUMBER, m_offset, n_offset, std::bit_cast<dpp_reg_values<Register>>(fields));
+}
+/// Reads an instance, lets `change` alter the fields and writes it back, with the card held in between.
+template <dpp_reg_type Register, typename Change>
+uint32_t dpp_reg_modify(uint32_t dev_id, uint32_t m_offset, uint32_t n_offset, Change change) {
+  DPP_CARD_GUARD(guard, dev_id, dpp_reg_window_mutex(dev_id, Register::NUMBER));
+  Register fields;
+  uint32_t rc = guard.status();
+  if (rc == 0) {
+    rc = dpp_reg_read(dev_id, m_offset, n_offset, &fields);
+  }
+  if (rc == 0) {
+    change(fields);
+    rc = dpp_reg_write(dev_id, m_offset, n_offset, fields);
+  }
+  return rc;
+}
 
 // Registers of exactly 4 bytes; another width is 0x1205.
 /// Writes `value` to every instance.
@@ -26,8 +77,9 @@ uint32_t dpp_reg_write32_bymn(uint32_t dev_id, uint32_t reg_no, uint32_t m_offse
 uint32_t dpp_reg_read32(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t* value);
 
 /// The words of one instance as the bus carries them: word 0 at the lowest address, which holds the register's most
-/// significant bits. `words` has room for width / 4 of them.
-uint32_t dpp_reg_words_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t* words);
+/// significant bits. `words` has room for width / 4 of them, else 0x1205.
+uint32_t dpp_reg_words_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset,
+                            std::span<uint32_t> words);
 
 /// The address of one instance in the register space, before the conversion of agent mode. 0x1205 when it does not fit
 /// 32 bits.
@@ -36,10 +88,10 @@ uint32_t dpp_reg_get_reg_addr(uint32_t reg_no, uint32_t m_offset, uint32_t n_off
 // Field value vectors: what the register holds, what it holds after reset, all ones in every field, random bits for
 // tests. `field_values` has room for one word a field (DPP_REG_FIELD_MAX always suffices).
 uint32_t dpp_reg_val_get(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset,
-                         uint32_t* field_values);
-uint32_t dpp_reg_default_val_get(uint32_t reg_no, uint32_t* field_values);
-uint32_t dpp_reg_max_val_get(uint32_t reg_no, uint32_t* field_values);
-uint32_t dpp_reg_rand_val_get(uint32_t reg_no, uint32_t* field_values);
+                         std::span<uint32_t> field_values);
+uint32_t dpp_reg_default_val_get(uint32_t reg_no, std::span<uint32_t> field_values);
+uint32_t dpp_reg_max_val_get(uint32_t reg_no, std::span<uint32_t> field_values);
+uint32_t dpp_reg_rand_val_get(uint32_t reg_no, std::span<uint32_t> field_values);
 
 // Process-wide switches, set while the driver is initialised or from the shell.
 /// While `en` is 1, field-wise accesses to registers in [reg_start, reg_end] print their address and first word.
@@ -49,10 +101,6 @@ uint32_t dpp_reg_filter_en_set(uint32_t en);
 uint32_t dpp_reg_filter_en_get();
 /// Sets `flag` to 1 when the filter hides the register from this device, else to 0.
 uint32_t dpp_reg_filter_flag_get(uint32_t dev_id, uint32_t reg_no, uint32_t* flag);
-
-/// The operation mutex of the window behind which a register lies; null for a register that is reached directly, and
-/// for one that does not exist. A read and the write that follows it hold it with the card (dpp_card_guard.h).
-dpp_mutex* dpp_reg_window_mutex(uint32_t dev_id, uint32_t reg_no);
 
 /// True for the modules whose registers agent mode leaves to the driver: 13 to 17.
 bool dpp_4k_reg(uint32_t mod_no);
