@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-cmake/install-dependencies.sh
+cmake/install-dependencies.sh --tests
 cmake --preset release -DKX_TESTS=ON -DKX_BENCH=ON ${KX_WERROR:+-DKX_WERROR=$KX_WERROR}
 cmake --build build
 # A system test mostly waits for the card's stated sleeps: twice as many at once as processors. The limit of a test is for

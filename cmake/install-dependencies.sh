@@ -1,10 +1,16 @@
 #!/usr/bin/env bash
 # Installs what the build needs and this machine lacks, through the system's package manager, without asking.
-# ethtool is the peer of the start-up benchmark. With arguments: those packages too (".ci/run" adds clang and its tools).
+#   install-dependencies.sh [--tests] [PACKAGE...]
+# --tests: what tests and benchmarks need too (man and zsh show the documents and the completion as users see them,
+# ethtool is the peer of the start-up benchmark). With names: those packages too (".ci/run" adds clang and its tools).
 set -euo pipefail
 
-packages=(g++ cmake ninja-build git pkg-config libcjson-dev libmd-dev libreadline-dev nim libgtest-dev libgmock-dev
-          libbenchmark-dev libboost-dev ethtool "$@")
+packages=(g++ cmake ninja-build git pkg-config libcjson-dev libmd-dev libreadline-dev nim)
+if [ "${1:-}" = --tests ]; then
+  shift
+  packages+=(libgtest-dev libgmock-dev libbenchmark-dev libboost-dev ethtool man-db zsh)
+fi
+packages+=("$@")
 
 if ! command -v dpkg-query >/dev/null; then
   echo "install-dependencies: no dpkg on this system; install by hand: ${packages[*]}" >&2

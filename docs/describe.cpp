@@ -1,5 +1,5 @@
 // Fills a document's template, read from standard input, with the command tables of this build:
-//   kxtool_describe man|bash < TEMPLATE > DOCUMENT
+//   kxtool_describe man|words < TEMPLATE > DOCUMENT
 #include "describe.h"
 
 #include <cstdio>
@@ -38,13 +38,13 @@ void template_fill(void (*describe)()) {
 
 int main(int argc, char** argv) {
   const bool man = argc == 2 && strcmp(argv[1], "man") == 0;
-  if (!man && (argc != 2 || strcmp(argv[1], "bash") != 0)) {
-    fputs("usage: kxtool_describe man|bash < TEMPLATE > DOCUMENT\n", stderr);
+  if (!man && (argc != 2 || strcmp(argv[1], "words") != 0)) {
+    fputs("usage: kxtool_describe man|words < TEMPLATE > DOCUMENT\n", stderr);
     return 2;
   }
   if (!tables_init()) {
     return 1;
   }
-  template_fill(man ? describe_man : describe_bash);
+  template_fill(man ? describe_man : describe_words);
   return kx_exit_status(0);
 }

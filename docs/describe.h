@@ -3,5 +3,5 @@
 
 /// The commands as sections of a manual page.
 void describe_man();
-/// The commands as functions of a bash completion script; only what a command line may run.
-void describe_bash();
+/// The commands as functions of a completion script; only what a command line may run.
+void describe_words();

@@ -1,14 +1,21 @@
+#include <algorithm>
 #include <cstdio>
 #include <string_view>
 
 #include "describe.h"
+#include "kxtool/commands.h"
 #include "kxtools/cmd.h"
 
 namespace {
 
 constexpr uint32_t LEVELS = 2;
 
-// Text that the formatter prints as it stands.
+// Columns of a usage block.
+constexpr size_t HEADING_INDENT = 4;
+constexpr size_t OPTION_INDENT = 8;
+constexpr size_t LIST_INDENT = 4;  // of a list inside an option
+
+// Text that the formatter prints as it stands; long lists of alternatives may be split between two.
 void text_print(std::string_view text) {
   if (text.starts_with('.') || text.starts_with('\'')) {
     fputs("\\&", stdout);
@@ -18,26 +25,92 @@ void text_print(std::string_view text) {
       putchar('\\');
     }
     putchar(c == '\\' ? 'e' : c);
+    if (c == '|') {
+      fputs("\\:", stdout);
+    }
   }
 }
 
-// The lines of a usage block from its synopsis on, moved to the left margin.
+std::string_view line_take(std::string_view* text) {
+  const size_t end = text->find('\n');
+  const std::string_view line = text->substr(0, end);
+  text->remove_prefix(end == std::string_view::npos ? text->size() : end + 1);
+  return line;
+}
+
+size_t indent_of(std::string_view line) {
+  return std::min(line.find_first_not_of(' '), line.size());
+}
+
+// A line that stays one, and hangs when it does not fit.
+void hanging_print(std::string_view line) {
+  printf(".HP 4\n");
+  text_print(line);
+  putchar('\n');
+}
+
+// "name    what it is", or the rest of what the line above began.
+void option_print(std::string_view line, size_t indent) {
+  const size_t gap = line.find("  ", indent);
+  if (indent > OPTION_INDENT && (gap == std::string_view::npos || indent > OPTION_INDENT + LIST_INDENT)) {
+    text_print(line.substr(indent));
+    putchar('\n');
+    return;
+  }
+  printf(indent > OPTION_INDENT ? ".RS\n.TP\n" : ".TP\n");
+  text_print(line.substr(indent, gap == std::string_view::npos ? gap : gap - indent));
+  putchar('\n');
+  if (gap != std::string_view::npos) {
+    text_print(line.substr(line.find_first_not_of(' ', gap)));
+    putchar('\n');
+  }
+  if (indent > OPTION_INDENT) {
+    printf(".RE\n");
+  }
+}
+
+// The lines of a usage block from its synopsis on. The text is filled anew: a usage block is wider than a manual page.
 void usage_print(std::string_view usage) {
+  enum class part { lines, text, options };
+  part current = part::lines;
   constexpr std::string_view SYNOPSIS = "    SYNOPSIS:\n";
-  constexpr size_t INDENT = 4;
   if (const size_t at = usage.find(SYNOPSIS); at != std::string_view::npos) {
     usage.remove_prefix(at + SYNOPSIS.size());
   }
-  printf(".nf\n");
   while (!usage.empty()) {
-    const size_t end = usage.find('\n');
-    std::string_view line = usage.substr(0, end);
-    usage.remove_prefix(end == std::string_view::npos ? usage.size() : end + 1);
-    line.remove_prefix(line.starts_with("    ") ? INDENT : 0);
-    text_print(line);
-    putchar('\n');
+    const std::string_view line = line_take(&usage);
+    const size_t indent = indent_of(line);
+    if (indent == HEADING_INDENT) {
+      const std::string_view heading = line.substr(indent);
+      current = heading == "OPTIONS:" ? part::options : heading == "EXAMPLES:" ? part::lines : part::text;
+      printf(".PP\n");
+      if (heading != "DESCRIPTION:") {
+        text_print(heading);
+        putchar('\n');
+      }
+    } else if (current == part::options) {
+      option_print(line, indent);
+    } else if (current == part::lines) {
+      hanging_print(line.substr(indent));
+    } else {
+      text_print(line.substr(indent));
+      putchar('\n');
+    }
   }
-  printf(".fi\n");
+}
+
+// A command whose entry carries no usage.
+void single_print(const char* name) {
+  printf(".SS \"");
+  text_print(name);
+  printf("\"\n");
+  if (const char* usage = kxtool_command_usage(name); usage != nullptr) {
+    usage_print(usage);
+    return;
+  }
+  printf("Not in this build. In its place: ");
+  text_print(kxtool_command_instead(name));
+  putchar('\n');
 }
 
 // Rows with the same usage are names of one command and stand under one heading.
@@ -46,10 +119,14 @@ void maintenance_print(uint32_t level) {
   const char* last = nullptr;
   for (uint32_t i = 0; i < module.sub_cmd_num; i++) {
     const kxtools_cmd_entry& entry = module.sub_cmd_list[i];
-    if (entry.permission != level || entry.help == nullptr || entry.help == last) {
+    if (entry.permission != level || (entry.help != nullptr && entry.help == last)) {
       continue;
     }
     last = entry.help;
+    if (last == nullptr) {
+      single_print(entry.name);
+      continue;
+    }
     printf(".SS \"");
     const char* separator = "";
     for (uint32_t j = i; j < module.sub_cmd_num && module.sub_cmd_list[j].help == last; j++) {

@@ -1,6 +1,8 @@
 // The dispatcher: one line of words from its text to its status.
+#include <cstdlib>
 #include <cstring>
 
+#include "cmd_explain.h"
 #include "cmd_line.h"
 #include "common/report.h"
 #include "kxtools/shell.h"
@@ -69,9 +71,34 @@ bool is_usage_request(const kxtools_cmd_context& ctx, uint32_t module_id) {
   return module_id >= KXTOOLS_MODULE_KXNP && module_id <= KXTOOLS_MODULE_KXBTTL && is_help_request(ctx);
 }
 
+// "kxtool help [NAME...]": "help" is no command of the module, but what a user tries; alone it is "-h". False when the
+// module has no such command.
+bool tool_help_match(kxtools_cmd_context* ctx) {
+  const kxtools_cmd_entry* list = kxtools_cmd_list_addr_get();
+  const kxtools_cmd_entry& tool = list[KXTOOLS_MODULE_KXTOOL];
+  uint32_t index = 0;
+  if (ctx->cmd != &tool || strcmp(ctx->argp[0], "help") != 0) {
+    return false;
+  }
+  if (ctx->argc == 1) {
+    if (kxtools_cmd_index_get("-h", tool.sub_cmd_list, tool.sub_cmd_num, &index) != 0) {
+      return false;
+    }
+    ctx->cmd = &tool.sub_cmd_list[index];
+  } else if (kxtools_cmd_index_get("help", list, kxtools_cmd_list_count_get(), &index) == 0) {
+    ctx->cmd = &list[index];
+  }
+  ctx->argc--;
+  ctx->argp++;
+  return true;
+}
+
 // The walk of the whole tree; behind a module or a group, the word that asks for its usage is no command.
 int32_t line_match(kxtools_cmd_context* ctx) {
   const int32_t match = kxtools_cmd_match(ctx, kxtools_cmd_list_addr_get(), kxtools_cmd_list_count_get());
+  if (match == KXTOOLS_MATCH_NO_COMMAND && tool_help_match(ctx)) {
+    return 0;
+  }
   return match == KXTOOLS_MATCH_NO_COMMAND && ctx->cmd != nullptr && is_help_request(*ctx) ? 0 : match;
 }
 
@@ -105,15 +132,34 @@ int32_t line_compat_read(kxtools_cmd_context* ctx) {
   return 0;
 }
 
+// Puts the segment in front of an address without one, so that the handler knows the word for an address.
+bool short_address_complete(char** word) {
+  if (!kxtools_is_short_address(*word)) {
+    return true;
+  }
+  char* full = nullptr;
+  if (asprintf(&full, "0000:%s", *word) < 0) {
+    return false;
+  }
+  free(*word);
+  *word = full;
+  return true;
+}
+
 // The first word names the device of the line; it stays in the context for the handler.
 int32_t line_device_take(kxtools_cmd_context* ctx, uint32_t module_id, line_mapping* mapping) {
   if (ctx->argp == nullptr || ctx->argp[0] == nullptr) {
     EXECUTE_ERR("module_id %u, argc = %u, argp is NULL, argp[0] is NULL\n", module_id, ctx->argc);
     return -1;
   }
+  if (!short_address_complete(&ctx->argp[0])) {
+    EXECUTE_ERR("strdup failed!\n");
+    return -1;
+  }
   kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;
   if (kxtools_dev_name2bdf(ctx->argp[0], &sbdf) != 0) {
     EXECUTE_ERR("kxtools_dev_name2bdf failed!\n");
+    kxtools_device_word_explain(ctx->argp[0]);
     return -1;
   }
   if (kxtools_dev_info_set(sbdf, &ctx->dev_info) != 0) {
@@ -150,13 +196,18 @@ int32_t kxtools_cmd_execute(const char* line) {
     return -1;
   }
   const kxtools_cmd_context_owner ctx = kxtools_cmd_context_malloc(line);
-  if (ctx == nullptr || ctx->argc == 0) {
+  if (ctx == nullptr) {
+    return -1;
+  }
+  if (ctx->argc == 0) {
+    kx_error_print("kxtool: a line of blanks is no command\n");
     return -1;
   }
   ctx->permission = kxtools_permission_get();
   const int32_t match = line_match(ctx.get());
   if (match < 0) {
     walk_failure_print(line, match);
+    kxtools_walk_explain(*ctx, match);
     return -1;
   }
 

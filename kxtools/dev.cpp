@@ -134,6 +134,7 @@ int32_t kxtools_dev_init(const char* name, bool* quit) {
     }
     if (pcie_ops->sbdf_by_node_id(index, &sbdf) != 0) {
       KXTOOLS_ERR("get_sbdf_by_node_id failed\n");
+      kx_error_print("kxtool: the list has no index %u\n", index);
       return -1;
     }
   }

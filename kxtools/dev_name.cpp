@@ -69,6 +69,21 @@ kxtools_uevent_result interface_slot_read(const char* name, char (&slot)[SBDF_TE
 
 }  // namespace
 
+bool kxtools_sbdf_read(const char* text, kxtools_sbdf* sbdf) {
+  sbdf_fields fields;
+  uint32_t segment = 0;
+  uint32_t bus = 0;
+  uint32_t device = 0;
+  uint32_t function = 0;
+  if (!fields_split(text, &fields) || !hex_read(fields.segment, SEGMENT_DIGITS, &segment) ||
+      !hex_read(fields.bus, BUS_DIGITS, &bus) || !hex_read(fields.device, DEVICE_DIGITS, &device) ||
+      !hex_read(fields.function, 1, &function) || function > FUNCTION_MAX) {
+    return false;
+  }
+  *sbdf = segment << 16 | bus << 8 | (device & DEVICE_MASK) << 3 | function;
+  return true;
+}
+
 int32_t pcie_sbdf_parse(kxtools_sbdf* sbdf, const char* text) {
   sbdf_fields fields;
   if (!fields_split(text, &fields)) {
@@ -78,17 +93,10 @@ int32_t pcie_sbdf_parse(kxtools_sbdf* sbdf, const char* text) {
     kx_print("Max kx function is 7, Please check your sbdf!\n");
     return -1;
   }
-  uint32_t segment = 0;
-  uint32_t bus = 0;
-  uint32_t device = 0;
-  uint32_t function = 0;
-  if (!hex_read(fields.segment, SEGMENT_DIGITS, &segment) || !hex_read(fields.bus, BUS_DIGITS, &bus) ||
-      !hex_read(fields.device, DEVICE_DIGITS, &device) || !hex_read(fields.function, 1, &function) ||
-      function > FUNCTION_MAX) {
+  if (!kxtools_sbdf_read(text, sbdf)) {
     kx_print("Bind failed, Please input SBDF: xxxx:xx:xx.x!\n");
     return -1;
   }
-  *sbdf = segment << 16 | bus << 8 | (device & DEVICE_MASK) << 3 | function;
   return 0;
 }
 
@@ -97,10 +105,26 @@ void kxtools_sbdf_text(kxtools_sbdf sbdf, char (&text)[13]) {
            kxtools_sbdf_device(sbdf), kxtools_sbdf_function(sbdf));
 }
 
+bool kxtools_is_short_address(const char* word) {
+  const std::string_view text = word;
+  const size_t colon = text.find(':');
+  const size_t dot = text.find('.');
+  uint32_t value = 0;
+  return colon != std::string_view::npos && dot != std::string_view::npos && colon < dot &&
+         hex_read(text.substr(0, colon), BUS_DIGITS, &value) &&
+         hex_read(text.substr(colon + 1, dot - colon - 1), DEVICE_DIGITS, &value) &&
+         hex_read(text.substr(dot + 1), 1, &value);
+}
+
 int32_t kxtools_dev_name2bdf(const char* name, kxtools_sbdf* sbdf) {
   if (name == nullptr || sbdf == nullptr) {
     KXTOOLS_ERR("point is NULL\n");
     return -1;
+  }
+  char full[SBDF_TEXT_LENGTH + 1];
+  if (kxtools_is_short_address(name)) {
+    snprintf(full, sizeof full, "0000:%s", name);
+    name = full;
   }
   if (pcie_sbdf_parse(sbdf, name) == 0) {
     return 0;

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "common/report.h"
+#include "kxtools/card_interfaces.h"
 
 namespace {
 
@@ -182,6 +183,23 @@ int32_t sbdf_valid_check(kxtools_sbdf sbdf) {
     return -1;
   }
   return kxtools_dev_is_supported(vendor, device) ? 0 : -1;
+}
+
+bool kxtools_function_is_supported(kxtools_sbdf sbdf) {
+  char vendor_path[PATH_SIZE];
+  char device_path[PATH_SIZE];
+  uint32_t vendor = 0;
+  uint32_t device = 0;
+  return function_path(vendor_path, sbdf, "vendor") && function_path(device_path, sbdf, "device") &&
+         id_file_read(vendor_path, &vendor) && id_file_read(device_path, &device) &&
+         kxtools_dev_is_supported(vendor, device);
+}
+
+void kxtools_supported_functions_visit(void (*visit)(uint32_t vendor, uint32_t first, uint32_t last)) {
+  for (const supported_function& row : SUPPORTED) {
+    visit(row.vendor, row.device, row.device);
+  }
+  visit(OWN_VENDOR, OWN_DEVICE_FIRST, OWN_DEVICE_LAST);
 }
 
 bool kxtools_dev_is_supported(uint32_t vendor, uint32_t device) {

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <string>
 
 #include "common/report.h"
@@ -24,6 +25,12 @@ bool standard_streams_open() {
 }
 
 int32_t one_shot_run(int argc, char** argv) {
+  // The line would begin with the next argument's word, or have none behind the module's name.
+  if (argv[1] != nullptr && argv[1][strspn(argv[1], " ")] == '\0') {
+    kx_print("kxtool %s: No such command for kxtools!\n", argv[1]);
+    kx_error_print("kxtool: an empty word is no command: 'kxtool -h' lists them\n");
+    return -1;
+  }
   std::string line = "kxtool";
   for (int i = 1; i < argc; i++) {
     if (argv[i] == nullptr) {

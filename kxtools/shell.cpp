@@ -80,6 +80,7 @@ int32_t kxtools_permission_switch(kxtools_cmd_context* ctx) {
   }
   if (ctx->argc != 1) {
     KXTOOLS_ERR("argc %u error!\n", ctx->argc);
+    kx_error_print("kxtool: 'su' takes one word, the access word\n");
     return -1;
   }
   if (ctx->argp == nullptr || ctx->argp[0] == nullptr) {
@@ -88,6 +89,7 @@ int32_t kxtools_permission_switch(kxtools_cmd_context* ctx) {
   }
   if (strcmp(ctx->argp[0], ACCESS_WORD) != 0) {
     KXTOOLS_ERR("argp %s error!\n", ctx->argp[0]);
+    kx_error_print("kxtool: '%s' is not the access word of 'su'\n", ctx->argp[0]);
     return -1;
   }
   kx_print("Warning: You have entered super user mode, operations may cause system anomalies!!!\n\n\n");
@@ -102,6 +104,7 @@ int32_t kxtools_permission_switch(kxtools_cmd_context* ctx) {
 int32_t kxtools_permission_logout(kxtools_cmd_context* ctx) {
   if (ctx == nullptr || ctx->argc != 0) {
     KXTOOLS_ERR("para is err!\n");
+    kx_error_print("kxtool: 'logout' takes no words\n");
     return -1;
   }
   shell.permission = LEVEL_USER;
@@ -115,6 +118,7 @@ int32_t kxtools_permission_logout(kxtools_cmd_context* ctx) {
 int32_t kxtools_quit(kxtools_cmd_context* ctx) {
   if (ctx == nullptr || ctx->argc != 0) {
     KXTOOLS_ERR("para is err!\n");
+    kx_error_print("kxtool: 'quit' takes no words\n");
     return -1;
   }
   shell.running = false;

@@ -1,7 +1,9 @@
 // "bind": one command of another module against a named device, from the command line.
+#include <array>
 #include <cstring>
 #include <string>
 
+#include "common/nearest.h"
 #include "common/report.h"
 #include "options.h"
 #include "sub_commands.h"
@@ -34,18 +36,30 @@ bool words_join(const kxtools_cmd_context& ctx, std::string* line) {
   return true;
 }
 
+// Reports a word that is no module with the names of those that are.
+void module_explain(const char* word) {
+  std::array<const char*, KXTOOLS_MODULE_KXRDMA> names = {};
+  for (uint32_t id = KXTOOLS_MODULE_KXNP; id <= KXTOOLS_MODULE_KXRDMA; ++id) {
+    names[id - KXTOOLS_MODULE_KXNP] = kxtools_cmd_list_addr_get()[id].name;
+  }
+  kx_unknown_word_print("module", word, names);
+}
+
 int32_t module_command_run(kxtools_cmd_context* ctx) {
   if (ctx->argc < 2 || ctx->argp == nullptr || ctx->argp[0] == nullptr || ctx->argp[1] == nullptr) {
     BIND_ERR("argc = %u, argp is NULL, argp[0] is NULL, argp[1] is NULL\n", ctx->argc);
+    kx_error_print("kxtool: bind needs a device, a module and its command: 'kxtool bind -h' shows how\n");
     return -1;
   }
   uint32_t index = 0;
   if (kxtools_cmd_index_get(ctx->argp[1], kxtools_cmd_list_addr_get(), kxtools_cmd_list_count_get(), &index) != 0) {
     BIND_ERR("kxtools_cmd_index_get failed!\n");
+    module_explain(ctx->argp[1]);
     return -1;
   }
   if (index < KXTOOLS_MODULE_KXNP || index > KXTOOLS_MODULE_KXRDMA) {
     BIND_ERR("module_id is %d, error!\n", static_cast<int>(index));
+    module_explain(ctx->argp[1]);
     return -1;
   }
   std::string line;
@@ -71,13 +85,21 @@ constexpr const char kxtool_bind_usage[] = R"(    COMMAND:
         kxtool bind <device> <module> <command> [OPTIONS]
     DESCRIPTION:
         Runs one command of a module against a device, from the command line; in the shell the modules'
-        commands work on the device that the prompt shows.
+        commands work on the device that the prompt shows. A module alone lists its commands.
     OPTIONS:
-        <device>     network interface or PCI address of the card
-        <module>     kxnp, kxpcie, kxvqm, kxtrace_app, kxbttl or kxrdma
-        <command>    command of the module, followed by its words
+        <device>       network interface or PCI address of the card
+        <command>      command of the module, followed by its words
+        <module>       one of
+            kxnp           network processor: registers, counters, tables, capture, micro-code
+            kxpcie         card memory, configuration space, errors, link, margins
+            kxvqm          virtio queue engine
+            kxbttl         packet engine
+            kxtrace_app    traffic generators, packet and bit rates
+            kxrdma         no commands in this build
     EXAMPLES:
-        kxtool bind eth0 kxvqm)";
+        kxtool bind eth0 kxvqm
+        kxtool bind eth0 kxvqm glb version
+        kxtool bind 3b:00.0 kxpcie link_status)";
 
 int32_t kxtool_bind(kxtools_cmd_context* ctx) {
   if (ctx->argc == 1 && (strcmp(ctx->argp[0], "-h") == 0 || strcmp(ctx->argp[0], "--help") == 0)) {

@@ -1,11 +1,15 @@
 #include "options.h"
 
+#include <cstring>
+
+#include "common/report.h"
 #include "fwupdate/fwupdate.h"
 #include "general.h"
 #include "info/info.h"
 #include "kxtool/commands.h"
 #include "port/port.h"
 #include "registers/registers.h"
+#include "sub_commands.h"
 
 namespace {
 
@@ -18,46 +22,63 @@ constexpr bool NIC = false;
 
 }  // namespace
 
-// names, no_device, by_bdf, handler, usage, words_check. A row without handler cannot be done by this build.
+// names, no_device, by_bdf, handler, usage, what can be done in place of a row without handler, words_check.
 constexpr kxtool_option kxtool_option_table[KXTOOL_OPTION_NUM] = {
     {nullptr, NO_DEVICE, NIC, nullptr, USAGE_GENERAL},
     {"-h|--help", NO_DEVICE, NIC, kxtool_show_help, USAGE_HELP},
     {"-v|--version", NO_DEVICE, NIC, kxtool_show_version, USAGE_VERSION},
-    {"bl1", DEVICE, BDF, nullptr, USAGE_BL1},
-    {"-f|-fw|fwupdate", DEVICE, BDF, kxtool_fw_main, USAGE_FWUPDATE, kxtool_fw_words_check},
-    {"repair", NO_DEVICE, NIC, nullptr, USAGE_REPAIR},
-    {"fget|log", DEVICE, NIC, nullptr, USAGE_LOG},
+    {"bl1", DEVICE, BDF, nullptr, USAGE_BL1, INSTEAD_BL1},
+    {"-f|-fw|fwupdate", DEVICE, BDF, kxtool_fw_main, USAGE_FWUPDATE, nullptr, kxtool_fw_words_check},
+    {"repair", NO_DEVICE, NIC, nullptr, USAGE_REPAIR, INSTEAD_REPAIR},
+    {"fget|log", DEVICE, NIC, nullptr, USAGE_LOG, INSTEAD_LOG},
     {"diag", DEVICE, NIC, kxtool_diag, USAGE_DIAG},
     {"stat", DEVICE, NIC, kxtool_stat, USAGE_STAT},
     {"regsdump", DEVICE, NIC, kxtool_regsdump, USAGE_REGSDUMP},
     {"regsmem|devmem", DEVICE, NIC, kxtool_devmem, USAGE_DEVMEM},
-    {"hwread", DEVICE, NIC, nullptr, nullptr},
-    {"eeupdate", DEVICE, NIC, nullptr, USAGE_EEUPDATE},
+    {"hwread", DEVICE, NIC, nullptr, nullptr, INSTEAD_HWREAD},
+    {"eeupdate", DEVICE, NIC, nullptr, USAGE_EEUPDATE, INSTEAD_EEUPDATE},
     {"mac_info", DEVICE, NIC, kxtool_mac_addr_get, USAGE_MAC_INFO},
-    {"reset", DEVICE, NIC, nullptr, nullptr},
-    {"fput", DEVICE, NIC, nullptr, USAGE_FPUT},
-    {"einj", DEVICE, NIC, nullptr, nullptr},
-    {"rm_ras_log", DEVICE, NIC, nullptr, nullptr},
-    {"shell", DEVICE, NIC, nullptr, USAGE_SHELL},
+    {"reset", DEVICE, NIC, nullptr, nullptr, INSTEAD_RESET},
+    {"fput", DEVICE, NIC, nullptr, USAGE_FPUT, INSTEAD_FPUT},
+    {"einj", DEVICE, NIC, nullptr, nullptr, INSTEAD_EINJ},
+    {"rm_ras_log", DEVICE, NIC, nullptr, nullptr, INSTEAD_RM_RAS_LOG},
+    {"shell", DEVICE, NIC, nullptr, USAGE_SHELL, INSTEAD_SHELL},
     {"link", DEVICE, NIC, kxtool_link, USAGE_LINK},
-    {"prt_rv_bb", NO_DEVICE, NIC, nullptr, nullptr},
-    {"show_os_status", NO_DEVICE, NIC, nullptr, USAGE_SHOW_OS_STATUS},
-    {"flash", DEVICE, NIC, nullptr, USAGE_FLASH},
+    {"prt_rv_bb", NO_DEVICE, NIC, nullptr, nullptr, INSTEAD_PRT_RV_BB},
+    {"show_os_status", NO_DEVICE, NIC, nullptr, USAGE_SHOW_OS_STATUS, INSTEAD_SHOW_OS_STATUS},
+    {"flash", DEVICE, NIC, nullptr, USAGE_FLASH, INSTEAD_FLASH},
     {"set_vf_status", DEVICE, NIC, kxtool_set_vf_status, USAGE_SET_VF_STATUS},
     {"sn_info", DEVICE, NIC, kxtool_sn_get, USAGE_SN_INFO},
-    {"nvme", DEVICE, NIC, nullptr, USAGE_NVME},
+    {"nvme", DEVICE, NIC, nullptr, USAGE_NVME, INSTEAD_NVME},
     {"temp_info", DEVICE, NIC, kxtool_temp_get, USAGE_TEMP_INFO},
-    {"rdmacfg", DEVICE, NIC, nullptr, USAGE_RDMACFG},
-    {"bar_test", DEVICE, NIC, nullptr, USAGE_BAR_TEST},
-    {"hw_test", DEVICE, NIC, nullptr, USAGE_HW_TEST},
-    {"pkt_capture", DEVICE, NIC, nullptr, USAGE_PKT_CAPTURE},
-    {"mcode", DEVICE, NIC, nullptr, USAGE_MCODE},
+    {"rdmacfg", DEVICE, NIC, nullptr, USAGE_RDMACFG, INSTEAD_RDMACFG},
+    {"bar_test", DEVICE, NIC, nullptr, USAGE_BAR_TEST, INSTEAD_BAR_TEST},
+    {"hw_test", DEVICE, NIC, nullptr, USAGE_HW_TEST, INSTEAD_HW_TEST},
+    {"pkt_capture", DEVICE, NIC, nullptr, USAGE_PKT_CAPTURE, INSTEAD_PKT_CAPTURE},
+    {"mcode", DEVICE, NIC, nullptr, USAGE_MCODE, INSTEAD_MCODE},
     {"dump_eth_info", NO_DEVICE, NIC, kxtool_dump_eth_info, USAGE_DUMP_ETH_INFO},
-    {"set_vf_mac", DEVICE, NIC, nullptr, USAGE_SET_VF_MAC},
-    {"sw_stat", DEVICE, NIC, nullptr, USAGE_SW_STAT},
+    {"set_vf_mac", DEVICE, NIC, nullptr, USAGE_SET_VF_MAC, INSTEAD_SET_VF_MAC},
+    {"sw_stat", DEVICE, NIC, nullptr, USAGE_SW_STAT, INSTEAD_SW_STAT},
 };
 
 const char* kxtool_args_help(const char* word) {
   const int32_t index = kxtool_option_index_get(KXTOOL_OPTIONS, word);
   return index < 0 ? nullptr : kxtool_option_table[index].usage;
+}
+
+const char* kxtool_command_usage(const char* name) {
+  return strcmp(name, "bind") == 0 ? kxtool_bind_usage : kxtool_args_help(name);
+}
+
+const char* kxtool_command_instead(const char* name) {
+  const int32_t index = kxtool_option_index_get(KXTOOL_OPTIONS, name);
+  return index < 0 ? nullptr : kxtool_option_table[index].instead;
+}
+
+void kxtool_usage_print(const kxtools_cmd_entry& entry) {
+  const char* usage = kxtool_command_usage(entry.name);
+  kx_print("%s\n", usage != nullptr ? usage : kxtool_option_table[0].usage);
+  if (const char* instead = kxtool_command_instead(entry.name); usage == nullptr && instead != nullptr) {
+    kx_error_print("kxtool: '%s' is not in this build. In its place: %s\n", entry.name, instead);
+  }
 }

@@ -9,10 +9,10 @@ constexpr uint8_t SUPER_USER = 1;
 
 // Checked against the card's record of this module, or not at all.
 constexpr kxtools_cmd_entry gated(const char* name, uint8_t permission) {
-  return {name, nullptr, kxtool_cmd, permission, 0, 0, 0, 0, nullptr};
+  return {name, nullptr, kxtool_cmd, permission, 0, 0, 0, 0, nullptr, kxtool_usage_print};
 }
 constexpr kxtools_cmd_entry ungated(const char* name, uint8_t permission, kxtools_cmd_handler handler = kxtool_cmd) {
-  return {name, nullptr, handler, permission, 255, 255, 255, 0, nullptr};
+  return {name, nullptr, handler, permission, 255, 255, 255, 0, nullptr, kxtool_usage_print};
 }
 
 }  // namespace

@@ -10,3 +10,5 @@ extern kxtools_cmd_entry kxtool_sub_command_list[KXTOOL_SUB_COMMAND_NUM];
 int32_t kxtool_cmd(kxtools_cmd_context* ctx);
 /// Runs one command of another module against a named device.
 int32_t kxtool_bind(kxtools_cmd_context* ctx);
+/// Prints the usage of an entry, and what can be done in its place when this build cannot do it.
+void kxtool_usage_print(const kxtools_cmd_entry& entry);

@@ -26,6 +26,17 @@ offers 'kxtool bind 0000:3b:00.' 00.0 00.1
 offers 'kxtool bind 0000:3b:00.0 kxt' kxtrace_app
 offers 'kxtool bind eth0 kxpcie ms' msix_dump msi_dump
 offers 'kxtool bind eth0 kxrdma '
+offers 'kxtool bind eth0 kxvqm glb vers' version
+offers 'kxtool set_vf_status eth0 --mode ' all_vf vf2_max
+offers 'kxtool set_vf_status eth0 --mode all_vf --status ' auto enable disable
+offers 'kxtool set_vf_status eth0 --mode all_vf ' --mode --status
+offers 'kxtool help sn' sn_info
+offers 'kxtool help sn_info '
+offers 'kxtool sn_info e'  eth0 eth1 eth2 # and not eno1
+offers 'kxtool bind 0' 0000:3b:00.0 0000:3b:00.1 0000:3b:01.0
+offers 'kxvcard --' --card --log --state --help --version --
+offers 'kxvcard --card '
+offers 'kxvcard --card x -- ls '
 offers 'kxtool sn_info e th0 $(x) `y` *'
 
 # kxpkg's words, in the array that bash hands over.

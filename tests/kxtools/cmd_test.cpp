@@ -141,6 +141,54 @@ TEST_F(Dispatcher, PromptNamesTheDeviceAndNeverOverflows) {
   EXPECT_EQ(kxtools_prompt_set(""), 0);
 }
 
+TEST_F(Dispatcher, HelpWithANameShowsItsUsage) {
+  const std::string refused = "kxtools_err: [kxtools_help][#] para is err!\n";
+  const struct {
+    const char* line;
+    std::string said;
+    int32_t result;
+  } cases[] = {
+      {"help sn_info", "help\n", 0},
+      {"kxtool help sn_info", "help\n", 0},
+      {"help kxtool -f", "    COMMAND:\n    -f\n\n", 0},
+      {"help su", "enter super user\n", 0},
+      {"help kxnp show", "show\n", 0},
+      {"help kxnp group deep", "deep help\n", 0},
+      {"help reset", refused + "help reset: Command exec failed!\n", -1},
+      {"help sn_info eth0", refused + "help sn_info eth0: Command exec failed!\n", -1},
+      {"kxtool help foo", refused + "kxtool help foo: Command exec failed!\n", -1},
+      {"kxnp help", "kxnp help: No such command for kxtools!\n", -1},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(without_line_numbers(test_line_run(c.line, &result_)), c.said);
+    EXPECT_EQ(result_, c.result) << c.line;
+  }
+  EXPECT_TRUE(test_tree_calls().empty());
+}
+
+TEST_F(Dispatcher, SaysWhatWasMeantOnStandardError) {
+  const struct {
+    const char* line;
+    const char* said;
+  } cases[] = {
+      {"kxnp sho", "kxtool: 'sho' is unknown: did you mean 'show'?\n"},
+      {"kxnp hiden", "kxtool: 'hiden' is no command of kxnp: '-h' in its place lists them\n"},  // not of this level
+      {"kxnp group depe", "kxtool: 'depe' is unknown: did you mean 'deep'?\n"},
+      {"kxpn show", "kxtool: 'kxpn' is unknown: did you mean 'kxnp'?\n"},
+      {"sn_info eth0", "kxtool: did you mean 'kxtool sn_info'?\n"},
+      {"sn_inf eth0", "kxtool: 'sn_inf' is unknown: did you mean 'kxtool sn_info'?\n"},
+      {"kxtool kxnp show",
+       "kxtool: 'kxnp' is a module: its commands are run by 'kxtool bind <device> kxnp <command>'\n"},
+      {"kxnp hidden", "kxtool: 'hidden' is for the super user, which 'su opsu' in the shell makes you\n"},
+      {"zzz", "kxtool: 'zzz' is unknown: 'help' lists the commands of the shell\n"},
+  };
+  for (const auto& c : cases) {
+    testing::internal::CaptureStderr();
+    test_line_run(c.line, &result_);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), c.said) << c.line;
+  }
+}
+
 TEST_F(Dispatcher, ModuleHelpShowsTheVisibleTree) {
   const auto padded = [](std::string name) {
     name.resize(65, ' ');

@@ -74,6 +74,19 @@ TEST(DeviceWord, IsCheckedBeforeItBuildsAPath) {
   EXPECT_FALSE(kxtools_is_interface_name(""));
 }
 
+TEST(DeviceWord, MayLeaveOutTheSegmentOfAnAddress) {
+  for (const char* word : {"3b:00.0", "3B:1f.7", "0:0.0", "3b:00.8"}) {
+    EXPECT_TRUE(kxtools_is_short_address(word)) << word;
+  }
+  for (const char* word : {"0000:3b:00.0", "3b:00", "3b.00:0", "3b:00.", ":00.0", "3b:.0", "03b:00.0", "3b:00.10",
+                           "3b:00.0 ", "eth0", "eth0.1", "g:0.0", ""}) {
+    EXPECT_FALSE(kxtools_is_short_address(word)) << word;
+  }
+  kxtools_sbdf sbdf = 0;
+  EXPECT_EQ(kxtools_dev_name2bdf("3b:1f.7", &sbdf), 0);
+  EXPECT_EQ(sbdf, 0x00003bffu);
+}
+
 class KernelFile : public testing::Test {
  protected:
   void fill(const std::string& text) {

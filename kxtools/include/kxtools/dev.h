@@ -39,10 +39,17 @@ inline kx_mmio_region kxtools_dev_bar(const kxtools_dev_info& info) {
 
 /// Reads "ssss:bb:dd.f". Returns 0 or -1.
 int32_t pcie_sbdf_parse(kxtools_sbdf* sbdf, const char* text);
+/// The same without a message. False leaves `sbdf` as it was.
+bool kxtools_sbdf_read(const char* text, kxtools_sbdf* sbdf);
 /// Writes the 12-character text form and its terminator into `text` (13 bytes).
 void kxtools_sbdf_text(kxtools_sbdf sbdf, char (&text)[13]);
 
-/// Turns a PCI address text or the name of a network interface into a PCI address. Returns 0, or -1 with a message.
+/// True for an address without its segment, "bb:dd.f", as other tools print the addresses of segment 0; no interface
+/// can be called so.
+bool kxtools_is_short_address(const char* word);
+
+/// Turns a PCI address text, with or without its segment, or the name of a network interface into a PCI address.
+/// Returns 0, or -1 with a message.
 int32_t kxtools_dev_name2bdf(const char* name, kxtools_sbdf* sbdf);
 
 /// Fills `info` for a function and maps its BAR 0; the caller unmaps it. Returns 0, or -1 with a message.

@@ -3,11 +3,14 @@
 #include "common/report.h"
 #include "info/info.h"
 #include "query.h"
+#include "startup/words.h"
 
 namespace {
 
 constexpr kx_line_style STYLE_ERR{"mac_addr_get_err: ", " ", nullptr};
 constexpr kx_line_style STYLE_INFO{"mac_addr_get_info: ", " ", nullptr};
+
+constexpr const char* WORDS[] = {"mac_info"};
 
 constexpr uint32_t OP_MAC_ADDRESS = 9;
 constexpr uint16_t PAYLOAD_LEN = 4;
@@ -21,10 +24,11 @@ constexpr uint16_t ADDRESSES_MAX = (REPLY_LEN - REPLY_ADDRESSES) / ADDRESS_LEN;
 }  // namespace
 
 int kxtool_mac_addr_get(kxtool_cmd_ctx* ctx) {
-  if (ctx->argc != 1 || strcmp(ctx->argv[0], "mac_info") != 0) {
+  if (ctx->argc != 1 || strcmp(ctx->argv[0], WORDS[0]) != 0) {
     KX_LINE(STYLE_ERR, "error, the parameter of mac_addr_get should be (kxtool mac_info %s mac_info), please check!\n",
             ctx->device_word);
     KX_LINE(STYLE_INFO, "For more information run kxtool -h\n");
+    kxtool_words_explain(*ctx, WORDS);
     return 1;
   }
   uint8_t reply[REPLY_LEN];

@@ -5,11 +5,14 @@
 #include "info/serial_number.h"
 #include "query.h"
 #include "reply_status.h"
+#include "startup/words.h"
 
 namespace {
 
 constexpr kx_line_style STYLE_ERR{"sn_get_err: ", " ", nullptr};
 constexpr kx_line_style STYLE_INFO{"sn_get_info: ", " ", nullptr};
+
+constexpr const char* WORDS[] = {"sn_info"};
 
 constexpr uint32_t OP_SERIAL_NUMBER = 15;
 constexpr uint16_t PAYLOAD_LEN = 20;
@@ -40,10 +43,11 @@ int32_t kxtool_serial_number_ask(kxtool_device* device, kxtool_serial_number* se
 }
 
 int kxtool_sn_get(kxtool_cmd_ctx* ctx) {
-  if (ctx->argc != 1 || strcmp(ctx->argv[0], "sn_info") != 0) {
+  if (ctx->argc != 1 || strcmp(ctx->argv[0], WORDS[0]) != 0) {
     KX_LINE(STYLE_ERR, "error, the parameter of sn_get should be (kxtool sn_info %s sn_info), please check!\n",
             ctx->device_word);
     KX_LINE(STYLE_INFO, "For more information run kxtool -h\n");
+    kxtool_words_explain(*ctx, WORDS);
     return 1;
   }
   kxtool_serial_number serial;

@@ -3,11 +3,14 @@
 #include "common/report.h"
 #include "info/info.h"
 #include "query.h"
+#include "startup/words.h"
 
 namespace {
 
 constexpr kx_line_style STYLE_ERR{"temp_get_err: ", " ", nullptr};
 constexpr kx_line_style STYLE_INFO{"temp_get_info: ", " ", nullptr};
+
+constexpr const char* WORDS[] = {"chip_temp"};
 
 constexpr uint32_t OP_TEMPERATURE = 18;
 constexpr uint16_t PAYLOAD_LEN = 20;
@@ -39,10 +42,11 @@ bool temperature_read(kxtool_device* device, int32_t* temperature) {
 }  // namespace
 
 int kxtool_temp_get(kxtool_cmd_ctx* ctx) {
-  if (ctx->argc != 1 || strcmp(ctx->argv[0], "chip_temp") != 0) {
+  if (ctx->argc != 1 || strcmp(ctx->argv[0], WORDS[0]) != 0) {
     KX_LINE(STYLE_ERR, "error, the parameter of temp_get should be (kxtool temp_info %s chip_temp)\n",
             ctx->device_word);
     KX_LINE(STYLE_INFO, "For more information run kxtool -h\n");
+    kxtool_words_explain(*ctx, WORDS);
     return 1;
   }
   int32_t temperature = 0;

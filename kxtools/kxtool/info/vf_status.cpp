@@ -1,14 +1,20 @@
 #include <cstring>
+#include <iterator>
 #include <span>
+#include <vector>
 
 #include "channel/tools_msg.h"
+#include "common/nearest.h"
 #include "common/report.h"
 #include "info/info.h"
+#include "startup/words.h"
 
 namespace {
 
 constexpr kx_line_style STYLE_ERR{"kxtool_set_vf_status_err: ", " ", nullptr};
 constexpr kx_line_style STYLE_INFO{"kxtool_set_vf_status_info: ", " ", nullptr};
+
+constexpr const char* WORDS[] = {"--mode", nullptr, "--status", nullptr};
 
 struct value_word {
   const char* word;
@@ -34,21 +40,33 @@ bool value_find(std::span<const value_word> words, const char* word, uint32_t* v
   return false;
 }
 
+void value_explain(const char* what, const char* word, std::span<const value_word> words) {
+  std::vector<const char*> names;
+  for (const value_word& row : words) {
+    names.push_back(row.word);
+  }
+  kx_unknown_word_print(what, word, names);
+}
+
 bool words_parse(const kxtool_cmd_ctx& ctx, vf_status_set* set) {
-  if (ctx.argc < 4) {
+  if (ctx.argc < std::size(WORDS)) {
     KX_LINE(STYLE_ERR, "Insufficient arguments!\n");
+    kxtool_words_explain(ctx, WORDS);
     return false;
   }
-  if (ctx.argc > 4 || strcmp(ctx.argv[0], "--mode") != 0 || strcmp(ctx.argv[2], "--status") != 0) {
+  if (ctx.argc > std::size(WORDS) || strcmp(ctx.argv[0], WORDS[0]) != 0 || strcmp(ctx.argv[2], WORDS[2]) != 0) {
     KX_LINE(STYLE_ERR, "Failed to parse arguments!\n");
+    kxtool_words_explain(ctx, WORDS);
     return false;
   }
   if (!value_find(MODES, ctx.argv[1], &set->mode)) {
     KX_LINE(STYLE_ERR, "Invalid mode value!\n");
+    value_explain("mode", ctx.argv[1], MODES);
     return false;
   }
   if (!value_find(STATUSES, ctx.argv[3], &set->status)) {
     KX_LINE(STYLE_ERR, "Invalid status value!\n");
+    value_explain("status", ctx.argv[3], STATUSES);
     return false;
   }
   return true;

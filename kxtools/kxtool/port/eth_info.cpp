@@ -1,10 +1,7 @@
 // "dump_eth_info": the interfaces of the cards, as the kernel's directories show them.
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,18 +9,14 @@
 #include "common/report.h"
 #include "common/unique_fd.h"
 #include "kx_pcie/config_space.h"
+#include "kxtools/card_interfaces.h"
 #include "kxtools/dev.h"
 #include "port/port.h"
+#include "startup/words.h"
 
 namespace {
 
 constexpr const char* NET_CLASS = "/sys/class/net";
-constexpr const char* SLOT_NAME = "PCI_SLOT_NAME=";
-
-struct card_interface {
-  std::string name;
-  kxtools_sbdf sbdf;
-};
 
 // A small file's text; nothing when it cannot be read.
 std::string file_text(const std::string& path) {
@@ -46,17 +39,6 @@ std::string first_line(const std::string& path) {
   return printable(text.substr(0, text.find('\n')));
 }
 
-// The PCI address behind an interface. False for interfaces of no PCI function.
-bool slot_get(const std::string& interface, kxtools_sbdf* sbdf) {
-  const std::string text = file_text(std::string(NET_CLASS) + "/" + interface + "/device/uevent");
-  const size_t start = text.starts_with(SLOT_NAME) ? 0 : text.find(std::string("\n") + SLOT_NAME);
-  if (start == std::string::npos) {
-    return false;
-  }
-  const size_t value = text.find('=', start) + 1;
-  return pcie_sbdf_parse(sbdf, text.substr(value, text.find('\n', value) - value).c_str()) == 0;
-}
-
 // The last part of the link at `path`.
 std::string link_name(const std::string& path) {
   char target[512];
@@ -68,24 +50,7 @@ std::string link_name(const std::string& path) {
   return printable(std::string(text.substr(text.rfind('/') + 1)));
 }
 
-bool interfaces_find(std::vector<card_interface>* interfaces) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(NET_CLASS), closedir);
-  if (folder == nullptr) {
-    return false;
-  }
-  while (const struct dirent* entry = readdir(folder.get())) {
-    card_interface interface = {entry->d_name, KXTOOLS_SBDF_NONE};
-    if (entry->d_name[0] != '.' && slot_get(interface.name, &interface.sbdf) && sbdf_valid_check(interface.sbdf) == 0) {
-      interfaces->push_back(std::move(interface));
-    }
-  }
-  std::sort(interfaces->begin(), interfaces->end(), [](const card_interface& a, const card_interface& b) {
-    return a.sbdf != b.sbdf ? a.sbdf < b.sbdf : a.name < b.name;
-  });
-  return true;
-}
-
-void interface_print(const card_interface& interface) {
+void interface_print(const kxtools_card_interface& interface) {
   char address[13];
   kxtools_sbdf_text(interface.sbdf, address);
   const std::string function = std::string(KXTOOLS_PCI_DEVICES) + "/" + address;
@@ -102,10 +67,11 @@ void interface_print(const card_interface& interface) {
 int kxtool_dump_eth_info(kxtool_cmd_ctx* ctx) {
   if (ctx->argc != 0) {
     kx_print("%s\n", ctx->option->usage);
+    kxtool_words_explain(*ctx, {});
     return 1;
   }
-  std::vector<card_interface> interfaces;
-  if (!interfaces_find(&interfaces)) {
+  std::vector<kxtools_card_interface> interfaces;
+  if (!kxtools_card_interfaces(&interfaces)) {
     KXTOOLS_ERR("%s cannot be read\n", NET_CLASS);
     return 1;
   }
@@ -115,7 +81,7 @@ int kxtool_dump_eth_info(kxtool_cmd_ctx* ctx) {
   }
   kx_print("%-15s %-12s %-13s %-8s %-16s %-17s %s\n", "interface", "pci address", "identity", "function", "driver",
            "mac", "state");
-  for (const card_interface& interface : interfaces) {
+  for (const kxtools_card_interface& interface : interfaces) {
     interface_print(interface);
   }
   return 0;

@@ -6,6 +6,7 @@
 #include "module_decode.h"
 #include "module_eeprom.h"
 #include "port/port.h"
+#include "startup/words.h"
 
 namespace {
 
@@ -85,8 +86,10 @@ int module_show(const char* interface) {
 }  // namespace
 
 int kxtool_link(kxtool_cmd_ctx* ctx) {
-  if (ctx->argc != 1 || strcmp(ctx->argv[0], "-m") != 0) {
+  static constexpr const char* WORDS[] = {"-m"};
+  if (ctx->argc != 1 || strcmp(ctx->argv[0], WORDS[0]) != 0) {
     kx_print("%s\n", ctx->option->usage);
+    kxtool_words_explain(*ctx, WORDS);
     return 1;
   }
   return module_show(ctx->device_word);

@@ -1,12 +1,15 @@
 // "regsmem|devmem": words of a unit's address space.
+#include <array>
 #include <cinttypes>
-#include <cstring>
+#include <vector>
 
+#include "common/nearest.h"
 #include "common/report.h"
 #include "common/signals.h"
 #include "devmem_words.h"
 #include "kx_pcie/tunnel.h"
 #include "registers/registers.h"
+#include "startup/words.h"
 #include "units.h"
 
 namespace {
@@ -40,17 +43,47 @@ int write_word(const devmem_request& request) {
     KXTOOLS_ERR("card address 0x%" PRIx64 " cannot be written\n", request.address);
     return 1;
   }
-  kx_print("0x%010" PRIx64 ": wrote %08x\n", request.address, request.value);
+  if (!request.verifies) {
+    kx_print("0x%010" PRIx64 ": wrote %08x\n", request.address, request.value);
+    return 0;
+  }
+  uint32_t value = 0;
+  if (read_val_from_kx(request.address, &value) != 0) {
+    KXTOOLS_ERR("card address 0x%" PRIx64 " was written, but cannot be read back\n", request.address);
+    return 1;
+  }
+  kx_print("0x%010" PRIx64 ": wrote %08x, reads %08x\n", request.address, request.value, value);
+  if (value != request.value) {
+    kx_error_print("kxtool: devmem: card address 0x%" PRIx64 " does not hold what was written\n", request.address);
+    return 1;
+  }
   return 0;
+}
+
+// What is wrong when the words do not begin with a unit.
+void unit_explain(const kxtool_cmd_ctx& ctx) {
+  std::vector<const char*> names;
+  for (const kxtools_unit* unit : units_get()) {
+    names.push_back(unit->name);
+  }
+  if (ctx.argc == 0) {
+    kxtool_words_explain(ctx, std::array<const char*, 1>{});
+  } else {
+    kx_unknown_word_print("unit of the card", ctx.argv[0], names);
+  }
 }
 
 }  // namespace
 
 int kxtool_devmem(kxtool_cmd_ctx* ctx) {
   devmem_request request;
-  const char* unit_word = ctx->argc > 0 ? ctx->argv[0] : "";
-  const kxtools_unit* unit = unit_find(unit_word);
-  if (unit == nullptr || !devmem_words_parse(ctx->argc - 1, ctx->argv + 1, &request)) {
+  const kxtools_unit* unit = unit_find(ctx->argc > 0 ? ctx->argv[0] : "");
+  if (unit == nullptr) {
+    kx_print("%s\n", ctx->option->usage);
+    unit_explain(*ctx);
+    return 1;
+  }
+  if (!devmem_words_parse(ctx->argc - 1, ctx->argv + 1, &request)) {
     kx_print("%s\n", ctx->option->usage);
     return 1;
   }

@@ -3,10 +3,13 @@
 #include <cinttypes>
 #include <cstring>
 
+#include "common/nearest.h"
 #include "common/report.h"
 #include "startup/exit.h"
 
 namespace {
+
+constexpr const char* VERIFY = "--verify";
 
 // Hexadecimal after 0x, else decimal: an address with a leading 0 is not octal.
 uint64_t number_get(const char* word, int64_t max) {
@@ -44,20 +47,36 @@ bool place_find(const kxtools_unit& unit, uint64_t offset, devmem_request* reque
 }  // namespace
 
 bool devmem_words_parse(uint32_t count, const char* const* words, devmem_request* request) {
+  static constexpr const char* ACCESSES[] = {"len", "val"};
   if (count > 0 && strcmp(words[0], "addr") == 0) {
     ++words;
     --count;
   }
-  if (count != 1 && count != 3) {
+  if (count == 0) {
+    kx_error_print("kxtool: devmem: the address behind the unit is missing\n");
     return false;
   }
   request->address_word = words[0];
   if (count == 1) {
     return true;
   }
-  request->writes = strcmp(words[1], "val") == 0;
+  request->writes = strcmp(words[1], ACCESSES[1]) == 0;
+  if (!request->writes && strcmp(words[1], ACCESSES[0]) != 0) {
+    kx_unknown_word_print("word behind the address", words[1], ACCESSES);
+    return false;
+  }
+  if (count == 2) {
+    kx_error_print("kxtool: devmem: the number behind '%s' is missing\n", words[1]);
+    return false;
+  }
   (request->writes ? request->value_word : request->length_word) = words[2];
-  return request->writes || strcmp(words[1], "len") == 0;
+  request->verifies = request->writes && count == 4 && strcmp(words[3], VERIFY) == 0;
+  if (count > 3 && !request->verifies) {
+    kx_error_print("kxtool: devmem: '%s' is one word too many%s\n", words[request->writes && count > 4 ? 4 : 3],
+                   request->writes ? "; only --verify may follow the value" : "");
+    return false;
+  }
+  return true;
 }
 
 bool devmem_request_check(const kxtools_unit& unit, devmem_request* request) {

@@ -12,12 +12,14 @@ struct devmem_request {
   const char* length_word = nullptr;  ///< null: one word
   const char* value_word = nullptr;   ///< null: a read
   bool writes = false;
-  uint64_t address = 0;  ///< in card memory
-  uint32_t length = 4;   ///< bytes
+  bool verifies = false;  ///< reads back what it wrote
+  uint64_t address = 0;   ///< in card memory
+  uint32_t length = 4;    ///< bytes
   uint32_t value = 0;
 };
 
-/// Takes the words behind the unit: ["addr"] ADDRESS ["len" BYTES | "val" VALUE]. False for other words.
+/// Takes the words behind the unit: ["addr"] ADDRESS ["len" BYTES | "val" VALUE ["--verify"]]. False with one line on
+/// standard error for other words.
 bool devmem_words_parse(uint32_t count, const char* const* words, devmem_request* request);
 
 /// Reads the numbers and finds the place in card memory: hexadecimal after 0x, else decimal; multiples of 4; all bytes

@@ -1,11 +1,15 @@
 // "diag" and "stat": one pass over the checks or counters of one unit or of all.
+#include <array>
 #include <cinttypes>
 #include <cstring>
 #include <string>
+#include <vector>
 
+#include "common/nearest.h"
 #include "common/report.h"
 #include "common/signals.h"
 #include "registers/registers.h"
+#include "startup/words.h"
 #include "units.h"
 
 namespace {
@@ -83,18 +87,30 @@ bool word_names(const char* word, const kxtools_unit& unit, kxtools_unit_list li
   return unit.count(list) != 0 && (strcmp(word, "all") == 0 || strcmp(word, unit.name) == 0);
 }
 
-bool word_is_known(const char* word, kxtools_unit_list list) {
+// Checks the one word behind the device; a wrong one costs the usage and a line.
+bool word_check(const kxtool_cmd_ctx& ctx, kxtools_unit_list list) {
+  std::vector<const char*> names = {"all"};
+  bool known = false;
   for (const kxtools_unit* unit : units_get()) {
-    if (word_names(word, *unit, list)) {
-      return true;
+    if (unit->count(list) != 0) {
+      names.push_back(unit->name);
+      known |= ctx.argc == 1 && word_names(ctx.argv[0], *unit, list);
     }
+  }
+  if (known) {
+    return true;
+  }
+  kx_print("%s\n", ctx.option->usage);
+  if (ctx.argc == 1) {
+    kx_unknown_word_print("unit of the card", ctx.argv[0], names);
+  } else {
+    kxtool_words_explain(ctx, std::array<const char*, 1>{});
   }
   return false;
 }
 
 int units_run(kxtool_cmd_ctx* ctx, const pass& what) {
-  if (ctx->argc != 1 || !word_is_known(ctx->argv[0], what.list)) {
-    kx_print("%s\n", ctx->option->usage);
+  if (!word_check(*ctx, what.list)) {
     return 1;
   }
   const kx_signal_guard guard;

@@ -3,12 +3,14 @@
 #include <cinttypes>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 
 #include "common/progress_bar.h"
 #include "common/report.h"
 #include "common/result_file.h"
 #include "common/signals.h"
 #include "registers/registers.h"
+#include "startup/words.h"
 #include "units.h"
 
 namespace {
@@ -68,8 +70,10 @@ int units_write(dump* d) {
 }  // namespace
 
 int kxtool_regsdump(kxtool_cmd_ctx* ctx) {
-  if (ctx->argc != 3 || strcmp(ctx->argv[0], "all") != 0 || strcmp(ctx->argv[1], "--file") != 0) {
+  static constexpr const char* WORDS[] = {"all", "--file", nullptr};
+  if (ctx->argc != std::size(WORDS) || strcmp(ctx->argv[0], WORDS[0]) != 0 || strcmp(ctx->argv[1], WORDS[1]) != 0) {
     kx_print("%s\n", ctx->option->usage);
+    kxtool_words_explain(*ctx, WORDS);
     return 1;
   }
   const char* path = ctx->argv[2];

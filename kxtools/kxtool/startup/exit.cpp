@@ -1,10 +1,21 @@
 #include "startup/exit.h"
 
 #include <cerrno>
+#include <cinttypes>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 
 #include "channel/process_exit.h"
+
+namespace {
+
+void bad_args_print() {
+  fflush(stdout);
+  fputs("kxtool: bad command line argument(s)\nFor more information run kxtool -h\n", stderr);
+}
+
+}  // namespace
 
 void kxtool_exit(int status) {
   kxtool_release_fd_lock();
@@ -12,8 +23,16 @@ void kxtool_exit(int status) {
 }
 
 void exit_bad_args() {
-  fflush(stdout);
-  fputs("kxtool: bad command line argument(s)\nFor more information run kxtool -h\n", stderr);
+  bad_args_print();
+  kxtool_exit(1);
+}
+
+void exit_bad_args(const char* format, ...) {
+  bad_args_print();
+  va_list args;
+  va_start(args, format);
+  vfprintf(stderr, format, args);
+  va_end(args);
   kxtool_exit(1);
 }
 
@@ -22,7 +41,7 @@ int64_t kxtool_number_get(const char* word, int base, int64_t min, int64_t max) 
   errno = 0;
   const long long value = strtoll(word, &end, base);
   if (errno != 0 || end == word || *end != '\0' || value < min || value > max) {
-    exit_bad_args();
+    exit_bad_args("kxtool: '%s' is no number from %" PRId64 " to %" PRId64 "\n", word, min, max);
   }
   return value;
 }

@@ -8,6 +8,7 @@
 #include "channel/driver.h"
 #include "common/report.h"
 #include "device_check.h"
+#include "device_explain.h"
 #include "run_lock.h"
 #include "startup/exit.h"
 #include "startup/silence.h"
@@ -36,6 +37,9 @@ bool has_alias(const char* names, const char* word) {
 [[noreturn]] void show_usage(const kxtool_option_list& list, const kxtool_option& row) {
   const char* usage = row.usage != nullptr ? row.usage : list.rows[0].usage;
   kx_print("%s\n", usage);
+  if (row.usage == nullptr && row.instead != nullptr) {
+    kx_error_print("kxtool: '%s' is not in this build. In its place: %s\n", row.names, row.instead);
+  }
   kxtool_exit(0);
 }
 
@@ -59,7 +63,7 @@ void words_take(const kxtool_option_list& list, uint32_t count, char** words, kx
     return;
   }
   if (ctx->argc == 0) {
-    exit_bad_args();
+    exit_bad_args("kxtool: %s needs a device behind it: '%s -h' shows its words\n", ctx->name, ctx->name);
   }
   ctx->device_word = ctx->argv[0];
   ctx->device.name = ctx->device_word;
@@ -76,12 +80,22 @@ void device_acquire(kxtool_cmd_ctx* ctx) {
     KXTOOLS_ERR("'%s' is not a devname or domain:bus:device:function format!\n", ctx->device_word);
     kxtool_exit(1);
   }
-  if (kxtool_not_kelpf_intercept(&device) != 0 || kxtool_flock_lock(device) != KXTOOL_LOCK_TAKEN ||
-      check_pcie_power_state(device) != 0) {
+  if (kxtool_not_kelpf_intercept(&device) != 0) {
+    kxtool_device_explain(device);
+    kxtool_exit(1);
+  }
+  if (kxtool_flock_lock(device) != KXTOOL_LOCK_TAKEN) {
+    kx_error_print("kxtool: %s was not run: the lock of %s cannot be had\n", ctx->name, ctx->device_word);
+    kxtool_exit(1);
+  }
+  if (check_pcie_power_state(device) != 0) {
+    kx_error_print("kxtool: %s was not run: %s sleeps, or does not tell whether it does\n", ctx->name,
+                   device.sbdf_text);
     kxtool_exit(1);
   }
   if (device.access_mode == KXTOOL_ACCESS_BDF && !ctx->option->by_bdf) {
     KXTOOLS_ERR("The command does not yet support BDF type!\n");
+    kxtool_address_explain(device, ctx->name);
     kxtool_exit(1);
   }
 }
@@ -139,6 +153,9 @@ void kxtool_init(const kxtool_option_list& list, uint32_t count, char** words) {
   }
   if (option.handler == nullptr) {
     KXTOOLS_ERR("'%s' is not available in this build: it lacks the card's protocol for it\n", ctx.name);
+    if (option.instead != nullptr) {
+      kx_error_print("kxtool: in place of %s: %s\n", ctx.name, option.instead);
+    }
     kxtool_exit(1);
   }
   if (ctx.device.access_mode == KXTOOL_ACCESS_BDF) {

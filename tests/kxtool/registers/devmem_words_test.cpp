@@ -49,6 +49,9 @@ TEST(DevmemWords, RefuseOtherWords) {
                         {"0", "len"},
                         {"0", "value", "1"},
                         {"addr", "0", "LEN", "4"},
+                        {"addr", "0", "len", "4", "--verify"},
+                        {"addr", "0", "val", "4", "--verif"},
+                        {"addr", "0", "val", "4", "--verify", "5"},
                         {"addr", "0", "len", "4", "5"},
                         {"addr", "addr", "0", "1"}};
   for (const Words& words : rows) {

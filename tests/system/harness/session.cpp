@@ -14,6 +14,14 @@ std::string marker(size_t number) {
   return text;
 }
 
+// What standard error says about the markers is not the lines' doing.
+std::string without_markers(std::string text) {
+  for (size_t at = text.find("kxtool: '@"); at != std::string::npos; at = text.find("kxtool: '@", at)) {
+    text.erase(at, text.find('\n', at) - at + 1);
+  }
+  return text;
+}
+
 std::string cut_to(std::string* text, const std::string& end) {
   const size_t at = text->find(end);
   if (at == std::string::npos) {
@@ -35,6 +43,7 @@ Session run(const std::string& card, const std::vector<std::string>& lines, bool
   input += marker(lines.size()) + "\nquit\n";
   Session session;
   session.result = kx_system::run({.card = card, .input = input});
+  session.result.err = without_markers(session.result.err);
   std::string rest = session.result.out;
   session.before = cut_to(&rest, marker(0) + ": No such command for kxtools!\n");
   for (size_t i = 0; i < lines.size(); ++i) {

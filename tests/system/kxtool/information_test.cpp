@@ -78,15 +78,18 @@ TEST(Information, WrongWordsPrintTheUsageLine) {
   const Case cases[] = {
       {"{}", "sn_info eth0", 1,
        "sn_get_err: [kxtool_sn_get][#] error, the parameter of sn_get should be (kxtool sn_info eth0 sn_info), please "
-       "check!\nsn_get_info: [kxtool_sn_get][#] For more information run kxtool -h\n"},
+       "check!\nsn_get_info: [kxtool_sn_get][#] For more information run kxtool -h\n",
+       "kxtool: sn_info: 'sn_info' is missing: 'sn_info -h' shows the words\n"},
       {"{}", "mac_info eth0 sn_info", 1,
        "mac_addr_get_err: [kxtool_mac_addr_get][#] error, the parameter of mac_addr_get should be (kxtool mac_info "
        "eth0 "
        "mac_info), please check!\n"
-       "mac_addr_get_info: [kxtool_mac_addr_get][#] For more information run kxtool -h\n"},
+       "mac_addr_get_info: [kxtool_mac_addr_get][#] For more information run kxtool -h\n",
+       "kxtool: mac_info: 'sn_info' stands where 'mac_info' must\n"},
       {"{}", "temp_info eth0 chip_temp x", 1,
        "temp_get_err: [kxtool_temp_get][#] error, the parameter of temp_get should be (kxtool temp_info eth0 "
-       "chip_temp)\ntemp_get_info: [kxtool_temp_get][#] For more information run kxtool -h\n"},
+       "chip_temp)\ntemp_get_info: [kxtool_temp_get][#] For more information run kxtool -h\n",
+       "kxtool: temp_info: 'x' is one word too many\n"},
   };
   for (const Case& c : cases) {
     EXPECT_THAT(requests(check(c)), testing::IsEmpty());
@@ -165,15 +168,23 @@ Case vf_case(const std::string& words, int status, const std::string& rest, cons
 
 TEST(VfStatus, WordsAreCheckedBeforeAnythingIsSent) {
   const std::string err = "kxtool_set_vf_status_err: [words_parse][#] ";
-  const Case cases[] = {
-      vf_case("", 1, err + "Insufficient arguments!\n"),
-      vf_case("--mode all_vf --status", 1, err + "Insufficient arguments!\n"),
-      vf_case("--mode all --status auto", 1, err + "Invalid mode value!\n"),
-      vf_case("--mode all_vf --status on", 1, err + "Invalid status value!\n"),
-      vf_case("--status auto --mode all_vf", 1, err + "Failed to parse arguments!\n"),
-      vf_case("--mode all_vf --status auto x", 1, err + "Failed to parse arguments!\n"),
+  const struct {
+    const char* words;
+    const char* said;
+    const char* meant;
+  } rows[] = {
+      {"", "Insufficient arguments!\n", "set_vf_status: '--mode' is missing: 'set_vf_status -h' shows the words\n"},
+      {"--mode all_vf --status", "Insufficient arguments!\n",
+       "set_vf_status: a value is missing: 'set_vf_status -h' shows the words\n"},
+      {"--mode all --status auto", "Invalid mode value!\n", "'all' is no mode: did you mean 'all_vf'?\n"},
+      {"--mode all_vf --status on", "Invalid status value!\n", "'on' is no status: there are auto, enable, disable\n"},
+      {"--status auto --mode all_vf", "Failed to parse arguments!\n",
+       "set_vf_status: '--status' stands where '--mode' must\n"},
+      {"--mode all_vf --status auto x", "Failed to parse arguments!\n", "set_vf_status: 'x' is one word too many\n"},
   };
-  for (const Case& c : cases) {
+  for (const auto& row : rows) {
+    Case c = vf_case(row.words, 1, err + row.said);
+    c.err = std::string("kxtool: ") + row.meant;
     EXPECT_THAT(requests(check(c)), testing::IsEmpty());
   }
 }

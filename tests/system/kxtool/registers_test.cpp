@@ -164,6 +164,24 @@ TEST(Devmem, ShowsAndWritesWords) {
   EXPECT_EQ(tool("{}", "devmem eth0 np addr 0").out, "kxtool devmem eth0 np addr 0: No execution permission!\n");
 }
 
+TEST(Devmem, ReadsBackWhatItWroteWhenAsked) {
+  const auto run = [](const std::string& words) {
+    return kx_system::run({.input = "0\nsu opsu\nkxtool devmem eth0 vqm " + words + "\nquit\n"});
+  };
+  const Result good = run("addr 0x30 val 5 --verify");
+  EXPECT_THAT(good.out, EndsWith("\n0x6208000030: wrote 00000005, reads 00000005\n"));
+  EXPECT_EQ(good.err, "");
+  EXPECT_EQ(good.status, 0);
+  // The version of the queue engine cannot be written.
+  const Result other = run("addr 0 val 1 --verify");
+  EXPECT_THAT(other.out, EndsWith("\n0x6208000000: wrote 00000001, reads 20250129\n"));
+  EXPECT_EQ(other.err, "kxtool: devmem: card address 0x6208000000 does not hold what was written\n");
+  EXPECT_EQ(other.status, 1);
+  // Without the word nothing is read: a read may clear.
+  EXPECT_TRUE(run("addr 0x30 val 5").log_of("card_read address=0x6208000030").empty());
+  EXPECT_EQ(good.log_of("card_read address=0x6208000030").size(), 1u);
+}
+
 TEST(Regsdump, WritesEveryDescribedRegister) {
   const Folder folder;
   const std::string path = folder.path() + "/regs.txt";

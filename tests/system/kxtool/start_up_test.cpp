@@ -21,28 +21,45 @@ std::string function(const std::string& keys) {
 
 TEST(StartUp, RefusalsPrintTheirLineAndSendNothing) {
   const std::string d3hot = "Device 0000:3b:00.0 power state is D3hot!\n";
+  const auto asleep = [](const char* name) {
+    return "kxtool: " + std::string(name) + " was not run: 0000:3b:00.0 sleeps, or does not tell whether it does\n";
+  };
+  const auto no_word = [](const char* name) {
+    return BAD_ARGUMENTS + "kxtool: " + name + " needs a device behind it: '" + name + " -h' shows its words\n";
+  };
+  const std::string virtual_function = "0000:3b:01.0 is a virtual function: use a physical one (eth0, eth1)\n";
   const Case cases[] = {
-      {"{}", "sn_info", 1, "", BAD_ARGUMENTS},
-      {"{}", "fwupdate", 1, "", BAD_ARGUMENTS},
+      {"{}", "sn_info", 1, "", no_word("sn_info")},
+      {"{}", "fwupdate", 1, "", no_word("fwupdate")},
       {function(R"("interface": "eth0.1")"), "sn_info eth0.1 sn_info", 1,
        "kxtools_err: [device_acquire][#] 'eth0.1' is not a devname or domain:bus:device:function format!\n"},
-      {"{}", "sn_info eno1 sn_info", 1, "Warning: No firmware compatibility information available!\n"},
-      {"{}", "sn_info eth2 sn_info", 1, ""},
-      {"{}", "fwupdate 0000:3b:01.0 version", 1, ""},
+      {"{}", "sn_info eno1 sn_info", 1, "Warning: No firmware compatibility information available!\n",
+       "kxtool: eno1 is no function of such a card\n"},
+      {"{}", "sn_info eth2 sn_info", 1, "", "kxtool: eth2: " + virtual_function},
+      {"{}", "fwupdate 0000:3b:01.0 version", 1, "", "kxtool: " + virtual_function},
       {R"({"faults": {"dead": true}})", "sn_info eth0 sn_info", 1,
        "Warning: No firmware compatibility information available!\n"
        "kxtools_err: [kxtool_devname_is_kelpf][#] Device 0000:3b:00.0 does not answer!\n"},
-      {function(R"("power_state": 3)"), "sn_info eth0 sn_info", 1, d3hot},
-      {function(R"("power_state": 3)"), "fwupdate 0000:3b:00.0 version", 1, d3hot},
+      {function(R"("power_state": 3)"), "sn_info eth0 sn_info", 1, d3hot, asleep("sn_info")},
+      {function(R"("power_state": 3)"), "fwupdate 0000:3b:00.0 version", 1, d3hot, asleep("fwupdate")},
       {function(R"("power_state": 3, "driver": "vfio-pci")"), "fwupdate 0000:3b:00.0 version", 1,
-       d3hot + "Device 0000:3b:00.0 is bound to VFIO driver.\n"},
-      {function(R"("power_capability": false)"), "sn_info eth0 sn_info", 1, "pcie cap[0x1] not find\n"},
+       d3hot + "Device 0000:3b:00.0 is bound to VFIO driver.\n", asleep("fwupdate")},
+      {function(R"("power_capability": false)"), "sn_info eth0 sn_info", 1, "pcie cap[0x1] not find\n",
+       asleep("sn_info")},
       {"{}", "sn_info 0000:3b:00.0 sn_info", 1,
-       "kxtools_err: [device_acquire][#] The command does not yet support BDF type!\n"},
+       "kxtools_err: [device_acquire][#] The command does not yet support BDF type!\n",
+       "kxtool: sn_info takes the interface of 0000:3b:00.0: eth0\n"},
+      {function(R"("interface": "")"), "sn_info 3b:00.0 sn_info", 1,
+       "kxtools_err: [device_acquire][#] The command does not yet support BDF type!\n",
+       "kxtool: sn_info takes an interface, and 0000:3b:00.0 has none: is its driver loaded?\n"},
       {"{}", "nvme eth0 x", 1,
-       "kxtools_err: [kxtool_init][#] 'nvme' is not available in this build: it lacks the card's protocol for it\n"},
+       "kxtools_err: [kxtool_init][#] 'nvme' is not available in this build: it lacks the card's protocol for it\n",
+       "kxtool: in place of nvme: kxpcie, bound to the accelerator's function, shows its PCIe side\n"},
       {"{}", "repair p", 1,
-       "kxtools_err: [kxtool_init][#] 'repair' is not available in this build: it lacks the card's protocol for it\n"},
+       "kxtools_err: [kxtool_init][#] 'repair' is not available in this build: it lacks the card's protocol for it\n",
+       "kxtool: in place of repair: a card that still answers takes fwupdate by its PCI address, at super-user level "
+       "in "
+       "the shell\n"},
   };
   for (const Case& c : cases) {
     const auto result = check(c);
@@ -77,15 +94,21 @@ TEST(StartUp, HelpNeedsNoDevice) {
 TEST(Bind, RunsOneCommandOfAModuleAgainstADevice) {
   const std::string failed = "Command exec failed!\n";
   const std::string err = "kxtools_err: [kxtool_bind][#] ";
+  const std::string modules = "kxnp, kxpcie, kxvqm, kxtrace_app, kxbttl, kxrdma\n";
   const Case cases[] = {
       {"{}", "bind eth0", 255,
-       err + "argc = 1, argp is NULL, argp[0] is NULL, argp[1] is NULL\nkxtool bind eth0: " + failed},
-      {"{}", "bind eth0 kxv", 255, err + "kxtools_cmd_index_get failed!\nkxtool bind eth0 kxv: " + failed},
-      {"{}", "bind eth0 kxtool -v", 255, err + "module_id is 0, error!\nkxtool bind eth0 kxtool -v: " + failed},
-      {"{}", "bind eth0 quit", 255, err + "module_id is 9, error!\nkxtool bind eth0 quit: " + failed},
+       err + "argc = 1, argp is NULL, argp[0] is NULL, argp[1] is NULL\nkxtool bind eth0: " + failed,
+       "kxtool: bind needs a device, a module and its command: 'kxtool bind -h' shows how\n"},
+      {"{}", "bind eth0 kxvqn", 255, err + "kxtools_cmd_index_get failed!\nkxtool bind eth0 kxvqn: " + failed,
+       "kxtool: 'kxvqn' is no module: did you mean 'kxvqm'?\n"},
+      {"{}", "bind eth0 kxtool -v", 255, err + "module_id is 0, error!\nkxtool bind eth0 kxtool -v: " + failed,
+       "kxtool: 'kxtool' is no module: there are " + modules},
+      {"{}", "bind eth0 quit", 255, err + "module_id is 9, error!\nkxtool bind eth0 quit: " + failed,
+       "kxtool: 'quit' is no module: there are " + modules},
       {"{}", "bind eth0 kxrdma x", 255,
        "kxtools_err: [kxtools_module_help][#] para is err!\nkxrdma x: " + failed + err +
-           "kxtools_cmd_execute failed\nkxtool bind eth0 kxrdma x: " + failed},
+           "kxtools_cmd_execute failed\nkxtool bind eth0 kxrdma x: " + failed,
+       "kxtool: 'kxrdma' has no commands in this build\n"},
   };
   for (const Case& c : cases) {
     check(c);
@@ -132,7 +155,8 @@ TEST_F(RunLock, PlantedNamesAreRefusedAndLeftAlone) {
     ASSERT_EQ(system(("rm -rf " + locks() + "/kxts_lock_eth0; " + c.command).c_str()), 0);
     const auto result = check({"{}", "sn_info eth0 sn_info", 1,
                                "kxtools_err: [report_failure][#] fopen err! try to open /tmp/kxtool/kxts_lock_eth0 err "
-                               "! \n "},
+                               "! \n ",
+                               "kxtool: sn_info was not run: the lock of eth0 cannot be had\n"},
                               {.state = state()});
     EXPECT_THAT(result.log_of("ioctl"), IsEmpty());
   }

@@ -27,11 +27,26 @@ std::string name_error(const std::string& text) {
   return "kxtools_err: [kxtools_dev_name2bdf][#] " + text + "\n" + NAME_FAILED;
 }
 
+const std::string INTERFACES = "the cards' interfaces are eth0, eth1, eth2\n";
+
+std::string no_device(const std::string& word) {
+  return "kxtool: '" + word + "' is no network interface or PCI address: " + INTERFACES;
+}
+
+std::string no_function(const std::string& word, const std::string& rest = INTERFACES) {
+  return "kxtool: '" + word + "' belongs to no PCI function: " + rest;
+}
+
 TEST(Line, RunsOnTheDeviceThatItNames) {
   check({
       {"{}", "sn_info eth0 sn_info", 0, SERIAL_NUMBER},
       {"{}", "bind eth0 kxrdma", 0, "kxrdma" + std::string(59, ' ') + "kxrdma help info\n"},
       {"{}", "bind 0000:3b:00.1 kxrdma", 0, "kxrdma" + std::string(59, ' ') + "kxrdma help info\n"},
+      // Without its segment, as other tools print it.
+      {"{}", "bind 3b:00.1 kxrdma", 0, "kxrdma" + std::string(59, ' ') + "kxrdma help info\n"},
+      {"{}", "sn_info 3B:0.0 sn_info", 1,
+       "kxtools_err: [device_acquire][#] The command does not yet support BDF type!\n",
+       "kxtool: sn_info takes the interface of 0000:3b:00.0: eth0\n"},
   });
 }
 
@@ -41,25 +56,45 @@ TEST(Line, SplitsWhatTheSystemsShellLeftTogether) {
 
 TEST(Line, IsRefusedBeforeItTouchesADevice) {
   check({
-      {"{}", "foo", 255, "kxtool foo: No such command for kxtools!\n"},
-      {"{}", "sn_inf eth0", 255, "kxtool sn_inf eth0: No such command for kxtools!\n"},
-      {"{}", "shell eth0", 255, "kxtool shell eth0: No such command for kxtools!\n"},
-      {"{}", "reset eth0", 255, "kxtool reset eth0: No execution permission!\n"},
-      {"{}", "su opsu", 255, "kxtool su opsu: No such command for kxtools!\n"},
-      {"{}", "sn_info eth9 x", 255, name_error("fopen /sys/class/net/eth9/device/uevent failed")},
-      {"{}", "sn_info lo x", 255, name_error("fopen /sys/class/net/lo/device/uevent failed")},
-      {"{}", "sn_info .. x", 255, name_error("fopen /sys/class/net/../device/uevent failed")},
+      {"{}", "foo", 255, "kxtool foo: No such command for kxtools!\n",
+       "kxtool: 'foo' is no command of kxtool: '-h' in its place lists them\n"},
+      {"{}", "sn_inf eth0", 255, "kxtool sn_inf eth0: No such command for kxtools!\n",
+       "kxtool: 'sn_inf' is unknown: did you mean 'sn_info'?\n"},
+      {"{}", "shell eth0", 255, "kxtool shell eth0: No such command for kxtools!\n",
+       "kxtool: 'shell' is no command of kxtool: '-h' in its place lists them\n"},
+      {"{}", "reset eth0", 255, "kxtool reset eth0: No execution permission!\n",
+       "kxtool: 'reset' is for the super user, which 'su opsu' in the shell makes you\n"},
+      {"{}", "su opsu", 255, "kxtool su opsu: No such command for kxtools!\n",
+       "kxtool: 'su' is a command of the shell, which 'kxtool' without words starts\n"},
+      {"{}", "kxvqm glb", 255, "kxtool kxvqm glb: No such command for kxtools!\n",
+       "kxtool: 'kxvqm' is a module: its commands are run by 'kxtool bind <device> kxvqm <command>'\n"},
+      {"{}", "sn_info eth9 x", 255, name_error("fopen /sys/class/net/eth9/device/uevent failed"),
+       "kxtool: 'eth9' is no network interface or PCI address: did you mean 'eth0'?\n"},
+      {"{}", "sn_info lo x", 255, name_error("fopen /sys/class/net/lo/device/uevent failed"), no_function("lo")},
+      {"{}", "sn_info .. x", 255, name_error("fopen /sys/class/net/../device/uevent failed"), no_device("..")},
       {"{}", "sn_info ../../class/net/eth0 x", 255,
-       name_error("fopen /sys/class/net/../../class/net/eth0/device/uevent failed")},
-      {"{}", "-v eth9", 255, name_error("fopen /sys/class/net/eth9/device/uevent failed")},
-      {"{}", "sn_info 0000:3b:00.8 x", 255,
+       name_error("fopen /sys/class/net/../../class/net/eth0/device/uevent failed"), no_device("../../class/net/eth0")},
+      {"{}", "-v eth9", 255, name_error("fopen /sys/class/net/eth9/device/uevent failed"),
+       "kxtool: 'eth9' is no network interface or PCI address: did you mean 'eth0'?\n"},
+      {"{}", "sn_info 3b:00.8 x", 255,
        "Max kx function is 7, Please check your sbdf!\n" +
-           name_error("fopen /sys/class/net/0000:3b:00.8/device/uevent failed")},
+           name_error("fopen /sys/class/net/0000:3b:00.8/device/uevent failed"),
+       no_device("0000:3b:00.8")},
       {"{}", "sn_info 0000:99:00.0 x", 255,
        "Failed to open resource file: /sys/bus/pci/devices/0000:99:00.0/resource\n"
        "kxtools_err: [kxtools_dev_info_set][#] Failed to get bar info from sys\n" +
            INFO_FAILED},
   });
+}
+
+TEST(Line, DoesNotBeginWithAnEmptyWord) {
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{""}, {" "}, {"", "sn_info", "eth0", "sn_info"}}) {
+    const kx_system::Result result = kx_system::run({.words = words});
+    EXPECT_EQ(result.status, 255);
+    EXPECT_EQ(result.out, "kxtool " + words[0] + ": No such command for kxtools!\n");
+    EXPECT_EQ(result.err, "kxtool: an empty word is no command: 'kxtool -h' lists them\n");
+  }
 }
 
 constexpr char UEVENT_WITHOUT_SLOT[] = R"({"functions": {"0000:3b:00.0": {"files": {"uevent": "DRIVER=x\n"}}}})";
@@ -82,11 +117,12 @@ TEST(Line, ReportsWhatIsWrongWithADevice) {
            "kxtools_err: [kxtools_compat_version_if_exist][#] compat_id 1 invalid, max value is 10!\n" +
            execute_error("kxtools_compat_version_if_exist KXTOOLS_COMPAT_KXTOOL failed");
   };
+  const std::string eth0_lost = no_function("eth0", "the cards' interfaces are eth1, eth2\n");
   const std::string words = "sn_info eth0 sn_info";
   check({
-      {UEVENT_WITHOUT_SLOT, words, 255, name_error("pci_bus_id is NULL")},
-      {UEVENT_SHORT, words, 255, name_error("format of bdf(3b:00.0) is err")},
-      {UEVENT_BAD, words, 255, name_error("pcie_sbdf_parse 0000:3b:00-0 failed")},
+      {UEVENT_WITHOUT_SLOT, words, 255, name_error("pci_bus_id is NULL"), eth0_lost},
+      {UEVENT_SHORT, words, 255, name_error("format of bdf(3b:00.0) is err"), eth0_lost},
+      {UEVENT_BAD, words, 255, name_error("pcie_sbdf_parse 0000:3b:00-0 failed"), eth0_lost},
       {RESOURCE_GARBAGE, words, 255,
        "Malformed line in resource file: /sys/bus/pci/devices/0000:3b:00.0/resource\n"
        "BAR index 0 not found in resource file: /sys/bus/pci/devices/0000:3b:00.0/resource\n" +

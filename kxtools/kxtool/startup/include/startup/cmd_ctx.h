@@ -18,6 +18,8 @@ struct kxtool_option {
   bool by_bdf;                    ///< works with a PCI address too, through the mailbox
   kxtool_option_handler handler;  ///< null: this build cannot do it; the device is checked, nothing is sent
   const char* usage;              ///< printed for "-h"; null for none
+  /// Of a row without handler: what can be done in its place.
+  const char* instead = nullptr;
   /// Looks at the words before anything of the device is touched. Returns 0, or the exit status with lines that say
   /// why; what it finds may wait in `prepared`. Null: the handler looks at them.
   kxtool_option_handler words_check = nullptr;

@@ -8,6 +8,8 @@
 
 /// Prints the bad-arguments lines to standard error, releases the run lock and exits with 1.
 [[noreturn]] void exit_bad_args();
+/// The same, with a line behind them that says which word is wrong and why.
+[[noreturn, gnu::format(printf, 1, 2)]] void exit_bad_args(const char* format, ...);
 
 /// Reads a whole number word in `base` (0: as C writes numbers); anything else, or a value outside `min` to `max`, is a
 /// bad-arguments exit.

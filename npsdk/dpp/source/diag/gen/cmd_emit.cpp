@@ -216,7 +216,7 @@ std::string counts_text(const std::vector<command>& commands) {
 
 std::string manual_text(const std::vector<command>& commands) {
   std::string out =
-      ".TH DPP\\-COMMANDS 7 \"\" \"kxtool\" \"Network processor\"\n.SH NAME\n"
+      ".TH DPP\\-COMMANDS 7 \"\" \"kxtool\" \"Network processor\"\n.nh\n.ad l\n.SH NAME\n"
       "dpp\\-commands \\- commands of the network\\-processor driver and their words\n.SH DESCRIPTION\n"
       "The commands of\n.B kxnp\nin\n.BR kxtool (1)\nand of\n.BR dpp_shell (1).\n"
       "Words are integers, decimal or hexadecimal after 0x, in this order; those that are left out are 0. A value "
@@ -238,6 +238,13 @@ std::string manual_text(const std::vector<command>& commands) {
     out += ".br\n" + c.purpose + (c.level == command_level::super ? " (super user)" : "") +
            (c.level == command_level::unlisted ? " (dpp_shell only)" : "") + ".\n";
   }
+  out +=
+      ".SH EXIT STATUS\nFrom the command line, behind\n.B kxtool bind\nand a device and kxnp: 0 when the "
+      "command was\ncalled, also when it failed or refused a word, which it prints; 255 for a name that there is not.\n"
+      ".B dpp_shell\nprints the code of a command that failed.\n"
+      ".SH FILES\n.TP\n.I /tmp/kx_pcie/pcie_catool_lockfile\nLock around accesses to card memory.\n"
+      ".SH EXAMPLES\n.nf\nkxtool bind eth0 kxnp mcode_drop_stat \\-h\nkxtool bind eth0 kxnp mcode_drop_stat 0\n.fi\n"
+      ".SH SEE ALSO\n.BR kxtool (1),\n.BR dpp_shell (1),\n.BR kxvcard (1),\n.BR kxtool\\-cookbook (7)\n";
   return out;
 }
 

@@ -1,0 +1,2 @@
+# bash completion for kxtool and kxvcard
+

@@ -1,0 +1,2 @@
+#compdef kxtool kxpkg kxvcard
+

@@ -1,0 +1,27 @@
+
+_kxpkg_zsh() {
+  case $CURRENT:$words[2] in
+    2:*) compadd -- build info check --help --version ;;
+    3:build) _files -g '*.json' ;;
+    *) _files ;;
+  esac
+}
+
+_kxtool_zsh() {
+  local -a candidates
+  # Behind "--" kxvcard's line is another command's.
+  local start=${words[(i)--]}
+  if [[ $service == kxvcard && $start -lt $CURRENT ]]; then
+    shift $start words
+    (( CURRENT -= start ))
+    _normal
+    return
+  fi
+  candidates=(${=${(f)"$(emulate sh -c '_kxtool_candidates "$@"' zsh "$service" "${(@)words[2,CURRENT-1]}")"}})
+  compadd -a candidates || _files
+}
+
+case $service in
+  kxpkg) _kxpkg_zsh ;;
+  *) _kxtool_zsh ;;
+esac
