@@ -117,6 +117,7 @@ class Run {
   int command_start(const RunOptions& options, const Attempt& attempt);
   void call_handle(TrappedCall& call);
   void mapping_handle(TrappedCall& call);
+  void write_handle(TrappedCall& call);
   /// True when the command has ended.
   bool signals_handle(int signals);
   bool children_handle();
@@ -223,6 +224,9 @@ void Run::call_handle(TrappedCall& call) {
     case SYS_mmap:
       mapping_handle(call);
       break;
+    case SYS_write:
+      write_handle(call);
+      break;
     default:
       room_.handle(call);
   }
@@ -234,6 +238,24 @@ void Run::mapping_handle(TrappedCall& call) {
     call.fail(EINVAL);
   } else {
     call.pass_on();
+  }
+}
+
+/// Files that make the kernel do something before the write returns.
+void Run::write_handle(TrappedCall& call) {
+  const std::string target = call.descriptor_target(static_cast<int>(call.argument(0)));
+  char text[control_text_max];
+  const size_t length = std::min<size_t>(call.argument(2), sizeof text);
+  int error = -1;
+  if (tree_.is_below(target) && call.read(call.argument(1), text, length)) {
+    error = tree_.control_write(target, {text, length});
+  }
+  if (error < 0) {
+    call.pass_on();
+  } else if (error == 0) {
+    call.finish(static_cast<int64_t>(length));
+  } else {
+    call.fail(error);
   }
 }
 

@@ -20,18 +20,28 @@ TEST(Host, TheCommandSeesTheCardInSysfs) {
 cd /sys/bus/pci/devices; echo *; cat 0000:3b:00.0/vendor 0000:3b:00.0/device 0000:3b:00.0/class
 head -n 2 0000:3b:00.0/resource; readlink 0000:3b:00.0/driver; cat 0000:3b:00.0/power_state
 wc -c < 0000:3b:00.0/config; stat -c %s 0000:3b:00.0/resource0; test -e 0000:3a:00.0/resource0 || echo switch
-cd /sys/class/net; echo *; cat eth1/device/uevent; readlink eth0/device)"));
+cd /sys/class/net; echo *; cat eth1/device/uevent; readlink eth0/device eth0
+cd /sys/bus/pci/devices; readlink 0000:3b:01.0 0000:3b:01.0/physfn 0000:3b:00.0/virtfn0; wc -l < 0000:3a:00.0/resource
+sed -n 8p 0000:3b:00.0/resource; sed -n 1p 0000:3b:01.0/resource; cat 0000:3b:00.0/sriov_totalvfs
+stat -c %a 0000:3b:00.0/vendor 0000:3b:00.0/config 0000:3b:00.0/resource0_wc 0000:3b:00.0/vpd 0000:3b:00.0/reset
+for f in 0000:3b:00.0 0000:3b:01.0; do od -An -tx4 -j0 -N20 -w20 $f/config; done)"));
   EXPECT_EQ(
       result.out,
       "0000:00:1f.6 0000:3a:00.0 0000:3b:00.0 0000:3b:00.1 0000:3b:01.0\n"
       "0x1cf2\n0x8037\n0x020000\n"
       "0x0000380000000000 0x0000380003ffffff 0x000000000014220c\n"
       "0x0000000000000000 0x0000000000000000 0x0000000000000000\n"
-      "../../drivers/corvane10e\nD0\n4096\n67108864\nswitch\n"
+      "../../../../drivers/corvane10e\nD0\n4096\n67108864\nswitch\n"
       "eno1 eth0 eth1 eth2 lo\n"
       "DRIVER=corvane10e\nPCI_CLASS=20000\nPCI_ID=1AF4:1041\nPCI_SUBSYS_ID=1AF4:1041\nPCI_SLOT_NAME=0000:3b:00.1\n"
       "MODALIAS=pci:v00001AF4d00001041sv00001AF4sd00001041bc02sc00i00\n"
-      "/sys/bus/pci/devices/0000:3b:00.0\n");
+      "../../../0000:3b:00.0\n../../bus/pci/.devices/pci0000:3a/0000:3a:00.0/0000:3b:00.0/net/eth0\n"
+      "../.devices/pci0000:3a/0000:3a:00.0/0000:3b:01.0\n../0000:3b:00.0\n../0000:3b:01.0\n17\n"
+      "0x0000380004000000 0x0000380403ffffff 0x000000000014220c\n"
+      "0x0000380020000000 0x0000380023ffffff 0x000000000014220c\n256\n"
+      "444\n644\n600\n600\n200\n"
+      " 80371cf2 00100006 02000001 00800000 0000000c\n"
+      " ffffffff 00100004 02000001 00000000 00000000\n");
   EXPECT_EQ(result.err, "");
 }
 
@@ -46,8 +56,27 @@ wc -c < config; test -e resource0 || echo gone; cat ../0000:5e:00.0/device; ls /
   "0000:3b:00.1": {"present": false}, "0000:3b:01.0": {"present": false}, "0000:00:1f.6": {"present": false}}})"));
   EXPECT_EQ(result.out,
             "0000:3a:00.0 0000:3b:00.0 0000:5e:00.0\n"
-            "garbage\nDRIVER=x\nD3hot\n../../drivers/vfio-pci\n64\ngone\n0x8099\nenp94s0\neth0\nlo\n");
+            "garbage\nDRIVER=x\nD3hot\n../../../../drivers/vfio-pci\n64\ngone\n0x8099\nenp94s0\neth0\nlo\n");
   EXPECT_EQ(result.err, "");
+}
+
+TEST(Host, TheKernelsFilesResetAndRemoveAFunction) {
+  kx_system::Result result = kx_system::run(script(R"(
+cd /sys/bus/pci/devices; f=0000:3b:00.0; od -An -tx4 -v $f/config > /tmp/kxtool/before
+echo 1 > $f/reset && od -An -tx4 -v $f/config | cmp - /tmp/kxtool/before && echo same
+echo 0 > $f/reset || echo refused; echo 1 > 0000:3b:00.1/reset || echo away
+echo 1 > $f/remove; ls -d $f /sys/class/net/eth0 ../drivers/corvane10e/$f || echo gone; echo *)",
+                                                   R"({"functions": {"0000:3b:00.1": {"reset_returns": false}}})"));
+  EXPECT_EQ(result.out, "same\nrefused\naway\ngone\n0000:00:1f.6 0000:3a:00.0 0000:3b:00.1 0000:3b:01.0\n");
+  EXPECT_THAT(result.log,
+              testing::ElementsAre("function_reset function=0000:3b:00.0", "function_reset function=0000:3b:00.1"));
+}
+
+TEST(Host, AnOrdinaryUserSees64BytesAndNoBar) {
+  kx_system::Result result =
+      kx_system::run(script("cd /sys/bus/pci/devices/0000:3b:00.0; wc -c < config; stat -c %a config resource0",
+                            R"({"host": {"ordinary_user": true}})"));
+  EXPECT_EQ(result.out, "64\n444\n0\n");
 }
 
 TEST(Host, TheExitStatusIsTheCommands) {

@@ -73,6 +73,22 @@ void Card::bar_claim() {
   }
 }
 
+bool Card::kernel_reset(PciFunction& function) {
+  constexpr size_t device_status = express_capability + 0x0a;
+  std::span<uint8_t> config = function.config.bytes();
+  const Bytes saved(config.begin(), config.end());
+  function_reset(function);
+  if (!function.state.reset_returns) {
+    return false;
+  }
+  for (size_t i = 0; i < saved.size(); ++i) {
+    if (i != device_status && i != device_status + 1) {
+      config[i] = saved[i];
+    }
+  }
+  return true;
+}
+
 bool Card::bar_map() {
   if (!bar_claimed_ && bar_taken_ms_ >= 0) {
     schedule(std::chrono::milliseconds(bar_taken_ms_), [this] { bar_claim(); });

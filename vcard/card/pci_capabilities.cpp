@@ -60,6 +60,7 @@ void sriov_fill(const PciFunction& function, ConfigWriter& config) {
   config.put<uint16_t>(at + 0x1a, function.vf_device);
   config.put<uint32_t>(at + 0x1c, 0x00000553);
   config.put<uint32_t>(at + 0x20, 1);
+  config.put<uint64_t>(at + 0x24, function.vf_bar_address() | 0xc);
 }
 
 void interrupts_fill(ConfigWriter& config) {

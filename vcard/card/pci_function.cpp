@@ -34,11 +34,11 @@ constexpr DefaultFunction default_functions[] = {
 
 bool sbdf_is_valid(const std::string& text) {
   unsigned segment, bus, device, function;
-  char canonical[16];
-  if (sscanf(text.c_str(), "%4x:%2x:%2x.%1x", &segment, &bus, &device, &function) != 4) {
+  char canonical[24];
+  if (sscanf(text.c_str(), "%8x:%2x:%2x.%1x", &segment, &bus, &device, &function) != 4) {
     return false;
   }
-  snprintf(canonical, sizeof canonical, "%04x:%02x:%02x.%x", segment & 0xffff, bus & 0xff, device & 0x1f, function & 7);
+  snprintf(canonical, sizeof canonical, "%04x:%02x:%02x.%x", segment, bus & 0xff, device & 0x1f, function & 7);
   return text == canonical;
 }
 
@@ -107,18 +107,22 @@ void function_change(PciFunction& function, const CardSection& section) {
 }
 
 constexpr uint16_t command_memory_and_master = 0x0006;
+constexpr uint16_t command_master = 0x0004;
+constexpr uint8_t multi_function = 0x80;
 constexpr uint16_t status_capability_list = 0x0010;
 constexpr uint32_t bar_64_bit_prefetchable = 0xc;
 
 void header_fill(const PciFunction& function, ConfigWriter& config) {
   bool bridge = function.kind == FunctionKind::card_switch;
-  config.put<uint16_t>(0x00, function.vendor);
-  config.put<uint16_t>(0x02, function.device);
-  config.put<uint16_t>(0x04, command_memory_and_master);
+  bool is_virtual = function.kind == FunctionKind::virtual_function;
+  // A virtual function has neither an identity nor BARs nor a memory enable of its own: they are the physical one's.
+  config.put<uint16_t>(0x00, is_virtual ? UINT16_MAX : function.vendor);
+  config.put<uint16_t>(0x02, is_virtual ? UINT16_MAX : function.device);
+  config.put<uint16_t>(0x04, is_virtual ? command_master : command_memory_and_master);
   config.put<uint16_t>(0x06, status_capability_list);
   config.put<uint32_t>(0x08, function.class_code << 8 | 1);
-  config.put<uint8_t>(0x0e, bridge ? 1 : 0);
-  if (function.bar_size != 0) {
+  config.put<uint8_t>(0x0e, static_cast<uint8_t>((bridge ? 1 : 0) | (function.multi ? multi_function : 0)));
+  if (function.bar_size != 0 && !is_virtual) {
     config.put<uint64_t>(0x10, function.bar_address | bar_64_bit_prefetchable);
   }
   if (bridge) {
@@ -148,6 +152,24 @@ void card_state_load(std::vector<PciFunction>& functions, CardFile& file) {
     function.state.margining_ready = ready;
     if (function.is_card() && function.has_vpd) {
       function.product_data = product_data;
+    }
+  }
+}
+
+/// Which functions share a device, and which physical function a virtual one belongs to. The functions are sorted.
+void relations_find(std::vector<PciFunction>& functions) {
+  constexpr size_t bus_length = 7;
+  constexpr size_t device_length = 10;
+  for (PciFunction& function : functions) {
+    std::string_view address = function.sbdf;
+    for (const PciFunction& other : functions) {
+      std::string_view there = other.sbdf;
+      function.multi = function.multi || (&other != &function && function.kind != FunctionKind::virtual_function &&
+                                          there.substr(0, device_length) == address.substr(0, device_length));
+      if (function.kind == FunctionKind::virtual_function && function.physical.empty() &&
+          other.kind == FunctionKind::physical && there.substr(0, bus_length) == address.substr(0, bus_length)) {
+        function.physical = other.sbdf;
+      }
     }
   }
 }
@@ -198,6 +220,7 @@ std::vector<PciFunction> pci_functions_load(CardFile& file, uint64_t bar_size) {
   std::sort(functions.begin(), functions.end(),
             [](const PciFunction& a, const PciFunction& b) { return a.sbdf < b.sbdf; });
   card_state_load(functions, file);
+  relations_find(functions);
   return functions;
 }
 

@@ -50,6 +50,13 @@ class PciRegisters {
       }
     });
     card.poll_every(period, [this] { return poll(); });
+    card.function_reset = [this](const PciFunction& function) {
+      for (Shadow& shadow : shadows_) {
+        if (shadow.function == &function) {
+          reset(shadow);
+        }
+      }
+    };
   }
 
  private:
@@ -116,6 +123,17 @@ class PciRegisters {
     }
     for (size_t place : error_masks) {
       word(function, place).store(0);
+    }
+    for (size_t place = msi_capability; place <= msi_capability + 0x0c; place += 4) {
+      word(function, place).fetch_and(place == msi_capability ? 0xff8effff : 0);
+    }
+    word(function, msix_capability).fetch_and(0x3fffffff);
+    if (function.kind == FunctionKind::physical) {
+      word(function, sriov_capability + 0x08).store(0);
+      word(function, sriov_capability + 0x10).store(0);
+      for (size_t place = sriov_capability + 0x20; place < sriov_capability + 0x3c; place += 4) {
+        word(function, place).store(place == sriov_capability + 0x20 ? 1 : 0);
+      }
     }
     shadow.device_errors = 0;
     word(function, device_control)

@@ -110,6 +110,10 @@ bool Tunnel::poll() {
 
 bool Tunnel::look(Port& port) {
   uint32_t now = word(*port.function, vpd_capability).load(std::memory_order_acquire);
+  if (now == UINT32_MAX) {
+    port.last = now;  // the function has left the bus
+    return false;
+  }
   if (now == port.last) {
     if (channel_ == Channel::changing && !port.open) {
       stir(port);

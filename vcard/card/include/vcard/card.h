@@ -104,6 +104,11 @@ class Card {
 
   /// Processes of the command under the card, for models that reach into host memory. Set by the host side.
   std::function<std::vector<pid_t>()> processes = [] { return std::vector<pid_t>(); };
+  /// Resets a function of the card. Set by the model of its registers.
+  std::function<void(const PciFunction&)> function_reset = [](const PciFunction&) {};
+  /// The host side's part of a function-level reset: what the kernel does when it is asked for one. False when the
+  /// function does not come back.
+  bool kernel_reset(PciFunction& function);
   /// Links the files that show BAR 0 to its new file. Set by the host side.
   std::function<void()> bar_files_renew = [] {};
 

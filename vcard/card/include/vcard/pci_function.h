@@ -66,6 +66,8 @@ struct PciFunction {
   std::string driver;        // "" when no driver is bound
   uint64_t bar_address = 0;  // physical start of BAR 0
   uint64_t bar_size = 0;     // 0: no BAR 0
+  bool multi = false;        // its device has more functions
+  std::string physical;      // address of the physical function of a virtual one; "" when there is none
   bool has_power = true;
   uint8_t power_state = 0;  // 0 to 3
   bool has_vpd = true;
@@ -79,6 +81,10 @@ struct PciFunction {
   /// Function 0 of the card speaks for the link that all functions share.
   bool speaks_for_link() const {
     return kind == FunctionKind::physical && sbdf.ends_with(".0");
+  }
+  /// Where BAR 0 of the physical function's virtual functions begins, behind that of the function.
+  uint64_t vf_bar_address() const {
+    return bar_address + bar_size;
   }
   /// True when it belongs to the card and is no switch: it shares BAR 0 and has the tunnel.
   bool is_card() const {

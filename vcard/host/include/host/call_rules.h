@@ -11,6 +11,8 @@
 
 namespace vcard {
 
+/// What is written to a file that makes the kernel do something: "1", with or without a newline.
+inline constexpr uint32_t control_text_max = 2;
 inline constexpr uint32_t driver_ioctl_request = 0x89fd;
 inline constexpr uint32_t ethtool_ioctl_request = 0x8946;
 
