@@ -108,6 +108,11 @@ void line_compat_default(kxtools_cmd_context* ctx) {
   ctx->fw_feature = 0;
 }
 
+void line_compat_absent(kxtools_cmd_context* ctx) {
+  line_compat_default(ctx);
+  kx_print("Warning: No firmware compatibility information available!\n");
+}
+
 // Replaces record 1 and the feature word of the context by what the device of the line publishes.
 int32_t line_compat_read(kxtools_cmd_context* ctx) {
   const kx_mmio_region bar = kxtools_dev_bar(ctx->dev_info);
@@ -117,8 +122,7 @@ int32_t line_compat_read(kxtools_cmd_context* ctx) {
     return -1;
   }
   if (exists == 0) {
-    line_compat_default(ctx);
-    kx_print("Warning: No firmware compatibility information available!\n");
+    line_compat_absent(ctx);
     return 0;
   }
   if (kxtools_compat_version_read(KXTOOLS_COMPAT_KXTOOL, &bar, &ctx->compat[KXTOOLS_COMPAT_KXTOOL]) != 0) {
@@ -162,11 +166,22 @@ int32_t line_device_take(kxtools_cmd_context* ctx, uint32_t module_id, line_mapp
     kxtools_device_word_explain(ctx->argp[0]);
     return -1;
   }
-  if (kxtools_dev_info_set(sbdf, &ctx->dev_info) != 0) {
+  if (kxtools_dev_is_foreign(sbdf)) {
+    // Reading foreign hardware is never free. The command refuses the device.
+    ctx->dev_info = {};
+    line_compat_absent(ctx);
+    return 0;
+  }
+  const bool by_driver = strpbrk(ctx->argp[0], ":.") == nullptr && kxtools_is_driver_query(ctx->cmd->name);
+  if (kxtools_dev_info_set(sbdf, &ctx->dev_info, by_driver ? kxtools_bar_use::record : kxtools_bar_use::all) != 0) {
     EXECUTE_ERR("kxtools_dev_info_set failed!\n");
     return -1;
   }
   mapping->own(&ctx->dev_info);
+  if (ctx->dev_info.bar_vaddr == nullptr) {
+    line_compat_default(ctx);
+    return 0;
+  }
   return line_compat_read(ctx);
 }
 

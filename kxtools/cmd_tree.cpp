@@ -35,6 +35,7 @@ constinit std::array<kxtools_cmd_entry, 12> kxtools_command_list = {
 constexpr const char* NOT_KXTOOL_FORMAT[] = {"repair"};
 
 constinit kxtools_module_dev_init_fn module_dev_init = nullptr;
+constinit kxtools_is_driver_query_fn is_driver_query_fn = nullptr;
 
 }  // namespace
 
@@ -120,6 +121,14 @@ int32_t kxtools_is_not_kxtool_cmd_format(const kxtools_cmd_entry* entry, uint32_
 
 void kxtools_module_dev_init_set(kxtools_module_dev_init_fn init) {
   module_dev_init = init;
+}
+
+void kxtools_is_driver_query_set(kxtools_is_driver_query_fn is_driver_query) {
+  is_driver_query_fn = is_driver_query;
+}
+
+bool kxtools_is_driver_query(const char* command) {
+  return is_driver_query_fn != nullptr && is_driver_query_fn(command);
 }
 
 int32_t kxtools_module_dev_init() {

@@ -1,14 +1,13 @@
 #include "kxtools/dev.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
+#include "bar_map.h"
 #include "common/report.h"
-#include "common/unique_fd.h"
 #include "dev_choice.h"
 #include "kxtools/shell.h"
 
@@ -19,6 +18,34 @@ constexpr uint32_t BAR_INDEX = 0;
 constinit kxtools_dev_info bound = {};
 constinit const kxtools_dev_pcie_ops* pcie_ops = nullptr;
 
+void bar_path(const char* sbdf_text, char (&path)[64]) {
+  snprintf(path, sizeof path, "%s/%.12s/resource0", KXTOOLS_PCI_DEVICES, sbdf_text);
+}
+
+// The steps below are parts of kxtools_dev_mmap and report under its name.
+#define MMAP_ERR(...) kx_line_print(KX_STYLE_KXTOOLS_ERR, "kxtools_dev_mmap", __LINE__, __VA_ARGS__)
+
+int32_t mapping_take(const char* sbdf_text, const char* path, const kxtools_bar_mapping& mapping,
+                     volatile uint8_t** address) {
+  switch (mapping.step) {
+    case kxtools_bar_step::mapped:
+      *address = mapping.address;
+      return 0;
+    case kxtools_bar_step::open:
+      MMAP_ERR("open file %s failed!\n", path);
+      break;
+    case kxtools_bar_step::length:
+      MMAP_ERR("file %s: mmap failed!\n", path);
+      kx_error_print("kxtool: %s: shorter than BAR 0 is said to be\n", path);
+      return -1;
+    case kxtools_bar_step::map:
+      MMAP_ERR("file %s: mmap failed!\n", path);
+      break;
+  }
+  kxtools_bar_refusal_tell(sbdf_text, path, mapping.error);
+  return -1;
+}
+
 }  // namespace
 
 int32_t kxtools_dev_mmap(const char* sbdf_text, volatile uint8_t** address, uint64_t length) {
@@ -27,29 +54,15 @@ int32_t kxtools_dev_mmap(const char* sbdf_text, volatile uint8_t** address, uint
     return -1;
   }
   char path[64];
-  snprintf(path, sizeof path, "%s/%.12s/resource0", KXTOOLS_PCI_DEVICES, sbdf_text);
-  const kx_unique_fd fd(open(path, O_RDWR | O_CLOEXEC));
-  if (!fd) {
-    KXTOOLS_ERR("open file %s failed!\n", path);
-    return -1;
-  }
-  // Touching a mapping beyond the end of its file is a signal: a file shorter than its BAR is refused here.
-  struct stat info = {};
-  const bool holds_length = fstat(fd.get(), &info) == 0 && static_cast<uint64_t>(info.st_size) >= length;
-  void* data = holds_length ? mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0) : MAP_FAILED;
-  if (data == MAP_FAILED || data == nullptr) {
-    KXTOOLS_ERR("file %s: mmap failed!\n", path);
-    return -1;
-  }
-  *address = static_cast<volatile uint8_t*>(data);
-  return 0;
+  bar_path(sbdf_text, path);
+  return mapping_take(sbdf_text, path, kxtools_bar_map(path, length), address);
 }
 
 int32_t kxtools_dev_unmmap(volatile uint8_t* address, uint64_t length) {
   return munmap(const_cast<uint8_t*>(address), length);
 }
 
-int32_t kxtools_dev_info_set(kxtools_sbdf sbdf, kxtools_dev_info* info) {
+int32_t kxtools_dev_info_set(kxtools_sbdf sbdf, kxtools_dev_info* info, kxtools_bar_use use) {
   if (info == nullptr) {
     KXTOOLS_ERR("dev_info is NULL\n");
     return -1;
@@ -62,7 +75,12 @@ int32_t kxtools_dev_info_set(kxtools_sbdf sbdf, kxtools_dev_info* info) {
     return -1;
   }
   fresh.bar_size = std::min(fresh.bar_size, KXTOOLS_BAR_SIZE_MAX);
-  if (kxtools_dev_mmap(fresh.sbdf, &fresh.bar_vaddr, fresh.bar_size) != 0) {
+  char path[64];
+  bar_path(fresh.sbdf, path);
+  const kxtools_bar_mapping mapping = kxtools_bar_map(path, fresh.bar_size);
+  if (use == kxtools_bar_use::record && kxtools_bar_is_kept(fresh.sbdf, mapping)) {
+    kxtools_bar_kept_tell(fresh.sbdf, mapping);
+  } else if (mapping_take(fresh.sbdf, path, mapping, &fresh.bar_vaddr) != 0) {
     KXTOOLS_ERR("kxtools_dev_mmap failed\n");
     return -1;
   }
@@ -86,6 +104,14 @@ int32_t kxtools_dev_info_get(kxtools_dev_info* info) {
 
 // A mapping that an earlier bind left in the record stays: the modules may still hold its address.
 int32_t kxtools_dev_bind(kxtools_sbdf sbdf) {
+  if (kxtools_dev_is_foreign(sbdf)) {
+    // Neither mapped nor remembered: the PCIe module says why it is refused.
+    if (pcie_ops != nullptr) {
+      pcie_ops->bind(sbdf);
+    }
+    KXTOOLS_ERR("bind_pcie_dev_by_sbdf failed\n");
+    return -1;
+  }
   if (kxtools_dev_info_set(sbdf, &bound) != 0) {
     KXTOOLS_ERR("kxtools_dev_info_set failed\n");
     return -1;

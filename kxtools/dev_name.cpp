@@ -100,6 +100,11 @@ int32_t pcie_sbdf_parse(kxtools_sbdf* sbdf, const char* text) {
   return 0;
 }
 
+bool kxtools_sbdf_is_too_long(const char* text) {
+  const size_t digits = strspn(text, "0123456789abcdefABCDEF");
+  return digits > SEGMENT_DIGITS && text[digits] == ':';
+}
+
 void kxtools_sbdf_text(kxtools_sbdf sbdf, char (&text)[13]) {
   snprintf(text, sizeof text, "%04x:%02x:%02x.%01x", kxtools_sbdf_segment(sbdf), kxtools_sbdf_bus(sbdf),
            kxtools_sbdf_device(sbdf), kxtools_sbdf_function(sbdf));

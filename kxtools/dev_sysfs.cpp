@@ -1,5 +1,7 @@
 #include "dev_sysfs.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cinttypes>
 #include <cstdio>
@@ -200,6 +202,30 @@ void kxtools_supported_functions_visit(void (*visit)(uint32_t vendor, uint32_t f
     visit(row.vendor, row.device, row.device);
   }
   visit(OWN_VENDOR, OWN_DEVICE_FIRST, OWN_DEVICE_LAST);
+}
+
+bool kxtools_dev_is_foreign(kxtools_sbdf sbdf) {
+  char vendor_path[PATH_SIZE];
+  char device_path[PATH_SIZE];
+  uint32_t vendor = 0;
+  uint32_t device = 0;
+  return function_path(vendor_path, sbdf, "vendor") && function_path(device_path, sbdf, "device") &&
+         id_file_read(vendor_path, &vendor) && id_file_read(device_path, &device) &&
+         !kxtools_dev_is_supported(vendor, device);
+}
+
+bool kxtools_dev_driver_get(const char* sbdf_text, char (&name)[64]) {
+  char link[PATH_SIZE];
+  char target[256];
+  snprintf(link, sizeof link, "%s/%.12s/driver", KXTOOLS_PCI_DEVICES, sbdf_text);
+  const ssize_t length = readlink(link, target, sizeof target - 1);
+  if (length <= 0) {
+    return false;
+  }
+  target[length] = '\0';
+  const char* slash = strrchr(target, '/');
+  snprintf(name, sizeof name, "%.63s", slash == nullptr ? target : slash + 1);
+  return true;
 }
 
 bool kxtools_dev_is_supported(uint32_t vendor, uint32_t device) {

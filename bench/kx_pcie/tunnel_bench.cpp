@@ -47,7 +47,11 @@ uint32_t bare_transfer(uint32_t command, uint32_t data) {
   do {
     usleep(10);
   } while (((bare_config(VPD, nullptr) ^ command) >> 31) == 0);
-  return bare_config(VPD + 4, nullptr);
+  const uint32_t value = bare_config(VPD + 4, nullptr);
+  if (command >> 31 == 0) {
+    bare_config(VPD, nullptr);  // whether the data is still the answer to this command
+  }
+  return value;
 }
 
 uint32_t bare_read() {

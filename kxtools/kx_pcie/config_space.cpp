@@ -9,16 +9,12 @@
 #include "common/report.h"
 #include "common/signals.h"
 #include "common/unique_fd.h"
+#include "kx_pcie/capability_walk.h"
 #include "kx_pcie/card_lock.h"
 
 namespace {
 
-constexpr uint32_t CAPABILITY_POINTER = 0x34;
-constexpr uint32_t EXTENDED_CAPABILITY_FIRST = 0x100;
-// As many capabilities as fit: 48 dwords follow the standard header, and no extended capability is shorter than 8
-// bytes.
-constexpr int CAPABILITIES_MAX = 48;
-constexpr int EXTENDED_CAPABILITIES_MAX = (PCIE_CFG_SIZE - EXTENDED_CAPABILITY_FIRST) / 8;
+constexpr uint32_t STATUS_AND_COMMAND = 0x04;
 constexpr uint32_t ALL_ONES = 0xFFFFFFFF;
 constexpr uint64_t BAR_FLAG_BITS = 0xF;
 
@@ -95,7 +91,10 @@ int32_t pcie_cfg_rw(kxtools_sbdf sbdf, bool write, uint32_t offset, uint32_t len
     kx_print("create filename failed\n");
     return -1;
   }
-  const kx_unique_fd fd(open(file, O_RDWR | O_CLOEXEC));
+  kx_unique_fd fd(open(file, O_RDWR | O_CLOEXEC));
+  if (!fd && !write) {
+    fd.reset(open(file, O_RDONLY | O_CLOEXEC));  // all that the kernel lets an ordinary user do
+  }
   if (!fd) {
     kx_print("[PCIe] open file:%s failed, fd:%d!\n", file, fd.get());
     return -1;
@@ -161,55 +160,48 @@ int32_t pcie_cfg_write_mask(kxtools_sbdf sbdf, uint32_t offset, uint32_t value, 
   return pcie_cfg_write_dword(sbdf, offset, (old & ~mask) | (value & mask));
 }
 
+int32_t pcie_function_answers(kxtools_sbdf sbdf, bool* answers) {
+  uint32_t value = ALL_ONES;
+  const int32_t result = pcie_cfg_read_dword(sbdf, STATUS_AND_COMMAND, &value);
+  *answers = value != ALL_ONES;
+  return result;
+}
+
 int32_t pcie_find_capability(kxtools_sbdf sbdf, uint8_t id) {
-  uint32_t pointer = 0;
-  if (pcie_cfg_read_dword(sbdf, CAPABILITY_POINTER, &pointer) != 0) {
-    return -1;
-  }
-  uint32_t offset = pointer & 0xFF;
-  if (offset == 0 || offset == 0xFF) {
-    kx_print("cap_id_addr invalid\n");
-    return -1;
-  }
-  for (int i = 0; i < CAPABILITIES_MAX && offset != 0; ++i) {
-    uint32_t header = 0;
-    if (pcie_cfg_read_dword(sbdf, offset, &header) != 0) {
+  const pcie_walk_result found = pcie_capability_walk(
+      pcie_capability_list::standard,
+      [sbdf](uint32_t offset, uint32_t* value) { return pcie_cfg_read_dword(sbdf, offset, value); },
+      [id](uint32_t, uint32_t header) { return (header & 0xFF) == id ? 1 : 0; });
+  switch (found.end) {
+    case pcie_walk_end::found:
+      return static_cast<int32_t>(found.offset);
+    case pcie_walk_end::no_list:
+      kx_print("cap_id_addr invalid\n");
       return -1;
-    }
-    if ((header & 0xFF) == id) {
-      return static_cast<int32_t>(offset);
-    }
-    offset = header >> 8 & 0xFF;
+    case pcie_walk_end::end:
+      kx_print("pcie cap[0x%X] not find\n", id);
+      return -1;
+    case pcie_walk_end::failed:
+      break;
   }
-  kx_print("pcie cap[0x%X] not find\n", id);
   return -1;
 }
 
 int32_t pcie_find_ext_capability(kxtools_sbdf sbdf, uint16_t id, uint16_t vsec_id) {
-  uint32_t offset = EXTENDED_CAPABILITY_FIRST;
-  for (int i = 0; i < EXTENDED_CAPABILITIES_MAX; ++i) {
-    uint32_t header = 0;
-    if (pcie_cfg_read_dword(sbdf, offset, &header) != 0) {
-      return -1;
-    }
-    if (i == 0 && (header == 0 || header == ALL_ONES)) {
-      return -1;
-    }
-    if ((header & 0xFFFF) == id) {
-      bool matches = true;
-      if (id == PCI_ECAP_ID_VENDOR && vendor_id_matches(sbdf, offset + 4, vsec_id, &matches) != 0) {
-        return -1;
-      }
-      if (matches) {
-        return static_cast<int32_t>(offset);
-      }
-    }
-    offset = header >> 20;
-    if (offset < EXTENDED_CAPABILITY_FIRST || !is_in_config_space(offset, 4)) {
-      return -1;
-    }
-  }
-  return -1;
+  const pcie_walk_result found = pcie_capability_walk(
+      pcie_capability_list::extended,
+      [sbdf](uint32_t offset, uint32_t* value) { return pcie_cfg_read_dword(sbdf, offset, value); },
+      [=](uint32_t offset, uint32_t header) -> int32_t {
+        if ((header & 0xFFFF) != id) {
+          return 0;
+        }
+        bool matches = true;
+        if (id == PCI_ECAP_ID_VENDOR && vendor_id_matches(sbdf, offset + 4, vsec_id, &matches) != 0) {
+          return -1;
+        }
+        return matches ? 1 : 0;
+      });
+  return found.end == pcie_walk_end::found ? static_cast<int32_t>(found.offset) : -1;
 }
 
 uint64_t get_bar_addr(kxtools_sbdf sbdf, uint32_t offset) {

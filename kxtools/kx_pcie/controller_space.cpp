@@ -1,6 +1,7 @@
 #include "kx_pcie/controller_space.h"
 
 #include "common/report.h"
+#include "kx_pcie/capability_walk.h"
 #include "kx_pcie/config_space.h"
 #include "kx_pcie/tunnel.h"
 
@@ -13,9 +14,6 @@ constexpr uint64_t CSR_BASE[CONTROLLERS] = {0x6310000000, 0x6314000000, 0x631800
 
 constexpr uint32_t DBI_MISC_CONTROL = 0x8BC;
 constexpr uint32_t DBI_READ_ONLY_WRITE_ENABLE = 1;
-
-constexpr uint32_t EXTENDED_CAPABILITY_FIRST = 0x100;
-constexpr int EXTENDED_CAPABILITIES_MAX = (PCIE_CFG_SIZE - EXTENDED_CAPABILITY_FIRST) / 8;
 
 bool is_controller(uint32_t ep_no) {
   if (ep_no >= CONTROLLERS) {
@@ -52,32 +50,35 @@ int32_t pcie_dbi_ro_wr_en(uint32_t ep_no, uint32_t enable) {
 }
 
 int32_t pcie_find_ext_capability_directly(uint64_t base, uint16_t id, uint16_t vsec_id, uint32_t* offset) {
-  uint32_t at = EXTENDED_CAPABILITY_FIRST;
-  for (int i = 0; i < EXTENDED_CAPABILITIES_MAX && at >= EXTENDED_CAPABILITY_FIRST && at <= PCIE_CFG_SIZE - 4; ++i) {
-    uint32_t header = 0;
-    int32_t result = read_val_from_kx(base + at, &header);
-    if (result != 0) {
-      return result;
-    }
-    if (i == 0 && (header == 0 || header == 0xFFFFFFFF)) {
+  const auto read = [base](uint32_t at, uint32_t* value) { return read_val_from_kx(base + at, value); };
+  const pcie_walk_result found =
+      pcie_capability_walk(pcie_capability_list::extended, read, [&](uint32_t at, uint32_t header) -> int32_t {
+        uint32_t vsec = vsec_id;
+        if ((header & 0xFFFF) != id) {
+          return 0;
+        }
+        if (id == PCI_ECAP_ID_VENDOR) {
+          if (at + 4 >= PCIE_CFG_SIZE) {
+            return 0;
+          }
+          if (const int32_t error = read(at + 4, &vsec); error != 0) {
+            return error;
+          }
+        }
+        return (vsec & 0xFFFF) == vsec_id ? 1 : 0;
+      });
+  switch (found.end) {
+    case pcie_walk_end::found:
+      *offset = found.offset;
+      return 0;
+    case pcie_walk_end::no_list:
       kx_print("cap_id_addr invalid\n");
       return -1;
-    }
-    if ((header & 0xFFFF) == id) {
-      uint32_t vsec = vsec_id;
-      if (id == PCI_ECAP_ID_VENDOR) {
-        result = read_val_from_kx(base + at + 4, &vsec);
-        if (result != 0) {
-          return result;
-        }
-      }
-      if ((vsec & 0xFFFF) == vsec_id) {
-        *offset = at;
-        return 0;
-      }
-    }
-    at = header >> 20;
+    case pcie_walk_end::end:
+      kx_print("pcie ecap[0x%X] not find\n", id);
+      return -1;
+    case pcie_walk_end::failed:
+      break;
   }
-  kx_print("pcie ecap[0x%X] not find\n", id);
-  return -1;
+  return found.error;
 }

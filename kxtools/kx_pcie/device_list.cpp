@@ -83,6 +83,15 @@ void describe_function(const char* entry, pcie_device_list* list) {
   list->functions.push_back(node);
 }
 
+// A function of a card that no address of the tool can name.
+bool is_out_of_reach(const char* entry) {
+  if (!kxtools_sbdf_is_too_long(entry)) {
+    return false;
+  }
+  kx_error_print("%s is left out: its segment is above ffff\n", entry);
+  return true;
+}
+
 // Returns false when the scan must end.
 bool visit(const char* entry, pcie_device_list* list) {
   path_buffer vendor_path;
@@ -107,9 +116,13 @@ bool visit(const char* entry, pcie_device_list* list) {
     kx_print("get device failed!\n");
     return true;
   }
-  if (kxtools_dev_is_switch(vendor, device)) {
+  const bool is_switch = kxtools_dev_is_switch(vendor, device);
+  if ((!is_switch && !kxtools_dev_is_supported(vendor, device)) || is_out_of_reach(entry)) {
+    return true;
+  }
+  if (is_switch) {
     describe_switch(entry, class_path, vendor, device, list);
-  } else if (kxtools_dev_is_supported(vendor, device)) {
+  } else {
     describe_function(entry, list);
   }
   return true;

@@ -19,6 +19,7 @@ constexpr uint32_t RESET = struct_vpd_kx_addr(1, 0x4000);
 constexpr uint32_t READ_STATUS = struct_vpd_kx_addr(0, 0x5000);
 constexpr uint32_t STATUS_GOOD = 1;
 constexpr uint32_t ALL_ONES = 0xFFFFFFFF;
+constexpr uint32_t FLAG = 1u << 31;
 
 constexpr uint32_t VPD_DATA = 4;  // of the data dword, from the capability
 constexpr int POLL_MAX = 20001;
@@ -27,6 +28,12 @@ constexpr unsigned long long TIMEOUT_MS = 200;
 
 // The kernel may lengthen every sleep by its timer slack, 50 us unless told otherwise: five times the poll.
 constexpr unsigned long TIMER_SLACK_NS = 1000;
+
+// Another program that reads the kernel's file of product data uses the same two dwords, and the kernel knows nothing
+// of the lock file. Its addresses have none of these bits, which no user of the channel changes and every command has.
+constexpr uint32_t COMMAND_BITS = 0x70000000;
+constexpr int TRIES = 20;
+constexpr useconds_t TRY_STEP_US = 5000;  // a reader needs tens of milliseconds for all of it
 
 constexpr int FREE_READINGS_MAX = 20;
 constexpr int FREE_READINGS_NEEDED = 3;
@@ -40,6 +47,7 @@ constexpr uint32_t MODE_PLAIN_WRITE = 1;  // the only mode in which writes are n
 uint32_t access_mode = MODE_CHECKED;
 uint32_t secure_mode = 0;
 bool sleeps_are_short = false;
+bool data_is_kept = true;  // by the card, of what is written to the tunnel
 
 bool is_secure() {
   return secure_mode == 1;
@@ -87,24 +95,61 @@ int32_t find_vpd(kxtools_sbdf sbdf, uint32_t* capability) {
   return offset < 0 ? -1 : 0;
 }
 
-int32_t wait_for_flag(kxtools_sbdf sbdf, uint32_t capability, uint32_t written) {
+enum class outcome : uint8_t {
+  done,
+  failed,
+  disturbed,  ///< the dwords are somebody else's
+  replaced,   ///< the data may have been replaced before the card took it
+};
+
+outcome wait_for_flag(kxtools_sbdf sbdf, uint32_t capability, uint32_t written) {
   for (int i = 0; i < POLL_MAX; ++i) {
     usleep(POLL_STEP_US);
     uint32_t command = 0;
     if (pcie_cfg_read_dword(sbdf, capability, &command) != 0) {
-      return -1;
+      return outcome::failed;
     }
     // No capability header is all ones: the function has left the bus, and its data would be all ones too.
     if (command == ALL_ONES) {
       kx_print("[PCIe] the card does not answer, its configuration space reads all ones!\n");
-      return -1;
+      return outcome::failed;
+    }
+    if (((command ^ written) & COMMAND_BITS) != 0) {
+      return outcome::disturbed;
     }
     if (((command ^ written) >> 31) != 0) {
-      return 0;
+      return outcome::done;
     }
   }
   kx_print("wait time: %llu ms, VPD timeout!!!\n", TIMEOUT_MS);
-  return -1;
+  return outcome::failed;
+}
+
+// One try of a transfer. What was read counts only when the command still stands after it.
+outcome exchange(kxtools_sbdf sbdf, uint32_t capability, uint32_t command, uint32_t* data) {
+  const uint32_t written = *data;
+  if (pcie_cfg_write_dword(sbdf, capability + VPD_DATA, written) != 0 ||
+      pcie_cfg_write_dword(sbdf, capability, command) != 0) {
+    return outcome::failed;
+  }
+  if (const outcome waited = wait_for_flag(sbdf, capability, command); waited != outcome::done) {
+    return waited;
+  }
+  uint32_t after = 0;
+  if (pcie_cfg_read_dword(sbdf, capability + VPD_DATA, data) != 0) {
+    return outcome::failed;
+  }
+  const bool writes = (command & FLAG) != 0;
+  if (writes && (*data == written || !data_is_kept)) {
+    return outcome::done;
+  }
+  if (pcie_cfg_read_dword(sbdf, capability, &after) != 0) {
+    return outcome::failed;
+  }
+  if (((after ^ command ^ FLAG) & (FLAG | COMMAND_BITS)) != 0) {
+    return outcome::disturbed;
+  }
+  return writes ? outcome::replaced : outcome::done;
 }
 
 int32_t read_status(kxtools_sbdf sbdf, uint32_t* status) {
@@ -199,20 +244,40 @@ int32_t vpd_tracsport_once(kxtools_sbdf sbdf, uint32_t command, uint32_t* data) 
   if (find_vpd(sbdf, &capability) != 0) {
     return -1;
   }
-  if (is_secure()) {
-    const int32_t result = check_channel_is_free(sbdf, capability);
-    if (result != 0) {
-      return result;
+  bool disturbed = false;
+  uint32_t word = *data;
+  for (int i = 0; i < TRIES; ++i) {
+    if (i > 0) {
+      usleep(TRY_STEP_US);
+    }
+    if (is_secure()) {
+      const int32_t result = check_channel_is_free(sbdf, capability);
+      if (result != 0) {
+        return result;
+      }
+    }
+    word = *data;
+    switch (exchange(sbdf, capability, command, &word)) {
+      case outcome::done:
+        *data = word;
+        return 0;
+      case outcome::failed:
+        return -1;
+      case outcome::disturbed:
+        disturbed = true;
+        break;
+      case outcome::replaced:
+        break;
     }
   }
-  if (pcie_cfg_write_dword(sbdf, capability + VPD_DATA, *data) != 0 ||
-      pcie_cfg_write_dword(sbdf, capability, command) != 0) {
-    return -1;
+  if (disturbed) {
+    kx_error_print("the VPD capability is in use by another program, which may read the kernel's file vpd; retry\n");
+    return PCIE_TUNNEL_BUSY;
   }
-  if (wait_for_flag(sbdf, capability, command) != 0) {
-    return -1;
-  }
-  return pcie_cfg_read_dword(sbdf, capability + VPD_DATA, data);
+  // Nobody else was ever seen: it is the card that does not keep what it was given.
+  data_is_kept = false;
+  *data = word;
+  return 0;
 }
 
 int32_t pcie_tunnel_status_exchange(kxtools_sbdf sbdf) {

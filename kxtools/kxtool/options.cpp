@@ -1,5 +1,6 @@
 #include "options.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "common/report.h"
@@ -60,6 +61,13 @@ constexpr kxtool_option kxtool_option_table[KXTOOL_OPTION_NUM] = {
     {"set_vf_mac", DEVICE, NIC, nullptr, USAGE_SET_VF_MAC, INSTEAD_SET_VF_MAC},
     {"sw_stat", DEVICE, NIC, nullptr, USAGE_SW_STAT, INSTEAD_SW_STAT},
 };
+
+bool kxtool_is_driver_query(const char* word) {
+  constexpr const char* QUERIES[] = {"mac_info", "link", "sn_info", "temp_info"};
+  const int32_t index = kxtool_option_index_get(KXTOOL_OPTIONS, word);
+  const auto is_word = [word](const char* query) { return strcmp(query, word) == 0; };
+  return index >= 0 && (kxtool_option_table[index].handler == nullptr || std::ranges::any_of(QUERIES, is_word));
+}
 
 const char* kxtool_args_help(const char* word) {
   const int32_t index = kxtool_option_index_get(KXTOOL_OPTIONS, word);

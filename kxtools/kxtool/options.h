@@ -8,5 +8,8 @@ extern const kxtool_option kxtool_option_table[KXTOOL_OPTION_NUM];
 
 inline constexpr kxtool_option_list KXTOOL_OPTIONS = {kxtool_option_table, KXTOOL_OPTION_NUM};
 
+/// True when the row of `word` asks the driver and changes nothing on the card, or does nothing at all in this build.
+bool kxtool_is_driver_query(const char* word);
+
 /// Usage of "bind", which has no row.
 extern const char kxtool_bind_usage[];

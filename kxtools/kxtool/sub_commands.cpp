@@ -1,6 +1,7 @@
 #include "sub_commands.h"
 
 #include "kxtool/commands.h"
+#include "options.h"
 
 namespace {
 
@@ -62,6 +63,7 @@ constinit kxtools_cmd_entry kxtool_sub_command_list[KXTOOL_SUB_COMMAND_NUM] = {
 };
 
 int32_t kxtool_cmd_init() {
+  kxtools_is_driver_query_set(kxtool_is_driver_query);
   for (kxtools_cmd_entry& entry : kxtool_sub_command_list) {
     if (entry.help == nullptr) {
       entry.help = kxtool_args_help(entry.name);

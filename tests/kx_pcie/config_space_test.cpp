@@ -130,11 +130,20 @@ TEST_F(ConfigSpaceTest, WalksTheCapabilities) {
   EXPECT_EQ(pcie_find_capability(SBDF, 0x10), -1);
   put(0xB0, 0x00004003);  // back to the first
   EXPECT_EQ(pcie_find_capability(SBDF, 0x10), -1);
+  put(0xB0, 0x00001003);  // into the BARs, which hold what looks like it
+  put(0x10, 0x00000010);
+  EXPECT_EQ(pcie_find_capability(SBDF, 0x10), -1);
+  put(0x34, 0x10);
+  EXPECT_EQ(pcie_find_capability(SBDF, 0x10), -1);
   put(0x34, 0);
   EXPECT_EQ(pcie_find_capability(SBDF, 1), -1);
   put(0x34, 0xFF);
   EXPECT_EQ(pcie_find_capability(SBDF, 1), -1);
-  EXPECT_EQ(printed(), "pcie cap[0x10] not find\npcie cap[0x10] not find\ncap_id_addr invalid\ncap_id_addr invalid\n");
+  put(0x34, 0x42);  // its two lowest bits are reserved
+  EXPECT_EQ(pcie_find_capability(SBDF, 1), 0x40);
+  EXPECT_EQ(printed(),
+            "pcie cap[0x10] not find\npcie cap[0x10] not find\npcie cap[0x10] not find\n"
+            "cap_id_addr invalid\ncap_id_addr invalid\ncap_id_addr invalid\n");
 }
 
 TEST_F(ConfigSpaceTest, WalksTheExtendedCapabilities) {

@@ -32,6 +32,8 @@ void PrintTo(const transfer& t, std::ostream* out) {
   *out << std::hex << "{0x" << t.command << ", 0x" << t.data << "}";
 }
 
+enum class moment { data_written, command_written, data_to_be_read };
+
 struct fake_card {
   kxtools_sbdf bound = 0x3B00;
   int32_t capability = CAPABILITY;
@@ -42,6 +44,7 @@ struct fake_card {
   std::map<uint64_t, uint32_t> memory;
   std::function<uint32_t(int reading)> channel_field;  // overrides the field of the command dword
   bool gone = false;                                   // reads all ones
+  std::function<void(moment)> other;                   // another program that uses the capability
 
   std::vector<transfer> transfers;
   std::map<useconds_t, int> sleeps;
@@ -51,6 +54,11 @@ struct fake_card {
   int releases = 0;
   bool locked = false;
 
+  void other_runs(moment now) {
+    if (other) {
+      other(now);
+    }
+  }
   void execute() {
     transfers.push_back({command, data});
     switch (command >> 28 & 7) {
@@ -86,6 +94,7 @@ int32_t pcie_find_capability(kxtools_sbdf, uint8_t id) {
 int32_t pcie_cfg_read_dword(kxtools_sbdf sbdf, uint32_t offset, uint32_t* value) {
   EXPECT_EQ(sbdf, card->bound);
   if (offset == CAPABILITY + 4) {
+    card->other_runs(moment::data_to_be_read);
     *value = card->data;
     return 0;
   }
@@ -108,12 +117,14 @@ int32_t pcie_cfg_write_dword(kxtools_sbdf, uint32_t offset, uint32_t value) {
   EXPECT_TRUE(card->locked);
   if (offset == CAPABILITY + 4) {
     card->data = value;
+    card->other_runs(moment::data_written);
     return 0;
   }
   EXPECT_EQ(offset, CAPABILITY);
   card->command = value;
   card->polls_left = card->polls_to_answer;
   card->execute();
+  card->other_runs(moment::command_written);
   return 0;
 }
 
@@ -251,6 +262,69 @@ TEST_F(TunnelTest, TellsAFreeChannelFromABusyOne) {
   EXPECT_EQ(read_val_from_kx(0x1000, &value), PCIE_TUNNEL_BUSY);
   EXPECT_EQ(write_val_to_kx(0x1000, 0), PCIE_TUNNEL_BUSY);
   EXPECT_THAT(printed(), testing::EndsWith("pcie_tool vpd channel is busy, please retry!\n"));
+}
+
+// What a read of the kernel's file leaves: its address with the flag set, and its dword.
+void product_data_read(fake_card* played) {
+  played->command = 0x80000003 | 0x0004 << 16;
+  played->data = 0x58524F43;
+  played->polls_left = 0;
+}
+
+TEST_F(TunnelTest, NoticesAnotherProgramThatReadsProductData) {
+  const struct {
+    const char* what;
+    moment at;
+    int times;
+    int32_t result;
+  } cases[] = {
+      {"before the command", moment::data_written, 3, 0},
+      {"in place of the answer", moment::command_written, 3, 0},
+      {"before the answer is fetched", moment::data_to_be_read, 3, 0},
+      {"all the time", moment::data_to_be_read, 1000, PCIE_TUNNEL_BUSY},
+      {"all the time, in place of the answer", moment::command_written, 1000, PCIE_TUNNEL_BUSY},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    fake_card fresh;
+    card = &fresh;
+    fresh.memory[0x6200001000] = 0xAABBCCDD;
+    int seen = 0;
+    fresh.other = [&](moment now) {
+      if (now == c.at && seen++ < c.times) {
+        product_data_read(&fresh);
+      }
+    };
+    uint32_t value = 7;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(read_val_from_kx(0x6200001000, &value), c.result);
+    EXPECT_EQ(testing::internal::GetCapturedStderr() != "", c.result != 0);
+    EXPECT_EQ(value, c.result == 0 ? 0xAABBCCDD : 7u);
+    seen = 0;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(write_val_to_kx(0x6200001000, 0x11223344), c.result);
+    EXPECT_EQ(testing::internal::GetCapturedStderr() != "", c.result != 0);
+    EXPECT_TRUE(c.result != 0 || fresh.memory[0x6200001000] == 0x11223344);
+    EXPECT_EQ(fresh.takes, fresh.releases);
+    card = &card_;
+  }
+  EXPECT_EQ(printed(), "");
+}
+
+// Last in this process: from the first access on the tunnel knows such a card.
+TEST_F(TunnelTest, WorksWithACardThatDoesNotKeepWhatItIsGiven) {
+  card_.memory[0x1000] = 5;
+  card_.other = [this](moment now) {
+    if (now == moment::command_written && (card_.command & 0x80000000) != 0) {
+      card_.data = 0;
+    }
+  };
+  uint32_t value = 0;
+  EXPECT_EQ(read_val_from_kx(0x1000, &value), 0);
+  EXPECT_EQ(value, 5u);
+  EXPECT_EQ(write_val_to_kx(0x1000, 6), 0);
+  EXPECT_EQ(card_.memory[0x1000], 6u);
+  EXPECT_EQ(printed(), "");
 }
 
 TEST_F(TunnelTest, MergesUnderAMaskWithinOneLock) {

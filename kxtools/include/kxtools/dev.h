@@ -41,6 +41,9 @@ inline kx_mmio_region kxtools_dev_bar(const kxtools_dev_info& info) {
 int32_t pcie_sbdf_parse(kxtools_sbdf* sbdf, const char* text);
 /// The same without a message. False leaves `sbdf` as it was.
 bool kxtools_sbdf_read(const char* text, kxtools_sbdf* sbdf);
+/// True for the text of a PCI address whose segment needs more than the 16 bits that a kxtools_sbdf has for it, as the
+/// kernel gives to functions behind some controllers. Nothing can be done with such a function but to name it.
+bool kxtools_sbdf_is_too_long(const char* text);
 /// Writes the 12-character text form and its terminator into `text` (13 bytes).
 void kxtools_sbdf_text(kxtools_sbdf sbdf, char (&text)[13]);
 
@@ -52,10 +55,21 @@ bool kxtools_is_short_address(const char* word);
 /// Returns 0, or -1 with a message.
 int32_t kxtools_dev_name2bdf(const char* name, kxtools_sbdf* sbdf);
 
-/// Fills `info` for a function and maps its BAR 0; the caller unmaps it. Returns 0, or -1 with a message.
-int32_t kxtools_dev_info_set(kxtools_sbdf sbdf, kxtools_dev_info* info);
+/// What BAR 0 is mapped for.
+enum class kxtools_bar_use : uint8_t {
+  all,     ///< without the mapping nothing goes
+  record,  ///< only for the compatibility record: a BAR that the kernel keeps for the driver is left out
+};
+
+/// Fills `info` for a function and maps its BAR 0; the caller unmaps it. Returns 0, or -1 with a message and, on
+/// standard error, the reason and what helps. With `record` a BAR that the kernel lets no program map is no failure:
+/// `bar_vaddr` is null, and a line on standard error says what goes unchecked.
+int32_t kxtools_dev_info_set(kxtools_sbdf sbdf, kxtools_dev_info* info, kxtools_bar_use use = kxtools_bar_use::all);
 int32_t kxtools_dev_mmap(const char* sbdf_text, volatile uint8_t** address, uint64_t length);
 int32_t kxtools_dev_unmmap(volatile uint8_t* address, uint64_t length);
+
+/// Says on standard error why the kernel refused to open or map the file `path` of a BAR, and what helps.
+void kxtools_bar_refusal_tell(const char* sbdf_text, const char* path, int error);
 
 /// Zeroes / copies out the process-wide record of the bound device. Return 0 or -1.
 int32_t kxtools_dev_info_init();
@@ -73,6 +87,10 @@ int32_t get_bar_size_from_sys_ext(kxtools_sbdf sbdf, uint32_t bar_index, uint64_
 
 /// 0 when vendor and device of the function are those of a supported card function, else -1.
 int32_t sbdf_valid_check(kxtools_sbdf sbdf);
+/// True when the kernel knows the function and it is none of the card's: nobody reads or maps anything of it.
+bool kxtools_dev_is_foreign(kxtools_sbdf sbdf);
+/// Name of the driver that the function is bound to, cut to the room. False when there is none.
+bool kxtools_dev_driver_get(const char* sbdf_text, char (&name)[64]);
 /// True for a vendor and device pair of a supported card function.
 bool kxtools_dev_is_supported(uint32_t vendor, uint32_t device);
 /// True for the card's own PCIe switch, which is listed but cannot be bound.

@@ -72,7 +72,9 @@ int32_t kxpcie_bar_window::open(kxtools_sbdf sbdf, uint32_t index, uint64_t offs
   snprintf(path, sizeof path, "%s/%s/resource%u", KXTOOLS_PCI_DEVICES, function, index);
   const kx_unique_fd fd(::open(path, (write ? O_RDWR : O_RDONLY) | O_CLOEXEC));
   if (!fd) {
-    KXTOOLS_ERR("open file %s failed: %s\n", path, strerror(errno));
+    const int error = errno;
+    KXTOOLS_ERR("open file %s failed: %s\n", path, strerror(error));
+    kxtools_bar_refusal_tell(function, path, error);
     return -1;
   }
   // Touching a mapping beyond the end of its file is a signal.
@@ -87,7 +89,9 @@ int32_t kxpcie_bar_window::open(kxtools_sbdf sbdf, uint32_t index, uint64_t offs
   void* data =
       mmap(nullptr, size, write ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED, fd.get(), static_cast<off_t>(start));
   if (data == MAP_FAILED) {
-    KXTOOLS_ERR("file %s: mmap failed: %s\n", path, strerror(errno));
+    const int error = errno;
+    KXTOOLS_ERR("file %s: mmap failed: %s\n", path, strerror(error));
+    kxtools_bar_refusal_tell(function, path, error);
     return -1;
   }
   mapping_ = kx_mapping(data, size);

@@ -5,18 +5,13 @@
 #include <iterator>
 
 #include "common/report.h"
+#include "kx_pcie/capability_walk.h"
 #include "kx_pcie/config_space.h"
 
 namespace {
 
 constexpr uint32_t STATUS_AND_COMMAND = 0x04;
 constexpr uint32_t STATUS_HAS_LIST = 1u << 20;
-constexpr uint32_t FIRST_POINTER = 0x34;
-constexpr uint32_t FIRST_EXTENDED = 0x100;
-constexpr uint32_t HEADER_END = 0x40;
-constexpr uint32_t ALL_ONES = 0xFFFFFFFF;
-constexpr size_t CAPABILITIES_MAX = (FIRST_EXTENDED - HEADER_END) / 4;
-constexpr size_t EXTENDED_MAX = (PCIE_CFG_SIZE - FIRST_EXTENDED) / 8;
 
 constexpr const char* NAMES[] = {
     "Null",
@@ -96,10 +91,6 @@ constexpr const char* EXTENDED_NAMES[] = {
     "Physical Layer 64.0 GT/s",
 };
 
-bool is_dword_at(uint32_t offset) {
-  return offset % 4 == 0 && offset <= PCIE_CFG_SIZE - 4;
-}
-
 }  // namespace
 
 const char* kxpcie_capability_name(bool extended, uint16_t id) {
@@ -109,34 +100,23 @@ const char* kxpcie_capability_name(bool extended, uint16_t id) {
 
 int32_t kxpcie_capabilities_read(kxtools_sbdf sbdf, bool extended, std::vector<kxpcie_capability>* list) {
   list->clear();
-  uint32_t offset = FIRST_EXTENDED;
-  if (!extended) {
-    uint32_t status = 0;
-    uint32_t pointer = 0;
-    if (pcie_cfg_read_dword(sbdf, STATUS_AND_COMMAND, &status) != 0 ||
-        pcie_cfg_read_dword(sbdf, FIRST_POINTER, &pointer) != 0) {
-      return -1;
-    }
-    pointer &= 0xFF;
-    offset = (status & STATUS_HAS_LIST) == 0 || pointer == 0xFF ? 0 : pointer & 0xFC;
+  uint32_t status = 0;
+  if (!extended && pcie_cfg_read_dword(sbdf, STATUS_AND_COMMAND, &status) != 0) {
+    return -1;
   }
-  const uint32_t lowest = extended ? FIRST_EXTENDED : HEADER_END;
-  const size_t most = extended ? EXTENDED_MAX : CAPABILITIES_MAX;
-  while (offset >= lowest && is_dword_at(offset) && list->size() < most) {
-    uint32_t header = 0;
-    if (pcie_cfg_read_dword(sbdf, offset, &header) != 0) {
-      return -1;
-    }
-    // A function without extended space shows zeros or ones there.
-    if (header == ALL_ONES || (extended && header == 0)) {
-      break;
-    }
-    const uint16_t id = static_cast<uint16_t>(extended ? header & 0xFFFF : header & 0xFF);
-    const uint8_t version = static_cast<uint8_t>(extended ? header >> 16 & 0xF : 0);
-    list->push_back({id, version, static_cast<uint16_t>(offset)});
-    offset = extended ? header >> 20 & 0xFFC : header >> 8 & 0xFC;
+  if (!extended && (status & STATUS_HAS_LIST) == 0) {
+    return 0;
   }
-  return 0;
+  const pcie_walk_result walk = pcie_capability_walk(
+      extended ? pcie_capability_list::extended : pcie_capability_list::standard,
+      [sbdf](uint32_t offset, uint32_t* value) { return pcie_cfg_read_dword(sbdf, offset, value); },
+      [=](uint32_t offset, uint32_t header) {
+        const uint16_t id = static_cast<uint16_t>(extended ? header & 0xFFFF : header & 0xFF);
+        const uint8_t version = static_cast<uint8_t>(extended ? header >> 16 & 0xF : 0);
+        list->push_back({id, version, static_cast<uint16_t>(offset)});
+        return 0;
+      });
+  return walk.end == pcie_walk_end::failed ? -1 : 0;
 }
 
 int32_t kxpcie_capability_look(kxtools_sbdf sbdf, bool extended, uint16_t id, bool* found, uint32_t* offset) {

@@ -8,6 +8,7 @@
 #include "common/report.h"
 #include "common/signals.h"
 #include "link_registers.h"
+#include "port_above.h"
 
 namespace {
 
@@ -60,23 +61,25 @@ uint32_t state_of(uint32_t answer) {
 }  // namespace
 
 kxpcie_margining::~kxpcie_margining() {
-  if (!held_) {
-    return;
-  }
-  const bool restored = kxpcie_word_write(sbdf_, express_ + LINK_CONTROL, link_control_) == 0 &&
-                        kxpcie_word_write(sbdf_, express_ + LINK_CONTROL_2, link_control_2_) == 0;
-  if (!restored) {
-    KXTOOLS_ERR("the link settings could not be restored: link control 0x%04x, link control 2 0x%04x\n", link_control_,
-                link_control_2_);
+  // The port first: power saving is switched on from above.
+  for (link_end* end : {&port_, &own_}) {
+    if (end->held && (kxpcie_word_write(end->sbdf, end->express + LINK_CONTROL, end->control) != 0 ||
+                      kxpcie_word_write(end->sbdf, end->express + LINK_CONTROL_2, end->control_2) != 0)) {
+      char name[13];
+      kxtools_sbdf_text(end->sbdf, name);
+      KXTOOLS_ERR("the link settings of %s could not be restored: link control 0x%04x, link control 2 0x%04x\n", name,
+                  end->control, end->control_2);
+    }
   }
 }
 
 int32_t kxpcie_margining::open() {
+  uint32_t express = 0;
   uint16_t status = 0;
   uint16_t ready = 0;
   if (kxpcie_capability_find(sbdf_, true, PCI_ECAP_ID_MARGINING, &margining_) != 0 ||
-      kxpcie_capability_find(sbdf_, false, PCI_CAP_ID_EXPRESS, &express_) != 0 ||
-      kxpcie_word_read(sbdf_, express_ + LINK_STATUS, &status) != 0 ||
+      kxpcie_capability_find(sbdf_, false, PCI_CAP_ID_EXPRESS, &express) != 0 ||
+      kxpcie_word_read(sbdf_, express + LINK_STATUS, &status) != 0 ||
       kxpcie_word_read(sbdf_, margining_ + PORT_STATUS, &ready) != 0) {
     return -1;
   }
@@ -93,15 +96,35 @@ int32_t kxpcie_margining::open() {
 }
 
 int32_t kxpcie_margining::link_hold() {
-  if (kxpcie_word_read(sbdf_, express_ + LINK_CONTROL, &link_control_) != 0 ||
-      kxpcie_word_read(sbdf_, express_ + LINK_CONTROL_2, &link_control_2_) != 0) {
+  own_.sbdf = sbdf_;
+  if (end_hold(&own_) != 0) {
     return -1;
   }
-  held_ = true;
-  const uint16_t control = static_cast<uint16_t>((link_control_ & ~LINK_CONTROL_ASPM) | LINK_CONTROL_NO_WIDTH_CHANGE);
-  const uint16_t control_2 = static_cast<uint16_t>(link_control_2_ | LINK_CONTROL_2_NO_SPEED_CHANGE);
-  return kxpcie_word_write(sbdf_, express_ + LINK_CONTROL, control) == 0 &&
-                 kxpcie_word_write(sbdf_, express_ + LINK_CONTROL_2, control_2) == 0
+  if (!kxpcie_port_above(sbdf_, &port_.sbdf)) {
+    kx_error_print("no port above the function can be found: its end of the link keeps its power saving\n");
+    return 0;
+  }
+  return end_hold(&port_);
+}
+
+// An end without the capability has no such settings.
+int32_t kxpcie_margining::end_hold(link_end* end) {
+  bool found = false;
+  if (kxpcie_capability_look(end->sbdf, false, PCI_CAP_ID_EXPRESS, &found, &end->express) != 0) {
+    return -1;
+  }
+  if (!found) {
+    return 0;
+  }
+  if (kxpcie_word_read(end->sbdf, end->express + LINK_CONTROL, &end->control) != 0 ||
+      kxpcie_word_read(end->sbdf, end->express + LINK_CONTROL_2, &end->control_2) != 0) {
+    return -1;
+  }
+  end->held = true;
+  const uint16_t control = static_cast<uint16_t>((end->control & ~LINK_CONTROL_ASPM) | LINK_CONTROL_NO_WIDTH_CHANGE);
+  const uint16_t control_2 = static_cast<uint16_t>(end->control_2 | LINK_CONTROL_2_NO_SPEED_CHANGE);
+  return kxpcie_word_write(end->sbdf, end->express + LINK_CONTROL, control) == 0 &&
+                 kxpcie_word_write(end->sbdf, end->express + LINK_CONTROL_2, control_2) == 0
              ? 0
              : -1;
 }

@@ -38,8 +38,8 @@ struct kxpcie_lane_margins {
   kxpcie_margin_result results[KXPCIE_MARGIN_DIRECTIONS];
 };
 
-/// Margining of one function's link. While it exists, the link neither saves power nor changes speed or width by
-/// itself; its end of life restores both, and every lane has been sent back to its normal settings before.
+/// Margining of one function's link. While it exists, neither end of the link saves power or changes speed or width by
+/// itself; its end of life restores that, and every lane has been sent back to its normal settings before.
 class kxpcie_margining {
  public:
   explicit kxpcie_margining(kxtools_sbdf sbdf) : sbdf_(sbdf) {}
@@ -58,7 +58,16 @@ class kxpcie_margining {
   int32_t measure(uint32_t lane, uint32_t dwell_ms, kxpcie_lane_margins* margins);
 
  private:
+  /// One end of the link, and its settings while they are changed.
+  struct link_end {
+    kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;
+    uint32_t express = 0;
+    bool held = false;
+    uint16_t control = 0;
+    uint16_t control_2 = 0;
+  };
   int32_t link_hold();
+  int32_t end_hold(link_end* end);
   int32_t command(uint32_t lane, uint32_t type, uint32_t payload, uint32_t* answer);
   int32_t no_command(uint32_t lane);
   int32_t report(uint32_t lane, uint32_t what, uint8_t mask, uint8_t* value);
@@ -70,11 +79,9 @@ class kxpcie_margining {
   int32_t normal(uint32_t lane);
 
   kxtools_sbdf sbdf_;
-  uint32_t express_ = 0;
   uint32_t margining_ = 0;
   uint32_t lanes_ = 0;
-  bool held_ = false;
-  uint16_t link_control_ = 0;
-  uint16_t link_control_2_ = 0;
+  link_end own_;
+  link_end port_;
   const char* reason_ = "";  // why the measurement under way failed
 };

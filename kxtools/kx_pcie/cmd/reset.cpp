@@ -1,116 +1,91 @@
-// Function-level reset: the function forgets what it was set to, so the settings are kept and given back.
+// Function-level reset, by the kernel: it saves all settings of the function before and gives them back after it.
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
-#include <vector>
+#include <string>
 
 #include "actions.h"
 #include "capabilities.h"
 #include "common/report.h"
 #include "common/signals.h"
+#include "common/unique_fd.h"
 #include "errors_bits.h"
+#include "kx_pcie/card_lock.h"
 #include "kx_pcie/config_space.h"
 #include "kx_pcie/pcie_lock.h"
-#include "link_registers.h"
 
 namespace {
 
-constexpr uint32_t RESET_CAPABLE = 1u << 28;   // device capabilities
-constexpr uint16_t INITIATE_RESET = 1u << 15;  // device control
-constexpr uint16_t TRANSACTIONS_PENDING = 1u << 5;
-constexpr uint32_t COMMAND = 0x04;
-constexpr uint16_t COMMAND_BUS_MASTER = 1u << 2;
+constexpr uint32_t RESET_CAPABLE = 1u << 28;  // device capabilities
 constexpr uint32_t SRIOV_CONTROL = 0x08;
 constexpr uint16_t SRIOV_VF_ENABLED = 1;
-constexpr uint32_t ALL_ONES = 0xFFFFFFFF;
+constexpr const char* FUNCTION_LEVEL = "flr";
 
-constexpr useconds_t STEP_US = 1000;
-constexpr int PENDING_STEPS = 100;
-constexpr useconds_t RESET_US = 100000;  // the function may stay silent that long
-constexpr int BACK_STEPS = 1000;
-
-// What the host has set, by the register's place: in the header, or from a capability. Command comes last, so that the
-// function decodes its BARs only when they are back.
-struct setting {
-  bool in_capability;
-  bool extended;
-  uint16_t id;
-  uint16_t offset;
-  uint8_t words;  // of 16 bits
-};
-constexpr setting SETTINGS[] = {
-    {false, false, 0, 0x10, 12},  // BARs
-    {false, false, 0, 0x30, 2},   // expansion ROM
-    {false, false, 0, 0x0C, 1},   // cache line size, latency timer
-    {false, false, 0, 0x3C, 1},   // interrupt line
-    {true, false, PCI_CAP_ID_EXPRESS, DEVICE_CONTROL, 1},
-    {true, false, PCI_CAP_ID_EXPRESS, LINK_CONTROL, 1},
-    {true, false, PCI_CAP_ID_EXPRESS, 0x28, 1},  // device control 2
-    {true, false, PCI_CAP_ID_EXPRESS, LINK_CONTROL_2, 1},
-    {true, false, PCI_CAP_ID_MSI, 0x02, 1},
-    {true, false, PCI_CAP_ID_MSIX, 0x02, 1},
-    {true, true, PCI_ECAP_ID_AER, AER_UNCORRECTABLE_MASK, 4},  // mask and severity
-    {true, true, PCI_ECAP_ID_AER, AER_CORRECTABLE_MASK, 2},
-    {true, true, PCI_ECAP_ID_AER, AER_CONTROL, 2},
-    {true, true, PCI_ECAP_ID_ARI, 0x06, 1},
-    {true, true, PCI_ECAP_ID_ATS, 0x06, 1},
-    {false, false, 0, COMMAND, 1},
+struct function_files {
+  std::string reset;
+  std::string method;   // "" where the kernel has no such file and tries a function-level reset before others
+  std::string methods;  // what stands in it, in the order in which the kernel would try them
 };
 
-struct saved_word {
-  uint32_t offset;
-  uint16_t value;
-};
+std::string file_text(const std::string& path) {
+  char text[256];
+  const kx_unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const ssize_t length = fd ? read(fd.get(), text, sizeof text) : 0;
+  std::string whole(text, length > 0 ? static_cast<size_t>(length) : 0);
+  return whole.substr(0, whole.find('\n'));
+}
 
-int32_t settings_save(kxtools_sbdf sbdf, std::vector<saved_word>* saved) {
-  for (const setting& row : SETTINGS) {
-    bool found = true;
-    uint32_t base = 0;
-    if (row.in_capability && kxpcie_capability_look(sbdf, row.extended, row.id, &found, &base) != 0) {
-      return -1;
-    }
-    for (uint32_t i = 0; found && i < row.words; ++i) {
-      saved_word word = {.offset = base + row.offset + 2 * i};
-      if (kxpcie_word_read(sbdf, word.offset, &word.value) != 0) {
-        return -1;
-      }
-      saved->push_back(word);
-    }
+// Writes a word to a file of the kernel, which does it before the call returns. False with errno.
+bool file_write(const std::string& path, const std::string& word) {
+  const kx_unique_fd fd(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+  return fd && write(fd.get(), word.data(), word.size()) == static_cast<ssize_t>(word.size());
+}
+
+bool has_word(const std::string& text, const char* word) {
+  return (" " + text + " ").find(std::string(" ") + word + " ") != std::string::npos;
+}
+
+int32_t kernel_offer_check(const char* function, function_files* files) {
+  const std::string folder = std::string(KXTOOLS_PCI_DEVICES) + "/" + function;
+  files->reset = folder + "/reset";
+  if (access(files->reset.c_str(), F_OK) != 0) {
+    KXTOOLS_ERR("the kernel offers no reset of %s\n", function);
+    return -1;
+  }
+  files->methods = file_text(folder + "/reset_method");
+  if (files->methods.empty()) {
+    return 0;
+  }
+  files->method = folder + "/reset_method";
+  if (!has_word(files->methods, FUNCTION_LEVEL)) {
+    KXTOOLS_ERR("the kernel offers no function-level reset of %s, only: %s\n", function, files->methods.c_str());
+    return -1;
   }
   return 0;
 }
 
-int32_t settings_restore(kxtools_sbdf sbdf, const std::vector<saved_word>& saved) {
-  int32_t result = 0;
-  for (const saved_word& word : saved) {
-    result |= kxpcie_word_write(sbdf, word.offset, word.value);
-  }
-  return result;
-}
-
-bool has_driver(const char* function) {
-  char path[64];
-  snprintf(path, sizeof path, "%s/%s/driver", KXTOOLS_PCI_DEVICES, function);
-  return access(path, F_OK) == 0;
-}
-
-int32_t reset_check(kxtools_sbdf sbdf, const char* word, uint32_t* express) {
+int32_t reset_check(kxtools_sbdf sbdf, const char* word, function_files* files) {
   char function[13];
   kxtools_sbdf_text(sbdf, function);
   if (strcmp(word, function) != 0) {
     KXTOOLS_ERR("the bound function is %s, not %s; nothing was reset\n", function, word);
     return -1;
   }
+  uint32_t express = 0;
   uint32_t capabilities = 0;
-  if (kxpcie_capability_find(sbdf, false, PCI_CAP_ID_EXPRESS, express) != 0 ||
-      kxpcie_dwords_read(sbdf, *express + DEVICE_CAPABILITIES, 1, &capabilities) != 0) {
+  if (kxpcie_capability_find(sbdf, false, PCI_CAP_ID_EXPRESS, &express) != 0 ||
+      kxpcie_dwords_read(sbdf, express + DEVICE_CAPABILITIES, 1, &capabilities) != 0) {
     return -1;
   }
   if ((capabilities & RESET_CAPABLE) == 0) {
     KXTOOLS_ERR("the function cannot be reset by itself\n");
     return -1;
   }
-  if (has_driver(function)) {
+  char driver[64];
+  if (kxtools_dev_driver_get(function, driver)) {
     KXTOOLS_ERR("a driver uses %s; unbind it first\n", function);
     return -1;
   }
@@ -125,69 +100,43 @@ int32_t reset_check(kxtools_sbdf sbdf, const char* word, uint32_t* express) {
     KXTOOLS_ERR("virtual functions of %s are on; a reset would remove them\n", function);
     return -1;
   }
-  return 0;
+  return kernel_offer_check(function, files);
 }
 
-// No new requests, and an end of those under way. A function that does not come to an end is reset all the same.
-int32_t quiesce(kxtools_sbdf sbdf, uint32_t express) {
-  uint16_t command = 0;
-  if (kxpcie_word_read(sbdf, COMMAND, &command) != 0 ||
-      kxpcie_word_write(sbdf, COMMAND, static_cast<uint16_t>(command & ~COMMAND_BUS_MASTER)) != 0) {
-    return -1;
+// The kernel takes the first of its methods; for the time of the reset that is the function-level one.
+int32_t reset_run(const char* function, const function_files& files) {
+  const bool other_first = !files.method.empty() && !files.methods.starts_with(FUNCTION_LEVEL);
+  int32_t result = 0;
+  if ((other_first && !file_write(files.method, FUNCTION_LEVEL)) || !file_write(files.reset, "1")) {
+    KXTOOLS_ERR("the kernel could not reset %s: %s\n", function, strerror(errno));
+    result = -1;
   }
-  for (int i = 0; i < PENDING_STEPS; ++i) {
-    uint16_t status = 0;
-    if (kxpcie_word_read(sbdf, express + DEVICE_STATUS, &status) != 0) {
-      return -1;
-    }
-    if ((status & TRANSACTIONS_PENDING) == 0) {
-      return 0;
-    }
-    usleep(STEP_US);
+  if (other_first && !file_write(files.method, files.methods)) {
+    KXTOOLS_ERR("the reset methods of %s were %s and could not be put back: %s\n", function, files.methods.c_str(),
+                strerror(errno));
+    result = -1;
   }
-  KXTOOLS_INFO("transactions are still pending after %d ms\n", PENDING_STEPS);
-  return 0;
-}
-
-int32_t reset_run(kxtools_sbdf sbdf, uint32_t express) {
-  uint16_t control = 0;
-  if (quiesce(sbdf, express) != 0 || kxpcie_word_read(sbdf, express + DEVICE_CONTROL, &control) != 0 ||
-      kxpcie_word_write(sbdf, express + DEVICE_CONTROL, static_cast<uint16_t>(control | INITIATE_RESET)) != 0) {
-    return -1;
-  }
-  usleep(RESET_US);
-  for (int i = 0; i < BACK_STEPS; ++i) {
-    uint32_t identity = 0;
-    if (pcie_cfg_read_dword(sbdf, 0, &identity) != 0) {
-      return -1;
-    }
-    if (identity != ALL_ONES) {
-      return 0;
-    }
-    usleep(STEP_US);
-  }
-  KXTOOLS_ERR("the function does not answer %d ms after its reset\n", BACK_STEPS + static_cast<int>(RESET_US / 1000));
-  return -1;
+  return result;
 }
 
 }  // namespace
 
 int32_t kxpcie_flr(kxtools_sbdf sbdf, kxpcie_words words) {
-  uint32_t express = 0;
-  if (reset_check(sbdf, words[0], &express) != 0) {
+  function_files files;
+  if (reset_check(sbdf, words[0], &files) != 0) {
     return -1;
   }
-  // No other tool process may use the tunnel meanwhile.
+  // No other tool process is in the middle of something meanwhile.
+  card_lock card;
   pcie_lock lock;
-  std::vector<saved_word> saved;
-  if (!lock.take() || settings_save(sbdf, &saved) != 0) {
+  if (!card.take() || !lock.take()) {
     return -1;
   }
-  // From the first change to the last setting given back nothing interrupts.
   const kx_signal_hold hold;
-  int32_t result = reset_run(sbdf, express);
-  if (settings_restore(sbdf, saved) != 0) {
-    KXTOOLS_ERR("not every setting could be given back to %s\n", words[0]);
+  int32_t result = reset_run(words[0], files);
+  bool answers = false;
+  if (pcie_function_answers(sbdf, &answers) != 0 || !answers) {
+    KXTOOLS_ERR("the function does not answer after its reset\n");
     result = -1;
   }
   if (result == 0) {

@@ -1,49 +1,27 @@
 // Training the link anew. Only the port above the function can start that.
-#include <dirent.h>
 #include <unistd.h>
-
-#include <memory>
 
 #include "actions.h"
 #include "bits.h"
 #include "capabilities.h"
 #include "common/report.h"
-#include "kx_pcie/config_space.h"
 #include "link_registers.h"
+#include "port_above.h"
 
 namespace {
 
-constexpr uint32_t HEADER_TYPE = 0x0C;  // the dword; the type is in its third byte
-constexpr uint32_t BUS_NUMBERS = 0x18;
-constexpr uint32_t BRIDGE = 1;
 constexpr uint32_t ROOT_PORT = 4;
 constexpr uint32_t DOWNSTREAM_PORT = 6;
 
 constexpr useconds_t TRAINING_STEP_US = 1000;
 constexpr int TRAINING_STEPS = 1000;  // a link trains within tens of milliseconds or not at all
 
-// A bridge whose bus below is `bus`, on the segment of the function.
-bool leads_to(kxtools_sbdf bridge, kxtools_sbdf function) {
-  uint32_t header = 0;
-  uint32_t buses = 0;
-  return kxtools_sbdf_segment(bridge) == kxtools_sbdf_segment(function) &&
-         pcie_cfg_read_dword(bridge, HEADER_TYPE, &header) == 0 && (header >> 16 & 0x7F) == BRIDGE &&
-         pcie_cfg_read_dword(bridge, BUS_NUMBERS, &buses) == 0 && (buses >> 8 & 0xFF) == kxtools_sbdf_bus(function);
-}
-
 int32_t port_find(kxtools_sbdf function, kxtools_sbdf* port) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(KXTOOLS_PCI_DEVICES), closedir);
-  if (folder == nullptr) {
-    KXTOOLS_ERR("Failed to open directory\n");
+  if (!kxpcie_port_above(function, port)) {
+    KXTOOLS_ERR("no port above the function can be found\n");
     return -1;
   }
-  while (const dirent* entry = readdir(folder.get())) {
-    if (pcie_sbdf_parse(port, entry->d_name) == 0 && leads_to(*port, function)) {
-      return 0;
-    }
-  }
-  KXTOOLS_ERR("no port above the function can be found\n");
-  return -1;
+  return 0;
 }
 
 int32_t port_check(kxtools_sbdf port, uint32_t* express) {

@@ -14,7 +14,6 @@
 namespace {
 
 constexpr uint32_t COMMANDS = 31;
-constexpr uint32_t ALL_ONES = 0xFFFFFFFF;
 
 constexpr uint8_t READS = 0;
 constexpr uint8_t WRITES = 1;
@@ -72,11 +71,11 @@ bool function_get(kxtools_sbdf* sbdf) {
     kx_print("It does not bind to any pcie device,Please bind kx device!\n");
     return false;
   }
-  uint32_t identity = 0;
-  if (pcie_cfg_read_dword(*sbdf, 0, &identity) != 0) {
+  bool answers = false;
+  if (pcie_function_answers(*sbdf, &answers) != 0) {
     return false;
   }
-  if (identity == ALL_ONES) {
+  if (!answers) {
     kx_print("[PCIe] the card does not answer, its configuration space reads all ones!\n");
     return false;
   }

@@ -2,12 +2,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "common/report.h"
 #include "common/unique_fd.h"
+#include "kx_pcie/capability_walk.h"
 #include "kx_pcie/config_space.h"
 #include "kxtools/card_interfaces.h"
 #include "kxtools/dev.h"
@@ -50,16 +52,52 @@ std::string link_name(const std::string& path) {
   return printable(std::string(text.substr(text.rfind('/') + 1)));
 }
 
+// What the function is. The kernel's tree of devices tells it of most; for the rest configuration space does, as far as
+// the kernel lets this user read it.
+const char* kind_text(const std::string& function) {
+  if (access((function + "/physfn").c_str(), F_OK) == 0) {
+    return "virtual";
+  }
+  if (access((function + "/sriov_totalvfs").c_str(), F_OK) == 0) {
+    return "physical";
+  }
+  const std::string config = file_text(function + "/config");
+  const auto dword = [&config](uint32_t offset, uint32_t* value) {
+    if (offset + sizeof *value > config.size()) {
+      return -1;
+    }
+    memcpy(value, config.data() + offset, sizeof *value);
+    return 0;
+  };
+  uint32_t command = 0;
+  if (dword(4, &command) != 0) {
+    return "unknown";
+  }
+  if (command == PCIE_NO_CAPABILITY) {
+    return "silent";
+  }
+  const pcie_walk_result sriov =
+      pcie_capability_walk(pcie_capability_list::extended, dword,
+                           [](uint32_t, uint32_t header) { return (header & 0xFFFF) == PCI_ECAP_ID_SRIOV ? 1 : 0; });
+  switch (sriov.end) {
+    case pcie_walk_end::found:
+      return "physical";
+    case pcie_walk_end::failed:
+      return "unknown";
+    default:
+      return "virtual";
+  }
+}
+
 void interface_print(const kxtools_card_interface& interface) {
   char address[13];
   kxtools_sbdf_text(interface.sbdf, address);
   const std::string function = std::string(KXTOOLS_PCI_DEVICES) + "/" + address;
   const std::string net = std::string(NET_CLASS) + "/" + interface.name;
-  const bool physical = pcie_find_ext_capability(interface.sbdf, PCI_ECAP_ID_SRIOV, 0) > 0;
   const std::string identity = first_line(function + "/vendor") + ":" + first_line(function + "/device");
   kx_print("%-15s %-12s %-13s %-8s %-16s %-17s %s\n", printable(interface.name).c_str(), address, identity.c_str(),
-           physical ? "physical" : "virtual", link_name(function + "/driver").c_str(),
-           first_line(net + "/address").c_str(), first_line(net + "/operstate").c_str());
+           kind_text(function), link_name(function + "/driver").c_str(), first_line(net + "/address").c_str(),
+           first_line(net + "/operstate").c_str());
 }
 
 }  // namespace

@@ -122,7 +122,8 @@ class function_checks {
     if (!read(0, &identity) || !read(COMMAND, &command)) {
       return false;
     }
-    const bool answers = identity != ALL_ONES;
+    // The identity of a virtual function reads all ones; the command of none does.
+    const bool answers = command != ALL_ONES;
     const bool enabled = (command & COMMAND_MEMORY) != 0 && (command & COMMAND_MASTER) != 0;
     return tell({"identity", 0, identity, answers ? "" : "the function does not answer", answers}) &&
            tell({"command", COMMAND, command & 0xFFFF, enabled ? "" : "memory or bus master off", answers && enabled});

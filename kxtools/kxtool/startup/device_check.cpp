@@ -15,19 +15,10 @@ constexpr uint8_t PCI_CAP_ID_POWER = 1;
 constexpr uint32_t POWER_CONTROL = 4;  // offset in the power-management capability
 constexpr uint32_t POWER_STATE_MASK = 3;
 constexpr uint32_t POWER_D3HOT = 3;
-constexpr uint32_t ALL_ONES = 0xFFFFFFFF;  // what reads of a function that is gone give
 
 bool is_bound_to_vfio(const char* sbdf_text) {
-  char link[64];
-  char driver[256];
-  snprintf(link, sizeof link, "%s/%s/driver", KXTOOLS_PCI_DEVICES, sbdf_text);
-  const ssize_t length = readlink(link, driver, sizeof driver - 1);
-  if (length < 0) {
-    return false;
-  }
-  driver[length] = '\0';
-  const char* slash = strrchr(driver, '/');
-  return strcmp(slash == nullptr ? driver : slash + 1, "vfio-pci") == 0;
+  char driver[64];
+  return kxtools_dev_driver_get(sbdf_text, driver) && strcmp(driver, "vfio-pci") == 0;
 }
 
 }  // namespace
@@ -43,11 +34,11 @@ int kxtool_nic_bdf_get(kxtool_device* device) {
 }
 
 int kxtool_devname_is_kelpf(const kxtool_device& device) {
-  uint32_t identity = ALL_ONES;
-  if (sbdf_valid_check(device.sbdf) != 0 || pcie_cfg_read_dword(device.sbdf, 0, &identity) != 0) {
+  bool answers = false;
+  if (sbdf_valid_check(device.sbdf) != 0 || pcie_function_answers(device.sbdf, &answers) != 0) {
     return 0;
   }
-  if (identity == ALL_ONES) {
+  if (!answers) {
     KXTOOLS_ERR("Device %s does not answer!\n", device.sbdf_text);
     return 0;
   }

@@ -89,9 +89,36 @@ TEST(Bind, LeavesTheTunnelOfTheFunctionBeforeInOrder) {
                                    "tunnel function=0000:3b:00.1 command=0x20000000 data=0x00000000"));
 }
 
-TEST(Bind, RefusesAFunctionOfAnotherMaker) {
-  const auto result = kx_system::run({.words = {"bind", "0000:00:1f.6", "kxvqm", "glb", "version"}});
+TEST(DeviceList, LeavesOutWhatItCannotNameAndSaysSo) {
+  const auto result = kx_system::run({.card = R"({"functions": {"10000:3b:00.0": {}}})", .input = "q\nquit\n"});
+  EXPECT_THAT(result.out, HasSubstr("[1] 0000:3b:00.1"));
+  EXPECT_THAT(result.out, testing::Not(HasSubstr("Please input SBDF")));
+  EXPECT_EQ(result.err, "10000:3b:00.0 is left out: its segment is above ffff\n");
+}
+
+TEST(Bind, ReadsAVirtualFunctionWhoseIdentityIsAllOnes) {
+  const auto result = kx_system::run({.words = {"bind", "eth2", "kxpcie", "cfg_read", "0"}});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, "0x000: 0xffffffff\n");
+}
+
+TEST(Bind, AFunctionThatIsRemovedEndsEveryCommandWithALine) {
+  const auto result = kx_system::run(kx_system::script(
+      "(echo 0; sleep 1; echo 1 > /sys/bus/pci/devices/0000:3b:00.0/remove; printf 'kxpcie link_status\\n"
+      "kxpcie devmem 0x6208000000\\nkxpcie bar_list\\nsbdf\\n0\\nkxpcie cfg_read 0\\nquit\\n') | "
+      "$KXTOOL"));
   EXPECT_EQ(result.status, 255);
+  EXPECT_THAT(result.out, HasSubstr("open file:/sys/bus/pci/devices/0000:3b:00.0/config failed"));
+  EXPECT_THAT(result.out, testing::Not(HasSubstr("0x6208000000: 0x")));
+  EXPECT_THAT(result.out, HasSubstr("0x000: 0x10411af4\n")) << "the next function is bound as ever";
+}
+
+TEST(Bind, RefusesAFunctionOfAnotherMaker) {
+  // Its BAR is not even looked for.
+  const auto result = kx_system::run({.card = R"({"functions": {"0000:00:1f.6": {"absent_files": ["resource0"]}}})",
+                                      .words = {"bind", "0000:00:1f.6", "kxvqm", "glb", "version"}});
+  EXPECT_EQ(result.status, 255);
+  EXPECT_THAT(result.out, testing::Not(HasSubstr("resource0")));
   EXPECT_THAT(result.out, HasSubstr("Bind to the pcie device 0000:00:1f.6 failed!\nPlease bind kx device\n"));
 }
 

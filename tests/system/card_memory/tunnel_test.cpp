@@ -79,6 +79,9 @@ TEST(CardMemory, EveryFaultEndsInOneLineAndAFailure) {
   } cases[] = {
       {"no list", R"({"faults": {"configuration": {"capability_pointer": 0}}})", "cap_id_addr invalid\n"},
       {"dead pointer", R"({"faults": {"configuration": {"capability_pointer": 255}}})", "cap_id_addr invalid\n"},
+      {"pointer into the BARs", R"({"faults": {"configuration": {"capability_pointer": 16}},
+                                     "functions": {"0000:3b:00.0": {"config": {"0x10": "03000000"}}}})",
+       "cap_id_addr invalid\n"},
       {"list loops", R"({"faults": {"configuration": {"capability_loop": true}}})", "pcie cap[0x3] not find\n"},
       {"no tunnel", R"({"functions": {"0000:3b:00.0": {"vpd_capability": false}}})", "pcie cap[0x3] not find\n"},
       {"all ones", R"({"faults": {"configuration": {"all_ones": true}}})", "cap_id_addr invalid\n"},

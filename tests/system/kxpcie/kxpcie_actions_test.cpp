@@ -138,16 +138,37 @@ TEST(KxpcieMargin, AnInterruptGivesEverythingBack) {
   EXPECT_THAT(result.log_of("margining"), testing::Contains(NORMAL_SETTINGS));
 }
 
-TEST(KxpcieReset, GivesTheSettingsBack) {
-  const auto session = session::run(R"({"functions": {"0000:3b:00.0": {"driver": "", "device_errors": 1}}})",
-                                    {"kxpcie cfg_dump 0 0x68", "kxpcie cfg_dump 0x70 0x100", "kxpcie flr 0000:3b:00.0",
-                                     "kxpcie cfg_dump 0 0x68", "kxpcie cfg_dump 0x70 0x100", "kxpcie cfg_read 0x68"},
+TEST(KxpcieMargin, HoldsBothEndsOfTheLinkMeanwhile) {
+  const auto result = kx_system::run(kx_system::script(
+      "look() { for f in 0000:3a:00.0 0000:3b:00.0; do od -An -tx2 -j $1 -N2 /sys/bus/pci/devices/$f/config; done; }; "
+      "look 112; look 144; (printf '0\\nsu opsu\\nkxpcie margin 2 200\\n'; sleep 20) | $KXTOOL > /dev/null & "
+      "while ! look 112 | grep -q 0240; do sleep 0.05; done; sleep 0.2; look 112; look 144; kill $!; "
+      "while look 112 | grep -q 0240; do sleep 0.05; done; look 112; look 144"));
+  const std::string settings = " 0042\n 0042\n 0004\n 0004\n";
+  EXPECT_EQ(result.out, settings + " 0240\n 0240\n 0024\n 0024\n" + settings);
+}
+
+TEST(KxpcieReset, GivesEverySettingBack) {
+  // MSI is on with 8 vectors, the virtual functions have a number, a page size and BARs.
+  const auto session = session::run(R"({"functions": {"0000:3b:00.0": {"driver": "", "device_errors": 1,
+      "config": {"0xc2": "b701", "0x190": "0800", "0x1a0": "10000000"}}}})",
+                                    {"kxpcie cfg_dump 0 0x68", "kxpcie cfg_dump 0x70 0xf90", "kxpcie flr 0000:3b:00.0",
+                                     "kxpcie cfg_dump 0 0x68", "kxpcie cfg_dump 0x70 0xf90", "kxpcie cfg_read 0x68"},
                                     true);
   EXPECT_EQ(session.outputs[2], "0000:3b:00.0 was reset and has its settings back\n");
   EXPECT_EQ(session.outputs[0], session.outputs[3]);
   EXPECT_EQ(session.outputs[1], session.outputs[4]);
   EXPECT_EQ(session.outputs[5], "0x068: 0x00102930\n");
   EXPECT_THAT(session.result.log_of("function_reset"), testing::ElementsAre("function_reset function=0000:3b:00.0"));
+}
+
+TEST(KxpcieReset, TakesTheFunctionLevelOneOfTheKernelsMethods) {
+  const auto result = kx_system::run(
+      kx_system::script("printf '0\\nsu opsu\\nkxpcie flr 0000:3b:00.0\\nquit\\n' | $KXTOOL; "
+                        "cat /sys/bus/pci/devices/0000:3b:00.0/reset_method",
+                        R"({"functions": {"0000:3b:00.0": {"driver": "", "files": {"reset_method": "pm flr\n"}}}})"));
+  EXPECT_THAT(result.out, HasSubstr("0000:3b:00.0 was reset and has its settings back\n"));
+  EXPECT_THAT(result.out, testing::EndsWith("pm flr\n"));
 }
 
 TEST(KxpcieReset, RefusesWhatItWouldBreak) {
@@ -158,6 +179,9 @@ TEST(KxpcieReset, RefusesWhatItWouldBreak) {
       {R"("driver": "", "vfs_on": 2)", "virtual functions of 0000:3b:00.0 are on; a reset would remove them\n"},
       {R"("driver": "", "reset_capable": false)", "the function cannot be reset by itself\n"},
       {R"("driver": "vfio-pci")", "a driver uses 0000:3b:00.0; unbind it first\n"},
+      {R"("driver": "", "absent_files": ["reset"])", "the kernel offers no reset of 0000:3b:00.0\n"},
+      {R"("driver": "", "files": {"reset_method": "pm bus\n"})",
+       "the kernel offers no function-level reset of 0000:3b:00.0, only: pm bus\n"},
   };
   for (const auto& c : cases) {
     const auto session = session::run(std::string(R"({"functions": {"0000:3b:00.0": {)") + c.function + "}}}",
@@ -170,7 +194,9 @@ TEST(KxpcieReset, RefusesWhatItWouldBreak) {
 TEST(KxpcieReset, TellsWhenTheFunctionStaysAway) {
   const auto session = session::run(R"({"functions": {"0000:3b:00.0": {"driver": "", "reset_returns": false}}})",
                                     {"kxpcie flr 0000:3b:00.0", "kxpcie power"}, true);
-  EXPECT_THAT(session.outputs[0], HasSubstr("the function does not answer 1100 ms after its reset\n"));
+  EXPECT_THAT(session.outputs[0],
+              HasSubstr("the kernel could not reset 0000:3b:00.0: Inappropriate ioctl for device\n"));
+  EXPECT_THAT(session.outputs[0], HasSubstr("the function does not answer after its reset\n"));
 }
 
 }  // namespace

@@ -96,6 +96,35 @@ TEST(DumpEthInfo, ListsTheInterfacesOfTheCards) {
   for (const Case& c : cases) {
     EXPECT_TRUE(check(c).log.empty());  // no card is touched
   }
+  // Whatever the kernel's links tell holds, also when configuration space says nothing; without them, it is not said to
+  // say what it does not.
+  const struct {
+    const char* card;
+    std::vector<const char*> kinds;
+  } seen[] = {
+      {R"({"faults": {"dead": true}})", {"physical", "physical", "virtual"}},
+      {R"({"host": {"ordinary_user": true}})", {"physical", "physical", "virtual"}},
+      {R"({"faults": {"dead": true}, "functions": {"0000:3b:00.0": {"absent_files": ["sriov_totalvfs"]}}})",
+       {"silent", "physical", "virtual"}},
+      {R"({"host": {"ordinary_user": true}, "functions": {"0000:3b:00.0": {"absent_files": ["sriov_totalvfs"]},
+                    "0000:3b:00.1": {"absent_files": ["config", "sriov_totalvfs"]}}})",
+       {"unknown", "unknown", "virtual"}},
+      {R"({"functions": {"0000:3b:00.0": {"absent_files": ["sriov_totalvfs"]}}})", {"physical", "physical", "virtual"}},
+  };
+  for (const auto& row : seen) {
+    const auto result = kx_system::run({.card = row.card, .words = {"dump_eth_info"}});
+    EXPECT_EQ(result.status, 0) << row.card;
+    EXPECT_EQ(result.err, "") << row.card;
+    size_t at = 0;
+    for (const char* kind : row.kinds) {
+      at = result.out.find(std::string(" ") + kind + " ", at + 1);
+      EXPECT_NE(at, std::string::npos) << row.card << kind << result.out;
+    }
+  }
+  const auto far = kx_system::run(
+      {.card = R"({"functions": {"10000:3b:00.0": {"interface": "far0"}}})", .words = {"dump_eth_info"}});
+  EXPECT_EQ(far.status, 0);
+  EXPECT_EQ(far.out, cases[0].out);
   EXPECT_EQ(kx_system::run({.words = {"dump_eth_info", "eth0"}}).status, 1);
 }
 

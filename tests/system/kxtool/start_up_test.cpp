@@ -35,6 +35,8 @@ TEST(StartUp, RefusalsPrintTheirLineAndSendNothing) {
        "kxtools_err: [device_acquire][#] 'eth0.1' is not a devname or domain:bus:device:function format!\n"},
       {"{}", "sn_info eno1 sn_info", 1, "Warning: No firmware compatibility information available!\n",
        "kxtool: eno1 is no function of such a card\n"},
+      {R"({"functions": {"0000:00:1f.6": {"absent_files": ["resource0", "resource"]}}})", "sn_info eno1 sn_info", 1,
+       "Warning: No firmware compatibility information available!\n", "kxtool: eno1 is no function of such a card\n"},
       {"{}", "sn_info eth2 sn_info", 1, "", "kxtool: eth2: " + virtual_function},
       {"{}", "fwupdate 0000:3b:01.0 version", 1, "", "kxtool: " + virtual_function},
       {R"({"faults": {"dead": true}})", "sn_info eth0 sn_info", 1,

@@ -129,12 +129,38 @@ TEST(Line, ReportsWhatIsWrongWithADevice) {
            bar_failed + INFO_FAILED},
       {RESOURCE_ABSENT, words, 255,
        "kxtools_err: [kxtools_dev_mmap][#] open file /sys/bus/pci/devices/0000:3b:00.0/resource0 failed!\n" +
-           map_failed},
+           map_failed,
+       "kxtool: /sys/bus/pci/devices/0000:3b:00.0/resource0: No such file or directory\n"},
       {RESOURCE_TOO_LONG, words, 255,
        "kxtools_err: [kxtools_dev_mmap][#] file /sys/bus/pci/devices/0000:3b:00.0/resource0: mmap failed!\n" +
-           map_failed},
+           map_failed,
+       "kxtool: /sys/bus/pci/devices/0000:3b:00.0/resource0: shorter than BAR 0 is said to be\n"},
       {BAR_TOO_SMALL, words, 255, record_failed("0x1000")},
       {BAR_WITHOUT_RECORDS, words, 255, record_failed("0x4000")},
+  });
+}
+
+// A stock kernel maps no BAR that a driver has claimed. What only asks the driver goes on; the rest says why not.
+TEST(Line, TellsWhyTheKernelKeepsTheBarAndGoesOnWhereTheDriverAnswers) {
+  const std::string claimed = R"({"faults": {"bar0": {"claimed": true}})";
+  const std::string reason =
+      "Invalid argument: claimed by driver corvane10e; boot with iomem=relaxed or unbind the driver\n";
+  const std::string goes_on = "kxtool: BAR 0 of 0000:3b:00.0 is not mapped: " + reason +
+                              "kxtool: the firmware's compatibility record is not checked; the driver answers all the "
+                              "same\n";
+  const std::string file = "/sys/bus/pci/devices/0000:3b:00.0/resource0: ";
+  const std::string failed = "kxtools_err: [kxtools_dev_mmap][#] file " + file + "mmap failed!\n" +
+                             "kxtools_err: [kxtools_dev_info_set][#] kxtools_dev_mmap failed\n" + INFO_FAILED;
+  check({
+      {claimed + "}", "sn_info eth0 sn_info", 0, SERIAL_NUMBER, goes_on},
+      {claimed + "}", "temp_info eth0 chip_temp", 0, "current chip temperature: 45 (degree centigrade) \n", goes_on},
+      // The record that would refuse the command cannot be seen.
+      {claimed + R"(, "bar0": {"compat": {"1": {"major": 1}}}})", "sn_info eth0 sn_info", 0, SERIAL_NUMBER, goes_on},
+      {claimed + "}", "set_vf_status eth0 --mode all_vf --status auto", 255, failed, "kxtool: " + file + reason},
+      {claimed + "}", "fwupdate eth0 package", 255, failed, "kxtool: " + file + reason},
+      {claimed + "}", "sn_info 0000:3b:00.0 sn_info", 255, failed, "kxtool: " + file + reason},
+      {claimed + R"(, "functions": {"0000:3b:00.0": {"driver": ""}}})", "fwupdate 0000:3b:00.0 package", 255, failed,
+       "kxtool: " + file + "Invalid argument\n"},
   });
 }
 

@@ -1,6 +1,6 @@
 // Configuration space of a PCI function, through the kernel's per-function "config" file: dwords, capabilities, BARs.
-// The file is opened and closed on every access, so a function that disappears is noticed at the next one. Every
-// failure prints one line.
+// The file is opened and closed on every access, so a function that disappears is noticed at the next one; for reading,
+// it need not be writable. Every failure prints one line.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +29,12 @@ int32_t pcie_cfg_write_dword(kxtools_sbdf sbdf, uint32_t offset, uint32_t value)
 /// Replaces the bits under `mask` of the dword at `offset` by those of `value`. Returns 0 or -1.
 int32_t pcie_cfg_write_mask(kxtools_sbdf sbdf, uint32_t offset, uint32_t value, uint32_t mask);
 
-/// Offset of the capability with that id, or -1 with a message. A list that loops ends like one without the id.
+/// Whether the function answers at all, by the dword of command and status: no function has all ones there, while the
+/// identity of a virtual function reads so. Returns 0, or -1 with a message, and then it does not.
+int32_t pcie_function_answers(kxtools_sbdf sbdf, bool* answers);
+
+/// Offset of the capability with that id, or -1 with a message. A list that loops or leads out of its range ends like
+/// one without the id.
 int32_t pcie_find_capability(kxtools_sbdf sbdf, uint8_t id);
 
 /// Offset of the extended capability with that id, or -1 without a message. For id 11 (vendor-specific) the low 16

@@ -36,9 +36,10 @@ constexpr uint32_t struct_vpd_kx_addr(uint32_t flag, uint32_t vpd_address) {
   return (flag & 1) << 31 | (vpd_address & 0x7FFF) << 16;
 }
 
-/// One transfer: writes `*data` and the command word, waits until the card toggles the flag, reads `*data` back.
+/// One transfer: writes `*data` and the command word, waits until the card toggles the flag, reads `*data` back. It is
+/// repeated, for a tenth of a second at most, when another program has used the capability meanwhile.
 /// Returns 0, -1 with a message (no VPD capability, configuration access failed, no answer after 20,001 polls) or
-/// PCIE_TUNNEL_BUSY with a message (secure mode only).
+/// PCIE_TUNNEL_BUSY with a message (another program, or in secure mode the card's own users of the channel).
 int32_t vpd_tracsport_once(kxtools_sbdf sbdf, uint32_t command, uint32_t* data);
 
 /// Reads the tunnel status and resets the tunnel unless the last access succeeded. Returns as vpd_tracsport_once.

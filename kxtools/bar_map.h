@@ -1,0 +1,22 @@
+// Mapping BAR 0, and what the kernel has against it.
+#pragma once
+
+#include <cstdint>
+
+enum class kxtools_bar_step : uint8_t { mapped, open, length, map };
+
+struct kxtools_bar_mapping {
+  kxtools_bar_step step;      ///< what failed, or mapped
+  int error;                  ///< errno of it
+  volatile uint8_t* address;  ///< null unless mapped
+};
+
+/// Maps `length` bytes of the file "resource0" at `path`, without a word.
+kxtools_bar_mapping kxtools_bar_map(const char* path, uint64_t length);
+
+/// True when the kernel keeps a BAR of the function from every program: its driver has claimed it, or the kernel is
+/// locked down. The driver itself reaches it all the same.
+bool kxtools_bar_is_kept(const char* sbdf_text, const kxtools_bar_mapping& refused);
+
+/// Says on standard error that the line goes on without a BAR that is kept, and what is not checked for that reason.
+void kxtools_bar_kept_tell(const char* sbdf_text, const kxtools_bar_mapping& refused);
