@@ -179,10 +179,28 @@ void module_level_print(const kxtools_cmd_entry& module, uint32_t level) {
   }
 }
 
+// What stands behind the name of a group, such as "glb version".
+void group_print(const kxtools_cmd_entry& group) {
+  for (uint32_t i = 0; i < group.sub_cmd_num; i++) {
+    const kxtools_cmd_entry& entry = group.sub_cmd_list[i];
+    fputs(i == 0 ? ".br\nBehind " : ",\n", stdout);
+    if (i == 0) {
+      text_print(group.name);
+      printf(":\n");
+    }
+    text_print(entry.name);
+    fputs(entry.permission == 0 ? "" : " (super user)", stdout);
+  }
+  fputs(group.sub_cmd_num == 0 ? "" : ".\n", stdout);
+}
+
 void module_print(const kxtools_cmd_entry& module) {
   printf(".TP\n.B %s\n", module.name);
   for (uint32_t level = 0; level < LEVELS; level++) {
     module_level_print(module, level);
+  }
+  for (uint32_t i = 0; i < module.sub_cmd_num; i++) {
+    group_print(module.sub_cmd_list[i]);
   }
   if (module.sub_cmd_num == 0) {
     printf("No commands in this build.\n");

@@ -1,0 +1,116 @@
+// No command without its documents: usage, purpose, example, manual entry and completion, for every entry of the live
+// tree.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "kxtool/commands.h"
+#include "kxtools/cmd.h"
+#include "modules.h"
+
+namespace {
+
+std::string file_read(const char* path) {
+  std::ifstream file(path);
+  std::ostringstream text;
+  text << file.rdbuf();
+  EXPECT_FALSE(text.str().empty()) << path;
+  return text.str();
+}
+
+// The page's text as it stands on paper, as far as names go.
+std::string page_read(const char* path) {
+  std::string text = file_read(path);
+  for (const char* mark : {"\\-", "\\:"}) {
+    for (size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at)) {
+      text.replace(at, 2, mark[1] == '-' ? "-" : "");
+    }
+  }
+  return text;
+}
+
+// True when `name` stands in `text` as a whole word.
+bool has_word(const std::string& text, const std::string& name) {
+  const auto is_part = [](char c) { return isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '-'; };
+  for (size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + 1)) {
+    const size_t end = at + name.size();
+    if ((at == 0 || !is_part(text[at - 1])) && (end == text.size() || !is_part(text[end]))) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// The part of the completion script that begins with `head`.
+std::string part_of(const std::string& script, const std::string& head) {
+  const size_t at = script.find(head);
+  EXPECT_NE(at, std::string::npos) << head;
+  return at == std::string::npos ? "" : script.substr(at, script.find('\n', at) - at);
+}
+
+class Documents : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    ASSERT_EQ(kxtool_cmd_init(), 0);
+    ASSERT_EQ(kxtools_module_cmd_init(), 0);
+  }
+  const std::string manual_ = page_read(KX_DOCS "/kxtool.1");
+  const std::string functions_ = page_read(KX_DPP_COMMANDS);
+  const std::string completion_ = file_read(KX_DOCS "/kxtool.bash");
+};
+
+TEST_F(Documents, EveryMaintenanceCommandHasThem) {
+  const kxtools_cmd_entry& tool = kxtools_cmd_list_addr_get()[KXTOOLS_MODULE_KXTOOL];
+  const std::string completed = part_of(completion_, "_kxtool_commands=");
+  for (uint32_t i = 0; i < tool.sub_cmd_num; ++i) {
+    const kxtools_cmd_entry& entry = tool.sub_cmd_list[i];
+    SCOPED_TRACE(entry.name);
+    const char* usage = kxtool_command_usage(entry.name);
+    const char* instead = kxtool_command_instead(entry.name);
+    ASSERT_TRUE(usage != nullptr || instead != nullptr) << "neither usage nor what to do in its place";
+    EXPECT_NE(entry.usage, nullptr);
+    if (usage != nullptr) {
+      const std::string text = usage;
+      EXPECT_NE(text.find("\n    DESCRIPTION:\n        "), std::string::npos) << "no purpose";
+      EXPECT_NE(text.find(instead == nullptr ? "\n    EXAMPLES:\n        kxtool "
+                                             : "\n    AVAILABILITY:\n        Not in this build. In its place: "),
+                std::string::npos)
+          << "no example, or nothing to do in its place";
+    }
+    const std::string heading = manual_.substr(0, manual_.find(".SH MODULE COMMANDS"));
+    bool has_entry = false;
+    for (size_t at = heading.find("\n.SS \""); at != std::string::npos; at = heading.find("\n.SS \"", at + 1)) {
+      has_entry |= has_word(heading.substr(at, heading.find('\n', at + 1) - at), entry.name);
+    }
+    EXPECT_TRUE(has_entry) << "no manual entry";
+    EXPECT_EQ(has_word(completed, entry.name), entry.permission == 0) << completed;
+  }
+}
+
+void module_check(const kxtools_cmd_entry& parent, const std::string& chain, const std::string& completion,
+                  const std::string& manual) {
+  const std::string completed = part_of(completion, "    '" + chain + "') echo '");
+  for (uint32_t i = 0; i < parent.sub_cmd_num; ++i) {
+    const kxtools_cmd_entry& entry = parent.sub_cmd_list[i];
+    SCOPED_TRACE(chain + " " + entry.name);
+    EXPECT_TRUE(entry.usage != nullptr || (entry.help != nullptr && entry.help[0] != '\0')) << "no usage";
+    EXPECT_TRUE(has_word(manual, entry.name)) << "no manual entry";
+    EXPECT_EQ(has_word(completed, entry.name), entry.permission == 0);
+    if (entry.sub_cmd_num != 0 && entry.permission == 0) {
+      module_check(entry, chain + " " + entry.name, completion, manual);
+    }
+  }
+}
+
+TEST_F(Documents, EveryCommandOfAModuleHasThem) {
+  const std::string module_part = manual_.substr(manual_.find(".SH MODULE COMMANDS"));
+  for (uint32_t id = KXTOOLS_MODULE_KXNP; id < KXTOOLS_MODULE_KXRDMA; ++id) {
+    const kxtools_cmd_entry& module = kxtools_cmd_list_addr_get()[id];
+    EXPECT_GT(module.sub_cmd_num, 0u) << module.name;
+    module_check(module, module.name, completion_, module_part + functions_);
+  }
+}
+
+}  // namespace
