@@ -13,6 +13,29 @@ case_product_data() {
   has "KX2601A00042" "XXX BOARDTYPE"
 }
 
+# Another program reads the kernel's file at the same time: a word is right or refused, never wrong.
+case_tunnel_beside_a_reader_of_product_data() {
+  words=12
+  printf '0\nsu opsu\n' >/tmp/case/lines
+  for i in $(seq $words); do
+    card word $((0x6310001000 + 4 * i)) $((0x5a000000 + i))
+    printf 'kxpcie devmem 0x%x\n' $((0x6310001000 + 4 * i)) >>/tmp/case/lines
+  done
+  while usleep 3000; do cat $SYS/$PF0/vpd; done >/dev/null 2>&1 &
+  reader=$!
+  timeout 40 kxtool </tmp/case/lines >/tmp/case/all 2>&1
+  kill $reader
+  echo "kxpcie devmem beside cat vpd" >/tmp/case/ran
+  right=0
+  for i in $(seq $words); do
+    place=$(printf '0x%x' $((0x6310001000 + 4 * i)))
+    word=$(sed -n "s/^$place: \(0x[0-9a-f]*\)$/\1/p" /tmp/case/all)
+    [ -z "$word" ] || [ $((word)) = $((0x5a000000 + i)) ] || fail "$place reads $word"
+    [ -z "$word" ] || right=$((right + 1))
+  done
+  [ $right -ge $((words / 2)) ] || fail "only $right of $words words were read"
+}
+
 case_dead_card() {
   card dead 1
   ran 1 kxtool sn_info eth0 sn_info

@@ -2,6 +2,7 @@
 // The host bridges that the card hangs from, and the memory behind their windows.
 
 #include <linux/ioport.h>
+#include <linux/kprobes.h>
 
 #include "kx_card.h"
 
@@ -21,6 +22,18 @@ static struct root far_root = {
 	.sysdata = { .domain = 0x10000, .node = NUMA_NO_NODE },
 	.buses = { .name = "far card buses", .start = 0, .end = 1, .flags = IORESOURCE_BUS },
 };
+
+/* The log tells whose BARs a program maps: a look at them is never seen otherwise. */
+static int bar_mapped(struct kprobe *probe, struct pt_regs *registers)
+{
+	const struct pci_dev *pci = (const struct pci_dev *)registers->di;
+
+	kx_log("bar_mapped function=%s bar=%d", pci_name(pci), (int)registers->si);
+	return 0;
+}
+
+static struct kprobe map_probe = { .symbol_name = "pci_mmap_resource_range", .pre_handler = bar_mapped };
+static bool map_probed;
 
 static int root_make(struct root *root, const char *name, u64 start, u64 end)
 {
@@ -70,6 +83,7 @@ int kx_bus_make(u64 memory, u64 size, bool far_segment)
 {
 	int error = root_make(&near_root, "card", memory, memory + NEAR_SIZE - 1);
 
+	map_probed = register_kprobe(&map_probe) == 0;
 	if (!error && far_segment)
 		error = root_make(&far_root, "far card", memory + NEAR_SIZE, memory + size - 1);
 	return error;
@@ -77,6 +91,8 @@ int kx_bus_make(u64 memory, u64 size, bool far_segment)
 
 void kx_bus_free(void)
 {
+	if (map_probed)
+		unregister_kprobe(&map_probe);
 	root_free(&far_root);
 	root_free(&near_root);
 }

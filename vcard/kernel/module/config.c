@@ -30,6 +30,8 @@ static int config_read(struct pci_bus *bus, unsigned int devfn, int where, int s
 		return f ? PCIBIOS_SUCCESSFUL : PCIBIOS_DEVICE_NOT_FOUND;
 	}
 	*value = kx_config_get(f, where, size);
+	if (f->kind == KX_FOREIGN)
+		kx_log("foreign_config_read offset=0x%03x", where);
 	return PCIBIOS_SUCCESSFUL;
 }
 

@@ -14,6 +14,13 @@ static bool claim = true;
 module_param(claim, bool, 0644);
 MODULE_PARM_DESC(claim, "request BAR 0 of the functions that are bound from now on");
 
+bool kx_ends_with_socket = true;
+module_param_named(ends_with_socket, kx_ends_with_socket, bool, 0644);
+MODULE_PARM_DESC(ends_with_socket, "a registration ends when the tool's netlink socket is closed, not only with its process");
+unsigned int kx_linger_ms;
+module_param_named(linger_ms, kx_linger_ms, uint, 0644);
+MODULE_PARM_DESC(linger_ms, "so long after its end a registration is still in the way");
+
 static netdev_tx_t packet_send(struct sk_buff *packet, struct net_device *netdev)
 {
 	dev_kfree_skb(packet);

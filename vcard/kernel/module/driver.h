@@ -13,8 +13,13 @@ struct kx_port {
 	/* The one tool that gets notices; its process, and its netlink port. Under a lock of driver_messages.c. */
 	struct pid *tool;
 	u32 tool_port;
+	unsigned long ended; /* when the last registration did */
 	struct list_head node; /* while there is a tool */
 };
+
+/* driver.c: how registrations end, as parameters of the module. */
+extern bool kx_ends_with_socket;
+extern unsigned int kx_linger_ms;
 
 /* driver_messages.c */
 int kx_messages_start(void);

@@ -73,8 +73,10 @@ static int notice_deliver(void *context, const void *payload, size_t length)
 /* Under the lock. */
 static void registration_end(struct kx_port *port)
 {
-	if (port->tool)
+	if (port->tool) {
 		list_del(&port->node);
+		port->ended = jiffies;
+	}
 	put_pid(port->tool);
 	port->tool = NULL;
 }
@@ -87,13 +89,13 @@ void kx_port_forget(struct kx_port *port)
 	spin_unlock(&registrations);
 }
 
-/* A registration lasts until the tool's netlink socket is closed, or its process has ended. */
+/* A registration lasts until the tool's netlink socket is closed or its process has ended. */
 static int socket_closed(struct notifier_block *block, unsigned long event, void *data)
 {
 	const struct netlink_notify *notify = data;
 	struct kx_port *port, *next;
 
-	if (event != NETLINK_URELEASE || notify->protocol != NETLINK_GENERIC || notify->net != &init_net)
+	if (!kx_ends_with_socket || event != NETLINK_URELEASE || notify->protocol != NETLINK_GENERIC || notify->net != &init_net)
 		return NOTIFY_DONE;
 	spin_lock(&registrations);
 	list_for_each_entry_safe(port, next, &ports, node)
@@ -114,6 +116,8 @@ static bool is_taken(const struct kx_port *port)
 	task = port->tool ? pid_task(port->tool, PIDTYPE_TGID) : NULL;
 	taken = task && task->exit_state == 0;
 	rcu_read_unlock();
+	if (!taken && !port->tool && kx_linger_ms != 0 && port->ended != 0)
+		taken = time_before(jiffies, port->ended + msecs_to_jiffies(kx_linger_ms));
 	return taken;
 }
 
