@@ -193,7 +193,10 @@ int32_t handler_run(const char* line, kxtools_cmd_context* ctx) {
     kx_print("%s: Compatibility check failed!\n", line);
     return -1;
   }
-  const int32_t result = ctx->cmd->handler(ctx);
+  int32_t result = ctx->cmd->handler(ctx);
+  if (result == 0 && kx_device_memory_losses != 0) {
+    result = -1;  // what was read of a card that was taken away is no answer
+  }
   if (result < 0) {
     kx_print("%s: Command exec failed!\n", line);
   }
@@ -239,6 +242,7 @@ int32_t kxtools_cmd_execute(const char* line) {
     KXTOOLS_ERR("kxtools_is_not_kxtool_cmd_format failed!\n");
     return -1;
   }
+  kx_device_memory_rearm();
   if (bound_state_copy(ctx.get()) != 0) {
     return -1;
   }

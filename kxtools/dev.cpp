@@ -25,10 +25,13 @@ void bar_path(const char* sbdf_text, char (&path)[64]) {
 // The steps below are parts of kxtools_dev_mmap and report under its name.
 #define MMAP_ERR(...) kx_line_print(KX_STYLE_KXTOOLS_ERR, "kxtools_dev_mmap", __LINE__, __VA_ARGS__)
 
-int32_t mapping_take(const char* sbdf_text, const char* path, const kxtools_bar_mapping& mapping,
+int32_t mapping_take(const char* sbdf_text, const char* path, const kxtools_bar_mapping& mapping, uint64_t length,
                      volatile uint8_t** address) {
+  char name[32];
   switch (mapping.step) {
     case kxtools_bar_step::mapped:
+      snprintf(name, sizeof name, "%.12s BAR 0", sbdf_text);
+      kx_device_memory_guard(mapping.address, length, name);
       *address = mapping.address;
       return 0;
     case kxtools_bar_step::open:
@@ -55,10 +58,11 @@ int32_t kxtools_dev_mmap(const char* sbdf_text, volatile uint8_t** address, uint
   }
   char path[64];
   bar_path(sbdf_text, path);
-  return mapping_take(sbdf_text, path, kxtools_bar_map(path, length), address);
+  return mapping_take(sbdf_text, path, kxtools_bar_map(path, length), length, address);
 }
 
 int32_t kxtools_dev_unmmap(volatile uint8_t* address, uint64_t length) {
+  kx_device_memory_release(address);
   return munmap(const_cast<uint8_t*>(address), length);
 }
 
@@ -80,7 +84,7 @@ int32_t kxtools_dev_info_set(kxtools_sbdf sbdf, kxtools_dev_info* info, kxtools_
   const kxtools_bar_mapping mapping = kxtools_bar_map(path, fresh.bar_size);
   if (use == kxtools_bar_use::record && kxtools_bar_is_kept(fresh.sbdf, mapping)) {
     kxtools_bar_kept_tell(fresh.sbdf, mapping);
-  } else if (mapping_take(fresh.sbdf, path, mapping, &fresh.bar_vaddr) != 0) {
+  } else if (mapping_take(fresh.sbdf, path, mapping, fresh.bar_size, &fresh.bar_vaddr) != 0) {
     KXTOOLS_ERR("kxtools_dev_mmap failed\n");
     return -1;
   }

@@ -157,6 +157,14 @@ kxtools_uevent_result kxtools_uevent_slot_read(const char* path, char (&slot)[13
   return kxtools_uevent_result::no_slot;
 }
 
+bool kxtools_is_own_switch(kxtools_sbdf sbdf) {
+  char path[PATH_SIZE];
+  uint32_t vendor = 0;
+  uint32_t device = 0;
+  return function_path(path, sbdf, "vendor") && id_file_read(path, &vendor) && function_path(path, sbdf, "device") &&
+         id_file_read(path, &device) && kxtools_dev_is_switch(vendor, device);
+}
+
 bool kxtools_is_interface_name(const char* word) {
   constexpr size_t NAME_MAX_LENGTH = 15;
   const size_t length = strlen(word);

@@ -19,6 +19,9 @@ enum class kxtools_uevent_result { found, no_file, no_slot };
 /// Reads the first line of an "uevent" file that gives a PCI slot: up to 12 characters of its value and a terminator.
 kxtools_uevent_result kxtools_uevent_slot_read(const char* path, char (&slot)[13]);
 
+/// True when the function is a port of the card's own switch; silent.
+bool kxtools_is_own_switch(kxtools_sbdf sbdf);
+
 /// True when `word` can be the name of a network interface and of nothing else in a path: 1 to 15 characters, no '/',
 /// not "." or "..".
 bool kxtools_is_interface_name(const char* word);

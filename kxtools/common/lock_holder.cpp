@@ -7,6 +7,7 @@
 
 #include <cctype>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
 #include "common/unique_fd.h"
@@ -19,7 +20,8 @@ struct close_stream {
   }
 };
 
-// A line is "1: FLOCK  ADVISORY  WRITE 1234 08:02:4711 0 EOF".
+// A line is "1: FLOCK  ADVISORY  WRITE 1234 08:02:4711 0 EOF", or POSIX for a record lock; a process that waits has
+// "->" behind the number.
 pid_t holder_pid(const struct stat& file) {
   const std::unique_ptr<FILE, close_stream> locks(fopen("/proc/locks", "re"));
   char line[256];
@@ -28,22 +30,33 @@ pid_t holder_pid(const struct stat& file) {
     unsigned major_number = 0;
     unsigned minor_number = 0;
     unsigned long inode = 0;
-    if (sscanf(line, "%*d: FLOCK %*s %*s %d %x:%x:%lu", &pid, &major_number, &minor_number, &inode) == 4 &&
-        major_number == major(file.st_dev) && minor_number == minor(file.st_dev) && inode == file.st_ino) {
+    if (sscanf(line, "%*d: %*[A-Z] %*s %*s %d %x:%x:%lu", &pid, &major_number, &minor_number, &inode) == 4 &&
+        major_number == major(file.st_dev) && minor_number == minor(file.st_dev) && inode == file.st_ino &&
+        pid != getpid()) {
       return pid;
     }
   }
   return 0;
 }
 
-// The words stand behind each other, each with a zero behind it.
-void command_read(pid_t pid, char* text, size_t size) {
-  char path[32];
-  snprintf(path, sizeof path, "/proc/%d/cmdline", pid);
+// Reads a file of a process without its final zeros and newline; the length, 0 when there is none.
+size_t process_file_read(pid_t pid, const char* file, char* text, size_t size) {
+  char path[48];
+  snprintf(path, sizeof path, "/proc/%d/%s", pid, file);
   const kx_unique_fd fd(open(path, O_RDONLY | O_CLOEXEC));
-  const ssize_t length = fd ? read(fd.get(), text, size - 1) : 0;
+  const ssize_t length = fd ? read(fd.get(), text, size) : 0;
   size_t end = length > 0 ? static_cast<size_t>(length) : 0;
-  for (; end > 0 && text[end - 1] == '\0'; --end) {
+  for (; end > 0 && (text[end - 1] == '\0' || text[end - 1] == '\n'); --end) {
+  }
+  return end;
+}
+
+// The words of a process, which stand behind each other with a zero behind each; its title when it was started without
+// any, as the child of a shell is.
+void command_read(pid_t pid, char* text, size_t size) {
+  size_t end = process_file_read(pid, "cmdline", text, size - 1);
+  if (memchr(text, '\0', end) == nullptr) {
+    end = process_file_read(pid, "comm", text, size - 1);
   }
   for (size_t i = 0; i < end; ++i) {
     text[i] = text[i] == '\0' ? ' ' : isprint(static_cast<unsigned char>(text[i])) != 0 ? text[i] : '?';

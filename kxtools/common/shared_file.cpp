@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -22,6 +23,20 @@ bool is_plain_name(const char* name) {
 // Gives a file or folder that this call has just made the mode that the umask took from it.
 bool set_mode(int fd, mode_t mode) {
   return fchmod(fd, mode) == 0;
+}
+
+// Whoever made a shared folder could remove and exchange its files. What cannot be changed stays as it is.
+void folder_protect(int fd) {
+  struct stat info = {};
+  if (fstat(fd, &info) != 0 || (info.st_mode & S_IWOTH) == 0) {
+    return;
+  }
+  if (info.st_uid != 0 && geteuid() == 0 && fchown(fd, 0, 0) != 0) {
+    return;
+  }
+  if ((info.st_mode & S_ISVTX) == 0) {
+    fchmod(fd, (info.st_mode & 07777) | S_ISVTX);
+  }
 }
 
 }  // namespace
@@ -51,6 +66,10 @@ kx_shared_file kx_shared_file_open(const char* folder, const char* name, int fla
     }
   }
 
+  if ((folder_mode & S_ISVTX) != 0) {
+    folder_protect(folder_fd.get());
+  }
+
   // O_NONBLOCK: a planted FIFO must not block the open.
   const int safe_flags = flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
   kx_shared_file result;
@@ -77,4 +96,9 @@ kx_shared_file kx_shared_file_open(const char* folder, const char* name, int fla
   }
   result.step = kx_shared_file_step::opened;
   return result;
+}
+
+bool kx_shared_file_is_removed(int fd) {
+  struct stat info = {};
+  return fstat(fd, &info) == 0 && info.st_nlink == 0;
 }

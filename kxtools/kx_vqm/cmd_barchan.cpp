@@ -5,6 +5,7 @@
 #include "cmd_item.h"
 #include "commands.h"
 #include "common/report.h"
+#include "kxtools/card_lock.h"
 #include "kxtools/dev.h"
 
 namespace {
@@ -85,6 +86,13 @@ void barchan_send_ovs_msg(uint64_t, char** words, uint32_t count) {
     return;
   }
   if (!area_of(info, &area)) {
+    return;
+  }
+  // The mailbox is one for the whole card: an update through it goes on alone.
+  kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;
+  pcie_sbdf_parse(&sbdf, info.sbdf);
+  const kx_unique_fd card = kxtools_card_lock(sbdf, kxtools_card_use::alone);
+  if (!card) {
     return;
   }
   std::array<uint32_t, MESSAGE_WORDS_MAX> reply = {};

@@ -20,16 +20,18 @@ constexpr bool NO_DEVICE = true;
 constexpr bool DEVICE = false;
 constexpr bool BDF = true;  // works with a PCI address too
 constexpr bool NIC = false;
+constexpr bool ALONE = true;  // on the card
 
 }  // namespace
 
-// names, no_device, by_bdf, handler, usage, what can be done in place of a row without handler, words_check.
+// names, no_device, by_bdf, handler, usage, what can be done in place of a row without handler, words_check,
+// card_alone.
 constexpr kxtool_option kxtool_option_table[KXTOOL_OPTION_NUM] = {
     {nullptr, NO_DEVICE, NIC, nullptr, USAGE_GENERAL},
     {"-h|--help", NO_DEVICE, NIC, kxtool_show_help, USAGE_HELP},
     {"-v|--version", NO_DEVICE, NIC, kxtool_show_version, USAGE_VERSION},
-    {"bl1", DEVICE, BDF, nullptr, USAGE_BL1, INSTEAD_BL1},
-    {"-f|-fw|fwupdate", DEVICE, BDF, kxtool_fw_main, USAGE_FWUPDATE, nullptr, kxtool_fw_words_check},
+    {"bl1", DEVICE, BDF, nullptr, USAGE_BL1, INSTEAD_BL1, nullptr, ALONE},
+    {"-f|-fw|fwupdate", DEVICE, BDF, kxtool_fw_main, USAGE_FWUPDATE, nullptr, kxtool_fw_words_check, ALONE},
     {"repair", NO_DEVICE, NIC, nullptr, USAGE_REPAIR, INSTEAD_REPAIR},
     {"fget|log", DEVICE, NIC, nullptr, USAGE_LOG, INSTEAD_LOG},
     {"diag", DEVICE, NIC, kxtool_diag, USAGE_DIAG},
@@ -39,7 +41,7 @@ constexpr kxtool_option kxtool_option_table[KXTOOL_OPTION_NUM] = {
     {"hwread", DEVICE, NIC, nullptr, nullptr, INSTEAD_HWREAD},
     {"eeupdate", DEVICE, NIC, nullptr, USAGE_EEUPDATE, INSTEAD_EEUPDATE},
     {"mac_info", DEVICE, NIC, kxtool_mac_addr_get, USAGE_MAC_INFO},
-    {"reset", DEVICE, NIC, nullptr, nullptr, INSTEAD_RESET},
+    {"reset", DEVICE, NIC, nullptr, nullptr, INSTEAD_RESET, nullptr, ALONE},
     {"fput", DEVICE, NIC, nullptr, USAGE_FPUT, INSTEAD_FPUT},
     {"einj", DEVICE, NIC, nullptr, nullptr, INSTEAD_EINJ},
     {"rm_ras_log", DEVICE, NIC, nullptr, nullptr, INSTEAD_RM_RAS_LOG},

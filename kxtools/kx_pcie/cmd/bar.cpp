@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "common/report.h"
+#include "common/unique_fd.h"
 #include "kx_pcie/config_space.h"
 
 namespace {
@@ -94,7 +95,9 @@ int32_t kxpcie_bar_window::open(kxtools_sbdf sbdf, uint32_t index, uint64_t offs
     kxtools_bar_refusal_tell(function, path, error);
     return -1;
   }
-  mapping_ = kx_mapping(data, size);
+  char name[32];
+  snprintf(name, sizeof name, "%s BAR %u", function, index);
+  mapping_.reset(data, size, name);
   region_ = {static_cast<volatile uint8_t*>(data) + (offset - start), length};
   return 0;
 }

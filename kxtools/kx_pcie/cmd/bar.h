@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "common/mmio.h"
-#include "common/unique_fd.h"
 #include "kxtools/dev.h"
 
 inline constexpr uint32_t KXPCIE_BARS = 6;
@@ -33,6 +32,6 @@ class kxpcie_bar_window {
   }
 
  private:
-  kx_mapping mapping_;
+  kx_device_mapping mapping_;
   kx_mmio_region region_;
 };

@@ -9,6 +9,7 @@
 
 #include "channel/tools_msg.h"
 #include "common/report.h"
+#include "common/wait.h"
 
 namespace {
 
@@ -23,6 +24,8 @@ struct kxtool_drv_compat {
 static_assert(sizeof(kxtool_drv_compat) == 8);
 
 constexpr kxtool_drv_compat TOOL_COMPAT = {};
+
+constexpr kx_wait_limit REGISTER_LIMIT = {.step_us = 10000, .looks = 100};
 
 // Where the driver writes: process-wide, so that they outlive every exchange.
 kxtool_drv_compat driver_compat;
@@ -121,7 +124,12 @@ int32_t tarn_tools_event_info_register(kxtool_device* device) {
   msg->msg_type = KXTOOL_MSG_EVENT_REGISTER;
   msg->event_pid = device->event_pid;
   msg->status = &status;
-  const int ret = kx_send_ioctl(device, msg.get());
+  // Busy is also a registration whose tool is just ending: the driver learns of that later than the lock's next holder.
+  int ret = 0;
+  kx_wait(REGISTER_LIMIT, [&] {
+    ret = kx_send_ioctl(device, msg.get());
+    return ret < 0 && errno == EBUSY ? kx_look::busy : kx_look::done;
+  });
   if (ret < 0) {
     const int error = errno;
     KXTOOLS_ERR("ioctl error, first, check if the driver of %s is corvane10e, ret=%d, errno = %d!\n", device->name, ret,

@@ -72,6 +72,10 @@ bool notice_slot_look(const kxtool_device& device, bar_rx_state* state) {
     return false;
   }
   bar_chan_rx_poll(area, BAR_MSG_ENDPOINT_CARD, BAR_MSG_ENDPOINT_TOOL, state);
+  if (kx_mmio_is_lost(area)) {
+    kxtool_notice_deafness_set("the card's BAR was taken away");
+    return false;
+  }
   // What failed the check stays in the slot, and nothing else can come through it.
   const bool blocked = (state->refused.flags & BAR_FLAG_VALID) != 0;
   kxtool_notice_deafness_set(blocked ? "a notice that cannot be taken stands in the card's mailbox" : nullptr);

@@ -1,12 +1,11 @@
 #include "mailbox_send.h"
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <span>
 
 #include "channel/process_exit.h"
 #include "common/report.h"
+#include "common/wait.h"
 #include "mailbox_lock.h"
 #include "mailbox_ring.h"
 #include "mailbox_slot.h"
@@ -15,18 +14,18 @@ namespace {
 
 constexpr uint32_t EVENT_ID_SEND_MAX = BAR_MSG_EVENT_NUM;  // one more than can be received
 constexpr uint16_t SYNC_MSG_ID = 0;                        // only one request is outstanding in a process
-constexpr useconds_t POLL_US = 100;
+constexpr uint32_t POLL_US = 100;
 constexpr uint32_t POLLS_MAX = 100000;
 
-// Waits until the card has taken the message. False when the time is over.
+// Waits until the card has taken the message. False when the time is over, or the card is gone.
 bool reply_wait(const kx_mmio_region& slot) {
-  for (uint32_t polls = 0; polls < POLLS_MAX; ++polls) {
-    usleep(POLL_US);
+  const kx_waited waited = kx_wait({.step_us = POLL_US, .looks = POLLS_MAX, .sleep_first = true}, [&] {
     if (!bar_valid_get(slot)) {
-      return true;
+      return kx_look::done;
     }
-  }
-  return false;
+    return kx_mmio_is_lost(slot) ? kx_look::gone : kx_look::again;
+  });
+  return waited == kx_waited::done;
 }
 
 int32_t reply_take(const kx_mmio_region& slot, const bar_msgid_entry& entry) {

@@ -1,5 +1,7 @@
 // The thread that receives the card's notices from the kernel driver.
 #include <linux/netlink.h>
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -7,11 +9,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 #include "channel/driver.h"
 #include "channel/event.h"
 #include "channel/thread.h"
 #include "common/report.h"
+#include "common/wait.h"
 #include "genl.h"
 
 namespace {
@@ -59,8 +63,23 @@ void own_address_bind(int socket, uint32_t port) {
   }
 }
 
+// Set by the command's thread for the receive thread to end, and by that when it has; without a descriptor it runs for
+// ever, and a socket that a thread reads from does not close.
+std::atomic<int> stop_event = -1;
+std::atomic<bool> receiver_runs = false;
+constexpr kx_wait_limit END_LIMIT = {.step_us = 100, .looks = 2000};
+
 void receive_thread(void* device) {
   tarn_tools_netlink_recv_msg(static_cast<kxtool_device*>(device));
+  receiver_runs = false;
+}
+
+// False when the receiver shall end.
+bool message_wait(int socket) {
+  struct pollfd events[] = {{socket, POLLIN, 0}, {stop_event, POLLIN, 0}};
+  while (poll(events, std::size(events), -1) < 0 && errno == EINTR) {
+  }
+  return events[1].revents == 0;
 }
 
 }  // namespace
@@ -78,7 +97,7 @@ void tarn_tools_netlink_recv_msg(kxtool_device* device) {
   }
   receive_ready = true;
   uint8_t buffer[GENL_BUFFER_SIZE];
-  while (true) {
+  while (message_wait(socket)) {
     const ssize_t count = recv(socket, buffer, sizeof buffer, 0);
     if (count < 0) {
       KXTOOLS_ERR("stat->rx_pkt = %u, errno = %d\n", kxtool_stats.rx_pkt.load(), errno);
@@ -93,7 +112,10 @@ void tarn_tools_netlink_recv_msg(kxtool_device* device) {
 }
 
 int32_t tarn_tools_netlink_start(kxtool_device* device) {
+  stop_event = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+  receiver_runs = true;
   if (!kxtool_thread_start(receive_thread, device)) {
+    receiver_runs = false;
     MTS_ERR("Error creating recv msg thread !\n");
     return -1;
   }
@@ -105,4 +127,12 @@ int32_t tarn_tools_netlink_start(kxtool_device* device) {
     usleep(READY_WAIT_US);
   }
   return 0;
+}
+
+void tarn_tools_driver_close(kxtool_device* device) {
+  if (receiver_runs && eventfd_write(stop_event, 1) == 0) {
+    kx_wait(END_LIMIT, [] { return receiver_runs ? kx_look::again : kx_look::done; });
+  }
+  device->netlink_socket.reset();
+  device->ioctl_socket.reset();
 }

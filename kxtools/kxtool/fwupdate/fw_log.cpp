@@ -19,7 +19,7 @@ namespace {
 constexpr const char* KXTS_PATH = "/var/log/kxtool";
 constexpr const char* NAME_PART = "kxtool";
 constexpr const char* NAME_END = "fw_upd.log";
-constexpr mode_t FOLDER_MODE = 0777;
+constexpr mode_t FOLDER_MODE = 01777;
 constexpr mode_t FILE_MODE = 0644;
 constexpr size_t LINE_SIZE = 1024;  // longer lines are cut
 

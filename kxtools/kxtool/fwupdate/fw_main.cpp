@@ -75,8 +75,10 @@ int on_channel_exit(int status) {
       fw_result_tell(update);
     }
   } else {
-    fw_tell("cause: %s", channel_failure(status));
+    const bool gone = kx_device_memory_losses != 0;
+    fw_tell("cause: %s", gone ? "the card's BAR was taken away" : channel_failure(status));
     fw_flash_report(*update, "failed");
+    status = gone ? FW_EXIT_FAILED : status;
   }
   end_note(*update, status);
   return status;
@@ -87,12 +89,11 @@ int on_channel_exit(int status) {
   end_note(update, status);
   kxtool_recv_cb_set(nullptr);
   kxtool_process_exit_hook_set(nullptr);
-  kxtool_release_fd_lock();
   if (device->access_mode == KXTOOL_ACCESS_BDF) {
     tarn_bc_exit(device);
   }
   fw_log_close();
-  kxtool_process_exit(status);
+  kxtool_exit(status);
 }
 
 }  // namespace

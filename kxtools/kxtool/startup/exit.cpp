@@ -6,7 +6,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "channel/driver.h"
 #include "channel/process_exit.h"
+#include "common/device_memory.h"
+#include "startup/cmd_ctx.h"
 
 namespace {
 
@@ -18,8 +21,12 @@ void bad_args_print() {
 }  // namespace
 
 void kxtool_exit(int status) {
+  // The driver's registration ends before another tool may begin one.
+  if (kxtool_cmd_ctx* ctx = kxtool_get_cmd_ctx(); ctx != nullptr) {
+    tarn_tools_driver_close(&ctx->device);
+  }
   kxtool_release_fd_lock();
-  kxtool_process_exit(status);
+  kxtool_process_exit(status == 0 && kx_device_memory_losses != 0 ? 1 : status);
 }
 
 void exit_bad_args() {

@@ -1,7 +1,9 @@
 #include "startup/init.h"
 
+#include <sys/prctl.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
 
 #include "channel/bar_channel.h"
@@ -34,6 +36,13 @@ bool has_alias(const char* names, const char* word) {
   }
 }
 
+// Who waits for this process reads its title: the child of a shell has no words of its own.
+void process_title_set(const char* name) {
+  char title[16];  // the kernel keeps no more
+  snprintf(title, sizeof title, "kxtool %s", name);
+  prctl(PR_SET_NAME, title);
+}
+
 [[noreturn]] void show_usage(const kxtool_option_list& list, const kxtool_option& row) {
   const char* usage = row.usage != nullptr ? row.usage : list.rows[0].usage;
   kx_print("%s\n", usage);
@@ -54,6 +63,7 @@ void words_take(const kxtool_option_list& list, uint32_t count, char** words, kx
   }
   ctx->option = &list.rows[index];
   ctx->name = words[1];
+  process_title_set(ctx->name);
   ctx->argc = count - 2;
   ctx->argv = words + 2;
   if (ctx->argc == 1 && is_help_word(ctx->argv[0])) {
@@ -84,7 +94,7 @@ void device_acquire(kxtool_cmd_ctx* ctx) {
     kxtool_device_explain(device);
     kxtool_exit(1);
   }
-  if (kxtool_flock_lock(device) != KXTOOL_LOCK_TAKEN) {
+  if (kxtool_flock_lock(device) != KXTOOL_LOCK_TAKEN || !kxtool_card_take(device, ctx->option->card_alone)) {
     kx_error_print("kxtool: %s was not run: the lock of %s cannot be had\n", ctx->name, ctx->device_word);
     kxtool_exit(1);
   }

@@ -1,27 +1,31 @@
 #include "run_lock.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
 #include <cstdio>
 
+#include "common/lock_wait.h"
 #include "common/report.h"
 #include "common/shared_file.h"
+#include "kxtools/card_lock.h"
 #include "startup/exit.h"
 
 namespace {
 
 constexpr const char* KXTS_LOCK_PATH = "/tmp/kxtool";
+constexpr mode_t FOLDER_MODE = 01777;
 constexpr mode_t LOCK_MODE = 0777;
 constexpr int LOCK_NAME_CHARS = 7;  // so many characters of the device are part of the lock's name
-constexpr uint32_t LOCK_TRIES = 60000;
-constexpr useconds_t LOCK_WAIT_US = 1000;
+constexpr kx_wait_limit LIMIT = {.step_us = 1000, .looks = 60000};
 
 // Held until the process ends or kxtool_release_fd_lock; plain, because no destructor may run while threads live.
 std::atomic<int> lock_fd = -1;
+std::atomic<int> card_fd = -1;
+
+void give_back(std::atomic<int>* lock) {
+  kx_unique_fd(lock->exchange(-1)).reset();  // the kernel drops a lock with its last descriptor
+}
 
 void report_failure(const kx_shared_file& file, const char* path) {
   switch (file.step) {
@@ -44,31 +48,34 @@ void report_failure(const kx_shared_file& file, const char* path) {
 
 int kxtool_flock_lock(const kxtool_device& device) {
   char name[32];
+  char path[64];
   // An address has one text, however it was typed.
   snprintf(name, sizeof name, "kxts_lock_%.*s", LOCK_NAME_CHARS,
            device.access_mode == KXTOOL_ACCESS_BDF ? device.sbdf_text : device.name);
-  kx_shared_file file = kx_shared_file_open(KXTS_LOCK_PATH, name, O_RDWR | O_CREAT, LOCK_MODE, LOCK_MODE);
-  if (!file.fd) {
-    char path[64];
-    snprintf(path, sizeof path, "%s/%s", KXTS_LOCK_PATH, name);
-    report_failure(file, path);
-    return -1;
-  }
-  for (uint32_t i = 0; i < LOCK_TRIES; ++i) {
-    if (flock(file.fd.get(), LOCK_EX | LOCK_NB) == 0) {
+  snprintf(path, sizeof path, "%s/%s", KXTS_LOCK_PATH, name);
+  for (;;) {
+    kx_shared_file file = kx_shared_file_open(KXTS_LOCK_PATH, name, O_RDWR | O_CREAT, FOLDER_MODE, LOCK_MODE);
+    if (!file.fd) {
+      report_failure(file, path);
+      return -1;
+    }
+    if (kx_lock_wait(file.fd.get(), path, LIMIT, kx_flock_exclusive) != kx_waited::done) {
+      KXTOOLS_ERR("device %s is still in use by another kxtool command!\n", device.name);
+      return -1;
+    }
+    if (!kx_shared_file_is_removed(file.fd.get())) {
       lock_fd = file.fd.release();
       return KXTOOL_LOCK_TAKEN;
     }
-    usleep(LOCK_WAIT_US);
   }
-  KXTOOLS_ERR("device %s is still in use by another kxtool command!\n", device.name);
-  return -1;
+}
+
+bool kxtool_card_take(const kxtool_device& device, bool alone) {
+  card_fd = kxtools_card_lock(device.sbdf, alone ? kxtools_card_use::alone : kxtools_card_use::shared).release();
+  return card_fd >= 0;
 }
 
 void kxtool_release_fd_lock() {
-  const int fd = lock_fd.exchange(-1);
-  if (fd >= 0) {
-    flock(fd, LOCK_UN);
-    close(fd);
-  }
+  give_back(&card_fd);
+  give_back(&lock_fd);
 }

@@ -131,6 +131,37 @@ TEST(FirmwareUpdateSignals, ReaderThatGoesAwayDoesNotEndTheUpdate) {
   EXPECT_TRUE(work.flash_holds_package());
 }
 
+// The card's notices go to the tool that came last, whichever port it asked.
+TEST(FirmwareUpdateBeside, CommandOnAnotherPortWaitsForTheUpdateAndSaysForWhom) {
+  const Workplace work;
+  kx_system::Command command = kx_system::script(
+      "$KXTOOL fwupdate eth0 " + work.package + " >update & sleep 0.5; $KXTOOL sn_info eth1 sn_info; wait; cat update",
+      R"({"update": {"erase_ms": 1500}})");
+  command.state = work.folder.path();
+  const Result result = kx_system::run(command);
+  EXPECT_THAT(result.out, testing::StartsWith("sn=KX2601A00042\n"));
+  EXPECT_THAT(result.out, HasSubstr("write success"));
+  EXPECT_THAT(result.err,
+              testing::MatchesRegex("waiting for process [0-9]+ \\(.*/kxtool fwupdate eth0 .*\\), which holds "
+                                    "/tmp/kxtool/kxts_card_0000:3b\n"));
+  EXPECT_TRUE(work.flash_holds_package());
+}
+
+TEST(FirmwareUpdateBar, TakenAwayEndsTheUpdateWithItsLineAndNotTheShell) {
+  for (const int request : {4, 9, 14}) {
+    const Workplace work;
+    kx_system::Command command = work.by_address(R"({"update": {"header_ms": 50}, "faults": {"mailbox": {"requests": [
+        {"event_id": 27, "from": )" + std::to_string(request) +
+                                                 R"(, "count": 1, "takes_bar": true}]}}})");
+    command.input.insert(command.input.find("quit\n"), "kxpcie cfg_read 0 4\n");
+    const Result result = kx_system::run(command);
+    EXPECT_EQ(result.status, 7) << request << result.out;
+    EXPECT_THAT(result.err, HasSubstr("kxtool: 0000:3b:00.0 BAR 0 was taken away")) << request;
+    EXPECT_THAT(result.err, testing::ContainsRegex("failed: .*partition")) << request;
+    EXPECT_THAT(result.out, HasSubstr("0x000: 0x80371cf2")) << "the shell goes on";
+  }
+}
+
 TEST(FirmwareUpdateTerminal, ControlCEndsTheUpdateWith130) {
   const Workplace work;
   kx_system::Command command = work.by_name(R"({"update": {"erase_ms": 10000}})");  // ends long before

@@ -51,6 +51,7 @@ TEST(Driver, BringUpFailuresEndTheCommand) {
       {driver_fault(R"("type": 0, "errno": 16)"), SN, 1,
        registration + "ioctl error, first, check if the driver of eth0 is corvane10e, ret=-1, errno = 16!\n" +
            registration + "if so, check if kxtool with the eth0 is running, not allowed another!\n" + failed + "1!\n"},
+      {driver_fault(R"("type": 0, "errno": 16, "count": 3)"), SN, 0, "sn=KX2601A00042\n"},  // the one before was ending
       {driver_fault(R"("type": 1, "errno": 5)"), SN, 1,
        "kxtools_err: [send_by_driver][#] ioctl error,ret=-1!\n" + op0 + failed + "-1!\n"},
       {R"({"information": {"wrong_check_word": true}})", SN, 1, op0 + failed + "-1!\n"},

@@ -224,6 +224,25 @@ TEST_F(RunLock, ASecondToolWaitsForTheFirst) {
   EXPECT_GT(after - before, 400'000'000);
 }
 
+// One port is asked while another one is; nobody waits.
+TEST_F(RunLock, PortsOfOneCardAreAskedSideBySide) {
+  const auto result = kx_system::run(kx_system::script(
+      "$KXTOOL mac_info eth0 mac_info & sleep 0.3; timeout 20 $KXTOOL sn_info eth1 sn_info; pkill -9 -P $!",
+      R"({"faults": {"processor": {"requests": [{"op_code": 9, "never_answers": true}]}}})"));
+  EXPECT_THAT(result.out, testing::StartsWith("sn=KX2601A00042\n"));
+  EXPECT_EQ(result.err, "");
+}
+
+TEST_F(RunLock, OfACardIsNeverAPlantedFile) {
+  const auto result = kx_system::run(kx_system::script(
+      "ln -s /tmp/none /tmp/kxtool/kxts_card_0000:3b; $KXTOOL sn_info eth0 sn_info; echo $?; ls /tmp/none; "
+      "rm /tmp/kxtool/kxts_card_0000:3b; $KXTOOL sn_info eth0 sn_info; stat -c %a /tmp/kxtool "
+      "/tmp/kxtool/kxts_card_0000:3b"));
+  EXPECT_EQ(result.out, "1\nsn=KX2601A00042\n1777\n600\n");
+  EXPECT_THAT(result.err,
+              testing::StartsWith("the lock /tmp/kxtool/kxts_card_0000:3b cannot be opened: Too many levels"));
+}
+
 TEST_F(RunLock, IsGivenBackByAKilledTool) {
   const auto result = kx_system::run(kx_system::script(
       "$KXTOOL mac_info eth0 mac_info & sleep 0.3; pkill -9 -P $!; wait; $KXTOOL sn_info eth0 sn_info",

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "common/device_memory.h"
+
 /// A mapped BAR or a part of one: `size` bytes of device memory at `base`. It owns nothing.
 struct kx_mmio_region {
   volatile uint8_t* base = nullptr;
@@ -38,11 +40,16 @@ inline void kx_mmio_write_barrier() {
 #endif
 }
 
+/// True when the region was taken away: what is read is all ones, what is written goes nowhere.
+inline bool kx_mmio_is_lost(const kx_mmio_region& region) {
+  return kx_device_memory_losses.load(std::memory_order_relaxed) != 0 && kx_device_memory_is_lost(region.base);
+}
+
 // REQUIRES for all: the offset is a multiple of the width and region.holds(offset, width).
 inline uint32_t kx_mmio_read32(const kx_mmio_region& region, uint64_t offset) {
   const uint32_t value = *reinterpret_cast<const volatile uint32_t*>(region.base + offset);
   kx_mmio_read_barrier();
-  return value;
+  return kx_mmio_is_lost(region) ? UINT32_MAX : value;
 }
 
 inline void kx_mmio_write32(const kx_mmio_region& region, uint64_t offset, uint32_t value) {
@@ -52,7 +59,7 @@ inline void kx_mmio_write32(const kx_mmio_region& region, uint64_t offset, uint3
 inline uint8_t kx_mmio_read8(const kx_mmio_region& region, uint64_t offset) {
   const uint8_t value = region.base[offset];
   kx_mmio_read_barrier();
-  return value;
+  return kx_mmio_is_lost(region) ? UINT8_MAX : value;
 }
 
 inline void kx_mmio_write8(const kx_mmio_region& region, uint64_t offset, uint8_t value) {

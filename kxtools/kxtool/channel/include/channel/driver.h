@@ -19,6 +19,10 @@ int32_t kxtool_drv_version_check(kxtool_device* device);
 /// non-zero with a message.
 int32_t tarn_tools_event_info_register(kxtool_device* device);
 
+/// Ends the notice receiver, if one runs, and closes both sockets: the driver's registration ends with them. Harmless
+/// without a channel.
+void tarn_tools_driver_close(kxtool_device* device);
+
 /// Body of the notice receiver, for a thread of its own: binds the netlink socket, resolves the family, sets the ready
 /// flag and hands notices on until a malformed or foreign message ends it.
 void tarn_tools_netlink_recv_msg(kxtool_device* device);

@@ -23,6 +23,8 @@ struct kxtool_option {
   /// Looks at the words before anything of the device is touched. Returns 0, or the exit status with lines that say
   /// why; what it finds may wait in `prepared`. Null: the handler looks at them.
   kxtool_option_handler words_check = nullptr;
+  /// Needs the card's notices, its mailbox or a reset: no other command on the card beside it.
+  bool card_alone = false;
 };
 
 struct kxtool_cmd_ctx {

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-/// Releases the run lock and ends the process with `status`; the streams are flushed once.
+/// Closes the driver channel, releases the run locks and ends the process with `status`; the streams are flushed once.
 [[noreturn]] void kxtool_exit(int status);
 
 /// Prints the bad-arguments lines to standard error, releases the run lock and exits with 1.
@@ -15,5 +15,5 @@
 /// bad-arguments exit.
 int64_t kxtool_number_get(const char* word, int base, int64_t min, int64_t max);
 
-/// Gives the device's run lock back; harmless without one.
+/// Gives the run locks of card and device back; harmless without them.
 void kxtool_release_fd_lock();
