@@ -14,10 +14,10 @@ namespace {
 
 /// Found by the fault handler, which may run on any thread while another one is added.
 struct guarded_region {
-  std::atomic<uintptr_t> base;  // 0: free
-  std::atomic<size_t> size;
-  std::atomic<bool> lost;
-  char name[48];
+  std::atomic<uintptr_t> base = 0;  // 0: free
+  std::atomic<size_t> size = 0;
+  std::atomic<bool> lost = false;
+  char name[48] = {};
 };
 
 // A shell keeps the mapping of every function that was bound.

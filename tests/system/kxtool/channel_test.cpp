@@ -70,7 +70,7 @@ TEST(Driver, BringUpFailuresEndTheCommand) {
 
 TEST(Driver, ATableOfDescriptorsThatIsFullEndsTheCommand) {
   const auto result =
-      kx_system::run(kx_system::script("exec 3<&- 4<&-; ulimit -n 5; exec $KXTOOL sn_info eth0 sn_info"));
+      kx_system::run(kx_system::script("exec 3<&- 4<&-; ulimit -n 6; exec $KXTOOL sn_info eth0 sn_info"));
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(without_line_numbers(result.out),
             "kxtools_err: [tarn_tools_socket_init][#] Cannot get generic netlink socket!\n"
