@@ -22,14 +22,9 @@ bool is_stop_signal(int number) {
 }
 
 BorrowedThread::BorrowedThread(pid_t thread, Place place, std::function<int(pid_t)> wait)
-    : thread_(thread), wait_(std::move(wait)) {
+    : thread_(thread), wait_(std::move(wait)), in_call_(place == Place::in_call) {
   before_.fetch(thread_);
-  if (place == Place::in_call) {
-    Registers skipped = before_;
-    skipped.skip_call(0);
-    skipped.store(thread_);
-    step();
-  } else if (place == Place::before_restart) {
+  if (place == Place::before_restart) {
     before_.skip_restart();
   }
 }
@@ -54,8 +49,13 @@ bool BorrowedThread::step() {
 
 int64_t BorrowedThread::call(long number, std::initializer_list<uint64_t> arguments) {
   Registers registers = before_;
-  registers.make_call(number, arguments);
-  if (end_.has_value() || !registers.store(thread_) || !step() || !step() || !registers.fetch(thread_)) {
+  const bool replaces = std::exchange(in_call_, false);
+  if (replaces) {
+    registers.replace_call(number, arguments);
+  } else {
+    registers.make_call(number, arguments);
+  }
+  if (end_.has_value() || !registers.store(thread_) || (!replaces && !step()) || !step() || !registers.fetch(thread_)) {
     return -ESRCH;
   }
   return registers.result();
@@ -65,6 +65,9 @@ void BorrowedThread::give_back(int64_t result) {
   Registers registers = before_;
   registers.skip_call(result);
   registers.store(thread_);
+  if (std::exchange(in_call_, false) && step()) {
+    registers.store(thread_);
+  }
 }
 
 void BorrowedThread::signals_send() const {

@@ -18,7 +18,7 @@ class BorrowedThread {
  public:
   /// Where the thread is stopped.
   enum class Place : uint8_t { in_call, behind_call, before_restart };
-  /// `wait` gives the next wait status of the thread. A call that the thread is in is left without being made.
+  /// `wait` gives the next wait status of the thread. A call that the thread is in is never made.
   BorrowedThread(pid_t thread, Place place, std::function<int(pid_t)> wait);
 
   /// Makes one call, of a kind that does not block. Its result, or -ESRCH when the thread has ended.
@@ -44,6 +44,7 @@ class BorrowedThread {
   pid_t thread_;
   std::function<int(pid_t)> wait_;
   Registers before_;
+  bool in_call_;  // at the entry of the thread's own call, in whose place another one can be made
   std::vector<int> signals_;
   bool stopped_ = false;
   std::optional<int> end_;

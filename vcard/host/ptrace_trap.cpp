@@ -156,11 +156,11 @@ BorrowedThread TracedCall::borrow() {
 }
 
 void TracedCall::give_back(BorrowedThread& caller, int64_t result) {
+  caller.give_back(result);
   if (caller.end().has_value()) {
     trap_.events_.push_back({thread_, *caller.end()});
     return;
   }
-  caller.give_back(result);
   caller.signals_send();
   trap_.resume(thread_, trap_.threads_[thread_]);
   if (caller.was_stopped()) {

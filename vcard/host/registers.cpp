@@ -78,12 +78,16 @@ void Registers::restore(const Registers& entry, int64_t result) {
 
 void Registers::skip_restart() {}
 
-void Registers::make_call(long number, std::initializer_list<uint64_t> arguments) {
+void Registers::set_arguments(std::initializer_list<uint64_t> arguments) {
   unsigned long long* const places[] = {&all_.rdi, &all_.rsi, &all_.rdx, &all_.r10, &all_.r8, &all_.r9};
   size_t index = 0;
   for (const uint64_t argument : arguments) {
     *places[index++] = argument;
   }
+}
+
+void Registers::make_call(long number, std::initializer_list<uint64_t> arguments) {
+  set_arguments(arguments);
   all_.rip -= call_instruction_size;
   all_.rax = static_cast<unsigned long long>(number);
   change_call(no_call);  // what was interrupted here is not made again by the kernel
@@ -153,16 +157,22 @@ void Registers::skip_restart() {
   all_.pc += call_instruction_size;
 }
 
+void Registers::set_arguments(std::initializer_list<uint64_t> arguments) {
+  std::copy(arguments.begin(), arguments.end(), all_.regs);
+}
+
 void Registers::make_call(long number, std::initializer_list<uint64_t> arguments) {
-  size_t index = 0;
-  for (const uint64_t argument : arguments) {
-    all_.regs[index++] = argument;
-  }
+  set_arguments(arguments);
   all_.regs[8] = static_cast<unsigned long long>(number);
   all_.pc -= call_instruction_size;
   change_call(no_call);
 }
 
 #endif
+
+void Registers::replace_call(long number, std::initializer_list<uint64_t> arguments) {
+  set_arguments(arguments);
+  change_call(number);
+}
 
 }  // namespace vcard

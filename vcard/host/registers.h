@@ -21,6 +21,8 @@ class Registers {
   /// False for a thread whose code is that of another architecture.
   bool is_native() const;
 
+  /// At the entry of a call: the kernel makes this one in its place.
+  void replace_call(long number, std::initializer_list<uint64_t> arguments);
   /// At the entry of a call: in its place the kernel waits for a signal.
   void wait_for_signal();
   /// At the entry of a call: the kernel makes none, and the caller sees `result`.
@@ -36,6 +38,7 @@ class Registers {
 
  private:
   void change_call(long number);
+  void set_arguments(std::initializer_list<uint64_t> arguments);
 
   struct user_regs_struct all_ = {};
 #if defined(__aarch64__)
