@@ -5,10 +5,6 @@
 
 namespace {
 
-constexpr uint64_t BMAN = 0x6212000000;
-constexpr uint64_t QMAN = 0x6212400000;
-constexpr uint64_t LRO = 0x6212800000;
-
 constexpr uint32_t POOL_MAX = 3;
 constexpr uint32_t QUEUE_MAX = 0xFF;
 
@@ -16,7 +12,7 @@ constexpr uint32_t QUEUE_MAX = 0xFF;
 
 int32_t qman_queue_state(uint32_t, uint32_t, uint32_t) {
   kx_print("============Now read qman que============\n");
-  return bttl_list_show(QMAN, "qman.que", 0);
+  return bttl_list_show(KX_CARD_QMAN, "qman.que", 0);
 }
 
 int32_t qman_state(uint32_t, uint32_t first, uint32_t last) {
@@ -26,7 +22,7 @@ int32_t qman_state(uint32_t, uint32_t first, uint32_t last) {
   }
   for (uint32_t queue = first; queue <= last; ++queue) {
     kx_print("============Now read qman stat of queue 0x%x============\n", queue);
-    if (bttl_list_show(QMAN, "qman.stat", queue) != 0) {
+    if (bttl_list_show(KX_CARD_QMAN, "qman.stat", queue) != 0) {
       return -1;
     }
   }
@@ -35,7 +31,7 @@ int32_t qman_state(uint32_t, uint32_t first, uint32_t last) {
 
 int32_t qman_cfg(uint32_t, uint32_t, uint32_t) {
   kx_print("============Now read qman cfg============\n");
-  return bttl_list_show(QMAN, "qman.cfg", 0);
+  return bttl_list_show(KX_CARD_QMAN, "qman.cfg", 0);
 }
 
 int32_t bman_state(uint32_t, uint32_t pool, uint32_t) {
@@ -44,15 +40,15 @@ int32_t bman_state(uint32_t, uint32_t pool, uint32_t) {
     return -1;
   }
   kx_print("============Now read bman stat of pool %u============\n", pool);
-  return bttl_list_show(BMAN, "bman.stat", pool);
+  return bttl_list_show(KX_CARD_BMAN, "bman.stat", pool);
 }
 
 int32_t bman_cfg(uint32_t, uint32_t, uint32_t) {
   kx_print("============Now read bman cfg============\n");
-  return bttl_list_show(BMAN, "bman.cfg", 0);
+  return bttl_list_show(KX_CARD_BMAN, "bman.cfg", 0);
 }
 
 int32_t HalLroCfgShow(uint32_t, uint32_t, uint32_t) {
   kx_print("============Now read lro cfg============\n");
-  return bttl_list_show(LRO, "lro.cfg", 0);
+  return bttl_list_show(KX_CARD_LRO, "lro.cfg", 0);
 }

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr uint64_t INSTANCE_NP = 0x6211400000;
-constexpr uint64_t INSTANCE_VQM = 0x6211800000;
 constexpr uint32_t PORT_RX = 1;
 constexpr uint32_t PORT_TX = 2;
 constexpr uint32_t PORT_BOTH = PORT_RX | PORT_TX;
@@ -25,11 +23,11 @@ int32_t dxge_port_txrx_get(uint32_t path, uint32_t port, dxge_selection* selecti
   switch (path) {
     case 0:
       kx_print("dxge module to NP\n");
-      selection->instance = INSTANCE_NP;
+      selection->instance = KX_CARD_DXGE_TO_NP;
       break;
     case 1:
       kx_print("dxge module to VQM\n");
-      selection->instance = INSTANCE_VQM;
+      selection->instance = KX_CARD_DXGE_TO_VQM;
       break;
     default:
       kx_print("invalid np vqm module [0-1]!\n");
@@ -120,7 +118,7 @@ int32_t rx_debug_1(uint32_t, uint32_t path, uint32_t port) {
   kx_print("============Now read dxge rx debug============\n");
   uint32_t code = 0;
   if (bttl_list_show(selection.instance, "dxge.rx.debug", 0) != 0 ||
-      bttl_reg_read(selection.instance + BTTL_REGISTERS.list("dxge.rx.debug").front().offset[0], &code) != 0) {
+      bttl_reg_read(selection.instance, BTTL_REGISTERS.list("dxge.rx.debug").front(), 0, &code) != 0) {
     return -1;
   }
   RdlBttlDxgeRxErrorcode(static_cast<uint16_t>(code));

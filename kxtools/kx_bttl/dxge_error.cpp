@@ -1,37 +1,11 @@
 #include "dxge_error.h"
 
 #include <iterator>
-#include <span>
 
 #include "common/report.h"
 #include "registers.h"
 
 namespace {
-
-constexpr uint32_t TX_COUNTERS = 0x200810;
-constexpr uint32_t RX_COUNTERS = 0x100810;
-
-// In the order of the counters in the instance, one 32-bit register each.
-constexpr const char* TX_COUNTER_TEXTS[] = {
-    "dxge tx pcode err cnt is                ", "dxge tx pkt len error is                ",
-    "dxge tx bb num len error is             ", "dxge tx ip discard pkt cnt is           ",
-    "dxge tx pkt head len error cnt is       ", "dxge tx ip reserve pkt cnt is           ",
-    "dxge tx mtu default err cnt is          ", "dxge tx mtu too short cnt is            ",
-    "dxge tx ip head len err cnt is          ", "dxge tx bb len error cnt is             ",
-    "dxge tx tcp chain lastbb payload zero   ", "dxge tx tcp chain len error is          ",
-    "dxge tx udp len error cnt is            ", "dxge tx pdid invalid is                 ",
-    "dxge tx dma int error pd cnt is         ", "dxge tx dma int error bb cnt is         ",
-};
-
-// One counter for each bit of the receive error code.
-constexpr const char* RX_COUNTER_TEXTS[] = {
-    "dxge rx trpg interface err cnt is       ", "dxge rx pkt too short cnt is            ",
-    "dxge rx pkt too long cnt is             ", "dxge rx ip head too short cnt is        ",
-    "dxge rx tcp head too short cnt is       ", "dxge rx udp checksum err cnt is         ",
-    "dxge rx tcp checksum err cnt is         ", "dxge rx tcp head len err cnt is         ",
-    "dxge rx ipv4 head checksum err cnt is   ", "dxge rx ipv4 head len err cnt is        ",
-    "dxge rx ip pkt len err cnt is           ", "dxge rx udp pkt len err cnt is          ",
-};
 
 constexpr const char* RX_ERROR_TEXTS[] = {
     "--->The error signal of the trpg interface is 1!!!",
@@ -47,16 +21,17 @@ constexpr const char* RX_ERROR_TEXTS[] = {
     "--->The length of the ip packet is abnormal, including IPV4/6!!!",
     "--->The udp packet length is abnormal!!!",
 };
-static_assert(std::size(RX_ERROR_TEXTS) == std::size(RX_COUNTER_TEXTS));
+static_assert(std::size(RX_ERROR_TEXTS) == BTTL_REGISTERS.list("dxge.rx.error").size());
 
-int32_t show_counters(uint64_t first, std::span<const char* const> texts) {
+int32_t show_counters(uint64_t instance, std::string_view list) {
   kx_print("======Debug printf anomaly statistics======\n");
-  for (size_t i = 0; i < texts.size(); ++i) {
+  for (const kx_register_description& row : BTTL_REGISTERS.list(list)) {
     uint32_t value = 0;
-    if (bttl_reg_read(first + 4 * i, &value) != 0) {
+    if (bttl_reg_read(instance, row, 0, &value) != 0) {
       return -1;
     }
-    kx_print("%s-->0x%x\n", texts[i], value);
+    const std::string_view name = BTTL_REGISTERS.view(row.name);
+    kx_print("%-40.*s-->0x%x\n", static_cast<int>(name.size()), name.data(), value);
   }
   return 0;
 }
@@ -64,11 +39,11 @@ int32_t show_counters(uint64_t first, std::span<const char* const> texts) {
 }  // namespace
 
 int32_t RdlBttlDxgeTxIsrCnt(uint64_t instance) {
-  return show_counters(instance + TX_COUNTERS, TX_COUNTER_TEXTS);
+  return show_counters(instance, "dxge.tx.error");
 }
 
 int32_t RdlBttlDxgeRxIsrCnt(uint64_t instance) {
-  return show_counters(instance + RX_COUNTERS, RX_COUNTER_TEXTS);
+  return show_counters(instance, "dxge.rx.error");
 }
 
 void RdlBttlDxgeRxErrorcode(uint16_t code) {

@@ -1,25 +1,28 @@
 #include "registers.h"
 
 #include "common/report.h"
-#include "kx_pcie/tunnel.h"
+#include "kx_pcie/card_register.h"
 
-int32_t bttl_reg_read(uint64_t address, uint32_t* value) {
-  if (read_val_from_kx(address, value) != 0) {
+int32_t bttl_reg_read(uint64_t base, const kx_register_description& row, uint32_t index, uint32_t* value) {
+  const uint64_t address = card_register_address(base, row, index);
+  uint64_t read = 0;
+  if (card_register_read(address, row.width, &read) != 0) {
     kx_print("[dtp] read reg 0x%llx failed!\n", static_cast<unsigned long long>(address));
     return -1;
   }
+  *value = static_cast<uint32_t>(read);
   return 0;
 }
 
 int32_t bttl_list_show(uint64_t base, std::string_view list, uint32_t index) {
   for (const kx_register_description& row : BTTL_REGISTERS.list(list)) {
-    const uint32_t offset = row.offset[0] + row.stride[0] * index;
     uint32_t value = 0;
-    if (bttl_reg_read(base + offset, &value) != 0) {
+    if (bttl_reg_read(base, row, index, &value) != 0) {
       return -1;
     }
     const std::string_view name = BTTL_REGISTERS.view(row.name);
-    kx_print("%04x %-36.*s:0x%x\n", offset & 0xFFFF, static_cast<int>(name.size()), name.data(), value);
+    kx_print("%04x %-36.*s:0x%x\n", static_cast<uint32_t>(card_register_address(0, row, index)) & 0xFFFF,
+             static_cast<int>(name.size()), name.data(), value);
   }
   return 0;
 }

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "common/card_memory.h"
 #include "common/signals.h"
 #include "common/status_line.h"
 #include "dpp_chip/dpp_card_guard.h"
@@ -14,7 +15,6 @@
 
 namespace {
 
-constexpr uint64_t NP_BASE = 0x6218000000;  // of the register space in card memory
 constexpr uint32_t DEVICE = 0;
 
 constinit card_lock card;  // the driver takes and gives it one at a time
@@ -53,7 +53,7 @@ constexpr dpp_work_hooks WORK_HOOKS = {work_begin, work_interrupted, work_end, w
 uint32_t dpp_dev_pcie_vpd_read(uint32_t dev_id, uint32_t offset, uint32_t count, uint32_t* buf) {
   QLIX_COMM_CHECK_POINT(buf);
   for (uint32_t i = 0; i < count; ++i) {
-    if (read_val_from_kx(NP_BASE + offset + uint64_t{4} * i, &buf[i]) != 0) {
+    if (read_val_from_kx(KX_CARD_NP + offset + uint64_t{4} * i, &buf[i]) != 0) {
       QLIX_COMM_TRACE_DEV_ERROR(dev_id, "read_val_from_kx failed!\n");
       return 1;
     }
@@ -65,7 +65,7 @@ uint32_t dpp_dev_pcie_vpd_read(uint32_t dev_id, uint32_t offset, uint32_t count,
 uint32_t dpp_dev_pcie_vpd_write(uint32_t dev_id, uint32_t offset, uint32_t count, const uint32_t* buf) {
   QLIX_COMM_CHECK_POINT(buf);
   for (uint32_t i = 0; i < count; ++i) {
-    if (write_val_to_kx(NP_BASE + offset + uint64_t{4} * i, buf[i]) != 0) {
+    if (write_val_to_kx(KX_CARD_NP + offset + uint64_t{4} * i, buf[i]) != 0) {
       QLIX_COMM_TRACE_DEV_ERROR(dev_id, "read_val_from_kx failed!\n");
       return 1;
     }

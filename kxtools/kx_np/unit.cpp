@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "common/card_memory.h"
 #include "common/report.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_info.h"
@@ -16,9 +17,8 @@
 namespace {
 
 constexpr uint32_t DEVICE = 0;
-constexpr uint64_t NP_ADDRESS = 0x6218000000;  // of the register space in card memory
-constexpr uint64_t NP_SIZE = 0x2001000;        // up to the last doorbell
-constexpr uint64_t PORT_BLOCK = 0x400000;      // of the port block in the register space
+constexpr uint64_t NP_SIZE = 0x2001000;    // up to the last doorbell
+constexpr uint64_t PORT_BLOCK = 0x400000;  // of the port block in the register space
 constexpr uint64_t PORT_BLOCK_SIZE = 0x30000;
 
 // Panel ports, RDMA, VQM, DTP and DRS; the numbers between them have no port.
@@ -40,7 +40,7 @@ struct reading {
   }
   uint64_t address() const {
     uint32_t place = 0;
-    return dpp_reg_get_reg_addr(info->reg_no, m, n, &place) == 0 ? NP_ADDRESS + place : 0;
+    return dpp_reg_get_reg_addr(info->reg_no, m, n, &place) == 0 ? KX_CARD_NP + place : 0;
   }
   /// Bits of a field of at most 64 bits; word 0 holds the register's highest bits.
   uint64_t field_get(const dpp_reg_field& field) const {
@@ -244,8 +244,8 @@ int32_t values_visit(kxtools_unit_list list, bool ports, kxtools_unit_visitor vi
   return 0;
 }
 
-constexpr kxtools_unit_window NP_WINDOWS[] = {{0, NP_ADDRESS, NP_SIZE}};
-constexpr kxtools_unit_window PORT_WINDOWS[] = {{0, NP_ADDRESS + PORT_BLOCK, PORT_BLOCK_SIZE}};
+constexpr kxtools_unit_window NP_WINDOWS[] = {{0, KX_CARD_NP, NP_SIZE}};
+constexpr kxtools_unit_window PORT_WINDOWS[] = {{0, KX_CARD_NP + PORT_BLOCK, PORT_BLOCK_SIZE}};
 
 }  // namespace
 

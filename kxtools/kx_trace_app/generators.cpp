@@ -48,7 +48,7 @@ int32_t read_block(std::string_view generator_set::*list, generator_values* valu
     const std::span<const kx_register_description> rows = TRACE_REGISTERS.list(GENERATORS[set].*list);
     for (size_t i = 0; i < GENERATORS[set].count; ++i) {
       for (size_t row = 0; row < rows.size(); ++row) {
-        if (trace_reg_read(TRACE_INFO_BLOCK, rows[row], GENERATORS[set].numbers[i], &(*values)[set][i][row]) != 0) {
+        if (trace_reg_read(KX_CARD_TRACE, rows[row], GENERATORS[set].numbers[i], &(*values)[set][i][row]) != 0) {
           return -1;
         }
       }

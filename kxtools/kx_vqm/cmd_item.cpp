@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "cmd_table.h"
+#include "common/card_memory.h"
 #include "common/report.h"
 #include "reg_access.h"
 #include "registers.h"
@@ -64,7 +65,7 @@ void vqm_cmd_run(kxtools_cmd_context* ctx, uint32_t words_back, vqm_cmd_function
   char** words = ctx->argp - words_back;
   const bool grouped = words_back == 2;
   running = {ctx, vqm_cmd_item_find(grouped ? words[0] : nullptr, words[grouped ? 1 : 0]), words_back};
-  function(VQM_WINDOWS.bar_addr, words, ctx->argc + words_back);
+  function(KX_CARD_VQM, words, ctx->argc + words_back);
   running = {};
 }
 

@@ -1,5 +1,6 @@
 // The static lists of commands. A command that has no function of its own shows and sets the registers that the
 // description holds for it; one without registers there does not compile.
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -17,7 +18,7 @@ constexpr std::string_view HELP_OF_DESCRIPTION = "*";
 /// One row of a list as it is written here.
 struct item_row {
   std::string_view name;
-  uint8_t permission;
+  uint8_t permission = EVERYONE;
   std::string_view help = HELP_OF_DESCRIPTION;
   bool described = true;                  ///< the command shows or sets registers of the description
   kxtools_cmd_handler handler = nullptr;  ///< of a command that does not
@@ -168,25 +169,98 @@ constexpr auto two_stage_cmds = make_items<1>(
             {"ost", SUPER, ""},
         });
 
-#include "cmd_groups.inc"
+/// The name of a group, for templates.
+template <size_t N>
+struct group_name {
+  char text[N];
+  consteval group_name(const char (&name)[N]) {
+    std::copy_n(name, N, text);
+  }
+  consteval std::string_view view() const {
+    return {text, N - 1};
+  }
+};
+
+/// The command's name when `row` is the first register of a list of the group, else empty.
+consteval std::string_view command_of(std::string_view group, size_t row) {
+  const auto list_of = [](size_t at) { return VQM_REGISTERS.view(VQM_REGISTERS.registers[at].list); };
+  const std::string_view list = list_of(row);
+  const bool inside = list.starts_with(group) && list.substr(group.size()).starts_with('.');
+  return inside && (row == 0 || list_of(row - 1) != list) ? list.substr(group.size() + 1) : std::string_view();
+}
+
+consteval size_t command_count(std::string_view group) {
+  size_t count = 0;
+  for (size_t row = 0; row < VQM_REGISTERS.registers.size(); ++row) {
+    count += command_of(group, row).empty() ? 0 : 1;
+  }
+  return count;
+}
+
+/// The commands of a group as the description has them: a list is a command.
+template <group_name Group>
+consteval auto described_items() {
+  constexpr size_t count = command_count(Group.view());
+  item_row rows[count];
+  size_t next = 0;
+  for (size_t row = 0; row < VQM_REGISTERS.registers.size(); ++row) {
+    if (const std::string_view name = command_of(Group.view(), row); !name.empty()) {
+      rows[next++] = {name, VQM_REGISTERS.registers[row].super ? SUPER : EVERYONE};
+    }
+  }
+  return make_items<2>(Group.view(), rows);
+}
+
+template <group_name Group>
+constexpr auto items_of = described_items<Group>();
+
+template <>
+constexpr auto items_of<"glb"> = [] {
+  auto items = described_items<"glb">();
+  items[0].handler = vqm_cmd_adapter<glb_print_version, 2>;
+  items[1].handler = vqm_cmd_adapter<glb_print_date, 2>;
+  return items;
+}();
+
+// The registers of the commands of the same names in no group.
+template <>
+constexpr auto items_of<"cnt"> = make_items<2>("", {
+                                                       own("vf", EVERYONE, vqm_cmd_adapter<cnt_vf_stat, 2>, "+ [vfid]"),
+                                                       {"enqs", SUPER},
+                                                       {"qp", SUPER},
+                                                   });
+
+template <>
+constexpr auto items_of<"barchan"> = make_items<2>(
+    "", {
+            own("bind_bdf", SUPER, vqm_cmd_adapter<barchan_bind_bdf, 2>, "+ [bdf]"),
+            own("send_ovs_msg", SUPER, vqm_cmd_adapter<barchan_send_ovs_msg, 2>, "+ [event_id] [word] ..."),
+        });
+
+template <group_name Group>
+consteval vqm_module group() {
+  vqm_module made = {.items = items_of<Group>.data(), .count = items_of<Group>.size(), .permission = EVERYONE};
+  text_builder(made.name).add(Group.view());
+  return made;
+}
 
 constexpr auto vqm_modules = std::to_array<vqm_module>({
-    {"glb", glb.data(), glb.size(), EVERYONE},
-    {"host", host.data(), host.size(), EVERYONE},
-    {"rdesc", rdesc.data(), rdesc.size(), EVERYONE},
-    {"qman", qman.data(), qman.size(), EVERYONE},
-    {"qfc", qfc.data(), qfc.size(), EVERYONE},
-    {"bman", bman.data(), bman.size(), EVERYONE},
-    {"tx_aximr", tx_aximr.data(), tx_aximr.size(), EVERYONE},
-    {"rx_aximw", rx_aximw.data(), rx_aximw.size(), EVERYONE},
-    {"wr_used_vring", wr_used_vring.data(), wr_used_vring.size(), EVERYONE},
-    {"trpg", trpg.data(), trpg.size(), EVERYONE},
-    {"hot", hot.data(), hot.size(), EVERYONE},
-    {"cnt", cnt.data(), cnt.size(), EVERYONE},
+    group<"glb">(),
+    group<"host">(),
+    group<"rdesc">(),
+    group<"qman">(),
+    group<"qfc">(),
+    group<"bman">(),
+    group<"tx_aximr">(),
+    group<"rx_aximw">(),
+    group<"wr_used_vring">(),
+    group<"trpg">(),
+    group<"hot">(),
+    group<"cnt">(),
     {"others", nullptr, 0, EVERYONE},
-    {"axim", axim.data(), axim.size(), EVERYONE},
-    {"MODE", mode.data(), mode.size(), EVERYONE},
-    {"barchan", barchan.data(), barchan.size(), EVERYONE},
+    group<"axim">(),
+    group<"MODE">(),
+    group<"barchan">(),
 });
 
 static_assert(short_module_cmds.size() == 25 && two_stage_cmds.size() == 9 && vqm_modules.size() == 16);

@@ -4,28 +4,34 @@
 
 #include <cstdint>
 
-/// Card addresses of the engine's windows.
-struct vqm_windows {
-  uint64_t bar_addr;       ///< the engine's own registers; the base that every command function gets
-  uint64_t host_bar_addr;  ///< what the host sees of each virtual function
-  uint64_t gdma_bar_addr;
-  uint64_t vqm_gdma_bar_addr;
-};
-inline constexpr vqm_windows VQM_WINDOWS = {0x6208000000, 0x6209000000, 0x620DA00000, 0x620DA04000};
-
 /// What the first register holds when the newer register layout is in the card.
 inline constexpr uint32_t VQM_NEW_VERSION = 0x20250129;
 
-// Reads give all ones after a failure, with a message. A 16-bit register whose address is no multiple of 4 is the upper
-// half of the word at `address` - 2. Of a 64-bit register the low word is read and written first.
-uint32_t vqm_reg_read_32(uint64_t address);
-uint16_t vqm_reg_read_16(uint64_t address);
-uint64_t vqm_reg_read_64(uint64_t address);
+/// Reads a register of 16, 32 or 64 bits (kx_pcie/card_register.h). All ones of its width after a failure, with a
+/// message.
+uint64_t vqm_reg_read(uint64_t address, uint32_t width);
+/// Writes one. Returns 0, or -1 with a message.
+int32_t vqm_reg_write(uint64_t address, uint32_t width, uint64_t value);
 
-// Writes return 0, or -1 with a message. A 16-bit write leaves the other half of the word as it is.
-int32_t vqm_reg_write_32(uint64_t address, uint32_t value);
-int32_t vqm_reg_write_16(uint64_t address, uint16_t value);
-int32_t vqm_reg_write_64(uint64_t address, uint64_t value);
+// The same by width.
+inline uint16_t vqm_reg_read_16(uint64_t address) {
+  return static_cast<uint16_t>(vqm_reg_read(address, 16));
+}
+inline uint32_t vqm_reg_read_32(uint64_t address) {
+  return static_cast<uint32_t>(vqm_reg_read(address, 32));
+}
+inline uint64_t vqm_reg_read_64(uint64_t address) {
+  return vqm_reg_read(address, 64);
+}
+inline int32_t vqm_reg_write_16(uint64_t address, uint16_t value) {
+  return vqm_reg_write(address, 16, value);
+}
+inline int32_t vqm_reg_write_32(uint64_t address, uint32_t value) {
+  return vqm_reg_write(address, 32, value);
+}
+inline int32_t vqm_reg_write_64(uint64_t address, uint64_t value) {
+  return vqm_reg_write(address, 64, value);
+}
 
 /// Accesses that have failed since the process began: who reads many registers stops when the number grows.
 uint32_t vqm_reg_failures();

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "commands.h"
+#include "common/card_memory.h"
 #include "kx_vqm/cmd.h"
 #include "reg_access.h"
 #include "registers.h"
@@ -133,15 +134,15 @@ int32_t unit_visit(kxtools_unit_list list, kxtools_unit_visitor visitor, void* s
 
 // The engine's windows, as they lie behind each other from its own registers on.
 constexpr kxtools_unit_window window_at(uint64_t address, uint64_t size) {
-  return {address - VQM_WINDOWS.bar_addr, address, size};
+  return {address - KX_CARD_VQM, address, size};
 }
 constexpr uint64_t REGISTERS_SIZE = 0x1000000;
 constexpr uint64_t GDMA_SIZE = 0x4000;
 constexpr kxtools_unit_window WINDOWS[] = {
-    window_at(VQM_WINDOWS.bar_addr, REGISTERS_SIZE),
-    window_at(VQM_WINDOWS.host_bar_addr, REGISTERS_SIZE),
-    window_at(VQM_WINDOWS.gdma_bar_addr, GDMA_SIZE),
-    window_at(VQM_WINDOWS.vqm_gdma_bar_addr, GDMA_SIZE),
+    window_at(KX_CARD_VQM, REGISTERS_SIZE),
+    window_at(KX_CARD_VQM_HOST, REGISTERS_SIZE),
+    window_at(KX_CARD_GDMA, GDMA_SIZE),
+    window_at(KX_CARD_VQM_GDMA, GDMA_SIZE),
 };
 
 }  // namespace

@@ -2,10 +2,12 @@
 // belong together exclude those of other processes.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
 #include <signal.h>
 
 #include <algorithm>
 #include <chrono>
+#include <sstream>
 
 #include "system/process.h"
 
@@ -39,7 +41,10 @@ Pair side_by_side(const std::string& before, const std::string& first, const std
       kx_system::run(kx_system::script("$KXTOOL < " + begin + " > /dev/null; $KXTOOL < " + a + " > " + a +
                                        ".out & $KXTOOL < " + b + " > " + b + ".out; wait"));
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.err, "");
+  std::istringstream told(result.err);
+  for (std::string line; std::getline(told, line);) {
+    EXPECT_THAT(line, HasSubstr(" wrote "));  // what setters tell, and nothing else
+  }
   return {kx_system::Folder::read(a + ".out"), kx_system::Folder::read(b + ".out")};
 }
 

@@ -4,7 +4,7 @@
 //
 // A line is list,name,offset,width,access,fields. Lines of one list stand together; empty lines and lines that begin
 // with '#' are skipped.
-//   list    what the register belongs to, for its user
+//   list    what the register belongs to, for its user; "*" behind it says that the list is the super user's
 //   offset  hexadecimal byte offset, "+0x8*vf" appended for an array with one element per index of that kind; two such
 //           texts separated by '/' when the older and the newer register layout differ
 //   width   16, 32 or 64
@@ -39,6 +39,7 @@ struct kx_register_description {
   uint32_t stride[2];
   uint8_t width;
   kx_register_access access;
+  bool super;  ///< its list is the super user's
   uint16_t field_first;
   uint16_t field_count;
 };
@@ -188,13 +189,20 @@ constexpr tables<Registers, Fields> parse(std::string_view csv) {
   tables<Registers, Fields> result;
   size_t row_count = 0;
   size_t field_count = 0;
+  kx_register_description before = {};
   for (std::string_view rest = csv; !rest.empty();) {
     std::string_view line = take(&rest, '\n');
     if (!is_row(line)) {
       continue;
     }
     kx_register_description& row = result.registers[row_count++];
-    row.list = part_of(csv, take(&line, ','));
+    std::string_view list = take(&line, ',');
+    row.super = list.ends_with('*');
+    list.remove_suffix(row.super ? 1 : 0);
+    row.list = part_of(csv, list);
+    require(row_count == 1 || list != csv.substr(before.list.at, before.list.length) || before.super == row.super,
+            "a list is and is not the super user's");
+    before = row;
     row.name = part_of(csv, take(&line, ','));
     std::string_view newer = take(&line, ',');
     const std::string_view older = take(&newer, '/');
