@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "qlix_comm/avl.h"
@@ -19,6 +20,15 @@ using Key = std::string;  // bytes
 
 inline std::int32_t reversed_cmp(const void* a, const void* b, std::uint32_t size) {
   return memcmp(b, a, size);
+}
+
+/// The place that a tree of its mode writes.
+template <class Tree, class Out>
+Out out_of(const Tree* tree, void* out) {
+  if (tree != nullptr && tree->dynamic != 0) {
+    return static_cast<std::remove_pointer_t<decltype(tree->root)>**>(out);
+  }
+  return static_cast<std::uint32_t*>(out);
 }
 
 struct AvlTraits {
@@ -37,10 +47,10 @@ struct AvlTraits {
     return qlix_comm_avl_insert(tree, key_or_node, tree->dynamic ? nullptr : static_cast<std::uint32_t*>(out));
   }
   static std::uint32_t remove(Tree* tree, const void* key, void* out) {
-    return qlix_comm_avl_remove(tree, key, out);
+    return qlix_comm_avl_remove(tree, key, out_of<Tree, qlix_comm_avl_out>(tree, out));
   }
   static std::uint32_t find(const Tree* tree, const void* key, void* out) {
-    return qlix_comm_avl_find(tree, key, out);
+    return qlix_comm_avl_find(tree, key, out_of<Tree, qlix_comm_avl_out>(tree, out));
   }
   static std::uint32_t slot(const Tree* tree, const Node* node) {
     return qlix_comm_avl_node_slot(tree, node);
@@ -82,7 +92,7 @@ struct RbTraits {
   static std::uint32_t insert(Tree* tree, void* key_or_node, void* out) {
     static int turn = 0;
     if (tree->dynamic == 0 || tree->root == nullptr || ++turn % 4 == 0) {
-      return qlix_comm_rb_insert(tree, key_or_node, out);
+      return qlix_comm_rb_insert(tree, key_or_node, out_of<Tree, qlix_comm_rb_out>(tree, out));
     }
     auto* const node = static_cast<Node*>(key_or_node);
     const auto* near = tree->order.first;
@@ -96,10 +106,10 @@ struct RbTraits {
     return qlix_comm_rb_insert_near(tree, static_cast<Node*>(near->data), node, static_cast<Node**>(out));
   }
   static std::uint32_t remove(Tree* tree, const void* key, void* out) {
-    return qlix_comm_rb_delete(tree, key, out);
+    return qlix_comm_rb_delete(tree, key, out_of<Tree, qlix_comm_rb_out>(tree, out));
   }
   static std::uint32_t find(const Tree* tree, const void* key, void* out) {
-    return qlix_comm_rb_search(tree, key, out);
+    return qlix_comm_rb_search(tree, key, out_of<Tree, qlix_comm_rb_out>(tree, out));
   }
   static std::uint32_t slot(const Tree*, const Node* node) {
     return node->slot_colour >> 2;

@@ -199,15 +199,15 @@ void neighbours_prefetch(const qlix_comm_avl* tree, const node_t* node) {
 // tree: going down to them costs more than all the rest, their addresses being such that they drive each other out of
 // the cache.
 void edge_learn(qlix_comm_avl* tree) {
-  if (tree->edge_num == 0) {
-    for (node_t* node = tree->root; node != nullptr && tree->edge_num < PATH_MAX_LINKS; node = node->right) {
-      tree->edge[tree->edge_num++] = node;
+  if (tree->notes.edge_num == 0) {
+    for (node_t* node = tree->root; node != nullptr && tree->notes.edge_num < PATH_MAX_LINKS; node = node->right) {
+      tree->notes.edge[tree->notes.edge_num++] = node;
     }
   }
 }
 
 node_t*& edge_link(qlix_comm_avl* tree, std::uint32_t depth) {
-  return depth == 0 ? tree->root : tree->edge[depth - 1]->right;
+  return depth == 0 ? tree->root : tree->notes.edge[depth - 1]->right;
 }
 
 // Makes a node ready to come into the tree.
@@ -225,15 +225,15 @@ void edge_append(qlix_comm_avl* tree, node_t* node) {
   leaf_make(tree, node);
   list_link(&tree->order, &node->order, tree->order.last, nullptr);
   ++tree->node_num;
-  edge_link(tree, tree->edge_num) = node;
-  tree->edge[tree->edge_num++] = node;
-  for (std::uint32_t depth = tree->edge_num - 1; depth-- > 0;) {
-    node_t* const top = tree->edge[depth];
+  edge_link(tree, tree->notes.edge_num) = node;
+  tree->notes.edge[tree->notes.edge_num++] = node;
+  for (std::uint32_t depth = tree->notes.edge_num - 1; depth-- > 0;) {
+    node_t* const top = tree->notes.edge[depth];
     const std::int32_t right = top->right->height;
     if (right > height(top->left) + 1) {
       rotate_left(edge_link(tree, depth));
-      std::copy(tree->edge + depth + 1, tree->edge + tree->edge_num, tree->edge + depth);
-      --tree->edge_num;
+      std::copy(tree->notes.edge + depth + 1, tree->notes.edge + tree->notes.edge_num, tree->notes.edge + depth);
+      --tree->notes.edge_num;
       return;
     }
     if (top->height > right) {
@@ -267,7 +267,7 @@ void node_link(qlix_comm_avl* tree, const trail& at, node_t* node) {
   list_link(&tree->order, &node->order, at.neighbour(true), at.neighbour(false));
   *at.links[at.depth] = node;
   ++tree->node_num;
-  tree->edge_num = 0;
+  tree->notes.edge_num = 0;
   grow(at);
 }
 
@@ -295,28 +295,16 @@ std::uint32_t node_unlink(qlix_comm_avl* tree, trail& trail) {
     trail.links[below] = &predecessor->left;
   }
   --tree->node_num;
-  tree->edge_num = 0;
+  tree->notes.edge_num = 0;
   tree_search_forget(tree);
   list_unlink(&tree->order, &node->order);
   rebalance(trail);
   return QLIX_COMM_OK;
 }
 
-// What an operation hands out for a key that is absent.
-void absent_set(const qlix_comm_avl* tree, void* out) {
-  if (tree->dynamic != 0) {
-    *static_cast<node_t**>(out) = nullptr;
-  } else {
-    *static_cast<std::uint32_t*>(out) = QLIX_COMM_AVL_NO_SLOT;
-  }
-}
-
-void result_set(const qlix_comm_avl* tree, node_t* node, void* out) {
-  if (tree->dynamic != 0) {
-    *static_cast<node_t**>(out) = node;
-  } else {
-    *static_cast<std::uint32_t*>(out) = qlix_comm_avl_node_slot(tree, node);
-  }
+// A node that is null stands for a key that is absent.
+void result_set(const qlix_comm_avl* tree, node_t* node, qlix_comm_avl_out out) {
+  out.set(tree->dynamic != 0, node != nullptr ? qlix_comm_avl_node_slot(tree, node) : QLIX_COMM_AVL_NO_SLOT, node);
 }
 
 std::uint32_t key_copy(const qlix_comm_avl* tree, const qlix_comm_double_link_node* from, void* key,
@@ -385,7 +373,7 @@ std::uint32_t qlix_comm_avl_insert(qlix_comm_avl* tree, void* key_or_node, std::
   const bool append = edge_compare(tree, key, tree->order.last, 1);
   if (append) {
     edge_learn(tree);
-    at.depth = tree->edge_num;
+    at.depth = tree->notes.edge_num;
   } else {
     at = descend(tree, key, at);
   }
@@ -408,17 +396,17 @@ std::uint32_t qlix_comm_avl_insert(qlix_comm_avl* tree, void* key_or_node, std::
   return QLIX_COMM_OK;
 }
 
-std::uint32_t qlix_comm_avl_remove(qlix_comm_avl* tree, const void* key, void* out) {
+std::uint32_t qlix_comm_avl_remove(qlix_comm_avl* tree, const void* key, qlix_comm_avl_out out) {
   QLIX_COMM_CHECK_POINT(tree);
   QLIX_COMM_CHECK_POINT(key);
-  QLIX_COMM_CHECK_POINT(out);
+  QLIX_COMM_CHECK_POINT(out.place(tree->dynamic != 0));
   node_t** path[PATH_MAX_LINKS];
   trail at(tree, path);
   trail_remove(tree, key, at);
   node_t* const node = at.existing;
   if (node == nullptr) {
     QLIX_COMM_TRACE_INFO("\nqlix_comm_avl_remove: node to delete not found in tree");
-    absent_set(tree, out);
+    result_set(tree, nullptr, out);
     return QLIX_COMM_OK;
   }
   neighbours_prefetch(tree, node);
@@ -435,16 +423,12 @@ std::uint32_t qlix_comm_avl_remove(qlix_comm_avl* tree, const void* key, void* o
   return QLIX_COMM_OK;
 }
 
-std::uint32_t qlix_comm_avl_find(const qlix_comm_avl* tree, const void* key, void* out) {
+std::uint32_t qlix_comm_avl_find(const qlix_comm_avl* tree, const void* key, qlix_comm_avl_out out) {
   QLIX_COMM_CHECK_POINT(tree);
   QLIX_COMM_CHECK_POINT(key);
-  QLIX_COMM_CHECK_POINT(out);
+  QLIX_COMM_CHECK_POINT(out.place(tree->dynamic != 0));
   node_t* const node = tree_search(tree, key, tree->key_len, [tree, key] { return node_find(tree, key); });
-  if (node != nullptr) {
-    result_set(tree, node, out);
-  } else {
-    absent_set(tree, out);
-  }
+  result_set(tree, node, out);
   return QLIX_COMM_OK;
 }
 

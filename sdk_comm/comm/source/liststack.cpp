@@ -30,7 +30,7 @@ std::uint32_t show_slots(const qlix_comm_liststack* stack, std::uint32_t per_lin
   per_line = per_line == 0 ? 32 : per_line;
   std::uint32_t printed = 0;
   for (std::uint32_t entry = 1; entry < stack->capacity; ++entry) {
-    if ((stack->all[entry].next == LISTSTACK_IN_USE) != used) {
+    if ((stack->entries[entry].next == LISTSTACK_IN_USE) != used) {
       continue;
     }
     QLIX_COMM_PRINT(" 0x%x", entry - 1);
@@ -56,15 +56,15 @@ std::uint32_t qlix_comm_liststack_creat(std::uint32_t element_num, qlix_comm_lis
   }
   element_num = std::min(element_num, QLIX_COMM_LISTSTACK_MAX);
   const std::uint32_t capacity = element_num + 1;
-  void* const memory = ic_comm_malloc_memory(offsetof(qlix_comm_liststack, all) +
+  void* const memory = ic_comm_malloc_memory(offsetof(qlix_comm_liststack, entries) +
                                              std::size_t{capacity} * sizeof(qlix_comm_liststack_entry));
   if (memory == nullptr) {
     QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_creat Fail \n");
     return QLIX_COMM_LIST_STACK_NO_MEMORY;
   }
   auto* const created = static_cast<qlix_comm_liststack*>(memory);
-  qlix_comm_liststack_entry* const entries = created->all;
-  *created = {entries, capacity, 1, element_num, 0, {{0, 0}}};
+  qlix_comm_liststack_entry* const entries = created->entries;
+  *created = {capacity, 1, element_num, 0, {{0, 0}}};
   for (std::uint32_t entry = 1; entry < capacity; ++entry) {
     entries[entry] = {entry, entry + 1};
   }
@@ -132,7 +132,7 @@ std::uint32_t report_liststack_alloc(const qlix_comm_liststack* stack, std::uint
 
 std::uint32_t liststack_alloc_last(qlix_comm_liststack* stack, std::uint32_t* slot) {
   *slot = stack->head - 1;
-  stack->all[stack->head].next = LISTSTACK_IN_USE;
+  stack->entries[stack->head].next = LISTSTACK_IN_USE;
   stack->head = LISTSTACK_NONE;
   --stack->free_num;
   ++stack->used_num;
@@ -151,7 +151,7 @@ std::uint32_t liststack_free_rare(qlix_comm_liststack* stack, std::uint32_t slot
     QLIX_COMM_TRACE_ERROR("\n qlix_comm_liststack_free: index 0x%x is out of range! LINE:%d\n ", slot, __LINE__);
     return QLIX_COMM_LIST_STACK_FREE_INDEX;
   }
-  qlix_comm_liststack_entry& entry = stack->all[slot + 1];
+  qlix_comm_liststack_entry& entry = stack->entries[slot + 1];
   if (entry.next == LISTSTACK_IN_USE) {
     entry.next = LISTSTACK_CHAIN_END;
     stack->head = slot + 1;

@@ -43,12 +43,8 @@ node_t* node_find(const qlix_comm_rb* tree, const void* key) {
   return tree_head_descend(tree, key, tree_look<node_t>{}, step_prefetch).existing;
 }
 
-void result_set(const qlix_comm_rb* tree, node_t* node, void* out) {
-  if (tree->dynamic != 0) {
-    *static_cast<node_t**>(out) = node;
-  } else {
-    *static_cast<std::uint32_t*>(out) = qlix_comm_rb_node_slot(node);
-  }
+void result_set(const qlix_comm_rb* tree, node_t* node, qlix_comm_rb_out out) {
+  out.set(tree->dynamic != 0, qlix_comm_rb_node_slot(node), node);
 }
 
 // Where a key is, or goes: `existing` has it, or it goes below `parent` (null: it becomes the root).
@@ -272,10 +268,10 @@ std::uint32_t qlix_comm_rb_destroy(qlix_comm_rb* tree) {
   return QLIX_COMM_OK;
 }
 
-std::uint32_t qlix_comm_rb_insert(qlix_comm_rb* tree, void* key_or_node, void* out) {
+std::uint32_t qlix_comm_rb_insert(qlix_comm_rb* tree, void* key_or_node, qlix_comm_rb_out out) {
   QLIX_COMM_CHECK_POINT(tree);
   QLIX_COMM_CHECK_POINT(key_or_node);
-  QLIX_COMM_CHECK_POINT(out);
+  QLIX_COMM_CHECK_POINT(out.place(tree->dynamic != 0));
   const bool dynamic = tree->dynamic != 0;
   node_t* node = dynamic ? static_cast<node_t*>(key_or_node) : nullptr;
   const void* const key = dynamic ? node->key : key_or_node;
@@ -339,10 +335,10 @@ std::uint32_t qlix_comm_rb_insert_spec_index(qlix_comm_rb* tree, const void* key
   return QLIX_COMM_OK;
 }
 
-std::uint32_t qlix_comm_rb_delete(qlix_comm_rb* tree, const void* key, void* out) {
+std::uint32_t qlix_comm_rb_delete(qlix_comm_rb* tree, const void* key, qlix_comm_rb_out out) {
   QLIX_COMM_CHECK_POINT(tree);
   QLIX_COMM_CHECK_POINT(key);
-  QLIX_COMM_CHECK_POINT(out);
+  QLIX_COMM_CHECK_POINT(out.place(tree->dynamic != 0));
   const place at = delete_place(tree, key);
   QLIX_COMM_CHECK_INDEX_UPPER(at.depth, DEPTH_MAX - 1);
   node_t* const node = at.existing;
@@ -379,10 +375,10 @@ std::uint32_t qlix_comm_rb_delete_node(qlix_comm_rb* tree, qlix_comm_rb_node* no
   return QLIX_COMM_OK;
 }
 
-std::uint32_t qlix_comm_rb_search(const qlix_comm_rb* tree, const void* key, void* out) {
+std::uint32_t qlix_comm_rb_search(const qlix_comm_rb* tree, const void* key, qlix_comm_rb_out out) {
   QLIX_COMM_CHECK_POINT(tree);
   QLIX_COMM_CHECK_POINT(key);
-  QLIX_COMM_CHECK_POINT(out);
+  QLIX_COMM_CHECK_POINT(out.place(tree->dynamic != 0));
   node_t* const node = tree_search(tree, key, tree->key_size, [tree, key] { return node_find(tree, key); });
   if (node == nullptr) {
     QLIX_COMM_TRACE_INFO("rb srh fail \n");

@@ -29,7 +29,7 @@ std::uint32_t tree_head(const Tree* tree, const void* key) {
   }
   const std::uint32_t size = tree_key_size(tree);
   if (size >= 4) {
-    return key_word<std::uint32_t>(static_cast<const std::uint8_t*>(key) + tree->head_at);
+    return key_word<std::uint32_t>(static_cast<const std::uint8_t*>(key) + tree->notes.head_at);
   }
   std::uint8_t bytes[4] = {};
   memcpy(bytes, key, size);
@@ -44,12 +44,12 @@ struct sought_head {
 
 template <class Tree>
 sought_head tree_head_of_sought(const Tree* tree, const void* key) {
-  if (tree->head_at != 0 && tree->root != nullptr) {
-    if (const int order = memcmp(key, tree->root->key, tree->head_at); order != 0) {
+  if (tree->notes.head_at != 0 && tree->root != nullptr) {
+    if (const int order = memcmp(key, tree->root->key, tree->notes.head_at); order != 0) {
       return {order < 0 ? 0 : 0xFFFFFFFF, false};  // before or behind all keys of the tree
     }
   }
-  return {tree_head(tree, key), tree->cmp == qlix_comm_rb_def_cmp && tree->head_at + 4 >= tree_key_size(tree)};
+  return {tree_head(tree, key), tree->cmp == qlix_comm_rb_def_cmp && tree->notes.head_at + 4 >= tree_key_size(tree)};
 }
 
 /// Gives a node that comes into the tree its head. A key that differs from the tree's earlier than they do moves all
@@ -58,12 +58,12 @@ template <class Tree, class Node>
 void tree_head_admit(Tree* tree, Node* node) {
   if (tree->root == nullptr) {
     const std::uint32_t size = tree_key_size(tree);
-    tree->head_at = tree->cmp == qlix_comm_rb_def_cmp && size >= 4 ? size - 4 : 0;
-  } else if (tree->head_at != 0 && memcmp(node->key, tree->root->key, tree->head_at) != 0) {
+    tree->notes.head_at = tree->cmp == qlix_comm_rb_def_cmp && size >= 4 ? size - 4 : 0;
+  } else if (tree->notes.head_at != 0 && memcmp(node->key, tree->root->key, tree->notes.head_at) != 0) {
     const auto* const ours = static_cast<const std::uint8_t*>(tree->root->key);
     const auto* const differ =
-        std::mismatch(ours, ours + tree->head_at, static_cast<const std::uint8_t*>(node->key)).first;
-    tree->head_at = static_cast<std::uint32_t>(differ - ours);
+        std::mismatch(ours, ours + tree->notes.head_at, static_cast<const std::uint8_t*>(node->key)).first;
+    tree->notes.head_at = static_cast<std::uint32_t>(differ - ours);
     for (const auto* link = tree->order.first; link != nullptr; link = link->next) {
       auto* const other = static_cast<Node*>(link->data);
       other->key_head = tree_head(tree, other->key);

@@ -195,8 +195,8 @@ struct tree_look {
 /// go down the tree with `find()`. What a search notes down is a hint: searches may run side by side.
 template <class Tree, class Find>
 auto* tree_search(const Tree* tree, const void* key, std::uint32_t size, Find find) {
-  const std::atomic_ref awaited(tree->awaited);
-  const std::atomic_ref last(tree->found);
+  const std::atomic_ref awaited(tree->notes.awaited);
+  const std::atomic_ref last(tree->notes.found);
   auto* node = awaited.load(std::memory_order_relaxed);
   if (node == nullptr || tree_key_order(key, size, tree->cmp, node->key) != 0) {
     node = find();
@@ -215,8 +215,8 @@ auto* tree_search(const Tree* tree, const void* key, std::uint32_t size, Find fi
 /// Drops what searches noted down: a node leaves.
 template <class Tree>
 void tree_search_forget(const Tree* tree) {
-  tree->found = nullptr;
-  tree->awaited = nullptr;
+  tree->notes.found = nullptr;
+  tree->notes.awaited = nullptr;
 }
 
 }  // namespace qlix_comm_detail

@@ -18,6 +18,7 @@
 #include "qlix_comm/double_link.h"
 #include "qlix_comm/liststack.h"
 #include "qlix_comm/prefetch.h"
+#include "qlix_comm/tree.h"
 
 /// Levels of the highest tree.
 inline constexpr std::uint32_t QLIX_COMM_AVL_DEPTH_MAX = 41;
@@ -35,10 +36,15 @@ struct qlix_comm_avl_node {
   qlix_comm_double_link_node order;  ///< data = this node
 };
 
+struct qlix_comm_avl_notes : qlix_comm_tree_notes<qlix_comm_avl_node> {
+  std::uint32_t edge_num;                             ///< nodes in `edge`, 0 when they are not known
+  qlix_comm_avl_node* edge[QLIX_COMM_AVL_DEPTH_MAX];  ///< from the root to the largest node
+};
+using qlix_comm_avl_out = qlix_comm_tree_out<qlix_comm_avl_node>;
+
 struct qlix_comm_avl {
   qlix_comm_avl_node* root;
   std::uint32_t node_num;
-  std::uint32_t edge_num;       ///< nodes in `edge`, 0 when they are not known
   qlix_comm_double_link order;  ///< all nodes, smallest key first
   std::uint32_t key_len;
   std::uint32_t max_node;  ///< pool size, 0 in dynamic mode
@@ -48,10 +54,7 @@ struct qlix_comm_avl {
   qlix_comm_liststack* slot_stack;  ///< static mode
   std::uint32_t dynamic;            ///< 1 in dynamic mode
   std::uint32_t inited;
-  std::uint32_t head_at;              ///< where in a key its head stands: before that all keys of the tree are the same
-  mutable qlix_comm_avl_node* found;  ///< what the last search found
-  mutable qlix_comm_avl_node* awaited;                ///< the node behind it, while keys are asked for in order
-  qlix_comm_avl_node* edge[QLIX_COMM_AVL_DEPTH_MAX];  ///< from the root to the largest node
+  qlix_comm_avl_notes notes;
 };
 
 /// Slot of a node of a static tree.
@@ -71,11 +74,11 @@ std::uint32_t qlix_comm_avl_destroy(qlix_comm_avl* tree);
 /// node, whose key pointer is set; `out` may be null. A key that exists: 0x1904 with `*out` its slot, 0 in dynamic
 /// mode.
 std::uint32_t qlix_comm_avl_insert(qlix_comm_avl* tree, void* key_or_node, std::uint32_t* out);
-/// Removes the key: out = its slot (u32*), now free, or the unlinked node (qlix_comm_avl_node**), which goes back to
+/// Removes the key: out = its slot, now free, or the unlinked node, which goes back to
 /// the caller. Absent: 0, with out 0x1901 or null.
-std::uint32_t qlix_comm_avl_remove(qlix_comm_avl* tree, const void* key, void* out);
+std::uint32_t qlix_comm_avl_remove(qlix_comm_avl* tree, const void* key, qlix_comm_avl_out out);
 /// out = slot or node of the key. Absent: 0, with out 0x1901 or null.
-std::uint32_t qlix_comm_avl_find(const qlix_comm_avl* tree, const void* key, void* out);
+std::uint32_t qlix_comm_avl_find(const qlix_comm_avl* tree, const void* key, qlix_comm_avl_out out);
 
 /// Number of nodes.
 std::uint32_t ic_comm_avl_get_node_num(const qlix_comm_avl* tree, std::uint32_t* num);

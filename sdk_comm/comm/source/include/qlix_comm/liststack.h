@@ -19,14 +19,13 @@ struct qlix_comm_liststack_entry {
 };
 
 struct qlix_comm_liststack {
-  qlix_comm_liststack_entry* entries;  ///< directly behind the header, in the same allocation
-  std::uint32_t capacity;              ///< entries, the sentinel included
-  std::uint32_t head;                  ///< first free entry, 0 when none is free
+  std::uint32_t capacity;  ///< entries, the sentinel included
+  std::uint32_t head;      ///< first free entry, 0 when none is free
   std::uint32_t free_num;
   std::uint32_t used_num;
-  // The entries once more, the sentinel and all behind it: a compiler knows that no field of the header is one of them,
-  // and so what a slot that is freed and taken again reads. Through the pointer that read waits for the write before.
-  qlix_comm_liststack_entry all[1];
+  // The sentinel and all behind it, in the same allocation: a compiler knows that no field of the header is one of
+  // them, and so what a slot that is freed and taken again reads.
+  qlix_comm_liststack_entry entries[1];
 };
 
 /// Creates a stack with every slot free; it goes back through qlix_comm_liststack_destroy. 0x1801 for 0 elements,
@@ -76,7 +75,7 @@ inline std::uint32_t qlix_comm_liststack_alloc(qlix_comm_liststack* stack, std::
     return report_liststack_alloc(stack, slot);
   }
   const std::uint32_t taken = stack->head;
-  qlix_comm_liststack_entry& entry = stack->all[taken];
+  qlix_comm_liststack_entry& entry = stack->entries[taken];
   if (entry.next == LISTSTACK_CHAIN_END) [[unlikely]] {
     return liststack_alloc_last(stack, slot);
   }
@@ -91,10 +90,10 @@ inline std::uint32_t qlix_comm_liststack_alloc(qlix_comm_liststack* stack, std::
 inline std::uint32_t qlix_comm_liststack_free(qlix_comm_liststack* stack, std::uint32_t slot) {
   using namespace qlix_comm_detail;
   if (stack == nullptr || slot >= stack->capacity - 1 || stack->head == LISTSTACK_NONE ||
-      stack->all[slot + 1].next != LISTSTACK_IN_USE) [[unlikely]] {
+      stack->entries[slot + 1].next != LISTSTACK_IN_USE) [[unlikely]] {
     return liststack_free_rare(stack, slot);
   }
-  stack->all[slot + 1].next = stack->head;
+  stack->entries[slot + 1].next = stack->head;
   stack->head = slot + 1;
   liststack_count(stack, 0 - LISTSTACK_TAKEN);
   return QLIX_COMM_OK;

@@ -19,6 +19,7 @@
 #include "qlix_comm/double_link.h"
 #include "qlix_comm/liststack.h"
 #include "qlix_comm/prefetch.h"
+#include "qlix_comm/tree.h"
 
 inline constexpr std::uint32_t QLIX_COMM_RB_RED = 1;
 inline constexpr std::uint32_t QLIX_COMM_RB_BLACK = 2;
@@ -39,6 +40,8 @@ struct qlix_comm_rb_node {
   qlix_comm_rb_node* parent;
 };
 
+using qlix_comm_rb_out = qlix_comm_tree_out<qlix_comm_rb_node>;
+
 struct qlix_comm_rb {
   std::uint32_t key_size;
   std::uint32_t dynamic;  ///< 1 in dynamic mode
@@ -49,9 +52,7 @@ struct qlix_comm_rb {
   std::uint8_t* key_pool;           ///< static mode: key of slot k at k * key_size
   qlix_comm_rb_node* node_pool;     ///< static mode: node of slot k at k
   std::uint32_t inited;
-  std::uint32_t head_at;             ///< where in a key its head stands: before that all keys of the tree are the same
-  mutable qlix_comm_rb_node* found;  ///< what the last search found
-  mutable qlix_comm_rb_node* awaited;  ///< the node behind it, while keys are asked for in order
+  qlix_comm_tree_notes<qlix_comm_rb_node> notes;
 };
 
 /// The default compare: byte by byte, as memcmp.
@@ -64,9 +65,9 @@ std::uint32_t qlix_comm_rb_init(qlix_comm_rb* tree, std::uint32_t max, std::uint
 /// Releases the pools and clears the record. Dynamic nodes belong to the caller and are not touched.
 std::uint32_t qlix_comm_rb_destroy(qlix_comm_rb* tree);
 
-/// Static: copies the key in, out (u32*) = its slot. Dynamic: links the caller's node, whose key pointer is set, out
-/// (qlix_comm_rb_node**) = the node. A key that exists: 0x1001 with its slot or node; no free slot: 0x1003.
-std::uint32_t qlix_comm_rb_insert(qlix_comm_rb* tree, void* key_or_node, void* out);
+/// Static: copies the key in, out = its slot. Dynamic: links the caller's node, whose key pointer is set, out = the
+/// node. A key that exists: 0x1001 with its slot or node; no free slot: 0x1003.
+std::uint32_t qlix_comm_rb_insert(qlix_comm_rb* tree, void* key_or_node, qlix_comm_rb_out out);
 /// Dynamic only (static: 0x1205): links the caller's node for a caller who knows a linked node near its place. The way
 /// there is that along the order list when it is short; the tree becomes the same. A key that exists: 0x1001 with its
 /// node.
@@ -76,11 +77,11 @@ std::uint32_t qlix_comm_rb_insert_near(qlix_comm_rb* tree, const qlix_comm_rb_no
 std::uint32_t qlix_comm_rb_insert_spec_index(qlix_comm_rb* tree, const void* key, std::uint32_t slot);
 /// Removes the key: out = its slot, now free and cleared, or the unlinked node, which goes back to the caller. Absent:
 /// 0x1002.
-std::uint32_t qlix_comm_rb_delete(qlix_comm_rb* tree, const void* key, void* out);
+std::uint32_t qlix_comm_rb_delete(qlix_comm_rb* tree, const void* key, qlix_comm_rb_out out);
 /// Dynamic only (static: 0x1205): removes a linked node that the caller has at hand, without looking its key up.
 std::uint32_t qlix_comm_rb_delete_node(qlix_comm_rb* tree, qlix_comm_rb_node* node);
 /// out = slot or node of the key. Absent: 0x1002.
-std::uint32_t qlix_comm_rb_search(const qlix_comm_rb* tree, const void* key, void* out);
+std::uint32_t qlix_comm_rb_search(const qlix_comm_rb* tree, const void* key, qlix_comm_rb_out out);
 
 /// 1 when the tree holds nothing, else 0.
 std::uint32_t qlix_comm_rb_is_none(const qlix_comm_rb* tree);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <new>
 
 #include "dpp_hash_index.h"
 #include "dpp_hash_place.h"
@@ -34,8 +35,8 @@ dpp_hash_table* table_get(dpp_hash* hash, uint32_t engine, uint32_t table, uint3
   if (*rc != QLIX_COMM_OK || engine >= DPP_HASH_ENGINE_NUM || table >= DPP_HASH_TABLE_NUM) {
     return nullptr;
   }
-  dpp_hash_table* at = &hash->engine[engine].table[table];
-  if (at->inited == 0) {
+  dpp_hash_table* at = hash->engine[engine].table[table];
+  if (at == nullptr) {
     QLIX_COMM_TRACE_ERROR("hash engine %u has no table %u\n", engine, table);
     *rc = QLIX_COMM_POINT_NULL;
     return nullptr;
@@ -113,11 +114,34 @@ uint32_t result_change(dpp_hash* hash, const dpp_hash_table& table, dpp_hash_ent
   return write_or_undo(hash, entry, [&] { std::memcpy(entry->rst(table), before, table.rst_len); });
 }
 
-void table_release(dpp_hash_table* table) {
+void table_release(dpp_hash_table*& table) {
+  if (table == nullptr) {
+    return;
+  }
   dpp_hash_pool_release(&table->pool);
   dpp_hash_index_release(&table->index);
   dpp_hash_spill_release(table);
-  *table = {};
+  ic_comm_free_memory(table);
+  table = nullptr;
+}
+
+uint32_t table_make(const dpp_hash_table_cfg& cfg, dpp_hash_table*& table) {
+  const uint32_t bytes = DPP_HASH_HEAD_BYTES + cfg.key_len + cfg.rst_len;
+  void* const memory = ic_comm_malloc_memory(sizeof(dpp_hash_table));
+  QLIX_COMM_CHECK_POINT(memory);
+  table = new (memory) dpp_hash_table{};
+  table->key_len = cfg.key_len;
+  table->rst_len = cfg.rst_len;
+  table->entry_bytes = bytes <= 16 ? 16 : bytes <= 32 ? 32 : 64;
+  table->ddr_items = cfg.ddr_items;
+  table->ddr_baddr = cfg.ddr_baddr;
+  table->ddr_ecc_en = cfg.ddr_ecc_en;
+  dpp_hash_pool_init(&table->pool, bytes);
+  QLIX_COMM_CHECK_RC(
+      qlix_comm_rb_init(&table->tree, 0, ORDER_BYTES + DPP_HASH_HEAD_BYTES + cfg.key_len, dpp_hash_rb_key_cmp),
+      "qlix_comm_rb_init");
+  QLIX_COMM_CHECK_RC(dpp_hash_index_init(&table->index), "dpp_hash_index_init");
+  return dpp_hash_spill_init(table);
 }
 
 }  // namespace
@@ -136,8 +160,8 @@ void dpp_hash_destroy(dpp_hash* hash) {
     return;
   }
   for (dpp_hash_engine& engine : hash->engine) {
-    for (dpp_hash_table& table : engine.table) {
-      table_release(&table);
+    for (dpp_hash_table*& table : engine.table) {
+      table_release(table);
     }
   }
   dpp_se_debts_release(&hash->debts);
@@ -204,31 +228,16 @@ uint32_t dpp_hash_table_init(dpp_hash* hash, uint32_t engine, uint32_t table, co
   QLIX_COMM_CHECK_INDEX_UPPER(cfg->rst_len, KEY_BYTES_MAX - cfg->key_len);
   QLIX_COMM_CHECK_INDEX_UPPER(cfg->ddr_items, DPP_HASH_DDR_ITEMS_MAX);
   QLIX_COMM_CHECK_INDEX_UPPER(cfg->ddr_items & (cfg->ddr_items - 1), 0);  // a power of two, or none
-  dpp_hash_table* at = &hash->engine[engine].table[table];
-  if (at->inited != 0) {
+  dpp_hash_table*& at = hash->engine[engine].table[table];
+  if (at != nullptr) {
     QLIX_COMM_TRACE_ERROR("hash engine %u has a table %u already\n", engine, table);
     return QLIX_COMM_OUT_OF_RANGE;
   }
-  const uint32_t bytes = DPP_HASH_HEAD_BYTES + cfg->key_len + cfg->rst_len;
-  dpp_hash_table made{};
-  made.key_len = cfg->key_len;
-  made.rst_len = cfg->rst_len;
-  made.entry_bytes = bytes <= 16 ? 16 : bytes <= 32 ? 32 : 64;
-  made.ddr_items = cfg->ddr_items;
-  made.ddr_baddr = cfg->ddr_baddr;
-  made.ddr_ecc_en = cfg->ddr_ecc_en;
-  QLIX_COMM_CHECK_RC(
-      qlix_comm_rb_init(&made.tree, 0, ORDER_BYTES + DPP_HASH_HEAD_BYTES + cfg->key_len, dpp_hash_rb_key_cmp),
-      "qlix_comm_rb_init");
-  QLIX_COMM_CHECK_RC(dpp_hash_index_init(&made.index), "dpp_hash_index_init");
-  if (const uint32_t rc = dpp_hash_spill_init(&made); rc != QLIX_COMM_OK) {
-    table_release(&made);
-    return rc;
+  const uint32_t rc = table_make(*cfg, at);
+  if (rc != QLIX_COMM_OK) {
+    table_release(at);
   }
-  dpp_hash_pool_init(&made.pool, bytes);
-  made.inited = 1;
-  *at = made;
-  return QLIX_COMM_OK;
+  return rc;
 }
 
 uint32_t dpp_hash_soft_reset_set(dpp_hash* hash, uint32_t engine, uint32_t soft_reset) {
@@ -248,9 +257,12 @@ uint32_t dpp_hash_rewrite(dpp_hash* hash, uint32_t engine) {
   QLIX_COMM_CHECK_POINT(hash);
   QLIX_COMM_CHECK_INDEX_UPPER(engine, DPP_HASH_ENGINE_NUM - 1);
   QLIX_COMM_CHECK_RC(debts_settle(hash, engine), "dpp_se_debts_pay");
-  for (dpp_hash_table& table : hash->engine[engine].table) {
-    dpp_hash_tree_settle(&table);
-    for (const qlix_comm_double_link_node* link = table.tree.order.first; link != nullptr; link = link->next) {
+  for (dpp_hash_table* table : hash->engine[engine].table) {
+    if (table == nullptr) {
+      continue;
+    }
+    dpp_hash_tree_settle(table);
+    for (const qlix_comm_double_link_node* link = table->tree.order.first; link != nullptr; link = link->next) {
       QLIX_COMM_CHECK_RC(
           dpp_hash_write_hardware(hash, dpp_hash_entry::of(static_cast<const qlix_comm_rb_node*>(link->data))),
           "dpp_hash_write_hardware");

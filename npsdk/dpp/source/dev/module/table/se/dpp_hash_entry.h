@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "dpp_se/dpp_hash.h"
+#include "dpp_hash_table.h"
 
 inline constexpr uint32_t DPP_HASH_NUMBER_BITS = 26;
 inline constexpr uint32_t DPP_HASH_NUMBERS = 1u << DPP_HASH_NUMBER_BITS;
@@ -52,7 +52,7 @@ struct dpp_hash_entry {
 inline constexpr size_t DPP_HASH_ENTRY_BYTES = offsetof(dpp_hash_entry, order) + sizeof(dpp_hash_entry::order);
 
 inline dpp_hash_table& dpp_hash_table_of(dpp_hash* hash, const dpp_hash_entry& entry) {
-  return hash->engine[entry.engine()].table[entry.table()];
+  return *hash->engine[entry.engine()].table[entry.table()];
 }
 /// Quarters of an item that an entry of the table covers.
 inline uint32_t dpp_hash_quarters(const dpp_hash_table& table) {

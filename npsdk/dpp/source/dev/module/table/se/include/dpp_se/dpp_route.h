@@ -6,6 +6,13 @@
 // length) form a chain. The chip looks a key up under every anchor length that the head names, and takes the longest
 // route.
 //
+// Errors. What a caller, the card or the machine can get wrong is a code: null pointers and no memory (0x1201), values
+// out of range (0x1205), no room, what the writer returned; the table is as it was before, and what the chip refused on
+// the way back is owed and written before the next change. What only a fault of this code can break prints its line and
+// ends the process (abort): a null pointer within the trie and the placement layer, a list of the trie that is torn, a
+// step that puts back what a failed insert moved and fails itself. Going on would give the chip a table that nobody
+// knows.
+//
 // Nothing locks: the caller serialises all operations on one table.
 #pragma once
 
