@@ -11,9 +11,9 @@ constexpr uint64_t card_register_address(uint64_t base, const kx_register_descri
   return base + row.offset[layout] + row.stride[layout] * index;
 }
 
-/// Reads a register of 16, 32 or 64 bits. One of 16 bits whose address is no multiple of 4 is the upper half of the word
-/// at `address` - 2. Of one of 64 bits the low word is read first; when it `counts`, a third access sees to it that its
-/// halves fit together. Returns 0, or -1 when the card cannot be reached.
+/// Reads a register of 16, 32 or 64 bits. One of 16 bits whose address is no multiple of 4 is the upper half of the
+/// word at `address` - 2. Of one of 64 bits the low word is read first; when it `counts`, a third access sees to it
+/// that its halves fit together. Returns 0, or -1 when the card cannot be reached.
 int32_t card_register_read(uint64_t address, uint32_t width, uint64_t* value, bool counts = false);
 
 /// What of a write was refused.
