@@ -134,9 +134,10 @@ TEST(FirmwareUpdateSignals, ReaderThatGoesAwayDoesNotEndTheUpdate) {
 // The card's notices go to the tool that came last, whichever port it asked.
 TEST(FirmwareUpdateBeside, CommandOnAnotherPortWaitsForTheUpdateAndSaysForWhom) {
   const Workplace work;
-  kx_system::Command command = kx_system::script(
-      "$KXTOOL fwupdate eth0 " + work.package + " >update & sleep 0.5; $KXTOOL sn_info eth1 sn_info; wait; cat update",
-      R"({"update": {"erase_ms": 1500}})");
+  const std::string out = work.folder.path() + "/out";
+  kx_system::Command command = kx_system::script("$KXTOOL fwupdate eth0 " + work.package + " >" + out +
+                                                     " & sleep 0.5; $KXTOOL sn_info eth1 sn_info; wait; cat " + out,
+                                                 R"({"update": {"erase_ms": 1500}})");
   command.state = work.folder.path();
   const Result result = kx_system::run(command);
   EXPECT_THAT(result.out, testing::StartsWith("sn=KX2601A00042\n"));
