@@ -1,8 +1,8 @@
 // What one command writes, the others show: eRAM, DDR, table numbers, ternary entries, hash memory.
 #include <gmock/gmock.h>
 
-#include "dpp_diag/dpp_etcam.h"
-#include "dpp_diag/dpp_sdt.h"
+#include "dpp_memory/dpp_etcam.h"
+#include "dpp_memory/dpp_sdt.h"
 #include "dpp_reg/dpp_reg_no.h"
 #include "se_card.h"
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <random>
 
-#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_memory/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg_access.h"
 #include "dpp_reg/dpp_reg_no.h"
 #include "dpp_se/dpp_crc.h"

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "dpp_diag/dpp_ppu.h"
+#include "dpp_memory/dpp_ppu.h"
 
 /// The capture of a block: 0 packet receive, 1 packet buffer, 2 output DMA.
 uint32_t dpp_capture_prt(uint32_t dev_id, uint32_t block);
@@ -25,6 +25,10 @@ uint32_t dpp_se_zgroup_check(uint32_t dev_id, uint32_t zgroup, uint32_t writes);
 uint32_t dpp_sdt_records_prt(uint32_t dev_id, uint32_t type);
 /// Entries of a table number, which must be of that type.
 uint32_t dpp_sdt_entries_prt(uint32_t dev_id, uint32_t sdt_no, uint32_t type, uint32_t index, uint32_t num);
+
+/// `num` lines of a cluster's memory from `addr` on.
+uint32_t dpp_ppu_mem_prt(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
+                         uint32_t num);
 
 /// Moves a cluster under the debugger: 0 one step, into a call; 1 one step, over a call; 2 to a stop.
 uint32_t dpp_softdbg_move(uint32_t dev_id, uint32_t cluster, uint32_t how);

@@ -6,7 +6,7 @@
 #include "dpp_diag/dpp_cmd.h"
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_diag/dpp_mcode.h"
-#include "dpp_diag/dpp_stat.h"
+#include "dpp_memory/dpp_stat.h"
 #include "qlix_comm/check.h"
 
 namespace {

@@ -3,9 +3,9 @@
 
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_diag/dpp_diag_functions.h"
-#include "dpp_diag/dpp_etcam.h"
-#include "dpp_diag/dpp_sdt.h"
-#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_memory/dpp_etcam.h"
+#include "dpp_memory/dpp_sdt.h"
+#include "dpp_memory/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
 #include "dpp_row_functions.h"

@@ -4,7 +4,7 @@
 
 #include "dpp_chip/dpp_card_guard.h"
 #include "dpp_diag/dpp_diag_functions.h"
-#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_memory/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_access.h"
 #include "dpp_reg/dpp_reg_no.h"

@@ -1,6 +1,6 @@
 // Blocks, tables and entries of ternary memory on the screen.
 #include "dpp_diag/dpp_diag_functions.h"
-#include "dpp_diag/dpp_etcam.h"
+#include "dpp_memory/dpp_etcam.h"
 #include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 #include "se_print.h"

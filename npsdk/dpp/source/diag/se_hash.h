@@ -1,14 +1,11 @@
-// Items of hash memory as the chip reads them: 512 bits in four quarters. An entry begins with its head, valid bit,
-// width and table number in the first byte and the engine in the second, then key and result; it stands at a multiple
-// of its width of 128, 256 or 512 bits.
+// Items of hash memory as the chip reads them (dpp_se_format.h).
 #pragma once
 
 #include <cstdint>
 
-inline constexpr uint32_t SE_ITEM_BYTES = 64;
-inline constexpr uint32_t SE_ITEM_WORDS = SE_ITEM_BYTES / 4;
-inline constexpr uint32_t SE_ENTRY_HEAD_BYTES = 2;
-inline constexpr uint32_t SE_QUARTER_BYTES = 16;
+#include "dpp_se/dpp_se_format.h"
+
+inline constexpr uint32_t SE_ITEM_WORDS = DPP_SE_ITEM_BYTES / 4;
 
 struct se_entry_view {
   uint32_t valid;
@@ -26,7 +23,7 @@ struct se_hash_key {
   uint32_t key_len;
   uint32_t rst_len;
 };
-/// The byte of the item at which the key's entry begins, or SE_ITEM_BYTES.
+/// The byte of the item at which the key's entry begins, or DPP_SE_ITEM_BYTES.
 uint32_t se_item_search(const uint8_t* item, const se_hash_key& key);
 /// Every entry and empty quarter of an item.
 void se_item_print(const uint8_t* item);

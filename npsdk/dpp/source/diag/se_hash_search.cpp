@@ -1,6 +1,6 @@
 // A key looked up as the chip does: the same checksums, the same places, read one after the other.
 #include "dpp_diag/dpp_diag_functions.h"
-#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_memory/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
 #include "dpp_reg/dpp_reg_types.h"
@@ -15,7 +15,7 @@ namespace {
 constexpr uint32_t bulk_num = 8;
 constexpr uint32_t key_words = 16;  // key registers of the chip
 constexpr uint32_t key_arg_words = 10;
-constexpr uint32_t key_len_max = SE_ITEM_BYTES - SE_ENTRY_HEAD_BYTES;
+constexpr uint32_t key_len_max = DPP_SE_ITEM_BYTES - DPP_HASH_HEAD_BYTES;
 constexpr uint32_t item_mask = DPP_SE_ZCELL_LINES - 1;
 constexpr uint32_t crc16_mask = 0xFFFF;
 
@@ -31,11 +31,11 @@ struct search {
 // Prints a place's outcome behind what its caller has printed.
 void place_judge(search& s, const uint8_t* item) {
   const uint32_t at = se_item_search(item, s.key);
-  s.found = at != SE_ITEM_BYTES;
+  s.found = at != DPP_SE_ITEM_BYTES;
   QLIX_COMM_PRINT(": %s\n", s.found ? "HIT" : "miss");
   if (s.found) {
-    QLIX_COMM_PRINT("found in quarter %u\n", at / SE_QUARTER_BYTES);
-    se_bytes_print("result", item + at + SE_ENTRY_HEAD_BYTES + s.key.key_len, s.key.rst_len);
+    QLIX_COMM_PRINT("found in quarter %u\n", at / DPP_SE_QUARTER_BYTES);
+    se_bytes_print("result", item + at + DPP_HASH_HEAD_BYTES + s.key.key_len, s.key.rst_len);
   }
 }
 
@@ -50,7 +50,7 @@ uint32_t ddr_search(search& s) {
       continue;
     }
     const uint32_t index = crc & ((1u << cfg.ddr_depth) - 1);
-    uint8_t item[SE_ITEM_BYTES];
+    uint8_t item[DPP_SE_ITEM_BYTES];
     QLIX_COMM_CHECK_DEV_RC(s.dev_id, se_ddr_item_read(s.dev_id, cfg.ddr_baddr, index, item), "se_ddr_item_read");
     QLIX_COMM_PRINT("ddr bulk %u: crc 0x%08x, item 0x%x", bulk, crc, index);
     place_judge(s, item);
@@ -100,7 +100,7 @@ uint32_t zcells_search(search& s, uint32_t zblock, const zblock_view& view) {
     const uint32_t index = crc >> cell & item_mask;
     uint32_t words[SE_ITEM_WORDS] = {};
     QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_se_zcell_read(s.dev_id, zblock, cell, index, words), "dpp_se_zcell_read");
-    uint8_t item[SE_ITEM_BYTES];
+    uint8_t item[DPP_SE_ITEM_BYTES];
     dpp_se_words_to_bytes(words, SE_ITEM_WORDS, item);
     QLIX_COMM_PRINT("zblock %u, zcell %u: polynomial 0x%04x, crc 0x%04x, item 0x%03x", zblock, cell, view.hash_arg, crc,
                     index);
@@ -115,7 +115,7 @@ uint32_t zreg_search(search& s, uint32_t zblock) {
                          dpp_reg_words_read(s.dev_id, DPP_REG_ZBLOCK_ZREG, zblock / DPP_SE_ZBLOCK_IN_GROUP,
                                             zblock % DPP_SE_ZBLOCK_IN_GROUP, words),
                          "dpp_reg_read");
-  uint8_t item[SE_ITEM_BYTES];
+  uint8_t item[DPP_SE_ITEM_BYTES];
   dpp_se_words_to_bytes(words, SE_ITEM_WORDS, item);
   QLIX_COMM_PRINT("zblock %u, zreg", zblock);
   place_judge(s, item);

@@ -3,11 +3,12 @@
 #include <algorithm>
 
 #include "dpp_diag/dpp_diag_functions.h"
-#include "dpp_diag/dpp_se_mem.h"
 #include "dpp_lpm/lpm_trie.h"
+#include "dpp_memory/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_types.h"
 #include "dpp_se/dpp_crc.h"
+#include "dpp_se/dpp_se_format.h"
 #include "qlix_comm/check.h"
 #include "se_hash.h"
 #include "se_print.h"
@@ -17,15 +18,6 @@ namespace {
 constexpr uint32_t area_num = 8;  // of each address family
 constexpr uint32_t address_words = 5;
 
-// Area: head and items of four lines, between them the chains, four to a line.
-constexpr uint32_t line_bytes = 16;
-constexpr uint32_t item_lines = 4;
-constexpr uint32_t chains_in_line = 4;
-constexpr uint32_t head_bits_max = 24;
-constexpr uint8_t valid_bit = 0x80;
-constexpr uint32_t lengths_offset = 8;
-constexpr uint32_t slots_offset = 8;
-constexpr uint32_t slot_tail_bytes = 4;  // length and result behind the key
 constexpr uint32_t steps_max = 100000;
 
 /// One look-up in one area.
@@ -51,10 +43,10 @@ uint32_t big_endian(const uint8_t* bytes, uint32_t num) {
 uint32_t lines_read(const search& s, uint64_t first, uint32_t num, uint8_t* bytes) {
   for (uint32_t i = 0; i < num; ++i) {
     const uint32_t addr = static_cast<uint32_t>(std::min<uint64_t>(s.base + first + i, UINT32_MAX));
-    uint32_t words[line_bytes / 4] = {};
+    uint32_t words[DPP_ROUTE_ROW_BYTES / 4] = {};
     QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_se_smmu1_ind_read(s.dev_id, addr, DPP_SE_DDR_128, words),
                            "dpp_se_smmu1_ind_read");
-    dpp_se_words_to_bytes(words, line_bytes / 4, bytes + size_t{i} * line_bytes);
+    dpp_se_words_to_bytes(words, DPP_ROUTE_ROW_BYTES / 4, bytes + size_t{i} * DPP_ROUTE_ROW_BYTES);
   }
   return QLIX_COMM_OK;
 }
@@ -76,18 +68,18 @@ bool covers(const uint8_t* prefix, uint32_t length, const search& s) {
 
 // The routes of one item that are longer than the best so far.
 void item_search(search& s, const uint8_t* item, uint32_t length) {
-  const uint32_t slot_bytes = s.key_bytes + slot_tail_bytes;
-  const uint32_t slot_num = std::min((SE_ITEM_BYTES - slots_offset) / slot_bytes, item[0] & 0x0Fu);
-  if ((item[0] & valid_bit) == 0 || item[1] != length || !covers(item + slots_offset, length, s)) {
+  const uint32_t slot_bytes = s.key_bytes + DPP_ROUTE_SLOT_TAIL_BYTES;
+  const uint32_t slot_num = std::min((DPP_SE_ITEM_BYTES - DPP_ROUTE_SLOTS_OFFSET) / slot_bytes, item[0] & 0x0Fu);
+  if ((item[0] & DPP_ROUTE_VALID) == 0 || item[1] != length || !covers(item + DPP_ROUTE_SLOTS_OFFSET, length, s)) {
     return;
   }
   for (uint32_t i = 0; i < slot_num; ++i) {
-    const uint8_t* slot = item + slots_offset + size_t{i} * slot_bytes;
+    const uint8_t* slot = item + DPP_ROUTE_SLOTS_OFFSET + size_t{i} * slot_bytes;
     const uint32_t route_len = slot[s.key_bytes];
     if ((!s.found || route_len > s.length) && route_len <= 8 * s.key_bytes && covers(slot, route_len, s)) {
       s.found = true;
       s.length = route_len;
-      s.result = big_endian(slot + s.key_bytes + 1, slot_tail_bytes - 1);
+      s.result = big_endian(slot + s.key_bytes + 1, DPP_ROUTE_SLOT_TAIL_BYTES - 1);
     }
   }
 }
@@ -98,16 +90,18 @@ uint32_t chain_search(search& s, uint32_t length) {
   input[s.key_bytes] = static_cast<uint8_t>(length);
   const uint32_t crc = dpp_crc32_calc(input, s.key_bytes + 1, DPP_CRC32_POLY);
   const uint32_t chain = crc & (s.chain_num - 1);
-  uint8_t line[line_bytes] = {};
-  QLIX_COMM_CHECK_DEV_RC(s.dev_id, lines_read(s, item_lines + chain / chains_in_line, 1, line), "lines_read");
-  uint32_t next = big_endian(line + size_t{4} * (chain % chains_in_line), 4);
+  uint8_t line[DPP_ROUTE_ROW_BYTES] = {};
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id, lines_read(s, DPP_ROUTE_HEAD_ROWS + chain / DPP_ROUTE_CHAINS_IN_ROW, 1, line),
+                         "lines_read");
+  uint32_t next = big_endian(line + size_t{4} * (chain % DPP_ROUTE_CHAINS_IN_ROW), 4);
   uint32_t steps = 0;
   uint32_t mark = 0;  // an item passed; who comes by again goes round in a ring
-  const uint64_t items = item_lines + s.chain_num / chains_in_line;
+  const uint64_t items = DPP_ROUTE_HEAD_ROWS + s.chain_num / DPP_ROUTE_CHAINS_IN_ROW;
   for (; next != 0 && next != mark && steps < steps_max; ++steps) {
     mark = (steps & (steps - 1)) == 0 ? next : mark;
-    uint8_t item[SE_ITEM_BYTES] = {};
-    QLIX_COMM_CHECK_DEV_RC(s.dev_id, lines_read(s, items + uint64_t{next - 1} * item_lines, item_lines, item),
+    uint8_t item[DPP_SE_ITEM_BYTES] = {};
+    QLIX_COMM_CHECK_DEV_RC(s.dev_id,
+                           lines_read(s, items + uint64_t{next - 1} * DPP_ROUTE_ITEM_ROWS, DPP_ROUTE_ITEM_ROWS, item),
                            "lines_read");
     item_search(s, item, length);
     next = big_endian(item + 4, 4);
@@ -120,17 +114,17 @@ uint32_t chain_search(search& s, uint32_t length) {
 // Sets key_bytes and chain_num; `lengths` receives the head's map of anchor lengths. An area without a sound head has
 // key_bytes 0.
 uint32_t head_read(search& s, uint8_t* head) {
-  QLIX_COMM_CHECK_DEV_RC(s.dev_id, lines_read(s, 0, item_lines, head), "lines_read");
+  QLIX_COMM_CHECK_DEV_RC(s.dev_id, lines_read(s, 0, DPP_ROUTE_HEAD_ROWS, head), "lines_read");
   const uint32_t head_bits = head[2];
-  const bool sound = (head[0] & valid_bit) != 0 && head[1] >= 1 && head[1] <= LPM_KEY_BYTES_MAX && head_bits >= 2 &&
-                     head_bits <= head_bits_max;
+  const bool sound = (head[0] & DPP_ROUTE_VALID) != 0 && head[1] >= 1 && head[1] <= LPM_KEY_BYTES_MAX &&
+                     head_bits >= 2 && head_bits <= DPP_ROUTE_HEAD_BITS_MAX;
   s.key_bytes = sound ? head[1] : 0;
   s.chain_num = sound ? 1u << head_bits : 0;
   return QLIX_COMM_OK;
 }
 
 uint32_t area_search(search& s, uint32_t area) {
-  uint8_t head[SE_ITEM_BYTES] = {};
+  uint8_t head[DPP_SE_ITEM_BYTES] = {};
   QLIX_COMM_CHECK_DEV_RC(s.dev_id, head_read(s, head), "head_read");
   if (s.key_bytes == 0) {
     QLIX_COMM_PRINT("area %u, line 0x%llx: no route table\n", area, static_cast<unsigned long long>(s.base));
@@ -141,7 +135,7 @@ uint32_t area_search(search& s, uint32_t area) {
   se_bytes_print("address", s.address, s.key_bytes);
   s.found = false;
   for (uint32_t length = 0; length <= 8 * s.key_bytes; ++length) {
-    if ((head[lengths_offset + length / 8] & 0x80u >> length % 8) != 0) {
+    if ((head[DPP_ROUTE_LENGTHS_OFFSET + length / 8] & 0x80u >> length % 8) != 0) {
       QLIX_COMM_CHECK_DEV_RC(s.dev_id, chain_search(s, length), "chain_search");
     }
   }

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "dpp_diag/dpp_diag_functions.h"
-#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_memory/dpp_se_mem.h"
 #include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 #include "se_print.h"

@@ -6,7 +6,7 @@
 #include "dpp_chip/dpp_dev_mutex.h"
 #include "dpp_diag/dpp_diag_code.h"
 #include "dpp_diag/dpp_diag_functions.h"
-#include "dpp_diag/dpp_ppu.h"
+#include "dpp_memory/dpp_ppu.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_types.h"
 #include "dpp_row_functions.h"

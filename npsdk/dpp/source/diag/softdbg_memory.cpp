@@ -4,7 +4,8 @@
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_diag/dpp_diag_code.h"
 #include "dpp_diag/dpp_diag_functions.h"
-#include "dpp_diag/dpp_ppu.h"
+#include "dpp_memory/dpp_ppu.h"
+#include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 
 namespace {

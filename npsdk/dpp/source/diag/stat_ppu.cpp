@@ -1,7 +1,7 @@
 // Statistics counters of the packet processor by index.
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_diag/dpp_diag_functions.h"
-#include "dpp_diag/dpp_stat.h"
+#include "dpp_memory/dpp_stat.h"
 #include "qlix_comm/check.h"
 
 uint32_t diag_dpp_stat_ppu_cnt_prt(uint32_t dev_id, uint32_t rd_mode, uint32_t index, uint32_t clr_mode) {

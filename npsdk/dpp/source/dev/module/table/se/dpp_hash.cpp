@@ -17,8 +17,6 @@
 
 namespace {
 
-constexpr uint8_t HEAD_VALID = 0x80;
-constexpr uint32_t HEAD_WIDTH_SHIFT = 5;
 constexpr uint32_t ORDER_BYTES = sizeof(dpp_hash_entry::order);
 constexpr uint32_t KEY_BYTES_MAX = DPP_SE_ITEM_BYTES - DPP_HASH_HEAD_BYTES;
 
@@ -45,8 +43,8 @@ dpp_hash_table* table_get(dpp_hash* hash, uint32_t engine, uint32_t table, uint3
 }
 
 void head_set(const dpp_hash_table& table, uint32_t engine, uint32_t table_id, uint8_t* head) {
-  const uint32_t width = std::countr_zero(dpp_hash_quarters(table)) & 3;
-  head[0] = static_cast<uint8_t>(HEAD_VALID | width << HEAD_WIDTH_SHIFT | table_id);
+  const uint32_t width = std::countr_zero(dpp_hash_quarters(table)) & DPP_HASH_HEAD_WIDTH_MASK;
+  head[0] = static_cast<uint8_t>(DPP_HASH_HEAD_VALID | width << DPP_HASH_HEAD_WIDTH_SHIFT | table_id);
   head[1] = static_cast<uint8_t>(engine);
 }
 
@@ -268,15 +266,6 @@ uint32_t dpp_hash_rewrite(dpp_hash* hash, uint32_t engine) {
           "dpp_hash_write_hardware");
     }
   }
-  return QLIX_COMM_OK;
-}
-
-uint32_t dpp_hash_set_crc_key(const uint8_t* key, uint32_t key_len, uint8_t* crc_key) {
-  QLIX_COMM_CHECK_POINT(key);
-  QLIX_COMM_CHECK_POINT(crc_key);
-  QLIX_COMM_CHECK_INDEX_LOWER(key_len, 1);
-  std::memcpy(crc_key, key + 1, key_len - 1);
-  crc_key[key_len - 1] = key[0] & 0x1F;
   return QLIX_COMM_OK;
 }
 

@@ -254,7 +254,7 @@ uint32_t arrays_make(dpp_route_table* table) {
 uint32_t route_table_make(const dpp_route_cfg* cfg, const dpp_se_writer* writer, dpp_route_table** table) {
   QLIX_COMM_CHECK_INDEX(cfg->key_bytes, 1, LPM_KEY_BYTES_MAX);
   QLIX_COMM_CHECK_INDEX_UPPER(cfg->baddr, (1u << 20) - 1);
-  QLIX_COMM_CHECK_INDEX(cfg->head_bits, 2, 24);
+  QLIX_COMM_CHECK_INDEX(cfg->head_bits, 2, DPP_ROUTE_HEAD_BITS_MAX);
   QLIX_COMM_CHECK_INDEX(cfg->block_num, 1, 65536);
   QLIX_COMM_CHECK_INDEX_UPPER(cfg->flags, CHW_LPM_FLAG_OUT_MODE);
   auto* made = static_cast<dpp_route_table*>(ic_comm_malloc_memory(sizeof(dpp_route_table)));

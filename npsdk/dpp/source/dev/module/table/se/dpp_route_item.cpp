@@ -12,16 +12,7 @@
 
 namespace {
 
-constexpr uint32_t ROW_BYTES = 16;
-constexpr uint32_t HEAD_ROWS = 4;
-constexpr uint32_t ITEM_ROWS = 4;
-constexpr uint32_t CHAINS_IN_ROW = 4;
-constexpr uint32_t SLOT_TAIL_BYTES = 4;  ///< length and result behind the key
-constexpr uint32_t SLOTS_OFFSET = 8;
-
-constexpr uint8_t HEAD_VALID = 0x80;
-constexpr uint32_t HEAD_LENGTHS_OFFSET = 8;
-static_assert(HEAD_LENGTHS_OFFSET + (ROUTE_LEN_NUM + 7) / 8 <= DPP_SE_ITEM_BYTES);
+static_assert(DPP_ROUTE_LENGTHS_OFFSET + (ROUTE_LEN_NUM + 7) / 8 <= DPP_SE_ITEM_BYTES);
 
 void store_be32(uint8_t* bytes, uint32_t value) {
   for (uint32_t i = 0; i < 4; i++) {
@@ -50,13 +41,13 @@ uint32_t rows_send(dpp_route_table* table, uint32_t row, std::span<const uint8_t
 
 uint32_t head_send(dpp_route_table* table) {
   uint8_t data[DPP_SE_ITEM_BYTES] = {};
-  data[0] = HEAD_VALID;
+  data[0] = DPP_ROUTE_VALID;
   data[1] = static_cast<uint8_t>(table->cfg.key_bytes);
   data[2] = static_cast<uint8_t>(table->cfg.head_bits);
   data[3] = static_cast<uint8_t>(table->slots);
   for (uint32_t len = 0; len < ROUTE_LEN_NUM; len++) {
     if (table->len_items[len] != 0) {
-      uint8_t* byte = &data[HEAD_LENGTHS_OFFSET + len / 8];
+      uint8_t* byte = &data[DPP_ROUTE_LENGTHS_OFFSET + len / 8];
       *byte = static_cast<uint8_t>(*byte | 0x80 >> len % 8);
     }
   }
@@ -65,28 +56,28 @@ uint32_t head_send(dpp_route_table* table) {
 
 /// A chain's first item, by number plus one; 0 ends a chain.
 uint32_t chain_send(dpp_route_table* table, uint32_t chain) {
-  const uint32_t first = chain / CHAINS_IN_ROW * CHAINS_IN_ROW;
-  uint8_t data[ROW_BYTES];
-  for (uint32_t i = 0; i < CHAINS_IN_ROW; i++) {
+  const uint32_t first = chain / DPP_ROUTE_CHAINS_IN_ROW * DPP_ROUTE_CHAINS_IN_ROW;
+  uint8_t data[DPP_ROUTE_ROW_BYTES];
+  for (uint32_t i = 0; i < DPP_ROUTE_CHAINS_IN_ROW; i++) {
     store_be32(data + size_t{i} * 4, table->chain[first + i] + 1);
   }
-  return rows_send(table, HEAD_ROWS + chain / CHAINS_IN_ROW, data);
+  return rows_send(table, DPP_ROUTE_HEAD_ROWS + chain / DPP_ROUTE_CHAINS_IN_ROW, data);
 }
 
 uint32_t item_send(dpp_route_table* table, const route_item* item) {
-  const uint32_t chain_rows = (1u << table->cfg.head_bits) / CHAINS_IN_ROW;
+  const uint32_t chain_rows = (1u << table->cfg.head_bits) / DPP_ROUTE_CHAINS_IN_ROW;
   uint8_t data[DPP_SE_ITEM_BYTES] = {};
   const uint32_t key_bytes = table->cfg.key_bytes;
-  data[0] = static_cast<uint8_t>(HEAD_VALID | item->used);
+  data[0] = static_cast<uint8_t>(DPP_ROUTE_VALID | item->used);
   data[1] = item->anchor_len;
   store_be32(data + 4, item->next + 1);
-  uint8_t* slot = data + SLOTS_OFFSET;
-  for (uint32_t i = 0; i < item->used; i++, slot += key_bytes + SLOT_TAIL_BYTES) {
+  uint8_t* slot = data + DPP_ROUTE_SLOTS_OFFSET;
+  for (uint32_t i = 0; i < item->used; i++, slot += key_bytes + DPP_ROUTE_SLOT_TAIL_BYTES) {
     const lpm_trie_node* node = item->route[i];
     std::memcpy(slot, node->key, key_bytes);
     store_be32(slot + key_bytes, static_cast<uint32_t>(node->prefix_len) << 24 | node->result);
   }
-  return rows_send(table, HEAD_ROWS + chain_rows + item->number * ITEM_ROWS, data);
+  return rows_send(table, DPP_ROUTE_HEAD_ROWS + chain_rows + item->number * DPP_ROUTE_ITEM_ROWS, data);
 }
 
 /// Writes everything that the chip can reach: the items first, then the ways to them.
@@ -98,7 +89,7 @@ uint32_t area_rewrite(dpp_route_table* table) {
       return rc;
     }
   }
-  for (uint32_t chain = 0; chain < 1u << table->cfg.head_bits; chain += CHAINS_IN_ROW) {
+  for (uint32_t chain = 0; chain < 1u << table->cfg.head_bits; chain += DPP_ROUTE_CHAINS_IN_ROW) {
     const uint32_t rc = chain_send(table, chain);
     if (rc != QLIX_COMM_OK) {
       return rc;
@@ -343,13 +334,14 @@ uint32_t route_item_write(dpp_route_table* table, const route_item* item) {
 uint32_t route_area_clear(dpp_route_table* table) {
   // No length in the head means that the chip looks into no chain: it goes first.
   QLIX_COMM_CHECK_RC(head_send(table), "head_send");
-  const uint32_t chain_rows = (1u << table->cfg.head_bits) / CHAINS_IN_ROW;
-  constexpr uint32_t rows_at_once = DPP_SE_ITEM_BYTES / ROW_BYTES;
+  const uint32_t chain_rows = (1u << table->cfg.head_bits) / DPP_ROUTE_CHAINS_IN_ROW;
+  constexpr uint32_t rows_at_once = DPP_SE_ITEM_BYTES / DPP_ROUTE_ROW_BYTES;
   constexpr uint8_t zeros[DPP_SE_ITEM_BYTES] = {};
   for (uint32_t row = 0; row < chain_rows; row += rows_at_once) {
     const uint32_t rows = std::min(rows_at_once, chain_rows - row);
-    QLIX_COMM_CHECK_RC(rows_send(table, HEAD_ROWS + row, std::span(zeros).first(size_t{rows} * ROW_BYTES)),
-                       "rows_send");
+    QLIX_COMM_CHECK_RC(
+        rows_send(table, DPP_ROUTE_HEAD_ROWS + row, std::span(zeros).first(size_t{rows} * DPP_ROUTE_ROW_BYTES)),
+        "rows_send");
   }
   return QLIX_COMM_OK;
 }

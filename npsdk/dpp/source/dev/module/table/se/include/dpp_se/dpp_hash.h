@@ -19,7 +19,6 @@ inline constexpr uint32_t DPP_HASH_ZCELL_NUM = DPP_HASH_ZBLOCK_NUM * DPP_HASH_ZC
 inline constexpr uint32_t DPP_HASH_ITEM_NUM = 512;
 inline constexpr uint32_t DPP_HASH_QUARTERS = 4;
 inline constexpr uint32_t DPP_HASH_DDR_ITEMS_MAX = 1u << 22;
-inline constexpr uint32_t DPP_HASH_HEAD_BYTES = 2;  ///< of an entry, before the key
 
 inline constexpr uint32_t DPP_HASH_RC_ITEM_FULL = 0x5400A;  ///< internal: the next place is tried
 inline constexpr uint32_t DPP_HASH_RC_ABSENT = 0x5400B;
@@ -113,9 +112,6 @@ uint32_t dpp_hash_rewrite(dpp_hash* hash, uint32_t engine);
 /// Writes what the chip refused when a change was undone. Every change of an engine out of soft reset does so first and
 /// fails with the writer's code, and nothing else done, when that is refused again.
 uint32_t dpp_hash_flush(dpp_hash* hash);
-
-/// Checksum input of a key: bytes 1 ... n-1, then the low 5 bits of byte 0. key_len 0: 0x1205.
-uint32_t dpp_hash_set_crc_key(const uint8_t* key, uint32_t key_len, uint8_t* crc_key);
 
 /// Places a new key, or gives an existing one its new result. DPP_HASH_RC_TABLE_FULL leaves the key absent; a write
 /// that the chip refuses leaves software as it was and its code is returned.

@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "dpp_dtb/dpp_dtb_table.h"
+#include "dpp_se/dpp_se_format.h"
 
-inline constexpr uint32_t DPP_SE_ITEM_BYTES = 64;
 /// Number of the overflow register among the registers of a zblock.
 inline constexpr uint32_t DPP_SE_ZREG_ADDR = 0x10;
 

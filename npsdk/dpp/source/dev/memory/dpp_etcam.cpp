@@ -1,5 +1,5 @@
-// From the entry of a ternary table to its block, row and parts.
-#include "dpp_diag/dpp_etcam.h"
+#include "dpp_memory/dpp_etcam.h"
+
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/check.h"

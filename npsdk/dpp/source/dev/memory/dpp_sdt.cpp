@@ -1,11 +1,11 @@
-// Records of table numbers, and the entries of the tables that they describe.
+#include "dpp_memory/dpp_sdt.h"
+
 #include <cstring>
 #include <iterator>
 
 #include "dpp_chip/dpp_card_guard.h"
-#include "dpp_diag/dpp_etcam.h"
-#include "dpp_diag/dpp_sdt.h"
-#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_memory/dpp_etcam.h"
+#include "dpp_memory/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/check.h"

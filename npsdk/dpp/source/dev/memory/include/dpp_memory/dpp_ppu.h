@@ -22,6 +22,3 @@ uint32_t dpp_ppu_mem_get(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memor
                          uint32_t* words);
 uint32_t dpp_ppu_mem_set(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
                          const uint32_t* words);
-/// Prints `num` lines from `addr` on, one a line of output.
-uint32_t dpp_ppu_mem_prt(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
-                         uint32_t num);

@@ -1,5 +1,6 @@
+#include "dpp_memory/dpp_stat.h"
+
 #include "dpp_chip/dpp_dev.h"
-#include "dpp_diag/dpp_stat.h"
 #include "dpp_reg/dpp_reg_types.h"
 #include "dpp_reg/dpp_window.h"
 #include "qlix_comm/check.h"

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "dpp_diag/dpp_se_mem.h"
+#include "dpp_memory/dpp_se_mem.h"
 
 inline constexpr uint32_t DPP_ETCAM_TABLE_NUM = 8;
 inline constexpr uint32_t DPP_ETCAM_KEY_MODE_MAX = 3;  ///< 0: 640 bits, 1: 320, 2: 160, 3: 80

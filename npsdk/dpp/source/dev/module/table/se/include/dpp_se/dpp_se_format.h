@@ -1,0 +1,26 @@
+// How the search engine's items look in its memories, for whoever writes them and for whoever reads them back.
+#pragma once
+
+#include <cstdint>
+
+/// An item of 512 bits, in four quarters.
+inline constexpr uint32_t DPP_SE_ITEM_BYTES = 64;
+inline constexpr uint32_t DPP_SE_QUARTER_BYTES = 16;
+
+// An entry of a hash table stands at a multiple of its width of 128, 256 or 512 bits: its head, then key and result.
+inline constexpr uint32_t DPP_HASH_HEAD_BYTES = 2;  ///< of an entry, before the key; byte 1 is the engine
+inline constexpr uint8_t DPP_HASH_HEAD_VALID = 0x80;
+inline constexpr uint32_t DPP_HASH_HEAD_WIDTH_SHIFT = 5;  ///< two bits: 16 << width bytes
+inline constexpr uint32_t DPP_HASH_HEAD_WIDTH_MASK = 3;
+inline constexpr uint32_t DPP_HASH_HEAD_TABLE_MASK = 0x1F;
+
+// A route area, in rows of 128 bits from its base: the head, the chain heads, the items. Numbers in it are big-endian.
+inline constexpr uint32_t DPP_ROUTE_ROW_BYTES = 16;
+inline constexpr uint32_t DPP_ROUTE_HEAD_ROWS = 4;  ///< valid, key bytes, log2 of chains, slots; the lengths in use
+inline constexpr uint32_t DPP_ROUTE_ITEM_ROWS = 4;  ///< valid and routes, anchor length, next item; the slots
+inline constexpr uint32_t DPP_ROUTE_CHAINS_IN_ROW = 4;
+inline constexpr uint32_t DPP_ROUTE_HEAD_BITS_MAX = 24;   ///< log2 of chains
+inline constexpr uint8_t DPP_ROUTE_VALID = 0x80;          ///< byte 0 of head and items
+inline constexpr uint32_t DPP_ROUTE_LENGTHS_OFFSET = 8;   ///< byte in the head; bit 7 of the first stands for length 0
+inline constexpr uint32_t DPP_ROUTE_SLOTS_OFFSET = 8;     ///< byte in an item
+inline constexpr uint32_t DPP_ROUTE_SLOT_TAIL_BYTES = 4;  ///< length (8 bits) and result (24 bits), behind the key
