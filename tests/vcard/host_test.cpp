@@ -48,7 +48,7 @@ for f in 0000:3b:00.0 0000:3b:01.0; do od -An -tx4 -j0 -N20 -w20 $f/config; done
 TEST(Host, TheCardFileChangesTheTree) {
   kx_system::Result result = kx_system::run(script(R"(
 cd /sys/bus/pci/devices; echo *; cd 0000:3b:00.0; cat resource uevent power_state; readlink driver
-wc -c < config; test -e resource0 || echo gone; cat ../0000:5e:00.0/device; ls /sys/class/net)",
+wc -c < config; test -e resource0 || echo gone; cat /sys/bus/pci/devices/0000:5e:00.0/device; ls /sys/class/net)",
                                                    R"({"functions": {
   "0000:3b:00.0": {"files": {"resource": "garbage\n", "uevent": "DRIVER=x\n"}, "absent_files": ["resource0"],
                    "driver": "vfio-pci", "power_state": 3, "config_size": 64},

@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr uint32_t ALL_ONES = 0xFFFFFFFF;
-
 bool is_physical(kxtools_sbdf sbdf) {
   return pcie_find_ext_capability(sbdf, PCI_ECAP_ID_SRIOV, 0) > 0;
 }
@@ -47,8 +45,8 @@ void kxtool_device_explain(const kxtool_device& device) {
     kx_error_print("kxtool: %s is no function of such a card\n", device.name);
     return;
   }
-  uint32_t identity = ALL_ONES;
-  if (pcie_cfg_read_dword(device.sbdf, 0, &identity) != 0 || identity == ALL_ONES) {
+  bool answers = false;
+  if (pcie_function_answers(device.sbdf, &answers) != 0 || !answers) {
     return;  // the check has said so
   }
   const std::string physical = physical_interfaces(device.sbdf);

@@ -143,8 +143,8 @@ TEST(FirmwareUpdateBeside, CommandOnAnotherPortWaitsForTheUpdateAndSaysForWhom) 
   EXPECT_THAT(result.out, testing::StartsWith("sn=KX2601A00042\n"));
   EXPECT_THAT(result.out, HasSubstr("write success"));
   EXPECT_THAT(result.err,
-              testing::MatchesRegex("waiting for process [0-9]+ \\(.*/kxtool fwupdate eth0 .*\\), which holds "
-                                    "/tmp/kxtool/kxts_card_0000:3b\n"));
+              testing::ContainsRegex("\nwaiting for process [0-9]+ \\(.*/kxtool fwupdate eth0 .*\\), which holds "
+                                     "/tmp/kxtool/kxts_card_0000:3a:00.0\n"));
   EXPECT_TRUE(work.flash_holds_package());
 }
 

@@ -235,12 +235,12 @@ TEST_F(RunLock, PortsOfOneCardAreAskedSideBySide) {
 
 TEST_F(RunLock, OfACardIsNeverAPlantedFile) {
   const auto result = kx_system::run(kx_system::script(
-      "ln -s /tmp/none /tmp/kxtool/kxts_card_0000:3b; $KXTOOL sn_info eth0 sn_info; echo $?; ls /tmp/none; "
-      "rm /tmp/kxtool/kxts_card_0000:3b; $KXTOOL sn_info eth0 sn_info; stat -c %a /tmp/kxtool "
-      "/tmp/kxtool/kxts_card_0000:3b"));
+      "ln -s /tmp/none /tmp/kxtool/kxts_card_0000:3a:00.0; $KXTOOL sn_info eth0 sn_info; echo $?; ls /tmp/none; "
+      "rm /tmp/kxtool/kxts_card_0000:3a:00.0; $KXTOOL sn_info eth0 sn_info; stat -c %a /tmp/kxtool "
+      "/tmp/kxtool/kxts_card_0000:3a:00.0"));
   EXPECT_EQ(result.out, "1\nsn=KX2601A00042\n1777\n600\n");
   EXPECT_THAT(result.err,
-              testing::StartsWith("the lock /tmp/kxtool/kxts_card_0000:3b cannot be opened: Too many levels"));
+              testing::StartsWith("the lock /tmp/kxtool/kxts_card_0000:3a:00.0 cannot be opened: Too many levels"));
 }
 
 TEST_F(RunLock, IsGivenBackByAKilledTool) {
