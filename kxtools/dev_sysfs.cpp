@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
 
 #include "common/report.h"
 #include "kxtools/card_interfaces.h"
@@ -193,6 +194,13 @@ int32_t sbdf_valid_check(kxtools_sbdf sbdf) {
     return -1;
   }
   return kxtools_dev_is_supported(vendor, device) ? 0 : -1;
+}
+
+bool kxtools_folder_is_supported(const char* folder) {
+  uint32_t vendor = 0;
+  uint32_t device = 0;
+  return id_file_read((std::string(folder) + "/vendor").c_str(), &vendor) &&
+         id_file_read((std::string(folder) + "/device").c_str(), &device) && kxtools_dev_is_supported(vendor, device);
 }
 
 bool kxtools_function_is_supported(kxtools_sbdf sbdf) {

@@ -22,6 +22,9 @@ kxtools_uevent_result kxtools_uevent_slot_read(const char* path, char (&slot)[13
 /// True when the function is a port of the card's own switch; silent.
 bool kxtools_is_own_switch(kxtools_sbdf sbdf);
 
+/// True when the files "vendor" and "device" of a function's folder are those of a supported card function; silent.
+bool kxtools_folder_is_supported(const char* folder);
+
 /// True when `word` can be the name of a network interface and of nothing else in a path: 1 to 15 characters, no '/',
 /// not "." or "..".
 bool kxtools_is_interface_name(const char* word);

@@ -11,9 +11,11 @@ struct kxtools_card_interface {
   kxtools_sbdf sbdf;
 };
 
-/// All interfaces whose function is one of a supported card, by address, then by name; virtual functions too. Prints
-/// nothing, touches no card. False when the kernel's list cannot be read.
-bool kxtools_card_interfaces(std::vector<kxtools_card_interface>* interfaces);
+/// All interfaces whose function is one of a supported card, by address, then by name; virtual functions too. Those
+/// whose segment is above ffff, which no address of the tool can name, are left out; `out_of_reach` takes their names
+/// when it is given. Prints nothing, touches no card. False when the kernel's list cannot be read.
+bool kxtools_card_interfaces(std::vector<kxtools_card_interface>* interfaces,
+                             std::vector<std::string>* out_of_reach = nullptr);
 
 /// True when the host has a network interface of that name.
 bool kxtools_interface_exists(const char* name);

@@ -109,9 +109,14 @@ int kxtool_dump_eth_info(kxtool_cmd_ctx* ctx) {
     return 1;
   }
   std::vector<kxtools_card_interface> interfaces;
-  if (!kxtools_card_interfaces(&interfaces)) {
+  std::vector<std::string> out_of_reach;
+  if (!kxtools_card_interfaces(&interfaces, &out_of_reach)) {
     KXTOOLS_ERR("%s cannot be read\n", NET_CLASS);
     return 1;
+  }
+  for (const std::string& name : out_of_reach) {
+    kx_error_print("%s is left out: the segment of %s is above ffff\n", printable(name).c_str(),
+                   link_name(std::string(NET_CLASS) + "/" + name + "/device").c_str());
   }
   if (interfaces.empty()) {
     KXTOOLS_ERR("no network interface of a card\n");

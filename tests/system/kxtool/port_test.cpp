@@ -121,10 +121,12 @@ TEST(DumpEthInfo, ListsTheInterfacesOfTheCards) {
       EXPECT_NE(at, std::string::npos) << row.card << kind << result.out;
     }
   }
-  const auto far = kx_system::run(
-      {.card = R"({"functions": {"10000:3b:00.0": {"interface": "far0"}}})", .words = {"dump_eth_info"}});
+  const auto far = kx_system::run({.card = R"({"functions": {
+      "10000:3b:00.0": {"interface": "far0"}, "10000:3c:00.0": {"vendor": "0x8086", "interface": "other0"}}})",
+                                   .words = {"dump_eth_info"}});
   EXPECT_EQ(far.status, 0);
   EXPECT_EQ(far.out, cases[0].out);
+  EXPECT_EQ(far.err, "far0 is left out: the segment of 10000:3b:00.0 is above ffff\n");
   EXPECT_EQ(kx_system::run({.words = {"dump_eth_info", "eth0"}}).status, 1);
 }
 
