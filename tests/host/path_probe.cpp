@@ -110,6 +110,9 @@ void looks(int folder) {
   while (list != nullptr && readdir(list) != nullptr) {
     ++count;
   }
+  if (list != nullptr) {
+    closedir(list);
+  }
   printf("opendir: %d\n", count);
   printf("realpath: %s\n", realpath("/sys/class/net/eth0/device/../0000:3b:00.1/vendor", text));
 }

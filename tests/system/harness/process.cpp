@@ -168,6 +168,9 @@ void Process::spawn(const Command& command) {
       dup2(out[1], 1);
       dup2(err[1], 2);
     }
+    if (const char* trap = getenv(trap_variable); trap != nullptr && strcmp(trap, "ptrace") == 0) {
+      setenv("LSAN_OPTIONS", traced_leak_options, 1);
+    }
     for (const std::string& setting : command.environment) {
       putenv(const_cast<char*>(setting.c_str()));
     }

@@ -24,6 +24,10 @@ using std::chrono::milliseconds;
 inline constexpr const char* room_variable = "KX_SYSTEM_ROOM";
 inline constexpr const char* trap_variable = "KX_SYSTEM_TRAP";
 
+/// What LSAN_OPTIONS holds where the trap is ptrace: the leak check of a sanitized build traces its process itself, and
+/// ends the run when another one does already. The same runs are checked for leaks under the other trap.
+inline constexpr const char* traced_leak_options = "detect_leaks=0";
+
 /// A folder under the temporary folder, removed with everything in it.
 class Folder {
  public:
