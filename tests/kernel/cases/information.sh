@@ -38,6 +38,20 @@ case_card_that_keeps_silent() {
   has "time out"
 }
 
+# A tool that is ended while the driver waits for the card leaves nothing behind that keeps the next one out.
+case_question_that_is_ended() {
+  card silent_event 39
+  card driver_wait_ms 1500
+  kxtool sn_info eth0 sn_info >/tmp/case/all 2>&1 &
+  tool=$!
+  until_true eval 'card_log | grep -q event=39'
+  kill -TERM $tool
+  wait $tool
+  same $? 143
+  card reset
+  ran 0 kxtool sn_info eth0 sn_info
+}
+
 case_module_of_a_port() {
   ran 0 kxtool link eth0 -m
   has "CORVANE OPTICS" "CVO2601A00017"

@@ -71,3 +71,18 @@ case_update_interrupted() {
   ran 0 kxtool fwupdate eth0 /tests/one.pkg
   flash_holds_package
 }
+
+# Nobody is there to be told, so the log is; a child that went on would write into the next tool's update.
+case_update_whose_tool_is_killed() {
+  card erase_ms 30000
+  kxtool fwupdate eth0 /tests/one.pkg >/tmp/case/all 2>&1 &
+  tool=$!
+  until_true grep -q erasing /tmp/case/all
+  child=$(child_of $tool)
+  kill -KILL $tool
+  until_true gone "$child"
+  grep -q "interrupted: partition 2 is incomplete" /var/log/kxtool/kxtool_fw_upd.log || fail "the log does not tell of it"
+  card reset
+  ran 0 kxtool fwupdate eth0 /tests/one.pkg
+  flash_holds_package
+}
