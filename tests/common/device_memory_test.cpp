@@ -2,6 +2,7 @@
 #include "common/device_memory.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -18,6 +19,10 @@ constexpr size_t PAGES = 16;
 
 class DeviceMemory : public testing::Test {
  public:
+  /// A sanitizer's handler, which would be the former one, turns the signal into an exit status.
+  static void SetUpTestSuite() {
+    signal(SIGBUS, SIG_DFL);
+  }
   DeviceMemory() : page_(static_cast<size_t>(sysconf(_SC_PAGESIZE))), fd_(memfd_create("bar", MFD_CLOEXEC)) {
     EXPECT_EQ(ftruncate(fd_, static_cast<off_t>(PAGES * page_)), 0);
     data_ = static_cast<uint8_t*>(mmap(nullptr, PAGES * page_, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0));
