@@ -2,11 +2,14 @@
 
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
+#include <string_view>
 
 std::atomic<uint32_t> kx_device_memory_losses = 0;
 
@@ -52,19 +55,16 @@ bool page_replace(uintptr_t address) {
   return true;
 }
 
-void stderr_write(const char* text) {
-  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text, strlen(text));
-}
-
+// The line leaves in one call, from where its parts lie: nothing is copied, so nothing can be too long.
 void loss_tell(const char* name) {
-  char line[192] = "";
-  if (isatty(STDERR_FILENO) == 1) {
-    strcpy(line, "\r\033[K");  // a status line may be shown
+  const std::string_view erase = isatty(STDERR_FILENO) == 1 ? "\r\033[K" : "";  // a status line may be shown
+  const std::string_view texts[] = {erase, "kxtool: ", name,
+                                    " was taken away, by a driver or with the card: it reads all ones from now on\n"};
+  iovec parts[std::size(texts)];
+  for (size_t i = 0; i < std::size(texts); ++i) {
+    parts[i] = {.iov_base = const_cast<char*>(texts[i].data()), .iov_len = texts[i].size()};
   }
-  strcat(line, "kxtool: ");
-  strcat(line, name);
-  strcat(line, " was taken away, by a driver or with the card: it reads all ones from now on\n");
-  stderr_write(line);
+  [[maybe_unused]] const ssize_t written = writev(STDERR_FILENO, parts, std::size(parts));
 }
 
 // On the thread that made the access. Uses nothing but system calls and this file's own memory.
