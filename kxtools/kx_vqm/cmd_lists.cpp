@@ -20,13 +20,12 @@ struct item_row {
   std::string_view name;
   uint8_t permission = EVERYONE;
   std::string_view help = HELP_OF_DESCRIPTION;
-  bool described = true;                  ///< the command shows or sets registers of the description
-  kxtools_cmd_handler handler = nullptr;  ///< of a command that does not
+  kxtools_cmd_handler handler = nullptr;  ///< null: the command shows or sets registers of the description
 };
 
 consteval item_row own(std::string_view name, uint8_t permission, kxtools_cmd_handler handler,
                        std::string_view help = {}) {
-  return {name, permission, help, false, handler};
+  return {name, permission, help, handler};
 }
 
 template <size_t N>
@@ -101,7 +100,7 @@ consteval std::array<vqm_cmd_item, N> make_items(std::string_view group, const i
     item.permission = rows[i].permission;
     item.handler = rows[i].handler;
     text_builder help(item.help);
-    if (rows[i].described) {
+    if (rows[i].handler == nullptr) {
       item.handler = vqm_cmd_adapter<vqm_registers_run, WordsBack>;
       find_registers(&item, group, rows[i].name);
     }
@@ -182,7 +181,7 @@ struct group_name {
 };
 
 /// The command's name when `row` is the first register of a list of the group, else empty.
-consteval std::string_view command_of(std::string_view group, size_t row) {
+constexpr std::string_view command_of(std::string_view group, size_t row) {
   const auto list_of = [](size_t at) { return VQM_REGISTERS.view(VQM_REGISTERS.registers[at].list); };
   const std::string_view list = list_of(row);
   const bool inside = list.starts_with(group) && list.substr(group.size()).starts_with('.');
