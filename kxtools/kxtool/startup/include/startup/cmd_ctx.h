@@ -16,6 +16,7 @@ struct kxtool_option {
   const char* names;              ///< aliases separated by '|', such as "-f|-fw|fwupdate"; null ends the table early
   bool no_device;                 ///< takes no device word: runs at once, without lock and channel
   bool by_bdf;                    ///< works with a PCI address too, through the mailbox
+  bool card_alone;                ///< needs the card's notices, its mailbox or a reset: no other command on it beside
   kxtool_option_handler handler;  ///< null: this build cannot do it; the device is checked, nothing is sent
   const char* usage;              ///< printed for "-h"; null for none
   /// Of a row without handler: what can be done in its place.
@@ -23,8 +24,6 @@ struct kxtool_option {
   /// Looks at the words before anything of the device is touched. Returns 0, or the exit status with lines that say
   /// why; what it finds may wait in `prepared`. Null: the handler looks at them.
   kxtool_option_handler words_check = nullptr;
-  /// Needs the card's notices, its mailbox or a reset: no other command on the card beside it.
-  bool card_alone = false;
 };
 
 struct kxtool_cmd_ctx {
