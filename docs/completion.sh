@@ -48,6 +48,20 @@ _kxtool_bind_candidates() {
   esac
 }
 
+# OPTION... -- COMMAND...: the words of a command that is the tool.
+_kxtool_command_candidates() {
+  while [ "$1" != -- ]; do
+    shift
+  done
+  shift
+  case ${1-} in
+    kxtool | */kxtool)
+      shift
+      _kxtool_candidates kxtool "$@"
+      ;;
+  esac
+}
+
 # The words that may follow those given, the program's own first; one or more a line. Nothing where file names or the
 # user's own words are to follow.
 _kxtool_candidates() {
@@ -55,7 +69,7 @@ _kxtool_candidates() {
   shift
   if [ "$program" = kxvcard ]; then
     case " $* " in
-      *' -- '*) ;;
+      *' -- '*) _kxtool_command_candidates "$@" ;;
       *' --card ' | *' --log ' | *' --state ') ;;
       *) echo '--card --log --state --help --version --' ;;
     esac

@@ -7,6 +7,12 @@ _kxpkg_zsh() {
   esac
 }
 
+# The words for those given, by the rules of the shell that the functions above are written for.
+_kxtool_zsh_candidates() {
+  emulate -L sh
+  _kxtool_candidates "$@"
+}
+
 _kxtool_zsh() {
   local -a candidates
   # Behind "--" kxvcard's line is another command's.
@@ -17,7 +23,7 @@ _kxtool_zsh() {
     _normal
     return
   fi
-  candidates=(${=${(f)"$(emulate sh -c '_kxtool_candidates "$@"' zsh "$service" "${(@)words[2,CURRENT-1]}")"}})
+  candidates=(${=${(f)"$(_kxtool_zsh_candidates "$service" "${(@)words[2,CURRENT-1]}")"}})
   compadd -a candidates || _files
 }
 

@@ -37,6 +37,7 @@ offers 'kxtool bind 0' 0000:3b:00.0 0000:3b:00.1 0000:3b:01.0
 offers 'kxvcard --' --card --log --state --help --version --
 offers 'kxvcard --card '
 offers 'kxvcard --card x -- ls '
+offers 'kxvcard -- build/kxtool sn' sn_info
 offers 'kxtool sn_info e th0 $(x) `y` *'
 
 # kxpkg's words, in the array that bash hands over.
