@@ -39,10 +39,15 @@ struct AvlFunctions {
   static constexpr std::size_t alignment = alignof(Node);
   static constexpr auto init = qlix_comm_avl_init;
   static constexpr auto insert = qlix_comm_avl_insert;
-  static constexpr auto find = qlix_comm_avl_find;
+  static constexpr auto node_find = qlix_comm_avl_node_find;
   static constexpr auto remove = qlix_comm_avl_remove;
   static constexpr auto destroy = qlix_comm_avl_destroy;
   static constexpr auto next = qlix_comm_avl_next;
+  static bool slot_find(const Tree* tree, const void* key, std::uint32_t* slot) {
+    const Node* const node = qlix_comm_avl_node_find(tree, key);
+    *slot = node != nullptr ? qlix_comm_avl_node_slot(tree, node) : 0;
+    return node != nullptr;
+  }
 };
 
 struct RbFunctions {
@@ -51,10 +56,17 @@ struct RbFunctions {
   static constexpr std::size_t alignment = 64;
   static constexpr auto init = qlix_comm_rb_init;
   static constexpr auto insert = qlix_comm_rb_insert;
-  static constexpr auto find = qlix_comm_rb_search;
+  static Node* node_find(const Tree* tree, const void* key) {
+    Node* node = nullptr;
+    qlix_comm_rb_search(tree, key, &node);
+    return node;
+  }
   static constexpr auto remove = qlix_comm_rb_delete;
   static constexpr auto destroy = qlix_comm_rb_destroy;
   static constexpr auto next = qlix_comm_rb_next;
+  static bool slot_find(const Tree* tree, const void* key, std::uint32_t* slot) {
+    return qlix_comm_rb_search(tree, key, slot) == 0;
+  }
 };
 
 /// Walks the tree in key order.
@@ -89,9 +101,7 @@ class NodeTree {
     }
   }
   void search(std::size_t i) {
-    typename Functions::Node* out;
-    Functions::find(&tree_, asked_[i].data(), &out);
-    must(out == &nodes_[i]);
+    must(Functions::node_find(&tree_, asked_[i].data()) == &nodes_[i]);
   }
   void remove(std::size_t i) {
     typename Functions::Node* out;
@@ -129,9 +139,8 @@ class PoolTree {
     must(Functions::insert(&tree_, const_cast<std::uint8_t*>(keys_[i].data()), &slot) == 0);
   }
   void search(std::size_t i) {
-    std::uint32_t slot = 0xFFFFFFFF;
-    Functions::find(&tree_, keys_[i].data(), &slot);
-    must(slot < keys_.size());
+    std::uint32_t slot;
+    must(Functions::slot_find(&tree_, keys_[i].data(), &slot) && slot < keys_.size());
   }
   void remove(std::size_t i) {
     std::uint32_t slot;

@@ -156,6 +156,29 @@ TEST(AvlCodes, FullPoolAndKeyPoolEdge) {
   qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
 }
 
+TEST(AvlCodes, NodeFindTellsASlotFromAnAbsentKey) {
+  constexpr std::uint32_t NODES = 0x1902;
+  qlix_comm_avl tree{};
+  ASSERT_EQ(qlix_comm_avl_init(&tree, NODES, 4, nullptr), 0u);
+  std::uint32_t out = 0;
+  for (std::uint32_t i = 0; i < NODES; ++i) {
+    std::uint32_t key = number_key(i);
+    ASSERT_EQ(qlix_comm_avl_insert(&tree, &key, &out), 0u);
+  }
+  const std::uint32_t last = number_key(out == 0x1901 ? NODES - 1 : 0);  // slots go out in order, from one of the ends
+  const std::uint32_t absent = number_key(NODES);
+  std::uint32_t found[2] = {};
+  EXPECT_EQ(qlix_comm_avl_find(&tree, &last, &found[0]), qlix_comm_avl_find(&tree, &absent, &found[1]));
+  EXPECT_EQ(found[0], found[1]) << "no caller can tell them apart";
+  const qlix_comm_avl_node* const node = qlix_comm_avl_node_find(&tree, &last);
+  ASSERT_NE(node, nullptr);
+  EXPECT_EQ(qlix_comm_avl_node_slot(&tree, node), 0x1901u);
+  EXPECT_EQ(qlix_comm_avl_node_find(&tree, &absent), nullptr);
+  EXPECT_EQ(qlix_comm_avl_node_find(&tree, nullptr), nullptr);
+  EXPECT_EQ(qlix_comm_avl_node_find(nullptr, &last), nullptr);
+  EXPECT_EQ(qlix_comm_avl_destroy(&tree), 0u);
+}
+
 TEST(AvlCodes, DuplicateNodeWritesZero) {
   qlix_comm_avl tree{};
   ASSERT_EQ(qlix_comm_avl_init(&tree, 0, 4, nullptr), 0u);

@@ -302,6 +302,10 @@ std::uint32_t node_unlink(qlix_comm_avl* tree, trail& trail) {
   return QLIX_COMM_OK;
 }
 
+node_t* node_search(const qlix_comm_avl* tree, const void* key) {
+  return tree_search(tree, key, tree->key_len, [tree, key] { return node_find(tree, key); });
+}
+
 // A node that is null stands for a key that is absent.
 void result_set(const qlix_comm_avl* tree, node_t* node, qlix_comm_avl_out out) {
   out.set(tree->dynamic != 0, node != nullptr ? qlix_comm_avl_node_slot(tree, node) : QLIX_COMM_AVL_NO_SLOT, node);
@@ -427,9 +431,16 @@ std::uint32_t qlix_comm_avl_find(const qlix_comm_avl* tree, const void* key, qli
   QLIX_COMM_CHECK_POINT(tree);
   QLIX_COMM_CHECK_POINT(key);
   QLIX_COMM_CHECK_POINT(out.place(tree->dynamic != 0));
-  node_t* const node = tree_search(tree, key, tree->key_len, [tree, key] { return node_find(tree, key); });
-  result_set(tree, node, out);
+  result_set(tree, node_search(tree, key), out);
   return QLIX_COMM_OK;
+}
+
+qlix_comm_avl_node* qlix_comm_avl_node_find(const qlix_comm_avl* tree, const void* key) {
+  if (tree == nullptr || key == nullptr) {
+    static_cast<void>(qlix_comm_detail::report_null(QLIX_COMM_HERE));
+    return nullptr;
+  }
+  return node_search(tree, key);
 }
 
 std::uint32_t ic_comm_avl_get_node_num(const qlix_comm_avl* tree, std::uint32_t* num) {

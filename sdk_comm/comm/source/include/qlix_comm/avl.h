@@ -74,11 +74,16 @@ std::uint32_t qlix_comm_avl_destroy(qlix_comm_avl* tree);
 /// node, whose key pointer is set; `out` may be null. A key that exists: 0x1904 with `*out` its slot, 0 in dynamic
 /// mode.
 std::uint32_t qlix_comm_avl_insert(qlix_comm_avl* tree, void* key_or_node, std::uint32_t* out);
-/// Removes the key: out = its slot, now free, or the unlinked node, which goes back to
-/// the caller. Absent: 0, with out 0x1901 or null.
+/// Removes the key: out = its slot, now free, or the unlinked node, which goes back to the caller. Absent: 0, with out
+/// 0x1901 or null. In a pool of more than 0x1901 (6401) nodes 0x1901 is a real slot too: there the number of nodes
+/// tells whether one went, or qlix_comm_avl_node_find before.
 std::uint32_t qlix_comm_avl_remove(qlix_comm_avl* tree, const void* key, qlix_comm_avl_out out);
-/// out = slot or node of the key. Absent: 0, with out 0x1901 or null.
+/// out = slot or node of the key. Absent: 0, with out 0x1901 or null. In a pool of more than 0x1901 (6401) nodes 0x1901
+/// is a real slot too, and nothing tells the two apart: ask qlix_comm_avl_node_find, which cannot be mistaken.
 std::uint32_t qlix_comm_avl_find(const qlix_comm_avl* tree, const void* key, qlix_comm_avl_out out);
+/// The node of the key in a tree of either mode, null when it is absent (or an argument is null, with an error line).
+/// It stays the tree's or, in dynamic mode, the caller's; a pool's node has its slot (qlix_comm_avl_node_slot).
+qlix_comm_avl_node* qlix_comm_avl_node_find(const qlix_comm_avl* tree, const void* key);
 
 /// Number of nodes.
 std::uint32_t ic_comm_avl_get_node_num(const qlix_comm_avl* tree, std::uint32_t* num);
