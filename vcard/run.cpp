@@ -17,6 +17,7 @@
 #include "host/process.h"
 #include "host/status.h"
 #include "host/sysfs_tree.h"
+#include "host/system_log.h"
 #include "host/trap.h"
 #include "vcard/card.h"
 #include "vcard/models.h"
@@ -98,7 +99,8 @@ class Run {
         tunnel_(card_),
         netlink_(card_),
         driver_(card_, netlink_),
-        ethtool_(card_) {}
+        ethtool_(card_),
+        system_log_(log_) {}
   /// The card thread calls into the wires: it must have ended before they do.
   ~Run() {
     card_.stop();
@@ -131,6 +133,7 @@ class Run {
   NetlinkWire netlink_;
   DriverWire driver_;
   EthtoolWire ethtool_;
+  SystemLog system_log_;
   std::unique_ptr<Trap> trap_;
   const Trap::Handler handler_ = [this](TrappedCall& call) { call_handle(call); };
   Command command_;
@@ -191,6 +194,7 @@ int Run::serve(const RunOptions& options, const Attempt& attempt, int signals) {
       std::lock_guard guard(card_.lock());
       netlink_.poll_add(set);
     }
+    system_log_.poll_add(set);
     if (poll(set.data(), set.size(), trap_->has_more() ? 0 : -1) < 0 && errno != EINTR) {
       return host_error(exit_failure, "poll: %s", strerror(errno));
     }
@@ -199,9 +203,11 @@ int Run::serve(const RunOptions& options, const Attempt& attempt, int signals) {
       std::lock_guard guard(card_.lock());
       netlink_.poll_handle(set);
     }
+    system_log_.take();
     ended = (set[0].revents != 0 && signals_handle(signals)) || (trap_->has_more() && children_handle()) ||
             set[1].revents != 0;
   }
+  system_log_.take();  // what came with the end
   return status_;
 }
 
@@ -220,6 +226,9 @@ void Run::call_handle(TrappedCall& call) {
       break;
     case SYS_bind:
       netlink_.bind_socket(call);
+      break;
+    case SYS_connect:
+      system_log_.connect(call);
       break;
     case SYS_mmap:
       mapping_handle(call);

@@ -72,6 +72,13 @@ echo 1 > $f/remove; ls -d $f /sys/class/net/eth0 ../drivers/corvane10e/$f || ech
               testing::ElementsAre("function_reset function=0000:3b:00.0", "function_reset function=0000:3b:00.1"));
 }
 
+TEST(Host, TheSystemsLogIsTheCards) {
+  const kx_system::Result result = kx_system::run(script("logger -t first -i 'one: two'; logger -p daemon.err -t x y"));
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.log_of("syslog "),
+              testing::ElementsAre("syslog priority=13 text=first: one: two", "syslog priority=27 text=x: y"));
+}
+
 TEST(Host, AnOrdinaryUserSees64BytesAndNoBar) {
   kx_system::Result result =
       kx_system::run(script("cd /sys/bus/pci/devices/0000:3b:00.0; wc -c < config; stat -c %a config resource0",

@@ -103,6 +103,7 @@ CallRules wire_rules() {
       {__NR_ioctl, 0, {{{1, every_bit, ethtool_ioctl_request}}}},
       {__NR_socket, 0, {{{0, every_bit, AF_NETLINK}, {2, every_bit, NETLINK_GENERIC}}}},
       {__NR_bind, 0, {{{2, every_bit, sizeof(struct sockaddr_nl)}}}},
+      {__NR_connect},
       {__NR_mmap, 0, {{{3, MAP_SHARED, MAP_SHARED}, {4, no_file, 0}}}},
       {__NR_write, 0, {{{2, every_bit, 1}}}},
       {__NR_write, 0, {{{2, every_bit, control_text_max}}}},

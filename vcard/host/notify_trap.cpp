@@ -39,6 +39,7 @@ class NotifiedCall final : public TrappedCall {
     answer(0, 0, SECCOMP_USER_NOTIF_FLAG_CONTINUE);
   }
   UniqueFd finish_with_socket(int flags, std::string& target) override;
+  UniqueFd finish_connected(int fd) override;
   void finish_with_file(const std::string& path, int flags, mode_t mode) override;
   void finish_in_folder(const std::string& path) override;
 
@@ -47,8 +48,9 @@ class NotifiedCall final : public TrappedCall {
     return ioctl(listener_, SECCOMP_IOCTL_NOTIF_ID_VALID, &notification_.id) == 0;
   }
   void answer(int64_t value, int error, uint32_t flags) const;
-  /// Puts `fd` into the caller's table. Its number there, or -errno.
-  int descriptor_give(int fd, bool close_on_exec) const;
+  /// Puts `fd` into the caller's table, in the place of its descriptor `over` unless that is negative. Its number
+  /// there, or -errno.
+  int descriptor_give(int fd, bool close_on_exec, int over = -1) const;
   void folder_change(int fd);
 
   int listener_;
@@ -76,23 +78,35 @@ void NotifiedCall::answer(int64_t value, int error, uint32_t flags) const {
   static_cast<void>(ioctl(listener_, SECCOMP_IOCTL_NOTIF_SEND, &response));
 }
 
-int NotifiedCall::descriptor_give(int fd, bool close_on_exec) const {
+int NotifiedCall::descriptor_give(int fd, bool close_on_exec, int over) const {
   struct seccomp_notif_addfd add = {};
   add.id = notification_.id;
+  add.flags = over >= 0 ? SECCOMP_ADDFD_FLAG_SETFD : 0;
+  add.newfd = over >= 0 ? static_cast<uint32_t>(over) : 0;
   add.srcfd = static_cast<uint32_t>(fd);
   add.newfd_flags = close_on_exec ? O_CLOEXEC : 0;
   const int number = ioctl(listener_, SECCOMP_IOCTL_NOTIF_ADDFD, &add);
   return number >= 0 ? number : errno == EMFILE ? -EMFILE : -ENFILE;
 }
 
-UniqueFd NotifiedCall::finish_with_socket(int flags, std::string& target) {
+/// False, with errno, when there is none.
+bool pair_open(UniqueFd& card_end, UniqueFd& command_end) {
   int pair[2];
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair) != 0) {
+    return false;
+  }
+  card_end = UniqueFd(pair[0]);
+  command_end = UniqueFd(pair[1]);
+  return true;
+}
+
+UniqueFd NotifiedCall::finish_with_socket(int flags, std::string& target) {
+  UniqueFd card_end;
+  UniqueFd command_end;
+  if (!pair_open(card_end, command_end)) {
     fail(errno);
     return {};
   }
-  UniqueFd card_end(pair[0]);
-  const UniqueFd command_end(pair[1]);
   if ((flags & SOCK_NONBLOCK) != 0) {
     fcntl(command_end.get(), F_SETFL, O_NONBLOCK);
   }
@@ -101,6 +115,18 @@ UniqueFd NotifiedCall::finish_with_socket(int flags, std::string& target) {
   target = "socket:[" + std::to_string(status.st_ino) + "]";
   const int number = descriptor_give(command_end.get(), (flags & SOCK_CLOEXEC) != 0);
   finish(number);
+  return number >= 0 ? std::move(card_end) : UniqueFd();
+}
+
+UniqueFd NotifiedCall::finish_connected(int fd) {
+  UniqueFd card_end;
+  UniqueFd command_end;
+  if (!pair_open(card_end, command_end)) {
+    fail(errno);
+    return {};
+  }
+  const int number = descriptor_give(command_end.get(), true, fd);
+  finish(std::min(number, 0));
   return number >= 0 ? std::move(card_end) : UniqueFd();
 }
 

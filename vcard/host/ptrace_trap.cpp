@@ -101,6 +101,7 @@ class TracedCall final : public TrappedCall {
   void finish(int64_t value) override;
   void pass_on() override;
   UniqueFd finish_with_socket(int flags, std::string& target) override;
+  UniqueFd finish_connected(int fd) override;
   void finish_with_file(const std::string& path, int flags, mode_t mode) override;
   void finish_in_folder(const std::string& path) override;
   /// Lets the caller wait for a signal.
@@ -113,6 +114,9 @@ class TracedCall final : public TrappedCall {
   /// Leaves the call without making it.
   BorrowedThread borrow();
   void give_back(BorrowedThread& caller, int64_t result);
+  /// Lets the caller open a socket that is connected to the card: `number` is its number, or -errno, and the card's end
+  /// is returned.
+  UniqueFd socket_open(BorrowedThread& caller, int flags, int64_t& number);
   /// The caller's scratch page with `data` in it, 0 when there is none.
   uint64_t scratch(BorrowedThread& caller, const void* data, size_t size);
 
@@ -182,17 +186,11 @@ uint64_t TracedCall::scratch(BorrowedThread& caller, const void* data, size_t si
   return 0;
 }
 
-UniqueFd TracedCall::finish_with_socket(int flags, std::string& target) {
-  BorrowedThread caller = borrow();
+UniqueFd TracedCall::socket_open(BorrowedThread& caller, int flags, int64_t& number) {
   const uint64_t address = scratch(caller, &trap_.address_, trap_.address_size_);
-  if (address == 0) {
-    give_back(caller, -ENOMEM);
-    return {};
-  }
-  const int64_t number = caller.call(
-      __NR_socket, {AF_UNIX, SOCK_SEQPACKET | static_cast<uint64_t>(flags & (SOCK_NONBLOCK | SOCK_CLOEXEC)), 0});
+  number =
+      address == 0 ? -ENOMEM : caller.call(__NR_socket, {AF_UNIX, SOCK_SEQPACKET | static_cast<uint64_t>(flags), 0});
   if (number < 0) {
-    give_back(caller, number);
     return {};
   }
   const int64_t connected = caller.call(__NR_connect, {static_cast<uint64_t>(number), address, trap_.address_size_});
@@ -202,17 +200,35 @@ UniqueFd TracedCall::finish_with_socket(int flags, std::string& target) {
     struct ucred peer = {};
     socklen_t size = sizeof peer;
     if (getsockopt(card_end.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.pid == owner) {
-      break;
+      return card_end;
     }
   }
-  if (!card_end) {
-    caller.call(__NR_close, {static_cast<uint64_t>(number)});
-    give_back(caller, connected < 0 ? connected : -ENOBUFS);
-    return {};
-  }
-  target = descriptor_target(static_cast<int>(number));
+  caller.call(__NR_close, {static_cast<uint64_t>(number)});
+  number = connected < 0 ? connected : -ENOBUFS;
+  return {};
+}
+
+UniqueFd TracedCall::finish_with_socket(int flags, std::string& target) {
+  BorrowedThread caller = borrow();
+  int64_t number;
+  UniqueFd card_end = socket_open(caller, flags & (SOCK_NONBLOCK | SOCK_CLOEXEC), number);
+  target = card_end ? descriptor_target(static_cast<int>(number)) : "";
   give_back(caller, number);
   return card_end;
+}
+
+UniqueFd TracedCall::finish_connected(int fd) {
+  BorrowedThread caller = borrow();
+  int64_t number;
+  UniqueFd card_end = socket_open(caller, SOCK_CLOEXEC, number);
+  if (!card_end) {
+    give_back(caller, number);
+    return {};
+  }
+  const int64_t moved = caller.call(__NR_dup3, {static_cast<uint64_t>(number), static_cast<uint64_t>(fd), O_CLOEXEC});
+  caller.call(__NR_close, {static_cast<uint64_t>(number)});
+  give_back(caller, std::min<int64_t>(moved, 0));
+  return moved >= 0 ? std::move(card_end) : UniqueFd();
 }
 
 void TracedCall::finish_with_file(const std::string& path, int flags, mode_t mode) {

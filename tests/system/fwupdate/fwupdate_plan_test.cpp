@@ -12,8 +12,10 @@ using kx_system::Result;
 using testing::AllOf;
 using testing::AnyOf;
 using testing::Contains;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 using update_run::bytes;
 using update_run::Workplace;
 
@@ -112,6 +114,12 @@ TEST(FirmwareUpdatePlan, UpdateTellsWhatItDoesAndWhatRunsAfterwards) {
   EXPECT_THAT(work.log(), HasSubstr("fwupdate of eth0 begins: user "));
   EXPECT_THAT(work.log(), HasSubstr(", terminal "));
   EXPECT_THAT(work.log(), HasSubstr("fwupdate of eth0 ends with status 0\n"));
+  const std::string head = "syslog priority=13 text=kxtool: ";
+  EXPECT_THAT(result.log_of("syslog "),
+              ElementsAre(AllOf(StartsWith(head + "fwupdate of eth0 begins: user "), HasSubstr(", terminal ")),
+                          StartsWith(head + "card eth0 (0000:3b:00.0)"), StartsWith(head + "package TARN-FW-BOARDTYPE"),
+                          StartsWith(head + "now runs TARN-FW-BOARDTYPE-1.0.0 from partition 1"),
+                          head + "fwupdate of eth0 ends with status 0"));
 }
 
 TEST(FirmwareUpdatePlan, WordsAndFilesAreRefusedBeforeTheCardIsTouched) {

@@ -43,8 +43,8 @@ struct CallRules {
   std::vector<sock_filter> filter(uint32_t caught) const;
 };
 
-/// The calls that are wires of the card: driver and ethtool ioctl, generic netlink socket, bind with a netlink address,
-/// and the shared mapping of a file, which may be BAR 0.
+/// The calls that are caught in every room: driver and ethtool ioctl, generic netlink socket, bind with a netlink
+/// address, connect, which may be to the system's log, and the shared mapping of a file, which may be BAR 0.
 CallRules wire_rules();
 
 }  // namespace vcard

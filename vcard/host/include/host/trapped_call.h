@@ -60,6 +60,9 @@ class TrappedCall {
   /// `flags`. The other end is returned, none when the call has failed. `target` is what descriptor_target says of the
   /// caller's end.
   virtual UniqueFd finish_with_socket(int flags, std::string& target) = 0;
+  /// Ends a connect: one end of such a pair takes the place of the caller's descriptor, to be closed on exec. The other
+  /// end is returned, none when the call has failed.
+  virtual UniqueFd finish_connected(int fd) = 0;
   /// Opens the file for the caller, as if it had named it.
   virtual void finish_with_file(const std::string& path, int flags, mode_t mode) = 0;
   /// Moves the caller into the folder.
