@@ -55,13 +55,8 @@ void glb_print_date(uint64_t, char**, uint32_t count) {
 }
 
 void two_stage_vf_stat(uint64_t, char** words, uint32_t count) {
-  if (vqm_cmd_count_check(count, 2, 2)) {
-    vf_stat(words[1]);
-  }
-}
-
-void cnt_vf_stat(uint64_t, char** words, uint32_t count) {
-  if (vqm_cmd_count_check(count, 3, 3)) {
-    vf_stat(words[2]);
+  const uint32_t back = vqm_cmd_words_back();
+  if (vqm_cmd_count_check(count, back + 1, back + 1)) {
+    vf_stat(words[back]);
   }
 }

@@ -83,6 +83,10 @@ std::span<const kx_register_description> vqm_cmd_registers() {
                                  : VQM_REGISTERS.registers.subspan(running.item->reference, running.item->word);
 }
 
+const char* vqm_cmd_lists() {
+  return running.item == nullptr ? "" : running.item->lists;
+}
+
 uint32_t vqm_cmd_words_back() {
   return running.words_back;
 }

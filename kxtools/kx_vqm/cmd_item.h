@@ -19,6 +19,8 @@ struct vqm_cmd_item {
   char help[132];
   kxtools_cmd_handler handler;
   uint8_t permission;
+  const char* lists;    ///< of a summary: what it shows, lists of the description with blanks between them
+  const char* purpose;  ///< of a command with a function of its own
 };
 
 /// A group of commands.
@@ -60,6 +62,8 @@ int32_t kxvqm_module_help(kxtools_cmd_context* ctx);
 
 /// The registers of the running command.
 std::span<const kx_register_description> vqm_cmd_registers();
+/// The lists of the running command.
+const char* vqm_cmd_lists();
 /// How many of `words` are command words.
 uint32_t vqm_cmd_words_back();
 

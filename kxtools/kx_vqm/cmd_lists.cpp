@@ -2,6 +2,7 @@
 // description holds for it; one without registers there does not compile.
 #include <algorithm>
 #include <array>
+#include <numeric>
 #include <string_view>
 
 #include "cmd_item.h"
@@ -13,20 +14,17 @@ namespace {
 constexpr uint8_t EVERYONE = 0;
 constexpr uint8_t SUPER = 1;
 
-constexpr std::string_view HELP_OF_DESCRIPTION = "*";
-
-/// One row of a list as it is written here.
+/// One row of a list as it is written here. Without a function of its own the command shows or sets registers of the
+/// description; without a help text it has the words that these take, or none.
 struct item_row {
   std::string_view name;
   uint8_t permission = EVERYONE;
-  std::string_view help = HELP_OF_DESCRIPTION;
-  kxtools_cmd_handler handler = nullptr;  ///< null: the command shows or sets registers of the description
+  kxtools_cmd_handler handler = nullptr;
+  const char* lists = "";
+  const char* purpose = "";
+  const char* help = nullptr;
+  std::string_view list = {};  ///< of the description, when it is not its name
 };
-
-consteval item_row own(std::string_view name, uint8_t permission, kxtools_cmd_handler handler,
-                       std::string_view help = {}) {
-  return {name, permission, help, handler};
-}
 
 template <size_t N>
 class text_builder {
@@ -70,198 +68,175 @@ consteval void describe_words(text_builder<sizeof vqm_cmd_item::help>* help,
   }
 }
 
-consteval bool is_of(std::string_view list, std::string_view group, std::string_view name) {
-  return group.empty() ? list == name
-                       : list.size() == group.size() + 1 + name.size() && list.starts_with(group) &&
-                             list[group.size()] == '.' && list.ends_with(name);
-}
-
-/// The registers of the description that belong to the command; the compiler refuses a command without any.
-consteval void find_registers(vqm_cmd_item* item, std::string_view group, std::string_view name) {
-  const std::span<const kx_register_description> rows = VQM_REGISTERS.registers;
-  uint32_t first = 0;
-  while (!is_of(VQM_REGISTERS.view(rows[first].list), group, name)) {
-    ++first;
-  }
-  uint32_t end = first;
-  while (end < rows.size() && is_of(VQM_REGISTERS.view(rows[end].list), group, name)) {
-    ++end;
-  }
-  item->reference = first;
-  item->word = end - first;
-}
-
 template <uint32_t WordsBack, size_t N>
-consteval std::array<vqm_cmd_item, N> make_items(std::string_view group, const item_row (&rows)[N]) {
+consteval std::array<vqm_cmd_item, N> make_items(const item_row (&rows)[N]) {
   std::array<vqm_cmd_item, N> items = {};
   for (size_t i = 0; i < N; ++i) {
     vqm_cmd_item& item = items[i];
     text_builder(item.name).add(rows[i].name);
     item.permission = rows[i].permission;
     item.handler = rows[i].handler;
-    text_builder help(item.help);
+    item.lists = rows[i].lists;
+    item.purpose = rows[i].purpose;
+    vqm_lists_visit(rows[i].lists, [](std::string_view list) { return VQM_REGISTERS.list(list)[0].width != 0; });
     if (rows[i].handler == nullptr) {
       item.handler = vqm_cmd_adapter<vqm_registers_run, WordsBack>;
-      find_registers(&item, group, rows[i].name);
+      const auto registers = VQM_REGISTERS.list(rows[i].list.empty() ? rows[i].name : rows[i].list);
+      item.reference = static_cast<uint64_t>(&registers[0] - VQM_REGISTERS.registers.data());
+      item.word = static_cast<uint32_t>(registers.size());
     }
-    if (rows[i].help != HELP_OF_DESCRIPTION) {
+    text_builder help(item.help);
+    if (rows[i].help != nullptr) {
       help.add(rows[i].help);
-    } else {
+    } else if (rows[i].handler == nullptr) {
       describe_words(&help, VQM_REGISTERS.registers.subspan(item.reference, item.word));
     }
   }
   return items;
 }
 
-/// A command that shows several lists of the description.
-consteval item_row summary(std::string_view name, uint8_t permission) {
-  for (std::string_view lists = vqm_summary_lists(name);;) {
-    const std::string_view list = lists.substr(0, lists.find(' '));
-    // Past the end of an empty list, which the compiler refuses.
-    static_cast<void>(VQM_REGISTERS.list(list)[0]);
-    if (list.size() == lists.size()) {
-      return own(name, permission, vqm_cmd_adapter<vqm_summary_show, 1>);
-    }
-    lists.remove_prefix(list.size() + 1);
-  }
+constexpr kxtools_cmd_handler SUMMARY = vqm_cmd_adapter<vqm_summary_show, 1>;
+
+constexpr auto short_module_cmds = make_items<1>({
+    {"rd", EVERYONE, SUMMARY, "rdesc.state rdesc.arbitor_state rdesc.packed_mode rdesc.split_mode"},
+    {"rx", EVERYONE, SUMMARY, "trpg.rx"},
+    {"rxst", EVERYONE, SUMMARY, "trpg.rxst"},
+    {"tx", EVERYONE, SUMMARY, "trpg.tx"},
+    {"txst", EVERYONE, SUMMARY, "trpg.txst"},
+    {"rxtop", SUPER, SUMMARY, "trpg.rxtop"},
+    {"txctrl", SUPER, SUMMARY, "trpg.txctrl"},
+    {"pktst", SUPER, SUMMARY, "trpg.pktst"},
+    {"msix", SUPER, SUMMARY, "wr_used_vring.msix_buff"},
+    {"usedbuff", SUPER, SUMMARY, "wr_used_vring.ring_buff"},
+    {"msixst", SUPER, SUMMARY, "wr_used_vring.msix_st"},
+    {"qfcst", SUPER, SUMMARY, "wr_used_vring.qfc_st"},
+    {"used_ring_st", SUPER, SUMMARY, "rx_aximw.used_st wr_used_vring.ring_buff"},
+    {"int", SUPER, SUMMARY, "glb.int_st glb.cq_int_event glb.cq_int_mask axim.ier axim.imr"},
+    {"version", SUPER, SUMMARY, "glb.version glb.date", "Shows the version of the engine"},
+    {"vqm_clear", SUPER, vqm_cmd_adapter<vqm_clear, 1>, "", "Clears every counter that can be cleared"},
+    {"status", EVERYONE, SUMMARY,
+     "glb.int_st glb.oam host.oam_st rdesc.state qman.hard_st qfc.oam rx_aximw.work_st tx_aximr.topst"},
+    {"show_alarm", EVERYONE, SUMMARY, "glb.alarm_int_event host.alarm_st rdesc.desc_alarm_event rdesc.desc_alarm_st"},
+    {"show_config", EVERYONE, SUMMARY,
+     "glb.test_mode host.device_num_queues host.vq_num_max qman.vqm_aging_en qman.qe_free_th "
+     "qman.desc_ctrl_reg qman.rx_max_limit qman.tx_qman_limit qfc.sys_clk qfc.fc_us_num qfc.qman_aging_t "
+     "qfc.desc_link_max bman.qafull_cfg wr_used_vring.qageing"},
+    {"res_state", SUPER, SUMMARY, "bman.cnt bman.buff bman.qeid_st rdesc.split_link_num"},
+    {"aximle", SUPER, SUMMARY, "axim.wpeir axim.rpeir rdesc.aximr_err_cnt_oam"},
+    {"ost", SUPER, SUMMARY, "ost"},
+    {"show_all", SUPER, vqm_cmd_adapter<vqm_all_show, 1>, "", "Shows every register that is in no array"},
+    // What must be 0 in a healthy engine.
+    {"check_vqm", EVERYONE, vqm_cmd_adapter<vqm_check, 1>,
+     "glb.int_st glb.cq_int_event glb.alarm_int_event host.alarm_st rdesc.desc_alarm_event "
+     "rdesc.aximr_err_cnt_oam rdesc.desc_len_err_oam bman.pkt_discard_cnt trpg.pktst axim.wpeir axim.rpeir",
+     "Tells which error and alarm registers are not 0"},
+    {"bdf", SUPER, SUMMARY, "bdf"},
+});
+
+constexpr char VF_PURPOSE[] = "Shows what a virtual function (0..1192, or all) sent, received and dropped";
+
+constexpr auto two_stage_cmds = make_items<1>({
+    {"vf", EVERYONE, vqm_cmd_adapter<two_stage_vf_stat, 1>, "", VF_PURPOSE, "vf port stat info by vf_id  + [vfid]"},
+    {.name = "enqs", .permission = SUPER, .help = ""},
+    {.name = "qp", .permission = SUPER, .help = "qpair stat info by q_id  + [qp_id]"},
+    {.name = "vring", .help = "vring info by q_id  + [qp_id]"},
+    {"debug", SUPER, vqm_cmd_adapter<vqm_debug, 1>, "", "Shows the debug registers, or opens or closes them",
+     "debug info show/open/closes"},
+    {.name = "rdesc_sel", .permission = SUPER, .help = ""},
+    {.name = "idtrans_sel", .permission = SUPER, .help = ""},
+    {"vqm_print_zero", SUPER, vqm_cmd_adapter<vqm_print_zero, 1>, "",
+     "Chooses whether fields that are 0 are printed (1) or not (0)", "set if print zero_info + [0/1]"},
+    // The walk answers with the first entry of a name: this one is listed, never reached.
+    {.name = "ost", .permission = SUPER, .help = ""},
+});
+
+// The registers of the commands of the same names in no group.
+constexpr auto cnt_cmds = make_items<2>({
+    {"vf", EVERYONE, vqm_cmd_adapter<two_stage_vf_stat, 2>, "", VF_PURPOSE, "+ [vfid]"},
+    {"enqs", SUPER},
+    {"qp", SUPER},
+});
+
+constexpr auto barchan_cmds = make_items<2>({
+    {"bind_bdf", SUPER, vqm_cmd_adapter<barchan_bind_bdf, 2>, "",
+     "Chooses the function whose mailbox send_ovs_msg uses", "+ [bdf]"},
+    {"send_ovs_msg", SUPER, vqm_cmd_adapter<barchan_send_ovs_msg, 2>, "",
+     "Sends a message to the card's virtual switch and shows the reply", "+ [event_id] [word] ..."},
+});
+
+constexpr std::string_view list_of(size_t row) {
+  return VQM_REGISTERS.view(VQM_REGISTERS.registers[row].list);
 }
 
-constexpr auto short_module_cmds = make_items<1>("", {
-                                                         summary("rd", EVERYONE),
-                                                         summary("rx", EVERYONE),
-                                                         summary("rxst", EVERYONE),
-                                                         summary("tx", EVERYONE),
-                                                         summary("txst", EVERYONE),
-                                                         summary("rxtop", SUPER),
-                                                         summary("txctrl", SUPER),
-                                                         summary("pktst", SUPER),
-                                                         summary("msix", SUPER),
-                                                         summary("usedbuff", SUPER),
-                                                         summary("msixst", SUPER),
-                                                         summary("qfcst", SUPER),
-                                                         summary("used_ring_st", SUPER),
-                                                         summary("int", SUPER),
-                                                         summary("version", SUPER),
-                                                         own("vqm_clear", SUPER, vqm_cmd_adapter<vqm_clear, 1>),
-                                                         summary("status", EVERYONE),
-                                                         summary("show_alarm", EVERYONE),
-                                                         summary("show_config", EVERYONE),
-                                                         summary("res_state", SUPER),
-                                                         summary("aximle", SUPER),
-                                                         summary("ost", SUPER),
-                                                         own("show_all", SUPER, vqm_cmd_adapter<vqm_all_show, 1>),
-                                                         own("check_vqm", EVERYONE, vqm_cmd_adapter<vqm_check, 1>),
-                                                         summary("bdf", SUPER),
-                                                     });
-
-constexpr auto two_stage_cmds = make_items<1>(
-    "", {
-            own("vf", EVERYONE, vqm_cmd_adapter<two_stage_vf_stat, 1>, "vf port stat info by vf_id  + [vfid]"),
-            {"enqs", SUPER, ""},
-            {"qp", SUPER, "qpair stat info by q_id  + [qp_id]"},
-            {"vring", EVERYONE, "vring info by q_id  + [qp_id]"},
-            own("debug", SUPER, vqm_cmd_adapter<vqm_debug, 1>, "debug info show/open/closes"),
-            {"rdesc_sel", SUPER, ""},
-            {"idtrans_sel", SUPER, ""},
-            own("vqm_print_zero", SUPER, vqm_cmd_adapter<vqm_print_zero, 1>, "set if print zero_info + [0/1]"),
-            // The walk answers with the first entry of a name: this one is listed, never reached.
-            {"ost", SUPER, ""},
-        });
-
-/// The name of a group, for templates.
-template <size_t N>
-struct group_name {
-  char text[N];
-  consteval group_name(const char (&name)[N]) {
-    std::copy_n(name, N, text);
-  }
-  consteval std::string_view view() const {
-    return {text, N - 1};
-  }
-};
-
-/// The command's name when `row` is the first register of a list of the group, else empty.
-constexpr std::string_view command_of(std::string_view group, size_t row) {
-  const auto list_of = [](size_t at) { return VQM_REGISTERS.view(VQM_REGISTERS.registers[at].list); };
-  const std::string_view list = list_of(row);
-  const bool inside = list.starts_with(group) && list.substr(group.size()).starts_with('.');
-  return inside && (row == 0 || list_of(row - 1) != list) ? list.substr(group.size() + 1) : std::string_view();
+/// Whether the register is the first of a list of a group, "group.command".
+constexpr bool begins_command(size_t row) {
+  return list_of(row).find('.') != std::string_view::npos && (row == 0 || list_of(row - 1) != list_of(row));
 }
 
-consteval size_t command_count(std::string_view group) {
-  size_t count = 0;
+consteval size_t described_num() {
+  size_t num = 0;
   for (size_t row = 0; row < VQM_REGISTERS.registers.size(); ++row) {
-    count += command_of(group, row).empty() ? 0 : 1;
+    num += begins_command(row) ? 1 : 0;
   }
-  return count;
+  return num;
 }
 
-/// The commands of a group as the description has them: a list is a command.
-template <group_name Group>
+/// The commands of all groups as the description has them: a list is a command.
 consteval auto described_items() {
-  constexpr size_t count = command_count(Group.view());
-  item_row rows[count];
+  item_row rows[described_num()];
   size_t next = 0;
   for (size_t row = 0; row < VQM_REGISTERS.registers.size(); ++row) {
-    if (const std::string_view name = command_of(Group.view(), row); !name.empty()) {
-      rows[next++] = {name, VQM_REGISTERS.registers[row].super ? SUPER : EVERYONE};
+    if (begins_command(row)) {
+      const std::string_view list = list_of(row);
+      rows[next++] = {.name = list.substr(list.find('.') + 1),
+                      .permission = VQM_REGISTERS.registers[row].super ? SUPER : EVERYONE,
+                      .list = list};
     }
   }
-  return make_items<2>(Group.view(), rows);
-}
-
-template <group_name Group>
-constexpr auto items_of = described_items<Group>();
-
-template <>
-constexpr auto items_of<"glb"> = [] {
-  auto items = described_items<"glb">();
+  auto items = make_items<2>(rows);
   items[0].handler = vqm_cmd_adapter<glb_print_version, 2>;
   items[1].handler = vqm_cmd_adapter<glb_print_date, 2>;
   return items;
-}();
+}
+constexpr auto described_cmds = described_items();
 
-// The registers of the commands of the same names in no group.
-template <>
-constexpr auto items_of<"cnt"> = make_items<2>("", {
-                                                       own("vf", EVERYONE, vqm_cmd_adapter<cnt_vf_stat, 2>, "+ [vfid]"),
-                                                       {"enqs", SUPER},
-                                                       {"qp", SUPER},
-                                                   });
-
-template <>
-constexpr auto items_of<"barchan"> = make_items<2>(
-    "", {
-            own("bind_bdf", SUPER, vqm_cmd_adapter<barchan_bind_bdf, 2>, "+ [bdf]"),
-            own("send_ovs_msg", SUPER, vqm_cmd_adapter<barchan_send_ovs_msg, 2>, "+ [event_id] [word] ..."),
-        });
-
-template <group_name Group>
-consteval vqm_module group() {
-  vqm_module made = {.items = items_of<Group>.data(), .count = items_of<Group>.size(), .permission = EVERYONE};
-  text_builder(made.name).add(Group.view());
+consteval vqm_module group(std::string_view name, std::span<const vqm_cmd_item> items) {
+  vqm_module made = {.items = items.data(), .count = static_cast<uint32_t>(items.size()), .permission = EVERYONE};
+  text_builder(made.name).add(name);
   return made;
 }
 
+consteval vqm_module group(std::string_view name) {
+  const auto belongs = [name](const vqm_cmd_item& item) {
+    return list_of(item.reference).starts_with(name) && list_of(item.reference)[name.size()] == '.';
+  };
+  const auto first = std::find_if(described_cmds.begin(), described_cmds.end(), belongs);
+  return group(name, std::span(first, std::find_if_not(first, described_cmds.end(), belongs)));
+}
+
 constexpr auto vqm_modules = std::to_array<vqm_module>({
-    group<"glb">(),
-    group<"host">(),
-    group<"rdesc">(),
-    group<"qman">(),
-    group<"qfc">(),
-    group<"bman">(),
-    group<"tx_aximr">(),
-    group<"rx_aximw">(),
-    group<"wr_used_vring">(),
-    group<"trpg">(),
-    group<"hot">(),
-    group<"cnt">(),
-    {"others", nullptr, 0, EVERYONE},
-    group<"axim">(),
-    group<"MODE">(),
-    group<"barchan">(),
+    group("glb"),
+    group("host"),
+    group("rdesc"),
+    group("qman"),
+    group("qfc"),
+    group("bman"),
+    group("tx_aximr"),
+    group("rx_aximw"),
+    group("wr_used_vring"),
+    group("trpg"),
+    group("hot"),
+    group("cnt", cnt_cmds),
+    group("others", {}),
+    group("axim"),
+    group("MODE"),
+    group("barchan", barchan_cmds),
 });
 
+// The lists of a group stand together: nothing of the description is left out.
+static_assert(std::accumulate(vqm_modules.begin(), vqm_modules.end(), size_t{0},
+                              [](size_t sum, const vqm_module& module) { return sum + module.count; }) ==
+              described_cmds.size() + cnt_cmds.size() + barchan_cmds.size());
 static_assert(short_module_cmds.size() == 25 && two_stage_cmds.size() == 9 && vqm_modules.size() == 16);
 
 }  // namespace

@@ -115,20 +115,6 @@ void clear_register(const kx_register_description& row) {
   }
 }
 
-/// Calls `visit` for every register of the lists that a summary names, until it returns false.
-template <typename Visit>
-void for_each_register(std::string_view lists, Visit visit) {
-  while (!lists.empty()) {
-    const std::string_view list = lists.substr(0, lists.find(' '));
-    lists.remove_prefix(std::min(lists.size(), list.size() + 1));
-    for (const kx_register_description& row : VQM_REGISTERS.list(list)) {
-      if (!visit(row)) {
-        return;
-      }
-    }
-  }
-}
-
 // A card that does not answer makes every access wait for its time-out: one is enough.
 bool show_unless_failed(const kx_register_description& row) {
   const uint32_t failures = vqm_reg_failures();
@@ -159,9 +145,9 @@ void vqm_registers_run(uint64_t, char** words, uint32_t count) {
   }
 }
 
-void vqm_summary_show(uint64_t, char** words, uint32_t count) {
+void vqm_summary_show(uint64_t, char**, uint32_t count) {
   if (vqm_cmd_count_check(count, 1, 1)) {
-    for_each_register(vqm_summary_lists(words[0]), show_unless_failed);
+    vqm_registers_visit(vqm_cmd_lists(), show_unless_failed);
   }
 }
 
@@ -176,13 +162,13 @@ void vqm_all_show(uint64_t, char**, uint32_t count) {
   }
 }
 
-void vqm_check(uint64_t, char** words, uint32_t count) {
+void vqm_check(uint64_t, char**, uint32_t count) {
   if (!vqm_cmd_count_check(count, 1, 1)) {
     return;
   }
   const uint32_t failures = vqm_reg_failures();
   uint32_t wrong = 0;
-  for_each_register(vqm_summary_lists(words[0]), [&wrong, failures](const kx_register_description& row) {
+  vqm_registers_visit(vqm_cmd_lists(), [&wrong, failures](const kx_register_description& row) {
     const uint64_t value = vqm_register_read(row, 0);
     if (vqm_reg_failures() != failures) {
       return false;
@@ -222,7 +208,7 @@ void vqm_debug(uint64_t, char** words, uint32_t count) {
   const kx_register_description& control = VQM_REGISTERS.list("debug").front();
   const std::string_view word = words[1];
   if (word == "show") {
-    for_each_register("debug debug_info", show_unless_failed);
+    vqm_registers_visit("debug debug_info", show_unless_failed);
   } else if (word == "open" || word == "close" || word == "closes") {
     vqm_register_write(control, 0, word == "open" ? 1 : 0);
     vqm_register_show(control, 0);

@@ -3,8 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
-#include <string_view>
 
 #include "common/register_description.h"
 
@@ -14,13 +12,12 @@ void glb_print_date(uint64_t base, char** words, uint32_t count);
 
 /// Counters of one virtual function, or of all: "vf" and "cnt vf".
 void two_stage_vf_stat(uint64_t base, char** words, uint32_t count);
-void cnt_vf_stat(uint64_t base, char** words, uint32_t count);
 
 /// Shows the command's registers of the description; an array wants its index. Registers that can be set take one value
 /// each behind it, all or none. Registers that clear something are written.
 void vqm_registers_run(uint64_t base, char** words, uint32_t count);
 
-/// Shows the registers of all lists that vqm_summaries names for the command.
+/// Shows the registers of all lists of the command.
 void vqm_summary_show(uint64_t base, char** words, uint32_t count);
 /// Shows every register of the engine that is in no array.
 void vqm_all_show(uint64_t base, char** words, uint32_t count);
@@ -41,20 +38,3 @@ void barchan_send_ovs_msg(uint64_t base, char** words, uint32_t count);
 
 /// Prints title and fields of a register as the card holds it.
 void vqm_register_show(const kx_register_description& row, uint64_t index);
-
-/// The lists that a summary command shows: names joined by blanks; empty for a command that is none.
-constexpr std::string_view vqm_summary_lists(std::string_view command) {
-  struct summary {
-    std::string_view command;
-    std::string_view lists;
-  };
-  constexpr summary SUMMARIES[] = {
-#include "summaries.inc"
-  };
-  for (const summary& row : SUMMARIES) {
-    if (row.command == command) {
-      return row.lists;
-    }
-  }
-  return {};
-}

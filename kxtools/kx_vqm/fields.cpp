@@ -27,7 +27,3 @@ void vqm_print_fields(uint64_t value, std::span<const kx_field_description> fiel
 void vqm_print_zero_set(uint32_t print) {
   print_zero = print;
 }
-
-uint32_t vqm_print_zero_get() {
-  return print_zero;
-}

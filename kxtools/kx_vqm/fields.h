@@ -15,4 +15,3 @@ void vqm_print_fields(uint64_t value, std::span<const kx_field_description> fiel
 
 /// Whether zero fields are printed: 1 (at start) or 0.
 void vqm_print_zero_set(uint32_t print);
-uint32_t vqm_print_zero_get();

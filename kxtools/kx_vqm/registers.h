@@ -1,6 +1,7 @@
 // The register description of the queue engine, as the compiler made it of vqm_registers.csv.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <iterator>
 #include <string_view>
@@ -11,6 +12,27 @@ inline constexpr std::string_view VQM_REGISTERS_CSV =
 #include "vqm_registers.csv.inc"
     ;
 inline constexpr const kx_description& VQM_REGISTERS = kx_description_of<VQM_REGISTERS_CSV>;
+
+/// Calls `use` for every list of `lists`, names with blanks between them, until it returns false.
+template <typename Use>
+constexpr bool vqm_lists_visit(std::string_view lists, Use use) {
+  while (!lists.empty()) {
+    const std::string_view list = lists.substr(0, lists.find(' '));
+    lists.remove_prefix(lists.size() == list.size() ? list.size() : list.size() + 1);
+    if (!use(list)) {
+      return false;
+    }
+  }
+  return true;
+}
+/// The same for every register of the lists.
+template <typename Use>
+constexpr bool vqm_registers_visit(std::string_view lists, Use use) {
+  return vqm_lists_visit(lists, [&use](std::string_view list) {
+    const auto rows = VQM_REGISTERS.list(list);
+    return std::all_of(rows.begin(), rows.end(), use);
+  });
+}
 
 /// The kinds of index that register arrays have, and the highest of each.
 struct vqm_index_kind {

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string>
 
-#include "commands.h"
+#include "cmd_item.h"
 #include "common/card_memory.h"
 #include "kx_vqm/cmd.h"
 #include "reg_access.h"
@@ -17,24 +17,9 @@ constexpr std::string_view COUNTER_LISTS =
     "rdesc.c_desc_axim_cnt_oam rdesc.req_cnt_oam rdesc.rx_cnt_oam rdesc.aximr_err_cnt_oam rdesc.desc_len_err_oam "
     "bman.cnt bman.disc bman.pkt_discard_cnt";
 
-/// Calls `use` for every register of the lists, until it returns false.
-template <typename Use>
-constexpr bool for_each_row(std::string_view lists, Use use) {
-  while (!lists.empty()) {
-    const std::string_view list = lists.substr(0, lists.find(' '));
-    lists.remove_prefix(lists.size() == list.size() ? list.size() : list.size() + 1);
-    for (const kx_register_description& row : VQM_REGISTERS.list(list)) {
-      if (!use(row)) {
-        return false;
-      }
-    }
-  }
-  return true;
-}
-
 constexpr bool every_counter_is_a_whole_register() {
-  return for_each_row(COUNTER_LISTS,
-                      [](const kx_register_description& row) { return row.field_count == 1 && row.index.length == 0; });
+  return vqm_registers_visit(
+      COUNTER_LISTS, [](const kx_register_description& row) { return row.field_count == 1 && row.index.length == 0; });
 }
 static_assert(every_counter_is_a_whole_register());
 
@@ -54,10 +39,10 @@ void for_each_value(kxtools_unit_list list, Use use) {
   const auto single = [&use](const kx_register_description& row) { return use(row, 0u); };
   switch (list) {
     case kxtools_unit_list::checks:
-      for_each_row(vqm_summary_lists("check_vqm"), single);
+      vqm_registers_visit(vqm_cmd_item_find(nullptr, "check_vqm")->lists, single);
       return;
     case kxtools_unit_list::counters:
-      for_each_row(COUNTER_LISTS, single);
+      vqm_registers_visit(COUNTER_LISTS, single);
       return;
     case kxtools_unit_list::registers:
       break;

@@ -9,35 +9,6 @@
 
 namespace {
 
-struct purpose {
-  std::string_view name;
-  const char* text;
-};
-// Of the commands that the register description does not give.
-constexpr purpose PURPOSES[] = {
-    {"vqm_clear", "Clears every counter that can be cleared"},
-    {"show_all", "Shows every register that is in no array"},
-    {"check_vqm", "Tells which error and alarm registers are not 0"},
-    {"vf", "Shows what a virtual function (0..1192, or all) sent, received and dropped"},
-    {"debug", "Shows the debug registers, or opens or closes them"},
-    {"vqm_print_zero", "Chooses whether fields that are 0 are printed (1) or not (0)"},
-    {"version", "Shows the version of the engine"},
-    {"date", "Shows the date of the engine"},
-    {"bind_bdf", "Chooses the function whose mailbox send_ovs_msg uses"},
-    {"send_ovs_msg", "Sends a message to the card's virtual switch and shows the reply"},
-};
-
-void purpose_print(std::string_view name) {
-  for (const purpose& row : PURPOSES) {
-    if (row.name == name) {
-      kx_print("    %s.\n", row.text);
-      return;
-    }
-  }
-  const std::string_view lists = vqm_summary_lists(name);
-  kx_print("    Shows the registers of %.*s.\n", static_cast<int>(lists.size()), lists.data());
-}
-
 void text_print(const char* before, std::string_view text, const char* after) {
   kx_print("%s%.*s%s", before, static_cast<int>(text.size()), text.data(), after);
 }
@@ -87,7 +58,10 @@ void vqm_cmd_usage(const kxtools_cmd_entry& entry) {
   kx_print("kxvqm %s%s%s", group == nullptr ? "" : group->name, group == nullptr ? "" : " ", entry.name);
   if (item == nullptr || item->word == 0) {
     kx_print(" %s\n", item == nullptr ? "" : item->help);
-    purpose_print(entry.name);
+    if (item != nullptr) {
+      const bool told = item->purpose[0] != '\0';
+      kx_print("    %s%s.\n", told ? item->purpose : "Shows the registers of ", told ? "" : item->lists);
+    }
     return;
   }
   const auto rows = VQM_REGISTERS.registers.subspan(item->reference, item->word);

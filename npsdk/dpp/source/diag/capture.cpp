@@ -22,8 +22,7 @@ struct capture_status {
 /// The status registers of all blocks have the same fields.
 template <typename Register>
 uint32_t status_get(uint32_t dev_id, capture_status& status) {
-  Register fields = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &fields), "dpp_reg_read");
+  DPP_REG_READ(Register, fields, dev_id, 0, 0);
   status = {fields.cap_full, fields.cap_num, fields.cap_len};
   return QLIX_COMM_OK;
 }
@@ -71,7 +70,7 @@ void packet_print(const uint32_t* words, uint32_t length) {
 uint32_t dpp_capture_prt(uint32_t dev_id, uint32_t block_no) {
   const capture_block& block = capture_blocks[block_no];
   for (const uint32_t reg_no : block.settings) {
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_fields_print(dev_id, reg_no, 0, 0), "dpp_reg_fields_print");
+    QLIX_COMM_CALL(dpp_reg_fields_print, dev_id, reg_no, 0, 0);
   }
   capture_status status = {};
   QLIX_COMM_CHECK_DEV_RC(dev_id, block.status_get(dev_id, status), "dpp_reg_read");
@@ -80,7 +79,7 @@ uint32_t dpp_capture_prt(uint32_t dev_id, uint32_t block_no) {
   uint32_t words[data_words] = {};
   const uint32_t shown = length < 4 * data_words ? length : 4 * data_words;
   for (uint32_t i = 0; 4 * i < shown; ++i) {
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read32(dev_id, block.data, 0, i, &words[i]), "dpp_reg_read32");
+    QLIX_COMM_CALL(dpp_reg_read32, dev_id, block.data, 0, i, &words[i]);
   }
   packet_print(words, shown);
   return QLIX_COMM_OK;

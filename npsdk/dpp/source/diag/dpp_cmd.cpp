@@ -116,15 +116,8 @@ const DppCmdEntry* dpp_cmd_find(const char* name) {
   if (name == nullptr) {
     return nullptr;
   }
-  uint32_t slot = dpp_cmd_name_hash(name) % DPP_CMD_NAME_SLOTS;
-  while (dpp_cmd_name_slots[slot] != DPP_CMD_NAME_SLOT_FREE) {
-    const uint32_t index = dpp_cmd_name_slots[slot];
-    if (strcmp(&dpp_cmd_text_pool[dpp_cmd_records[index].name], name) == 0) {
-      return dpp_cmd_get(index);
-    }
-    slot = (slot + 1) % DPP_CMD_NAME_SLOTS;
-  }
-  return nullptr;
+  return dpp_cmd_get(dpp_name_find(dpp_cmd_name_slots, name,
+                                   [](uint32_t place) { return &dpp_cmd_text_pool[dpp_cmd_records[place].name]; }));
 }
 
 DppCmdListed dpp_cmd_listed_get(uint32_t index) {

@@ -5,7 +5,7 @@
 #include <span>
 
 #include "dpp_diag/dpp_cmd.h"
-#include "gen/dpp_cmd_hash.h"
+#include "dpp_reg/dpp_name_index.h"
 
 /// What stands behind a name.
 enum class dpp_cmd_kind : uint32_t { row, function, text, shell, register_print, register_dump };
@@ -112,7 +112,7 @@ uint32_t dpp_cmd_ranges_check(uint32_t place, std::span<const uint32_t> values);
 extern const dpp_cmd_record dpp_cmd_records[];
 extern const dpp_cmd_named dpp_cmd_named_table[];
 extern const dpp_cmd_listed dpp_cmd_listed_table[];
-extern const uint16_t dpp_cmd_name_slots[DPP_CMD_NAME_SLOTS];
+extern const dpp_name_slots dpp_cmd_name_slots;
 extern const dpp_cmd_function dpp_cmd_functions[];
 extern const dpp_row dpp_row_table[];
 extern const dpp_cmd_arg dpp_cmd_args[];

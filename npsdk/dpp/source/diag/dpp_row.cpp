@@ -60,10 +60,7 @@ class row_runner {
     for (uint32_t at = 0; at < row_.step_num; ++at) {
       const dpp_row_step& step = dpp_row_steps[row_.step_first + at];
       read_num_ = 0;
-      const uint32_t code = step_run(step, at);
-      if (code != QLIX_COMM_OK) {
-        return code;
-      }
+      QLIX_COMM_PASS(step_run(step, at));
     }
     return QLIX_COMM_OK;
   }
@@ -162,10 +159,7 @@ class row_runner {
 
   uint32_t values_get(const dpp_row_step& step, uint64_t* out) {
     for (uint32_t i = 0; i < step.value_num; ++i) {
-      const uint32_t code = value_get(step, dpp_row_values[step.value_first + i], out[i]);
-      if (code != QLIX_COMM_OK) {
-        return code;
-      }
+      QLIX_COMM_PASS(value_get(step, dpp_row_values[step.value_first + i], out[i]));
     }
     return QLIX_COMM_OK;
   }
@@ -197,10 +191,7 @@ class row_runner {
       return guard.status();
     }
     if (step.value_num < dpp_reg_fields_get(*dpp_reg_info_get(step.at.reg_no)).size()) {
-      const uint32_t code = failed(step, dpp_reg_read(dev_id_, step.at.reg_no, m, n, fields), "dpp_reg_read");
-      if (code != QLIX_COMM_OK) {
-        return code;
-      }
+      QLIX_COMM_PASS(failed(step, dpp_reg_read(dev_id_, step.at.reg_no, m, n, fields), "dpp_reg_read"));
     }
     for (uint32_t i = 0; i < step.value_num; ++i) {
       const dpp_row_value& value = dpp_row_values[step.value_first + i];
@@ -232,10 +223,7 @@ class row_runner {
     uint32_t fields[DPP_REG_FIELD_MAX];
     for (uint32_t m = 0; m < info.m_size; ++m) {
       for (uint32_t n = 0; n < info.n_size; ++n) {
-        const uint32_t code = failed(step, dpp_reg_read(dev_id_, info.reg_no, m, n, fields), "dpp_reg_read");
-        if (code != QLIX_COMM_OK) {
-          return code;
-        }
+        QLIX_COMM_PASS(failed(step, dpp_reg_read(dev_id_, info.reg_no, m, n, fields), "dpp_reg_read"));
       }
     }
     return QLIX_COMM_OK;
@@ -349,10 +337,7 @@ class row_runner {
 
   uint32_t command_run(const dpp_row_step& step) {
     DppCmdArgs args;
-    const uint32_t code = arguments_get(step, args);
-    if (code != QLIX_COMM_OK) {
-      return code;
-    }
+    QLIX_COMM_PASS(arguments_get(step, args));
     const DppCmdEntry* entry = dpp_cmd_get(step.text);
     const bool is_row = dpp_cmd_records[step.text].kind == static_cast<uint32_t>(dpp_cmd_kind::row);
     return failed(step, is_row ? dpp_row_run(step.text, args, verdicts_, depth_ + 1) : entry->func(*entry, args),

@@ -33,10 +33,8 @@ void words_prt(const char* what, uint32_t place, const uint32_t* words, uint32_t
 
 // The counters of the packet processor fill an area of eRAM and go on in DDR: how many lie in eRAM, and where.
 uint32_t stat_area_get(uint32_t dev_id, uint32_t* row, uint32_t* counter_num) {
-  dpp_regs::stat_ppu_eram_baddr first = {};
-  dpp_regs::stat_ppu_eram_depth depth = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &first), "dpp_reg_read");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &depth), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::stat_ppu_eram_baddr, first, dev_id, 0, 0);
+  DPP_REG_READ(dpp_regs::stat_ppu_eram_depth, depth, dev_id, 0, 0);
   *row = first.ppu_eram_baddr;
   *counter_num = depth.ppu_eram_depth * counters_in_row;
   return QLIX_COMM_OK;
@@ -49,8 +47,7 @@ void counter_prt(uint32_t index, const uint32_t* row) {
 
 uint32_t zcam_item_prt(uint32_t dev_id, uint32_t queue_id, uint32_t ram_reg_flag, uint32_t place) {
   uint32_t words[item_words] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_zcam_item_dump(dev_id, queue_id, ram_reg_flag, place, words),
-                         "dpp_dtb_zcam_item_dump");
+  QLIX_COMM_CALL(dpp_dtb_zcam_item_dump, dev_id, queue_id, ram_reg_flag, place, words);
   words_prt(ram_reg_flag != 0 ? "zcam" : "zblock_reg", place, words, item_words);
   return QLIX_COMM_OK;
 }
@@ -60,15 +57,14 @@ uint32_t zcam_item_prt(uint32_t dev_id, uint32_t queue_id, uint32_t ram_reg_flag
 // `index` counts entries of 128 << rw_len bits.
 uint32_t dpp_dtb_ddr_entry_prt(uint32_t dev_id, uint32_t queue_id, uint32_t rw_len, uint32_t baddr, uint32_t index) {
   uint32_t words[item_words] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu1_row_dump(dev_id, queue_id, rw_len, baddr, index << rw_len, words),
-                         "dpp_dtb_smmu1_row_dump");
+  QLIX_COMM_CALL(dpp_dtb_smmu1_row_dump, dev_id, queue_id, rw_len, baddr, index << rw_len, words);
   words_prt("smmu1", index, words, row_words << rw_len);
   return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_dtb_smmu0_read_128(uint32_t dev_id, uint32_t queue_id, uint32_t index) {
   uint32_t words[row_words] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu0_row_dump(dev_id, queue_id, index, words), "dpp_dtb_smmu0_row_dump");
+  QLIX_COMM_CALL(dpp_dtb_smmu0_row_dump, dev_id, queue_id, index, words);
   words_prt("smmu0", index, words, row_words);
   return QLIX_COMM_OK;
 }
@@ -81,20 +77,17 @@ uint32_t diag_dpp_dtb_ddr_dir_table_read(uint32_t dev_id, uint32_t queue_id, uin
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_DTB_DDR_ROW_MAX >> width_mode);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, offset, 0, (16u << width_mode) - 1);
   const uint32_t row = dpp_ddr_index_calc(index, width_mode, ddr_mode, offset);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_ddr_entry_prt(dev_id, queue_id, ddr_mode - 1, baddr, row),
-                         "dpp_dtb_ddr_entry_prt");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_dtb_ddr_entry_prt, dev_id, queue_id, ddr_mode - 1, baddr, row);
 }
 
 uint32_t diag_dpp_dtb_stat_smmu0_read(uint32_t dev_id, uint32_t queue_id, uint32_t index) {
   uint32_t base = 0;
   uint32_t counter_num = 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, stat_area_get(dev_id, &base, &counter_num), "stat_area_get");
+  QLIX_COMM_CALL(stat_area_get, dev_id, &base, &counter_num);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, counter_num, 1, UINT32_MAX);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, counter_num - 1);
   uint32_t row[row_words] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu0_row_dump(dev_id, queue_id, base + index / counters_in_row, row),
-                         "dpp_dtb_smmu0_row_dump");
+  QLIX_COMM_CALL(dpp_dtb_smmu0_row_dump, dev_id, queue_id, base + index / counters_in_row, row);
   counter_prt(index, row);
   return QLIX_COMM_OK;
 }
@@ -102,40 +95,33 @@ uint32_t diag_dpp_dtb_stat_smmu0_read(uint32_t dev_id, uint32_t queue_id, uint32
 uint32_t diag_dpp_dtb_stat_smmu1_read(uint32_t dev_id, uint32_t queue_id, uint32_t index) {
   uint32_t base = 0;
   uint32_t counter_num = 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, stat_area_get(dev_id, &base, &counter_num), "stat_area_get");
+  QLIX_COMM_CALL(stat_area_get, dev_id, &base, &counter_num);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, counter_num, stat_index_max);
-  dpp_regs::stat_ppu_ddr_baddr area = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &area), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::stat_ppu_ddr_baddr, area, dev_id, 0, 0);
   base = area.ppu_ddr_baddr;
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, base, 0, ddr_row_num - 1);
   const uint32_t place = base + (index - counter_num) / counters_in_row;
   uint32_t row[row_words] = {};
-  QLIX_COMM_CHECK_DEV_RC(
-      dev_id, dpp_dtb_smmu1_row_dump(dev_id, queue_id, 0, place / rows_in_base_unit, place % rows_in_base_unit, row),
-      "dpp_dtb_smmu1_row_dump");
+  QLIX_COMM_CALL(dpp_dtb_smmu1_row_dump, dev_id, queue_id, 0, place / rows_in_base_unit, place % rows_in_base_unit,
+                 row);
   counter_prt(index, row);
   return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_dtb_se_alg_read512(uint32_t dev_id, uint32_t queue_id, uint32_t addr) {
-  QLIX_COMM_CHECK_DEV_RC(
-      dev_id, zcam_item_prt(dev_id, queue_id, (addr & alg_register_bit) != 0 ? 0 : 1, addr & ~alg_register_bit),
-      "zcam_item_prt");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(zcam_item_prt, dev_id, queue_id, (addr & alg_register_bit) != 0 ? 0 : 1,
+                          addr & ~alg_register_bit);
 }
 
 uint32_t diag_dpp_dtb_zcam_read(uint32_t dev_id, uint32_t queue_id, uint32_t zblock, uint32_t zcell, uint32_t index) {
-  QLIX_COMM_CHECK_DEV_RC(dev_id, zcam_item_prt(dev_id, queue_id, 1, zblock << 11 | zcell << 9 | index),
-                         "zcam_item_prt");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(zcam_item_prt, dev_id, queue_id, 1, zblock << 11 | zcell << 9 | index);
 }
 
 uint32_t diag_dpp_dtb_etcam_entry_read(uint32_t dev_id, uint32_t queue_id, uint32_t block, uint32_t row) {
   for (uint32_t mask = 0; mask <= 1; ++mask) {
     uint32_t words[DPP_DTB_ETCAM_WORDS] = {};
     uint32_t vbit = 0;
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_etcam_row_dump(dev_id, queue_id, block, row, mask, words, &vbit),
-                           "dpp_dtb_etcam_row_dump");
+    QLIX_COMM_CALL(dpp_dtb_etcam_row_dump, dev_id, queue_id, block, row, mask, words, &vbit);
     if (mask == 0) {
       QLIX_COMM_PRINT("block-%u row-%03u vbit: 0x%02x\n", block, row, vbit);
     }

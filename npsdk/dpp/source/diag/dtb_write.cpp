@@ -29,10 +29,7 @@ class block_sender {
   uint32_t add(const dpp_dtb_entry& entry) {
     const uint32_t size = DPP_DTB_CMD_BYTES + (entry.data_in_cmd_flag != 0 ? 0 : entry.data_size);
     if (size > sizeof(bytes_) - length_) {
-      const uint32_t code = send();
-      if (code != QLIX_COMM_OK) {
-        return code;
-      }
+      QLIX_COMM_PASS(send());
     }
     return dpp_dtb_entry_append(bytes_, sizeof(bytes_), &length_, &entry);
   }
@@ -76,21 +73,21 @@ uint32_t zeros_pack(uint32_t type, const Form& form, uint32_t data_size, dpp_dtb
 uint32_t eram_row_clear(block_sender& block, uint32_t row) {
   const dpp_dtb_eram_128_form form = {1, DPP_DTB_MODE_ERAM, DPP_ERAM_DATA_128, 1, 0, 0, row};
   dpp_dtb_entry entry;
-  QLIX_COMM_CHECK_RC(zeros_pack(DPP_DTB_TABLE_ERAM_128, form, row_bytes, &entry), "zeros_pack");
+  QLIX_COMM_CALL(zeros_pack, DPP_DTB_TABLE_ERAM_128, form, row_bytes, &entry);
   return block.add(entry);
 }
 
 uint32_t ddr_row_clear(block_sender& block, uint32_t row) {
   const dpp_dtb_ddr_form form = {1, DPP_DTB_MODE_DDR, 0, 0, 0, row / rows_in_base_unit, 0, row % rows_in_base_unit};
   dpp_dtb_entry entry;
-  QLIX_COMM_CHECK_RC(zeros_pack(DPP_DTB_TABLE_DDR, form, row_bytes, &entry), "zeros_pack");
+  QLIX_COMM_CALL(zeros_pack, DPP_DTB_TABLE_DDR, form, row_bytes, &entry);
   return block.add(entry);
 }
 
 uint32_t zcam_item_clear(block_sender& block, uint32_t place) {
   const dpp_dtb_zcam_form form = {1, DPP_DTB_MODE_ZCAM, 1, place >> 14, place >> 11, place >> 9, all_quarters, place};
   dpp_dtb_entry entry;
-  QLIX_COMM_CHECK_RC(zeros_pack(DPP_DTB_TABLE_ZCAM, form, zcam_item_bytes, &entry), "zeros_pack");
+  QLIX_COMM_CALL(zeros_pack, DPP_DTB_TABLE_ZCAM, form, zcam_item_bytes, &entry);
   return block.add(entry);
 }
 
@@ -106,7 +103,7 @@ uint32_t etcam_row_clear(block_sender& block, uint32_t place) {
     form.data_or_mask = mask;
     form.addr = place % DPP_DTB_ETCAM_ROW_NUM;
     dpp_dtb_entry entry;
-    QLIX_COMM_CHECK_RC(zeros_pack(DPP_DTB_TABLE_ETCAM, form, etcam_row_bytes, &entry), "zeros_pack");
+    QLIX_COMM_CALL(zeros_pack, DPP_DTB_TABLE_ETCAM, form, etcam_row_bytes, &entry);
     QLIX_COMM_CHECK_RC(block.add(entry), "block_sender::add");
   }
   return QLIX_COMM_OK;
@@ -167,17 +164,13 @@ uint32_t entries_clear(const memory& cleared, block_sender& block, uint32_t inde
 uint32_t diag_dpp_dtb_smmu0_write_64(uint32_t dev_id, uint32_t queue_id, uint32_t index, uint32_t data_h,
                                      uint32_t data_l) {
   const uint32_t data[] = {data_h, data_l};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu0_write(dev_id, queue_id, DPP_ERAM_DATA_64, index, data),
-                         "dpp_dtb_smmu0_write");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_dtb_smmu0_write, dev_id, queue_id, DPP_ERAM_DATA_64, index, data);
 }
 
 uint32_t diag_dpp_dtb_smmu0_write_128(uint32_t dev_id, uint32_t queue_id, uint32_t index, uint32_t data_0,
                                       uint32_t data_1, uint32_t data_2, uint32_t data_3) {
   const uint32_t data[] = {htobe32(data_0), htobe32(data_1), htobe32(data_2), htobe32(data_3)};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dtb_smmu0_write(dev_id, queue_id, DPP_ERAM_DATA_128, index, data),
-                         "dpp_dtb_smmu0_write");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_dtb_smmu0_write, dev_id, queue_id, DPP_ERAM_DATA_128, index, data);
 }
 
 uint32_t dpp_dtb_table_flush(uint32_t dev_id, uint32_t queue_id, uint32_t table, uint32_t index, uint32_t num) {

@@ -84,8 +84,7 @@ uint32_t mcode_dropstat(uint32_t dev_id, uint32_t version) {
   uint32_t counting = 0;
   for (const drop_point& point : points_of(version)) {
     uint32_t pair[2] = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_stat_ppu_cnt_get(dev_id, DPP_STAT_WIDTH_64, point.index, 0, pair),
-                           "dpp_stat_ppu_cnt_get");
+    QLIX_COMM_CALL(dpp_stat_ppu_cnt_get, dev_id, DPP_STAT_WIDTH_64, point.index, 0, pair);
     const uint64_t drops = uint64_t{pair[0]} << 32 | pair[1];
     total += drops;
     counting += drops != 0 ? 1 : 0;

@@ -16,8 +16,7 @@ uint32_t pair_get(uint32_t dev_id, uint32_t port, uint32_t Register::*sop, uint3
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, port, 0, DPP_PKTRX_PORT_NUM - 1);
   QLIX_COMM_CHECK_POINT(cnt);
-  Register fields = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, port, &fields), "dpp_reg_read");
+  DPP_REG_READ(Register, fields, dev_id, 0, port);
   *cnt = {fields.*sop, fields.*eop};
   return QLIX_COMM_OK;
 }
@@ -53,8 +52,7 @@ uint32_t dpp_pktrx_udf_table_get(uint32_t dev_id, uint32_t index, uint32_t* word
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_PKTRX_UDF_NUM - 1);
   QLIX_COMM_CHECK_POINT(words);
-  dpp_regs::pktrx_udf_table entry = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, index, &entry), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::pktrx_udf_table, entry, dev_id, 0, index);
   words[0] = entry.udf_data_0;
   words[1] = entry.udf_data_1;
   return QLIX_COMM_OK;
@@ -62,19 +60,16 @@ uint32_t dpp_pktrx_udf_table_get(uint32_t dev_id, uint32_t index, uint32_t* word
 
 uint32_t diag_dpp_pktrx_port_cnt_prt(uint32_t dev_id, uint32_t port) {
   dpp_pktrx_sop_eop cnt = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_pktrx_stat_isch_i_port_cnt_get(dev_id, port, &cnt),
-                         "dpp_pktrx_stat_isch_i_port_cnt_get");
+  QLIX_COMM_CALL(dpp_pktrx_stat_isch_i_port_cnt_get, dev_id, port, &cnt);
   QLIX_COMM_PRINT("port_id-%03d   isch_i_sop: 0x%08x          isch_i_eop: 0x%08x\n", port, cnt.sop, cnt.eop);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_pktrx_stat_isch_o_port_cnt_get(dev_id, port, &cnt),
-                         "dpp_pktrx_stat_isch_o_port_cnt_get");
+  QLIX_COMM_CALL(dpp_pktrx_stat_isch_o_port_cnt_get, dev_id, port, &cnt);
   QLIX_COMM_PRINT("port_id-%03d   isch_o_sop: 0x%08x          isch_o_eop: 0x%08x\n", port, cnt.sop, cnt.eop);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_pktrx_stat_parser_port_cnt_get(dev_id, port, &cnt),
-                         "dpp_pktrx_stat_parser_port_cnt_get");
+  QLIX_COMM_CALL(dpp_pktrx_stat_parser_port_cnt_get, dev_id, port, &cnt);
   QLIX_COMM_PRINT("port_id-%03d parser_o_sop: 0x%08x        parser_o_eop: 0x%08x\n", port, cnt.sop, cnt.eop);
   // Scripts know this failure by the name of the first read.
   QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_pktrx_stat_isch_o_cnt_get(dev_id, &cnt), "dpp_pktrx_stat_isch_i_port_cnt_get");
   QLIX_COMM_PRINT("total     isch_o_total_sop: 0x%08x    isch_o_total_eop: 0x%08x\n", cnt.sop, cnt.eop);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_pktrx_stat_parser_cnt_get(dev_id, &cnt), "dpp_pktrx_stat_parser_cnt_get");
+  QLIX_COMM_CALL(dpp_pktrx_stat_parser_cnt_get, dev_id, &cnt);
   QLIX_COMM_PRINT("total   parser_o_total_sop: 0x%08x  parser_o_total_eop: 0x%08x\n", cnt.sop, cnt.eop);
   return QLIX_COMM_OK;
 }

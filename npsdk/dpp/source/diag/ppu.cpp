@@ -19,7 +19,7 @@ uint32_t dpp_ppu_mem_prt(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memor
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, memory, 0, std::size(names) - 1);
   for (uint32_t at = addr; at - addr < num; ++at) {
     uint32_t words[DPP_PPU_WORDS] = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_ppu_mem_get(dev_id, cluster, memory, me_id, at, words), "dpp_ppu_mem_get");
+    QLIX_COMM_CALL(dpp_ppu_mem_get, dev_id, cluster, memory, me_id, at, words);
     QLIX_COMM_PRINT("%s-0x%05x: 0x%08x 0x%08x 0x%08x 0x%08x\n", names[memory], at, words[0], words[1], words[2],
                     words[3]);
   }
@@ -27,8 +27,6 @@ uint32_t dpp_ppu_mem_prt(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memor
 }
 
 uint32_t diag_dpp_ppu_instr_prt(uint32_t dev_id, uint32_t cluster, uint32_t addr, uint32_t num) {
-  QLIX_COMM_CHECK_DEV_RC(
-      dev_id, dpp_ppu_mem_prt(dev_id, cluster, DPP_PPU_MEM_INSTR, 0, addr, std::min(num, instr_max - addr + 1)),
-      "dpp_ppu_mem_prt");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_ppu_mem_prt, dev_id, cluster, DPP_PPU_MEM_INSTR, 0, addr,
+                          std::min(num, instr_max - addr + 1));
 }

@@ -70,14 +70,14 @@ bool stands_at(uint64_t record, uint32_t type, uint32_t place) {
 
 uint32_t dpp_sdt_entries_prt(uint32_t dev_id, uint32_t sdt_no, uint32_t type, uint32_t index, uint32_t num) {
   uint64_t record = 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
+  QLIX_COMM_CALL(dpp_sdt_tbl_get, dev_id, sdt_no, &record);
   if (dpp_sdt_type_of(record) != type) {
     QLIX_COMM_PRINT("sdt %u is of type %s\n", sdt_no, dpp_sdt_type_name(dpp_sdt_type_of(record)));
     return QLIX_COMM_OK;
   }
   for (uint32_t i = 0; i < num; ++i) {
     dpp_sdt_entry entry;
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_entry_get(dev_id, record, index + i, &entry), "dpp_sdt_entry_get");
+    QLIX_COMM_CALL(dpp_sdt_entry_get, dev_id, record, index + i, &entry);
     se_words_print("entry", index + i, entry.words, entry.word_num);
   }
   return QLIX_COMM_OK;
@@ -87,7 +87,7 @@ uint32_t dpp_sdt_records_prt(uint32_t dev_id, uint32_t type) {
   uint32_t num = 0;
   for (uint32_t sdt_no = 0; sdt_no < DPP_SDT_NUM; ++sdt_no) {
     uint64_t record = 0;
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
+    QLIX_COMM_CALL(dpp_sdt_tbl_get, dev_id, sdt_no, &record);
     const bool wanted =
         type == DPP_SDT_NONE ? dpp_sdt_type_of(record) != DPP_SDT_NONE : dpp_sdt_type_of(record) == type;
     if (wanted) {
@@ -101,7 +101,7 @@ uint32_t dpp_sdt_records_prt(uint32_t dev_id, uint32_t type) {
 
 uint32_t diag_dpp_se_sdt_tbl_prt(uint32_t dev_id, uint32_t sdt_no) {
   uint64_t record = 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
+  QLIX_COMM_CALL(dpp_sdt_tbl_get, dev_id, sdt_no, &record);
   record_print(sdt_no, record);
   return QLIX_COMM_OK;
 }
@@ -110,7 +110,7 @@ uint32_t diag_dpp_se_sdt_info_srh(uint32_t dev_id, uint32_t table_type, uint32_t
   uint32_t num = 0;
   for (uint32_t sdt_no = 0; sdt_no < DPP_SDT_NUM; ++sdt_no) {
     uint64_t record = 0;
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
+    QLIX_COMM_CALL(dpp_sdt_tbl_get, dev_id, sdt_no, &record);
     if (dpp_sdt_type_of(record) == table_type && stands_at(record, table_type, place)) {
       record_print(sdt_no, record);
       ++num;
@@ -121,17 +121,15 @@ uint32_t diag_dpp_se_sdt_info_srh(uint32_t dev_id, uint32_t table_type, uint32_t
 }
 
 uint32_t diag_dpp_se_sdt_tbl_wr(uint32_t dev_id, uint32_t sdt_no, uint32_t data_h, uint32_t data_l) {
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_set(dev_id, sdt_no, uint64_t{data_h} << 32 | data_l), "dpp_sdt_tbl_set");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_sdt_tbl_set, dev_id, sdt_no, uint64_t{data_h} << 32 | data_l);
 }
 
 uint32_t diag_dpp_se_eram_sdt_tbl_wr(uint32_t dev_id, uint32_t sdt_no, uint32_t eram_mode, uint32_t eram_base_addr,
                                      uint32_t eram_table_depth) {
   const uint32_t values[] = {eram_mode, eram_base_addr, eram_table_depth};
   uint64_t record = 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_pack(DPP_SDT_ERAM, values, &record), "dpp_sdt_pack");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_set(dev_id, sdt_no, record), "dpp_sdt_tbl_set");
-  return QLIX_COMM_OK;
+  QLIX_COMM_CALL(dpp_sdt_pack, DPP_SDT_ERAM, values, &record);
+  return QLIX_COMM_CALLED(dpp_sdt_tbl_set, dev_id, sdt_no, record);
 }
 
 uint32_t dpp_sdt_eram_ddr_table_add(uint32_t dev_id, uint32_t sdt_no, uint32_t table_type, uint32_t width,
@@ -139,8 +137,8 @@ uint32_t dpp_sdt_eram_ddr_table_add(uint32_t dev_id, uint32_t sdt_no, uint32_t t
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, width, 0, table_type == DPP_SDT_ERAM ? width_max : DPP_SE_DDR_MODE_MAX);
   const uint32_t values[] = {width, base, depth};
   uint64_t record = 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_pack(table_type, values, &record), "dpp_sdt_pack");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_set(dev_id, sdt_no, record), "dpp_sdt_tbl_set");
+  QLIX_COMM_CALL(dpp_sdt_pack, table_type, values, &record);
+  QLIX_COMM_CALL(dpp_sdt_tbl_set, dev_id, sdt_no, record);
   record_print(sdt_no, record);
   return QLIX_COMM_OK;
 }
@@ -152,8 +150,7 @@ uint32_t dpp_sdt_table_data_pre(uint32_t dev_id, uint32_t first_word, uint32_t w
   const uint32_t words[data_arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
   const uint32_t end = std::min(first_word + data_arg_words, DPP_SDT_ENTRY_WORDS);
   for (uint32_t i = first_word; i < end; ++i) {
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write32_bymn(dev_id, DPP_REG_SE_SDT_TBL_DATA, 0, i, words[i - first_word]),
-                           "dpp_reg_write32_bymn");
+    QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_SE_SDT_TBL_DATA, 0, i, words[i - first_word]);
   }
   QLIX_COMM_PRINT("words %u to %u wait for dpp_sdt_table_data_write\n", first_word, end - 1);
   return QLIX_COMM_OK;
@@ -161,12 +158,10 @@ uint32_t dpp_sdt_table_data_pre(uint32_t dev_id, uint32_t first_word, uint32_t w
 
 uint32_t dpp_sdt_table_data_write(uint32_t dev_id, uint32_t sdt_no, uint32_t index) {
   uint64_t record = 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_tbl_get(dev_id, sdt_no, &record), "dpp_sdt_tbl_get");
+  QLIX_COMM_CALL(dpp_sdt_tbl_get, dev_id, sdt_no, &record);
   dpp_sdt_entry entry = {};
   for (uint32_t i = 0; i < DPP_SDT_ENTRY_WORDS; ++i) {
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read32(dev_id, DPP_REG_SE_SDT_TBL_DATA, 0, i, &entry.words[i]),
-                           "dpp_reg_read32");
+    QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_SE_SDT_TBL_DATA, 0, i, &entry.words[i]);
   }
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_sdt_entry_set(dev_id, record, index, &entry), "dpp_sdt_entry_set");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_sdt_entry_set, dev_id, record, index, &entry);
 }

@@ -30,8 +30,7 @@ struct zblock_lines {
 uint32_t lines_read(uint32_t dev_id, uint32_t zblock, zblock_lines& lines) {
   for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK; ++cell) {
     for (uint32_t i = 0; i < check_line_num; ++i) {
-      QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_zcell_read(dev_id, zblock, cell, check_lines[i], lines.words[cell][i]),
-                             "dpp_se_zcell_read");
+      QLIX_COMM_CALL(dpp_se_zcell_read, dev_id, zblock, cell, check_lines[i], lines.words[cell][i]);
     }
   }
   return QLIX_COMM_OK;
@@ -40,9 +39,8 @@ uint32_t lines_read(uint32_t dev_id, uint32_t zblock, zblock_lines& lines) {
 uint32_t lines_write(uint32_t dev_id, uint32_t zblock, const zblock_lines& lines) {
   for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK; ++cell) {
     for (uint32_t i = 0; i < check_line_num; ++i) {
-      QLIX_COMM_CHECK_DEV_RC(
-          dev_id, dpp_se_zcell_write(dev_id, zblock, cell, check_lines[i], DPP_SE_QUARTER_ALL, lines.words[cell][i]),
-          "dpp_se_zcell_write");
+      QLIX_COMM_CALL(dpp_se_zcell_write, dev_id, zblock, cell, check_lines[i], DPP_SE_QUARTER_ALL,
+                     lines.words[cell][i]);
     }
   }
   return QLIX_COMM_OK;
@@ -79,8 +77,8 @@ uint32_t patterns_check(uint32_t dev_id, uint32_t zblock, uint32_t* bad) {
     zblock_lines pattern;
     zblock_lines back;
     pattern_fill(zblock, round, pattern);
-    QLIX_COMM_CHECK_DEV_RC(dev_id, lines_write(dev_id, zblock, pattern), "lines_write");
-    QLIX_COMM_CHECK_DEV_RC(dev_id, lines_read(dev_id, zblock, back), "lines_read");
+    QLIX_COMM_CALL(lines_write, dev_id, zblock, pattern);
+    QLIX_COMM_CALL(lines_read, dev_id, zblock, back);
     *bad += differing_lines(pattern, back);
   }
   return QLIX_COMM_OK;
@@ -91,13 +89,13 @@ uint32_t zblock_check(uint32_t dev_id, uint32_t zblock, bool writes, uint32_t* b
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_SE_ALG);  // nobody's write gets lost between the two
   zblock_lines before;
   zblock_lines after;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, lines_read(dev_id, zblock, before), "lines_read");
+  QLIX_COMM_CALL(lines_read, dev_id, zblock, before);
   if (writes) {
     const uint32_t code = patterns_check(dev_id, zblock, bad);
-    QLIX_COMM_CHECK_DEV_RC(dev_id, lines_write(dev_id, zblock, before), "lines_write");
+    QLIX_COMM_CALL(lines_write, dev_id, zblock, before);
     QLIX_COMM_CHECK_DEV_RC(dev_id, code, "patterns_check");
   }
-  QLIX_COMM_CHECK_DEV_RC(dev_id, lines_read(dev_id, zblock, after), "lines_read");
+  QLIX_COMM_CALL(lines_read, dev_id, zblock, after);
   *bad += differing_lines(before, after);
   return QLIX_COMM_OK;
 }
@@ -109,9 +107,8 @@ uint32_t dpp_se_zgroup_check(uint32_t dev_id, uint32_t zgroup, uint32_t writes) 
   for (uint32_t number = 0; number < DPP_SE_ZBLOCK_IN_GROUP; ++number) {
     const uint32_t zblock = zgroup * DPP_SE_ZBLOCK_IN_GROUP + number;
     uint32_t bad = 0;
-    QLIX_COMM_CHECK_DEV_RC(dev_id, zblock_check(dev_id, zblock, writes != 0, &bad), "zblock_check");
-    dpp_regs::zblock_mpr_ecc ecc = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, zgroup, number, &ecc), "dpp_reg_read");
+    QLIX_COMM_CALL(zblock_check, dev_id, zblock, writes != 0, &bad);
+    DPP_REG_READ(dpp_regs::zblock_mpr_ecc, ecc, dev_id, zgroup, number);
     const uint32_t double_bit = ecc.dbe_cnt;
     const bool good = bad == 0 && double_bit == 0;
     bad_blocks += good ? 0 : 1;
@@ -125,7 +122,7 @@ uint32_t dpp_se_zgroup_check(uint32_t dev_id, uint32_t zgroup, uint32_t writes) 
 
 uint32_t diag_dpp_se_alg_read512(uint32_t dev_id, uint32_t addr) {
   uint32_t words[DPP_SE_ZCELL_WORDS] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_alg_read(dev_id, addr, words), "dpp_se_alg_read");
+  QLIX_COMM_CALL(dpp_se_alg_read, dev_id, addr, words);
   se_words_print("alg", addr, words, DPP_SE_ZCELL_WORDS);
   return QLIX_COMM_OK;
 }
@@ -135,9 +132,8 @@ uint32_t diag_dpp_se_alg_read_zblock(uint32_t dev_id, uint32_t zblock) {
                                     DPP_REG_ZBLOCK_HASH_ARG, DPP_REG_ZBLOCK_MPR_ECC, DPP_REG_ZBLOCK_ZREG};
   QLIX_COMM_PRINT("zblock %u\n", zblock);
   for (const uint32_t reg_no : registers) {
-    QLIX_COMM_CHECK_DEV_RC(
-        dev_id, dpp_reg_fields_print(dev_id, reg_no, zblock / DPP_SE_ZBLOCK_IN_GROUP, zblock % DPP_SE_ZBLOCK_IN_GROUP),
-        "dpp_reg_fields_print");
+    QLIX_COMM_CALL(dpp_reg_fields_print, dev_id, reg_no, zblock / DPP_SE_ZBLOCK_IN_GROUP,
+                   zblock % DPP_SE_ZBLOCK_IN_GROUP);
   }
   return QLIX_COMM_OK;
 }
@@ -152,10 +148,8 @@ uint32_t diag_dpp_se_alg_write512_pre_ex(uint32_t dev_id, uint32_t first_word, u
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_SE_ALG);
   for (uint32_t i = first_word; i < end; ++i) {
     // Word 0 stands at the highest address.
-    QLIX_COMM_CHECK_DEV_RC(
-        dev_id,
-        dpp_reg_write32_bymn(dev_id, DPP_REG_SE_ALG_IND_DATA, 0, DPP_SE_ZCELL_WORDS - 1 - i, words[i - first_word]),
-        "dpp_reg_write32_bymn");
+    QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_SE_ALG_IND_DATA, 0, DPP_SE_ZCELL_WORDS - 1 - i,
+                   words[i - first_word]);
   }
   QLIX_COMM_PRINT("words %u to %u wait for diag_dpp_se_alg_write512_ex\n", first_word, end - 1);
   return QLIX_COMM_OK;
@@ -165,11 +159,8 @@ uint32_t diag_dpp_se_alg_write512_ex(uint32_t dev_id, uint32_t addr, uint32_t qu
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_SE_ALG);
   uint32_t words[DPP_SE_ZCELL_WORDS] = {};
   for (uint32_t i = 0; i < DPP_SE_ZCELL_WORDS; ++i) {
-    QLIX_COMM_CHECK_DEV_RC(dev_id,
-                           dpp_reg_read32(dev_id, DPP_REG_SE_ALG_IND_DATA, 0, DPP_SE_ZCELL_WORDS - 1 - i, &words[i]),
-                           "dpp_reg_read32");
+    QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_SE_ALG_IND_DATA, 0, DPP_SE_ZCELL_WORDS - 1 - i, &words[i]);
   }
   const uint32_t enables = quarters != 0 ? quarters : DPP_SE_QUARTER_ALL;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_alg_write(dev_id, enables << quarter_shift | addr, words), "dpp_se_alg_write");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_se_alg_write, dev_id, enables << quarter_shift | addr, words);
 }

@@ -22,7 +22,7 @@ uint32_t dpp_etcam_table_blocks_prt(uint32_t dev_id, uint32_t table) {
   QLIX_COMM_PRINT("etcam table %u:\n", table);
   for (uint32_t block = 0; block < DPP_SE_ETCAM_BLOCKS; ++block) {
     dpp_etcam_block info = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_etcam_block_get(dev_id, block, &info), "dpp_etcam_block_get");
+    QLIX_COMM_CALL(dpp_etcam_block_get, dev_id, block, &info);
     if (info.valid != 0 && info.table == table) {
       QLIX_COMM_PRINT("  block %u: entries of %u bits, first row %u\n", block, row_bits >> info.key_mode, info.base);
       ++num;
@@ -34,14 +34,14 @@ uint32_t dpp_etcam_table_blocks_prt(uint32_t dev_id, uint32_t table) {
 
 uint32_t diag_dpp_se_etcam_table_block_all_prt(uint32_t dev_id) {
   for (uint32_t table = 0; table < DPP_ETCAM_TABLE_NUM; ++table) {
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_etcam_table_blocks_prt(dev_id, table), "dpp_etcam_table_blocks_prt");
+    QLIX_COMM_CALL(dpp_etcam_table_blocks_prt, dev_id, table);
   }
   return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_se_etcam_entry_prt(uint32_t dev_id, uint32_t block, uint32_t row) {
   dpp_se_etcam_row entry = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_etcam_row_read(dev_id, block, row, &entry), "dpp_se_etcam_row_read");
+  QLIX_COMM_CALL(dpp_se_etcam_row_read, dev_id, block, row, &entry);
   QLIX_COMM_PRINT("block %u, row %u, valid parts 0x%02x\n", block, row, entry.valid);
   parts_print(entry, 0, DPP_SE_ETCAM_PARTS);
   return QLIX_COMM_OK;
@@ -56,7 +56,7 @@ uint32_t diag_dpp_se_etcam_tbl_entry_prt(uint32_t dev_id, uint32_t table, uint32
   }
   QLIX_COMM_CHECK_DEV_RC(dev_id, code, "dpp_etcam_place_get");
   dpp_se_etcam_row row = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_etcam_row_read(dev_id, place.block, place.row, &row), "dpp_se_etcam_row_read");
+  QLIX_COMM_CALL(dpp_se_etcam_row_read, dev_id, place.block, place.row, &row);
   const uint32_t parts = dpp_etcam_place_parts(place);
   QLIX_COMM_PRINT("etcam table %u, entry %u: block %u, row %u, first part %u, %u bits, %s\n", table, index, place.block,
                   place.row, place.first_part, row_bits >> place.key_mode,

@@ -51,14 +51,14 @@ uint32_t se_ddr_item_read(uint32_t dev_id, uint32_t base, uint32_t index, uint8_
   const uint64_t first = uint64_t{base} * (DPP_SE_DDR_UNIT_LINES / 4) + index;
   const uint32_t addr = static_cast<uint32_t>(std::min<uint64_t>(first, std::numeric_limits<uint32_t>::max()));
   uint32_t words[SE_ITEM_WORDS] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu1_ind_read(dev_id, addr, DPP_SE_DDR_512, words), "dpp_se_smmu1_ind_read");
+  QLIX_COMM_CALL(dpp_se_smmu1_ind_read, dev_id, addr, DPP_SE_DDR_512, words);
   dpp_se_words_to_bytes(words, SE_ITEM_WORDS, item);
   return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_se_hash_zcam_item_prt(uint32_t dev_id, uint32_t zblock, uint32_t zcell, uint32_t item) {
   uint32_t words[SE_ITEM_WORDS] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_zcell_read(dev_id, zblock, zcell, item, words), "dpp_se_zcell_read");
+  QLIX_COMM_CALL(dpp_se_zcell_read, dev_id, zblock, zcell, item, words);
   uint8_t bytes[DPP_SE_ITEM_BYTES];
   dpp_se_words_to_bytes(words, SE_ITEM_WORDS, bytes);
   QLIX_COMM_PRINT("zblock %u, zcell %u, item 0x%03x\n", zblock, zcell, item);
@@ -67,11 +67,10 @@ uint32_t diag_dpp_se_hash_zcam_item_prt(uint32_t dev_id, uint32_t zblock, uint32
 }
 
 uint32_t diag_dpp_se_hash_ddr4_item_prt(uint32_t dev_id, uint32_t hash_id, uint32_t bulk, uint32_t index) {
-  dpp_regs::se_hash_bulk_ddr_cfg cfg = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, hash_id, bulk, &cfg), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::se_hash_bulk_ddr_cfg, cfg, dev_id, hash_id, bulk);
   const uint32_t base = cfg.ddr_baddr;
   uint8_t item[DPP_SE_ITEM_BYTES];
-  QLIX_COMM_CHECK_DEV_RC(dev_id, se_ddr_item_read(dev_id, base, index, item), "se_ddr_item_read");
+  QLIX_COMM_CALL(se_ddr_item_read, dev_id, base, index, item);
   QLIX_COMM_PRINT("hash_id %u, bulk %u, enabled %u, base 0x%04x, item 0x%x\n", hash_id, bulk, cfg.ddr_en, base, index);
   se_item_print(item);
   return QLIX_COMM_OK;

@@ -40,18 +40,16 @@ void place_judge(search& s, const uint8_t* item) {
 }
 
 uint32_t ddr_search(search& s) {
-  dpp_regs::se_hash_crc_poly polynomial = {};
-  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, 0, s.key.engine, &polynomial), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::se_hash_crc_poly, polynomial, s.dev_id, 0, s.key.engine);
   const uint32_t crc = dpp_crc32_calc(s.crc_key, s.key.key_len, polynomial.crc_poly);
   for (uint32_t bulk = 0; bulk < bulk_num && !s.found; ++bulk) {
-    dpp_regs::se_hash_bulk_ddr_cfg cfg = {};
-    QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, s.key.engine, bulk, &cfg), "dpp_reg_read");
+    DPP_REG_READ(dpp_regs::se_hash_bulk_ddr_cfg, cfg, s.dev_id, s.key.engine, bulk);
     if (cfg.ddr_en == 0) {
       continue;
     }
     const uint32_t index = crc & ((1u << cfg.ddr_depth) - 1);
     uint8_t item[DPP_SE_ITEM_BYTES];
-    QLIX_COMM_CHECK_DEV_RC(s.dev_id, se_ddr_item_read(s.dev_id, cfg.ddr_baddr, index, item), "se_ddr_item_read");
+    QLIX_COMM_CALL(se_ddr_item_read, s.dev_id, cfg.ddr_baddr, index, item);
     QLIX_COMM_PRINT("ddr bulk %u: crc 0x%08x, item 0x%x", bulk, crc, index);
     place_judge(s, item);
   }
@@ -68,17 +66,14 @@ struct zblock_view {
 uint32_t zblock_get(const search& s, uint32_t zblock, zblock_view& view) {
   const uint32_t group = zblock / DPP_SE_ZBLOCK_IN_GROUP;
   const uint32_t number = zblock % DPP_SE_ZBLOCK_IN_GROUP;
-  dpp_regs::zblock_service_configure service = {};
-  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, group, number, &service), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::zblock_service_configure, service, s.dev_id, group, number);
   view.mine = service.st_en == 1 && service.service_sel == 0 && service.hash_channel_sel == s.key.engine;
   if (!view.mine) {
     return QLIX_COMM_OK;
   }
-  dpp_regs::zblock_hash_arg arg = {};
-  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, group, number, &arg), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::zblock_hash_arg, arg, s.dev_id, group, number);
   view.hash_arg = arg.hash_arg;
-  dpp_regs::zblock_hash_zcell_mono mono = {};
-  QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_reg_read(s.dev_id, group, number, &mono), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::zblock_hash_zcell_mono, mono, s.dev_id, group, number);
   // Whether a zcell is dedicated to one table, and to which.
   view.cell[0] = mono.zcell0_mono == 0 || mono.zcell0_tbl_id == s.key.table;
   view.cell[1] = mono.zcell1_mono == 0 || mono.zcell1_tbl_id == s.key.table;
@@ -99,7 +94,7 @@ uint32_t zcells_search(search& s, uint32_t zblock, const zblock_view& view) {
     }
     const uint32_t index = crc >> cell & item_mask;
     uint32_t words[SE_ITEM_WORDS] = {};
-    QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_se_zcell_read(s.dev_id, zblock, cell, index, words), "dpp_se_zcell_read");
+    QLIX_COMM_CALL(dpp_se_zcell_read, s.dev_id, zblock, cell, index, words);
     uint8_t item[DPP_SE_ITEM_BYTES];
     dpp_se_words_to_bytes(words, SE_ITEM_WORDS, item);
     QLIX_COMM_PRINT("zblock %u, zcell %u: polynomial 0x%04x, crc 0x%04x, item 0x%03x", zblock, cell, view.hash_arg, crc,
@@ -127,14 +122,11 @@ uint32_t zblocks_search(search& s) {
   for (const bool registers : {false, true}) {
     for (uint32_t zblock = 0; zblock < DPP_SE_ZBLOCK_NUM && !s.found; ++zblock) {
       zblock_view view = {};
-      QLIX_COMM_CHECK_DEV_RC(s.dev_id, zblock_get(s, zblock, view), "zblock_get");
+      QLIX_COMM_CALL(zblock_get, s, zblock, view);
       if (!view.mine) {
         continue;
       }
-      const uint32_t code = registers ? zreg_search(s, zblock) : zcells_search(s, zblock, view);
-      if (code != QLIX_COMM_OK) {
-        return code;
-      }
+      QLIX_COMM_PASS(registers ? zreg_search(s, zblock) : zcells_search(s, zblock, view));
     }
   }
   return QLIX_COMM_OK;
@@ -143,7 +135,7 @@ uint32_t zblocks_search(search& s) {
 uint32_t key_read(uint32_t dev_id, uint8_t* bytes) {
   uint32_t words[key_words] = {};
   for (uint32_t i = 0; i < key_words; ++i) {
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read32(dev_id, DPP_REG_SE_HASH_KEY_DATA, 0, i, &words[i]), "dpp_reg_read32");
+    QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_SE_HASH_KEY_DATA, 0, i, &words[i]);
   }
   dpp_se_words_to_bytes(words, key_words, bytes);
   return QLIX_COMM_OK;
@@ -156,19 +148,17 @@ uint32_t diag_dpp_se_hash_key_data(uint32_t dev_id, uint32_t first_word, uint32_
                                    uint32_t word8, uint32_t word9) {
   const uint32_t words[key_arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
   for (uint32_t i = 0; i < key_arg_words && first_word + i < key_words; ++i) {
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write32_bymn(dev_id, DPP_REG_SE_HASH_KEY_DATA, 0, first_word + i, words[i]),
-                           "dpp_reg_write32_bymn");
+    QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_SE_HASH_KEY_DATA, 0, first_word + i, words[i]);
   }
   uint8_t bytes[4 * key_words] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, key_read(dev_id, bytes), "key_read");
+  QLIX_COMM_CALL(key_read, dev_id, bytes);
   se_bytes_print("key", bytes, sizeof bytes);
   return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_se_hash_search(uint32_t dev_id, uint32_t hash_id, uint32_t table_id, uint32_t key_len,
                                  uint32_t rst_len) {
-  dpp_regs::se_hash_tbl_cfg cfg = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, hash_id, table_id, &cfg), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::se_hash_tbl_cfg, cfg, dev_id, hash_id, table_id);
   search s = {};
   s.dev_id = dev_id;
   s.key = {hash_id, table_id, s.key_bytes, key_len != 0 ? key_len : cfg.key_len,
@@ -176,14 +166,14 @@ uint32_t diag_dpp_se_hash_search(uint32_t dev_id, uint32_t hash_id, uint32_t tab
   // A table that was never set up has a key length of 0.
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, s.key.key_len, 1, key_len_max);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, s.key.rst_len, 0, key_len_max - s.key.key_len);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, key_read(dev_id, s.key_bytes), "key_read");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_hash_set_crc_key(s.key_bytes, s.key.key_len, s.crc_key), "dpp_hash_set_crc_key");
+  QLIX_COMM_CALL(key_read, dev_id, s.key_bytes);
+  QLIX_COMM_CALL(dpp_hash_set_crc_key, s.key_bytes, s.key.key_len, s.crc_key);
   QLIX_COMM_PRINT("hash_id %u, table_id %u, key of %u bytes, result of %u bytes\n", hash_id, table_id, s.key.key_len,
                   s.key.rst_len);
   se_bytes_print("key", s.key_bytes, s.key.key_len);
   se_bytes_print("checksum input", s.crc_key, s.key.key_len);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, ddr_search(s), "ddr_search");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, zblocks_search(s), "zblocks_search");
+  QLIX_COMM_CALL(ddr_search, s);
+  QLIX_COMM_CALL(zblocks_search, s);
   if (!s.found) {
     QLIX_COMM_PRINT("not found\n");
   }

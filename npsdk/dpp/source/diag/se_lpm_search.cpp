@@ -44,8 +44,7 @@ uint32_t lines_read(const search& s, uint64_t first, uint32_t num, uint8_t* byte
   for (uint32_t i = 0; i < num; ++i) {
     const uint32_t addr = static_cast<uint32_t>(std::min<uint64_t>(s.base + first + i, UINT32_MAX));
     uint32_t words[DPP_ROUTE_ROW_BYTES / 4] = {};
-    QLIX_COMM_CHECK_DEV_RC(s.dev_id, dpp_se_smmu1_ind_read(s.dev_id, addr, DPP_SE_DDR_128, words),
-                           "dpp_se_smmu1_ind_read");
+    QLIX_COMM_CALL(dpp_se_smmu1_ind_read, s.dev_id, addr, DPP_SE_DDR_128, words);
     dpp_se_words_to_bytes(words, DPP_ROUTE_ROW_BYTES / 4, bytes + size_t{i} * DPP_ROUTE_ROW_BYTES);
   }
   return QLIX_COMM_OK;
@@ -91,8 +90,7 @@ uint32_t chain_search(search& s, uint32_t length) {
   const uint32_t crc = dpp_crc32_calc(input, s.key_bytes + 1, DPP_CRC32_POLY);
   const uint32_t chain = crc & (s.chain_num - 1);
   uint8_t line[DPP_ROUTE_ROW_BYTES] = {};
-  QLIX_COMM_CHECK_DEV_RC(s.dev_id, lines_read(s, DPP_ROUTE_HEAD_ROWS + chain / DPP_ROUTE_CHAINS_IN_ROW, 1, line),
-                         "lines_read");
+  QLIX_COMM_CALL(lines_read, s, DPP_ROUTE_HEAD_ROWS + chain / DPP_ROUTE_CHAINS_IN_ROW, 1, line);
   uint32_t next = big_endian(line + size_t{4} * (chain % DPP_ROUTE_CHAINS_IN_ROW), 4);
   uint32_t steps = 0;
   uint32_t mark = 0;  // an item passed; who comes by again goes round in a ring
@@ -100,9 +98,7 @@ uint32_t chain_search(search& s, uint32_t length) {
   for (; next != 0 && next != mark && steps < steps_max; ++steps) {
     mark = (steps & (steps - 1)) == 0 ? next : mark;
     uint8_t item[DPP_SE_ITEM_BYTES] = {};
-    QLIX_COMM_CHECK_DEV_RC(s.dev_id,
-                           lines_read(s, items + uint64_t{next - 1} * DPP_ROUTE_ITEM_ROWS, DPP_ROUTE_ITEM_ROWS, item),
-                           "lines_read");
+    QLIX_COMM_CALL(lines_read, s, items + uint64_t{next - 1} * DPP_ROUTE_ITEM_ROWS, DPP_ROUTE_ITEM_ROWS, item);
     item_search(s, item, length);
     next = big_endian(item + 4, 4);
   }
@@ -114,7 +110,7 @@ uint32_t chain_search(search& s, uint32_t length) {
 // Sets key_bytes and chain_num; `lengths` receives the head's map of anchor lengths. An area without a sound head has
 // key_bytes 0.
 uint32_t head_read(search& s, uint8_t* head) {
-  QLIX_COMM_CHECK_DEV_RC(s.dev_id, lines_read(s, 0, DPP_ROUTE_HEAD_ROWS, head), "lines_read");
+  QLIX_COMM_CALL(lines_read, s, 0, DPP_ROUTE_HEAD_ROWS, head);
   const uint32_t head_bits = head[2];
   const bool sound = (head[0] & DPP_ROUTE_VALID) != 0 && head[1] >= 1 && head[1] <= LPM_KEY_BYTES_MAX &&
                      head_bits >= 2 && head_bits <= DPP_ROUTE_HEAD_BITS_MAX;
@@ -125,7 +121,7 @@ uint32_t head_read(search& s, uint8_t* head) {
 
 uint32_t area_search(search& s, uint32_t area) {
   uint8_t head[DPP_SE_ITEM_BYTES] = {};
-  QLIX_COMM_CHECK_DEV_RC(s.dev_id, head_read(s, head), "head_read");
+  QLIX_COMM_CALL(head_read, s, head);
   if (s.key_bytes == 0) {
     QLIX_COMM_PRINT("area %u, line 0x%llx: no route table\n", area, static_cast<unsigned long long>(s.base));
     return QLIX_COMM_OK;
@@ -136,7 +132,7 @@ uint32_t area_search(search& s, uint32_t area) {
   s.found = false;
   for (uint32_t length = 0; length <= 8 * s.key_bytes; ++length) {
     if ((head[DPP_ROUTE_LENGTHS_OFFSET + length / 8] & 0x80u >> length % 8) != 0) {
-      QLIX_COMM_CHECK_DEV_RC(s.dev_id, chain_search(s, length), "chain_search");
+      QLIX_COMM_CALL(chain_search, s, length);
     }
   }
   if (s.found) {
@@ -155,8 +151,7 @@ struct area_setting {
 
 template <typename Register>
 uint32_t setting_get(uint32_t dev_id, uint32_t area, area_setting& setting) {
-  Register cfg = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, area, &cfg), "dpp_reg_read");
+  DPP_REG_READ(Register, cfg, dev_id, 0, area);
   setting = {cfg.ddr_en, cfg.ddr_baddr};
   return QLIX_COMM_OK;
 }
@@ -179,7 +174,7 @@ uint32_t diag_dpp_se_lpm_search(uint32_t dev_id, uint32_t v46_flag, uint32_t wor
     s.dev_id = dev_id;
     s.base = uint64_t{setting.base} * DPP_SE_DDR_UNIT_LINES;
     dpp_se_words_to_bytes(words, address_words, s.address);
-    QLIX_COMM_CHECK_DEV_RC(dev_id, area_search(s, area), "area_search");
+    QLIX_COMM_CALL(area_search, s, area);
   }
   if (enabled == 0) {
     QLIX_COMM_PRINT("no IPv%u area is enabled\n", v46_flag != 0 ? 6u : 4u);

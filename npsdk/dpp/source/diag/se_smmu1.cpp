@@ -17,7 +17,7 @@ constexpr const char* labels[] = {"ddr128", "ddr256", "ddr512"};
 uint32_t entries_print(uint32_t dev_id, uint32_t addr, uint32_t num, uint32_t mode) {
   for (uint32_t i = 0; i < num; ++i) {
     uint32_t words[DPP_SE_DDR_WORDS] = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu1_ind_read(dev_id, addr + i, mode, words), "dpp_se_smmu1_ind_read");
+    QLIX_COMM_CALL(dpp_se_smmu1_ind_read, dev_id, addr + i, mode, words);
     se_words_print(labels[mode], addr + i, words, 4u << mode);
   }
   return QLIX_COMM_OK;
@@ -26,8 +26,7 @@ uint32_t entries_print(uint32_t dev_id, uint32_t addr, uint32_t num, uint32_t mo
 }  // namespace
 
 uint32_t dpp_se_ddr_table_entry_prt(uint32_t dev_id, uint32_t table, uint32_t index, uint32_t mode) {
-  dpp_regs::smmu1_dir_tbl_cfg cfg = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, table, &cfg), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::smmu1_dir_tbl_cfg, cfg, dev_id, 0, table);
   const uint32_t base = cfg.tbl_baddr;
   QLIX_COMM_PRINT("direct table %u: %s, width_mode %u, tbl_baddr 0x%07x\n", table,
                   cfg.tbl_valid != 0 ? "valid" : "not valid", cfg.width_mode, base);
@@ -36,9 +35,9 @@ uint32_t dpp_se_ddr_table_entry_prt(uint32_t dev_id, uint32_t table, uint32_t in
 }
 
 // A body of commands, so that their own names stand in the lines of their checks.
-#define DDR_ENTRIES_PRINT(dev_id, addr, num, mode)                                         \
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, (DPP_SE_DDR_LINES >> (mode)) - (addr));        \
-  QLIX_COMM_CHECK_DEV_RC(dev_id, entries_print(dev_id, addr, num, mode), "entries_print"); \
+#define DDR_ENTRIES_PRINT(dev_id, addr, num, mode)                                  \
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 0, (DPP_SE_DDR_LINES >> (mode)) - (addr)); \
+  QLIX_COMM_CALL(entries_print, dev_id, addr, num, mode);                           \
   return QLIX_COMM_OK
 
 uint32_t diag_dpp_se_smmu1_rd128_more(uint32_t dev_id, uint32_t addr, uint32_t num) {

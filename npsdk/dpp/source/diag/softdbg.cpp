@@ -27,8 +27,7 @@ struct debug_state {
 };
 
 uint32_t state_get(uint32_t dev_id, uint32_t cluster, debug_state* state) {
-  dpp_regs::ppu_cls_dbg_status status = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, cluster, &status), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::ppu_cls_dbg_status, status, dev_id, 0, cluster);
   state->running = status.dbg_running != 0;
   state->stopped = status.dbg_stopped != 0;
   state->pc = status.dbg_pc;
@@ -43,15 +42,14 @@ uint32_t state_get(uint32_t dev_id, uint32_t cluster, debug_state* state) {
 uint32_t control(uint32_t dev_id, uint32_t cluster, control_field field) {
   dpp_regs::ppu_cls_dbg_ctrl fields = {};
   fields.*field = 1;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, cluster, fields), "dpp_reg_write");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_reg_write, dev_id, 0, cluster, fields);
 }
 
 // Waits for the cluster to stop; with `or_running` that it runs will do.
 uint32_t state_wait(uint32_t dev_id, uint32_t cluster, bool or_running) {
   for (uint32_t poll = 0; poll < poll_max; ++poll) {
     debug_state state = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, state_get(dev_id, cluster, &state), "state_get");
+    QLIX_COMM_CALL(state_get, dev_id, cluster, &state);
     if (state.stopped) {
       QLIX_COMM_PRINT("cluster-%03u stopped at pc: 0x%04x\n", cluster, state.pc);
       return QLIX_COMM_OK;
@@ -70,14 +68,13 @@ uint32_t state_wait(uint32_t dev_id, uint32_t cluster, bool or_running) {
 uint32_t move(uint32_t dev_id, uint32_t cluster, control_field field, bool from_stop) {
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_CAPTURE);
   debug_state state = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, state_get(dev_id, cluster, &state), "state_get");
+  QLIX_COMM_CALL(state_get, dev_id, cluster, &state);
   if (from_stop && !state.stopped) {
     QLIX_COMM_TRACE_DEV_ERROR(dev_id, "cluster %u is not stopped\n", cluster);
     return DPP_RC_DIAG_WRONG_STATE;
   }
-  QLIX_COMM_CHECK_DEV_RC(dev_id, control(dev_id, cluster, field), "control");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, state_wait(dev_id, cluster, field == &dpp_regs::ppu_cls_dbg_ctrl::dbg_start),
-                         "state_wait");
+  QLIX_COMM_CALL(control, dev_id, cluster, field);
+  QLIX_COMM_CALL(state_wait, dev_id, cluster, field == &dpp_regs::ppu_cls_dbg_ctrl::dbg_start);
   return guard.unlock();
 }
 
@@ -87,15 +84,13 @@ uint32_t dpp_softdbg_start(uint32_t dev_id, uint32_t cluster, uint32_t me_id, ui
   dpp_regs::ppu_cls_dbg_me_sel select = {};
   select.me_sel = me_id;
   select.thread_sel = thread_id;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, cluster, select), "dpp_reg_write");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, &dpp_regs::ppu_cls_dbg_ctrl::dbg_start, false), "move");
-  return QLIX_COMM_OK;
+  QLIX_COMM_CALL(dpp_reg_write, dev_id, 0, cluster, select);
+  return QLIX_COMM_CALLED(move, dev_id, cluster, &dpp_regs::ppu_cls_dbg_ctrl::dbg_start, false);
 }
 
 uint32_t dpp_softdbg_move(uint32_t dev_id, uint32_t cluster, uint32_t how) {
   using fields = dpp_regs::ppu_cls_dbg_ctrl;
   constexpr control_field moves[] = {&fields::step_into, &fields::step_over, &fields::dbg_stop};
   const control_field field = moves[how];
-  QLIX_COMM_CHECK_DEV_RC(dev_id, move(dev_id, cluster, field, field != &fields::dbg_stop), "move");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(move, dev_id, cluster, field, field != &fields::dbg_stop);
 }

@@ -25,7 +25,7 @@ uint32_t dpp_stat_car_entry_prt(uint32_t dev_id, uint32_t memory, uint32_t car_t
   cmd.mem_id = memory;
   cmd.ind_addr = index;
   uint32_t words[car_words] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_window_read(dev_id, car_window, 0, cmd, words), "dpp_window_read");
+  QLIX_COMM_CALL(dpp_window_read, dev_id, car_window, 0, cmd, words);
   QLIX_COMM_PRINT("car%c %s-0x%04x\n", static_cast<char>('a' + car_type), memory_names[memory], index);
   for (uint32_t i = 0; i < car_words; ++i) {
     QLIX_COMM_PRINT("%s_word_%u : 0x%08x\n", memory_names[memory], i, words[i]);

@@ -24,15 +24,13 @@ uint32_t counting_set(uint32_t dev_id, uint32_t enable) {
   events.drop_en = enable;
   events.deq_en = enable;
   events.enq_en = enable;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, 0, events), "dpp_reg_write");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_reg_write, dev_id, 0, 0, events);
 }
 
 // Nothing of the traffic manager may be under way when its area moves.
 uint32_t idle_wait(uint32_t dev_id) {
   for (uint32_t poll = 0; poll < poll_max; ++poll) {
-    dpp_regs::stat_busy busy = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &busy), "dpp_reg_read");
+    DPP_REG_READ(dpp_regs::stat_busy, busy, dev_id, 0, 0);
     if (busy.tm_busy == 0) {
       return QLIX_COMM_OK;
     }
@@ -43,8 +41,7 @@ uint32_t idle_wait(uint32_t dev_id) {
 
 uint32_t done_wait(uint32_t dev_id) {
   for (uint32_t poll = 0; poll < poll_max; ++poll) {
-    dpp_regs::stat_init_done done = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &done), "dpp_reg_read");
+    DPP_REG_READ(dpp_regs::stat_init_done, done, dev_id, 0, 0);
     if (done.init_done != 0) {
       return QLIX_COMM_OK;
     }
@@ -57,13 +54,13 @@ uint32_t done_wait(uint32_t dev_id) {
 
 uint32_t diag_dpp_stat_tm_init_pre_etm(uint32_t dev_id, uint32_t stat_mode) {
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_STAT);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, counting_set(dev_id, 0), "counting_set");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, idle_wait(dev_id), "idle_wait");
+  QLIX_COMM_CALL(counting_set, dev_id, 0);
+  QLIX_COMM_CALL(idle_wait, dev_id);
   dpp_regs::stat_tm_init_pre_cfg start = {};
   start.pre_init_start = 1;
   start.tm_stat_mode = stat_mode;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, 0, start), "dpp_reg_write");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, done_wait(dev_id), "done_wait");
+  QLIX_COMM_CALL(dpp_reg_write, dev_id, 0, 0, start);
+  QLIX_COMM_CALL(done_wait, dev_id);
   QLIX_COMM_PRINT("stat tm pre init done, tm_stat_mode: %u\n", stat_mode);
   return QLIX_COMM_OK;
 }
@@ -71,17 +68,17 @@ uint32_t diag_dpp_stat_tm_init_pre_etm(uint32_t dev_id, uint32_t stat_mode) {
 uint32_t diag_dpp_stat_tm_init(uint32_t dev_id, uint32_t eram_baddr, uint32_t eram_depth) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, eram_depth, 1, std::min(depth_max, eram_lines - eram_baddr));
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_STAT);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, counting_set(dev_id, 0), "counting_set");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, idle_wait(dev_id), "idle_wait");
+  QLIX_COMM_CALL(counting_set, dev_id, 0);
+  QLIX_COMM_CALL(idle_wait, dev_id);
   dpp_regs::stat_tm_eram_baddr area = {};
   area.tm_eram_baddr = eram_baddr;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, 0, area), "dpp_reg_write");
+  QLIX_COMM_CALL(dpp_reg_write, dev_id, 0, 0, area);
   dpp_regs::stat_tm_init_cfg start = {};
   start.init_start = 1;
   start.tm_eram_depth = eram_depth;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, 0, start), "dpp_reg_write");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, done_wait(dev_id), "done_wait");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, counting_set(dev_id, 1), "counting_set");
+  QLIX_COMM_CALL(dpp_reg_write, dev_id, 0, 0, start);
+  QLIX_COMM_CALL(done_wait, dev_id);
+  QLIX_COMM_CALL(counting_set, dev_id, 1);
   QLIX_COMM_PRINT("stat tm init done, eram_baddr: 0x%08x eram_depth: 0x%08x\n", eram_baddr, eram_depth);
   return QLIX_COMM_OK;
 }

@@ -11,10 +11,8 @@ constexpr uint32_t queue_num = 512;
 constexpr uint32_t queues_in_word = 32;
 
 uint32_t full_queue_prt(uint32_t dev_id, uint32_t queue) {
-  dpp_regs::etm_qmu_queue_len len = {};
-  dpp_regs::etm_cgavd_queue_th threshold = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, queue, &len), "dpp_reg_read");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, queue, &threshold), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::etm_qmu_queue_len, len, dev_id, 0, queue);
+  DPP_REG_READ(dpp_regs::etm_cgavd_queue_th, threshold, dev_id, 0, queue);
   QLIX_COMM_PRINT("queue_id-%03u full, queue_len: 0x%08x queue_th: 0x%08x\n", queue, len.queue_len, threshold.queue_th);
   return QLIX_COMM_OK;
 }
@@ -24,11 +22,10 @@ uint32_t full_queue_prt(uint32_t dev_id, uint32_t queue) {
 uint32_t diag_dpp_tm_qmu_qlen_full(uint32_t dev_id) {
   uint32_t full_num = 0;
   for (uint32_t word = 0; word < queue_num / queues_in_word; ++word) {
-    dpp_regs::etm_qmu_qlen_full full = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, word, &full), "dpp_reg_read");
+    DPP_REG_READ(dpp_regs::etm_qmu_qlen_full, full, dev_id, 0, word);
     for (uint32_t bit = 0; bit < queues_in_word; ++bit) {
       if ((full.qlen_full >> bit & 1) != 0) {
-        QLIX_COMM_CHECK_DEV_RC(dev_id, full_queue_prt(dev_id, word * queues_in_word + bit), "full_queue_prt");
+        QLIX_COMM_CALL(full_queue_prt, dev_id, word * queues_in_word + bit);
         ++full_num;
       }
     }

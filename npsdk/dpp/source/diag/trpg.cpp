@@ -16,8 +16,7 @@ uint32_t pkt_num_get(uint32_t dev_id, uint32_t port, uint32_t Register::*high, u
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, port, 0, port_max);
   QLIX_COMM_CHECK_POINT(num);
-  Register halves = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, port, &halves), "dpp_reg_read");
+  DPP_REG_READ(Register, halves, dev_id, 0, port);
   *num = uint64_t{halves.*high} << 32 | halves.*low;
   return QLIX_COMM_OK;
 }
@@ -41,8 +40,8 @@ uint32_t diag_dpp_trpg_port_pkt_total_cnt_prt(uint32_t dev_id) {
   for (const uint32_t port : used_ports) {
     uint64_t rx = 0;
     uint64_t tx = 0;
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_trpg_rx_port_pkt_num_get(dev_id, port, &rx), "dpp_trpg_rx_port_pkt_num_get");
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_trpg_tx_port_pkt_num_get(dev_id, port, &tx), "dpp_trpg_tx_port_pkt_num_get");
+    QLIX_COMM_CALL(dpp_trpg_rx_port_pkt_num_get, dev_id, port, &rx);
+    QLIX_COMM_CALL(dpp_trpg_tx_port_pkt_num_get, dev_id, port, &tx);
     QLIX_COMM_PRINT("PORT_NO: %u, Rx pkt num: %llu, Tx pkt num: %llu\n", port, static_cast<unsigned long long>(rx),
                     static_cast<unsigned long long>(tx));
     rx_total += rx;

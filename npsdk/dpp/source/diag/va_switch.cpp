@@ -16,15 +16,13 @@ unsigned long long address(uint32_t high, uint32_t low) {
 }  // namespace
 
 uint32_t diag_dpp_va_pa_swit_out_prt(uint32_t dev_id) {
-  dpp_regs::tlb_global_cfg global = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &global), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::tlb_global_cfg, global, dev_id, 0, 0);
   const bool translates = global.tlb_en != 0 && global.bypass == 0;
   QLIX_COMM_PRINT("tlb_en: %u bypass: %u, addresses %s\n", global.tlb_en, global.bypass,
                   translates ? "are translated" : "pass as they are");
   uint32_t valid_num = 0;
   for (uint32_t index = 0; index < entry_num; ++index) {
-    dpp_regs::tlb_entry_cfg entry = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, index, &entry), "dpp_reg_read");
+    DPP_REG_READ(dpp_regs::tlb_entry_cfg, entry, dev_id, 0, index);
     if (entry.entry_valid == 0) {
       continue;
     }
@@ -32,8 +30,7 @@ uint32_t diag_dpp_va_pa_swit_out_prt(uint32_t dev_id) {
     QLIX_COMM_PRINT("entry-%03u vfid: 0x%04x va: 0x%012llx pa: 0x%012llx page_size: %u\n", index, entry.entry_vfid,
                     address(entry.va_h, entry.va_l), address(entry.pa_h, entry.pa_l), entry.page_size);
   }
-  dpp_regs::tlb_miss_va miss = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &miss), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::tlb_miss_va, miss, dev_id, 0, 0);
   QLIX_COMM_PRINT("Valid entries: %u of %u, last missed va: 0x%016llx\n", valid_num, entry_num,
                   address(miss.miss_va_h, miss.miss_va_l));
   return QLIX_COMM_OK;

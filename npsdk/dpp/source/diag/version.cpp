@@ -35,8 +35,7 @@ uint32_t diag_dpp_sdk_version() {
 
 uint32_t diag_dpp_mcode_version(uint32_t dev_id) {
   uint32_t words[2] = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_pktrx_udf_table_get(dev_id, mcode_version_entry, words),
-                         "dpp_pktrx_udf_table_get");
+  QLIX_COMM_CALL(dpp_pktrx_udf_table_get, dev_id, mcode_version_entry, words);
   frame_print();
   QLIX_COMM_PRINT("     NP-MCODE Version       :  %d.%d.%d\n", byte_of(words[0], 24), byte_of(words[0], 16),
                   words[0] & 0xFFFF);
@@ -50,15 +49,14 @@ uint32_t dpp_mcode_feature_get(uint32_t dev_id, uint32_t index, uint64_t* featur
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_MCODE_FEATURE_NUM - 1);
   QLIX_COMM_CHECK_POINT(feature);
-  dpp_regs::mcode_feature fields = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, index, &fields), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::mcode_feature, fields, dev_id, 0, index);
   *feature = uint64_t{fields.feature_h} << 32 | fields.feature_l;
   return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_mcode_feature_prt(uint32_t dev_id, uint32_t index) {
   uint64_t feature = 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_mcode_feature_get(dev_id, index, &feature), "dpp_mcode_feature_get");
+  QLIX_COMM_CALL(dpp_mcode_feature_get, dev_id, index, &feature);
   QLIX_COMM_PRINT("MCODE FEATRUE[%d] : 0x%16llx\n", index, static_cast<unsigned long long>(feature));
   return QLIX_COMM_OK;
 }

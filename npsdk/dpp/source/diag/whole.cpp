@@ -22,7 +22,7 @@ uint32_t register_clear(uint32_t dev_id, const dpp_reg_info& info) {
   uint32_t fields[DPP_REG_FIELD_MAX];
   for (uint32_t m = 0; m < info.m_size; ++m) {
     for (uint32_t n = 0; n < info.n_size; ++n) {
-      QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, info.reg_no, m, n, fields), "dpp_reg_read");
+      QLIX_COMM_CALL(dpp_reg_read, dev_id, info.reg_no, m, n, fields);
     }
   }
   return QLIX_COMM_OK;
@@ -30,7 +30,7 @@ uint32_t register_clear(uint32_t dev_id, const dpp_reg_info& info) {
 
 uint32_t counters_clear(uint32_t dev_id, uint32_t module, uint32_t* cleared) {
   dpp_mutex* mutex = nullptr;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_dev_opr_mutex_get(dev_id, DPP_DEV_MUTEX_T_CLEAR, &mutex), "dpp_dev_opr_mutex_get");
+  QLIX_COMM_CALL(dpp_dev_opr_mutex_get, dev_id, DPP_DEV_MUTEX_T_CLEAR, &mutex);
   DPP_MUTEX_GUARD(guard, mutex);
   QLIX_COMM_CHECK_DEV_RC(dev_id, guard.status(), "qlix_comm_mutex_lock");
   for (uint32_t reg_no = 0; reg_no < DPP_REG_NUM; ++reg_no) {
@@ -38,10 +38,7 @@ uint32_t counters_clear(uint32_t dev_id, uint32_t module, uint32_t* cleared) {
     if ((module != module_all && info.mod_no != module) || !is_counter(info)) {
       continue;
     }
-    const uint32_t code = register_clear(dev_id, info);
-    if (code != QLIX_COMM_OK) {
-      return code;
-    }
+    QLIX_COMM_PASS(register_clear(dev_id, info));
     ++*cleared;
   }
   return guard.unlock();
@@ -51,14 +48,14 @@ uint32_t counters_clear(uint32_t dev_id, uint32_t module, uint32_t* cleared) {
 
 uint32_t clear_dpp(uint32_t dev_id) {
   uint32_t cleared = 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, counters_clear(dev_id, module_all, &cleared), "counters_clear");
+  QLIX_COMM_CALL(counters_clear, dev_id, module_all, &cleared);
   QLIX_COMM_PRINT("clear_dpp: the counters of %u registers are cleared.\n", cleared);
   return QLIX_COMM_OK;
 }
 
 uint32_t clear_dpp_se(uint32_t dev_id) {
   uint32_t cleared = 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, counters_clear(dev_id, module_se, &cleared), "counters_clear");
+  QLIX_COMM_CALL(counters_clear, dev_id, module_se, &cleared);
   QLIX_COMM_PRINT("clear_dpp_se: the counters of %u registers are cleared.\n", cleared);
   return QLIX_COMM_OK;
 }

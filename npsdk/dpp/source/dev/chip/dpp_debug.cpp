@@ -10,13 +10,12 @@ constexpr uint32_t MULTI_READ_MAX = 1024;
 }  // namespace
 
 uint32_t dpp_debug_wr(uint32_t dev_id, uint32_t addr, uint32_t value) {
-  QLIX_COMM_CHECK_RC(dpp_dev_write_channel(dev_id, addr, 1, &value), "dpp_dev_write_channel");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_dev_write_channel, dev_id, addr, 1, &value);
 }
 
 uint32_t dpp_debug_rd(uint32_t dev_id, uint32_t addr) {
   uint32_t value = 0;
-  QLIX_COMM_CHECK_RC(dpp_dev_read_channel(dev_id, addr, 1, &value), "dpp_dev_read_channel");
+  QLIX_COMM_CALL(dpp_dev_read_channel, dev_id, addr, 1, &value);
   QLIX_COMM_PRINT("addr: 0x%08x, data: 0x%08x\n", addr, value);
   return QLIX_COMM_OK;
 }
@@ -26,10 +25,7 @@ uint32_t dpp_debug_multi_rd(uint32_t dev_id, uint32_t addr, uint32_t num) {
   QLIX_COMM_CHECK_INDEX(num, 1, MULTI_READ_MAX);
   QLIX_COMM_CHECK_ADD(addr, (num - 1) * 4);
   for (uint32_t i = 0; i < num; ++i) {
-    const uint32_t rc = dpp_debug_rd(dev_id, addr + i * 4);
-    if (rc != QLIX_COMM_OK) {
-      return rc;
-    }
+    QLIX_COMM_PASS(dpp_debug_rd(dev_id, addr + i * 4));
   }
   return QLIX_COMM_OK;
 }

@@ -31,8 +31,8 @@ uint32_t absolute_address(uint64_t base, uint32_t addr, uint32_t word_count, uin
 uint32_t pcie_address(uint32_t dev_id, uint32_t addr, uint32_t word_count, uint64_t* absolute) {
   uint32_t ep_no = 0;
   uint32_t np_bar_offset = 0;
-  QLIX_COMM_CHECK_RC(dpp_dev_ep_no_get(dev_id, &ep_no), "dpp_dev_ep_no_get");
-  QLIX_COMM_CHECK_RC(dpp_dev_np_bar_offset_get(dev_id, &np_bar_offset), "dpp_dev_np_bar_offset_get");
+  QLIX_COMM_CALL(dpp_dev_ep_no_get, dev_id, &ep_no);
+  QLIX_COMM_CALL(dpp_dev_np_bar_offset_get, dev_id, &np_bar_offset);
   return absolute_address(dpp_dev_get_pcie_addr(dev_id), addr, word_count, absolute);
 }
 
@@ -73,10 +73,7 @@ uint32_t dpp_dev_pcie_default_write(uint32_t dev_id, uint32_t addr, uint32_t wor
   DPP_DEV_CHECK_ID(dev_id);
   QLIX_COMM_CHECK_POINT(data);
   uint64_t absolute = 0;
-  const uint32_t rc = pcie_address(dev_id, addr, word_count, &absolute);
-  if (rc != QLIX_COMM_OK) {
-    return rc;
-  }
+  QLIX_COMM_PASS(pcie_address(dev_id, addr, word_count, &absolute));
   dpp_pcie_cap_echo(addr, word_count, data);
   words_write(absolute, word_count, data);
   return QLIX_COMM_OK;
@@ -86,10 +83,7 @@ uint32_t dpp_dev_pcie_default_read(uint32_t dev_id, uint32_t addr, uint32_t word
   DPP_DEV_CHECK_ID(dev_id);
   QLIX_COMM_CHECK_POINT(data);
   uint64_t absolute = 0;
-  const uint32_t rc = pcie_address(dev_id, addr, word_count, &absolute);
-  if (rc != QLIX_COMM_OK) {
-    return rc;
-  }
+  QLIX_COMM_PASS(pcie_address(dev_id, addr, word_count, &absolute));
   words_read(absolute, word_count, data);
   return QLIX_COMM_OK;
 }
@@ -98,10 +92,7 @@ uint32_t dpp_dev_riscv_default_write(uint32_t dev_id, uint32_t addr, uint32_t wo
   DPP_DEV_CHECK_ID(dev_id);
   QLIX_COMM_CHECK_POINT(data);
   uint64_t absolute = 0;
-  const uint32_t rc = absolute_address(dpp_dev_get_riscv_addr(dev_id), addr, word_count, &absolute);
-  if (rc != QLIX_COMM_OK) {
-    return rc;
-  }
+  QLIX_COMM_PASS(absolute_address(dpp_dev_get_riscv_addr(dev_id), addr, word_count, &absolute));
   words_write(absolute, word_count, data);
   return QLIX_COMM_OK;
 }
@@ -110,10 +101,7 @@ uint32_t dpp_dev_riscv_default_read(uint32_t dev_id, uint32_t addr, uint32_t wor
   DPP_DEV_CHECK_ID(dev_id);
   QLIX_COMM_CHECK_POINT(data);
   uint64_t absolute = 0;
-  const uint32_t rc = absolute_address(dpp_dev_get_riscv_addr(dev_id), addr, word_count, &absolute);
-  if (rc != QLIX_COMM_OK) {
-    return rc;
-  }
+  QLIX_COMM_PASS(absolute_address(dpp_dev_get_riscv_addr(dev_id), addr, word_count, &absolute));
   words_read(absolute, word_count, data);
   return QLIX_COMM_OK;
 }

@@ -15,7 +15,7 @@ static_assert(operation_slot(DPP_DEV_MUTEX_T_MAX - 1) == DPP_DEV_OPR_MUTEX_NUM -
 template <uint32_t Num>
 uint32_t family_create(dpp_mutex (&family)[Num]) {
   for (dpp_mutex& mutex : family) {
-    QLIX_COMM_CHECK_RC(qlix_comm_mutex_create(&mutex), "qlix_comm_mutex_create");
+    QLIX_COMM_CALL(qlix_comm_mutex_create, &mutex);
   }
   return QLIX_COMM_OK;
 }
@@ -26,9 +26,8 @@ uint32_t dpp_dev_mutexes_create(dpp_dev_mutexes& mutexes) {
   QLIX_COMM_CHECK_RC(family_create(mutexes.operation), "operation mutexes");
   QLIX_COMM_CHECK_RC(family_create(mutexes.hash), "hash mutexes");
   QLIX_COMM_CHECK_RC(family_create(mutexes.dtb_queue), "DTB queue mutexes");
-  QLIX_COMM_CHECK_RC(qlix_comm_mutex_create(&mutexes.dtb), "qlix_comm_mutex_create");
-  QLIX_COMM_CHECK_RC(qlix_comm_spin_lock_create(&mutexes.spin_lock), "qlix_comm_spin_lock_create");
-  return QLIX_COMM_OK;
+  QLIX_COMM_CALL(qlix_comm_mutex_create, &mutexes.dtb);
+  return QLIX_COMM_CALLED(qlix_comm_spin_lock_create, &mutexes.spin_lock);
 }
 
 uint32_t dpp_dev_opr_mutex_get(uint32_t dev_id, uint32_t type, dpp_mutex** mutex) {

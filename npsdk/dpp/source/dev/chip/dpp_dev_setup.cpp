@@ -25,7 +25,7 @@ constexpr uint32_t SDK_DRV_MINOR = 0;
 
 uint32_t fw_compat_check(uint32_t dev_id) {
   uint64_t addr = 0;
-  QLIX_COMM_CHECK_RC(dpp_dev_fw_compat_addr_get(dev_id, &addr), "dpp_dev_fw_compat_addr_get");
+  QLIX_COMM_CALL(dpp_dev_fw_compat_addr_get, dev_id, &addr);
   const uint32_t record = dpp_pci_read32(addr + FW_COMPAT_NP * FW_COMPAT_SIZE);
   const uint32_t item = record & 0xFF;
   const uint32_t major = record >> 8 & 0xFF;
@@ -40,17 +40,14 @@ uint32_t fw_compat_check(uint32_t dev_id) {
 }
 
 uint32_t host_values_set(uint32_t dev_id, const dpp_host_np_info& info) {
-  QLIX_COMM_CHECK_RC(dpp_dev_np_bar_offset_set(dev_id, info.np_bar_offset), "dpp_dev_np_bar_offset_set");
-  QLIX_COMM_CHECK_RC(dpp_dev_vport_set(dev_id, info.vport), "dpp_dev_vport_set");
+  QLIX_COMM_CALL(dpp_dev_np_bar_offset_set, dev_id, info.np_bar_offset);
+  QLIX_COMM_CALL(dpp_dev_vport_set, dev_id, info.vport);
   uint32_t ep_no = 0;
-  QLIX_COMM_CHECK_RC(dpp_dev_ep_no_get(dev_id, &ep_no), "dpp_dev_ep_no_get");
+  QLIX_COMM_CALL(dpp_dev_ep_no_get, dev_id, &ep_no);
   const uint64_t agent_addr = dpp_dev_agent_addr_calc(info.bar_vir_addr);
-  QLIX_COMM_CHECK_RC(dpp_dev_agent_addr_set(dev_id, agent_addr), "dpp_dev_agent_addr_set");
-  QLIX_COMM_CHECK_RC(dpp_dev_fw_compat_addr_set(dev_id, info.bar_vir_addr + FW_COMPAT_OFFSET),
-                     "dpp_dev_fw_compat_addr_set");
-  QLIX_COMM_CHECK_RC(dpp_dev_fw_feature_addr_set(dev_id, info.bar_vir_addr + FW_FEATURE_OFFSET),
-                     "dpp_dev_fw_feature_addr_set");
-  return QLIX_COMM_OK;
+  QLIX_COMM_CALL(dpp_dev_agent_addr_set, dev_id, agent_addr);
+  QLIX_COMM_CALL(dpp_dev_fw_compat_addr_set, dev_id, info.bar_vir_addr + FW_COMPAT_OFFSET);
+  return QLIX_COMM_CALLED(dpp_dev_fw_feature_addr_set, dev_id, info.bar_vir_addr + FW_FEATURE_OFFSET);
 }
 
 }  // namespace
@@ -71,16 +68,15 @@ uint32_t dpp_base_soft_init(uint32_t dev_id, const dpp_sys_init_ctrl* init) {
   DPP_DEV_CHECK_ID(dev_id);
   QLIX_COMM_CHECK_POINT(init);
   if (!dpp_dev_mgr_is_init()) {
-    QLIX_COMM_CHECK_RC(dpp_dev_init(), "dpp_dev_init");
+    QLIX_COMM_CALL(dpp_dev_init);
   }
   const uint32_t agent = (init->flags & DPP_INIT_FLAG_AGENT) != 0 ? 1 : 0;
   const uint32_t access_type =
       (init->flags & DPP_INIT_FLAG_ACCESS_RISCV) != 0 ? DPP_DEV_ACCESS_TYPE_RISCV : DPP_DEV_ACCESS_TYPE_PCIE;
-  QLIX_COMM_CHECK_RC(dpp_dev_add(dev_id, init->device_type, access_type, init->pcie_vir_baddr, init->riscv_vir_baddr,
-                                 init->dma_vir_baddr, init->dma_phy_baddr, init->p_pcie_write_fun,
-                                 init->p_pcie_read_fun, init->p_riscv_write_fun, init->p_riscv_read_fun),
-                     "dpp_dev_add");
-  QLIX_COMM_CHECK_RC(dpp_dev_agent_status_set(dev_id, agent), "dpp_dev_agent_status_set");
+  QLIX_COMM_CALL(dpp_dev_add, dev_id, init->device_type, access_type, init->pcie_vir_baddr, init->riscv_vir_baddr,
+                 init->dma_vir_baddr, init->dma_phy_baddr, init->p_pcie_write_fun, init->p_pcie_read_fun,
+                 init->p_riscv_write_fun, init->p_riscv_read_fun);
+  QLIX_COMM_CALL(dpp_dev_agent_status_set, dev_id, agent);
   return dpp_dev_init_flag_set(dev_id, 1);
 }
 
@@ -100,7 +96,7 @@ uint32_t dpp_host_np_init(uint32_t dev_id, const dpp_host_np_info* info) {
       .flags = DPP_INIT_FLAG_AGENT,
       .pcie_vir_baddr = dpp_dev_np_addr_calc(info->bar_vir_addr, info->np_bar_offset),
   };
-  QLIX_COMM_CHECK_RC(dpp_base_soft_init(dev_id, &init), "dpp_base_soft_init");
+  QLIX_COMM_CALL(dpp_base_soft_init, dev_id, &init);
   QLIX_COMM_CHECK_RC(host_values_set(dev_id, *info), "dpp_host_values_set");
   QLIX_COMM_CHECK_RC(fw_compat_check(dev_id), "dpp_fw_compat_check");
   return dpp_dev_fw_bar_msg_num_set(dev_id, 0);

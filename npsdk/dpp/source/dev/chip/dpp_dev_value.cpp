@@ -69,10 +69,7 @@ bool dpp_dev_is_agent_mode(uint32_t dev_id) {
 
 uint32_t dpp_dev_ep_no_get(uint32_t dev_id, uint32_t* ep_no) {
   uint32_t vport = 0;
-  const uint32_t rc = dpp_dev_vport_get(dev_id, &vport);
-  if (rc != QLIX_COMM_OK) {
-    return rc;
-  }
+  QLIX_COMM_PASS(dpp_dev_vport_get(dev_id, &vport));
   QLIX_COMM_CHECK_POINT(ep_no);
   *ep_no = vport >> VPORT_EP_SHIFT & VPORT_EP_MASK;
   return QLIX_COMM_OK;

@@ -8,13 +8,11 @@ uint32_t dpp_etcam_block_get(uint32_t dev_id, uint32_t block, dpp_etcam_block* i
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, block, 0, DPP_SE_ETCAM_BLOCKS - 1);
   QLIX_COMM_CHECK_POINT(info);
-  dpp_regs::etcam_block_tbl_id owner = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, block, &owner), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::etcam_block_tbl_id, owner, dev_id, 0, block);
   info->valid = owner.block_valid;
   info->key_mode = owner.key_mode;
   info->table = owner.tbl_id;
-  dpp_regs::etcam_block_baddr first = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, block, &first), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::etcam_block_baddr, first, dev_id, 0, block);
   info->base = first.block_baddr;
   return QLIX_COMM_OK;
 }
@@ -25,7 +23,7 @@ uint32_t dpp_etcam_place_get(uint32_t dev_id, uint32_t table, uint32_t index, dp
   QLIX_COMM_CHECK_POINT(place);
   for (uint32_t block = 0; block < DPP_SE_ETCAM_BLOCKS; ++block) {
     dpp_etcam_block info = {};
-    QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_etcam_block_get(dev_id, block, &info), "dpp_etcam_block_get");
+    QLIX_COMM_CALL(dpp_etcam_block_get, dev_id, block, &info);
     const uint32_t in_row = 1u << info.key_mode;
     const uint32_t row = index / in_row;
     if (info.valid != 0 && info.table == table && row >= info.base && row - info.base < DPP_SE_ETCAM_ROWS) {

@@ -32,25 +32,14 @@ dpp_regs::ppu_cls_ind_cmd command_of(dpp_ppu_memory memory, uint32_t me_id, uint
 
 uint32_t dpp_ppu_mem_get(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
                          uint32_t* words) {
-  const uint32_t code = place_check(dev_id, cluster, me_id, addr, words);
-  if (code != QLIX_COMM_OK) {
-    return code;
-  }
-  QLIX_COMM_CHECK_DEV_RC(
-      dev_id, dpp_window_read(dev_id, cluster_window, cluster, command_of(memory, me_id, addr), {words, DPP_PPU_WORDS}),
-      "dpp_window_read");
-  return QLIX_COMM_OK;
+  QLIX_COMM_PASS(place_check(dev_id, cluster, me_id, addr, words));
+  return QLIX_COMM_CALLED(dpp_window_read, dev_id, cluster_window, cluster, command_of(memory, me_id, addr),
+                          {words, DPP_PPU_WORDS});
 }
 
 uint32_t dpp_ppu_mem_set(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
                          const uint32_t* words) {
-  const uint32_t code = place_check(dev_id, cluster, me_id, addr, words);
-  if (code != QLIX_COMM_OK) {
-    return code;
-  }
-  QLIX_COMM_CHECK_DEV_RC(
-      dev_id,
-      dpp_window_write(dev_id, cluster_window, cluster, command_of(memory, me_id, addr), {words, DPP_PPU_WORDS}),
-      "dpp_window_write");
-  return QLIX_COMM_OK;
+  QLIX_COMM_PASS(place_check(dev_id, cluster, me_id, addr, words));
+  return QLIX_COMM_CALLED(dpp_window_write, dev_id, cluster_window, cluster, command_of(memory, me_id, addr),
+                          {words, DPP_PPU_WORDS});
 }

@@ -100,9 +100,8 @@ struct etcam_spot {
 uint32_t etcam_spot_get(uint32_t dev_id, uint64_t record, uint32_t index, etcam_spot* spot) {
   const uint32_t table = dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_TABLE);
   dpp_etcam_place& place = spot->place;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_etcam_place_get(dev_id, table, index, &place), "dpp_etcam_place_get");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_etcam_row_read(dev_id, place.block, place.row, &spot->row),
-                         "dpp_se_etcam_row_read");
+  QLIX_COMM_CALL(dpp_etcam_place_get, dev_id, table, index, &place);
+  QLIX_COMM_CALL(dpp_se_etcam_row_read, dev_id, place.block, place.row, &spot->row);
   spot->first = place.first_part * DPP_SE_ETCAM_PART_BYTES;
   spot->bytes = place.part_num * DPP_SE_ETCAM_PART_BYTES;
   return QLIX_COMM_OK;
@@ -110,7 +109,7 @@ uint32_t etcam_spot_get(uint32_t dev_id, uint64_t record, uint32_t index, etcam_
 
 uint32_t etcam_get(uint32_t dev_id, uint64_t record, uint32_t index, dpp_sdt_entry* entry) {
   etcam_spot spot = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_spot_get(dev_id, record, index, &spot), "etcam_spot_get");
+  QLIX_COMM_CALL(etcam_spot_get, dev_id, record, index, &spot);
   auto& [place, row, first, bytes] = spot;
   for (uint32_t i = 0; i < bytes; ++i) {
     entry->words[i / 4] |= uint32_t{row.data[first + i]} << (24 - 8 * (i % 4));
@@ -126,7 +125,7 @@ uint32_t etcam_get(uint32_t dev_id, uint64_t record, uint32_t index, dpp_sdt_ent
 uint32_t etcam_set(uint32_t dev_id, uint64_t record, uint32_t index, const dpp_sdt_entry* entry) {
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_ETCAM);
   etcam_spot spot = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_spot_get(dev_id, record, index, &spot), "etcam_spot_get");
+  QLIX_COMM_CALL(etcam_spot_get, dev_id, record, index, &spot);
   auto& [place, row, first, bytes] = spot;
   for (uint32_t i = 0; i < bytes; ++i) {
     row.data[first + i] = static_cast<uint8_t>(entry->words[i / 4] >> (24 - 8 * (i % 4)));
@@ -134,9 +133,7 @@ uint32_t etcam_set(uint32_t dev_id, uint64_t record, uint32_t index, const dpp_s
   }
   const uint32_t parts = dpp_etcam_place_parts(place);
   row.valid |= parts;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_etcam_row_write(dev_id, place.block, place.row, parts, &row),
-                         "dpp_se_etcam_row_write");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_se_etcam_row_write, dev_id, place.block, place.row, parts, &row);
 }
 
 }  // namespace
@@ -177,8 +174,7 @@ uint32_t dpp_sdt_tbl_get(uint32_t dev_id, uint32_t sdt_no, uint64_t* record) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, sdt_no, 0, DPP_SDT_NUM - 1);
   QLIX_COMM_CHECK_POINT(record);
-  dpp_regs::se_sdt_tbl halves = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, sdt_no, &halves), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::se_sdt_tbl, halves, dev_id, 0, sdt_no);
   *record = uint64_t{halves.sdt_data_h} << 32 | halves.sdt_data_l;
   return QLIX_COMM_OK;
 }
@@ -189,29 +185,23 @@ uint32_t dpp_sdt_tbl_set(uint32_t dev_id, uint32_t sdt_no, uint64_t record) {
   dpp_regs::se_sdt_tbl halves = {};
   halves.sdt_data_h = static_cast<uint32_t>(record >> 32);
   halves.sdt_data_l = static_cast<uint32_t>(record);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_write(dev_id, 0, sdt_no, halves), "dpp_reg_write");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_reg_write, dev_id, 0, sdt_no, halves);
 }
 
 uint32_t dpp_sdt_entry_get(uint32_t dev_id, uint64_t record, uint32_t index, dpp_sdt_entry* entry) {
-  const uint32_t code = entry_check(dev_id, record, index, entry);
-  if (code != QLIX_COMM_OK) {
-    return code;
-  }
+  QLIX_COMM_PASS(entry_check(dev_id, record, index, entry));
   *entry = {};
   switch (dpp_sdt_type_of(record)) {
     case DPP_SDT_ERAM: {
       const window_place at = eram_place(record, index);
       entry->word_num = dpp_se_eram_entry_words(at.mode);
-      QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu0_ind_read(dev_id, at.addr, at.mode, 0, entry->words),
-                             "dpp_se_smmu0_ind_read");
+      QLIX_COMM_CALL(dpp_se_smmu0_ind_read, dev_id, at.addr, at.mode, 0, entry->words);
       return QLIX_COMM_OK;
     }
     case DPP_SDT_DDR: {
       const window_place at = ddr_place(record, index);
       entry->word_num = 4u << at.mode;
-      QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu1_ind_read(dev_id, at.addr, at.mode, entry->words),
-                             "dpp_se_smmu1_ind_read");
+      QLIX_COMM_CALL(dpp_se_smmu1_ind_read, dev_id, at.addr, at.mode, entry->words);
       return QLIX_COMM_OK;
     }
     default:
@@ -220,21 +210,16 @@ uint32_t dpp_sdt_entry_get(uint32_t dev_id, uint64_t record, uint32_t index, dpp
 }
 
 uint32_t dpp_sdt_entry_set(uint32_t dev_id, uint64_t record, uint32_t index, const dpp_sdt_entry* entry) {
-  const uint32_t code = entry_check(dev_id, record, index, entry);
-  if (code != QLIX_COMM_OK) {
-    return code;
-  }
+  QLIX_COMM_PASS(entry_check(dev_id, record, index, entry));
   switch (dpp_sdt_type_of(record)) {
     case DPP_SDT_ERAM: {
       const window_place at = eram_place(record, index);
-      QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu0_ind_write(dev_id, at.addr, at.mode, 1, entry->words),
-                             "dpp_se_smmu0_ind_write");
+      QLIX_COMM_CALL(dpp_se_smmu0_ind_write, dev_id, at.addr, at.mode, 1, entry->words);
       return QLIX_COMM_OK;
     }
     case DPP_SDT_DDR: {
       const window_place at = ddr_place(record, index);
-      QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_smmu1_ind_write(dev_id, at.addr, at.mode, entry->words),
-                             "dpp_se_smmu1_ind_write");
+      QLIX_COMM_CALL(dpp_se_smmu1_ind_write, dev_id, at.addr, at.mode, entry->words);
       return QLIX_COMM_OK;
     }
     default:

@@ -64,7 +64,7 @@ uint32_t zcell_check(uint32_t dev_id, uint32_t zblock, uint32_t zcell, uint32_t 
 uint32_t etcam_half_read(uint32_t dev_id, dpp_regs::etcam_cpu_ind_cmd cmd, bool data, uint8_t* bytes) {
   uint32_t words[etcam_row_words] = {};
   cmd.data_or_mask = data ? 1 : 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_window_read(dev_id, etcam_window, 0, cmd, words), "dpp_window_read");
+  QLIX_COMM_CALL(dpp_window_read, dev_id, etcam_window, 0, cmd, words);
   dpp_se_words_to_bytes(words, etcam_row_words, bytes);
   return QLIX_COMM_OK;
 }
@@ -75,8 +75,7 @@ uint32_t etcam_half_write(uint32_t dev_id, dpp_regs::etcam_cpu_ind_cmd cmd, bool
     words[i / 4] |= uint32_t{bytes[i]} << (24 - 8 * (i % 4));
   }
   cmd.data_or_mask = data ? 1 : 0;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_window_write(dev_id, etcam_window, 0, cmd, words), "dpp_window_write");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_window_write, dev_id, etcam_window, 0, cmd, words);
 }
 
 }  // namespace
@@ -90,77 +89,53 @@ uint32_t dpp_se_eram_entry_words(uint32_t mode) {
 }
 
 uint32_t dpp_se_smmu0_ind_read(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t clear, uint32_t* data) {
-  const uint32_t code = eram_check(dev_id, addr, mode, data);
-  if (code != QLIX_COMM_OK) {
-    return code;
-  }
+  QLIX_COMM_PASS(eram_check(dev_id, addr, mode, data));
   dpp_regs::smmu0_cpu_ind_cmd cmd = {};
   cmd.ind_rd_clr = clear != 0 ? 1 : 0;
   cmd.ind_mode = mode;
   cmd.ind_addr = addr;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_window_read(dev_id, eram_window, 0, cmd, {data, eram_entry_words[mode]}),
-                         "dpp_window_read");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_window_read, dev_id, eram_window, 0, cmd, {data, eram_entry_words[mode]});
 }
 
 uint32_t dpp_se_smmu0_ind_write(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t count, const uint32_t* data) {
-  const uint32_t code = eram_check(dev_id, addr, mode, data);
-  if (code != QLIX_COMM_OK) {
-    return code;
-  }
+  QLIX_COMM_PASS(eram_check(dev_id, addr, mode, data));
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, count, 0, DPP_SE_ERAM_LINES * eram_line_entries[mode] - addr);
   for (uint32_t i = 0; i < count; ++i) {
     dpp_regs::smmu0_cpu_ind_cmd cmd = {};
     cmd.ind_mode = mode;
     cmd.ind_addr = addr + i;
-    QLIX_COMM_CHECK_DEV_RC(dev_id,
-                           dpp_window_write(dev_id, eram_window, 0, cmd,
-                                            {data + size_t{i} * eram_entry_words[mode], eram_entry_words[mode]}),
-                           "dpp_window_write");
+    QLIX_COMM_CALL(dpp_window_write, dev_id, eram_window, 0, cmd,
+                   {data + size_t{i} * eram_entry_words[mode], eram_entry_words[mode]});
   }
   return QLIX_COMM_OK;
 }
 
 uint32_t dpp_se_smmu1_ind_read(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t* data) {
-  const uint32_t code = ddr_check(dev_id, addr, mode, data);
-  if (code != QLIX_COMM_OK) {
-    return code;
-  }
+  QLIX_COMM_PASS(ddr_check(dev_id, addr, mode, data));
   dpp_regs::smmu1_cpu_ind_cmd cmd = {};
   cmd.ind_mode = mode;
   cmd.ind_addr = addr;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_window_read(dev_id, ddr_window, 0, cmd, {data, size_t{4} << mode}),
-                         "dpp_window_read");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_window_read, dev_id, ddr_window, 0, cmd, {data, size_t{4} << mode});
 }
 
 uint32_t dpp_se_smmu1_ind_write(uint32_t dev_id, uint32_t addr, uint32_t mode, const uint32_t* data) {
-  const uint32_t code = ddr_check(dev_id, addr, mode, data);
-  if (code != QLIX_COMM_OK) {
-    return code;
-  }
+  QLIX_COMM_PASS(ddr_check(dev_id, addr, mode, data));
   dpp_regs::smmu1_cpu_ind_cmd cmd = {};
   cmd.ind_mode = mode;
   cmd.ind_addr = addr;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_window_write(dev_id, ddr_window, 0, cmd, {data, size_t{4} << mode}),
-                         "dpp_window_write");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_window_write, dev_id, ddr_window, 0, cmd, {data, size_t{4} << mode});
 }
 
 uint32_t dpp_se_etcam_row_read(uint32_t dev_id, uint32_t block, uint32_t row, dpp_se_etcam_row* entry) {
   QLIX_COMM_CHECK_POINT(entry);
-  const uint32_t code = etcam_check(dev_id, block, row);
-  if (code != QLIX_COMM_OK) {
-    return code;
-  }
+  QLIX_COMM_PASS(etcam_check(dev_id, block, row));
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_ETCAM);
   dpp_regs::etcam_cpu_ind_cmd cmd = {};
   cmd.block_sel = block;
   cmd.ind_addr = row;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_half_read(dev_id, cmd, true, entry->data), "etcam_half_read");
-  QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_half_read(dev_id, cmd, false, entry->mask), "etcam_half_read");
-  dpp_regs::etcam_cpu_ind_vbit parts = {};
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_reg_read(dev_id, 0, 0, &parts), "dpp_reg_read");
+  QLIX_COMM_CALL(etcam_half_read, dev_id, cmd, true, entry->data);
+  QLIX_COMM_CALL(etcam_half_read, dev_id, cmd, false, entry->mask);
+  DPP_REG_READ(dpp_regs::etcam_cpu_ind_vbit, parts, dev_id, 0, 0);
   entry->valid = parts.rd_vbit;
   return QLIX_COMM_OK;
 }
@@ -169,43 +144,31 @@ uint32_t dpp_se_etcam_row_read(uint32_t dev_id, uint32_t block, uint32_t row, dp
 uint32_t dpp_se_etcam_row_write(uint32_t dev_id, uint32_t block, uint32_t row, uint32_t parts,
                                 const dpp_se_etcam_row* entry) {
   QLIX_COMM_CHECK_POINT(entry);
-  const uint32_t code = etcam_check(dev_id, block, row);
-  if (code != QLIX_COMM_OK) {
-    return code;
-  }
+  QLIX_COMM_PASS(etcam_check(dev_id, block, row));
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, parts, 0, (1u << DPP_SE_ETCAM_PARTS) - 1);
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_ETCAM);
   dpp_regs::etcam_cpu_ind_cmd cmd = {};
   cmd.block_sel = block;
   cmd.ind_addr = row;
   cmd.wr_mode = parts;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_half_write(dev_id, cmd, true, entry->data), "etcam_half_write");
+  QLIX_COMM_CALL(etcam_half_write, dev_id, cmd, true, entry->data);
   cmd.vben = 1;
   cmd.vbit = entry->valid;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, etcam_half_write(dev_id, cmd, false, entry->mask), "etcam_half_write");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(etcam_half_write, dev_id, cmd, false, entry->mask);
 }
 
 uint32_t dpp_se_zcell_read(uint32_t dev_id, uint32_t zblock, uint32_t zcell, uint32_t line, uint32_t* words) {
-  const uint32_t code = zcell_check(dev_id, zblock, zcell, line, words);
-  if (code != QLIX_COMM_OK) {
-    return code;
-  }
+  QLIX_COMM_PASS(zcell_check(dev_id, zblock, zcell, line, words));
   const uint32_t addr = zblock << zblock_shift | zcell << zcell_shift | line;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_alg_read(dev_id, addr, words), "dpp_se_alg_read");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_se_alg_read, dev_id, addr, words);
 }
 
 uint32_t dpp_se_zcell_write(uint32_t dev_id, uint32_t zblock, uint32_t zcell, uint32_t line, uint32_t quarters,
                             const uint32_t* words) {
-  const uint32_t code = zcell_check(dev_id, zblock, zcell, line, words);
-  if (code != QLIX_COMM_OK) {
-    return code;
-  }
+  QLIX_COMM_PASS(zcell_check(dev_id, zblock, zcell, line, words));
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, quarters, 0, DPP_SE_QUARTER_ALL);
   const uint32_t addr = quarters << quarter_shift | zblock << zblock_shift | zcell << zcell_shift | line;
-  QLIX_COMM_CHECK_DEV_RC(dev_id, dpp_se_alg_write(dev_id, addr, words), "dpp_se_alg_write");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_se_alg_write, dev_id, addr, words);
 }
 
 void dpp_se_words_to_bytes(const uint32_t* words, uint32_t word_num, uint8_t* bytes) {

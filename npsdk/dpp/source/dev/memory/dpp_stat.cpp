@@ -31,10 +31,8 @@ uint32_t dpp_stat_ppu_cnt_get(uint32_t dev_id, uint32_t rd_mode, uint32_t index,
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_STAT_INDEX_MAX);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, clr_mode, 0, 1);
   QLIX_COMM_CHECK_POINT(data);
-  QLIX_COMM_CHECK_DEV_RC(
-      dev_id, dpp_window_read(dev_id, stat_window, 0, command_of(rd_mode, index, clr_mode), {data, words_of(rd_mode)}),
-      "dpp_window_read");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_window_read, dev_id, stat_window, 0, command_of(rd_mode, index, clr_mode),
+                          {data, words_of(rd_mode)});
 }
 
 uint32_t dpp_stat_ppu_cnt_set(uint32_t dev_id, uint32_t rd_mode, uint32_t index, const uint32_t* data) {
@@ -42,8 +40,6 @@ uint32_t dpp_stat_ppu_cnt_set(uint32_t dev_id, uint32_t rd_mode, uint32_t index,
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, rd_mode, DPP_STAT_WIDTH_64, DPP_STAT_WIDTH_128);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_STAT_INDEX_MAX);
   QLIX_COMM_CHECK_POINT(data);
-  QLIX_COMM_CHECK_DEV_RC(
-      dev_id, dpp_window_write(dev_id, stat_window, 0, command_of(rd_mode, index, 0), {data, words_of(rd_mode)}),
-      "dpp_window_write");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_window_write, dev_id, stat_window, 0, command_of(rd_mode, index, 0),
+                          {data, words_of(rd_mode)});
 }

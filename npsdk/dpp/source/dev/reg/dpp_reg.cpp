@@ -160,16 +160,12 @@ struct route {
 };
 
 inline uint32_t route_find(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n, route* out) {
-  const uint32_t rc = instance_addr(info, m, n, &out->addr);
-  if (rc != QLIX_COMM_OK) {
-    return rc;
-  }
+  QLIX_COMM_PASS(instance_addr(info, m, n, &out->addr));
   out->reached = out->addr;
   const bool agent = dpp_dev_is_agent_mode(dev_id);
   out->owned_by_agent = agent && !dpp_4k_reg(info.mod_no);
   if (agent) {
-    QLIX_COMM_CHECK_RC(dpp_reg_addr_convert(dev_id, info.mod_no, info.flag, out->addr, &out->reached),
-                       "dpp_reg_addr_convert");
+    QLIX_COMM_CALL(dpp_reg_addr_convert, dev_id, info.mod_no, info.flag, out->addr, &out->reached);
   }
   return QLIX_COMM_OK;
 }
@@ -177,10 +173,7 @@ inline uint32_t route_find(uint32_t dev_id, const dpp_reg_info& info, uint32_t m
 inline uint32_t instance_write(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n,
                                const uint32_t* words) {
   route to;
-  const uint32_t rc = route_find(dev_id, info, m, n, &to);
-  if (rc != QLIX_COMM_OK) {
-    return rc;
-  }
+  QLIX_COMM_PASS(route_find(dev_id, info, m, n, &to));
   const capture_scope captured(info.reg_no);
   if (captured.on()) {
     QLIX_COMM_TRACE_DEBUG("dpp_reg_write: addr=0x%08x, data=0x%08x.\n", to.addr, words[0]);
@@ -193,10 +186,7 @@ inline uint32_t instance_write(uint32_t dev_id, const dpp_reg_info& info, uint32
 
 inline uint32_t instance_read(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n, uint32_t* words) {
   route from;
-  const uint32_t rc = route_find(dev_id, info, m, n, &from);
-  if (rc != QLIX_COMM_OK) {
-    return rc;
-  }
+  QLIX_COMM_PASS(route_find(dev_id, info, m, n, &from));
   const capture_scope captured(info.reg_no);
   if (from.owned_by_agent) {
     memset(words, 0, info.width);
@@ -294,10 +284,7 @@ uint32_t dpp_reg_write32(uint32_t dev_id, uint32_t reg_no, uint32_t value) {
   const dpp_reg_info& info = dpp_reg_table[reg_no];
   for (uint32_t m = 0; m < info.m_size; ++m) {
     for (uint32_t n = 0; n < info.n_size; ++n) {
-      const uint32_t rc = dpp_reg_write32_bymn(dev_id, reg_no, m, n, value);
-      if (rc != QLIX_COMM_OK) {
-        return rc;
-      }
+      QLIX_COMM_PASS(dpp_reg_write32_bymn(dev_id, reg_no, m, n, value));
     }
   }
   return QLIX_COMM_OK;
@@ -341,8 +328,7 @@ uint32_t dpp_reg_get_reg_addr(uint32_t reg_no, uint32_t m_offset, uint32_t n_off
 
 uint32_t dpp_reg_val_get(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset,
                          std::span<uint32_t> field_values) {
-  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, reg_no, m_offset, n_offset, field_values), "dpp_reg_read");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_reg_read, dev_id, reg_no, m_offset, n_offset, field_values);
 }
 
 // The bodies of the three, so that their own names stand in the lines of their checks.

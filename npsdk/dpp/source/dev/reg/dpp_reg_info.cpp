@@ -20,15 +20,9 @@ std::span<const dpp_reg_field> dpp_reg_fields_get(const dpp_reg_info& info) {
 }
 
 uint32_t dpp_reg_no_find(std::string_view name) {
-  for (uint32_t slot = dpp_reg_name_hash(name);; ++slot) {
-    const uint16_t reg_no = dpp_reg_name_slots[slot % DPP_REG_NAME_SLOTS];
-    if (reg_no == DPP_REG_NAME_SLOT_FREE) {
-      return DPP_REG_NO_NONE;
-    }
-    if (name == dpp_reg_text_get(dpp_reg_table[reg_no].name)) {
-      return reg_no;
-    }
-  }
+  const uint16_t reg_no = dpp_name_find(dpp_reg_name_slots, name,
+                                        [](uint32_t number) { return dpp_reg_text_get(dpp_reg_table[number].name); });
+  return reg_no == DPP_NAME_SLOT_FREE ? DPP_REG_NO_NONE : reg_no;
 }
 
 uint32_t dpp_reg_field_find(uint32_t reg_no, std::string_view field_name) {

@@ -25,7 +25,7 @@ void heading_print(const dpp_reg_info& info, uint32_t m, uint32_t n) {
 
 uint32_t fields_print(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n, shape how) {
   uint32_t values[DPP_REG_FIELD_MAX];
-  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, info.reg_no, m, n, values), "dpp_reg_read");
+  QLIX_COMM_CALL(dpp_reg_read, dev_id, info.reg_no, m, n, values);
   heading_print(info, m, n);
   const uint32_t* value = values;
   for (const dpp_reg_field& field : dpp_reg_fields_get(info)) {
@@ -43,7 +43,7 @@ uint32_t fields_print(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uin
 uint32_t words_print(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n) {
   constexpr uint32_t words_a_line = 4;
   uint32_t words[DPP_REG_WIDTH_MAX / 4];
-  QLIX_COMM_CHECK_RC(dpp_reg_words_read(dev_id, info.reg_no, m, n, words), "dpp_reg_words_read");
+  QLIX_COMM_CALL(dpp_reg_words_read, dev_id, info.reg_no, m, n, words);
   heading_print(info, m, n);
   const uint32_t count = info.width / 4;
   for (uint32_t i = 0; i < count; ++i) {
@@ -60,10 +60,7 @@ uint32_t instance_print(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, u
 uint32_t register_print(uint32_t dev_id, const dpp_reg_info& info, shape how) {
   for (uint32_t m = 0; m < info.m_size; ++m) {
     for (uint32_t n = 0; n < info.n_size; ++n) {
-      const uint32_t rc = instance_print(dev_id, info, m, n, how);
-      if (rc != QLIX_COMM_OK) {
-        return rc;
-      }
+      QLIX_COMM_PASS(instance_print(dev_id, info, m, n, how));
     }
   }
   return QLIX_COMM_OK;
@@ -90,7 +87,7 @@ uint32_t dpp_reg_info_prt(uint32_t reg_no, uint32_t m_offset, uint32_t n_offset)
   QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1);
   const dpp_reg_info& info = dpp_reg_table[reg_no];
   uint32_t addr = 0;
-  QLIX_COMM_CHECK_RC(dpp_reg_get_reg_addr(reg_no, m_offset, n_offset, &addr), "dpp_reg_get_reg_addr");
+  QLIX_COMM_CALL(dpp_reg_get_reg_addr, reg_no, m_offset, n_offset, &addr);
   QLIX_COMM_PRINT("name       : %s\n", dpp_reg_text_get(info.name));
   QLIX_COMM_PRINT("reg_no     : %d\n", info.reg_no);
   QLIX_COMM_PRINT("mod_no     : %d\n", info.mod_no);
@@ -134,10 +131,7 @@ uint32_t dpp_reg_print_more(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset,
   uint32_t m = m_offset;
   uint32_t n = n_offset;
   for (uint32_t i = 0; i < num && has_instance(info, m, n); ++i) {
-    const uint32_t rc = words_print(dev_id, info, m, n);
-    if (rc != QLIX_COMM_OK) {
-      return rc;
-    }
+    QLIX_COMM_PASS(words_print(dev_id, info, m, n));
     if (++n == info.n_size) {
       n = 0;
       ++m;
@@ -151,10 +145,7 @@ namespace {
 uint32_t range_print(uint32_t dev_id, uint32_t reg_first, uint32_t reg_last, shape how) {
   for (uint32_t reg_no = reg_first; reg_no <= reg_last; ++reg_no) {
     title_print(dpp_reg_table[reg_no]);
-    const uint32_t rc = register_print(dev_id, dpp_reg_table[reg_no], how);
-    if (rc != QLIX_COMM_OK) {
-      return rc;
-    }
+    QLIX_COMM_PASS(register_print(dev_id, dpp_reg_table[reg_no], how));
   }
   return QLIX_COMM_OK;
 }
@@ -166,10 +157,7 @@ uint32_t range_print_bymn(uint32_t dev_id, uint32_t reg_first, uint32_t reg_last
       continue;
     }
     title_print(info);
-    const uint32_t rc = instance_print(dev_id, info, m, n, how);
-    if (rc != QLIX_COMM_OK) {
-      return rc;
-    }
+    QLIX_COMM_PASS(instance_print(dev_id, info, m, n, how));
   }
   return QLIX_COMM_OK;
 }
@@ -181,8 +169,7 @@ uint32_t dpp_regs_print(uint32_t dev_id, uint32_t reg_first, uint32_t reg_last) 
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, reg_first, 0, DPP_REG_NUM - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, reg_last, 0, DPP_REG_NUM - 1);
-  QLIX_COMM_CHECK_DEV_RC(dev_id, range_print(dev_id, reg_first, reg_last, shape::fields), "range_print");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(range_print, dev_id, reg_first, reg_last, shape::fields);
 }
 
 uint32_t dpp_regs_dump(uint32_t dev_id, uint32_t reg_first, uint32_t reg_last) {

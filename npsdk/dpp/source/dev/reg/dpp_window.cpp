@@ -40,12 +40,11 @@ void access_trace(uint32_t dev_id, const dpp_window& window, const spot& at, uin
 
 uint32_t word_write(uint32_t dev_id, const dpp_window& window, const spot& at, uint32_t value) {
   access_trace(dev_id, window, at, value);
-  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, at.reg_no, at.m, at.n, value), "dpp_reg_write32_bymn");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_reg_write32_bymn, dev_id, at.reg_no, at.m, at.n, value);
 }
 
 uint32_t word_read(uint32_t dev_id, const dpp_window& window, const spot& at, uint32_t* value) {
-  QLIX_COMM_CHECK_RC(dpp_reg_read32(dev_id, at.reg_no, at.m, at.n, value), "dpp_reg_read32");
+  QLIX_COMM_CALL(dpp_reg_read32, dev_id, at.reg_no, at.m, at.n, value);
   access_trace(dev_id, window, at, *value);
   return QLIX_COMM_OK;
 }
@@ -64,10 +63,7 @@ uint32_t done_wait(uint32_t dev_id, const dpp_window& window, uint32_t unit) {
   const dpp_reg_field& done = dpp_reg_fields_get(*dpp_reg_info_get(window.status_reg))[window.done_field];
   for (uint32_t poll = 0; poll < POLL_LIMIT; ++poll) {
     uint32_t status = 0;
-    const uint32_t rc = word_read(dev_id, window, {window.status_reg, 0, unit}, &status);
-    if (rc != QLIX_COMM_OK) {
-      return rc;
-    }
+    QLIX_COMM_PASS(word_read(dev_id, window, {window.status_reg, 0, unit}, &status));
     if (status == DEAD_CARD) {
       break;
     }
@@ -92,10 +88,10 @@ uint32_t dpp_window_run_read(uint32_t dev_id, const dpp_window& window, uint32_t
                              std::span<const uint32_t> command, std::span<uint32_t> words) {
   QLIX_COMM_CHECK_POINT(words.data());
   DPP_OPERATION_GUARD(guard, dev_id, window.mutex);
-  QLIX_COMM_CHECK_RC(command_write(dev_id, window, unit, command), "command_write");
-  QLIX_COMM_CHECK_RC(done_wait(dev_id, window, unit), "done_wait");
+  QLIX_COMM_CALL(command_write, dev_id, window, unit, command);
+  QLIX_COMM_CALL(done_wait, dev_id, window, unit);
   for (uint32_t i = 0; i < words.size(); ++i) {
-    QLIX_COMM_CHECK_RC(word_read(dev_id, window, data_spot(window, unit, i, words.size()), &words[i]), "word_read");
+    QLIX_COMM_CALL(word_read, dev_id, window, data_spot(window, unit, i, words.size()), &words[i]);
   }
   return guard.unlock();
 }
@@ -107,11 +103,11 @@ uint32_t dpp_window_run_write(uint32_t dev_id, const dpp_window& window, uint32_
   const auto num = static_cast<uint32_t>(words.size());
   for (uint32_t i = 0; i < num; ++i) {
     const uint32_t word = window.reversed ? num - 1 - i : i;
-    QLIX_COMM_CHECK_RC(word_write(dev_id, window, data_spot(window, unit, word, num), words[word]), "word_write");
+    QLIX_COMM_CALL(word_write, dev_id, window, data_spot(window, unit, word, num), words[word]);
   }
-  QLIX_COMM_CHECK_RC(command_write(dev_id, window, unit, command), "command_write");
+  QLIX_COMM_CALL(command_write, dev_id, window, unit, command);
   if (window.write_waits) {
-    QLIX_COMM_CHECK_RC(done_wait(dev_id, window, unit), "done_wait");
+    QLIX_COMM_CALL(done_wait, dev_id, window, unit);
   }
   return guard.unlock();
 }

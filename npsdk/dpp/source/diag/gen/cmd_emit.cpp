@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <unordered_map>
 
-#include "dpp_cmd_hash.h"
 #include "text_pool.h"
 
 namespace cmd_gen {
@@ -99,8 +98,9 @@ class table_writer {
     return "// Generated from the command sheets; do not edit.\n"
            "#include \"dpp_cmd_table.h\"\n\n#include \"dpp_cmd_bridge.h\"\n"
            "#include \"dpp_diag/dpp_diag_functions.h\"\n#include \"dpp_row_functions.h\"\n\n" +
-           records_.source() + named_.source() + listed_.source() + slots_source() + rows_.source() + args_.source() +
-           steps_.source() + values_.source() + functions_.source() + pool_.source("dpp_cmd_text_pool");
+           records_.source() + named_.source() + listed_.source() + name_slots_source("dpp_cmd_name_slots", names_) +
+           rows_.source() + args_.source() + steps_.source() + values_.source() + functions_.source() +
+           pool_.source("dpp_cmd_text_pool");
   }
 
  private:
@@ -141,22 +141,6 @@ class table_writer {
                     "," + listed({v.field}));
       }
     }
-  }
-
-  std::string slots_source() const {
-    std::vector<uint16_t> slots(DPP_CMD_NAME_SLOTS, DPP_CMD_NAME_SLOT_FREE);
-    for (size_t i = 0; i < names_.size(); ++i) {
-      uint32_t slot = dpp_cmd_name_hash(names_[i]) % DPP_CMD_NAME_SLOTS;
-      while (slots[slot] != DPP_CMD_NAME_SLOT_FREE) {
-        slot = (slot + 1) % DPP_CMD_NAME_SLOTS;
-      }
-      slots[slot] = static_cast<uint16_t>(i);
-    }
-    std::string out = "extern const uint16_t dpp_cmd_name_slots[DPP_CMD_NAME_SLOTS] = {\n";
-    for (size_t i = 0; i < slots.size(); ++i) {
-      out += std::to_string(slots[i]) + (i % 16 == 15 ? ",\n" : ",");
-    }
-    return out + "};\n";
   }
 
   const std::vector<command>& commands_;

@@ -31,7 +31,8 @@ struct variable {
   uint32_t max = 0;
 };
 
-/// Reads one sheet line by line. Every reading function says what is wrong and leaves the line at the first fault.
+/// Reads one sheet line by line. The first fault of a line is told and takes the rest of the line away, so that reading
+/// functions need not look whether they got what they asked for: what comes of a bad line is never used.
 class sheet_reader {
  public:
   sheet_reader(const std::string& file, const std::vector<reg_gen::reg>& regs, std::vector<command>& commands,
@@ -44,18 +45,12 @@ class sheet_reader {
 
   void line_read(uint32_t line_no, std::string_view line) {
     line_no_ = line_no;
-    const bool indented = line.starts_with(' ');
-    std::optional<std::vector<word>> words = words_split(line);
-    if (!words) {
-      complain("a text is left open or a number is none");
-      return;
-    }
-    words_ = std::move(*words);
+    failed_ = false;
+    words_ = words_split(line).value_or(std::vector<word>(1));
     at_ = 0;
-    const bool good = indented ? step_read() : command_read();
-    if (good && peek().kind != word_kind::end) {
-      complain("too many words from '" + peek().text + "' on");
-    }
+    require(words_.size() > 1, "a text is left open or a number is none");
+    line.starts_with(' ') ? step_read() : command_read();
+    require(peek().kind == word_kind::end, "too many words from '" + peek().text + "' on");
   }
 
   void finish() {
@@ -63,157 +58,132 @@ class sheet_reader {
   }
 
  private:
-  bool complain(const std::string& text) {
-    out_.push_back({{file_, line_no_}, text});
-    return false;
+  void require(bool holds, const std::string& otherwise) {
+    if (!holds && !failed_) {
+      out_.push_back({{file_, line_no_}, otherwise});
+      failed_ = true;
+      at_ = words_.size() - 1;
+    }
   }
   const word& peek() const {
     return words_[at_];
   }
   bool take_sign(std::string_view sign) {
-    if (peek().kind != word_kind::sign || peek().text != sign) {
-      return false;
-    }
-    ++at_;
-    return true;
+    const bool there = peek().kind == word_kind::sign && peek().text == sign;
+    at_ += there ? 1 : 0;
+    return there;
   }
-  bool need_sign(std::string_view sign) {
-    return take_sign(sign) || complain("'" + std::string(sign) + "' is missing before '" + peek().text + "'");
+  void need_sign(std::string_view sign) {
+    require(take_sign(sign), "'" + std::string(sign) + "' is missing before '" + peek().text + "'");
   }
-  bool need_name(std::string& name) {
-    if (peek().kind != word_kind::name) {
-      return complain("a name is missing before '" + peek().text + "'");
-    }
-    name = words_[at_++].text;
-    return true;
+  const word& need(word_kind kind, const char* what) {
+    require(peek().kind == kind, std::string(what) + " is missing before '" + peek().text + "'");
+    return failed_ ? peek() : words_[at_++];
   }
-  bool need_text(std::string& text) {
-    if (peek().kind != word_kind::text) {
-      return complain("a text is missing before '" + peek().text + "'");
-    }
-    text = words_[at_++].text;
-    return true;
+  std::string need_name() {
+    return need(word_kind::name, "a name").text;
   }
-  bool need_number(uint32_t& number) {
-    if (peek().kind != word_kind::number) {
-      return complain("a number is missing before '" + peek().text + "'");
-    }
-    number = words_[at_++].number;
-    return true;
+  std::string need_text() {
+    return need(word_kind::text, "a text").text;
+  }
+  uint32_t need_number() {
+    return need(word_kind::number, "a number").number;
+  }
+  /// The place of a word among those that may stand here.
+  template <size_t N>
+  uint32_t choice_of(const std::array<std::string_view, N>& choices, const std::string& text,
+                     const std::string& otherwise) {
+    const auto found = std::find(choices.begin(), choices.end(), text);
+    require(found != choices.end(), otherwise);
+    return found != choices.end() ? static_cast<uint32_t>(found - choices.begin()) : 0;
   }
 
   // Commands.
 
   void command_end() {
     if (!loops_.empty()) {
-      complain("a loop before this line has no end");
+      out_.push_back({{file_, line_no_}, "a loop before this line has no end"});
     }
     loops_.clear();
     variables_.clear();
   }
 
-  bool command_read() {
+  void command_read() {
     command_end();
-    std::string kind;
     command made;
-    if (!need_name(kind)) {
-      return false;
-    }
-    const auto found = std::find(command_words.begin(), command_words.end(), kind);
-    if (found == command_words.end()) {
-      return complain("unknown kind of command '" + kind + "'");
-    }
     made.at = {file_, line_no_};
-    made.kind = static_cast<command_kind>(found - command_words.begin());
-    if (!need_name(made.name)) {
-      return false;
-    }
+    const std::string kind = need_name();
+    made.kind = static_cast<command_kind>(choice_of(command_words, kind, "unknown kind of command '" + kind + "'"));
+    made.name = need_name();
     if (made.kind == command_kind::missing) {
-      return missing_read(made);
+      const std::string level = need_name();
+      made.level = level_of(level);
+      require(made.level != command_level::untold, "'" + level + "' is no level");
     }
     while (peek().kind == word_kind::name) {
-      if (!argument_read(made)) {
-        return false;
-      }
+      argument_read(made);
     }
-    if (made.args.size() > args_max || (made.kind >= command_kind::text && !made.args.empty())) {
-      return complain("too many arguments");
+    require(made.args.size() <= args_max && (made.kind < command_kind::text || made.args.empty()),
+            "too many arguments");
+    if (!failed_) {
+      commands_.push_back(std::move(made));
     }
-    commands_.push_back(std::move(made));
-    return true;
   }
 
-  bool missing_read(command& made) {
-    std::string level;
-    if (!need_name(level)) {
-      return false;
-    }
-    made.level = level_of(level);
-    commands_.push_back(made);
-    return made.level != command_level::untold || complain("'" + level + "' is no level");
-  }
-
-  bool argument_read(command& made) {
+  void argument_read(command& made) {
     argument arg;
-    arg.name = words_[at_++].text;
-    if (take_sign("=")) {
-      arg.ranged = true;
-      if (!need_number(arg.min) || !need_sign("..") || !need_number(arg.max)) {
-        return false;
-      }
-      if (arg.min > arg.max) {
-        return complain("the range of '" + arg.name + "' is empty");
-      }
+    arg.name = need_name();
+    arg.ranged = take_sign("=");
+    if (arg.ranged) {
+      arg.min = need_number();
+      need_sign("..");
+      arg.max = need_number();
+      require(arg.min <= arg.max, "the range of '" + arg.name + "' is empty");
     } else if (arg.name == "dev_id") {
       arg.ranged = true;
       arg.max = device_max;
     }
     variables_.push_back({arg.name, false, arg.ranged, arg.min, arg.max});
     made.args.push_back(std::move(arg));
-    return true;
   }
 
   // Steps.
 
-  bool step_read() {
-    if (commands_.empty()) {
-      return complain("a step before the first command");
+  void step_read() {
+    require(!commands_.empty(), "a step before the first command");
+    if (failed_) {
+      return;
     }
     command& owner = commands_.back();
-    std::string name;
-    if (!need_name(name)) {
-      return false;
+    const std::string name = need_name();
+    if (const command_level level = level_of(name); level != command_level::untold) {
+      level_read(owner, level);
+      return;
     }
-    if (level_of(name) != command_level::untold) {
-      return level_read(owner, level_of(name));
-    }
-    const auto found = std::find(step_words.begin(), step_words.end(), name);
-    if (found == step_words.end() || owner.kind != command_kind::row) {
-      return complain("'" + name + "' is no step of this command");
-    }
+    const std::string otherwise = "'" + name + "' is no step of this command";
     step made;
-    made.what = static_cast<op>(found - step_words.begin());
+    made.what = static_cast<op>(choice_of(step_words, name, otherwise));
     made.line = line_no_;
-    if (!step_words_read(made, owner)) {
-      return false;
+    require(owner.kind == command_kind::row, otherwise);
+    if (!failed_) {
+      step_words_read(made, owner);
     }
-    owner.steps.push_back(std::move(made));
-    return true;
+    if (!failed_) {
+      owner.steps.push_back(std::move(made));
+    }
   }
 
-  bool level_read(command& owner, command_level level) {
+  void level_read(command& owner, command_level level) {
     owner.level = level;
     if (peek().kind == word_kind::name && peek().text == "writes") {
       ++at_;
       owner.writes = true;
-      if (owner.kind == command_kind::row) {
-        return complain("the steps of a row tell what it writes");
-      }
+      require(owner.kind != command_kind::row, "the steps of a row tell what it writes");
     }
-    return need_text(owner.purpose);
+    owner.purpose = need_text();
   }
 
-  bool step_words_read(step& made, command& owner) {
+  void step_words_read(step& made, command& owner) {
     switch (made.what) {
       case op::print:
         return print_read(made);
@@ -222,7 +192,8 @@ class sheet_reader {
       case op::errors:
       case op::idle:
       case op::ready:
-        return place_read(made.at);
+        made.at = place_read();
+        return;
       case op::loop:
         return loop_read(made, owner);
       case op::end:
@@ -232,40 +203,33 @@ class sheet_reader {
       case op::set:
         return set_read(made);
       case op::clear:
-        return register_read(made.at.reg);
+        made.at.reg = register_read();
+        return;
       case op::summary:
-        return need_text(made.text);
+        made.text = need_text();
+        return;
       case op::run:
       case op::call:
-        return need_name(made.text) && values_read(made, args_max);
+        made.text = need_name();
+        return values_read(made, args_max);
     }
-    return false;
   }
 
-  bool print_read(step& made) {
-    if (!need_text(made.text)) {
-      return false;
-    }
+  void print_read(step& made) {
+    made.text = need_text();
     while (peek().kind == word_kind::text) {
-      made.text += words_[at_++].text;
+      made.text += need_text();
     }
-    if (!values_read(made, places_max)) {
-      return false;
-    }
+    values_read(made, places_max);
     const std::optional<std::vector<bool>> conversions = conversions_of(made.text);
-    if (!conversions) {
-      return complain("unknown conversion in the text");
+    require(conversions.has_value(), "unknown conversion in the text");
+    const size_t num = conversions ? conversions->size() : 0;
+    require(num == made.values.size(), "the text has " + std::to_string(num) + " conversions for " +
+                                           std::to_string(made.values.size()) + " values");
+    for (size_t i = 0; i < num && !failed_; ++i) {
+      require(is_wide(made.values[i]) == (*conversions)[i],
+              "value " + std::to_string(i + 1) + " and its conversion differ in width");
     }
-    if (conversions->size() != made.values.size()) {
-      return complain("the text has " + std::to_string(conversions->size()) + " conversions for " +
-                      std::to_string(made.values.size()) + " values");
-    }
-    for (size_t i = 0; i < made.values.size(); ++i) {
-      if (is_wide(made.values[i]) != (*conversions)[i]) {
-        return complain("value " + std::to_string(i + 1) + " and its conversion differ in width");
-      }
-    }
-    return true;
   }
 
   bool is_wide(const value& v) const {
@@ -273,58 +237,51 @@ class sheet_reader {
            (v.kind == value_kind::number && v.number.variable && variables_[v.number.number].total);
   }
 
-  bool loop_read(step& made, const command& owner) {
-    std::string name;
-    if (!need_name(name) || !need_sign("=") || !operand_read(made.from) || !need_sign("..") || !operand_read(made.to)) {
-      return false;
-    }
+  void loop_read(step& made, const command& owner) {
+    const std::string name = need_name();
+    need_sign("=");
+    made.from = operand_read();
+    need_sign("..");
+    made.to = operand_read();
     const bool bounded = is_bounded(made.from) && is_bounded(made.to);
-    return variable_add({name, false, bounded, least(made.from), most(made.to)}, made.slot) &&
-           (loops_.push_back(owner.steps.size()), true);
+    made.slot = variable_add({name, false, bounded, least(made.from), most(made.to)});
+    if (!failed_) {
+      loops_.push_back(owner.steps.size());
+    }
   }
 
-  bool loop_end(step& made, command& owner) {
-    if (loops_.empty()) {
-      return complain("an end without a loop");
+  void loop_end(step& made, command& owner) {
+    require(!loops_.empty(), "an end without a loop");
+    if (failed_) {
+      return;
     }
     made.jump = static_cast<uint32_t>(loops_.back());
     step& loop = owner.steps[loops_.back()];
     loop.jump = static_cast<uint32_t>(owner.steps.size());
     variables_[loop.slot].name.clear();  // the name ends with the loop
     loops_.pop_back();
-    return true;
   }
 
-  bool add_read(step& made) {
-    std::string name;
-    if (!need_name(name)) {
-      return false;
-    }
+  void add_read(step& made) {
+    const std::string name = need_name();
     const auto found = variable_find(name);
-    if (found == variables_.end()) {
-      if (!variable_add({name, true, false, 0, 0}, made.slot)) {
-        return false;
-      }
-    } else if (!found->total) {
-      return complain("'" + name + "' is no total");
-    } else {
-      made.slot = static_cast<uint32_t>(found - variables_.begin());
-    }
-    return values_read(made, 1) && (made.values.size() == 1 || complain("a value is missing"));
+    require(found == variables_.end() || found->total, "'" + name + "' is no total");
+    made.slot = found == variables_.end() ? variable_add({name, true, false, 0, 0})
+                                          : static_cast<uint32_t>(found - variables_.begin());
+    values_read(made, 1);
+    require(made.values.size() == 1, "a value is missing");
   }
 
-  bool set_read(step& made) {
-    if (!place_read(made.at)) {
-      return false;
-    }
+  void set_read(step& made) {
+    made.at = place_read();
     while (peek().kind == word_kind::name) {
       value set;
-      if (!field_read(made.at.reg, set.field) || !need_sign("=") || !operand_read(set.number)) {
-        return false;
-      }
+      set.field = field_read(made.at.reg);
+      need_sign("=");
+      set.number = operand_read();
       made.values.push_back(set);
     }
-    return !made.values.empty() || complain("a field is missing");
+    require(!made.values.empty(), "a field is missing");
   }
 
   // Values and places.
@@ -332,16 +289,13 @@ class sheet_reader {
   std::vector<variable>::iterator variable_find(const std::string& name) {
     return std::find_if(variables_.begin(), variables_.end(), [&](const variable& v) { return v.name == name; });
   }
-  bool variable_add(variable made, uint32_t& slot) {
-    if (variable_find(made.name) != variables_.end()) {
-      return complain("'" + made.name + "' stands for something else already");
+  uint32_t variable_add(variable made) {
+    require(variable_find(made.name) == variables_.end(), "'" + made.name + "' stands for something else already");
+    require(variables_.size() < slots_max, "too many names in this command");
+    if (!failed_) {
+      variables_.push_back(std::move(made));
     }
-    if (variables_.size() == slots_max) {
-      return complain("too many names in this command");
-    }
-    slot = static_cast<uint32_t>(variables_.size());
-    variables_.push_back(std::move(made));
-    return true;
+    return static_cast<uint32_t>(variables_.size()) - 1;
   }
   bool is_bounded(const operand& o) const {
     return !o.variable || variables_[o.number].bounded;
@@ -353,97 +307,80 @@ class sheet_reader {
     return o.variable ? variables_[o.number].max : o.number;
   }
 
-  bool operand_read(operand& out) {
+  operand operand_read() {
     if (peek().kind == word_kind::number) {
-      out = {false, words_[at_++].number};
-      return true;
+      return {false, need_number()};
     }
-    std::string name;
-    if (!need_name(name)) {
-      return false;
-    }
+    const std::string name = need_name();
     const auto found = variable_find(name);
-    if (found == variables_.end()) {
-      return complain("unknown name '" + name + "'");
-    }
-    out = {true, static_cast<uint32_t>(found - variables_.begin())};
-    return true;
+    require(found != variables_.end(), "unknown name '" + name + "'");
+    return failed_ ? operand() : operand{true, static_cast<uint32_t>(found - variables_.begin())};
   }
 
-  bool register_read(uint32_t& reg) {
-    std::string name;
-    if (!need_name(name)) {
-      return false;
-    }
+  uint32_t register_read() {
+    const std::string name = need_name();
     const auto found = numbers_.find(name);
-    if (found == numbers_.end()) {
-      return complain("unknown register '" + name + "'");
-    }
-    reg = found->second;
-    return true;
+    require(found != numbers_.end(), "unknown register '" + name + "'");
+    return failed_ ? 0 : found->second;
   }
 
-  bool index_read(operand& out, uint32_t size, const std::string& name) {
-    if (!need_sign("[") || !operand_read(out) || !need_sign("]")) {
-      return false;
-    }
-    if (!is_bounded(out)) {
-      return complain("the index of '" + name + "' has no range");
-    }
+  operand index_read(uint32_t size, const std::string& name) {
+    need_sign("[");
+    const operand index = operand_read();
+    need_sign("]");
+    require(is_bounded(index), "the index of '" + name + "' has no range");
     // A word of the user's reaches every instance; loops may walk a part.
-    const bool is_word = out.variable && out.number < commands_.back().args.size();
-    const bool fits = is_word ? most(out) == size - 1 : most(out) < size;
-    return fits || complain("the index of '" + name + "' goes up to " + std::to_string(most(out)) +
-                            ", the register ends at " + std::to_string(size - 1));
+    const bool is_word = index.variable && index.number < commands_.back().args.size();
+    require(is_word ? most(index) == size - 1 : most(index) < size,
+            "the index of '" + name + "' goes up to " + std::to_string(most(index)) + ", the register ends at " +
+                std::to_string(size - 1));
+    return index;
   }
 
-  bool place_read(place& out) {
-    if (!register_read(out.reg)) {
-      return false;
+  place place_read() {
+    place made;
+    made.reg = register_read();
+    const reg_gen::reg& r = regs_[made.reg];
+    if ((r.array_type & 2) != 0) {
+      made.m = index_read(r.m_size, r.name);
     }
-    const reg_gen::reg& r = regs_[out.reg];
-    return ((r.array_type & 2) == 0 || index_read(out.m, r.m_size, r.name)) &&
-           (r.array_type == 0 || index_read(out.n, r.n_size, r.name));
+    if (r.array_type != 0) {
+      made.n = index_read(r.n_size, r.name);
+    }
+    return made;
   }
 
-  bool field_read(uint32_t reg, uint32_t& field) {
-    std::string name;
-    if (!need_name(name)) {
-      return false;
-    }
+  uint32_t field_read(uint32_t reg) {
+    const std::string name = need_name();
     const std::vector<reg_gen::field>& fields = regs_[reg].fields;
     const auto found = std::find_if(fields.begin(), fields.end(), [&](const auto& f) { return f.name == name; });
-    if (found == fields.end()) {
-      return complain("register '" + regs_[reg].name + "' has no field '" + name + "'");
-    }
-    field = static_cast<uint32_t>(found - fields.begin());
-    return found->len <= 32 || complain("field '" + name + "' has more than 32 bits");
+    require(found != fields.end(), "register '" + regs_[reg].name + "' has no field '" + name + "'");
+    require(failed_ || found->len <= 32, "field '" + name + "' has more than 32 bits");
+    return static_cast<uint32_t>(found - fields.begin());
   }
 
-  bool value_read(value& out) {
+  value value_read() {
+    value made;
     if (peek().kind == word_kind::number || variable_find(peek().text) != variables_.end()) {
-      return operand_read(out.number);
+      made.number = operand_read();
+      return made;
     }
-    if (!place_read(out.at)) {
-      return false;
-    }
+    made.at = place_read();
     if (take_sign(".")) {
-      out.kind = value_kind::field;
-      return field_read(out.at.reg, out.field);
+      made.kind = value_kind::field;
+      made.field = field_read(made.at.reg);
+    } else {
+      made.kind = value_kind::whole;
+      require(regs_[made.at.reg].width <= 8, "the register has more than 8 bytes");
     }
-    out.kind = value_kind::whole;
-    return regs_[out.at.reg].width <= 8 || complain("the register has more than 8 bytes");
+    return made;
   }
 
-  bool values_read(step& made, size_t max) {
+  void values_read(step& made, size_t max) {
     while (peek().kind == word_kind::name || peek().kind == word_kind::number) {
-      value next;
-      if (!value_read(next)) {
-        return false;
-      }
-      made.values.push_back(next);
+      made.values.push_back(value_read());
     }
-    return made.values.size() <= max || complain("too many values");
+    require(made.values.size() <= max, "too many values");
   }
 
   const std::string& file_;
@@ -455,6 +392,7 @@ class sheet_reader {
   std::vector<size_t> loops_;        // steps of the loops that are open
   std::vector<word> words_;
   size_t at_ = 0;
+  bool failed_ = false;
   uint32_t line_no_ = 0;
 };
 

@@ -40,6 +40,10 @@ struct source_place {
 [[gnu::cold]] std::uint32_t report_pair(const source_place& at, std::uint32_t value0, std::uint32_t value1);
 [[gnu::cold]] std::uint32_t report_call(const source_place& at, std::uint32_t code, const char* callee);
 
+inline std::uint32_t called(const source_place& at, std::uint32_t code, const char* callee) {
+  return code == QLIX_COMM_OK ? code : report_call(at, code, callee);
+}
+
 }  // namespace qlix_comm_detail
 
 #define QLIX_COMM_HERE (qlix_comm_detail::source_place{__FILE_NAME__, __LINE__, __func__})
@@ -120,4 +124,18 @@ struct source_place {
   do {                                            \
     static_cast<void>(dev);                       \
     QLIX_COMM_CHECK_RC(code, callee);             \
+  } while (0)
+
+/// Calls `function` with the arguments behind it and checks its code under its own name.
+#define QLIX_COMM_CALL(function, ...) QLIX_COMM_CHECK_RC(function(__VA_ARGS__), #function)
+/// The same for the call that ends a function: its code, which is 0 when all went well.
+#define QLIX_COMM_CALLED(function, ...) qlix_comm_detail::called(QLIX_COMM_HERE, function(__VA_ARGS__), #function)
+
+/// Hands up a code that is not 0 in silence: what failed has been traced.
+#define QLIX_COMM_PASS(code)              \
+  do {                                    \
+    const std::uint32_t qlix_rc = (code); \
+    if (qlix_rc != QLIX_COMM_OK) {        \
+      return qlix_rc;                     \
+    }                                     \
   } while (0)

@@ -27,8 +27,7 @@ using cmd_bytes = uint8_t[DPP_DTB_CMD_BYTES];
 /// Whether the chip takes dump commands of the form that is sent here. Asked each time: a device may have been
 /// replaced.
 uint32_t cmd_form_check(uint32_t dev_id) {
-  dpp_regs::dtb_dump_cmd_form stated = {};
-  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, 0, 0, &stated), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::dtb_dump_cmd_form, stated, dev_id, 0, 0);
   if (stated.form == cmd_form) {
     return QLIX_COMM_OK;
   }
@@ -41,19 +40,14 @@ uint32_t cmd_form_check(uint32_t dev_id) {
 
 /// Sends the command and takes what the chip has read: `word_num` words.
 uint32_t answer_get(uint32_t dev_id, uint32_t queue_id, const cmd_bytes& cmd, uint32_t word_num, uint32_t* words) {
-  const uint32_t refused = cmd_form_check(dev_id);
-  if (refused != QLIX_COMM_OK) {
-    return refused;
-  }
+  QLIX_COMM_PASS(cmd_form_check(dev_id));
   uint32_t request[DPP_DTB_CMD_BYTES / 4];
   std::memcpy(request, cmd, sizeof(request));
   uint32_t item = 0;
-  QLIX_COMM_CHECK_RC(dpp_dtb_tab_up_free_item_get(dev_id, queue_id, &item), "dpp_dtb_tab_up_free_item_get");
-  QLIX_COMM_CHECK_RC(dpp_dtb_tab_up_info_set(dev_id, queue_id, item, 0, sizeof(request), request),
-                     "dpp_dtb_tab_up_info_set");
-  QLIX_COMM_CHECK_RC(dpp_dtb_tab_up_success_status_check(dev_id, queue_id, item),
-                     "dpp_dtb_tab_up_success_status_check");
-  QLIX_COMM_CHECK_RC(dpp_dtb_tab_up_data_get(dev_id, queue_id, item, word_num * 4, words), "dpp_dtb_tab_up_data_get");
+  QLIX_COMM_CALL(dpp_dtb_tab_up_free_item_get, dev_id, queue_id, &item);
+  QLIX_COMM_CALL(dpp_dtb_tab_up_info_set, dev_id, queue_id, item, 0, sizeof(request), request);
+  QLIX_COMM_CALL(dpp_dtb_tab_up_success_status_check, dev_id, queue_id, item);
+  QLIX_COMM_CALL(dpp_dtb_tab_up_data_get, dev_id, queue_id, item, word_num * 4, words);
   for (uint32_t i = 0; i < word_num; ++i) {
     words[i] = be32toh(words[i]);
   }
@@ -68,8 +62,7 @@ uint32_t dpp_dtb_smmu0_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t row
   QLIX_COMM_CHECK_POINT(words);
   const dpp_dtb_eram_128_form form = {1, DPP_DTB_MODE_ERAM, DPP_ERAM_DATA_128, 0, 1, 0, row};
   cmd_bytes cmd;
-  QLIX_COMM_CHECK_RC(dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_ERAM_128, dpp_dtb_form_values(form), cmd),
-                     "dpp_dtb_table_cmd_pack");
+  QLIX_COMM_CALL(dpp_dtb_table_cmd_pack, DPP_DTB_TABLE_ERAM_128, dpp_dtb_form_values(form), cmd);
   return answer_get(dev_id, queue_id, cmd, row_words, words);
 }
 
@@ -82,8 +75,7 @@ uint32_t dpp_dtb_smmu1_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t rw_
   QLIX_COMM_CHECK_POINT(words);
   const dpp_dtb_ddr_form form = {1, DPP_DTB_MODE_DDR, rw_len, 0, 0, baddr, 0, row};
   cmd_bytes cmd;
-  QLIX_COMM_CHECK_RC(dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_DDR, dpp_dtb_form_values(form), cmd),
-                     "dpp_dtb_table_cmd_pack");
+  QLIX_COMM_CALL(dpp_dtb_table_cmd_pack, DPP_DTB_TABLE_DDR, dpp_dtb_form_values(form), cmd);
   return answer_get(dev_id, queue_id, cmd, row_words << rw_len, words);
 }
 
@@ -95,8 +87,7 @@ uint32_t dpp_dtb_zcam_item_dump(uint32_t dev_id, uint32_t queue_id, uint32_t ram
   QLIX_COMM_CHECK_POINT(words);
   const dpp_dtb_zcam_form form = {1, DPP_DTB_MODE_ZCAM, ram_reg_flag, place >> 14, place >> 11, place >> 9, 0, place};
   cmd_bytes cmd;
-  QLIX_COMM_CHECK_RC(dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_ZCAM, dpp_dtb_form_values(form), cmd),
-                     "dpp_dtb_table_cmd_pack");
+  QLIX_COMM_CALL(dpp_dtb_table_cmd_pack, DPP_DTB_TABLE_ZCAM, dpp_dtb_form_values(form), cmd);
   return answer_get(dev_id, queue_id, cmd, item_words, words);
 }
 
@@ -116,10 +107,9 @@ uint32_t dpp_dtb_etcam_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t blo
   form.data_or_mask = data_or_mask;
   form.addr = row;
   cmd_bytes cmd;
-  QLIX_COMM_CHECK_RC(dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_ETCAM, dpp_dtb_form_values(form), cmd),
-                     "dpp_dtb_table_cmd_pack");
+  QLIX_COMM_CALL(dpp_dtb_table_cmd_pack, DPP_DTB_TABLE_ETCAM, dpp_dtb_form_values(form), cmd);
   uint32_t answer[etcam_answer_words] = {};
-  QLIX_COMM_CHECK_RC(answer_get(dev_id, queue_id, cmd, etcam_answer_words, answer), "answer_get");
+  QLIX_COMM_CALL(answer_get, dev_id, queue_id, cmd, etcam_answer_words, answer);
   std::copy_n(answer, DPP_DTB_ETCAM_WORDS, words);
   *vbit = answer[etcam_answer_words - 1] & vbit_mask;
   return QLIX_COMM_OK;

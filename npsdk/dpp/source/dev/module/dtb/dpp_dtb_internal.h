@@ -36,6 +36,14 @@ inline uint64_t dtb_item_addr(const dpp_dtb_items& items, uint32_t item) {
   QLIX_COMM_CHECK_INDEX_UPPER(dev_id, DPP_DEV_MAX - 1); \
   QLIX_COMM_CHECK_INDEX_UPPER(queue_id, DPP_DTB_QUEUE_NUM - 1)
 
+/// Holds the mutex that `mutex_get` finds for the arguments behind it; makes the surrounding function return when it
+/// cannot be had.
+#define DTB_GUARD(name, mutex_get, ...)                  \
+  dpp_mutex* name##_mutex = nullptr;                     \
+  QLIX_COMM_CALL(mutex_get, __VA_ARGS__, &name##_mutex); \
+  DPP_MUTEX_GUARD(name, name##_mutex);                   \
+  QLIX_COMM_PASS((name).status())
+
 extern std::atomic<dpp_dtb_mgr*> dtb_managers[DPP_DEV_MAX];
 
 inline dpp_dtb_items* dtb_items_of(dpp_dtb_queue* queue, uint32_t dir) {
@@ -45,16 +53,15 @@ inline dpp_dtb_items* dtb_items_of(dpp_dtb_queue* queue, uint32_t dir) {
 /// Says why a queue has no items in a direction.
 [[gnu::cold]] uint32_t dtb_items_refuse(uint32_t dev_id, uint32_t queue_id, uint32_t dir);
 
-/// The items of one direction of an initialised queue, or null with the code in `rc`.
-inline dpp_dtb_items* dtb_items_get(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t* rc) {
+/// The items of one direction of an initialised queue; null with the code of what it lacks.
+inline uint32_t dtb_items_get(uint32_t dev_id, uint32_t queue_id, uint32_t dir, dpp_dtb_items** items) {
   if (dev_id < DPP_DEV_MAX && queue_id < DPP_DTB_QUEUE_NUM && dir <= DPP_DTB_DIR_DUMP) {
     dpp_dtb_mgr* mgr = dtb_managers[dev_id].load(std::memory_order_acquire);
-    dpp_dtb_items* items = mgr != nullptr ? dtb_items_of(&mgr->queue[queue_id], dir) : nullptr;
-    if (items != nullptr && items->inited != 0) {
-      *rc = QLIX_COMM_OK;
-      return items;
+    *items = mgr != nullptr ? dtb_items_of(&mgr->queue[queue_id], dir) : nullptr;
+    if (*items != nullptr && (*items)->inited != 0) {
+      return QLIX_COMM_OK;
     }
   }
-  *rc = dtb_items_refuse(dev_id, queue_id, dir);
-  return nullptr;
+  *items = nullptr;
+  return dtb_items_refuse(dev_id, queue_id, dir);
 }

@@ -105,9 +105,8 @@ host_queue* host_queue_of(uint32_t dev_id) {
 uint32_t queue_init(uint32_t dev_id, uint32_t queue_id, const huge_page& page) {
   const dpp_dtb_queue_cfg down = {0, page.bus(), page.address()};
   const dpp_dtb_queue_cfg dump = {0, page.bus() + DUMP_OFFSET, page.address() + DUMP_OFFSET};
-  QLIX_COMM_CHECK_RC(dpp_dtb_queue_down_init(dev_id, queue_id, &down), "dpp_dtb_queue_down_init");
-  QLIX_COMM_CHECK_RC(dpp_dtb_queue_dump_init(dev_id, queue_id, &dump), "dpp_dtb_queue_dump_init");
-  return QLIX_COMM_OK;
+  QLIX_COMM_CALL(dpp_dtb_queue_down_init, dev_id, queue_id, &down);
+  return QLIX_COMM_CALLED(dpp_dtb_queue_dump_init, dev_id, queue_id, &dump);
 }
 
 uint32_t host_vport(uint32_t dev_id) {
@@ -126,10 +125,7 @@ uint32_t host_dtb_huge_mem_init(uint32_t dev_id) {
     QLIX_COMM_PRINT("device %u: dtb queue %u has its memory already\n", dev_id, host->queue_id);
     return QLIX_COMM_OK;
   }
-  const uint32_t taken = host->page.take();
-  if (taken != QLIX_COMM_OK) {
-    return taken;
-  }
+  QLIX_COMM_PASS(host->page.take());
   uint32_t rc = dpp_dtb_mgr_create(dev_id);
   if (rc == QLIX_COMM_OK) {
     host->vport = host_vport(dev_id);

@@ -35,13 +35,7 @@ uint32_t items_init(uint32_t dev_id, uint32_t queue_id, uint32_t dir, const dpp_
                           name, item_size, static_cast<unsigned long long>(cfg->phy_base));
     return QLIX_COMM_OUT_OF_RANGE;
   }
-  dpp_mutex* mutex = nullptr;
-  QLIX_COMM_CHECK_RC(dpp_dev_dtb_opr_mutex_get(dev_id, DPP_DEV_MUTEX_T_DTB, queue_id, &mutex),
-                     "dpp_dev_dtb_opr_mutex_get");
-  DPP_MUTEX_GUARD(guard, mutex);
-  if (!guard.locked()) {
-    return guard.status();
-  }
+  DTB_GUARD(guard, dpp_dev_dtb_opr_mutex_get, dev_id, DPP_DEV_MUTEX_T_DTB, queue_id);
   dpp_dtb_items* items = dtb_items_of(&mgr->queue[queue_id], dir);
   items->inited = 1;
   items->item_size = item_size;
@@ -62,22 +56,17 @@ uint32_t items_init(uint32_t dev_id, uint32_t queue_id, uint32_t dir, const dpp_
 uint32_t ack_addr(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t item, uint32_t word, uint64_t* addr) {
   QLIX_COMM_CHECK_INDEX_UPPER(word, DPP_DTB_ITEM_ACK_WORDS - 1);
   QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
-  uint32_t rc = QLIX_COMM_OK;
-  const dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, dir, &rc);
-  if (items != nullptr) {
-    *addr = dtb_item_addr(*items, item) + uint64_t{word} * 4;
-  }
-  return rc;
+  dpp_dtb_items* items = nullptr;
+  QLIX_COMM_PASS(dtb_items_get(dev_id, queue_id, dir, &items));
+  *addr = dtb_item_addr(*items, item) + uint64_t{word} * 4;
+  return QLIX_COMM_OK;
 }
 
 uint32_t buff_addr(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t item, uint32_t offset_word,
                    uint32_t length, uint64_t* addr) {
   QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
-  uint32_t rc = QLIX_COMM_OK;
-  const dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, dir, &rc);
-  if (items == nullptr) {
-    return rc;
-  }
+  dpp_dtb_items* items = nullptr;
+  QLIX_COMM_PASS(dtb_items_get(dev_id, queue_id, dir, &items));
   if (length % 4 != 0) {
     return DPP_RC_DTB_LEN;
   }
@@ -144,12 +133,7 @@ uint32_t dpp_dtb_queue_requst(uint32_t dev_id, uint32_t vport, uint32_t* queue_i
   if (mgr == nullptr) {
     return DPP_RC_DTB_MGR_NOT_EXIST;
   }
-  dpp_mutex* mutex = nullptr;
-  QLIX_COMM_CHECK_RC(dpp_dev_opr_mutex_get(dev_id, DPP_DEV_MUTEX_T_DTB, &mutex), "dpp_dev_opr_mutex_get");
-  DPP_MUTEX_GUARD(guard, mutex);
-  if (!guard.locked()) {
-    return guard.status();
-  }
+  DTB_GUARD(guard, dpp_dev_opr_mutex_get, dev_id, DPP_DEV_MUTEX_T_DTB);
   for (uint32_t i = 0; i < DPP_DTB_QUEUE_NUM; i++) {
     if (mgr->queue[i].in_use == 0) {
       mgr->queue[i].in_use = 1;
@@ -169,12 +153,7 @@ uint32_t dpp_dtb_queue_release(uint32_t dev_id, uint32_t vport, uint32_t queue_i
   if (mgr == nullptr) {
     return DPP_RC_DTB_MGR_NOT_EXIST;
   }
-  dpp_mutex* mutex = nullptr;
-  QLIX_COMM_CHECK_RC(dpp_dev_opr_mutex_get(dev_id, DPP_DEV_MUTEX_T_DTB, &mutex), "dpp_dev_opr_mutex_get");
-  DPP_MUTEX_GUARD(guard, mutex);
-  if (!guard.locked()) {
-    return guard.status();
-  }
+  DTB_GUARD(guard, dpp_dev_opr_mutex_get, dev_id, DPP_DEV_MUTEX_T_DTB);
   dpp_dtb_queue* queue = &mgr->queue[queue_id];
   if (queue->in_use == 0 || queue->vport != vport) {
     QLIX_COMM_TRACE_ERROR("ErrorCode[0x%x]: dtb queue %u is not held by vport 0x%x\n", DPP_RC_DTB_QUEUE_NOT_OWNED,
@@ -191,41 +170,33 @@ uint32_t dpp_dtb_item_ack_rd(uint32_t dev_id, uint32_t queue_id, uint32_t dir, u
                              uint32_t* value) {
   QLIX_COMM_CHECK_POINT(value);
   uint64_t addr = 0;
-  const uint32_t rc = ack_addr(dev_id, queue_id, dir, item, word, &addr);
-  if (rc == QLIX_COMM_OK) {
-    *value = dpp_dtb_rd32(addr);
-  }
-  return rc;
+  QLIX_COMM_PASS(ack_addr(dev_id, queue_id, dir, item, word, &addr));
+  *value = dpp_dtb_rd32(addr);
+  return QLIX_COMM_OK;
 }
 
 uint32_t dpp_dtb_item_ack_wr(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t item, uint32_t word,
                              uint32_t value) {
   uint64_t addr = 0;
-  const uint32_t rc = ack_addr(dev_id, queue_id, dir, item, word, &addr);
-  if (rc == QLIX_COMM_OK) {
-    dpp_dtb_wr32(addr, value);
-  }
-  return rc;
+  QLIX_COMM_PASS(ack_addr(dev_id, queue_id, dir, item, word, &addr));
+  dpp_dtb_wr32(addr, value);
+  return QLIX_COMM_OK;
 }
 
 uint32_t dpp_dtb_item_buff_rd(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t item, uint32_t offset_word,
                               uint32_t length, uint32_t* data) {
   QLIX_COMM_CHECK_POINT(data);
   uint64_t addr = 0;
-  const uint32_t rc = buff_addr(dev_id, queue_id, dir, item, offset_word, length, &addr);
-  if (rc == QLIX_COMM_OK) {
-    std::memcpy(data, dpp_dtb_memory(addr), length);  // NOLINT(clang-analyzer-core.NonNullParamChecker)
-  }
-  return rc;
+  QLIX_COMM_PASS(buff_addr(dev_id, queue_id, dir, item, offset_word, length, &addr));
+  std::memcpy(data, dpp_dtb_memory(addr), length);  // NOLINT(clang-analyzer-core.NonNullParamChecker)
+  return QLIX_COMM_OK;
 }
 
 uint32_t dpp_dtb_item_buff_wr(uint32_t dev_id, uint32_t queue_id, uint32_t dir, uint32_t item, uint32_t offset_word,
                               uint32_t length, const uint32_t* data) {
   QLIX_COMM_CHECK_POINT(data);
   uint64_t addr = 0;
-  const uint32_t rc = buff_addr(dev_id, queue_id, dir, item, offset_word, length, &addr);
-  if (rc == QLIX_COMM_OK) {
-    std::memcpy(dpp_dtb_memory(addr), data, length);  // NOLINT(clang-analyzer-core.NonNullParamChecker)
-  }
-  return rc;
+  QLIX_COMM_PASS(buff_addr(dev_id, queue_id, dir, item, offset_word, length, &addr));
+  std::memcpy(dpp_dtb_memory(addr), data, length);  // NOLINT(clang-analyzer-core.NonNullParamChecker)
+  return QLIX_COMM_OK;
 }

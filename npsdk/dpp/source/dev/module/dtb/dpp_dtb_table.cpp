@@ -127,8 +127,7 @@ uint32_t dpp_dtb_table_cmd_pack(uint32_t type, std::span<const uint32_t> values,
   for (uint32_t i = 0; i < num; i++) {
     const dpp_dtb_field& field = table->fields[i];
     const uint32_t mask = field.len == 32 ? UINT32_MAX : (1u << field.len) - 1;
-    QLIX_COMM_CHECK_RC(qlix_comm_write_bits_ex(cmd, CMD_BITS, values[i] & mask, field.msb, field.len),
-                       "qlix_comm_write_bits_ex");
+    QLIX_COMM_CALL(qlix_comm_write_bits_ex, cmd, CMD_BITS, values[i] & mask, field.msb, field.len);
   }
   return QLIX_COMM_OK;
 }
@@ -181,11 +180,10 @@ uint32_t dpp_dtb_smmu0_write_entry_data(uint32_t dev_id, uint32_t data_mode, uin
 uint32_t dpp_dtb_smmu0_write(uint32_t dev_id, uint32_t queue_id, uint32_t data_mode, uint32_t index,
                              const uint32_t* data) {
   dpp_dtb_entry entry{};
-  QLIX_COMM_CHECK_RC(dpp_dtb_smmu0_write_entry_data(dev_id, data_mode, index, data, &entry),
-                     "dpp_dtb_smmu0_write_entry_data");
+  QLIX_COMM_CALL(dpp_dtb_smmu0_write_entry_data, dev_id, data_mode, index, data, &entry);
   alignas(uint32_t) uint8_t block[DPP_DTB_CMD_BYTES + DPP_DTB_DATA_MAX];
   uint32_t length = 0;
-  QLIX_COMM_CHECK_RC(dpp_dtb_entry_append(block, sizeof(block), &length, &entry), "dpp_dtb_entry_append");
+  QLIX_COMM_CALL(dpp_dtb_entry_append, block, sizeof(block), &length, &entry);
   return dpp_dtb_write_down_table_data(dev_id, queue_id, length, reinterpret_cast<const uint32_t*>(block));
 }
 

@@ -34,15 +34,13 @@ void agent_mode_tell(uint32_t dev_id) {
 
 /// Asks the chip whether it would take an item of the queue.
 uint32_t info_check(uint32_t dev_id, uint32_t queue_id) {
-  dpp_regs::dtb_cfg_queue_en enabled = {};
-  dpp_regs::dtb_queue_item_left left = {};
-  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, 0, queue_id, &enabled), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::dtb_cfg_queue_en, enabled, dev_id, 0, queue_id);
   if (enabled.queue_en == 0) {
     QLIX_COMM_TRACE_ERROR("the queue %d is not enable!", queue_id);
     agent_mode_tell(dev_id);
     return DPP_RC_DTB_QUEUE_NOT_ENABLE;
   }
-  QLIX_COMM_CHECK_RC(dpp_reg_read(dev_id, 0, queue_id, &left), "dpp_reg_read");
+  DPP_REG_READ(dpp_regs::dtb_queue_item_left, left, dev_id, 0, queue_id);
   return left.item_left == 0 ? DPP_RC_DTB_NO_ITEM : QLIX_COMM_OK;
 }
 
@@ -65,15 +63,11 @@ inline uint32_t doorbell_ring(uint32_t dev_id, uint32_t queue_id, const dpp_dtb_
   if (card.status() != QLIX_COMM_OK) {
     return card.status();
   }
-  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, info.data_addr_h),
-                     "dpp_reg_write32_bymn");
-  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, info.data_addr_l),
-                     "dpp_reg_write32_bymn");
+  QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, info.data_addr_h);
+  QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, info.data_addr_l);
   const uint32_t word =
       (info.data_len & LEN_MASK) | (info.int_en & 1) << INT_EN_BIT | (info.cmd_type & 1) << CMD_TYPE_BIT;
-  QLIX_COMM_CHECK_RC(dpp_reg_write32_bymn(dev_id, DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 0, queue_id, word),
-                     "dpp_reg_write32_bymn");
-  return QLIX_COMM_OK;
+  return QLIX_COMM_CALLED(dpp_reg_write32_bymn, dev_id, DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 0, queue_id, word);
 }
 
 /// Out of line, so that the record's address does not keep it in memory where nothing is printed.
@@ -200,32 +194,15 @@ uint32_t length_check(uint32_t length) {
 /// Posts a block; `*items` are those of the queue that took it.
 inline uint32_t block_post(uint32_t dev_id, uint32_t queue_id, uint32_t int_en, uint32_t length, const uint32_t* data,
                            uint32_t* item, dpp_dtb_items** items) {
-  uint32_t rc = length_check(length);
-  if (rc != QLIX_COMM_OK) {
-    return rc;
-  }
-  dpp_mutex* mutex = nullptr;
-  QLIX_COMM_CHECK_RC(dpp_dev_dtb_opr_mutex_get(dev_id, DPP_DEV_MUTEX_T_DTB, queue_id, &mutex),
-                     "dpp_dev_dtb_opr_mutex_get");
-  DPP_MUTEX_GUARD(guard, mutex);
-  if (!guard.locked()) {
-    return guard.status();
-  }
-  *items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DOWN, &rc);
-  if (*items == nullptr) {
-    return rc;
-  }
+  QLIX_COMM_PASS(length_check(length));
+  DTB_GUARD(guard, dpp_dev_dtb_opr_mutex_get, dev_id, DPP_DEV_MUTEX_T_DTB, queue_id);
+  QLIX_COMM_PASS(dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DOWN, items));
   if (dtb_switch_on(DTB_SWITCH_INFO_CHECK)) {
-    rc = info_check(dev_id, queue_id);
+    QLIX_COMM_PASS(info_check(dev_id, queue_id));
   }
-  if (rc == QLIX_COMM_OK) {
-    rc = free_item_take(*items, item);
-  }
-  if (rc == QLIX_COMM_OK) {
-    rc = item_send(dev_id, queue_id, DPP_DTB_DIR_DOWN, *items, *item, int_en, length, data);
-  }
-  const uint32_t unlocked = guard.unlock();
-  return rc != QLIX_COMM_OK ? rc : unlocked;
+  QLIX_COMM_PASS(free_item_take(*items, item));
+  QLIX_COMM_PASS(item_send(dev_id, queue_id, DPP_DTB_DIR_DOWN, *items, *item, int_en, length, data));
+  return guard.unlock();
 }
 
 /// Waits for a posted block and frees its item.
@@ -261,11 +238,9 @@ uint32_t dpp_dtb_queue_item_info_get(uint32_t dev_id, uint32_t queue_id, dpp_dtb
   if (card.status() != QLIX_COMM_OK) {
     return card.status();
   }
-  QLIX_COMM_CHECK_RC(dpp_reg_read32(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, &info->data_addr_h),
-                     "dpp_reg_read32");
-  QLIX_COMM_CHECK_RC(dpp_reg_read32(dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, &info->data_addr_l),
-                     "dpp_reg_read32");
-  QLIX_COMM_CHECK_RC(dpp_reg_read32(dev_id, DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 0, queue_id, &word), "dpp_reg_read32");
+  QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, &info->data_addr_h);
+  QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, &info->data_addr_l);
+  QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 0, queue_id, &word);
   info->cmd_vld = 1;
   info->data_len = word & LEN_MASK;
   info->int_en = word >> INT_EN_BIT & 1;
@@ -304,9 +279,9 @@ uint32_t dpp_dtb_tab_down_info_set(uint32_t dev_id, uint32_t queue_id, uint32_t 
 
 uint32_t dpp_dtb_tab_down_success_status_check(uint32_t dev_id, uint32_t queue_id, uint32_t item) {
   QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
-  uint32_t rc = QLIX_COMM_OK;
-  dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DOWN, &rc);
-  return items == nullptr ? rc : block_check(dev_id, queue_id, items, item);
+  dpp_dtb_items* items = nullptr;
+  QLIX_COMM_PASS(dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DOWN, &items));
+  return block_check(dev_id, queue_id, items, item);
 }
 
 uint32_t dpp_dtb_write_down_table_data(uint32_t dev_id, uint32_t queue_id, uint32_t length, const uint32_t* data) {
@@ -323,36 +298,21 @@ uint32_t dpp_dtb_write_down_table_data(uint32_t dev_id, uint32_t queue_id, uint3
 uint32_t dpp_dtb_tab_up_free_item_get(uint32_t dev_id, uint32_t queue_id, uint32_t* item) {
   DTB_CHECK_QUEUE(dev_id, queue_id);
   QLIX_COMM_CHECK_POINT(item);
-  dpp_mutex* mutex = nullptr;
-  QLIX_COMM_CHECK_RC(dpp_dev_dtb_opr_mutex_get(dev_id, DPP_DEV_MUTEX_T_DTB, queue_id, &mutex),
-                     "dpp_dev_dtb_opr_mutex_get");
-  DPP_MUTEX_GUARD(guard, mutex);
-  if (!guard.locked()) {
-    return guard.status();
-  }
-  uint32_t rc = QLIX_COMM_OK;
-  dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &rc);
-  if (items == nullptr) {
-    return rc;
-  }
-  rc = free_item_take(items, item);
-  if (rc == QLIX_COMM_OK) {
-    dpp_dtb_wr32(dtb_item_addr(*items, *item), DTB_ACK_POSTED);  // taken from here on
-  }
-  const uint32_t unlocked = guard.unlock();
-  return rc != QLIX_COMM_OK ? rc : unlocked;
+  DTB_GUARD(guard, dpp_dev_dtb_opr_mutex_get, dev_id, DPP_DEV_MUTEX_T_DTB, queue_id);
+  dpp_dtb_items* items = nullptr;
+  QLIX_COMM_PASS(dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &items));
+  QLIX_COMM_PASS(free_item_take(items, item));
+  dpp_dtb_wr32(dtb_item_addr(*items, *item), DTB_ACK_POSTED);  // taken from here on
+  return guard.unlock();
 }
 
 uint32_t dpp_dtb_tab_up_info_set(uint32_t dev_id, uint32_t queue_id, uint32_t item, uint32_t int_en, uint32_t length,
                                  const uint32_t* data) {
   QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
   QLIX_COMM_CHECK_POINT(data);
-  uint32_t rc = QLIX_COMM_OK;
-  dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &rc);
-  if (items == nullptr) {
-    return rc;
-  }
-  rc = length_check(length);
+  dpp_dtb_items* items = nullptr;
+  QLIX_COMM_PASS(dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &items));
+  uint32_t rc = length_check(length);
   dpp_mutex* mutex = nullptr;
   if (rc == QLIX_COMM_OK) {
     // The doorbell registers of the queue are one set: two posts must not mix.
@@ -371,13 +331,13 @@ uint32_t dpp_dtb_tab_up_info_set(uint32_t dev_id, uint32_t queue_id, uint32_t it
 
 uint32_t dpp_dtb_tab_up_success_status_check(uint32_t dev_id, uint32_t queue_id, uint32_t item) {
   QLIX_COMM_CHECK_INDEX_UPPER(item, DPP_DTB_ITEM_NUM - 1);
-  uint32_t rc = QLIX_COMM_OK;
-  dpp_dtb_items* items = dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &rc);
-  if (items == nullptr || completion_granted(dev_id) || dtb_switch_on(DTB_SWITCH_DEBUG)) {
-    return rc;
+  dpp_dtb_items* items = nullptr;
+  QLIX_COMM_PASS(dtb_items_get(dev_id, queue_id, DPP_DTB_DIR_DUMP, &items));
+  if (completion_granted(dev_id) || dtb_switch_on(DTB_SWITCH_DEBUG)) {
+    return QLIX_COMM_OK;
   }
   uint32_t ack = 0;
-  rc = completion_wait(dev_id, queue_id, items, item, dpp_dtb_dump_table_overtime_get(), "dump", &ack);
+  uint32_t rc = completion_wait(dev_id, queue_id, items, item, dpp_dtb_dump_table_overtime_get(), "dump", &ack);
   rc = rc != QLIX_COMM_OK ? rc : status_of(ack);
   if (rc != QLIX_COMM_OK) {
     dpp_dtb_wr32(dtb_item_addr(*items, item), 0);
@@ -386,9 +346,6 @@ uint32_t dpp_dtb_tab_up_success_status_check(uint32_t dev_id, uint32_t queue_id,
 }
 
 uint32_t dpp_dtb_tab_up_data_get(uint32_t dev_id, uint32_t queue_id, uint32_t item, uint32_t length, uint32_t* data) {
-  const uint32_t rc = dpp_dtb_item_buff_rd(dev_id, queue_id, DPP_DTB_DIR_DUMP, item, 0, length, data);
-  if (rc == QLIX_COMM_OK) {
-    return dpp_dtb_item_ack_wr(dev_id, queue_id, DPP_DTB_DIR_DUMP, item, 0, 0);
-  }
-  return rc;
+  QLIX_COMM_PASS(dpp_dtb_item_buff_rd(dev_id, queue_id, DPP_DTB_DIR_DUMP, item, 0, length, data));
+  return dpp_dtb_item_ack_wr(dev_id, queue_id, DPP_DTB_DIR_DUMP, item, 0, 0);
 }

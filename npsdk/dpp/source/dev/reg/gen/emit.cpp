@@ -2,7 +2,6 @@
 
 #include <cctype>
 
-#include "dpp_reg_hash.h"
 #include "text_pool.h"
 
 namespace reg_gen {
@@ -26,22 +25,6 @@ std::string upper(const std::string& name) {
   return out;
 }
 
-std::string name_slots_text(const std::vector<reg>& regs) {
-  std::vector<uint16_t> slots(DPP_REG_NAME_SLOTS, DPP_REG_NAME_SLOT_FREE);
-  for (const reg& r : regs) {
-    uint32_t slot = dpp_reg_name_hash(r.name) % DPP_REG_NAME_SLOTS;
-    while (slots[slot] != DPP_REG_NAME_SLOT_FREE) {
-      slot = (slot + 1) % DPP_REG_NAME_SLOTS;
-    }
-    slots[slot] = static_cast<uint16_t>(r.number);
-  }
-  std::string out = "extern const uint16_t dpp_reg_name_slots[DPP_REG_NAME_SLOTS] = {\n";
-  for (size_t i = 0; i < slots.size(); ++i) {
-    out += std::to_string(slots[i]) + (i % 16 == 15 ? ",\n" : ",");
-  }
-  return out + "};\n";
-}
-
 }  // namespace
 
 std::string table_text(const std::vector<reg>& regs) {
@@ -50,7 +33,9 @@ std::string table_text(const std::vector<reg>& regs) {
   std::string fields = numbers({pool.add("data"), 0, 31, 32, 0, 0}) + ",\n";
   uint32_t field_count = 1;
   std::string rows;
+  std::vector<std::string> names;
   for (const reg& r : regs) {
+    names.push_back(r.name);
     const uint32_t first = r.raw ? 0 : field_count;
     rows += numbers({pool.add(r.name), r.number, r.mod_no, r.flag, r.array_type, r.addr, r.width, r.m_size, r.n_size,
                      r.m_step, r.n_step, static_cast<uint32_t>(r.fields.size()), first, r.access}) +
@@ -67,7 +52,7 @@ std::string table_text(const std::vector<reg>& regs) {
   out += "extern const dpp_reg_info dpp_reg_table[DPP_REG_NUM] = {\n" + rows + "};\n";
   out += "extern const uint32_t dpp_reg_field_num = " + std::to_string(field_count) + ";\n";
   out += "extern const dpp_reg_field dpp_reg_field_table[" + std::to_string(field_count) + "] = {\n" + fields + "};\n";
-  out += name_slots_text(regs);
+  out += name_slots_source("dpp_reg_name_slots", names);
   out += "extern const uint32_t dpp_reg_text_size = " + std::to_string(pool.size()) + ";\n";
   return out + pool.source("dpp_reg_text_pool");
 }

@@ -1,4 +1,4 @@
-// Zero-terminated texts one behind the other, equal texts once: an array of the generated sources.
+// Names and texts in the generated sources.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
+/// Zero-terminated texts one behind the other, equal texts once: one array.
 class text_pool {
  public:
   /// The place of a text in the array.
@@ -21,3 +22,6 @@ class text_pool {
   std::unordered_map<std::string, uint32_t> offsets_;
   uint32_t size_ = 0;
 };
+
+/// The definition of the index of `names` (dpp_reg/dpp_name_index.h), each with its place in the list as its number.
+std::string name_slots_source(const std::string& array, const std::vector<std::string>& names);

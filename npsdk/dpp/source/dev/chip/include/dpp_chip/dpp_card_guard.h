@@ -77,11 +77,11 @@ class dpp_card_guard {
 
 /// The same with the operation mutex of a type (dpp_dev_mutex.h); makes the surrounding function return when it cannot
 /// be had.
-#define DPP_OPERATION_GUARD(name, dev_id, type)                                                    \
-  dpp_mutex* name##_mutex = nullptr;                                                               \
-  QLIX_COMM_CHECK_RC(dpp_dev_opr_mutex_get(dev_id, type, &name##_mutex), "dpp_dev_opr_mutex_get"); \
-  DPP_CARD_GUARD(name, dev_id, name##_mutex);                                                      \
-  if ((name).status() != 0) {                                                                      \
-    return (name).status();                                                                        \
-  }                                                                                                \
+#define DPP_OPERATION_GUARD(name, dev_id, type)                       \
+  dpp_mutex* name##_mutex = nullptr;                                  \
+  QLIX_COMM_CALL(dpp_dev_opr_mutex_get, dev_id, type, &name##_mutex); \
+  DPP_CARD_GUARD(name, dev_id, name##_mutex);                         \
+  if ((name).status() != 0) {                                         \
+    return (name).status();                                           \
+  }                                                                   \
   static_assert(true)

@@ -13,7 +13,7 @@ uint32_t chw_lpm_init(chw_lpm* lpm, uint32_t key_bytes, [[maybe_unused]] uint32_
   lpm->flags = flags;
   lpm->setting = setting;
   lpm->callbacks = *callbacks;
-  QLIX_COMM_CHECK_RC(chw_lpm_trie_init(&lpm->trie, key_bytes), "chw_lpm_trie_init");
+  QLIX_COMM_CALL(chw_lpm_trie_init, &lpm->trie, key_bytes);
   lpm->trie.lpm = lpm;
   LPM_ASSERT_RC(qlix_comm_double_link_init(CHW_LPM_SWAP_MAX, &lpm->swap_list), "qlix_comm_double_link_init");
   return QLIX_COMM_OK;
@@ -67,10 +67,7 @@ uint32_t chw_lpm_delete_entry(chw_lpm* lpm, const lpm_route* route) {
   LPM_ASSERT_POINT(route);
   QLIX_COMM_CHECK_INDEX(route->prefix_len, 0, lpm->trie.key_size * 8);
   lpm_trie_node* node = nullptr;
-  const uint32_t found = chw_lpm_trie_srh(&lpm->trie, route->key, route->prefix_len, LPM_SRH_EXACT, &node, true);
-  if (found != QLIX_COMM_OK) {
-    return found;
-  }
+  QLIX_COMM_PASS(chw_lpm_trie_srh(&lpm->trie, route->key, route->prefix_len, LPM_SRH_EXACT, &node, true));
   LPM_ASSERT_RC(lpm->callbacks.cb_free_item(lpm, node), "cb_free_item");
   LPM_ASSERT_RC(lpm->callbacks.cb_check_remove(lpm, node), "cb_check_remove");
   lpm_released released;

@@ -38,7 +38,7 @@ uint32_t chw_lpm_swap(chw_lpm* lpm, lpm_trie_node* node, lpm_trie_node** moved) 
   lpm_trie_node* out = nullptr;
   QLIX_COMM_CHECK_RC(lpm->callbacks.cb_get_swap_out(lpm, node, &out, 0), "cb_get_swap_out");
   LPM_ASSERT_POINT(out);
-  QLIX_COMM_CHECK_RC(chw_lpm_swaplist_add(lpm, out), "chw_lpm_swaplist_add");
+  QLIX_COMM_CALL(chw_lpm_swaplist_add, lpm, out);
   const uint32_t code = move_item(lpm, out, node);
   if (code != QLIX_COMM_OK) {
     // Nothing moved: the record must not be rolled back.
@@ -84,7 +84,7 @@ uint32_t place_or_swap(chw_lpm* lpm, lpm_trie_node* node) {
     if (node->item_info == nullptr) {
       return lpm->callbacks.cb_place(lpm, node, node, lpm->level);
     }
-    QLIX_COMM_CHECK_RC(chw_lpm_swap(lpm, node, &node), "chw_lpm_swap");
+    QLIX_COMM_CALL(chw_lpm_swap, lpm, node, &node);
   }
 }
 

@@ -38,7 +38,7 @@ uint32_t restore(lpm_trie* trie, const uint8_t* bytes, const store_head& head) {
     std::memcpy(&record, bytes, head.record_size);
     QLIX_COMM_CHECK_INDEX(record.prefix_len, 0, trie->key_size * 8);
     lpm_trie_node* node = nullptr;
-    QLIX_COMM_CHECK_RC(chw_lpm_trie_insert(trie, record.key, record.prefix_len, &node), "chw_lpm_trie_insert");
+    QLIX_COMM_CALL(chw_lpm_trie_insert, trie, record.key, record.prefix_len, &node);
     node->result = record.result;
     if (std::memcmp(node->key, record.key, trie->key_size) != 0) {
       QLIX_COMM_TRACE_ERROR("%s: route %u has bits beyond its length\n", __func__, i);

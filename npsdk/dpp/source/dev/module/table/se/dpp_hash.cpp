@@ -135,10 +135,9 @@ uint32_t table_make(const dpp_hash_table_cfg& cfg, dpp_hash_table*& table) {
   table->ddr_baddr = cfg.ddr_baddr;
   table->ddr_ecc_en = cfg.ddr_ecc_en;
   dpp_hash_pool_init(&table->pool, bytes);
-  QLIX_COMM_CHECK_RC(
-      qlix_comm_rb_init(&table->tree, 0, ORDER_BYTES + DPP_HASH_HEAD_BYTES + cfg.key_len, dpp_hash_rb_key_cmp),
-      "qlix_comm_rb_init");
-  QLIX_COMM_CHECK_RC(dpp_hash_index_init(&table->index), "dpp_hash_index_init");
+  QLIX_COMM_CALL(qlix_comm_rb_init, &table->tree, 0, ORDER_BYTES + DPP_HASH_HEAD_BYTES + cfg.key_len,
+                 dpp_hash_rb_key_cmp);
+  QLIX_COMM_CALL(dpp_hash_index_init, &table->index);
   return dpp_hash_spill_init(table);
 }
 
@@ -261,9 +260,8 @@ uint32_t dpp_hash_rewrite(dpp_hash* hash, uint32_t engine) {
     }
     dpp_hash_tree_settle(table);
     for (const qlix_comm_double_link_node* link = table->tree.order.first; link != nullptr; link = link->next) {
-      QLIX_COMM_CHECK_RC(
-          dpp_hash_write_hardware(hash, dpp_hash_entry::of(static_cast<const qlix_comm_rb_node*>(link->data))),
-          "dpp_hash_write_hardware");
+      QLIX_COMM_CALL(dpp_hash_write_hardware, hash,
+                     dpp_hash_entry::of(static_cast<const qlix_comm_rb_node*>(link->data)));
     }
   }
   return QLIX_COMM_OK;
@@ -281,7 +279,7 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     QLIX_COMM_CHECK_POINT(row->rst);
   }
   QLIX_COMM_CHECK_RC(debts_settle(hash, engine), "dpp_se_debts_pay");
-  QLIX_COMM_CHECK_RC(dpp_hash_index_reserve(&at->index), "dpp_hash_index_reserve");
+  QLIX_COMM_CALL(dpp_hash_index_reserve, &at->index);
   const uint32_t order = key_order(*at, row->key);
   dpp_hash_index_prefetch(at->index, order);
   dpp_hash_spill_prefetch(*at, order);

@@ -59,7 +59,7 @@ uint32_t dpp_hash_index_reserve(dpp_hash_index* index) {
     return QLIX_COMM_OK;
   }
   dpp_hash_index larger{};
-  QLIX_COMM_CHECK_RC(slots_take(&larger, index->bits + 1), "slots_take");
+  QLIX_COMM_CALL(slots_take, &larger, index->bits + 1);
   for (uint32_t at = 0; at < num; at++) {
     if (!is_free(*index, at)) {
       slot_put(&larger, index->slot[at], dpp_hash_index_seek(larger, index->slot[at].order));

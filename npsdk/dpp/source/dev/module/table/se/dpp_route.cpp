@@ -60,10 +60,7 @@ uint32_t route_add(dpp_route_table* table, route_item* item, lpm_trie_node* node
 /// An item of its own for `node`, anchored at `at`.
 uint32_t item_open(dpp_route_table* table, lpm_trie_node* at, lpm_trie_node* node) {
   route_item* item = nullptr;
-  const uint32_t taken = route_item_take(table, &item);
-  if (taken != QLIX_COMM_OK) {
-    return taken;
-  }
+  QLIX_COMM_PASS(route_item_take(table, &item));
   item->anchor = at;
   item->anchor_len = static_cast<uint8_t>(at->prefix_len);
   const bool empty = node->valid == 0;  // out-mode makes room at a branch point and fills it afterwards
@@ -281,7 +278,7 @@ uint32_t dpp_route_create(const dpp_route_cfg* cfg, const dpp_se_writer* writer,
   QLIX_COMM_CHECK_POINT(table);
   *table = nullptr;
   dpp_route_table* made = nullptr;
-  QLIX_COMM_CHECK_RC(route_table_make(cfg, writer, &made), "route_table_make");
+  QLIX_COMM_CALL(route_table_make, cfg, writer, &made);
   const uint32_t rc = route_area_clear(made);
   if (rc != QLIX_COMM_OK) {
     dpp_route_destroy(made);
@@ -314,12 +311,9 @@ uint32_t dpp_route_insert(dpp_route_table* table, const lpm_route* route) {
   QLIX_COMM_CHECK_POINT(table);
   QLIX_COMM_CHECK_POINT(route);
   QLIX_COMM_CHECK_INDEX_UPPER(route->result, DPP_ROUTE_RESULT_MAX);
-  const uint32_t rc = route_debts_pay(table);
-  if (rc != QLIX_COMM_OK) {
-    return rc;
-  }
+  QLIX_COMM_PASS(route_debts_pay(table));
   // Below it no memory is an error of the program, so it is taken here.
-  QLIX_COMM_CHECK_RC(chw_lpm_trie_reserve(&table->lpm.trie), "chw_lpm_trie_reserve");
+  QLIX_COMM_CALL(chw_lpm_trie_reserve, &table->lpm.trie);
   table->undoing = false;
   const uint32_t inserted = chw_lpm_insert_entry(&table->lpm, route);
   table->undoing = false;

@@ -84,16 +84,10 @@ uint32_t item_send(dpp_route_table* table, const route_item* item) {
 uint32_t area_rewrite(dpp_route_table* table) {
   for (uint32_t number = 0; number < table->block_top * DPP_ROUTE_BLOCK_ITEMS; number++) {
     const route_item* item = route_item_at(table, number);
-    const uint32_t rc = item->in_use != 0 && item->used != 0 ? item_send(table, item) : QLIX_COMM_OK;
-    if (rc != QLIX_COMM_OK) {
-      return rc;
-    }
+    QLIX_COMM_PASS(item->in_use != 0 && item->used != 0 ? item_send(table, item) : QLIX_COMM_OK);
   }
   for (uint32_t chain = 0; chain < 1u << table->cfg.head_bits; chain += DPP_ROUTE_CHAINS_IN_ROW) {
-    const uint32_t rc = chain_send(table, chain);
-    if (rc != QLIX_COMM_OK) {
-      return rc;
-    }
+    QLIX_COMM_PASS(chain_send(table, chain));
   }
   return head_send(table);
 }
@@ -333,15 +327,14 @@ uint32_t route_item_write(dpp_route_table* table, const route_item* item) {
 
 uint32_t route_area_clear(dpp_route_table* table) {
   // No length in the head means that the chip looks into no chain: it goes first.
-  QLIX_COMM_CHECK_RC(head_send(table), "head_send");
+  QLIX_COMM_CALL(head_send, table);
   const uint32_t chain_rows = (1u << table->cfg.head_bits) / DPP_ROUTE_CHAINS_IN_ROW;
   constexpr uint32_t rows_at_once = DPP_SE_ITEM_BYTES / DPP_ROUTE_ROW_BYTES;
   constexpr uint8_t zeros[DPP_SE_ITEM_BYTES] = {};
   for (uint32_t row = 0; row < chain_rows; row += rows_at_once) {
     const uint32_t rows = std::min(rows_at_once, chain_rows - row);
-    QLIX_COMM_CHECK_RC(
-        rows_send(table, DPP_ROUTE_HEAD_ROWS + row, std::span(zeros).first(size_t{rows} * DPP_ROUTE_ROW_BYTES)),
-        "rows_send");
+    QLIX_COMM_CALL(rows_send, table, DPP_ROUTE_HEAD_ROWS + row,
+                   std::span(zeros).first(size_t{rows} * DPP_ROUTE_ROW_BYTES));
   }
   return QLIX_COMM_OK;
 }
@@ -401,7 +394,7 @@ uint32_t route_debts_pay(dpp_route_table* table) {
   if (rc != QLIX_COMM_OK || !table->all_owed) {
     return rc;
   }
-  QLIX_COMM_CHECK_RC(area_rewrite(table), "area_rewrite");
+  QLIX_COMM_CALL(area_rewrite, table);
   table->all_owed = false;
   return QLIX_COMM_OK;
 }

@@ -189,7 +189,7 @@ uint32_t dpp_route_store(const dpp_route_table* table, size_t* size, uint8_t** b
   *blob = nullptr;
   size_t trie_size = 0;
   uint8_t* trie = nullptr;
-  QLIX_COMM_CHECK_RC(chw_lpm_trie_store(&table->lpm.trie, &trie_size, &trie), "chw_lpm_trie_store");
+  QLIX_COMM_CALL(chw_lpm_trie_store, &table->lpm.trie, &trie_size, &trie);
   const uint32_t routes = table->lpm.trie.route_num;
   *size = sizeof(store_head) + trie_size + table->item_num * sizeof(store_item) + routes * sizeof(uint32_t);
   const memory_block numbers(size_t{table->block_top} * DPP_ROUTE_BLOCK_ITEMS * DPP_ROUTE_SLOTS_MAX * sizeof(uint32_t) +

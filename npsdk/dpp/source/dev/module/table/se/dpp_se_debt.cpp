@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "dpp_se/dpp_se_hw.h"
+#include "qlix_comm/check.h"
 #include "qlix_comm/memory.h"
 
 namespace {
@@ -78,10 +79,7 @@ uint32_t dpp_se_debts_send(dpp_se_debts* debts, const dpp_se_writer* writer, con
 
 uint32_t dpp_se_debts_pay(dpp_se_debts* debts, const dpp_se_writer* writer) {
   while (debts->first != nullptr) {
-    const uint32_t rc = writer->write(writer->context, &debts->first->write);
-    if (rc != 0) {
-      return rc;
-    }
+    QLIX_COMM_PASS(writer->write(writer->context, &debts->first->write));
     debt_drop(debts, &debts->first);
   }
   return 0;

@@ -77,9 +77,9 @@ uint32_t dpp_se_dtb_write(void* context, const dpp_se_write* write) {
   QLIX_COMM_CHECK_POINT(context);
   const auto* dtb = static_cast<const dpp_se_dtb*>(context);
   dpp_dtb_entry entry;
-  QLIX_COMM_CHECK_RC(dpp_se_write_pack(write, &entry), "dpp_se_write_pack");
+  QLIX_COMM_CALL(dpp_se_write_pack, write, &entry);
   alignas(uint32_t) uint8_t block[sizeof(entry.cmd) + sizeof(entry.data)];
   uint32_t length = 0;
-  QLIX_COMM_CHECK_RC(dpp_dtb_entry_append(block, sizeof(block), &length, &entry), "dpp_dtb_entry_append");
+  QLIX_COMM_CALL(dpp_dtb_entry_append, block, sizeof(block), &length, &entry);
   return dpp_dtb_write_down_table_data(dtb->dev_id, dtb->queue_id, length, reinterpret_cast<const uint32_t*>(block));
 }

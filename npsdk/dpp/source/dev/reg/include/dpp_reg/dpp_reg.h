@@ -50,6 +50,13 @@ uint32_t dpp_reg_read(uint32_t dev_id, uint32_t m_offset, uint32_t n_offset, Reg
   }
   return rc;
 }
+/// Declares `name` as the fields of an instance; makes the surrounding function return when they cannot be read.
+// NOLINTBEGIN(bugprone-macro-parentheses): neither a type nor what it declares takes any
+#define DPP_REG_READ(Register, name, dev_id, m_offset, n_offset) \
+  Register name = {};                                            \
+  QLIX_COMM_CALL(dpp_reg_read, dev_id, m_offset, n_offset, &name)
+// NOLINTEND(bugprone-macro-parentheses)
+
 template <dpp_reg_type Register>
 uint32_t dpp_reg_write(uint32_t dev_id, uint32_t m_offset, uint32_t n_offset, const Register& fields) {
   return dpp_reg_write(dev_id, Register::NUMBER, m_offset, n_offset, std::bit_cast<dpp_reg_values<Register>>(fields));
