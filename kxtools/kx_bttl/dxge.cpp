@@ -1,9 +1,8 @@
 // DXGE, the packet interface: one instance to the network processor, one to the queue engine.
-#include <span>
+#include <initializer_list>
 #include <string_view>
 
 #include "common/report.h"
-#include "dxge_error.h"
 #include "handlers.h"
 #include "registers.h"
 
@@ -50,60 +49,49 @@ int32_t select_port(uint32_t path, uint32_t port, dxge_selection* selection) {
   return 0;
 }
 
-/// Shows lists of the selected sides, each side below its heading.
-int32_t show_sides(const dxge_selection& selection, const char* what, std::span<const std::string_view> rx,
-                   std::span<const std::string_view> tx) {
-  struct side {
-    bool selected;
-    const char* name;
-    std::span<const std::string_view> lists;
-  };
-  for (const side& side : {side{selection.rx, "rx", rx}, side{selection.tx, "tx", tx}}) {
-    if (!side.selected) {
-      continue;
-    }
-    kx_print("============Now read dxge %s %s============\n", side.name, what);
-    for (const std::string_view list : side.lists) {
-      if (bttl_list_show(selection.instance, list, 0) != 0) {
-        return -1;
-      }
+using lists = std::initializer_list<std::string_view>;
+
+int32_t show_side(uint64_t instance, const char* side, const char* what, lists shown) {
+  kx_print("============Now read dxge %s %s============\n", side, what);
+  for (const std::string_view list : shown) {
+    if (bttl_list_show(instance, list, 0) != 0) {
+      return -1;
     }
   }
   return 0;
 }
 
+/// Shows lists of the selected sides, each side below its heading.
+int32_t show_sides(uint32_t path, uint32_t port, const char* what, lists rx, lists tx) {
+  dxge_selection selection = {};
+  if (select_port(path, port, &selection) != 0 ||
+      (selection.rx && show_side(selection.instance, "rx", what, rx) != 0)) {
+    return -1;
+  }
+  return selection.tx ? show_side(selection.instance, "tx", what, tx) : 0;
+}
+
 }  // namespace
 
 int32_t dxge_dump(uint32_t, uint32_t path, uint32_t port) {
-  constexpr std::string_view RX_LISTS[] = {"dxge.rx.cfg", "dxge.rx.state", "dxge.rx.press", "dxge.rx.debug"};
-  constexpr std::string_view TX_LISTS[] = {"dxge.tx.cfg", "dxge.tx.state", "dxge.tx.press"};
-  dxge_selection selection = {};
-  return select_port(path, port, &selection) != 0 ? -1 : show_sides(selection, "reg", RX_LISTS, TX_LISTS);
+  return show_sides(path, port, "reg", {"dxge.rx.cfg", "dxge.rx.state", "dxge.rx.press", "dxge.rx.debug"},
+                    {"dxge.tx.cfg", "dxge.tx.state", "dxge.tx.press"});
 }
 
 int32_t dxge_debug(uint32_t, uint32_t path, uint32_t port) {
   dxge_selection selection = {};
-  if (select_port(path, port, &selection) != 0) {
-    return -1;
-  }
-  if (selection.rx && RdlBttlDxgeRxIsrCnt(selection.instance) != 0) {
+  if (select_port(path, port, &selection) != 0 || (selection.rx && RdlBttlDxgeRxIsrCnt(selection.instance) != 0)) {
     return -1;
   }
   return selection.tx ? RdlBttlDxgeTxIsrCnt(selection.instance) : 0;
 }
 
 int32_t dxge_config(uint32_t, uint32_t path, uint32_t port) {
-  constexpr std::string_view RX_LISTS[] = {"dxge.rx.cfg"};
-  constexpr std::string_view TX_LISTS[] = {"dxge.tx.cfg"};
-  dxge_selection selection = {};
-  return select_port(path, port, &selection) != 0 ? -1 : show_sides(selection, "cfg", RX_LISTS, TX_LISTS);
+  return show_sides(path, port, "cfg", {"dxge.rx.cfg"}, {"dxge.tx.cfg"});
 }
 
 int32_t dxge_press(uint32_t, uint32_t path, uint32_t port) {
-  constexpr std::string_view RX_LISTS[] = {"dxge.rx.press"};
-  constexpr std::string_view TX_LISTS[] = {"dxge.tx.press"};
-  dxge_selection selection = {};
-  return select_port(path, port, &selection) != 0 ? -1 : show_sides(selection, "press", RX_LISTS, TX_LISTS);
+  return show_sides(path, port, "press", {"dxge.rx.press"}, {"dxge.tx.press"});
 }
 
 int32_t rx_debug_1(uint32_t, uint32_t path, uint32_t port) {
@@ -115,9 +103,8 @@ int32_t rx_debug_1(uint32_t, uint32_t path, uint32_t port) {
     kx_print("dxge rx_debug needs the rx port!\n");
     return -1;
   }
-  kx_print("============Now read dxge rx debug============\n");
   uint32_t code = 0;
-  if (bttl_list_show(selection.instance, "dxge.rx.debug", 0) != 0 ||
+  if (show_side(selection.instance, "rx", "debug", {"dxge.rx.debug"}) != 0 ||
       bttl_reg_read(selection.instance, BTTL_REGISTERS.list("dxge.rx.debug").front(), 0, &code) != 0) {
     return -1;
   }

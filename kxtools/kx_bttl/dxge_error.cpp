@@ -1,8 +1,8 @@
-#include "dxge_error.h"
-
+// Anomaly counters and error codes of a DXGE instance.
 #include <iterator>
 
 #include "common/report.h"
+#include "handlers.h"
 #include "registers.h"
 
 namespace {

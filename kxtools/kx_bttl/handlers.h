@@ -13,6 +13,11 @@ int32_t dxge_press(uint32_t cmd_id, uint32_t path, uint32_t port);   ///< their 
 /// Debug registers of the receive side and its last error code, decoded. The port must name the receive side.
 int32_t rx_debug_1(uint32_t cmd_id, uint32_t path, uint32_t port);
 
+// Anomaly counters of one side of the instance at that card address, and what the bits of a receive error code say.
+int32_t RdlBttlDxgeTxIsrCnt(uint64_t instance);
+int32_t RdlBttlDxgeRxIsrCnt(uint64_t instance);
+void RdlBttlDxgeRxErrorcode(uint16_t code);
+
 /// Fill of all queue groups.
 int32_t qman_queue_state(uint32_t cmd_id, uint32_t, uint32_t);
 /// State of the queues `first` to `last`, 0 to 0xff.

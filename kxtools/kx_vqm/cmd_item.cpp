@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "cmd_table.h"
 #include "common/card_memory.h"
 #include "common/report.h"
 #include "reg_access.h"

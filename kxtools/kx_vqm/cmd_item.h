@@ -36,6 +36,9 @@ std::span<const vqm_cmd_item> vqm_short_module_cmds();
 std::span<const vqm_cmd_item> vqm_two_stage_cmds();
 std::span<const vqm_module> vqm_module_list();
 
+/// The entry of the group to which an item's entry belongs; null for commands in no group.
+const kxtools_cmd_entry* vqm_cmd_group_of(const kxtools_cmd_entry* item);
+
 /// The command of that name in the group, or in no group when `group` is null; null when there is none.
 const vqm_cmd_item* vqm_cmd_item_find(const char* group, const char* name);
 

@@ -1,5 +1,4 @@
-#include "cmd_table.h"
-
+// The module's part of the command tree, assembled at start-up from the static lists.
 #include <array>
 #include <memory>
 #include <new>

@@ -2,7 +2,6 @@
 #include <cinttypes>
 
 #include "cmd_item.h"
-#include "cmd_table.h"
 #include "commands.h"
 #include "common/report.h"
 #include "registers.h"

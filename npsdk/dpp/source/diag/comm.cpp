@@ -20,35 +20,20 @@ uint32_t diag_dpp_comm_get_print_level() {
   return QLIX_COMM_OK;
 }
 
-uint32_t diag_dpp_comm_set_print_en(uint32_t enable) {
-  qlix_comm_set_print_en(enable);
-  return diag_dpp_comm_get_print_en();
-}
+/// Defines the commands that set a setting and that show it.
+#define COMM_SETTING(name, line)                      \
+  uint32_t diag_dpp_comm_set_##name(uint32_t value) { \
+    qlix_comm_set_##name(value);                      \
+    return diag_dpp_comm_get_##name();                \
+  }                                                   \
+  uint32_t diag_dpp_comm_get_##name() {               \
+    QLIX_COMM_PRINT(line, qlix_comm_get_##name());    \
+    return QLIX_COMM_OK;                              \
+  }
 
-uint32_t diag_dpp_comm_get_print_en() {
-  QLIX_COMM_PRINT("print enable is %u\n", qlix_comm_get_print_en());
-  return QLIX_COMM_OK;
-}
-
-uint32_t diag_dpp_comm_set_log_en(uint32_t enable) {
-  qlix_comm_set_log_en(enable);
-  return diag_dpp_comm_get_log_en();
-}
-
-uint32_t diag_dpp_comm_get_log_en() {
-  QLIX_COMM_PRINT("log enable is %u\n", qlix_comm_get_log_en());
-  return QLIX_COMM_OK;
-}
-
-uint32_t diag_dpp_comm_set_log_type(uint32_t control_word) {
-  qlix_comm_set_log_type(control_word);
-  return diag_dpp_comm_get_log_type();
-}
-
-uint32_t diag_dpp_comm_get_log_type() {
-  QLIX_COMM_PRINT("log type is 0x%08x\n", qlix_comm_get_log_type());
-  return QLIX_COMM_OK;
-}
+COMM_SETTING(print_en, "print enable is %u\n")
+COMM_SETTING(log_en, "log enable is %u\n")
+COMM_SETTING(log_type, "log type is 0x%08x\n")
 
 uint32_t diag_dpp_dev_prt(uint32_t dev_id) {
   const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);

@@ -145,6 +145,13 @@ class row_runner {
     return failed(step, dpp_reg_read(dev_id_, place.reg_no, m, n, found->fields), "dpp_reg_read");
   }
 
+  /// The fields of the instance that the step names.
+  uint32_t fields_read(const dpp_row_step& step, uint32_t* fields) const {
+    return failed(
+        step, dpp_reg_read(dev_id_, step.at.reg_no, index(step.at.m), index(step.at.n), {fields, DPP_REG_FIELD_MAX}),
+        "dpp_reg_read");
+  }
+
   uint32_t value_get(const dpp_row_step& step, const dpp_row_value& value, uint64_t& out) {
     const dpp_row_value_kind kind = static_cast<dpp_row_value_kind>(value.kind);
     if (kind == dpp_row_value_kind::number) {
@@ -166,13 +173,11 @@ class row_runner {
 
   uint32_t print(const dpp_row_step& step) {
     uint64_t values[DPP_ROW_PLACE_MAX];
-    const uint32_t code = values_get(step, values);
-    if (code == QLIX_COMM_OK) {
-      char text[print_size];
-      dpp_row_format(text, sizeof text, text_of(step.text), {values, step.value_num});
-      QLIX_COMM_PRINT("%s", text);
-    }
-    return code;
+    QLIX_COMM_PASS(values_get(step, values));
+    char text[print_size];
+    dpp_row_format(text, sizeof text, text_of(step.text), {values, step.value_num});
+    QLIX_COMM_PRINT("%s", text);
+    return QLIX_COMM_OK;
   }
 
   uint32_t total_add(const dpp_row_step& step) {
@@ -184,24 +189,21 @@ class row_runner {
 
   uint32_t set(const dpp_row_step& step) {
     uint32_t fields[DPP_REG_FIELD_MAX] = {};
-    const uint32_t m = index(step.at.m);
-    const uint32_t n = index(step.at.n);
     DPP_CARD_GUARD(guard, dev_id_, dpp_reg_window_mutex(dev_id_, step.at.reg_no));
-    if (guard.status() != QLIX_COMM_OK) {
-      return guard.status();
-    }
+    QLIX_COMM_PASS(guard.status());
     if (step.value_num < dpp_reg_fields_get(*dpp_reg_info_get(step.at.reg_no)).size()) {
-      QLIX_COMM_PASS(failed(step, dpp_reg_read(dev_id_, step.at.reg_no, m, n, fields), "dpp_reg_read"));
+      QLIX_COMM_PASS(fields_read(step, fields));
     }
     for (uint32_t i = 0; i < step.value_num; ++i) {
       const dpp_row_value& value = dpp_row_values[step.value_first + i];
       fields[value.field] = index(value.number);
     }
-    const uint32_t code = failed(step, dpp_reg_write(dev_id_, step.at.reg_no, m, n, fields), "dpp_reg_write");
-    if (code == QLIX_COMM_OK && writes_ != nullptr) {
+    QLIX_COMM_PASS(failed(step, dpp_reg_write(dev_id_, step.at.reg_no, index(step.at.m), index(step.at.n), fields),
+                          "dpp_reg_write"));
+    if (writes_ != nullptr) {
       written_tell(step);
     }
-    return code;
+    return QLIX_COMM_OK;
   }
 
   // The instance, and the fields that the step names.
@@ -235,11 +237,7 @@ class row_runner {
     std::fill_n(fields, field_num, UINT32_MAX);
     for (uint32_t look = 0; look < idle_looks; ++look) {
       uint32_t now[DPP_REG_FIELD_MAX];
-      const uint32_t code =
-          failed(step, dpp_reg_read(dev_id_, step.at.reg_no, index(step.at.m), index(step.at.n), now), "dpp_reg_read");
-      if (code != QLIX_COMM_OK) {
-        return code;
-      }
+      QLIX_COMM_PASS(fields_read(step, now));
       bool busy = false;
       for (size_t i = 0; i < field_num; ++i) {
         fields[i] &= now[i];
@@ -256,14 +254,7 @@ class row_runner {
   uint32_t verdict(const dpp_row_step& step) {
     const dpp_row_op what = static_cast<dpp_row_op>(step.op);
     uint32_t fields[DPP_REG_FIELD_MAX];
-    const uint32_t code =
-        what == dpp_row_op::idle
-            ? busy_read(step, fields)
-            : failed(step, dpp_reg_read(dev_id_, step.at.reg_no, index(step.at.m), index(step.at.n), fields),
-                     "dpp_reg_read");
-    if (code != QLIX_COMM_OK) {
-      return code;
-    }
+    QLIX_COMM_PASS(what == dpp_row_op::idle ? busy_read(step, fields) : fields_read(step, fields));
     char bad[print_size];
     bad_fields_list(step.at.reg_no, fields, what == dpp_row_op::ready, bad);
     uint32_t& count = what == dpp_row_op::errors ? verdicts_.errors
@@ -318,21 +309,17 @@ class row_runner {
 
   uint32_t arguments_get(const dpp_row_step& step, DppCmdArgs& args) {
     uint64_t values[DPP_ROW_PLACE_MAX];
-    const uint32_t code = values_get(step, values);
-    if (code == QLIX_COMM_OK) {
-      args.num = step.value_num;
-      args.writes = writes_;
-      std::transform(values, values + step.value_num, args.value, [](uint64_t v) { return static_cast<uint32_t>(v); });
-    }
-    return code;
+    QLIX_COMM_PASS(values_get(step, values));
+    args.num = step.value_num;
+    args.writes = writes_;
+    std::transform(values, values + step.value_num, args.value, [](uint64_t v) { return static_cast<uint32_t>(v); });
+    return QLIX_COMM_OK;
   }
 
   uint32_t function_call(const dpp_row_step& step) {
     DppCmdArgs args;
-    const uint32_t code = arguments_get(step, args);
-    return code != QLIX_COMM_OK
-               ? code
-               : failed(step, dpp_cmd_functions[step.slot].func(*dpp_cmd_get(0), args), text_of(step.text));
+    QLIX_COMM_PASS(arguments_get(step, args));
+    return failed(step, dpp_cmd_functions[step.slot].func(*dpp_cmd_get(0), args), text_of(step.text));
   }
 
   uint32_t command_run(const dpp_row_step& step) {
@@ -368,12 +355,9 @@ void dpp_row_verdicts::add(const dpp_row_verdicts& other) {
 
 uint32_t dpp_row_run(uint32_t place, const DppCmdArgs& args, dpp_row_verdicts& verdicts, uint32_t depth) {
   QLIX_COMM_CHECK_INDEX_UPPER(depth, DPP_ROW_DEPTH_MAX);
-  uint32_t code = dpp_cmd_ranges_check(place, args.value);
-  if (code != QLIX_COMM_OK) {
-    return code;
-  }
+  QLIX_COMM_PASS(dpp_cmd_ranges_check(place, args.value));
   row_runner runner(place, args, depth);
-  code = runner.run();
+  const uint32_t code = runner.run();
   verdicts.add(runner.verdicts());
   return code;
 }

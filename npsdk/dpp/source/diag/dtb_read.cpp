@@ -3,12 +3,13 @@
 #include <cstdio>
 
 #include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_dtb/dpp_dtb.h"
 #include "dpp_dtb/dpp_dtb_dump.h"
 #include "dpp_dtb/dpp_dtb_table.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_types.h"
 #include "dpp_row_functions.h"
-#include "dtb_cmd.h"
+#include "qlix_comm/check.h"
 
 namespace {
 
@@ -102,8 +103,8 @@ uint32_t diag_dpp_dtb_stat_smmu1_read(uint32_t dev_id, uint32_t queue_id, uint32
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, base, 0, ddr_row_num - 1);
   const uint32_t place = base + (index - counter_num) / counters_in_row;
   uint32_t row[row_words] = {};
-  QLIX_COMM_CALL(dpp_dtb_smmu1_row_dump, dev_id, queue_id, 0, place / rows_in_base_unit, place % rows_in_base_unit,
-                 row);
+  QLIX_COMM_CALL(dpp_dtb_smmu1_row_dump, dev_id, queue_id, 0, place / DPP_DTB_DDR_BASE_ROWS,
+                 place % DPP_DTB_DDR_BASE_ROWS, row);
   counter_prt(index, row);
   return QLIX_COMM_OK;
 }

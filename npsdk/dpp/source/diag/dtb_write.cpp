@@ -9,9 +9,10 @@
 #include "dpp_diag/dpp_diag_code.h"
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_diag/dpp_work.h"
+#include "dpp_dtb/dpp_dtb.h"
 #include "dpp_dtb/dpp_dtb_dump.h"
 #include "dpp_dtb/dpp_dtb_table.h"
-#include "dtb_cmd.h"
+#include "qlix_comm/check.h"
 
 namespace {
 
@@ -78,7 +79,8 @@ uint32_t eram_row_clear(block_sender& block, uint32_t row) {
 }
 
 uint32_t ddr_row_clear(block_sender& block, uint32_t row) {
-  const dpp_dtb_ddr_form form = {1, DPP_DTB_MODE_DDR, 0, 0, 0, row / rows_in_base_unit, 0, row % rows_in_base_unit};
+  const dpp_dtb_ddr_form form = {1, DPP_DTB_MODE_DDR,           0, 0, 0, row / DPP_DTB_DDR_BASE_ROWS,
+                                 0, row % DPP_DTB_DDR_BASE_ROWS};
   dpp_dtb_entry entry;
   QLIX_COMM_CALL(zeros_pack, DPP_DTB_TABLE_DDR, form, row_bytes, &entry);
   return block.add(entry);

@@ -1,6 +1,7 @@
 // Lines of hash and route memory: reads, writes in two steps, and the check of a zgroup.
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "dpp_chip/dpp_card_guard.h"
 #include "dpp_diag/dpp_diag_functions.h"
@@ -21,27 +22,31 @@ constexpr uint32_t arg_words = 10;
 
 /// Lines that differ in one address bit each: a line that answers in place of another shows.
 constexpr uint32_t check_lines[] = {0, 1, 2, 4, 8, 16, 32, 64, 128, 256, DPP_SE_ZCELL_LINES - 1};
-constexpr uint32_t check_line_num = sizeof check_lines / sizeof check_lines[0];
+constexpr uint32_t check_line_num = DPP_SE_ZCELL_IN_BLOCK * static_cast<uint32_t>(std::size(check_lines));
 
+/// The lines of a zblock that are checked, zcell after zcell.
 struct zblock_lines {
-  uint32_t words[DPP_SE_ZCELL_IN_BLOCK][check_line_num][DPP_SE_ZCELL_WORDS];
+  uint32_t words[check_line_num][DPP_SE_ZCELL_WORDS];
 };
 
+uint32_t cell_of(uint32_t number) {
+  return number / static_cast<uint32_t>(std::size(check_lines));
+}
+
+uint32_t line_of(uint32_t number) {
+  return check_lines[number % std::size(check_lines)];
+}
+
 uint32_t lines_read(uint32_t dev_id, uint32_t zblock, zblock_lines& lines) {
-  for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK; ++cell) {
-    for (uint32_t i = 0; i < check_line_num; ++i) {
-      QLIX_COMM_CALL(dpp_se_zcell_read, dev_id, zblock, cell, check_lines[i], lines.words[cell][i]);
-    }
+  for (uint32_t i = 0; i < check_line_num; ++i) {
+    QLIX_COMM_CALL(dpp_se_zcell_read, dev_id, zblock, cell_of(i), line_of(i), lines.words[i]);
   }
   return QLIX_COMM_OK;
 }
 
 uint32_t lines_write(uint32_t dev_id, uint32_t zblock, const zblock_lines& lines) {
-  for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK; ++cell) {
-    for (uint32_t i = 0; i < check_line_num; ++i) {
-      QLIX_COMM_CALL(dpp_se_zcell_write, dev_id, zblock, cell, check_lines[i], DPP_SE_QUARTER_ALL,
-                     lines.words[cell][i]);
-    }
+  for (uint32_t i = 0; i < check_line_num; ++i) {
+    QLIX_COMM_CALL(dpp_se_zcell_write, dev_id, zblock, cell_of(i), line_of(i), DPP_SE_QUARTER_ALL, lines.words[i]);
   }
   return QLIX_COMM_OK;
 }
@@ -51,23 +56,19 @@ uint32_t lines_write(uint32_t dev_id, uint32_t zblock, const zblock_lines& lines
 void pattern_fill(uint32_t zblock, uint32_t round, zblock_lines& lines) {
   constexpr uint32_t words_in_quarter = 4;
   constexpr uint32_t valid_bit = 1u << 31;
-  for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK; ++cell) {
-    for (uint32_t i = 0; i < check_line_num; ++i) {
-      for (uint32_t word = 0; word < DPP_SE_ZCELL_WORDS; ++word) {
-        const uint32_t value = 0x2A000000u | zblock << 18 | cell << 16 | check_lines[i] << 5 | word;
-        const uint32_t turned = round == 0 ? value : ~value;
-        lines.words[cell][i][word] = word % words_in_quarter == 0 ? turned & ~valid_bit : turned;
-      }
+  for (uint32_t i = 0; i < check_line_num; ++i) {
+    for (uint32_t word = 0; word < DPP_SE_ZCELL_WORDS; ++word) {
+      const uint32_t value = 0x2A000000u | zblock << 18 | cell_of(i) << 16 | line_of(i) << 5 | word;
+      const uint32_t turned = round == 0 ? value : ~value;
+      lines.words[i][word] = word % words_in_quarter == 0 ? turned & ~valid_bit : turned;
     }
   }
 }
 
 uint32_t differing_lines(const zblock_lines& a, const zblock_lines& b) {
   uint32_t num = 0;
-  for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK; ++cell) {
-    for (uint32_t i = 0; i < check_line_num; ++i) {
-      num += memcmp(a.words[cell][i], b.words[cell][i], sizeof a.words[cell][i]) != 0 ? 1 : 0;
-    }
+  for (uint32_t i = 0; i < check_line_num; ++i) {
+    num += memcmp(a.words[i], b.words[i], sizeof a.words[i]) != 0 ? 1 : 0;
   }
   return num;
 }
@@ -113,7 +114,7 @@ uint32_t dpp_se_zgroup_check(uint32_t dev_id, uint32_t zgroup, uint32_t writes) 
     const bool good = bad == 0 && double_bit == 0;
     bad_blocks += good ? 0 : 1;
     QLIX_COMM_PRINT("zblock %02u: %s, %u of %u lines differ, single-bit errors %u, double-bit errors %u\n", zblock,
-                    good ? "OK" : "ERROR", bad, DPP_SE_ZCELL_IN_BLOCK * check_line_num, ecc.sbe_cnt, double_bit);
+                    good ? "OK" : "ERROR", bad, check_line_num, ecc.sbe_cnt, double_bit);
   }
   QLIX_COMM_PRINT("zgroup %u: %u zblocks, %u errors: %s\n", zgroup, DPP_SE_ZBLOCK_IN_GROUP, bad_blocks,
                   bad_blocks == 0 ? "HEALTHY" : "NOT HEALTHY");

@@ -38,12 +38,19 @@ void chip_version_query(dpp_dev_cfg& dev) {
   }
 }
 
-bool channel_device_find(uint32_t dev_id, dpp_dev_cfg*& dev) {
-  dev = dpp_dev_cfg_get(dev_id);
+/// The hook of the device's access type; null, with a line, for a device or a type that does not exist.
+template <typename Hook>
+Hook hook_of(uint32_t dev_id, Hook dpp_dev_cfg::*pcie, Hook dpp_dev_cfg::*riscv) {
+  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
   if (dev == nullptr) {
     QLIX_COMM_TRACE_ERROR("Error: Channel[%d] dev is not exist!\n ", dev_id);
+    return nullptr;
   }
-  return dev != nullptr;
+  if (dev->access_type > DPP_DEV_ACCESS_TYPE_RISCV) {
+    QLIX_COMM_TRACE_ERROR("Dev access type[ %d ] is invalid!\n", dev->access_type);
+    return nullptr;
+  }
+  return dev->access_type == DPP_DEV_ACCESS_TYPE_PCIE ? dev->*pcie : dev->*riscv;
 }
 
 }  // namespace
@@ -165,26 +172,15 @@ uint32_t dpp_dev_set_np_addr(uint32_t dev_id, uint64_t pcie_addr) {
 uint32_t dpp_dev_write_channel(uint32_t dev_id, uint32_t addr, uint32_t word_count, const uint32_t* data) {
   DPP_DEV_CHECK_ID(dev_id);
   QLIX_COMM_CHECK_POINT(data);
-  dpp_dev_cfg* dev = nullptr;
-  if (!channel_device_find(dev_id, dev)) {
-    return DPP_RC_DEV_NOT_EXIST;
-  }
-  switch (dev->access_type) {
-    case DPP_DEV_ACCESS_TYPE_PCIE:
-      return dev->p_pcie_write_fun(dev_id, addr, word_count, data);
-    case DPP_DEV_ACCESS_TYPE_RISCV:
-      return dev->p_riscv_write_fun(dev_id, addr, word_count, data);
-    default:
-      QLIX_COMM_TRACE_ERROR("Dev access type[ %d ] is invalid!\n", dev->access_type);
-      return DPP_RC_DEV_NOT_EXIST;
-  }
+  const dpp_dev_write_fun write = hook_of(dev_id, &dpp_dev_cfg::p_pcie_write_fun, &dpp_dev_cfg::p_riscv_write_fun);
+  return write != nullptr ? write(dev_id, addr, word_count, data) : DPP_RC_DEV_NOT_EXIST;
 }
 
 uint32_t dpp_dev_read_channel(uint32_t dev_id, uint32_t addr, uint32_t word_count, uint32_t* data) {
   DPP_DEV_CHECK_ID(dev_id);
   QLIX_COMM_CHECK_POINT(data);
-  dpp_dev_cfg* dev = nullptr;
-  if (!channel_device_find(dev_id, dev)) {
+  const dpp_dev_read_fun read = hook_of(dev_id, &dpp_dev_cfg::p_pcie_read_fun, &dpp_dev_cfg::p_riscv_read_fun);
+  if (read == nullptr) {
     return DPP_RC_DEV_NOT_EXIST;
   }
   uint32_t soft_int = 0;
@@ -198,13 +194,5 @@ uint32_t dpp_dev_read_channel(uint32_t dev_id, uint32_t addr, uint32_t word_coun
       return QLIX_COMM_OK;
     }
   }
-  switch (dev->access_type) {
-    case DPP_DEV_ACCESS_TYPE_PCIE:
-      return dev->p_pcie_read_fun(dev_id, addr, word_count, data);
-    case DPP_DEV_ACCESS_TYPE_RISCV:
-      return dev->p_riscv_read_fun(dev_id, addr, word_count, data);
-    default:
-      QLIX_COMM_TRACE_ERROR("Dev access type[ %d ] is invalid!\n", dev->access_type);
-      return DPP_RC_DEV_NOT_EXIST;
-  }
+  return read(dev_id, addr, word_count, data);
 }

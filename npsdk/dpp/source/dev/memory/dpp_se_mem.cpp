@@ -45,6 +45,13 @@ uint32_t ddr_check(uint32_t dev_id, uint32_t addr, uint32_t mode, const uint32_t
   return QLIX_COMM_OK;
 }
 
+dpp_regs::smmu1_cpu_ind_cmd ddr_command(uint32_t addr, uint32_t mode) {
+  dpp_regs::smmu1_cpu_ind_cmd cmd = {};
+  cmd.ind_mode = mode;
+  cmd.ind_addr = addr;
+  return cmd;
+}
+
 uint32_t etcam_check(uint32_t dev_id, uint32_t block, uint32_t row) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, block, 0, DPP_SE_ETCAM_BLOCKS - 1);
@@ -112,18 +119,12 @@ uint32_t dpp_se_smmu0_ind_write(uint32_t dev_id, uint32_t addr, uint32_t mode, u
 
 uint32_t dpp_se_smmu1_ind_read(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t* data) {
   QLIX_COMM_PASS(ddr_check(dev_id, addr, mode, data));
-  dpp_regs::smmu1_cpu_ind_cmd cmd = {};
-  cmd.ind_mode = mode;
-  cmd.ind_addr = addr;
-  return QLIX_COMM_CALLED(dpp_window_read, dev_id, ddr_window, 0, cmd, {data, size_t{4} << mode});
+  return QLIX_COMM_CALLED(dpp_window_read, dev_id, ddr_window, 0, ddr_command(addr, mode), {data, size_t{4} << mode});
 }
 
 uint32_t dpp_se_smmu1_ind_write(uint32_t dev_id, uint32_t addr, uint32_t mode, const uint32_t* data) {
   QLIX_COMM_PASS(ddr_check(dev_id, addr, mode, data));
-  dpp_regs::smmu1_cpu_ind_cmd cmd = {};
-  cmd.ind_mode = mode;
-  cmd.ind_addr = addr;
-  return QLIX_COMM_CALLED(dpp_window_write, dev_id, ddr_window, 0, cmd, {data, size_t{4} << mode});
+  return QLIX_COMM_CALLED(dpp_window_write, dev_id, ddr_window, 0, ddr_command(addr, mode), {data, size_t{4} << mode});
 }
 
 uint32_t dpp_se_etcam_row_read(uint32_t dev_id, uint32_t block, uint32_t row, dpp_se_etcam_row* entry) {

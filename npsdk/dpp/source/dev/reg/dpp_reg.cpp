@@ -201,9 +201,7 @@ inline uint32_t instance_read(uint32_t dev_id, const dpp_reg_info& info, uint32_
 
 uint32_t wide_write(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n, const uint32_t* values) {
   DPP_CARD_GUARD(guard, dev_id, dpp_reg_window_mutex(dev_id, info.reg_no));
-  if (guard.status() != QLIX_COMM_OK) {
-    return guard.status();
-  }
+  QLIX_COMM_PASS(guard.status());
   uint32_t words[WORDS_MAX];
   words_pack(info, values, words);
   return instance_write(dev_id, info, m, n, words);

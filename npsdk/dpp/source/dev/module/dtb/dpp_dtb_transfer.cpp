@@ -60,9 +60,7 @@ uint32_t free_item_take(dpp_dtb_items* items, uint32_t* item) {
 /// the same queue, with memory of its own.
 inline uint32_t doorbell_ring(uint32_t dev_id, uint32_t queue_id, const dpp_dtb_item_info& info) {
   DPP_CARD_GUARD(card, dev_id, nullptr);
-  if (card.status() != QLIX_COMM_OK) {
-    return card.status();
-  }
+  QLIX_COMM_PASS(card.status());
   QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, info.data_addr_h);
   QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, info.data_addr_l);
   const uint32_t word =
@@ -110,15 +108,10 @@ inline uint32_t item_send(uint32_t dev_id, uint32_t queue_id, uint32_t dir, dpp_
 }
 
 /// Registers that tell why a completion stays away.
-struct reg_row {
-  const char* name;
-  uint32_t reg_no;
-};
-constexpr reg_row AXI_ROWS[] = {
-    {"axi_last_operate", DPP_REG_DTB_AXI_LAST_OPERATE},       {"axi_last_addr", DPP_REG_DTB_AXI_LAST_ADDR},
-    {"axi_channel_state", DPP_REG_DTB_AXI_CHANNEL_STATE},     {"axi_rd_resp_err_cnt", DPP_REG_DTB_AXI_RD_RESP_ERR_CNT},
-    {"axi_wr_resp_err_cnt", DPP_REG_DTB_AXI_WR_RESP_ERR_CNT},
-};
+constexpr uint32_t AXI_REGISTERS[] = {DPP_REG_DTB_AXI_LAST_OPERATE, DPP_REG_DTB_AXI_LAST_ADDR,
+                                      DPP_REG_DTB_AXI_CHANNEL_STATE, DPP_REG_DTB_AXI_RD_RESP_ERR_CNT,
+                                      DPP_REG_DTB_AXI_WR_RESP_ERR_CNT};
+constexpr size_t BLOCK_PREFIX = sizeof "dtb_" - 1;  // of their names
 
 [[gnu::cold, gnu::noinline]] void overtime_print(uint32_t dev_id, uint32_t queue_id, const char* direction,
                                                  uint32_t item, uint64_t addr) {
@@ -133,13 +126,13 @@ constexpr reg_row AXI_ROWS[] = {
     QLIX_COMM_PRINT("ack_word_%u                 : 0x%08x\n", word, dpp_dtb_rd32(addr + uint64_t{word} * 4));
   }
   QLIX_COMM_PRINT("************************ dtb reg info ************************\n");
-  for (const reg_row& row : AXI_ROWS) {
+  for (const uint32_t reg_no : AXI_REGISTERS) {
     uint32_t values[DPP_REG_FIELD_MAX] = {};
-    if (dpp_reg_read(dev_id, row.reg_no, 0, 0, values) != QLIX_COMM_OK) {
+    if (dpp_reg_read(dev_id, reg_no, 0, 0, values) != QLIX_COMM_OK) {
       continue;
     }
-    for (uint32_t field = 0; field < dpp_reg_info_get(row.reg_no)->field_num; field++) {
-      QLIX_COMM_PRINT("%-20s[%u]    : 0x%08x\n", row.name, field, values[field]);
+    for (uint32_t field = 0; field < dpp_reg_info_get(reg_no)->field_num; field++) {
+      QLIX_COMM_PRINT("%-20s[%u]    : 0x%08x\n", dpp_reg_name_get(reg_no) + BLOCK_PREFIX, field, values[field]);
     }
   }
   QLIX_COMM_PRINT("**************************************************************\n");
@@ -235,9 +228,7 @@ uint32_t dpp_dtb_queue_item_info_get(uint32_t dev_id, uint32_t queue_id, dpp_dtb
   uint32_t word = 0;
   *info = {};
   DPP_CARD_GUARD(card, dev_id, nullptr);
-  if (card.status() != QLIX_COMM_OK) {
-    return card.status();
-  }
+  QLIX_COMM_PASS(card.status());
   QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, &info->data_addr_h);
   QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, &info->data_addr_l);
   QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 0, queue_id, &word);

@@ -13,6 +13,7 @@
 
 inline constexpr uint32_t DPP_DTB_ERAM_ROW_NUM = 0x80000;
 inline constexpr uint32_t DPP_DTB_DDR_BADDR_MAX = 0xFFFFF;       ///< in units of 4 KiB
+inline constexpr uint32_t DPP_DTB_DDR_BASE_ROWS = 256;           ///< rows in such a unit
 inline constexpr uint32_t DPP_DTB_DDR_ROW_MAX = (1u << 30) - 1;  ///< of 128 bits, from the base
 inline constexpr uint32_t DPP_DTB_ZCAM_PLACE_NUM = 0x10000;
 inline constexpr uint32_t DPP_DTB_ETCAM_BLOCK_NUM = 8;
