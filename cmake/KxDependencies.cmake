@@ -39,10 +39,11 @@ target_link_libraries(kx_readline INTERFACE ${READLINE_LIBRARY})
 find_path(LINENOISE_SOURCE_DIR linenoise.c PATHS /usr/lib/nim/lib/wrappers/linenoise
           /usr/share/nim/lib/wrappers/linenoise NO_DEFAULT_PATH)
 if(LINENOISE_SOURCE_DIR)
-  add_library(kx_linenoise STATIC ${LINENOISE_SOURCE_DIR}/linenoise.c)
+  add_library(kx_linenoise STATIC kxtools/line_editor/line_editor.c kxtools/line_editor/keys.cpp)
   target_include_directories(kx_linenoise SYSTEM PUBLIC ${LINENOISE_SOURCE_DIR})
-  target_compile_options(kx_linenoise PRIVATE
-    -w "SHELL:-include \"${PROJECT_SOURCE_DIR}/kxtools/linenoise_terminal.h\"")
+  target_link_libraries(kx_linenoise PRIVATE kx_product_flags)
+  # It takes the editor's source in.
+  set_source_files_properties(kxtools/line_editor/line_editor.c PROPERTIES COMPILE_OPTIONS -w)
 else()
   find_path(LINENOISE_INCLUDE_DIR linenoise.h)
   find_library(LINENOISE_LIBRARY linenoise)

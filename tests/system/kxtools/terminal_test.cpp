@@ -63,6 +63,54 @@ TEST_F(Terminal, ArrowUpBringsBackFailedLinesToo) {
   EXPECT_EQ(process_->wait().status, 255);
 }
 
+// What a key sends must move or do nothing: a rest of it in the line would be a wrong word, ready for Enter.
+TEST_F(Terminal, KeysMoveOrDoNothingAndLeaveNoRestInTheLine) {
+  struct {
+    const char* keys;
+    const char* line;
+  } const cases[] = {
+      {"bar\x1b[1;5Dx", "xbar"},  // Ctrl-Left
+      {"bar\x1b[5Dx", "xbar"},    // the same of an older terminal
+      {"bar\x1bOdx", "xbar"},     // and of another one
+      {"bar\x1b[1;3Dx", "xbar"},  // Alt-Left
+      {"bar\x1b"
+       "bx",
+       "xbar"},                       // Alt-b
+      {"bar\x01\x1b[1;5Cx", "barx"},  // Home, Ctrl-Right
+      {"bar\x1b[H\x1b"
+       "fx",
+       "barx"},                   // Home, Alt-f
+      {"bar\x1b[1;2Dx", "baxr"},  // Shift-Left
+      {"b-r\x1b[1;5D\x1b[1;5Dx", "xb-r"},
+      {"foo bar\x1b\x7f\x7f", "foo"},  // Alt-Backspace
+      {"bar\x1b[15~x", "barx"},        // F5
+      {"bar\x1b[24;5~x", "barx"},      // Ctrl-F12
+      {"bar\x1b[[Ax", "barx"},         // F1 of the console
+      {"bar\x1bOPx", "barx"},          // F1
+      {"bar\x1b[200~x\x1b[201~", "barx"},
+      {"bar\x1b[2~\x1b[5~\x1b[6~x", "barx"},
+      {"bar\x1bzx", "barx"},  // Alt-z
+      {"bar\x1b[1~x\x1b[4~y", "xbary"},
+      {"n\xc3\xb6\x7f"
+       "a",
+       "na"},  // a character of two bytes
+      {"n\xc3\xb6\x1b[Dx", "nx\xc3\xb6"},
+      {"n\xe2\x82\xac\x01\x1b[C\x1b[3~x", "nx"},
+      {"\x1b[3~\x7f\x1b[Dbar", "bar"},  // nothing to delete is no end of the input
+  };
+  start();
+  for (const auto& c : cases) {
+    process_->send(c.keys);
+    type("\r", std::string("\n") + c.line + ": No such command for kxtools!");
+    type("", PROMPT);
+  }
+  process_->send("bar\x1b");
+  usleep(300000);  // Escape alone: nothing follows
+  type("x\r", "barx: No such command for kxtools!");
+  type("quit\r", "quit");
+  EXPECT_EQ(process_->wait().status, 255);
+}
+
 TEST_F(Terminal, InterruptStopsTheCommandAndNotTheShell) {
   start(R"({"faults": {"driver": {"requests": [{"never_answers": true}]}}})");
   process_->send("kxtool sn_info eth0 sn_info\r");

@@ -1,8 +1,9 @@
-// What stands between the line editor's source and the terminal; the compiler reads it in front of that source.
+// What stands between the line editor's source and the terminal, read in front of that source.
 //
 // The editor looks after one line at a time: when it takes the terminal and when it gives it back, it drops what was
 // typed, it takes no newline for Enter, and it asks a terminal without a size for one. So a shell on it would lose the
-// lines typed while a command runs and all but the first line of a pasted block.
+// lines typed while a command runs and all but the first line of a pasted block. Of the keys it knows a few: the rest
+// of a longer sequence would go into the line.
 #pragma once
 
 #include <string.h>
@@ -20,23 +21,6 @@ static inline int kx_terminal_mode_set(int fd, const struct termios* mode) {
   return tcsetattr(fd, TCSADRAIN, &kept);
 }
 
-// Control keys that the editor gives no meaning would go into the line, where nobody sees them; so would the null that
-// an end of input leaves in the queue when it is typed while a command runs.
-static inline int kx_terminal_key_known(char key) {
-  return key < 0 || key >= ' ' || strchr("ABCDEFHIJKLMNPTUW[", key + '@') != NULL;
-}
-
-static inline ssize_t kx_terminal_key_read(int fd, char* key) {
-  ssize_t length = 0;
-  do {
-    length = read(fd, key, 1);
-  } while (length == 1 && !kx_terminal_key_known(*key));
-  if (length == 1 && *key == '\n') {
-    *key = '\r';
-  }
-  return length;
-}
-
 // A serial line has no size, a file neither: the editor would look for the answer to its question among the keys. In
 // a line that is shorter than the prompt it would reckon with negative lengths; such a terminal wraps lines by itself.
 static inline int kx_terminal_size_get(struct winsize* size) {
@@ -47,6 +31,15 @@ static inline int kx_terminal_size_get(struct winsize* size) {
   return 0;
 }
 
+// One byte for the editor: a character, or a control key that it gives a meaning. `input` is the first member of the
+// line's state. As read() does, 1, 0 at the end of the input, or -1.
+static ssize_t kx_line_read(const int* input, char* key);
+
+// One function of the source, which nobody calls, reads from the number itself: it gets an address, too.
+static const int kx_standard_input = STDIN_FILENO;
+#undef STDIN_FILENO
+#define STDIN_FILENO kx_standard_input
+
 #define tcsetattr(fd, when, mode) kx_terminal_mode_set(fd, mode)
-#define read(fd, key, length) kx_terminal_key_read(fd, key)
+#define read(fd, key, length) kx_line_read(&(fd), key)
 #define ioctl(fd, request, size) kx_terminal_size_get(size)
