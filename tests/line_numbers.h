@@ -1,19 +1,20 @@
-// Error lines name function and line of their source; a line number changes with every edit.
+// Lines of the tool and of the driver name function, file and line of their source; a line number changes with every
+// edit.
 #pragma once
 
+#include <algorithm>
 #include <string>
 
-/// `text` with the line number in each "[function][number]" replaced by '#'.
-inline std::string without_line_numbers(const std::string& text) {
-  std::string result;
-  for (size_t i = 0; i < text.size();) {
-    const size_t end = text.find_first_not_of("0123456789", i + 2);
-    if (text.compare(i, 2, "][") == 0 && end != i + 2 && end < text.size() && text[end] == ']') {
-      result += "][#";
-      i = end;
-    } else {
-      result += text[i++];
+/// `text` with # in place of the number in each "[function][number]", "file.cpp:number" and "sheet.rows:number".
+inline std::string without_line_numbers(std::string text) {
+  for (const std::string before : {"][", ".cpp:", ".rows:"}) {
+    for (size_t at = text.find(before); at != std::string::npos; at = text.find(before, at + 1)) {
+      const size_t first = at + before.size();
+      const size_t end = std::min(text.find_first_not_of("0123456789", first), text.size());
+      if (end != first && (before != "][" || text.compare(end, 1, "]") == 0)) {
+        text.replace(first, end - first, "#");
+      }
     }
   }
-  return result;
+  return text;
 }

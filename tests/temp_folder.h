@@ -8,6 +8,8 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <utility>
 
 class temp_folder {
  public:
@@ -16,8 +18,8 @@ class temp_folder {
     EXPECT_NE(mkdtemp(name.data()), nullptr);
     path_ = name;
   }
-  temp_folder(const temp_folder&) = delete;
-  temp_folder& operator=(const temp_folder&) = delete;
+  temp_folder(temp_folder&& other) noexcept : path_(std::exchange(other.path_, "")) {}
+  temp_folder& operator=(temp_folder&&) = delete;
   ~temp_folder() {
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
@@ -28,12 +30,15 @@ class temp_folder {
   std::string operator/(const std::string& name) const {
     return path_ + "/" + name;
   }
-  void write(const std::string& name, const std::string& text) const {
+  /// Writes a file into the folder and returns its path.
+  std::string write(const std::string& name, std::string_view text) const {
     std::ofstream(*this / name) << text;
+    return *this / name;
   }
-  std::string read(const std::string& name) const {
+  /// The content of a file, "" when there is none.
+  static std::string read(const std::string& path) {
     std::ostringstream text;
-    text << std::ifstream(*this / name).rdbuf();
+    text << std::ifstream(path).rdbuf();
     return text.str();
   }
   /// How many entries it has.

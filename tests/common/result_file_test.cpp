@@ -28,9 +28,9 @@ TEST_F(ResultFileTest, AppearsWholeAndReplacesTheOldOne) {
   kx_result_file file;
   ASSERT_TRUE(file.open(path("dump").c_str()));
   fputs("new", file.stream());
-  EXPECT_EQ(folder_.read("dump"), "old");
+  EXPECT_EQ(temp_folder::read(folder_ / "dump"), "old");
   ASSERT_TRUE(file.commit());
-  EXPECT_EQ(folder_.read("dump"), "new");
+  EXPECT_EQ(temp_folder::read(folder_ / "dump"), "new");
   EXPECT_EQ(folder_.entries(), 1u);
 }
 

@@ -38,7 +38,7 @@ TEST_F(SharedFile, KeepsContentAndModeOfAnExistingFile) {
   folder_.write("log", "kept");
   chmod((root_ + "/log").c_str(), 0640);
   ASSERT_EQ(open_file(root_, "log").step, kx_shared_file_step::opened);
-  EXPECT_EQ(folder_.read("log"), "kept");
+  EXPECT_EQ(temp_folder::read(folder_ / "log"), "kept");
   EXPECT_EQ(mode_of(root_ + "/log"), 0640u);
 }
 

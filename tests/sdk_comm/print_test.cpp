@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "../line_numbers.h"
 #include "../memory_fault.h"
 #include "qlix_comm/check.h"
 #include "qlix_comm/mutex.h"
@@ -157,17 +158,6 @@ std::uint32_t check_rc(std::uint32_t code) {
   return 0;
 }
 
-// A line with its source line number, which moves with every edit, made '#'.
-std::string without_line(std::string text) {
-  const std::size_t colon = text.find(".cpp:");
-  if (colon == std::string::npos) {
-    return text;
-  }
-  const std::size_t from = colon + sizeof ".cpp:" - 1;
-  const std::size_t to = text.find_first_not_of("0123456789", from);
-  return text.replace(from, to - from, to > from ? "#" : "no number");
-}
-
 TEST_F(PrintTest, ChecksNameThePlaceAndReturnTheirCode) {
   const int some = 0;
   struct Case {
@@ -206,7 +196,7 @@ TEST_F(PrintTest, ChecksNameThePlaceAndReturnTheirCode) {
   };
   for (const Case& c : cases) {
     std::uint32_t code = 0;
-    EXPECT_EQ(without_line(printed([&] { code = c.check(); })), c.line);
+    EXPECT_EQ(without_line_numbers(printed([&] { code = c.check(); })), c.line);
     EXPECT_EQ(code, c.code) << c.line;
   }
 }
@@ -301,7 +291,7 @@ TEST_F(PrintTest, LocksRefuseNull) {
   };
   for (const Case& c : cases) {
     std::uint32_t code = 0;
-    EXPECT_EQ(without_line(printed([&] { code = c.use(); })),
+    EXPECT_EQ(without_line_numbers(printed([&] { code = c.use(); })),
               std::string("\n QLIX mutex.cpp:#[Error:POINT NULL] ! FUNCTION : qlix_comm_") + c.name + "!\n");
     EXPECT_EQ(code, 0x1201u) << c.name;
   }

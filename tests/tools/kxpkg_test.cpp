@@ -126,7 +126,7 @@ TEST_F(Kxpkg, EveryChangeOfAPackageIsNoticed) {
       {"file": "a.bin", "offset": "0x41000", "type": 2}, {"file": "b.bin", "offset": "0x43000", "type": 2}]})")
                 .status,
             0);
-  const std::string whole = folder_.read("out.pkg");
+  const std::string whole = temp_folder::read(folder_ / "out.pkg");
   struct {
     const char* what;
     size_t at;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "../../line_numbers.h"
 #include "dpp_diag/dpp_cmd.h"
 
 namespace diag_test {
@@ -14,17 +15,6 @@ struct run_result {
   uint32_t code;
   std::string out;
 };
-
-// Line numbers of the source in traces become #.
-inline std::string without_lines(std::string text) {
-  for (const std::string suffix : {".cpp:", ".rows:"}) {
-    for (size_t at = text.find(suffix); at != std::string::npos; at = text.find(suffix, at + 1)) {
-      const size_t first = at + suffix.size();
-      text.replace(first, text.find_first_not_of("0123456789", first) - first, 1, '#');
-    }
-  }
-  return text;
-}
 
 inline run_result command(const char* name, const std::vector<uint32_t>& values = {}) {
   const DppCmdEntry* entry = dpp_cmd_find(name);
@@ -38,7 +28,7 @@ inline run_result command(const char* name, const std::vector<uint32_t>& values 
   }
   testing::internal::CaptureStdout();
   const uint32_t code = entry->func(*entry, args);
-  return {code, without_lines(testing::internal::GetCapturedStdout())};
+  return {code, without_line_numbers(testing::internal::GetCapturedStdout())};
 }
 
 /// The text of a command that must succeed.

@@ -112,7 +112,7 @@ TEST_F(Printer, PrintLevel) {
 std::string walk(uint32_t mode, uint32_t version, uint32_t expected_code) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(dpp_mcode_drop_stat_walk("kxnp_mcode_drop_stat", 0, mode, version), expected_code);
-  return diag_test::without_lines(testing::internal::GetCapturedStdout());
+  return without_line_numbers(testing::internal::GetCapturedStdout());
 }
 
 TEST_F(Printer, DropPointsThatCounted) {
@@ -184,7 +184,7 @@ TEST_F(Printer, KernelShellSendsNothing) {
   EXPECT_EQ(entry->func(*entry, args), 0x60Bu);
   args.text = long_text.c_str();
   EXPECT_EQ(entry->func(*entry, args), 0x1205u);
-  EXPECT_EQ(diag_test::without_lines(testing::internal::GetCapturedStdout()),
+  EXPECT_EQ(without_line_numbers(testing::internal::GetCapturedStdout()),
             "dpp_kshell: this build cannot reach the NP shell in the kernel, nothing was sent.\n"
             "\n kshell.cpp:#[Error:VALUE[0x100] INVALID] [min=0x0,max=0xff] ! FUNCTION :dpp_kshell !\n");
 }

@@ -60,39 +60,6 @@ void drain(int& fd, std::string& text) {
 
 }  // namespace
 
-Folder::Folder() {
-  char path[] = "/tmp/kxsystem.XXXXXX";
-  path_ = mkdtemp(path) != nullptr ? path : "";
-}
-
-Folder::Folder(Folder&& other) noexcept : path_(std::exchange(other.path_, "")) {}
-
-Folder::~Folder() {
-  if (!path_.empty()) {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-}
-
-std::string Folder::write(const std::string& name, std::string_view text) const {
-  std::string path = path_ + "/" + name;
-  FILE* file = fopen(path.c_str(), "we");
-  if (file != nullptr) {
-    fwrite(text.data(), 1, text.size(), file);
-    fclose(file);
-  }
-  return path;
-}
-
-std::string Folder::read(const std::string& path) {
-  std::string text;
-  int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  while (fd >= 0) {
-    drain(fd, text);
-  }
-  return text;
-}
-
 std::vector<std::string> Result::log_of(std::string_view prefix) const {
   std::vector<std::string> lines;
   std::copy_if(log.begin(), log.end(), std::back_inserter(lines),

@@ -16,6 +16,8 @@
 #include <string_view>
 #include <vector>
 
+#include "temp_folder.h"
+
 namespace kx_system {
 
 using std::chrono::milliseconds;
@@ -28,24 +30,7 @@ inline constexpr const char* trap_variable = "KX_SYSTEM_TRAP";
 /// ends the run when another one does already. The same runs are checked for leaks under the other trap.
 inline constexpr const char* traced_leak_options = "detect_leaks=0";
 
-/// A folder under the temporary folder, removed with everything in it.
-class Folder {
- public:
-  Folder();
-  Folder(Folder&& other) noexcept;
-  Folder& operator=(Folder&&) = delete;
-  ~Folder();
-  const std::string& path() const {
-    return path_;
-  }
-  /// Writes a file into the folder and returns its path.
-  std::string write(const std::string& name, std::string_view text) const;
-  /// The content of a file, "" when there is none.
-  static std::string read(const std::string& path);
-
- private:
-  std::string path_;
-};
+using Folder = temp_folder;
 
 struct Command {
   std::string card = "{}";              // the card file
