@@ -3,21 +3,14 @@
 #include "handlers.h"
 #include "registers.h"
 
-namespace {
-
-constexpr uint32_t POOL_MAX = 3;
-constexpr uint32_t QUEUE_MAX = 0xFF;
-
-}  // namespace
-
 int32_t qman_queue_state(uint32_t, uint32_t, uint32_t) {
   kx_print("============Now read qman que============\n");
   return bttl_list_show(KX_CARD_QMAN, "qman.que", 0);
 }
 
 int32_t qman_state(uint32_t, uint32_t first, uint32_t last) {
-  if (first > last || last > QUEUE_MAX) {
-    kx_print("invalid qman queue [0-0x%x]!\n", QUEUE_MAX);
+  if (first > last || last > BTTL_QUEUE_MAX) {
+    kx_print("invalid qman queue [0-0x%x]!\n", BTTL_QUEUE_MAX);
     return -1;
   }
   for (uint32_t queue = first; queue <= last; ++queue) {
@@ -35,8 +28,8 @@ int32_t qman_cfg(uint32_t, uint32_t, uint32_t) {
 }
 
 int32_t bman_state(uint32_t, uint32_t pool, uint32_t) {
-  if (pool > POOL_MAX) {
-    kx_print("invalid bman pool [0-%u]!\n", POOL_MAX);
+  if (pool > BTTL_POOL_MAX) {
+    kx_print("invalid bman pool [0-%u]!\n", BTTL_POOL_MAX);
     return -1;
   }
   kx_print("============Now read bman stat of pool %u============\n", pool);

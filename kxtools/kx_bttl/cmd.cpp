@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <iterator>
+#include <span>
 #include <string_view>
 
 #include "common/report.h"
@@ -13,12 +14,19 @@ namespace {
 
 constexpr uint32_t CMD_ID = 1;
 
+/// A word behind the function word and its range.
+struct bttl_param {
+  const char* name;
+  uint32_t min;
+  uint32_t max;
+};
+
 struct bttl_func {
   char name[64];
   int32_t (*handler)(uint32_t cmd_id, uint32_t param1, uint32_t param2);
   char module[64];
-  uint8_t para_num;   ///< words of the line after the module word, exactly
-  const char* words;  ///< those behind the function word, with their ranges
+  uint8_t para_num;  ///< words of the line after the module word, exactly
+  bttl_param params[2];
   const char* purpose;
 };
 
@@ -27,26 +35,32 @@ struct bttl_module {
   uint32_t count;
 };
 
-constexpr const char* SIDES = "<path 0..1> <port 1..3>";
+constexpr bttl_param PATH = {"path", 0, BTTL_PATH_MAX};
+constexpr bttl_param PORT = {"port", BTTL_PORT_RX, BTTL_PORT_RX | BTTL_PORT_TX};
 
 constexpr bttl_func DXGE_FUNCS[] = {
-    {"dump", dxge_dump, "dxge", 4, SIDES, "Shows all registers of the chosen sides of the packet interface"},
-    {"debug", dxge_debug, "dxge", 4, SIDES, "Shows what the chosen sides counted as wrong"},
-    {"cfg", dxge_config, "dxge", 4, SIDES, "Shows how the chosen sides are configured"},
-    {"press", dxge_press, "dxge", 4, SIDES, "Shows the back pressure of the chosen sides"},
-    {"rx_debug", rx_debug_1, "dxge", 4, SIDES, "Shows the receive side's last error and what its bits say"},
+    {"dump", dxge_dump, "dxge", 4, {PATH, PORT}, "Shows all registers of the chosen sides of the packet interface"},
+    {"debug", dxge_debug, "dxge", 4, {PATH, PORT}, "Shows what the chosen sides counted as wrong"},
+    {"cfg", dxge_config, "dxge", 4, {PATH, PORT}, "Shows how the chosen sides are configured"},
+    {"press", dxge_press, "dxge", 4, {PATH, PORT}, "Shows the back pressure of the chosen sides"},
+    {"rx_debug", rx_debug_1, "dxge", 4, {PATH, PORT}, "Shows the receive side's last error and what its bits say"},
 };
 constexpr bttl_func QMAN_FUNCS[] = {
-    {"que", qman_queue_state, "qman", 2, "", "Shows the state of the queue manager"},
-    {"stat", qman_state, "qman", 4, "<first 0..ff> <last 0..ff>", "Shows the state of each queue from first to last"},
-    {"cfg", qman_cfg, "qman", 2, "", "Shows how the queue manager is configured"},
+    {"que", qman_queue_state, "qman", 2, {}, "Shows the state of the queue manager"},
+    {"stat",
+     qman_state,
+     "qman",
+     4,
+     {{"first", 0, BTTL_QUEUE_MAX}, {"last", 0, BTTL_QUEUE_MAX}},
+     "Shows the state of each queue from first to last"},
+    {"cfg", qman_cfg, "qman", 2, {}, "Shows how the queue manager is configured"},
 };
 constexpr bttl_func BMAN_FUNCS[] = {
-    {"stat", bman_state, "bman", 3, "<pool 0..3>", "Shows the state of a buffer pool"},
-    {"cfg", bman_cfg, "bman", 2, "", "Shows how the buffer manager is configured"},
+    {"stat", bman_state, "bman", 3, {{"pool", 0, BTTL_POOL_MAX}}, "Shows the state of a buffer pool"},
+    {"cfg", bman_cfg, "bman", 2, {}, "Shows how the buffer manager is configured"},
 };
 constexpr bttl_func LRO_FUNCS[] = {
-    {"cfg", HalLroCfgShow, "lro", 2, "", "Shows how large receive offload is configured"},
+    {"cfg", HalLroCfgShow, "lro", 2, {}, "Shows how large receive offload is configured"},
 };
 
 constexpr bttl_module func_arrays[] = {
@@ -141,8 +155,11 @@ void usage_print(const kxtools_cmd_entry& entry) {
   for (const bttl_module& row : func_arrays) {
     for (uint32_t i = 0; i < row.count && std::string_view(row.funcs[i].module) == entry.name; ++i) {
       const bttl_func& func = row.funcs[i];
-      kx_print("kxbttl %s 1 %s%s%s\n    %s.\n", func.module, func.name, func.words[0] == '\0' ? "" : " ", func.words,
-               func.purpose);
+      kx_print("kxbttl %s 1 %s", func.module, func.name);
+      for (const bttl_param& param : std::span(func.params, func.para_num - 2u)) {
+        kx_print(" <%s %x..%x>", param.name, param.min, param.max);
+      }
+      kx_print("\n    %s.\n", func.purpose);
     }
   }
   kx_print("Numbers are hexadecimal.\n");

@@ -8,10 +8,6 @@
 
 namespace {
 
-constexpr uint32_t PORT_RX = 1;
-constexpr uint32_t PORT_TX = 2;
-constexpr uint32_t PORT_BOTH = PORT_RX | PORT_TX;
-
 struct dxge_selection {
   uint64_t instance;
   bool rx;
@@ -32,12 +28,12 @@ int32_t dxge_port_txrx_get(uint32_t path, uint32_t port, dxge_selection* selecti
       kx_print("invalid np vqm module [0-1]!\n");
       return -1;
   }
-  if (port < PORT_RX || port > PORT_BOTH) {
+  if (port < BTTL_PORT_RX || port > (BTTL_PORT_RX | BTTL_PORT_TX)) {
     kx_print("invalid dxge tx rx port [1-3]!\n");
     return -1;
   }
-  selection->rx = (port & PORT_RX) != 0;
-  selection->tx = (port & PORT_TX) != 0;
+  selection->rx = (port & BTTL_PORT_RX) != 0;
+  selection->tx = (port & BTTL_PORT_TX) != 0;
   return 0;
 }
 

@@ -4,6 +4,12 @@
 
 #include <cstdint>
 
+inline constexpr uint32_t BTTL_PATH_MAX = 1;
+inline constexpr uint32_t BTTL_PORT_RX = 1;
+inline constexpr uint32_t BTTL_PORT_TX = 2;
+inline constexpr uint32_t BTTL_QUEUE_MAX = 0xFF;
+inline constexpr uint32_t BTTL_POOL_MAX = 3;
+
 // DXGE: param1 is the path, 0 to the network processor and 1 to the queue engine; param2 is the port, bit 0 the receive
 // side and bit 1 the transmit side.
 int32_t dxge_dump(uint32_t cmd_id, uint32_t path, uint32_t port);    ///< all registers of the sides
@@ -20,11 +26,11 @@ void RdlBttlDxgeRxErrorcode(uint16_t code);
 
 /// Fill of all queue groups.
 int32_t qman_queue_state(uint32_t cmd_id, uint32_t, uint32_t);
-/// State of the queues `first` to `last`, 0 to 0xff.
+/// State of the queues `first` to `last`, 0 to BTTL_QUEUE_MAX.
 int32_t qman_state(uint32_t cmd_id, uint32_t first, uint32_t last);
 int32_t qman_cfg(uint32_t cmd_id, uint32_t, uint32_t);
 
-/// State of one buffer pool, 0 to 3.
+/// State of one buffer pool, 0 to BTTL_POOL_MAX.
 int32_t bman_state(uint32_t cmd_id, uint32_t pool, uint32_t);
 int32_t bman_cfg(uint32_t cmd_id, uint32_t, uint32_t);
 

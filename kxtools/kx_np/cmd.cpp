@@ -1,5 +1,6 @@
 #include "kx_np/cmd.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <string_view>
 
@@ -19,16 +20,12 @@ kxtools_cmd_entry kxnp_sub_command_list[DPP_CMD_LISTED_NUM];
 
 // All words with single blanks between them, cut where the buffer ends.
 void words_join(const kxtools_cmd_context& ctx, char (&text)[TEXT_SIZE]) {
+  text[0] = '\0';
   size_t length = 0;
-  for (uint32_t i = 0; i < ctx.argc; ++i) {
-    const std::string_view word = ctx.argp[i];
-    const size_t wanted = word.size() + (i == 0 ? 0 : 1);
-    for (size_t at = 0; at < wanted && length < TEXT_SIZE - 1; ++at) {
-      const size_t blank = wanted - word.size();
-      text[length++] = at < blank ? ' ' : word[at - blank];
-    }
+  for (uint32_t i = 0; i < ctx.argc && length < TEXT_SIZE - 1; ++i) {
+    const int wanted = snprintf(text + length, TEXT_SIZE - length, "%s%s", i == 0 ? "" : " ", ctx.argp[i]);
+    length = std::min(length + static_cast<size_t>(wanted), TEXT_SIZE - 1);
   }
-  text[length] = '\0';
 }
 
 int32_t text_command_call(const DppCmdEntry& entry, const kxtools_cmd_context& ctx) {

@@ -15,6 +15,9 @@ int32_t trace_app_version_show(uint64_t bar, char** words, uint32_t count);
 int32_t dpu_trace_info_st(uint64_t bar, char** words, uint32_t count);
 int32_t dpu_trace_info_pkt(uint64_t bar, char** words, uint32_t count);
 
+inline constexpr uint32_t TRACE_VF_NUM = 1192;
+inline constexpr uint32_t TRACE_DTP_PORT_NUM = 4;
+inline constexpr uint32_t TRACE_NP_PORT_NUM = 16;
 /// Measure for a second: "rate" X [index], the index being a virtual function (VQM) or a port (DTP, NP), 0 without it.
 int32_t dpu_vqm_info_rate(uint64_t bar, char** words, uint32_t count);
 int32_t dpu_dtp_info_rate(uint64_t bar, char** words, uint32_t count);

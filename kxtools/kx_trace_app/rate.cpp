@@ -27,9 +27,9 @@ struct rate_path {
   uint32_t index_end;
 };
 
-constexpr rate_path VQM = {"vqm", "vfid", "vqm.rate", KX_CARD_VQM_VF_COUNTERS, 1192};
-constexpr rate_path DTP = {"dtp", "portid", "dtp.rate", KX_CARD_TRACE, 4};
-constexpr rate_path NP = {"np", "portid", "np.rate", KX_CARD_TRACE, 16};
+constexpr rate_path VQM = {"vqm", "vfid", "vqm.rate", KX_CARD_VQM_VF_COUNTERS, TRACE_VF_NUM};
+constexpr rate_path DTP = {"dtp", "portid", "dtp.rate", KX_CARD_TRACE, TRACE_DTP_PORT_NUM};
+constexpr rate_path NP = {"np", "portid", "np.rate", KX_CARD_TRACE, TRACE_NP_PORT_NUM};
 
 static_assert(TRACE_REGISTERS.list(VQM.list).size() == COUNTERS && TRACE_REGISTERS.list(DTP.list).size() == COUNTERS &&
               TRACE_REGISTERS.list(NP.list).size() == COUNTERS);

@@ -42,26 +42,12 @@ std::span<const drop_point> points_of(uint32_t version) {
   return version == 1 ? std::span<const drop_point>(drop_points_v1) : drop_points_v2;
 }
 
-void point_print(uint32_t version, const drop_point& point, const uint32_t* pair) {
-  if (version == 1) {
-    QLIX_COMM_PRINT("v1 drop stat index[0x%08x] value[0x%08x,0x%08x] reason: %s\n", point.index, pair[0], pair[1],
-                    point.reason);
-  } else {
-    QLIX_COMM_PRINT("v2 drop stat index[0x%08x] value[0x%08x,0x%08x] reason: %s\n", point.index, pair[0], pair[1],
-                    point.reason);
-  }
-}
-
 }  // namespace
 
 // The checks name the function that was called in place of this one.
 uint32_t dpp_mcode_drop_stat_walk(const char* function, uint32_t dev_id, uint32_t mode, uint32_t version) {
   const DppCmdArgs words = {.num = 3, .value = {dev_id, mode, version}};
-  const uint32_t checked =
-      dpp_cmd_ranges_check(*dpp_cmd_find("mcode_drop_stat"), words, {__FILE_NAME__, __LINE__, function});
-  if (checked != QLIX_COMM_OK) {
-    return checked;
-  }
+  QLIX_COMM_PASS(dpp_cmd_ranges_check(*dpp_cmd_find("mcode_drop_stat"), words, {__FILE_NAME__, __LINE__, function}));
   for (const drop_point& point : points_of(version)) {
     uint32_t pair[2] = {};
     const uint32_t code = dpp_stat_ppu_cnt_get(dev_id, DPP_STAT_WIDTH_64, point.index, mode, pair);
@@ -69,7 +55,8 @@ uint32_t dpp_mcode_drop_stat_walk(const char* function, uint32_t dev_id, uint32_
       return qlix_comm_detail::report_call({__FILE_NAME__, __LINE__, function}, code, "dpp_stat_ppu_cnt_get");
     }
     if (mode != mode_clear && (pair[0] != 0 || pair[1] != 0)) {
-      point_print(version, point, pair);
+      QLIX_COMM_PRINT("v%u drop stat index[0x%08x] value[0x%08x,0x%08x] reason: %s\n", version, point.index, pair[0],
+                      pair[1], point.reason);
     }
   }
   return QLIX_COMM_OK;

@@ -66,6 +66,20 @@ bool stands_at(uint64_t record, uint32_t type, uint32_t place) {
   }
 }
 
+/// The records that are wanted, and how many there are.
+template <typename Wanted>
+uint32_t records_print(uint32_t dev_id, Wanted wanted, uint32_t* num) {
+  for (uint32_t sdt_no = 0; sdt_no < DPP_SDT_NUM; ++sdt_no) {
+    uint64_t record = 0;
+    QLIX_COMM_CALL(dpp_sdt_tbl_get, dev_id, sdt_no, &record);
+    if (wanted(record)) {
+      record_print(sdt_no, record);
+      ++*num;
+    }
+  }
+  return QLIX_COMM_OK;
+}
+
 }  // namespace
 
 uint32_t dpp_sdt_entries_prt(uint32_t dev_id, uint32_t sdt_no, uint32_t type, uint32_t index, uint32_t num) {
@@ -85,16 +99,12 @@ uint32_t dpp_sdt_entries_prt(uint32_t dev_id, uint32_t sdt_no, uint32_t type, ui
 
 uint32_t dpp_sdt_records_prt(uint32_t dev_id, uint32_t type) {
   uint32_t num = 0;
-  for (uint32_t sdt_no = 0; sdt_no < DPP_SDT_NUM; ++sdt_no) {
-    uint64_t record = 0;
-    QLIX_COMM_CALL(dpp_sdt_tbl_get, dev_id, sdt_no, &record);
-    const bool wanted =
-        type == DPP_SDT_NONE ? dpp_sdt_type_of(record) != DPP_SDT_NONE : dpp_sdt_type_of(record) == type;
-    if (wanted) {
-      record_print(sdt_no, record);
-      ++num;
-    }
-  }
+  QLIX_COMM_CALL(
+      records_print, dev_id,
+      [type](uint64_t record) {
+        return type == DPP_SDT_NONE ? dpp_sdt_type_of(record) != DPP_SDT_NONE : dpp_sdt_type_of(record) == type;
+      },
+      &num);
   QLIX_COMM_PRINT("%u of %u table numbers\n", num, DPP_SDT_NUM);
   return QLIX_COMM_OK;
 }
@@ -108,14 +118,10 @@ uint32_t diag_dpp_se_sdt_tbl_prt(uint32_t dev_id, uint32_t sdt_no) {
 
 uint32_t diag_dpp_se_sdt_info_srh(uint32_t dev_id, uint32_t table_type, uint32_t place) {
   uint32_t num = 0;
-  for (uint32_t sdt_no = 0; sdt_no < DPP_SDT_NUM; ++sdt_no) {
-    uint64_t record = 0;
-    QLIX_COMM_CALL(dpp_sdt_tbl_get, dev_id, sdt_no, &record);
-    if (dpp_sdt_type_of(record) == table_type && stands_at(record, table_type, place)) {
-      record_print(sdt_no, record);
-      ++num;
-    }
-  }
+  QLIX_COMM_CALL(
+      records_print, dev_id,
+      [=](uint64_t record) { return dpp_sdt_type_of(record) == table_type && stands_at(record, table_type, place); },
+      &num);
   QLIX_COMM_PRINT("%u tables of type %s at 0x%x\n", num, dpp_sdt_type_name(table_type), place);
   return QLIX_COMM_OK;
 }

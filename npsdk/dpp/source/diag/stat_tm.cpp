@@ -27,11 +27,12 @@ uint32_t counting_set(uint32_t dev_id, uint32_t enable) {
   return QLIX_COMM_CALLED(dpp_reg_write, dev_id, 0, 0, events);
 }
 
-// Nothing of the traffic manager may be under way when its area moves.
-uint32_t idle_wait(uint32_t dev_id) {
+/// Waits until `reached` holds for a register.
+template <typename Register, typename Reached>
+uint32_t state_wait(uint32_t dev_id, Reached reached) {
   for (uint32_t poll = 0; poll < poll_max; ++poll) {
-    DPP_REG_READ(dpp_regs::stat_busy, busy, dev_id, 0, 0);
-    if (busy.tm_busy == 0) {
+    DPP_REG_READ(Register, state, dev_id, 0, 0);
+    if (reached(state)) {
       return QLIX_COMM_OK;
     }
     usleep(poll_wait_us);
@@ -39,15 +40,13 @@ uint32_t idle_wait(uint32_t dev_id) {
   return DPP_RC_DIAG_NOT_READY;
 }
 
+// Nothing of the traffic manager may be under way when its area moves.
+uint32_t idle_wait(uint32_t dev_id) {
+  return state_wait<dpp_regs::stat_busy>(dev_id, [](const auto& busy) { return busy.tm_busy == 0; });
+}
+
 uint32_t done_wait(uint32_t dev_id) {
-  for (uint32_t poll = 0; poll < poll_max; ++poll) {
-    DPP_REG_READ(dpp_regs::stat_init_done, done, dev_id, 0, 0);
-    if (done.init_done != 0) {
-      return QLIX_COMM_OK;
-    }
-    usleep(poll_wait_us);
-  }
-  return DPP_RC_DIAG_NOT_READY;
+  return state_wait<dpp_regs::stat_init_done>(dev_id, [](const auto& done) { return done.init_done != 0; });
 }
 
 }  // namespace

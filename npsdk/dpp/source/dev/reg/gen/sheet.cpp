@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 #include <span>
+#include <unordered_map>
 
 #include "csv.h"
 
@@ -376,16 +377,12 @@ void regs_check(std::vector<reg>& regs, complaints& out) {
   if (expected != reg_count) {
     out.push_back({last, "number " + std::to_string(expected) + " is missing after this row"});
   }
-  std::vector<const reg*> by_name;
-  by_name.reserve(regs.size());
+  std::unordered_map<std::string_view, const reg*> names;
   for (const reg& r : regs) {
-    by_name.push_back(&r);
-  }
-  std::stable_sort(by_name.begin(), by_name.end(), [](const reg* a, const reg* b) { return a->name < b->name; });
-  for (size_t i = 1; i < by_name.size(); ++i) {
-    if (by_name[i]->name == by_name[i - 1]->name) {
-      out.push_back({by_name[i]->at, "name '" + by_name[i]->name + "' is used twice, first at " +
-                                         by_name[i - 1]->at.file + ":" + std::to_string(by_name[i - 1]->at.line)});
+    if (const auto [first, added] = names.try_emplace(r.name, &r); !added) {
+      const place& before = first->second->at;
+      out.push_back(
+          {r.at, "name '" + r.name + "' is used twice, first at " + before.file + ":" + std::to_string(before.line)});
     }
   }
 }

@@ -20,26 +20,17 @@ namespace {
 constexpr uint32_t ORDER_BYTES = sizeof(dpp_hash_entry::order);
 constexpr uint32_t KEY_BYTES_MAX = DPP_SE_ITEM_BYTES - DPP_HASH_HEAD_BYTES;
 
-uint32_t table_check(dpp_hash* hash, uint32_t engine, uint32_t table) {
+/// The table of an engine, or the code of what it lacks.
+uint32_t table_get(dpp_hash* hash, uint32_t engine, uint32_t table, dpp_hash_table** at) {
   QLIX_COMM_CHECK_POINT(hash);
   QLIX_COMM_CHECK_INDEX_UPPER(engine, DPP_HASH_ENGINE_NUM - 1);
   QLIX_COMM_CHECK_INDEX_UPPER(table, DPP_HASH_TABLE_NUM - 1);
-  return QLIX_COMM_OK;
-}
-
-/// The table, or null with the code in `rc`.
-dpp_hash_table* table_get(dpp_hash* hash, uint32_t engine, uint32_t table, uint32_t* rc) {
-  *rc = table_check(hash, engine, table);
-  if (*rc != QLIX_COMM_OK || engine >= DPP_HASH_ENGINE_NUM || table >= DPP_HASH_TABLE_NUM) {
-    return nullptr;
-  }
-  dpp_hash_table* at = hash->engine[engine].table[table];
-  if (at == nullptr) {
+  *at = hash->engine[engine].table[table];
+  if (*at == nullptr) {
     QLIX_COMM_TRACE_ERROR("hash engine %u has no table %u\n", engine, table);
-    *rc = QLIX_COMM_POINT_NULL;
-    return nullptr;
+    return QLIX_COMM_POINT_NULL;
   }
-  return at;
+  return QLIX_COMM_OK;
 }
 
 void head_set(const dpp_hash_table& table, uint32_t engine, uint32_t table_id, uint8_t* head) {
@@ -268,11 +259,8 @@ uint32_t dpp_hash_rewrite(dpp_hash* hash, uint32_t engine) {
 }
 
 uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const dpp_hash_row* row) {
-  uint32_t rc = QLIX_COMM_OK;
-  dpp_hash_table* at = table_get(hash, engine, table, &rc);
-  if (at == nullptr) {
-    return rc;
-  }
+  dpp_hash_table* at = nullptr;
+  QLIX_COMM_PASS(table_get(hash, engine, table, &at));
   QLIX_COMM_CHECK_POINT(row);
   QLIX_COMM_CHECK_POINT(row->key);
   if (at->rst_len != 0) {
@@ -291,13 +279,12 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     dpp_hash_pool_give(&at->pool, entry);
     return result_change(hash, *at, existing, row->rst);
   }
-  rc = entry_place(hash, *at, entry);
-  if (rc != QLIX_COMM_OK) {
+  if (entry_place(hash, *at, entry) != QLIX_COMM_OK) {
     at->insert_fail_num++;
     dpp_hash_pool_give(&at->pool, entry);
     return DPP_HASH_RC_TABLE_FULL;
   }
-  rc = write_or_undo(hash, entry, [&] { dpp_hash_shadow_set(hash, entry, false); });
+  const uint32_t rc = write_or_undo(hash, entry, [&] { dpp_hash_shadow_set(hash, entry, false); });
   if (rc != QLIX_COMM_OK) {
     dpp_hash_pool_give(&at->pool, entry);
     return rc;
@@ -310,11 +297,8 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
 
 uint32_t dpp_hash_search(dpp_hash* hash, uint32_t engine, uint32_t table, const uint8_t* key, uint8_t* rst,
                          dpp_hash_where* where) {
-  uint32_t rc = QLIX_COMM_OK;
-  dpp_hash_table* at = table_get(hash, engine, table, &rc);
-  if (at == nullptr) {
-    return rc;
-  }
+  dpp_hash_table* at = nullptr;
+  QLIX_COMM_PASS(table_get(hash, engine, table, &at));
   QLIX_COMM_CHECK_POINT(key);
   const uint32_t order = key_order(*at, key);
   uint32_t slot = dpp_hash_index_seek(at->index, order);
@@ -333,11 +317,8 @@ uint32_t dpp_hash_search(dpp_hash* hash, uint32_t engine, uint32_t table, const 
 }
 
 uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const uint8_t* key) {
-  uint32_t rc = QLIX_COMM_OK;
-  dpp_hash_table* at = table_get(hash, engine, table, &rc);
-  if (at == nullptr) {
-    return rc;
-  }
+  dpp_hash_table* at = nullptr;
+  QLIX_COMM_PASS(table_get(hash, engine, table, &at));
   QLIX_COMM_CHECK_POINT(key);
   const uint32_t order = key_order(*at, key);
   uint32_t slot = dpp_hash_index_seek(at->index, order);
@@ -349,10 +330,7 @@ uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   }
   QLIX_COMM_CHECK_RC(debts_settle(hash, engine), "dpp_se_debts_pay");
   dpp_hash_shadow_set(hash, entry, false);
-  rc = write_or_undo(hash, entry, [&] { dpp_hash_shadow_set(hash, entry, true); });
-  if (rc != QLIX_COMM_OK) {
-    return rc;
-  }
+  QLIX_COMM_PASS(write_or_undo(hash, entry, [&] { dpp_hash_shadow_set(hash, entry, true); }));
   dpp_hash_index_drop(&at->index, slot);
   dpp_hash_tree_leave(at, entry);
   at->entry_num--;
