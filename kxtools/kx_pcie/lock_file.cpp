@@ -4,7 +4,6 @@
 
 #include <cstdio>
 
-#include "common/lock_wait.h"
 #include "common/shared_file.h"
 
 namespace {
@@ -20,7 +19,7 @@ constexpr kx_wait_limit LIMIT = {.step_us = 100, .looks = 400000};
 
 }  // namespace
 
-lock_file_result lock_file_take(const char* name, kx_unique_fd* fd) {
+lock_file_result lock_file_take(const char* name, kx_unique_fd* fd, bool (*try_lock)(int fd)) {
   char path[64];
   snprintf(path, sizeof path, "%s/%s", LOCK_FOLDER, name);
   for (;;) {
@@ -31,7 +30,7 @@ lock_file_result lock_file_take(const char* name, kx_unique_fd* fd) {
     if (file.step != kx_shared_file_step::opened) {
       return lock_file_result::no_folder;
     }
-    if (kx_lock_wait(file.fd.get(), path, LIMIT, kx_flock_exclusive) != kx_waited::done) {
+    if (kx_lock_wait(file.fd.get(), path, LIMIT, try_lock) != kx_waited::done) {
       return lock_file_result::busy;
     }
     if (!kx_shared_file_is_removed(file.fd.get())) {

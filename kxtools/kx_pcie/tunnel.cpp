@@ -6,6 +6,7 @@
 #include "common/report.h"
 #include "forbidden_address.h"
 #include "kx_pcie/bind.h"
+#include "kx_pcie/card_lock.h"
 #include "kx_pcie/config_space.h"
 #include "kx_pcie/pcie_lock.h"
 
@@ -301,8 +302,9 @@ int32_t write_val_to_kx(uint64_t address, uint32_t value) {
 }
 
 int32_t write_mask_to_kx(uint64_t address, uint32_t value, uint32_t mask) {
+  card_lock card;  // as for every change of a part of a word
   pcie_lock lock;
-  if (!take_bound(&lock)) {
+  if (!card.take() || !take_bound(&lock)) {
     return -1;
   }
   uint32_t old = 0;

@@ -20,7 +20,12 @@ kxtools_dev_info chosen = {};
 bool area_of(const kxtools_dev_info& info, kx_mmio_region* area) {
   const kx_mmio_region bar = kxtools_dev_bar(info);
   uint32_t offset = 0;
-  if (!bar_chan_area_find(bar, &offset)) {
+  const bool found = bar_chan_area_find(bar, &offset);
+  // A failed exchange ends the tool. Where it is known to fail it is not begun: what was taken away has its line.
+  if (kx_mmio_is_lost(bar)) {
+    return false;
+  }
+  if (!found) {
     kx_print("kx_vqm Error: BAR 0 of %s does not hold the message area.\n", info.sbdf);
     return false;
   }

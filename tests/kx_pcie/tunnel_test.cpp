@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "kx_pcie/bind.h"
+#include "kx_pcie/card_lock.h"
 #include "kx_pcie/config_space.h"
 #include "kx_pcie/controller_space.h"
 #include "kx_pcie/pcie_lock.h"
@@ -53,6 +54,9 @@ struct fake_card {
   int takes = 0;
   int releases = 0;
   bool locked = false;
+  bool operation = false;  // the lock for accesses that belong together is held
+  bool operation_refused = false;
+  int transfers_in_operation = 0;
 
   void other_runs(moment now) {
     if (other) {
@@ -122,6 +126,7 @@ int32_t pcie_cfg_write_dword(kxtools_sbdf, uint32_t offset, uint32_t value) {
   }
   EXPECT_EQ(offset, CAPABILITY);
   card->command = value;
+  card->transfers_in_operation += card->operation ? 1 : 0;
   card->polls_left = card->polls_to_answer;
   card->execute();
   card->other_runs(moment::command_written);
@@ -142,6 +147,17 @@ void pcie_lock::release() {
     card->locked = false;
     fd_.reset();
   }
+}
+
+bool card_lock::take() {
+  EXPECT_FALSE(card->locked) << "it lies around the tunnel's";
+  held_ = card->operation = !card->operation_refused;
+  return held_;
+}
+
+void card_lock::release() {
+  card->operation = card->operation && !held_;
+  held_ = false;
 }
 
 extern "C" int usleep(useconds_t us) {
@@ -327,11 +343,17 @@ TEST_F(TunnelTest, WorksWithACardThatDoesNotKeepWhatItIsGiven) {
   EXPECT_EQ(printed(), "");
 }
 
-TEST_F(TunnelTest, MergesUnderAMaskWithinOneLock) {
+// One lock keeps out single accesses, the other one the changes that others make of a part of the word.
+TEST_F(TunnelTest, MergesUnderAMaskWithinBothLocks) {
   card_.memory[0x1000] = 0xAABBCCDD;
   EXPECT_EQ(write_mask_to_kx(0x1000, 0x11223344, 0x00FF00FF), 0);
   EXPECT_EQ(card_.memory[0x1000], 0xAA22CC44);
   EXPECT_EQ(card_.takes, 1);
+  EXPECT_EQ(card_.transfers_in_operation, 4);
+  EXPECT_FALSE(card_.operation);
+  card_.operation_refused = true;
+  EXPECT_EQ(write_mask_to_kx(0x1000, 0, 0xFFFFFFFF), -1);
+  EXPECT_EQ(card_.memory[0x1000], 0xAA22CC44);
 }
 
 TEST_F(TunnelTest, FindsTheSpacesOfEveryController) {

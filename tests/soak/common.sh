@@ -1,6 +1,6 @@
 # What both parts of the soak use, under the virtual card.
 
-package=$FOLDER/update.pkg
+package=$FOLDER/0
 by_address=0000:3b:00.0
 partition_2=$((0x3300000))
 
@@ -15,14 +15,14 @@ shell() {
 # The words of an update by interface name or by address, which only a super user's shell takes.
 update() {
   case $1 in
-    name) timeout $LIMIT "$KXTOOL" fwupdate eth0 "$package" ;;
-    address) shell "kxtool fwupdate $by_address $package" ;;
+    name) timeout $LIMIT "$KXTOOL" fwupdate eth0 "$package/update.pkg" ;;
+    address) shell "kxtool fwupdate $by_address $package/update.pkg" ;;
   esac
 }
 
 flash_is_whole() {
-  cmp -n 30000 -i 0:$((partition_2 + 0x1000)) "$FOLDER/control.bin" "$FOLDER/flash" &&
-    cmp -n 5001 -i 0:$((partition_2 + 0x9000)) "$FOLDER/agent.bin" "$FOLDER/flash"
+  cmp -n 30000 -i 0:$((partition_2 + 0x1000)) "$package/control.bin" "$FOLDER/flash" &&
+    cmp -n 5001 -i 0:$((partition_2 + 0x9000)) "$package/agent.bin" "$FOLDER/flash"
 }
 
 # No process holds a lock of the tool any more.

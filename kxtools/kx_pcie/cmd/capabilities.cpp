@@ -6,6 +6,7 @@
 
 #include "common/report.h"
 #include "kx_pcie/capability_walk.h"
+#include "kx_pcie/card_lock.h"
 #include "kx_pcie/config_space.h"
 
 namespace {
@@ -168,4 +169,12 @@ int32_t kxpcie_word_read(kxtools_sbdf sbdf, uint32_t offset, uint16_t* value) {
 int32_t kxpcie_word_write(kxtools_sbdf sbdf, uint32_t offset, uint16_t value) {
   const uint16_t little = htole16(value);
   return pcie_cfg_write(sbdf, offset, sizeof little, &little);
+}
+
+int32_t kxpcie_word_change(kxtools_sbdf sbdf, uint32_t offset, uint16_t mask, uint16_t value, uint16_t* before) {
+  card_lock card;
+  if (!card.take() || kxpcie_word_read(sbdf, offset, before) != 0) {
+    return -1;
+  }
+  return kxpcie_word_write(sbdf, offset, static_cast<uint16_t>((*before & ~mask) | (value & mask)));
 }

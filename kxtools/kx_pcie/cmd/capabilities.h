@@ -44,3 +44,5 @@ int32_t kxpcie_dwords_read(kxtools_sbdf sbdf, uint32_t offset, uint32_t count, u
 /// A 16-bit register. Return 0, or -1 with a message.
 int32_t kxpcie_word_read(kxtools_sbdf sbdf, uint32_t offset, uint16_t* value);
 int32_t kxpcie_word_write(kxtools_sbdf sbdf, uint32_t offset, uint16_t value);
+/// Replaces the bits under `mask` by those of `value`, with no other tool in between; `before` is what stood there.
+int32_t kxpcie_word_change(kxtools_sbdf sbdf, uint32_t offset, uint16_t mask, uint16_t value, uint16_t* before);

@@ -7,6 +7,7 @@
 #include "capabilities.h"
 #include "common/report.h"
 #include "common/signals.h"
+#include "common/wait.h"
 #include "link_registers.h"
 #include "port_above.h"
 
@@ -49,10 +50,13 @@ constexpr uint32_t STEP_TOO_MANY_ERRORS = 0;
 constexpr uint32_t STEP_SET_UP = 1;
 constexpr uint32_t STEP_RUNNING = 2;
 
-constexpr useconds_t ANSWER_STEP_US = 200;
-constexpr int ANSWER_STEPS = 500;  // an answer takes 10 ms at most
-constexpr int SET_UP_STEPS = 250;  // a step is set up within 200 ms
-constexpr useconds_t SET_UP_STEP_US = 1000;
+// An answer takes 10 ms at most; a step is set up within 200 ms.
+constexpr kx_wait_limit ANSWER_LIMIT = {.step_us = 200, .looks = 500, .sleep_first = true};
+constexpr kx_wait_limit SET_UP_LIMIT = {.step_us = 1000, .looks = 250, .sleep_first = true};
+
+// What is held off at both ends of the link meanwhile: power saving, and changes of width and speed.
+constexpr uint16_t CONTROL_HELD = LINK_CONTROL_ASPM | LINK_CONTROL_NO_WIDTH_CHANGE;
+constexpr uint16_t CONTROL_2_HELD = LINK_CONTROL_2_NO_SPEED_CHANGE;
 
 uint32_t state_of(uint32_t answer) {
   return answer >> 6 & 3;
@@ -63,14 +67,23 @@ uint32_t state_of(uint32_t answer) {
 kxpcie_margining::~kxpcie_margining() {
   // The port first: power saving is switched on from above.
   for (link_end* end : {&port_, &own_}) {
-    if (end->held && (kxpcie_word_write(end->sbdf, end->express + LINK_CONTROL, end->control) != 0 ||
-                      kxpcie_word_write(end->sbdf, end->express + LINK_CONTROL_2, end->control_2) != 0)) {
+    if (!end_restore(*end)) {
       char name[13];
       kxtools_sbdf_text(end->sbdf, name);
       KXTOOLS_ERR("the link settings of %s could not be restored: link control 0x%04x, link control 2 0x%04x\n", name,
                   end->control, end->control_2);
     }
   }
+}
+
+// Only what was held: the other bits may have been changed by somebody else meanwhile.
+bool kxpcie_margining::end_restore(const link_end& end) {
+  uint16_t held = 0;
+  const bool control = !end.control_held ||
+                       kxpcie_word_change(end.sbdf, end.express + LINK_CONTROL, CONTROL_HELD, end.control, &held) == 0;
+  const bool control_2 = !end.control_2_held || kxpcie_word_change(end.sbdf, end.express + LINK_CONTROL_2,
+                                                                   CONTROL_2_HELD, end.control_2, &held) == 0;
+  return control && control_2;
 }
 
 int32_t kxpcie_margining::open() {
@@ -92,7 +105,7 @@ int32_t kxpcie_margining::open() {
     return -1;
   }
   lanes_ = std::min(kxpcie_link_width(status), LANES_MAX);
-  return link_hold();
+  return link_.take() ? link_hold() : -1;
 }
 
 int32_t kxpcie_margining::link_hold() {
@@ -116,17 +129,11 @@ int32_t kxpcie_margining::end_hold(link_end* end) {
   if (!found) {
     return 0;
   }
-  if (kxpcie_word_read(end->sbdf, end->express + LINK_CONTROL, &end->control) != 0 ||
-      kxpcie_word_read(end->sbdf, end->express + LINK_CONTROL_2, &end->control_2) != 0) {
-    return -1;
-  }
-  end->held = true;
-  const uint16_t control = static_cast<uint16_t>((end->control & ~LINK_CONTROL_ASPM) | LINK_CONTROL_NO_WIDTH_CHANGE);
-  const uint16_t control_2 = static_cast<uint16_t>(end->control_2 | LINK_CONTROL_2_NO_SPEED_CHANGE);
-  return kxpcie_word_write(end->sbdf, end->express + LINK_CONTROL, control) == 0 &&
-                 kxpcie_word_write(end->sbdf, end->express + LINK_CONTROL_2, control_2) == 0
-             ? 0
-             : -1;
+  end->control_held = kxpcie_word_change(end->sbdf, end->express + LINK_CONTROL, CONTROL_HELD,
+                                         LINK_CONTROL_NO_WIDTH_CHANGE, &end->control) == 0;
+  end->control_2_held = end->control_held && kxpcie_word_change(end->sbdf, end->express + LINK_CONTROL_2,
+                                                                CONTROL_2_HELD, CONTROL_2_HELD, &end->control_2) == 0;
+  return end->control_2_held ? 0 : -1;
 }
 
 // Gives a command and waits for the lane to answer it. `answer` may be null.
@@ -137,23 +144,22 @@ int32_t kxpcie_margining::command(uint32_t lane, uint32_t type, uint32_t payload
   if (kxpcie_word_write(sbdf_, place, static_cast<uint16_t>(payload << 8 | head)) != 0) {
     return -1;
   }
-  for (int i = 0; i < ANSWER_STEPS; ++i) {
-    usleep(ANSWER_STEP_US);
-    uint16_t status = 0;
+  uint16_t status = 0;
+  const kx_waited waited = kx_wait(ANSWER_LIMIT, [&] {
     if (kxpcie_word_read(sbdf_, place + LANE_STATUS, &status) != 0) {
-      return -1;
+      return kx_look::gone;
     }
     // All but a report and a step are answered by their own payload.
     const bool echoed = type != TYPE_NONE && type != TYPE_SET ? true : status >> 8 == payload;
-    if ((status & 0x3F) == head && echoed) {
-      if (answer != nullptr) {
-        *answer = status >> 8;
-      }
-      return 0;
-    }
+    return (status & 0x3F) == head && echoed ? kx_look::done : kx_look::again;
+  });
+  if (waited == kx_waited::late) {
+    reason_ = "the receiver does not answer a command";
   }
-  reason_ = "the receiver does not answer a command";
-  return -1;
+  if (answer != nullptr) {
+    *answer = status >> 8;
+  }
+  return waited == kx_waited::done ? 0 : -1;
 }
 
 int32_t kxpcie_margining::no_command(uint32_t lane) {
@@ -188,6 +194,19 @@ int32_t kxpcie_margining::abilities_read(uint32_t lane, kxpcie_margin_abilities*
              : -1;
 }
 
+int32_t kxpcie_margining::set_up_wait(uint32_t place, uint16_t* status) {
+  const kx_waited waited = kx_wait(SET_UP_LIMIT, [&] {
+    if (kxpcie_word_read(sbdf_, place, status) != 0) {
+      return kx_look::gone;
+    }
+    return state_of(*status >> 8) == STEP_SET_UP ? kx_look::again : kx_look::done;
+  });
+  if (waited == kx_waited::late) {
+    reason_ = "the receiver does not set up a step";
+  }
+  return waited == kx_waited::done ? 0 : -1;
+}
+
 // One step: set up, dwell, look. `result` ends when the step is not good.
 int32_t kxpcie_margining::step(uint32_t lane, uint32_t type, uint32_t payload, uint32_t dwell_ms,
                                kxpcie_margin_result* result) {
@@ -197,15 +216,8 @@ int32_t kxpcie_margining::step(uint32_t lane, uint32_t type, uint32_t payload, u
     return -1;
   }
   uint16_t status = static_cast<uint16_t>(answer << 8);
-  for (int i = 0; state_of(status >> 8) == STEP_SET_UP; ++i) {
-    if (i == SET_UP_STEPS) {
-      reason_ = "the receiver does not set up a step";
-      return -1;
-    }
-    usleep(SET_UP_STEP_US);
-    if (kxpcie_word_read(sbdf_, place, &status) != 0) {
-      return -1;
-    }
+  if (state_of(status >> 8) == STEP_SET_UP && set_up_wait(place, &status) != 0) {
+    return -1;
   }
   if (state_of(status >> 8) == STEP_RUNNING) {
     usleep(dwell_ms * 1000);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "kx_pcie/link_lock.h"
 #include "kxtools/dev.h"
 
 /// What the receiver can do, as it reports it.
@@ -38,8 +39,9 @@ struct kxpcie_lane_margins {
   kxpcie_margin_result results[KXPCIE_MARGIN_DIRECTIONS];
 };
 
-/// Margining of one function's link. While it exists, neither end of the link saves power or changes speed or width by
-/// itself; its end of life restores that, and every lane has been sent back to its normal settings before.
+/// Margining of one function's link. While it exists, no other process works on the link, and neither end of the link
+/// saves power or changes speed or width by itself; its end of life restores that, and every lane has been sent back to
+/// its normal settings before.
 class kxpcie_margining {
  public:
   explicit kxpcie_margining(kxtools_sbdf sbdf) : sbdf_(sbdf) {}
@@ -62,16 +64,19 @@ class kxpcie_margining {
   struct link_end {
     kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;
     uint32_t express = 0;
-    bool held = false;
+    bool control_held = false;
+    bool control_2_held = false;
     uint16_t control = 0;
     uint16_t control_2 = 0;
   };
   int32_t link_hold();
   int32_t end_hold(link_end* end);
+  bool end_restore(const link_end& end);
   int32_t command(uint32_t lane, uint32_t type, uint32_t payload, uint32_t* answer);
   int32_t no_command(uint32_t lane);
   int32_t report(uint32_t lane, uint32_t what, uint8_t mask, uint8_t* value);
   int32_t abilities_read(uint32_t lane, kxpcie_margin_abilities* abilities);
+  int32_t set_up_wait(uint32_t place, uint16_t* status);
   int32_t step(uint32_t lane, uint32_t type, uint32_t payload, uint32_t dwell_ms, kxpcie_margin_result* result);
   int32_t direction_measure(uint32_t lane, kxpcie_margin_direction direction, uint32_t dwell_ms,
                             kxpcie_lane_margins* margins);
@@ -81,6 +86,7 @@ class kxpcie_margining {
   kxtools_sbdf sbdf_;
   uint32_t margining_ = 0;
   uint32_t lanes_ = 0;
+  link_lock link_;
   link_end own_;
   link_end port_;
   const char* reason_ = "";  // why the measurement under way failed

@@ -16,6 +16,7 @@
 #include "kx_pcie/card_lock.h"
 #include "kx_pcie/config_space.h"
 #include "kx_pcie/pcie_lock.h"
+#include "kxtools/card_lock.h"
 
 namespace {
 
@@ -126,10 +127,11 @@ int32_t kxpcie_flr(kxtools_sbdf sbdf, kxpcie_words words) {
   if (reset_check(sbdf, words[0], &files) != 0) {
     return -1;
   }
-  // No other tool process is in the middle of something meanwhile.
+  // No other tool's command works on the card meanwhile, and no other process is in the middle of an access.
+  const kx_unique_fd alone = kxtools_card_lock(sbdf, kxtools_card_use::alone);
   card_lock card;
   pcie_lock lock;
-  if (!card.take() || !lock.take()) {
+  if (!alone || !card.take() || !lock.take()) {
     return -1;
   }
   const kx_signal_hold hold;

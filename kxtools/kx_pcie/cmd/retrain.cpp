@@ -1,10 +1,10 @@
 // Training the link anew. Only the port above the function can start that.
-#include <unistd.h>
-
 #include "actions.h"
 #include "bits.h"
 #include "capabilities.h"
 #include "common/report.h"
+#include "common/wait.h"
+#include "kx_pcie/link_lock.h"
 #include "link_registers.h"
 #include "port_above.h"
 
@@ -13,8 +13,8 @@ namespace {
 constexpr uint32_t ROOT_PORT = 4;
 constexpr uint32_t DOWNSTREAM_PORT = 6;
 
-constexpr useconds_t TRAINING_STEP_US = 1000;
-constexpr int TRAINING_STEPS = 1000;  // a link trains within tens of milliseconds or not at all
+// A link trains within tens of milliseconds or not at all.
+constexpr kx_wait_limit TRAINING_LIMIT = {.step_us = 1000, .looks = 1000, .sleep_first = true};
 
 int32_t port_find(kxtools_sbdf function, kxtools_sbdf* port) {
   if (!kxpcie_port_above(function, port)) {
@@ -40,23 +40,22 @@ int32_t port_check(kxtools_sbdf port, uint32_t* express) {
 
 // Until the request is taken and the training is over.
 int32_t training_wait(kxtools_sbdf port, uint32_t express, uint32_t* status) {
-  for (int i = 0; i < TRAINING_STEPS; ++i) {
-    usleep(TRAINING_STEP_US);
-    uint32_t registers = 0;
-    if (kxpcie_dwords_read(port, express + LINK_CONTROL, 1, &registers) != 0) {
-      return -1;
-    }
-    if (registers == UINT32_MAX) {
-      KXTOOLS_ERR("the port above the function does not answer\n");
-      return -1;
+  uint32_t registers = 0;
+  const kx_waited waited = kx_wait(TRAINING_LIMIT, [&] {
+    if (kxpcie_dwords_read(port, express + LINK_CONTROL, 1, &registers) != 0 || registers == UINT32_MAX) {
+      return kx_look::gone;
     }
     *status = registers >> 16;
-    if ((registers & LINK_CONTROL_RETRAIN) == 0 && (*status & LINK_STATUS_TRAINING) == 0) {
-      return 0;
-    }
+    const bool trains = (registers & LINK_CONTROL_RETRAIN) != 0 || (*status & LINK_STATUS_TRAINING) != 0;
+    return trains ? kx_look::again : kx_look::done;
+  });
+  if (registers == UINT32_MAX) {
+    KXTOOLS_ERR("the port above the function does not answer\n");
   }
-  KXTOOLS_ERR("the link is still training after %d ms\n", TRAINING_STEPS);
-  return -1;
+  if (waited == kx_waited::late) {
+    KXTOOLS_ERR("the link is still training after %u ms\n", TRAINING_LIMIT.looks * TRAINING_LIMIT.step_us / 1000);
+  }
+  return waited == kx_waited::done ? 0 : -1;
 }
 
 }  // namespace
@@ -66,8 +65,8 @@ int32_t kxpcie_retrain(kxtools_sbdf sbdf, kxpcie_words) {
   uint32_t express = 0;
   uint16_t control = 0;
   uint16_t before = 0;
-  if (port_find(sbdf, &port) != 0 || port_check(port, &express) != 0 ||
-      kxpcie_word_read(port, express + LINK_CONTROL, &control) != 0 ||
+  link_lock link;
+  if (port_find(sbdf, &port) != 0 || port_check(port, &express) != 0 || !link.take() ||
       kxpcie_word_read(port, express + LINK_STATUS, &before) != 0) {
     return -1;
   }
@@ -77,7 +76,7 @@ int32_t kxpcie_retrain(kxtools_sbdf sbdf, kxpcie_words) {
            kxpcie_link_width(before));
   // The bit reads as 0 and needs no taking back.
   uint32_t after = 0;
-  if (kxpcie_word_write(port, express + LINK_CONTROL, static_cast<uint16_t>(control | LINK_CONTROL_RETRAIN)) != 0 ||
+  if (kxpcie_word_change(port, express + LINK_CONTROL, LINK_CONTROL_RETRAIN, LINK_CONTROL_RETRAIN, &control) != 0 ||
       training_wait(port, express, &after) != 0) {
     return -1;
   }

@@ -2,13 +2,13 @@
 
 #include <linux/netlink.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include "common/report.h"
+#include "common/wait.h"
 
 namespace {
 
@@ -40,7 +40,7 @@ static_assert(sizeof(netlink_header) == 16 && HEADERS_SIZE == 20 && sizeof(attri
 
 // The family expects this length: one more than header and data.
 constexpr size_t ATTRIBUTE_LENGTH_EXTRA = 1;
-constexpr useconds_t SEND_RETRY_US = 1000;
+constexpr kx_wait_limit SEND_LIMIT = {.step_us = 1000, .looks = 20000};  // while the socket's buffer is full
 
 constexpr size_t align4(size_t length) {
   return (length + 3) & ~size_t{3};
@@ -60,18 +60,18 @@ int32_t send_all(int socket, std::span<const uint8_t> bytes) {
   sockaddr_nl kernel = {};
   static_assert(sizeof kernel == 12);
   kernel.nl_family = AF_NETLINK;
-  while (!bytes.empty()) {
-    const ssize_t sent =
-        sendto(socket, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&kernel), sizeof kernel);
-    if (sent >= 0) {
+  const kx_waited waited = kx_wait(SEND_LIMIT, [&] {
+    while (!bytes.empty()) {
+      const ssize_t sent =
+          sendto(socket, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&kernel), sizeof kernel);
+      if (sent < 0) {
+        return errno == EAGAIN ? kx_look::again : kx_look::gone;
+      }
       bytes = bytes.subspan(std::min(static_cast<size_t>(sent), bytes.size()));
-    } else if (errno == EAGAIN) {
-      usleep(SEND_RETRY_US);
-    } else {
-      return -1;
     }
-  }
-  return 0;
+    return kx_look::done;
+  });
+  return waited == kx_waited::done ? 0 : -1;
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
 #include "mailbox_lock.h"
 
-#include <unistd.h>
-
 #include <mutex>
 
 #include "channel/mailbox.h"
 #include "common/report.h"
+#include "common/wait.h"
 #include "mailbox_slot.h"
 
 namespace {
@@ -18,8 +17,7 @@ constexpr uint32_t HARDWARE_LOCKS_TO_TOOL = 40;
 constexpr uint16_t PCIE_ID_IS_PF = 1 << 11;
 constexpr uint16_t OWNER_IS_LOCKED = 0x8000;
 
-constexpr int SPIN_TRIES = 200;
-constexpr useconds_t SPIN_WAIT_US = 1000;
+constexpr kx_wait_limit SPIN_LIMIT = {.step_us = 1000, .looks = 200};
 
 // Regions of the hardware locks, from the mailbox area and, for the owner of a physical function, from BAR 0.
 constexpr uint64_t SPIN_TO_TOOL = 0x1000;
@@ -82,16 +80,16 @@ int32_t bar_hardware_lock(uint32_t lock_id, const kx_mmio_region& spin, const kx
     return -1;
   }
   uint8_t value = 0xFF;
-  for (int tries = 0; tries < SPIN_TRIES; ++tries) {
+  const kx_waited waited = kx_wait(SPIN_LIMIT, [&] {
     value = kx_mmio_read8(spin, lock_id);
-    if (value == 0) {
-      kx_mmio_write16(label, 2 * uint64_t{lock_id}, owner | OWNER_IS_LOCKED);
-      return 0;
-    }
-    usleep(SPIN_WAIT_US);
+    return value == 0 ? kx_look::done : kx_mmio_is_lost(spin) ? kx_look::gone : kx_look::busy;
+  });
+  if (waited != kx_waited::done) {
+    MSG_CHAN_ERR("spl val: 0x%x lock_id:%u.\n", value, lock_id);
+    return -1;
   }
-  MSG_CHAN_ERR("spl val: 0x%x lock_id:%u.\n", value, lock_id);
-  return -1;
+  kx_mmio_write16(label, 2 * uint64_t{lock_id}, owner | OWNER_IS_LOCKED);
+  return 0;
 }
 
 void bar_hardware_unlock(uint32_t lock_id, const kx_mmio_region& spin, const kx_mmio_region& label) {

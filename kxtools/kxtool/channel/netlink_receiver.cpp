@@ -21,8 +21,9 @@
 namespace {
 
 constexpr const char* FAMILY_NAME = "tools_family";
-constexpr useconds_t READY_WAIT_US = 1000;
-constexpr int READY_LOOKS_MAX = 20000;
+constexpr uint32_t READY_LOOKS_MAX = 20000;
+// One more than those that print nothing, and one before the first sleep.
+constexpr kx_wait_limit READY_LIMIT = {.step_us = 1000, .looks = READY_LOOKS_MAX + 2};
 // A socket that fails for good must not cost a processor and a flood of lines.
 constexpr useconds_t RECEIVE_RETRY_US = 10000;
 
@@ -119,12 +120,9 @@ int32_t tarn_tools_netlink_start(kxtool_device* device) {
     MTS_ERR("Error creating recv msg thread !\n");
     return -1;
   }
-  for (int looks = 0; !receive_ready; ++looks) {
-    if (looks > READY_LOOKS_MAX) {
-      MTS_ERR("wait_recv_ready_time = %d\n", looks);
-      return -1;
-    }
-    usleep(READY_WAIT_US);
+  if (kx_wait(READY_LIMIT, [] { return receive_ready ? kx_look::done : kx_look::again; }) != kx_waited::done) {
+    MTS_ERR("wait_recv_ready_time = %d\n", READY_LOOKS_MAX + 1);
+    return -1;
   }
   return 0;
 }

@@ -105,7 +105,9 @@ int kxtool_fw_words_check(kxtool_cmd_ctx* ctx) {
     return 1;
   }
   ctx->prepared = request;
-  return fw_request_read(*ctx, request);
+  const int status = fw_request_read(*ctx, request);
+  ctx->card_shared = request->query != nullptr;  // an exchange or two, and no notices
+  return status;
 }
 
 int kxtool_fw_main(kxtool_cmd_ctx* ctx) {

@@ -94,7 +94,9 @@ void device_acquire(kxtool_cmd_ctx* ctx) {
     kxtool_device_explain(device);
     kxtool_exit(1);
   }
-  if (kxtool_flock_lock(device) != KXTOOL_LOCK_TAKEN || !kxtool_card_take(device, ctx->option->card_alone)) {
+  const bool mailbox = device.access_mode == KXTOOL_ACCESS_BDF && ctx->option->by_bdf;  // one for the whole card
+  const bool alone = mailbox || (ctx->option->card_alone && !ctx->card_shared);
+  if (kxtool_flock_lock(device) != KXTOOL_LOCK_TAKEN || !kxtool_card_take(device, alone)) {
     kx_error_print("kxtool: %s was not run: the lock of %s cannot be had\n", ctx->name, ctx->device_word);
     kxtool_exit(1);
   }

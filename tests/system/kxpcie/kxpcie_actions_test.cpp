@@ -148,6 +148,21 @@ TEST(KxpcieMargin, HoldsBothEndsOfTheLinkMeanwhile) {
   EXPECT_EQ(result.out, settings + " 0240\n 0240\n 0024\n 0024\n" + settings);
 }
 
+// Two that hold settings would give back each other's, and training ends a measurement. Other bits are others'.
+TEST(KxpcieMargin, HasTheLinkToItselfAndGivesBackWhatItHeld) {
+  const kx_system::Folder folder;
+  const auto result = kx_system::run(kx_system::script(
+      "cd " + folder.path() +
+      "; control() { od -An -tx2 -j 112 -N2 /sys/bus/pci/devices/0000:3b:00.0/config; }; "
+      "printf '0\\nsu opsu\\nkxpcie margin 2 1000\\nquit\\n' | $KXTOOL > /dev/null & first=$!; "
+      "until control | grep -q 0240; do sleep 0.05; done; "
+      "printf '0\\nsu opsu\\nkxpcie cfg_write 0x70 0x02c0 2\\nkxpcie retrain\\nquit\\n' | $KXTOOL > retrain 2>&1 & "
+      "until grep -q waiting retrain; do sleep 0.05; done; kill -INT $first; wait; control; cat retrain"));
+  EXPECT_THAT(result.out, StartsWith(" 00c2\n"));
+  EXPECT_THAT(result.out, testing::ContainsRegex("waiting for process [0-9]+ \\([^\n]*\\), which holds "
+                                                 "/tmp/kx_pcie/pcie_link_lockfile\nport 0000:3a:00.0: link at 16.0"));
+}
+
 TEST(KxpcieReset, GivesEverySettingBack) {
   // MSI is on with 8 vectors, the virtual functions have a number, a page size and BARs.
   const auto session = session::run(R"({"functions": {"0000:3b:00.0": {"driver": "", "device_errors": 1,

@@ -224,13 +224,36 @@ TEST_F(RunLock, ASecondToolWaitsForTheFirst) {
   EXPECT_GT(after - before, 400'000'000);
 }
 
+// A command by eth0 that never ends shares the card with `besides`, and is killed when these let the script end.
+kx_system::Result beside_one_that_asks(const std::string& besides, const std::string& functions = "") {
+  const kx_system::Folder folder;
+  return kx_system::run(kx_system::script(
+      "cd " + folder.path() +
+          "; lock=/tmp/kxtool/kxts_card_0000:3a:00.0; $KXTOOL mac_info eth0 mac_info > first & first=$!; "
+          "until [ -e $lock ] && grep -q $(printf '%02x:%02x:%d' $(stat -c '%Hd %Ld %i' $lock)) /proc/locks; do "
+          "sleep 0.05; done; " +
+          besides + "; pkill -9 -P $first; wait; cat out",
+      R"({"functions": {)" + functions +
+          R"(}, "faults": {"processor": {"requests": [{"op_code": 9, "never_answers": true}]}}})"));
+}
+
 // One port is asked while another one is; nobody waits.
 TEST_F(RunLock, PortsOfOneCardAreAskedSideBySide) {
-  const auto result = kx_system::run(kx_system::script(
-      "$KXTOOL mac_info eth0 mac_info & sleep 0.3; timeout 20 $KXTOOL sn_info eth1 sn_info; pkill -9 -P $!",
-      R"({"faults": {"processor": {"requests": [{"op_code": 9, "never_answers": true}]}}})"));
-  EXPECT_THAT(result.out, testing::StartsWith("sn=KX2601A00042\n"));
+  const auto result = beside_one_that_asks("{ $KXTOOL sn_info eth1 sn_info; $KXTOOL fwupdate eth1 part; } > out");
+  EXPECT_EQ(result.out, "sn=KX2601A00042\nactive partition: 1\n");
   EXPECT_EQ(result.err, "");
+}
+
+// There is one mailbox, and a reset takes what others work with.
+TEST_F(RunLock, MailboxAndResetWaitForTheCard) {
+  const std::string until_waits = " > out 2>&1 & until grep -q waiting out; do sleep 0.05; done";
+  const std::string waits = "waiting for process [0-9]+ \\([^\n]*mac_info[^\n]*\\), which holds [^\n]*0000:3a:00.0\n";
+  EXPECT_THAT(beside_one_that_asks("$KXTOOL fwupdate 0000:3b:00.1 part" + until_waits).out,
+              testing::ContainsRegex(waits + "Warning: This command is not supported"));
+  EXPECT_THAT(beside_one_that_asks("printf '1\\nsu opsu\\nkxpcie flr 0000:3b:00.1\\nquit\\n' | $KXTOOL" + until_waits,
+                                   R"("0000:3b:00.1": {"driver": ""})")
+                  .out,
+              testing::ContainsRegex(waits + "0000:3b:00.1 was reset"));
 }
 
 TEST_F(RunLock, OfACardIsNeverAPlantedFile) {

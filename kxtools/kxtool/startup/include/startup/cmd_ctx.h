@@ -33,6 +33,7 @@ struct kxtool_cmd_ctx {
   uint32_t argc = 0;                  ///< words after the device word (after the name for a row without device)
   char** argv = nullptr;
   void* prepared = nullptr;  ///< from the row's words_check, for its handler
+  bool card_shared = false;  ///< set by the row's words_check: these words need the card alone only by its address
   kxtool_device device;
 };
 
