@@ -56,6 +56,12 @@ bool id_file_read(const char* path, uint32_t* value) {
   return file != nullptr && fscanf(file.get(), "%9" SCNx32, value) == 1;
 }
 
+bool function_ids_read(kxtools_sbdf sbdf, uint32_t* vendor, uint32_t* device) {
+  char path[PATH_SIZE];
+  return function_path(path, sbdf, "vendor") && id_file_read(path, vendor) && function_path(path, sbdf, "device") &&
+         id_file_read(path, device);
+}
+
 int32_t bar_range_read(kxtools_sbdf sbdf, uint32_t bar_index, kxtools_bar_range* range) {
   char path[PATH_SIZE];
   if (!function_path(path, sbdf, "resource")) {
@@ -159,11 +165,9 @@ kxtools_uevent_result kxtools_uevent_slot_read(const char* path, char (&slot)[13
 }
 
 bool kxtools_is_own_switch(kxtools_sbdf sbdf) {
-  char path[PATH_SIZE];
   uint32_t vendor = 0;
   uint32_t device = 0;
-  return function_path(path, sbdf, "vendor") && id_file_read(path, &vendor) && function_path(path, sbdf, "device") &&
-         id_file_read(path, &device) && kxtools_dev_is_switch(vendor, device);
+  return function_ids_read(sbdf, &vendor, &device) && kxtools_dev_is_switch(vendor, device);
 }
 
 bool kxtools_is_interface_name(const char* word) {
@@ -204,13 +208,9 @@ bool kxtools_folder_is_supported(const char* folder) {
 }
 
 bool kxtools_function_is_supported(kxtools_sbdf sbdf) {
-  char vendor_path[PATH_SIZE];
-  char device_path[PATH_SIZE];
   uint32_t vendor = 0;
   uint32_t device = 0;
-  return function_path(vendor_path, sbdf, "vendor") && function_path(device_path, sbdf, "device") &&
-         id_file_read(vendor_path, &vendor) && id_file_read(device_path, &device) &&
-         kxtools_dev_is_supported(vendor, device);
+  return function_ids_read(sbdf, &vendor, &device) && kxtools_dev_is_supported(vendor, device);
 }
 
 void kxtools_supported_functions_visit(void (*visit)(uint32_t vendor, uint32_t first, uint32_t last)) {
@@ -221,13 +221,9 @@ void kxtools_supported_functions_visit(void (*visit)(uint32_t vendor, uint32_t f
 }
 
 bool kxtools_dev_is_foreign(kxtools_sbdf sbdf) {
-  char vendor_path[PATH_SIZE];
-  char device_path[PATH_SIZE];
   uint32_t vendor = 0;
   uint32_t device = 0;
-  return function_path(vendor_path, sbdf, "vendor") && function_path(device_path, sbdf, "device") &&
-         id_file_read(vendor_path, &vendor) && id_file_read(device_path, &device) &&
-         !kxtools_dev_is_supported(vendor, device);
+  return function_ids_read(sbdf, &vendor, &device) && !kxtools_dev_is_supported(vendor, device);
 }
 
 bool kxtools_dev_driver_get(const char* sbdf_text, char (&name)[64]) {

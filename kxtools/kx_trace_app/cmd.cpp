@@ -12,10 +12,10 @@ namespace {
 struct trace_cmd {
   char name[64];
   int32_t (*handler)(uint64_t bar, char** words, uint32_t count);
-  uint32_t min_args;  ///< the command runs when the line has more words than this
+  uint32_t min_args;   ///< the command runs when the line has more words than this
+  uint32_t index_num;  ///< of a measurement: how many there are of what its last word counts
   const char* purpose;
-  const char* index = nullptr;  ///< of a measurement: what its last word counts, from 0 on
-  uint32_t index_num = 0;
+  const char* index = nullptr;
 };
 
 struct trace_module {
@@ -26,20 +26,20 @@ struct trace_module {
 };
 
 constexpr trace_cmd TRACE_CMDS[] = {
-    {"cmd", cmd_test_print, 0, "Shows where BAR 0 of the bound function is mapped"},
-    {"help", dpu_trace_info_help, 0, "Names the commands that show the traffic generators"},
-    {"version", trace_app_version_show, 0, "Shows the version of the trace application"},
-    {"st", dpu_trace_info_st, 0, "Shows the status of the traffic generators"},
-    {"cnt", dpu_trace_info_pkt, 0, "Shows what the traffic generators sent and received"},
-    {"status", dpu_trace_info_st, 0, "Shows the status of the traffic generators"},
-    {"pkt", dpu_trace_info_pkt, 0, "Shows what the traffic generators sent and received"},
+    {"cmd", cmd_test_print, 0, 0, "Shows where BAR 0 of the bound function is mapped"},
+    {"help", dpu_trace_info_help, 0, 0, "Names the commands that show the traffic generators"},
+    {"version", trace_app_version_show, 0, 0, "Shows the version of the trace application"},
+    {"st", dpu_trace_info_st, 0, 0, "Shows the status of the traffic generators"},
+    {"cnt", dpu_trace_info_pkt, 0, 0, "Shows what the traffic generators sent and received"},
+    {"status", dpu_trace_info_st, 0, 0, "Shows the status of the traffic generators"},
+    {"pkt", dpu_trace_info_pkt, 0, 0, "Shows what the traffic generators sent and received"},
 };
 constexpr trace_cmd DTP_CMDS[] = {
-    {"rate", dpu_dtp_info_rate, 1, "Measures packets and bits of a port for a second", "port", TRACE_DTP_PORT_NUM}};
+    {"rate", dpu_dtp_info_rate, 1, TRACE_DTP_PORT_NUM, "Measures packets and bits of a port for a second", "port"}};
 constexpr trace_cmd NP_CMDS[] = {
-    {"rate", dpu_np_info_rate, 1, "Measures packets and bits of a port for a second", "port", TRACE_NP_PORT_NUM}};
+    {"rate", dpu_np_info_rate, 1, TRACE_NP_PORT_NUM, "Measures packets and bits of a port for a second", "port"}};
 constexpr trace_cmd VQM_CMDS[] = {
-    {"rate", dpu_vqm_info_rate, 1, "Measures packets and bits of a virtual function for a second", "vf", TRACE_VF_NUM}};
+    {"rate", dpu_vqm_info_rate, 1, TRACE_VF_NUM, "Measures packets and bits of a virtual function for a second", "vf"}};
 
 constexpr trace_module module_cmd_items[] = {
     {"trace", TRACE_CMDS, std::size(TRACE_CMDS), trace_cmd_usage},

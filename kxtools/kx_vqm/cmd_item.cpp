@@ -7,7 +7,6 @@
 
 #include "common/card_memory.h"
 #include "common/report.h"
-#include "reg_access.h"
 #include "registers.h"
 
 namespace {

@@ -6,7 +6,6 @@
 #include "commands.h"
 #include "common/report.h"
 #include "fields.h"
-#include "reg_access.h"
 #include "registers.h"
 
 namespace {

@@ -6,7 +6,6 @@
 #include "cmd_item.h"
 #include "common/card_memory.h"
 #include "kx_vqm/cmd.h"
-#include "reg_access.h"
 #include "registers.h"
 
 namespace {

@@ -33,32 +33,31 @@ void login_user(char* text, size_t size) {
 
 }  // namespace
 
+/// Declares `text` as the line that `format` and the arguments behind it make.
+#define LINE_OF(text, format)                    \
+  char text[LINE_SIZE];                          \
+  {                                              \
+    va_list args;                                \
+    va_start(args, format);                      \
+    vsnprintf(text, sizeof(text), format, args); \
+    va_end(args);                                \
+  }                                              \
+  static_assert(true)
+
 void fw_cause_tell(const char* format, ...) {
-  char text[LINE_SIZE];
-  va_list args;
-  va_start(args, format);
-  vsnprintf(text, sizeof text, format, args);
-  va_end(args);
+  LINE_OF(text, format);
   kx_error_print("cause: %s\n", text);
   kx_error_print("nothing was written to the flash\n");
 }
 
 void fw_tell(const char* format, ...) {
-  char text[LINE_SIZE];
-  va_list args;
-  va_start(args, format);
-  vsnprintf(text, sizeof text, format, args);
-  va_end(args);
+  LINE_OF(text, format);
   kx_error_print("%s\n", text);
   FW_INFO("%s\n", text);
 }
 
 void fw_note(const fw_update& update, const char* format, ...) {
-  char text[LINE_SIZE];
-  va_list args;
-  va_start(args, format);
-  vsnprintf(text, sizeof text, format, args);
-  va_end(args);
+  LINE_OF(text, format);
   FW_INFO("%s\n", text);
   if (update.journal != nullptr) {
     update.journal(text);
@@ -66,11 +65,7 @@ void fw_note(const fw_update& update, const char* format, ...) {
 }
 
 void fw_announce(const fw_update& update, const char* format, ...) {
-  char text[LINE_SIZE];
-  va_list args;
-  va_start(args, format);
-  vsnprintf(text, sizeof text, format, args);
-  va_end(args);
+  LINE_OF(text, format);
   kx_error_print("%s\n", text);
   fw_note(update, "%s", text);
 }

@@ -63,5 +63,6 @@ inline uint32_t dtb_items_get(uint32_t dev_id, uint32_t queue_id, uint32_t dir, 
     }
   }
   *items = nullptr;
-  return dtb_items_refuse(dev_id, queue_id, dir);
+  const uint32_t rc = dtb_items_refuse(dev_id, queue_id, dir);
+  return rc != QLIX_COMM_OK ? rc : DPP_RC_DTB_QUEUE_NOT_INIT;  // whoever reads this alone sees that it is none
 }
