@@ -61,8 +61,19 @@ void message_acknowledge(const kx_mmio_region& slot, bar_msg_header header, std:
   bar_payload_write(slot, reply);
 }
 
-// Held during every look, so that the BAR is not unmapped under it.
+// Held during every look, so that the BAR is not unmapped under it and no callback comes in the middle of it.
 constinit std::mutex rx_mutex;
+
+constexpr char SLOT_BLOCKED[] = "a notice that cannot be taken stands in the card's mailbox";
+
+// The header of that notice, while one stands there. Under rx_mutex.
+constinit bar_msg_header slot_blocking = {};
+
+// What failed the check stays in the slot, and nothing else can come through it.
+void slot_judge(const bar_msg_header& refused) {
+  slot_blocking = refused;
+  kxtool_notice_deafness_set((refused.flags & BAR_FLAG_VALID) != 0 ? SLOT_BLOCKED : nullptr);
+}
 
 // Looks once; false when the BAR is gone.
 bool notice_slot_look(const kxtool_device& device, bar_rx_state* state) {
@@ -76,9 +87,7 @@ bool notice_slot_look(const kxtool_device& device, bar_rx_state* state) {
     kxtool_notice_deafness_set("the card's BAR was taken away");
     return false;
   }
-  // What failed the check stays in the slot, and nothing else can come through it.
-  const bool blocked = (state->refused.flags & BAR_FLAG_VALID) != 0;
-  kxtool_notice_deafness_set(blocked ? "a notice that cannot be taken stands in the card's mailbox" : nullptr);
+  slot_judge(state->refused);
   return true;
 }
 
@@ -171,10 +180,15 @@ int32_t tarn_bar_chan_msg_recv_register(uint32_t event_id, bar_msg_recv_func cal
     MSG_CHAN_ERR("register ERR: null callback.\n");
     return BAR_MSG_ERR_NULL_FUNC;
   }
+  const std::lock_guard lock(rx_mutex);
   bar_msg_recv_func empty = nullptr;
   if (!msg_recv_func_tbl[event_id].compare_exchange_strong(empty, callback, std::memory_order_acq_rel)) {
     MSG_CHAN_ERR("register ERR: repeat register.\n");
     return BAR_MSG_ERR_REPEAT_REGISTER;
+  }
+  // A notice that an earlier tool left behind blocks nobody once it has its callback: the next look takes it.
+  if ((slot_blocking.flags & BAR_FLAG_VALID) != 0 && bar_chan_recv_header_check(slot_blocking, true) == BAR_MSG_OK) {
+    slot_judge({});
   }
   return BAR_MSG_OK;
 }

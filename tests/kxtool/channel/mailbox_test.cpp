@@ -311,4 +311,24 @@ TEST_F(Notice, TheReceiveThreadDeliversAndEndsWithTheBar) {
   EXPECT_EQ(device.bar.base, nullptr);
 }
 
+// An update that starts where another one was broken off must not be refused for the other one's last notice.
+TEST_F(Notice, OneThatWasLeftBehindBlocksUntilItsCallbackIsThere) {
+  ASSERT_EQ(tarn_bar_chan_msg_recv_unregister(39), 0);
+  static kxtool_device device;
+  device.bar = bar_.map_for_owner();
+  bar_.write(NOTICE + 4, 0);
+  bar_.write(NOTICE, 39u << 16 | VALID);
+  ASSERT_EQ(tarn_bc_init(&device), 0);
+  tarn_rx_poll_tick_set(1'000'000);  // no second look in what follows
+  for (int wait = 0; kxtool_notice_deafness() == nullptr && wait < 50000; ++wait) {
+    usleep(100);
+  }
+  ASSERT_EQ(tarn_bar_chan_msg_recv_register(38, receive), 0);
+  EXPECT_NE(kxtool_notice_deafness(), nullptr);
+  ASSERT_EQ(tarn_bar_chan_msg_recv_register(39, receive), 0);
+  EXPECT_EQ(kxtool_notice_deafness(), nullptr);
+  ASSERT_EQ(tarn_bar_chan_msg_recv_unregister(38), 0);
+  tarn_bc_exit(&device);
+}
+
 }  // namespace
