@@ -58,7 +58,7 @@ if(KX_TESTS)
   add_library(kx_test_headers OBJECT ${CMAKE_CURRENT_LIST_DIR}/test_headers.cpp)
   target_compile_options(kx_test_headers PRIVATE ${KX_TEST_OPTIMISE})
   target_link_libraries(kx_test_headers PRIVATE kx_flags GTest::gtest_main GTest::gmock)
-  target_precompile_headers(kx_test_headers PRIVATE <gtest/gtest.h>)
+  target_precompile_headers(kx_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 endif()
 
 # kx_test(<name> SOURCES <file>... [LINKS <target>...] [DEPENDS <target>...] [LABELS <label>...])
