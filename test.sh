@@ -8,4 +8,4 @@ cmake --preset release -DKX_TESTS=ON -DKX_BENCH=ON ${KX_WERROR:+-DKX_WERROR=$KX_
 cmake --build build
 # A system test mostly waits for the card's stated sleeps: twice as many at once as processors. The limit of a test is for
 # one that hangs, not for a busy machine.
-ctest --test-dir build --output-on-failure --timeout 600 --parallel $((2 * $(nproc)))
+ctest --test-dir build --output-on-failure --timeout 1200 --parallel $((2 * $(nproc)))
