@@ -61,6 +61,12 @@ if(KX_TESTS)
   target_precompile_headers(kx_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 endif()
 
+# kx_test_flags(<target>): how the code of tests is compiled.
+function(kx_test_flags target)
+  target_compile_options(${target} PRIVATE ${KX_TEST_OPTIMISE})
+  target_precompile_headers(${target} REUSE_FROM kx_test_headers)
+endfunction()
+
 # kx_test(<name> SOURCES <file>... [LINKS <target>...] [DEPENDS <target>...] [LABELS <label>...])
 # A GoogleTest program registered with CTest as one test. Private headers of a tested folder are reached with INCLUDES.
 function(kx_test name)
@@ -69,8 +75,7 @@ function(kx_test name)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   target_include_directories(${name} PRIVATE ${ARG_INCLUDES})
   target_link_libraries(${name} PRIVATE kx_flags ${ARG_LINKS} GTest::gtest_main GTest::gmock)
-  target_compile_options(${name} PRIVATE ${KX_TEST_OPTIMISE})
-  target_precompile_headers(${name} REUSE_FROM kx_test_headers)
+  kx_test_flags(${name})
   if(ARG_DEPENDS)
     add_dependencies(${name} ${ARG_DEPENDS})
   endif()
