@@ -53,7 +53,7 @@ TEST(PrivateFolder, OfAKilledRunIsRemovedByALaterOne) {
   EXPECT_FALSE(exists(dead));
   EXPECT_TRUE(exists(alive.path()));
   EXPECT_TRUE(exists(planted));
-  EXPECT_EQ(outside.read("kept"), "kept");
+  EXPECT_EQ(temp_folder::read(outside / "kept"), "kept");
   unlink(planted.c_str());
   for (vcard::PrivateFolder* folder : {&alive, &later}) {
     folder->remove();
