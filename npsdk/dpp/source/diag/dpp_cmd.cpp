@@ -2,7 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <utility>
 
 #include "dpp_cmd_table.h"
 #include "dpp_reg/dpp_reg_info.h"
@@ -54,13 +54,11 @@ uint32_t register_print_call(const DppCmdEntry& self, const DppCmdArgs& args) {
   const bool two = (info.array_type & DPP_REG_BINARY_ARRAY) != 0;
   const uint32_t m = two ? args.value[1] : 0;
   const uint32_t n = info.array_type == 0 ? 0 : args.value[two ? 2 : 1];
-  if (m >= info.m_size) {
-    return qlix_comm_detail::report_range({__FILE_NAME__, __LINE__, self.name}, QLIX_COMM_OUT_OF_RANGE, m, 0,
-                                          info.m_size - 1);
-  }
-  if (n >= info.n_size) {
-    return qlix_comm_detail::report_range({__FILE_NAME__, __LINE__, self.name}, QLIX_COMM_OUT_OF_RANGE, n, 0,
-                                          info.n_size - 1);
+  for (const auto& [index, size] : {std::pair(m, info.m_size), std::pair(n, info.n_size)}) {
+    if (index >= size) {
+      return qlix_comm_detail::report_range({__FILE_NAME__, __LINE__, self.name}, QLIX_COMM_OUT_OF_RANGE, index, 0,
+                                            size - 1);
+    }
   }
   return call_end(self, dpp_reg_fields_print(args.value[0], info.reg_no, m, n), "dpp_reg_fields_print");
 }
