@@ -194,7 +194,67 @@ void group_print(const kxtools_cmd_entry& group) {
   fputs(group.sub_cmd_num == 0 ? "" : ".\n", stdout);
 }
 
-void module_print(const kxtools_cmd_entry& module) {
+// A line of the tool for each module and for each group of its commands.
+struct module_example {
+  kxtools_module module;
+  bool super;  ///< of a group that only the super user sees commands of
+  const char* words;
+};
+constexpr module_example EXAMPLES[] = {
+    {KXTOOLS_MODULE_KXNP, false, "diag_dpp_np_health_check 0"},
+    {KXTOOLS_MODULE_KXNP, false, "diag_dpp_trpg_port_pkt_cnt_prt 0 3"},
+    {KXTOOLS_MODULE_KXPCIE, false, "link_status"},
+    {KXTOOLS_MODULE_KXPCIE, false, "devmem 0x6208000000 4"},
+    {KXTOOLS_MODULE_KXPCIE, false, "bar_read 0 0x1000 8"},
+    {KXTOOLS_MODULE_KXPCIE, true, "devmem_write 0x6310000010 0x55 0xff --verify"},
+    {KXTOOLS_MODULE_KXPCIE, true, "margin all"},
+    {KXTOOLS_MODULE_KXVQM, false, "vf 3"},
+    {KXTOOLS_MODULE_KXVQM, false, "vring 12"},
+    {KXTOOLS_MODULE_KXVQM, false, "check_vqm"},
+    {KXTOOLS_MODULE_KXVQM, false, "glb version"},
+    {KXTOOLS_MODULE_KXVQM, true, "host device_feature 3"},
+    {KXTOOLS_MODULE_KXVQM, true, "rdesc state"},
+    {KXTOOLS_MODULE_KXVQM, true, "qman hard_st"},
+    {KXTOOLS_MODULE_KXVQM, false, "qfc sys_clk"},
+    {KXTOOLS_MODULE_KXVQM, false, "bman cnt"},
+    {KXTOOLS_MODULE_KXVQM, true, "tx_aximr ramst"},
+    {KXTOOLS_MODULE_KXVQM, true, "rx_aximw data_ram"},
+    {KXTOOLS_MODULE_KXVQM, true, "wr_used_vring msix_st"},
+    {KXTOOLS_MODULE_KXVQM, false, "trpg rx"},
+    {KXTOOLS_MODULE_KXVQM, true, "hot pd"},
+    {KXTOOLS_MODULE_KXVQM, false, "cnt vf 3"},
+    {KXTOOLS_MODULE_KXVQM, true, "axim ier"},
+    {KXTOOLS_MODULE_KXVQM, true, "MODE PL"},
+    {KXTOOLS_MODULE_KXVQM, true, "barchan bind_bdf 3b:00.0"},
+    {KXTOOLS_MODULE_KXBTTL, false, "dxge 1 dump 0 3"},
+    {KXTOOLS_MODULE_KXBTTL, false, "bman 1 stat 0"},
+    {KXTOOLS_MODULE_KXBTTL, false, "qman 1 stat 0 1f"},
+    {KXTOOLS_MODULE_KXBTTL, false, "lro 1 cfg"},
+    {KXTOOLS_MODULE_KXTRACE_APP, false, "trace cnt"},
+    {KXTOOLS_MODULE_KXTRACE_APP, false, "vqm rate 1 3"},
+    {KXTOOLS_MODULE_KXTRACE_APP, false, "dtp rate 1 0"},
+    {KXTOOLS_MODULE_KXTRACE_APP, false, "np rate 1 0"},
+};
+
+void examples_print(const kxtools_cmd_entry& module, uint32_t id) {
+  for (const bool super : {false, true}) {
+    const char* before = super ? ".br\nIn the shell, after su:\n.nf\n" : ".sp\n.nf\n";
+    const char* after = "";
+    for (const module_example& example : EXAMPLES) {
+      if (example.module == id && example.super == super) {
+        printf("%s%s%s ", before, super ? "" : "kxtool bind eth0 ", module.name);
+        text_print(example.words);
+        putchar('\n');
+        before = "";
+        after = ".fi\n";
+      }
+    }
+    printf("%s", after);
+  }
+}
+
+void module_print(uint32_t id) {
+  const kxtools_cmd_entry& module = kxtools_cmd_list_addr_get()[id];
   printf(".TP\n.B %s\n", module.name);
   for (uint32_t level = 0; level < LEVELS; level++) {
     module_level_print(module, level);
@@ -205,6 +265,7 @@ void module_print(const kxtools_cmd_entry& module) {
   if (module.sub_cmd_num == 0) {
     printf("No commands in this build.\n");
   }
+  examples_print(module, id);
 }
 
 }  // namespace
@@ -216,8 +277,12 @@ void describe_man() {
   maintenance_print(1);
   printf(
       ".SH MODULE COMMANDS\nIn the shell, after the module's name. From the command line, as\n.PP\n"
-      ".RS\n.BI \"kxtool bind\" \" device module command\"\n.RI [ words ...]\n.RE\n");
+      ".RS\n.BI \"kxtool bind\" \" device module command\"\n.RI [ words ...]\n.RE\n.PP\n"
+      "The examples stand for all commands of their module or group: another command takes the place of the name, and "
+      "its\n"
+      "words are those that\n.B \\-h\nbehind it tells, with their ranges. Words of commands of kxnp stand in\n"
+      ".BR dpp\\-commands (7).\n");
   for (uint32_t id = KXTOOLS_MODULE_KXNP; id <= KXTOOLS_MODULE_KXRDMA; id++) {
-    module_print(kxtools_cmd_list_addr_get()[id]);
+    module_print(id);
   }
 }

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <regex>
+#include <set>
 #include <sstream>
 #include <string>
 
@@ -89,13 +91,43 @@ TEST_F(Documents, EveryMaintenanceCommandHasThem) {
   }
 }
 
+// What the command prints of itself, its words and what it is for.
+std::string usage_of(const kxtools_cmd_entry& entry) {
+  if (entry.usage == nullptr) {
+    return entry.help == nullptr ? "" : entry.help;
+  }
+  testing::internal::CaptureStdout();
+  entry.usage(entry);
+  fflush(stdout);
+  return testing::internal::GetCapturedStdout();
+}
+
+// An indented sentence of its own, or what stands behind the words of a single line.
+bool tells_purpose(const std::string& usage) {
+  return std::regex_search(usage, std::regex("\n    [A-Za-z][^\n]*\\.\n")) ||
+         std::regex_search(usage, std::regex("^[^\n]*: [a-zA-Z][^\n]+$")) ||
+         usage.find("has no such command") != std::string::npos;
+}
+
+// The names of the module's entries that an example of the manual runs, in a shell of the system or of the tool.
+std::set<std::string> examples_of(const std::string& manual, const std::string& module) {
+  std::set<std::string> names;
+  const std::regex line("\n(?:kxtool bind [^ \n]+ )?" + module + " ([A-Za-z0-9_]+)");
+  for (std::sregex_iterator match(manual.begin(), manual.end(), line), end; match != end; ++match) {
+    names.insert((*match)[1]);
+  }
+  return names;
+}
+
 void module_check(const kxtools_cmd_entry& parent, const std::string& chain, const std::string& completion,
                   const std::string& manual) {
   const std::string completed = part_of(completion, "    '" + chain + "') echo '");
   for (uint32_t i = 0; i < parent.sub_cmd_num; ++i) {
     const kxtools_cmd_entry& entry = parent.sub_cmd_list[i];
     SCOPED_TRACE(chain + " " + entry.name);
-    EXPECT_TRUE(entry.usage != nullptr || (entry.help != nullptr && entry.help[0] != '\0')) << "no usage";
+    const std::string usage = usage_of(entry);
+    EXPECT_TRUE(has_word(usage, entry.name)) << "no usage";
+    EXPECT_TRUE(entry.sub_cmd_num != 0 || tells_purpose(usage)) << "no purpose: " << usage;
     EXPECT_TRUE(has_word(manual, entry.name)) << "no manual entry";
     EXPECT_EQ(has_word(completed, entry.name), entry.permission == 0);
     if (entry.sub_cmd_num != 0 && entry.permission == 0) {
@@ -104,11 +136,32 @@ void module_check(const kxtools_cmd_entry& parent, const std::string& chain, con
   }
 }
 
+// One for each group of commands, and one for those in no group; where the commands' names stand only behind the
+// entries, every entry is a group.
+void examples_check(uint32_t id, const std::set<std::string>& examples) {
+  const kxtools_cmd_entry& module = kxtools_cmd_list_addr_get()[id];
+  const bool groups_only = id == KXTOOLS_MODULE_KXBTTL || id == KXTOOLS_MODULE_KXTRACE_APP;
+  bool has_single = false;
+  for (uint32_t i = 0; i < module.sub_cmd_num; ++i) {
+    const kxtools_cmd_entry& entry = module.sub_cmd_list[i];
+    const bool shown = examples.count(entry.name) != 0;
+    EXPECT_TRUE(shown || (entry.sub_cmd_num == 0 && !groups_only))
+        << module.name << " " << entry.name << " has no example";
+    has_single |= shown && entry.sub_cmd_num == 0;
+  }
+  EXPECT_TRUE(has_single) << module.name << " has no example";
+  for (const std::string& name : examples) {
+    uint32_t index = 0;
+    EXPECT_EQ(kxtools_cmd_index_get(name.c_str(), module.sub_cmd_list, module.sub_cmd_num, &index), 0) << name;
+  }
+}
+
 TEST_F(Documents, EveryCommandOfAModuleHasThem) {
   const std::string module_part = manual_.substr(manual_.find(".SH MODULE COMMANDS"));
   for (uint32_t id = KXTOOLS_MODULE_KXNP; id < KXTOOLS_MODULE_KXRDMA; ++id) {
     const kxtools_cmd_entry& module = kxtools_cmd_list_addr_get()[id];
     EXPECT_GT(module.sub_cmd_num, 0u) << module.name;
+    examples_check(id, examples_of(id == KXTOOLS_MODULE_KXNP ? functions_ : module_part, module.name));
     module_check(module, module.name, completion_, module_part + functions_);
   }
 }

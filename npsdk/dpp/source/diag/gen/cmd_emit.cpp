@@ -198,6 +198,29 @@ std::string counts_text(const std::vector<command>& commands) {
          constant("DPP_CMD_LISTED_NUM", count(commands, is_listed));
 }
 
+namespace {
+
+// A command of each sheet that everyone may use, with the smallest values that its words take.
+std::string examples_text(const std::vector<command>& commands) {
+  std::string out = "kxtool bind eth0 kxnp mcode_drop_stat \\-h\n";
+  std::string sheet;
+  for (const command& c : commands) {
+    const bool is_run = c.kind == command_kind::row || c.kind == command_kind::function;
+    if (c.at.file == sheet || c.level != command_level::everyone || !is_run) {
+      continue;
+    }
+    sheet = c.at.file;
+    out += "kxtool bind eth0 kxnp " + c.name;
+    for (const argument& a : c.args) {
+      out += " " + std::to_string(a.ranged ? a.min : 0);
+    }
+    out += "\n";
+  }
+  return out;
+}
+
+}  // namespace
+
 std::string manual_text(const std::vector<command>& commands) {
   std::string out =
       ".TH DPP\\-COMMANDS 7 \"\" \"kxtool\" \"Network processor\"\n.nh\n.ad l\n.SH NAME\n"
@@ -227,7 +250,9 @@ std::string manual_text(const std::vector<command>& commands) {
       "command was\ncalled, also when it failed or refused a word, which it prints; 255 for a name that there is not.\n"
       ".B dpp_shell\nprints the code of a command that failed.\n"
       ".SH FILES\n.TP\n.I /tmp/kx_pcie/pcie_catool_lockfile\nLock around accesses to card memory.\n"
-      ".SH EXAMPLES\n.nf\nkxtool bind eth0 kxnp mcode_drop_stat \\-h\nkxtool bind eth0 kxnp mcode_drop_stat 0\n.fi\n"
+      ".SH EXAMPLES\nEvery command is run like these: its name, and a number for each word of its entry.\n.PP\n.nf\n" +
+      examples_text(commands) +
+      ".fi\n.PP\nCommands of the super user take the same form in the shell, without what stands before kxnp.\n"
       ".SH SEE ALSO\n.BR kxtool (1),\n.BR dpp_shell (1),\n.BR kxvcard (1),\n.BR kxtool\\-cookbook (7)\n";
   return out;
 }
