@@ -4,6 +4,8 @@
 
 #include "cmd_item.h"
 #include "commands.h"
+#include "common/nearest.h"
+#include "common/plural.h"
 #include "common/report.h"
 #include "fields.h"
 #include "registers.h"
@@ -184,7 +186,7 @@ void vqm_check(uint64_t, char**, uint32_t count) {
   } else if (wrong == 0) {
     kx_print("vqm check ok\n");
   } else {
-    kx_print("vqm check failed: %u register(s) report errors\n", wrong);
+    kx_print("vqm check failed: %u register%s report%s errors\n", wrong, kx_plural(wrong), wrong == 1 ? "s" : "");
   }
 }
 
@@ -214,6 +216,7 @@ void vqm_debug(uint64_t, char** words, uint32_t count) {
   } else {
     kx_print("kx_vqm Error: para[%s] illegal.\n", words[1]);
     vqm_cmd_help();
+    kx_unknown_word_print("word of debug", words[1], std::array{"show", "open", "close", "closes"});
   }
 }
 

@@ -2,6 +2,7 @@
 #include <cinttypes>
 #include <cstring>
 
+#include "common/plural.h"
 #include "fwupdate/package_digest.h"
 #include "kxpkg.h"
 
@@ -62,7 +63,7 @@ int kxpkg_info(const char* path) {
     fprintf(stderr, "kxpkg: %s: is too short for a package\n", path);
     return 1;
   }
-  printf("%s: %" PRIu64 " bytes, kind %u (%s)\n", path, package.size, package.kind,
+  printf("%s: %" PRIu64 " byte%s, kind %u (%s)\n", path, package.size, kx_plural(package.size), package.kind,
          package.kind == FW_KIND_ONE_PARTITION ? "one partition" : "the whole flash");
   fw_sha256 digest;
   const int32_t error = fw_file_sha256(package.fd.get(), package.size, &digest);

@@ -4,6 +4,7 @@
 #include "bar.h"
 #include "bits.h"
 #include "capabilities.h"
+#include "common/plural.h"
 #include "common/report.h"
 #include "reports.h"
 
@@ -59,10 +60,10 @@ int32_t kxpcie_msix_dump(FILE* out, kxtools_sbdf sbdf) {
     return -1;
   }
   fprintf(out,
-          "MSI-X %s, function %s, %" PRIu32 " vectors, table at BAR %" PRIu32 " 0x%" PRIx32
+          "MSI-X %s, function %s, %" PRIu32 " vector%s, table at BAR %" PRIu32 " 0x%" PRIx32
           ", pending bits at BAR %" PRIu32 " 0x%" PRIx32 "\n",
-          kxpcie_on(control & MSIX_ENABLED), (control & MSIX_MASKED) != 0 ? "masked" : "not masked", vectors, table_bar,
-          table_register & ~MSIX_BAR, pending_bar, pending_register & ~MSIX_BAR);
+          kxpcie_on(control & MSIX_ENABLED), (control & MSIX_MASKED) != 0 ? "masked" : "not masked", vectors,
+          kx_plural(vectors), table_bar, table_register & ~MSIX_BAR, pending_bar, pending_register & ~MSIX_BAR);
   kxpcie_bar_window table;
   kxpcie_bar_window pending;
   if (table.open(sbdf, table_bar, table_register & ~MSIX_BAR, uint64_t{vectors} * ENTRY_SIZE, false) != 0 ||

@@ -3,6 +3,8 @@
 #include <iterator>
 #include <string_view>
 
+#include "common/plural.h"
+
 namespace {
 
 // Large resources carry a two-byte length, small ones (the end tag) have it in the tag.
@@ -94,7 +96,7 @@ bool fields_write(FILE* out, std::span<const uint8_t> whole, std::span<const uin
       const size_t end = static_cast<size_t>(value.data() - whole.data()) + 1;
       fprintf(out, "%s\n", sum_is_right(whole.first(end)) ? "right" : "WRONG");
     } else if (name == "RV" || name == "RW") {
-      fprintf(out, "%zu bytes\n", length);
+      fprintf(out, "%zu byte%s\n", length, kx_plural(length));
     } else {
       text_write(out, value);
     }

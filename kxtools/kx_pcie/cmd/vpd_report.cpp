@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "common/plural.h"
 #include "common/report.h"
 #include "common/unique_fd.h"
 #include "kx_pcie/pcie_lock.h"
@@ -62,7 +63,7 @@ int32_t kxpcie_vpd_dump(FILE* out, kxtools_sbdf sbdf) {
     case kxpcie_vpd_end::whole:
       return 0;
     case kxpcie_vpd_end::cut:
-      KXTOOLS_ERR("product data ends after %zu bytes without its end tag\n", length);
+      KXTOOLS_ERR("product data ends after %zu byte%s without its end tag\n", length, kx_plural(length));
       return -1;
     case kxpcie_vpd_end::malformed:
       break;

@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "common/plural.h"
 #include "fw_handlers.h"
 #include "fw_tell.h"
 #include "fwupdate/package_check.h"
@@ -126,7 +127,7 @@ void print_part(const fw_update& update, fw_package_part part, const fw_header& 
 void print_package(const fw_update& update) {
   printf("package\n");
   printf("  file            %s\n", package_path(update));
-  printf("  size            %" PRIu64 " bytes\n", update.package.size);
+  printf("  size            %" PRIu64 " byte%s\n", update.package.size, kx_plural(update.package.size));
   printf("  SHA-256         %s\n", fw_sha256_text(update.sha256).c_str());
   printf("  kind            %u (%s)\n", update.package.kind,
          update.package.kind == FW_KIND_NONE ? "none"
@@ -194,10 +195,11 @@ void fw_plan_tell(fw_update* update) {
   fw_announce(*update, "card %s, board type %s: runs %s from partition %u", name,
               fw_text_printable(board_type(*update)).data(), update->running.version.data(), update->running.partition);
   fw_announce(*update,
-              "package %s to %s: %u images, %" PRIu64 " bytes, about %" PRIu64
+              "package %s to %s: %u image%s, %" PRIu64 " byte%s, about %" PRIu64
               " s and the card's own time; SHA-256 %s, %s",
-              identification.data(), target_text(*update), sums.images, sums.bytes, (sums.milliseconds + 999) / 1000,
-              fw_sha256_text(update->sha256).c_str(), package_path(*update));
+              identification.data(), target_text(*update), sums.images, kx_plural(sums.images), sums.bytes,
+              kx_plural(sums.bytes), (sums.milliseconds + 999) / 1000, fw_sha256_text(update->sha256).c_str(),
+              package_path(*update));
   sums_tell(update->package);
 }
 
@@ -218,7 +220,8 @@ int fw_dry_run(fw_update* update, int board_status) {
   const part_sums sums = package_sum(*update);
   printf("update\n");
   if (answered && fw_partition_is_known(*update)) {
-    printf("  writes          %u images, %" PRIu64 " bytes, to %s\n", sums.images, sums.bytes, target_text(*update));
+    printf("  writes          %u image%s, %" PRIu64 " byte%s, to %s\n", sums.images, kx_plural(sums.images), sums.bytes,
+           kx_plural(sums.bytes), target_text(*update));
   }
   printf("  takes           about %" PRIu64 " s, and what the card takes to erase and read back\n",
          (sums.milliseconds + 999) / 1000);

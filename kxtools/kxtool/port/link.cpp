@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "common/plural.h"
 #include "common/report.h"
 #include "module_decode.h"
 #include "module_eeprom.h"
@@ -66,7 +67,8 @@ int module_show(const char* interface) {
   module_info info;
   switch (module_decode(eeprom, &info)) {
     case module_decode_result::too_short:
-      KXTOOLS_ERR("%s: the module's answer ends after %zu bytes\n", interface, eeprom.size());
+      KXTOOLS_ERR("%s: the module's answer ends after %zu byte%s\n", interface, eeprom.size(),
+                  kx_plural(eeprom.size()));
       return 1;
     case module_decode_result::unknown_identifier:
       KXTOOLS_ERR("%s: module of an unknown kind, identifier 0x%02x\n", interface, info.identifier);

@@ -143,15 +143,14 @@ TEST_F(Row, HealthNamesTheBitsAndCountsThem) {
                                               "ppu_int_status                          : ERROR, mf_ovf me_excp\n"
                                               "ppu_busy                                : BUSY, reorder_busy\n"
                                               "ppu_cls_int_status[0]                   : OK\n"));
-  EXPECT_THAT(result.out, EndsWith("PPU: 15 items, 1 errors, 0 not ready, 1 busy: NOT HEALTHY\n"));
+  EXPECT_THAT(result.out, EndsWith("PPU: 15 items, 1 error, 0 not ready, 1 busy: NOT HEALTHY\n"));
 }
 
 TEST_F(Row, WholeHealthCountsWhatItsBlocksFound) {
   memory().words[0x083000] = 1;
   const run_result result = command("diag_dpp_np_health_check", {0});
   EXPECT_THAT(result.out, HasSubstr("NPPU: 15 items, 0 errors, 5 not ready, 0 busy: NOT HEALTHY\n"));
-  EXPECT_THAT(result.out,
-              testing::ContainsRegex("\nNP: [0-9]+ items, 1 errors, [0-9]+ not ready, 0 busy: NOT HEALTHY"));
+  EXPECT_THAT(result.out, testing::ContainsRegex("\nNP: [0-9]+ items, 1 error, [0-9]+ not ready, 0 busy: NOT HEALTHY"));
 }
 
 }  // namespace

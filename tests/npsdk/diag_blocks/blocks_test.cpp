@@ -23,8 +23,7 @@ TEST_F(CommandsOnCard, TrafficManagerQueuesShowWhatTheyHold) {
   const std::string detail = text("diag_dpp_tm_detail", {0});
   EXPECT_TRUE(holds(detail, "port_id-046 olif_out: 0x00000005\n"));
   EXPECT_TRUE(holds(detail, "port_id-063 olif_out: 0x00000000\ntotal       olif_out: 0x00000007\n"));
-  EXPECT_TRUE(
-      holds(text("diag_dpp_tm_health_check", {0}), "TM: 3 items, 1 errors, 0 not ready, 0 busy: NOT HEALTHY\n"));
+  EXPECT_TRUE(holds(text("diag_dpp_tm_health_check", {0}), "TM: 3 items, 1 error, 0 not ready, 0 busy: NOT HEALTHY\n"));
 }
 
 TEST_F(CommandsOnCard, TranslationEntryIsSetInTwoSteps) {

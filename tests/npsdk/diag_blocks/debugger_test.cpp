@@ -139,7 +139,7 @@ TEST_F(CommandsOnCard, QueueEngineModesShowInItsPrinters) {
   const std::string health = text("diag_dpp_dtb_health_check", {0});
   EXPECT_TRUE(holds(health, ": ERROR, axi_wr_err\n"));
   EXPECT_TRUE(holds(health, ": BUSY, axi_busy\n"));
-  EXPECT_TRUE(holds(health, "DTB: 3 items, 1 errors, 1 not ready, 1 busy: NOT HEALTHY\n"));
+  EXPECT_TRUE(holds(health, "DTB: 3 items, 1 error, 1 not ready, 1 busy: NOT HEALTHY\n"));
 }
 
 }  // namespace

@@ -204,7 +204,7 @@ TEST_F(SeMemory, HealthCheckJudgesErrorsBusyAndReadyBits) {
   EXPECT_THAT(out, HasSubstr("se_init_done                            : NOT READY, init_done\n"));
   EXPECT_THAT(out, HasSubstr("smmu0_int_status                        : ERROR, ram_dbe\n"));
   EXPECT_THAT(out, HasSubstr("se_hash_busy                            : BUSY, hash_busy=0x5\n"));
-  EXPECT_THAT(out, HasSubstr("SE: 18 items, 1 errors, 1 not ready, 1 busy: NOT HEALTHY\n"));
+  EXPECT_THAT(out, HasSubstr("SE: 18 items, 1 error, 1 not ready, 1 busy: NOT HEALTHY\n"));
 }
 
 TEST_F(SeMemory, CountersOfTheWholeEngine) {

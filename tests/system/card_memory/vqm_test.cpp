@@ -124,7 +124,7 @@ TEST(Vqm, TheEngineReacts) {
                     "kxvqm host device_feature_sel 7 1", "kxvqm host device_feature 7", "kxvqm idtrans_sel 0x3005"},
                    true);
   const std::vector<std::string>& out = session.outputs;
-  EXPECT_THAT(plain(out[0]), testing::EndsWith("vqm check failed: 1 register(s) report errors\n"));
+  EXPECT_THAT(plain(out[0]), testing::EndsWith("vqm check failed: 1 register reports errors\n"));
   EXPECT_EQ(out[1], "rdesc counter clear done\n");
   EXPECT_EQ(out[2], "vqm check ok\n");
   EXPECT_THAT(plain(out[4]), HasSubstr("  axim                        : 0x1\n"));

@@ -70,7 +70,7 @@ TEST(Kxnp, PrintersShowWhatSettersSet) {
       {"diag_dpp_tm_flow_ack 0 511", "queue_id-511 flow_ack: 0x00000000\n"},
       {"diag_dpp_tm_qmu_qlen_full 0", "queue_id-064 full, queue_len: 0x00000000 queue_th: 0x00001000\n"},
       {"diag_dpp_stat_tm_cnt_prt 0 63", "index-063 drop_pkt: 0 drop_byte: 0\n"},
-      {"diag_dpp_stat_car 0", "CAR: 3 items, 1 errors, 0 not ready, 0 busy: NOT HEALTHY\n"},
+      {"diag_dpp_stat_car 0", "CAR: 3 items, 1 error, 0 not ready, 0 busy: NOT HEALTHY\n"},
       {"diag_dpp_stat_ppu_cnt_set 0 0x11d02 5 6", ""},
       {"diag_dpp_stat_ppu_cnt_prt 0 0 0x11d02 0", "stat index[0x00011d02] value[0x00000005,0x00000006]\n"},
       {"diag_dpp_tlb_entry_cfg_pre 0 63 0x12 0x3000 0x45 0x6000", ""},

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "common/plural.h"
 #include "fwupdate/package_digest.h"
 
 namespace {
@@ -65,8 +66,9 @@ void checker::images(const fw_header& header) {
     const fw_image& image = header.images[fault.image];
     if (fault.reason == fw_fault_reason::beyond_file) {
       add(fw_problem_kind::image_data, 0,
-          "part %c image %u: %u bytes at file offset 0x%" PRIx64 " reach past the file's end at 0x%" PRIx64, letter(),
-          fault.image, image.size, fw_image_position(header, image), package_.size);
+          "part %c image %u: %u byte%s at file offset 0x%" PRIx64 " reach%s past the file's end at 0x%" PRIx64,
+          letter(), fault.image, image.size, kx_plural(image.size), fw_image_position(header, image),
+          image.size == 1 ? "es" : "", package_.size);
     } else {
       add(fw_problem_kind::image_data, 0, "part %c image %u overlaps image %u", letter(), fault.image, fault.other);
     }
@@ -112,7 +114,8 @@ std::vector<fw_problem> checker::run() {
     add(fw_problem_kind::boot_stage, static_cast<uint32_t>(error), "the bytes before the header cannot be read: %s",
         strerror(error));
   } else if (error != 0) {
-    add(fw_problem_kind::boot_stage, ENODATA, "too short for a package: %" PRIu64 " bytes", package_.size);
+    add(fw_problem_kind::boot_stage, ENODATA, "too short for a package: %" PRIu64 " byte%s", package_.size,
+        kx_plural(package_.size));
   } else if (package_.kind == FW_KIND_NONE) {
     add(fw_problem_kind::no_kind, 0, "neither a package of one partition nor one of the whole flash");
   }

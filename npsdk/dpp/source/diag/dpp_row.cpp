@@ -10,6 +10,7 @@
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_print.h"
 #include "qlix_comm/check.h"
+#include "qlix_comm/plural.h"
 
 namespace {
 
@@ -302,8 +303,9 @@ class row_runner {
 
   uint32_t summary(const dpp_row_step& step) {
     const bool healthy = verdicts_.errors == 0 && verdicts_.not_ready == 0;
-    QLIX_COMM_PRINT("%s: %u items, %u errors, %u not ready, %u busy: %s\n", text_of(step.text), verdicts_.items,
-                    verdicts_.errors, verdicts_.not_ready, verdicts_.busy, healthy ? "HEALTHY" : "NOT HEALTHY");
+    QLIX_COMM_PRINT("%s: %u item%s, %u error%s, %u not ready, %u busy: %s\n", text_of(step.text), verdicts_.items,
+                    qlix_comm_plural(verdicts_.items), verdicts_.errors, qlix_comm_plural(verdicts_.errors),
+                    verdicts_.not_ready, verdicts_.busy, healthy ? "HEALTHY" : "NOT HEALTHY");
     return QLIX_COMM_OK;
   }
 

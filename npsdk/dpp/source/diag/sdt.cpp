@@ -10,6 +10,7 @@
 #include "dpp_reg/dpp_reg_no.h"
 #include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
+#include "qlix_comm/plural.h"
 #include "se_print.h"
 
 namespace {
@@ -122,7 +123,7 @@ uint32_t diag_dpp_se_sdt_info_srh(uint32_t dev_id, uint32_t table_type, uint32_t
       records_print, dev_id,
       [=](uint64_t record) { return dpp_sdt_type_of(record) == table_type && stands_at(record, table_type, place); },
       &num);
-  QLIX_COMM_PRINT("%u tables of type %s at 0x%x\n", num, dpp_sdt_type_name(table_type), place);
+  QLIX_COMM_PRINT("%u table%s of type %s at 0x%x\n", num, qlix_comm_plural(num), dpp_sdt_type_name(table_type), place);
   return QLIX_COMM_OK;
 }
 

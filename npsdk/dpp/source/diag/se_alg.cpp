@@ -13,6 +13,7 @@
 #include "dpp_reg/dpp_reg_types.h"
 #include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
+#include "qlix_comm/plural.h"
 #include "se_print.h"
 
 namespace {
@@ -116,8 +117,8 @@ uint32_t dpp_se_zgroup_check(uint32_t dev_id, uint32_t zgroup, uint32_t writes) 
     QLIX_COMM_PRINT("zblock %02u: %s, %u of %u lines differ, single-bit errors %u, double-bit errors %u\n", zblock,
                     good ? "OK" : "ERROR", bad, check_line_num, ecc.sbe_cnt, double_bit);
   }
-  QLIX_COMM_PRINT("zgroup %u: %u zblocks, %u errors: %s\n", zgroup, DPP_SE_ZBLOCK_IN_GROUP, bad_blocks,
-                  bad_blocks == 0 ? "HEALTHY" : "NOT HEALTHY");
+  QLIX_COMM_PRINT("zgroup %u: %u zblocks, %u error%s: %s\n", zgroup, DPP_SE_ZBLOCK_IN_GROUP, bad_blocks,
+                  qlix_comm_plural(bad_blocks), bad_blocks == 0 ? "HEALTHY" : "NOT HEALTHY");
   return QLIX_COMM_OK;
 }
 

@@ -3,6 +3,7 @@
 #include "dpp_memory/dpp_etcam.h"
 #include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
+#include "qlix_comm/plural.h"
 #include "se_print.h"
 
 namespace {
@@ -28,7 +29,7 @@ uint32_t dpp_etcam_table_blocks_prt(uint32_t dev_id, uint32_t table) {
       ++num;
     }
   }
-  QLIX_COMM_PRINT("  %u blocks\n", num);
+  QLIX_COMM_PRINT("  %u block%s\n", num, qlix_comm_plural(num));
   return QLIX_COMM_OK;
 }
 

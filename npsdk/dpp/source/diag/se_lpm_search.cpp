@@ -10,6 +10,7 @@
 #include "dpp_se/dpp_crc.h"
 #include "dpp_se/dpp_se_format.h"
 #include "qlix_comm/check.h"
+#include "qlix_comm/plural.h"
 #include "se_hash.h"
 #include "se_print.h"
 
@@ -102,8 +103,8 @@ uint32_t chain_search(search& s, uint32_t length) {
     item_search(s, item, length);
     next = big_endian(item + 4, 4);
   }
-  QLIX_COMM_PRINT("anchor length %u: crc 0x%08x, chain 0x%x, %u items%s\n", length, crc, chain, steps,
-                  next != 0 ? ", the chain does not end" : "");
+  QLIX_COMM_PRINT("anchor length %u: crc 0x%08x, chain 0x%x, %u item%s%s\n", length, crc, chain, steps,
+                  qlix_comm_plural(steps), next != 0 ? ", the chain does not end" : "");
   return QLIX_COMM_OK;
 }
 
@@ -126,8 +127,9 @@ uint32_t area_search(search& s, uint32_t area) {
     QLIX_COMM_PRINT("area %u, line 0x%llx: no route table\n", area, static_cast<unsigned long long>(s.base));
     return QLIX_COMM_OK;
   }
-  QLIX_COMM_PRINT("area %u, line 0x%llx: keys of %u bytes, %u chains\n", area, static_cast<unsigned long long>(s.base),
-                  s.key_bytes, s.chain_num);
+  QLIX_COMM_PRINT("area %u, line 0x%llx: keys of %u byte%s, %u chain%s\n", area,
+                  static_cast<unsigned long long>(s.base), s.key_bytes, qlix_comm_plural(s.key_bytes), s.chain_num,
+                  qlix_comm_plural(s.chain_num));
   se_bytes_print("address", s.address, s.key_bytes);
   s.found = false;
   for (uint32_t length = 0; length <= 8 * s.key_bytes; ++length) {
