@@ -114,6 +114,9 @@ int32_t kxtools_module_help(kxtools_cmd_context* ctx) {
   help_print(entry.help);
   const int32_t result = sub_entries_print(entry, entry.name);
   fflush(stdout);
+  if (entry.sub_cmd_num == 0) {
+    kx_error_print("kxtool: '%s' has no commands in this build\n", entry.name);
+  }
   return result;
 }
 

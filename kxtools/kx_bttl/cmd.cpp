@@ -1,10 +1,14 @@
 // Words to function: the module's table and its dispatcher.
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <iterator>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "common/nearest.h"
 #include "common/report.h"
 #include "handlers.h"
 #include "kx_bttl/cmd.h"
@@ -80,6 +84,17 @@ int32_t get_cmd_id(const char* word, uint32_t* cmd_id) {
   return 0;
 }
 
+// The function as it is typed, its words with their ranges.
+std::string words_of(const bttl_func& func) {
+  std::string words = std::string("kxbttl ") + func.module + " 1 " + func.name;
+  for (const bttl_param& param : std::span(func.params, func.para_num - 2u)) {
+    char word[64];
+    snprintf(word, sizeof word, " <%s %x..%x>", param.name, param.min, param.max);
+    words += word;
+  }
+  return words;
+}
+
 int32_t dtp_input_para_check(std::string_view module, std::string_view name, uint32_t argc) {
   for (const bttl_module& row : func_arrays) {
     for (uint32_t i = 0; i < row.count; ++i) {
@@ -88,6 +103,7 @@ int32_t dtp_input_para_check(std::string_view module, std::string_view name, uin
         kx_print("func name = %s, module name = %s\n", func.name, func.module);
         kx_print("invalid param num argc = %d, para_num = %d\n", static_cast<int>(argc), func.para_num);
         kx_print("input para num invalid = %d!\n", static_cast<int>(argc));
+        kx_error_print("kxtool: the words are '%s'\n", words_of(func).c_str());
         return -1;
       }
     }
@@ -107,17 +123,26 @@ int32_t read_param(const char* word, uint32_t* param) {
   return 0;
 }
 
-const bttl_func* find_func(std::string_view module, std::string_view name) {
+void function_explain(const bttl_module& module, const char* name) {
+  std::vector<const char*> names;
+  for (uint32_t i = 0; i < module.count; ++i) {
+    names.push_back(module.funcs[i].name);
+  }
+  kx_unknown_word_print((std::string("command of kxbttl ") + module.funcs[0].module).c_str(), name, names);
+}
+
+const bttl_func* find_func(std::string_view module, const char* name) {
   for (const bttl_module& row : func_arrays) {
     if (module != row.funcs[0].module) {
       continue;
     }
     for (uint32_t i = 0; i < row.count; ++i) {
-      if (name == row.funcs[i].name) {
+      if (std::string_view(name) == row.funcs[i].name) {
         return &row.funcs[i];
       }
     }
     kx_print("module func not match \n");
+    function_explain(row, name);
     return nullptr;
   }
   kx_print("module_name not match \n");
@@ -131,6 +156,7 @@ int32_t kxbttl_exec(kxtools_cmd_context* ctx) {
   }
   if (ctx->argc < 2) {
     KXTOOLS_ERR("too few paras\n");
+    kx_error_print("kxtool: behind '%s' stand 1 and a command: '-h' shows them\n", ctx->cmd->name);
     return -1;
   }
   uint32_t cmd_id = 0;
@@ -155,11 +181,7 @@ void usage_print(const kxtools_cmd_entry& entry) {
   for (const bttl_module& row : func_arrays) {
     for (uint32_t i = 0; i < row.count && std::string_view(row.funcs[i].module) == entry.name; ++i) {
       const bttl_func& func = row.funcs[i];
-      kx_print("kxbttl %s 1 %s", func.module, func.name);
-      for (const bttl_param& param : std::span(func.params, func.para_num - 2u)) {
-        kx_print(" <%s %x..%x>", param.name, param.min, param.max);
-      }
-      kx_print("\n    %s.\n", func.purpose);
+      kx_print("%s\n    %s.\n", words_of(func).c_str(), func.purpose);
     }
   }
   kx_print("Numbers are hexadecimal.\n");

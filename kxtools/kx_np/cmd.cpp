@@ -129,6 +129,10 @@ int32_t kxnp_dpp_cmd_exec(kxtools_cmd_context* ctx) {
   args.num = ctx->argc;
   for (uint32_t i = 0; i < ctx->argc; ++i) {
     args.value[i] = dpp_atoi(ctx->argp[i]);
+    if (!dpp_is_integer(ctx->argp[i])) {
+      kx_error_print("kxtool: '%s' is no number of 32 bits: %s takes it for 0x%x\n", ctx->argp[i], ctx->cmd->name,
+                     args.value[i]);
+    }
   }
   integers_call(*entry, *ctx, args);
   return 0;

@@ -1,7 +1,10 @@
 // Words to function: the module's table and its dispatcher.
 #include <iterator>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "common/nearest.h"
 #include "common/report.h"
 #include "handlers.h"
 #include "kx_trace_app/cmd.h"
@@ -64,15 +67,43 @@ uint64_t bound_bar() {
   return reinterpret_cast<uintptr_t>(info.bar_vaddr);
 }
 
+// The command as it is typed, its words with their ranges.
+std::string words_of(const trace_module& module, const trace_cmd& cmd) {
+  std::string words = std::string("kxtrace_app ") + module.name + " " + cmd.name;
+  if (cmd.index != nullptr) {
+    words += std::string(" 1 [") + cmd.index + " 0.." + std::to_string(cmd.index_num - 1) + "]";
+  }
+  return words;
+}
+
+// What is wrong with the words, behind the fixed text that says only that something is.
+void words_explain(const trace_module& module, char** words, uint32_t count) {
+  if (count == 0) {
+    kx_error_print("kxtool: behind '%s' stands a command: '-h' shows them\n", module.name);
+    return;
+  }
+  if (const trace_cmd* cmd = find_cmd(module, words[0]); cmd != nullptr) {
+    kx_error_print("kxtool: a word is missing: the words are '%s'\n", words_of(module, *cmd).c_str());
+    return;
+  }
+  std::vector<const char*> names;
+  for (uint32_t i = 0; i < module.count; ++i) {
+    names.push_back(module.cmds[i].name);
+  }
+  kx_unknown_word_print((std::string("command of kxtrace_app ") + module.name).c_str(), words[0], names);
+}
+
 void process_module_cmd(char** words, uint32_t count, const trace_module& module) {
   if (count == 0) {
     kx_print("too few paras!.\n");
     module.usage();
+    words_explain(module, words, count);
     return;
   }
   const trace_cmd* cmd = find_cmd(module, words[0]);
   if (cmd == nullptr || count <= cmd->min_args) {
     module.usage();
+    words_explain(module, words, count);
     return;
   }
   cmd->handler(bound_bar(), words, count);
@@ -95,11 +126,7 @@ void usage_print(const kxtools_cmd_entry& entry) {
   for (const trace_module& module : module_cmd_items) {
     for (uint32_t i = 0; i < module.count && std::string_view(module.name) == entry.name; ++i) {
       const trace_cmd& cmd = module.cmds[i];
-      kx_print("kxtrace_app %s %s", module.name, cmd.name);
-      if (cmd.index != nullptr) {
-        kx_print(" 1 [%s 0..%u]", cmd.index, cmd.index_num - 1);
-      }
-      kx_print("\n    %s.\n", cmd.purpose);
+      kx_print("%s\n    %s.\n", words_of(module, cmd).c_str(), cmd.purpose);
     }
   }
 }

@@ -90,6 +90,11 @@ int32_t show_rate(const rate_path& path, char** words, uint32_t count) {
     const unsigned long value = strtoul(words[2], &rest, 10);
     if (count > 3 || rest == words[2] || *rest != '\0') {
       trace_cmd_usage();
+      if (count > 3) {
+        kx_error_print("kxtool: '%s' is one word too many\n", words[3]);
+      } else {
+        kx_error_print("kxtool: '%s' is no %s from 0 to %u\n", words[2], path.index_name, path.index_end - 1);
+      }
       return -1;
     }
     index = errno == ERANGE || value > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(value);

@@ -1,5 +1,6 @@
 // Messages to the card's virtual switch, through the mailbox in BAR 0 of a function that the user names.
 #include <array>
+#include <string>
 
 #include "channel/mailbox.h"
 #include "cmd_item.h"
@@ -47,7 +48,9 @@ void barchan_bind_bdf(uint64_t, char** words, uint32_t count) {
   }
   kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;
   kxtools_dev_info info = {};
-  if (pcie_sbdf_parse(&sbdf, words[2]) != 0 || sbdf_valid_check(sbdf) != 0 || kxtools_dev_info_set(sbdf, &info) != 0) {
+  const std::string address = std::string(kxtools_is_short_address(words[2]) ? "0000:" : "") + words[2];
+  if (pcie_sbdf_parse(&sbdf, address.c_str()) != 0 || sbdf_valid_check(sbdf) != 0 ||
+      kxtools_dev_info_set(sbdf, &info) != 0) {
     kx_print("kx_vqm Error: para[%s] illegal.\n", words[2]);
     vqm_cmd_help();
     return;

@@ -73,6 +73,9 @@ int32_t kxvqm_module_help(kxtools_cmd_context* ctx) {
     return -1;
   }
   vqm_group_help_print(*ctx->cmd);
+  if (ctx->cmd->sub_cmd_num == 0) {
+    kx_error_print("kxtool: '%s' has no commands in this build\n", ctx->cmd->name);
+  }
   return 0;
 }
 

@@ -45,6 +45,9 @@ const vqm_cmd_item* vqm_cmd_item_find(const char* group, const char* name);
 /// Prints a group's entry and all of its items.
 void vqm_group_help_print(const kxtools_cmd_entry& group);
 
+/// The same of a group that has no items, and that it has none.
+void vqm_empty_group_usage(const kxtools_cmd_entry& group);
+
 /// Prints what "-h" behind the command tells.
 void vqm_cmd_usage(const kxtools_cmd_entry& entry);
 

@@ -57,7 +57,7 @@ bool append_groups(command_table* commands, uint32_t next) {
     }
     kxtools_cmd_entry& entry = commands->kxvqm_sub_command_list[next++];
     entry = entry_of(modules[i].name, nullptr, kxvqm_module_help, modules[i].permission);
-    entry.usage = vqm_group_help_print;
+    entry.usage = modules[i].count == 0 ? vqm_empty_group_usage : vqm_group_help_print;
     entry.sub_cmd_num = modules[i].count;
     entry.sub_cmd_list = commands->group_items[i].get();
   }

@@ -51,6 +51,11 @@ void register_print(const kx_register_description& row) {
 
 }  // namespace
 
+void vqm_empty_group_usage(const kxtools_cmd_entry& group) {
+  vqm_group_help_print(group);
+  kx_print("    No commands in this build.\n");
+}
+
 void vqm_cmd_usage(const kxtools_cmd_entry& entry) {
   const kxtools_cmd_entry* group = vqm_cmd_group_of(&entry);
   const vqm_cmd_item* item = vqm_cmd_item_find(group == nullptr ? nullptr : group->name, entry.name);

@@ -64,6 +64,7 @@ int32_t kxpcie_bar_read(kxtools_sbdf sbdf, kxpcie_words words) {
 }
 
 int32_t kxpcie_bar_write(kxtools_sbdf sbdf, kxpcie_words words) {
+  const bool verifies = kxpcie_verify_take(&words);
   uint32_t index = 0;
   uint64_t offset = 0;
   uint32_t value = 0;
@@ -73,8 +74,16 @@ int32_t kxpcie_bar_write(kxtools_sbdf sbdf, kxpcie_words words) {
     return -1;
   }
   kx_mmio_write32(window.region(), 0, value);
-  // Not read back: reading some registers changes them.
-  kx_print("BAR %u 0x%08" PRIx64 ": 0x%08" PRIx32 " written\n", index, offset, value);
+  if (!verifies) {  // not read back: reading some registers changes them
+    kx_print("BAR %u 0x%08" PRIx64 ": 0x%08" PRIx32 " written\n", index, offset, value);
+    return 0;
+  }
+  const uint32_t after = kx_mmio_read32(window.region(), 0);
+  kx_print("BAR %u 0x%08" PRIx64 ": 0x%08" PRIx32 " written, reads 0x%08" PRIx32 "\n", index, offset, value, after);
+  if (after != value) {
+    KXTOOLS_ERR("BAR %u 0x%08" PRIx64 " does not hold what was written\n", index, offset);
+    return -1;
+  }
   return 0;
 }
 

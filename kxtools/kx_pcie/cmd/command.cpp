@@ -20,6 +20,14 @@ bool kxpcie_number_read(const char* word, const char* what, uint64_t max, uint64
   return true;
 }
 
+bool kxpcie_verify_take(kxpcie_words* words) {
+  if (words->empty() || strcmp(words->back(), KXPCIE_VERIFY) != 0) {
+    return false;
+  }
+  *words = words->first(words->size() - 1);
+  return true;
+}
+
 bool kxpcie_value_read(const char* word, uint32_t* value) {
   uint64_t number = 0;
   if (!kxpcie_number_read(word, "value", UINT32_MAX, &number)) {

@@ -23,7 +23,12 @@ struct kxpcie_command {
   uint8_t words_max;
   kxpcie_run_fn run;        ///< null for a report
   kxpcie_report_fn report;  ///< takes no words
+  bool verifies = false;    ///< --verify may follow the words, and does not count among them
 };
+
+inline constexpr const char* KXPCIE_VERIFY = "--verify";
+/// Takes --verify off the end of the words. True when it stood there.
+bool kxpcie_verify_take(kxpcie_words* words);
 
 /// Reads a word as a number, decimal or hexadecimal with 0x, from 0 to `max`. False with a message that names `what`.
 bool kxpcie_number_read(const char* word, const char* what, uint64_t max, uint64_t* value);

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "actions.h"
+#include "common/nearest.h"
 #include "common/progress_bar.h"
 #include "common/report.h"
 #include "common/signals.h"
@@ -32,6 +33,9 @@ bool lane_read(const char* word, uint32_t lanes, uint32_t* lane) {
     return false;
   }
   if (!kxpcie_number_read(word, "lane", lanes - 1, &number)) {
+    if (kx_nearest nearest(word); nearest.offer(ALL_LANES), nearest.name() != nullptr) {
+      kx_error_print("kxtool: '%s' is no lane: did you mean '%s'?\n", word, ALL_LANES);
+    }
     return false;
   }
   *lane = static_cast<uint32_t>(number);

@@ -1,8 +1,10 @@
 // Card memory and the controllers' register spaces, through the tunnel.
+#include <array>
 #include <cinttypes>
 #include <cstring>
 
 #include "actions.h"
+#include "common/nearest.h"
 #include "common/report.h"
 #include "dump.h"
 #include "kx_pcie/controller_space.h"
@@ -77,6 +79,7 @@ int32_t kxpcie_devmem(kxtools_sbdf, kxpcie_words words) {
 }
 
 int32_t kxpcie_devmem_write(kxtools_sbdf, kxpcie_words words) {
+  const bool verifies = kxpcie_verify_take(&words);
   uint64_t address = 0;
   uint32_t value = 0;
   uint32_t mask = UINT32_MAX;
@@ -85,10 +88,25 @@ int32_t kxpcie_devmem_write(kxtools_sbdf, kxpcie_words words) {
     return -1;
   }
   const int32_t result = words.size() > 2 ? write_mask_to_kx(address, value, mask) : write_val_to_kx(address, value);
-  if (result == 0) {
-    kx_print("0x%010" PRIx64 ": 0x%08" PRIx32 " written under mask 0x%08" PRIx32 "\n", address, value, mask);
+  if (result != 0) {
+    return result;
   }
-  return result;
+  if (!verifies) {
+    kx_print("0x%010" PRIx64 ": 0x%08" PRIx32 " written under mask 0x%08" PRIx32 "\n", address, value, mask);
+    return 0;
+  }
+  uint32_t after = 0;
+  if (read_val_from_kx(address, &after) != 0) {
+    KXTOOLS_ERR("0x%010" PRIx64 " was written, but cannot be read back\n", address);
+    return -1;
+  }
+  kx_print("0x%010" PRIx64 ": 0x%08" PRIx32 " written under mask 0x%08" PRIx32 ", reads 0x%08" PRIx32 "\n", address,
+           value, mask, after);
+  if (((after ^ value) & mask) != 0) {
+    KXTOOLS_ERR("0x%010" PRIx64 " does not hold what was written\n", address);
+    return -1;
+  }
+  return 0;
 }
 
 int32_t kxpcie_addr_dump(kxtools_sbdf, kxpcie_words words) {
@@ -114,6 +132,7 @@ int32_t kxpcie_tunnel_mode(kxtools_sbdf, kxpcie_words words) {
     const bool access = strcmp(words[0], "access") == 0;
     if (!access && strcmp(words[0], "secure") != 0) {
       KXTOOLS_ERR("%s is neither access nor secure\n", words[0]);
+      kx_unknown_word_print("word of tunnel_mode", words[0], std::array{"access", "secure"});
       return -1;
     }
     uint64_t value = 0;

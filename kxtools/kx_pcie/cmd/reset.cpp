@@ -71,7 +71,10 @@ int32_t kernel_offer_check(const char* function, function_files* files) {
 int32_t reset_check(kxtools_sbdf sbdf, const char* word, function_files* files) {
   char function[13];
   kxtools_sbdf_text(sbdf, function);
-  if (strcmp(word, function) != 0) {
+  const bool is_named = kxtools_is_short_address(word)
+                            ? strncmp(function, "0000:", 5) == 0 && strcmp(word, function + 5) == 0
+                            : strcmp(word, function) == 0;
+  if (!is_named) {
     KXTOOLS_ERR("the bound function is %s, not %s; nothing was reset\n", function, word);
     return -1;
   }
@@ -135,14 +138,16 @@ int32_t kxpcie_flr(kxtools_sbdf sbdf, kxpcie_words words) {
     return -1;
   }
   const kx_signal_hold hold;
-  int32_t result = reset_run(words[0], files);
+  char function[13];
+  kxtools_sbdf_text(sbdf, function);
+  int32_t result = reset_run(function, files);
   bool answers = false;
   if (pcie_function_answers(sbdf, &answers) != 0 || !answers) {
     KXTOOLS_ERR("the function does not answer after its reset\n");
     result = -1;
   }
   if (result == 0) {
-    kx_print("%s was reset and has its settings back\n", words[0]);
+    kx_print("%s was reset and has its settings back\n", function);
   }
   return result;
 }

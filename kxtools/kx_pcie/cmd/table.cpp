@@ -1,9 +1,11 @@
 // The module's commands and how they are run.
 #include <array>
 #include <cstring>
+#include <string>
 
 #include "actions.h"
 #include "command.h"
+#include "common/nearest.h"
 #include "common/report.h"
 #include "kx_pcie/bind.h"
 #include "kx_pcie/config_space.h"
@@ -25,8 +27,9 @@ constexpr kxpcie_command report_row(const char* name, const char* help, kxpcie_r
 // Name, help, permission, fewest and most words, what runs it.
 constexpr kxpcie_command commands[] = {
     {"devmem", "devmem <address> [words]: words of card memory", READS, 1, 2, kxpcie_devmem, nullptr},
-    {"devmem_write", "devmem_write <address> <value> [mask]: writes a word of card memory", WRITES, 2, 3,
-     kxpcie_devmem_write, nullptr},
+    {"devmem_write",
+     "devmem_write <address> <value> [mask] [--verify]: writes a word of card memory, or reads it back too", WRITES, 2,
+     3, kxpcie_devmem_write, nullptr, true},
     {"addr_dump", "addr_dump <address> <bytes> [file]: dump of card memory", READS, 2, 3, kxpcie_addr_dump, nullptr},
     {"dbi_read", "dbi_read <controller 0-4> <offset> [words]: a controller's view of its configuration space", READS, 2,
      3, kxpcie_dbi_read, nullptr},
@@ -42,7 +45,8 @@ constexpr kxpcie_command commands[] = {
     report_row("ecap_list", "ecap_list: extended capabilities", kxpcie_ecap_list),
     report_row("bar_list", "bar_list: BARs with address, size and kind", kxpcie_bar_list),
     {"bar_read", "bar_read <bar> <offset> [words]: words of a BAR", READS, 2, 3, kxpcie_bar_read, nullptr},
-    {"bar_write", "bar_write <bar> <offset> <value>: writes a word of a BAR", WRITES, 3, 3, kxpcie_bar_write, nullptr},
+    {"bar_write", "bar_write <bar> <offset> <value> [--verify]: writes a word of a BAR, or reads it back too", WRITES,
+     3, 3, kxpcie_bar_write, nullptr, true},
     {"bar_dump", "bar_dump <bar> <offset> <bytes> [file]: dump of a BAR", READS, 3, 4, kxpcie_bar_dump, nullptr},
     report_row("msix_dump", "msix_dump: MSI-X table and pending bits", kxpcie_msix_dump),
     report_row("msi_dump", "msi_dump: MSI address, data, mask and pending bits", kxpcie_msi_dump),
@@ -91,6 +95,23 @@ const kxpcie_command* command_find(const char* name) {
   return nullptr;
 }
 
+// The words without an option, which may only be the last one. False with a message when it is another one.
+bool option_check(const kxpcie_command& command, kxpcie_words* words) {
+  if (words->empty() || strncmp(words->back(), "--", 2) != 0) {
+    return true;
+  }
+  if (!command.verifies) {
+    kx_error_print("kxtool: '%s' is no word of %s, which takes no options\n", words->back(), command.name);
+    return false;
+  }
+  const char* const last = words->back();
+  if (!kxpcie_verify_take(words)) {
+    kx_unknown_word_print((std::string("option of ") + command.name).c_str(), last, std::array{KXPCIE_VERIFY});
+    return false;
+  }
+  return true;
+}
+
 int32_t kxpcie_exec(kxtools_cmd_context* ctx) {
   const kxpcie_command* command = ctx == nullptr || ctx->cmd == nullptr ? nullptr : command_find(ctx->cmd->name);
   if (command == nullptr) {
@@ -98,8 +119,12 @@ int32_t kxpcie_exec(kxtools_cmd_context* ctx) {
     return -1;
   }
   const kxpcie_words words(ctx->argp, ctx->argc);
-  if (words.size() < command->words_min || words.size() > command->words_max) {
-    KXTOOLS_ERR("too %s words: %s\n", words.size() < command->words_min ? "few" : "many", command->help);
+  kxpcie_words counted = words;
+  if (!option_check(*command, &counted)) {
+    return -1;
+  }
+  if (counted.size() < command->words_min || counted.size() > command->words_max) {
+    KXTOOLS_ERR("too %s words: %s\n", counted.size() < command->words_min ? "few" : "many", command->help);
     return -1;
   }
   kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;

@@ -3,8 +3,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <utility>
 
+#include "common/nearest.h"
 #include "common/report.h"
 #include "fw_log.h"
 
@@ -41,8 +43,24 @@ struct words {
   bool dry_run = false;
 };
 
-// Returns what is wrong with them, or null.
-const char* words_read(const kxtool_cmd_ctx& ctx, words* out) {
+constexpr const char* ONE_WORD =
+    "one word is needed after the device: a version package, or one of version, part, flash_cnt";
+
+std::string quoted(const char* word) {
+  return std::string("'") + word + "'";
+}
+
+std::string option_explain(const char* word) {
+  kx_nearest nearest(word);
+  nearest.offer("--dry-run");
+  nearest.offer("--sha256");
+  return quoted(word) + " is no option: " +
+         (nearest.name() != nullptr ? "did you mean " + quoted(nearest.name()) + "?"
+                                    : "the options are --dry-run and --sha256");
+}
+
+// Returns what is wrong with them, or nothing.
+std::string words_read(const kxtool_cmd_ctx& ctx, words* out) {
   for (uint32_t i = 0; i < ctx.argc; ++i) {
     const char* word = ctx.argv[i];
     if (strcmp(word, "--dry-run") == 0) {
@@ -53,30 +71,41 @@ const char* words_read(const kxtool_cmd_ctx& ctx, words* out) {
       }
       out->sha256 = ctx.argv[i];
     } else if (strncmp(word, "--", 2) == 0) {
-      return "the options are --dry-run and --sha256";
+      return option_explain(word);
     } else if (out->object != nullptr) {
-      return "one word is needed after the device: a version package, or one of version, part, flash_cnt";
+      return quoted(word) + " is one word too many: " + ONE_WORD;
     } else {
       out->object = word;
     }
   }
   if (out->object == nullptr) {
-    return "one word is needed after the device: a version package, or one of version, part, flash_cnt";
+    return ONE_WORD;
   }
   if (query_find(out->object) != nullptr && (out->dry_run || out->sha256 != nullptr)) {
     return "--dry-run and --sha256 belong to a version package";
   }
-  return nullptr;
+  return {};
 }
 
-int refuse_words(const kxtool_cmd_ctx& ctx, const char* why) {
-  kx_error_print("kxtool %s: %s\n%s\n", ctx.name, why, ctx.option->usage);
+int refuse_words(const kxtool_cmd_ctx& ctx, const std::string& why) {
+  kx_error_print("kxtool %s: %s\n%s\n", ctx.name, why.c_str(), ctx.option->usage);
   return EXIT_WORDS;
 }
 
 int refuse_package(const char* path, const char* why) {
   kx_error_print("version package '%s' %s\n", path, why);
   return EXIT_NO_PACKAGE;
+}
+
+// A package that is not there may be a query with a slip.
+void query_explain(const char* path, int error) {
+  kx_nearest nearest(path);
+  for (const query& row : QUERIES) {
+    nearest.offer(row.word);
+  }
+  if (error == ENOENT && nearest.name() != nullptr) {
+    kx_error_print("kxtool: '%s' is no query: did you mean '%s'?\n", path, nearest.name());
+  }
 }
 
 int package_open(const char* path, fw_package* package) {
@@ -86,6 +115,7 @@ int package_open(const char* path, fw_package* package) {
       return 0;
     case fw_open_result::no_file:
       snprintf(why, sizeof why, "cannot be opened: %s", strerror(errno));
+      query_explain(path, errno);
       return refuse_package(path, why);
     case fw_open_result::no_regular_file:
       return refuse_package(path, "is no regular file");
@@ -100,12 +130,12 @@ int package_open(const char* path, fw_package* package) {
 
 int fw_request_read(const kxtool_cmd_ctx& ctx, fw_request* request) {
   words typed;
-  const char* wrong = words_read(ctx, &typed);
+  std::string wrong = words_read(ctx, &typed);
   fw_sha256 expected = {};
-  if (wrong == nullptr && typed.sha256 != nullptr && !fw_sha256_read(typed.sha256, &expected)) {
+  if (wrong.empty() && typed.sha256 != nullptr && !fw_sha256_read(typed.sha256, &expected)) {
     wrong = "--sha256 takes 64 hexadecimal digits";
   }
-  if (wrong != nullptr) {
+  if (!wrong.empty()) {
     return refuse_words(ctx, wrong);
   }
   if (query_find(typed.object) != nullptr) {

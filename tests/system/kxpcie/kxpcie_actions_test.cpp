@@ -24,6 +24,8 @@ TEST(KxpcieWrites, SayWhatWasWritten) {
                                         "kxpcie tunnel_mode secure 1",
                                         "kxpcie devmem 0x6310000010",
                                         "kxpcie tunnel_mode",
+                                        "kxpcie devmem_write 0x6310000010 0x55 0xff --verify",
+                                        "kxpcie bar_write 0 0x20000 0x4321 --verify",
                                     },
                                     true);
   EXPECT_EQ(session.outputs[0], "0x6310000010: 0x000000ab written under mask 0xffffffff\n");
@@ -34,6 +36,8 @@ TEST(KxpcieWrites, SayWhatWasWritten) {
   EXPECT_EQ(session.outputs[5], "BAR 0 0x00020000: 0x00001234\n");
   EXPECT_EQ(session.outputs[7], "0x6310000010: 0x0000f0ab\n");
   EXPECT_EQ(session.outputs[8], "access mode 0 (addresses are checked)\nsecure mode on\n");
+  EXPECT_EQ(session.outputs[9], "0x6310000010: 0x00000055 written under mask 0x000000ff, reads 0x0000f055\n");
+  EXPECT_EQ(session.outputs[10], "BAR 0 0x00020000: 0x00004321 written, reads 0x00004321\n");
 }
 
 TEST(KxpcieErrors, AreClearedAndMasksStay) {
@@ -208,7 +212,7 @@ TEST(KxpcieReset, RefusesWhatItWouldBreak) {
 
 TEST(KxpcieReset, TellsWhenTheFunctionStaysAway) {
   const auto session = session::run(R"({"functions": {"0000:3b:00.0": {"driver": "", "reset_returns": false}}})",
-                                    {"kxpcie flr 0000:3b:00.0", "kxpcie power"}, true);
+                                    {"kxpcie flr 3b:00.0", "kxpcie power"}, true);
   EXPECT_THAT(session.outputs[0],
               HasSubstr("the kernel could not reset 0000:3b:00.0: Inappropriate ioctl for device\n"));
   EXPECT_THAT(session.outputs[0], HasSubstr("the function does not answer after its reset\n"));

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "system/process.h"
+#include "update_run.h"
 
 namespace {
 
@@ -107,6 +108,10 @@ TEST_F(Refusals, OfWordsNameTheWord) {
       {"hwread eth0", "not available in this build", "hwread"},
       {"pkt_capture eth0", "not available in this build", "pkt_capture"},
       {"fwupdate eth0", "one word is needed", "package"},
+      {"fwupdate eth0 part version", "one word too many", "'version'"},
+      {"fwupdate eth0 /dev/null --dryrun", "did you mean '--dry-run'", "--dryrun"},
+      {"fwupdate eth0 /dev/null --sha265 0", "did you mean '--sha256'", "--sha265"},
+      {"fwupdate eth0 versoin", "did you mean 'version'", "versoin"},
       {"fwupdate eth0 /no/package", "No such file or directory", "/no/package"},
       {"fwupdate eth0 /dev/null", "is no regular file", "/dev/null"},
       {"fwupdate eth0 /tmp", "is no regular file", "/tmp"},
@@ -114,6 +119,102 @@ TEST_F(Refusals, OfWordsNameTheWord) {
   for (const Refusal& row : rows) {
     drive(row);
   }
+}
+
+// Some of the modules' own texts do not say what was wrong, and most of their commands end with 0 whatever happened.
+TEST_F(Refusals, OfTheModulesWordsNameTheWord) {
+  const Refusal rows[] = {
+      {"kxvqm vf", "vf port stat info", "vf"},
+      {"kxvqm vf 1193", "out of range", "1193"},
+      {"kxvqm vring y", "illegal", "[y]"},
+      {"kxvqm vring 4096", "out of range", "4096"},
+      {"kxvqm glb x", "is no command of glb", "'x'"},
+      {"kxvqm hsot", "did you mean 'host'", "hsot"},
+      {"kxvqm others", "has no commands", "others"},
+      {"kxvqm debug opne", "did you mean 'open'", "opne"},
+      {"kxvqm barchan bind_bdf zz", "zz", "kx"},
+      {"kxbttl dxge", "'-h' shows them", "dxge"},
+      {"kxbttl dxge 1", "'-h' shows them", "dxge"},
+      {"kxbttl dxge 2 dump 0 1", "not support", "2"},
+      {"kxbttl dxge 1 dmup 0 1", "did you mean 'dump'", "dmup"},
+      {"kxbttl dxge 1 dump 0", "<path 0..1> <port 1..3>", "kxbttl dxge 1 dump"},
+      {"kxbttl dxge 1 dump q 1", "strtoul failed", "[q]"},
+      {"kxbttl bman 1 stat 9", "invalid bman pool [0-3]", "bman"},
+      {"kxbttl qman 1 stat 5 1", "invalid qman queue [0-0xff]", "qman"},
+      {"kxtrace_app trace", "'-h' shows them", "trace"},
+      {"kxtrace_app trace verison", "did you mean 'version'", "verison"},
+      {"kxtrace_app np rate", "a word is missing", "np rate 1 [port 0..15]"},
+      {"kxtrace_app np rate 1 x", "is no portid from 0 to 15", "'x'"},
+      {"kxtrace_app np rate 1 16", "invalid portid", "16"},
+      {"kxtrace_app np rate 1 0 9", "one word too many", "'9'"},
+      {"kxnp diag_dpp_stat_ca", "did you mean 'diag_dpp_stat_car'", "diag_dpp_stat_ca"},
+      {"kxnp diag_dpp_ppu_cls_cnt_prt 16", "INVALID", "diag_dpp_ppu_cls_cnt_prt"},
+      {"kxnp diag_dpp_stat_car zero", "is no number of 32 bits", "diag_dpp_stat_car takes it for 0x0"},
+      {"kxnp diag_dpp_stat_car 0x", "is no number of 32 bits", "'0x'"},
+      {"kxnp diag_dpp_stat_car 0x100000000", "is no number of 32 bits", "0x100000000"},
+      {"kxnp diag_dpp_stat_car 0 1 2 3 4 5 6 7 8 9 a b c", "oversize", "argc:13"},
+      {"kxnp mcode_drop_stat x", "is not right", "mcode_drop_stat"},
+      {"kxpcie devmem zz", "is no number", "address zz"},
+      {"kxpcie devmem 2", "must be multiples of 4", "0x2"},
+      {"kxpcie dbi_read 5 0", "is no number", "controller 5"},
+      {"kxpcie cfg_read 0 3", "is not 1, 2 or 4", "width 3"},
+      {"kxpcie link_status x", "too many words", "link_status"},
+      {"kxpcie link_status --verify", "takes no options", "link_status"},
+      {"kxpcie devmem_write 0 1 --verfy", "did you mean '--verify'", "--verfy"},
+      {"kxpcie bar_write 0 0 1 --check", "there are --verify", "--check"},
+      {"kxpcie devmem_write 0x6208000000 1 --verify", "does not hold what was written", "0x6208000000"},
+      {"kxpcie tunnel_mode acess 1", "did you mean 'access'", "acess"},
+      {"kxpcie margin alll", "did you mean 'all'", "alll"},
+      {"kxpcie margin 99", "is no number", "lane 99"},
+      {"kxrdma", "has no commands", "kxrdma"},
+  };
+  std::string input = "0\nsu opsu\n";
+  for (const Refusal& row : rows) {
+    input += std::string(row.words) + "\n";
+  }
+  const kx_system::Result result = kx_system::run({.input = input + "quit\n"});
+  for (const Refusal& row : rows) {
+    ++driven;
+    EXPECT_TRUE(has_line(result.out + "\n" + result.err, row.cause, row.target))
+        << row.words << " does not tell '" << row.cause << "' of '" << row.target << "'";
+  }
+  if (HasFailure()) {
+    printf("%s--\n%s", result.out.c_str(), result.err.c_str());
+  }
+}
+
+TEST_F(Refusals, OfAnUpdateNameTheCauseOfEachStatus) {
+  const struct {
+    int status;
+    const char* cause;
+    const char* target;
+    const char* words;
+    const char* identification;
+    const char* card;
+  } rows[] = {
+      {2, "No such file", "/no/package", "/no/package", "TARN-FW-BOARDTYPE-2", "{}"},
+      {2, "is another file", "update.pkg", "--sha256 0000000000000000000000000000000000000000000000000000000000000000",
+       "TARN-FW-BOARDTYPE-2", "{}"},
+      {3, "cause: ", "does not say which board type", "", "BOARDTYPE-2", "{}"},
+      {3, "cause: ", "part number", "", "TARN-FW-BOARDTYPE-2", R"({"information": {"part_number_status": -9}})"},
+      {4, "cause: ", "'EVB'", "", "TARN-FW-EVB-2", "{}"},
+      {5, "the card refuses the update", "nothing was written", "", "TARN-FW-BOARDTYPE-2",
+       R"({"update": {"authorises": false}})"},
+      {7, "cause: ", "partition 3", "", "TARN-FW-BOARDTYPE-2", R"({"update": {"partition": 3}})"},
+      {7, "cause: ", "cannot be heard", "", "TARN-FW-BOARDTYPE-2", R"({"faults": {"netlink": {"bind_errno": 98}}})"},
+  };
+  for (const auto& row : rows) {
+    const update_run::Workplace work(1, row.identification);
+    const std::string object = row.words[0] == '/' ? row.words : work.package + " " + row.words;
+    const kx_system::Result result =
+        kx_system::run({.card = row.card, .words = kx_system::words_of("fwupdate eth0 " + object)});
+    expect_told(result, row.cause, row.cause, row.target);
+    EXPECT_EQ(result.status, row.status) << row.cause << row.target;
+  }
+  const update_run::Workplace work;
+  const kx_system::Result ordinary = kx_system::run(work.by_address("{}", false));
+  expect_told(ordinary, "ordinary user", "cause: ", "super user may update");
+  EXPECT_EQ(ordinary.status, 6);
 }
 
 TEST_F(Refusals, OfDevicesNameTheDevice) {

@@ -1,5 +1,8 @@
 #include "dpp_diag/dpp_cmd.h"
 
+#include <cctype>
+#include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -121,6 +124,17 @@ const DppCmdEntry* dpp_cmd_find(const char* name) {
 DppCmdListed dpp_cmd_listed_get(uint32_t index) {
   const dpp_cmd_listed& listed = dpp_cmd_listed_table[index];
   return {&dpp_cmd_text_pool[listed.name], static_cast<uint8_t>(listed.permission)};
+}
+
+bool dpp_is_integer(const char* text) {
+  const bool hexadecimal = text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+  const char* const begin = text + (hexadecimal ? 2 : 0);
+  const char* const digits = begin + (!hexadecimal && (begin[0] == '-' || begin[0] == '+') ? 1 : 0);
+  char* end = nullptr;
+  errno = 0;
+  const long long value = strtoll(begin, &end, hexadecimal ? 16 : 10);
+  return isxdigit(static_cast<unsigned char>(digits[0])) != 0 && *end == '\0' && end != begin && errno == 0 &&
+         value >= INT_MIN && value <= UINT_MAX;
 }
 
 // The conversions of scanf, without what it leaves undefined: a number too large for 64 bits reads as the largest.

@@ -64,6 +64,9 @@ void integer_call(const DppCmdEntry& entry, char* rest) {
       QLIX_COMM_PRINT("%s: more than %u arguments\n", entry.name, DPP_CMD_ARG_MAX);
       return;
     }
+    if (!dpp_is_integer(word)) {
+      QLIX_COMM_PRINT("%s: '%s' is no number of 32 bits and counts as 0x%x\n", entry.name, word, dpp_atoi(word));
+    }
     args.value[args.num++] = dpp_atoi(word);
   }
   const uint32_t code = entry.func(entry, args);

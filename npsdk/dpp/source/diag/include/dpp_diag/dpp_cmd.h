@@ -66,3 +66,5 @@ bool dpp_cmd_is_usage_word(const char* words);
 /// The integer of a command word: hexadecimal after 0x or 0X, else decimal with a sign, up to the first character that
 /// does not fit. Text that is no number and a null pointer give 0; a negative number gives its two's complement.
 uint32_t dpp_atoi(const char* text);
+/// Whether all of the word is a number that dpp_atoi reads, of 32 bits with or without a sign.
+bool dpp_is_integer(const char* text);
