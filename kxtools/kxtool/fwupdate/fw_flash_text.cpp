@@ -90,8 +90,8 @@ std::string fw_flash_text(const fw_update& update) {
 }
 
 void fw_flash_report(fw_update& update, const char* why) {
-  if (update.package.kind == FW_KIND_NONE) {
-    return;
+  if (update.package.kind == FW_KIND_NONE && update.path == nullptr) {
+    return;  // a query
   }
   const std::lock_guard guard(update.lock);
   const std::string text = fw_flash_text(update);

@@ -110,6 +110,7 @@ TEST(FirmwareUpdate, DamagedPackageIsRefusedBeforeAnythingIsSent) {
                 HasSubstr(size >= 400 ? "binary file was damaged during transfer!!!\ntips: " : "BL1 doesn't valid! "));
     EXPECT_THAT(result.err, HasSubstr(size >= 400 ? "cause: the package is refused: part A image "
                                                   : "cause: the package is refused: too short for a package: "));
+    EXPECT_THAT(result.err, HasSubstr("failed: nothing was written to the flash"));
     EXPECT_THAT(result.log, Not(Contains(HasSubstr("event_id=27 ")))) << "the card heard of the update";
   }
   const Workplace cut_table;
