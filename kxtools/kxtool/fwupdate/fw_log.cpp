@@ -23,7 +23,7 @@ constexpr mode_t FOLDER_MODE = 01777;
 constexpr mode_t FILE_MODE = 0644;
 constexpr size_t LINE_SIZE = 1024;  // longer lines are cut
 
-// Both threads write, and the command's closes while the other may still be writing.
+// Both threads write. It is never closed: a notice may come, and write, until the process ends.
 constinit std::mutex log_mutex;
 int log_fd = -1;
 
@@ -61,14 +61,6 @@ void fw_log_open() {
   }
   FW_INFO("compile time: %s %s\n", KX_BUILD_DATE, KX_BUILD_TIME);
   FW_INFO("compile host: %s\n", KX_BUILD_HOST);
-}
-
-void fw_log_close() {
-  const std::lock_guard lock(log_mutex);
-  if (log_fd >= 0) {
-    close(log_fd);
-    log_fd = -1;
-  }
 }
 
 void fw_log_line(const char* kind, const char* function, int line, const char* format, ...) {

@@ -4,7 +4,6 @@
 
 /// Opens the log and writes when and where this tool was compiled. A log that cannot be made costs one line.
 void fw_log_open();
-void fw_log_close();
 
 /// One line: time stamp, `kind`, function, source line and text; `format` holds its newline.
 [[gnu::format(printf, 4, 5)]] void fw_log_line(const char* kind, const char* function, int line, const char* format,

@@ -92,7 +92,6 @@ int on_channel_exit(int status) {
   if (device->access_mode == KXTOOL_ACCESS_BDF) {
     tarn_bc_exit(device);
   }
-  fw_log_close();
   kxtool_exit(status);
 }
 
