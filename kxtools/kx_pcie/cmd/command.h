@@ -23,9 +23,9 @@ struct kxpcie_command {
   uint8_t words_max;
   kxpcie_run_fn run;        ///< null for a report
   kxpcie_report_fn report;  ///< takes no words
-  bool verifies = false;    ///< --verify may follow the words, and does not count among them
 };
 
+/// May follow the words of a command whose help names it, and does not count among them.
 inline constexpr const char* KXPCIE_VERIFY = "--verify";
 /// Takes --verify off the end of the words. True when it stood there.
 bool kxpcie_verify_take(kxpcie_words* words);

@@ -29,7 +29,7 @@ constexpr kxpcie_command commands[] = {
     {"devmem", "devmem <address> [words]: words of card memory", READS, 1, 2, kxpcie_devmem, nullptr},
     {"devmem_write",
      "devmem_write <address> <value> [mask] [--verify]: writes a word of card memory, or reads it back too", WRITES, 2,
-     3, kxpcie_devmem_write, nullptr, true},
+     3, kxpcie_devmem_write, nullptr},
     {"addr_dump", "addr_dump <address> <bytes> [file]: dump of card memory", READS, 2, 3, kxpcie_addr_dump, nullptr},
     {"dbi_read", "dbi_read <controller 0-4> <offset> [words]: a controller's view of its configuration space", READS, 2,
      3, kxpcie_dbi_read, nullptr},
@@ -46,7 +46,7 @@ constexpr kxpcie_command commands[] = {
     report_row("bar_list", "bar_list: BARs with address, size and kind", kxpcie_bar_list),
     {"bar_read", "bar_read <bar> <offset> [words]: words of a BAR", READS, 2, 3, kxpcie_bar_read, nullptr},
     {"bar_write", "bar_write <bar> <offset> <value> [--verify]: writes a word of a BAR, or reads it back too", WRITES,
-     3, 3, kxpcie_bar_write, nullptr, true},
+     3, 3, kxpcie_bar_write, nullptr},
     {"bar_dump", "bar_dump <bar> <offset> <bytes> [file]: dump of a BAR", READS, 3, 4, kxpcie_bar_dump, nullptr},
     report_row("msix_dump", "msix_dump: MSI-X table and pending bits", kxpcie_msix_dump),
     report_row("msi_dump", "msi_dump: MSI address, data, mask and pending bits", kxpcie_msi_dump),
@@ -100,7 +100,7 @@ bool option_check(const kxpcie_command& command, kxpcie_words* words) {
   if (words->empty() || strncmp(words->back(), "--", 2) != 0) {
     return true;
   }
-  if (!command.verifies) {
+  if (strstr(command.help, KXPCIE_VERIFY) == nullptr) {
     kx_error_print("kxtool: '%s' is no word of %s, which takes no options\n", words->back(), command.name);
     return false;
   }

@@ -135,7 +135,7 @@ int fw_request_read(const kxtool_cmd_ctx& ctx, fw_request* request) {
   if (wrong.empty() && typed.sha256 != nullptr && !fw_sha256_read(typed.sha256, &expected)) {
     wrong = "--sha256 takes 64 hexadecimal digits";
   }
-  if (!wrong.empty()) {
+  if (!wrong.empty() || typed.object == nullptr) {
     return refuse_words(ctx, wrong);
   }
   if (query_find(typed.object) != nullptr) {
