@@ -118,6 +118,7 @@ class Run {
   /// Forks the command with the first trap that works.
   int command_start(const RunOptions& options, const Attempt& attempt);
   void call_handle(TrappedCall& call);
+  void ioctl_handle(TrappedCall& call);
   void mapping_handle(TrappedCall& call);
   void write_handle(TrappedCall& call);
   /// True when the command has ended.
@@ -212,37 +213,35 @@ int Run::serve(const RunOptions& options, const Attempt& attempt, int signals) {
 }
 
 void Run::call_handle(TrappedCall& call) {
-  const auto number = call.number();
+  using Handle = void (*)(Run & run, TrappedCall & call);
+  static constexpr struct {
+    int64_t number;
+    Handle handle;
+  } card_calls[] = {
+      {SYS_ioctl, [](Run& run, TrappedCall& trapped) { run.ioctl_handle(trapped); }},
+      {SYS_socket, [](Run& run, TrappedCall& trapped) { run.netlink_.open_socket(trapped); }},
+      {SYS_bind, [](Run& run, TrappedCall& trapped) { run.netlink_.bind_socket(trapped); }},
+      {SYS_connect, [](Run& run, TrappedCall& trapped) { run.system_log_.connect(trapped); }},
+      {SYS_mmap, [](Run& run, TrappedCall& trapped) { run.mapping_handle(trapped); }},
+      {SYS_write, [](Run& run, TrappedCall& trapped) { run.write_handle(trapped); }},
+  };
+  for (const auto& row : card_calls) {
+    if (row.number == call.number()) {
+      std::lock_guard guard(card_.lock());
+      row.handle(*this, call);
+      return;
+    }
+  }
   // A path is a matter of files alone, and dozens of them belong to a word of card memory: the card's thread is not
   // held up for them.
-  if (number != SYS_ioctl && number != SYS_socket && number != SYS_bind && number != SYS_mmap && number != SYS_write) {
-    room_.handle(call);
-    return;
-  }
-  std::lock_guard guard(card_.lock());
-  switch (number) {
-    case SYS_ioctl:
-      if (static_cast<uint32_t>(call.argument(1)) == driver_ioctl_request) {
-        driver_.handle(call);
-      } else {
-        ethtool_.handle(call);
-      }
-      break;
-    case SYS_socket:
-      netlink_.open_socket(call);
-      break;
-    case SYS_bind:
-      netlink_.bind_socket(call);
-      break;
-    case SYS_connect:
-      system_log_.connect(call);
-      break;
-    case SYS_mmap:
-      mapping_handle(call);
-      break;
-    case SYS_write:
-      write_handle(call);
-      break;
+  room_.handle(call);
+}
+
+void Run::ioctl_handle(TrappedCall& call) {
+  if (static_cast<uint32_t>(call.argument(1)) == driver_ioctl_request) {
+    driver_.handle(call);
+  } else {
+    ethtool_.handle(call);
   }
 }
 
