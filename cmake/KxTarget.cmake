@@ -22,10 +22,11 @@ if(KX_FUZZ)
   target_link_options(kx_flags INTERFACE -fsanitize=address,undefined)
 endif()
 
-# The product is built without exceptions and without run-time types; tests and benchmarks follow their libraries.
+# The product is built without exceptions and without run-time types, and hardened; tests and benchmarks follow their
+# libraries.
 add_library(kx_product_flags INTERFACE)
 target_compile_options(kx_product_flags INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
-target_link_libraries(kx_product_flags INTERFACE kx_flags)
+target_link_libraries(kx_product_flags INTERFACE kx_flags kx_hardening)
 
 # kx_library(<name> SOURCES <file>... [LINKS <target>...] [PRIVATE_LINKS <target>...])
 # A static library of this folder whose public headers lie in ./include. LINKS are the arrows that its public headers
