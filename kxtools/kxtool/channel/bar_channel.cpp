@@ -10,6 +10,7 @@
 #include "channel/tools_msg.h"
 #include "common/report.h"
 #include "kxtools/dev.h"
+#include "qlix_comm/device_order.h"
 
 namespace {
 
@@ -39,7 +40,7 @@ int32_t area_prepare(kxtool_device* device) {
   for (uint32_t offset = 0; offset < BAR_MSG_AREA_SIZE; offset += sizeof(uint32_t)) {
     kx_mmio_write32(bar, device->bar_offset + offset, 0);
   }
-  kx_mmio_write_barrier();
+  qlix_comm_order_words_before_ready();
   return 0;
 }
 

@@ -6,6 +6,7 @@
 #include "common/report.h"
 #include "common/wait.h"
 #include "mailbox_slot.h"
+#include "qlix_comm/device_order.h"
 
 namespace {
 
@@ -97,7 +98,7 @@ void bar_hardware_unlock(uint32_t lock_id, const kx_mmio_region& spin, const kx_
     return;
   }
   kx_mmio_write16(label, 2 * uint64_t{lock_id}, 0);
-  kx_mmio_write_barrier();
+  qlix_comm_order_words_before_ready();
   kx_mmio_write8(spin, lock_id, 0);
 }
 

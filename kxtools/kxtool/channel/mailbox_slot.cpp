@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "channel/mailbox.h"
+#include "qlix_comm/device_order.h"
 
 namespace {
 
@@ -148,11 +149,11 @@ bool bar_valid_get(const kx_mmio_region& slot) {
 }
 
 void bar_valid_set(const kx_mmio_region& slot) {
-  kx_mmio_write_barrier();
+  qlix_comm_order_words_before_ready();
   flags_change(slot, BAR_FLAG_VALID, BAR_FLAG_VALID);
 }
 
 void bar_flags_clear(const kx_mmio_region& slot, uint8_t flags) {
-  kx_mmio_write_barrier();
+  qlix_comm_order_words_before_ready();
   flags_change(slot, flags, 0);
 }

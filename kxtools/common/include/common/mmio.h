@@ -1,11 +1,12 @@
 // Device memory: the only way in which the tool touches a mapped BAR. Accesses are aligned, of the width that the wire
-// needs, never merged, split or repeated by the compiler; reads that follow a poll and writes that precede a doorbell
-// are ordered by the barriers below.
+// needs, never merged, split or repeated by the compiler. What follows a read comes after it; a write that must come
+// after others needs qlix_comm_order_words_before_ready() in front of it.
 #pragma once
 
 #include <cstdint>
 
 #include "common/device_memory.h"
+#include "qlix_comm/device_order.h"
 
 /// A mapped BAR or a part of one: `size` bytes of device memory at `base`. It owns nothing.
 struct kx_mmio_region {
@@ -22,24 +23,6 @@ struct kx_mmio_region {
   }
 };
 
-/// Orders all earlier reads of device memory before all later accesses.
-inline void kx_mmio_read_barrier() {
-#if defined(__x86_64__) || defined(__i386__)
-  asm volatile("" ::: "memory");
-#else
-  __atomic_thread_fence(__ATOMIC_ACQUIRE);
-#endif
-}
-
-/// Orders all earlier writes of memory before all later writes of device memory.
-inline void kx_mmio_write_barrier() {
-#if defined(__x86_64__) || defined(__i386__)
-  asm volatile("sfence" ::: "memory");
-#else
-  __atomic_thread_fence(__ATOMIC_SEQ_CST);
-#endif
-}
-
 /// True when the region was taken away: what is read is all ones, what is written goes nowhere.
 inline bool kx_mmio_is_lost(const kx_mmio_region& region) {
   return kx_device_memory_losses.load(std::memory_order_relaxed) != 0 && kx_device_memory_is_lost(region.base);
@@ -48,7 +31,7 @@ inline bool kx_mmio_is_lost(const kx_mmio_region& region) {
 // REQUIRES for all: the offset is a multiple of the width and region.holds(offset, width).
 inline uint32_t kx_mmio_read32(const kx_mmio_region& region, uint64_t offset) {
   const uint32_t value = *reinterpret_cast<const volatile uint32_t*>(region.base + offset);
-  kx_mmio_read_barrier();
+  qlix_comm_order_completion_before_data();
   return kx_mmio_is_lost(region) ? UINT32_MAX : value;
 }
 
@@ -58,7 +41,7 @@ inline void kx_mmio_write32(const kx_mmio_region& region, uint64_t offset, uint3
 
 inline uint8_t kx_mmio_read8(const kx_mmio_region& region, uint64_t offset) {
   const uint8_t value = region.base[offset];
-  kx_mmio_read_barrier();
+  qlix_comm_order_completion_before_data();
   return kx_mmio_is_lost(region) ? UINT8_MAX : value;
 }
 

@@ -4,6 +4,7 @@
 
 #include "dpp_chip/dpp_mutex.h"
 #include "dpp_dtb_internal.h"
+#include "qlix_comm/device_order.h"
 #include "qlix_comm/memory.h"
 #include "qlix_comm/print.h"
 
@@ -172,6 +173,7 @@ uint32_t dpp_dtb_item_ack_rd(uint32_t dev_id, uint32_t queue_id, uint32_t dir, u
   uint64_t addr = 0;
   QLIX_COMM_PASS(ack_addr(dev_id, queue_id, dir, item, word, &addr));
   *value = dpp_dtb_rd32(addr);
+  qlix_comm_order_completion_before_data();
   return QLIX_COMM_OK;
 }
 

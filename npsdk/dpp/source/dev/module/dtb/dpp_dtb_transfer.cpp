@@ -11,6 +11,7 @@
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_no.h"
 #include "dpp_reg/dpp_reg_types.h"
+#include "qlix_comm/device_order.h"
 #include "qlix_comm/print.h"
 
 namespace {
@@ -61,6 +62,7 @@ uint32_t free_item_take(dpp_dtb_items* items, uint32_t* item) {
 inline uint32_t doorbell_ring(uint32_t dev_id, uint32_t queue_id, const dpp_dtb_item_info& info) {
   DPP_CARD_GUARD(card, dev_id, nullptr);
   QLIX_COMM_PASS(card.status());
+  qlix_comm_order_memory_before_doorbell();
   QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, info.data_addr_h);
   QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, info.data_addr_l);
   const uint32_t word =
@@ -155,6 +157,7 @@ inline uint32_t completion_wait(uint32_t dev_id, uint32_t queue_id, dpp_dtb_item
     *ack = dpp_dtb_rd32(addr);
     QLIX_COMM_TRACE_DEBUG("dpp_dtb_item_ack_rd ack_value:0x%08x\n", *ack);
     if (dtb_ack_state(*ack) == DTB_ACK_DONE) [[likely]] {
+      qlix_comm_order_completion_before_data();
       break;
     }
     if (polls > limit) {

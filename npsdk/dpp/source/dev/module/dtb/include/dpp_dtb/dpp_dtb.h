@@ -94,7 +94,8 @@ uint32_t dpp_dtb_item_buff_wr(uint32_t dev_id, uint32_t queue_id, uint32_t dir, 
 inline uint32_t* dpp_dtb_memory(uint64_t addr) {
   return reinterpret_cast<uint32_t*>(addr);  // NOLINT(performance-no-int-to-ptr)
 }
-/// One aligned 32-bit access to memory that the chip writes too; what was written before is visible before.
+/// One aligned 32-bit access to memory that the chip writes too, ordered for other threads; the order that the chip
+/// sees is qlix_comm/device_order.h's.
 inline uint32_t dpp_dtb_rd32(uint64_t addr) {
   return __atomic_load_n(dpp_dtb_memory(addr), __ATOMIC_ACQUIRE);
 }
