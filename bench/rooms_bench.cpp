@@ -14,9 +14,10 @@
 #include <string>
 #include <vector>
 
+#include "device/address.h"
 #include "kx_pcie/bind.h"
 #include "kx_pcie/tunnel.h"
-#include "kxtools/dev.h"
+#include "kxtools/bind.h"
 #include "side_by_side.h"
 
 namespace {
@@ -56,8 +57,6 @@ struct Exchange {
 };
 
 int measure_inside() {
-  const kxtools_dev_pcie_ops ops = {bind_pcie_dev_help, get_sbdf_by_node_id, bind_pcie_dev_by_sbdf};
-  kxtools_dev_pcie_ops_set(&ops);
   kxtools_sbdf function = 0;
   if (kxtools_dev_name2bdf("0000:3b:00.0", &function) != 0 || kxtools_dev_bind(function) != 0) {
     return 1;

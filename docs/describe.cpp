@@ -7,9 +7,9 @@
 #include <cstring>
 
 #include "common/report.h"
+#include "device/bar.h"
+#include "device/compat.h"
 #include "kxtool/commands.h"
-#include "kxtools/compat.h"
-#include "kxtools/dev.h"
 #include "modules.h"
 
 namespace {

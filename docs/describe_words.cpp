@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "describe.h"
-#include "kxtools/card_interfaces.h"
+#include "device/function.h"
 #include "kxtools/cmd.h"
 
 namespace {

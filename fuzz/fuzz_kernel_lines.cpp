@@ -9,7 +9,9 @@
 #include <string>
 
 #include "dev_choice.h"
-#include "dev_sysfs.h"
+#include "device/address.h"
+#include "device/interfaces.h"
+#include "device/sysfs.h"
 
 namespace {
 

@@ -5,7 +5,11 @@
 #include "cmd_explain.h"
 #include "cmd_line.h"
 #include "common/report.h"
-#include "kxtools/shell.h"
+#include "device/address.h"
+#include "device/bar.h"
+#include "device/compat.h"
+#include "device/function.h"
+#include "kxtools/session.h"
 
 namespace {
 

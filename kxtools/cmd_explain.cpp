@@ -5,9 +5,8 @@
 #include "cmd_line.h"
 #include "common/nearest.h"
 #include "common/report.h"
-#include "dev_sysfs.h"
-#include "kxtools/card_interfaces.h"
-#include "kxtools/shell.h"
+#include "device/interfaces.h"
+#include "kxtools/session.h"
 
 namespace {
 

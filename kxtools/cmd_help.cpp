@@ -6,7 +6,7 @@
 #include "cmd_line.h"
 #include "common/report.h"
 #include "kxtools/cmd.h"
-#include "kxtools/shell.h"
+#include "kxtools/session.h"
 
 namespace {
 

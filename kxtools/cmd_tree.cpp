@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "common/report.h"
+#include "device/address.h"
 #include "kxtools/cmd.h"
 #include "kxtools/shell.h"
 

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "kxtools/cmd.h"
+#include "kxtools/session.h"
 #include "kxtools/shell.h"
 
 namespace {

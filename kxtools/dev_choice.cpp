@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "common/report.h"
+#include "kx_pcie/bind.h"
 
 namespace {
 
@@ -51,9 +52,9 @@ bool decimal_read(std::string_view text, uint32_t* value) {
 
 }  // namespace
 
-void kxtools_device_list_print(const kxtools_dev_pcie_ops& ops) {
+void kxtools_device_list_print() {
   kx_print("%s\n", RULE);
-  ops.device_list_print();
+  bind_pcie_dev_help();
   kx_print("%s\n", RULE);
 }
 

@@ -4,8 +4,6 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "kxtools/dev.h"
-
 enum class kxtools_index_result {
   index,    ///< a number was read
   quit,     ///< the user chose none
@@ -14,7 +12,7 @@ enum class kxtools_index_result {
 };
 
 /// Prints the device list of the PCIe module between two rules.
-void kxtools_device_list_print(const kxtools_dev_pcie_ops& ops);
+void kxtools_device_list_print();
 
 /// Asks for an index and reads lines from `in` until one is a decimal number of at most 8 digits or "q", three were
 /// neither, or the input ends. It takes no character beyond the last line's newline. A line typed ahead is an answer

@@ -4,15 +4,14 @@
 #include <cstring>
 
 #include "common/report.h"
+#include "device/bar.h"
 #include "dpp_diag/dpp_shell.h"
 #include "kx_np/cmd.h"
 #include "kx_np/np_init.h"
-#include "kx_pcie/bind.h"
-#include "kxtools/dev.h"
+#include "kxtools/bind.h"
 
 namespace {
 
-constexpr kxtools_dev_pcie_ops PCIE_OPS = {bind_pcie_dev_help, get_sbdf_by_node_id, bind_pcie_dev_by_sbdf};
 constexpr int STATUS_FAILED = 1;
 constexpr int STATUS_USAGE = 2;
 
@@ -26,7 +25,6 @@ int main(int argc, char** argv) {
     return kx_exit_status(asked ? 0 : STATUS_USAGE);
   }
   setvbuf(stdin, nullptr, _IONBF, 0);  // the choice of the device leaves the lines behind it to the line editor
-  kxtools_dev_pcie_ops_set(&PCIE_OPS);
   bool quit = false;
   if (kxtools_dev_info_init() != 0 || kxtools_dev_init(device, &quit) != 0) {
     KXTOOLS_ERR("no device is bound\n");

@@ -6,8 +6,12 @@
 #include <string>
 
 #include "common/report.h"
+#include "device/address.h"
+#include "device/bar.h"
+#include "device/compat.h"
 #include "kxtool/commands.h"
 #include "kxtools/cmd.h"
+#include "kxtools/session.h"
 #include "kxtools/shell.h"
 #include "modules.h"
 

@@ -3,7 +3,6 @@
 #include "kx_bttl/cmd.h"
 #include "kx_np/cmd.h"
 #include "kx_np/unit.h"
-#include "kx_pcie/bind.h"
 #include "kx_pcie_cmd/cmd.h"
 #include "kx_trace_app/cmd.h"
 #include "kx_vqm/cmd.h"
@@ -29,8 +28,6 @@ constexpr module_init_fn DEV_INITS[] = {
     nullptr,
 };
 
-constexpr kxtools_dev_pcie_ops PCIE_OPS = {bind_pcie_dev_help, get_sbdf_by_node_id, bind_pcie_dev_by_sbdf};
-
 // What the maintenance commands check, count and dump.
 constexpr const kxtools_unit* UNITS[] = {&kxvqm_unit, &kxtool_pcie_unit, &kxnp_unit, &kxnp_port_unit};
 
@@ -46,7 +43,6 @@ int32_t run_all(const module_init_fn* init) {
 }  // namespace
 
 int32_t kxtools_module_cmd_init() {
-  kxtools_dev_pcie_ops_set(&PCIE_OPS);
   kxtool_units_set(UNITS);
   kxtools_module_dev_init_set([] { return run_all(DEV_INITS); });
   return run_all(CMD_INITS);

@@ -1,34 +1,23 @@
-// The interactive shell: prompt, permission level, its built-in commands and the read loop.
+// The interactive shell: its built-in commands and the read loop.
 #include "kxtools/shell.h"
 
-#include <fcntl.h>
 #include <linenoise.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
 #include "common/report.h"
-#include "common/unique_fd.h"
+#include "kxtools/bind.h"
 #include "kxtools/cmd.h"
+#include "kxtools/session.h"
 #include "terminal_guard.h"
 
 namespace {
 
-constexpr uint32_t LEVEL_USER = 0;
-constexpr uint32_t LEVEL_SUPER = 1;
 constexpr char ACCESS_WORD[] = "opsu";
-constexpr size_t PROMPT_SIZE = 100;
 
-struct shell_state {
-  char prompt[PROMPT_SIZE] = "[kxtool]>";
-  uint32_t permission = LEVEL_USER;
-  bool interactive = false;
-  bool running = true;
-};
-
-constinit shell_state shell = {};
+constinit bool running = true;
 
 struct line_deleter {
   void operator()(char* line) const {
@@ -54,25 +43,6 @@ void cmd_completion(const char* buffer, linenoiseCompletions* completions) {
 
 }  // namespace
 
-int32_t kxtools_prompt_set(const char* sbdf) {
-  if (sbdf == nullptr) {
-    KXTOOLS_ERR("sbdf is NULL!\n");
-    return -1;
-  }
-  const bool super = shell.permission == LEVEL_SUPER;
-  snprintf(shell.prompt, sizeof shell.prompt, "[%skxtool%s%s]%s", super ? "root@" : "", sbdf[0] == '\0' ? "" : ":",
-           sbdf, super ? "#" : ">");
-  return 0;
-}
-
-const char* kxtools_prompt_get() {
-  return shell.prompt;
-}
-
-uint32_t kxtools_permission_get() {
-  return shell.permission;
-}
-
 int32_t kxtools_permission_switch(kxtools_cmd_context* ctx) {
   if (ctx == nullptr) {
     KXTOOLS_ERR("ctx is NULL!\n");
@@ -93,7 +63,7 @@ int32_t kxtools_permission_switch(kxtools_cmd_context* ctx) {
     return -1;
   }
   kx_print("Warning: You have entered super user mode, operations may cause system anomalies!!!\n\n\n");
-  shell.permission = LEVEL_SUPER;
+  kxtools_permission_set(KXTOOLS_LEVEL_SUPER);
   if (kxtools_prompt_set(ctx->dev_info.sbdf) != 0) {
     KXTOOLS_ERR("kxtools_prompt_set failed!\n");
     return -1;
@@ -107,7 +77,7 @@ int32_t kxtools_permission_logout(kxtools_cmd_context* ctx) {
     kx_error_print("kxtool: 'logout' takes no words\n");
     return -1;
   }
-  shell.permission = LEVEL_USER;
+  kxtools_permission_set(KXTOOLS_LEVEL_USER);
   if (kxtools_prompt_set(ctx->dev_info.sbdf) != 0) {
     KXTOOLS_ERR("kxtools_prompt_set failed!\n");
     return -1;
@@ -121,7 +91,7 @@ int32_t kxtools_quit(kxtools_cmd_context* ctx) {
     kx_error_print("kxtool: 'quit' takes no words\n");
     return -1;
   }
-  shell.running = false;
+  running = false;
   return 0;
 }
 
@@ -151,29 +121,10 @@ int32_t kxtools_sbdf_switch(kxtools_cmd_context* /*ctx*/) {
   return 0;
 }
 
-uint32_t kxtools_is_interactive_get() {
-  return shell.interactive ? 1 : 0;
-}
-
-void kxtools_interactive_set() {
-  shell.interactive = true;
-  setvbuf(stdin, nullptr, _IONBF, 0);
-}
-
-void kxtools_child_input_detach() {
-  if (!shell.interactive || isatty(STDIN_FILENO) != 0) {
-    return;
-  }
-  const kx_unique_fd empty(open("/dev/null", O_RDONLY | O_CLOEXEC));
-  if (!empty || dup2(empty.get(), STDIN_FILENO) < 0) {
-    close(STDIN_FILENO);
-  }
-}
-
 int32_t kxtools_shell_run() {
   linenoiseSetCompletionCallback(cmd_completion);
   int32_t result = 0;
-  while (shell.running) {
+  while (running) {
     // The line editor writes past the stream's buffer.
     fflush(stdout);
     const line_owner line = line_read();

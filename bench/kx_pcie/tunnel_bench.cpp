@@ -10,9 +10,10 @@
 #include <cstdlib>
 #include <new>
 
+#include "device/address.h"
 #include "kx_pcie/bind.h"
 #include "kx_pcie/tunnel.h"
-#include "kxtools/dev.h"
+#include "kxtools/bind.h"
 
 namespace {
 
@@ -120,8 +121,6 @@ int main(int argc, char** argv) {
     perror(KXVCARD);
     return 1;
   }
-  const kxtools_dev_pcie_ops ops = {bind_pcie_dev_help, get_sbdf_by_node_id, bind_pcie_dev_by_sbdf};
-  kxtools_dev_pcie_ops_set(&ops);
   kxtools_sbdf sbdf = 0;
   uint32_t value = 0;
   if (kxtools_dev_name2bdf(FUNCTION, &sbdf) != 0 || kxtools_dev_bind(sbdf) != 0 ||

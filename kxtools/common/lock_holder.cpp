@@ -5,11 +5,11 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
+#include "common/printable.h"
 #include "common/unique_fd.h"
 
 namespace {
@@ -59,7 +59,7 @@ void command_read(pid_t pid, char* text, size_t size) {
     end = process_file_read(pid, "comm", text, size - 1);
   }
   for (size_t i = 0; i < end; ++i) {
-    text[i] = text[i] == '\0' ? ' ' : isprint(static_cast<unsigned char>(text[i])) != 0 ? text[i] : '?';
+    text[i] = text[i] == '\0' ? ' ' : kx_is_printable(text[i]) ? text[i] : '?';
   }
   text[end] = '\0';
 }

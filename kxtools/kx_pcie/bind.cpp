@@ -3,10 +3,13 @@
 #include <optional>
 
 #include "common/report.h"
+#include "device/address.h"
+#include "device/bar.h"
+#include "device/compat.h"
+#include "device/function.h"
 #include "device_list.h"
 #include "kx_pcie/pcie_lock.h"
 #include "kx_pcie/tunnel.h"
-#include "kxtools/compat.h"
 
 namespace {
 

@@ -9,12 +9,12 @@
 #include "common/report.h"
 #include "common/signals.h"
 #include "common/unique_fd.h"
+#include "device/sysfs.h"
 #include "kx_pcie/capability_walk.h"
 #include "kx_pcie/card_lock.h"
 
 namespace {
 
-constexpr uint32_t STATUS_AND_COMMAND = 0x04;
 constexpr uint32_t ALL_ONES = 0xFFFFFFFF;
 constexpr uint64_t BAR_FLAG_BITS = 0xF;
 
@@ -162,8 +162,8 @@ int32_t pcie_cfg_write_mask(kxtools_sbdf sbdf, uint32_t offset, uint32_t value, 
 
 int32_t pcie_function_answers(kxtools_sbdf sbdf, bool* answers) {
   uint32_t value = ALL_ONES;
-  const int32_t result = pcie_cfg_read_dword(sbdf, STATUS_AND_COMMAND, &value);
-  *answers = value != ALL_ONES;
+  const int32_t result = pcie_cfg_read_dword(sbdf, PCI_COMMAND, &value);
+  *answers = !pcie_is_silence(value);
   return result;
 }
 
@@ -196,7 +196,7 @@ int32_t pcie_find_ext_capability(kxtools_sbdf sbdf, uint16_t id, uint16_t vsec_i
           return 0;
         }
         bool matches = true;
-        if (id == PCI_ECAP_ID_VENDOR && vendor_id_matches(sbdf, offset + 4, vsec_id, &matches) != 0) {
+        if (id == PCI_EXT_CAP_ID_VNDR && vendor_id_matches(sbdf, offset + 4, vsec_id, &matches) != 0) {
           return -1;
         }
         return matches ? 1 : 0;

@@ -57,7 +57,7 @@ int32_t pcie_find_ext_capability_directly(uint64_t base, uint16_t id, uint16_t v
         if ((header & 0xFFFF) != id) {
           return 0;
         }
-        if (id == PCI_ECAP_ID_VENDOR) {
+        if (id == PCI_EXT_CAP_ID_VNDR) {
           if (at + 4 >= PCIE_CFG_SIZE) {
             return 0;
           }

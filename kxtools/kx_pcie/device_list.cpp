@@ -1,61 +1,32 @@
 #include "device_list.h"
 
-#include <dirent.h>
-
 #include <algorithm>
-#include <array>
-#include <cstdio>
-#include <memory>
+#include <string>
 
 #include "common/report.h"
+#include "device/function.h"
+#include "device/sysfs.h"
 #include "kx_pcie/config_space.h"
 
 namespace {
 
-using unique_dir = std::unique_ptr<DIR, int (*)(DIR*)>;
-using unique_file = std::unique_ptr<FILE, int (*)(FILE*)>;
-using path_buffer = std::array<char, 100>;
+constexpr size_t PATH_MAX_LENGTH = 99;
 
-constexpr uint32_t CFG_ID = 0x00;
-constexpr uint32_t CFG_CLASS = 0x08;
-constexpr uint32_t CFG_HEADER_TYPE = 0x0C;
-constexpr uint32_t CFG_BUS_NUMBERS = 0x18;
-constexpr uint32_t HEADER_TYPE_BRIDGE = 1;
-constexpr uint32_t SRIOV_VF_DEVICE = 24;  // the dword whose upper half is the device identifier of the functions
-
-enum class attribute_state { read, absent, unreadable };
-
-bool make_path(const char* entry, const char* name, path_buffer* path) {
-  const int length = snprintf(path->data(), path->size(), "%s/%s/%s", KXTOOLS_PCI_DEVICES, entry, name);
-  if (length < 0 || static_cast<size_t>(length) >= path->size()) {
-    kx_print("create filepath failed\n");
-    return false;
-  }
-  return true;
-}
-
-attribute_state read_attribute(const path_buffer& path, uint32_t* value) {
-  const unique_file file(fopen(path.data(), "re"), fclose);
-  if (file == nullptr) {
-    return attribute_state::absent;
-  }
-  return fscanf(file.get(), "%x", value) == 1 ? attribute_state::read : attribute_state::unreadable;
-}
-
-void describe_switch(const char* entry, const path_buffer& class_path, uint32_t vendor, uint32_t device,
+void describe_switch(const char* entry, const std::string& class_path, uint32_t vendor, uint32_t device,
                      pcie_device_list* list) {
   pcie_switch_node node = {.vendor = vendor, .device = device};
   if (pcie_sbdf_parse(&node.sbdf, entry) != 0) {
     return;
   }
-  if (read_attribute(class_path, &node.class_code) != attribute_state::read) {
+  if (kxtools_hex_file_read(class_path, &node.class_code) != kxtools_hex_file::read) {
     kx_print("get classcode failed!\n");
     return;
   }
   uint32_t header = 0;
   uint32_t buses = 0;
-  if (pcie_cfg_read_dword(node.sbdf, CFG_HEADER_TYPE, &header) == 0 && (header >> 16 & 0x7F) == HEADER_TYPE_BRIDGE &&
-      pcie_cfg_read_dword(node.sbdf, CFG_BUS_NUMBERS, &buses) == 0) {
+  if (pcie_cfg_read_dword(node.sbdf, PCI_CACHE_LINE_SIZE, &header) == 0 &&
+      (header >> 16 & PCI_HEADER_TYPE_MASK) == PCI_HEADER_TYPE_BRIDGE &&
+      pcie_cfg_read_dword(node.sbdf, PCI_PRIMARY_BUS, &buses) == 0) {
     node.secondary_bus = static_cast<uint8_t>(buses >> 8);
     node.subordinate_bus = static_cast<uint8_t>(buses >> 16);
   }
@@ -67,13 +38,13 @@ void describe_function(const char* entry, pcie_device_list* list) {
   if (pcie_sbdf_parse(&node.sbdf, entry) != 0 || sbdf_valid_check(node.sbdf) != 0) {
     return;
   }
-  const int32_t sriov = pcie_find_ext_capability(node.sbdf, PCI_ECAP_ID_SRIOV, 0);
+  const int32_t sriov = pcie_find_ext_capability(node.sbdf, PCI_EXT_CAP_ID_SRIOV, 0);
   uint32_t id = 0;
   uint32_t class_revision = 0;
   uint32_t vf_device = 0;
-  if (sriov < 0 || pcie_cfg_read_dword(node.sbdf, CFG_ID, &id) != 0 ||
-      pcie_cfg_read_dword(node.sbdf, CFG_CLASS, &class_revision) != 0 ||
-      pcie_cfg_read_dword(node.sbdf, static_cast<uint32_t>(sriov) + SRIOV_VF_DEVICE, &vf_device) != 0) {
+  if (sriov < 0 || pcie_cfg_read_dword(node.sbdf, PCI_VENDOR_ID, &id) != 0 ||
+      pcie_cfg_read_dword(node.sbdf, PCI_CLASS_REVISION, &class_revision) != 0 ||
+      pcie_cfg_read_dword(node.sbdf, static_cast<uint32_t>(sriov) + PCI_SRIOV_VF_DID - 2, &vf_device) != 0) {
     return;
   }
   node.vendor = id & 0xFFFF;
@@ -94,25 +65,24 @@ bool is_out_of_reach(const char* entry) {
 
 // Returns false when the scan must end.
 bool visit(const char* entry, pcie_device_list* list) {
-  path_buffer vendor_path;
-  path_buffer device_path;
-  path_buffer class_path;
-  if (!make_path(entry, "vendor", &vendor_path) || !make_path(entry, "device", &device_path) ||
-      !make_path(entry, "class", &class_path)) {
+  const std::string folder = std::string(KXTOOLS_PCI_DEVICES) + "/" + entry;
+  const std::string device_path = folder + "/device";
+  if (device_path.size() > PATH_MAX_LENGTH) {
+    kx_print("create filepath failed\n");
     return false;
   }
   uint32_t vendor = 0;
   uint32_t device = 0;
-  const attribute_state vendor_state = read_attribute(vendor_path, &vendor);
-  const attribute_state device_state = read_attribute(device_path, &device);
-  if (vendor_state == attribute_state::absent || device_state == attribute_state::absent) {
+  const kxtools_hex_file vendor_state = kxtools_hex_file_read(folder + "/vendor", &vendor);
+  const kxtools_hex_file device_state = kxtools_hex_file_read(device_path, &device);
+  if (vendor_state == kxtools_hex_file::absent || device_state == kxtools_hex_file::absent) {
     return true;
   }
-  if (vendor_state == attribute_state::unreadable) {
+  if (vendor_state == kxtools_hex_file::unreadable) {
     kx_print("get vendor failed!\n");
     return true;
   }
-  if (device_state == attribute_state::unreadable) {
+  if (device_state == kxtools_hex_file::unreadable) {
     kx_print("get device failed!\n");
     return true;
   }
@@ -121,7 +91,7 @@ bool visit(const char* entry, pcie_device_list* list) {
     return true;
   }
   if (is_switch) {
-    describe_switch(entry, class_path, vendor, device, list);
+    describe_switch(entry, folder + "/class", vendor, device, list);
   } else {
     describe_function(entry, list);
   }
@@ -161,14 +131,14 @@ void print_functions_below(const pcie_switch_node* parent, const pcie_device_lis
 }  // namespace
 
 int32_t pcie_device_list_scan(pcie_device_list* list) {
-  const unique_dir directory(opendir(KXTOOLS_PCI_DEVICES), closedir);
-  if (directory == nullptr) {
+  std::vector<std::string> entries;
+  if (!kxtools_folder_names(KXTOOLS_PCI_DEVICES, &entries)) {
     kx_print("Failed to open directory\n");
     return -1;
   }
   bool whole = true;
-  for (const dirent* entry = readdir(directory.get()); whole && entry != nullptr; entry = readdir(directory.get())) {
-    whole = entry->d_name[0] == '.' || visit(entry->d_name, list);
+  for (size_t i = 0; whole && i < entries.size(); ++i) {
+    whole = visit(entries[i].c_str(), list);
   }
   const auto by_address = [](const auto& a, const auto& b) { return a.sbdf < b.sbdf; };
   std::sort(list->switches.begin(), list->switches.end(), by_address);

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "kxtools/dev.h"
+#include "device/address.h"
 
 /// One of the card's switches.
 struct pcie_switch_node {

@@ -19,10 +19,8 @@ constexpr uint32_t WRITE_WORD = struct_vpd_kx_addr(1, 0x3000);
 constexpr uint32_t RESET = struct_vpd_kx_addr(1, 0x4000);
 constexpr uint32_t READ_STATUS = struct_vpd_kx_addr(0, 0x5000);
 constexpr uint32_t STATUS_GOOD = 1;
-constexpr uint32_t ALL_ONES = 0xFFFFFFFF;
 constexpr uint32_t FLAG = 1u << 31;
 
-constexpr uint32_t VPD_DATA = 4;  // of the data dword, from the capability
 constexpr int POLL_MAX = 20001;
 constexpr useconds_t POLL_STEP_US = 10;
 constexpr unsigned long long TIMEOUT_MS = 200;
@@ -111,7 +109,7 @@ outcome wait_for_flag(kxtools_sbdf sbdf, uint32_t capability, uint32_t written) 
       return outcome::failed;
     }
     // No capability header is all ones: the function has left the bus, and its data would be all ones too.
-    if (command == ALL_ONES) {
+    if (pcie_is_silence(command)) {
       kx_print("[PCIe] the card does not answer, its configuration space reads all ones!\n");
       return outcome::failed;
     }
@@ -129,7 +127,7 @@ outcome wait_for_flag(kxtools_sbdf sbdf, uint32_t capability, uint32_t written) 
 // One try of a transfer. What was read counts only when the command still stands after it.
 outcome exchange(kxtools_sbdf sbdf, uint32_t capability, uint32_t command, uint32_t* data) {
   const uint32_t written = *data;
-  if (pcie_cfg_write_dword(sbdf, capability + VPD_DATA, written) != 0 ||
+  if (pcie_cfg_write_dword(sbdf, capability + PCI_VPD_DATA, written) != 0 ||
       pcie_cfg_write_dword(sbdf, capability, command) != 0) {
     return outcome::failed;
   }
@@ -137,7 +135,7 @@ outcome exchange(kxtools_sbdf sbdf, uint32_t capability, uint32_t command, uint3
     return waited;
   }
   uint32_t after = 0;
-  if (pcie_cfg_read_dword(sbdf, capability + VPD_DATA, data) != 0) {
+  if (pcie_cfg_read_dword(sbdf, capability + PCI_VPD_DATA, data) != 0) {
     return outcome::failed;
   }
   const bool writes = (command & FLAG) != 0;

@@ -6,8 +6,10 @@
 #include "cmd_item.h"
 #include "commands.h"
 #include "common/report.h"
-#include "kxtools/card_lock.h"
-#include "kxtools/dev.h"
+#include "device/address.h"
+#include "device/bar.h"
+#include "device/card_lock.h"
+#include "device/function.h"
 
 namespace {
 

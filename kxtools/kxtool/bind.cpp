@@ -5,6 +5,8 @@
 
 #include "common/nearest.h"
 #include "common/report.h"
+#include "kxtools/bind.h"
+#include "kxtools/session.h"
 #include "options.h"
 #include "sub_commands.h"
 

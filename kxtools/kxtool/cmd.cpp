@@ -11,7 +11,7 @@
 
 #include "common/report.h"
 #include "common/signals.h"
-#include "kxtools/shell.h"
+#include "kxtools/session.h"
 #include "options.h"
 #include "sub_commands.h"
 

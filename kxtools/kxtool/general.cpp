@@ -5,7 +5,7 @@
 
 #include "build_id/build_id.h"
 #include "common/report.h"
-#include "kxtools/shell.h"
+#include "kxtools/session.h"
 #include "options.h"
 #include "sub_commands.h"
 

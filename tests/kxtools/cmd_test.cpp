@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "cmd_line.h"
+#include "device/address.h"
+#include "kxtools/session.h"
 #include "kxtools/shell.h"
 #include "test_tree.h"
 

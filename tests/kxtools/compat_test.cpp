@@ -1,5 +1,5 @@
 // Compatibility: what is read from the card, and which commands it lets run.
-#include "kxtools/compat.h"
+#include "device/compat.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,8 @@
 // Devices: addresses, what the kernel's files say, and the user's choice.
-#include "kxtools/dev.h"
+#include "device/address.h"
+#include "device/function.h"
+#include "device/interfaces.h"
+#include "device/sysfs.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +12,6 @@
 
 #include "../temp_folder.h"
 #include "dev_choice.h"
-#include "dev_sysfs.h"
 #include "test_tree.h"
 
 namespace {

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "kxtools/compat.h"
-#include "kxtools/dev.h"
+#include "device/bar.h"
+#include "device/compat.h"
 
 struct kxtools_cmd_context;
 
@@ -55,6 +55,9 @@ enum kxtools_module : uint32_t {
 /// its message), else the handler's own result.
 int32_t kxtools_cmd_execute(const char* line);
 
+/// The gate: 0 when the matched entry of `ctx` may run on the context's records, -1 with a message when not.
+int32_t kxtools_compat_version_check(const kxtools_cmd_context* ctx);
+
 /// Whether the line asks for the usage of a module, a group or a command of kxnp to kxbttl: its sole word behind the
 /// name is "-h" or "--help". Such a line prints the usage; no command runs and no card is needed.
 bool kxtools_cmd_is_usage(const char* line);
@@ -82,9 +85,6 @@ int32_t kxtools_is_not_kxtool_cmd_format(const kxtools_cmd_entry* entry, uint32_
 using kxtools_is_driver_query_fn = bool (*)(const char* command);
 void kxtools_is_driver_query_set(kxtools_is_driver_query_fn is_driver_query);
 bool kxtools_is_driver_query(const char* command);
-
-/// 1 in the interactive shell, 0 in one-shot mode.
-uint32_t kxtools_is_interactive_get();
 
 /// "help": the top-level entries that the current level may see; takes no words.
 int32_t kxtools_help(kxtools_cmd_context* ctx);

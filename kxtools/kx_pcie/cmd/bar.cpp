@@ -1,25 +1,20 @@
 #include "bar.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "common/report.h"
-#include "common/unique_fd.h"
+#include "device/bar.h"
+#include "device/function.h"
+#include "device/sysfs.h"
 #include "kx_pcie/config_space.h"
+#include "kx_pcie/registers.h"
 
 namespace {
-
-constexpr uint32_t FIRST_BAR = 0x10;
-constexpr uint32_t BAR_IO = 1u << 0;
-constexpr uint32_t BAR_TYPE = 3u << 1;
-constexpr uint32_t BAR_64_BIT = 2u << 1;
-constexpr uint32_t BAR_PREFETCHABLE = 1u << 3;
 
 int32_t range_check(uint32_t index, const kxpcie_bar& bar, uint64_t offset, uint64_t length) {
   if (!bar.present) {
@@ -48,17 +43,17 @@ int32_t kxpcie_bar_get(kxtools_sbdf sbdf, uint32_t index, kxpcie_bar* bar) {
   *bar = {};
   uint32_t below = 0;
   uint32_t low = 0;
-  if ((index > 0 && pcie_cfg_read_dword(sbdf, FIRST_BAR + 4 * (index - 1), &below) != 0) ||
-      pcie_cfg_read_dword(sbdf, FIRST_BAR + 4 * index, &low) != 0 ||
+  if ((index > 0 && pcie_cfg_read_dword(sbdf, PCI_BASE_ADDRESS_0 + 4 * (index - 1), &below) != 0) ||
+      pcie_cfg_read_dword(sbdf, PCI_BASE_ADDRESS_0 + 4 * index, &low) != 0 ||
       get_bar_addr_from_sys_ext(sbdf, index, &bar->address) != 0 ||
       get_bar_size_from_sys_ext(sbdf, index, &bar->size) != 0) {
     return -1;
   }
   // The kernel shows a BAR that is not there as the range from 0 to 0.
   bar->present = bar->address != 0 && bar->size > 1;
-  bar->io = bar->present && (low & BAR_IO) != 0;
-  bar->is_64_bit = bar->present && !bar->io && (low & BAR_TYPE) == BAR_64_BIT;
-  bar->prefetchable = bar->present && !bar->io && (low & BAR_PREFETCHABLE) != 0;
+  bar->io = bar->present && (low & PCI_BASE_ADDRESS_SPACE_IO) != 0;
+  bar->is_64_bit = bar->present && !bar->io && (low & PCI_BASE_ADDRESS_MEM_TYPE_MASK) == PCI_BASE_ADDRESS_MEM_TYPE_64;
+  bar->prefetchable = bar->present && !bar->io && (low & PCI_BASE_ADDRESS_MEM_PREFETCH) != 0;
   return 0;
 }
 
@@ -69,35 +64,27 @@ int32_t kxpcie_bar_window::open(kxtools_sbdf sbdf, uint32_t index, uint64_t offs
   }
   char function[13];
   kxtools_sbdf_text(sbdf, function);
-  char path[64];
-  snprintf(path, sizeof path, "%s/%s/resource%u", KXTOOLS_PCI_DEVICES, function, index);
-  const kx_unique_fd fd(::open(path, (write ? O_RDWR : O_RDONLY) | O_CLOEXEC));
-  if (!fd) {
-    const int error = errno;
-    KXTOOLS_ERR("open file %s failed: %s\n", path, strerror(error));
-    kxtools_bar_refusal_tell(function, path, error);
-    return -1;
-  }
-  // Touching a mapping beyond the end of its file is a signal.
-  struct stat info = {};
-  if (fstat(fd.get(), &info) != 0 || static_cast<uint64_t>(info.st_size) < offset + length) {
-    KXTOOLS_ERR("file %s ends before 0x%" PRIx64 "\n", path, offset + length);
-    return -1;
-  }
+  const std::string path = kxtools_function_path(sbdf, "resource") + std::to_string(index);
   const uint64_t page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
   const uint64_t start = offset - offset % page;
   const size_t size = static_cast<size_t>(offset + length - start);
-  void* data =
-      mmap(nullptr, size, write ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED, fd.get(), static_cast<off_t>(start));
-  if (data == MAP_FAILED) {
-    const int error = errno;
-    KXTOOLS_ERR("file %s: mmap failed: %s\n", path, strerror(error));
-    kxtools_bar_refusal_tell(function, path, error);
-    return -1;
+  const kxtools_bar_mapping mapping = kxtools_bar_map(path.c_str(), start, size, write);
+  switch (mapping.step) {
+    case kxtools_bar_step::mapped:
+      break;
+    case kxtools_bar_step::length:
+      KXTOOLS_ERR("file %s ends before 0x%" PRIx64 "\n", path.c_str(), offset + length);
+      return -1;
+    case kxtools_bar_step::open:
+    case kxtools_bar_step::map:
+      KXTOOLS_ERR(mapping.step == kxtools_bar_step::open ? "open file %s failed: %s\n" : "file %s: mmap failed: %s\n",
+                  path.c_str(), strerror(mapping.error));
+      kxtools_bar_refusal_tell(function, path.c_str(), mapping.error);
+      return -1;
   }
   char name[32];
   snprintf(name, sizeof name, "%s BAR %u", function, index);
-  mapping_.reset(data, size, name);
-  region_ = {static_cast<volatile uint8_t*>(data) + (offset - start), length};
+  mapping_.reset(const_cast<uint8_t*>(mapping.address), size, name);
+  region_ = {mapping.address + (offset - start), length};
   return 0;
 }

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "common/mmio.h"
-#include "kxtools/dev.h"
+#include "device/address.h"
 
 inline constexpr uint32_t KXPCIE_BARS = 6;
 

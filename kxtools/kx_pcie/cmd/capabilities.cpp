@@ -2,118 +2,26 @@
 
 #include <endian.h>
 
-#include <iterator>
-
 #include "common/report.h"
 #include "kx_pcie/capability_walk.h"
 #include "kx_pcie/card_lock.h"
 #include "kx_pcie/config_space.h"
 
-namespace {
-
-constexpr uint32_t STATUS_AND_COMMAND = 0x04;
-constexpr uint32_t STATUS_HAS_LIST = 1u << 20;
-
-constexpr const char* NAMES[] = {
-    "Null",
-    "Power Management",
-    "Accelerated Graphics Port",
-    "Vital Product Data",
-    "Slot Identification",
-    "Message Signaled Interrupts",
-    "CompactPCI Hot Swap",
-    "PCI-X",
-    "HyperTransport",
-    "Vendor-Specific",
-    "Debug Port",
-    "CompactPCI Resource Control",
-    "Hot-Plug",
-    "Bridge Subsystem Vendor",
-    "Accelerated Graphics Port 8x",
-    "Secure Device",
-    "PCI Express",
-    "MSI-X",
-    "SATA Data/Index",
-    "Advanced Features",
-    "Enhanced Allocation",
-    "Flattening Portal Bridge",
-};
-
-constexpr const char* EXTENDED_NAMES[] = {
-    "Null",
-    "Advanced Error Reporting",
-    "Virtual Channel",
-    "Device Serial Number",
-    "Power Budgeting",
-    "Root Complex Link Declaration",
-    "Root Complex Internal Link Control",
-    "Root Complex Event Collector",
-    "Multi-Function Virtual Channel",
-    "Virtual Channel with MFVC",
-    "Root Complex Register Block",
-    "Vendor-Specific",
-    "Configuration Access Correlation",
-    "Access Control Services",
-    "Alternative Routing-ID Interpretation",
-    "Address Translation Services",
-    "Single Root I/O Virtualization",
-    "Multi-Root I/O Virtualization",
-    "Multicast",
-    "Page Request Interface",
-    "Reserved",
-    "Resizable BAR",
-    "Dynamic Power Allocation",
-    "TPH Requester",
-    "Latency Tolerance Reporting",
-    "Secondary PCI Express",
-    "Protocol Multiplexing",
-    "Process Address Space ID",
-    "LN Requester",
-    "Downstream Port Containment",
-    "L1 PM Substates",
-    "Precision Time Measurement",
-    "M-PCIe",
-    "FRS Queueing",
-    "Readiness Time Reporting",
-    "Designated Vendor-Specific",
-    "VF Resizable BAR",
-    "Data Link Feature",
-    "Physical Layer 16.0 GT/s",
-    "Lane Margining at the Receiver",
-    "Hierarchy ID",
-    "Native PCIe Enclosure Management",
-    "Physical Layer 32.0 GT/s",
-    "Alternate Protocol",
-    "System Firmware Intermediary",
-    "Shadow Functions",
-    "Data Object Exchange",
-    "Device 3",
-    "Integrity and Data Encryption",
-    "Physical Layer 64.0 GT/s",
-};
-
-}  // namespace
-
-const char* kxpcie_capability_name(bool extended, uint16_t id) {
-  const size_t count = extended ? std::size(EXTENDED_NAMES) : std::size(NAMES);
-  return id >= count ? "unknown" : extended ? EXTENDED_NAMES[id] : NAMES[id];
-}
-
 int32_t kxpcie_capabilities_read(kxtools_sbdf sbdf, bool extended, std::vector<kxpcie_capability>* list) {
   list->clear();
   uint32_t status = 0;
-  if (!extended && pcie_cfg_read_dword(sbdf, STATUS_AND_COMMAND, &status) != 0) {
+  if (!extended && pcie_cfg_read_dword(sbdf, PCI_COMMAND, &status) != 0) {
     return -1;
   }
-  if (!extended && (status & STATUS_HAS_LIST) == 0) {
+  if (!extended && (status >> 16 & PCI_STATUS_CAP_LIST) == 0) {
     return 0;
   }
   const pcie_walk_result walk = pcie_capability_walk(
       extended ? pcie_capability_list::extended : pcie_capability_list::standard,
       [sbdf](uint32_t offset, uint32_t* value) { return pcie_cfg_read_dword(sbdf, offset, value); },
       [=](uint32_t offset, uint32_t header) {
-        const uint16_t id = static_cast<uint16_t>(extended ? header & 0xFFFF : header & 0xFF);
-        const uint8_t version = static_cast<uint8_t>(extended ? header >> 16 & 0xF : 0);
+        const uint16_t id = static_cast<uint16_t>(extended ? PCI_EXT_CAP_ID(header) : header & 0xFF);
+        const uint8_t version = static_cast<uint8_t>(extended ? PCI_EXT_CAP_VER(header) : 0);
         list->push_back({id, version, static_cast<uint16_t>(offset)});
         return 0;
       });
@@ -142,7 +50,7 @@ int32_t kxpcie_capability_find(kxtools_sbdf sbdf, bool extended, uint16_t id, ui
     return -1;
   }
   if (!found) {
-    KXTOOLS_ERR("the function has no %s capability\n", kxpcie_capability_name(extended, id));
+    KXTOOLS_ERR("the function has no %s capability\n", pcie_capability_name(extended, id));
     return -1;
   }
   return 0;

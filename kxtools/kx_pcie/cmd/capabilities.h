@@ -1,34 +1,17 @@
-// The function's capabilities: where they lie and what they are called.
+// The function's capabilities: where they lie, and registers of theirs.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
-#include "kxtools/dev.h"
-
-inline constexpr uint8_t PCI_CAP_ID_PM = 0x01;
-inline constexpr uint8_t PCI_CAP_ID_MSI = 0x05;
-inline constexpr uint8_t PCI_CAP_ID_EXPRESS = 0x10;
-inline constexpr uint8_t PCI_CAP_ID_MSIX = 0x11;
-
-inline constexpr uint16_t PCI_ECAP_ID_AER = 0x01;
-inline constexpr uint16_t PCI_ECAP_ID_ARI = 0x0E;
-inline constexpr uint16_t PCI_ECAP_ID_ATS = 0x0F;
-inline constexpr uint16_t PCI_ECAP_ID_PRI = 0x13;
-inline constexpr uint16_t PCI_ECAP_ID_SECONDARY = 0x19;
-inline constexpr uint16_t PCI_ECAP_ID_PASID = 0x1B;
-inline constexpr uint16_t PCI_ECAP_ID_PHYSICAL_16GT = 0x26;
-inline constexpr uint16_t PCI_ECAP_ID_MARGINING = 0x27;
-inline constexpr uint16_t PCI_ECAP_ID_PHYSICAL_32GT = 0x2A;
+#include "device/address.h"
+#include "kx_pcie/registers.h"
 
 struct kxpcie_capability {
   uint16_t id;
   uint8_t version;  ///< of an extended capability
   uint16_t offset;
 };
-
-/// Name of a capability as the standard has it, "unknown" for an id that it does not assign.
-const char* kxpcie_capability_name(bool extended, uint16_t id);
 
 /// All capabilities in the order of the chain, which ends at the latest where the space could hold no more. Returns 0,
 /// or -1 with a message.

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <span>
 
-#include "kxtools/dev.h"
+#include "device/address.h"
 
 /// The words behind the command's name, as many as its row allows.
 using kxpcie_words = std::span<const char* const>;

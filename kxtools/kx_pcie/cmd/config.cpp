@@ -75,9 +75,9 @@ int32_t list_write(FILE* out, kxtools_sbdf sbdf, bool extended) {
   fprintf(out, extended ? "offset  id    version  capability\n" : "offset  id  capability\n");
   for (const kxpcie_capability& row : list) {
     if (extended) {
-      fprintf(out, "0x%03x   %04x  %-7u  %s\n", row.offset, row.id, row.version, kxpcie_capability_name(true, row.id));
+      fprintf(out, "0x%03x   %04x  %-7u  %s\n", row.offset, row.id, row.version, pcie_capability_name(true, row.id));
     } else {
-      fprintf(out, "0x%02x    %02x  %s\n", row.offset, row.id, kxpcie_capability_name(false, row.id));
+      fprintf(out, "0x%02x    %02x  %s\n", row.offset, row.id, pcie_capability_name(false, row.id));
     }
   }
   if (list.empty()) {

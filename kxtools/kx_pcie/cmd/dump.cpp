@@ -1,10 +1,10 @@
 #include "dump.h"
 
-#include <cctype>
 #include <cerrno>
 #include <cinttypes>
 #include <cstring>
 
+#include "common/printable.h"
 #include "common/progress_bar.h"
 #include "common/report.h"
 #include "common/result_file.h"
@@ -24,8 +24,8 @@ void row_write(FILE* out, uint64_t address, const uint32_t* row, uint32_t count)
     }
     fprintf(out, " %08" PRIx32, row[i]);
     for (uint32_t byte = 0; byte < 4; ++byte) {
-      const unsigned char c = static_cast<unsigned char>(row[i] >> (8 * byte));
-      text[i * 4 + byte] = c >= 0x20 && c < 0x7F ? static_cast<char>(c) : '.';
+      const char c = static_cast<char>(row[i] >> (8 * byte));
+      text[i * 4 + byte] = kx_is_printable(c) ? c : '.';
     }
   }
   fprintf(out, "  |%s|\n", text);

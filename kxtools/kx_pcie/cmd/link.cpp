@@ -1,23 +1,19 @@
 // The link: what it can do, what it does, how its equalisation went.
 #include <cinttypes>
-#include <iterator>
 
-#include "bits.h"
 #include "capabilities.h"
-#include "link_registers.h"
 #include "reports.h"
+#include "text.h"
 
 namespace {
 
-constexpr const char* SPEEDS[] = {nullptr, "2.5 GT/s", "5.0 GT/s", "8.0 GT/s", "16.0 GT/s", "32.0 GT/s", "64.0 GT/s"};
 constexpr const char* ASPM[] = {"off", "L0s", "L1", "L0s and L1"};
 
 // Equalisation, from the capabilities that have it.
 constexpr uint32_t SECONDARY_LANE_ERRORS = 0x08;
 constexpr uint32_t SECONDARY_LANES = 0x0C;  // 16 bits a lane
 constexpr uint32_t PHYSICAL_STATUS = 0x0C;
-constexpr uint32_t PHYSICAL_16GT_LANES = 0x20;  // 8 bits a lane
-constexpr uint32_t PHYSICAL_32GT_LANES = 0x20;
+constexpr uint32_t PHYSICAL_LANES = 0x20;  // 8 bits a lane
 constexpr uint32_t LANES_MAX = 32;
 
 struct link_state {
@@ -33,9 +29,9 @@ struct link_state {
 int32_t link_read(kxtools_sbdf sbdf, link_state* link) {
   uint32_t first[2] = {};
   uint32_t second[2] = {};
-  if (kxpcie_capability_find(sbdf, false, PCI_CAP_ID_EXPRESS, &link->express) != 0 ||
-      kxpcie_dwords_read(sbdf, link->express + LINK_CAPABILITIES, 2, first) != 0 ||
-      kxpcie_dwords_read(sbdf, link->express + LINK_CAPABILITIES_2, 2, second) != 0) {
+  if (kxpcie_capability_find(sbdf, false, PCI_CAP_ID_EXP, &link->express) != 0 ||
+      kxpcie_dwords_read(sbdf, link->express + PCI_EXP_LNKCAP, 2, first) != 0 ||
+      kxpcie_dwords_read(sbdf, link->express + PCI_EXP_LNKCAP2, 2, second) != 0) {
     return -1;
   }
   link->capabilities = first[0];
@@ -48,17 +44,18 @@ int32_t link_read(kxtools_sbdf sbdf, link_state* link) {
 }
 
 // "complete, phases 1 2 3 done" from bits 0 to 4 of a status register.
-void equalisation_write(FILE* out, const char* speed, uint32_t status) {
-  fprintf(out, "%s: %s, phases done:%s%s%s%s%s\n", speed, (status & 1) != 0 ? "complete" : "NOT COMPLETE",
-          (status & 2) != 0 ? " 1" : "", (status & 4) != 0 ? " 2" : "", (status & 8) != 0 ? " 3" : "",
-          (status & 14) == 0 ? " none" : "", (status & 16) != 0 ? ", the link asks for another one" : "");
+void equalisation_write(FILE* out, uint32_t speed, uint32_t status) {
+  fprintf(out, "%s: %s, phases done:%s%s%s%s%s\n", pcie_speed_text(speed),
+          (status & 1) != 0 ? "complete" : "NOT COMPLETE", (status & 2) != 0 ? " 1" : "", (status & 4) != 0 ? " 2" : "",
+          (status & 8) != 0 ? " 3" : "", (status & 14) == 0 ? " none" : "",
+          (status & 16) != 0 ? ", the link asks for another one" : "");
 }
 
 int32_t lanes_8gt_write(FILE* out, kxtools_sbdf sbdf, uint32_t width) {
   bool found = false;
   uint32_t offset = 0;
   uint32_t errors = 0;
-  if (kxpcie_capability_look(sbdf, true, PCI_ECAP_ID_SECONDARY, &found, &offset) != 0) {
+  if (kxpcie_capability_look(sbdf, true, PCI_EXT_CAP_ID_SECPCI, &found, &offset) != 0) {
     return -1;
   }
   if (!found) {
@@ -94,13 +91,12 @@ int32_t lanes_byte_write(FILE* out, kxtools_sbdf sbdf, uint32_t first, uint32_t 
 
 struct physical_layer {
   uint16_t id;
-  const char* speed;
-  uint32_t lanes;
+  uint32_t speed;
   bool has_parity;
 };
 constexpr physical_layer PHYSICAL_LAYERS[] = {
-    {PCI_ECAP_ID_PHYSICAL_16GT, "16.0 GT/s", PHYSICAL_16GT_LANES, true},
-    {PCI_ECAP_ID_PHYSICAL_32GT, "32.0 GT/s", PHYSICAL_32GT_LANES, false},
+    {PCIE_ECAP_PHYSICAL_16GT, PCIE_SPEED_16GT, true},
+    {PCIE_ECAP_PHYSICAL_32GT, PCIE_SPEED_32GT, false},
 };
 
 int32_t physical_layer_write(FILE* out, kxtools_sbdf sbdf, const physical_layer& row, uint32_t width) {
@@ -124,39 +120,35 @@ int32_t physical_layer_write(FILE* out, kxtools_sbdf sbdf, const physical_layer&
             ", second retimer 0x%08" PRIx32 "\n",
             registers[1], registers[2], registers[3]);
   }
-  return lanes_byte_write(out, sbdf, offset + row.lanes, width);
+  return lanes_byte_write(out, sbdf, offset + PHYSICAL_LANES, width);
 }
 
 }  // namespace
-
-const char* kxpcie_speed_text(uint32_t speed) {
-  return speed > 0 && speed < std::size(SPEEDS) ? SPEEDS[speed] : "unknown speed";
-}
 
 int32_t kxpcie_link_status(FILE* out, kxtools_sbdf sbdf) {
   link_state link = {};
   if (link_read(sbdf, &link) != 0) {
     return -1;
   }
-  const uint32_t speed = kxpcie_link_speed(link.status);
-  const uint32_t width = kxpcie_link_width(link.status);
-  const uint32_t best_speed = kxpcie_link_speed(link.capabilities);
-  const uint32_t best_width = kxpcie_link_width(link.capabilities);
-  fprintf(out, "speed        %s of %s%s\n", kxpcie_speed_text(speed), kxpcie_speed_text(best_speed),
+  const uint32_t speed = pcie_link_speed(link.status);
+  const uint32_t width = pcie_link_width(link.status);
+  const uint32_t best_speed = pcie_link_speed(link.capabilities);
+  const uint32_t best_width = pcie_link_width(link.capabilities);
+  fprintf(out, "speed        %s of %s%s\n", pcie_speed_text(speed), pcie_speed_text(best_speed),
           speed < best_speed ? "  DEGRADED" : "");
   fprintf(out, "width        x%" PRIu32 " of x%" PRIu32 "%s\n", width, best_width,
           width < best_width ? "  DEGRADED" : "");
   fprintf(out, "speeds       ");
-  for (uint32_t i = 1; i < std::size(SPEEDS); ++i) {
+  for (uint32_t i = 1; i < PCIE_SPEEDS; ++i) {
     if ((link.capabilities_2 >> i & 1) != 0) {
-      fprintf(out, "%s ", SPEEDS[i]);
+      fprintf(out, "%s ", pcie_speed_text(i));
     }
   }
-  fprintf(out, "\ntarget       %s\n", kxpcie_speed_text(kxpcie_link_speed(link.control_2)));
-  fprintf(out, "training     %s\n", (link.status & LINK_STATUS_TRAINING) != 0 ? "in progress" : "not in progress");
-  fprintf(out, "ASPM         %s, supported: %s\n", ASPM[link.control & LINK_CONTROL_ASPM],
+  fprintf(out, "\ntarget       %s\n", pcie_speed_text(pcie_link_speed(link.control_2)));
+  fprintf(out, "training     %s\n", (link.status & PCI_EXP_LNKSTA_LT) != 0 ? "in progress" : "not in progress");
+  fprintf(out, "ASPM         %s, supported: %s\n", ASPM[link.control & PCI_EXP_LNKCTL_ASPMC],
           ASPM[link.capabilities >> 10 & 3]);
-  fprintf(out, "common clock %s\n", kxpcie_yes(link.control & 1u << 6));
+  fprintf(out, "common clock %s\n", kxpcie_yes(link.control & PCI_EXP_LNKCTL_CCC));
   fprintf(out, "port         %" PRIu32 "\n", link.capabilities >> 24);
   return 0;
 }
@@ -166,14 +158,21 @@ int32_t kxpcie_eq_status(FILE* out, kxtools_sbdf sbdf) {
   if (link_read(sbdf, &link) != 0) {
     return -1;
   }
-  const uint32_t lanes = kxpcie_link_width(link.capabilities);
+  const uint32_t lanes = pcie_link_width(link.capabilities);
   const uint32_t width = lanes < LANES_MAX ? lanes : LANES_MAX;
-  equalisation_write(out, "8.0 GT/s", link.status_2 >> 1);
+  const uint32_t speed = pcie_link_speed(link.status);
+  const uint32_t best_speed = pcie_link_speed(link.capabilities);
+  if (speed < PCIE_SPEED_8GT) {
+    fprintf(out, "the link runs at %s of %s: it is equalised from %s on\n", pcie_speed_text(speed),
+            pcie_speed_text(best_speed), pcie_speed_text(PCIE_SPEED_8GT));
+    return 0;
+  }
+  equalisation_write(out, PCIE_SPEED_8GT, link.status_2 >> 1);
   if (lanes_8gt_write(out, sbdf, width) != 0) {
     return -1;
   }
   for (const physical_layer& row : PHYSICAL_LAYERS) {
-    if (physical_layer_write(out, sbdf, row, width) != 0) {
+    if (row.speed <= best_speed && physical_layer_write(out, sbdf, row, width) != 0) {
       return -1;
     }
   }

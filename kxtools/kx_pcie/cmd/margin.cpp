@@ -8,8 +8,7 @@
 #include "common/report.h"
 #include "common/signals.h"
 #include "common/wait.h"
-#include "link_registers.h"
-#include "port_above.h"
+#include "device/function.h"
 
 namespace {
 
@@ -55,8 +54,8 @@ constexpr kx_wait_limit ANSWER_LIMIT = {.step_us = 200, .looks = 500, .sleep_fir
 constexpr kx_wait_limit SET_UP_LIMIT = {.step_us = 1000, .looks = 250, .sleep_first = true};
 
 // What is held off at both ends of the link meanwhile: power saving, and changes of width and speed.
-constexpr uint16_t CONTROL_HELD = LINK_CONTROL_ASPM | LINK_CONTROL_NO_WIDTH_CHANGE;
-constexpr uint16_t CONTROL_2_HELD = LINK_CONTROL_2_NO_SPEED_CHANGE;
+constexpr uint16_t CONTROL_HELD = PCI_EXP_LNKCTL_ASPMC | PCI_EXP_LNKCTL_HAWD;
+constexpr uint16_t CONTROL_2_HELD = PCIE_LINK_CONTROL_2_NO_SPEED_CHANGE;
 
 uint32_t state_of(uint32_t answer) {
   return answer >> 6 & 3;
@@ -79,9 +78,9 @@ kxpcie_margining::~kxpcie_margining() {
 // Only what was held: the other bits may have been changed by somebody else meanwhile.
 bool kxpcie_margining::end_restore(const link_end& end) {
   uint16_t held = 0;
-  const bool control = !end.control_held ||
-                       kxpcie_word_change(end.sbdf, end.express + LINK_CONTROL, CONTROL_HELD, end.control, &held) == 0;
-  const bool control_2 = !end.control_2_held || kxpcie_word_change(end.sbdf, end.express + LINK_CONTROL_2,
+  const bool control = !end.control_held || kxpcie_word_change(end.sbdf, end.express + PCI_EXP_LNKCTL, CONTROL_HELD,
+                                                               end.control, &held) == 0;
+  const bool control_2 = !end.control_2_held || kxpcie_word_change(end.sbdf, end.express + PCI_EXP_LNKCTL2,
                                                                    CONTROL_2_HELD, end.control_2, &held) == 0;
   return control && control_2;
 }
@@ -90,13 +89,13 @@ int32_t kxpcie_margining::open() {
   uint32_t express = 0;
   uint16_t status = 0;
   uint16_t ready = 0;
-  if (kxpcie_capability_find(sbdf_, true, PCI_ECAP_ID_MARGINING, &margining_) != 0 ||
-      kxpcie_capability_find(sbdf_, false, PCI_CAP_ID_EXPRESS, &express) != 0 ||
-      kxpcie_word_read(sbdf_, express + LINK_STATUS, &status) != 0 ||
+  if (kxpcie_capability_find(sbdf_, true, PCIE_ECAP_MARGINING, &margining_) != 0 ||
+      kxpcie_capability_find(sbdf_, false, PCI_CAP_ID_EXP, &express) != 0 ||
+      kxpcie_word_read(sbdf_, express + PCI_EXP_LNKSTA, &status) != 0 ||
       kxpcie_word_read(sbdf_, margining_ + PORT_STATUS, &ready) != 0) {
     return -1;
   }
-  if (kxpcie_link_speed(status) < LINK_SPEED_16GT) {
+  if (pcie_link_speed(status) < PCIE_SPEED_16GT) {
     KXTOOLS_ERR("margining needs a link at 16 GT/s or more\n");
     return -1;
   }
@@ -104,7 +103,7 @@ int32_t kxpcie_margining::open() {
     KXTOOLS_ERR("the receiver is not ready for margining\n");
     return -1;
   }
-  lanes_ = std::min(kxpcie_link_width(status), LANES_MAX);
+  lanes_ = std::min(pcie_link_width(status), LANES_MAX);
   return link_.take() ? link_hold() : -1;
 }
 
@@ -113,25 +112,27 @@ int32_t kxpcie_margining::link_hold() {
   if (end_hold(&own_) != 0) {
     return -1;
   }
-  if (!kxpcie_port_above(sbdf_, &port_.sbdf)) {
+  const std::vector<kxtools_sbdf> ports = kxtools_ports_above(sbdf_);
+  if (ports.empty()) {
     kx_error_print("no port above the function can be found: its end of the link keeps its power saving\n");
     return 0;
   }
+  port_.sbdf = ports.back();
   return end_hold(&port_);
 }
 
 // An end without the capability has no such settings.
 int32_t kxpcie_margining::end_hold(link_end* end) {
   bool found = false;
-  if (kxpcie_capability_look(end->sbdf, false, PCI_CAP_ID_EXPRESS, &found, &end->express) != 0) {
+  if (kxpcie_capability_look(end->sbdf, false, PCI_CAP_ID_EXP, &found, &end->express) != 0) {
     return -1;
   }
   if (!found) {
     return 0;
   }
-  end->control_held = kxpcie_word_change(end->sbdf, end->express + LINK_CONTROL, CONTROL_HELD,
-                                         LINK_CONTROL_NO_WIDTH_CHANGE, &end->control) == 0;
-  end->control_2_held = end->control_held && kxpcie_word_change(end->sbdf, end->express + LINK_CONTROL_2,
+  end->control_held = kxpcie_word_change(end->sbdf, end->express + PCI_EXP_LNKCTL, CONTROL_HELD, PCI_EXP_LNKCTL_HAWD,
+                                         &end->control) == 0;
+  end->control_2_held = end->control_held && kxpcie_word_change(end->sbdf, end->express + PCI_EXP_LNKCTL2,
                                                                 CONTROL_2_HELD, CONTROL_2_HELD, &end->control_2) == 0;
   return end->control_2_held ? 0 : -1;
 }

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
+#include "device/address.h"
 #include "kx_pcie/link_lock.h"
-#include "kxtools/dev.h"
 
 /// What the receiver can do, as it reports it.
 struct kxpcie_margin_abilities {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "kxtools/dev.h"
+#include "device/address.h"
 
 // Configuration space and BARs.
 int32_t kxpcie_cap_list(FILE* out, kxtools_sbdf sbdf);

@@ -12,17 +12,16 @@
 #include "common/report.h"
 #include "common/signals.h"
 #include "common/unique_fd.h"
-#include "errors_bits.h"
+#include "device/address.h"
+#include "device/card_lock.h"
+#include "device/function.h"
+#include "device/sysfs.h"
 #include "kx_pcie/card_lock.h"
 #include "kx_pcie/config_space.h"
 #include "kx_pcie/pcie_lock.h"
-#include "kxtools/card_lock.h"
 
 namespace {
 
-constexpr uint32_t RESET_CAPABLE = 1u << 28;  // device capabilities
-constexpr uint32_t SRIOV_CONTROL = 0x08;
-constexpr uint16_t SRIOV_VF_ENABLED = 1;
 constexpr const char* FUNCTION_LEVEL = "flr";
 
 struct function_files {
@@ -30,14 +29,6 @@ struct function_files {
   std::string method;   // "" where the kernel has no such file and tries a function-level reset before others
   std::string methods;  // what stands in it, in the order in which the kernel would try them
 };
-
-std::string file_text(const std::string& path) {
-  char text[256];
-  const kx_unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  const ssize_t length = fd ? read(fd.get(), text, sizeof text) : 0;
-  std::string whole(text, length > 0 ? static_cast<size_t>(length) : 0);
-  return whole.substr(0, whole.find('\n'));
-}
 
 // Writes a word to a file of the kernel, which does it before the call returns. False with errno.
 bool file_write(const std::string& path, const std::string& word) {
@@ -56,7 +47,7 @@ int32_t kernel_offer_check(const char* function, function_files* files) {
     KXTOOLS_ERR("the kernel offers no reset of %s\n", function);
     return -1;
   }
-  files->methods = file_text(folder + "/reset_method");
+  files->methods = kxtools_file_line(folder + "/reset_method");
   if (files->methods.empty()) {
     return 0;
   }
@@ -80,11 +71,11 @@ int32_t reset_check(kxtools_sbdf sbdf, const char* word, function_files* files) 
   }
   uint32_t express = 0;
   uint32_t capabilities = 0;
-  if (kxpcie_capability_find(sbdf, false, PCI_CAP_ID_EXPRESS, &express) != 0 ||
-      kxpcie_dwords_read(sbdf, express + DEVICE_CAPABILITIES, 1, &capabilities) != 0) {
+  if (kxpcie_capability_find(sbdf, false, PCI_CAP_ID_EXP, &express) != 0 ||
+      kxpcie_dwords_read(sbdf, express + PCI_EXP_DEVCAP, 1, &capabilities) != 0) {
     return -1;
   }
-  if ((capabilities & RESET_CAPABLE) == 0) {
+  if ((capabilities & PCI_EXP_DEVCAP_FLR) == 0) {
     KXTOOLS_ERR("the function cannot be reset by itself\n");
     return -1;
   }
@@ -96,11 +87,11 @@ int32_t reset_check(kxtools_sbdf sbdf, const char* word, function_files* files) 
   bool found = false;
   uint32_t sriov = 0;
   uint16_t control = 0;
-  if (kxpcie_capability_look(sbdf, true, PCI_ECAP_ID_SRIOV, &found, &sriov) != 0 ||
-      (found && kxpcie_word_read(sbdf, sriov + SRIOV_CONTROL, &control) != 0)) {
+  if (kxpcie_capability_look(sbdf, true, PCI_EXT_CAP_ID_SRIOV, &found, &sriov) != 0 ||
+      (found && kxpcie_word_read(sbdf, sriov + PCI_SRIOV_CTRL, &control) != 0)) {
     return -1;
   }
-  if ((control & SRIOV_VF_ENABLED) != 0) {
+  if ((control & PCI_SRIOV_CTRL_VFE) != 0) {
     KXTOOLS_ERR("virtual functions of %s are on; a reset would remove them\n", function);
     return -1;
   }

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "common/plural.h"
+#include "common/printable.h"
 
 namespace {
 
@@ -65,10 +66,8 @@ bool resource_at(std::span<const uint8_t> bytes, resource* found, size_t* length
 }
 
 void text_write(FILE* out, std::span<const uint8_t> text) {
-  for (const uint8_t c : text) {
-    fputc(c >= 0x20 && c < 0x7F ? c : '?', out);
-  }
-  fputc('\n', out);
+  const std::string_view bytes(reinterpret_cast<const char*>(text.data()), text.size());
+  fprintf(out, "%s\n", kx_printable(bytes).c_str());
 }
 
 // The checksum field makes the sum of all bytes up to and including its first one 0.
@@ -90,8 +89,7 @@ bool fields_write(FILE* out, std::span<const uint8_t> whole, std::span<const uin
     }
     const std::span<const uint8_t> value = fields.subspan(FIELD_HEADER, length);
     const std::string_view name(word, sizeof word);
-    fprintf(out, "%c%c  %-19s ", fields[0] >= 0x20 && fields[0] < 0x7F ? word[0] : '?',
-            fields[1] >= 0x20 && fields[1] < 0x7F ? word[1] : '?', keyword_name(name));
+    fprintf(out, "%s  %-19s ", kx_printable(name).c_str(), keyword_name(name));
     if (name == "RV" && length > 0) {
       const size_t end = static_cast<size_t>(value.data() - whole.data()) + 1;
       fprintf(out, "%s\n", sum_is_right(whole.first(end)) ? "right" : "WRONG");

@@ -10,6 +10,7 @@
 #include "common/plural.h"
 #include "common/report.h"
 #include "common/unique_fd.h"
+#include "device/sysfs.h"
 #include "kx_pcie/pcie_lock.h"
 #include "reports.h"
 #include "vpd.h"

@@ -9,7 +9,7 @@
 #include "channel/mailbox.h"
 #include "channel/tools_msg.h"
 #include "common/report.h"
-#include "kxtools/dev.h"
+#include "device/bar.h"
 #include "qlix_comm/device_order.h"
 
 namespace {

@@ -14,7 +14,7 @@
 #include "channel/event.h"
 #include "channel/thread.h"
 #include "common/report.h"
-#include "kxtools/dev.h"
+#include "device/bar.h"
 #include "mailbox_ring.h"
 
 namespace {

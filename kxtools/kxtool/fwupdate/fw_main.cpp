@@ -19,7 +19,7 @@
 #include "fw_run.h"
 #include "fw_tell.h"
 #include "fwupdate/fwupdate.h"
-#include "kxtools/shell.h"
+#include "kxtools/session.h"
 #include "startup/exit.h"
 
 namespace {

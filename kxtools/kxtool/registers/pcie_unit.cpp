@@ -1,6 +1,5 @@
 // What the PCIe function of the interface tells of itself in its configuration space.
 #include <cstdio>
-#include <iterator>
 #include <string>
 
 #include "kx_pcie/bind.h"
@@ -9,57 +8,9 @@
 
 namespace {
 
-constexpr uint8_t CAP_ID_EXPRESS = 0x10;
-constexpr uint16_t ECAP_ID_AER = 1;
-
-constexpr uint32_t ALL_ONES = 0xFFFFFFFF;
-
-constexpr uint32_t COMMAND = 0x04;
-constexpr uint32_t COMMAND_MEMORY = 1u << 1;
-constexpr uint32_t COMMAND_MASTER = 1u << 2;
-
-// In the PCI Express capability.
-constexpr uint32_t DEVICE_STATUS = 0x08;  // upper half
-constexpr uint32_t LINK_CAPABILITIES = 0x0C;
-constexpr uint32_t LINK_STATUS = 0x10;  // upper half
-constexpr uint32_t DEVICE_NON_FATAL = 1u << 1;
-constexpr uint32_t DEVICE_FATAL = 1u << 2;
-
-// In the advanced error reporting capability.
-constexpr uint32_t AER_UNCORRECTABLE_STATUS = 0x04;
-constexpr uint32_t AER_UNCORRECTABLE_MASK = 0x08;
-constexpr uint32_t AER_CORRECTABLE_STATUS = 0x10;
-
-struct bit_name {
-  uint8_t bit;
-  const char* name;
-};
-constexpr bit_name DEVICE_BITS[] = {
-    {0, "correctable error"}, {1, "non-fatal error"}, {2, "fatal error"}, {3, "unsupported request"}};
-constexpr bit_name UNCORRECTABLE_BITS[] = {{4, "data link protocol"},
-                                           {5, "surprise down"},
-                                           {12, "poisoned TLP"},
-                                           {13, "flow control protocol"},
-                                           {14, "completion timeout"},
-                                           {15, "completer abort"},
-                                           {16, "unexpected completion"},
-                                           {17, "receiver overflow"},
-                                           {18, "malformed TLP"},
-                                           {19, "ECRC"},
-                                           {20, "unsupported request"},
-                                           {21, "access control violation"},
-                                           {22, "internal"},
-                                           {23, "multicast blocked"},
-                                           {24, "atomic egress blocked"},
-                                           {25, "TLP prefix blocked"}};
-constexpr bit_name CORRECTABLE_BITS[] = {{0, "receiver"},        {6, "bad TLP"},
-                                         {7, "bad DLLP"},        {8, "replay rollover"},
-                                         {12, "replay timeout"}, {13, "advisory non-fatal"},
-                                         {14, "internal"},       {15, "header log overflow"}};
-
-std::string bits_text(uint32_t value, std::span<const bit_name> names) {
+std::string bits_text(uint32_t value, std::span<const pcie_bit> names) {
   std::string text;
-  for (const bit_name& row : names) {
+  for (const pcie_bit& row : names) {
     if ((value >> row.bit & 1) != 0) {
       text += text.empty() ? "" : ", ";
       text += row.name;
@@ -68,16 +19,9 @@ std::string bits_text(uint32_t value, std::span<const bit_name> names) {
   return text;
 }
 
-// Width and speed; a speed of a later generation is told by its code.
 std::string link_text(uint32_t link) {
-  constexpr const char* SPEEDS[] = {"no link", "2.5 GT/s", "5 GT/s", "8 GT/s", "16 GT/s", "32 GT/s", "64 GT/s"};
-  const uint32_t code = link & 0xF;
   char text[32];
-  if (code < std::size(SPEEDS)) {
-    snprintf(text, sizeof text, "x%u at %s", link >> 4 & 0x3F, SPEEDS[code]);
-  } else {
-    snprintf(text, sizeof text, "x%u at speed %u", link >> 4 & 0x3F, code);
-  }
+  snprintf(text, sizeof text, "x%u at %s", pcie_link_width(link), pcie_speed_text(pcie_link_speed(link)));
   return text;
 }
 
@@ -96,8 +40,8 @@ class function_checks {
       : sbdf_(pcie_bound_sbdf_get()), visitor_(visitor), self_(self) {}
 
   int32_t run() {
-    const int32_t express = pcie_find_capability(sbdf_, CAP_ID_EXPRESS);
-    const int32_t aer = pcie_find_ext_capability(sbdf_, ECAP_ID_AER, 0);
+    const int32_t express = pcie_find_capability(sbdf_, PCI_CAP_ID_EXP);
+    const int32_t aer = pcie_find_ext_capability(sbdf_, PCI_EXT_CAP_ID_ERR, 0);
     if (express < 0 || !command_check() || !device_status_check(static_cast<uint32_t>(express)) ||
         !link_check(static_cast<uint32_t>(express)) || (aer > 0 && !aer_check(static_cast<uint32_t>(aer)))) {
       return stopped_ ? 0 : -1;
@@ -119,53 +63,54 @@ class function_checks {
   bool command_check() {
     uint32_t identity = 0;
     uint32_t command = 0;
-    if (!read(0, &identity) || !read(COMMAND, &command)) {
+    if (!read(PCI_VENDOR_ID, &identity) || !read(PCI_COMMAND, &command)) {
       return false;
     }
     // The identity of a virtual function reads all ones; the command of none does.
-    const bool answers = command != ALL_ONES;
-    const bool enabled = (command & COMMAND_MEMORY) != 0 && (command & COMMAND_MASTER) != 0;
-    return tell({"identity", 0, identity, answers ? "" : "the function does not answer", answers}) &&
-           tell({"command", COMMAND, command & 0xFFFF, enabled ? "" : "memory or bus master off", answers && enabled});
+    const bool answers = !pcie_is_silence(command);
+    const bool enabled = (command & PCI_COMMAND_MEMORY) != 0 && (command & PCI_COMMAND_MASTER) != 0;
+    return tell({"identity", PCI_VENDOR_ID, identity, answers ? "" : "the function does not answer", answers}) &&
+           tell({"command", PCI_COMMAND, command & 0xFFFF, enabled ? "" : "memory or bus master off",
+                 answers && enabled});
   }
 
   // Correctable errors were repaired by the link, and unsupported requests are what probing software leaves behind:
   // both are told, neither is a failure.
   bool device_status_check(uint32_t express) {
     uint32_t status = 0;
-    if (!read(express + DEVICE_STATUS, &status)) {
+    if (!read(express + PCI_EXP_DEVCTL, &status)) {
       return false;
     }
     status >>= 16;
-    return tell({"device status", express + DEVICE_STATUS + 2, status, bits_text(status, DEVICE_BITS),
-                 (status & (DEVICE_NON_FATAL | DEVICE_FATAL)) == 0});
+    return tell({"device status", express + PCI_EXP_DEVSTA, status, bits_text(status, PCIE_DEVICE_ERRORS),
+                 (status & (PCI_EXP_DEVSTA_NFED | PCI_EXP_DEVSTA_FED)) == 0});
   }
 
   bool link_check(uint32_t express) {
     uint32_t best = 0;
     uint32_t now = 0;
-    if (!read(express + LINK_CAPABILITIES, &best) || !read(express + LINK_STATUS, &now)) {
+    if (!read(express + PCI_EXP_LNKCAP, &best) || !read(express + PCI_EXP_LNKCTL, &now)) {
       return false;
     }
     now >>= 16;
-    const bool speed_good = (now & 0xF) >= (best & 0xF);
-    const bool width_good = (now >> 4 & 0x3F) >= (best >> 4 & 0x3F);
+    const bool speed_good = pcie_link_speed(now) >= pcie_link_speed(best);
+    const bool width_good = pcie_link_width(now) >= pcie_link_width(best);
     return tell(
-        {"link", express + LINK_STATUS + 2, now, link_text(now) + " of " + link_text(best), speed_good && width_good});
+        {"link", express + PCI_EXP_LNKSTA, now, link_text(now) + " of " + link_text(best), speed_good && width_good});
   }
 
   bool aer_check(uint32_t aer) {
     uint32_t uncorrectable = 0;
     uint32_t mask = 0;
     uint32_t correctable = 0;
-    if (!read(aer + AER_UNCORRECTABLE_STATUS, &uncorrectable) || !read(aer + AER_UNCORRECTABLE_MASK, &mask) ||
-        !read(aer + AER_CORRECTABLE_STATUS, &correctable)) {
+    if (!read(aer + PCI_ERR_UNCOR_STATUS, &uncorrectable) || !read(aer + PCI_ERR_UNCOR_MASK, &mask) ||
+        !read(aer + PCI_ERR_COR_STATUS, &correctable)) {
       return false;
     }
-    return tell({"uncorrectable errors", aer + AER_UNCORRECTABLE_STATUS, uncorrectable,
-                 bits_text(uncorrectable, UNCORRECTABLE_BITS), (uncorrectable & ~mask) == 0}) &&
-           tell({"correctable errors", aer + AER_CORRECTABLE_STATUS, correctable,
-                 bits_text(correctable, CORRECTABLE_BITS), correctable != ALL_ONES});
+    return tell({"uncorrectable errors", aer + PCI_ERR_UNCOR_STATUS, uncorrectable,
+                 bits_text(uncorrectable, PCIE_UNCORRECTABLE_ERRORS), (uncorrectable & ~mask) == 0}) &&
+           tell({"correctable errors", aer + PCI_ERR_COR_STATUS, correctable,
+                 bits_text(correctable, PCIE_CORRECTABLE_ERRORS), !pcie_is_silence(correctable)});
   }
 
   kxtools_sbdf sbdf_;

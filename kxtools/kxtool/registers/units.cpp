@@ -1,6 +1,6 @@
 #include "units.h"
 
-#include "kxtools/dev.h"
+#include "kxtools/bind.h"
 #include "registers/registers.h"
 
 namespace {

@@ -6,14 +6,12 @@
 #include <cstring>
 
 #include "common/report.h"
+#include "device/address.h"
+#include "device/function.h"
 #include "kx_pcie/config_space.h"
-#include "kxtools/dev.h"
 
 namespace {
 
-constexpr uint8_t PCI_CAP_ID_POWER = 1;
-constexpr uint32_t POWER_CONTROL = 4;  // offset in the power-management capability
-constexpr uint32_t POWER_STATE_MASK = 3;
 constexpr uint32_t POWER_D3HOT = 3;
 
 bool is_bound_to_vfio(const char* sbdf_text) {
@@ -42,7 +40,7 @@ int kxtool_devname_is_kelpf(const kxtool_device& device) {
     KXTOOLS_ERR("Device %s does not answer!\n", device.sbdf_text);
     return 0;
   }
-  return pcie_find_ext_capability(device.sbdf, PCI_ECAP_ID_SRIOV, 0) > 0;
+  return pcie_find_ext_capability(device.sbdf, PCI_EXT_CAP_ID_SRIOV, 0) > 0;
 }
 
 int kxtool_not_kelpf_intercept(kxtool_device* device) {
@@ -50,13 +48,13 @@ int kxtool_not_kelpf_intercept(kxtool_device* device) {
 }
 
 int check_pcie_power_state(const kxtool_device& device) {
-  const int32_t capability = pcie_find_capability(device.sbdf, PCI_CAP_ID_POWER);
+  const int32_t capability = pcie_find_capability(device.sbdf, PCI_CAP_ID_PM);
   uint32_t control = 0;
   if (capability < 0 ||
-      pcie_cfg_read_dword(device.sbdf, static_cast<uint32_t>(capability) + POWER_CONTROL, &control) != 0) {
+      pcie_cfg_read_dword(device.sbdf, static_cast<uint32_t>(capability) + PCI_PM_CTRL, &control) != 0) {
     return -1;
   }
-  if ((control & POWER_STATE_MASK) != POWER_D3HOT) {
+  if ((control & PCI_PM_CTRL_STATE_MASK) != POWER_D3HOT) {
     return 0;
   }
   kx_print("Device %s power state is D3hot!\n", device.sbdf_text);

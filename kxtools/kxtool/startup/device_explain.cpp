@@ -3,13 +3,15 @@
 #include <string>
 
 #include "common/report.h"
+#include "device/address.h"
+#include "device/function.h"
+#include "device/interfaces.h"
 #include "kx_pcie/config_space.h"
-#include "kxtools/card_interfaces.h"
 
 namespace {
 
 bool is_physical(kxtools_sbdf sbdf) {
-  return pcie_find_ext_capability(sbdf, PCI_ECAP_ID_SRIOV, 0) > 0;
+  return pcie_find_ext_capability(sbdf, PCI_EXT_CAP_ID_SRIOV, 0) > 0;
 }
 
 // The interfaces of physical functions, of the same bus when there are some.

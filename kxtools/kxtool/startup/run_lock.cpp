@@ -8,7 +8,7 @@
 #include "common/lock_wait.h"
 #include "common/report.h"
 #include "common/shared_file.h"
-#include "kxtools/card_lock.h"
+#include "device/card_lock.h"
 #include "startup/exit.h"
 
 namespace {

@@ -9,7 +9,6 @@
 
 #include "channel/event.h"
 #include "kxtool/commands.h"
-#include "kxtools/shell.h"
 #include "silence_check.h"
 #include "startup/exit.h"
 #include "startup/silence.h"

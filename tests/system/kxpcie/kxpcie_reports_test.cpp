@@ -100,6 +100,32 @@ TEST(KxpcieReports, AHealthyLinkIsNotMarked) {
   EXPECT_THAT(only("{}", "link_status"), StartsWith("speed        16.0 GT/s of 16.0 GT/s\nwidth        x16 of x16\n"));
 }
 
+TEST(KxpcieReports, SpeakOfEqualisationFrom8GigatransfersOn) {
+  const struct {
+    const char* card;
+    const char* shows;
+  } cases[] = {
+      {R"({"link": {"speed": 2, "equalised": false}})",
+       "the link runs at 5.0 GT/s of 16.0 GT/s: it is equalised from 8.0 GT/s on\n"},
+      {R"({"functions": {"0000:3b:00.0": {"config": {"0x6c": "82"}}}, "link": {"speed": 2}})",
+       "the link runs at 5.0 GT/s of 5.0 GT/s: it is equalised from 8.0 GT/s on\n"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(only(c.card, "eq_status"), c.shows) << c.card;
+  }
+  // A link of 8 GT/s has registers of faster ones, which say nothing of it.
+  EXPECT_THAT(only(R"({"functions": {"0000:3b:00.0": {"config": {"0x6c": "03"}}}, "link": {"speed": 3}})", "eq_status"),
+              AllOf(StartsWith("8.0 GT/s: complete, "), Not(HasSubstr("16.0 GT/s"))));
+}
+
+TEST(KxpcieReports, ShowAllOfExtendedMessageData) {
+  // 64 bits, masks, extended data on; then the same with the data word that is 16 bits wide.
+  EXPECT_THAT(only(R"({"functions": {"0000:3b:00.0": {"config": {"0xc2": "8b07", "0xcc": "21403412"}}}})", "msi_dump"),
+              StartsWith("MSI on, vectors 1 of 32\naddress 0x00000000fee00000 data 0x12344021\n"));
+  EXPECT_THAT(only(R"({"functions": {"0000:3b:00.0": {"config": {"0xc2": "8b01", "0xcc": "21403412"}}}})", "msi_dump"),
+              StartsWith("MSI on, vectors 1 of 32\naddress 0x00000000fee00000 data 0x4021\n"));
+}
+
 TEST(KxpcieReports, SayWhatAFunctionDoesNotHave) {
   const auto session = session::run(R"({"functions": {"0000:3b:00.0": {"power_capability": false}},
                                         "bar0": {"size": "0x10100"}, "product_data": {"bytes": "82ffff41"}})",

@@ -35,7 +35,7 @@ TEST(Diag, AHealthyCardPasses) {
   const Result result = tool("{}", "diag eth0 all");
   EXPECT_EQ(result.status, 0) << result.out;
   EXPECT_THAT(result.out, AllOf(StartsWith("vqm: virtio queue engine\n"), HasSubstr("\npcie: 6 checks, 0 failed\n"),
-                                HasSubstr("x16 at 16 GT/s of x16 at 16 GT/s"), HasSubstr("np_init_done"),
+                                HasSubstr("x16 at 16.0 GT/s of x16 at 16.0 GT/s"), HasSubstr("np_init_done"),
                                 HasSubstr("pcsmac: network ports, as the port block (trpg) tells\n"),
                                 Not(HasSubstr("FAIL")), HasSubstr("trpg_port_int_status[26]"),
                                 Not(HasSubstr("trpg_port_int_status[27]")), EndsWith("\ndiag eth0: ok\n")));
@@ -58,11 +58,13 @@ TEST(Diag, NamesWhatIsNotAsItShouldBe) {
       {R"({"network_processor": {"registers": {"0x403800": 4}}})", "pcsmac",
        "FAIL  trpg_port_int_status[3]          0x00000004  rx_ovf\n"},
       {R"({"functions": {"0000:3b:00.0": {"config": {"0x72": "8310"}}}})", "pcie",
-       "FAIL  link                             0x00001083  x8 at 8 GT/s of x16 at 16 GT/s\n"},
+       "FAIL  link                             0x00001083  x8 at 8.0 GT/s of x16 at 16.0 GT/s\n"},
       {R"({"functions": {"0000:3b:00.0": {"config": {"0x104": "00400400"}}}})", "pcie",
-       "FAIL  uncorrectable errors             0x00044000  completion timeout, malformed TLP\n"},
+       "FAIL  uncorrectable errors             0x00044000  Completion Timeout, Malformed TLP\n"},
+      {R"({"functions": {"0000:3b:00.0": {"config": {"0x104": "00000004"}}}})", "pcie",
+       "FAIL  uncorrectable errors             0x04000000  Poisoned TLP Egress Blocked\n"},
       {R"({"functions": {"0000:3b:00.0": {"config": {"0x6a": "0400"}}}})", "pcie",
-       "FAIL  device status                    0x00000004  fatal error\n"},
+       "FAIL  device status                    0x00000004  Fatal Error Detected\n"},
       {R"({"functions": {"0000:3b:00.0": {"config": {"4": "0200"}}}})", "pcie",
        "FAIL  command                          0x00000002  memory or bus master off\n"},
   };
@@ -80,9 +82,10 @@ TEST(Diag, NamesWhatIsNotAsItShouldBe) {
   EXPECT_THAT(
       well.out,
       AllOf(HasSubstr("trpg_port_status_info[2]         0x00000000  link down\n"),
-            HasSubstr("ok    correctable errors               0x00000041  receiver, bad TLP\n"),
-            HasSubstr("ok    device status                    0x00000009  correctable error, unsupported request\n"),
-            HasSubstr("ok    uncorrectable errors             0x00100000  unsupported request\n")));
+            HasSubstr("ok    correctable errors               0x00000041  Receiver Error, Bad TLP\n"),
+            HasSubstr("ok    device status                    0x00000009  Correctable Error Detected, Unsupported "
+                      "Request Detected\n"),
+            HasSubstr("ok    uncorrectable errors             0x00100000  Unsupported Request Error\n")));
 }
 
 TEST(Diag, ACardThatDoesNotAnswerCostsOneTimeOutAUnit) {

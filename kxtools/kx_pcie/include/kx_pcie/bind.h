@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "kxtools/dev.h"
+#include "device/address.h"
 
 /// The bound function, KXTOOLS_SBDF_NONE at start.
 kxtools_sbdf pcie_bound_sbdf_get();

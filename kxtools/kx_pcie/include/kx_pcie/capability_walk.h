@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "kx_pcie/registers.h"
+
 enum class pcie_capability_list : uint8_t { standard, extended };
 
 enum class pcie_walk_end : uint8_t {
@@ -20,12 +22,10 @@ struct pcie_walk_result {
   int32_t error;
 };
 
-inline constexpr uint32_t PCIE_CAPABILITY_POINTER = 0x34;
-inline constexpr uint32_t PCIE_CAPABILITY_LOWEST = 0x40;    ///< the standard header lies before
-inline constexpr uint32_t PCIE_EXTENDED_FIRST = 0x100;      ///< the first extended capability, and the lowest place
-inline constexpr uint32_t PCIE_CAPABILITIES_MAX = 48;       ///< dwords between both
-inline constexpr uint32_t PCIE_EXTENDED_MAX = 0xF00 / 8;    ///< no extended capability is shorter than 8 bytes
-inline constexpr uint32_t PCIE_NO_CAPABILITY = 0xFFFFFFFF;  ///< no header reads so: the function is silent there
+inline constexpr uint32_t PCIE_CAPABILITY_LOWEST = 0x40;  ///< the standard header lies before
+inline constexpr uint32_t PCIE_EXTENDED_FIRST = 0x100;    ///< the first extended capability, and the lowest place
+inline constexpr uint32_t PCIE_CAPABILITIES_MAX = 48;     ///< dwords between both
+inline constexpr uint32_t PCIE_EXTENDED_MAX = 0xF00 / 8;  ///< no extended capability is shorter than 8 bytes
 
 /// `read(offset, &dword)` returns 0 or an error. `match(offset, header)` returns 1 for the entry looked for, 0 for
 /// another, negative for an error.
@@ -37,7 +37,7 @@ pcie_walk_result pcie_capability_walk(pcie_capability_list list, Read read, Matc
   uint32_t offset = PCIE_EXTENDED_FIRST;
   if (!extended) {
     uint32_t pointer = 0;
-    if (const int32_t error = read(PCIE_CAPABILITY_POINTER, &pointer); error != 0) {
+    if (const int32_t error = read(PCI_CAPABILITY_LIST, &pointer); error != 0) {
       return {pcie_walk_end::failed, 0, error};
     }
     offset = (pointer & 0xFF) == 0xFF ? 0 : pointer & 0xFC;
@@ -47,13 +47,13 @@ pcie_walk_result pcie_capability_walk(pcie_capability_list list, Read read, Matc
     if (const int32_t error = read(offset, &header); error != 0) {
       return {pcie_walk_end::failed, offset, error};
     }
-    if (header == PCIE_NO_CAPABILITY || (extended && header == 0)) {
+    if (pcie_is_silence(header) || (extended && header == 0)) {
       return {i == 0 && extended ? pcie_walk_end::no_list : pcie_walk_end::end, 0, 0};
     }
     if (const int32_t matched = match(offset, header); matched != 0) {
       return {matched > 0 ? pcie_walk_end::found : pcie_walk_end::failed, offset, matched > 0 ? 0 : matched};
     }
-    offset = extended ? header >> 20 & 0xFFC : header >> 8 & 0xFC;
+    offset = extended ? PCI_EXT_CAP_NEXT(header) : header >> 8 & 0xFC;
     if (offset < lowest) {
       return {pcie_walk_end::end, 0, 0};
     }

@@ -5,13 +5,10 @@
 
 #include <cstdint>
 
-#include "kxtools/dev.h"
+#include "device/address.h"
+#include "kx_pcie/registers.h"
 
 inline constexpr uint32_t PCIE_CFG_SIZE = 4096;  ///< bytes of configuration space; no access reaches beyond
-
-inline constexpr uint8_t PCI_CAP_ID_VPD = 3;
-inline constexpr uint16_t PCI_ECAP_ID_VENDOR = 11;
-inline constexpr uint16_t PCI_ECAP_ID_SRIOV = 16;
 
 /// Reads or writes `length` bytes at `offset`. A transfer that the kernel cuts short counts as success and leaves the
 /// rest of `buffer` untouched. Returns 0, or -1 with a message, also when the bytes do not lie in configuration space.

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "kxtools/dev.h"
+#include "device/address.h"
 
 inline constexpr int32_t PCIE_TUNNEL_BUSY = -2;  ///< the channel was busy; the operation may be retried
 

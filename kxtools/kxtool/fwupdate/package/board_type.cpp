@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "common/printable.h"
 #include "fwupdate/package.h"
 
 namespace {
@@ -49,6 +50,6 @@ bool fw_board_type_match(const fw_board_type& package, const fw_board_type& card
 std::array<char, FW_IDENTIFICATION_SIZE + 1> fw_text_printable(std::string_view text) {
   std::array<char, FW_IDENTIFICATION_SIZE + 1> safe = {};
   text = text.substr(0, FW_IDENTIFICATION_SIZE);
-  std::transform(text.begin(), text.end(), safe.begin(), [](char c) { return c >= 0x20 && c < 0x7F ? c : '?'; });
+  std::transform(text.begin(), text.end(), safe.begin(), [](char c) { return kx_is_printable(c) ? c : '?'; });
   return safe;
 }

@@ -11,7 +11,7 @@
 
 #include "common/report.h"
 #include "common/unique_fd.h"
-#include "kxtools/dev.h"
+#include "device/function.h"
 
 namespace {
 
@@ -43,17 +43,18 @@ void reason_get(const char* sbdf_text, int error, char (&reason)[256]) {
 
 }  // namespace
 
-kxtools_bar_mapping kxtools_bar_map(const char* path, uint64_t length) {
-  const kx_unique_fd fd(open(path, O_RDWR | O_CLOEXEC));
+kxtools_bar_mapping kxtools_bar_map(const char* path, uint64_t start, uint64_t length, bool write) {
+  const kx_unique_fd fd(open(path, (write ? O_RDWR : O_RDONLY) | O_CLOEXEC));
   struct stat info = {};
   if (!fd || fstat(fd.get(), &info) != 0) {
     return {kxtools_bar_step::open, errno, nullptr};
   }
   // Touching a mapping beyond the end of its file is a signal: a file shorter than its BAR is refused here.
-  if (static_cast<uint64_t>(info.st_size) < length) {
+  if (static_cast<uint64_t>(info.st_size) < start + length) {
     return {kxtools_bar_step::length, 0, nullptr};
   }
-  void* data = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
+  void* data = mmap(nullptr, length, write ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED, fd.get(),
+                    static_cast<off_t>(start));
   if (data == MAP_FAILED || data == nullptr) {
     return {kxtools_bar_step::map, errno, nullptr};
   }

@@ -1,18 +1,7 @@
-// Mapping BAR 0, and what the kernel has against it.
+// What the kernel has against mapping a BAR.
 #pragma once
 
-#include <cstdint>
-
-enum class kxtools_bar_step : uint8_t { mapped, open, length, map };
-
-struct kxtools_bar_mapping {
-  kxtools_bar_step step;      ///< what failed, or mapped
-  int error;                  ///< errno of it
-  volatile uint8_t* address;  ///< null unless mapped
-};
-
-/// Maps `length` bytes of the file "resource0" at `path`, without a word.
-kxtools_bar_mapping kxtools_bar_map(const char* path, uint64_t length);
+#include "device/bar.h"
 
 /// True when the kernel keeps a BAR of the function from every program: its driver has claimed it, or the kernel is
 /// locked down. The driver itself reaches it all the same.

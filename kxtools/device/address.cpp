@@ -1,13 +1,13 @@
-// PCI addresses as text, and the way from a device word to an address.
+#include "device/address.h"
+
 #include <cctype>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
 #include "common/report.h"
-#include "dev_sysfs.h"
-#include "kxtools/dev.h"
+#include "device/interfaces.h"
+#include "device/sysfs.h"
 
 namespace {
 
@@ -62,9 +62,7 @@ kxtools_uevent_result interface_slot_read(const char* name, char (&slot)[SBDF_TE
   if (!kxtools_is_interface_name(name)) {
     return kxtools_uevent_result::no_file;
   }
-  char path[64];
-  snprintf(path, sizeof path, "/sys/class/net/%s/device/uevent", name);
-  return kxtools_uevent_slot_read(path, slot);
+  return kxtools_uevent_slot_read((std::string(KXTOOLS_NET_CLASS) + "/" + name + "/device/uevent").c_str(), slot);
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "common/unique_fd.h"
-#include "kxtools/dev.h"
+#include "device/address.h"
 
 enum class kxtools_card_use : uint8_t {
   shared,  ///< beside others that share it

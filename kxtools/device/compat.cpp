@@ -1,10 +1,10 @@
-#include "kxtools/compat.h"
+#include "device/compat.h"
 
-#include <array>
 #include <cstring>
+#include <iterator>
 
 #include "common/report.h"
-#include "kxtools/cmd.h"
+#include "device/bar.h"
 
 namespace {
 
@@ -13,15 +13,6 @@ constexpr uint64_t FEATURE_OFFSET = 0x1004;
 constexpr size_t FEATURE_AREA_WORDS = 3;
 // The feature word lies unaligned inside its area.
 constexpr size_t FEATURE_WORD_AT = 2;
-
-constexpr uint8_t UNGATED = 255;
-
-constexpr uint32_t COMPAT_ID_BY_MODULE[] = {
-    KXTOOLS_COMPAT_KXTOOL,      KXTOOLS_COMPAT_KXNP,   KXTOOLS_COMPAT_KXPCIE, KXTOOLS_COMPAT_KXVQM,
-    KXTOOLS_COMPAT_KXTRACE_APP, KXTOOLS_COMPAT_KXBTTL, KXTOOLS_COMPAT_KXRDMA,
-};
-constexpr uint32_t MODULE_NUM = sizeof COMPAT_ID_BY_MODULE / sizeof COMPAT_ID_BY_MODULE[0];
-static_assert(MODULE_NUM == KXTOOLS_MODULE_KXRDMA + 1);
 
 struct compat_cache {
   kxtools_compat_record record[KXTOOLS_COMPAT_NUM];
@@ -140,28 +131,6 @@ int32_t kxtools_fw_feature_get(uint64_t* fw_feature) {
   }
   *fw_feature = cache.fw_feature;
   return 0;
-}
-
-int32_t kxtools_compat_version_check(const kxtools_cmd_context* ctx) {
-  if (ctx == nullptr || ctx->cmd == nullptr) {
-    KXTOOLS_ERR("ctx invalid!\n");
-    return -1;
-  }
-  const kxtools_cmd_entry& entry = *ctx->cmd;
-  if (entry.major == UNGATED && entry.fw_minor == UNGATED && entry.drv_minor == UNGATED) {
-    return 0;
-  }
-  uint32_t module_id = 0;
-  if (kxtools_module_id_get(&entry, &module_id) != 0 || module_id >= MODULE_NUM) {
-    KXTOOLS_ERR("module_id %u invalid!\n", module_id);
-    return -1;
-  }
-  const uint32_t compat_id = COMPAT_ID_BY_MODULE[module_id];
-  if (compat_id >= KXTOOLS_COMPAT_NUM) {
-    KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", compat_id, KXTOOLS_COMPAT_NUM);
-    return -1;
-  }
-  return kxtools_compat_record_check(compat_id, ctx->compat[compat_id], entry.major, entry.fw_minor, entry.drv_minor);
 }
 
 // The firmware may be newer than the command in its firmware minor number, the command newer than the firmware in its

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "kxtools/dev.h"
+#include "device/address.h"
 
 struct kxtools_card_interface {
   std::string name;
@@ -20,9 +20,6 @@ bool kxtools_card_interfaces(std::vector<kxtools_card_interface>* interfaces,
 /// True when the host has a network interface of that name.
 bool kxtools_interface_exists(const char* name);
 
-/// True when vendor and device of the function are those of a supported card function; sbdf_valid_check without a
-/// message.
-bool kxtools_function_is_supported(kxtools_sbdf sbdf);
-
-/// Calls `visit` for every range of device identifiers of a vendor that a supported card function can have.
-void kxtools_supported_functions_visit(void (*visit)(uint32_t vendor, uint32_t first, uint32_t last));
+/// True when `word` can be the name of a network interface and of nothing else in a path: 1 to 15 characters, no '/',
+/// not "." or "..".
+bool kxtools_is_interface_name(const char* word);

@@ -1,4 +1,4 @@
-#include "kxtools/card_lock.h"
+#include "device/card_lock.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,7 +11,7 @@
 #include "common/lock_wait.h"
 #include "common/report.h"
 #include "common/shared_file.h"
-#include "dev_sysfs.h"
+#include "device/function.h"
 
 namespace {
 
@@ -66,19 +66,9 @@ kx_unique_fd lock_file_open(const char* name, const char* path) {
 
 void kxtools_card_name(kxtools_sbdf sbdf, char (&name)[13]) {
   snprintf(name, sizeof name, "%04x:%02x", kxtools_sbdf_segment(sbdf), kxtools_sbdf_bus(sbdf));
-  char function[13];
-  kxtools_sbdf_text(sbdf, function);
-  char link[64];
-  char place[512];
-  snprintf(link, sizeof link, "%s/%s", KXTOOLS_PCI_DEVICES, function);
-  const ssize_t length = readlink(link, place, sizeof place - 1);
-  place[length < 0 ? 0 : length] = '\0';
-  // ".../pci0000:00/0000:00:01.0/0000:3a:00.0/...": the ports above the function, the outermost first.
-  char* rest = nullptr;
-  for (const char* port = strtok_r(place, "/", &rest); port != nullptr; port = strtok_r(nullptr, "/", &rest)) {
-    kxtools_sbdf address = KXTOOLS_SBDF_NONE;
-    if (strlen(port) == sizeof name - 1 && pcie_sbdf_parse(&address, port) == 0 && kxtools_is_own_switch(address)) {
-      kxtools_sbdf_text(address, name);
+  for (const kxtools_sbdf port : kxtools_ports_above(sbdf)) {
+    if (kxtools_is_own_switch(port)) {
+      kxtools_sbdf_text(port, name);
       return;
     }
   }

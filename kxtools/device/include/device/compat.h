@@ -6,8 +6,6 @@
 
 #include "common/mmio.h"
 
-struct kxtools_cmd_context;
-
 inline constexpr uint32_t KXTOOLS_COMPAT_NUM = 10;  ///< records, ids 0 to 9
 
 /// Compatibility ids of the modules.
@@ -46,11 +44,8 @@ int32_t kxtools_fw_feature_read(const kx_mmio_region* bar, uint64_t* word);
 int32_t kxtools_compat_version_get(kxtools_compat_record* compat);
 int32_t kxtools_fw_feature_get(uint64_t* fw_feature);
 
-/// The gate: 0 when the matched entry of `ctx` may run on the context's records, -1 with a message when not.
-int32_t kxtools_compat_version_check(const kxtools_cmd_context* ctx);
-
-/// Compares the three version bytes of a command with the record of `compat_id` by the rules of the gate. Returns 0, or
-/// -1 with a message that carries the caller's name and line. Also used by the PCIe bind for its module.
+/// Compares the three version bytes of a command with the record of `compat_id` by the rules of the dispatcher's gate.
+/// Returns 0, or -1 with a message that carries the caller's name and line. Also used by the PCIe bind for its module.
 int32_t kxtools_compat_record_check(uint32_t compat_id, const kxtools_compat_record& record, uint8_t major,
                                     uint8_t fw_minor, uint8_t drv_minor, const char* function = __builtin_FUNCTION(),
                                     int line = __builtin_LINE());

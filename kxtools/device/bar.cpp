@@ -1,22 +1,20 @@
-#include "kxtools/dev.h"
+#include "device/bar.h"
 
 #include <sys/mman.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 
 #include "bar_map.h"
 #include "common/report.h"
-#include "dev_choice.h"
-#include "kxtools/shell.h"
+#include "device/function.h"
+#include "device/sysfs.h"
 
 namespace {
 
 constexpr uint32_t BAR_INDEX = 0;
 
 constinit kxtools_dev_info bound = {};
-constinit const kxtools_dev_pcie_ops* pcie_ops = nullptr;
 
 void bar_path(const char* sbdf_text, char (&path)[64]) {
   snprintf(path, sizeof path, "%s/%.12s/resource0", KXTOOLS_PCI_DEVICES, sbdf_text);
@@ -58,7 +56,7 @@ int32_t kxtools_dev_mmap(const char* sbdf_text, volatile uint8_t** address, uint
   }
   char path[64];
   bar_path(sbdf_text, path);
-  return mapping_take(sbdf_text, path, kxtools_bar_map(path, length), length, address);
+  return mapping_take(sbdf_text, path, kxtools_bar_map(path, 0, length, true), length, address);
 }
 
 int32_t kxtools_dev_unmmap(volatile uint8_t* address, uint64_t length) {
@@ -81,7 +79,7 @@ int32_t kxtools_dev_info_set(kxtools_sbdf sbdf, kxtools_dev_info* info, kxtools_
   fresh.bar_size = std::min(fresh.bar_size, KXTOOLS_BAR_SIZE_MAX);
   char path[64];
   bar_path(fresh.sbdf, path);
-  const kxtools_bar_mapping mapping = kxtools_bar_map(path, fresh.bar_size);
+  const kxtools_bar_mapping mapping = kxtools_bar_map(path, 0, fresh.bar_size, true);
   if (use == kxtools_bar_use::record && kxtools_bar_is_kept(fresh.sbdf, mapping)) {
     kxtools_bar_kept_tell(fresh.sbdf, mapping);
   } else if (mapping_take(fresh.sbdf, path, mapping, fresh.bar_size, &fresh.bar_vaddr) != 0) {
@@ -97,80 +95,15 @@ int32_t kxtools_dev_info_init() {
   return 0;
 }
 
+int32_t kxtools_dev_info_bind(kxtools_sbdf sbdf) {
+  return kxtools_dev_info_set(sbdf, &bound);
+}
+
 int32_t kxtools_dev_info_get(kxtools_dev_info* info) {
   if (info == nullptr) {
     KXTOOLS_ERR("dev_info is null\n");
     return -1;
   }
   *info = bound;
-  return 0;
-}
-
-// A mapping that an earlier bind left in the record stays: the modules may still hold its address.
-int32_t kxtools_dev_bind(kxtools_sbdf sbdf) {
-  if (kxtools_dev_is_foreign(sbdf)) {
-    // Neither mapped nor remembered: the PCIe module says why it is refused.
-    if (pcie_ops != nullptr) {
-      pcie_ops->bind(sbdf);
-    }
-    KXTOOLS_ERR("bind_pcie_dev_by_sbdf failed\n");
-    return -1;
-  }
-  if (kxtools_dev_info_set(sbdf, &bound) != 0) {
-    KXTOOLS_ERR("kxtools_dev_info_set failed\n");
-    return -1;
-  }
-  if (kxtools_prompt_set(bound.sbdf) != 0) {
-    KXTOOLS_ERR("bind_pcie_dev_by_sbdf failed\n");
-    return -1;
-  }
-  if (pcie_ops == nullptr || pcie_ops->bind(sbdf) != 0) {
-    KXTOOLS_ERR("bind_pcie_dev_by_sbdf failed\n");
-    return -1;
-  }
-  return 0;
-}
-
-void kxtools_dev_pcie_ops_set(const kxtools_dev_pcie_ops* ops) {
-  pcie_ops = ops;
-}
-
-int32_t kxtools_dev_init(const char* name, bool* quit) {
-  kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;
-  if (name != nullptr) {
-    if (kxtools_dev_name2bdf(name, &sbdf) != 0) {
-      KXTOOLS_ERR("kxtools_dev_name2bdf %s failed\n", name);
-      return -1;
-    }
-  } else {
-    if (pcie_ops == nullptr || quit == nullptr) {
-      KXTOOLS_ERR("point is NULL\n");
-      return -1;
-    }
-    *quit = false;
-    kxtools_device_list_print(*pcie_ops);
-    uint32_t index = 0;
-    switch (kxtools_index_read(stdin, &index)) {
-      case kxtools_index_result::index:
-        break;
-      case kxtools_index_result::quit:
-        *quit = true;
-        return 0;
-      case kxtools_index_result::refused:
-        return -1;
-      case kxtools_index_result::end:
-        kx_print("\n");
-        exit(1);
-    }
-    if (pcie_ops->sbdf_by_node_id(index, &sbdf) != 0) {
-      KXTOOLS_ERR("get_sbdf_by_node_id failed\n");
-      kx_error_print("kxtool: the list has no index %u\n", index);
-      return -1;
-    }
-  }
-  if (kxtools_dev_bind(sbdf) != 0) {
-    KXTOOLS_ERR("kxtools_dev_bind failed\n");
-    return -1;
-  }
   return 0;
 }

@@ -1,21 +1,19 @@
-#include "kxtools/card_interfaces.h"
+#include "device/interfaces.h"
 
-#include <dirent.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <memory>
+#include <cstring>
 
-#include "dev_sysfs.h"
+#include "device/function.h"
+#include "device/sysfs.h"
 
 namespace {
 
-constexpr const char* NET_CLASS = "/sys/class/net";
-
 // Sorts an interface in by the function behind it. Those of no function of a supported card have no place.
-void interface_sort_in(const char* name, std::vector<kxtools_card_interface>* interfaces,
+void interface_sort_in(const std::string& name, std::vector<kxtools_card_interface>* interfaces,
                        std::vector<std::string>* out_of_reach) {
-  const std::string function = std::string(NET_CLASS) + "/" + name + "/device";
+  const std::string function = std::string(KXTOOLS_NET_CLASS) + "/" + name + "/device";
   char slot[13] = {};
   if (kxtools_uevent_slot_read((function + "/uevent").c_str(), slot) != kxtools_uevent_result::found ||
       !kxtools_folder_is_supported(function.c_str())) {
@@ -33,14 +31,12 @@ void interface_sort_in(const char* name, std::vector<kxtools_card_interface>* in
 
 bool kxtools_card_interfaces(std::vector<kxtools_card_interface>* interfaces, std::vector<std::string>* out_of_reach) {
   interfaces->clear();
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(NET_CLASS), closedir);
-  if (folder == nullptr) {
+  std::vector<std::string> names;
+  if (!kxtools_folder_names(KXTOOLS_NET_CLASS, &names)) {
     return false;
   }
-  while (const struct dirent* entry = readdir(folder.get())) {
-    if (entry->d_name[0] != '.') {
-      interface_sort_in(entry->d_name, interfaces, out_of_reach);
-    }
+  for (const std::string& name : names) {
+    interface_sort_in(name, interfaces, out_of_reach);
   }
   std::sort(interfaces->begin(), interfaces->end(),
             [](const auto& a, const auto& b) { return a.sbdf != b.sbdf ? a.sbdf < b.sbdf : a.name < b.name; });
@@ -51,5 +47,12 @@ bool kxtools_card_interfaces(std::vector<kxtools_card_interface>* interfaces, st
 }
 
 bool kxtools_interface_exists(const char* name) {
-  return access((std::string(NET_CLASS) + "/" + name).c_str(), F_OK) == 0;
+  return access((std::string(KXTOOLS_NET_CLASS) + "/" + name).c_str(), F_OK) == 0;
+}
+
+bool kxtools_is_interface_name(const char* word) {
+  constexpr size_t NAME_MAX_LENGTH = 15;
+  const size_t length = strlen(word);
+  return length > 0 && length <= NAME_MAX_LENGTH && strchr(word, '/') == nullptr && strcmp(word, ".") != 0 &&
+         strcmp(word, "..") != 0;
 }

@@ -1,0 +1,40 @@
+// The gate: which commands may run on what the card's firmware offers.
+#include <iterator>
+
+#include "common/report.h"
+#include "kxtools/cmd.h"
+
+namespace {
+
+constexpr uint8_t UNGATED = 255;
+
+constexpr uint32_t COMPAT_ID_BY_MODULE[] = {
+    KXTOOLS_COMPAT_KXTOOL,      KXTOOLS_COMPAT_KXNP,   KXTOOLS_COMPAT_KXPCIE, KXTOOLS_COMPAT_KXVQM,
+    KXTOOLS_COMPAT_KXTRACE_APP, KXTOOLS_COMPAT_KXBTTL, KXTOOLS_COMPAT_KXRDMA,
+};
+constexpr uint32_t MODULE_NUM = std::size(COMPAT_ID_BY_MODULE);
+static_assert(MODULE_NUM == KXTOOLS_MODULE_KXRDMA + 1);
+
+}  // namespace
+
+int32_t kxtools_compat_version_check(const kxtools_cmd_context* ctx) {
+  if (ctx == nullptr || ctx->cmd == nullptr) {
+    KXTOOLS_ERR("ctx invalid!\n");
+    return -1;
+  }
+  const kxtools_cmd_entry& entry = *ctx->cmd;
+  if (entry.major == UNGATED && entry.fw_minor == UNGATED && entry.drv_minor == UNGATED) {
+    return 0;
+  }
+  uint32_t module_id = 0;
+  if (kxtools_module_id_get(&entry, &module_id) != 0 || module_id >= MODULE_NUM) {
+    KXTOOLS_ERR("module_id %u invalid!\n", module_id);
+    return -1;
+  }
+  const uint32_t compat_id = COMPAT_ID_BY_MODULE[module_id];
+  if (compat_id >= KXTOOLS_COMPAT_NUM) {
+    KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", compat_id, KXTOOLS_COMPAT_NUM);
+    return -1;
+  }
+  return kxtools_compat_record_check(compat_id, ctx->compat[compat_id], entry.major, entry.fw_minor, entry.drv_minor);
+}
