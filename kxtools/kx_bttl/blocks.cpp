@@ -3,10 +3,17 @@
 #include "handlers.h"
 #include "registers.h"
 
-int32_t qman_queue_state(uint32_t, uint32_t, uint32_t) {
-  kx_print("============Now read qman que============\n");
-  return bttl_list_show(KX_CARD_QMAN, "qman.que", 0);
-}
+/// Defines the function that shows a list of the block at `base` below its heading.
+#define BTTL_SHOW(name, base, list, heading)                    \
+  int32_t name(uint32_t, uint32_t, uint32_t) {                  \
+    kx_print("============Now read " heading "============\n"); \
+    return bttl_list_show(base, list, 0);                       \
+  }
+
+BTTL_SHOW(qman_queue_state, KX_CARD_QMAN, "qman.que", "qman que")
+BTTL_SHOW(qman_cfg, KX_CARD_QMAN, "qman.cfg", "qman cfg")
+BTTL_SHOW(bman_cfg, KX_CARD_BMAN, "bman.cfg", "bman cfg")
+BTTL_SHOW(HalLroCfgShow, KX_CARD_LRO, "lro.cfg", "lro cfg")
 
 int32_t qman_state(uint32_t, uint32_t first, uint32_t last) {
   if (first > last || last > BTTL_QUEUE_MAX) {
@@ -22,11 +29,6 @@ int32_t qman_state(uint32_t, uint32_t first, uint32_t last) {
   return 0;
 }
 
-int32_t qman_cfg(uint32_t, uint32_t, uint32_t) {
-  kx_print("============Now read qman cfg============\n");
-  return bttl_list_show(KX_CARD_QMAN, "qman.cfg", 0);
-}
-
 int32_t bman_state(uint32_t, uint32_t pool, uint32_t) {
   if (pool > BTTL_POOL_MAX) {
     kx_print("invalid bman pool [0-%u]!\n", BTTL_POOL_MAX);
@@ -34,14 +36,4 @@ int32_t bman_state(uint32_t, uint32_t pool, uint32_t) {
   }
   kx_print("============Now read bman stat of pool %u============\n", pool);
   return bttl_list_show(KX_CARD_BMAN, "bman.stat", pool);
-}
-
-int32_t bman_cfg(uint32_t, uint32_t, uint32_t) {
-  kx_print("============Now read bman cfg============\n");
-  return bttl_list_show(KX_CARD_BMAN, "bman.cfg", 0);
-}
-
-int32_t HalLroCfgShow(uint32_t, uint32_t, uint32_t) {
-  kx_print("============Now read lro cfg============\n");
-  return bttl_list_show(KX_CARD_LRO, "lro.cfg", 0);
 }

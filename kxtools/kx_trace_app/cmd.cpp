@@ -77,12 +77,12 @@ std::string words_of(const trace_module& module, const trace_cmd& cmd) {
 }
 
 // What is wrong with the words, behind the fixed text that says only that something is.
-void words_explain(const trace_module& module, char** words, uint32_t count) {
+void words_explain(const trace_module& module, const trace_cmd* cmd, char** words, uint32_t count) {
   if (count == 0) {
     kx_error_print("kxtool: behind '%s' stands a command: '-h' shows them\n", module.name);
     return;
   }
-  if (const trace_cmd* cmd = find_cmd(module, words[0]); cmd != nullptr) {
+  if (cmd != nullptr) {
     kx_error_print("kxtool: a word is missing: the words are '%s'\n", words_of(module, *cmd).c_str());
     return;
   }
@@ -96,14 +96,11 @@ void words_explain(const trace_module& module, char** words, uint32_t count) {
 void process_module_cmd(char** words, uint32_t count, const trace_module& module) {
   if (count == 0) {
     kx_print("too few paras!.\n");
-    module.usage();
-    words_explain(module, words, count);
-    return;
   }
-  const trace_cmd* cmd = find_cmd(module, words[0]);
+  const trace_cmd* cmd = count == 0 ? nullptr : find_cmd(module, words[0]);
   if (cmd == nullptr || count <= cmd->min_args) {
     module.usage();
-    words_explain(module, words, count);
+    words_explain(module, cmd, words, count);
     return;
   }
   cmd->handler(bound_bar(), words, count);

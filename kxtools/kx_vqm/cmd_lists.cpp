@@ -46,16 +46,13 @@ class text_builder {
 // What words the description lets a command take: the index of an array and one value for each register that is set.
 consteval void describe_words(text_builder<sizeof vqm_cmd_item::help>* help,
                               std::span<const kx_register_description> rows) {
-  std::string_view index;
-  for (const kx_register_description& row : rows) {
-    index = row.index.length != 0 ? VQM_REGISTERS.view(row.index) : index;
-  }
-  if (!index.empty()) {
+  const kx_register_description* array = vqm_array_of(rows);
+  if (array != nullptr) {
     help->add("+ [");
-    help->add(index);
+    help->add(VQM_REGISTERS.view(array->index));
     help->add("]");
   }
-  std::string_view open = index.empty() ? "(+ [" : " (+ [";
+  std::string_view open = array == nullptr ? "(+ [" : " (+ [";
   for (const kx_register_description& row : rows) {
     if (row.access == kx_register_access::rw) {
       help->add(open);

@@ -25,32 +25,18 @@ bool is_array(const kx_register_description& row) {
   return row.index.length != 0;
 }
 
-bool is_settable(const kx_register_description& row) {
+constexpr bool is_settable(const kx_register_description& row) {
   return row.access == kx_register_access::rw;
 }
 
-uint32_t settable_count(std::span<const kx_register_description> rows) {
+constexpr uint32_t settable_count(std::span<const kx_register_description> rows) {
   return static_cast<uint32_t>(std::count_if(rows.begin(), rows.end(), is_settable));
 }
 
-constexpr bool no_list_has_too_many_settable() {
-  for (const kx_register_description& row : VQM_REGISTERS.registers) {
-    uint32_t settable = 0;
-    for (const kx_register_description& other : VQM_REGISTERS.list(VQM_REGISTERS.view(row.list))) {
-      settable += other.access == kx_register_access::rw ? 1 : 0;
-    }
-    if (settable > SETTABLE_MAX) {
-      return false;
-    }
-  }
-  return true;
-}
-static_assert(no_list_has_too_many_settable());
-
-bool parse_index(const kx_register_description& row, const char* word, uint64_t* index) {
-  const vqm_index_kind& kind = VQM_INDEX_KINDS[vqm_index_kind_find(VQM_REGISTERS.view(row.index))];
-  return vqm_cmd_number(word, index) && kxvqm_check_para_illegal(0, kind.max, static_cast<int64_t>(*index)) == 0;
-}
+static_assert(std::all_of(VQM_REGISTERS.registers.begin(), VQM_REGISTERS.registers.end(),
+                          [](const kx_register_description& row) {
+                            return settable_count(VQM_REGISTERS.list(VQM_REGISTERS.view(row.list))) <= SETTABLE_MAX;
+                          }));
 
 // A value must fit into its register, which one of 64 bits holds all numbers.
 bool parse_value(const kx_register_description& row, const char* word, uint64_t* value) {
@@ -63,8 +49,8 @@ bool parse_value(const kx_register_description& row, const char* word, uint64_t*
 
 bool parse_request(std::span<const kx_register_description> rows, char** words, uint32_t count,
                    register_request* request) {
-  const auto array = std::find_if(rows.begin(), rows.end(), is_array);
-  const uint32_t first_value = vqm_cmd_words_back() + (array == rows.end() ? 0 : 1);
+  const kx_register_description* array = vqm_array_of(rows);
+  const uint32_t first_value = vqm_cmd_words_back() + (array == nullptr ? 0 : 1);
   const uint32_t settable = settable_count(rows);
   if (!vqm_cmd_count_check(count, first_value, first_value + settable)) {
     return false;
@@ -72,7 +58,9 @@ bool parse_request(std::span<const kx_register_description> rows, char** words, 
   if (count > first_value && !vqm_cmd_count_check(count, first_value + settable, first_value + settable)) {
     return false;
   }
-  if (array != rows.end() && !parse_index(*array, words[first_value - 1], &request->index)) {
+  if (array != nullptr &&
+      (!vqm_cmd_number(words[first_value - 1], &request->index) ||
+       kxvqm_check_para_illegal(0, vqm_index_kind_of(*array).max, static_cast<int64_t>(request->index)) != 0)) {
     return false;
   }
   for (const kx_register_description& row : rows) {

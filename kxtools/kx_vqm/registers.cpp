@@ -26,15 +26,9 @@ const char* message_of(card_write refused, uint32_t width) {
   return "";
 }
 
-constexpr bool all_index_kinds_are_known() {
-  for (const kx_register_description& row : VQM_REGISTERS.registers) {
-    if (row.index.length != 0 && vqm_index_kind_find(VQM_REGISTERS.view(row.index)) == std::size(VQM_INDEX_KINDS)) {
-      return false;
-    }
-  }
-  return true;
-}
-static_assert(all_index_kinds_are_known());
+static_assert(std::all_of(VQM_REGISTERS.registers.begin(), VQM_REGISTERS.registers.end(), [](const auto& row) {
+  return row.index.length == 0 || vqm_index_kind_find(VQM_REGISTERS.view(row.index)) != std::size(VQM_INDEX_KINDS);
+}));
 
 // The group of a list stands before its dot.
 uint64_t window_of(std::string_view list) {

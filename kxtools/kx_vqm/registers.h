@@ -52,6 +52,16 @@ constexpr size_t vqm_index_kind_find(std::string_view name) {
   return kind;
 }
 
+/// Of the registers of a command the one that tells its index, the first of an array; null when none is in an array.
+constexpr const kx_register_description* vqm_array_of(std::span<const kx_register_description> rows) {
+  const auto array = std::find_if(rows.begin(), rows.end(), [](const auto& row) { return row.index.length != 0; });
+  return array == rows.end() ? nullptr : &*array;
+}
+/// The kind of its index.
+constexpr const vqm_index_kind& vqm_index_kind_of(const kx_register_description& array) {
+  return VQM_INDEX_KINDS[vqm_index_kind_find(VQM_REGISTERS.view(array.index))];
+}
+
 /// Card address of a register in the layout of the bound card; `index` counts for arrays only.
 uint64_t vqm_register_address(const kx_register_description& row, uint64_t index);
 

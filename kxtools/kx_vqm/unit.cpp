@@ -16,19 +16,17 @@ constexpr std::string_view COUNTER_LISTS =
     "rdesc.c_desc_axim_cnt_oam rdesc.req_cnt_oam rdesc.rx_cnt_oam rdesc.aximr_err_cnt_oam rdesc.desc_len_err_oam "
     "bman.cnt bman.disc bman.pkt_discard_cnt";
 
-constexpr bool every_counter_is_a_whole_register() {
-  return vqm_registers_visit(
-      COUNTER_LISTS, [](const kx_register_description& row) { return row.field_count == 1 && row.index.length == 0; });
-}
-static_assert(every_counter_is_a_whole_register());
+// Every counter is a whole register.
+static_assert(vqm_registers_visit(COUNTER_LISTS, [](const kx_register_description& row) {
+  return row.field_count == 1 && row.index.length == 0;
+}));
 
 /// Elements that belong to the list of all registers: 1 for a register that is in no array.
 uint32_t elements(const kx_register_description& row) {
   if (row.access == kx_register_access::clear) {
     return 0;
   }
-  const size_t kind = vqm_index_kind_find(VQM_REGISTERS.view(row.index));
-  const uint32_t number = row.index.length == 0 ? 1 : VQM_INDEX_KINDS[kind].max + 1;
+  const uint32_t number = row.index.length == 0 ? 1 : vqm_index_kind_of(row).max + 1;
   return number <= KXTOOLS_UNIT_ARRAY_MAX ? number : 0;
 }
 

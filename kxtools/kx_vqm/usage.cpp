@@ -12,17 +12,6 @@ void text_print(const char* before, std::string_view text, const char* after) {
   kx_print("%s%.*s%s", before, static_cast<int>(text.size()), text.data(), after);
 }
 
-void index_print(std::span<const kx_register_description> rows) {
-  for (const kx_register_description& row : rows) {
-    if (row.index.length != 0) {
-      const vqm_index_kind& kind = VQM_INDEX_KINDS[vqm_index_kind_find(VQM_REGISTERS.view(row.index))];
-      text_print(" <", kind.name, "");
-      kx_print(" 0..%u>", kind.max);
-      return;
-    }
-  }
-}
-
 void values_print(std::span<const kx_register_description> rows) {
   const char* before = " [<";
   for (const kx_register_description& row : rows) {
@@ -69,7 +58,10 @@ void vqm_cmd_usage(const kxtools_cmd_entry& entry) {
     return;
   }
   const auto rows = VQM_REGISTERS.registers.subspan(item->reference, item->word);
-  index_print(rows);
+  if (const kx_register_description* array = vqm_array_of(rows); array != nullptr) {
+    text_print(" <", VQM_REGISTERS.view(array->index), "");
+    kx_print(" 0..%u>", vqm_index_kind_of(*array).max);
+  }
   values_print(rows);
   for (const kx_register_description& row : rows) {
     register_print(row);
