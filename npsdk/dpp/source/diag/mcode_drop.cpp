@@ -1,6 +1,5 @@
 // Why the micro-code dropped packets: one statistics counter for each drop point.
-#include <iterator>
-#include <span>
+#include <algorithm>
 
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_diag/dpp_cmd.h"
@@ -12,35 +11,42 @@
 namespace {
 
 struct drop_point {
-  uint32_t index;
+  uint32_t index[2];  // of the counter, by version from 1 on; 0: this version has no such point
   char reason[256];
 };
 
-constexpr drop_point drop_points_v1[] = {
-#include "mcode_drop_v1.inc"
-};
-constexpr drop_point drop_points_v2[] = {
-#include "mcode_drop_v2.inc"
+constexpr drop_point drop_points[] = {
+#include "mcode_drop.inc"
 };
 
 constexpr uint32_t mode_clear = 1;  // the counters are read away
 
-constexpr bool is_ascending(std::span<const drop_point> points) {
-  for (size_t i = 1; i < points.size(); ++i) {
-    if (points[i - 1].index >= points[i].index) {
-      return false;
-    }
-  }
-  return true;
+constexpr uint32_t index_of(const drop_point& point, uint32_t version) {
+  return point.index[version - 1];
 }
-static_assert(std::size(drop_points_v1) == 94 && is_ascending(drop_points_v1));
-static_assert(std::size(drop_points_v2) == 112 && is_ascending(drop_points_v2));
-static_assert(drop_points_v1[0].index == 0x11D02 && std::end(drop_points_v1)[-1].index == 0x11E32);
-static_assert(drop_points_v2[0].index == 0x11D02 && std::end(drop_points_v2)[-1].index == 0x11DE6);
 
-std::span<const drop_point> points_of(uint32_t version) {
-  return version == 1 ? std::span<const drop_point>(drop_points_v1) : drop_points_v2;
+constexpr uint32_t points_num(uint32_t version) {
+  uint32_t num = 0;
+  for (const drop_point& point : drop_points) {
+    num += index_of(point, version) != 0 ? 1 : 0;
+  }
+  return num;
 }
+
+/// The highest index of a version; 0 when they do not ascend.
+constexpr uint32_t last_index(uint32_t version) {
+  uint32_t last = 0;
+  for (const drop_point& point : drop_points) {
+    const uint32_t index = index_of(point, version);
+    if (index != 0 && index <= last) {
+      return 0;
+    }
+    last = std::max(last, index);
+  }
+  return last;
+}
+static_assert(points_num(1) == 94 && index_of(drop_points[0], 1) == 0x11D02 && last_index(1) == 0x11E32);
+static_assert(points_num(2) == 112 && index_of(drop_points[0], 2) == 0x11D02 && last_index(2) == 0x11DE6);
 
 }  // namespace
 
@@ -48,15 +54,19 @@ std::span<const drop_point> points_of(uint32_t version) {
 uint32_t dpp_mcode_drop_stat_walk(const char* function, uint32_t dev_id, uint32_t mode, uint32_t version) {
   const DppCmdArgs words = {.num = 3, .value = {dev_id, mode, version}};
   QLIX_COMM_PASS(dpp_cmd_ranges_check(*dpp_cmd_find("mcode_drop_stat"), words, {__FILE_NAME__, __LINE__, function}));
-  for (const drop_point& point : points_of(version)) {
+  for (const drop_point& point : drop_points) {
+    const uint32_t index = index_of(point, version);
+    if (index == 0) {
+      continue;
+    }
     uint32_t pair[2] = {};
-    const uint32_t code = dpp_stat_ppu_cnt_get(dev_id, DPP_STAT_WIDTH_64, point.index, mode, pair);
+    const uint32_t code = dpp_stat_ppu_cnt_get(dev_id, DPP_STAT_WIDTH_64, index, mode, pair);
     if (code != QLIX_COMM_OK) {
       return qlix_comm_detail::report_call({__FILE_NAME__, __LINE__, function}, code, "dpp_stat_ppu_cnt_get");
     }
     if (mode != mode_clear && (pair[0] != 0 || pair[1] != 0)) {
-      QLIX_COMM_PRINT("v%u drop stat index[0x%08x] value[0x%08x,0x%08x] reason: %s\n", version, point.index, pair[0],
-                      pair[1], point.reason);
+      QLIX_COMM_PRINT("v%u drop stat index[0x%08x] value[0x%08x,0x%08x] reason: %s\n", version, index, pair[0], pair[1],
+                      point.reason);
     }
   }
   return QLIX_COMM_OK;
@@ -69,14 +79,17 @@ uint32_t mcode_drop_stat(uint32_t dev_id, uint32_t mode, uint32_t version) {
 uint32_t mcode_dropstat(uint32_t dev_id, uint32_t version) {
   uint64_t total = 0;
   uint32_t counting = 0;
-  for (const drop_point& point : points_of(version)) {
+  for (const drop_point& point : drop_points) {
+    if (index_of(point, version) == 0) {
+      continue;
+    }
     uint32_t pair[2] = {};
-    QLIX_COMM_CALL(dpp_stat_ppu_cnt_get, dev_id, DPP_STAT_WIDTH_64, point.index, 0, pair);
+    QLIX_COMM_CALL(dpp_stat_ppu_cnt_get, dev_id, DPP_STAT_WIDTH_64, index_of(point, version), 0, pair);
     const uint64_t drops = uint64_t{pair[0]} << 32 | pair[1];
     total += drops;
     counting += drops != 0 ? 1 : 0;
   }
-  QLIX_COMM_PRINT("v%u drop points: %u, with drops: %u, total drop: %llu\n", version,
-                  static_cast<uint32_t>(points_of(version).size()), counting, static_cast<unsigned long long>(total));
+  QLIX_COMM_PRINT("v%u drop points: %u, with drops: %u, total drop: %llu\n", version, points_num(version), counting,
+                  static_cast<unsigned long long>(total));
   return QLIX_COMM_OK;
 }
