@@ -118,48 +118,33 @@ dpp_dev_object* dpp_dev_object_get(uint32_t dev_id) {
   return reinterpret_cast<dpp_dev_object*>(dpp_dev_cfg_get(dev_id));
 }
 
-uint32_t dpp_dev_get_dev_type(uint32_t dev_id) {
-  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
-  return dev != nullptr ? dev->dev_type : DPP_DEV_TYPE_INVALID;
-}
+// NOLINTBEGIN(bugprone-macro-parentheses): neither a type nor a member takes any
+/// Defines the getter that returns a value of the record, or `none` for a device that does not exist.
+#define DEV_RECORD_VALUE(type, member, get, none)     \
+  type get(uint32_t dev_id) {                         \
+    const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id); \
+    return dev != nullptr ? dev->member : type{none}; \
+  }
 
-uint64_t dpp_dev_get_pcie_addr(uint32_t dev_id) {
-  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
-  return dev != nullptr ? dev->pcie_addr : 0;
-}
+/// The one that stores it, or returns what is wrong.
+#define DEV_RECORD_VALUE_STORED(member, get)          \
+  uint32_t get(uint32_t dev_id, uint32_t* member) {   \
+    DPP_DEV_CHECK_ID(dev_id);                         \
+    QLIX_COMM_CHECK_POINT(member);                    \
+    const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id); \
+    QLIX_COMM_CHECK_POINT(dev);                       \
+    *(member) = dev->member;                          \
+    return QLIX_COMM_OK;                              \
+  }
+// NOLINTEND(bugprone-macro-parentheses)
 
-uint64_t dpp_dev_get_riscv_addr(uint32_t dev_id) {
-  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
-  return dev != nullptr ? dev->riscv_addr : 0;
-}
-
-uint64_t dpp_dev_get_dma_vir_addr(uint32_t dev_id) {
-  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
-  return dev != nullptr ? dev->dma_vir_addr : 0;
-}
-
-uint64_t dpp_dev_get_dma_phy_addr(uint32_t dev_id) {
-  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
-  return dev != nullptr ? dev->dma_phy_addr : 0;
-}
-
-uint32_t dpp_dev_get_access_type(uint32_t dev_id, uint32_t* access_type) {
-  DPP_DEV_CHECK_ID(dev_id);
-  QLIX_COMM_CHECK_POINT(access_type);
-  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
-  QLIX_COMM_CHECK_POINT(dev);
-  *access_type = dev->access_type;
-  return QLIX_COMM_OK;
-}
-
-uint32_t dpp_dev_get_chip_version(uint32_t dev_id, uint32_t* chip_version) {
-  DPP_DEV_CHECK_ID(dev_id);
-  QLIX_COMM_CHECK_POINT(chip_version);
-  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
-  QLIX_COMM_CHECK_POINT(dev);
-  *chip_version = dev->chip_version;
-  return QLIX_COMM_OK;
-}
+DEV_RECORD_VALUE(uint32_t, dev_type, dpp_dev_get_dev_type, DPP_DEV_TYPE_INVALID)
+DEV_RECORD_VALUE(uint64_t, pcie_addr, dpp_dev_get_pcie_addr, 0)
+DEV_RECORD_VALUE(uint64_t, riscv_addr, dpp_dev_get_riscv_addr, 0)
+DEV_RECORD_VALUE(uint64_t, dma_vir_addr, dpp_dev_get_dma_vir_addr, 0)
+DEV_RECORD_VALUE(uint64_t, dma_phy_addr, dpp_dev_get_dma_phy_addr, 0)
+DEV_RECORD_VALUE_STORED(access_type, dpp_dev_get_access_type)
+DEV_RECORD_VALUE_STORED(chip_version, dpp_dev_get_chip_version)
 
 uint32_t dpp_dev_set_np_addr(uint32_t dev_id, uint64_t pcie_addr) {
   DPP_DEV_CHECK_ID(dev_id);

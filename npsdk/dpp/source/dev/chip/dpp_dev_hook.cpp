@@ -36,13 +36,22 @@ uint32_t pcie_address(uint32_t dev_id, uint32_t addr, uint32_t word_count, uint6
   return absolute_address(dpp_dev_get_pcie_addr(dev_id), addr, word_count, absolute);
 }
 
-void words_write(uint64_t absolute, uint32_t word_count, const uint32_t* data) {
+uint32_t riscv_address(uint32_t dev_id, uint32_t addr, uint32_t word_count, uint64_t* absolute) {
+  return absolute_address(dpp_dev_get_riscv_addr(dev_id), addr, word_count, absolute);
+}
+
+void words_write(uint32_t /*addr*/, uint64_t absolute, uint32_t word_count, const uint32_t* data) {
   for (uint32_t i = 0; i < word_count; ++i) {
     dpp_pci_write32(absolute + uint64_t{i} * 4, data[i]);
   }
 }
 
-void words_read(uint64_t absolute, uint32_t word_count, uint32_t* data) {
+void words_echo_and_write(uint32_t addr, uint64_t absolute, uint32_t word_count, const uint32_t* data) {
+  dpp_pcie_cap_echo(addr, word_count, data);
+  words_write(addr, absolute, word_count, data);
+}
+
+void words_read(uint32_t /*addr*/, uint64_t absolute, uint32_t word_count, uint32_t* data) {
   for (uint32_t i = 0; i < word_count; ++i) {
     data[i] = dpp_pci_read32(absolute + uint64_t{i} * 4);
   }
@@ -69,39 +78,20 @@ void dpp_pcie_cap_echo(uint32_t addr, uint32_t word_count, const uint32_t* data)
   QLIX_COMM_PRINT("\n");
 }
 
-uint32_t dpp_dev_pcie_default_write(uint32_t dev_id, uint32_t addr, uint32_t word_count, const uint32_t* data) {
-  DPP_DEV_CHECK_ID(dev_id);
-  QLIX_COMM_CHECK_POINT(data);
-  uint64_t absolute = 0;
-  QLIX_COMM_PASS(pcie_address(dev_id, addr, word_count, &absolute));
-  dpp_pcie_cap_echo(addr, word_count, data);
-  words_write(absolute, word_count, data);
-  return QLIX_COMM_OK;
-}
+/// Defines a default hook: `address` finds the place of its words, `move` moves them.
+// NOLINTBEGIN(bugprone-macro-parentheses): a type takes none
+#define DEFAULT_HOOK(hook, words, address, move)                                    \
+  uint32_t hook(uint32_t dev_id, uint32_t addr, uint32_t word_count, words* data) { \
+    DPP_DEV_CHECK_ID(dev_id);                                                       \
+    QLIX_COMM_CHECK_POINT(data);                                                    \
+    uint64_t absolute = 0;                                                          \
+    QLIX_COMM_PASS(address(dev_id, addr, word_count, &absolute));                   \
+    move(addr, absolute, word_count, data);                                         \
+    return QLIX_COMM_OK;                                                            \
+  }
+// NOLINTEND(bugprone-macro-parentheses)
 
-uint32_t dpp_dev_pcie_default_read(uint32_t dev_id, uint32_t addr, uint32_t word_count, uint32_t* data) {
-  DPP_DEV_CHECK_ID(dev_id);
-  QLIX_COMM_CHECK_POINT(data);
-  uint64_t absolute = 0;
-  QLIX_COMM_PASS(pcie_address(dev_id, addr, word_count, &absolute));
-  words_read(absolute, word_count, data);
-  return QLIX_COMM_OK;
-}
-
-uint32_t dpp_dev_riscv_default_write(uint32_t dev_id, uint32_t addr, uint32_t word_count, const uint32_t* data) {
-  DPP_DEV_CHECK_ID(dev_id);
-  QLIX_COMM_CHECK_POINT(data);
-  uint64_t absolute = 0;
-  QLIX_COMM_PASS(absolute_address(dpp_dev_get_riscv_addr(dev_id), addr, word_count, &absolute));
-  words_write(absolute, word_count, data);
-  return QLIX_COMM_OK;
-}
-
-uint32_t dpp_dev_riscv_default_read(uint32_t dev_id, uint32_t addr, uint32_t word_count, uint32_t* data) {
-  DPP_DEV_CHECK_ID(dev_id);
-  QLIX_COMM_CHECK_POINT(data);
-  uint64_t absolute = 0;
-  QLIX_COMM_PASS(absolute_address(dpp_dev_get_riscv_addr(dev_id), addr, word_count, &absolute));
-  words_read(absolute, word_count, data);
-  return QLIX_COMM_OK;
-}
+DEFAULT_HOOK(dpp_dev_pcie_default_write, const uint32_t, pcie_address, words_echo_and_write)
+DEFAULT_HOOK(dpp_dev_pcie_default_read, uint32_t, pcie_address, words_read)
+DEFAULT_HOOK(dpp_dev_riscv_default_write, const uint32_t, riscv_address, words_write)
+DEFAULT_HOOK(dpp_dev_riscv_default_read, uint32_t, riscv_address, words_read)
