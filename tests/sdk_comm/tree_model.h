@@ -37,12 +37,10 @@ struct AvlTraits {
   static constexpr std::uint32_t EXISTS = 0x1904;
   static constexpr std::uint32_t FULL = 0x1905;
 
-  static std::uint32_t init(Tree* tree, std::uint32_t max, std::uint32_t size, qlix_comm_avl_cmp cmp) {
-    return qlix_comm_avl_init(tree, max, size, cmp);
-  }
-  static std::uint32_t destroy(Tree* tree) {
-    return qlix_comm_avl_destroy(tree);
-  }
+  static constexpr auto init = qlix_comm_avl_init;
+  static constexpr auto destroy = qlix_comm_avl_destroy;
+  static constexpr auto slot = qlix_comm_avl_node_slot;
+  static constexpr auto next = qlix_comm_avl_next;
   static std::uint32_t insert(Tree* tree, void* key_or_node, void* out) {
     return qlix_comm_avl_insert(tree, key_or_node, tree->dynamic ? nullptr : static_cast<std::uint32_t*>(out));
   }
@@ -51,12 +49,6 @@ struct AvlTraits {
   }
   static std::uint32_t find(const Tree* tree, const void* key, void* out) {
     return qlix_comm_avl_find(tree, key, out_of<Tree, qlix_comm_avl_out>(tree, out));
-  }
-  static std::uint32_t slot(const Tree* tree, const Node* node) {
-    return qlix_comm_avl_node_slot(tree, node);
-  }
-  static Node* next(const Node* node) {
-    return qlix_comm_avl_next(node);
   }
 
   /// Height of the subtree; every node's stored height and balance are checked on the way.
@@ -82,12 +74,9 @@ struct RbTraits {
   static constexpr std::uint32_t EXISTS = 0x1001;
   static constexpr std::uint32_t FULL = 0x1003;
 
-  static std::uint32_t init(Tree* tree, std::uint32_t max, std::uint32_t size, qlix_comm_rb_cmp cmp) {
-    return qlix_comm_rb_init(tree, max, size, cmp);
-  }
-  static std::uint32_t destroy(Tree* tree) {
-    return qlix_comm_rb_destroy(tree);
-  }
+  static constexpr auto init = qlix_comm_rb_init;
+  static constexpr auto destroy = qlix_comm_rb_destroy;
+  static constexpr auto next = qlix_comm_rb_next;
   /// A caller's node also goes in from a node that lies up to a dozen places before or behind its own.
   static std::uint32_t insert(Tree* tree, void* key_or_node, void* out) {
     static int turn = 0;
@@ -113,9 +102,6 @@ struct RbTraits {
   }
   static std::uint32_t slot(const Tree*, const Node* node) {
     return node->slot_colour >> 2;
-  }
-  static Node* next(const Node* node) {
-    return qlix_comm_rb_next(node);
   }
 
   /// Black nodes on every path of the subtree; colours and parents are checked on the way.
