@@ -5,7 +5,7 @@
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_dtb/dpp_dtb.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/print.h"
 #include "side_by_side.h"
 
@@ -58,9 +58,11 @@ double bare(uint32_t length, const uint32_t* data) {
              const uint32_t item = i % DPP_DTB_ITEM_NUM;
              const uint64_t bus = BUS + uint64_t{item} * DPP_DTB_ITEM_SIZE;
              std::memcpy(reinterpret_cast<uint8_t*>(memory.data()) + item * DPP_DTB_ITEM_SIZE + 16, data, length);
-             dpp_reg_write32_bymn(DEV, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, QUEUE, static_cast<uint32_t>(bus >> 36));
-             dpp_reg_write32_bymn(DEV, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, QUEUE, static_cast<uint32_t>(bus >> 4));
-             dpp_reg_write32_bymn(DEV, DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 0, QUEUE, length / 4);
+             dpp_reg_write32_bymn(DEV, dpp_regs::cfg_queue_dtb_addr_h_0_127::NUMBER, 0, QUEUE,
+                                  static_cast<uint32_t>(bus >> 36));
+             dpp_reg_write32_bymn(DEV, dpp_regs::cfg_queue_dtb_addr_l_0_127::NUMBER, 0, QUEUE,
+                                  static_cast<uint32_t>(bus >> 4));
+             dpp_reg_write32_bymn(DEV, dpp_regs::cfg_queue_dtb_len_0_127::NUMBER, 0, QUEUE, length / 4);
            }
          }) /
          POSTS;

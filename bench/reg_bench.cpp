@@ -5,7 +5,7 @@
 
 #include "dpp_chip/dpp_dev_setup.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/bits.h"
 
 namespace {
@@ -26,7 +26,7 @@ uint32_t memory_read(uint32_t, uint32_t addr, uint32_t word_count, uint32_t* dat
   return 0;
 }
 
-constexpr uint32_t reg_no = DPP_REG_CFG_QUEUE_DTB_LEN_0_127;
+constexpr uint32_t reg_no = dpp_regs::cfg_queue_dtb_len_0_127::NUMBER;
 
 // The peer: what a driver would hold for each register if it had no description.
 [[gnu::noinline]] uint32_t doorbell_len_write(uint32_t dev_id, uint32_t queue, const uint32_t* values) {

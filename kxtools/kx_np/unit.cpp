@@ -9,9 +9,10 @@
 
 #include "common/card_memory.h"
 #include "common/report.h"
+#include "dpp_diag/dpp_trpg.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_info.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "kx_np/cmd.h"
 
 namespace {
@@ -20,9 +21,6 @@ constexpr uint32_t DEVICE = 0;
 constexpr uint64_t NP_SIZE = 0x2001000;    // up to the last doorbell
 constexpr uint64_t PORT_BLOCK = 0x400000;  // of the port block in the register space
 constexpr uint64_t PORT_BLOCK_SIZE = 0x30000;
-
-// Panel ports, RDMA, VQM, DTP and DRS; the numbers between them have no port.
-constexpr uint32_t PORTS[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 16, 24, 25, 26};
 
 constexpr uint32_t WORDS_MAX = DPP_REG_WIDTH_MAX / 4;
 constexpr uint32_t COUNTER_WORDS_MAX = 2;
@@ -70,7 +68,7 @@ bool is_state(const dpp_reg_info& info) {
 
 bool is_check(const dpp_reg_info& info) {
   return is_ready_register(info) || name_of(info).ends_with("_int_status") ||
-         info.reg_no == DPP_REG_TRPG_PORT_STATUS_INFO;
+         info.reg_no == dpp_regs::trpg_port_status_info::NUMBER;
 }
 
 bool is_counter(const dpp_reg_info& info) {
@@ -162,7 +160,7 @@ class value_teller {
 
   // A port without a cable is no failure.
   bool tell_check(const reading& read) const {
-    if (read.info->reg_no == DPP_REG_TRPG_PORT_STATUS_INFO) {
+    if (read.info->reg_no == dpp_regs::trpg_port_status_info::NUMBER) {
       const bool up = (read.words[0] & PORT_LINK_UP) != 0;
       return tell_value(read, instance_name(read), read.all_words(), up ? fields_text(read) : "link down", true);
     }
@@ -202,7 +200,8 @@ bool is_chosen(kxtools_unit_list list, bool ports, const dpp_reg_info& info) {
 // Registers are dumped whole; what has no port is neither checked nor counted.
 bool is_chosen_instance(kxtools_unit_list list, const dpp_reg_info& info, uint32_t instance) {
   return list == kxtools_unit_list::registers || !is_port_register(info) || info.array_type == 0 ||
-         std::find(std::begin(PORTS), std::end(PORTS), instance) != std::end(PORTS);
+         std::find(std::begin(DPP_TRPG_USED_PORTS), std::end(DPP_TRPG_USED_PORTS), instance) !=
+             std::end(DPP_TRPG_USED_PORTS);
 }
 
 uint32_t values_count(kxtools_unit_list list, bool ports) {

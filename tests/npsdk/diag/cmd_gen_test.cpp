@@ -68,53 +68,65 @@ TEST(CommandSheet, RefusesWhatCannotRun) {
       {"set one", "2: a field is missing"},
       {"set one a=j", "2: unknown name 'j'"},
       {"clear none", "2: unknown register 'none'"},
+      {"health one", "2: unknown register 'one_init_done'"},
       {"add i one.a", "2: 'i' is no total"},
       {"loop i=0..1", "2: 'i' stands for something else already"},
-      {"loop k=0..1", "2: a loop before this line has no end"},
-      {"end", "2: an end without a loop"},
+      {"loop k=0..1", "2: a loop before this line has no steps"},
+      {"  fields one", "2: the step is indented too far"},
+      {"set one *=0", ""},
+      {"print \"%u %u\" one.*", ""},
+      {"print \"%llu\" row[i].*", "2: field 'wide' has more than 32 bits"},
       {"run nothing", "2: unknown command 'nothing'"},
       {"dance", "2: 'dance' is no step of this command"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(complaint_of("command c dev_id i=0..3 free few=0..2\n  " + std::string(c.step) + "\n"), c.complaint)
+    EXPECT_EQ(complaint_of("command c dev_id i=0..3 free few=0..2 super \"c\"\n  " + std::string(c.step) + "\n"),
+              c.complaint)
         << c.step;
   }
 }
 
 TEST(CommandSheet, RefusesWrongCommands) {
-  EXPECT_EQ(complaint_of("  print \"x\"\n"), "1: a step before the first command");
-  EXPECT_EQ(complaint_of("macro m\n"), "1: unknown kind of command 'macro'");
-  EXPECT_EQ(complaint_of("command c i=3..1\n"), "1: the range of 'i' is empty");
-  EXPECT_EQ(complaint_of("function f i=0..1\n"), "");
-  EXPECT_EQ(complaint_of("command c\n  super writes \"x\"\n"), "2: the steps of a row tell what it writes");
-  EXPECT_EQ(complaint_of("missing m nobody\n"), "1: 'nobody' is no level");
-  EXPECT_EQ(complaint_of("function f\n  print \"x\"\n"), "2: 'print' is no step of this command");
-  EXPECT_EQ(complaint_of("text t a\n"), "1: too many arguments");
-  EXPECT_EQ(complaint_of("function f a b c d e f g h i j k l m\n"), "1: too many arguments");
-  EXPECT_EQ(complaint_of("command c\ntext c\n"), "2: command 'c' stands twice");
-  EXPECT_EQ(complaint_of("# a comment\n\ncommand c dev_id \\\n  i=0..3\n  fields row[i]\n"), "");
+  const struct {
+    const char* sheet;
+    const char* complaint;
+  } cases[] = {
+      {"  print \"x\"\n", "1: a step before the first command"},
+      {"macro m\n", "1: unknown kind of command 'macro'"},
+      {"command c i=3..1 super \"x\"\n", "1: the range of 'i' is empty"},
+      {"function f i=0..1 super \"x\"\n", ""},
+      {"function f i=0..1\n", "1: command 'f' does not tell who may use it"},
+      {"function f super\n", "1: a text is missing before ''"},
+      {"command c super writes \"x\"\n", "1: the steps of a row tell what it writes"},
+      {"missing m nobody\n", "1: command 'm' does not tell who may use it"},
+      {"function f super \"x\"\n  print \"x\"\n", "2: 'print' is no step of this command"},
+      {"text t a super \"x\"\n", "1: too many arguments"},
+      {"function f a b c d e f g h i j k l m super \"x\"\n", "1: too many arguments"},
+      {"command c super \"x\"\ntext c super \"x\"\n", "2: command 'c' stands twice"},
+      {"# a comment\n\ncommand c dev_id \\\n  i=0..3 super \"x\"\n  fields row[i]\n", ""},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(complaint_of(c.sheet), c.complaint) << c.sheet;
+  }
 }
 
 TEST(CommandSheet, LoopNamesEndWithTheLoop) {
-  EXPECT_EQ(
-      complaint_of("command c\n  loop k=0..3\n    fields row[k]\n  end\n  loop k=0..1\n    fields row[k]\n  end\n"),
-      "");
-  EXPECT_EQ(complaint_of("command c\n  loop k=0..3\n  end\n  fields row[k]\n"), "4: unknown name 'k'");
+  EXPECT_EQ(complaint_of("command c super \"c\"\n  loop k=0..3\n    fields row[k]\n  loop k=0..1\n    fields row[k]\n"),
+            "");
+  EXPECT_EQ(complaint_of("command c super \"c\"\n  loop k=0..3\n    fields one\n  fields row[k]\n"),
+            "4: unknown name 'k'");
 }
 
-TEST(CommandSheet, EveryCommandTellsItsLevelAndPurpose) {
+TEST(CommandSheet, LevelAndPurposeFeedListAndManual) {
   std::vector<cmd_gen::command> commands;
   reg_gen::complaints complaints;
   cmd_gen::sheet_read("test.rows",
-                      "command a\n  everyone \"A\"\nfunction b\n  super writes \"B\"\nmissing c super\ncommand d\n"
-                      "function e\n  unlisted \"E\"\n",
+                      "command a everyone \"A\"\nfunction b super writes \"B\"\nmissing c super\n"
+                      "function e unlisted \"E\"\n",
                       registers(), commands, complaints);
-  cmd_gen::levels_check(commands, complaints);
-  ASSERT_EQ(complaints.size(), 1u);
-  EXPECT_EQ(complaints[0].at.line, 6u);
-  EXPECT_EQ(complaints[0].text, "command 'd' does not tell who may use it and what it is for");
+  ASSERT_TRUE(complaints.empty());
   const std::string counts = cmd_gen::counts_text(commands);
-  EXPECT_THAT(counts, testing::HasSubstr("DPP_CMD_NAMED_NUM = 4;"));
+  EXPECT_THAT(counts, testing::HasSubstr("DPP_CMD_NAMED_NUM = 3;"));
   EXPECT_THAT(counts, testing::HasSubstr("DPP_CMD_LISTED_NUM = 3;"));
   const std::string manual = cmd_gen::manual_text(commands);
   EXPECT_THAT(manual, testing::HasSubstr(".B b\n.br\nB (super user).\n"));

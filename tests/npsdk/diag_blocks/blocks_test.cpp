@@ -1,7 +1,7 @@
 // Traffic manager, address translation and time-sensitive ports.
 
 #include "card_device.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ TEST_F(CommandsOnCard, FullQueuesOfTheTrafficManagerAreListed) {
 
 TEST_F(CommandsOnCard, TrafficManagerQueuesShowWhatTheyHold) {
   const uint32_t weight[] = {3, 40};
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_ETM_CRDT_WEIGHT, 0, 511, weight), 0u);
+  ASSERT_EQ(dpp_reg_write(0, dpp_regs::etm_crdt_weight::NUMBER, 0, 511, weight), 0u);
   EXPECT_TRUE(holds(text("diag_dpp_tm_crdt_sch", {0, 511}), ": 0x00000028"));
   EXPECT_TRUE(holds(text("diag_dpp_tm_cgavd_itmd", {0, 7}), "queue_id-007 itmd_len: 0x00000000 queue_th: 0x00001000"));
   insert(R"({"registers": {"0x104010": 7, "0x1040f8": 5, "0x103000": 1}})");
@@ -28,14 +28,14 @@ TEST_F(CommandsOnCard, TrafficManagerQueuesShowWhatTheyHold) {
 
 TEST_F(CommandsOnCard, TranslationEntryIsSetInTwoSteps) {
   ASSERT_EQ(text("diag_dpp_tlb_entry_cfg_pre", {0, 5, 0x1234, 0x56789000, 0x21, 0x43658000}), "");
-  EXPECT_EQ(value(DPP_REG_TLB_ENTRY_CFG, DPP_FIELD_TLB_ENTRY_CFG_ENTRY_VALID, 0, 5), 0u);
+  EXPECT_EQ(value(&dpp_regs::tlb_entry_cfg::entry_valid, 0, 5), 0u);
   ASSERT_EQ(text("diag_dpp_tlb_entry_cfg_set", {0, 5, 1, 0x77, 3}), "");
   const char* line = "entry-005 vfid: 0x0077 va: 0x123456789000 pa: 0x002143658000 page_size: 3\n";
   EXPECT_TRUE(holds(text("diag_dpp_va_pa_swit_out_prt", {0}), line));
   // New addresses take the entry out of use.
   ASSERT_EQ(text("diag_dpp_tlb_entry_cfg_pre", {0, 5, 1, 2, 3, 4}), "");
   EXPECT_TRUE(holds(text("diag_dpp_va_pa_swit_out_prt", {0}), "Valid entries: 0 of 64"));
-  EXPECT_EQ(value(DPP_REG_TLB_ENTRY_CFG, DPP_FIELD_TLB_ENTRY_CFG_ENTRY_VFID, 0, 5), 0x77u);
+  EXPECT_EQ(value(&dpp_regs::tlb_entry_cfg::entry_vfid, 0, 5), 0x77u);
 }
 
 TEST_F(CommandsOnCard, TranslationSaysWhetherItTranslates) {
@@ -52,13 +52,13 @@ TEST_F(CommandsOnCard, TranslationSaysWhetherItTranslates) {
 TEST_F(CommandsOnCard, GateListEndsWhereItsMemoryEnds) {
   const uint32_t gate[] = {0x81, 250};
   const uint32_t num = 2;
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_TSN_PORT_GCL, 2, 1, gate), 0u);
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_TSN_PORT_GCL_NUM, 0, 2, {&num, 1}), 0u);
+  ASSERT_EQ(dpp_reg_write(0, dpp_regs::tsn_port_gcl::NUMBER, 2, 1, gate), 0u);
+  ASSERT_EQ(dpp_reg_write(0, dpp_regs::tsn_port_gcl_num::NUMBER, 0, 2, {&num, 1}), 0u);
   EXPECT_EQ(text("diag_dpp_tsn_port_gcl_prt", {0, 2}),
             "port_id-002 gcl_num: 2\ngcl-000 gate_value: 0x00 gate_interval: 0\n"
             "gcl-001 gate_value: 0x81 gate_interval: 250\n");
   const uint32_t too_many = 255;
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_TSN_PORT_GCL_NUM, 0, 2, {&too_many, 1}), 0u);
+  ASSERT_EQ(dpp_reg_write(0, dpp_regs::tsn_port_gcl_num::NUMBER, 0, 2, {&too_many, 1}), 0u);
   const std::string list = text("diag_dpp_tsn_port_prt", {0, 2});
   EXPECT_TRUE(holds(list, "gcl-063 "));
   EXPECT_FALSE(holds(list, "gcl-064 "));

@@ -1,7 +1,7 @@
 // Statistics and the micro-code debugger.
 
 #include "card_device.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 
 namespace {
 
@@ -21,26 +21,26 @@ TEST_F(CommandsOnCard, CounterOfThePacketProcessorIsSetAndRead) {
 
 TEST_F(CommandsOnCard, StatisticsOfTheTrafficManagerCountOnceTheirAreaIsSet) {
   text("diag_dpp_stat_tm_init_pre_etm", {0, 2});
-  EXPECT_EQ(value(DPP_REG_STAT_TM_INIT_PRE_CFG, DPP_FIELD_STAT_TM_INIT_PRE_CFG_TM_STAT_MODE), 2u);
-  EXPECT_EQ(value(DPP_REG_STAT_ETM_EN), 0u);
+  EXPECT_EQ(value(&dpp_regs::stat_tm_init_pre_cfg::tm_stat_mode), 2u);
+  EXPECT_EQ(value(&dpp_regs::stat_etm_en::drop_en), 0u);
   EXPECT_EQ(text("diag_dpp_stat_tm_init", {0, 0x61000, 0x800}),
             "stat tm init done, eram_baddr: 0x00061000 eram_depth: 0x00000800\n");
-  EXPECT_EQ(value(DPP_REG_STAT_TM_ERAM_BADDR), 0x61000u);
-  EXPECT_EQ(value(DPP_REG_STAT_TM_INIT_CFG, DPP_FIELD_STAT_TM_INIT_CFG_TM_ERAM_DEPTH), 0x800u);
-  EXPECT_EQ(value(DPP_REG_STAT_ETM_EN, DPP_FIELD_STAT_ETM_EN_ENQ_EN), 1u);
+  EXPECT_EQ(value(&dpp_regs::stat_tm_eram_baddr::tm_eram_baddr), 0x61000u);
+  EXPECT_EQ(value(&dpp_regs::stat_tm_init_cfg::tm_eram_depth), 0x800u);
+  EXPECT_EQ(value(&dpp_regs::stat_etm_en::enq_en), 1u);
   // While the block works on the traffic manager's counters, its area stays where it is.
   insert(R"({"registers": {"0x203004": 4}})");
   const run_result busy = command("diag_dpp_stat_tm_init", {0, 0x100, 1});
   EXPECT_EQ(busy.code, 0x611u);
   EXPECT_TRUE(holds(busy.out, "[ErrorCode:0x611] !-- diag_dpp_stat_tm_init Call idle_wait Fail!\n"));
-  EXPECT_EQ(value(DPP_REG_STAT_TM_ERAM_BADDR), 0x60000u);
+  EXPECT_EQ(value(&dpp_regs::stat_tm_eram_baddr::tm_eram_baddr), 0x60000u);
 }
 
 TEST_F(CommandsOnCard, PolicerEntriesAreOnesOfTheirTypeAndMemory) {
   const uint32_t word = 0xABCD;
   const uint32_t write_profile[] = {0, 1, 2, 0x20};  // type b, profile
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_CAR_CPU_IND_DATA, 0, 7, {&word, 1}), 0u);
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_CAR_CPU_IND_CMD, 0, 0, write_profile), 0u);
+  ASSERT_EQ(dpp_reg_write(0, dpp_regs::car_cpu_ind_data::NUMBER, 0, 7, {&word, 1}), 0u);
+  ASSERT_EQ(dpp_reg_write(0, dpp_regs::car_cpu_ind_cmd::NUMBER, 0, 0, write_profile), 0u);
   const std::string profile = text("diag_dpp_stat_car_profile_cfg_prt", {0, 1, 0x20});
   EXPECT_TRUE(holds(profile, "carb profile-0x0020\n"));
   EXPECT_TRUE(holds(profile, "profile_word_7 : 0x0000abcd\n"));
@@ -55,10 +55,10 @@ TEST_F(CommandsOnCard, DebuggerWalksFromABreakpointOn) {
   EXPECT_TRUE(holds(text("dpp_softdbg_bp_prt", {0, 2}), "cluster-002 bp-4 valid: 1 pc: 0x0120\n"));
   EXPECT_EQ(command("dpp_softdbg_step_into", {0, 2}).code, wrong_state);
   EXPECT_EQ(text("dpp_softdbg_start", {0, 2, 3, 9}), "cluster-002 running\n");
-  EXPECT_EQ(value(DPP_REG_PPU_CLS_DBG_ME_SEL, DPP_FIELD_PPU_CLS_DBG_ME_SEL_THREAD_SEL, 0, 2), 9u);
+  EXPECT_EQ(value(&dpp_regs::ppu_cls_dbg_me_sel::thread_sel, 0, 2), 9u);
   EXPECT_EQ(command("dpp_softdbg_step_over", {0, 2}).code, wrong_state);
   text("dpp_dbg_pkt_send", {0, 5, 64, 1, 2, 3});
-  EXPECT_EQ(value(DPP_REG_PPU_DBG_PKT_DATA, 0, 0, 2), 3u);
+  EXPECT_EQ(value(&dpp_regs::ppu_dbg_pkt_data::pkt_data, 0, 2), 3u);
   EXPECT_EQ(text("dpp_softdbg_int_check", {0, 2}),
             "cluster-002 bp_hit: 1 me_excp: 0 stopped: 1 running: 0 pc: 0x0120\n");
   EXPECT_TRUE(holds(text("dpp_softdbg_int_check", {0, 2}), "bp_hit: 0"));
@@ -88,8 +88,8 @@ TEST_F(CommandsOnCard, MicroCodeAndEngineMemoriesAreTheClusters) {
   EXPECT_TRUE(holds(text("diag_dpp_ppu_instr_prt", {0, 3, 0x100, 1}), ": 0x00000000"));
   const uint32_t word = 0x77;
   const uint32_t write_reg[] = {0, 3, 6, 2};  // register 2 of engine 6
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_PPU_CLS_IND_DATA, 4, 0, {&word, 1}), 0u);
-  ASSERT_EQ(dpp_reg_write(0, DPP_REG_PPU_CLS_IND_CMD, 0, 4, write_reg), 0u);
+  ASSERT_EQ(dpp_reg_write(0, dpp_regs::ppu_cls_ind_data::NUMBER, 4, 0, {&word, 1}), 0u);
+  ASSERT_EQ(dpp_reg_write(0, dpp_regs::ppu_cls_ind_cmd::NUMBER, 0, 4, write_reg), 0u);
   EXPECT_EQ(text("dpp_softdbg_reg_prt", {0, 4, 6, 1, 2}),
             "reg-0x00001: 0x00000000 0x00000000 0x00000000 0x00000000\n"
             "reg-0x00002: 0x00000077 0x00000002 0x00000003 0x00000004\n");
@@ -109,8 +109,8 @@ TEST_F(CommandsOnCard, DebuggerDoesNotTrustADeadCard) {
 TEST_F(CommandsOnCard, MemoriesOfTheQueueEngineAreClearedOneByOneOrAllAtOnce) {
   const uint32_t line[] = {1, 2, 3, 4};
   const auto fill = [&] {
-    ASSERT_EQ(dpp_reg_write(0, DPP_REG_DTB_TRAF_CTRL_HASH_RAM, 0, 63, line), 0u);
-    ASSERT_EQ(dpp_reg_write(0, DPP_REG_DTB_CMD_MAN_RAM, 127, 3, line), 0u);
+    ASSERT_EQ(dpp_reg_write(0, dpp_regs::dtb_traf_ctrl_hash_ram::NUMBER, 0, 63, line), 0u);
+    ASSERT_EQ(dpp_reg_write(0, dpp_regs::dtb_cmd_man_ram::NUMBER, 127, 3, line), 0u);
   };
   fill();
   const char* hash = "diag_dpp_dtb_traf_ctrl_hash_ram_data_prt_all";
@@ -129,9 +129,9 @@ TEST_F(CommandsOnCard, MemoriesOfTheQueueEngineAreClearedOneByOneOrAllAtOnce) {
 
 TEST_F(CommandsOnCard, QueueEngineModesShowInItsPrinters) {
   text("dpp_dtb_debug_mode_enable", {0});
-  EXPECT_EQ(value(DPP_REG_DTB_CFG_DEBUG_MODE), 1u);
+  EXPECT_EQ(value(&dpp_regs::dtb_cfg_debug_mode::debug_mode_en), 1u);
   text("dpp_dtb_debug_mode_disable", {0});
-  EXPECT_EQ(value(DPP_REG_DTB_CFG_DEBUG_MODE), 0u);
+  EXPECT_EQ(value(&dpp_regs::dtb_cfg_debug_mode::debug_mode_en), 0u);
   EXPECT_TRUE(holds(text("test_dpp_dtb_chip_ep_init", {0}), "ep-4 ep_valid: 1 ep_no: 4\n"));
   EXPECT_TRUE(holds(text("diag_dpp_dtb_prt", {0}),
                     "queue_id-127 en: 0 vfunc_active: 0 vfid: 0x0000 int_en: 0 item_left: 32\n"));

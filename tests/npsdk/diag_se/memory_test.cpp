@@ -3,7 +3,7 @@
 
 #include "dpp_memory/dpp_etcam.h"
 #include "dpp_memory/dpp_sdt.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "se_card.h"
 
 namespace {
@@ -120,21 +120,21 @@ TEST_F(SeMemory, DirectTablesInDdr) {
   text("dpp_sdt_eram_ddr_table_add", {0, 1, 2, 0, 0x100, 8});
   text("dpp_sdt_table_data_pre", {0, 0, 0xAB});
   text("dpp_sdt_table_data_write", {0, 1, 6});
-  set(DPP_REG_SMMU1_DIR_TBL_CFG, 0, 63, {1, 0, 0x100 * 64});
+  set(dpp_regs::smmu1_dir_tbl_cfg::NUMBER, 0, 63, {1, 0, 0x100 * 64});
   EXPECT_EQ(text("diag_dpp_se_smmu1_dir_tbl_data_rd128", {0, 63, 6}),
             "direct table 63: valid, width_mode 0, tbl_baddr 0x0004000\n"
             "ddr128[0x010006]: 0x000000ab 0x00000000 0x00000000 0x00000000\n");
   EXPECT_THAT(text("diag_dpp_se_smmu1_dir_tbl_data_rd256", {0, 63, 3}), HasSubstr("ddr256[0x008003]: 0x000000ab"));
   EXPECT_THAT(text("diag_dpp_se_smmu1_dir_tbl_data_rd512", {0, 63, 1}), HasSubstr(" 0x000000ab"));
-  set(DPP_REG_SMMU1_DIR_TBL_CFG, 0, 63, {1, 0, 0x3FFFFFF});
+  set(dpp_regs::smmu1_dir_tbl_cfg::NUMBER, 0, 63, {1, 0, 0x3FFFFFF});
   EXPECT_EQ(command("diag_dpp_se_smmu1_dir_tbl_data_rd128", {0, 63, 6}).code, 0x1205u);
 }
 
 TEST_F(SeMemory, TernaryEntriesShareRows) {
   // Table 5: block 2 first, then block 1, entries of 160 bits.
-  set(DPP_REG_ETCAM_BLOCK_TBL_ID, 0, 2, {1, 2, 5});
-  set(DPP_REG_ETCAM_BLOCK_TBL_ID, 0, 1, {1, 2, 5});
-  set(DPP_REG_ETCAM_BLOCK_BADDR, 0, 1, {512});
+  set(dpp_regs::etcam_block_tbl_id::NUMBER, 0, 2, {1, 2, 5});
+  set(dpp_regs::etcam_block_tbl_id::NUMBER, 0, 1, {1, 2, 5});
+  set(dpp_regs::etcam_block_baddr::NUMBER, 0, 1, {512});
   const uint32_t values[] = {5, 2, 0, 0, 0, 4096};
   uint64_t record = 0;
   ASSERT_EQ(dpp_sdt_pack(DPP_SDT_ETCAM, values, &record), 0u);

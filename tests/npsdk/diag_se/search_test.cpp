@@ -6,7 +6,7 @@
 
 #include "dpp_memory/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg_access.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "dpp_se/dpp_crc.h"
 #include "dpp_se/dpp_hash.h"
 #include "dpp_se/dpp_route.h"
@@ -83,14 +83,16 @@ class HashSearch : public SeSearch {
     const dpp_hash_table_cfg cfg = {key_len, rst_len, ddr_items, 0x40, 0};
     ASSERT_EQ(dpp_hash_table_init(hash_.get(), engine, table, &cfg), 0u);
     for (const auto& [zblock, poly] : {std::pair<uint32_t, uint32_t>{3, 0x8005}, {12, 0xA02B}}) {
-      set(DPP_REG_ZBLOCK_SERVICE_CONFIGURE, zblock / 8, zblock % 8, {0, engine, 1});
-      set(DPP_REG_ZBLOCK_HASH_ARG, zblock / 8, zblock % 8, {poly});
+      set(dpp_regs::zblock_service_configure::NUMBER, zblock / 8, zblock % 8, {0, engine, 1});
+      set(dpp_regs::zblock_hash_arg::NUMBER, zblock / 8, zblock % 8, {poly});
     }
-    set(DPP_REG_ZBLOCK_HASH_ZCELL_MONO, 0, 3, {1, 1, 0, 0, 1, 1, 1, 1});  // cells 3, 1 and 0 belong to table 1
-    set(DPP_REG_ZBLOCK_HASH_ZCELL_MONO, 1, 4, {1, 1, 1, 1, 1, table, 1, 1});
-    set(DPP_REG_SE_HASH_TBL_CFG, engine, table, {key_len, 0, 0});
+    set(dpp_regs::zblock_hash_zcell_mono::NUMBER, 0, 3,
+        {1, 1, 0, 0, 1, 1, 1, 1});  // cells 3, 1 and 0 belong to table 1
+    set(dpp_regs::zblock_hash_zcell_mono::NUMBER, 1, 4, {1, 1, 1, 1, 1, table, 1, 1});
+    set(dpp_regs::se_hash_tbl_cfg::NUMBER, engine, table, {key_len, 0, 0});
     if (ddr_items != 0) {
-      set(DPP_REG_SE_HASH_BULK_DDR_CFG, engine, 6, {1, 0, static_cast<uint32_t>(__builtin_ctz(ddr_items)), 0x40});
+      set(dpp_regs::se_hash_bulk_ddr_cfg::NUMBER, engine, 6,
+          {1, 0, static_cast<uint32_t>(__builtin_ctz(ddr_items)), 0x40});
     }
   }
   void TearDown() override {
@@ -201,7 +203,7 @@ TEST_F(SeSearch, RoutesOfBothFamilies) {
     const dpp_route_cfg cfg = {key_bytes, 0x100, v6 ? 3u : 6u, 16, 0, 18};
     dpp_route_table* table = nullptr;
     ASSERT_EQ(dpp_route_create(&cfg, &writer, &table), 0u);
-    set(v6 ? DPP_REG_SE_LPM_V6_DDR_CFG : DPP_REG_SE_LPM_V4_DDR_CFG, 0, 5, {1, 0, 0x100});
+    set(v6 ? dpp_regs::se_lpm_v6_ddr_cfg::NUMBER : dpp_regs::se_lpm_v4_ddr_cfg::NUMBER, 0, 5, {1, 0, 0x100});
     std::mt19937 rng(key_bytes);
     // Few leading bytes, so that prefixes nest.
     const auto random_address = [&](uint8_t* bytes) {
@@ -245,7 +247,7 @@ TEST_F(SeSearch, RoutesOfBothFamilies) {
 // Chains that whoever wrote them closed into a ring, and a head that makes no sense, end the look-up.
 TEST_F(SeSearch, BrokenRouteAreasEnd) {
   EXPECT_EQ(text("diag_dpp_se_lpm_search", {0, 0, 1}), "no IPv4 area is enabled\n");
-  set(DPP_REG_SE_LPM_V4_DDR_CFG, 0, 0, {1, 0, 1});
+  set(dpp_regs::se_lpm_v4_ddr_cfg::NUMBER, 0, 0, {1, 0, 1});
   EXPECT_THAT(text("diag_dpp_se_lpm_search", {0, 0, 1}), HasSubstr("no route table\n"));
   const uint32_t head[4] = {0x80040200, 0, 0x80000000, 0};  // four chains, anchors of length 0
   const uint32_t chains[4] = {1, 1, 1, 1};
@@ -257,7 +259,7 @@ TEST_F(SeSearch, BrokenRouteAreasEnd) {
   const uint32_t wild[4] = {0x80FF1F00, 0, 0xFFFFFFFF, 0xFFFFFFFF};
   ASSERT_EQ(dpp_se_smmu1_ind_write(0, 256, DPP_SE_DDR_128, wild), 0u);
   EXPECT_THAT(text("diag_dpp_se_lpm_search", {0, 0, 1}), HasSubstr("no route table\n"));
-  set(DPP_REG_SE_LPM_V4_DDR_CFG, 0, 0, {1, 0, 0x3FFFFFF});
+  set(dpp_regs::se_lpm_v4_ddr_cfg::NUMBER, 0, 0, {1, 0, 0x3FFFFFF});
   EXPECT_EQ(command("diag_dpp_se_lpm_search", {0, 0, 1}).code, 0x1205u);
 }
 

@@ -38,10 +38,11 @@ class OnVirtualCard : public testing::Test {
     the_card = card_.get();
     accesses = 0;
   }
-  static uint32_t value(uint32_t reg_no, uint32_t field = 0, uint32_t m = 0, uint32_t n = 0) {
-    uint32_t values[DPP_REG_FIELD_MAX] = {};
-    EXPECT_EQ(dpp_reg_read(0, reg_no, m, n, values), 0u);
-    return values[field];
+  template <typename Register>
+  static uint32_t value(uint32_t Register::*field, uint32_t m = 0, uint32_t n = 0) {
+    Register fields = {};
+    EXPECT_EQ(dpp_reg_read(0, m, n, &fields), 0u);
+    return fields.*field;
   }
 
   static constexpr uint32_t no_word = 1;

@@ -8,7 +8,7 @@
 #include "dpp_chip/dpp_card_guard.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_access.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "memory_device.h"
 
 namespace {
@@ -62,12 +62,12 @@ const Operation operations[] = {
     {"a register of one word", 0,
      [] {
        uint32_t value = 0;
-       return dpp_reg_read32(0, DPP_REG_CPU_CHECK_REG, 0, 0, &value);
+       return dpp_reg_read32(0, dpp_regs::cpu_check_reg::NUMBER, 0, 0, &value);
      }},
     {"a register of several words", 1,
      [] {
        uint32_t fields[DPP_REG_FIELD_MAX] = {};
-       return dpp_reg_write(0, DPP_REG_SE_SDT_TBL, 0, 3, fields);
+       return dpp_reg_write(0, dpp_regs::se_sdt_tbl::NUMBER, 0, 3, fields);
      }},
     {"a window read", 1,
      [] {
@@ -87,7 +87,7 @@ const Operation operations[] = {
     {"a register behind a window", 1,
      [] {
        uint32_t fields[DPP_REG_FIELD_MAX];
-       return dpp_reg_read(0, DPP_REG_ZBLOCK_SERVICE_CONFIGURE, 1, 2, fields);
+       return dpp_reg_read(0, dpp_regs::zblock_service_configure::NUMBER, 1, 2, fields);
      }},
     {"two operations that belong together", 1, line_read_held},
 };

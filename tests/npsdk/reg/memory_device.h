@@ -1,8 +1,7 @@
-// A device whose raw hooks end in memory: words by address, and behind them the two indirect windows that the register
-// layer drives itself. Written from the bus's side; it knows no row of the description.
+// A device whose raw hooks end in memory: words by address, all plain. Indirect windows finish at once and read what
+// their data words hold. What registers do and what lies behind windows is the virtual card's (card_device.h).
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <map>
 #include <utility>
@@ -12,16 +11,16 @@
 
 namespace np_test {
 
+/// The status words of the two windows that the register layer drives itself.
+inline constexpr uint32_t ALG_STATUS = 0x280000;
+inline constexpr uint32_t TM_STATUS = 0x102000;
+
 struct memory_device {
   std::map<uint32_t, uint32_t> words;
-  std::map<uint32_t, std::array<uint32_t, 16>> alg_lines;
-  std::map<uint32_t, uint32_t> tm_words;
   std::vector<std::pair<uint32_t, uint32_t>> writes;  // address and value of every word written, in order
   uint32_t reads = 0;
   uint32_t fail_code = 0;            // returned in place of every access
   uint32_t good_reads = UINT32_MAX;  // reads after which every further one fails with code 1
-  bool windows_answer = true;        // a window's read finishes
-  uint32_t window_shift = 0;         // agent mode: where the search engine's window is seen
   bool record = true;
 };
 

@@ -140,14 +140,13 @@ TEST(Sheets, ReadFieldsArraysAndRawWords) {
   EXPECT_EQ(regs[3].name, "raw_raw_001010");
 }
 
-TEST(Sheets, ConstantsNameDescribedRegistersOnly) {
+TEST(Sheets, TypesAreOfDescribedRegistersOnly) {
   std::vector<reg_gen::reg> regs;
   reg_gen::complaints complaints;
   reg_gen::sheet_read("a.csv", header + one + rest, regs, complaints);
-  const std::string text = reg_gen::constants_text(regs);
-  EXPECT_NE(text.find("DPP_REG_ONE = 0;"), std::string::npos);
-  EXPECT_NE(text.find("DPP_FIELD_ONE_F = 0;"), std::string::npos);
-  EXPECT_EQ(text.find("REST"), std::string::npos);
+  const std::string text = reg_gen::types_text(regs);
+  EXPECT_NE(text.find("struct one {\n  static constexpr uint32_t NUMBER = 0;\n  uint32_t f;\n};\n"), std::string::npos);
+  EXPECT_EQ(text.find("rest"), std::string::npos);
 }
 
 }  // namespace

@@ -3,8 +3,8 @@
 #include <string>
 
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
 #include "dpp_reg/dpp_reg_print.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "memory_device.h"
 
 namespace {
@@ -52,31 +52,31 @@ TEST_F(Prints, FieldsOfOneInstanceUnderItsIndexes) {
   EXPECT_EQ(printed([] { return dpp_reg_fields_print(0, 819, 0, 1); }), "N:1\n" + fields);
   EXPECT_EQ(printed([] { return dpp_reg_fields_vld_print(0, 819, 0, 1); }),
             "N:1\n" + line("cfg_dtb_cmd_type", "0x00000001") + line("cfg_queue_dtb_len", "0x00000010"));
-  EXPECT_EQ(printed([] { return dpp_reg_fields_print(0, DPP_REG_PBU_COS_TH, 3, 4); }),
+  EXPECT_EQ(printed([] { return dpp_reg_fields_print(0, dpp_regs::pbu_cos_th::NUMBER, 3, 4); }),
             "M:3, N:4\n" + line("cos_th", "0x00000000"));
-  EXPECT_EQ(printed([] { return dpp_reg_fields_print_with_def(0, DPP_REG_CPU_CHECK_REG, 0, 0); }),
+  EXPECT_EQ(printed([] { return dpp_reg_fields_print_with_def(0, dpp_regs::cpu_check_reg::NUMBER, 0, 0); }),
             line("cpu_check_reg", "0x00000000, default: 0xffffffff"));
 }
 
 TEST_F(Prints, AllInstances) {
-  EXPECT_EQ(printed([] { return dpp_reg_fields_print_all(0, DPP_REG_AXI_RD_CNT); }),
+  EXPECT_EQ(printed([] { return dpp_reg_fields_print_all(0, dpp_regs::axi_rd_cnt::NUMBER); }),
             "N:0\n" + line("rd_cnt", "0x00000000") + "N:1\n" + line("rd_cnt", "0x00000000"));
 }
 
 TEST_F(Prints, RawWordsFourALine) {
-  const uint32_t addr = dpp_reg_info_get(DPP_REG_PKTRX_PHY_TABLE)->addr;
+  const uint32_t addr = dpp_reg_info_get(dpp_regs::pktrx_phy_table::NUMBER)->addr;
   memory().words[addr] = 0x80000000;
   memory().words[addr + 12] = 5;
-  EXPECT_EQ(printed([] { return dpp_reg_print32(0, DPP_REG_PKTRX_PHY_TABLE, 0, 0); }),
+  EXPECT_EQ(printed([] { return dpp_reg_print32(0, dpp_regs::pktrx_phy_table::NUMBER, 0, 0); }),
             "N:0\n0x80000000 0x00000000 0x00000000 0x00000005\n");
-  EXPECT_EQ(printed([] { return dpp_reg_print_more(0, DPP_REG_AXI_WR_CNT, 0, 1, 5); }), "N:1\n0x00000000\n");
-  EXPECT_EQ(printed([] { return dpp_reg_print_more(0, DPP_REG_PBU_COS_TH, 2, 7, 2); }),
+  EXPECT_EQ(printed([] { return dpp_reg_print_more(0, dpp_regs::axi_wr_cnt::NUMBER, 0, 1, 5); }), "N:1\n0x00000000\n");
+  EXPECT_EQ(printed([] { return dpp_reg_print_more(0, dpp_regs::pbu_cos_th::NUMBER, 2, 7, 2); }),
             "M:2, N:7\n0x00000000\nM:3, N:0\n0x00000000\n");
 }
 
 TEST_F(Prints, Ranges) {
-  EXPECT_EQ(printed([] { return dpp_regs_dump(0, DPP_REG_CPU_CHECK_REG, DPP_REG_CPU_CHECK_REG); }),
-            "reg_no:" + std::to_string(DPP_REG_CPU_CHECK_REG) + ", name:cpu_check_reg\n0x00000000\n");
+  EXPECT_EQ(printed([] { return dpp_regs_dump(0, dpp_regs::cpu_check_reg::NUMBER, dpp_regs::cpu_check_reg::NUMBER); }),
+            "reg_no:" + std::to_string(dpp_regs::cpu_check_reg::NUMBER) + ", name:cpu_check_reg\n0x00000000\n");
   EXPECT_EQ(printed([] { return dpp_regs_dump_bymn(0, 816, 817, 0, 127); }),
             "reg_no:817, name:cfg_queue_dtb_addr_h_0_127\nN:127\n0x00000000\n");
   EXPECT_EQ(printed([] { return dpp_regs_fields_dump_bymn(0, 817, 817, 0, 3); }),

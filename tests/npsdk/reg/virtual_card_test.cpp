@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "card_device.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ TEST_F(OnVirtualCard, DescribedRegistersHoldTheirResetValues) {
   for (uint32_t reg_no = 0; reg_no < DPP_REG_NUM; ++reg_no) {
     const dpp_reg_info& info = *dpp_reg_info_get(reg_no);
     // Entry 0 of the feature words is the card's own.
-    if (!dpp_reg_is_described(info) || reg_no == DPP_REG_MCODE_FEATURE) {
+    if (!dpp_reg_is_described(info) || reg_no == dpp_regs::mcode_feature::NUMBER) {
       continue;
     }
     const uint32_t places[][2] = {{0, 0}, {info.m_size - 1, info.n_size - 1}};
@@ -72,22 +72,22 @@ TEST_F(OnVirtualCard, ConfigurationKeepsWhatIsWrittenAndStatesDoNot) {
 
 TEST_F(OnVirtualCard, CountersClearWhenReadAndInterruptsWhereOnesAreWritten) {
   insert(R"({"registers": {"0x14000": 7, "0x14004": 9, "0x13000": 5}})");
-  EXPECT_EQ(value(DPP_REG_PKTRX_INT_STATUS, DPP_FIELD_PKTRX_INT_STATUS_PFU_OVF), 1u);
-  set(DPP_REG_PKTRX_INT_STATUS, 0, 0, 0, 1, 0, 0);
-  EXPECT_EQ(value(DPP_REG_PKTRX_INT_STATUS, DPP_FIELD_PKTRX_INT_STATUS_PFU_OVF), 0u);
-  EXPECT_EQ(value(DPP_REG_PKTRX_INT_STATUS, DPP_FIELD_PKTRX_INT_STATUS_LEN_ERR), 1u);
+  EXPECT_EQ(value(&dpp_regs::pktrx_int_status::pfu_ovf), 1u);
+  set(dpp_regs::pktrx_int_status::NUMBER, 0, 0, 0, 1, 0, 0);
+  EXPECT_EQ(value(&dpp_regs::pktrx_int_status::pfu_ovf), 0u);
+  EXPECT_EQ(value(&dpp_regs::pktrx_int_status::len_err), 1u);
   uint32_t pair[2];
-  ASSERT_EQ(dpp_reg_read(0, DPP_REG_PKTRX_STAT_ISCH_I_PORT_CNT, 0, 0, pair), 0u);
+  ASSERT_EQ(dpp_reg_read(0, dpp_regs::pktrx_stat_isch_i_port_cnt::NUMBER, 0, 0, pair), 0u);
   EXPECT_EQ(pair[0], 7u);
   EXPECT_EQ(pair[1], 9u);
-  EXPECT_EQ(value(DPP_REG_PKTRX_STAT_ISCH_I_PORT_CNT, 0), 0u);
+  EXPECT_EQ(value(&dpp_regs::pktrx_stat_isch_i_port_cnt::isch_i_sop_cnt), 0u);
 }
 
 TEST_F(OnVirtualCard, CountersAdvanceAtTheirRate) {
   insert(R"({"counter_rate": 1000000000})");
   uint32_t sum = 0;
   for (int i = 0; i < 1000000 && sum == 0; ++i) {
-    sum = value(DPP_REG_MR_RX_PKT_CNT);
+    sum = value(&dpp_regs::mr_rx_pkt_cnt::rx_pkt_cnt);
   }
   EXPECT_NE(sum, 0u);
 }
@@ -95,15 +95,15 @@ TEST_F(OnVirtualCard, CountersAdvanceAtTheirRate) {
 TEST_F(OnVirtualCard, CardFileSetsPortsVersionsAndFeatures) {
   insert(R"({"micro_code_version": "0x05060007", "features": [3, "0x1122334455667788"],
              "ports": {"16": {"receive_packets": "0x100000002", "send_packets": 9, "link_up": false}}})");
-  EXPECT_EQ(value(DPP_REG_TRPG_RX_PORT_PKT_NUM, 0, 0, 16), 1u);
-  EXPECT_EQ(value(DPP_REG_TRPG_RX_PORT_PKT_NUM, 1, 0, 16), 2u);
-  EXPECT_EQ(value(DPP_REG_TRPG_RX_PORT_PKT_NUM, 1, 0, 16), 2u);
-  EXPECT_EQ(value(DPP_REG_TRPG_TX_PORT_PKT_NUM, 1, 0, 16), 9u);
-  EXPECT_EQ(value(DPP_REG_TRPG_PORT_STATUS_INFO, 0, 0, 16), 0u);
-  EXPECT_EQ(value(DPP_REG_TRPG_PORT_STATUS_INFO, 0, 0, 15), 1u);
-  EXPECT_EQ(value(DPP_REG_PKTRX_UDF_TABLE, 0, 0, 10), 0x05060007u);
-  EXPECT_EQ(value(DPP_REG_MCODE_FEATURE, 0, 0, 1), 0x11223344u);
-  EXPECT_EQ(value(DPP_REG_MCODE_FEATURE, 1, 0, 1), 0x55667788u);
+  EXPECT_EQ(value(&dpp_regs::trpg_rx_port_pkt_num::rx_pkt_num_h, 0, 16), 1u);
+  EXPECT_EQ(value(&dpp_regs::trpg_rx_port_pkt_num::rx_pkt_num_l, 0, 16), 2u);
+  EXPECT_EQ(value(&dpp_regs::trpg_rx_port_pkt_num::rx_pkt_num_l, 0, 16), 2u);
+  EXPECT_EQ(value(&dpp_regs::trpg_tx_port_pkt_num::tx_pkt_num_l, 0, 16), 9u);
+  EXPECT_EQ(value(&dpp_regs::trpg_port_status_info::link_up, 0, 16), 0u);
+  EXPECT_EQ(value(&dpp_regs::trpg_port_status_info::link_up, 0, 15), 1u);
+  EXPECT_EQ(value(&dpp_regs::pktrx_udf_table::udf_data_0, 0, 10), 0x05060007u);
+  EXPECT_EQ(value(&dpp_regs::mcode_feature::feature_h, 0, 1), 0x11223344u);
+  EXPECT_EQ(value(&dpp_regs::mcode_feature::feature_l, 0, 1), 0x55667788u);
 }
 
 TEST_F(OnVirtualCard, CardFileRefusesWhatIsNoRegisterOrPort) {
@@ -115,15 +115,15 @@ TEST_F(OnVirtualCard, CardFileRefusesWhatIsNoRegisterOrPort) {
 }
 
 TEST_F(OnVirtualCard, CaptureTakesAPacketThatItsFilterNames) {
-  set(DPP_REG_PBU_CAP_FILTER_SMAC, 0, 0x0000AABB, 0xCCDDEEFF);
-  set(DPP_REG_PBU_CAP_FILTER_EN, 0, 0, 1, 0, 0);
-  set(DPP_REG_PBU_CAP_EN, 0, 1);
-  EXPECT_EQ(value(DPP_REG_PBU_CAP_STATUS, DPP_FIELD_PBU_CAP_STATUS_CAP_FULL), 1u);
-  EXPECT_EQ(value(DPP_REG_PBU_CAP_STATUS, DPP_FIELD_PBU_CAP_STATUS_CAP_LEN), 64u);
-  EXPECT_EQ(value(DPP_REG_PBU_CAP_DATA, 0, 0, 2), 0xCCDDEEFFu);
-  set(DPP_REG_PBU_CAP_CLR, 0, 1);
-  EXPECT_EQ(value(DPP_REG_PBU_CAP_STATUS, DPP_FIELD_PBU_CAP_STATUS_CAP_FULL), 0u);
-  EXPECT_EQ(value(DPP_REG_PBU_CAP_DATA, 0, 0, 2), 0u);
+  set(dpp_regs::pbu_cap_filter_smac::NUMBER, 0, 0x0000AABB, 0xCCDDEEFF);
+  set(dpp_regs::pbu_cap_filter_en::NUMBER, 0, 0, 1, 0, 0);
+  set(dpp_regs::pbu_cap_en::NUMBER, 0, 1);
+  EXPECT_EQ(value(&dpp_regs::pbu_cap_status::cap_full), 1u);
+  EXPECT_EQ(value(&dpp_regs::pbu_cap_status::cap_len), 64u);
+  EXPECT_EQ(value(&dpp_regs::pbu_cap_data::cap_data, 0, 2), 0xCCDDEEFFu);
+  set(dpp_regs::pbu_cap_clr::NUMBER, 0, 1);
+  EXPECT_EQ(value(&dpp_regs::pbu_cap_status::cap_full), 0u);
+  EXPECT_EQ(value(&dpp_regs::pbu_cap_data::cap_data, 0, 2), 0u);
 }
 
 }  // namespace

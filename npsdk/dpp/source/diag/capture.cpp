@@ -2,7 +2,6 @@
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
 #include "dpp_reg/dpp_reg_print.h"
 #include "dpp_reg/dpp_reg_types.h"
 #include "dpp_row_functions.h"
@@ -35,18 +34,21 @@ struct capture_block {
 };
 
 constexpr capture_block capture_blocks[] = {
-    {{DPP_REG_PKTRX_CAP_MODE, DPP_REG_PKTRX_CAP_EN, DPP_REG_PKTRX_CAP_FILTER_EN, DPP_REG_PKTRX_CAP_FILTER_SPORT,
-      DPP_REG_PKTRX_CAP_FILTER_MAC_OFFSET, DPP_REG_PKTRX_CAP_FILTER_DMAC, DPP_REG_PKTRX_CAP_FILTER_SMAC},
+    {{dpp_regs::pktrx_cap_mode::NUMBER, dpp_regs::pktrx_cap_en::NUMBER, dpp_regs::pktrx_cap_filter_en::NUMBER,
+      dpp_regs::pktrx_cap_filter_sport::NUMBER, dpp_regs::pktrx_cap_filter_mac_offset::NUMBER,
+      dpp_regs::pktrx_cap_filter_dmac::NUMBER, dpp_regs::pktrx_cap_filter_smac::NUMBER},
      status_get<dpp_regs::pktrx_cap_status>,
-     DPP_REG_PKTRX_CAP_DATA},
-    {{DPP_REG_PBU_CAP_MODE, DPP_REG_PBU_CAP_EN, DPP_REG_PBU_CAP_FILTER_EN, DPP_REG_PBU_CAP_FILTER_SPORT,
-      DPP_REG_PBU_CAP_FILTER_MAC_OFFSET, DPP_REG_PBU_CAP_FILTER_DMAC, DPP_REG_PBU_CAP_FILTER_SMAC},
+     dpp_regs::pktrx_cap_data::NUMBER},
+    {{dpp_regs::pbu_cap_mode::NUMBER, dpp_regs::pbu_cap_en::NUMBER, dpp_regs::pbu_cap_filter_en::NUMBER,
+      dpp_regs::pbu_cap_filter_sport::NUMBER, dpp_regs::pbu_cap_filter_mac_offset::NUMBER,
+      dpp_regs::pbu_cap_filter_dmac::NUMBER, dpp_regs::pbu_cap_filter_smac::NUMBER},
      status_get<dpp_regs::pbu_cap_status>,
-     DPP_REG_PBU_CAP_DATA},
-    {{DPP_REG_ODMA_CAP_MODE, DPP_REG_ODMA_CAP_EN, DPP_REG_ODMA_CAP_FILTER_EN, DPP_REG_ODMA_CAP_FILTER_DPORT,
-      DPP_REG_ODMA_CAP_FILTER_MAC_OFFSET, DPP_REG_ODMA_CAP_FILTER_DMAC, DPP_REG_ODMA_CAP_FILTER_SMAC},
+     dpp_regs::pbu_cap_data::NUMBER},
+    {{dpp_regs::odma_cap_mode::NUMBER, dpp_regs::odma_cap_en::NUMBER, dpp_regs::odma_cap_filter_en::NUMBER,
+      dpp_regs::odma_cap_filter_dport::NUMBER, dpp_regs::odma_cap_filter_mac_offset::NUMBER,
+      dpp_regs::odma_cap_filter_dmac::NUMBER, dpp_regs::odma_cap_filter_smac::NUMBER},
      status_get<dpp_regs::odma_cap_status>,
-     DPP_REG_ODMA_CAP_DATA},
+     dpp_regs::odma_cap_data::NUMBER},
 };
 
 // Bytes in the order of the wire; the first stands highest in its word.

@@ -28,7 +28,7 @@ void words_tell(uint32_t place, const DppCmdArgs& args) {
   const dpp_cmd_record& record = dpp_cmd_records[place];
   for (uint32_t i = 0; i < record.arg_num; ++i) {
     char text[80];
-    snprintf(text, sizeof text, "%s=0x%x", &dpp_cmd_text_pool[dpp_cmd_args[record.arg_first + i].name], args.value[i]);
+    snprintf(text, sizeof text, "%s=0x%x", dpp_cmd_text(dpp_cmd_args[record.arg_first + i].name), args.value[i]);
     args.writes->add(text);
   }
 }
@@ -72,7 +72,7 @@ uint32_t register_dump_call(const DppCmdEntry& self, const DppCmdArgs& args) {
 }
 
 dpp_cmd_func func_of(const dpp_cmd_record& record) {
-  switch (static_cast<dpp_cmd_kind>(record.kind)) {
+  switch (record.kind) {
     case dpp_cmd_kind::row:
       return row_call;
     case dpp_cmd_kind::function:
@@ -84,12 +84,10 @@ dpp_cmd_func func_of(const dpp_cmd_record& record) {
       return register_print_call;
     case dpp_cmd_kind::register_dump:
       return register_dump_call;
+    case dpp_cmd_kind::missing:
+      break;
   }
   return nullptr;
-}
-
-bool is_text_kind(dpp_cmd_kind kind) {
-  return kind == dpp_cmd_kind::text || kind == dpp_cmd_kind::shell;
 }
 
 }  // namespace
@@ -105,10 +103,10 @@ const DppCmdEntry* dpp_cmd_get(uint32_t index) {
   DppCmdEntry& entry = entries[index];
   if (entry.name == nullptr) {
     const dpp_cmd_record& record = dpp_cmd_records[index];
-    const dpp_cmd_kind kind = static_cast<dpp_cmd_kind>(record.kind);
-    const bool is_word = kind == dpp_cmd_kind::shell;
-    const char* help = is_word ? &dpp_cmd_text_pool[dpp_cmd_named_table[index].purpose] : "";
-    entry = {&dpp_cmd_text_pool[record.name], func_of(record), help, is_text_kind(kind) ? 0u : 1u, is_word ? 0u : 1u};
+    const bool is_word = record.kind == dpp_cmd_kind::shell;
+    const bool takes_text = is_word || record.kind == dpp_cmd_kind::text;
+    const char* help = is_word ? dpp_cmd_text(dpp_cmd_named_table[index].purpose) : "";
+    entry = {dpp_cmd_text(record.name), func_of(record), help, takes_text ? 0u : 1u, is_word ? 0u : 1u};
   }
   return &entry;
 }
@@ -118,12 +116,12 @@ const DppCmdEntry* dpp_cmd_find(const char* name) {
     return nullptr;
   }
   return dpp_cmd_get(dpp_name_find(dpp_cmd_name_slots, name,
-                                   [](uint32_t place) { return &dpp_cmd_text_pool[dpp_cmd_records[place].name]; }));
+                                   [](uint32_t place) { return dpp_cmd_text(dpp_cmd_records[place].name); }));
 }
 
 DppCmdListed dpp_cmd_listed_get(uint32_t index) {
   const dpp_cmd_listed& listed = dpp_cmd_listed_table[index];
-  return {&dpp_cmd_text_pool[listed.name], static_cast<uint8_t>(listed.permission)};
+  return {dpp_cmd_text(listed.name), static_cast<uint8_t>(listed.permission)};
 }
 
 bool dpp_is_integer(const char* text) {

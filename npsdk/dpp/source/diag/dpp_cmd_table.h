@@ -6,13 +6,11 @@
 
 #include "dpp_diag/dpp_cmd.h"
 #include "dpp_reg/dpp_name_index.h"
-
-/// What stands behind a name.
-enum class dpp_cmd_kind : uint32_t { row, function, text, shell, register_print, register_dump };
+#include "dpp_row_form.h"
 
 struct dpp_cmd_record {
   uint32_t name;
-  uint32_t kind;   // dpp_cmd_kind
+  dpp_cmd_kind kind;
   uint32_t index;  // into the rows or the functions, or the register number
   uint32_t arg_first;
   uint32_t arg_num;
@@ -36,46 +34,8 @@ struct dpp_cmd_function {
   dpp_cmd_func func;
 };
 
-/// A number, or the slot of a variable: first the arguments, then loops and totals in order of appearance.
-struct dpp_row_operand {
-  uint32_t is_slot;
-  uint32_t number;
-};
-
-struct dpp_row_place {
-  uint32_t reg_no;
-  dpp_row_operand m;
-  dpp_row_operand n;
-};
-
-enum class dpp_row_value_kind : uint32_t { number, field, whole };
-
-struct dpp_row_value {
-  uint32_t kind;  // dpp_row_value_kind
-  dpp_row_operand number;
-  dpp_row_place at;
-  uint32_t field;
-};
-
-enum class dpp_row_op : uint32_t {
-  print,
-  fields,
-  words,
-  loop,
-  end,
-  add,
-  set,
-  clear,
-  errors,
-  idle,
-  ready,
-  summary,
-  run,
-  call
-};
-
 struct dpp_row_step {
-  uint32_t op;    // dpp_row_op
+  dpp_row_op op;
   uint32_t line;  // of the sheet
   uint32_t text;  // run: place of the command in the table
   uint32_t slot;  // loop, add; call: the function
@@ -99,9 +59,6 @@ struct dpp_row {
   uint32_t step_num;
 };
 
-inline constexpr uint32_t DPP_ROW_SLOT_MAX = 24;
-inline constexpr uint32_t DPP_ROW_PLACE_MAX = 16;  ///< register instances read in one step
-
 /// The place of a record that the table has handed out.
 uint32_t dpp_cmd_place(const DppCmdEntry& entry);
 
@@ -119,3 +76,7 @@ extern const dpp_cmd_arg dpp_cmd_args[];
 extern const dpp_row_step dpp_row_steps[];
 extern const dpp_row_value dpp_row_values[];
 extern const char dpp_cmd_text_pool[];
+
+inline const char* dpp_cmd_text(uint32_t offset) {
+  return &dpp_cmd_text_pool[offset];
+}

@@ -9,10 +9,6 @@
 
 namespace {
 
-const char* text_of(uint32_t offset) {
-  return &dpp_cmd_text_pool[offset];
-}
-
 uint32_t values_check(uint32_t place, std::span<const uint32_t> values, const qlix_comm_detail::source_place& at) {
   const dpp_cmd_record& record = dpp_cmd_records[place];
   for (uint32_t i = 0; i < record.arg_num; ++i) {
@@ -29,7 +25,7 @@ uint32_t values_check(uint32_t place, std::span<const uint32_t> values, const ql
 // A printer of a register takes the indexes of an instance, a dump all instances.
 void register_words_print(const dpp_cmd_record& record) {
   const dpp_reg_info& info = *dpp_reg_info_get(record.index);
-  const bool prints = record.kind == static_cast<uint32_t>(dpp_cmd_kind::register_print);
+  const bool prints = record.kind == dpp_cmd_kind::register_print;
   QLIX_COMM_PRINT(" dev_id=0..15");
   if (prints && (info.array_type & DPP_REG_BINARY_ARRAY) != 0) {
     QLIX_COMM_PRINT(" m=0..%u", info.m_size - 1);
@@ -45,8 +41,9 @@ void register_words_print(const dpp_cmd_record& record) {
 
 uint32_t dpp_cmd_ranges_check(uint32_t place, std::span<const uint32_t> values) {
   const dpp_cmd_named& named = dpp_cmd_named_table[place];
-  return values_check(place, values,
-                      {text_of(named.sheet), static_cast<int>(named.line), text_of(dpp_cmd_records[place].name)});
+  return values_check(
+      place, values,
+      {dpp_cmd_text(named.sheet), static_cast<int>(named.line), dpp_cmd_text(dpp_cmd_records[place].name)});
 }
 
 uint32_t dpp_cmd_ranges_check(const DppCmdEntry& entry, const DppCmdArgs& args,
@@ -64,13 +61,13 @@ void dpp_cmd_usage_print(const DppCmdEntry& entry) {
   }
   for (uint32_t i = 0; i < record.arg_num; ++i) {
     const dpp_cmd_arg& arg = dpp_cmd_args[record.arg_first + i];
-    QLIX_COMM_PRINT(" %s", text_of(arg.name));
+    QLIX_COMM_PRINT(" %s", dpp_cmd_text(arg.name));
     if (arg.is_ranged != 0) {
       QLIX_COMM_PRINT("=%u..%u", arg.min, arg.max);
     }
   }
-  QLIX_COMM_PRINT("%s\n    %s.\n", record.kind == static_cast<uint32_t>(dpp_cmd_kind::text) ? " text" : "",
-                  text_of(dpp_cmd_named_table[place].purpose));
+  QLIX_COMM_PRINT("%s\n    %s.\n", record.kind == dpp_cmd_kind::text ? " text" : "",
+                  dpp_cmd_text(dpp_cmd_named_table[place].purpose));
 }
 
 bool dpp_cmd_is_usage_word(const char* words) {

@@ -18,10 +18,6 @@ constexpr uint32_t print_size = 1024;
 constexpr uint32_t idle_looks = 10;
 constexpr useconds_t idle_wait_us = 1000;
 
-const char* text_of(uint32_t offset) {
-  return &dpp_cmd_text_pool[offset];
-}
-
 /// A register instance that a step has read.
 struct instance {
   uint32_t reg_no;
@@ -46,12 +42,12 @@ class row_runner {
       : named_(dpp_cmd_named_table[place]),
         record_(dpp_cmd_records[place]),
         row_(dpp_row_table[record_.index]),
-        name_(text_of(record_.name)),
+        name_(dpp_cmd_text(record_.name)),
         writes_(args.writes),
         depth_(depth) {
     for (uint32_t i = 0; i < record_.arg_num; ++i) {
       slots_[i] = args.value[i];
-      if (strcmp(text_of(dpp_cmd_args[record_.arg_first + i].name), "dev_id") == 0) {
+      if (strcmp(dpp_cmd_text(dpp_cmd_args[record_.arg_first + i].name), "dev_id") == 0) {
         dev_id_ = args.value[i];
       }
     }
@@ -72,7 +68,7 @@ class row_runner {
 
  private:
   qlix_comm_detail::source_place here(uint32_t line) const {
-    return {text_of(named_.sheet), static_cast<int>(line), name_};
+    return {dpp_cmd_text(named_.sheet), static_cast<int>(line), name_};
   }
   uint32_t failed(const dpp_row_step& step, uint32_t code, const char* callee) const {
     return code == QLIX_COMM_OK ? code : qlix_comm_detail::report_call(here(step.line), code, callee);
@@ -88,7 +84,7 @@ class row_runner {
   uint32_t step_run(const dpp_row_step& step, uint32_t& at) {
     const uint32_t m = index(step.at.m);
     const uint32_t n = index(step.at.n);
-    switch (static_cast<dpp_row_op>(step.op)) {
+    switch (step.op) {
       case dpp_row_op::print:
         return print(step);
       case dpp_row_op::fields:
@@ -154,14 +150,13 @@ class row_runner {
   }
 
   uint32_t value_get(const dpp_row_step& step, const dpp_row_value& value, uint64_t& out) {
-    const dpp_row_value_kind kind = static_cast<dpp_row_value_kind>(value.kind);
-    if (kind == dpp_row_value_kind::number) {
+    if (value.kind == dpp_row_value_kind::number) {
       out = number(value.number);
       return QLIX_COMM_OK;
     }
     const instance* read = nullptr;
     const uint32_t code = instance_read(step, value.at, &read);
-    out = kind == dpp_row_value_kind::whole ? read->whole() : read->fields[value.field];
+    out = value.kind == dpp_row_value_kind::whole ? read->whole() : read->fields[value.field];
     return code;
   }
 
@@ -176,7 +171,7 @@ class row_runner {
     uint64_t values[DPP_ROW_PLACE_MAX];
     QLIX_COMM_PASS(values_get(step, values));
     char text[print_size];
-    dpp_row_format(text, sizeof text, text_of(step.text), {values, step.value_num});
+    dpp_row_format(text, sizeof text, dpp_cmd_text(step.text), {values, step.value_num});
     QLIX_COMM_PRINT("%s", text);
     return QLIX_COMM_OK;
   }
@@ -253,7 +248,7 @@ class row_runner {
   }
 
   uint32_t verdict(const dpp_row_step& step) {
-    const dpp_row_op what = static_cast<dpp_row_op>(step.op);
+    const dpp_row_op what = step.op;
     uint32_t fields[DPP_REG_FIELD_MAX];
     QLIX_COMM_PASS(what == dpp_row_op::idle ? busy_read(step, fields) : fields_read(step, fields));
     char bad[print_size];
@@ -303,7 +298,7 @@ class row_runner {
 
   uint32_t summary(const dpp_row_step& step) {
     const bool healthy = verdicts_.errors == 0 && verdicts_.not_ready == 0;
-    QLIX_COMM_PRINT("%s: %u item%s, %u error%s, %u not ready, %u busy: %s\n", text_of(step.text), verdicts_.items,
+    QLIX_COMM_PRINT("%s: %u item%s, %u error%s, %u not ready, %u busy: %s\n", dpp_cmd_text(step.text), verdicts_.items,
                     qlix_comm_plural(verdicts_.items), verdicts_.errors, qlix_comm_plural(verdicts_.errors),
                     verdicts_.not_ready, verdicts_.busy, healthy ? "HEALTHY" : "NOT HEALTHY");
     return QLIX_COMM_OK;
@@ -321,14 +316,14 @@ class row_runner {
   uint32_t function_call(const dpp_row_step& step) {
     DppCmdArgs args;
     QLIX_COMM_PASS(arguments_get(step, args));
-    return failed(step, dpp_cmd_functions[step.slot].func(*dpp_cmd_get(0), args), text_of(step.text));
+    return failed(step, dpp_cmd_functions[step.slot].func(*dpp_cmd_get(0), args), dpp_cmd_text(step.text));
   }
 
   uint32_t command_run(const dpp_row_step& step) {
     DppCmdArgs args;
     QLIX_COMM_PASS(arguments_get(step, args));
     const DppCmdEntry* entry = dpp_cmd_get(step.text);
-    const bool is_row = dpp_cmd_records[step.text].kind == static_cast<uint32_t>(dpp_cmd_kind::row);
+    const bool is_row = dpp_cmd_records[step.text].kind == dpp_cmd_kind::row;
     return failed(step, is_row ? dpp_row_run(step.text, args, verdicts_, depth_ + 1) : entry->func(*entry, args),
                   entry->name);
   }

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "dpp_row.h"
+#include "dpp_row_conversion.h"
 
 namespace {
 
@@ -25,34 +26,7 @@ class out_text {
   size_t left_;
 };
 
-struct conversion {
-  bool left = false;
-  bool zero = false;
-  uint32_t width = 0;
-  bool wide = false;
-  char letter = '\0';
-};
-
-constexpr uint32_t width_max = 200;
-
-// Reads from behind the % on; returns what follows the conversion.
-const char* conversion_read(const char* text, conversion& out) {
-  for (; *text == '-' || *text == '0' || *text == ' '; ++text) {
-    out.left = out.left || *text == '-';
-    out.zero = out.zero || *text == '0';
-  }
-  for (; *text >= '0' && *text <= '9'; ++text) {
-    out.width = out.width < width_max ? out.width * 10 + static_cast<uint32_t>(*text - '0') : width_max;
-  }
-  if (text[0] == 'l' && text[1] == 'l') {
-    out.wide = true;
-    text += 2;
-  }
-  out.letter = *text;
-  return *text == '\0' ? text : text + 1;
-}
-
-void number_put(out_text& out, const conversion& how, uint64_t value) {
+void number_put(out_text& out, const dpp_row_conversion& how, uint64_t value) {
   char digits[32];
   if (!how.wide) {
     value &= UINT32_MAX;
@@ -97,8 +71,8 @@ void dpp_row_format(char* out, uint32_t size, const char* text, std::span<const 
       text += 2;
       continue;
     }
-    conversion how;
-    text = conversion_read(text + 1, how);
+    dpp_row_conversion how;
+    text = how.read(text + 1);
     number_put(made, how, used < values.size() ? values[used] : 0);
     ++used;
   }

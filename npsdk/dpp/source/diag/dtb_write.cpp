@@ -63,34 +63,29 @@ class block_sender {
   alignas(uint32_t) uint8_t bytes_[DPP_DTB_LEN_MAX];
 };
 
-/// An element of zeros for a command.
+/// Adds an element of zeros for the command of a form.
 template <typename Form>
-uint32_t zeros_pack(uint32_t type, const Form& form, uint32_t data_size, dpp_dtb_entry* entry) {
-  *entry = {};
-  entry->data_size = data_size;
-  return dpp_dtb_table_cmd_pack(type, dpp_dtb_form_values(form), entry->cmd);
+uint32_t zeros_add(block_sender& block, uint32_t type, const Form& form, uint32_t data_size) {
+  dpp_dtb_entry entry = {};
+  entry.data_size = data_size;
+  QLIX_COMM_CALL(dpp_dtb_table_cmd_pack, type, dpp_dtb_form_values(form), entry.cmd);
+  return block.add(entry);
 }
 
 uint32_t eram_row_clear(block_sender& block, uint32_t row) {
   const dpp_dtb_eram_128_form form = {1, DPP_DTB_MODE_ERAM, DPP_ERAM_DATA_128, 1, 0, 0, row};
-  dpp_dtb_entry entry;
-  QLIX_COMM_CALL(zeros_pack, DPP_DTB_TABLE_ERAM_128, form, row_bytes, &entry);
-  return block.add(entry);
+  return zeros_add(block, DPP_DTB_TABLE_ERAM_128, form, row_bytes);
 }
 
 uint32_t ddr_row_clear(block_sender& block, uint32_t row) {
   const dpp_dtb_ddr_form form = {1, DPP_DTB_MODE_DDR,           0, 0, 0, row / DPP_DTB_DDR_BASE_ROWS,
                                  0, row % DPP_DTB_DDR_BASE_ROWS};
-  dpp_dtb_entry entry;
-  QLIX_COMM_CALL(zeros_pack, DPP_DTB_TABLE_DDR, form, row_bytes, &entry);
-  return block.add(entry);
+  return zeros_add(block, DPP_DTB_TABLE_DDR, form, row_bytes);
 }
 
 uint32_t zcam_item_clear(block_sender& block, uint32_t place) {
   const dpp_dtb_zcam_form form = {1, DPP_DTB_MODE_ZCAM, 1, place >> 14, place >> 11, place >> 9, all_quarters, place};
-  dpp_dtb_entry entry;
-  QLIX_COMM_CALL(zeros_pack, DPP_DTB_TABLE_ZCAM, form, zcam_item_bytes, &entry);
-  return block.add(entry);
+  return zeros_add(block, DPP_DTB_TABLE_ZCAM, form, zcam_item_bytes);
 }
 
 // The valid bits go first, so that no key ever matches a half-cleared row.
@@ -104,9 +99,7 @@ uint32_t etcam_row_clear(block_sender& block, uint32_t place) {
     form.wr_mode = all_parts;
     form.data_or_mask = mask;
     form.addr = place % DPP_DTB_ETCAM_ROW_NUM;
-    dpp_dtb_entry entry;
-    QLIX_COMM_CALL(zeros_pack, DPP_DTB_TABLE_ETCAM, form, etcam_row_bytes, &entry);
-    QLIX_COMM_CHECK_RC(block.add(entry), "block_sender::add");
+    QLIX_COMM_CHECK_RC(zeros_add(block, DPP_DTB_TABLE_ETCAM, form, etcam_row_bytes), "block_sender::add");
   }
   return QLIX_COMM_OK;
 }

@@ -3,7 +3,6 @@
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_diag/dpp_pktrx.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
 #include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/check.h"
 
@@ -23,30 +22,23 @@ uint32_t pair_get(uint32_t dev_id, uint32_t port, uint32_t Register::*sop, uint3
 
 }  // namespace
 
-uint32_t dpp_pktrx_stat_isch_i_port_cnt_get(uint32_t dev_id, uint32_t port, dpp_pktrx_sop_eop* cnt) {
-  using counters = dpp_regs::pktrx_stat_isch_i_port_cnt;
-  return pair_get(dev_id, port, &counters::isch_i_sop_cnt, &counters::isch_i_eop_cnt, cnt);
-}
+/// Defines the getters of a port's counters and of a total, whose fields begin with `field`.
+#define PORT_PAIR(name, field)                                                                   \
+  uint32_t dpp_pktrx_stat_##name##_get(uint32_t dev_id, uint32_t port, dpp_pktrx_sop_eop* cnt) { \
+    using counters = dpp_regs::pktrx_stat_##name;                                                \
+    return pair_get(dev_id, port, &counters::field##_sop_cnt, &counters::field##_eop_cnt, cnt);  \
+  }
+#define TOTAL_PAIR(name, field)                                                                          \
+  uint32_t dpp_pktrx_stat_##name##_get(uint32_t dev_id, dpp_pktrx_sop_eop* cnt) {                        \
+    using counters = dpp_regs::pktrx_stat_##name;                                                        \
+    return pair_get(dev_id, 0, &counters::field##_total_sop_cnt, &counters::field##_total_eop_cnt, cnt); \
+  }
 
-uint32_t dpp_pktrx_stat_isch_o_port_cnt_get(uint32_t dev_id, uint32_t port, dpp_pktrx_sop_eop* cnt) {
-  using counters = dpp_regs::pktrx_stat_isch_o_port_cnt;
-  return pair_get(dev_id, port, &counters::isch_o_sop_cnt, &counters::isch_o_eop_cnt, cnt);
-}
-
-uint32_t dpp_pktrx_stat_parser_port_cnt_get(uint32_t dev_id, uint32_t port, dpp_pktrx_sop_eop* cnt) {
-  using counters = dpp_regs::pktrx_stat_parser_port_cnt;
-  return pair_get(dev_id, port, &counters::parser_o_sop_cnt, &counters::parser_o_eop_cnt, cnt);
-}
-
-uint32_t dpp_pktrx_stat_isch_o_cnt_get(uint32_t dev_id, dpp_pktrx_sop_eop* cnt) {
-  using counters = dpp_regs::pktrx_stat_isch_o_cnt;
-  return pair_get(dev_id, 0, &counters::isch_o_total_sop_cnt, &counters::isch_o_total_eop_cnt, cnt);
-}
-
-uint32_t dpp_pktrx_stat_parser_cnt_get(uint32_t dev_id, dpp_pktrx_sop_eop* cnt) {
-  using counters = dpp_regs::pktrx_stat_parser_cnt;
-  return pair_get(dev_id, 0, &counters::parser_o_total_sop_cnt, &counters::parser_o_total_eop_cnt, cnt);
-}
+PORT_PAIR(isch_i_port_cnt, isch_i)
+PORT_PAIR(isch_o_port_cnt, isch_o)
+PORT_PAIR(parser_port_cnt, parser_o)
+TOTAL_PAIR(isch_o_cnt, isch_o)
+TOTAL_PAIR(parser_cnt, parser_o)
 
 uint32_t dpp_pktrx_udf_table_get(uint32_t dev_id, uint32_t index, uint32_t* words) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);

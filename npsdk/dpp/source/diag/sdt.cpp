@@ -7,7 +7,7 @@
 #include "dpp_memory/dpp_sdt.h"
 #include "dpp_memory/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
+#include "dpp_reg/dpp_reg_types.h"
 #include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 #include "qlix_comm/plural.h"
@@ -157,7 +157,7 @@ uint32_t dpp_sdt_table_data_pre(uint32_t dev_id, uint32_t first_word, uint32_t w
   const uint32_t words[data_arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
   const uint32_t end = std::min(first_word + data_arg_words, DPP_SDT_ENTRY_WORDS);
   for (uint32_t i = first_word; i < end; ++i) {
-    QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_SE_SDT_TBL_DATA, 0, i, words[i - first_word]);
+    QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, dpp_regs::se_sdt_tbl_data::NUMBER, 0, i, words[i - first_word]);
   }
   QLIX_COMM_PRINT("words %u to %u wait for dpp_sdt_table_data_write\n", first_word, end - 1);
   return QLIX_COMM_OK;
@@ -168,7 +168,7 @@ uint32_t dpp_sdt_table_data_write(uint32_t dev_id, uint32_t sdt_no, uint32_t ind
   QLIX_COMM_CALL(dpp_sdt_tbl_get, dev_id, sdt_no, &record);
   dpp_sdt_entry entry = {};
   for (uint32_t i = 0; i < DPP_SDT_ENTRY_WORDS; ++i) {
-    QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_SE_SDT_TBL_DATA, 0, i, &entry.words[i]);
+    QLIX_COMM_CALL(dpp_reg_read32, dev_id, dpp_regs::se_sdt_tbl_data::NUMBER, 0, i, &entry.words[i]);
   }
   return QLIX_COMM_CALLED(dpp_sdt_entry_set, dev_id, record, index, &entry);
 }

@@ -8,7 +8,6 @@
 #include "dpp_memory/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_access.h"
-#include "dpp_reg/dpp_reg_no.h"
 #include "dpp_reg/dpp_reg_print.h"
 #include "dpp_reg/dpp_reg_types.h"
 #include "dpp_row_functions.h"
@@ -130,8 +129,9 @@ uint32_t diag_dpp_se_alg_read512(uint32_t dev_id, uint32_t addr) {
 }
 
 uint32_t diag_dpp_se_alg_read_zblock(uint32_t dev_id, uint32_t zblock) {
-  constexpr uint32_t registers[] = {DPP_REG_ZBLOCK_SERVICE_CONFIGURE, DPP_REG_ZBLOCK_HASH_ZCELL_MONO,
-                                    DPP_REG_ZBLOCK_HASH_ARG, DPP_REG_ZBLOCK_MPR_ECC, DPP_REG_ZBLOCK_ZREG};
+  constexpr uint32_t registers[] = {dpp_regs::zblock_service_configure::NUMBER,
+                                    dpp_regs::zblock_hash_zcell_mono::NUMBER, dpp_regs::zblock_hash_arg::NUMBER,
+                                    dpp_regs::zblock_mpr_ecc::NUMBER, dpp_regs::zblock_zreg::NUMBER};
   QLIX_COMM_PRINT("zblock %u\n", zblock);
   for (const uint32_t reg_no : registers) {
     QLIX_COMM_CALL(dpp_reg_fields_print, dev_id, reg_no, zblock / DPP_SE_ZBLOCK_IN_GROUP,
@@ -150,7 +150,7 @@ uint32_t diag_dpp_se_alg_write512_pre_ex(uint32_t dev_id, uint32_t first_word, u
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_SE_ALG);
   for (uint32_t i = first_word; i < end; ++i) {
     // Word 0 stands at the highest address.
-    QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_SE_ALG_IND_DATA, 0, DPP_SE_ZCELL_WORDS - 1 - i,
+    QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, dpp_regs::se_alg_ind_data::NUMBER, 0, DPP_SE_ZCELL_WORDS - 1 - i,
                    words[i - first_word]);
   }
   QLIX_COMM_PRINT("words %u to %u wait for diag_dpp_se_alg_write512_ex\n", first_word, end - 1);
@@ -161,7 +161,7 @@ uint32_t diag_dpp_se_alg_write512_ex(uint32_t dev_id, uint32_t addr, uint32_t qu
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_SE_ALG);
   uint32_t words[DPP_SE_ZCELL_WORDS] = {};
   for (uint32_t i = 0; i < DPP_SE_ZCELL_WORDS; ++i) {
-    QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_SE_ALG_IND_DATA, 0, DPP_SE_ZCELL_WORDS - 1 - i, &words[i]);
+    QLIX_COMM_CALL(dpp_reg_read32, dev_id, dpp_regs::se_alg_ind_data::NUMBER, 0, DPP_SE_ZCELL_WORDS - 1 - i, &words[i]);
   }
   const uint32_t enables = quarters != 0 ? quarters : DPP_SE_QUARTER_ALL;
   return QLIX_COMM_CALLED(dpp_se_alg_write, dev_id, enables << quarter_shift | addr, words);

@@ -33,13 +33,6 @@ uint32_t dpp_etcam_table_blocks_prt(uint32_t dev_id, uint32_t table) {
   return QLIX_COMM_OK;
 }
 
-uint32_t diag_dpp_se_etcam_table_block_all_prt(uint32_t dev_id) {
-  for (uint32_t table = 0; table < DPP_ETCAM_TABLE_NUM; ++table) {
-    QLIX_COMM_CALL(dpp_etcam_table_blocks_prt, dev_id, table);
-  }
-  return QLIX_COMM_OK;
-}
-
 uint32_t diag_dpp_se_etcam_entry_prt(uint32_t dev_id, uint32_t block, uint32_t row) {
   dpp_se_etcam_row entry = {};
   QLIX_COMM_CALL(dpp_se_etcam_row_read, dev_id, block, row, &entry);

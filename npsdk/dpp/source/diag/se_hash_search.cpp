@@ -2,7 +2,6 @@
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_memory/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
 #include "dpp_reg/dpp_reg_types.h"
 #include "dpp_se/dpp_crc.h"
 #include "dpp_se/dpp_hash.h"
@@ -107,7 +106,7 @@ uint32_t zcells_search(search& s, uint32_t zblock, const zblock_view& view) {
 uint32_t zreg_search(search& s, uint32_t zblock) {
   uint32_t words[SE_ITEM_WORDS] = {};
   QLIX_COMM_CHECK_DEV_RC(s.dev_id,
-                         dpp_reg_words_read(s.dev_id, DPP_REG_ZBLOCK_ZREG, zblock / DPP_SE_ZBLOCK_IN_GROUP,
+                         dpp_reg_words_read(s.dev_id, dpp_regs::zblock_zreg::NUMBER, zblock / DPP_SE_ZBLOCK_IN_GROUP,
                                             zblock % DPP_SE_ZBLOCK_IN_GROUP, words),
                          "dpp_reg_read");
   uint8_t item[DPP_SE_ITEM_BYTES];
@@ -135,7 +134,7 @@ uint32_t zblocks_search(search& s) {
 uint32_t key_read(uint32_t dev_id, uint8_t* bytes) {
   uint32_t words[key_words] = {};
   for (uint32_t i = 0; i < key_words; ++i) {
-    QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_SE_HASH_KEY_DATA, 0, i, &words[i]);
+    QLIX_COMM_CALL(dpp_reg_read32, dev_id, dpp_regs::se_hash_key_data::NUMBER, 0, i, &words[i]);
   }
   dpp_se_words_to_bytes(words, key_words, bytes);
   return QLIX_COMM_OK;
@@ -148,7 +147,7 @@ uint32_t diag_dpp_se_hash_key_data(uint32_t dev_id, uint32_t first_word, uint32_
                                    uint32_t word8, uint32_t word9) {
   const uint32_t words[key_arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
   for (uint32_t i = 0; i < key_arg_words && first_word + i < key_words; ++i) {
-    QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_SE_HASH_KEY_DATA, 0, first_word + i, words[i]);
+    QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, dpp_regs::se_hash_key_data::NUMBER, 0, first_word + i, words[i]);
   }
   uint8_t bytes[4 * key_words] = {};
   QLIX_COMM_CALL(key_read, dev_id, bytes);

@@ -8,6 +8,7 @@
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_types.h"
 #include "dpp_se/dpp_crc.h"
+#include "dpp_se/dpp_route.h"
 #include "dpp_se/dpp_se_format.h"
 #include "qlix_comm/check.h"
 #include "qlix_comm/plural.h"
@@ -32,14 +33,6 @@ struct search {
   uint32_t length;  // of the route
   uint32_t result;
 };
-
-uint32_t big_endian(const uint8_t* bytes, uint32_t num) {
-  uint32_t value = 0;
-  for (uint32_t i = 0; i < num; ++i) {
-    value = value << 8 | bytes[i];
-  }
-  return value;
-}
 
 uint32_t lines_read(const search& s, uint64_t first, uint32_t num, uint8_t* bytes) {
   for (uint32_t i = 0; i < num; ++i) {
@@ -79,7 +72,7 @@ void item_search(search& s, const uint8_t* item, uint32_t length) {
     if ((!s.found || route_len > s.length) && route_len <= 8 * s.key_bytes && covers(slot, route_len, s)) {
       s.found = true;
       s.length = route_len;
-      s.result = big_endian(slot + s.key_bytes + 1, DPP_ROUTE_SLOT_TAIL_BYTES - 1);
+      s.result = dpp_se_word_get(slot + s.key_bytes) & DPP_ROUTE_RESULT_MAX;
     }
   }
 }
@@ -92,7 +85,7 @@ uint32_t chain_search(search& s, uint32_t length) {
   const uint32_t chain = crc & (s.chain_num - 1);
   uint8_t line[DPP_ROUTE_ROW_BYTES] = {};
   QLIX_COMM_CALL(lines_read, s, DPP_ROUTE_HEAD_ROWS + chain / DPP_ROUTE_CHAINS_IN_ROW, 1, line);
-  uint32_t next = big_endian(line + size_t{4} * (chain % DPP_ROUTE_CHAINS_IN_ROW), 4);
+  uint32_t next = dpp_se_word_get(line + size_t{4} * (chain % DPP_ROUTE_CHAINS_IN_ROW));
   uint32_t steps = 0;
   uint32_t mark = 0;  // an item passed; who comes by again goes round in a ring
   const uint64_t items = DPP_ROUTE_HEAD_ROWS + s.chain_num / DPP_ROUTE_CHAINS_IN_ROW;
@@ -101,7 +94,7 @@ uint32_t chain_search(search& s, uint32_t length) {
     uint8_t item[DPP_SE_ITEM_BYTES] = {};
     QLIX_COMM_CALL(lines_read, s, items + uint64_t{next - 1} * DPP_ROUTE_ITEM_ROWS, DPP_ROUTE_ITEM_ROWS, item);
     item_search(s, item, length);
-    next = big_endian(item + 4, 4);
+    next = dpp_se_word_get(item + 4);
   }
   QLIX_COMM_PRINT("anchor length %u: crc 0x%08x, chain 0x%x, %u item%s%s\n", length, crc, chain, steps,
                   qlix_comm_plural(steps), next != 0 ? ", the chain does not end" : "");

@@ -8,8 +8,6 @@
 namespace {
 
 constexpr uint32_t port_max = 30;
-// Panel ports, RDMA, VQM, DTP and DRS; the numbers between them have no port.
-constexpr uint32_t used_ports[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 16, 24, 25, 26};
 
 template <typename Register>
 uint32_t pkt_num_get(uint32_t dev_id, uint32_t port, uint32_t Register::*high, uint32_t Register::*low, uint64_t* num) {
@@ -37,7 +35,7 @@ uint32_t diag_dpp_trpg_port_pkt_total_cnt_prt(uint32_t dev_id) {
   uint64_t rx_total = 0;
   uint64_t tx_total = 0;
   QLIX_COMM_PRINT("Panel_Port: 0~9, RDMA_Port: 16, VQM_Port: 24, DTP_Port: 25, DRS_Port: 26\n");
-  for (const uint32_t port : used_ports) {
+  for (const uint32_t port : DPP_TRPG_USED_PORTS) {
     uint64_t rx = 0;
     uint64_t tx = 0;
     QLIX_COMM_CALL(dpp_trpg_rx_port_pkt_num_get, dev_id, port, &rx);

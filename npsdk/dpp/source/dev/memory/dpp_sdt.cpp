@@ -51,16 +51,15 @@ uint32_t window_addr(uint64_t addr) {
   return addr > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(addr);
 }
 
-window_place eram_place(uint64_t record, uint32_t index) {
-  const uint32_t mode = eram_window_mode[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
-  const uint64_t base = dpp_sdt_field_get(record, DPP_SDT_ERAM_F_BASE);
-  return {mode, window_addr(base * dpp_se_eram_line_entries(mode) + index)};
-}
-
-window_place ddr_place(uint64_t record, uint32_t index) {
-  const uint32_t mode = dpp_sdt_field_get(record, DPP_SDT_DDR_F_WIDTH);
+window_place place_of(uint64_t record, uint32_t index) {
+  if (dpp_sdt_type_of(record) == DPP_SDT_ERAM) {
+    const uint32_t mode = eram_window_mode[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
+    const uint64_t base = dpp_sdt_field_get(record, DPP_SDT_ERAM_F_BASE);
+    return {mode, window_addr(base * dpp_se_eram_line_entries(mode) + index)};
+  }
+  const uint32_t width = dpp_sdt_field_get(record, DPP_SDT_DDR_F_WIDTH);
   const uint64_t base = dpp_sdt_field_get(record, DPP_SDT_DDR_F_BASE);
-  return {mode, window_addr((base * DPP_SE_DDR_UNIT_LINES >> mode) + index)};
+  return {width, window_addr((base * DPP_SE_DDR_UNIT_LINES >> width) + index)};
 }
 
 uint32_t depth_of(uint64_t record) {
@@ -191,38 +190,26 @@ uint32_t dpp_sdt_tbl_set(uint32_t dev_id, uint32_t sdt_no, uint64_t record) {
 uint32_t dpp_sdt_entry_get(uint32_t dev_id, uint64_t record, uint32_t index, dpp_sdt_entry* entry) {
   QLIX_COMM_PASS(entry_check(dev_id, record, index, entry));
   *entry = {};
-  switch (dpp_sdt_type_of(record)) {
-    case DPP_SDT_ERAM: {
-      const window_place at = eram_place(record, index);
-      entry->word_num = dpp_se_eram_entry_words(at.mode);
-      QLIX_COMM_CALL(dpp_se_smmu0_ind_read, dev_id, at.addr, at.mode, 0, entry->words);
-      return QLIX_COMM_OK;
-    }
-    case DPP_SDT_DDR: {
-      const window_place at = ddr_place(record, index);
-      entry->word_num = 4u << at.mode;
-      QLIX_COMM_CALL(dpp_se_smmu1_ind_read, dev_id, at.addr, at.mode, entry->words);
-      return QLIX_COMM_OK;
-    }
-    default:
-      return etcam_get(dev_id, record, index, entry);
+  if (dpp_sdt_type_of(record) == DPP_SDT_ETCAM) {
+    return etcam_get(dev_id, record, index, entry);
   }
+  const auto [mode, addr] = place_of(record, index);
+  if (dpp_sdt_type_of(record) == DPP_SDT_ERAM) {
+    entry->word_num = dpp_se_eram_entry_words(mode);
+    return QLIX_COMM_CALLED(dpp_se_smmu0_ind_read, dev_id, addr, mode, 0, entry->words);
+  }
+  entry->word_num = 4u << mode;
+  return QLIX_COMM_CALLED(dpp_se_smmu1_ind_read, dev_id, addr, mode, entry->words);
 }
 
 uint32_t dpp_sdt_entry_set(uint32_t dev_id, uint64_t record, uint32_t index, const dpp_sdt_entry* entry) {
   QLIX_COMM_PASS(entry_check(dev_id, record, index, entry));
-  switch (dpp_sdt_type_of(record)) {
-    case DPP_SDT_ERAM: {
-      const window_place at = eram_place(record, index);
-      QLIX_COMM_CALL(dpp_se_smmu0_ind_write, dev_id, at.addr, at.mode, 1, entry->words);
-      return QLIX_COMM_OK;
-    }
-    case DPP_SDT_DDR: {
-      const window_place at = ddr_place(record, index);
-      QLIX_COMM_CALL(dpp_se_smmu1_ind_write, dev_id, at.addr, at.mode, entry->words);
-      return QLIX_COMM_OK;
-    }
-    default:
-      return etcam_set(dev_id, record, index, entry);
+  if (dpp_sdt_type_of(record) == DPP_SDT_ETCAM) {
+    return etcam_set(dev_id, record, index, entry);
   }
+  const auto [mode, addr] = place_of(record, index);
+  if (dpp_sdt_type_of(record) == DPP_SDT_ERAM) {
+    return QLIX_COMM_CALLED(dpp_se_smmu0_ind_write, dev_id, addr, mode, 1, entry->words);
+  }
+  return QLIX_COMM_CALLED(dpp_se_smmu1_ind_write, dev_id, addr, mode, entry->words);
 }

@@ -63,15 +63,7 @@ uint32_t field_mask(const dpp_reg_field& field) {
   return field.len >= FIELD_VALUE_BITS ? UINT32_MAX : (1u << field.len) - 1;
 }
 
-// Most registers are one word: its fields are cut to length and placed by two shifts each.
-uint32_t word_pack(const dpp_reg_info& info, const uint32_t* values) {
-  uint32_t word = 0;
-  for (const dpp_reg_field& field : fields_of(info)) {
-    word |= *values++ << (32u - field.len) >> (31u - field.msb_pos);
-  }
-  return word;
-}
-
+// Most registers are one word.
 void word_unpack(const dpp_reg_info& info, uint32_t word, uint32_t* values) {
   for (const dpp_reg_field& field : fields_of(info)) {
     *values++ = word << (31u - field.msb_pos) >> (32u - field.len);
@@ -231,10 +223,6 @@ uint64_t random_next() {
 
 }  // namespace
 
-#define DPP_REG_CHECK(dev_id, reg_no)                   \
-  QLIX_COMM_CHECK_INDEX_UPPER(dev_id, DPP_DEV_MAX - 1); \
-  QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1)
-
 // Room for fewer values than there are would be written over, or read beyond.
 #define DPP_REG_CHECK_ROOM(values, needed) \
   QLIX_COMM_CHECK_POINT((values).data());  \
@@ -250,7 +238,7 @@ uint32_t dpp_reg_write(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint
   }
   QLIX_COMM_CHECK_INDEX_UPPER(info.width, DPP_REG_WIDTH_MAX);
   if (info.width == WORD_WIDTH) [[likely]] {
-    const uint32_t word = word_pack(info, field_values.data());
+    const uint32_t word = dpp_reg_word_pack(fields_of(info), field_values.data());
     return instance_write(dev_id, info, m_offset, n_offset, &word);
   }
   return wide_write(dev_id, info, m_offset, n_offset, field_values.data());

@@ -25,20 +25,6 @@ uint32_t dpp_reg_no_find(std::string_view name) {
   return reg_no == DPP_NAME_SLOT_FREE ? DPP_REG_NO_NONE : reg_no;
 }
 
-uint32_t dpp_reg_field_find(uint32_t reg_no, std::string_view field_name) {
-  const dpp_reg_info* info = dpp_reg_info_get(reg_no);
-  if (info == nullptr) {
-    return DPP_REG_NO_NONE;
-  }
-  const std::span<const dpp_reg_field> fields = dpp_reg_fields_get(*info);
-  for (uint32_t i = 0; i < fields.size(); ++i) {
-    if (field_name == dpp_reg_text_get(fields[i].name)) {
-      return i;
-    }
-  }
-  return DPP_REG_NO_NONE;
-}
-
 bool dpp_reg_is_described(const dpp_reg_info& info) {
   return info.field_first != 0;
 }

@@ -76,11 +76,8 @@ bool has_instance(const dpp_reg_info& info, uint32_t m, uint32_t n) {
 
 }  // namespace
 
-#define DPP_REG_PRINT_CHECK(dev_id, reg_no)             \
-  QLIX_COMM_CHECK_INDEX_UPPER(dev_id, DPP_DEV_MAX - 1); \
-  QLIX_COMM_CHECK_INDEX_UPPER(reg_no, DPP_REG_NUM - 1)
 #define DPP_REGS_DUMP_CHECK(dev_id, reg_first, reg_last) \
-  DPP_REG_PRINT_CHECK(dev_id, reg_first);                \
+  DPP_REG_CHECK(dev_id, reg_first);                      \
   QLIX_COMM_CHECK_INDEX_UPPER(reg_last, DPP_REG_NUM - 1)
 
 uint32_t dpp_reg_info_prt(uint32_t reg_no, uint32_t m_offset, uint32_t n_offset) {
@@ -101,32 +98,32 @@ uint32_t dpp_reg_info_prt(uint32_t reg_no, uint32_t m_offset, uint32_t n_offset)
 }
 
 uint32_t dpp_reg_fields_print(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset) {
-  DPP_REG_PRINT_CHECK(dev_id, reg_no);
+  DPP_REG_CHECK(dev_id, reg_no);
   return fields_print(dev_id, dpp_reg_table[reg_no], m_offset, n_offset, shape::fields);
 }
 
 uint32_t dpp_reg_fields_print_all(uint32_t dev_id, uint32_t reg_no) {
-  DPP_REG_PRINT_CHECK(dev_id, reg_no);
+  DPP_REG_CHECK(dev_id, reg_no);
   return register_print(dev_id, dpp_reg_table[reg_no], shape::fields);
 }
 
 uint32_t dpp_reg_fields_vld_print(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset) {
-  DPP_REG_PRINT_CHECK(dev_id, reg_no);
+  DPP_REG_CHECK(dev_id, reg_no);
   return fields_print(dev_id, dpp_reg_table[reg_no], m_offset, n_offset, shape::fields_changed);
 }
 
 uint32_t dpp_reg_fields_print_with_def(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset) {
-  DPP_REG_PRINT_CHECK(dev_id, reg_no);
+  DPP_REG_CHECK(dev_id, reg_no);
   return fields_print(dev_id, dpp_reg_table[reg_no], m_offset, n_offset, shape::fields_with_default);
 }
 
 uint32_t dpp_reg_print32(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset) {
-  DPP_REG_PRINT_CHECK(dev_id, reg_no);
+  DPP_REG_CHECK(dev_id, reg_no);
   return words_print(dev_id, dpp_reg_table[reg_no], m_offset, n_offset);
 }
 
 uint32_t dpp_reg_print_more(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint32_t n_offset, uint32_t num) {
-  DPP_REG_PRINT_CHECK(dev_id, reg_no);
+  DPP_REG_CHECK(dev_id, reg_no);
   const dpp_reg_info& info = dpp_reg_table[reg_no];
   uint32_t m = m_offset;
   uint32_t n = n_offset;

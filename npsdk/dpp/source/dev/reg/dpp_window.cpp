@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "dpp_chip/dpp_card_guard.h"
+#include "dpp_reg_table.h"
 #include "qlix_comm/check.h"
 
 namespace {
@@ -51,12 +52,8 @@ uint32_t word_read(uint32_t dev_id, const dpp_window& window, const spot& at, ui
 
 // A command register is one word: it goes out as such, so that it is traced like the others.
 uint32_t command_write(uint32_t dev_id, const dpp_window& window, uint32_t unit, std::span<const uint32_t> command) {
-  uint32_t word = 0;
-  const uint32_t* value = command.data();
-  for (const dpp_reg_field& field : dpp_reg_fields_get(*dpp_reg_info_get(window.cmd_reg))) {
-    word |= *value++ << (32u - field.len) >> (31u - field.msb_pos);
-  }
-  return word_write(dev_id, window, {window.cmd_reg, 0, unit}, word);
+  const std::span<const dpp_reg_field> fields = dpp_reg_fields_get(*dpp_reg_info_get(window.cmd_reg));
+  return word_write(dev_id, window, {window.cmd_reg, 0, unit}, dpp_reg_word_pack(fields, command.data()));
 }
 
 uint32_t done_wait(uint32_t dev_id, const dpp_window& window, uint32_t unit) {

@@ -9,10 +9,6 @@ namespace cmd_gen {
 
 namespace {
 
-// Kinds of records behind those of the sheets.
-constexpr uint32_t kind_register_print = 4;
-constexpr uint32_t kind_register_dump = 5;
-
 /// Rows of one array of the generated source.
 class array_source {
  public:
@@ -43,17 +39,22 @@ std::string listed(std::initializer_list<uint32_t> values) {
   return out;
 }
 
+template <typename Choice>
+std::string choice(const char* type, Choice value) {
+  return type + ("{" + listed({static_cast<uint32_t>(value)}) + "}");
+}
+
 // A word of the debug shell is no function of the driver.
 std::string function_name(const command& c) {
   return (c.kind == command_kind::shell ? "dpp_shell_" : "") + c.name;
 }
 
 std::string operand_text(const operand& o) {
-  return "{" + listed({o.variable ? 1u : 0u, o.number}) + "}";
+  return "{" + listed({o.is_slot, o.number}) + "}";
 }
 
 std::string place_text(const place& p) {
-  return "{" + listed({p.reg}) + "," + operand_text(p.m) + "," + operand_text(p.n) + "}";
+  return "{" + listed({p.reg_no}) + "," + operand_text(p.m) + "," + operand_text(p.n) + "}";
 }
 
 bool is_record(const command& c) {
@@ -90,10 +91,10 @@ class table_writer {
       }
     }
     for (const reg_gen::reg& r : regs_) {
-      record_add("diag_dpp_reg_" + r.name + "_prt", kind_register_print, r.number);
+      record_add("diag_dpp_reg_" + r.name + "_prt", command_kind::register_print, r.number);
     }
     for (size_t i = 0; records_.count() < command_count; ++i) {
-      record_add("diag_dpp_reg_" + regs_[i].name + "_dump", kind_register_dump, regs_[i].number);
+      record_add("diag_dpp_reg_" + regs_[i].name + "_dump", command_kind::register_dump, regs_[i].number);
     }
     return "// Generated from the command sheets; do not edit.\n"
            "#include \"dpp_cmd_table.h\"\n\n#include \"dpp_cmd_bridge.h\"\n"
@@ -104,22 +105,22 @@ class table_writer {
   }
 
  private:
-  void record_add(const std::string& name, uint32_t kind, uint32_t index, const std::vector<argument>& args = {}) {
+  void record_add(const std::string& name, command_kind kind, uint32_t index, const std::vector<argument>& args = {}) {
     names_.push_back(name);
-    records_.row(listed({pool_.add(name), kind, index, args_.count(), static_cast<uint32_t>(args.size())}));
+    records_.row(listed({pool_.add(name)}) + "," + choice("dpp_cmd_kind", kind) + "," +
+                 listed({index, args_.count(), static_cast<uint32_t>(args.size())}));
     for (const argument& a : args) {
       args_.row(listed({pool_.add(a.name), a.ranged ? 1u : 0u, a.min, a.max}));
     }
   }
 
   void command_add(const command& c) {
-    const uint32_t kind = static_cast<uint32_t>(c.kind);
     named_.row(listed({pool_.add(c.at.file), c.at.line, pool_.add(c.purpose), c.writes ? 1u : 0u}));
     if (c.kind == command_kind::row) {
-      record_add(c.name, kind, rows_.count(), c.args);
+      record_add(c.name, c.kind, rows_.count(), c.args);
       row_add(c);
     } else {
-      record_add(c.name, kind, function_add(function_name(c)), c.args);
+      record_add(c.name, c.kind, function_add(function_name(c)), c.args);
     }
   }
 
@@ -133,12 +134,12 @@ class table_writer {
     for (const step& s : c.steps) {
       const uint32_t target = s.what == op::run ? index_.at(s.text) : pool_.add(s.text);
       const uint32_t slot = s.what == op::call ? function_add(s.text) : s.slot;
-      steps_.row(listed({static_cast<uint32_t>(s.what), s.line, target, slot, s.jump}) + "," + operand_text(s.from) +
-                 "," + operand_text(s.to) + "," + place_text(s.at) + "," +
+      steps_.row(choice("dpp_row_op", s.what) + "," + listed({s.line, target, slot, s.jump}) + "," +
+                 operand_text(s.from) + "," + operand_text(s.to) + "," + place_text(s.at) + "," +
                  listed({values_.count(), static_cast<uint32_t>(s.values.size())}));
       for (const value& v : s.values) {
-        values_.row(listed({static_cast<uint32_t>(v.kind)}) + "," + operand_text(v.number) + "," + place_text(v.at) +
-                    "," + listed({v.field}));
+        values_.row(choice("dpp_row_value_kind", v.kind) + "," + operand_text(v.number) + "," + place_text(v.at) + "," +
+                    listed({v.field}));
       }
     }
   }
@@ -194,7 +195,8 @@ std::string counts_text(const std::vector<command>& commands) {
     return "inline constexpr uint32_t " + std::string(name) + " = " + std::to_string(number) + ";\n";
   };
   return "// Generated from the command sheets; do not edit.\n#pragma once\n\n#include <cstdint>\n\n" +
-         constant("DPP_CMD_NUM", command_count) + constant("DPP_CMD_NAMED_NUM", count(commands, is_record)) +
+         constant("DPP_CMD_NUM", command_count) + constant("DPP_CMD_ARG_MAX", args_max) +
+         constant("DPP_CMD_NAMED_NUM", count(commands, is_record)) +
          constant("DPP_CMD_LISTED_NUM", count(commands, is_listed));
 }
 

@@ -17,7 +17,7 @@ std::string table_text(const std::vector<command>& commands, const std::vector<r
 
 std::string functions_text(const std::vector<command>& commands);
 
-/// The numbers of records, named commands and commands in the tool's list.
+/// The numbers of records, arguments at the most, named commands and commands in the tool's list.
 std::string counts_text(const std::vector<command>& commands);
 
 /// A manual page of the commands and their words.

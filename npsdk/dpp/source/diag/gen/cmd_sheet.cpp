@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 #include <optional>
 #include <unordered_map>
 
@@ -12,14 +13,14 @@ namespace cmd_gen {
 
 namespace {
 
-constexpr std::array<std::string_view, 5> command_words = {"command", "function", "text", "shell", "missing"};
-constexpr std::array<std::string_view, 4> level_words = {"", "everyone", "super", "unlisted"};
-constexpr std::array<std::string_view, 14> step_words = {"print", "fields", "words", "loop",  "end",     "add", "set",
+// By the kind of command, level or step; "" is none that a sheet names.
+constexpr std::array<std::string_view, 7> command_words = {"command", "function", "text", "shell", "", "", "missing"};
+constexpr std::array<std::string_view, 3> level_words = {"everyone", "super", "unlisted"};
+constexpr std::array<std::string_view, 14> step_words = {"print", "fields", "words", "loop",  "",        "add", "set",
                                                          "clear", "errors", "idle",  "ready", "summary", "run", "call"};
 
-command_level level_of(std::string_view word) {
-  const auto found = std::find(level_words.begin() + 1, level_words.end(), word);
-  return found == level_words.end() ? command_level::untold : static_cast<command_level>(found - level_words.begin());
+bool is_level(std::string_view word) {
+  return std::find(level_words.begin(), level_words.end(), word) != level_words.end();
 }
 
 /// What a name of a row stands for.
@@ -49,11 +50,13 @@ class sheet_reader {
     words_ = words_split(line).value_or(std::vector<word>(1));
     at_ = 0;
     require(words_.size() > 1, "a text is left open or a number is none");
-    line.starts_with(' ') ? step_read() : command_read();
+    const size_t indent = line.find_first_not_of(' ');
+    indent != 0 ? step_read(indent) : command_read();
     require(peek().kind == word_kind::end, "too many words from '" + peek().text + "' on");
   }
 
   void finish() {
+    failed_ = false;
     command_end();
   }
 
@@ -101,10 +104,7 @@ class sheet_reader {
   // Commands.
 
   void command_end() {
-    if (!loops_.empty()) {
-      out_.push_back({{file_, line_no_}, "a loop before this line has no end"});
-    }
-    loops_.clear();
+    loops_end(0);
     variables_.clear();
   }
 
@@ -115,14 +115,10 @@ class sheet_reader {
     const std::string kind = need_name();
     made.kind = static_cast<command_kind>(choice_of(command_words, kind, "unknown kind of command '" + kind + "'"));
     made.name = need_name();
-    if (made.kind == command_kind::missing) {
-      const std::string level = need_name();
-      made.level = level_of(level);
-      require(made.level != command_level::untold, "'" + level + "' is no level");
-    }
-    while (peek().kind == word_kind::name) {
+    while (peek().kind == word_kind::name && !is_level(peek().text)) {
       argument_read(made);
     }
+    level_read(made);
     require(made.args.size() <= args_max && (made.kind < command_kind::text || made.args.empty()),
             "too many arguments");
     if (!failed_) {
@@ -147,18 +143,35 @@ class sheet_reader {
     made.args.push_back(std::move(arg));
   }
 
+  /// Who may use the command and what it is for.
+  void level_read(command& made) {
+    made.level = static_cast<command_level>(
+        choice_of(level_words, peek().text, "command '" + made.name + "' does not tell who may use it"));
+    at_ += failed_ ? 0 : 1;
+    if (made.kind == command_kind::missing) {
+      return;
+    }
+    if (peek().kind == word_kind::name && peek().text == "writes") {
+      ++at_;
+      made.writes = true;
+      require(made.kind != command_kind::row, "the steps of a row tell what it writes");
+    }
+    made.purpose = need_text();
+  }
+
   // Steps.
 
-  void step_read() {
+  void step_read(size_t indent) {
     require(!commands_.empty(), "a step before the first command");
+    require(indent % 2 == 0 && indent / 2 <= loops_.size() + 1, "the step is indented too far");
     if (failed_) {
       return;
     }
+    loops_end(indent / 2 - 1);
     command& owner = commands_.back();
     const std::string name = need_name();
-    if (const command_level level = level_of(name); level != command_level::untold) {
-      level_read(owner, level);
-      return;
+    if (name == "health" && owner.kind == command_kind::row) {
+      return health_read(owner);
     }
     const std::string otherwise = "'" + name + "' is no step of this command";
     step made;
@@ -173,14 +186,18 @@ class sheet_reader {
     }
   }
 
-  void level_read(command& owner, command_level level) {
-    owner.level = level;
-    if (peek().kind == word_kind::name && peek().text == "writes") {
-      ++at_;
-      owner.writes = true;
-      require(owner.kind != command_kind::row, "the steps of a row tell what it writes");
+  /// The verdicts on a block by its registers' names: ready, without errors, idle.
+  void health_read(command& owner) {
+    const std::string block = need_name();
+    for (const auto& [what, end] :
+         {std::pair(op::ready, "_init_done"), std::pair(op::errors, "_int_status"), std::pair(op::idle, "_busy")}) {
+      step made;
+      made.what = what;
+      made.line = line_no_;
+      made.at.reg_no = register_find(block + end);
+      require(regs_[made.at.reg_no].array_type == 0, "'" + block + end + "' is an array");
+      owner.steps.push_back(std::move(made));
     }
-    owner.purpose = need_text();
   }
 
   void step_words_read(step& made, command& owner) {
@@ -197,13 +214,13 @@ class sheet_reader {
       case op::loop:
         return loop_read(made, owner);
       case op::end:
-        return loop_end(made, owner);
+        return;
       case op::add:
         return add_read(made);
       case op::set:
         return set_read(made);
       case op::clear:
-        made.at.reg = register_read();
+        made.at.reg_no = register_read();
         return;
       case op::summary:
         made.text = need_text();
@@ -220,7 +237,7 @@ class sheet_reader {
     while (peek().kind == word_kind::text) {
       made.text += need_text();
     }
-    values_read(made, places_max);
+    values_read(made, DPP_ROW_PLACE_MAX);
     const std::optional<std::vector<bool>> conversions = conversions_of(made.text);
     require(conversions.has_value(), "unknown conversion in the text");
     const size_t num = conversions ? conversions->size() : 0;
@@ -233,8 +250,8 @@ class sheet_reader {
   }
 
   bool is_wide(const value& v) const {
-    return (v.kind == value_kind::whole && regs_[v.at.reg].width > 4) ||
-           (v.kind == value_kind::number && v.number.variable && variables_[v.number.number].total);
+    return (v.kind == value_kind::whole && regs_[v.at.reg_no].width > 4) ||
+           (v.kind == value_kind::number && v.number.is_slot != 0 && variables_[v.number.number].total);
   }
 
   void loop_read(step& made, const command& owner) {
@@ -250,16 +267,20 @@ class sheet_reader {
     }
   }
 
-  void loop_end(step& made, command& owner) {
-    require(!loops_.empty(), "an end without a loop");
-    if (failed_) {
-      return;
+  /// Ends loops until `left` are open.
+  void loops_end(size_t left) {
+    for (; loops_.size() > left; loops_.pop_back()) {
+      std::vector<step>& steps = commands_.back().steps;
+      step& loop = steps[loops_.back()];
+      loop.jump = static_cast<uint32_t>(steps.size());
+      variables_[loop.slot].name.clear();  // the name ends with the loop
+      require(loop.jump > loops_.back() + 1, "a loop before this line has no steps");
+      step end;
+      end.what = op::end;
+      end.line = loop.line;
+      end.jump = static_cast<uint32_t>(loops_.back());
+      steps.push_back(std::move(end));
     }
-    made.jump = static_cast<uint32_t>(loops_.back());
-    step& loop = owner.steps[loops_.back()];
-    loop.jump = static_cast<uint32_t>(owner.steps.size());
-    variables_[loop.slot].name.clear();  // the name ends with the loop
-    loops_.pop_back();
   }
 
   void add_read(step& made) {
@@ -274,12 +295,15 @@ class sheet_reader {
 
   void set_read(step& made) {
     made.at = place_read();
-    while (peek().kind == word_kind::name) {
-      value set;
-      set.field = field_read(made.at.reg);
+    while (peek().kind == word_kind::name || peek().text == "*") {
+      const std::vector<uint32_t> fields = fields_read(made.at.reg_no);
       need_sign("=");
+      value set;
       set.number = operand_read();
-      made.values.push_back(set);
+      for (const uint32_t field : fields) {
+        set.field = field;
+        made.values.push_back(set);
+      }
     }
     require(!made.values.empty(), "a field is missing");
   }
@@ -291,34 +315,36 @@ class sheet_reader {
   }
   uint32_t variable_add(variable made) {
     require(variable_find(made.name) == variables_.end(), "'" + made.name + "' stands for something else already");
-    require(variables_.size() < slots_max, "too many names in this command");
+    require(variables_.size() < DPP_ROW_SLOT_MAX, "too many names in this command");
     if (!failed_) {
       variables_.push_back(std::move(made));
     }
     return static_cast<uint32_t>(variables_.size()) - 1;
   }
   bool is_bounded(const operand& o) const {
-    return !o.variable || variables_[o.number].bounded;
+    return o.is_slot == 0 || variables_[o.number].bounded;
   }
   uint32_t least(const operand& o) const {
-    return o.variable ? variables_[o.number].min : o.number;
+    return o.is_slot != 0 ? variables_[o.number].min : o.number;
   }
   uint32_t most(const operand& o) const {
-    return o.variable ? variables_[o.number].max : o.number;
+    return o.is_slot != 0 ? variables_[o.number].max : o.number;
   }
 
   operand operand_read() {
     if (peek().kind == word_kind::number) {
-      return {false, need_number()};
+      return {0, need_number()};
     }
     const std::string name = need_name();
     const auto found = variable_find(name);
     require(found != variables_.end(), "unknown name '" + name + "'");
-    return failed_ ? operand() : operand{true, static_cast<uint32_t>(found - variables_.begin())};
+    return failed_ ? operand() : operand{1, static_cast<uint32_t>(found - variables_.begin())};
   }
 
   uint32_t register_read() {
-    const std::string name = need_name();
+    return register_find(need_name());
+  }
+  uint32_t register_find(const std::string& name) {
     const auto found = numbers_.find(name);
     require(found != numbers_.end(), "unknown register '" + name + "'");
     return failed_ ? 0 : found->second;
@@ -330,7 +356,7 @@ class sheet_reader {
     need_sign("]");
     require(is_bounded(index), "the index of '" + name + "' has no range");
     // A word of the user's reaches every instance; loops may walk a part.
-    const bool is_word = index.variable && index.number < commands_.back().args.size();
+    const bool is_word = index.is_slot != 0 && index.number < commands_.back().args.size();
     require(is_word ? most(index) == size - 1 : most(index) < size,
             "the index of '" + name + "' goes up to " + std::to_string(most(index)) + ", the register ends at " +
                 std::to_string(size - 1));
@@ -339,8 +365,8 @@ class sheet_reader {
 
   place place_read() {
     place made;
-    made.reg = register_read();
-    const reg_gen::reg& r = regs_[made.reg];
+    made.reg_no = register_read();
+    const reg_gen::reg& r = regs_[made.reg_no];
     if ((r.array_type & 2) != 0) {
       made.m = index_read(r.m_size, r.name);
     }
@@ -355,30 +381,47 @@ class sheet_reader {
     const std::vector<reg_gen::field>& fields = regs_[reg].fields;
     const auto found = std::find_if(fields.begin(), fields.end(), [&](const auto& f) { return f.name == name; });
     require(found != fields.end(), "register '" + regs_[reg].name + "' has no field '" + name + "'");
-    require(failed_ || found->len <= 32, "field '" + name + "' has more than 32 bits");
-    return static_cast<uint32_t>(found - fields.begin());
+    return failed_ ? 0 : static_cast<uint32_t>(found - fields.begin());
   }
 
-  value value_read() {
+  /// A field, or "*" for all of the register.
+  std::vector<uint32_t> fields_read(uint32_t reg) {
+    std::vector<uint32_t> fields;
+    if (take_sign("*")) {
+      fields.resize(regs_[reg].fields.size());
+      std::iota(fields.begin(), fields.end(), 0u);
+    } else {
+      fields.push_back(field_read(reg));
+    }
+    for (const uint32_t field : fields) {
+      const reg_gen::field& f = regs_[reg].fields[field];
+      require(f.len <= 32, "field '" + f.name + "' has more than 32 bits");
+    }
+    return fields;
+  }
+
+  void value_read(std::vector<value>& values) {
     value made;
     if (peek().kind == word_kind::number || variable_find(peek().text) != variables_.end()) {
       made.number = operand_read();
-      return made;
+      return values.push_back(made);
     }
     made.at = place_read();
-    if (take_sign(".")) {
-      made.kind = value_kind::field;
-      made.field = field_read(made.at.reg);
-    } else {
+    if (!take_sign(".")) {
       made.kind = value_kind::whole;
-      require(regs_[made.at.reg].width <= 8, "the register has more than 8 bytes");
+      require(regs_[made.at.reg_no].width <= 8, "the register has more than 8 bytes");
+      return values.push_back(made);
     }
-    return made;
+    made.kind = value_kind::field;
+    for (const uint32_t field : fields_read(made.at.reg_no)) {
+      made.field = field;
+      values.push_back(made);
+    }
   }
 
   void values_read(step& made, size_t max) {
     while (peek().kind == word_kind::name || peek().kind == word_kind::number) {
-      made.values.push_back(value_read());
+      value_read(made.values);
     }
     require(made.values.size() <= max, "too many values");
   }
@@ -389,7 +432,7 @@ class sheet_reader {
   complaints& out_;
   std::unordered_map<std::string, uint32_t> numbers_;
   std::vector<variable> variables_;  // by slot
-  std::vector<size_t> loops_;        // steps of the loops that are open
+  std::vector<size_t> loops_;        // steps of the loops that are open, each inside the one before
   std::vector<word> words_;
   size_t at_ = 0;
   bool failed_ = false;
@@ -430,14 +473,6 @@ void commands_check(const std::vector<command>& commands, complaints& out) {
       if (s.what == op::run && !names.contains(s.text)) {
         out.push_back({{c.at.file, s.line}, "unknown command '" + s.text + "'"});
       }
-    }
-  }
-}
-
-void levels_check(const std::vector<command>& commands, complaints& out) {
-  for (const command& c : commands) {
-    if (c.level == command_level::untold) {
-      out.push_back({c.at, "command '" + c.name + "' does not tell who may use it and what it is for"});
     }
   }
 }

@@ -1,8 +1,10 @@
 #include "cmd_words.h"
 
 #include <cctype>
+#include <cstring>
 
 #include "csv.h"
+#include "dpp_row_conversion.h"
 
 namespace cmd_gen {
 
@@ -71,25 +73,19 @@ std::optional<std::vector<word>> words_split(std::string_view line) {
   return out;
 }
 
-std::optional<std::vector<bool>> conversions_of(std::string_view text) {
+std::optional<std::vector<bool>> conversions_of(const std::string& text) {
   std::vector<bool> out;
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '%') {
+  for (const char* at = strchr(text.c_str(), '%'); at != nullptr; at = strchr(at, '%')) {
+    if (at[1] == '%') {
+      at += 2;
       continue;
     }
-    ++i;
-    if (i < text.size() && text[i] == '%') {
-      continue;
-    }
-    while (i < text.size() && (text[i] == '-' || text[i] == ' ' || isdigit(static_cast<unsigned char>(text[i])) != 0)) {
-      ++i;
-    }
-    const bool wide = text.substr(i).starts_with("ll");
-    i += wide ? 2 : 0;
-    if (i >= text.size() || (text[i] != 'u' && text[i] != 'd' && text[i] != 'x')) {
+    dpp_row_conversion conversion;
+    at = conversion.read(at + 1);
+    if (conversion.letter != 'u' && conversion.letter != 'd' && conversion.letter != 'x') {
       return std::nullopt;
     }
-    out.push_back(wide);
+    out.push_back(conversion.wide);
   }
   return out;
 }

@@ -21,6 +21,6 @@ struct word {
 std::optional<std::vector<word>> words_split(std::string_view line);
 
 /// The conversions of a print text, in order: true for one of 64 bits. Nothing when one is unknown.
-std::optional<std::vector<bool>> conversions_of(std::string_view text);
+std::optional<std::vector<bool>> conversions_of(const std::string& text);
 
 }  // namespace cmd_gen

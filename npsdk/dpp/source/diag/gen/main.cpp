@@ -28,7 +28,6 @@ int main(int argc, char** argv) {
   }
   reg_gen::complaints_end(complaints);
   cmd_gen::commands_check(commands, complaints);
-  cmd_gen::levels_check(commands, complaints);
   reg_gen::complaints_end(complaints);
   const std::string table = cmd_gen::table_text(commands, regs, complaints);
   reg_gen::complaints_end(complaints);

@@ -22,8 +22,6 @@ constexpr uint32_t etcam_answer_words = DPP_DTB_ETCAM_WORDS + row_words;
 constexpr uint32_t vbit_mask = 0xFF;
 constexpr uint32_t cmd_form = 0x4B584431;  // "KXD1": table commands in their reading form
 
-using cmd_bytes = uint8_t[DPP_DTB_CMD_BYTES];
-
 /// Whether the chip takes dump commands of the form that is sent here. Asked each time: a device may have been
 /// replaced.
 uint32_t cmd_form_check(uint32_t dev_id) {
@@ -38,8 +36,12 @@ uint32_t cmd_form_check(uint32_t dev_id) {
   return DPP_RC_DTB_DUMP_FORM;
 }
 
-/// Sends the command and takes what the chip has read: `word_num` words.
-uint32_t answer_get(uint32_t dev_id, uint32_t queue_id, const cmd_bytes& cmd, uint32_t word_num, uint32_t* words) {
+/// Sends the command of a form and takes what the chip has read: `word_num` words.
+template <typename Form>
+uint32_t answer_get(uint32_t dev_id, uint32_t queue_id, uint32_t type, const Form& form, uint32_t word_num,
+                    uint32_t* words) {
+  uint8_t cmd[DPP_DTB_CMD_BYTES];
+  QLIX_COMM_CALL(dpp_dtb_table_cmd_pack, type, dpp_dtb_form_values(form), cmd);
   QLIX_COMM_PASS(cmd_form_check(dev_id));
   uint32_t request[DPP_DTB_CMD_BYTES / 4];
   std::memcpy(request, cmd, sizeof(request));
@@ -61,9 +63,7 @@ uint32_t dpp_dtb_smmu0_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t row
   QLIX_COMM_CHECK_INDEX_UPPER(row, DPP_DTB_ERAM_ROW_NUM - 1);
   QLIX_COMM_CHECK_POINT(words);
   const dpp_dtb_eram_128_form form = {1, DPP_DTB_MODE_ERAM, DPP_ERAM_DATA_128, 0, 1, 0, row};
-  cmd_bytes cmd;
-  QLIX_COMM_CALL(dpp_dtb_table_cmd_pack, DPP_DTB_TABLE_ERAM_128, dpp_dtb_form_values(form), cmd);
-  return answer_get(dev_id, queue_id, cmd, row_words, words);
+  return answer_get(dev_id, queue_id, DPP_DTB_TABLE_ERAM_128, form, row_words, words);
 }
 
 uint32_t dpp_dtb_smmu1_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t rw_len, uint32_t baddr, uint32_t row,
@@ -74,9 +74,7 @@ uint32_t dpp_dtb_smmu1_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t rw_
   QLIX_COMM_CHECK_INDEX_UPPER(row, DPP_DTB_DDR_ROW_MAX);
   QLIX_COMM_CHECK_POINT(words);
   const dpp_dtb_ddr_form form = {1, DPP_DTB_MODE_DDR, rw_len, 0, 0, baddr, 0, row};
-  cmd_bytes cmd;
-  QLIX_COMM_CALL(dpp_dtb_table_cmd_pack, DPP_DTB_TABLE_DDR, dpp_dtb_form_values(form), cmd);
-  return answer_get(dev_id, queue_id, cmd, row_words << rw_len, words);
+  return answer_get(dev_id, queue_id, DPP_DTB_TABLE_DDR, form, row_words << rw_len, words);
 }
 
 uint32_t dpp_dtb_zcam_item_dump(uint32_t dev_id, uint32_t queue_id, uint32_t ram_reg_flag, uint32_t place,
@@ -86,9 +84,7 @@ uint32_t dpp_dtb_zcam_item_dump(uint32_t dev_id, uint32_t queue_id, uint32_t ram
   QLIX_COMM_CHECK_INDEX_UPPER(place, DPP_DTB_ZCAM_PLACE_NUM - 1);
   QLIX_COMM_CHECK_POINT(words);
   const dpp_dtb_zcam_form form = {1, DPP_DTB_MODE_ZCAM, ram_reg_flag, place >> 14, place >> 11, place >> 9, 0, place};
-  cmd_bytes cmd;
-  QLIX_COMM_CALL(dpp_dtb_table_cmd_pack, DPP_DTB_TABLE_ZCAM, dpp_dtb_form_values(form), cmd);
-  return answer_get(dev_id, queue_id, cmd, item_words, words);
+  return answer_get(dev_id, queue_id, DPP_DTB_TABLE_ZCAM, form, item_words, words);
 }
 
 uint32_t dpp_dtb_etcam_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t block, uint32_t row, uint32_t data_or_mask,
@@ -106,10 +102,8 @@ uint32_t dpp_dtb_etcam_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t blo
   form.rd_wr = 1;
   form.data_or_mask = data_or_mask;
   form.addr = row;
-  cmd_bytes cmd;
-  QLIX_COMM_CALL(dpp_dtb_table_cmd_pack, DPP_DTB_TABLE_ETCAM, dpp_dtb_form_values(form), cmd);
   uint32_t answer[etcam_answer_words] = {};
-  QLIX_COMM_CALL(answer_get, dev_id, queue_id, cmd, etcam_answer_words, answer);
+  QLIX_COMM_CALL(answer_get, dev_id, queue_id, DPP_DTB_TABLE_ETCAM, form, etcam_answer_words, answer);
   std::copy_n(answer, DPP_DTB_ETCAM_WORDS, words);
   *vbit = answer[etcam_answer_words - 1] & vbit_mask;
   return QLIX_COMM_OK;

@@ -9,7 +9,6 @@
 #include "dpp_dtb/dpp_dtb_cfg.h"
 #include "dpp_dtb_internal.h"
 #include "dpp_reg/dpp_reg.h"
-#include "dpp_reg/dpp_reg_no.h"
 #include "dpp_reg/dpp_reg_types.h"
 #include "qlix_comm/device_order.h"
 #include "qlix_comm/print.h"
@@ -26,7 +25,7 @@ bool no_hardware(uint32_t dev_id) {
 
 /// In agent mode the queues' settings are not the driver's to read and read 0: the check passes no post.
 void agent_mode_tell(uint32_t dev_id) {
-  const dpp_reg_info* info = dpp_reg_info_get(DPP_REG_DTB_CFG_QUEUE_EN);
+  const dpp_reg_info* info = dpp_reg_info_get(dpp_regs::dtb_cfg_queue_en::NUMBER);
   if (info != nullptr && dpp_dev_is_agent_mode(dev_id) && !dpp_4k_reg(info->mod_no)) {
     QLIX_COMM_TRACE_ERROR("\ndevice %u is in agent mode: its queues can be posted to with the info check off only\n",
                           dev_id);
@@ -63,11 +62,13 @@ inline uint32_t doorbell_ring(uint32_t dev_id, uint32_t queue_id, const dpp_dtb_
   DPP_CARD_GUARD(card, dev_id, nullptr);
   QLIX_COMM_PASS(card.status());
   qlix_comm_order_memory_before_doorbell();
-  QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, info.data_addr_h);
-  QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, info.data_addr_l);
+  QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, dpp_regs::cfg_queue_dtb_addr_h_0_127::NUMBER, 0, queue_id,
+                 info.data_addr_h);
+  QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, dpp_regs::cfg_queue_dtb_addr_l_0_127::NUMBER, 0, queue_id,
+                 info.data_addr_l);
   const uint32_t word =
       (info.data_len & LEN_MASK) | (info.int_en & 1) << INT_EN_BIT | (info.cmd_type & 1) << CMD_TYPE_BIT;
-  return QLIX_COMM_CALLED(dpp_reg_write32_bymn, dev_id, DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 0, queue_id, word);
+  return QLIX_COMM_CALLED(dpp_reg_write32_bymn, dev_id, dpp_regs::cfg_queue_dtb_len_0_127::NUMBER, 0, queue_id, word);
 }
 
 /// Out of line, so that the record's address does not keep it in memory where nothing is printed.
@@ -110,9 +111,10 @@ inline uint32_t item_send(uint32_t dev_id, uint32_t queue_id, uint32_t dir, dpp_
 }
 
 /// Registers that tell why a completion stays away.
-constexpr uint32_t AXI_REGISTERS[] = {DPP_REG_DTB_AXI_LAST_OPERATE, DPP_REG_DTB_AXI_LAST_ADDR,
-                                      DPP_REG_DTB_AXI_CHANNEL_STATE, DPP_REG_DTB_AXI_RD_RESP_ERR_CNT,
-                                      DPP_REG_DTB_AXI_WR_RESP_ERR_CNT};
+constexpr uint32_t AXI_REGISTERS[] = {dpp_regs::dtb_axi_last_operate::NUMBER, dpp_regs::dtb_axi_last_addr::NUMBER,
+                                      dpp_regs::dtb_axi_channel_state::NUMBER,
+                                      dpp_regs::dtb_axi_rd_resp_err_cnt::NUMBER,
+                                      dpp_regs::dtb_axi_wr_resp_err_cnt::NUMBER};
 constexpr size_t BLOCK_PREFIX = sizeof "dtb_" - 1;  // of their names
 
 [[gnu::cold, gnu::noinline]] void overtime_print(uint32_t dev_id, uint32_t queue_id, const char* direction,
@@ -145,7 +147,7 @@ void finish_event_clear(uint32_t dev_id, uint32_t queue_id, dpp_dtb_items* items
   if ((items->int_items.load(std::memory_order_relaxed) & bit) != 0) {
     items->int_items.fetch_and(~bit);
     // One bit a queue; writing 1 clears it.
-    dpp_reg_write32_bymn(dev_id, DPP_REG_DTB_FINISH_INT_EVENT, 0, queue_id / 32, 1u << queue_id % 32);
+    dpp_reg_write32_bymn(dev_id, dpp_regs::dtb_finish_int_event::NUMBER, 0, queue_id / 32, 1u << queue_id % 32);
   }
 }
 
@@ -232,9 +234,9 @@ uint32_t dpp_dtb_queue_item_info_get(uint32_t dev_id, uint32_t queue_id, dpp_dtb
   *info = {};
   DPP_CARD_GUARD(card, dev_id, nullptr);
   QLIX_COMM_PASS(card.status());
-  QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_H_0_127, 0, queue_id, &info->data_addr_h);
-  QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_CFG_QUEUE_DTB_ADDR_L_0_127, 0, queue_id, &info->data_addr_l);
-  QLIX_COMM_CALL(dpp_reg_read32, dev_id, DPP_REG_CFG_QUEUE_DTB_LEN_0_127, 0, queue_id, &word);
+  QLIX_COMM_CALL(dpp_reg_read32, dev_id, dpp_regs::cfg_queue_dtb_addr_h_0_127::NUMBER, 0, queue_id, &info->data_addr_h);
+  QLIX_COMM_CALL(dpp_reg_read32, dev_id, dpp_regs::cfg_queue_dtb_addr_l_0_127::NUMBER, 0, queue_id, &info->data_addr_l);
+  QLIX_COMM_CALL(dpp_reg_read32, dev_id, dpp_regs::cfg_queue_dtb_len_0_127::NUMBER, 0, queue_id, &word);
   info->cmd_vld = 1;
   info->data_len = word & LEN_MASK;
   info->int_en = word >> INT_EN_BIT & 1;

@@ -1,7 +1,5 @@
 #include "emit.h"
 
-#include <cctype>
-
 #include "text_pool.h"
 
 namespace reg_gen {
@@ -14,14 +12,6 @@ std::string numbers(std::initializer_list<uint32_t> values) {
     out += std::to_string(value) + ",";
   }
   out.back() = '}';
-  return out;
-}
-
-std::string upper(const std::string& name) {
-  std::string out;
-  for (const char c : name) {
-    out += static_cast<char>(toupper(static_cast<unsigned char>(c)));
-  }
   return out;
 }
 
@@ -55,25 +45,6 @@ std::string table_text(const std::vector<reg>& regs) {
   out += name_slots_source("dpp_reg_name_slots", names);
   out += "extern const uint32_t dpp_reg_text_size = " + std::to_string(pool.size()) + ";\n";
   return out + pool.source("dpp_reg_text_pool");
-}
-
-std::string constants_text(const std::vector<reg>& regs) {
-  std::string out =
-      "// Generated from the description sheets; do not edit.\n"
-      "// Numbers of the described registers, and the position of each field in the register's field values.\n"
-      "#pragma once\n\n#include <cstdint>\n\n";
-  for (const reg& r : regs) {
-    if (r.raw) {
-      continue;
-    }
-    const std::string name = upper(r.name);
-    out += "inline constexpr uint32_t DPP_REG_" + name + " = " + std::to_string(r.number) + ";\n";
-    for (size_t i = 0; i < r.fields.size(); ++i) {
-      out += "inline constexpr uint32_t DPP_FIELD_" + name + "_" + upper(r.fields[i].name) + " = " + std::to_string(i) +
-             ";\n";
-    }
-  }
-  return out;
 }
 
 std::string types_text(const std::vector<reg>& regs) {

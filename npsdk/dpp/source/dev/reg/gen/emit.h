@@ -1,5 +1,4 @@
-// What the generator writes: the table of the driver, and the constants and types under which code
-// names registers and fields.
+// What the generator writes: the table of the driver, and the types under which code names registers and fields.
 #pragma once
 
 #include <string>
@@ -11,10 +10,6 @@ namespace reg_gen {
 
 /// Source text of the constant table. `regs` is complete and sorted by number.
 std::string table_text(const std::vector<reg>& regs);
-
-/// Header text: DPP_REG_<NAME> for each described register, DPP_FIELD_<NAME>_<FIELD> for the position of each of its
-/// fields in the field value vector.
-std::string constants_text(const std::vector<reg>& regs);
 
 /// Header text: for each described register a structure dpp_regs::<name> with its NUMBER and one uint32_t member a
 /// field, in the order of the field value vector.

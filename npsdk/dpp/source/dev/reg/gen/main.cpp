@@ -1,4 +1,4 @@
-// dpp_reg_gen TABLE.cpp CONSTANTS.h TYPES.h SHEET.csv...: turns the description sheets into source. Writes nothing and
+// dpp_reg_gen TABLE.cpp TYPES.h SHEET.csv...: turns the description sheets into source. Writes nothing and
 // ends with status 1 when a sheet is wrong; every complaint names file and line.
 
 #include <cstdio>
@@ -7,20 +7,19 @@
 #include "file.h"
 
 int main(int argc, char** argv) {
-  if (argc < 5) {
-    fprintf(stderr, "usage: %s TABLE.cpp CONSTANTS.h TYPES.h SHEET.csv...\n", argv[0]);
+  if (argc < 4) {
+    fprintf(stderr, "usage: %s TABLE.cpp TYPES.h SHEET.csv...\n", argv[0]);
     return 2;
   }
   std::vector<reg_gen::reg> regs;
   reg_gen::complaints complaints;
-  for (int i = 4; i < argc; ++i) {
+  for (int i = 3; i < argc; ++i) {
     reg_gen::sheet_read(reg_gen::file_name(argv[i]), reg_gen::file_read(argv[i]), regs, complaints);
   }
   reg_gen::complaints_end(complaints);
   reg_gen::regs_check(regs, complaints);
   reg_gen::complaints_end(complaints);
   reg_gen::file_write(argv[1], reg_gen::table_text(regs));
-  reg_gen::file_write(argv[2], reg_gen::constants_text(regs));
-  reg_gen::file_write(argv[3], reg_gen::types_text(regs));
+  reg_gen::file_write(argv[2], reg_gen::types_text(regs));
   return 0;
 }

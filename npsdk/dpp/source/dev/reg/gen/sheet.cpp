@@ -96,24 +96,16 @@ bool is_language_word(std::string_view text) {
   return words.find(word) != std::string_view::npos;
 }
 
-std::optional<uint32_t> class_flag(std::string_view name) {
-  const auto found = std::find(class_names.begin(), class_names.end(), name);
-  if (found == class_names.end()) {
-    return std::nullopt;
-  }
-  return static_cast<uint32_t>(found - class_names.begin());
-}
-
 // name[msb:lsb]=default/class, of which ":lsb", "=default" and "/class" may be absent.
 std::optional<field> field_parse(std::string_view text, uint32_t register_flag) {
   field out;
   out.flag = register_flag;
   if (const size_t slash = text.find('/'); slash != std::string_view::npos) {
-    const std::optional<uint32_t> flag = class_flag(text.substr(slash + 1));
-    if (!flag) {
+    const auto flag = std::find(class_names.begin(), class_names.end(), text.substr(slash + 1));
+    if (flag == class_names.end()) {
       return std::nullopt;
     }
-    out.flag = *flag;
+    out.flag = static_cast<uint32_t>(flag - class_names.begin());
     text = text.substr(0, slash);
   }
   if (const size_t equals = text.find('='); equals != std::string_view::npos) {

@@ -9,8 +9,6 @@
 #include "dpp_diag/dpp_cmd_num.h"
 #include "qlix_comm/check.h"
 
-inline constexpr uint32_t DPP_CMD_ARG_MAX = 12;
-
 struct DppCmdEntry;
 
 /// What a command wrote to the card: the first registers or words as one line of text, and how many there were.

@@ -4,6 +4,9 @@
 
 #include <cstdint>
 
+/// Panel ports, RDMA, VQM, DTP and DRS; the numbers between them have no port.
+inline constexpr uint32_t DPP_TRPG_USED_PORTS[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 16, 24, 25, 26};
+
 #include "dpp_chip/dpp_dev.h"
 
 /// Packets that the port has received or sent since the card started; reading does not clear.

@@ -7,11 +7,10 @@
 #include "dpp_memory/dpp_se_mem.h"
 
 inline constexpr uint32_t DPP_ETCAM_TABLE_NUM = 8;
-inline constexpr uint32_t DPP_ETCAM_KEY_MODE_MAX = 3;  ///< 0: 640 bits, 1: 320, 2: 160, 3: 80
 
 struct dpp_etcam_block {
   uint32_t valid;
-  uint32_t key_mode;
+  uint32_t key_mode;  ///< 0: 640 bits, 1: 320, 2: 160, 3: 80
   uint32_t table;
   uint32_t base;  ///< row of the table that the block's first row is
 };

@@ -57,7 +57,6 @@ uint32_t dpp_se_etcam_row_write(uint32_t dev_id, uint32_t block, uint32_t row, u
 // Hash and route memory: 32 zblocks of four zcells of 512 lines of 512 bits.
 inline constexpr uint32_t DPP_SE_ZBLOCK_NUM = 32;
 inline constexpr uint32_t DPP_SE_ZBLOCK_IN_GROUP = 8;
-inline constexpr uint32_t DPP_SE_ZGROUP_NUM = DPP_SE_ZBLOCK_NUM / DPP_SE_ZBLOCK_IN_GROUP;
 inline constexpr uint32_t DPP_SE_ZCELL_IN_BLOCK = 4;
 inline constexpr uint32_t DPP_SE_ZCELL_LINES = 512;
 inline constexpr uint32_t DPP_SE_ZCELL_WORDS = 16;

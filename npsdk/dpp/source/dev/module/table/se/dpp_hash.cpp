@@ -54,7 +54,7 @@ dpp_hash_entry* entry_make(dpp_hash_table& table, uint32_t engine, uint32_t tabl
     return nullptr;
   }
   entry->kind = 0;
-  dpp_hash_order_set(order, entry->order);
+  dpp_se_word_put(entry->order, order);
   head_set(table, engine, table_id, entry->image());
   std::memcpy(entry->key(), row.key, table.key_len);
   if (table.rst_len != 0) {

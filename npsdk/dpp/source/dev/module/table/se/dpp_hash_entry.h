@@ -71,16 +71,3 @@ inline uint32_t dpp_hash_location(const dpp_hash_entry& entry) {
   constexpr uint32_t common = DPP_HASH_LOCATION_ZCELL & DPP_HASH_LOCATION_ZREG & DPP_HASH_LOCATION_DDR;
   return (common | entry.kind) << DPP_HASH_LOCATION_SHIFT | entry.cell;
 }
-
-inline void dpp_hash_order_set(uint32_t order, uint8_t* bytes) {
-  for (int i = 0; i < 4; i++) {
-    bytes[i] = static_cast<uint8_t>(order >> (24 - 8 * i));
-  }
-}
-inline uint32_t dpp_hash_order_get(const uint8_t* bytes) {
-  uint32_t order = 0;
-  for (int i = 0; i < 4; i++) {
-    order = order << 8 | bytes[i];
-  }
-  return order;
-}

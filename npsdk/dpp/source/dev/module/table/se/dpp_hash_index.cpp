@@ -117,7 +117,7 @@ qlix_comm_rb_node* dpp_hash_index_put(dpp_hash_table* table, const dpp_hash_entr
       qlix_comm_prefetch(near);
     }
   }
-  slot_put(&index, {dpp_hash_order_get(entry.order), entry.number}, at);
+  slot_put(&index, {dpp_se_word_get(entry.order), entry.number}, at);
   return near;
 }
 

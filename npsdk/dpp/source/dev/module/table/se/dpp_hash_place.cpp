@@ -137,7 +137,7 @@ uint32_t dpp_hash_write_hardware(dpp_hash* hash, const dpp_hash_entry* entry, bo
   if (dpp_hash_stands_in(*entry, DPP_HASH_LOCATION_DDR)) {
     write.place = DPP_SE_DDR;
     write.baddr = table.ddr_baddr;
-    write.index = dpp_hash_spill_item(table, dpp_hash_order_get(entry->order)) * DPP_HASH_QUARTERS + entry->quarter;
+    write.index = dpp_hash_spill_item(table, dpp_se_word_get(entry->order)) * DPP_HASH_QUARTERS + entry->quarter;
     write.ecc_en = table.ddr_ecc_en;
   } else {
     const uint32_t descriptor = descriptor_of(*entry);

@@ -57,7 +57,7 @@ bool grow(dpp_hash_pool* pool) {
 
 /// A number that was given back names the one given back before it where its entry had the order.
 uint32_t given_before(const dpp_hash_entry* entry) {
-  return dpp_hash_order_get(entry->order);
+  return dpp_se_word_get(entry->order);
 }
 
 }  // namespace
@@ -107,7 +107,7 @@ dpp_hash_entry* dpp_hash_pool_take(dpp_hash_pool* pool) {
 }
 
 void dpp_hash_pool_give(dpp_hash_pool* pool, dpp_hash_entry* entry) {
-  dpp_hash_order_set(pool->given, entry->order);
+  dpp_se_word_put(entry->order, pool->given);
   pool->given = entry->number;
 }
 

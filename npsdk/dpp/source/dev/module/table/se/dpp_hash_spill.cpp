@@ -47,7 +47,7 @@ void dpp_hash_spill_prefetch(const dpp_hash_table& table, uint32_t order) {
 }
 
 uint32_t dpp_hash_spill_put(const dpp_hash_table& table, dpp_hash_entry* entry) {
-  const uint32_t order = dpp_hash_order_get(entry->order);
+  const uint32_t order = dpp_se_word_get(entry->order);
   uint8_t& taken = item_byte(table, order);
   for (uint32_t first = 0; first < DPP_HASH_QUARTERS; first += dpp_hash_quarters(table)) {
     const uint8_t bits = quarter_bits(table, order, first);
@@ -61,12 +61,12 @@ uint32_t dpp_hash_spill_put(const dpp_hash_table& table, dpp_hash_entry* entry) 
 }
 
 bool dpp_hash_spill_has(const dpp_hash_table& table, const dpp_hash_entry& entry) {
-  const uint32_t order = dpp_hash_order_get(entry.order);
+  const uint32_t order = dpp_se_word_get(entry.order);
   return (item_byte(table, order) & quarter_bits(table, order, entry.quarter)) != 0;
 }
 
 void dpp_hash_spill_set(const dpp_hash_table& table, const dpp_hash_entry& entry, bool stands) {
-  const uint32_t order = dpp_hash_order_get(entry.order);
+  const uint32_t order = dpp_se_word_get(entry.order);
   const uint8_t bits = quarter_bits(table, order, entry.quarter);
   uint8_t& taken = item_byte(table, order);
   taken = static_cast<uint8_t>(stands ? taken | bits : taken & ~bits);

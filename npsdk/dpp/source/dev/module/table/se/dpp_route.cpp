@@ -34,17 +34,19 @@ uint32_t noted(dpp_route_table* table, uint32_t rc) {
   return rc;
 }
 
+/// Writes an item once more as it was before a change that failed: refused does not mean untouched.
+void item_put_back(dpp_route_table* table, const route_item* item) {
+  table->undoing = true;
+  route_item_write(table, item);
+}
+
 uint32_t route_add(dpp_route_table* table, route_item* item, lpm_trie_node* node) {
   item->route[item->used++] = node;
   const uint32_t rc = item->used == 1 ? route_item_link(table, item) : route_item_write(table, item);
   if (rc != QLIX_COMM_OK) {
     item->used--;
     if (item->used != 0) {
-      // Refused does not mean untouched.
-      const bool before = table->undoing;
-      table->undoing = true;
-      route_item_write(table, item);
-      table->undoing = before;
+      item_put_back(table, item);
     }
     return rc;
   }
@@ -95,8 +97,7 @@ uint32_t cb_update(chw_lpm* lpm, lpm_trie_node* node, const lpm_route* route) {
   const uint32_t rc = route_item_write(table, item_of(node));
   if (rc != QLIX_COMM_OK) {
     node->result = before;
-    table->undoing = true;
-    route_item_write(table, item_of(node));
+    item_put_back(table, item_of(node));
   }
   return rc;
 }
@@ -109,8 +110,7 @@ uint32_t cb_swap_copy(chw_lpm* lpm, lpm_trie_node* from, lpm_trie_node* to) {
   const uint32_t rc = route_item_write(table, item);
   if (rc != QLIX_COMM_OK) {
     item->route[slot] = from;
-    table->undoing = true;
-    route_item_write(table, item);
+    item_put_back(table, item);
     return rc;
   }
   from->item_info = item->anchor == from ? item : nullptr;
@@ -229,8 +229,7 @@ uint32_t route_withdraw(dpp_route_table* table, lpm_trie_node* node) {
   const uint32_t rc = route_item_write(table, item);
   if (rc != QLIX_COMM_OK) {
     item->used++;
-    table->undoing = true;
-    route_item_write(table, item);
+    item_put_back(table, item);
   }
   return rc;
 }

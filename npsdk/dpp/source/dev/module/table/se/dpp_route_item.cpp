@@ -14,12 +14,6 @@ namespace {
 
 static_assert(DPP_ROUTE_LENGTHS_OFFSET + (ROUTE_LEN_NUM + 7) / 8 <= DPP_SE_ITEM_BYTES);
 
-void store_be32(uint8_t* bytes, uint32_t value) {
-  for (uint32_t i = 0; i < 4; i++) {
-    bytes[i] = static_cast<uint8_t>(value >> (24 - 8 * i));
-  }
-}
-
 /// Writes whole rows. While undoing, rows that the chip refuses are owed.
 uint32_t rows_send(dpp_route_table* table, uint32_t row, std::span<const uint8_t> data) {
   dpp_se_write write{};
@@ -59,7 +53,7 @@ uint32_t chain_send(dpp_route_table* table, uint32_t chain) {
   const uint32_t first = chain / DPP_ROUTE_CHAINS_IN_ROW * DPP_ROUTE_CHAINS_IN_ROW;
   uint8_t data[DPP_ROUTE_ROW_BYTES];
   for (uint32_t i = 0; i < DPP_ROUTE_CHAINS_IN_ROW; i++) {
-    store_be32(data + size_t{i} * 4, table->chain[first + i] + 1);
+    dpp_se_word_put(data + size_t{i} * 4, table->chain[first + i] + 1);
   }
   return rows_send(table, DPP_ROUTE_HEAD_ROWS + chain / DPP_ROUTE_CHAINS_IN_ROW, data);
 }
@@ -70,12 +64,12 @@ uint32_t item_send(dpp_route_table* table, const route_item* item) {
   const uint32_t key_bytes = table->cfg.key_bytes;
   data[0] = static_cast<uint8_t>(DPP_ROUTE_VALID | item->used);
   data[1] = item->anchor_len;
-  store_be32(data + 4, item->next + 1);
+  dpp_se_word_put(data + 4, item->next + 1);
   uint8_t* slot = data + DPP_ROUTE_SLOTS_OFFSET;
   for (uint32_t i = 0; i < item->used; i++, slot += key_bytes + DPP_ROUTE_SLOT_TAIL_BYTES) {
     const lpm_trie_node* node = item->route[i];
     std::memcpy(slot, node->key, key_bytes);
-    store_be32(slot + key_bytes, static_cast<uint32_t>(node->prefix_len) << 24 | node->result);
+    dpp_se_word_put(slot + key_bytes, static_cast<uint32_t>(node->prefix_len) << 24 | node->result);
   }
   return rows_send(table, DPP_ROUTE_HEAD_ROWS + chain_rows + item->number * DPP_ROUTE_ITEM_ROWS, data);
 }

@@ -1,6 +1,8 @@
 // The saved form of a route table, in host byte order: a head, the saved trie, then one record for each item with the
 // numbers of its routes in list order.
 #include <cstring>
+#include <memory>
+#include <span>
 
 #include "dpp_route_item.h"
 #include "qlix_comm/check.h"
@@ -28,51 +30,33 @@ struct store_item {
 };
 static_assert(sizeof(store_item) == 12 && sizeof(store_head) == 36, "the saved form has no gaps");
 
-/// Owns a block of library memory.
-class memory_block {
- public:
-  explicit memory_block(size_t size) : data_(ic_comm_malloc_memory(size)) {}
-  memory_block(const memory_block&) = delete;
-  memory_block& operator=(const memory_block&) = delete;
-  ~memory_block() {
-    ic_comm_free_memory(data_);
+struct memory_free {
+  void operator()(void* memory) const {
+    ic_comm_free_memory(memory);
   }
-  template <typename T>
-  T* as() const {
-    return static_cast<T*>(data_);
-  }
-
- private:
-  void* data_;
 };
+template <typename T>
+using memory_of = std::unique_ptr<T[], memory_free>;
 
-/// Bytes that are read once, front to back.
-class reader {
- public:
-  reader(const uint8_t* bytes, size_t size) : bytes_(bytes), left_(size) {}
-  bool take(void* into, size_t size) {
-    if (size > left_) {
-      return false;
-    }
-    std::memcpy(into, bytes_, size);
-    skip(size);
-    return true;
-  }
-  void skip(size_t size) {
-    bytes_ += size;
-    left_ -= size;
-  }
-  const uint8_t* bytes() const {
-    return bytes_;
-  }
-  size_t left() const {
-    return left_;
-  }
+/// Library memory for `num` values, undefined; null without memory.
+template <typename T>
+memory_of<T> memory_take(size_t num) {
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): the values may be pointers
+  return memory_of<T>(static_cast<T*>(ic_comm_malloc_memory(num * sizeof(T) + 1)));
+}
 
- private:
-  const uint8_t* bytes_;
-  size_t left_;
-};
+/// Saved bytes that have not been read yet.
+using saved_bytes = std::span<const uint8_t>;
+
+/// Reads from their front; false when there are too few.
+bool take(saved_bytes* bytes, void* into, size_t size) {
+  if (size > bytes->size()) {
+    return false;
+  }
+  std::memcpy(into, bytes->data(), size);
+  *bytes = bytes->subspan(size);
+  return true;
+}
 
 template <typename Visit>
 void each_route(const dpp_route_table* table, Visit visit) {
@@ -112,7 +96,7 @@ bool anchor_restore(route_item* item, uint32_t len) {
   return item->anchor_len <= len;
 }
 
-bool item_restore(dpp_route_table* table, const store_item& saved, uint32_t item_num, reader* bytes,
+bool item_restore(dpp_route_table* table, const store_item& saved, uint32_t item_num, saved_bytes* bytes,
                   lpm_trie_node* const* routes) {
   // A block for each saved item is more than any table keeps: the bytes do not decide how much memory is taken.
   const uint64_t numbers_max = (uint64_t{item_num} + 2) * DPP_ROUTE_BLOCK_ITEMS;
@@ -125,7 +109,7 @@ bool item_restore(dpp_route_table* table, const store_item& saved, uint32_t item
   item->used = saved.used;
   for (uint32_t i = 0; i < saved.used; i++) {
     uint32_t number = 0;
-    if (!bytes->take(&number, sizeof(number)) || number >= table->lpm.trie.route_num ||
+    if (!take(bytes, &number, sizeof(number)) || number >= table->lpm.trie.route_num ||
         routes[number]->item_info != nullptr) {
       return false;
     }
@@ -140,44 +124,43 @@ bool item_restore(dpp_route_table* table, const store_item& saved, uint32_t item
   return true;
 }
 
-bool items_restore(dpp_route_table* table, uint32_t item_num, reader* bytes) {
+bool items_restore(dpp_route_table* table, uint32_t item_num, saved_bytes* bytes) {
   const uint32_t route_num = table->lpm.trie.route_num;
-  const memory_block routes(route_num * sizeof(void*) + 1);
-  const memory_block anchors(item_num * sizeof(uint16_t) + 1);
-  const memory_block numbers(item_num * sizeof(uint32_t) + 1);
-  if (routes.as<void>() == nullptr || anchors.as<void>() == nullptr || numbers.as<void>() == nullptr) {
+  const auto routes = memory_take<lpm_trie_node*>(route_num);
+  const auto anchors = memory_take<uint16_t>(item_num);
+  const auto numbers = memory_take<uint32_t>(item_num);
+  if (routes == nullptr || anchors == nullptr || numbers == nullptr) {
     return false;
   }
-  each_route(table, [&](lpm_trie_node* node, uint32_t number) { routes.as<lpm_trie_node*>()[number] = node; });
+  each_route(table, [&](lpm_trie_node* node, uint32_t number) { routes[number] = node; });
   uint64_t placed = 0;
   for (uint32_t i = 0; i < item_num; i++) {
     store_item saved;
-    if (!bytes->take(&saved, sizeof(saved)) ||
-        !item_restore(table, saved, item_num, bytes, routes.as<lpm_trie_node*>())) {
+    if (!take(bytes, &saved, sizeof(saved)) || !item_restore(table, saved, item_num, bytes, routes.get())) {
       return false;
     }
     placed += saved.used;
-    anchors.as<uint16_t>()[i] = saved.anchor_node_len;
-    numbers.as<uint32_t>()[i] = saved.number;
+    anchors[i] = saved.anchor_node_len;
+    numbers[i] = saved.number;
   }
   // Anchors come when every route knows its item: a route that offers an item lives in it.
   for (uint32_t i = 0; i < item_num; i++) {
-    const uint16_t len = anchors.as<uint16_t>()[i];
-    if (len != NO_ANCHOR && !anchor_restore(route_item_at(table, numbers.as<uint32_t>()[i]), len)) {
+    const uint16_t len = anchors[i];
+    if (len != NO_ANCHOR && !anchor_restore(route_item_at(table, numbers[i]), len)) {
       return false;
     }
   }
-  return placed == route_num && bytes->left() == 0 && route_chains_restore(table);
+  return placed == route_num && bytes->size() == 0 && route_chains_restore(table);
 }
 
-bool table_restore(dpp_route_table* table, const store_head& head, reader* bytes) {
-  if (head.trie_size > bytes->left() ||
-      chw_lpm_trie_recovery(&table->lpm.trie, bytes->bytes(), head.trie_size) != QLIX_COMM_OK) {
+bool table_restore(dpp_route_table* table, const store_head& head, saved_bytes* bytes) {
+  if (head.trie_size > bytes->size() ||
+      chw_lpm_trie_recovery(&table->lpm.trie, bytes->data(), head.trie_size) != QLIX_COMM_OK) {
     return false;
   }
-  bytes->skip(head.trie_size);
+  *bytes = bytes->subspan(head.trie_size);
   table->lpm.level = head.level;
-  return head.item_num <= bytes->left() / sizeof(store_item) && items_restore(table, head.item_num, bytes);
+  return head.item_num <= bytes->size() / sizeof(store_item) && items_restore(table, head.item_num, bytes);
 }
 
 }  // namespace
@@ -192,10 +175,9 @@ uint32_t dpp_route_store(const dpp_route_table* table, size_t* size, uint8_t** b
   QLIX_COMM_CALL(chw_lpm_trie_store, &table->lpm.trie, &trie_size, &trie);
   const uint32_t routes = table->lpm.trie.route_num;
   *size = sizeof(store_head) + trie_size + table->item_num * sizeof(store_item) + routes * sizeof(uint32_t);
-  const memory_block numbers(size_t{table->block_top} * DPP_ROUTE_BLOCK_ITEMS * DPP_ROUTE_SLOTS_MAX * sizeof(uint32_t) +
-                             1);
+  const auto numbers = memory_take<uint32_t>(size_t{table->block_top} * DPP_ROUTE_BLOCK_ITEMS * DPP_ROUTE_SLOTS_MAX);
   *blob = static_cast<uint8_t*>(ic_comm_malloc_memory(*size));
-  if (*blob == nullptr || numbers.as<void>() == nullptr) {
+  if (*blob == nullptr || numbers == nullptr) {
     ic_comm_free_memory(trie);
     ic_comm_free_memory(*blob);
     *blob = nullptr;
@@ -217,7 +199,7 @@ uint32_t dpp_route_store(const dpp_route_table* table, size_t* size, uint8_t** b
     while (item->route[slot] != node) {
       slot++;
     }
-    numbers.as<uint32_t>()[size_t{item->number} * DPP_ROUTE_SLOTS_MAX + slot] = number;
+    numbers[size_t{item->number} * DPP_ROUTE_SLOTS_MAX + slot] = number;
   });
   for (uint32_t i = 0; i < table->block_top * DPP_ROUTE_BLOCK_ITEMS; i++) {
     const route_item* item = route_item_at(table, i);
@@ -227,7 +209,7 @@ uint32_t dpp_route_store(const dpp_route_table* table, size_t* size, uint8_t** b
     const store_item saved = {item->number, item->next, item->anchor != nullptr ? item->anchor->prefix_len : NO_ANCHOR,
                               item->anchor_len, item->used};
     put(&saved, sizeof(saved));
-    put(&numbers.as<uint32_t>()[size_t{i} * DPP_ROUTE_SLOTS_MAX], item->used * sizeof(uint32_t));
+    put(&numbers[size_t{i} * DPP_ROUTE_SLOTS_MAX], item->used * sizeof(uint32_t));
   }
   return QLIX_COMM_OK;
 }
@@ -237,10 +219,10 @@ uint32_t dpp_route_recovery(const uint8_t* blob, size_t size, const dpp_se_write
   QLIX_COMM_CHECK_POINT(writer);
   QLIX_COMM_CHECK_POINT(table);
   *table = nullptr;
-  reader bytes(blob, size);
+  saved_bytes bytes(blob, size);
   store_head head;
   dpp_route_table* made = nullptr;
-  if (!bytes.take(&head, sizeof(head)) || route_table_make(&head.cfg, writer, &made) != QLIX_COMM_OK ||
+  if (!take(&bytes, &head, sizeof(head)) || route_table_make(&head.cfg, writer, &made) != QLIX_COMM_OK ||
       !table_restore(made, head, &bytes)) {
     QLIX_COMM_TRACE_ERROR("ErrorCode[0x%x]: %zu bytes are no saved route table\n", DPP_ROUTE_RC_STORE, size);
     dpp_route_destroy(made);

@@ -61,8 +61,6 @@ std::span<const dpp_reg_field> dpp_reg_fields_get(const dpp_reg_info& info);
 
 /// The number of the register with that name, or DPP_REG_NO_NONE. Constant time.
 uint32_t dpp_reg_no_find(std::string_view name);
-/// The index of the field with that name in the register's field table, or DPP_REG_NO_NONE.
-uint32_t dpp_reg_field_find(uint32_t reg_no, std::string_view field_name);
 
 /// True for a row that names its register and fields; false for a word known by block and offset only.
 bool dpp_reg_is_described(const dpp_reg_info& info);

@@ -3,6 +3,20 @@
 
 #include <cstdint>
 
+/// A word as the chip has it, most significant byte first.
+inline void dpp_se_word_put(uint8_t* bytes, uint32_t word) {
+  for (uint32_t i = 0; i < 4; i++) {
+    bytes[i] = static_cast<uint8_t>(word >> (24 - 8 * i));
+  }
+}
+inline uint32_t dpp_se_word_get(const uint8_t* bytes) {
+  uint32_t word = 0;
+  for (uint32_t i = 0; i < 4; i++) {
+    word = word << 8 | bytes[i];
+  }
+  return word;
+}
+
 /// An item of 512 bits, in four quarters.
 inline constexpr uint32_t DPP_SE_ITEM_BYTES = 64;
 inline constexpr uint32_t DPP_SE_QUARTER_BYTES = 16;
