@@ -103,6 +103,10 @@ TEST(CommandSheet, RefusesWrongCommands) {
       {"text t a super \"x\"\n", "1: too many arguments"},
       {"function f a b c d e f g h i j k l m super \"x\"\n", "1: too many arguments"},
       {"command c super \"x\"\ntext c super \"x\"\n", "2: command 'c' stands twice"},
+      {"fields c grid[m][n] super \"x\"\ncommand d dev_id super \"x\"\n  run c dev_id 1 3\n", ""},
+      {"fields c grid[m] super \"x\"\n", "1: '[' is missing before 'super'"},
+      {"fields c row[0] super \"x\"\n", "1: a name is missing before '0'"},
+      {"fields c two super \"x\"\n", "1: unknown register 'two'"},
       {"# a comment\n\ncommand c dev_id \\\n  i=0..3 super \"x\"\n  fields row[i]\n", ""},
   };
   for (const auto& c : cases) {

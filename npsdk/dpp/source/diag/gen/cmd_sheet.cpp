@@ -113,10 +113,14 @@ class sheet_reader {
     command made;
     made.at = {file_, line_no_};
     const std::string kind = need_name();
-    made.kind = static_cast<command_kind>(choice_of(command_words, kind, "unknown kind of command '" + kind + "'"));
-    made.name = need_name();
-    while (peek().kind == word_kind::name && !is_level(peek().text)) {
-      argument_read(made);
+    if (kind == "fields") {
+      shown_read(made);
+    } else {
+      made.kind = static_cast<command_kind>(choice_of(command_words, kind, "unknown kind of command '" + kind + "'"));
+      made.name = need_name();
+      while (peek().kind == word_kind::name && !is_level(peek().text)) {
+        argument_read(made);
+      }
     }
     level_read(made);
     require(made.args.size() <= args_max && (made.kind < command_kind::text || made.args.empty()),
@@ -124,6 +128,30 @@ class sheet_reader {
     if (!failed_) {
       commands_.push_back(std::move(made));
     }
+  }
+
+  /// A row of one step, which prints an instance of a register: the arguments are its indexes.
+  void shown_read(command& made) {
+    made.name = need_name();
+    argument_add(made, {"dev_id", true, 0, device_max});
+    step fields;
+    fields.what = op::fields;
+    fields.line = line_no_;
+    fields.at.reg_no = register_read();
+    const reg_gen::reg& r = regs_[fields.at.reg_no];
+    if ((r.array_type & 2) != 0) {
+      fields.at.m = index_argument_read(made, r.m_size);
+    }
+    if (r.array_type != 0) {
+      fields.at.n = index_argument_read(made, r.n_size);
+    }
+    made.steps.push_back(std::move(fields));
+  }
+  operand index_argument_read(command& made, uint32_t size) {
+    need_sign("[");
+    argument_add(made, {need_name(), true, 0, size - 1});
+    need_sign("]");
+    return {1, static_cast<uint32_t>(made.args.size()) - 1};
   }
 
   void argument_read(command& made) {
@@ -139,6 +167,9 @@ class sheet_reader {
       arg.ranged = true;
       arg.max = device_max;
     }
+    argument_add(made, std::move(arg));
+  }
+  void argument_add(command& made, argument arg) {
     variables_.push_back({arg.name, false, arg.ranged, arg.min, arg.max});
     made.args.push_back(std::move(arg));
   }
