@@ -1,11 +1,12 @@
 #include "kx_pcie/config_space.h"
 
-#include <endian.h>
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 
+#include "common/little_endian.h"
 #include "common/report.h"
 #include "common/signals.h"
 #include "common/unique_fd.h"
@@ -138,17 +139,18 @@ int32_t pcie_cfg_write(kxtools_sbdf sbdf, uint32_t offset, uint32_t length, cons
 }
 
 int32_t pcie_cfg_read_dword(kxtools_sbdf sbdf, uint32_t offset, uint32_t* value) {
-  uint32_t bytes = ALL_ONES;
-  if (pcie_cfg_read(sbdf, offset, sizeof bytes, value == nullptr ? nullptr : &bytes) != 0) {
+  std::array<uint8_t, 4> bytes = {0xFF, 0xFF, 0xFF, 0xFF};
+  if (pcie_cfg_read(sbdf, offset, bytes.size(), value == nullptr ? nullptr : bytes.data()) != 0) {
     return -1;
   }
-  *value = le32toh(bytes);
+  *value = kx_le_get<uint32_t>(bytes);
   return 0;
 }
 
 int32_t pcie_cfg_write_dword(kxtools_sbdf sbdf, uint32_t offset, uint32_t value) {
-  const uint32_t bytes = htole32(value);
-  return pcie_cfg_write(sbdf, offset, sizeof bytes, &bytes);
+  std::array<uint8_t, 4> bytes = {};
+  kx_le_put(bytes, 0, value);
+  return pcie_cfg_write(sbdf, offset, bytes.size(), bytes.data());
 }
 
 int32_t pcie_cfg_write_mask(kxtools_sbdf sbdf, uint32_t offset, uint32_t value, uint32_t mask) {

@@ -1,5 +1,6 @@
 #include "command.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace {
@@ -32,14 +33,31 @@ TEST(Words, ReadNumbersWithoutTricks) {
       {"0x0x1", 10, false, 0},
   };
   for (const auto& c : cases) {
-    uint64_t value = 77;
+    kxpcie_target target(KXTOOLS_SBDF_NONE);
+    EXPECT_EQ(kxpcie_number(target, std::span(&c.word, 1), 0, "thing", c.max), c.value) << c.word;
+    EXPECT_EQ(target.good(), c.good) << c.word;
     testing::internal::CaptureStdout();
-    const bool good = kxpcie_number_read(c.word, "thing", c.max, &value);
-    const std::string out = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(good, c.good) << c.word;
-    EXPECT_EQ(value, c.good ? c.value : 77) << c.word;
-    EXPECT_EQ(out.empty(), c.good) << c.word;
+    EXPECT_EQ(target.end(), c.good ? 0 : -1) << c.word;
+    EXPECT_EQ(testing::internal::GetCapturedStdout().empty(), c.good) << c.word;
   }
+}
+
+TEST(Target, KeepsTheFirstFailureAndTouchesNothingBehindIt) {
+  kxpcie_target target(KXTOOLS_SBDF_NONE);
+  KXPCIE_FAIL(target, "the %s", "first");
+  KXPCIE_FAIL(target, "the second");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(target.dword(0), UINT32_MAX);
+  EXPECT_EQ(target.word(0), UINT16_MAX);
+  target.word_write(0, 0);
+  EXPECT_EQ(target.find(true, PCI_EXT_CAP_ID_ERR), 0u);
+  EXPECT_FALSE(target.check(-2));
+  kxpcie_target other(KXTOOLS_SBDF_NONE);
+  other.adopt(target);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(other.end(), -1);
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::EndsWith("] the first\n"));
 }
 
 }  // namespace

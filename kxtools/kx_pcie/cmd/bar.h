@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "common/mmio.h"
-#include "device/address.h"
+#include "target.h"
 
 inline constexpr uint32_t KXPCIE_BARS = 6;
 
@@ -17,15 +17,14 @@ struct kxpcie_bar {
   uint64_t size;
 };
 
-/// Describes one of the six BARs; the upper half of a 64-bit BAR is not present. Returns 0, or -1 with a message.
-int32_t kxpcie_bar_get(kxtools_sbdf sbdf, uint32_t index, kxpcie_bar* bar);
+/// Describes one of the six BARs; the upper half of a 64-bit BAR is not present.
+kxpcie_bar kxpcie_bar_get(kxpcie_target& target, uint32_t index);
 
 /// Maps no more of a BAR than a command touches, and for reading only unless it writes.
 class kxpcie_bar_window {
  public:
-  /// `length` bytes at `offset`, both multiples of 4. Returns 0, or -1 with a message, also when they do not lie
-  /// inside.
-  int32_t open(kxtools_sbdf sbdf, uint32_t index, uint64_t offset, uint64_t length, bool write);
+  /// `length` bytes at `offset`, both multiples of 4. False when they cannot be had, also when they do not lie inside.
+  bool open(kxpcie_target& target, uint32_t index, uint64_t offset, uint64_t length, bool write);
   /// The bytes asked for, from 0 on.
   const kx_mmio_region& region() const {
     return region_;

@@ -46,14 +46,14 @@ void head_write(FILE* out, kxtools_sbdf sbdf) {
 
 }  // namespace
 
-int32_t kxpcie_black_box(kxtools_sbdf sbdf, kxpcie_words words) {
+void kxpcie_black_box(kxpcie_target& target, kxpcie_words words) {
   const kx_signal_guard guard;  // a signal takes effect when the file is gone
   kx_result_file file;
   if (!file.open(words[0])) {
-    KXTOOLS_ERR("cannot make %s: %s\n", words[0], strerror(errno));
-    return -1;
+    KXPCIE_FAIL(target, "cannot make %s: %s", words[0], strerror(errno));
+    return;
   }
-  head_write(file.stream(), sbdf);
+  head_write(file.stream(), target.sbdf());
   size_t missing = 0;
   {
     kx_progress_bar progress("black box", std::size(SECTIONS));
@@ -63,7 +63,9 @@ int32_t kxpcie_black_box(kxtools_sbdf sbdf, kxpcie_words words) {
       }
       fprintf(file.stream(), "\n== %s ==\n", row.title);
       // What the function does not have or does not tell leaves a hole, not an end: the rest may be what is needed.
-      if (row.report(file.stream(), sbdf) != 0) {
+      kxpcie_target section_target(target.sbdf());
+      row.report(file.stream(), section_target);
+      if (section_target.end() != 0) {
         fprintf(file.stream(), "not available\n");
         ++missing;
       }
@@ -71,13 +73,13 @@ int32_t kxpcie_black_box(kxtools_sbdf sbdf, kxpcie_words words) {
     }
   }
   if (kx_signal_guard::raised() != 0) {
-    KXTOOLS_ERR("interrupted, nothing is kept\n");
-    return -1;
+    KXPCIE_FAIL(target, "interrupted, nothing is kept");
+    return;
   }
   if (!file.commit()) {
-    KXTOOLS_ERR("cannot write %s: %s\n", words[0], strerror(errno));
-    return -1;
+    KXPCIE_FAIL(target, "cannot write %s: %s", words[0], strerror(errno));
+    return;
   }
   kx_print("%zu of %zu sections written to %s\n", std::size(SECTIONS) - missing, std::size(SECTIONS), words[0]);
-  return missing == std::size(SECTIONS) ? -1 : 0;
+  target.check(missing != std::size(SECTIONS));
 }

@@ -3,9 +3,8 @@
 #include <charconv>
 #include <cstring>
 
-#include "common/report.h"
-
-bool kxpcie_number_read(const char* word, const char* what, uint64_t max, uint64_t* value) {
+uint64_t kxpcie_number(kxpcie_target& target, kxpcie_words words, size_t index, const char* what, uint64_t max) {
+  const char* const word = words[index];
   const bool hexadecimal = word[0] == '0' && (word[1] == 'x' || word[1] == 'X');
   const char* const begin = hexadecimal ? word + 2 : word;
   const char* const end = word + strlen(word);
@@ -13,11 +12,19 @@ bool kxpcie_number_read(const char* word, const char* what, uint64_t max, uint64
   // Takes no sign and no blank, and tells an overflow.
   const auto [rest, error] = std::from_chars(begin, end, number, hexadecimal ? 16 : 10);
   if (error != std::errc() || rest != end || number > max) {
-    KXTOOLS_ERR("%s %s is no number from 0 to 0x%llx\n", what, word, static_cast<unsigned long long>(max));
-    return false;
+    KXPCIE_FAIL(target, "%s %s is no number from 0 to 0x%llx", what, word, static_cast<unsigned long long>(max));
+    return 0;
   }
-  *value = number;
-  return true;
+  return number;
+}
+
+uint64_t kxpcie_number_or(kxpcie_target& target, kxpcie_words words, size_t index, const char* what, uint64_t max,
+                          uint64_t otherwise) {
+  return index < words.size() ? kxpcie_number(target, words, index, what, max) : otherwise;
+}
+
+uint32_t kxpcie_value(kxpcie_target& target, kxpcie_words words, size_t index) {
+  return static_cast<uint32_t>(kxpcie_number(target, words, index, "value", UINT32_MAX));
 }
 
 bool kxpcie_verify_take(kxpcie_words* words) {
@@ -25,14 +32,5 @@ bool kxpcie_verify_take(kxpcie_words* words) {
     return false;
   }
   *words = words->first(words->size() - 1);
-  return true;
-}
-
-bool kxpcie_value_read(const char* word, uint32_t* value) {
-  uint64_t number = 0;
-  if (!kxpcie_number_read(word, "value", UINT32_MAX, &number)) {
-    return false;
-  }
-  *value = static_cast<uint32_t>(number);
   return true;
 }

@@ -5,15 +5,15 @@
 #include <cstdio>
 #include <span>
 
-#include "device/address.h"
+#include "target.h"
 
 /// The words behind the command's name, as many as its row allows.
 using kxpcie_words = std::span<const char* const>;
 
-/// Does something to or with the function. Returns 0, or negative with a message.
-using kxpcie_run_fn = int32_t (*)(kxtools_sbdf sbdf, kxpcie_words words);
-/// Writes one report about the function, without disturbing it. Returns 0, or negative with a message (not in `out`).
-using kxpcie_report_fn = int32_t (*)(FILE* out, kxtools_sbdf sbdf);
+/// Does something to or with the function; what goes wrong stays in `target`.
+using kxpcie_run_fn = void (*)(kxpcie_target& target, kxpcie_words words);
+/// Writes one report about the function, without disturbing it; reads no more than it shows.
+using kxpcie_report_fn = void (*)(FILE* out, kxpcie_target& target);
 
 struct kxpcie_command {
   const char* name;
@@ -30,7 +30,11 @@ inline constexpr const char* KXPCIE_VERIFY = "--verify";
 /// Takes --verify off the end of the words. True when it stood there.
 bool kxpcie_verify_take(kxpcie_words* words);
 
-/// Reads a word as a number, decimal or hexadecimal with 0x, from 0 to `max`. False with a message that names `what`.
-bool kxpcie_number_read(const char* word, const char* what, uint64_t max, uint64_t* value);
+/// Reads word `index` as a number, decimal or hexadecimal with 0x, from 0 to `max`. Anything else is a failure, whose
+/// line names `what`, and gives 0.
+uint64_t kxpcie_number(kxpcie_target& target, kxpcie_words words, size_t index, const char* what, uint64_t max);
+/// The same for a word that may be left out.
+uint64_t kxpcie_number_or(kxpcie_target& target, kxpcie_words words, size_t index, const char* what, uint64_t max,
+                          uint64_t otherwise);
 /// The same for a 32-bit register value.
-bool kxpcie_value_read(const char* word, uint32_t* value);
+uint32_t kxpcie_value(kxpcie_target& target, kxpcie_words words, size_t index);

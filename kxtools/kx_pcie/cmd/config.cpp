@@ -1,8 +1,9 @@
 // Configuration space: words, dump, lists of capabilities.
+#include <array>
 #include <cinttypes>
 
 #include "actions.h"
-#include "capabilities.h"
+#include "common/little_endian.h"
 #include "common/report.h"
 #include "dump.h"
 #include "kx_pcie/config_space.h"
@@ -10,67 +11,50 @@
 
 namespace {
 
-constexpr uint32_t VPD_LENGTH = 8;
+struct place {
+  uint32_t offset;
+  uint32_t width;
+};
 
-bool place_read(kxpcie_words words, size_t width_index, uint32_t* offset, uint32_t* width) {
-  uint64_t at = 0;
-  uint64_t bytes = 4;
-  if (!kxpcie_number_read(words[0], "offset", PCIE_CFG_SIZE - 1, &at) ||
-      (words.size() > width_index && !kxpcie_number_read(words[width_index], "width", 4, &bytes))) {
-    return false;
+place place_read(kxpcie_target& target, kxpcie_words words, size_t width_index) {
+  const uint64_t offset = kxpcie_number(target, words, 0, "offset", PCIE_CFG_SIZE - 1);
+  const uint64_t width = kxpcie_number_or(target, words, width_index, "width", 4, 4);
+  if (width != 1 && width != 2 && width != 4) {
+    KXPCIE_FAIL(target, "width %" PRIu64 " is not 1, 2 or 4", width);
+  } else if (offset % width != 0) {
+    KXPCIE_FAIL(target, "offset 0x%" PRIx64 " is no multiple of %" PRIu64, offset, width);
   }
-  if (bytes != 1 && bytes != 2 && bytes != 4) {
-    KXTOOLS_ERR("width %" PRIu64 " is not 1, 2 or 4\n", bytes);
-    return false;
-  }
-  if (at % bytes != 0) {
-    KXTOOLS_ERR("offset 0x%" PRIx64 " is no multiple of %" PRIu64 "\n", at, bytes);
-    return false;
-  }
-  *offset = static_cast<uint32_t>(at);
-  *width = static_cast<uint32_t>(bytes);
-  return true;
+  return {static_cast<uint32_t>(offset), static_cast<uint32_t>(width)};
 }
 
-// The value of `width` bytes at `offset`, in the host's byte order.
-int32_t value_read(kxtools_sbdf sbdf, uint32_t offset, uint32_t width, uint32_t* value) {
-  uint8_t bytes[4] = {0xFF, 0xFF, 0xFF, 0xFF};
-  if (pcie_cfg_read(sbdf, offset, width, bytes) != 0) {
-    return -1;
+uint32_t value_read(kxpcie_target& target, const place& at) {
+  std::array<uint8_t, 4> bytes = {};
+  if (target.good()) {
+    target.check(pcie_cfg_read(target.sbdf(), at.offset, at.width, bytes.data()));
   }
-  *value = 0;
-  for (uint32_t i = 0; i < width; ++i) {
-    *value |= uint32_t{bytes[i]} << (8 * i);
-  }
-  return 0;
+  return kx_le_get<uint32_t>(bytes);
 }
 
-int32_t value_write(kxtools_sbdf sbdf, uint32_t offset, uint32_t width, uint32_t value) {
-  uint8_t bytes[4];
-  for (uint32_t i = 0; i < width; ++i) {
-    bytes[i] = static_cast<uint8_t>(value >> (8 * i));
+void value_write(kxpcie_target& target, const place& at, uint32_t value) {
+  std::array<uint8_t, 4> bytes = {};
+  kx_le_put(bytes, 0, value);
+  if (target.good()) {
+    target.check(pcie_cfg_write(target.sbdf(), at.offset, at.width, bytes.data()));
   }
-  return pcie_cfg_write(sbdf, offset, width, bytes);
 }
 
 // Whatever is written to the VPD capability is a request to the card.
-int32_t tunnel_check(kxtools_sbdf sbdf, uint32_t offset, uint32_t width) {
-  bool found = false;
-  uint32_t vpd = 0;
-  if (kxpcie_capability_look(sbdf, false, PCI_CAP_ID_VPD, &found, &vpd) != 0) {
-    return -1;
+void tunnel_check(kxpcie_target& target, const place& at) {
+  const std::optional<uint32_t> vpd = target.look(false, PCI_CAP_ID_VPD);
+  if (vpd && at.offset < *vpd + PCI_CAP_VPD_SIZEOF && *vpd < at.offset + at.width) {
+    KXPCIE_FAIL(target, "offset 0x%x belongs to the tunnel to card memory; use devmem_write", at.offset);
   }
-  if (found && offset < vpd + VPD_LENGTH && vpd < offset + width) {
-    KXTOOLS_ERR("offset 0x%x belongs to the tunnel to card memory; use devmem_write\n", offset);
-    return -1;
-  }
-  return 0;
 }
 
-int32_t list_write(FILE* out, kxtools_sbdf sbdf, bool extended) {
-  std::vector<kxpcie_capability> list;
-  if (kxpcie_capabilities_read(sbdf, extended, &list) != 0) {
-    return -1;
+void list_write(FILE* out, kxpcie_target& target, bool extended) {
+  const std::vector<kxpcie_capability> list = target.capabilities(extended);
+  if (!target.good()) {
+    return;
   }
   fprintf(out, extended ? "offset  id    version  capability\n" : "offset  id  capability\n");
   for (const kxpcie_capability& row : list) {
@@ -83,73 +67,58 @@ int32_t list_write(FILE* out, kxtools_sbdf sbdf, bool extended) {
   if (list.empty()) {
     fprintf(out, "none\n");
   }
-  return 0;
+}
+
+void space_dump(FILE* out, kxpcie_target& target, uint64_t offset, uint64_t bytes) {
+  kxpcie_dump_write(out, target, offset, bytes / 4, [&target](uint64_t at, uint32_t* value) {
+    return pcie_cfg_read_dword(target.sbdf(), static_cast<uint32_t>(at), value);
+  });
 }
 
 }  // namespace
 
-int32_t kxpcie_cap_list(FILE* out, kxtools_sbdf sbdf) {
-  return list_write(out, sbdf, false);
+void kxpcie_cap_list(FILE* out, kxpcie_target& target) {
+  list_write(out, target, false);
 }
 
-int32_t kxpcie_ecap_list(FILE* out, kxtools_sbdf sbdf) {
-  return list_write(out, sbdf, true);
+void kxpcie_ecap_list(FILE* out, kxpcie_target& target) {
+  list_write(out, target, true);
 }
 
-int32_t kxpcie_cfg_read(kxtools_sbdf sbdf, kxpcie_words words) {
-  uint32_t offset = 0;
-  uint32_t width = 0;
-  uint32_t value = 0;
-  if (!place_read(words, 1, &offset, &width) || value_read(sbdf, offset, width, &value) != 0) {
-    return -1;
+void kxpcie_cfg_read(kxpcie_target& target, kxpcie_words words) {
+  const place at = place_read(target, words, 1);
+  const uint32_t value = value_read(target, at);
+  if (target.good()) {
+    kx_print("0x%03" PRIx32 ": 0x%0*" PRIx32 "\n", at.offset, static_cast<int>(at.width * 2), value);
   }
-  kx_print("0x%03" PRIx32 ": 0x%0*" PRIx32 "\n", offset, static_cast<int>(width * 2), value);
-  return 0;
 }
 
-int32_t kxpcie_cfg_write(kxtools_sbdf sbdf, kxpcie_words words) {
-  uint32_t offset = 0;
-  uint32_t width = 0;
-  uint64_t value = 0;
-  if (!place_read(words, 2, &offset, &width) ||
-      !kxpcie_number_read(words[1], "value", UINT32_MAX >> (32 - 8 * width), &value) ||
-      tunnel_check(sbdf, offset, width) != 0) {
-    return -1;
+void kxpcie_cfg_write(kxpcie_target& target, kxpcie_words words) {
+  const place at = place_read(target, words, 2);
+  const int digits = static_cast<int>(at.width * 2);
+  const uint64_t most = target.good() ? UINT32_MAX >> (32 - 8 * at.width) : 0;
+  const auto written = static_cast<uint32_t>(kxpcie_number(target, words, 1, "value", most));
+  tunnel_check(target, at);
+  const uint32_t before = value_read(target, at);
+  value_write(target, at, written);
+  const uint32_t after = value_read(target, at);
+  if (target.good()) {
+    kx_print("0x%03" PRIx32 ": was 0x%0*" PRIx32 ", 0x%0*" PRIx32 " written, reads 0x%0*" PRIx32 "\n", at.offset,
+             digits, before, digits, written, digits, after);
   }
-  uint32_t before = 0;
-  uint32_t after = 0;
-  const uint32_t written = static_cast<uint32_t>(value);
-  if (value_read(sbdf, offset, width, &before) != 0 || value_write(sbdf, offset, width, written) != 0 ||
-      value_read(sbdf, offset, width, &after) != 0) {
-    return -1;
-  }
-  const int digits = static_cast<int>(width * 2);
-  kx_print("0x%03" PRIx32 ": was 0x%0*" PRIx32 ", 0x%0*" PRIx32 " written, reads 0x%0*" PRIx32 "\n", offset, digits,
-           before, digits, written, digits, after);
-  return 0;
 }
 
-int32_t kxpcie_cfg_whole(FILE* out, kxtools_sbdf sbdf) {
-  return kxpcie_dump_write(out, 0, PCIE_CFG_SIZE / 4, [sbdf](uint64_t at, uint32_t* value) {
-    return pcie_cfg_read_dword(sbdf, static_cast<uint32_t>(at), value);
-  });
+void kxpcie_cfg_whole(FILE* out, kxpcie_target& target) {
+  space_dump(out, target, 0, PCIE_CFG_SIZE);
 }
 
-int32_t kxpcie_cfg_dump(kxtools_sbdf sbdf, kxpcie_words words) {
-  uint64_t offset = 0;
-  if (words.size() > 0 && !kxpcie_number_read(words[0], "offset", PCIE_CFG_SIZE - 4, &offset)) {
-    return -1;
-  }
-  uint64_t bytes = PCIE_CFG_SIZE - offset;
-  if (words.size() > 1 && !kxpcie_number_read(words[1], "length", PCIE_CFG_SIZE - offset, &bytes)) {
-    return -1;
-  }
+void kxpcie_cfg_dump(kxpcie_target& target, kxpcie_words words) {
+  const uint64_t offset = kxpcie_number_or(target, words, 0, "offset", PCIE_CFG_SIZE - 4, 0);
+  const uint64_t rest = PCIE_CFG_SIZE - offset;
+  const uint64_t bytes = kxpcie_number_or(target, words, 1, "length", rest, rest);
   if (offset % 4 != 0 || bytes % 4 != 0 || bytes == 0) {
-    KXTOOLS_ERR("offset 0x%" PRIx64 " and length 0x%" PRIx64 " must be multiples of 4, the length not 0\n", offset,
-                bytes);
-    return -1;
+    KXPCIE_FAIL(target, "offset 0x%" PRIx64 " and length 0x%" PRIx64 " must be multiples of 4, the length not 0",
+                offset, bytes);
   }
-  return kxpcie_dump_write(stdout, offset, bytes / 4, [sbdf](uint64_t at, uint32_t* value) {
-    return pcie_cfg_read_dword(sbdf, static_cast<uint32_t>(at), value);
-  });
+  space_dump(stdout, target, offset, bytes);
 }

@@ -31,70 +31,63 @@ void row_write(FILE* out, uint64_t address, const uint32_t* row, uint32_t count)
   fprintf(out, "  |%s|\n", text);
 }
 
-int32_t word_read(uint64_t address, const kxpcie_word_reader& read, uint32_t* value) {
+bool word_read(kxpcie_target& target, uint64_t address, const kxpcie_word_reader& read, uint32_t* value) {
   if (kx_signal_guard::raised() != 0) {
-    KXTOOLS_ERR("interrupted at 0x%" PRIx64 "\n", address);
-    return -1;
+    KXPCIE_FAIL(target, "interrupted at 0x%" PRIx64, address);
   }
-  return read(address, value);
+  return target.good() && target.check(read(address, value));
 }
 
-int32_t rows_write(FILE* out, uint64_t address, uint64_t words, const kxpcie_word_reader& read,
-                   kx_progress_bar* progress) {
+void rows_write(FILE* out, kxpcie_target& target, uint64_t address, uint64_t words, const kxpcie_word_reader& read,
+                kx_progress_bar* progress) {
   const kx_signal_guard guard;
   uint32_t row[ROW_WORDS] = {};
-  for (uint64_t done = 0; done < words;) {
+  for (uint64_t done = 0; done < words && target.good() && ferror(out) == 0;) {
     const uint64_t start = address + done * 4;
     uint32_t count = 0;
-    int32_t result = 0;
-    while (count < ROW_WORDS && done < words) {
-      result = word_read(address + done * 4, read, &row[count]);
-      if (result != 0) {
-        break;
-      }
+    while (count < ROW_WORDS && done < words && word_read(target, address + done * 4, read, &row[count])) {
       ++count;
       ++done;
     }
     if (count > 0) {
       row_write(out, start, row, count);
     }
-    if (result != 0 || ferror(out) != 0) {
-      return result != 0 ? result : -1;  // a file's commit says why it failed, the process's end for standard output
-    }
-    if (progress != nullptr) {
+    if (progress != nullptr && target.good()) {
       progress->update(done);
     }
   }
-  return 0;
 }
 
 }  // namespace
 
-int32_t kxpcie_dump_write(FILE* out, uint64_t address, uint64_t words, const kxpcie_word_reader& read) {
-  return rows_write(out, address, words, read, nullptr);
+void kxpcie_dump_write(FILE* out, kxpcie_target& target, uint64_t address, uint64_t words,
+                       const kxpcie_word_reader& read) {
+  rows_write(out, target, address, words, read, nullptr);
+  target.check(ferror(out) == 0);  // a file's commit says why it failed, the process's end for standard output
 }
 
-int32_t kxpcie_dump_save(const char* name, uint64_t address, uint64_t words, const kxpcie_word_reader& read) {
-  if (name == nullptr) {
-    return kxpcie_dump_write(stdout, address, words, read);
+void kxpcie_dump_save(kxpcie_target& target, const char* name, uint64_t address, uint64_t words,
+                      const kxpcie_word_reader& read) {
+  if (name == nullptr || !target.good()) {
+    kxpcie_dump_write(stdout, target, address, words, read);
+    return;
   }
   const kx_signal_guard guard;  // a signal takes effect when the file is gone
   kx_result_file file;
   if (!file.open(name)) {
-    KXTOOLS_ERR("cannot make %s: %s\n", name, strerror(errno));
-    return -1;
+    KXPCIE_FAIL(target, "cannot make %s: %s", name, strerror(errno));
+    return;
   }
   {
     kx_progress_bar progress("dump", words);
-    const int32_t result = rows_write(file.stream(), address, words, read, &progress);
-    if (result != 0 && ferror(file.stream()) == 0) {
-      return result;
-    }
+    rows_write(file.stream(), target, address, words, read, &progress);
+  }
+  if (!target.good()) {
+    return;
   }
   if (!file.commit()) {
-    KXTOOLS_ERR("cannot write %s: %s\n", name, strerror(errno));
-    return -1;
+    KXPCIE_FAIL(target, "cannot write %s: %s", name, strerror(errno));
+    return;
   }
   kx_print("%" PRIu64 " bytes from 0x%010" PRIx64 " written to %s\n", words * 4, address, name);
-  return 0;
 }

@@ -5,13 +5,16 @@
 #include <cstdio>
 #include <functional>
 
+#include "target.h"
+
 /// Reads the word at `address`. Returns 0, or negative with a message.
 using kxpcie_word_reader = std::function<int32_t(uint64_t address, uint32_t* value)>;
 
 /// Writes `words` words from `address` on, four a line. The text shows the bytes in their order in memory. A word that
-/// cannot be read ends the dump behind the words before it; so does an interrupt, with a message. Returns 0 or
-/// negative.
-int32_t kxpcie_dump_write(FILE* out, uint64_t address, uint64_t words, const kxpcie_word_reader& read);
+/// cannot be read ends the dump behind the words before it; so does an interrupt.
+void kxpcie_dump_write(FILE* out, kxpcie_target& target, uint64_t address, uint64_t words,
+                       const kxpcie_word_reader& read);
 
 /// The same into a file of that name, with a progress bar, or to standard output for a null name.
-int32_t kxpcie_dump_save(const char* file, uint64_t address, uint64_t words, const kxpcie_word_reader& read);
+void kxpcie_dump_save(kxpcie_target& target, const char* file, uint64_t address, uint64_t words,
+                      const kxpcie_word_reader& read);

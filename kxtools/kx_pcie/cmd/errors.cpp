@@ -4,9 +4,7 @@
 #include <cinttypes>
 
 #include "actions.h"
-#include "capabilities.h"
 #include "common/report.h"
-#include "kx_pcie/config_space.h"
 #include "reports.h"
 
 namespace {
@@ -66,82 +64,73 @@ void status_write(FILE* out, bool correctable, uint32_t status, uint32_t mask, u
 
 // Writes ones to every status bit that the standard knows, not only to those just read: a bit that has come since is
 // cleared too, which is what was asked for. Reserved bits get zeros.
-int32_t aer_status_clear(kxtools_sbdf sbdf, uint32_t offset, std::span<const pcie_bit> names, const char* what) {
-  uint32_t before = 0;
-  uint32_t after = 0;
-  if (pcie_cfg_read_dword(sbdf, offset, &before) != 0 ||
-      (before != 0 && pcie_cfg_write_dword(sbdf, offset, pcie_bits_mask(names)) != 0)) {
-    return -1;
+void aer_status_clear(kxpcie_target& target, uint32_t offset, std::span<const pcie_bit> names, const char* what) {
+  const uint32_t before = target.dword(offset);
+  if (before != 0) {
+    target.dword_write(offset, pcie_bits_mask(names));
   }
   usleep(SETTLE_US);
-  if (pcie_cfg_read_dword(sbdf, offset, &after) != 0) {
-    return -1;
+  const uint32_t after = target.dword(offset);
+  if (target.good()) {
+    kx_print("%s error status: was 0x%08" PRIx32 ", reads 0x%08" PRIx32 "\n", what, before, after);
   }
-  kx_print("%s error status: was 0x%08" PRIx32 ", reads 0x%08" PRIx32 "\n", what, before, after);
-  return 0;
 }
 
-int32_t device_status_clear(kxtools_sbdf sbdf, uint32_t express) {
+void device_status_clear(kxpcie_target& target, uint32_t offset) {
   constexpr uint16_t ERRORS = static_cast<uint16_t>(pcie_bits_mask(PCIE_DEVICE_ERRORS));
-  uint16_t before = 0;
-  uint16_t after = 0;
-  if (kxpcie_word_read(sbdf, express + PCI_EXP_DEVSTA, &before) != 0 ||
-      ((before & ERRORS) != 0 && kxpcie_word_write(sbdf, express + PCI_EXP_DEVSTA, ERRORS) != 0)) {
-    return -1;
+  const uint16_t before = target.word(offset);
+  if ((before & ERRORS) != 0) {
+    target.word_write(offset, ERRORS);
   }
   usleep(SETTLE_US);
-  if (kxpcie_word_read(sbdf, express + PCI_EXP_DEVSTA, &after) != 0) {
-    return -1;
+  const uint16_t after = target.word(offset);
+  if (target.good()) {
+    kx_print("device error status: was 0x%04x, reads 0x%04x\n", before & ERRORS, after & ERRORS);
   }
-  kx_print("device error status: was 0x%04x, reads 0x%04x\n", before & ERRORS, after & ERRORS);
-  return 0;
 }
 
 }  // namespace
 
-int32_t kxpcie_aer_dump(FILE* out, kxtools_sbdf sbdf) {
-  uint32_t offset = 0;
+void kxpcie_aer_dump(FILE* out, kxpcie_target& target) {
   uint32_t aer[AER_DWORDS] = {};
-  if (kxpcie_capability_find(sbdf, true, PCI_EXT_CAP_ID_ERR, &offset) != 0 ||
-      kxpcie_dwords_read(sbdf, offset, AER_DWORDS, aer) != 0) {
-    return -1;
+  target.dwords(target.find(true, PCI_EXT_CAP_ID_ERR), aer);
+  if (!target.good()) {
+    return;
   }
   const uint32_t uncorrectable = aer[PCI_ERR_UNCOR_STATUS / 4];
+  const uint32_t mask = aer[PCI_ERR_UNCOR_MASK / 4];
+  const uint32_t severity = aer[PCI_ERR_UNCOR_SEVER / 4];
   const uint32_t correctable = aer[PCI_ERR_COR_STATUS / 4];
-  const uint32_t first = PCI_ERR_CAP_FEP(aer[PCI_ERR_CAP / 4]);
+  const uint32_t correctable_mask = aer[PCI_ERR_COR_MASK / 4];
   fprintf(out, "uncorrectable errors: status 0x%08" PRIx32 ", mask 0x%08" PRIx32 ", severity 0x%08" PRIx32 "\n",
-          uncorrectable, aer[PCI_ERR_UNCOR_MASK / 4], aer[PCI_ERR_UNCOR_SEVER / 4]);
-  status_write(out, false, uncorrectable, aer[PCI_ERR_UNCOR_MASK / 4], aer[PCI_ERR_UNCOR_SEVER / 4], first);
-  fprintf(out, "correctable errors: status 0x%08" PRIx32 ", mask 0x%08" PRIx32 "\n", correctable,
-          aer[PCI_ERR_COR_MASK / 4]);
-  status_write(out, true, correctable, aer[PCI_ERR_COR_MASK / 4], 0, 0);
+          uncorrectable, mask, severity);
+  status_write(out, false, uncorrectable, mask, severity, PCI_ERR_CAP_FEP(aer[PCI_ERR_CAP / 4]));
+  fprintf(out, "correctable errors: status 0x%08" PRIx32 ", mask 0x%08" PRIx32 "\n", correctable, correctable_mask);
+  status_write(out, true, correctable, correctable_mask, 0, 0);
   const uint32_t* log = &aer[PCI_ERR_HEADER_LOG / 4];
   fprintf(out, "header log: %08" PRIx32 " %08" PRIx32 " %08" PRIx32 " %08" PRIx32 "\n", log[0], log[1], log[2], log[3]);
-  return 0;
 }
 
-int32_t kxpcie_aer_clear(kxtools_sbdf sbdf, kxpcie_words) {
-  uint32_t aer = 0;
-  uint32_t express = 0;
-  if (kxpcie_capability_find(sbdf, true, PCI_EXT_CAP_ID_ERR, &aer) != 0 ||
-      kxpcie_capability_find(sbdf, false, PCI_CAP_ID_EXP, &express) != 0 ||
-      aer_status_clear(sbdf, aer + PCI_ERR_UNCOR_STATUS, PCIE_UNCORRECTABLE_ERRORS, "uncorrectable") != 0 ||
-      aer_status_clear(sbdf, aer + PCI_ERR_COR_STATUS, PCIE_CORRECTABLE_ERRORS, "correctable") != 0) {
-    return -1;
+void kxpcie_aer_clear(kxpcie_target& target, kxpcie_words) {
+  const uint32_t aer = target.find(true, PCI_EXT_CAP_ID_ERR);
+  const uint32_t express = target.find(false, PCI_CAP_ID_EXP);
+  if (!target.good()) {
+    return;
   }
-  return device_status_clear(sbdf, express);
+  aer_status_clear(target, aer + PCI_ERR_UNCOR_STATUS, PCIE_UNCORRECTABLE_ERRORS, "uncorrectable");
+  aer_status_clear(target, aer + PCI_ERR_COR_STATUS, PCIE_CORRECTABLE_ERRORS, "correctable");
+  device_status_clear(target, express + PCI_EXP_DEVSTA);
 }
 
-int32_t kxpcie_dev_status(FILE* out, kxtools_sbdf sbdf) {
-  uint32_t express = 0;
-  uint32_t registers[2] = {};
-  if (kxpcie_capability_find(sbdf, false, PCI_CAP_ID_EXP, &express) != 0 ||
-      kxpcie_dwords_read(sbdf, express + PCI_EXP_DEVCAP, 2, registers) != 0) {
-    return -1;
+void kxpcie_dev_status(FILE* out, kxpcie_target& target) {
+  const uint32_t express = target.find(false, PCI_CAP_ID_EXP);
+  const uint32_t capabilities = target.dword(express + PCI_EXP_DEVCAP);
+  const uint32_t control_status = target.dword(express + PCI_EXP_DEVCTL);
+  if (!target.good()) {
+    return;
   }
-  const uint32_t capabilities = registers[0];
-  const uint32_t control = registers[1] & 0xFFFF;
-  const uint32_t status = registers[1] >> 16;
+  const uint32_t control = control_status & 0xFFFF;
+  const uint32_t status = control_status >> 16;
   fprintf(out, "device status 0x%04" PRIx32 "\n", status);
   bits_write(out, PCIE_DEVICE_ERRORS, status, "yes", "no");
   bits_write(out, DEVICE_STATES, status, "yes", "no");
@@ -151,5 +140,4 @@ int32_t kxpcie_dev_status(FILE* out, kxtools_sbdf sbdf) {
   fprintf(out, "  %-34s %u bytes\n", "Max Read Request Size", 128u << (control >> 12 & 7));
   fprintf(out, "  %-34s %s\n", "Function Level Reset",
           (capabilities & PCI_EXP_DEVCAP_FLR) != 0 ? "supported" : "not supported");
-  return 0;
 }

@@ -4,10 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "capabilities.h"
-#include "common/report.h"
 #include "device/sysfs.h"
-#include "kx_pcie/config_space.h"
 #include "reports.h"
 #include "text.h"
 
@@ -28,21 +25,15 @@ constexpr translation_service SERVICES[] = {
     {PCI_EXT_CAP_ID_PASID, PCI_PASID_CTRL, PCI_PASID_CTRL_ENABLE},
 };
 
-int32_t ari_write(FILE* out, kxtools_sbdf sbdf) {
-  bool found = false;
-  uint32_t offset = 0;
-  uint32_t value = 0;
-  if (kxpcie_capability_look(sbdf, true, PCI_EXT_CAP_ID_ARI, &found, &offset) != 0 ||
-      (found && kxpcie_dwords_read(sbdf, offset + PCI_ARI_CAP, 1, &value) != 0)) {
-    return -1;
-  }
-  if (!found) {
+void ari_write(FILE* out, kxpcie_target& target) {
+  const std::optional<uint32_t> offset = target.look(true, PCI_EXT_CAP_ID_ARI);
+  if (!offset) {
     fprintf(out, "ARI                    none\n");
-    return 0;
+    return;
   }
+  const uint32_t value = target.dword(*offset + PCI_ARI_CAP);
   fprintf(out, "ARI                    next function %" PRIu32 ", function groups: MFVC %s, ACS %s\n",
           PCI_ARI_CAP_NFN(value), kxpcie_yes(value & PCI_ARI_CAP_MFVC), kxpcie_yes(value & PCI_ARI_CAP_ACS));
-  return 0;
 }
 
 void sriov_write(FILE* out, const uint32_t (&dwords)[SRIOV_DWORDS]) {
@@ -65,11 +56,10 @@ void sriov_write(FILE* out, const uint32_t (&dwords)[SRIOV_DWORDS]) {
   }
 }
 
-int32_t group_members_write(FILE* out, const std::string& group) {
+void group_members_write(FILE* out, kxpcie_target& target, const std::string& group) {
   std::vector<std::string> members;
   if (!kxtools_folder_names(KXTOOLS_PCI_DEVICES, &members)) {
-    KXTOOLS_ERR("Failed to open directory\n");
-    return -1;
+    KXPCIE_FAIL(target, "Failed to open directory");
   }
   std::sort(members.begin(), members.end());
   for (const std::string& member : members) {
@@ -77,63 +67,58 @@ int32_t group_members_write(FILE* out, const std::string& group) {
       fprintf(out, "  %s\n", member.c_str());
     }
   }
-  return 0;
 }
 
 }  // namespace
 
-int32_t kxpcie_sriov(FILE* out, kxtools_sbdf sbdf) {
-  bool found = false;
-  uint32_t offset = 0;
+void kxpcie_sriov(FILE* out, kxpcie_target& target) {
+  const std::optional<uint32_t> offset = target.look(true, PCI_EXT_CAP_ID_SRIOV);
   uint32_t dwords[SRIOV_DWORDS] = {};
-  if (kxpcie_capability_look(sbdf, true, PCI_EXT_CAP_ID_SRIOV, &found, &offset) != 0 ||
-      (found && kxpcie_dwords_read(sbdf, offset, SRIOV_DWORDS, dwords) != 0)) {
-    return -1;
+  if (offset) {
+    target.dwords(*offset, dwords);
   }
-  if (found) {
+  if (!target.good()) {
+    return;
+  }
+  if (offset) {
     sriov_write(out, dwords);
   } else {
     fprintf(out, "SR-IOV                 none\n");
   }
-  return ari_write(out, sbdf);
+  ari_write(out, target);
 }
 
-int32_t kxpcie_power(FILE* out, kxtools_sbdf sbdf) {
-  uint32_t offset = 0;
-  uint32_t registers[2] = {};
-  if (kxpcie_capability_find(sbdf, false, PCI_CAP_ID_PM, &offset) != 0 ||
-      kxpcie_dwords_read(sbdf, offset, 2, registers) != 0) {
-    return -1;
+void kxpcie_power(FILE* out, kxpcie_target& target) {
+  const uint32_t offset = target.find(false, PCI_CAP_ID_PM);
+  const uint32_t capabilities = target.dword(offset) >> 16;
+  const uint32_t control = target.dword(offset + PCI_PM_CTRL);
+  if (!target.good()) {
+    return;
   }
-  const uint32_t capabilities = registers[0] >> 16;
-  const uint32_t control = registers[1];
   fprintf(out, "power state          %s\n", POWER_STATES[control & PCI_PM_CTRL_STATE_MASK]);
   fprintf(out, "D1 supported         %s\nD2 supported         %s\n", kxpcie_yes(capabilities & PCI_PM_CAP_D1),
           kxpcie_yes(capabilities & PCI_PM_CAP_D2));
   fprintf(out, "PME                  %s, status %s\n", kxpcie_on(control & PCI_PM_CTRL_PME_ENABLE),
           (control & PCI_PM_CTRL_PME_STATUS) != 0 ? "set" : "clear");
   fprintf(out, "reset on D3hot to D0 %s\n", kxpcie_yes((control & PCI_PM_CTRL_NO_SOFT_RESET) == 0));
-  return 0;
 }
 
-int32_t kxpcie_smmu(FILE* out, kxtools_sbdf sbdf) {
+void kxpcie_smmu(FILE* out, kxpcie_target& target) {
   for (const translation_service& row : SERVICES) {
-    bool found = false;
-    uint32_t offset = 0;
-    uint16_t control = 0;
-    if (kxpcie_capability_look(sbdf, true, row.id, &found, &offset) != 0 ||
-        (found && kxpcie_word_read(sbdf, offset + row.control, &control) != 0)) {
-      return -1;
+    const std::optional<uint32_t> offset = target.look(true, row.id);
+    const uint32_t control = offset ? target.word(*offset + row.control) : 0;
+    if (!target.good()) {
+      return;
     }
-    fprintf(out, "%-29s %s\n", pcie_capability_name(true, row.id), found ? kxpcie_on(control & row.enabled) : "none");
+    fprintf(out, "%-29s %s\n", pcie_capability_name(true, row.id), offset ? kxpcie_on(control & row.enabled) : "none");
   }
-  const std::string group = kxtools_link_name(kxtools_function_path(sbdf, "iommu_group"));
-  const std::string unit = kxtools_link_name(kxtools_function_path(sbdf, "iommu"));
+  const std::string group = kxtools_link_name(kxtools_function_path(target.sbdf(), "iommu_group"));
+  const std::string unit = kxtools_link_name(kxtools_function_path(target.sbdf(), "iommu"));
   if (group.empty()) {
     fprintf(out, "no IOMMU group: the host does not translate the function's DMA\n");
-    return 0;
+    return;
   }
   fprintf(out, "IOMMU unit                    %s\n", unit.empty() ? "not named by the host" : unit.c_str());
   fprintf(out, "IOMMU group                   %s, functions in it:\n", group.c_str());
-  return group_members_write(out, group);
+  group_members_write(out, target, group);
 }

@@ -1,7 +1,6 @@
 // The link: what it can do, what it does, how its equalisation went.
 #include <cinttypes>
 
-#include "capabilities.h"
 #include "reports.h"
 #include "text.h"
 
@@ -17,7 +16,6 @@ constexpr uint32_t PHYSICAL_LANES = 0x20;  // 8 bits a lane
 constexpr uint32_t LANES_MAX = 32;
 
 struct link_state {
-  uint32_t express;
   uint32_t capabilities;
   uint32_t control;
   uint32_t status;
@@ -26,21 +24,14 @@ struct link_state {
   uint32_t status_2;
 };
 
-int32_t link_read(kxtools_sbdf sbdf, link_state* link) {
-  uint32_t first[2] = {};
-  uint32_t second[2] = {};
-  if (kxpcie_capability_find(sbdf, false, PCI_CAP_ID_EXP, &link->express) != 0 ||
-      kxpcie_dwords_read(sbdf, link->express + PCI_EXP_LNKCAP, 2, first) != 0 ||
-      kxpcie_dwords_read(sbdf, link->express + PCI_EXP_LNKCAP2, 2, second) != 0) {
-    return -1;
-  }
-  link->capabilities = first[0];
-  link->control = first[1] & 0xFFFF;
-  link->status = first[1] >> 16;
-  link->capabilities_2 = second[0];
-  link->control_2 = second[1] & 0xFFFF;
-  link->status_2 = second[1] >> 16;
-  return 0;
+link_state link_read(kxpcie_target& target) {
+  const uint32_t express = target.find(false, PCI_CAP_ID_EXP);
+  return {.capabilities = target.dword(express + PCI_EXP_LNKCAP),
+          .control = target.word(express + PCI_EXP_LNKCTL),
+          .status = target.word(express + PCI_EXP_LNKSTA),
+          .capabilities_2 = target.dword(express + PCI_EXP_LNKCAP2),
+          .control_2 = target.word(express + PCI_EXP_LNKCTL2),
+          .status_2 = target.word(express + PCI_EXP_LNKSTA2)};
 }
 
 // "complete, phases 1 2 3 done" from bits 0 to 4 of a status register.
@@ -51,42 +42,29 @@ void equalisation_write(FILE* out, uint32_t speed, uint32_t status) {
           (status & 16) != 0 ? ", the link asks for another one" : "");
 }
 
-int32_t lanes_8gt_write(FILE* out, kxtools_sbdf sbdf, uint32_t width) {
-  bool found = false;
-  uint32_t offset = 0;
-  uint32_t errors = 0;
-  if (kxpcie_capability_look(sbdf, true, PCI_EXT_CAP_ID_SECPCI, &found, &offset) != 0) {
-    return -1;
+void lanes_8gt_write(FILE* out, kxpcie_target& target, uint32_t width) {
+  const std::optional<uint32_t> offset = target.look(true, PCI_EXT_CAP_ID_SECPCI);
+  if (!offset) {
+    return;
   }
-  if (!found) {
-    return 0;
-  }
-  if (kxpcie_dwords_read(sbdf, offset + SECONDARY_LANE_ERRORS, 1, &errors) != 0) {
-    return -1;
+  const uint32_t errors = target.dword(*offset + SECONDARY_LANE_ERRORS);
+  if (!target.good()) {
+    return;
   }
   fprintf(out, "lane errors 0x%08" PRIx32 "\nlane  downstream port  upstream port\n", errors);
-  for (uint32_t lane = 0; lane < width; ++lane) {
-    uint16_t control = 0;
-    if (kxpcie_word_read(sbdf, offset + SECONDARY_LANES + 2 * lane, &control) != 0) {
-      return -1;
-    }
+  for (uint32_t lane = 0; lane < width && target.good(); ++lane) {
+    const uint32_t control = target.word(*offset + SECONDARY_LANES + 2 * lane);
     fprintf(out, "%4" PRIu32 "  preset %-2u hint %u  preset %-2u hint %u\n", lane, control & 0xF, control >> 4 & 7,
             control >> 8 & 0xF, control >> 12 & 7);
   }
-  return 0;
 }
 
-int32_t lanes_byte_write(FILE* out, kxtools_sbdf sbdf, uint32_t first, uint32_t width) {
+void lanes_byte_write(FILE* out, kxpcie_target& target, uint32_t first, uint32_t width) {
   fprintf(out, "lane  downstream port  upstream port\n");
-  for (uint32_t lane = 0; lane < width; ++lane) {
-    uint16_t control = 0;
-    if (kxpcie_word_read(sbdf, first + (lane & ~1u), &control) != 0) {
-      return -1;
-    }
-    const uint32_t preset = control >> (8 * (lane & 1));
+  for (uint32_t lane = 0; lane < width && target.good(); ++lane) {
+    const uint32_t preset = uint32_t{target.word(first + (lane & ~1u))} >> (8 * (lane & 1));
     fprintf(out, "%4" PRIu32 "  preset %-2u        preset %u\n", lane, preset & 0xF, preset >> 4 & 0xF);
   }
-  return 0;
 }
 
 struct physical_layer {
@@ -99,19 +77,15 @@ constexpr physical_layer PHYSICAL_LAYERS[] = {
     {PCIE_ECAP_PHYSICAL_32GT, PCIE_SPEED_32GT, false},
 };
 
-int32_t physical_layer_write(FILE* out, kxtools_sbdf sbdf, const physical_layer& row, uint32_t width) {
-  bool found = false;
-  uint32_t offset = 0;
-  uint32_t registers[4] = {};
-  if (kxpcie_capability_look(sbdf, true, row.id, &found, &offset) != 0) {
-    return -1;
+void physical_layer_write(FILE* out, kxpcie_target& target, const physical_layer& row, uint32_t width) {
+  const std::optional<uint32_t> offset = target.look(true, row.id);
+  if (!offset) {
+    return;
   }
-  if (!found) {
-    return 0;
-  }
-  // The three parity registers follow the status.
-  if (kxpcie_dwords_read(sbdf, offset + PHYSICAL_STATUS, row.has_parity ? 4 : 1, registers) != 0) {
-    return -1;
+  uint32_t registers[4] = {};  // the three parity registers follow the status
+  target.dwords(*offset + PHYSICAL_STATUS, std::span(registers).first(row.has_parity ? 4 : 1));
+  if (!target.good()) {
+    return;
   }
   equalisation_write(out, row.speed, registers[0]);
   if (row.has_parity) {
@@ -120,15 +94,15 @@ int32_t physical_layer_write(FILE* out, kxtools_sbdf sbdf, const physical_layer&
             ", second retimer 0x%08" PRIx32 "\n",
             registers[1], registers[2], registers[3]);
   }
-  return lanes_byte_write(out, sbdf, offset + PHYSICAL_LANES, width);
+  lanes_byte_write(out, target, *offset + PHYSICAL_LANES, width);
 }
 
 }  // namespace
 
-int32_t kxpcie_link_status(FILE* out, kxtools_sbdf sbdf) {
-  link_state link = {};
-  if (link_read(sbdf, &link) != 0) {
-    return -1;
+void kxpcie_link_status(FILE* out, kxpcie_target& target) {
+  const link_state link = link_read(target);
+  if (!target.good()) {
+    return;
   }
   const uint32_t speed = pcie_link_speed(link.status);
   const uint32_t width = pcie_link_width(link.status);
@@ -150,13 +124,12 @@ int32_t kxpcie_link_status(FILE* out, kxtools_sbdf sbdf) {
           ASPM[link.capabilities >> 10 & 3]);
   fprintf(out, "common clock %s\n", kxpcie_yes(link.control & PCI_EXP_LNKCTL_CCC));
   fprintf(out, "port         %" PRIu32 "\n", link.capabilities >> 24);
-  return 0;
 }
 
-int32_t kxpcie_eq_status(FILE* out, kxtools_sbdf sbdf) {
-  link_state link = {};
-  if (link_read(sbdf, &link) != 0) {
-    return -1;
+void kxpcie_eq_status(FILE* out, kxpcie_target& target) {
+  const link_state link = link_read(target);
+  if (!target.good()) {
+    return;
   }
   const uint32_t lanes = pcie_link_width(link.capabilities);
   const uint32_t width = lanes < LANES_MAX ? lanes : LANES_MAX;
@@ -165,16 +138,13 @@ int32_t kxpcie_eq_status(FILE* out, kxtools_sbdf sbdf) {
   if (speed < PCIE_SPEED_8GT) {
     fprintf(out, "the link runs at %s of %s: it is equalised from %s on\n", pcie_speed_text(speed),
             pcie_speed_text(best_speed), pcie_speed_text(PCIE_SPEED_8GT));
-    return 0;
+    return;
   }
   equalisation_write(out, PCIE_SPEED_8GT, link.status_2 >> 1);
-  if (lanes_8gt_write(out, sbdf, width) != 0) {
-    return -1;
-  }
+  lanes_8gt_write(out, target, width);
   for (const physical_layer& row : PHYSICAL_LAYERS) {
-    if (row.speed <= best_speed && physical_layer_write(out, sbdf, row, width) != 0) {
-      return -1;
+    if (row.speed <= best_speed) {
+      physical_layer_write(out, target, row, width);
     }
   }
-  return 0;
 }

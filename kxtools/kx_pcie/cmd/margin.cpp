@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "capabilities.h"
 #include "common/report.h"
 #include "common/signals.h"
 #include "common/wait.h"
@@ -65,7 +64,7 @@ uint32_t state_of(uint32_t answer) {
 
 kxpcie_margining::~kxpcie_margining() {
   // The port first: power saving is switched on from above.
-  for (link_end* end : {&port_, &own_}) {
+  for (const link_end* end : {&port_, &own_}) {
     if (!end_restore(*end)) {
       char name[13];
       kxtools_sbdf_text(end->sbdf, name);
@@ -77,154 +76,128 @@ kxpcie_margining::~kxpcie_margining() {
 
 // Only what was held: the other bits may have been changed by somebody else meanwhile.
 bool kxpcie_margining::end_restore(const link_end& end) {
-  uint16_t held = 0;
-  const bool control = !end.control_held || kxpcie_word_change(end.sbdf, end.express + PCI_EXP_LNKCTL, CONTROL_HELD,
-                                                               end.control, &held) == 0;
-  const bool control_2 = !end.control_2_held || kxpcie_word_change(end.sbdf, end.express + PCI_EXP_LNKCTL2,
-                                                                   CONTROL_2_HELD, end.control_2, &held) == 0;
-  return control && control_2;
+  kxpcie_target control(end.sbdf);
+  kxpcie_target control_2(end.sbdf);
+  if (end.control_held) {
+    control.word_change(end.express + PCI_EXP_LNKCTL, CONTROL_HELD, end.control);
+  }
+  if (end.control_2_held) {
+    control_2.word_change(end.express + PCI_EXP_LNKCTL2, CONTROL_2_HELD, end.control_2);
+  }
+  return control.good() && control_2.good();
 }
 
-int32_t kxpcie_margining::open() {
-  uint32_t express = 0;
-  uint16_t status = 0;
-  uint16_t ready = 0;
-  if (kxpcie_capability_find(sbdf_, true, PCIE_ECAP_MARGINING, &margining_) != 0 ||
-      kxpcie_capability_find(sbdf_, false, PCI_CAP_ID_EXP, &express) != 0 ||
-      kxpcie_word_read(sbdf_, express + PCI_EXP_LNKSTA, &status) != 0 ||
-      kxpcie_word_read(sbdf_, margining_ + PORT_STATUS, &ready) != 0) {
-    return -1;
-  }
+bool kxpcie_margining::open() {
+  margining_ = target_.find(true, PCIE_ECAP_MARGINING);
+  const uint32_t express = target_.find(false, PCI_CAP_ID_EXP);
+  const uint16_t status = target_.word(express + PCI_EXP_LNKSTA);
+  const uint16_t ready = target_.word(margining_ + PORT_STATUS);
   if (pcie_link_speed(status) < PCIE_SPEED_16GT) {
-    KXTOOLS_ERR("margining needs a link at 16 GT/s or more\n");
-    return -1;
-  }
-  if ((ready & PORT_READY) == 0) {
-    KXTOOLS_ERR("the receiver is not ready for margining\n");
-    return -1;
+    KXPCIE_FAIL(target_, "margining needs a link at 16 GT/s or more");
+  } else if ((ready & PORT_READY) == 0) {
+    KXPCIE_FAIL(target_, "the receiver is not ready for margining");
   }
   lanes_ = std::min(pcie_link_width(status), LANES_MAX);
-  return link_.take() ? link_hold() : -1;
+  if (target_.good() && target_.check(link_.take())) {
+    link_hold();
+  }
+  return target_.good();
 }
 
-int32_t kxpcie_margining::link_hold() {
-  own_.sbdf = sbdf_;
-  if (end_hold(&own_) != 0) {
-    return -1;
-  }
-  const std::vector<kxtools_sbdf> ports = kxtools_ports_above(sbdf_);
+void kxpcie_margining::link_hold() {
+  end_hold(&own_, target_.sbdf());
+  const std::vector<kxtools_sbdf> ports = kxtools_ports_above(target_.sbdf());
   if (ports.empty()) {
     kx_error_print("no port above the function can be found: its end of the link keeps its power saving\n");
-    return 0;
+  } else if (target_.good()) {
+    end_hold(&port_, ports.back());
   }
-  port_.sbdf = ports.back();
-  return end_hold(&port_);
 }
 
 // An end without the capability has no such settings.
-int32_t kxpcie_margining::end_hold(link_end* end) {
-  bool found = false;
-  if (kxpcie_capability_look(end->sbdf, false, PCI_CAP_ID_EXP, &found, &end->express) != 0) {
-    return -1;
+void kxpcie_margining::end_hold(link_end* end, kxtools_sbdf sbdf) {
+  kxpcie_target access(sbdf);
+  end->sbdf = sbdf;
+  if (const std::optional<uint32_t> express = access.look(false, PCI_CAP_ID_EXP)) {
+    end->express = *express;
+    end->control = access.word_change(*express + PCI_EXP_LNKCTL, CONTROL_HELD, PCI_EXP_LNKCTL_HAWD);
+    end->control_held = access.good();
+    end->control_2 = access.word_change(*express + PCI_EXP_LNKCTL2, CONTROL_2_HELD, CONTROL_2_HELD);
+    end->control_2_held = access.good();
   }
-  if (!found) {
-    return 0;
-  }
-  end->control_held = kxpcie_word_change(end->sbdf, end->express + PCI_EXP_LNKCTL, CONTROL_HELD, PCI_EXP_LNKCTL_HAWD,
-                                         &end->control) == 0;
-  end->control_2_held = end->control_held && kxpcie_word_change(end->sbdf, end->express + PCI_EXP_LNKCTL2,
-                                                                CONTROL_2_HELD, CONTROL_2_HELD, &end->control_2) == 0;
-  return end->control_2_held ? 0 : -1;
+  target_.adopt(access);
 }
 
-// Gives a command and waits for the lane to answer it. `answer` may be null.
-int32_t kxpcie_margining::command(uint32_t lane, uint32_t type, uint32_t payload, uint32_t* answer) {
+// Gives a command and waits for the lane to answer it. Returns the payload of the answer.
+uint32_t kxpcie_margining::command(uint32_t lane, uint32_t type, uint32_t payload) {
   const uint32_t receiver = type == TYPE_NONE ? 0 : UPSTREAM_RECEIVER;
   const uint32_t head = type << 3 | receiver;
   const uint32_t place = margining_ + FIRST_LANE + lane * LANE_SIZE;
-  if (kxpcie_word_write(sbdf_, place, static_cast<uint16_t>(payload << 8 | head)) != 0) {
-    return -1;
-  }
+  access_.word_write(place, static_cast<uint16_t>(payload << 8 | head));
   uint16_t status = 0;
   const kx_waited waited = kx_wait(ANSWER_LIMIT, [&] {
-    if (kxpcie_word_read(sbdf_, place + LANE_STATUS, &status) != 0) {
-      return kx_look::gone;
-    }
+    status = access_.word(place + LANE_STATUS);
     // All but a report and a step are answered by their own payload.
     const bool echoed = type != TYPE_NONE && type != TYPE_SET ? true : status >> 8 == payload;
-    return (status & 0x3F) == head && echoed ? kx_look::done : kx_look::again;
+    return !access_.good() ? kx_look::gone : (status & 0x3F) == head && echoed ? kx_look::done : kx_look::again;
   });
   if (waited == kx_waited::late) {
-    reason_ = "the receiver does not answer a command";
+    KXPCIE_FAIL(access_, "the receiver does not answer a command");
   }
-  if (answer != nullptr) {
-    *answer = status >> 8;
-  }
-  return waited == kx_waited::done ? 0 : -1;
+  return status >> 8;
 }
 
-int32_t kxpcie_margining::no_command(uint32_t lane) {
-  return command(lane, TYPE_NONE, NO_COMMAND, nullptr);
+void kxpcie_margining::no_command(uint32_t lane) {
+  command(lane, TYPE_NONE, NO_COMMAND);
 }
 
-int32_t kxpcie_margining::report(uint32_t lane, uint32_t what, uint8_t mask, uint8_t* value) {
-  uint32_t answer = 0;
-  if (command(lane, TYPE_REPORT, what, &answer) != 0 || no_command(lane) != 0) {
-    return -1;
-  }
-  *value = static_cast<uint8_t>(answer & mask);
-  return 0;
+uint8_t kxpcie_margining::report(uint32_t lane, uint32_t what, uint8_t mask) {
+  const uint32_t answer = command(lane, TYPE_REPORT, what);
+  no_command(lane);
+  return static_cast<uint8_t>(answer & mask);
 }
 
-int32_t kxpcie_margining::abilities_read(uint32_t lane, kxpcie_margin_abilities* abilities) {
-  uint8_t bits = 0;
-  if (no_command(lane) != 0 || report(lane, REPORT_ABILITIES, 0x1F, &bits) != 0 ||
-      report(lane, REPORT_TIMING_STEPS, 0x3F, &abilities->timing_steps) != 0 ||
-      report(lane, REPORT_TIMING_OFFSET, 0x7F, &abilities->timing_percent) != 0) {
-    return -1;
+kxpcie_margin_abilities kxpcie_margining::abilities_read(uint32_t lane) {
+  no_command(lane);
+  const uint8_t bits = report(lane, REPORT_ABILITIES, 0x1F);
+  kxpcie_margin_abilities abilities = {.voltage = (bits & 1) != 0,
+                                       .up_down_voltage = (bits & 2) != 0,
+                                       .left_right_timing = (bits & 4) != 0,
+                                       .timing_steps = report(lane, REPORT_TIMING_STEPS, 0x3F),
+                                       .timing_percent = report(lane, REPORT_TIMING_OFFSET, 0x7F)};
+  if (abilities.voltage && access_.good()) {
+    abilities.voltage_steps = report(lane, REPORT_VOLTAGE_STEPS, 0x7F);
+    abilities.voltage_percent = report(lane, REPORT_VOLTAGE_OFFSET, 0x7F);
   }
-  abilities->voltage = (bits & 1) != 0;
-  abilities->up_down_voltage = (bits & 2) != 0;
-  abilities->left_right_timing = (bits & 4) != 0;
-  if (!abilities->voltage) {
-    return 0;
-  }
-  return report(lane, REPORT_VOLTAGE_STEPS, 0x7F, &abilities->voltage_steps) == 0 &&
-                 report(lane, REPORT_VOLTAGE_OFFSET, 0x7F, &abilities->voltage_percent) == 0
-             ? 0
-             : -1;
+  return abilities;
 }
 
-int32_t kxpcie_margining::set_up_wait(uint32_t place, uint16_t* status) {
+uint16_t kxpcie_margining::set_up_wait(uint32_t place) {
+  uint16_t status = 0;
   const kx_waited waited = kx_wait(SET_UP_LIMIT, [&] {
-    if (kxpcie_word_read(sbdf_, place, status) != 0) {
-      return kx_look::gone;
-    }
-    return state_of(*status >> 8) == STEP_SET_UP ? kx_look::again : kx_look::done;
+    status = access_.word(place);
+    return !access_.good() ? kx_look::gone : state_of(status >> 8) == STEP_SET_UP ? kx_look::again : kx_look::done;
   });
   if (waited == kx_waited::late) {
-    reason_ = "the receiver does not set up a step";
+    KXPCIE_FAIL(access_, "the receiver does not set up a step");
   }
-  return waited == kx_waited::done ? 0 : -1;
+  return status;
 }
 
 // One step: set up, dwell, look. `result` ends when the step is not good.
-int32_t kxpcie_margining::step(uint32_t lane, uint32_t type, uint32_t payload, uint32_t dwell_ms,
-                               kxpcie_margin_result* result) {
+void kxpcie_margining::step(uint32_t lane, uint32_t type, uint32_t payload, uint32_t dwell_ms,
+                            kxpcie_margin_result* result) {
   const uint32_t place = margining_ + FIRST_LANE + lane * LANE_SIZE + LANE_STATUS;
-  uint32_t answer = 0;
-  if (command(lane, type, payload, &answer) != 0) {
-    return -1;
+  uint16_t status = static_cast<uint16_t>(command(lane, type, payload) << 8);
+  if (access_.good() && state_of(status >> 8) == STEP_SET_UP) {
+    status = set_up_wait(place);
   }
-  uint16_t status = static_cast<uint16_t>(answer << 8);
-  if (state_of(status >> 8) == STEP_SET_UP && set_up_wait(place, &status) != 0) {
-    return -1;
-  }
-  if (state_of(status >> 8) == STEP_RUNNING) {
+  if (access_.good() && state_of(status >> 8) == STEP_RUNNING) {
     usleep(dwell_ms * 1000);
-    if (kxpcie_word_read(sbdf_, place, &status) != 0) {
-      return -1;
-    }
+    status = access_.word(place);
+  }
+  if (!access_.good()) {
+    return;
   }
   const uint32_t state = state_of(status >> 8);
   if (state == STEP_RUNNING) {
@@ -233,11 +206,11 @@ int32_t kxpcie_margining::step(uint32_t lane, uint32_t type, uint32_t payload, u
   } else {
     result->end = state == STEP_TOO_MANY_ERRORS ? kxpcie_margin_end::errors : kxpcie_margin_end::refused;
   }
-  return no_command(lane);
+  no_command(lane);
 }
 
-int32_t kxpcie_margining::direction_measure(uint32_t lane, kxpcie_margin_direction direction, uint32_t dwell_ms,
-                                            kxpcie_lane_margins* margins) {
+void kxpcie_margining::direction_measure(uint32_t lane, kxpcie_margin_direction direction, uint32_t dwell_ms,
+                                         kxpcie_lane_margins* margins) {
   const bool timing = direction == kxpcie_margin_direction::left || direction == kxpcie_margin_direction::right;
   const uint32_t sign = direction == kxpcie_margin_direction::left   ? TIMING_LEFT
                         : direction == kxpcie_margin_direction::down ? VOLTAGE_DOWN
@@ -245,28 +218,24 @@ int32_t kxpcie_margining::direction_measure(uint32_t lane, kxpcie_margin_directi
   const uint32_t largest = timing ? margins->abilities.timing_steps : margins->abilities.voltage_steps;
   kxpcie_margin_result& result = margins->results[static_cast<uint32_t>(direction)];
   result = {.end = kxpcie_margin_end::largest};
-  if (command(lane, TYPE_SET, SET_ERROR_LIMIT | ERROR_LIMIT, nullptr) != 0 || no_command(lane) != 0) {
-    return -1;
-  }
-  for (uint32_t i = 1; i <= largest && result.end == kxpcie_margin_end::largest; ++i) {
+  command(lane, TYPE_SET, SET_ERROR_LIMIT | ERROR_LIMIT);
+  no_command(lane);
+  for (uint32_t i = 1; i <= largest && result.end == kxpcie_margin_end::largest && access_.good(); ++i) {
     if (kx_signal_guard::raised() != 0) {
-      reason_ = "interrupted";
-      return -1;
+      KXPCIE_FAIL(access_, "interrupted");
+      return;
     }
-    if (step(lane, timing ? TYPE_TIMING : TYPE_VOLTAGE, sign | i, dwell_ms, &result) != 0) {
-      return -1;
-    }
+    step(lane, timing ? TYPE_TIMING : TYPE_VOLTAGE, sign | i, dwell_ms, &result);
   }
-  return normal(lane);
+  if (access_.good()) {
+    access_.check(normal(lane));
+  }
 }
 
-int32_t kxpcie_margining::directions_measure(uint32_t lane, uint32_t dwell_ms, kxpcie_lane_margins* margins) {
+void kxpcie_margining::directions_measure(uint32_t lane, uint32_t dwell_ms, kxpcie_lane_margins* margins) {
   using direction = kxpcie_margin_direction;
-  *margins = {};
-  kxpcie_margin_abilities& abilities = margins->abilities;
-  if (abilities_read(lane, &abilities) != 0) {
-    return -1;
-  }
+  *margins = {.abilities = abilities_read(lane)};
+  const kxpcie_margin_abilities& abilities = margins->abilities;
   // A receiver with one direction only is stepped without a sign and reported as the right and the upper one.
   const struct {
     direction towards;
@@ -278,31 +247,40 @@ int32_t kxpcie_margining::directions_measure(uint32_t lane, uint32_t dwell_ms, k
       {direction::down, abilities.voltage && abilities.up_down_voltage},
   };
   for (const auto& row : plan) {
-    if (row.possible && direction_measure(lane, row.towards, dwell_ms, margins) != 0) {
-      return -1;
+    if (row.possible && access_.good()) {
+      direction_measure(lane, row.towards, dwell_ms, margins);
     }
   }
-  return 0;
 }
 
-int32_t kxpcie_margining::normal(uint32_t lane) {
-  // Every command is tried, whatever becomes of the one before.
-  int32_t result = no_command(lane);
+// Every command is tried, whatever becomes of the one before.
+bool kxpcie_margining::normal(uint32_t lane) {
+  bool done = true;
+  const auto finish = [&] {
+    done = done && access_.good();
+    access_ = kxpcie_target(target_.sbdf());
+  };
+  access_ = kxpcie_target(target_.sbdf());
+  no_command(lane);
+  finish();
   for (const uint32_t payload : {SET_NORMAL, SET_CLEAR_ERRORS}) {
-    result |= command(lane, TYPE_SET, payload, nullptr);
-    result |= no_command(lane);
+    command(lane, TYPE_SET, payload);
+    finish();
+    no_command(lane);
+    finish();
   }
-  return result;
+  return done;
 }
 
-int32_t kxpcie_margining::measure(uint32_t lane, uint32_t dwell_ms, kxpcie_lane_margins* margins) {
-  reason_ = "configuration access failed";
-  if (directions_measure(lane, dwell_ms, margins) == 0) {
-    return 0;
+bool kxpcie_margining::measure(uint32_t lane, uint32_t dwell_ms, kxpcie_lane_margins* margins) {
+  access_ = kxpcie_target(target_.sbdf());
+  directions_measure(lane, dwell_ms, margins);
+  if (access_.good()) {
+    return true;
   }
-  const char* const reason = reason_;
-  const bool restored = normal(lane) == 0;
-  KXTOOLS_ERR("margining of lane %u: %s; the lane %s at its normal settings\n", lane, reason,
+  const kxpcie_target failed = access_;
+  const bool restored = normal(lane);
+  KXPCIE_FAIL(target_, "margining of lane %u: %s; the lane %s at its normal settings", lane, failed.reason(),
               restored ? "is" : "may not be");
-  return -1;
+  return false;
 }

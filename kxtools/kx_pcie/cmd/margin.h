@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "device/address.h"
 #include "kx_pcie/link_lock.h"
+#include "target.h"
 
 /// What the receiver can do, as it reports it.
 struct kxpcie_margin_abilities {
@@ -44,20 +44,21 @@ struct kxpcie_lane_margins {
 /// its normal settings before.
 class kxpcie_margining {
  public:
-  explicit kxpcie_margining(kxtools_sbdf sbdf) : sbdf_(sbdf) {}
+  /// What goes wrong stays in `target`, which must outlive this.
+  explicit kxpcie_margining(kxpcie_target& target) : target_(target), access_(target.sbdf()) {}
   kxpcie_margining(const kxpcie_margining&) = delete;
   kxpcie_margining& operator=(const kxpcie_margining&) = delete;
   ~kxpcie_margining();
 
-  /// Checks that the link runs at 16 GT/s or more and that the receiver is ready. Returns 0, or -1 with a message.
-  int32_t open();
+  /// Checks that the link runs at 16 GT/s or more and that the receiver is ready.
+  bool open();
   /// Lanes of the link.
   uint32_t lanes() const {
     return lanes_;
   }
   /// Measures one lane, `dwell_ms` at each step, from the centre outwards, and sends it back to its normal settings, on
-  /// every path. Returns 0, or -1 with a message, also after an interrupt.
-  int32_t measure(uint32_t lane, uint32_t dwell_ms, kxpcie_lane_margins* margins);
+  /// every path. False when it could not be finished, also after an interrupt.
+  bool measure(uint32_t lane, uint32_t dwell_ms, kxpcie_lane_margins* margins);
 
  private:
   /// One end of the link, and its settings while they are changed.
@@ -69,25 +70,25 @@ class kxpcie_margining {
     uint16_t control = 0;
     uint16_t control_2 = 0;
   };
-  int32_t link_hold();
-  int32_t end_hold(link_end* end);
-  bool end_restore(const link_end& end);
-  int32_t command(uint32_t lane, uint32_t type, uint32_t payload, uint32_t* answer);
-  int32_t no_command(uint32_t lane);
-  int32_t report(uint32_t lane, uint32_t what, uint8_t mask, uint8_t* value);
-  int32_t abilities_read(uint32_t lane, kxpcie_margin_abilities* abilities);
-  int32_t set_up_wait(uint32_t place, uint16_t* status);
-  int32_t step(uint32_t lane, uint32_t type, uint32_t payload, uint32_t dwell_ms, kxpcie_margin_result* result);
-  int32_t direction_measure(uint32_t lane, kxpcie_margin_direction direction, uint32_t dwell_ms,
-                            kxpcie_lane_margins* margins);
-  int32_t directions_measure(uint32_t lane, uint32_t dwell_ms, kxpcie_lane_margins* margins);
-  int32_t normal(uint32_t lane);
+  void link_hold();
+  void end_hold(link_end* end, kxtools_sbdf sbdf);
+  static bool end_restore(const link_end& end);
+  uint32_t command(uint32_t lane, uint32_t type, uint32_t payload);
+  void no_command(uint32_t lane);
+  uint8_t report(uint32_t lane, uint32_t what, uint8_t mask);
+  kxpcie_margin_abilities abilities_read(uint32_t lane);
+  uint16_t set_up_wait(uint32_t place);
+  void step(uint32_t lane, uint32_t type, uint32_t payload, uint32_t dwell_ms, kxpcie_margin_result* result);
+  void direction_measure(uint32_t lane, kxpcie_margin_direction direction, uint32_t dwell_ms,
+                         kxpcie_lane_margins* margins);
+  void directions_measure(uint32_t lane, uint32_t dwell_ms, kxpcie_lane_margins* margins);
+  bool normal(uint32_t lane);
 
-  kxtools_sbdf sbdf_;
+  kxpcie_target& target_;
+  kxpcie_target access_;  // of the measurement under way: its failure does not keep the lane from going back
   uint32_t margining_ = 0;
   uint32_t lanes_ = 0;
   link_lock link_;
   link_end own_;
   link_end port_;
-  const char* reason_ = "";  // why the measurement under way failed
 };

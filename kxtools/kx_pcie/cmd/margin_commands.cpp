@@ -16,93 +16,72 @@ constexpr uint64_t DWELL_MAX_MS = 10000;
 constexpr uint32_t DWELL_DEFAULT_MS = 50;
 constexpr const char* ALL_LANES = "all";
 
-bool dwell_read(kxpcie_words words, uint32_t* dwell_ms) {
-  uint64_t number = DWELL_DEFAULT_MS;
-  if (words.size() > 1 && !kxpcie_number_read(words[1], "milliseconds a step", DWELL_MAX_MS, &number)) {
-    return false;
-  }
-  *dwell_ms = static_cast<uint32_t>(number);
-  return true;
+uint32_t dwell_read(kxpcie_target& target, kxpcie_words words) {
+  return static_cast<uint32_t>(
+      kxpcie_number_or(target, words, 1, "milliseconds a step", DWELL_MAX_MS, DWELL_DEFAULT_MS));
 }
 
 // The lane that a word names, below `lanes`.
-bool lane_read(const char* word, uint32_t lanes, uint32_t* lane) {
-  uint64_t number = 0;
+uint32_t lane_read(kxpcie_target& target, kxpcie_words words, uint32_t lanes) {
   if (lanes == 0) {
-    KXTOOLS_ERR("the link is down\n");
-    return false;
+    KXPCIE_FAIL(target, "the link is down");
+    return 0;
   }
-  if (!kxpcie_number_read(word, "lane", lanes - 1, &number)) {
-    if (kx_nearest nearest(word); nearest.offer(ALL_LANES), nearest.name() != nullptr) {
-      kx_error_print("kxtool: '%s' is no lane: did you mean '%s'?\n", word, ALL_LANES);
-    }
-    return false;
+  const uint64_t lane = kxpcie_number(target, words, 0, "lane", lanes - 1);
+  if (kx_nearest nearest(words[0]); !target.good() && (nearest.offer(ALL_LANES), nearest.name() != nullptr)) {
+    kx_error_print("kxtool: '%s' is no lane: did you mean '%s'?\n", words[0], ALL_LANES);
   }
-  *lane = static_cast<uint32_t>(number);
-  return true;
+  return static_cast<uint32_t>(lane);
 }
 
-int32_t lanes_measure(kxtools_sbdf sbdf, const char* word, uint32_t dwell_ms, uint32_t* first,
-                      std::vector<kxpcie_lane_margins>* margins) {
-  kxpcie_margining margining(sbdf);
-  if (margining.open() != 0) {
-    return -1;
+// All lanes without a word or with the one for all.
+void lanes_measure(kxpcie_target& target, kxpcie_words words, uint32_t dwell_ms, uint32_t* first,
+                   std::vector<kxpcie_lane_margins>* margins) {
+  kxpcie_margining margining(target);
+  if (!target.good() || !margining.open()) {
+    return;
   }
-  uint32_t last = 0;
-  if (strcmp(word, ALL_LANES) == 0) {
-    *first = 0;
-    last = margining.lanes();
-  } else {
-    if (!lane_read(word, margining.lanes(), first)) {
-      return -1;
-    }
-    last = *first + 1;
+  const bool all = words.empty() || strcmp(words[0], ALL_LANES) == 0;
+  *first = all ? 0 : lane_read(target, words, margining.lanes());
+  const uint32_t last = all ? margining.lanes() : *first + 1;
+  if (!target.good()) {
+    return;
   }
   kx_progress_bar progress("margin", last - *first);
   for (uint32_t lane = *first; lane < last; ++lane) {
     kxpcie_lane_margins one = {};
-    if (margining.measure(lane, dwell_ms, &one) != 0) {
-      return -1;
+    if (!margining.measure(lane, dwell_ms, &one)) {
+      return;
     }
     margins->push_back(one);
     progress.update(lane + 1 - *first);
   }
-  return 0;
 }
 
 }  // namespace
 
-int32_t kxpcie_margin(kxtools_sbdf sbdf, kxpcie_words words) {
+void kxpcie_margin(kxpcie_target& target, kxpcie_words words) {
   const kx_signal_guard guard;
+  const uint32_t dwell_ms = dwell_read(target, words);
   uint32_t first = 0;
-  uint32_t dwell_ms = 0;
   std::vector<kxpcie_lane_margins> margins;
-  if (!dwell_read(words, &dwell_ms)) {
-    return -1;
-  }
-  const int32_t result = lanes_measure(sbdf, words.empty() ? ALL_LANES : words[0], dwell_ms, &first, &margins);
+  lanes_measure(target, words, dwell_ms, &first, &margins);
   if (!margins.empty()) {
     kxpcie_margin_table_write(stdout, first, margins);
   }
-  return result;
 }
 
-int32_t kxpcie_eye(kxtools_sbdf sbdf, kxpcie_words words) {
+void kxpcie_eye(kxpcie_target& target, kxpcie_words words) {
   const kx_signal_guard guard;
+  const uint32_t dwell_ms = dwell_read(target, words);
   uint32_t lane = 0;
-  uint32_t dwell_ms = 0;
   std::vector<kxpcie_lane_margins> margins;
-  if (!dwell_read(words, &dwell_ms)) {
-    return -1;
-  }
   if (strcmp(words[0], ALL_LANES) == 0) {
-    KXTOOLS_ERR("eye draws one lane\n");
-    return -1;
+    KXPCIE_FAIL(target, "eye draws one lane");
   }
-  if (lanes_measure(sbdf, words[0], dwell_ms, &lane, &margins) != 0) {
-    return -1;
+  lanes_measure(target, words, dwell_ms, &lane, &margins);
+  if (target.good()) {
+    kxpcie_eye_write(stdout, lane, margins[0]);
+    kxpcie_margin_table_write(stdout, lane, margins);
   }
-  kxpcie_eye_write(stdout, lane, margins[0]);
-  kxpcie_margin_table_write(stdout, lane, margins);
-  return 0;
 }

@@ -8,7 +8,6 @@
 #include <string>
 
 #include "actions.h"
-#include "capabilities.h"
 #include "common/report.h"
 #include "common/signals.h"
 #include "common/unique_fd.h"
@@ -40,105 +39,91 @@ bool has_word(const std::string& text, const char* word) {
   return (" " + text + " ").find(std::string(" ") + word + " ") != std::string::npos;
 }
 
-int32_t kernel_offer_check(const char* function, function_files* files) {
-  const std::string folder = std::string(KXTOOLS_PCI_DEVICES) + "/" + function;
-  files->reset = folder + "/reset";
+void kernel_offer_check(kxpcie_target& target, const char* function, function_files* files) {
+  files->reset = kxtools_function_path(target.sbdf(), "reset");
   if (access(files->reset.c_str(), F_OK) != 0) {
-    KXTOOLS_ERR("the kernel offers no reset of %s\n", function);
-    return -1;
+    KXPCIE_FAIL(target, "the kernel offers no reset of %s", function);
+    return;
   }
-  files->methods = kxtools_file_line(folder + "/reset_method");
+  const std::string method = kxtools_function_path(target.sbdf(), "reset_method");
+  files->methods = kxtools_file_line(method);
   if (files->methods.empty()) {
-    return 0;
+    return;
   }
-  files->method = folder + "/reset_method";
+  files->method = method;
   if (!has_word(files->methods, FUNCTION_LEVEL)) {
-    KXTOOLS_ERR("the kernel offers no function-level reset of %s, only: %s\n", function, files->methods.c_str());
-    return -1;
+    KXPCIE_FAIL(target, "the kernel offers no function-level reset of %s, only: %s", function, files->methods.c_str());
   }
-  return 0;
 }
 
-int32_t reset_check(kxtools_sbdf sbdf, const char* word, function_files* files) {
-  char function[13];
-  kxtools_sbdf_text(sbdf, function);
+void reset_check(kxpcie_target& target, const char* function, const char* word, function_files* files) {
   const bool is_named = kxtools_is_short_address(word)
                             ? strncmp(function, "0000:", 5) == 0 && strcmp(word, function + 5) == 0
                             : strcmp(word, function) == 0;
   if (!is_named) {
-    KXTOOLS_ERR("the bound function is %s, not %s; nothing was reset\n", function, word);
-    return -1;
+    KXPCIE_FAIL(target, "the bound function is %s, not %s; nothing was reset", function, word);
+    return;
   }
-  uint32_t express = 0;
-  uint32_t capabilities = 0;
-  if (kxpcie_capability_find(sbdf, false, PCI_CAP_ID_EXP, &express) != 0 ||
-      kxpcie_dwords_read(sbdf, express + PCI_EXP_DEVCAP, 1, &capabilities) != 0) {
-    return -1;
-  }
-  if ((capabilities & PCI_EXP_DEVCAP_FLR) == 0) {
-    KXTOOLS_ERR("the function cannot be reset by itself\n");
-    return -1;
+  const uint32_t express = target.find(false, PCI_CAP_ID_EXP);
+  if ((target.dword(express + PCI_EXP_DEVCAP) & PCI_EXP_DEVCAP_FLR) == 0) {
+    KXPCIE_FAIL(target, "the function cannot be reset by itself");
   }
   char driver[64];
   if (kxtools_dev_driver_get(function, driver)) {
-    KXTOOLS_ERR("a driver uses %s; unbind it first\n", function);
-    return -1;
+    KXPCIE_FAIL(target, "a driver uses %s; unbind it first", function);
   }
-  bool found = false;
-  uint32_t sriov = 0;
-  uint16_t control = 0;
-  if (kxpcie_capability_look(sbdf, true, PCI_EXT_CAP_ID_SRIOV, &found, &sriov) != 0 ||
-      (found && kxpcie_word_read(sbdf, sriov + PCI_SRIOV_CTRL, &control) != 0)) {
-    return -1;
+  const std::optional<uint32_t> sriov = target.look(true, PCI_EXT_CAP_ID_SRIOV);
+  if (sriov && (target.word(*sriov + PCI_SRIOV_CTRL) & PCI_SRIOV_CTRL_VFE) != 0) {
+    KXPCIE_FAIL(target, "virtual functions of %s are on; a reset would remove them", function);
   }
-  if ((control & PCI_SRIOV_CTRL_VFE) != 0) {
-    KXTOOLS_ERR("virtual functions of %s are on; a reset would remove them\n", function);
-    return -1;
+  if (target.good()) {
+    kernel_offer_check(target, function, files);
   }
-  return kernel_offer_check(function, files);
 }
 
-// The kernel takes the first of its methods; for the time of the reset that is the function-level one.
-int32_t reset_run(const char* function, const function_files& files) {
+// The kernel takes the first of its methods; for the time of the reset that is the function-level one. Returns what
+// went wrong, "" for nothing.
+std::string reset_run(const char* function, const function_files& files) {
   const bool other_first = !files.method.empty() && !files.methods.starts_with(FUNCTION_LEVEL);
-  int32_t result = 0;
+  std::string wrong;
   if ((other_first && !file_write(files.method, FUNCTION_LEVEL)) || !file_write(files.reset, "1")) {
-    KXTOOLS_ERR("the kernel could not reset %s: %s\n", function, strerror(errno));
-    result = -1;
+    wrong = std::string("the kernel could not reset ") + function + ": " + strerror(errno);
   }
   if (other_first && !file_write(files.method, files.methods)) {
-    KXTOOLS_ERR("the reset methods of %s were %s and could not be put back: %s\n", function, files.methods.c_str(),
-                strerror(errno));
-    result = -1;
+    wrong += wrong.empty() ? "" : "; ";
+    wrong += std::string("the reset methods of ") + function + " were " + files.methods +
+             " and could not be put back: " + strerror(errno);
   }
-  return result;
+  return wrong;
 }
 
 }  // namespace
 
-int32_t kxpcie_flr(kxtools_sbdf sbdf, kxpcie_words words) {
+void kxpcie_flr(kxpcie_target& target, kxpcie_words words) {
+  char function[13];
+  kxtools_sbdf_text(target.sbdf(), function);
   function_files files;
-  if (reset_check(sbdf, words[0], &files) != 0) {
-    return -1;
+  reset_check(target, function, words[0], &files);
+  if (!target.good()) {
+    return;
   }
   // No other tool's command works on the card meanwhile, and no other process is in the middle of an access.
-  const kx_unique_fd alone = kxtools_card_lock(sbdf, kxtools_card_use::alone);
+  const kx_unique_fd alone = kxtools_card_lock(target.sbdf(), kxtools_card_use::alone);
   card_lock card;
   pcie_lock lock;
-  if (!alone || !card.take() || !lock.take()) {
-    return -1;
+  if (!target.check(alone && card.take() && lock.take())) {
+    return;
   }
   const kx_signal_hold hold;
-  char function[13];
-  kxtools_sbdf_text(sbdf, function);
-  int32_t result = reset_run(function, files);
+  std::string wrong = reset_run(function, files);
   bool answers = false;
-  if (pcie_function_answers(sbdf, &answers) != 0 || !answers) {
-    KXTOOLS_ERR("the function does not answer after its reset\n");
-    result = -1;
+  if (pcie_function_answers(target.sbdf(), &answers) != 0 || !answers) {
+    wrong += wrong.empty() ? "" : "; ";
+    wrong += "the function does not answer after its reset";
   }
-  if (result == 0) {
+  if (!wrong.empty()) {
+    KXPCIE_FAIL(target, "%s", wrong.c_str());
+  } else {
     kx_print("%s was reset and has its settings back\n", function);
   }
-  return result;
 }

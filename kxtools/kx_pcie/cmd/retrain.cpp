@@ -1,6 +1,5 @@
 // Training the link anew. Only the port above the function can start that.
 #include "actions.h"
-#include "capabilities.h"
 #include "common/report.h"
 #include "common/wait.h"
 #include "device/function.h"
@@ -11,72 +10,69 @@ namespace {
 // A link trains within tens of milliseconds or not at all.
 constexpr kx_wait_limit TRAINING_LIMIT = {.step_us = 1000, .looks = 1000, .sleep_first = true};
 
-int32_t port_find(kxtools_sbdf function, kxtools_sbdf* port) {
-  const std::vector<kxtools_sbdf> ports = kxtools_ports_above(function);
+// The port's own state: what fails there fails the command.
+kxpcie_target port_find(kxpcie_target& target) {
+  const std::vector<kxtools_sbdf> ports = kxtools_ports_above(target.sbdf());
+  kxpcie_target port(ports.empty() ? KXTOOLS_SBDF_NONE : ports.back());
   if (ports.empty()) {
-    KXTOOLS_ERR("no port above the function can be found\n");
-    return -1;
+    KXPCIE_FAIL(port, "no port above the function can be found");
   }
-  *port = ports.back();
-  return 0;
+  return port;
 }
 
-int32_t port_check(kxtools_sbdf port, uint32_t* express) {
-  uint16_t capabilities = 0;
-  if (kxpcie_capability_find(port, false, PCI_CAP_ID_EXP, express) != 0 ||
-      kxpcie_word_read(port, *express + PCI_EXP_FLAGS, &capabilities) != 0) {
-    return -1;
+uint32_t express_find(kxpcie_target& port) {
+  if (!port.good()) {
+    return 0;
   }
-  const uint32_t type = (capabilities & PCI_EXP_FLAGS_TYPE) >> 4;
+  const uint32_t express = port.find(false, PCI_CAP_ID_EXP);
+  const uint32_t type = (port.word(express + PCI_EXP_FLAGS) & PCI_EXP_FLAGS_TYPE) >> 4;
   if (type != PCI_EXP_TYPE_ROOT_PORT && type != PCI_EXP_TYPE_DOWNSTREAM) {
-    KXTOOLS_ERR("the bridge above the function is no root port and no downstream port\n");
-    return -1;
+    KXPCIE_FAIL(port, "the bridge above the function is no root port and no downstream port");
   }
-  return 0;
+  return express;
 }
 
-// Until the request is taken and the training is over.
-int32_t training_wait(kxtools_sbdf port, uint32_t express, uint32_t* status) {
+// Until the request is taken and the training is over; the status then.
+uint32_t training_wait(kxpcie_target& port, uint32_t express) {
   uint32_t registers = 0;
   const kx_waited waited = kx_wait(TRAINING_LIMIT, [&] {
-    if (kxpcie_dwords_read(port, express + PCI_EXP_LNKCTL, 1, &registers) != 0 || pcie_is_silence(registers)) {
+    registers = port.dword(express + PCI_EXP_LNKCTL);
+    if (pcie_is_silence(registers)) {
       return kx_look::gone;
     }
-    *status = registers >> 16;
-    const bool trains = (registers & PCI_EXP_LNKCTL_RL) != 0 || (*status & PCI_EXP_LNKSTA_LT) != 0;
+    const bool trains = (registers & PCI_EXP_LNKCTL_RL) != 0 || (registers >> 16 & PCI_EXP_LNKSTA_LT) != 0;
     return trains ? kx_look::again : kx_look::done;
   });
-  if (pcie_is_silence(registers)) {
-    KXTOOLS_ERR("the port above the function does not answer\n");
+  if (waited == kx_waited::gone) {
+    KXPCIE_FAIL(port, "the port above the function does not answer");
+  } else if (waited == kx_waited::late) {
+    KXPCIE_FAIL(port, "the link is still training after %u ms", TRAINING_LIMIT.looks * TRAINING_LIMIT.step_us / 1000);
   }
-  if (waited == kx_waited::late) {
-    KXTOOLS_ERR("the link is still training after %u ms\n", TRAINING_LIMIT.looks * TRAINING_LIMIT.step_us / 1000);
+  return registers >> 16;
+}
+
+void link_show(kxpcie_target& port, uint32_t status, const char* what) {
+  char name[13];
+  kxtools_sbdf_text(port.sbdf(), name);
+  if (port.good()) {
+    kx_print("port %s: link at %s x%u%s\n", name, pcie_speed_text(pcie_link_speed(status)), pcie_link_width(status),
+             what);
   }
-  return waited == kx_waited::done ? 0 : -1;
 }
 
 }  // namespace
 
-int32_t kxpcie_retrain(kxtools_sbdf sbdf, kxpcie_words) {
-  kxtools_sbdf port = KXTOOLS_SBDF_NONE;
-  uint32_t express = 0;
-  uint16_t control = 0;
-  uint16_t before = 0;
+void kxpcie_retrain(kxpcie_target& target, kxpcie_words) {
+  kxpcie_target port = port_find(target);
+  const uint32_t express = express_find(port);
   link_lock link;
-  if (port_find(sbdf, &port) != 0 || port_check(port, &express) != 0 || !link.take() ||
-      kxpcie_word_read(port, express + PCI_EXP_LNKSTA, &before) != 0) {
-    return -1;
+  if (port.good() && port.check(link.take())) {
+    link_show(port, port.word(express + PCI_EXP_LNKSTA), " trains anew");
+    // The bit reads as 0 and needs no taking back.
+    port.word_change(express + PCI_EXP_LNKCTL, PCI_EXP_LNKCTL_RL, PCI_EXP_LNKCTL_RL);
+    if (port.good()) {
+      link_show(port, training_wait(port, express), "");
+    }
   }
-  char name[13];
-  kxtools_sbdf_text(port, name);
-  kx_print("port %s: link at %s x%u trains anew\n", name, pcie_speed_text(pcie_link_speed(before)),
-           pcie_link_width(before));
-  // The bit reads as 0 and needs no taking back.
-  uint32_t after = 0;
-  if (kxpcie_word_change(port, express + PCI_EXP_LNKCTL, PCI_EXP_LNKCTL_RL, PCI_EXP_LNKCTL_RL, &control) != 0 ||
-      training_wait(port, express, &after) != 0) {
-    return -1;
-  }
-  kx_print("port %s: link at %s x%u\n", name, pcie_speed_text(pcie_link_speed(after)), pcie_link_width(after));
-  return 0;
+  target.adopt(port);
 }

@@ -131,9 +131,14 @@ int32_t kxpcie_exec(kxtools_cmd_context* ctx) {
   if (!function_get(&sbdf)) {
     return -1;
   }
-  const int32_t result = command->run != nullptr ? command->run(sbdf, words) : command->report(stdout, sbdf);
+  kxpcie_target target(sbdf);
+  if (command->run != nullptr) {
+    command->run(target, words);
+  } else {
+    command->report(stdout, target);
+  }
   fflush(stdout);
-  return result;
+  return target.end();
 }
 
 constexpr std::array<kxtools_cmd_entry, COMMANDS> kxpcie_sub_cmd_list = [] {
