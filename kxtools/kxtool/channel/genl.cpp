@@ -1,5 +1,6 @@
 #include "genl.h"
 
+#include <linux/genetlink.h>
 #include <linux/netlink.h>
 #include <sys/socket.h>
 
@@ -12,39 +13,12 @@
 
 namespace {
 
-constexpr uint16_t TYPE_ERROR = 2;
-constexpr uint16_t TYPE_CONTROLLER = 16;
-constexpr uint8_t COMMAND_GET_FAMILY = 3;
 constexpr uint8_t CONTROLLER_VERSION = 1;
-constexpr uint16_t ATTRIBUTE_FAMILY_ID = 1;
-constexpr uint16_t ATTRIBUTE_FAMILY_NAME = 2;
-
-struct netlink_header {
-  uint32_t length;
-  uint16_t type;
-  uint16_t flags;
-  uint32_t sequence;
-  uint32_t port_id;
-};
-struct generic_header {
-  uint8_t command;
-  uint8_t version;
-  uint16_t reserved;
-};
-struct attribute_header {
-  uint16_t length;
-  uint16_t type;
-};
-constexpr size_t HEADERS_SIZE = sizeof(netlink_header) + sizeof(generic_header);
-static_assert(sizeof(netlink_header) == 16 && HEADERS_SIZE == 20 && sizeof(attribute_header) == 4);
+constexpr size_t HEADERS_SIZE = NLMSG_HDRLEN + GENL_HDRLEN;
 
 // The family expects this length: one more than header and data.
 constexpr size_t ATTRIBUTE_LENGTH_EXTRA = 1;
 constexpr kx_wait_limit SEND_LIMIT = {.step_us = 1000, .looks = 20000};  // while the socket's buffer is full
-
-constexpr size_t align4(size_t length) {
-  return (length + 3) & ~size_t{3};
-}
 
 // Reads a header that lies wholly inside `bytes` at `offset`.
 template <typename T>
@@ -78,15 +52,15 @@ int32_t send_all(int socket, std::span<const uint8_t> bytes) {
 
 int32_t tarn_genl_send_msg(int socket, uint16_t type, uint32_t port_id, uint8_t command, uint8_t version,
                            uint16_t attribute_type, const void* data, uint16_t length) {
-  const size_t attribute_length = sizeof(attribute_header) + length + ATTRIBUTE_LENGTH_EXTRA;
-  const size_t total = HEADERS_SIZE + align4(attribute_length);
+  const size_t attribute_length = NLA_HDRLEN + length + ATTRIBUTE_LENGTH_EXTRA;
+  const size_t total = HEADERS_SIZE + NLA_ALIGN(attribute_length);
   if (type == 0 || total > GENL_BUFFER_SIZE) {
     return -1;
   }
   uint8_t buffer[GENL_BUFFER_SIZE] = {};
-  const netlink_header netlink = {static_cast<uint32_t>(total), type, NLM_F_REQUEST, 0, port_id};
-  const generic_header generic = {command, version, 0};
-  const attribute_header attribute = {static_cast<uint16_t>(attribute_length), attribute_type};
+  const nlmsghdr netlink = {static_cast<uint32_t>(total), type, NLM_F_REQUEST, 0, port_id};
+  const genlmsghdr generic = {command, version, 0};
+  const nlattr attribute = {static_cast<uint16_t>(attribute_length), attribute_type};
   memcpy(buffer, &netlink, sizeof netlink);
   memcpy(buffer + sizeof netlink, &generic, sizeof generic);
   memcpy(buffer + HEADERS_SIZE, &attribute, sizeof attribute);
@@ -95,25 +69,26 @@ int32_t tarn_genl_send_msg(int socket, uint16_t type, uint32_t port_id, uint8_t 
 }
 
 genl_header genl_header_read(std::span<const uint8_t> received, uint16_t* type, std::span<const uint8_t>* message) {
-  netlink_header header = {};
+  nlmsghdr header = {};
   const bool complete = read_at(received, 0, &header);
-  *type = header.type;
-  if (!complete || header.type == TYPE_ERROR || header.length < sizeof header || header.length > received.size()) {
+  *type = header.nlmsg_type;
+  if (!complete || header.nlmsg_type == NLMSG_ERROR || header.nlmsg_len < sizeof header ||
+      header.nlmsg_len > received.size()) {
     return genl_header::malformed;
   }
-  *message = received.first(header.length);
+  *message = received.first(header.nlmsg_len);
   return genl_header::good;
 }
 
 uint16_t genl_family_id_read(std::span<const uint8_t> message) {
-  attribute_header first = {};
-  if (!read_at(message, HEADERS_SIZE, &first) || first.length < sizeof first) {
+  nlattr first = {};
+  if (!read_at(message, HEADERS_SIZE, &first) || first.nla_len < sizeof first) {
     return 0;
   }
-  const size_t second_offset = HEADERS_SIZE + align4(first.length);
-  attribute_header second = {};
+  const size_t second_offset = HEADERS_SIZE + NLA_ALIGN(first.nla_len);
+  nlattr second = {};
   uint16_t id = 0;
-  if (!read_at(message, second_offset, &second) || second.type != ATTRIBUTE_FAMILY_ID ||
+  if (!read_at(message, second_offset, &second) || second.nla_type != CTRL_ATTR_FAMILY_ID ||
       !read_at(message, second_offset + sizeof second, &id)) {
     return 0;
   }
@@ -121,18 +96,18 @@ uint16_t genl_family_id_read(std::span<const uint8_t> message) {
 }
 
 std::span<const uint8_t> genl_notice_read(std::span<const uint8_t> message) {
-  attribute_header attribute = {};
-  if (!read_at(message, HEADERS_SIZE, &attribute) || attribute.length < sizeof attribute ||
-      attribute.length > message.size() - HEADERS_SIZE) {
+  nlattr attribute = {};
+  if (!read_at(message, HEADERS_SIZE, &attribute) || attribute.nla_len < sizeof attribute ||
+      attribute.nla_len > message.size() - HEADERS_SIZE) {
     return {};
   }
-  return message.subspan(HEADERS_SIZE + sizeof attribute, attribute.length - sizeof attribute);
+  return message.subspan(HEADERS_SIZE + sizeof attribute, attribute.nla_len - sizeof attribute);
 }
 
 uint32_t tarn_genl_get_family_id(int socket, const char* family_name) {
   constexpr uint32_t FAILED = 0xFFFFFFFF;
   const int32_t ret =
-      tarn_genl_send_msg(socket, TYPE_CONTROLLER, 0, COMMAND_GET_FAMILY, CONTROLLER_VERSION, ATTRIBUTE_FAMILY_NAME,
+      tarn_genl_send_msg(socket, GENL_ID_CTRL, 0, CTRL_CMD_GETFAMILY, CONTROLLER_VERSION, CTRL_ATTR_FAMILY_NAME,
                          family_name, static_cast<uint16_t>(strlen(family_name) + 1));
   if (ret != 0) {
     KXTOOLS_INFO("genl_send_msg failed,ret=%d!\n", ret);

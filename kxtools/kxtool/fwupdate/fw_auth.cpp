@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "channel/bar_channel.h"
+#include "common/little_endian.h"
 #include "common/report.h"
 #include "fw_handlers.h"
 #include "fw_log.h"
@@ -44,7 +45,7 @@ int32_t fw_running_ask(fw_update* update, fw_running* running) {
   const char* version = reinterpret_cast<const char*>(reply.data()) + REPLY_VERSION;
   running->allows_update = reply[REPLY_AUTH];
   running->version = fw_text_printable({version, strnlen(version, REPLY_VERSION_LEN)});
-  running->partition = fw_get_le32(reply, REPLY_PARTITION);
+  running->partition = kx_le_get<uint32_t>(reply, REPLY_PARTITION);
   return 0;
 }
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 
+#include "common/little_endian.h"
 #include "common/signals.h"
 #include "fw_handlers.h"
 #include "fw_log.h"
@@ -60,8 +61,8 @@ int32_t send_packet(fw_update* update, const fw_image& image, uint32_t at, std::
   std::array<uint8_t, PACKET_DATA + PACKET_DATA_MAX> packet;
   packet[0] = static_cast<uint8_t>(REQUEST_DATA + update->image);
   packet[1] = image.type;
-  fw_put_le16(packet, 2, static_cast<uint32_t>(data.size()));
-  fw_put_le32(packet, 4, image.flash_offset + at);
+  kx_le_put(packet, 2, static_cast<uint16_t>(data.size()));
+  kx_le_put<uint32_t>(packet, 4, image.flash_offset + at);
   std::ranges::copy(data, packet.begin() + PACKET_DATA);
   if (kxtool_fw_msg_send_sync_no_reply(update, std::span(packet).first(PACKET_DATA + data.size())) != 0) {
     FW_FAIL("tx by bar chan err");
@@ -101,8 +102,8 @@ int32_t kxtool_fw_upd_req_send(fw_update* update) {
     return -1;
   }
   std::array<uint8_t, ERASE_LEN> request = {static_cast<uint8_t>(REQUEST_ERASE + update->image), image.type};
-  fw_put_le32(request, 4, image.flash_offset);
-  fw_put_le32(request, 8, image.size);
+  kx_le_put<uint32_t>(request, 4, image.flash_offset);
+  kx_le_put<uint32_t>(request, 8, image.size);
   snprintf(reinterpret_cast<char*>(&request[ERASE_PATH]), ERASE_LEN - ERASE_PATH, "/dev/mtd%d", image.type);
   show_phase(update, "erasing");
   update->image_sent = 0;
@@ -157,9 +158,9 @@ int32_t kxtool_fw_upd_crc_req_send(fw_update* update) {
     return -1;
   }
   std::array<uint8_t, READ_BACK_LEN> request = {static_cast<uint8_t>(REQUEST_READ_BACK + update->image)};
-  fw_put_le32(request, 1, image.flash_offset);
-  fw_put_le32(request, 5, image.size);
-  fw_put_le32(request, 9, sum);
+  kx_le_put<uint32_t>(request, 1, image.flash_offset);
+  kx_le_put<uint32_t>(request, 5, image.size);
+  kx_le_put<uint32_t>(request, 9, sum);
   show_phase(update, "reading");
   update->sum_sent = sum;
   update->phase = fw_phase::reading;

@@ -18,17 +18,3 @@ int32_t fw_request_send(fw_update* update, std::span<const uint8_t> request, std
                         uint16_t reply_min);
 /// The same for a request whose reply says nothing.
 int32_t kxtool_fw_msg_send_sync_no_reply(fw_update* update, std::span<const uint8_t> request);
-
-// Little-endian words of requests, replies and notices. REQUIRES: `offset` + width lies inside.
-inline void fw_put_le16(std::span<uint8_t> bytes, size_t offset, uint32_t value) {
-  bytes[offset] = static_cast<uint8_t>(value);
-  bytes[offset + 1] = static_cast<uint8_t>(value >> 8);
-}
-inline void fw_put_le32(std::span<uint8_t> bytes, size_t offset, uint32_t value) {
-  fw_put_le16(bytes, offset, value);
-  fw_put_le16(bytes, offset + 2, value >> 16);
-}
-inline uint32_t fw_get_le32(std::span<const uint8_t> bytes, size_t offset) {
-  return uint32_t{bytes[offset]} | uint32_t{bytes[offset + 1]} << 8 | uint32_t{bytes[offset + 2]} << 16 |
-         uint32_t{bytes[offset + 3]} << 24;
-}

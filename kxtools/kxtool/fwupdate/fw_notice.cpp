@@ -2,6 +2,7 @@
 // thread.
 #include <span>
 
+#include "common/little_endian.h"
 #include "common/report.h"
 #include "fw_log.h"
 #include "fw_message.h"
@@ -110,8 +111,8 @@ void take_read_back(fw_update* update, notice_view notice) {
     return log_unexpected(NOTICE_READ_BACK, notice[NOTICE_STATUS]);
   }
   fw_cancel_timer(FW_TIMER_READ_BACK);
-  const uint32_t sum_sent = fw_get_le32(notice, NOTICE_SUM_SENT);
-  const uint32_t sum_read = fw_get_le32(notice, NOTICE_SUM_READ);
+  const uint32_t sum_sent = kx_le_get<uint32_t>(notice, NOTICE_SUM_SENT);
+  const uint32_t sum_read = kx_le_get<uint32_t>(notice, NOTICE_SUM_READ);
   FW_INFO("orgcrc=%x curcrc=%x\n", sum_sent, sum_read);
   // The sum that the card echoes must be the one that was asked for: a notice of zeros proves nothing.
   if (sum_read != sum_sent || sum_sent != update->sum_sent) {
@@ -169,7 +170,8 @@ void mts_fwupdate_recv_cb(const uint8_t* payload, uint32_t length) {
     case NOTICE_AUTHORISED_OLD:
     case NOTICE_AUTHORISED:
       if (length >= NOTICE_PARTITION + 4) {
-        FW_INFO(" risc is being executed on partition %-1d\n", static_cast<int>(fw_get_le32(notice, NOTICE_PARTITION)));
+        FW_INFO(" risc is being executed on partition %-1d\n",
+                static_cast<int>(kx_le_get<uint32_t>(notice, NOTICE_PARTITION)));
       }
       break;
     default:

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 
+#include "common/little_endian.h"
 #include "fw_handlers.h"
 #include "fw_log.h"
 #include "fw_message.h"
@@ -48,8 +49,8 @@ int32_t kxtool_kx_pkg_info_send(fw_update* update) {
   }
   const fw_header& header = update->header;
   std::array<uint8_t, HEADER_DATA + FW_HEADER_SIZE> request = {REQUEST_HEADER, header.images[0].type};
-  fw_put_le16(request, 2, header.length);
-  fw_put_le32(request, 4, header_offset(*update));
+  kx_le_put(request, 2, static_cast<uint16_t>(header.length));
+  kx_le_put<uint32_t>(request, 4, header_offset(*update));
   std::copy_n(header.bytes.begin(), header.length, request.begin() + HEADER_DATA);
   update->header_sent = true;
   update->phase = fw_phase::none;
@@ -71,7 +72,7 @@ int32_t kxtool_fw_end_req(fw_update* update) {
   update->progress.image = 0;
   fw_progress_phase(&update->progress, "finishing");
   std::array<uint8_t, END_LEN> request = {REQUEST_END};
-  fw_put_le32(request, 1, static_cast<uint32_t>(update->package.size));
+  kx_le_put<uint32_t>(request, 1, static_cast<uint32_t>(update->package.size));
   if (kxtool_fw_msg_send_sync_no_reply(update, request) != 0) {
     FW_FAIL("the end of the update was not taken");
     return -1;

@@ -2,6 +2,7 @@
 #include <array>
 
 #include "channel/mailbox.h"
+#include "common/little_endian.h"
 #include "common/report.h"
 #include "fw_handlers.h"
 #include "fw_log.h"
@@ -30,7 +31,7 @@ int32_t statistics_ask(fw_update* update, counts* text) {
   }
   uint32_t count[COUNT_NUM];
   for (size_t i = 0; i < COUNT_NUM; ++i) {
-    count[i] = fw_get_le32(reply, i * 4);
+    count[i] = kx_le_get<uint32_t>(reply, i * 4);
   }
   snprintf(text->flash, sizeof text->flash, "         %9u %6u %6u %6u %9u %9u %14u", count[0], count[1], count[2],
            count[3], count[4], count[5], count[6]);

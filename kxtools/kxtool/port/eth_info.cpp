@@ -1,10 +1,10 @@
 // "dump_eth_info": the interfaces of the cards, as the kernel's directories show them.
 #include <unistd.h>
 
-#include <cstring>
 #include <string>
 #include <vector>
 
+#include "common/little_endian.h"
 #include "common/printable.h"
 #include "common/report.h"
 #include "device/address.h"
@@ -36,7 +36,7 @@ const char* kind_text(const std::string& function) {
     if (offset + sizeof *value > config.size()) {
       return -1;
     }
-    memcpy(value, config.data() + offset, sizeof *value);
+    *value = kx_le_get<uint32_t>({reinterpret_cast<const uint8_t*>(config.data()), config.size()}, offset);
     return 0;
   };
   uint32_t command = 0;

@@ -9,15 +9,13 @@
 #include <cstring>
 #include <string_view>
 
+#include "common/little_endian.h"
+
 namespace {
 
 constexpr uint32_t OLD_LAYOUT_TYPE = 1;
 constexpr uint32_t OLD_LAYOUT_END = 0x10000;
 constexpr size_t PIECE_SIZE = size_t{64} * 1024;
-
-uint32_t get_le32(const uint8_t* bytes) {
-  return uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16 | uint32_t{bytes[3]} << 24;
-}
 
 // Reads until `out` is full or the file ends. Returns the number of bytes read, or -1.
 ssize_t read_at(int fd, uint64_t position, std::span<uint8_t> out) {
@@ -45,10 +43,9 @@ int32_t header_read(int fd, uint64_t base, fw_header* header) {
   if (length < FW_HEADER_TABLE) {
     return -1;
   }
-  const uint8_t* bytes = header->bytes.data();
   header->length = static_cast<uint32_t>(length);
-  header->checksum = get_le32(bytes + FW_HEADER_CHECKSUM);
-  header->fw_cnt = get_le32(bytes + FW_HEADER_COUNT);
+  header->checksum = kx_le_get<uint32_t>(header->bytes, FW_HEADER_CHECKSUM);
+  header->fw_cnt = kx_le_get<uint32_t>(header->bytes, FW_HEADER_COUNT);
   if (!header->count_is_valid()) {
     return 0;
   }
@@ -56,8 +53,9 @@ int32_t header_read(int fd, uint64_t base, fw_header* header) {
     return -1;
   }
   for (uint32_t i = 0; i < header->fw_cnt; ++i) {
-    const uint8_t* row = bytes + FW_HEADER_TABLE + size_t{i} * FW_TABLE_ROW_SIZE;
-    header->images[i] = {get_le32(row), get_le32(row + 4), row[8]};
+    const size_t row = FW_HEADER_TABLE + size_t{i} * FW_TABLE_ROW_SIZE;
+    header->images[i] = {kx_le_get<uint32_t>(header->bytes, row), kx_le_get<uint32_t>(header->bytes, row + 4),
+                         header->bytes[row + 8]};
   }
   return 0;
 }
