@@ -1,7 +1,8 @@
 #include "options.h"
 
-#include <algorithm>
 #include <cstring>
+#include <iterator>
+#include <string>
 
 #include "common/report.h"
 #include "fwupdate/fwupdate.h"
@@ -22,54 +23,132 @@ constexpr bool BDF = true;  // works with a PCI address too
 constexpr bool NIC = false;
 constexpr bool ALONE = true;  // on the card
 constexpr bool SHARED = false;
+constexpr uint8_t EVERYONE = 0;
+constexpr uint8_t SUPER_USER = 1;
+constexpr uint8_t UNGATED = 255;  // three times: not compared with the card's record
+
+// What stands between a line and its command.
+enum class gate : uint8_t {
+  open,    // nothing
+  record,  // the card's compatibility record of this module
+  query,   // the same, where the kernel lets BAR 0 be read: the command asks the driver and changes nothing
+  none,    // the command tree has no such entry
+};
+
+// All that is said of a maintenance command; what the tree and the child process know of it is made of these.
+struct command_row {
+  const char* names;
+  gate behind;
+  uint8_t permission;
+  bool no_device;
+  bool by_bdf;
+  bool card_alone;
+  kxtool_option_handler handler;  // null: not in this build
+  const char* usage;
+  const char* instead = nullptr;  // of a command that is not in this build
+  kxtool_option_handler words_check = nullptr;
+};
+
+constexpr command_row ROWS[] = {
+    {"-h|--help", gate::open, EVERYONE, NO_DEVICE, NIC, SHARED, kxtool_show_help, USAGE_HELP},
+    {"-v|--version", gate::open, EVERYONE, NO_DEVICE, NIC, SHARED, kxtool_show_version, USAGE_VERSION},
+    {"bl1", gate::record, SUPER_USER, DEVICE, BDF, ALONE, nullptr, USAGE_BL1, INSTEAD_BL1},
+    {"-f|-fw|fwupdate", gate::record, EVERYONE, DEVICE, BDF, ALONE, kxtool_fw_main, USAGE_FWUPDATE, nullptr,
+     kxtool_fw_words_check},
+    {"repair", gate::open, EVERYONE, NO_DEVICE, NIC, SHARED, nullptr, USAGE_REPAIR, INSTEAD_REPAIR},
+    {"fget|log", gate::record, EVERYONE, DEVICE, NIC, SHARED, nullptr, USAGE_LOG, INSTEAD_LOG},
+    {"diag", gate::record, EVERYONE, DEVICE, NIC, SHARED, kxtool_diag, USAGE_DIAG},
+    {"stat", gate::record, EVERYONE, DEVICE, NIC, SHARED, kxtool_stat, USAGE_STAT},
+    {"regsdump", gate::record, SUPER_USER, DEVICE, NIC, SHARED, kxtool_regsdump, USAGE_REGSDUMP},
+    {"regsmem|devmem", gate::record, SUPER_USER, DEVICE, NIC, SHARED, kxtool_devmem, USAGE_DEVMEM},
+    {"hwread", gate::record, EVERYONE, DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_HWREAD},
+    {"eeupdate", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_EEUPDATE, INSTEAD_EEUPDATE},
+    {"mac_info", gate::query, EVERYONE, DEVICE, NIC, SHARED, kxtool_mac_addr_get, USAGE_MAC_INFO},
+    {"reset", gate::record, SUPER_USER, DEVICE, NIC, ALONE, nullptr, nullptr, INSTEAD_RESET},
+    {"fput", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_FPUT, INSTEAD_FPUT},
+    {"einj", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_EINJ},
+    {"rm_ras_log", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_RM_RAS_LOG},
+    {"shell", gate::none, EVERYONE, DEVICE, NIC, SHARED, nullptr, USAGE_SHELL, INSTEAD_SHELL},
+    {"link", gate::query, EVERYONE, DEVICE, NIC, SHARED, kxtool_link, USAGE_LINK},
+    {"prt_rv_bb", gate::record, SUPER_USER, NO_DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_PRT_RV_BB},
+    {"show_os_status", gate::record, EVERYONE, NO_DEVICE, NIC, SHARED, nullptr, USAGE_SHOW_OS_STATUS,
+     INSTEAD_SHOW_OS_STATUS},
+    {"flash", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_FLASH, INSTEAD_FLASH},
+    {"set_vf_status", gate::record, EVERYONE, DEVICE, NIC, SHARED, kxtool_set_vf_status, USAGE_SET_VF_STATUS},
+    {"sn_info", gate::query, EVERYONE, DEVICE, NIC, SHARED, kxtool_sn_get, USAGE_SN_INFO},
+    {"nvme", gate::record, EVERYONE, DEVICE, NIC, SHARED, nullptr, USAGE_NVME, INSTEAD_NVME},
+    {"temp_info", gate::query, EVERYONE, DEVICE, NIC, SHARED, kxtool_temp_get, USAGE_TEMP_INFO},
+    {"rdmacfg", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_RDMACFG, INSTEAD_RDMACFG},
+    {"bar_test", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_BAR_TEST, INSTEAD_BAR_TEST},
+    {"hw_test", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_HW_TEST, INSTEAD_HW_TEST},
+    {"pkt_capture", gate::record, EVERYONE, DEVICE, NIC, SHARED, nullptr, USAGE_PKT_CAPTURE, INSTEAD_PKT_CAPTURE},
+    {"mcode", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_MCODE, INSTEAD_MCODE},
+    {"dump_eth_info", gate::open, EVERYONE, NO_DEVICE, NIC, SHARED, kxtool_dump_eth_info, USAGE_DUMP_ETH_INFO},
+    {"set_vf_mac", gate::record, EVERYONE, DEVICE, NIC, SHARED, nullptr, USAGE_SET_VF_MAC, INSTEAD_SET_VF_MAC},
+    {"sw_stat", gate::record, EVERYONE, DEVICE, NIC, SHARED, nullptr, USAGE_SW_STAT, INSTEAD_SW_STAT},
+};
+constexpr size_t ROW_NUM = std::size(ROWS);
+static_assert(ROW_NUM + 1 == KXTOOL_OPTION_NUM);
+
+// Every alias as a text of its own, behind each other in the order of the rows.
+constexpr size_t NAMES_SIZE = [] {
+  size_t size = 0;
+  for (const command_row& row : ROWS) {
+    size += std::char_traits<char>::length(row.names) + 1;
+  }
+  return size;
+}();
+constexpr std::array<char, NAMES_SIZE> NAMES = [] {
+  std::array<char, NAMES_SIZE> names = {};
+  char* at = names.data();
+  for (const command_row& row : ROWS) {
+    for (const char* c = row.names; *c != '\0'; ++c) {
+      *at++ = *c == '|' ? '\0' : *c;
+    }
+    ++at;
+  }
+  return names;
+}();
 
 }  // namespace
 
-// names, no_device, by_bdf, card_alone, handler, usage, what can be done in place of a row without handler,
-// words_check.
-constexpr kxtool_option kxtool_option_table[KXTOOL_OPTION_NUM] = {
-    {nullptr, NO_DEVICE, NIC, SHARED, nullptr, USAGE_GENERAL},
-    {"-h|--help", NO_DEVICE, NIC, SHARED, kxtool_show_help, USAGE_HELP},
-    {"-v|--version", NO_DEVICE, NIC, SHARED, kxtool_show_version, USAGE_VERSION},
-    {"bl1", DEVICE, BDF, ALONE, nullptr, USAGE_BL1, INSTEAD_BL1},
-    {"-f|-fw|fwupdate", DEVICE, BDF, ALONE, kxtool_fw_main, USAGE_FWUPDATE, nullptr, kxtool_fw_words_check},
-    {"repair", NO_DEVICE, NIC, SHARED, nullptr, USAGE_REPAIR, INSTEAD_REPAIR},
-    {"fget|log", DEVICE, NIC, SHARED, nullptr, USAGE_LOG, INSTEAD_LOG},
-    {"diag", DEVICE, NIC, SHARED, kxtool_diag, USAGE_DIAG},
-    {"stat", DEVICE, NIC, SHARED, kxtool_stat, USAGE_STAT},
-    {"regsdump", DEVICE, NIC, SHARED, kxtool_regsdump, USAGE_REGSDUMP},
-    {"regsmem|devmem", DEVICE, NIC, SHARED, kxtool_devmem, USAGE_DEVMEM},
-    {"hwread", DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_HWREAD},
-    {"eeupdate", DEVICE, NIC, SHARED, nullptr, USAGE_EEUPDATE, INSTEAD_EEUPDATE},
-    {"mac_info", DEVICE, NIC, SHARED, kxtool_mac_addr_get, USAGE_MAC_INFO},
-    {"reset", DEVICE, NIC, ALONE, nullptr, nullptr, INSTEAD_RESET},
-    {"fput", DEVICE, NIC, SHARED, nullptr, USAGE_FPUT, INSTEAD_FPUT},
-    {"einj", DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_EINJ},
-    {"rm_ras_log", DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_RM_RAS_LOG},
-    {"shell", DEVICE, NIC, SHARED, nullptr, USAGE_SHELL, INSTEAD_SHELL},
-    {"link", DEVICE, NIC, SHARED, kxtool_link, USAGE_LINK},
-    {"prt_rv_bb", NO_DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_PRT_RV_BB},
-    {"show_os_status", NO_DEVICE, NIC, SHARED, nullptr, USAGE_SHOW_OS_STATUS, INSTEAD_SHOW_OS_STATUS},
-    {"flash", DEVICE, NIC, SHARED, nullptr, USAGE_FLASH, INSTEAD_FLASH},
-    {"set_vf_status", DEVICE, NIC, SHARED, kxtool_set_vf_status, USAGE_SET_VF_STATUS},
-    {"sn_info", DEVICE, NIC, SHARED, kxtool_sn_get, USAGE_SN_INFO},
-    {"nvme", DEVICE, NIC, SHARED, nullptr, USAGE_NVME, INSTEAD_NVME},
-    {"temp_info", DEVICE, NIC, SHARED, kxtool_temp_get, USAGE_TEMP_INFO},
-    {"rdmacfg", DEVICE, NIC, SHARED, nullptr, USAGE_RDMACFG, INSTEAD_RDMACFG},
-    {"bar_test", DEVICE, NIC, SHARED, nullptr, USAGE_BAR_TEST, INSTEAD_BAR_TEST},
-    {"hw_test", DEVICE, NIC, SHARED, nullptr, USAGE_HW_TEST, INSTEAD_HW_TEST},
-    {"pkt_capture", DEVICE, NIC, SHARED, nullptr, USAGE_PKT_CAPTURE, INSTEAD_PKT_CAPTURE},
-    {"mcode", DEVICE, NIC, SHARED, nullptr, USAGE_MCODE, INSTEAD_MCODE},
-    {"dump_eth_info", NO_DEVICE, NIC, SHARED, kxtool_dump_eth_info, USAGE_DUMP_ETH_INFO},
-    {"set_vf_mac", DEVICE, NIC, SHARED, nullptr, USAGE_SET_VF_MAC, INSTEAD_SET_VF_MAC},
-    {"sw_stat", DEVICE, NIC, SHARED, nullptr, USAGE_SW_STAT, INSTEAD_SW_STAT},
-};
+constinit const std::array<kxtool_option, KXTOOL_OPTION_NUM> kxtool_option_table = [] {
+  std::array<kxtool_option, KXTOOL_OPTION_NUM> table = {};
+  table[0] = {nullptr, NO_DEVICE, NIC, SHARED, nullptr, USAGE_GENERAL};
+  for (size_t i = 0; i < ROW_NUM; ++i) {
+    const command_row& row = ROWS[i];
+    table[i + 1] = {row.names,   row.no_device, row.by_bdf,  row.card_alone,
+                    row.handler, row.usage,     row.instead, row.words_check};
+  }
+  return table;
+}();
+
+constinit const std::array<kxtools_cmd_entry, KXTOOL_SUB_COMMAND_NUM> kxtool_sub_command_list = [] {
+  std::array<kxtools_cmd_entry, KXTOOL_SUB_COMMAND_NUM> list = {};
+  size_t count = 0;
+  const char* name = NAMES.data();
+  for (const command_row& row : ROWS) {
+    const char* const end = name + std::char_traits<char>::length(row.names) + 1;
+    for (; name < end; name += std::char_traits<char>::length(name) + 1) {
+      const uint8_t version = row.behind == gate::open ? UNGATED : 0;
+      if (row.behind != gate::none) {
+        list[count++] = {name,    row.usage, kxtool_cmd, row.permission, version,
+                         version, version,   0,          nullptr,        kxtool_usage_print};
+      }
+    }
+  }
+  list[count++] = {"bind", nullptr, kxtool_bind, EVERYONE, UNGATED, UNGATED, UNGATED, 0, nullptr, kxtool_usage_print};
+  return count == KXTOOL_SUB_COMMAND_NUM ? list : std::array<kxtools_cmd_entry, KXTOOL_SUB_COMMAND_NUM>{};
+}();
+
+int32_t kxtool_cmd_init() {
+  kxtools_is_driver_query_set(kxtool_is_driver_query);
+  return kxtools_cmd_register(KXTOOLS_MODULE_KXTOOL, kxtool_sub_command_list.data(), KXTOOL_SUB_COMMAND_NUM);
+}
 
 bool kxtool_is_driver_query(const char* word) {
-  constexpr const char* QUERIES[] = {"mac_info", "link", "sn_info", "temp_info"};
   const int32_t index = kxtool_option_index_get(KXTOOL_OPTIONS, word);
-  const auto is_word = [word](const char* query) { return strcmp(query, word) == 0; };
-  return index >= 0 && (kxtool_option_table[index].handler == nullptr || std::ranges::any_of(QUERIES, is_word));
+  return index > 0 && (ROWS[index - 1].behind == gate::query || ROWS[index - 1].handler == nullptr);
 }
 
 const char* kxtool_args_help(const char* word) {

@@ -1,10 +1,12 @@
 // The entries of the kxtool module in the command tree.
 #pragma once
 
+#include <array>
+
 #include "kxtools/cmd.h"
 
 inline constexpr uint32_t KXTOOL_SUB_COMMAND_NUM = 40;
-extern kxtools_cmd_entry kxtool_sub_command_list[KXTOOL_SUB_COMMAND_NUM];
+extern const std::array<kxtools_cmd_entry, KXTOOL_SUB_COMMAND_NUM> kxtool_sub_command_list;
 
 /// Runs the matched sub-command in a child process and returns its exit status.
 int32_t kxtool_cmd(kxtools_cmd_context* ctx);

@@ -54,7 +54,7 @@ TEST(Options, EveryUsageCanBeShownAsABlock) {
 
 TEST(SubCommands, EveryEntryButBindHasARowAndItsHelp) {
   ASSERT_EQ(kxtool_cmd_init(), 0);
-  EXPECT_EQ(kxtools_cmd_sub_list_addr_get(KXTOOLS_MODULE_KXTOOL), kxtool_sub_command_list);
+  EXPECT_EQ(kxtools_cmd_sub_list_addr_get(KXTOOLS_MODULE_KXTOOL), kxtool_sub_command_list.data());
   std::string super;
   std::string ungated;
   for (const kxtools_cmd_entry& entry : kxtool_sub_command_list) {
