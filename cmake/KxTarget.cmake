@@ -25,7 +25,9 @@ endif()
 # The product is built without exceptions and without run-time types, and hardened; tests and benchmarks follow their
 # libraries.
 add_library(kx_product_flags INTERFACE)
-target_compile_options(kx_product_flags INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+target_compile_options(kx_product_flags INTERFACE
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>
+  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wsuggest-override -Wzero-as-null-pointer-constant -Wredundant-decls -Wextra-semi>)
 target_link_libraries(kx_product_flags INTERFACE kx_flags kx_hardening)
 
 # kx_library(<name> SOURCES <file>... [LINKS <target>...] [PRIVATE_LINKS <target>...])
