@@ -20,6 +20,7 @@ namespace {
 
 constexpr size_t HUGE_PAGE_BYTES = size_t{2} << 20;
 constexpr uint32_t HUGE_PAGE_LOG2 = 21;
+#define POOL "/sys/kernel/mm/hugepages/hugepages-2048kB/nr_hugepages"
 constexpr uint64_t DUMP_OFFSET = HUGE_PAGE_BYTES / 2;
 static_assert(uint64_t{DPP_DTB_ITEM_SIZE} * DPP_DTB_ITEM_NUM <= DUMP_OFFSET);
 
@@ -39,8 +40,9 @@ class huge_page {
         MAP_SHARED | MAP_ANONYMOUS | MAP_HUGETLB | static_cast<int>(HUGE_PAGE_LOG2 << MAP_HUGE_SHIFT) | MAP_POPULATE,
         -1, 0);
     if (page == MAP_FAILED) {
-      QLIX_COMM_TRACE_ERROR("%s: no huge page of 2 MiB for the queue items: %s (see /proc/sys/vm/nr_hugepages)\n",
-                            __func__, std::strerror(errno));
+      // A kernel with larger pages may have huge pages of other sizes only.
+      QLIX_COMM_TRACE_ERROR("%s: no huge page of 2 MiB for the queue items: %s (see " POOL ")\n", __func__,
+                            errno == EINVAL ? "this kernel has none of that size" : std::strerror(errno));
       return DPP_RC_DTB_MEMORY;
     }
     page_ = page;
