@@ -27,7 +27,7 @@ endif()
 add_library(kx_product_flags INTERFACE)
 target_compile_options(kx_product_flags INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>
-  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wsuggest-override -Wzero-as-null-pointer-constant -Wextra-semi>)
+  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wsuggest-override -Wextra-semi>)
 target_link_libraries(kx_product_flags INTERFACE kx_flags kx_hardening)
 
 # kx_library(<name> SOURCES <file>... [LINKS <target>...] [PRIVATE_LINKS <target>...])
