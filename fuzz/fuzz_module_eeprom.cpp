@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "module_decode.h"
+#include "port/module_decode.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   module_info info;

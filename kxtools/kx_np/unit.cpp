@@ -76,6 +76,12 @@ bool is_counter(const dpp_reg_info& info) {
   return (name.ends_with("_cnt") || name.ends_with("_num")) && is_state(info) && info.width <= 4 * COUNTER_WORDS_MAX;
 }
 
+// Counts of the packet path start again from 0 with each read; the buffer block's pointer counts are levels.
+bool is_cleared_by_read(const dpp_reg_info& info) {
+  const std::string_view name = name_of(info);
+  return name.ends_with("_cnt") && is_state(info) && !(name.starts_with("pbu_") && name.ends_with("_ptr_cnt"));
+}
+
 bool is_in_list(kxtools_unit_list list, const dpp_reg_info& info) {
   switch (list) {
     case kxtools_unit_list::checks:
@@ -84,8 +90,20 @@ bool is_in_list(kxtools_unit_list list, const dpp_reg_info& info) {
       return is_counter(info);
     case kxtools_unit_list::registers:
       return true;
+    case kxtools_unit_list::steady_counters:
+      return is_counter(info) && !is_cleared_by_read(info);
+    case kxtools_unit_list::steady_registers:
+      return !is_cleared_by_read(info);
+    case kxtools_unit_list::cleared:
+      return is_cleared_by_read(info);
   }
   return false;
+}
+
+// Of checks and counters the ports that there are, of registers every instance.
+bool is_whole(kxtools_unit_list list) {
+  return list == kxtools_unit_list::registers || list == kxtools_unit_list::steady_registers ||
+         list == kxtools_unit_list::cleared;
 }
 
 void index_add(std::string* text, uint32_t index) {
@@ -145,9 +163,13 @@ class value_teller {
       case kxtools_unit_list::checks:
         return tell_check(read);
       case kxtools_unit_list::counters:
+      case kxtools_unit_list::steady_counters:
         return tell_counters(read);
       case kxtools_unit_list::registers:
+      case kxtools_unit_list::steady_registers:
         return tell_value(read, instance_name(read), read.all_words(), "", true);
+      case kxtools_unit_list::cleared:
+        return tell_value(read, instance_name(read), {}, "", true);
     }
     return false;
   }
@@ -199,7 +221,7 @@ bool is_chosen(kxtools_unit_list list, bool ports, const dpp_reg_info& info) {
 
 // Registers are dumped whole; what has no port is neither checked nor counted.
 bool is_chosen_instance(kxtools_unit_list list, const dpp_reg_info& info, uint32_t instance) {
-  return list == kxtools_unit_list::registers || !is_port_register(info) || info.array_type == 0 ||
+  return is_whole(list) || !is_port_register(info) || info.array_type == 0 ||
          std::find(std::begin(DPP_TRPG_USED_PORTS), std::end(DPP_TRPG_USED_PORTS), instance) !=
              std::end(DPP_TRPG_USED_PORTS);
 }
@@ -222,7 +244,8 @@ int32_t register_visit(kxtools_unit_list list, const dpp_reg_info& info, const v
       continue;
     }
     reading read = {.info = &info, .m = i / columns, .n = i % columns};
-    if (dpp_reg_words_read(DEVICE, info.reg_no, read.m, read.n, read.words) != 0) {
+    if (list != kxtools_unit_list::cleared &&
+        dpp_reg_words_read(DEVICE, info.reg_no, read.m, read.n, read.words) != 0) {
       KXTOOLS_ERR("%s cannot be read\n", instance_name(read).c_str());
       return -1;
     }

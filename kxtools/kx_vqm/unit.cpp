@@ -39,9 +39,13 @@ void for_each_value(kxtools_unit_list list, Use use) {
       vqm_registers_visit(vqm_cmd_item_find(nullptr, "check_vqm")->lists, single);
       return;
     case kxtools_unit_list::counters:
+    case kxtools_unit_list::steady_counters:
       vqm_registers_visit(COUNTER_LISTS, single);
       return;
+    case kxtools_unit_list::cleared:  // a read of this engine clears nothing
+      return;
     case kxtools_unit_list::registers:
+    case kxtools_unit_list::steady_registers:
       break;
   }
   for (const kx_register_description& row : VQM_REGISTERS.registers) {
@@ -73,7 +77,7 @@ std::string fields_text(const kx_register_description& row, uint64_t value) {
 
 std::string name_text(kxtools_unit_list list, const kx_register_description& row, uint32_t index) {
   std::string text;
-  if (list == kxtools_unit_list::registers) {
+  if (list == kxtools_unit_list::registers || list == kxtools_unit_list::steady_registers) {
     text += VQM_REGISTERS.view(row.list);
     text += ": ";
   }

@@ -7,9 +7,12 @@
 
 /// The lists of values that a unit can go through.
 enum class kxtools_unit_list : uint8_t {
-  checks,     ///< what tells whether the unit is well
-  counters,   ///< at most 64 bits each
-  registers,  ///< everything that is described, arrays of at most KXTOOLS_UNIT_ARRAY_MAX elements included
+  checks,            ///< what tells whether the unit is well
+  counters,          ///< at most 64 bits each
+  registers,         ///< everything that is described, arrays of at most KXTOOLS_UNIT_ARRAY_MAX elements included
+  steady_counters,   ///< the counters but for those that a read clears
+  steady_registers,  ///< the registers but for those that a read clears
+  cleared,           ///< the registers that a read clears, by name and address: they are not read and have no words
 };
 inline constexpr uint32_t KXTOOLS_UNIT_ARRAY_MAX = 64;
 

@@ -10,6 +10,7 @@
 #include "fw_message.h"
 #include "fw_plan.h"
 #include "fw_tell.h"
+#include "fwupdate/running.h"
 
 namespace {
 
@@ -30,7 +31,9 @@ static_assert(REPLY_VERSION_LEN == FW_IDENTIFICATION_SIZE);
 
 }  // namespace
 
-int32_t fw_running_ask(fw_update* update, fw_running* running) {
+namespace {
+
+int32_t running_ask(fw_update* update, fw_running* running) {
   std::array<uint8_t, REQUEST_LEN> request = {REQUEST_AUTHORISE};
   std::array<uint8_t, REPLY_LEN> reply;
   int32_t ret = fw_request_send(update, request, reply, REPLY_MIN);
@@ -39,7 +42,6 @@ int32_t fw_running_ask(fw_update* update, fw_running* running) {
     ret = fw_request_send(update, request, reply, REPLY_MIN);
   }
   if (ret != 0) {
-    FW_FAIL("bar chan or msgq channel is not work ,try it later!");
     return -1;
   }
   const char* version = reinterpret_cast<const char*>(reply.data()) + REPLY_VERSION;
@@ -47,6 +49,23 @@ int32_t fw_running_ask(fw_update* update, fw_running* running) {
   running->version = fw_text_printable({version, strnlen(version, REPLY_VERSION_LEN)});
   running->partition = kx_le_get<uint32_t>(reply, REPLY_PARTITION);
   return 0;
+}
+
+}  // namespace
+
+int32_t fw_running_ask(fw_update* update, fw_running* running) {
+  if (running_ask(update, running) != 0) {
+    FW_FAIL("bar chan or msgq channel is not work ,try it later!");
+    return -1;
+  }
+  return 0;
+}
+
+int32_t kxtool_fw_running_ask(kxtool_device* device, fw_running* running) {
+  fw_update update;
+  update.device = device;
+  update.send = kxtool_fw_msg_send_sync;
+  return running_ask(&update, running);
 }
 
 int32_t kxtool_get_upd_auth_sync(fw_update* update) {

@@ -12,6 +12,7 @@
 #include "fw_progress.h"
 #include "fw_timer.h"
 #include "fwupdate/package_digest.h"
+#include "fwupdate/running.h"
 
 enum fw_state : uint8_t {
   FW_STATE_VERSION = 16,
@@ -36,13 +37,6 @@ enum class fw_phase : uint8_t { none, erasing, erase_failed, writing, reading, m
 /// of what came, as far as the channel tells it. Returns 0 or non-zero.
 using fw_send_fn = int32_t (*)(kxtool_device* device, const void* payload, uint16_t length, void* reply,
                                uint16_t* reply_len);
-
-/// What runs on the card now, as it tells when it is asked for its permission.
-struct fw_running {
-  uint8_t allows_update = 0;
-  std::array<char, FW_IDENTIFICATION_SIZE + 1> version = {};  ///< printable
-  uint32_t partition = 0;
-};
 
 struct fw_update {
   kxtool_device* device = nullptr;

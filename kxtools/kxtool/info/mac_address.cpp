@@ -2,6 +2,7 @@
 
 #include "common/report.h"
 #include "info/info.h"
+#include "info/mac_addresses.h"
 #include "query.h"
 #include "startup/words.h"
 
@@ -18,10 +19,20 @@ constexpr size_t REPLY_LEN = 68;
 constexpr size_t REPLY_STATUS = 0;
 constexpr size_t REPLY_COUNT = 4;
 constexpr size_t REPLY_ADDRESSES = 6;
-constexpr size_t ADDRESS_LEN = 6;
-constexpr uint16_t ADDRESSES_MAX = (REPLY_LEN - REPLY_ADDRESSES) / ADDRESS_LEN;
+static_assert(REPLY_ADDRESSES + sizeof(kxtool_mac_addresses::addresses) <= REPLY_LEN);
 
 }  // namespace
+
+int32_t kxtool_mac_addresses_ask(kxtool_device* device, kxtool_mac_addresses* answer) {
+  uint8_t reply[REPLY_LEN];
+  const int32_t ret = kxtool_info_query(device, OP_MAC_ADDRESS, PAYLOAD_LEN, reply);
+  if (ret == 0) {
+    memcpy(&answer->status, reply + REPLY_STATUS, sizeof answer->status);
+    memcpy(&answer->count, reply + REPLY_COUNT, sizeof answer->count);
+    memcpy(answer->addresses, reply + REPLY_ADDRESSES, sizeof answer->addresses);
+  }
+  return ret;
+}
 
 int kxtool_mac_addr_get(kxtool_cmd_ctx* ctx) {
   if (ctx->argc != 1 || strcmp(ctx->argv[0], WORDS[0]) != 0) {
@@ -31,28 +42,24 @@ int kxtool_mac_addr_get(kxtool_cmd_ctx* ctx) {
     kxtool_words_explain(*ctx, WORDS);
     return 1;
   }
-  uint8_t reply[REPLY_LEN];
-  const int32_t ret = kxtool_info_query(&ctx->device, OP_MAC_ADDRESS, PAYLOAD_LEN, reply);
+  kxtool_mac_addresses answer;
+  const int32_t ret = kxtool_mac_addresses_ask(&ctx->device, &answer);
   if (ret != 0) {
     KX_LINE(STYLE_ERR, "tarn_tools_send_msg failed, ret=%d!\n", ret);
     return 1;
   }
-  uint32_t status = 0;
-  uint16_t count = 0;
-  memcpy(&status, reply + REPLY_STATUS, sizeof status);
-  memcpy(&count, reply + REPLY_COUNT, sizeof count);
-  if (status != 0) {
+  if (answer.status != 0) {
     KX_LINE(STYLE_ERR, "mac addr get failed!\n");
     return 1;
   }
   // A count that the reply cannot hold is as wrong as none.
-  if (count == 0 || count > ADDRESSES_MAX) {
-    KX_LINE(STYLE_ERR, "mac addr get failed, mac_addr_get_reps.mac_addr_num = %u!\n", count);
+  if (answer.count == 0 || answer.count > KXTOOL_MAC_ADDRESSES_MAX) {
+    KX_LINE(STYLE_ERR, "mac addr get failed, mac_addr_get_reps.mac_addr_num = %u!\n", answer.count);
     return 1;
   }
-  KX_LINE(STYLE_INFO, "mac_addr_get_reps.mac_addr_num = %d\n", count);
-  for (uint16_t i = 0; i < count; ++i) {
-    const uint8_t* mac = reply + REPLY_ADDRESSES + i * ADDRESS_LEN;
+  KX_LINE(STYLE_INFO, "mac_addr_get_reps.mac_addr_num = %d\n", answer.count);
+  for (uint16_t i = 0; i < answer.count; ++i) {
+    const uint8_t* mac = answer.addresses[i];
     kx_print("mac_addr[%d]=%02x:%02x:%02x:%02x:%02x:%02x\n", i, mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
   }
   return 0;

@@ -2,6 +2,7 @@
 
 #include "common/report.h"
 #include "info/info.h"
+#include "info/temperature.h"
 #include "query.h"
 #include "startup/words.h"
 
@@ -18,28 +19,35 @@ constexpr size_t REPLY_LEN = 24;
 constexpr size_t REPLY_STATUS = 0;
 constexpr size_t REPLY_TEMPERATURE = 4;
 
-constexpr int32_t TEMPERATURE_LIMIT = 151;  // degrees Celsius; from here on a reading is taken for a bad one
 constexpr int ATTEMPTS = 3;
 
 // One attempt; `temperature` keeps its value unless the card gave a reading.
 bool temperature_read(kxtool_device* device, int32_t* temperature) {
-  uint8_t reply[REPLY_LEN];
-  const int32_t ret = kxtool_info_query(device, OP_TEMPERATURE, PAYLOAD_LEN, reply);
+  kxtool_temperature answer;
+  const int32_t ret = kxtool_temperature_ask(device, &answer);
   if (ret != 0) {
     KX_LINE(STYLE_ERR, "tarn_tools_send_msg failed, ret=%d!\n", ret);
     return false;
   }
-  int32_t status = 0;
-  memcpy(&status, reply + REPLY_STATUS, sizeof status);
-  if (status != 0) {
-    KX_LINE(STYLE_ERR, "temp get failed, temp_get_reps.status = %d!\n", status);
+  if (answer.status != 0) {
+    KX_LINE(STYLE_ERR, "temp get failed, temp_get_reps.status = %d!\n", answer.status);
     return false;
   }
-  memcpy(temperature, reply + REPLY_TEMPERATURE, sizeof *temperature);
-  return *temperature < TEMPERATURE_LIMIT;
+  *temperature = answer.celsius;
+  return *temperature < KXTOOL_TEMPERATURE_LIMIT;
 }
 
 }  // namespace
+
+int32_t kxtool_temperature_ask(kxtool_device* device, kxtool_temperature* answer) {
+  uint8_t reply[REPLY_LEN];
+  const int32_t ret = kxtool_info_query(device, OP_TEMPERATURE, PAYLOAD_LEN, reply);
+  if (ret == 0) {
+    memcpy(&answer->status, reply + REPLY_STATUS, sizeof answer->status);
+    memcpy(&answer->celsius, reply + REPLY_TEMPERATURE, sizeof answer->celsius);
+  }
+  return ret;
+}
 
 int kxtool_temp_get(kxtool_cmd_ctx* ctx) {
   if (ctx->argc != 1 || strcmp(ctx->argv[0], WORDS[0]) != 0) {

@@ -4,8 +4,8 @@
 
 #include "common/plural.h"
 #include "common/report.h"
-#include "module_decode.h"
-#include "module_eeprom.h"
+#include "port/module_decode.h"
+#include "port/module_eeprom.h"
 #include "port/port.h"
 #include "startup/words.h"
 

@@ -1,4 +1,4 @@
-#include "module_decode.h"
+#include "port/module_decode.h"
 
 #include <cmath>
 #include <cstring>

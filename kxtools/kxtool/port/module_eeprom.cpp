@@ -1,4 +1,4 @@
-#include "module_eeprom.h"
+#include "port/module_eeprom.h"
 
 #include <linux/ethtool.h>
 #include <linux/sockios.h>

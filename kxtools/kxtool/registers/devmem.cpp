@@ -63,7 +63,7 @@ int write_word(const devmem_request& request) {
 // What is wrong when the words do not begin with a unit.
 void unit_explain(const kxtool_cmd_ctx& ctx) {
   std::vector<const char*> names;
-  for (const kxtools_unit* unit : units_get()) {
+  for (const kxtools_unit* unit : kxtool_units_get()) {
     names.push_back(unit->name);
   }
   if (ctx.argc == 0) {

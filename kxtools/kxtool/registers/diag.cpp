@@ -91,7 +91,7 @@ bool word_names(const char* word, const kxtools_unit& unit, kxtools_unit_list li
 bool word_check(const kxtool_cmd_ctx& ctx, kxtools_unit_list list) {
   std::vector<const char*> names = {"all"};
   bool known = false;
-  for (const kxtools_unit* unit : units_get()) {
+  for (const kxtools_unit* unit : kxtool_units_get()) {
     if (unit->count(list) != 0) {
       names.push_back(unit->name);
       known |= ctx.argc == 1 && word_names(ctx.argv[0], *unit, list);
@@ -118,7 +118,7 @@ int units_run(kxtool_cmd_ctx* ctx, const pass& what) {
     return 1;
   }
   std::string failed;
-  for (const kxtools_unit* unit : units_get()) {
+  for (const kxtools_unit* unit : kxtool_units_get()) {
     if (word_names(ctx->argv[0], *unit, what.list) && !unit_run(*unit, what)) {
       failed += std::string(" ") + unit->name;
     }

@@ -138,10 +138,13 @@ uint32_t unit_count(kxtools_unit_list list) {
   switch (list) {
     case kxtools_unit_list::checks:
       return 6;
-    case kxtools_unit_list::counters:
-      return 0;
     case kxtools_unit_list::registers:
+    case kxtools_unit_list::steady_registers:
       return PCIE_CFG_SIZE / 4;
+    case kxtools_unit_list::counters:
+    case kxtools_unit_list::steady_counters:
+    case kxtools_unit_list::cleared:
+      return 0;
   }
   return 0;
 }
@@ -150,10 +153,13 @@ int32_t unit_visit(kxtools_unit_list list, kxtools_unit_visitor visitor, void* s
   switch (list) {
     case kxtools_unit_list::checks:
       return function_checks(visitor, self).run();
-    case kxtools_unit_list::counters:
-      return 0;
     case kxtools_unit_list::registers:
+    case kxtools_unit_list::steady_registers:
       return configuration_visit(visitor, self);
+    case kxtools_unit_list::counters:
+    case kxtools_unit_list::steady_counters:
+    case kxtools_unit_list::cleared:
+      return 0;
   }
   return 0;
 }

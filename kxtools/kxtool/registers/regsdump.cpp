@@ -48,7 +48,7 @@ void head_write(const kxtool_cmd_ctx& ctx, FILE* stream) {
 
 /// 0, 1, or UNIT_INTERRUPTED.
 int units_write(dump* d) {
-  for (const kxtools_unit* unit : units_get()) {
+  for (const kxtools_unit* unit : kxtool_units_get()) {
     d->unit = unit;
     if ((unit->open != nullptr && unit->open() != 0) ||
         unit->visit(kxtools_unit_list::registers, value_write, d) != 0) {
@@ -87,7 +87,7 @@ int kxtool_regsdump(kxtool_cmd_ctx* ctx) {
     return 1;
   }
   uint32_t total = 0;
-  for (const kxtools_unit* unit : units_get()) {
+  for (const kxtools_unit* unit : kxtool_units_get()) {
     total += unit->count(kxtools_unit_list::registers);
   }
   kx_progress_bar progress("regsdump", total);

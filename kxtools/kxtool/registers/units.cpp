@@ -13,7 +13,7 @@ void kxtool_units_set(std::span<const kxtools_unit* const> list) {
   units = list;
 }
 
-std::span<const kxtools_unit* const> units_get() {
+std::span<const kxtools_unit* const> kxtool_units_get() {
   return units;
 }
 

@@ -9,7 +9,6 @@
 
 inline constexpr int UNIT_INTERRUPTED = 130;  ///< exit status after Ctrl-C
 
-std::span<const kxtools_unit* const> units_get();
 /// The unit with that name, or null.
 const kxtools_unit* unit_find(std::string_view name);
 

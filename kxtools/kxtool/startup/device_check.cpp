@@ -1,4 +1,4 @@
-#include "device_check.h"
+#include "startup/device_check.h"
 
 #include <unistd.h>
 

@@ -9,10 +9,10 @@
 #include "channel/bar_channel.h"
 #include "channel/driver.h"
 #include "common/report.h"
-#include "device_check.h"
 #include "device_explain.h"
-#include "run_lock.h"
+#include "startup/device_check.h"
 #include "startup/exit.h"
+#include "startup/run_lock.h"
 #include "startup/silence.h"
 
 namespace {

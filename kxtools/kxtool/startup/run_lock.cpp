@@ -1,4 +1,4 @@
-#include "run_lock.h"
+#include "startup/run_lock.h"
 
 #include <fcntl.h>
 

@@ -1,5 +1,5 @@
 // Values that a module's EEPROM holds, computed by hand from the layouts of the makers' agreements.
-#include "module_decode.h"
+#include "port/module_decode.h"
 
 #include <gtest/gtest.h>
 

@@ -9,6 +9,7 @@
 
 /// The units that the commands know, in the order of their output; set by the program entry before any command runs.
 void kxtool_units_set(std::span<const kxtools_unit* const> units);
+std::span<const kxtools_unit* const> kxtool_units_get();
 
 /// The PCIe function as a unit: checks of its configuration space, and the configuration spaces of the card's endpoint
 /// controllers, 4 KiB each, as its address space.
