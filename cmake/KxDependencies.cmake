@@ -25,6 +25,14 @@ add_library(kx_md INTERFACE)
 target_include_directories(kx_md SYSTEM INTERFACE ${MD_INCLUDE_DIR})
 target_link_libraries(kx_md INTERFACE ${MD_LIBRARY})
 
+# Headers alone. Its streaming writer writes the JSON of reports.
+find_path(RAPIDJSON_INCLUDE_DIR rapidjson/prettywriter.h)
+if(NOT RAPIDJSON_INCLUDE_DIR)
+  kx_missing("RapidJSON" rapidjson-dev)
+endif()
+add_library(kx_rapidjson INTERFACE)
+target_include_directories(kx_rapidjson SYSTEM INTERFACE ${RAPIDJSON_INCLUDE_DIR})
+
 find_path(READLINE_INCLUDE_DIR readline/readline.h)
 find_library(READLINE_LIBRARY readline)
 if(NOT READLINE_INCLUDE_DIR OR NOT READLINE_LIBRARY)

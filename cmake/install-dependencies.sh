@@ -5,10 +5,10 @@
 # ethtool is the peer of the start-up benchmark). With names: those packages too (".ci/run" adds clang and its tools).
 set -euo pipefail
 
-packages=(g++ cmake ninja-build git pkg-config libcjson-dev libmd-dev libreadline-dev nim)
+packages=(g++ cmake ninja-build git pkg-config libcjson-dev libmd-dev libreadline-dev nim rapidjson-dev)
 if [ "${1:-}" = --tests ]; then
   shift
-  packages+=(libgtest-dev libgmock-dev libbenchmark-dev libboost-dev ethtool man-db zsh)
+  packages+=(libgtest-dev libgmock-dev libbenchmark-dev libboost-dev ethtool man-db zsh python3-jsonschema prometheus)
 fi
 packages+=("$@")
 

@@ -42,18 +42,16 @@ void failure_report(const char* interface, int error) {
 
 }  // namespace
 
-int32_t module_eeprom_read(const char* interface, std::vector<uint8_t>* eeprom) {
+int module_eeprom_ask(const char* interface, std::vector<uint8_t>* eeprom) {
   const kx_unique_fd socket_fd(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   if (!socket_fd) {
-    KXTOOLS_ERR("socket failed: %s\n", strerror(errno));
-    return -1;
+    return errno;
   }
   struct ethtool_modinfo information = {};
   information.cmd = ETHTOOL_GMODULEINFO;
   int error = ethtool_ioctl(socket_fd.get(), interface, &information);
   if (error != 0) {
-    failure_report(interface, error);
-    return -1;
+    return error;
   }
   const uint32_t length = std::min<uint32_t>(information.eeprom_len, EEPROM_MAX);
   // The bytes follow the command's header.
@@ -64,11 +62,19 @@ int32_t module_eeprom_read(const char* interface, std::vector<uint8_t>* eeprom) 
   memcpy(memory.data(), &header, sizeof header);
   error = length == 0 ? 0 : ethtool_ioctl(socket_fd.get(), interface, memory.data());
   if (error != 0) {
-    failure_report(interface, error);
-    return -1;
+    return error;
   }
   memcpy(&header, memory.data(), sizeof header);
   const auto first = memory.begin() + sizeof header;
   eeprom->assign(first, first + std::min(header.len, length));
+  return 0;
+}
+
+int32_t module_eeprom_read(const char* interface, std::vector<uint8_t>* eeprom) {
+  const int error = module_eeprom_ask(interface, eeprom);
+  if (error != 0) {
+    failure_report(interface, error);
+    return -1;
+  }
   return 0;
 }

@@ -1,0 +1,190 @@
+#!/usr/bin/env python3
+"""kxreport on virtual cards of different state: every document against the schema, every status, every refusal.
+
+report_test.py BUILD SOURCE"""
+import json
+import os
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+BUILD, SOURCE = sys.argv[1], sys.argv[2]
+SCHEMA_FILE = os.path.join(SOURCE, "docs/schema/kxreport.schema.json")
+FOLDER = tempfile.mkdtemp(prefix="kxreport_test.")
+
+try:
+    import jsonschema
+except ImportError:
+    print("skipped: python3-jsonschema is not installed")
+    sys.exit(77)
+
+with open(SCHEMA_FILE, encoding="utf-8") as schema_file:
+    VALIDATOR = jsonschema.Draft7Validator(json.load(schema_file))
+
+# A healthy card, a link below its best, a function that is gone, one that another driver has, hostile texts.
+MIXED = {
+    "functions": {
+        "0000:5e:00.0": {"kind": "physical", "vendor": "0x1cf2", "device": "0x8037", "interface": "eth4",
+                         "driver": "corvane10e", "config": {"0x0": "ffffffffffffffff"}},
+        "0000:3b:00.1": {"config": {"0x72": "8310"}},
+        "0000:af:00.0": {"kind": "physical", "vendor": "0x1cf2", "device": "0x8037", "interface": "",
+                         "driver": "vfio-pci"},
+    },
+    "information": {"serial_number": "<b>\u001b[31m\"x"},
+}
+SILENT = {"faults": {"driver": {"requests": [{"type": 1, "never_answers": True, "from": 1}]}}}
+failures = []
+
+
+def expect(holds, what):
+    if not holds:
+        failures.append(what)
+        print("FAILED:", what)
+
+
+def command(card, words):
+    path = os.path.join(FOLDER, "card.json")
+    with open(path, "w", encoding="utf-8") as out:
+        json.dump(card, out)
+    return [os.path.join(BUILD, "kxvcard"), "--card", path, "--", os.path.join(BUILD, "kxreport"), *words.split()]
+
+
+def run(words, status, card=None, **options):
+    done = subprocess.run(command(card or {}, words), capture_output=True, timeout=120, check=False, **options)
+    if done.returncode == 77:
+        print("skipped:", done.stderr.decode())
+        sys.exit(77)
+    out, err = done.stdout.decode(), done.stderr.decode()
+    expect(done.returncode == status, f"{words}: status {done.returncode}, not {status}: {err}")
+    return out, err
+
+
+def document(words, status, card=None):
+    out, err = run(words + " --format json", status, card)
+    expect(out.startswith('{\n  "schema": {\n    "name": "kxreport",\n    "version": 1\n'), f"{words}: begins otherwise")
+    made = json.loads(out)
+    for error in VALIDATOR.iter_errors(made):
+        expect(False, f"{words}: {error.message}")
+    expect(made["status"] == status, f"{words}: status in the document")
+    return made, err
+
+
+def schema_test():
+    out, _ = run("schema", 0)
+    with open(SCHEMA_FILE, encoding="utf-8") as file:
+        expect(out == file.read(), "docs/schema/kxreport.schema.json is not what 'kxreport schema' prints")
+    jsonschema.Draft7Validator.check_schema(json.loads(out))
+
+
+def documents_test():
+    made, _ = document("summary eth0", 0)
+    card = made["cards"][0]
+    expect(card["answers"] and card["temperature_celsius"] == 45, "summary: temperature")
+    expect(card["identity"]["serial_number"] == "KX2601A00042", "summary: serial number")
+    expect(card["firmware"] == {"version": "TARN-FW-BOARDTYPE-1.0.0", "partition": 1, "allows_update": True},
+           "summary: firmware")
+    expect(card["link"]["pcie"]["width"] == 16 and card["link"]["pcie"]["at_best"], "summary: link")
+    expect(card["link"]["module"]["vendor"] == "CORVANE OPTICS" and not card["link"]["module"]["alarm"],
+           "summary: module")
+    left_out = {unit["unit"]: unit["left_out"] for unit in card["counters"]}
+    expect(left_out["np"] > 0 and left_out["vqm"] == 0, "summary: counters that a read clears are left out")
+    for words in ("identity --all", "firmware 3b:00.0", "link 0000:3b:00.1", "health eth0 vqm pcie", "commands",
+                  "counters --all pcsmac", "registers eth0 vqm"):
+        document(words, 0)
+    for words in ("health eth9", "health eno1", "health eth2"):
+        document(words, 2)
+
+
+def counter_test():
+    """A counter of 64 bits keeps its digits; what a read clears is not read."""
+    card = {"network_processor": {"ports": {"0": {"receive_packets": "18446744073709551615"}}}}
+    made, _ = document("counters eth0 pcsmac", 0, card)
+    values = [one["value"] for one in made["cards"][0]["counters"][0]["counters"]]
+    expect(18446744073709551615 in values, "counters: 64 bits")
+
+
+def states_test():
+    made, err = document("list", 28, MIXED)
+    by_device = {row["device"]: row for row in made["functions"]}
+    expect(by_device["eth4"] == {"device": "eth4", "address": "0000:5e:00.0", "answers": False,
+                                 "problem": "does not answer"}, "list: a function that is gone")
+    expect(by_device["eth0"]["serial_number"] == '<b>?[31m"x', "list: hostile text")
+    expect(not by_device["eth1"]["link_at_best"] and not by_device["eth1"]["healthy"], "list: link below its best")
+    expect("health" in by_device[""] and "serial_number" not in by_device[""], "list: no interface")
+    out, _ = run("list", 28, MIXED)
+    expect("\neth4    0000:5e:00.0  does not answer\n" in out and "\x1b" not in out, f"list as text: {out}")
+    alarm = {"modules": {"eth0": {"bytes": {"0x06": "80"}}}}
+    made, _ = document("link eth0", 32, alarm)
+    expect(made["cards"][0]["link"]["module"]["alarms"] == ["temperature high"], "link: alarm")
+    made, _ = document("link eth0", 0, {"modules": {"eth0": {"absent": True}}})
+    expect(made["cards"][0]["link"]["module"] == {"plugged": False}, "link: no module")
+    made, err = document("health eth0 vqm", 8, {"memory": {"0x6208000020": 5}})
+    failed = [one for one in made["cards"][0]["health"]["units"][0]["checks"] if not one["good"]]
+    expect([one["note"] for one in failed] == ["cq full, cq write error"], "health: the check that failed")
+    document("identity eth0", 4, {"information": {"serial_number_status": -5}})
+    document("summary eth0", 4, {"faults": {"bar0": {"claimed": True}}})
+    document("list", 2, {"functions": {name: {"present": False} for name in
+                                       ("0000:3a:00.0", "0000:3b:00.0", "0000:3b:00.1", "0000:3b:01.0")}})
+
+
+def metrics_test():
+    for card, status in (({}, 0), (MIXED, 28)):
+        out, _ = run("summary --all --format openmetrics", status, card)
+        expect(out.endswith("# EOF\n") and "\x1b" not in out, "metrics: end")
+        if shutil.which("promtool") is None:
+            print("not checked by promtool, which the package prometheus brings")
+            continue
+        done = subprocess.run(["promtool", "check", "metrics"], input=out.encode(), capture_output=True, check=False)
+        expect(done.returncode == 0, f"promtool: {done.stderr.decode()}")
+
+
+def page_test():
+    out, _ = run("summary --all --format html", 28, MIXED)
+    expect(out.startswith("<!DOCTYPE html>") and out.endswith("</html>\n"), "html: whole")
+    expect("<b>" not in out and "<script" not in out and "http" not in out, "html: nothing from outside")
+    expect(out.index(">health<") < out.index(">link<") < out.index(">counters<"), "html: health first")
+
+
+def limit_test():
+    begun = time.monotonic()
+    made, err = document("list --timeout 1", 4, SILENT)
+    expect(all(row["problem"] == "no answer within 1 s" for row in made["functions"]), "limit: its line")
+    expect(time.monotonic() - begun < 60, "limit: it ends")
+
+
+def interrupt_test():
+    """Ctrl-C at a terminal reaches the whole group; what was read is shown, with 130."""
+    process = subprocess.Popen(command(SILENT, "summary eth0 --format json"), stdout=subprocess.PIPE,
+                               stderr=subprocess.PIPE, start_new_session=True)
+    time.sleep(2)
+    os.killpg(process.pid, signal.SIGINT)
+    out, err = process.communicate(timeout=60)
+    expect(process.returncode == 130, f"interrupt: status {process.returncode}: {err.decode()}")
+    made = json.loads(out)
+    expect(made["status"] == 130 and made["cards"][0]["device"] == "eth0", "interrupt: document")
+    expect(not list(VALIDATOR.iter_errors(made)), "interrupt: schema")
+
+
+def words_test():
+    for words, line in (("", "a command is missing"), ("helth", "did you mean 'health'?"), ("health", "needs a device"),
+                        ("list eth0", "takes no word 'eth0'"), ("health eth0 vqn", "is no unit"),
+                        ("list --format xml", "--format takes"), ("list --timeout 0", "--timeout takes"),
+                        ("list --al", "did you mean '--all'?")):
+        out, err = run(words, 1)
+        expect(out == "" and line in err and err.count("\n") == 1, f"{words}: {out}{err}")
+    document("bogus", 1)
+    with open("/dev/full", "wb") as full:
+        done = subprocess.run(command({}, "list"), stdout=full, stderr=subprocess.PIPE, check=False)
+    expect(done.returncode == 64 and b"No space left" in done.stderr, f"full disk: {done}")
+
+
+try:
+    for test in (schema_test, documents_test, counter_test, states_test, metrics_test, page_test, limit_test,
+                 interrupt_test, words_test):
+        test()
+finally:
+    shutil.rmtree(FOLDER)
+sys.exit(1 if failures else 0)
