@@ -12,7 +12,7 @@ trap clean EXIT
 fail() { echo "$1"; exit 1; }
 
 DESTDIR=$folder cmake --install "$build" >"$folder.log" 2>&1 || fail "installing fails: $(cat "$folder.log")"
-for file in sbin/kxtool sbin/dpp_shell bin/kxvcard bin/kxpkg share/man/man1/kxtool.1 share/man/man7/kxtool-cookbook.7 \
+for file in sbin/kxtool sbin/kxreport sbin/dpp_shell bin/kxvcard bin/kxpkg share/man/man1/kxtool.1 share/man/man7/kxtool-cookbook.7 \
   share/man/man7/dpp-commands.7 share/bash-completion/completions/kxtool share/zsh/site-functions/_kxtool; do
   [ -n "$(find "$folder" -path "*/$file")" ] || fail "$file is not installed"
 done

@@ -98,6 +98,17 @@ def documents_test():
         document(words, 2)
 
 
+def documents_name_every_command_test():
+    made, _ = document("commands", 0)
+    programs = {one["name"]: [row["words"].split()[0] for row in one["commands"]] for one in made["programs"]}
+    for name in ("kxreport.1", "kxreport.bash"):
+        with open(os.path.join(SOURCE, "docs", name), encoding="utf-8") as file:
+            text = file.read()
+        for word in programs["kxreport"]:
+            expect(word in text, f"docs/{name} does not name {word}")
+    expect("kxtool" in programs["kxtool"] and "kxnp" in programs["kxtool"], "commands of kxtool")
+
+
 def counter_test():
     """A counter of 64 bits keeps its digits; what a read clears is not read."""
     card = {"network_processor": {"ports": {"0": {"receive_packets": "18446744073709551615"}}}}
@@ -182,7 +193,7 @@ def words_test():
 
 
 try:
-    for test in (schema_test, documents_test, counter_test, states_test, metrics_test, page_test, limit_test,
+    for test in (schema_test, documents_test, documents_name_every_command_test, counter_test, states_test, metrics_test, page_test, limit_test,
                  interrupt_test, words_test):
         test()
 finally:
