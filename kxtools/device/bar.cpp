@@ -79,7 +79,7 @@ int32_t kxtools_dev_info_set(kxtools_sbdf sbdf, kxtools_dev_info* info, kxtools_
   fresh.bar_size = std::min(fresh.bar_size, KXTOOLS_BAR_SIZE_MAX);
   char path[64];
   bar_path(fresh.sbdf, path);
-  const kxtools_bar_mapping mapping = kxtools_bar_map(path, 0, fresh.bar_size, true);
+  const kxtools_bar_mapping mapping = kxtools_bar_map(path, 0, fresh.bar_size, use != kxtools_bar_use::look);
   if (use == kxtools_bar_use::record && kxtools_bar_is_kept(fresh.sbdf, mapping)) {
     kxtools_bar_kept_tell(fresh.sbdf, mapping);
   } else if (mapping_take(fresh.sbdf, path, mapping, fresh.bar_size, &fresh.bar_vaddr) != 0) {
@@ -95,8 +95,8 @@ int32_t kxtools_dev_info_init() {
   return 0;
 }
 
-int32_t kxtools_dev_info_bind(kxtools_sbdf sbdf) {
-  return kxtools_dev_info_set(sbdf, &bound);
+int32_t kxtools_dev_info_bind(kxtools_sbdf sbdf, kxtools_bar_use use) {
+  return kxtools_dev_info_set(sbdf, &bound, use);
 }
 
 int32_t kxtools_dev_info_get(kxtools_dev_info* info) {

@@ -1,18 +1,19 @@
 #include "card.h"
 
-#include <dirent.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
-#include <memory>
 
 #include "channel/driver.h"
+#include "device/bar.h"
+#include "device/compat.h"
+#include "device/function.h"
+#include "device/interfaces.h"
+#include "device/sysfs.h"
+#include "kx_pcie/bind.h"
 #include "kx_pcie/config_space.h"
+#include "kx_pcie/registers.h"
 #include "kxtool/commands.h"
-#include "kxtools/card_interfaces.h"
-#include "kxtools/compat.h"
-#include "kxtools/dev.h"
 #include "modules.h"
 #include "registers/registers.h"
 #include "startup/device_check.h"
@@ -21,24 +22,19 @@
 
 namespace {
 
-std::string function_folder(const std::string& address) {
-  return std::string(KXTOOLS_PCI_DEVICES) + "/" + address;
-}
-
 enum class function_kind : uint8_t { physical, virtual_, silent };
 
 // The kernel's tree tells it of most functions; configuration space does of the rest.
 function_kind kind_of(const card_place& place) {
-  const std::string folder = function_folder(place.address);
-  if (access((folder + "/physfn").c_str(), F_OK) == 0) {
+  if (access(kxtools_function_path(place.sbdf, "physfn").c_str(), F_OK) == 0) {
     return function_kind::virtual_;
   }
   bool answers = false;
   if (pcie_function_answers(place.sbdf, &answers) != 0 || !answers) {
     return function_kind::silent;
   }
-  return access((folder + "/sriov_totalvfs").c_str(), F_OK) == 0 ||
-                 pcie_find_ext_capability(place.sbdf, PCI_ECAP_ID_SRIOV, 0) > 0
+  return access(kxtools_function_path(place.sbdf, "sriov_totalvfs").c_str(), F_OK) == 0 ||
+                 pcie_find_ext_capability(place.sbdf, PCI_EXT_CAP_ID_SRIOV, 0) > 0
              ? function_kind::physical
              : function_kind::virtual_;
 }
@@ -57,13 +53,13 @@ void interface_find(const std::vector<kxtools_card_interface>& interfaces, card_
 bool cards_find(std::vector<card_place>* places) {
   std::vector<kxtools_card_interface> interfaces;
   kxtools_card_interfaces(&interfaces);
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(KXTOOLS_PCI_DEVICES), closedir);
-  if (folder == nullptr) {
+  std::vector<std::string> names;
+  if (!kxtools_folder_names(KXTOOLS_PCI_DEVICES, &names)) {
     return false;
   }
-  while (const dirent* entry = readdir(folder.get())) {
-    card_place place = {.device = "", .address = entry->d_name};
-    if (!kxtools_sbdf_read(entry->d_name, &place.sbdf) || !kxtools_function_is_supported(place.sbdf)) {
+  for (const std::string& name : names) {
+    card_place place = {.device = "", .address = name};
+    if (!kxtools_sbdf_read(name.c_str(), &place.sbdf) || !kxtools_function_is_supported(place.sbdf)) {
       continue;
     }
     if (kind_of(place) != function_kind::virtual_) {
@@ -83,7 +79,7 @@ bool card_find(const char* word, card_place* place, std::string* why) {
     char text[13];
     kxtools_sbdf_text(place->sbdf, text);
     place->address = text;
-    if (access(function_folder(text).c_str(), F_OK) != 0) {
+    if (access(kxtools_function_path(place->sbdf).c_str(), F_OK) != 0) {
       *why = "there is no such PCI function";
       return false;
     }
@@ -149,7 +145,7 @@ bool card::channel_open(std::string* why) {
 }
 
 bool card::bind(std::string* why) {
-  if (kxtools_dev_bind(place_.sbdf) != 0) {
+  if (kxtools_dev_info_bind(place_.sbdf, kxtools_bar_use::look) != 0 || bind_pcie_dev_by_sbdf(place_.sbdf) != 0) {
     *why = "card memory cannot be reached";
     return false;
   }

@@ -1,31 +1,18 @@
 // What the management processor and the kernel tell of a card.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 #include "collect.h"
-#include "common/unique_fd.h"
+#include "device/function.h"
+#include "device/sysfs.h"
 #include "fwupdate/running.h"
 #include "info/mac_addresses.h"
 #include "info/part_number.h"
 #include "info/serial_number.h"
 #include "info/temperature.h"
-#include "kxtools/dev.h"
 
 namespace {
 
 constexpr int TEMPERATURE_ATTEMPTS = 3;
-
-std::string first_line(const std::string& path) {
-  char text[256];
-  const kx_unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  const ssize_t length = fd ? read(fd.get(), text, sizeof text) : 0;
-  const std::string_view line(text, length > 0 ? static_cast<size_t>(length) : 0);
-  return std::string(line.substr(0, line.find('\n')));
-}
 
 void text_unless_empty(value_sink* out, term what, const std::string& text) {
   if (!text.empty()) {
@@ -74,9 +61,8 @@ bool temperature_ask(card* asked, int32_t* celsius) {
 }  // namespace
 
 void kernel_collect(const card_place& place, value_sink* out) {
-  const std::string folder = std::string(KXTOOLS_PCI_DEVICES) + "/" + place.address;
-  text_unless_empty(out, term::vendor_id, first_line(folder + "/vendor"));
-  text_unless_empty(out, term::device_id, first_line(folder + "/device"));
+  text_unless_empty(out, term::vendor_id, kxtools_file_line(kxtools_function_path(place.sbdf, "vendor")));
+  text_unless_empty(out, term::device_id, kxtools_file_line(kxtools_function_path(place.sbdf, "device")));
   char driver[64];
   if (kxtools_dev_driver_get(place.address.c_str(), driver)) {
     out->text(term::kernel_driver, driver);

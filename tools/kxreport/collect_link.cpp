@@ -6,24 +6,18 @@
 
 #include "collect.h"
 #include "kx_pcie/config_space.h"
+#include "kx_pcie/registers.h"
 #include "module_alarms.h"
 #include "port/module_decode.h"
 #include "port/module_eeprom.h"
 
 namespace {
 
-constexpr uint8_t CAP_ID_EXPRESS = 0x10;
-constexpr uint32_t LINK_CAPABILITIES = 0x0C;
-constexpr uint32_t LINK_STATUS = 0x10;  // upper half
 constexpr int64_t SPEEDS[] = {0, 2500000000, 5000000000, 8000000000, 16000000000, 32000000000, 64000000000};
 
 int64_t speed_of(uint32_t link) {
-  const uint32_t code = link & 0xF;
+  const uint32_t code = pcie_link_speed(link);
   return code < std::size(SPEEDS) ? SPEEDS[code] : 0;
-}
-
-uint32_t width_of(uint32_t link) {
-  return link >> 4 & 0x3F;
 }
 
 void pcie_collect(const card_place& place, value_sink* out, collect_errors* errors) {
@@ -115,19 +109,19 @@ void module_collect(const card_place& place, value_sink* out, collect_errors* er
 }  // namespace
 
 bool pcie_link_read(uint32_t sbdf, pcie_link* link) {
-  const int32_t express = pcie_find_capability(sbdf, CAP_ID_EXPRESS);
+  const int32_t express = pcie_find_capability(sbdf, PCI_CAP_ID_EXP);
   uint32_t best = 0;
   uint32_t now = 0;
-  if (express < 0 || pcie_cfg_read_dword(sbdf, static_cast<uint32_t>(express) + LINK_CAPABILITIES, &best) != 0 ||
-      pcie_cfg_read_dword(sbdf, static_cast<uint32_t>(express) + LINK_STATUS, &now) != 0) {
+  if (express < 0 || pcie_cfg_read_dword(sbdf, static_cast<uint32_t>(express) + PCI_EXP_LNKCAP, &best) != 0 ||
+      pcie_cfg_read_dword(sbdf, static_cast<uint32_t>(express) + PCI_EXP_LNKCTL, &now) != 0) {
     return false;
   }
-  now >>= 16;
+  now >>= 16;  // the status lies above the control
   *link = {.speed = speed_of(now),
            .speed_best = speed_of(best),
-           .width = width_of(now),
-           .width_best = width_of(best),
-           .at_best = (now & 0xF) >= (best & 0xF) && width_of(now) >= width_of(best)};
+           .width = pcie_link_width(now),
+           .width_best = pcie_link_width(best),
+           .at_best = pcie_link_speed(now) >= pcie_link_speed(best) && pcie_link_width(now) >= pcie_link_width(best)};
   return true;
 }
 

@@ -132,7 +132,7 @@ bool units_check(const report_words& words, report* made) {
       names += std::string(names.empty() ? "" : ", ") + unit->name;
     }
     if (!known) {
-      made->fail(STATUS_USAGE, std::string("'") + word + "' is no unit of the card: " + names);
+      made->fail(STATUS_USAGE, std::string("'").append(word).append("' is no unit of the card: ").append(names));
       return false;
     }
   }
@@ -160,10 +160,10 @@ void errors_tell(const value& list) {
   }
 }
 
-int cards_report(const report_words& words, report* made) {
+void cards_report(const report_words& words, report* made) {
   std::vector<card_place> places;
   if (!units_check(words, made) || !places_find(words, &places, made)) {
-    return 0;
+    return;
   }
   const bool list = words.command->kind == command_kind::list;
   made->root.children.push_back({list ? term::functions : term::cards, 0, {}, {}});
@@ -178,7 +178,6 @@ int cards_report(const report_words& words, report* made) {
     made->errors.push_back("interrupted");
     kx_error_print("kxreport: interrupted: what was read is shown\n");
   }
-  return raised;
 }
 
 int report_run(const report_words& words) {

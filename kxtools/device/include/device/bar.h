@@ -24,6 +24,7 @@ inline kx_mmio_region kxtools_dev_bar(const kxtools_dev_info& info) {
 enum class kxtools_bar_use : uint8_t {
   all,     ///< without the mapping nothing goes
   record,  ///< only for the compatibility record: a BAR that the kernel keeps for the driver is left out
+  look,    ///< for reading alone
 };
 
 /// Fills `info` for a function and maps its BAR 0; the caller unmaps it. Returns 0, or -1 with a message and, on
@@ -51,5 +52,5 @@ void kxtools_bar_refusal_tell(const char* sbdf_text, const char* path, int error
 /// Empties the record, fills it as kxtools_dev_info_set does (a failure leaves it as it was), copies it out. Return 0,
 /// or -1 with a message. The mapping of a function that was bound before stays: its users may still hold it.
 int32_t kxtools_dev_info_init();
-int32_t kxtools_dev_info_bind(kxtools_sbdf sbdf);
+int32_t kxtools_dev_info_bind(kxtools_sbdf sbdf, kxtools_bar_use use = kxtools_bar_use::all);
 int32_t kxtools_dev_info_get(kxtools_dev_info* info);
