@@ -6,7 +6,7 @@
 
 struct ask_options {
   collect_request request;
-  uint32_t limit_s = 10;  ///< a card that tells nothing for so long is given up
+  uint32_t limit_s = 20;  ///< a card that tells nothing for so long is given up
 };
 
 /// Asks every place; their groups become children of `list`, a list of `one` terms, in the order of `places`. After a

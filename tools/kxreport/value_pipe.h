@@ -7,7 +7,8 @@
 #include "common/unique_fd.h"
 #include "value.h"
 
-/// Sends a report into a pipe. Values wait in a buffer until it is full or flush() is called.
+/// Sends a report into a pipe. Values wait in a buffer until it is full, a fifth of a second has passed, or flush() is
+/// called: who reads sees that the card still tells something.
 class value_sender final : public value_sink {
  public:
   explicit value_sender(int fd) : fd_(fd) {}
@@ -21,6 +22,7 @@ class value_sender final : public value_sink {
   void put(uint8_t operation, term what, const void* data, size_t size);
   int fd_;
   std::string buffer_;
+  int64_t flushed_ms_ = 0;
 };
 
 /// Takes what came out of the pipe, cut anywhere, and builds the tree below `root`.

@@ -12,7 +12,7 @@ constexpr unsigned long LIMIT_MAX_S = 3600;
 constexpr const char* OPTIONS =
     "  --format text|json|openmetrics|html   how the result is shown; text without\n"
     "  --all                                 all card functions of the host\n"
-    "  --timeout SECONDS                     give up a card that tells nothing for so long (10)\n"
+    "  --timeout SECONDS                     give up a card that tells nothing for so long (20)\n"
     "  -h, --help    -v, --version\n"
     "\n"
     "DEVICE is a network interface or a PCI address, UNIT one of vqm, pcie, np, pcsmac.\n"

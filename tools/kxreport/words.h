@@ -13,7 +13,7 @@ struct report_words {
   bool help = false;
   bool version = false;
   bool all = false;
-  uint32_t limit_s = 10;
+  uint32_t limit_s = 20;
   std::string device;              ///< "" for none
   std::vector<std::string> units;  ///< not yet known to be any
 };

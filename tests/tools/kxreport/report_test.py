@@ -45,11 +45,14 @@ def expect(holds, what):
         print("FAILED:", what)
 
 
+LOG = os.path.join(FOLDER, "requests.log")
+
+
 def command(card, words):
     path = os.path.join(FOLDER, "card.json")
     with open(path, "w", encoding="utf-8") as out:
         json.dump(card, out)
-    return [os.path.join(BUILD, "kxvcard"), "--card", path, "--", os.path.join(BUILD, "kxreport"), *words.split()]
+    return [os.path.join(BUILD, "kxvcard"), "--card", path, "--log", LOG, "--", os.path.join(BUILD, "kxreport"), *words.split()]
 
 
 def run(words, status, card=None, **options):
@@ -168,9 +171,15 @@ def limit_test():
 
 def interrupt_test():
     """Ctrl-C at a terminal reaches the whole group; what was read is shown, with 130."""
+    if os.path.exists(LOG):
+        os.remove(LOG)
     process = subprocess.Popen(command(SILENT, "summary eth0 --format json"), stdout=subprocess.PIPE,
                                stderr=subprocess.PIPE, start_new_session=True)
-    time.sleep(2)
+    # From the first request on the program is at work.
+    for _ in range(600):
+        if os.path.exists(LOG) and " type=1 " in open(LOG, encoding="utf-8", errors="replace").read():
+            break
+        time.sleep(0.1)
     os.killpg(process.pid, signal.SIGINT)
     out, err = process.communicate(timeout=60)
     expect(process.returncode == 130, f"interrupt: status {process.returncode}: {err.decode()}")
