@@ -2,13 +2,14 @@
 # Installs what the build needs and this machine lacks, through the system's package manager, without asking.
 #   install-dependencies.sh [--tests] [PACKAGE...]
 # --tests: what tests and benchmarks need too (man and zsh show the documents and the completion as users see them,
-# ethtool is the peer of the start-up benchmark). With names: those packages too (".ci/run" adds clang and its tools).
+# ethtool is the peer of the start-up benchmark). With names: those packages too (".ci/run" adds clang and its tools, and
+# prometheus, whose package starts a server).
 set -euo pipefail
 
 packages=(g++ cmake ninja-build git pkg-config libcjson-dev libmd-dev libreadline-dev nim rapidjson-dev)
 if [ "${1:-}" = --tests ]; then
   shift
-  packages+=(libgtest-dev libgmock-dev libbenchmark-dev libboost-dev ethtool man-db zsh python3-jsonschema prometheus)
+  packages+=(libgtest-dev libgmock-dev libbenchmark-dev libboost-dev ethtool man-db zsh python3-jsonschema)
 fi
 packages+=("$@")
 
