@@ -152,7 +152,7 @@ void short_collect(card* asked, bool channel, bool bound, value_sink* out, colle
   }
   if (pcie_link link; pcie_link_read(asked->place().sbdf, &link)) {
     char text[64];
-    snprintf(text, sizeof text, "x%u at %.3g GT/s", link.width, static_cast<double>(link.speed) / 1e9);
+    snprintf(text, sizeof text, "x%u at %.1f GT/s", link.width, static_cast<double>(link.speed) / 1e9);
     out->text(term::link_text, text);
     out->flag(term::link_at_best, link.at_best);
   }

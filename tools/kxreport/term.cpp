@@ -45,6 +45,8 @@ const char* unit_name(value_unit unit) {
       break;
     case value_unit::amperes:
       return "amperes";
+    case value_unit::bauds:
+      return "bauds";
     case value_unit::celsius:
       return "celsius";
     case value_unit::seconds:

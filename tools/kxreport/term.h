@@ -23,6 +23,7 @@ enum class value_kind : uint8_t {
 enum class value_unit : uint8_t {
   none,
   amperes,
+  bauds,
   celsius,
   seconds,
   transfers_per_second,

@@ -24,6 +24,8 @@ const char* symbol_of(value_unit unit) {
       break;
     case value_unit::amperes:
       return "A";
+    case value_unit::bauds:
+      return "Bd";
     case value_unit::celsius:
       return "C";
     case value_unit::seconds:
@@ -50,8 +52,9 @@ std::string measure_text(double number, value_unit unit) {
       }
     }
   }
-  snprintf(text, sizeof text, "%.6g%s%s%s", number / chosen->factor, unit == value_unit::none ? "" : " ", chosen->name,
-           symbol_of(unit));
+  // The standard's speeds have one place behind the point, "16.0 GT/s", wherever the programs show them.
+  snprintf(text, sizeof text, unit == value_unit::transfers_per_second ? "%.1f%s%s%s" : "%.6g%s%s%s",
+           number / chosen->factor, unit == value_unit::none ? "" : " ", chosen->name, symbol_of(unit));
   return text;
 }
 

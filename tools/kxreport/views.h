@@ -24,7 +24,7 @@ view_fn view_find(std::string_view name);
 /// All names, "text|json|openmetrics|html".
 inline constexpr const char* VIEW_NAMES = "text|json|openmetrics|html";
 
-/// The value as a reader takes it in: "45 C", "16 GT/s", "0.5 mW", "yes"; a text with what does not print as '?'.
+/// The value as a reader takes it in: "45 C", "16.0 GT/s", "0.5 mW", "yes"; a text with what does not print as '?'.
 std::string value_text(const value& one);
 /// "serial_number" as "serial number".
 std::string name_text(const value& one);
