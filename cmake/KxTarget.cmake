@@ -56,20 +56,23 @@ add_custom_target(kx_fuzzers)
 
 # Compiling the tests takes longer than running them, and most of that goes into GoogleTest's headers: their own code is
 # not optimised, and the headers are compiled once. (At -O1 and above GCC 12 warns falsely about std::string in them.)
-set(KX_TEST_OPTIONS -O0)
+set(KX_TEST_OPTIMISE -O0)
+# Linked behind kx_flags: this check of the sanitizer wants run-time types, which the product has not.
+add_library(kx_test_checks INTERFACE)
 if(KX_SANITIZE MATCHES undefined)
-  list(APPEND KX_TEST_OPTIONS -fno-sanitize=vptr)  # looks for run-time types, which the product has not
+  target_compile_options(kx_test_checks INTERFACE -fno-sanitize=vptr)
 endif()
 if(KX_TESTS)
   add_library(kx_test_headers OBJECT ${CMAKE_CURRENT_LIST_DIR}/test_headers.cpp)
-  target_compile_options(kx_test_headers PRIVATE ${KX_TEST_OPTIONS})
-  target_link_libraries(kx_test_headers PRIVATE kx_flags GTest::gtest_main GTest::gmock)
+  target_compile_options(kx_test_headers PRIVATE ${KX_TEST_OPTIMISE})
+  target_link_libraries(kx_test_headers PRIVATE kx_flags GTest::gtest_main GTest::gmock kx_test_checks)
   target_precompile_headers(kx_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 endif()
 
 # kx_test_flags(<target>): how the code of tests is compiled.
 function(kx_test_flags target)
-  target_compile_options(${target} PRIVATE ${KX_TEST_OPTIONS})
+  target_compile_options(${target} PRIVATE ${KX_TEST_OPTIMISE})
+  target_link_libraries(${target} PRIVATE kx_test_checks)
   target_precompile_headers(${target} REUSE_FROM kx_test_headers)
 endfunction()
 
