@@ -13,8 +13,8 @@
 
 namespace {
 
-// The steps below are parts of kxtools_cmd_execute and report under its name.
-#define EXECUTE_ERR(...) kx_line_print(KX_STYLE_KXTOOLS_ERR, "kxtools_cmd_execute", __LINE__, __VA_ARGS__)
+// Whose parts the steps below are: they report under its name.
+constexpr const char* CALLER = "kxtools_cmd_execute";
 
 // Gives back the BAR that was mapped for this line only.
 class line_mapping {
@@ -24,7 +24,7 @@ class line_mapping {
   line_mapping& operator=(const line_mapping&) = delete;
   ~line_mapping() {
     if (info_ != nullptr && info_->bar_vaddr != nullptr && kxtools_dev_unmmap(info_->bar_vaddr, info_->bar_size) != 0) {
-      EXECUTE_ERR("kxtools_dev_unmmap failed\n");
+      KXTOOLS_ERR_OF(CALLER, "kxtools_dev_unmmap failed\n");
     }
   }
   // The mapping in `info` belongs to this line, unless the handler unmaps it and clears the address.
@@ -52,15 +52,15 @@ void walk_failure_print(const char* line, int32_t result) {
 
 int32_t bound_state_copy(kxtools_cmd_context* ctx) {
   if (kxtools_dev_info_get(&ctx->dev_info) != 0) {
-    EXECUTE_ERR("kxtools_dev_info_get failed\n");
+    KXTOOLS_ERR_OF(CALLER, "kxtools_dev_info_get failed\n");
     return -1;
   }
   if (kxtools_compat_version_get(ctx->compat) != 0) {
-    EXECUTE_ERR("kxtools_compat_version_get failed\n");
+    KXTOOLS_ERR_OF(CALLER, "kxtools_compat_version_get failed\n");
     return -1;
   }
   if (kxtools_fw_feature_get(&ctx->fw_feature) != 0) {
-    EXECUTE_ERR("kxtools_fw_feature_get failed\n");
+    KXTOOLS_ERR_OF(CALLER, "kxtools_fw_feature_get failed\n");
     return -1;
   }
   return 0;
@@ -122,7 +122,7 @@ int32_t line_compat_read(kxtools_cmd_context* ctx) {
   const kx_mmio_region bar = kxtools_dev_bar(ctx->dev_info);
   uint32_t exists = 0;
   if (kxtools_compat_version_if_exist(KXTOOLS_COMPAT_KXTOOL, &bar, &exists) != 0) {
-    EXECUTE_ERR("kxtools_compat_version_if_exist KXTOOLS_COMPAT_KXTOOL failed\n");
+    KXTOOLS_ERR_OF(CALLER, "kxtools_compat_version_if_exist KXTOOLS_COMPAT_KXTOOL failed\n");
     return -1;
   }
   if (exists == 0) {
@@ -130,11 +130,11 @@ int32_t line_compat_read(kxtools_cmd_context* ctx) {
     return 0;
   }
   if (kxtools_compat_version_read(KXTOOLS_COMPAT_KXTOOL, &bar, &ctx->compat[KXTOOLS_COMPAT_KXTOOL]) != 0) {
-    EXECUTE_ERR("kxtools_compat_version_read KXTOOLS_COMPAT_KXTOOL failed\n");
+    KXTOOLS_ERR_OF(CALLER, "kxtools_compat_version_read KXTOOLS_COMPAT_KXTOOL failed\n");
     return -1;
   }
   if (kxtools_fw_feature_read(&bar, &ctx->fw_feature) != 0) {
-    EXECUTE_ERR("kxtools_fw_feature_read failed\n");
+    KXTOOLS_ERR_OF(CALLER, "kxtools_fw_feature_read failed\n");
     return -1;
   }
   return 0;
@@ -157,16 +157,16 @@ bool short_address_complete(char** word) {
 // The first word names the device of the line; it stays in the context for the handler.
 int32_t line_device_take(kxtools_cmd_context* ctx, uint32_t module_id, line_mapping* mapping) {
   if (ctx->argp == nullptr || ctx->argp[0] == nullptr) {
-    EXECUTE_ERR("module_id %u, argc = %u, argp is NULL, argp[0] is NULL\n", module_id, ctx->argc);
+    KXTOOLS_ERR_OF(CALLER, "module_id %u, argc = %u, argp is NULL, argp[0] is NULL\n", module_id, ctx->argc);
     return -1;
   }
   if (!short_address_complete(&ctx->argp[0])) {
-    EXECUTE_ERR("strdup failed!\n");
+    KXTOOLS_ERR_OF(CALLER, "strdup failed!\n");
     return -1;
   }
   kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;
   if (kxtools_dev_name2bdf(ctx->argp[0], &sbdf) != 0) {
-    EXECUTE_ERR("kxtools_dev_name2bdf failed!\n");
+    KXTOOLS_ERR_OF(CALLER, "kxtools_dev_name2bdf failed!\n");
     kxtools_device_word_explain(ctx->argp[0]);
     return -1;
   }
@@ -178,7 +178,7 @@ int32_t line_device_take(kxtools_cmd_context* ctx, uint32_t module_id, line_mapp
   }
   const bool by_driver = strpbrk(ctx->argp[0], ":.") == nullptr && kxtools_is_driver_query(ctx->cmd->name);
   if (kxtools_dev_info_set(sbdf, &ctx->dev_info, by_driver ? kxtools_bar_use::record : kxtools_bar_use::all) != 0) {
-    EXECUTE_ERR("kxtools_dev_info_set failed!\n");
+    KXTOOLS_ERR_OF(CALLER, "kxtools_dev_info_set failed!\n");
     return -1;
   }
   mapping->own(&ctx->dev_info);

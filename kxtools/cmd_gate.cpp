@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr uint8_t UNGATED = 255;
-
 constexpr uint32_t COMPAT_ID_BY_MODULE[] = {
     KXTOOLS_COMPAT_KXTOOL,      KXTOOLS_COMPAT_KXNP,   KXTOOLS_COMPAT_KXPCIE, KXTOOLS_COMPAT_KXVQM,
     KXTOOLS_COMPAT_KXTRACE_APP, KXTOOLS_COMPAT_KXBTTL, KXTOOLS_COMPAT_KXRDMA,
@@ -23,7 +21,7 @@ int32_t kxtools_compat_version_check(const kxtools_cmd_context* ctx) {
     return -1;
   }
   const kxtools_cmd_entry& entry = *ctx->cmd;
-  if (entry.major == UNGATED && entry.fw_minor == UNGATED && entry.drv_minor == UNGATED) {
+  if (entry.major == KXTOOLS_UNGATED && entry.fw_minor == KXTOOLS_UNGATED && entry.drv_minor == KXTOOLS_UNGATED) {
     return 0;
   }
   uint32_t module_id = 0;

@@ -9,11 +9,10 @@
 
 namespace {
 
-constexpr uint8_t UNGATED = 255;
 constexpr uint32_t MODULE_NUM = KXTOOLS_MODULE_KXRDMA + 1;
 
 constexpr kxtools_cmd_entry top_entry(const char* name, const char* help, kxtools_cmd_handler handler) {
-  return {name, help, handler, 0, UNGATED, UNGATED, UNGATED, 0, nullptr};
+  return {name, help, handler, 0, KXTOOLS_UNGATED, KXTOOLS_UNGATED, KXTOOLS_UNGATED, 0, nullptr};
 }
 
 // The index of an entry is its module id.

@@ -20,8 +20,8 @@ void bar_path(const char* sbdf_text, char (&path)[64]) {
   snprintf(path, sizeof path, "%s/%.12s/resource0", KXTOOLS_PCI_DEVICES, sbdf_text);
 }
 
-// The steps below are parts of kxtools_dev_mmap and report under its name.
-#define MMAP_ERR(...) kx_line_print(KX_STYLE_KXTOOLS_ERR, "kxtools_dev_mmap", __LINE__, __VA_ARGS__)
+// Whose parts the steps below are: they report under its name.
+constexpr const char* CALLER = "kxtools_dev_mmap";
 
 int32_t mapping_take(const char* sbdf_text, const char* path, const kxtools_bar_mapping& mapping, uint64_t length,
                      volatile uint8_t** address) {
@@ -33,14 +33,14 @@ int32_t mapping_take(const char* sbdf_text, const char* path, const kxtools_bar_
       *address = mapping.address;
       return 0;
     case kxtools_bar_step::open:
-      MMAP_ERR("open file %s failed!\n", path);
+      KXTOOLS_ERR_OF(CALLER, "open file %s failed!\n", path);
       break;
     case kxtools_bar_step::length:
-      MMAP_ERR("file %s: mmap failed!\n", path);
+      KXTOOLS_ERR_OF(CALLER, "file %s: mmap failed!\n", path);
       kx_error_print("kxtool: %s: shorter than BAR 0 is said to be\n", path);
       return -1;
     case kxtools_bar_step::map:
-      MMAP_ERR("file %s: mmap failed!\n", path);
+      KXTOOLS_ERR_OF(CALLER, "file %s: mmap failed!\n", path);
       break;
   }
   kxtools_bar_refusal_tell(sbdf_text, path, mapping.error);

@@ -12,8 +12,8 @@
 
 namespace {
 
-// The steps below are parts of kxtool_bind and report under its name.
-#define BIND_ERR(...) kx_line_print(KX_STYLE_KXTOOLS_ERR, "kxtool_bind", __LINE__, __VA_ARGS__)
+// Whose parts the steps below are: they report under its name.
+constexpr const char* CALLER = "kxtool_bind";
 
 int32_t device_bind(kxtools_cmd_context* ctx) {
   if (kxtools_dev_init(ctx->argp[0], nullptr) != 0) {
@@ -29,7 +29,7 @@ int32_t device_bind(kxtools_cmd_context* ctx) {
 bool words_join(const kxtools_cmd_context& ctx, std::string* line) {
   for (uint32_t i = 1; i < ctx.argc; ++i) {
     if (ctx.argp[i] == nullptr) {
-      BIND_ERR("para is err\n");
+      KXTOOLS_ERR_OF(CALLER, "para is err\n");
       return false;
     }
     *line += i == 1 ? "" : " ";
@@ -49,18 +49,18 @@ void module_explain(const char* word) {
 
 int32_t module_command_run(kxtools_cmd_context* ctx) {
   if (ctx->argc < 2 || ctx->argp == nullptr || ctx->argp[0] == nullptr || ctx->argp[1] == nullptr) {
-    BIND_ERR("argc = %u, argp is NULL, argp[0] is NULL, argp[1] is NULL\n", ctx->argc);
+    KXTOOLS_ERR_OF(CALLER, "argc = %u, argp is NULL, argp[0] is NULL, argp[1] is NULL\n", ctx->argc);
     kx_error_print("kxtool: bind needs a device, a module and its command: 'kxtool bind -h' shows how\n");
     return -1;
   }
   uint32_t index = 0;
   if (kxtools_cmd_index_get(ctx->argp[1], kxtools_cmd_list_addr_get(), kxtools_cmd_list_count_get(), &index) != 0) {
-    BIND_ERR("kxtools_cmd_index_get failed!\n");
+    KXTOOLS_ERR_OF(CALLER, "kxtools_cmd_index_get failed!\n");
     module_explain(ctx->argp[1]);
     return -1;
   }
   if (index < KXTOOLS_MODULE_KXNP || index > KXTOOLS_MODULE_KXRDMA) {
-    BIND_ERR("module_id is %d, error!\n", static_cast<int>(index));
+    KXTOOLS_ERR_OF(CALLER, "module_id is %d, error!\n", static_cast<int>(index));
     module_explain(ctx->argp[1]);
     return -1;
   }
@@ -73,7 +73,7 @@ int32_t module_command_run(kxtools_cmd_context* ctx) {
     return -1;
   }
   if (kxtools_cmd_execute(line.c_str()) != 0) {
-    BIND_ERR("kxtools_cmd_execute failed\n");
+    KXTOOLS_ERR_OF(CALLER, "kxtools_cmd_execute failed\n");
     return -1;
   }
   return 0;

@@ -25,7 +25,6 @@ constexpr bool ALONE = true;  // on the card
 constexpr bool SHARED = false;
 constexpr uint8_t EVERYONE = 0;
 constexpr uint8_t SUPER_USER = 1;
-constexpr uint8_t UNGATED = 255;  // three times: not compared with the card's record
 
 // What stands between a line and its command.
 enum class gate : uint8_t {
@@ -130,14 +129,15 @@ constinit const std::array<kxtools_cmd_entry, KXTOOL_SUB_COMMAND_NUM> kxtool_sub
   for (const command_row& row : ROWS) {
     const char* const end = name + std::char_traits<char>::length(row.names) + 1;
     for (; name < end; name += std::char_traits<char>::length(name) + 1) {
-      const uint8_t version = row.behind == gate::open ? UNGATED : 0;
+      const uint8_t version = row.behind == gate::open ? KXTOOLS_UNGATED : 0;
       if (row.behind != gate::none) {
         list[count++] = {name,    row.usage, kxtool_cmd, row.permission, version,
                          version, version,   0,          nullptr,        kxtool_usage_print};
       }
     }
   }
-  list[count++] = {"bind", nullptr, kxtool_bind, EVERYONE, UNGATED, UNGATED, UNGATED, 0, nullptr, kxtool_usage_print};
+  list[count++] = {"bind",          nullptr,         kxtool_bind, EVERYONE, KXTOOLS_UNGATED,
+                   KXTOOLS_UNGATED, KXTOOLS_UNGATED, 0,           nullptr,  kxtool_usage_print};
   return count == KXTOOL_SUB_COMMAND_NUM ? list : std::array<kxtools_cmd_entry, KXTOOL_SUB_COMMAND_NUM>{};
 }();
 

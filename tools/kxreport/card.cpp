@@ -107,7 +107,7 @@ bool card_find(const char* word, card_place* place, std::string* why) {
 }
 
 card::card(const card_place& place) : place_(place) {
-  device_.access_mode = place.device.empty() ? KXTOOL_ACCESS_BDF : KXTOOL_ACCESS_NIC;
+  device_.wire = place.device.empty() ? &kxtool_mailbox_wire : &kxtool_driver_wire;
   device_.name = place.device.empty() ? place_.address.c_str() : place_.device.c_str();
   device_.sbdf = place.sbdf;
   snprintf(device_.sbdf_text, sizeof device_.sbdf_text, "%s", place.address.c_str());
@@ -131,13 +131,11 @@ bool card::acquire(std::string* why) {
 }
 
 bool card::channel_open(std::string* why) {
-  if (device_.access_mode != KXTOOL_ACCESS_NIC) {
+  if (device_.wire->by_address) {
     *why = "has no network interface: what its driver tells is left out";
     return false;
   }
-  device_.event_pid = static_cast<uint32_t>(getpid());
-  if (tarn_tools_socket_init(&device_, false) != 0 || tarn_tools_event_info_register(&device_) != 0 ||
-      tarn_tools_netlink_start(&device_) != 0) {
+  if (!device_.wire->open(&device_)) {
     *why = "the driver's channel cannot be opened";
     return false;
   }

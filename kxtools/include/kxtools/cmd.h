@@ -9,6 +9,8 @@
 
 struct kxtools_cmd_context;
 
+inline constexpr uint8_t KXTOOLS_UNGATED = 255;  ///< three times in an entry: its command is not compared
+
 /// Runs a command. `argc`/`argp` of the context hold only the words after the matched entry's name.
 /// Returns the command's status; negative means failure, which the dispatcher reports with one verdict line.
 using kxtools_cmd_handler = int32_t (*)(kxtools_cmd_context* ctx);
@@ -19,7 +21,7 @@ struct kxtools_cmd_entry {
   const char* help;             ///< one-line help, or a usage block that begins with four blanks; may be null
   kxtools_cmd_handler handler;  ///< null: the entry only groups sub-entries
   uint8_t permission;           ///< lowest permission level that may see and run it: 0 everyone, 1 super user
-  uint8_t major;                ///< compatibility: the card's major must be equal; 255/255/255 is not checked
+  uint8_t major;                ///< compatibility: the card's major must be equal; KXTOOLS_UNGATED is not checked
   uint8_t fw_minor;             ///< compatibility: the card's firmware minor must be at least this
   uint8_t drv_minor;            ///< compatibility: the card's driver minor must not be higher
   uint32_t sub_cmd_num;

@@ -89,9 +89,7 @@ int on_channel_exit(int status) {
   end_note(update, status);
   kxtool_recv_cb_set(nullptr);
   kxtool_process_exit_hook_set(nullptr);
-  if (device->access_mode == KXTOOL_ACCESS_BDF) {
-    tarn_bc_exit(device);
-  }
+  device->wire->close(device);
   kxtool_exit(status);
 }
 
@@ -129,7 +127,7 @@ int kxtool_fw_main(kxtool_cmd_ctx* ctx) {
   if (args != 0 && !request->dry_run) {
     leave(update, args);
   }
-  if (ctx->device.access_mode == KXTOOL_ACCESS_BDF && kxtools_permission_get() == 0) {
+  if (ctx->device.wire->by_address && kxtools_permission_get() == 0) {
     kx_print("Warning: This command is not supported by the current permissions!!!\n");
     FW_ERR("This command is not supported by the current permissions\n");
     fw_cause_tell("by PCI address the shell's super user may update ('su' raises the level)");

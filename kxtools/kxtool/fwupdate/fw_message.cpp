@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <cstring>
 
-#include "channel/bar_channel.h"
 #include "channel/tools_msg.h"
 #include "common/signals.h"
 #include "fw_log.h"
 
 namespace {
 
+// The name is that of the log's lines, which only a request through the driver's ioctl can cause: a mailbox exchange
+// that fails ends the process.
 int32_t kxtool_fw_ioctl_send(kxtool_device* device, const void* payload, uint16_t length, void* reply,
                              uint16_t* reply_len) {
   const tarn_tools_msg_ptr msg = tarn_tools_alloc_msg(length);
@@ -32,15 +33,7 @@ int32_t kxtool_fw_ioctl_send(kxtool_device* device, const void* payload, uint16_
 
 int32_t kxtool_fw_msg_send_sync(kxtool_device* device, const void* payload, uint16_t length, void* reply,
                                 uint16_t* reply_len) {
-  switch (device->access_mode) {
-    case KXTOOL_ACCESS_NIC:
-      return kxtool_fw_ioctl_send(device, payload, length, reply, reply_len);
-    case KXTOOL_ACCESS_BDF:
-      return kxtool_barch_send_sync(device, KXTOOL_EVENT_FW_UPDATE, payload, length, reply, reply_len);
-    case KXTOOL_ACCESS_NONE:
-      break;
-  }
-  return 0;
+  return device->wire == nullptr ? 0 : kxtool_fw_ioctl_send(device, payload, length, reply, reply_len);
 }
 
 int32_t fw_request_send(fw_update* update, std::span<const uint8_t> request, std::span<uint8_t> reply,

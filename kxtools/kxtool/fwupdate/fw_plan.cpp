@@ -98,7 +98,7 @@ void print_card(const fw_update& update, bool answered) {
   kxtool_serial_number serial = {};
   const char* serial_text = kxtool_serial_number_ask(device, &serial) == 0 && serial.status == 0 ? serial.text : "";
   printf("card\n");
-  if (device->access_mode == KXTOOL_ACCESS_NIC) {
+  if (!device->wire->by_address) {
     printf("  interface       %s\n", device->name);
   }
   printf("  address         %s\n", device->sbdf_text);
@@ -190,8 +190,7 @@ void fw_plan_tell(fw_update* update) {
   identification_text(*update, &identification);
   const part_sums sums = package_sum(*update);
   char name[64];
-  snprintf(name, sizeof name, device.access_mode == KXTOOL_ACCESS_NIC ? "%s (%s)" : "%.0s%s", device.name,
-           device.sbdf_text);
+  snprintf(name, sizeof name, device.wire->by_address ? "%.0s%s" : "%s (%s)", device.name, device.sbdf_text);
   fw_announce(*update, "card %s, board type %s: runs %s from partition %u", name,
               fw_text_printable(board_type(*update)).data(), update->running.version.data(), update->running.partition);
   fw_announce(*update,

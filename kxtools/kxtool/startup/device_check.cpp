@@ -22,9 +22,7 @@ bool is_bound_to_vfio(const char* sbdf_text) {
 }  // namespace
 
 int kxtool_nic_bdf_get(kxtool_device* device) {
-  const int32_t ret = device->access_mode == KXTOOL_ACCESS_BDF ? pcie_sbdf_parse(&device->sbdf, device->name)
-                                                               : kxtools_dev_name2bdf(device->name, &device->sbdf);
-  if (ret != 0) {
+  if (device->wire->find(device->name, &device->sbdf) != 0) {
     return -1;
   }
   kxtools_sbdf_text(device->sbdf, device->sbdf_text);

@@ -1,13 +1,10 @@
 #include "startup/init.h"
 
 #include <sys/prctl.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 
-#include "channel/bar_channel.h"
-#include "channel/driver.h"
 #include "common/report.h"
 #include "device_explain.h"
 #include "startup/device_check.h"
@@ -85,8 +82,17 @@ void words_take(const kxtool_option_list& list, uint32_t count, char** words, kx
 // ends.
 void device_acquire(kxtool_cmd_ctx* ctx) {
   kxtool_device& device = ctx->device;
-  device.access_mode = kxtool_bdf_or_nic_type(ctx->device_word);
-  if (device.access_mode == KXTOOL_ACCESS_NONE) {
+  switch (kxtool_bdf_or_nic_type(ctx->device_word)) {
+    case KXTOOL_ACCESS_NIC:
+      device.wire = &kxtool_driver_wire;
+      break;
+    case KXTOOL_ACCESS_BDF:
+      device.wire = &kxtool_mailbox_wire;
+      break;
+    case KXTOOL_ACCESS_NONE:
+      break;
+  }
+  if (device.wire == nullptr) {
     KXTOOLS_ERR("'%s' is not a devname or domain:bus:device:function format!\n", ctx->device_word);
     kxtool_exit(1);
   }
@@ -94,7 +100,7 @@ void device_acquire(kxtool_cmd_ctx* ctx) {
     kxtool_device_explain(device);
     kxtool_exit(1);
   }
-  const bool mailbox = device.access_mode == KXTOOL_ACCESS_BDF && ctx->option->by_bdf;  // one for the whole card
+  const bool mailbox = device.wire->by_address && ctx->option->by_bdf;
   const bool alone = mailbox || (ctx->option->card_alone && !ctx->card_shared);
   if (kxtool_flock_lock(device) != KXTOOL_LOCK_TAKEN || !kxtool_card_take(device, alone)) {
     kx_error_print("kxtool: %s was not run: the lock of %s cannot be had\n", ctx->name, ctx->device_word);
@@ -105,35 +111,9 @@ void device_acquire(kxtool_cmd_ctx* ctx) {
                    device.sbdf_text);
     kxtool_exit(1);
   }
-  if (device.access_mode == KXTOOL_ACCESS_BDF && !ctx->option->by_bdf) {
+  if (device.wire->by_address && !ctx->option->by_bdf) {
     KXTOOLS_ERR("The command does not yet support BDF type!\n");
     kxtool_address_explain(device, ctx->name);
-    kxtool_exit(1);
-  }
-}
-
-void mailbox_open(kxtool_cmd_ctx* ctx) {
-  const int32_t ret = kxtool_bc_init(&ctx->device);
-  if (ret != 0) {
-    KXTOOLS_ERR("\r****Bar channel initialization has failed ret=%d****\n", ret);
-    kxtool_exit(1);
-  }
-}
-
-void driver_open(kxtool_cmd_ctx* ctx) {
-  kxtool_device* device = &ctx->device;
-  int32_t ret = tarn_tools_socket_init(device, ctx->option->no_device);
-  if (ret != 0) {
-    KXTOOLS_ERR("tarn_tools_socket_init failed, ret=%d!\n", ret);
-    kxtool_exit(1);
-  }
-  device->event_pid = static_cast<uint32_t>(getpid());
-  ret = tarn_tools_event_info_register(device);
-  if (ret != 0) {
-    KXTOOLS_ERR("tarn_tools_event_info_register failed, ret=%d!\n", ret);
-    kxtool_exit(1);
-  }
-  if (tarn_tools_netlink_start(device) != 0) {
     kxtool_exit(1);
   }
 }
@@ -170,10 +150,8 @@ void kxtool_init(const kxtool_option_list& list, uint32_t count, char** words) {
     }
     kxtool_exit(1);
   }
-  if (ctx.device.access_mode == KXTOOL_ACCESS_BDF) {
-    mailbox_open(&ctx);
-  } else if (ctx.device.access_mode == KXTOOL_ACCESS_NIC) {
-    driver_open(&ctx);
+  if (ctx.device.wire != nullptr && !ctx.device.wire->open(&ctx.device)) {
+    kxtool_exit(1);
   }
   kxtool_exit(option.handler(&ctx));
 }

@@ -49,9 +49,7 @@ void report_failure(const kx_shared_file& file, const char* path) {
 int kxtool_flock_lock(const kxtool_device& device) {
   char name[32];
   char path[64];
-  // An address has one text, however it was typed.
-  snprintf(name, sizeof name, "kxts_lock_%.*s", LOCK_NAME_CHARS,
-           device.access_mode == KXTOOL_ACCESS_BDF ? device.sbdf_text : device.name);
+  snprintf(name, sizeof name, "kxts_lock_%.*s", LOCK_NAME_CHARS, device.wire->name(device));
   snprintf(path, sizeof path, "%s/%s", KXTS_LOCK_PATH, name);
   for (;;) {
     kx_shared_file file = kx_shared_file_open(KXTS_LOCK_PATH, name, O_RDWR | O_CREAT, FOLDER_MODE, LOCK_MODE);

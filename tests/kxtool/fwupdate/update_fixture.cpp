@@ -71,6 +71,7 @@ int32_t Update::send(kxtool_device*, const void* payload, uint16_t length, void*
 
 Update::outcome Update::drive(fw_update* update) {
   kxtool_device device;
+  device.wire = &kxtool_mailbox_wire;
   device.os_type = os_type_;
   update->device = &device;
   update->send = send;

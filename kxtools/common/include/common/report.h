@@ -25,6 +25,8 @@ inline constexpr kx_line_style KX_STYLE_MSG_CHAN_DEBUG{"msg_chan_debug: ", "", "
 #define KX_LINE(style, ...) kx_line_print(style, __func__, __LINE__, __VA_ARGS__)
 #define KXTOOLS_ERR(...) KX_LINE(KX_STYLE_KXTOOLS_ERR, __VA_ARGS__)
 #define KXTOOLS_INFO(...) KX_LINE(KX_STYLE_KXTOOLS_INFO, __VA_ARGS__)
+// Of a helper that is a part of `caller` and reports under its name.
+#define KXTOOLS_ERR_OF(caller, ...) kx_line_print(KX_STYLE_KXTOOLS_ERR, caller, __LINE__, __VA_ARGS__)
 #define MTS_ERR(...) KX_LINE(KX_STYLE_MTS_ERR, __VA_ARGS__)
 #define MSG_CHAN_ERR(...) KX_LINE(KX_STYLE_MSG_CHAN_ERR, __VA_ARGS__)
 #define MSG_CHAN_DEBUG(...) KX_LINE(KX_STYLE_MSG_CHAN_DEBUG, __VA_ARGS__)

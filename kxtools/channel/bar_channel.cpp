@@ -62,7 +62,41 @@ int32_t kxtool_bc_rx_cb_regist(uint32_t event_id, bar_msg_recv_func callback) {
   return ret;
 }
 
+const char* mailbox_name(const kxtool_device& device) {
+  return device.sbdf_text;
+}
+
+int32_t mailbox_find(const char* word, uint32_t* sbdf) {
+  return pcie_sbdf_parse(sbdf, word);
+}
+
+bool mailbox_open(kxtool_device* device) {
+  const int32_t ret = kxtool_bc_init(device);
+  if (ret != 0) {
+    KXTOOLS_ERR("\r****Bar channel initialization has failed ret=%d****\n", ret);
+  }
+  return ret == 0;
+}
+
+int32_t mailbox_send(kxtool_device* device, tools_msg* msg) {
+  return kxtool_barch_send_sync(device, msg->event_id, tarn_tools_msg_payload(msg), msg->payload_len, msg->reply,
+                                &msg->reply_len);
+}
+
+void mailbox_close(kxtool_device* device) {
+  tarn_bc_exit(device);
+}
+
 }  // namespace
+
+constinit const kxtool_wire kxtool_mailbox_wire = {
+    .by_address = true,
+    .name = mailbox_name,
+    .find = mailbox_find,
+    .open = mailbox_open,
+    .send = mailbox_send,
+    .close = mailbox_close,
+};
 
 int32_t kxtool_bc_init(kxtool_device* device) {
   if (bar_map(device) != 0) {

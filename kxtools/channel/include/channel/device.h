@@ -27,12 +27,33 @@ struct kxtool_ifreq {
 };
 static_assert(sizeof(kxtool_ifreq) == 40 && offsetof(kxtool_ifreq, data) == 16);
 
+struct kxtool_device;
+struct tools_msg;
+
+/// A way to the card. What differs between the two of them stands here and nowhere else.
+struct kxtool_wire {
+  /// The device word is an address, and the way is the card's only one: it serves one command at a time.
+  bool by_address;
+  /// What the way is called: the interface's name, or the function's address in its one text, however it was typed.
+  const char* (*name)(const kxtool_device& device);
+  /// Finds the PCI address of the device word. Returns 0, or -1 with a message.
+  int32_t (*find)(const char* word, uint32_t* sbdf);
+  /// Opens the way and makes the first exchange with the card's processor. False with a message.
+  bool (*open)(kxtool_device* device);
+  /// Sends a request of any event and waits for its reply; counts it. Returns as tarn_tools_send_msg.
+  int32_t (*send)(kxtool_device* device, tools_msg* msg);
+  /// Ends the receiver of notices and gives back what was opened; harmless without a channel.
+  void (*close)(kxtool_device* device);
+};
+extern const kxtool_wire kxtool_driver_wire;   ///< the kernel driver's ioctl and netlink (driver.h)
+extern const kxtool_wire kxtool_mailbox_wire;  ///< the mailbox in BAR 0 (bar_channel.h)
+
 /// One in a process; lives in the command state. The command's thread fills it before the receive thread starts; later
 /// only tarn_bc_exit changes it, under the receive thread's lock.
 struct kxtool_device {
-  kxtool_access_mode access_mode = KXTOOL_ACCESS_NONE;
-  const char* name = nullptr;  ///< the device word
-  char sbdf_text[13] = {};     ///< PCI address of the function, in both modes
+  const kxtool_wire* wire = nullptr;  ///< null for a command without a device
+  const char* name = nullptr;         ///< the device word
+  char sbdf_text[13] = {};            ///< PCI address of the function, in both modes
   uint32_t sbdf = 0xFFFFFFFF;
   uint32_t os_type = 0;  ///< what the card's processor runs, told by it when the channel came up
 

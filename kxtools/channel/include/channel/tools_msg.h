@@ -81,9 +81,9 @@ inline uint8_t* tarn_tools_msg_payload(tools_msg* msg) {
   return reinterpret_cast<uint8_t*>(msg) + sizeof(tools_msg);
 }
 
-/// Sends a request and waits for its reply: by the driver for an interface name, else by the mailbox as event 39. The
-/// reply is in the message's reply buffer. Returns 0, 1 with a message for a failed ioctl, or the driver's
-/// channel result, time-outs with a message. In the mailbox a failed exchange ends the process.
+/// Sends a request on the device's wire and waits for its reply, which is in the message's reply buffer. Returns 0, 1
+/// with a message for a failed ioctl, or the driver's channel result, time-outs with a message. In the mailbox a failed
+/// exchange ends the process.
 int32_t tarn_tools_send_msg(kxtool_device* device, tools_msg* msg);
 
 /// Issues the private ioctl with `data` as the request block's pointer. Returns the system call's result. For the

@@ -1,15 +1,18 @@
 #include "channel/driver.h"
 
 #include <linux/netlink.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
+#include "channel/event.h"
 #include "channel/tools_msg.h"
 #include "common/report.h"
 #include "common/wait.h"
+#include "device/address.h"
 
 namespace {
 
@@ -24,6 +27,8 @@ struct kxtool_drv_compat {
 static_assert(sizeof(kxtool_drv_compat) == 8);
 
 constexpr kxtool_drv_compat TOOL_COMPAT = {};
+
+constexpr unsigned long KX_IOCTL_REQUEST = 0x89FD;  // SIOCDEVPRIVATE + 13
 
 constexpr kx_wait_limit REGISTER_LIMIT = {.step_us = 10000, .looks = 100};
 
@@ -51,7 +56,72 @@ int32_t driver_compat_check(const kxtool_drv_compat& driver) {
   return 0;
 }
 
+int32_t send_by_driver(kxtool_device* device, tools_msg* msg, kxtool_msg_status* status) {
+  msg->msg_type = KXTOOL_MSG_CARD_REQUEST;
+  msg->status = status;
+  msg->event_pid = device->event_pid;
+  const int ret = kx_send_ioctl(device, msg);
+  if (ret < 0) {
+    KXTOOLS_ERR("ioctl error,ret=%d!\n", ret);
+    return 1;
+  }
+  if (status->flag != 1) {
+    KXTOOLS_ERR("the user message ioctl to kernel failed!\n");
+    return 1;
+  }
+  if (status->channel_result == KXTOOL_CHANNEL_TIMEOUT_BAR || status->channel_result == KXTOOL_CHANNEL_TIMEOUT_VQ) {
+    KXTOOLS_ERR("BAR MSG OR VQ MSG ERR: time out, bar_or_vq_chan_ret = %d!\n", status->channel_result);
+  }
+  return status->channel_result;
+}
+
+int32_t driver_send(kxtool_device* device, tools_msg* msg) {
+  kxtool_stats.tx_req.fetch_add(1, std::memory_order_relaxed);
+  kxtool_msg_status status = {};
+  const uint16_t reply_capacity = msg->reply_len;
+  const int32_t result = send_by_driver(device, msg, &status);
+  msg->status = nullptr;
+  // Callers take what stands here for the bytes that they may read.
+  if (msg->reply_len > reply_capacity) {
+    msg->reply_len = reply_capacity;
+  }
+  return result;
+}
+
+const char* driver_name(const kxtool_device& device) {
+  return device.name;
+}
+
+bool driver_open(kxtool_device* device) {
+  int32_t ret = tarn_tools_socket_init(device, false);
+  if (ret != 0) {
+    KXTOOLS_ERR("tarn_tools_socket_init failed, ret=%d!\n", ret);
+    return false;
+  }
+  device->event_pid = static_cast<uint32_t>(getpid());
+  ret = tarn_tools_event_info_register(device);
+  if (ret != 0) {
+    KXTOOLS_ERR("tarn_tools_event_info_register failed, ret=%d!\n", ret);
+    return false;
+  }
+  return tarn_tools_netlink_start(device) == 0;
+}
+
 }  // namespace
+
+constinit const kxtool_wire kxtool_driver_wire = {
+    .by_address = false,
+    .name = driver_name,
+    .find = kxtools_dev_name2bdf,
+    .open = driver_open,
+    .send = driver_send,
+    .close = tarn_tools_driver_close,
+};
+
+int kx_send_ioctl(kxtool_device* device, void* data) {
+  device->ifreq.data = data;
+  return ioctl(device->ioctl_socket.get(), KX_IOCTL_REQUEST, &device->ifreq);
+}
 
 int32_t kxtool_drv_version_check(kxtool_device* device) {
   if (device == nullptr) {
