@@ -40,6 +40,19 @@ guarded_region* region_of(uintptr_t address) {
   return nullptr;
 }
 
+struct page_range {
+  void* base;
+  size_t size;
+};
+
+// A BAR smaller than a page lies anywhere in one.
+page_range pages_of(uintptr_t base, size_t size) {
+  const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+  const uintptr_t first = base - base % page;
+  const uintptr_t end = (base + size + page - 1) / page * page;
+  return {reinterpret_cast<void*>(first), end - first};  // NOLINT(performance-no-int-to-ptr)
+}
+
 // Puts a page of ones in the place of one that is gone, in one step: no other thread sees it half made.
 bool page_replace(uintptr_t address) {
   void* const fresh = mmap(nullptr, page_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -120,6 +133,12 @@ void kx_device_memory_release(volatile void* base) {
   }
 }
 
+int kx_device_memory_unmap(volatile void* base, size_t size) {
+  kx_device_memory_release(base);
+  const auto [place, whole] = pages_of(reinterpret_cast<uintptr_t>(base), size);
+  return munmap(place, whole);
+}
+
 bool kx_device_memory_is_lost(const volatile void* address) {
   const guarded_region* region = region_of(reinterpret_cast<uintptr_t>(address));
   return region != nullptr && region->lost;
@@ -135,8 +154,8 @@ void kx_device_memory_rearm() {
     }
     // A mapping of an empty file: every access to it faults.
     const int fd = memfd_create("kxtool", MFD_CLOEXEC);
-    void* const place = reinterpret_cast<void*>(region.base.load());  // NOLINT(performance-no-int-to-ptr)
-    if (fd >= 0 && mmap(place, region.size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_FIXED, fd, 0) != MAP_FAILED) {
+    const auto [place, size] = pages_of(region.base, region.size);
+    if (fd >= 0 && mmap(place, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_FIXED, fd, 0) != MAP_FAILED) {
       region.lost = false;
     }
     if (fd >= 0) {
@@ -151,8 +170,7 @@ kx_device_mapping::kx_device_mapping(void* data, size_t size, const char* name) 
 
 void kx_device_mapping::reset(void* data, size_t size, const char* name) {
   if (data_ != nullptr) {
-    kx_device_memory_release(data_);
-    munmap(data_, size_);
+    kx_device_memory_unmap(data_, size_);
   }
   data_ = data;
   size_ = size;

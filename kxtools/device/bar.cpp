@@ -1,6 +1,6 @@
 #include "device/bar.h"
 
-#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -56,12 +56,17 @@ int32_t kxtools_dev_mmap(const char* sbdf_text, volatile uint8_t** address, uint
   }
   char path[64];
   bar_path(sbdf_text, path);
-  return mapping_take(sbdf_text, path, kxtools_bar_map(path, 0, length, true), length, address);
+  kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;
+  uint64_t bar_address = 0;
+  if (access(path, F_OK) == 0 && kxtools_sbdf_read(sbdf_text, &sbdf) &&
+      get_bar_addr_from_sys_ext(sbdf, BAR_INDEX, &bar_address) != 0) {
+    return -1;
+  }
+  return mapping_take(sbdf_text, path, kxtools_bar_map(path, bar_address, 0, length, true), length, address);
 }
 
 int32_t kxtools_dev_unmmap(volatile uint8_t* address, uint64_t length) {
-  kx_device_memory_release(address);
-  return munmap(const_cast<uint8_t*>(address), length);
+  return kx_device_memory_unmap(address, length);
 }
 
 int32_t kxtools_dev_info_set(kxtools_sbdf sbdf, kxtools_dev_info* info, kxtools_bar_use use) {
@@ -79,7 +84,8 @@ int32_t kxtools_dev_info_set(kxtools_sbdf sbdf, kxtools_dev_info* info, kxtools_
   fresh.bar_size = std::min(fresh.bar_size, KXTOOLS_BAR_SIZE_MAX);
   char path[64];
   bar_path(fresh.sbdf, path);
-  const kxtools_bar_mapping mapping = kxtools_bar_map(path, 0, fresh.bar_size, use != kxtools_bar_use::look);
+  const kxtools_bar_mapping mapping =
+      kxtools_bar_map(path, fresh.bar_addr, 0, fresh.bar_size, use != kxtools_bar_use::look);
   if (use == kxtools_bar_use::record && kxtools_bar_is_kept(fresh.sbdf, mapping)) {
     kxtools_bar_kept_tell(fresh.sbdf, mapping);
   } else if (mapping_take(fresh.sbdf, path, mapping, fresh.bar_size, &fresh.bar_vaddr) != 0) {

@@ -43,7 +43,8 @@ void reason_get(const char* sbdf_text, int error, char (&reason)[256]) {
 
 }  // namespace
 
-kxtools_bar_mapping kxtools_bar_map(const char* path, uint64_t start, uint64_t length, bool write) {
+kxtools_bar_mapping kxtools_bar_map(const char* path, uint64_t bar_address, uint64_t start, uint64_t length,
+                                    bool write) {
   const kx_unique_fd fd(open(path, (write ? O_RDWR : O_RDONLY) | O_CLOEXEC));
   struct stat info = {};
   if (!fd || fstat(fd.get(), &info) != 0) {
@@ -53,12 +54,16 @@ kxtools_bar_mapping kxtools_bar_map(const char* path, uint64_t start, uint64_t l
   if (static_cast<uint64_t>(info.st_size) < start + length) {
     return {kxtools_bar_step::length, 0, nullptr};
   }
-  void* data = mmap(nullptr, length, write ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED, fd.get(),
-                    static_cast<off_t>(start));
+  // The kernel maps whole pages, the first of them from where the page of the BAR's start begins.
+  const auto page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+  const uint64_t first = bar_address % page + start;
+  const uint64_t in_page = first % page;
+  void* data = mmap(nullptr, in_page + length, write ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED, fd.get(),
+                    static_cast<off_t>(first - in_page));
   if (data == MAP_FAILED || data == nullptr) {
     return {kxtools_bar_step::map, errno, nullptr};
   }
-  return {kxtools_bar_step::mapped, 0, static_cast<volatile uint8_t*>(data)};
+  return {kxtools_bar_step::mapped, 0, static_cast<volatile uint8_t*>(data) + in_page};
 }
 
 bool kxtools_bar_is_kept(const char* sbdf_text, const kxtools_bar_mapping& refused) {

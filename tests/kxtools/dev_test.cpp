@@ -1,13 +1,17 @@
 // Devices: addresses, what the kernel's files say, and the user's choice.
 #include "device/address.h"
+#include "device/bar.h"
 #include "device/function.h"
 #include "device/interfaces.h"
 #include "device/sysfs.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 
 #include "../temp_folder.h"
@@ -18,6 +22,40 @@ namespace {
 
 constexpr char BAD_FORMAT[] = "Bind failed, Please input SBDF: xxxx:xx:xx.x!\n";
 constexpr char BAD_FUNCTION[] = "Max kx function is 7, Please check your sbdf!\n";
+
+TEST(Bar, IsMappedAtItsOwnFirstByteWhereverItLiesInAPage) {
+  const auto page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+  const temp_folder folder;
+  const std::string path = folder / "resource0";
+  std::ofstream file(path, std::ios::binary);
+  for (uint32_t at = 0; at < 3 * page; at += sizeof at) {
+    file.write(reinterpret_cast<const char*>(&at), sizeof at);
+  }
+  file.close();
+  const struct {
+    uint64_t bar_address;
+    uint64_t start;
+    uint64_t length;
+    uint64_t in_file;
+  } cases[] = {
+      {0xf0000000, 0, 3 * page, 0},
+      {0xf0000000, page + 8, 16, page + 8},
+      {0xf0000000, page - 4, 8, page - 4},
+      {0xf0000000 + page / 2, 0, page / 4, page / 2},
+      {0xf0000000 + page / 4, 16, 64, page / 4 + 16},
+  };
+  for (const auto& c : cases) {
+    const kxtools_bar_mapping mapping = kxtools_bar_map(path.c_str(), c.bar_address, c.start, c.length, false);
+    ASSERT_EQ(mapping.step, kxtools_bar_step::mapped) << c.in_file;
+    const kx_mmio_region region = {mapping.address, c.length};
+    EXPECT_EQ(kx_mmio_read32(region, 0), c.in_file);
+    EXPECT_EQ(kx_mmio_read32(region, c.length - 4), c.in_file + c.length - 4);
+    EXPECT_EQ(kxtools_dev_unmmap(mapping.address, c.length), 0) << c.in_file;
+    EXPECT_EQ(
+        msync(reinterpret_cast<void*>(reinterpret_cast<uintptr_t>(mapping.address) / page * page), page, MS_ASYNC), -1)
+        << "still mapped";
+  }
+}
 
 TEST(PciAddress, ReadsTheTextForm) {
   const struct {

@@ -15,7 +15,6 @@ namespace vcard {
 
 namespace {
 
-constexpr uint64_t frame_bytes = 4096;
 constexpr uint64_t huge_page_bytes = uint64_t{2} << 20;
 constexpr uint64_t present_bit = uint64_t{1} << 63;
 constexpr uint64_t frame_mask = (uint64_t{1} << 55) - 1;
@@ -54,6 +53,7 @@ uint64_t bus_of(pid_t pid, uint64_t address) {
   if (pagemap < 0) {
     return 0;
   }
+  const auto frame_bytes = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
   uint64_t entry = 0;
   const auto at = static_cast<off_t>(address / frame_bytes * sizeof entry);
   const bool known = pread(pagemap, &entry, sizeof entry, at) == sizeof entry && (entry & present_bit) != 0;

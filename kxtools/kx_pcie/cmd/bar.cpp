@@ -1,7 +1,5 @@
 #include "bar.h"
 
-#include <unistd.h>
-
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
@@ -61,10 +59,7 @@ bool kxpcie_bar_window::open(kxpcie_target& target, uint32_t index, uint64_t off
   char function[13];
   kxtools_sbdf_text(target.sbdf(), function);
   const std::string path = kxtools_function_path(target.sbdf(), "resource") + std::to_string(index);
-  const uint64_t page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
-  const uint64_t start = offset - offset % page;
-  const size_t size = static_cast<size_t>(offset + length - start);
-  const kxtools_bar_mapping mapping = kxtools_bar_map(path.c_str(), start, size, write);
+  const kxtools_bar_mapping mapping = kxtools_bar_map(path.c_str(), bar.address, offset, length, write);
   switch (mapping.step) {
     case kxtools_bar_step::mapped:
       break;
@@ -82,7 +77,7 @@ bool kxpcie_bar_window::open(kxpcie_target& target, uint32_t index, uint64_t off
   }
   char name[32];
   snprintf(name, sizeof name, "%s BAR %u", function, index);
-  mapping_.reset(const_cast<uint8_t*>(mapping.address), size, name);
-  region_ = {mapping.address + (offset - start), length};
+  mapping_.reset(const_cast<uint8_t*>(mapping.address), length, name);
+  region_ = {mapping.address, length};
   return true;
 }

@@ -10,13 +10,17 @@
 /// How many guarded regions were found taken away since the last kx_device_memory_rearm.
 extern std::atomic<uint32_t> kx_device_memory_losses;
 
-/// Guards `size` bytes of mapped device memory at `base`, both multiples of a page. From now on an access to a page
-/// that was taken away reads all ones and what is written stays in this process; the first one says so on standard
-/// error, by `name` (copied). Any thread may access; one thread guards and releases.
+/// Guards `size` bytes of mapped device memory at `base`, which may begin and end within a page. From now on an access
+/// to a page that was taken away reads all ones and what is written stays in this process; the first one says so on
+/// standard error, by `name` (copied). Any thread may access; one thread guards and releases.
 void kx_device_memory_guard(volatile void* base, size_t size, const char* name);
 
 /// Ends the guarding, before the memory is unmapped. Harmless for memory that is not guarded.
 void kx_device_memory_release(volatile void* base);
+
+/// Ends the guarding, if any, and unmaps every page that holds one of the `size` bytes at `base`. Returns what munmap
+/// does.
+int kx_device_memory_unmap(volatile void* base, size_t size);
 
 /// True when `address` lies in guarded memory that was found taken away.
 bool kx_device_memory_is_lost(const volatile void* address);

@@ -39,11 +39,13 @@ enum class kxtools_bar_step : uint8_t { mapped, open, length, map };
 struct kxtools_bar_mapping {
   kxtools_bar_step step;      ///< what failed, or mapped
   int error;                  ///< errno of it
-  volatile uint8_t* address;  ///< null unless mapped
+  volatile uint8_t* address;  ///< of the first byte asked for; null unless mapped
 };
 
-/// Maps `length` bytes from `start` on, a multiple of the page, of the BAR's file at `path`, without a word.
-kxtools_bar_mapping kxtools_bar_map(const char* path, uint64_t start, uint64_t length, bool write);
+/// Maps the pages that hold `length` bytes from byte `start` on of the BAR whose file is `path` and whose physical
+/// start is `bar_address`, without a word. kxtools_dev_unmmap of the same bytes unmaps them.
+kxtools_bar_mapping kxtools_bar_map(const char* path, uint64_t bar_address, uint64_t start, uint64_t length,
+                                    bool write);
 /// Says on standard error why the kernel refused to open or map the file `path` of a BAR, and what helps.
 void kxtools_bar_refusal_tell(const char* sbdf_text, const char* path, int error);
 

@@ -154,13 +154,12 @@ bool items_restore(dpp_route_table* table, uint32_t item_num, saved_bytes* bytes
 }
 
 bool table_restore(dpp_route_table* table, const store_head& head, saved_bytes* bytes) {
-  if (head.trie_size > bytes->size() ||
-      chw_lpm_trie_recovery(&table->lpm.trie, bytes->data(), head.trie_size) != QLIX_COMM_OK) {
+  if (chw_lpm_trie_recovery(&table->lpm.trie, bytes->data(), head.trie_size) != QLIX_COMM_OK) {
     return false;
   }
   *bytes = bytes->subspan(head.trie_size);
   table->lpm.level = head.level;
-  return head.item_num <= bytes->size() / sizeof(store_item) && items_restore(table, head.item_num, bytes);
+  return items_restore(table, head.item_num, bytes);
 }
 
 }  // namespace
@@ -222,8 +221,10 @@ uint32_t dpp_route_recovery(const uint8_t* blob, size_t size, const dpp_se_write
   saved_bytes bytes(blob, size);
   store_head head;
   dpp_route_table* made = nullptr;
-  if (!take(&bytes, &head, sizeof(head)) || route_table_make(&head.cfg, writer, &made) != QLIX_COMM_OK ||
-      !table_restore(made, head, &bytes)) {
+  // A table is made, and its chains cleared, only for bytes that have the lengths they claim.
+  if (!take(&bytes, &head, sizeof(head)) || head.trie_size > bytes.size() ||
+      head.item_num > (bytes.size() - head.trie_size) / sizeof(store_item) ||
+      route_table_make(&head.cfg, writer, &made) != QLIX_COMM_OK || !table_restore(made, head, &bytes)) {
     QLIX_COMM_TRACE_ERROR("ErrorCode[0x%x]: %zu bytes are no saved route table\n", DPP_ROUTE_RC_STORE, size);
     dpp_route_destroy(made);
     return DPP_ROUTE_RC_STORE;
