@@ -99,18 +99,12 @@ void usage_print(std::string_view usage) {
   }
 }
 
-// A command whose entry carries no usage.
+// A command whose entry carries no usage in its help.
 void single_print(const char* name) {
   printf(".SS \"");
   text_print(name);
   printf("\"\n");
-  if (const char* usage = kxtool_command_usage(name); usage != nullptr) {
-    usage_print(usage);
-    return;
-  }
-  printf("Not in this build. In its place: ");
-  text_print(kxtool_command_instead(name));
-  putchar('\n');
+  usage_print(kxtool_command_usage(name));
 }
 
 // Rows with the same usage are names of one command and stand under one heading.

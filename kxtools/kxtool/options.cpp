@@ -15,7 +15,7 @@
 
 namespace {
 
-#include "usage.inc"
+#include "absent.inc"
 
 constexpr bool NO_DEVICE = true;
 constexpr bool DEVICE = false;
@@ -46,43 +46,46 @@ struct command_row {
   const char* usage;
   const char* instead = nullptr;  // of a command that is not in this build
   kxtool_option_handler words_check = nullptr;
+  const char* usage_aside = nullptr;  // of a command whose usage is not shown by the table
 };
 
 constexpr command_row ROWS[] = {
-    {"-h|--help", gate::open, EVERYONE, NO_DEVICE, NIC, SHARED, kxtool_show_help, USAGE_HELP},
-    {"-v|--version", gate::open, EVERYONE, NO_DEVICE, NIC, SHARED, kxtool_show_version, USAGE_VERSION},
+    {"-h|--help", gate::open, EVERYONE, NO_DEVICE, NIC, SHARED, kxtool_show_help, kxtool_help_usage},
+    {"-v|--version", gate::open, EVERYONE, NO_DEVICE, NIC, SHARED, kxtool_show_version, kxtool_version_usage},
     {"bl1", gate::record, SUPER_USER, DEVICE, BDF, ALONE, nullptr, USAGE_BL1, INSTEAD_BL1},
-    {"-f|-fw|fwupdate", gate::record, EVERYONE, DEVICE, BDF, ALONE, kxtool_fw_main, USAGE_FWUPDATE, nullptr,
+    {"-f|-fw|fwupdate", gate::record, EVERYONE, DEVICE, BDF, ALONE, kxtool_fw_main, kxtool_fw_usage, nullptr,
      kxtool_fw_words_check},
     {"repair", gate::open, EVERYONE, NO_DEVICE, NIC, SHARED, nullptr, USAGE_REPAIR, INSTEAD_REPAIR},
     {"fget|log", gate::record, EVERYONE, DEVICE, NIC, SHARED, nullptr, USAGE_LOG, INSTEAD_LOG},
-    {"diag", gate::record, EVERYONE, DEVICE, NIC, SHARED, kxtool_diag, USAGE_DIAG},
-    {"stat", gate::record, EVERYONE, DEVICE, NIC, SHARED, kxtool_stat, USAGE_STAT},
-    {"regsdump", gate::record, SUPER_USER, DEVICE, NIC, SHARED, kxtool_regsdump, USAGE_REGSDUMP},
-    {"regsmem|devmem", gate::record, SUPER_USER, DEVICE, NIC, SHARED, kxtool_devmem, USAGE_DEVMEM},
-    {"hwread", gate::record, EVERYONE, DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_HWREAD},
+    {"diag", gate::record, EVERYONE, DEVICE, NIC, SHARED, kxtool_diag, kxtool_diag_usage},
+    {"stat", gate::record, EVERYONE, DEVICE, NIC, SHARED, kxtool_stat, kxtool_stat_usage},
+    {"regsdump", gate::record, SUPER_USER, DEVICE, NIC, SHARED, kxtool_regsdump, kxtool_regsdump_usage},
+    {"regsmem|devmem", gate::record, SUPER_USER, DEVICE, NIC, SHARED, kxtool_devmem, kxtool_devmem_usage},
+    {"hwread", gate::record, EVERYONE, DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_HWREAD, nullptr, USAGE_HWREAD},
     {"eeupdate", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_EEUPDATE, INSTEAD_EEUPDATE},
-    {"mac_info", gate::query, EVERYONE, DEVICE, NIC, SHARED, kxtool_mac_addr_get, USAGE_MAC_INFO},
-    {"reset", gate::record, SUPER_USER, DEVICE, NIC, ALONE, nullptr, nullptr, INSTEAD_RESET},
+    {"mac_info", gate::query, EVERYONE, DEVICE, NIC, SHARED, kxtool_mac_addr_get, kxtool_mac_info_usage},
+    {"reset", gate::record, SUPER_USER, DEVICE, NIC, ALONE, nullptr, nullptr, INSTEAD_RESET, nullptr, USAGE_RESET},
     {"fput", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_FPUT, INSTEAD_FPUT},
-    {"einj", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_EINJ},
-    {"rm_ras_log", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_RM_RAS_LOG},
+    {"einj", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_EINJ, nullptr, USAGE_EINJ},
+    {"rm_ras_log", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_RM_RAS_LOG, nullptr,
+     USAGE_RM_RAS_LOG},
     {"shell", gate::none, EVERYONE, DEVICE, NIC, SHARED, nullptr, USAGE_SHELL, INSTEAD_SHELL},
-    {"link", gate::query, EVERYONE, DEVICE, NIC, SHARED, kxtool_link, USAGE_LINK},
-    {"prt_rv_bb", gate::record, SUPER_USER, NO_DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_PRT_RV_BB},
+    {"link", gate::query, EVERYONE, DEVICE, NIC, SHARED, kxtool_link, kxtool_link_usage},
+    {"prt_rv_bb", gate::record, SUPER_USER, NO_DEVICE, NIC, SHARED, nullptr, nullptr, INSTEAD_PRT_RV_BB, nullptr,
+     USAGE_PRT_RV_BB},
     {"show_os_status", gate::record, EVERYONE, NO_DEVICE, NIC, SHARED, nullptr, USAGE_SHOW_OS_STATUS,
      INSTEAD_SHOW_OS_STATUS},
     {"flash", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_FLASH, INSTEAD_FLASH},
-    {"set_vf_status", gate::record, EVERYONE, DEVICE, NIC, SHARED, kxtool_set_vf_status, USAGE_SET_VF_STATUS},
-    {"sn_info", gate::query, EVERYONE, DEVICE, NIC, SHARED, kxtool_sn_get, USAGE_SN_INFO},
+    {"set_vf_status", gate::record, EVERYONE, DEVICE, NIC, SHARED, kxtool_set_vf_status, kxtool_set_vf_status_usage},
+    {"sn_info", gate::query, EVERYONE, DEVICE, NIC, SHARED, kxtool_sn_get, kxtool_sn_info_usage},
     {"nvme", gate::record, EVERYONE, DEVICE, NIC, SHARED, nullptr, USAGE_NVME, INSTEAD_NVME},
-    {"temp_info", gate::query, EVERYONE, DEVICE, NIC, SHARED, kxtool_temp_get, USAGE_TEMP_INFO},
+    {"temp_info", gate::query, EVERYONE, DEVICE, NIC, SHARED, kxtool_temp_get, kxtool_temp_info_usage},
     {"rdmacfg", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_RDMACFG, INSTEAD_RDMACFG},
     {"bar_test", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_BAR_TEST, INSTEAD_BAR_TEST},
     {"hw_test", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_HW_TEST, INSTEAD_HW_TEST},
     {"pkt_capture", gate::record, EVERYONE, DEVICE, NIC, SHARED, nullptr, USAGE_PKT_CAPTURE, INSTEAD_PKT_CAPTURE},
     {"mcode", gate::record, SUPER_USER, DEVICE, NIC, SHARED, nullptr, USAGE_MCODE, INSTEAD_MCODE},
-    {"dump_eth_info", gate::open, EVERYONE, NO_DEVICE, NIC, SHARED, kxtool_dump_eth_info, USAGE_DUMP_ETH_INFO},
+    {"dump_eth_info", gate::open, EVERYONE, NO_DEVICE, NIC, SHARED, kxtool_dump_eth_info, kxtool_dump_eth_info_usage},
     {"set_vf_mac", gate::record, EVERYONE, DEVICE, NIC, SHARED, nullptr, USAGE_SET_VF_MAC, INSTEAD_SET_VF_MAC},
     {"sw_stat", gate::record, EVERYONE, DEVICE, NIC, SHARED, nullptr, USAGE_SW_STAT, INSTEAD_SW_STAT},
 };
@@ -113,11 +116,11 @@ constexpr std::array<char, NAMES_SIZE> NAMES = [] {
 
 constinit const std::array<kxtool_option, KXTOOL_OPTION_NUM> kxtool_option_table = [] {
   std::array<kxtool_option, KXTOOL_OPTION_NUM> table = {};
-  table[0] = {nullptr, NO_DEVICE, NIC, SHARED, nullptr, USAGE_GENERAL};
+  table[0] = {nullptr, NO_DEVICE, NIC, SHARED, nullptr, kxtool_general_usage};
   for (size_t i = 0; i < ROW_NUM; ++i) {
     const command_row& row = ROWS[i];
-    table[i + 1] = {row.names,   row.no_device, row.by_bdf,  row.card_alone,
-                    row.handler, row.usage,     row.instead, row.words_check};
+    table[i + 1] = {row.names, row.no_device, row.by_bdf,      row.card_alone, row.handler,
+                    row.usage, row.instead,   row.words_check, row.usage_aside};
   }
   return table;
 }();
@@ -157,7 +160,12 @@ const char* kxtool_args_help(const char* word) {
 }
 
 const char* kxtool_command_usage(const char* name) {
-  return strcmp(name, "bind") == 0 ? kxtool_bind_usage : kxtool_args_help(name);
+  const int32_t index = kxtool_option_index_get(KXTOOL_OPTIONS, name);
+  if (index < 0) {
+    return strcmp(name, "bind") == 0 ? kxtool_bind_usage : nullptr;
+  }
+  const kxtool_option& row = kxtool_option_table[index];
+  return row.usage != nullptr ? row.usage : row.usage_aside;
 }
 
 const char* kxtool_command_instead(const char* name) {
@@ -166,9 +174,10 @@ const char* kxtool_command_instead(const char* name) {
 }
 
 void kxtool_usage_print(const kxtools_cmd_entry& entry) {
-  const char* usage = kxtool_command_usage(entry.name);
-  kx_print("%s\n", usage != nullptr ? usage : kxtool_option_table[0].usage);
-  if (const char* instead = kxtool_command_instead(entry.name); usage == nullptr && instead != nullptr) {
-    kx_error_print("kxtool: '%s' is not in this build. In its place: %s\n", entry.name, instead);
+  const int32_t index = kxtool_option_index_get(KXTOOL_OPTIONS, entry.name);
+  if (index < 0) {
+    kx_print("%s\n", kxtool_bind_usage);
+  } else {
+    kxtool_opts_show_usage(KXTOOL_OPTIONS, kxtool_option_table[index]);
   }
 }

@@ -107,6 +107,37 @@ int kxtool_fw_words_check(kxtool_cmd_ctx* ctx) {
   return status;
 }
 
+const char kxtool_fw_usage[] = R"(    COMMAND:
+        -f|-fw|fwupdate
+    SYNOPSIS:
+        kxtool fwupdate <device> <version package> [--dry-run] [--sha256 <sum>]
+        kxtool fwupdate <device> version|part|flash_cnt
+    DESCRIPTION:
+        Writes a firmware version package into the card's flash: a package of one partition into the
+        partition that does not run, a package of the whole flash into both. The new firmware runs after
+        the next reset of the card. What happened is appended to /var/log/kxtool/kxtool_fw_upd.log, plan and
+        result also to the system's log. Do not remove power while the update runs; after Ctrl-C the flash's
+        state is told.
+    OPTIONS:
+        <device>             network interface of the card; at super-user level in the shell also the
+                             PCI address of its function, domain:bus:device.function
+        <version package>    path of the package file
+        --dry-run            show the card, the package, what would be written and what would refuse it, and
+                             write nothing; the exit status is the update's
+        --sha256 <sum>       refuse a file of another SHA-256 before the card hears of it
+        version              show the running firmware version
+        part                 show the partition from which the firmware runs
+        flash_cnt            show the flash and message statistics of the firmware
+    EXIT STATUS:
+        0 updated, 1 wrong words or device, 2 package unreadable or of another SHA-256, 3 board type unknown,
+        4 package is for another board, 5 the card refuses, 6 not permitted, 7 failed, 130 interrupted;
+        by PCI address a failed exchange has its own: 6 no answer in 10 seconds, 12 reply too long,
+        15 reply to another message
+    EXAMPLES:
+        kxtool fwupdate eth0 /root/package.bin --dry-run
+        kxtool fwupdate eth0 /root/package.bin
+        kxtool fwupdate eth0 version)";
+
 int kxtool_fw_main(kxtool_cmd_ctx* ctx) {
   auto* request = static_cast<fw_request*>(ctx->prepared);
   // Lives as long as the process: notices reach it until the end.

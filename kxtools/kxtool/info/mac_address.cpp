@@ -34,6 +34,17 @@ int32_t kxtool_mac_addresses_ask(kxtool_device* device, kxtool_mac_addresses* an
   return ret;
 }
 
+const char kxtool_mac_info_usage[] = R"(    COMMAND:
+        mac_info
+    SYNOPSIS:
+        kxtool mac_info <device> mac_info
+    DESCRIPTION:
+        Shows the MAC addresses that are stored on the card.
+    OPTIONS:
+        <device>    network interface of the card
+    EXAMPLES:
+        kxtool mac_info eth0 mac_info)";
+
 int kxtool_mac_addr_get(kxtool_cmd_ctx* ctx) {
   if (ctx->argc != 1 || strcmp(ctx->argv[0], WORDS[0]) != 0) {
     KX_LINE(STYLE_ERR, "error, the parameter of mac_addr_get should be (kxtool mac_info %s mac_info), please check!\n",

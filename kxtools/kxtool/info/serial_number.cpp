@@ -42,6 +42,17 @@ int32_t kxtool_serial_number_ask(kxtool_device* device, kxtool_serial_number* se
   return 0;
 }
 
+const char kxtool_sn_info_usage[] = R"(    COMMAND:
+        sn_info
+    SYNOPSIS:
+        kxtool sn_info <device> sn_info
+    DESCRIPTION:
+        Shows the serial number of the card, 12 characters.
+    OPTIONS:
+        <device>    network interface of the card
+    EXAMPLES:
+        kxtool sn_info eth0 sn_info)";
+
 int kxtool_sn_get(kxtool_cmd_ctx* ctx) {
   if (ctx->argc != 1 || strcmp(ctx->argv[0], WORDS[0]) != 0) {
     KX_LINE(STYLE_ERR, "error, the parameter of sn_get should be (kxtool sn_info %s sn_info), please check!\n",

@@ -49,6 +49,17 @@ int32_t kxtool_temperature_ask(kxtool_device* device, kxtool_temperature* answer
   return ret;
 }
 
+const char kxtool_temp_info_usage[] = R"(    COMMAND:
+        temp_info
+    SYNOPSIS:
+        (1)kxtool temp_info <device> chip_temp
+    DESCRIPTION:
+        (1)Shows the temperature of the card's chip in degrees Celsius.
+    OPTIONS:
+        <device>    network interface of the card
+    EXAMPLES:
+        kxtool temp_info eth0 chip_temp)";
+
 int kxtool_temp_get(kxtool_cmd_ctx* ctx) {
   if (ctx->argc != 1 || strcmp(ctx->argv[0], WORDS[0]) != 0) {
     KX_LINE(STYLE_ERR, "error, the parameter of temp_get should be (kxtool temp_info %s chip_temp)\n",

@@ -99,6 +99,19 @@ int vf_status_send(kxtool_device* device, const vf_status_set& set) {
 
 }  // namespace
 
+const char kxtool_set_vf_status_usage[] = R"(    COMMAND:
+        set_vf_status
+    SYNOPSIS:
+        kxtool set_vf_status <device> --mode <mode> --status <status>
+    DESCRIPTION:
+        Sets which virtual functions of the card are enabled.
+    OPTIONS:
+        <device>    network interface of the card
+        <mode>      all_vf or vf2_max: which virtual functions are meant
+        <status>    auto, enable or disable
+    EXAMPLES:
+        kxtool set_vf_status eth0 --mode all_vf --status enable)";
+
 int kxtool_set_vf_status(kxtool_cmd_ctx* ctx) {
   for (uint32_t i = 0; i < ctx->argc; ++i) {
     KX_LINE(STYLE_INFO, "argp[%d]: %s\n", static_cast<int>(i), ctx->argv[i]);

@@ -73,6 +73,19 @@ void interface_print(const kxtools_card_interface& interface) {
 
 }  // namespace
 
+const char kxtool_dump_eth_info_usage[] = R"(    COMMAND:
+        dump_eth_info
+    SYNOPSIS:
+        kxtool dump_eth_info
+    DESCRIPTION:
+        Lists the network interfaces of all cards of this host: PCI address, identity, physical or virtual
+        function (silent: it does not answer; unknown: the kernel does not let this user see it), driver, MAC
+        address and state. Nothing on a card is changed.
+    EXIT STATUS:
+        0 listed, 1 no card of this host has an interface
+    EXAMPLES:
+        kxtool dump_eth_info)";
+
 int kxtool_dump_eth_info(kxtool_cmd_ctx* ctx) {
   if (ctx->argc != 0) {
     kx_print("%s\n", ctx->option->usage);

@@ -87,6 +87,21 @@ int module_show(const char* interface) {
 
 }  // namespace
 
+const char kxtool_link_usage[] = R"(    COMMAND:
+        link
+    SYNOPSIS:
+        kxtool link <device> -m
+    DESCRIPTION:
+        Shows the module or cable in the network port behind an interface: kind, maker, part, serial
+        number, temperature, voltage, and light and bias current of each lane.
+    OPTIONS:
+        <device>    network interface of the card
+        -m          the plugged module or cable
+    EXIT STATUS:
+        0 shown, 1 no module, unreadable, or its identity fails its check sums
+    EXAMPLES:
+        kxtool link eth0 -m)";
+
 int kxtool_link(kxtool_cmd_ctx* ctx) {
   static constexpr const char* WORDS[] = {"-m"};
   if (ctx->argc != 1 || strcmp(ctx->argv[0], WORDS[0]) != 0) {

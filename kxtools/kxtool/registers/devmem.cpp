@@ -75,6 +75,33 @@ void unit_explain(const kxtool_cmd_ctx& ctx) {
 
 }  // namespace
 
+const char kxtool_devmem_usage[] = R"(    COMMAND:
+        regsmem|devmem
+    SYNOPSIS:
+        kxtool regsmem|devmem <device> {|vqm||pcie|np|pcsmac} (addr) <baseAddr>
+        kxtool regsmem|devmem <device> {|vqm||pcie|np|pcsmac} (addr) <baseAddr> len <bytes>
+        kxtool regsmem|devmem <device> {|vqm||pcie|np|pcsmac} (addr) <baseAddr> val <value> [--verify]
+    DESCRIPTION:
+        Shows one or more 32-bit words of a unit's register space, or writes one. Reading clears some
+        registers; writing a wrong one can stop the card. Super user.
+    OPTIONS:
+        <device>      network interface of the card
+        vqm           virtio queue engine, from its own registers on: those, what the host sees of it from
+                      0x1000000 on, its data path from 0x5a00000 on
+        pcie          configuration space of the endpoint controllers 0 to 4, 0x1000 bytes each
+        np            network processor
+        pcsmac        network ports, the port block of the network processor
+        <baseAddr>    address in the unit, a multiple of 4; hexadecimal with 0x or decimal, as all numbers
+        <bytes>       how much to show, a multiple of 4, at most 0x10000
+        <value>       32 bits to write
+        --verify      read back what was written; without it nothing is read, because a read may clear
+    EXIT STATUS:
+        0 shown or written, 1 not, or other bits are read back; 130 interrupted
+    EXAMPLES:
+        kxtool devmem eth0 np addr 0x1000
+        kxtool devmem eth0 vqm addr 0x40 len 20
+        kxtool devmem eth0 vqm addr 0x30 val 1 --verify)";
+
 int kxtool_devmem(kxtool_cmd_ctx* ctx) {
   devmem_request request;
   const kxtools_unit* unit = unit_find(ctx->argc > 0 ? ctx->argv[0] : "");

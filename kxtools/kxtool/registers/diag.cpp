@@ -137,9 +137,46 @@ int units_run(kxtool_cmd_ctx* ctx, const pass& what) {
 
 }  // namespace
 
+const char kxtool_diag_usage[] = R"(    COMMAND:
+        diag
+    SYNOPSIS:
+        kxtool diag <device> {all|vqm||pcie|np|pcsmac}
+    DESCRIPTION:
+        Checks the state of the card's units, one line a check, and names the units that are not as they
+        should be. A unit that cannot be read has failed.
+    OPTIONS:
+        <device>    network interface of the card
+        all         every unit
+        vqm         virtio queue engine: errors and alarms
+        pcie        PCIe function: link against its capability, device status, error reporting
+        np          network processor: blocks that are not ready, interrupts of all blocks
+        pcsmac      network ports, from the registers of the port block: interrupts, state, link
+    EXIT STATUS:
+        0 all is well, 1 something is not, or wrong words; 130 interrupted
+    EXAMPLES:
+        kxtool diag eth0 all)";
+
 int kxtool_diag(kxtool_cmd_ctx* ctx) {
   return units_run(ctx, {kxtools_unit_list::checks, check_show});
 }
+
+const char kxtool_stat_usage[] = R"(    COMMAND:
+        stat
+    SYNOPSIS:
+        kxtool stat <device> {all|vqm|np|pcsmac}
+    DESCRIPTION:
+        Shows the counters of the card's units that are not 0. Counters of the network processor's packet
+        path and drop counters of ports begin again at 0 when they have been read.
+    OPTIONS:
+        <device>    network interface of the card
+        all         every unit
+        vqm         virtio queue engine
+        np          network processor
+        pcsmac      network ports, from the registers of the port block: packets, bytes, drops, errors
+    EXIT STATUS:
+        0 shown, 1 a unit cannot be read, or wrong words; 130 interrupted
+    EXAMPLES:
+        kxtool stat eth0 vqm)";
 
 int kxtool_stat(kxtool_cmd_ctx* ctx) {
   return units_run(ctx, {kxtools_unit_list::counters, counter_show});

@@ -69,6 +69,24 @@ int units_write(dump* d) {
 
 }  // namespace
 
+const char kxtool_regsdump_usage[] = R"(    COMMAND:
+        regsdump
+    SYNOPSIS:
+        kxtool regsdump <device> all --file <regsdump result file path>
+    DESCRIPTION:
+        Writes the described registers of the card's units into a file, one register a line: unit, address,
+        value, name. Arrays of more than 64 elements (a register for each queue or virtual function) are left
+        out. Counters that a read clears begin again at 0. The file gets its name when it is complete; a link
+        or a special file is refused. Super user.
+    OPTIONS:
+        <device>    network interface of the card
+        all         every unit
+        --file      where to write
+    EXIT STATUS:
+        0 written, 1 nothing is written, 130 interrupted and nothing is written
+    EXAMPLES:
+        kxtool regsdump eth0 all --file /root/regs.txt)";
+
 int kxtool_regsdump(kxtool_cmd_ctx* ctx) {
   static constexpr const char* WORDS[] = {"all", "--file", nullptr};
   if (ctx->argc != std::size(WORDS) || strcmp(ctx->argv[0], WORDS[0]) != 0 || strcmp(ctx->argv[1], WORDS[1]) != 0) {

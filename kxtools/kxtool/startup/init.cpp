@@ -40,15 +40,6 @@ void process_title_set(const char* name) {
   prctl(PR_SET_NAME, title);
 }
 
-[[noreturn]] void show_usage(const kxtool_option_list& list, const kxtool_option& row) {
-  const char* usage = row.usage != nullptr ? row.usage : list.rows[0].usage;
-  kx_print("%s\n", usage);
-  if (row.usage == nullptr && row.instead != nullptr) {
-    kx_error_print("kxtool: '%s' is not in this build. In its place: %s\n", row.names, row.instead);
-  }
-  kxtool_exit(0);
-}
-
 // Takes the row, the device word and the words after it from the command line; ends the process on bad words.
 void words_take(const kxtool_option_list& list, uint32_t count, char** words, kxtool_cmd_ctx* ctx) {
   if (count < 2) {
@@ -64,7 +55,8 @@ void words_take(const kxtool_option_list& list, uint32_t count, char** words, kx
   ctx->argc = count - 2;
   ctx->argv = words + 2;
   if (ctx->argc == 1 && is_help_word(ctx->argv[0])) {
-    show_usage(list, *ctx->option);
+    kxtool_opts_show_usage(list, *ctx->option);
+    kxtool_exit(0);
   }
   if (ctx->option->no_device) {
     return;
@@ -127,6 +119,13 @@ int32_t kxtool_option_index_get(const kxtool_option_list& list, const char* word
     }
   }
   return -1;
+}
+
+void kxtool_opts_show_usage(const kxtool_option_list& list, const kxtool_option& row) {
+  kx_print("%s\n", row.usage != nullptr ? row.usage : list.rows[0].usage);
+  if (row.usage_aside != nullptr) {
+    kx_error_print("%s\n", row.usage_aside);
+  }
 }
 
 void kxtool_init(const kxtool_option_list& list, uint32_t count, char** words) {

@@ -90,6 +90,12 @@ TEST(StartUp, HelpNeedsNoDevice) {
                                         "[OPTIONS]\n    DESCRIPTION:\n"),
                     HasSubstr("\n        sn_info          kxtool sn_info <device> sn_info\n"),
                     HasSubstr("\n        hwread\n"), testing::Not(HasSubstr("regsdump"))));
+  const auto aside =
+      kx_system::run({.card = function(R"("present": false)"), .words = kx_system::words_of("hwread -h")});
+  EXPECT_EQ(aside.status, 0);
+  EXPECT_THAT(aside.out, testing::StartsWith("NAME:\n    kxtool\n"));
+  EXPECT_THAT(aside.err,
+              testing::MatchesRegex("    COMMAND:\n        hwread\n.*Not in this build. In its place: .*\n"));
   EXPECT_THAT(run("--version"), testing::MatchesRegex("kxtool [0-9.]+\nbuilt on [-0-9]+ [0-9:]+ with .+\n"));
 }
 

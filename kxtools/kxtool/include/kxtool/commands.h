@@ -9,7 +9,8 @@ int32_t kxtool_cmd_init();
 /// Usage text of the row that `word` selects; null when there is none.
 const char* kxtool_args_help(const char* word);
 
-/// Usage text of a command of the module, "bind" included, which has no row; null when it has none.
+/// Usage text of a command of the module, of "bind" too, which has no row, and of those whose row shows none; null for
+/// no command.
 const char* kxtool_command_usage(const char* name);
 /// What can be done in place of a command that this build cannot do; null for one that it can.
 const char* kxtool_command_instead(const char* name);

@@ -16,6 +16,7 @@ int kxtool_fw_words_check(kxtool_cmd_ctx* ctx);
 /// package or card, 4 when they do not match, 5 when the card refuses, 6 without the permission that a PCI address
 /// needs, 7 when the update failed, 130 when it was interrupted.
 [[noreturn]] int kxtool_fw_main(kxtool_cmd_ctx* ctx);
+extern const char kxtool_fw_usage[];
 
 /// Takes a notice of the update: byte 12 of the payload is its command, byte 13 its status. Runs on the channel's
 /// receive thread; any length and content is possible.

@@ -5,6 +5,10 @@
 #include "startup/cmd_ctx.h"
 
 int kxtool_sn_get(kxtool_cmd_ctx* ctx);
+extern const char kxtool_sn_info_usage[];
 int kxtool_mac_addr_get(kxtool_cmd_ctx* ctx);
+extern const char kxtool_mac_info_usage[];
 int kxtool_temp_get(kxtool_cmd_ctx* ctx);
+extern const char kxtool_temp_info_usage[];
 int kxtool_set_vf_status(kxtool_cmd_ctx* ctx);
+extern const char kxtool_set_vf_status_usage[];

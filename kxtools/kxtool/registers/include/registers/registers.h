@@ -17,12 +17,16 @@ extern const kxtools_unit kxtool_pcie_unit;
 
 /// "diag {all|vqm|pcie|np|pcsmac}": 0 when all checks are good, else 1 with a verdict.
 int kxtool_diag(kxtool_cmd_ctx* ctx);
+extern const char kxtool_diag_usage[];
 
 /// "stat {all|vqm|np|pcsmac}".
 int kxtool_stat(kxtool_cmd_ctx* ctx);
+extern const char kxtool_stat_usage[];
 
 /// "regsdump all --file PATH": the file gets its name when it is complete.
 int kxtool_regsdump(kxtool_cmd_ctx* ctx);
+extern const char kxtool_regsdump_usage[];
 
 /// "regsmem|devmem UNIT addr ADDRESS [len BYTES|val VALUE]".
 int kxtool_devmem(kxtool_cmd_ctx* ctx);
+extern const char kxtool_devmem_usage[];

@@ -24,6 +24,8 @@ struct kxtool_option {
   /// Looks at the words before anything of the device is touched. Returns 0, or the exit status with lines that say
   /// why; what it finds may wait in `prepared`. Null: the handler looks at them.
   kxtool_option_handler words_check = nullptr;
+  /// Of a row without usage: its own, which goes to standard error behind the general one.
+  const char* usage_aside = nullptr;
 };
 
 struct kxtool_cmd_ctx {
