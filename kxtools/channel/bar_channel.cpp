@@ -3,11 +3,10 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
-#include <cstring>
-
 #include "channel/event.h"
 #include "channel/mailbox.h"
 #include "channel/tools_msg.h"
+#include "common/little_endian.h"
 #include "common/report.h"
 #include "device/bar.h"
 #include "qlix_comm/device_order.h"
@@ -156,8 +155,8 @@ int32_t tarn_get_bar_offset(const bar_offset_request* request, bar_offset_result
   constexpr size_t REPLY_OFFSET = 8;
   constexpr size_t REPLY_LENGTH = 12;
   uint8_t payload[4];
-  memcpy(payload, &request->pcie_id, sizeof request->pcie_id);
-  memcpy(payload + sizeof request->pcie_id, &request->type, sizeof request->type);
+  kx_le_put(payload, 0, request->pcie_id);
+  kx_le_put(payload, sizeof request->pcie_id, request->type);
   uint8_t reply[BAR_MSG_PAYLOAD_MAX] = {};
   const bar_msg_send_para send = {
       .area = request->area,
@@ -175,13 +174,12 @@ int32_t tarn_get_bar_offset(const bar_offset_request* request, bar_offset_result
     return -ret;
   }
   const uint16_t expected = static_cast<uint16_t>(payload[0] + payload[1] + payload[2] + payload[3]);
-  uint16_t token = 0;
-  memcpy(&token, reply + REPLY_TOKEN, sizeof token);
+  const uint16_t token = kx_le_get<uint16_t>(reply, REPLY_TOKEN);
   if (token != expected) {
     MSG_CHAN_ERR("expect token: 0x%x, get token: 0x%x.\n", expected, token);
     return BAR_MSG_ERR_TOKEN;
   }
-  memcpy(&result->bar_offset, reply + REPLY_OFFSET, sizeof result->bar_offset);
-  memcpy(&result->bar_length, reply + REPLY_LENGTH, sizeof result->bar_length);
+  result->bar_offset = kx_le_get<decltype(result->bar_offset)>(reply, REPLY_OFFSET);
+  result->bar_length = kx_le_get<decltype(result->bar_length)>(reply, REPLY_LENGTH);
   return 0;
 }

@@ -1,8 +1,9 @@
 #include "device/compat.h"
 
 #include <cstring>
-#include <iterator>
+#include <span>
 
+#include "common/little_endian.h"
 #include "common/report.h"
 #include "device/bar.h"
 
@@ -10,7 +11,7 @@ namespace {
 
 constexpr uint64_t RECORD_OFFSET = 0x5400;
 constexpr uint64_t FEATURE_OFFSET = 0x1004;
-constexpr size_t FEATURE_AREA_WORDS = 3;
+constexpr size_t FEATURE_AREA_SIZE = 12;
 // The feature word lies unaligned inside its area.
 constexpr size_t FEATURE_WORD_AT = 2;
 
@@ -21,11 +22,10 @@ struct compat_cache {
 
 constinit compat_cache cache = {};
 
-// Copies `count` aligned 32-bit words of device memory; the wire is little-endian, as the host is.
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
-void words_read(const kx_mmio_region& bar, uint64_t offset, uint32_t* words, size_t count) {
-  for (size_t i = 0; i < count; i++) {
-    words[i] = kx_mmio_read32(bar, offset + i * sizeof(uint32_t));
+// Copies device memory by aligned 32-bit words.
+void words_read(const kx_mmio_region& bar, uint64_t offset, std::span<uint8_t> bytes) {
+  for (size_t at = 0; at < bytes.size(); at += sizeof(uint32_t)) {
+    kx_le_put(bytes, at, kx_mmio_read32(bar, offset + at));
   }
 }
 
@@ -76,9 +76,9 @@ int32_t kxtools_compat_version_read(uint32_t id, const kx_mmio_region* bar, kxto
                 static_cast<unsigned long long>(bar->size), id);
     return -1;
   }
-  uint32_t words[sizeof(kxtools_compat_record) / sizeof(uint32_t)];
-  words_read(*bar, offset, words, std::size(words));
-  memcpy(record, words, sizeof words);
+  uint8_t bytes[sizeof(kxtools_compat_record)];
+  words_read(*bar, offset, bytes);
+  memcpy(record, bytes, sizeof bytes);
   return 0;
 }
 
@@ -105,13 +105,13 @@ int32_t kxtools_fw_feature_read(const kx_mmio_region* bar, uint64_t* word) {
     KXTOOLS_ERR("point is NULL!\n");
     return -1;
   }
-  uint32_t words[FEATURE_AREA_WORDS];
-  if (!bar->holds(FEATURE_OFFSET, sizeof words)) {
+  uint8_t bytes[FEATURE_AREA_SIZE];
+  if (!bar->holds(FEATURE_OFFSET, sizeof bytes)) {
     KXTOOLS_ERR("BAR 0 of 0x%llx bytes does not hold the feature word!\n", static_cast<unsigned long long>(bar->size));
     return -1;
   }
-  words_read(*bar, FEATURE_OFFSET, words, FEATURE_AREA_WORDS);
-  memcpy(word, reinterpret_cast<const uint8_t*>(words) + FEATURE_WORD_AT, sizeof *word);
+  words_read(*bar, FEATURE_OFFSET, bytes);
+  *word = kx_le_get<uint64_t>(bytes, FEATURE_WORD_AT);
   return 0;
 }
 

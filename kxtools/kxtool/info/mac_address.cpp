@@ -1,5 +1,6 @@
 #include <cstring>
 
+#include "common/little_endian.h"
 #include "common/report.h"
 #include "info/info.h"
 #include "info/mac_addresses.h"
@@ -27,8 +28,8 @@ int32_t kxtool_mac_addresses_ask(kxtool_device* device, kxtool_mac_addresses* an
   uint8_t reply[REPLY_LEN];
   const int32_t ret = kxtool_info_query(device, OP_MAC_ADDRESS, PAYLOAD_LEN, reply);
   if (ret == 0) {
-    memcpy(&answer->status, reply + REPLY_STATUS, sizeof answer->status);
-    memcpy(&answer->count, reply + REPLY_COUNT, sizeof answer->count);
+    answer->status = kx_le_get<decltype(answer->status)>(reply, REPLY_STATUS);
+    answer->count = kx_le_get<decltype(answer->count)>(reply, REPLY_COUNT);
     memcpy(answer->addresses, reply + REPLY_ADDRESSES, sizeof answer->addresses);
   }
   return ret;

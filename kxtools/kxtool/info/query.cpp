@@ -1,9 +1,9 @@
 #include "query.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "channel/tools_msg.h"
+#include "common/little_endian.h"
 #include "common/report.h"
 
 int32_t kxtool_info_query(kxtool_device* device, uint32_t op_code, uint16_t payload_len, std::span<uint8_t> reply) {
@@ -14,6 +14,6 @@ int32_t kxtool_info_query(kxtool_device* device, uint32_t op_code, uint16_t payl
     return -1;
   }
   tarn_tools_msg_request_set(msg.get(), KXTOOL_EVENT_GENERAL, reply.data(), static_cast<uint16_t>(reply.size()));
-  memcpy(tarn_tools_msg_payload(msg.get()), &op_code, sizeof op_code);
+  kx_le_put({tarn_tools_msg_payload(msg.get()), payload_len}, 0, op_code);
   return tarn_tools_send_msg(device, msg.get());
 }

@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <cstring>
 
+#include "common/printable.h"
 #include "common/report.h"
 #include "info/info.h"
 #include "info/serial_number.h"
@@ -33,12 +35,8 @@ int32_t kxtool_serial_number_ask(kxtool_device* device, kxtool_serial_number* se
   *serial = {};
   serial->status = static_cast<int8_t>(reply[REPLY_STATUS]);
   memcpy(serial->text, reply + REPLY_TEXT, TEXT_LEN);
-  for (char* c = serial->text; *c != '\0'; ++c) {
-    // What the card sends must not drive the terminal.
-    if (*c < ' ' || *c > '~') {
-      *c = '?';
-    }
-  }
+  std::replace_if(
+      std::begin(serial->text), std::end(serial->text), [](char c) { return c != '\0' && !kx_is_printable(c); }, '?');
   return 0;
 }
 

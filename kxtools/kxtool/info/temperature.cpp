@@ -1,5 +1,6 @@
 #include <cstring>
 
+#include "common/little_endian.h"
 #include "common/report.h"
 #include "info/info.h"
 #include "info/temperature.h"
@@ -43,8 +44,8 @@ int32_t kxtool_temperature_ask(kxtool_device* device, kxtool_temperature* answer
   uint8_t reply[REPLY_LEN];
   const int32_t ret = kxtool_info_query(device, OP_TEMPERATURE, PAYLOAD_LEN, reply);
   if (ret == 0) {
-    memcpy(&answer->status, reply + REPLY_STATUS, sizeof answer->status);
-    memcpy(&answer->celsius, reply + REPLY_TEMPERATURE, sizeof answer->celsius);
+    answer->status = kx_le_get<decltype(answer->status)>(reply, REPLY_STATUS);
+    answer->celsius = kx_le_get<decltype(answer->celsius)>(reply, REPLY_TEMPERATURE);
   }
   return ret;
 }
