@@ -25,6 +25,18 @@ add_library(kx_md INTERFACE)
 target_include_directories(kx_md SYSTEM INTERFACE ${MD_INCLUDE_DIR})
 target_link_libraries(kx_md INTERFACE ${MD_LIBRARY})
 
+# Archives of cases. Linked statically, and of it no more than the one format that is used: what is not reached, and with
+# it every compressor, is left out by the linker.
+find_path(ARCHIVE_INCLUDE_DIR archive.h)
+find_library(ARCHIVE_LIBRARY NAMES libarchive.a)
+if(NOT ARCHIVE_INCLUDE_DIR OR NOT ARCHIVE_LIBRARY)
+  kx_missing("libarchive" libarchive-dev)
+endif()
+add_library(kx_archive INTERFACE)
+target_include_directories(kx_archive SYSTEM INTERFACE ${ARCHIVE_INCLUDE_DIR})
+target_link_libraries(kx_archive INTERFACE ${ARCHIVE_LIBRARY})
+target_link_options(kx_archive INTERFACE -Wl,--gc-sections)
+
 # Headers alone. Its streaming writer writes the JSON of reports.
 find_path(RAPIDJSON_INCLUDE_DIR rapidjson/prettywriter.h)
 if(NOT RAPIDJSON_INCLUDE_DIR)

@@ -2,12 +2,13 @@
 
 _kxreport() {
   local word=${COMP_WORDS[COMP_CWORD]} last=${COMP_WORDS[COMP_CWORD - 1]}
-  local commands='list identity firmware health link counters registers summary commands schema'
-  case $COMP_CWORD:$last in
+  local commands='list identity firmware health link counters registers summary bundle diff commands schema'
+  case $COMP_CWORD:${COMP_WORDS[1]}:$last in
     1:*) mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$word") ;;
     *:--format) mapfile -t COMPREPLY < <(compgen -W 'text json openmetrics html' -- "$word") ;;
     *:--timeout) COMPREPLY=() ;;
-    2:list | 2:commands | 2:schema) mapfile -t COMPREPLY < <(compgen -W '--format' -- "$word") ;;
+    *:diff:* | 3:bundle:*) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+    2:list:* | 2:commands:* | 2:schema:*) mapfile -t COMPREPLY < <(compgen -W '--format' -- "$word") ;;
     2:*) mapfile -t COMPREPLY < <(compgen -W "--all $(cd /sys/class/net && echo *)" -- "$word") ;;
     *) mapfile -t COMPREPLY < <(compgen -W 'vqm pcie np pcsmac --format --timeout' -- "$word") ;;
   esac

@@ -20,6 +20,7 @@
 #include "host/system_log.h"
 #include "host/trap.h"
 #include "vcard/card.h"
+#include "vcard/card_text.h"
 #include "vcard/models.h"
 #include "wire/driver.h"
 #include "wire/ethtool.h"
@@ -31,22 +32,25 @@ namespace vcard {
 
 namespace {
 
-constexpr size_t largest_card_file = 16 << 20;
+constexpr size_t largest_file = 64 << 20;  // an archive may hold more than the card
 
 int card_file_read(const std::string& path, std::string& text) {
   UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (!file) {
     return host_error(exit_usage, "cannot open the card file %s: %s", path.c_str(), strerror(errno));
   }
+  std::string bytes;
   char block[65536];
   ssize_t length;
-  while ((length = read(file.get(), block, sizeof block)) > 0 && text.size() < largest_card_file) {
-    text.append(block, static_cast<size_t>(length));
+  while ((length = read(file.get(), block, sizeof block)) > 0 && bytes.size() <= largest_file) {
+    bytes.append(block, static_cast<size_t>(length));
   }
   if (length < 0) {
     return host_error(exit_usage, "cannot read the card file %s: %s", path.c_str(), strerror(errno));
   }
-  return 0;
+  const std::string refusal =
+      bytes.size() > largest_file ? "larger than a card file may be" : card_text_find(bytes, text);
+  return refusal.empty() ? 0 : host_error(exit_usage, "%s: %s", path.c_str(), refusal.c_str());
 }
 
 int complaints_report(const CardFile& file, const std::string& path) {

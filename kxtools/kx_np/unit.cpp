@@ -36,9 +36,11 @@ struct reading {
   std::span<const uint32_t> all_words() const {
     return {words, info->width / 4};
   }
+  // What lies behind a window has no address in card memory: 0.
   uint64_t address() const {
     uint32_t place = 0;
-    return dpp_reg_get_reg_addr(info->reg_no, m, n, &place) == 0 ? KX_CARD_NP + place : 0;
+    const bool windowed = info->access == DPP_REG_ACCESS_TM || info->access == DPP_REG_ACCESS_SE_ALG;
+    return !windowed && dpp_reg_get_reg_addr(info->reg_no, m, n, &place) == 0 ? KX_CARD_NP + place : 0;
   }
   /// Bits of a field of at most 64 bits; word 0 holds the register's highest bits.
   uint64_t field_get(const dpp_reg_field& field) const {

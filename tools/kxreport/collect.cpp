@@ -6,7 +6,7 @@
 namespace {
 
 constexpr uint32_t BY_DRIVER = SECTION_IDENTITY | SECTION_FIRMWARE | SECTION_TEMPERATURE | SECTION_SHORT;
-constexpr uint32_t BY_MEMORY = SECTION_HEALTH | SECTION_COUNTERS | SECTION_REGISTERS | SECTION_SHORT;
+constexpr uint32_t BY_MEMORY = SECTION_HEALTH | SECTION_COUNTERS | SECTION_REGISTERS | SECTION_RAW | SECTION_SHORT;
 
 bool goes_on() {
   return kx_signal_guard::raised() == 0;
@@ -46,6 +46,9 @@ void sections_collect(card* asked, const collect_request& request, const opened&
   if ((request.sections & SECTION_REGISTERS) != 0 && open.bound && goes_on()) {
     registers_collect(request, out, errors);
   }
+  if ((request.sections & SECTION_RAW) != 0 && goes_on()) {
+    raw_collect(asked, open.bound, out, errors);
+  }
 }
 
 void end_send(uint32_t sections, const collect_errors& errors, value_sink* out) {
@@ -71,6 +74,9 @@ void card_collect(const card_place& place, const collect_request& request, value
   card asked(place);
   opened open;
   std::string why;
+  if ((request.sections & SECTION_KERNEL) != 0) {
+    kernel_collect(place, out);
+  }
   if (!asked.acquire(&why)) {
     errors.push_back(why);
     end_send(request.sections, errors, out);

@@ -17,6 +17,8 @@ enum report_section : uint32_t {
   SECTION_COUNTERS = 1 << 6,
   SECTION_REGISTERS = 1 << 7,
   SECTION_SHORT = 1 << 8,  ///< one line of a list
+  SECTION_KERNEL = 1 << 9,
+  SECTION_RAW = 1 << 10,  ///< bytes for a replay
 };
 
 struct collect_request {
@@ -33,7 +35,11 @@ void card_collect(const card_place& place, const collect_request& request, value
 
 // The parts. Each sends what it could read and adds a line to `errors` for what it could not.
 void identity_collect(card* asked, value_sink* out, collect_errors* errors);
+void kernel_names_collect(const card_place& place, value_sink* out);
+/// What the kernel's files tell, whether the card answers or not.
 void kernel_collect(const card_place& place, value_sink* out);
+/// With `bound` what lies in BAR 0 too.
+void raw_collect(card* asked, bool bound, value_sink* out, collect_errors* errors);
 void firmware_collect(card* asked, value_sink* out, collect_errors* errors);
 void temperature_collect(card* asked, value_sink* out, collect_errors* errors);
 void link_collect(card* asked, value_sink* out, collect_errors* errors);

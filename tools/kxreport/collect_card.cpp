@@ -60,7 +60,7 @@ bool temperature_ask(card* asked, int32_t* celsius) {
 
 }  // namespace
 
-void kernel_collect(const card_place& place, value_sink* out) {
+void kernel_names_collect(const card_place& place, value_sink* out) {
   text_unless_empty(out, term::vendor_id, kxtools_file_line(kxtools_function_path(place.sbdf, "vendor")));
   text_unless_empty(out, term::device_id, kxtools_file_line(kxtools_function_path(place.sbdf, "device")));
   char driver[64];
@@ -83,7 +83,7 @@ void identity_collect(card* asked, value_sink* out, collect_errors* errors) {
   } else if (told != KXTOOL_PN_NOT_SUPPORTED) {
     errors->push_back("the card does not tell its part number");
   }
-  kernel_collect(asked->place(), out);
+  kernel_names_collect(asked->place(), out);
   mac_addresses_collect(asked, out, errors);
   out->end();
 }

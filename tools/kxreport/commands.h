@@ -8,6 +8,8 @@
 enum class command_kind : uint8_t {
   list,      ///< all functions of the host, a line each
   cards,     ///< one function or all, by sections
+  bundle,    ///< one function into an archive
+  diff,      ///< two archives
   commands,  ///< what the programs can do
   schema,    ///< the schema of all documents
 };

@@ -8,8 +8,11 @@
 
 #include "ask.h"
 #include "build_id/build_id.h"
+#include "bundle.h"
+#include "bundle_read.h"
 #include "common/report.h"
 #include "describe.h"
+#include "diff.h"
 #include "status.h"
 #include "words.h"
 
@@ -176,8 +179,54 @@ void cards_report(const report_words& words, report* made) {
   if (raised != 0) {
     made->status = STATUS_SIGNAL + raised;
     made->errors.push_back("interrupted");
-    kx_error_print("kxreport: interrupted: what was read is shown\n");
+    const bool kept = words.command->kind != command_kind::bundle;
+    kx_error_print("kxreport: interrupted: %s\n", kept ? "what was read is shown" : "nothing is kept");
   }
+}
+
+// An ill card's bundle is written too: the status tells of both.
+void bundle_report(const report_words& words, report* made) {
+  const std::string& path = words.files[0];
+  std::string why;
+  kx_result_file file;
+  if (!bundle_open(path.c_str(), &file, &why)) {
+    made->fail(STATUS_OUTPUT, path + ": " + why);
+    return;
+  }
+  report whole;
+  head_build(words.command->name, &whole.root);
+  cards_report(words, &whole);
+  made->status = whole.status;
+  made->errors = whole.errors;
+  if (whole.root.find(term::cards) == nullptr || whole.status >= STATUS_SIGNAL) {
+    return;
+  }
+  end_build(&whole);
+  bundle_registers registers;
+  if (!bundle_write(whole.root, &file, &registers, &why)) {
+    made->fail(STATUS_OUTPUT, path + ": " + why);
+    return;
+  }
+  value_builder out(&made->root);
+  out.begin(term::bundles);
+  out.begin(term::bundle);
+  out.text(term::file, path);
+  out.gauge(term::registers_kept, registers.kept);
+  out.gauge(term::registers_left_out, registers.left_out);
+}
+
+void diff_report(const report_words& words, report* made) {
+  value roots[2] = {{term::document, 0, {}, {}}, {term::document, 0, {}, {}}};
+  for (size_t i = 0; i < std::size(roots); ++i) {
+    std::string why;
+    if (!bundle_read(words.files[i].c_str(), &roots[i], &why)) {
+      made->fail(STATUS_USAGE, words.files[i] + ": " + why);
+      return;
+    }
+  }
+  value_builder out(&made->root);
+  out.begin(term::differences);
+  made->status |= reports_compare(roots[0], roots[1], &out) == 0 ? STATUS_GOOD : STATUS_HEALTH;
 }
 
 int report_run(const report_words& words) {
@@ -188,6 +237,10 @@ int report_run(const report_words& words) {
   } else if (words.command->kind == command_kind::commands) {
     value_builder out(&made.root);
     commands_describe(&out);
+  } else if (words.command->kind == command_kind::bundle) {
+    bundle_report(words, &made);
+  } else if (words.command->kind == command_kind::diff) {
+    diff_report(words, &made);
   } else {
     cards_report(words, &made);
   }

@@ -85,8 +85,7 @@ void group_write(schema_writer* json, term what) {
   json->Key("properties");
   json->StartObject();
   for (const term child : row.children) {
-    const char* unit = unit_name(term_get(child).unit);
-    json->Key(std::string(term_get(child).name) + (*unit == '\0' ? "" : "_") + unit);
+    json->Key(term_json_name(child));
     value_write(json, child);
   }
   json->EndObject();

@@ -60,3 +60,9 @@ const char* unit_name(value_unit unit) {
   }
   return "";
 }
+
+std::string term_json_name(term what) {
+  const term_row& row = term_get(what);
+  const char* unit = unit_name(row.unit);
+  return std::string(row.name) + (*unit == '\0' ? "" : "_") + unit;
+}

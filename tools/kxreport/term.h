@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 
 enum class value_kind : uint8_t {
   group,    ///< named values
@@ -49,6 +50,8 @@ struct term_row {
 const term_row& term_get(term what);
 /// "celsius", the end of a name in JSON and of a metric; "" for none.
 const char* unit_name(value_unit unit);
+/// The value's name in JSON, which ends in its unit.
+std::string term_json_name(term what);
 
 /// Groups, lists and tables have children, all others a value of their own.
 constexpr bool kind_has_children(value_kind kind) {

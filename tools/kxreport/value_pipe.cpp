@@ -14,7 +14,7 @@ enum operation : uint8_t { BEGIN, END, NUMBER, TEXT };
 
 constexpr size_t BUFFER_SIZE = 16384;
 constexpr size_t HEAD_SIZE = sizeof(uint8_t) + sizeof(term);
-constexpr size_t TEXT_MAX = 1 << 16;
+constexpr size_t TEXT_MAX = 1 << 16;  // configuration space in hexadecimal takes 8 KiB
 constexpr int64_t WAIT_MAX_MS = 200;
 
 int64_t now_ms() {

@@ -58,6 +58,9 @@ std::string measure_text(double number, value_unit unit) {
   return text;
 }
 
+constexpr size_t WORD_MAX = 2 + 2 * 512;  // a register has at most 512 bytes
+constexpr size_t WORD_SHOWN = 2 + 2 * 16;
+
 std::string printable(std::string_view text) {
   std::string good;
   while (!text.empty()) {
@@ -128,9 +131,25 @@ std::string value_text(const value& one) {
       return measure_text(one.real(), row.unit);
     case value_kind::counter:
       return std::to_string(one.number);
+    case value_kind::word:
+      if (one.text.size() > WORD_MAX) {
+        return one.text.substr(0, WORD_SHOWN) + "... (" + std::to_string(one.text.size() / 2 - 1) + " bytes)";
+      }
+      [[fallthrough]];
     default:
       return printable(one.text);
   }
+}
+
+std::string labels_text(const value& group) {
+  std::string text;
+  for (const value& child : group.children) {
+    if (child.row().kind == value_kind::label && !child.text.empty()) {
+      text += text.empty() ? "" : " ";
+      text += value_text(child);
+    }
+  }
+  return text;
 }
 
 std::string name_text(const value& one) {

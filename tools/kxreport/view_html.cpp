@@ -82,17 +82,6 @@ void cell_print(const value* one, FILE* out) {
 
 void value_print(const value& one, FILE* out);
 
-std::string labels_text(const value& group) {
-  std::string text;
-  for (const value& child : group.children) {
-    if (child.row().kind == value_kind::label && !child.text.empty()) {
-      text += text.empty() ? "" : " ";
-      text += value_text(child);
-    }
-  }
-  return escaped(text);
-}
-
 bool is_flat(const value& group) {
   for (const value& child : group.children) {
     if (kind_has_children(child.row().kind)) {
@@ -137,7 +126,7 @@ void elements_print(const value& list, FILE* out) {
   }
   for (const value& one : list.children) {
     if (one.row().kind == value_kind::group) {
-      fprintf(out, "<section><h3>%s</h3>\n", labels_text(one).c_str());
+      fprintf(out, "<section><h3>%s</h3>\n", escaped(labels_text(one)).c_str());
       value_print(one, out);
       fputs("</section>\n", out);
     } else {

@@ -37,9 +37,7 @@ void value_write(json_writer* json, const value& one);
 void group_write(json_writer* json, const value& one) {
   json->StartObject();
   for (const value& child : one.children) {
-    const term_row& row = child.row();
-    const char* unit = unit_name(row.unit);
-    json->Key(std::string(row.name) + (*unit == '\0' ? "" : "_") + unit);
+    json->Key(term_json_name(child.what));
     value_write(json, child);
   }
   json->EndObject();

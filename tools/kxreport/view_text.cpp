@@ -10,18 +10,6 @@ using row_cells = std::vector<std::string>;
 
 void value_print(const value& one, int depth, FILE* out);
 
-// What a group is called by: its labels that are not empty.
-std::string labels_text(const value& group) {
-  std::string text;
-  for (const value& child : group.children) {
-    if (child.row().kind == value_kind::label && !child.text.empty()) {
-      text += text.empty() ? "" : " ";
-      text += value_text(child);
-    }
-  }
-  return text;
-}
-
 bool is_column(const value& one) {
   const value_kind kind = one.row().kind;
   return !kind_has_children(kind) && kind != value_kind::flag && kind != value_kind::fault;

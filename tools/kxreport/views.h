@@ -24,8 +24,11 @@ view_fn view_find(std::string_view name);
 /// All names, "text|json|openmetrics|html".
 inline constexpr const char* VIEW_NAMES = "text|json|openmetrics|html";
 
-/// The value as a reader takes it in: "45 C", "16.0 GT/s", "0.5 mW", "yes"; a text with what does not print as '?'.
+/// The value as a reader takes it in: "45 C", "16.0 GT/s", "0.5 mW", "yes"; a text with what does not print as '?'; of
+/// bytes that are longer than any register the beginning.
 std::string value_text(const value& one);
+/// What a group is called by: its labels that are not empty.
+std::string labels_text(const value& group);
 /// "serial_number" as "serial number".
 std::string name_text(const value& one);
 /// The longest beginning of `text` that is UTF-8 is at its front; returns its length.

@@ -17,9 +17,10 @@ constexpr const char* OPTIONS =
     "\n"
     "DEVICE is a network interface or a PCI address, UNIT one of vqm, pcie, np, pcsmac.\n"
     "\n"
-    "The exit status is the sum of: 1 wrong words, 2 no such card, 4 a card did not give all\n"
-    "answers, 8 a check is not good, 16 a PCIe link below its best, 32 a module raises an alarm\n"
-    "or cannot be trusted, 64 the result could not be written; 130 interrupted.\n";
+    "The exit status is the sum of: 1 wrong words or file, 2 no such card, 4 a card did not give\n"
+    "all answers, 8 a check is not good, or bundles differ, 16 a PCIe link below its best, 32 a\n"
+    "module raises an alarm or cannot be trusted, 64 the result could not be written; 130\n"
+    "interrupted.\n";
 
 std::string nearest_text(const char* word, bool commands) {
   kx_nearest nearest(word);
@@ -88,15 +89,40 @@ bool command_take(const char* word, report_words* words, std::string* why) {
   return words->command != nullptr;
 }
 
-/// The words behind the command must be those that it takes.
-bool rest_check(const report_words& words, std::string* why) {
-  if (words.command == nullptr) {
-    *why = "a command is missing: 'kxreport --help' lists them";
+/// The words behind the command, each to its place.
+void rest_take(const std::vector<const char*>& rest, report_words* words) {
+  const command_kind kind = words->command->kind;
+  for (const char* word : rest) {
+    if (kind == command_kind::diff || (kind == command_kind::bundle && !words->device.empty())) {
+      words->files.emplace_back(word);
+    } else if (words->device.empty() && (!words->all || kind != command_kind::cards)) {
+      words->device = word;
+    } else {
+      words->units.emplace_back(word);
+    }
+  }
+}
+
+bool files_check(const report_words& words, std::string* why) {
+  const bool bundle = words.command->kind == command_kind::bundle;
+  const size_t count = bundle ? 1 : words.command->kind == command_kind::diff ? 2 : 0;
+  if (words.files.size() < count) {
+    *why = std::string(words.command->name) + (bundle ? " needs a device and a file" : " needs two files");
     return false;
   }
-  const bool takes_device = words.command->kind == command_kind::cards;
-  const bool takes_units = takes_device && strstr(words.command->words, "UNIT") != nullptr;
-  if (takes_device && words.device.empty() && !words.all) {
+  if (words.files.size() > count) {
+    *why = std::string(words.command->name) + " takes no word '" + words.files[count] + "'";
+    return false;
+  }
+  return true;
+}
+
+/// The words behind the command must be those that it takes.
+bool rest_check(const report_words& words, std::string* why) {
+  const command_kind kind = words.command->kind;
+  const bool takes_device = kind == command_kind::cards || kind == command_kind::bundle;
+  const bool takes_units = kind == command_kind::cards && strstr(words.command->words, "UNIT") != nullptr;
+  if (kind == command_kind::cards && words.device.empty() && !words.all) {
     *why = std::string(words.command->name) + " needs a device or --all";
     return false;
   }
@@ -105,7 +131,7 @@ bool rest_check(const report_words& words, std::string* why) {
            "'";
     return false;
   }
-  return true;
+  return files_check(words, why);
 }
 
 }  // namespace
@@ -122,16 +148,14 @@ bool words_read(char** argv, report_words* words, std::string* why) {
   if (words->help || words->version) {
     return true;
   }
-  if (!plain.empty() && !command_take(plain.front(), words, why)) {
+  if (plain.empty()) {
+    *why = "a command is missing: 'kxreport --help' lists them";
     return false;
   }
-  for (size_t i = 1; i < plain.size(); ++i) {
-    if (i == 1 && !words->all) {
-      words->device = plain[i];
-    } else {
-      words->units.emplace_back(plain[i]);
-    }
+  if (!command_take(plain.front(), words, why)) {
+    return false;
   }
+  rest_take({plain.begin() + 1, plain.end()}, words);
   return rest_check(*words, why);
 }
 

@@ -16,6 +16,7 @@ struct report_words {
   uint32_t limit_s = 20;
   std::string device;              ///< "" for none
   std::vector<std::string> units;  ///< not yet known to be any
+  std::vector<std::string> files;  ///< of a bundle one, of a difference two
 };
 
 /// Reads them. False with what is wrong in `why`; a format that was read before stays in `words`.

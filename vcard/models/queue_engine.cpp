@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <unordered_map>
@@ -94,6 +95,7 @@ class QueueEngine : public CardMemoryBlock {
     for (const auto& row : defaults) {
       words_[at(row.place)] = row.value;
     }
+    load_words(section.section("registers"));
   }
 
   uint32_t read(uint64_t offset) override {
@@ -103,8 +105,8 @@ class QueueEngine : public CardMemoryBlock {
     if (offset == at(date)) {
       return date_;
     }
-    if (const uint32_t* word = port_word(offset)) {
-      return *word;
+    if (const auto [counter, shift] = port_place(offset); shift >= 0) {
+      return static_cast<uint32_t>(port_.value(counter) >> shift);
     }
     auto word = words_.find(offset);
     return word != words_.end() ? word->second : 0;
@@ -123,6 +125,25 @@ class QueueEngine : public CardMemoryBlock {
   }
 
  private:
+  // What the card file sets, nothing reacts to.
+  void load_words(const CardSection& section) {
+    for (const std::string& key : section.keys()) {
+      char* rest = nullptr;
+      const uint64_t offset = strtoull(key.c_str(), &rest, 0);
+      if (rest == key.c_str() || *rest != '\0' || offset % 4 != 0 || offset >= engine_size) {
+        section.complain(key, "not the offset of a 32-bit word");
+        continue;
+      }
+      const uint64_t value = section.number(key.c_str(), 0, UINT32_MAX);
+      if (const auto [counter, shift] = port_place(offset); shift >= 0) {
+        const uint64_t other = port_.value(counter) & ~(uint64_t{UINT32_MAX} << shift);
+        port_.set(counter, other | value << shift);
+      } else {
+        words_[offset] = static_cast<uint32_t>(value);
+      }
+    }
+  }
+
   uint64_t at(const Place& place) const {
     return version_ == newer_version ? place.newer : place.older;
   }
@@ -178,7 +199,8 @@ class QueueEngine : public CardMemoryBlock {
     }
   }
 
-  const uint32_t* port_word(uint64_t offset) {
+  /// The port's counter whose half lies there, and where the half stands in it; -1 for none.
+  std::pair<Flow::Counter, int> port_place(uint64_t offset) const {
     static constexpr std::pair<Place, Flow::Counter> places[] = {
         {port_receive, Flow::receive_packets},
         {{port_receive.older + 8, port_receive.newer + 8}, Flow::receive_bytes},
@@ -187,18 +209,16 @@ class QueueEngine : public CardMemoryBlock {
     };
     for (const auto& [place, counter] : places) {
       if (offset == at(place) || offset == at(place) + 4) {
-        read_ = static_cast<uint32_t>(port_.value(counter) >> (offset == at(place) ? 0 : 32));
-        return &read_;
+        return {counter, offset == at(place) ? 0 : 32};
       }
     }
-    return nullptr;
+    return {Flow::receive_packets, -1};
   }
 
   uint32_t version_;
   uint32_t date_;
   std::unordered_map<uint64_t, uint32_t> words_;
   Flow port_;
-  uint32_t read_ = 0;
 };
 
 /// Five arrays, one element a function: four 64-bit counters of traffic, one 32-bit counter of drops.

@@ -19,7 +19,7 @@ inline constexpr uint32_t KXTOOLS_UNIT_ARRAY_MAX = 64;
 /// One value as the card holds it; valid during the visit.
 struct kxtools_unit_value {
   const char* name;
-  uint64_t address;                 ///< in card memory, or in configuration space
+  uint64_t address;  ///< in card memory, or in configuration space; 0 for what lies behind a window of registers
   std::span<const uint32_t> words;  ///< most significant word first
   const char* note;                 ///< what the value says; "" for nothing
   bool good;                        ///< of a check: as it should be
