@@ -7,7 +7,10 @@
 #include "kx_card.h"
 
 struct root {
-	struct pci_sysdata sysdata;
+	int domain;
+#ifdef CONFIG_X86
+	struct pci_sysdata sysdata; /* there the bus asks it for the domain */
+#endif
 	struct resource memory;
 	struct resource buses;
 	struct pci_bus *bus;
@@ -15,29 +18,48 @@ struct root {
 
 #define NEAR_SIZE (72ull << 20)
 static struct root near_root = {
-	.sysdata = { .domain = 0, .node = NUMA_NO_NODE },
+	.domain = 0,
 	.buses = { .name = "card buses", .start = 0x38, .end = 0x3f, .flags = IORESOURCE_BUS },
 };
 static struct root far_root = {
-	.sysdata = { .domain = 0x10000, .node = NUMA_NO_NODE },
+	.domain = 0x10000,
 	.buses = { .name = "far card buses", .start = 0, .end = 1, .flags = IORESOURCE_BUS },
 };
 
 /* The log tells whose BARs a program maps: a look at them is never seen otherwise. */
 static int bar_mapped(struct kprobe *probe, struct pt_regs *registers)
 {
-	const struct pci_dev *pci = (const struct pci_dev *)registers->di;
+	const struct pci_dev *pci = (const struct pci_dev *)regs_get_kernel_argument(registers, 0);
 
-	kx_log("bar_mapped function=%s bar=%d", pci_name(pci), (int)registers->si);
+	kx_log("bar_mapped function=%s bar=%d", pci_name(pci), (int)regs_get_kernel_argument(registers, 1));
 	return 0;
 }
 
 static struct kprobe map_probe = { .symbol_name = "pci_mmap_resource_range", .pre_handler = bar_mapped };
 static bool map_probed;
 
+static struct pci_host_bridge *bridge_make(struct root *root)
+{
+	struct pci_host_bridge *bridge = pci_alloc_host_bridge(0);
+
+	if (!bridge)
+		return NULL;
+#ifdef CONFIG_X86
+	root->sysdata = (struct pci_sysdata) { .domain = root->domain, .node = NUMA_NO_NODE };
+	bridge->sysdata = &root->sysdata;
+#else
+	bridge->domain_nr = root->domain;
+#endif
+	bridge->busnr = root->buses.start;
+	bridge->ops = &kx_pci_ops;
+	pci_add_resource(&bridge->windows, &root->memory);
+	pci_add_resource(&bridge->windows, &root->buses);
+	return bridge;
+}
+
 static int root_make(struct root *root, const char *name, u64 start, u64 end)
 {
-	LIST_HEAD(resources);
+	struct pci_host_bridge *bridge;
 	int error;
 
 	root->memory = (struct resource) {
@@ -49,19 +71,21 @@ static int root_make(struct root *root, const char *name, u64 start, u64 end)
 	error = insert_resource(&iomem_resource, &root->memory);
 	if (error)
 		return error;
-	pci_add_resource(&resources, &root->memory);
-	pci_add_resource(&resources, &root->buses);
+	bridge = bridge_make(root);
+	if (!bridge) {
+		remove_resource(&root->memory);
+		return -ENOMEM;
+	}
 	pci_lock_rescan_remove();
-	root->bus = pci_create_root_bus(NULL, root->buses.start, &kx_pci_ops, &root->sysdata, &resources);
-	if (root->bus) {
-		pci_scan_child_bus(root->bus);
+	error = pci_scan_root_bus_bridge(bridge);
+	if (error) {
+		pci_free_host_bridge(bridge);
+		remove_resource(&root->memory);
+	} else {
+		root->bus = bridge->bus;
 		pci_bus_size_bridges(root->bus);
 		pci_bus_assign_resources(root->bus);
 		pci_bus_add_devices(root->bus);
-	} else {
-		pci_free_resource_list(&resources);
-		remove_resource(&root->memory);
-		error = -ENODEV;
 	}
 	pci_unlock_rescan_remove();
 	return error;
