@@ -37,6 +37,17 @@ target_include_directories(kx_archive SYSTEM INTERFACE ${ARCHIVE_INCLUDE_DIR})
 target_link_libraries(kx_archive INTERFACE ${ARCHIVE_LIBRARY})
 target_link_options(kx_archive INTERFACE -Wl,--gc-sections)
 
+# The screen of a live view. Linked statically, as the program is.
+find_path(CURSES_INCLUDE_DIR curses.h)
+find_library(CURSES_LIBRARY NAMES libncursesw.a)
+find_library(TINFO_LIBRARY NAMES libtinfo.a)
+if(NOT CURSES_INCLUDE_DIR OR NOT CURSES_LIBRARY OR NOT TINFO_LIBRARY)
+  kx_missing("ncurses" libncurses-dev)
+endif()
+add_library(kx_curses INTERFACE)
+target_include_directories(kx_curses SYSTEM INTERFACE ${CURSES_INCLUDE_DIR})
+target_link_libraries(kx_curses INTERFACE ${CURSES_LIBRARY} ${TINFO_LIBRARY})
+
 # Headers alone. Its streaming writer writes the JSON of reports.
 find_path(RAPIDJSON_INCLUDE_DIR rapidjson/prettywriter.h)
 if(NOT RAPIDJSON_INCLUDE_DIR)

@@ -6,7 +6,7 @@
 # prometheus, whose package starts a server).
 set -euo pipefail
 
-packages=(g++ cmake ninja-build git pkg-config libarchive-dev libcjson-dev libmd-dev libreadline-dev nim rapidjson-dev)
+packages=(g++ cmake ninja-build git pkg-config libarchive-dev libcjson-dev libmd-dev libncurses-dev libreadline-dev nim rapidjson-dev)
 if [ "${1:-}" = --tests ]; then
   shift
   packages+=(libgtest-dev libgmock-dev libbenchmark-dev libboost-dev ethtool man-db zsh python3-jsonschema)

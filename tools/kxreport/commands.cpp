@@ -19,6 +19,8 @@ constexpr report_command COMMANDS[] = {
     {"summary", ONE_OR_ALL, "all of the above but single checks and registers, as monitoring takes it",
      command_kind::cards,
      SECTION_TEMPERATURE | SECTION_HEALTH | SECTION_IDENTITY | SECTION_FIRMWARE | SECTION_LINK | SECTION_COUNTERS},
+    {"watch", "DEVICE [UNIT...]", "a live view: rates, temperature, link, what is wrong", command_kind::watch,
+     SECTION_TEMPERATURE | SECTION_HEALTH | SECTION_CHECKS | SECTION_LINK | SECTION_COUNTERS},
     {"bundle", "DEVICE FILE", "everything, as an archive for support that kxvcard plays back", command_kind::bundle,
      SECTION_KERNEL | SECTION_TEMPERATURE | SECTION_HEALTH | SECTION_CHECKS | SECTION_IDENTITY | SECTION_FIRMWARE |
          SECTION_LINK | SECTION_COUNTERS | SECTION_REGISTERS | SECTION_RAW},

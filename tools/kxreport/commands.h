@@ -8,6 +8,7 @@
 enum class command_kind : uint8_t {
   list,      ///< all functions of the host, a line each
   cards,     ///< one function or all, by sections
+  watch,     ///< one function, again and again
   bundle,    ///< one function into an archive
   diff,      ///< two archives
   commands,  ///< what the programs can do

@@ -14,6 +14,7 @@
 #include "describe.h"
 #include "diff.h"
 #include "status.h"
+#include "watch.h"
 #include "words.h"
 
 namespace {
@@ -184,6 +185,17 @@ void cards_report(const report_words& words, report* made) {
   }
 }
 
+/// Nothing is left to show: the looks have been shown.
+int watch_report(const report_words& words, report* made) {
+  std::vector<card_place> places;
+  if (units_check(words, made) && places_find(words, &places, made)) {
+    const ask_options ask = {.request = {.sections = words.command->sections, .units = words.units},
+                             .limit_s = words.limit_s};
+    made->status |= watch_run(places[0], {.ask = ask, .interval_s = words.interval_s, .looks = words.looks}, status_of);
+  }
+  return made->status;
+}
+
 // An ill card's bundle is written too: the status tells of both.
 void bundle_report(const report_words& words, report* made) {
   const std::string& path = words.files[0];
@@ -237,6 +249,8 @@ int report_run(const report_words& words) {
   } else if (words.command->kind == command_kind::commands) {
     value_builder out(&made.root);
     commands_describe(&out);
+  } else if (words.command->kind == command_kind::watch) {
+    return watch_report(words, &made);
   } else if (words.command->kind == command_kind::bundle) {
     bundle_report(words, &made);
   } else if (words.command->kind == command_kind::diff) {

@@ -7,12 +7,13 @@
 
 namespace {
 
-constexpr unsigned long LIMIT_MAX_S = 3600;
+constexpr unsigned long NUMBER_MAX = 3600;  // of seconds and of looks
 
 constexpr const char* OPTIONS =
     "  --format text|json|openmetrics|html   how the result is shown; text without\n"
     "  --all                                 all card functions of the host\n"
     "  --timeout SECONDS                     give up a card that tells nothing for so long (20)\n"
+    "  --interval SECONDS    --count LOOKS   of watch: time between two looks (1), and when to end\n"
     "  -h, --help    -v, --version\n"
     "\n"
     "DEVICE is a network interface or a PCI address, UNIT one of vqm, pcie, np, pcsmac.\n"
@@ -29,20 +30,20 @@ std::string nearest_text(const char* word, bool commands) {
       nearest.offer(row.name);
     }
   }
-  for (const char* option : {"--format", "--all", "--timeout", "--help", "--version"}) {
+  for (const char* option : {"--format", "--all", "--timeout", "--interval", "--count", "--help", "--version"}) {
     nearest.offer(option);
   }
   return nearest.name() == nullptr ? "" : std::string(": did you mean '") + nearest.name() + "'?";
 }
 
-bool limit_read(const char* word, report_words* words, std::string* why) {
+bool number_read(const std::string& option, const char* word, uint32_t* number, std::string* why) {
   char* end = nullptr;
-  const unsigned long number = strtoul(word, &end, 10);
-  if (*word < '0' || *word > '9' || *end != '\0' || number == 0 || number > LIMIT_MAX_S) {
-    *why = std::string("--timeout takes seconds from 1 to 3600, not '") + word + "'";
+  const unsigned long value = strtoul(word, &end, 10);
+  if (*word < '0' || *word > '9' || *end != '\0' || value == 0 || value > NUMBER_MAX) {
+    *why = option + " takes a number from 1 to 3600, not '" + word + "'";
     return false;
   }
-  words->limit_s = static_cast<uint32_t>(number);
+  *number = static_cast<uint32_t>(value);
   return true;
 }
 
@@ -61,7 +62,11 @@ bool option_read(char*** argv, report_words* words, std::string* why) {
     words->all = true;
     return true;
   }
-  if (word != "--format" && word != "--timeout") {
+  uint32_t* number = word == "--timeout"    ? &words->limit_s
+                     : word == "--interval" ? &words->interval_s
+                     : word == "--count"    ? &words->looks
+                                            : nullptr;
+  if (word != "--format" && number == nullptr) {
     *why = std::string("'").append(word) + "' is no option" + nearest_text(**argv, false);
     return false;
   }
@@ -70,8 +75,8 @@ bool option_read(char*** argv, report_words* words, std::string* why) {
     return false;
   }
   const char* value = *++*argv;
-  if (word == "--timeout") {
-    return limit_read(value, words, why);
+  if (number != nullptr) {
+    return number_read(std::string(word), value, number, why);
   }
   if (view_find(value) == nullptr) {
     *why = std::string("--format takes ") + VIEW_NAMES + ", not '" + value + "'";
@@ -120,10 +125,19 @@ bool files_check(const report_words& words, std::string* why) {
 /// The words behind the command must be those that it takes.
 bool rest_check(const report_words& words, std::string* why) {
   const command_kind kind = words.command->kind;
-  const bool takes_device = kind == command_kind::cards || kind == command_kind::bundle;
-  const bool takes_units = kind == command_kind::cards && strstr(words.command->words, "UNIT") != nullptr;
-  if (kind == command_kind::cards && words.device.empty() && !words.all) {
-    *why = std::string(words.command->name) + " needs a device or --all";
+  const bool takes_device = strstr(words.command->words, "DEVICE") != nullptr;
+  const bool takes_units = strstr(words.command->words, "UNIT") != nullptr;
+  const bool takes_all = strstr(words.command->words, "--all") != nullptr;
+  if (takes_device && words.device.empty() && !(takes_all && words.all)) {
+    *why = std::string(words.command->name) + " needs a device" + (takes_all ? " or --all" : "");
+    return false;
+  }
+  if (words.all && !takes_all && kind != command_kind::list) {
+    *why = std::string(words.command->name) + " takes no --all";
+    return false;
+  }
+  if (kind == command_kind::watch && words.view != view_text) {
+    *why = "watch shows text alone: a program asks again itself";
     return false;
   }
   if ((!takes_device && !words.device.empty()) || (!takes_units && !words.units.empty())) {

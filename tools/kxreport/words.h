@@ -14,6 +14,8 @@ struct report_words {
   bool version = false;
   bool all = false;
   uint32_t limit_s = 20;
+  uint32_t interval_s = 1;
+  uint32_t looks = 0;              ///< 0: without end
   std::string device;              ///< "" for none
   std::vector<std::string> units;  ///< not yet known to be any
   std::vector<std::string> files;  ///< of a bundle one, of a difference two

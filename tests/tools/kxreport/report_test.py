@@ -4,6 +4,8 @@
 report_test.py BUILD SOURCE"""
 import json
 import os
+import pty
+import re
 import shutil
 import signal
 import subprocess
@@ -36,6 +38,8 @@ MIXED = {
     "information": {"serial_number": "<b>\u001b[31m\"x"},
 }
 SILENT = {"faults": {"driver": {"requests": [{"type": 1, "never_answers": True, "from": 1}]}}}
+MOVING = {"network_processor": {"ports": {"0": {"receive_packet_rate": 1000}}},
+          "functions": MIXED["functions"], "memory": {"0x6208000020": 5}}
 failures = []
 
 
@@ -188,11 +192,45 @@ def interrupt_test():
     expect(not list(VALIDATOR.iter_errors(made)), "interrupt: schema")
 
 
+def watch_test():
+    out, _ = run("watch eth1 --count 2", 24, MOVING)
+    expect(re.search(r"eth1 0000:3b:00.1  45 C, x8 at 8.0 GT/s, \d+ checks, 2 failed\n", out), f"watch: {out}")
+    rate = re.search(r"pcsmac trpg_rx_port_pkt_num\[0\]: (\d+)/s, ", out)
+    expect(rate and 100 < int(rate[1]) < 10000, f"watch: rate of 1000/s: {out}")
+    for line in ("the PCIe link is below its best", "vqm cq int event: 0x00000005 cq full"):
+        expect(f"eth1 0000:3b:00.1  {line}" in out, f"watch: {line}")
+    out, _ = run("watch eth0 --count 1", 4, {"information": {"temperatures": [20000]}})
+    expect("the card gives no good temperature" in out, f"watch: a card that fails: {out}")
+    for keys, shown, status in (("pq", (b"look 1", b"paused"), 8), ("r\x03", (b"A SECOND", b"q quit"), 130)):
+        seen, ended = at_terminal("watch eth0", keys, shown)
+        expect(ended == status and b"\x1b[?1049l" in seen, f"watch: {keys!r}: {ended} {seen}")  # the screen is given back
+
+
+def at_terminal(words, keys, shown):
+    """Types each key when its text has been shown; the screen's bytes and the exit status."""
+    pid, screen = pty.fork()
+    if pid == 0:
+        os.environ["TERM"] = "xterm"
+        line = command(MOVING, words)
+        os.execv(line[0], line)
+    seen, typed = b"", 0
+    try:
+        while block := os.read(screen, 65536):
+            seen += block
+            if typed < len(keys) and shown[typed] in seen:
+                os.write(screen, keys[typed].encode())
+                typed += 1
+    except OSError:
+        pass  # its other end is closed
+    return seen, os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1])
+
+
 def words_test():
     for words, line in (("", "a command is missing"), ("helth", "did you mean 'health'?"), ("health", "needs a device"),
                         ("list eth0", "takes no word 'eth0'"), ("health eth0 vqn", "is no unit"),
                         ("list --format xml", "--format takes"), ("list --timeout 0", "--timeout takes"),
-                        ("list --al", "did you mean '--all'?")):
+                        ("list --al", "did you mean '--all'?"), ("watch --all", "needs a device"),
+                        ("watch eth0 --all", "takes no --all"), ("watch eth0 --count 0", "--count takes")):
         out, err = run(words, 1)
         expect(out == "" and line in err and err.count("\n") == 1, f"{words}: {out}{err}")
     document("bogus", 1)
@@ -203,7 +241,7 @@ def words_test():
 
 try:
     for test in (schema_test, documents_test, documents_name_every_command_test, counter_test, states_test, metrics_test, page_test, limit_test,
-                 interrupt_test, words_test):
+                 interrupt_test, watch_test, words_test):
         test()
 finally:
     shutil.rmtree(FOLDER)
