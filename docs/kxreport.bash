@@ -12,7 +12,7 @@ _kxreport() {
     2:watch:* | 2:bundle:*) mapfile -t COMPREPLY < <(cd /sys/class/net && compgen -W "$(echo *)" -- "$word") ;;
     *:watch:*) mapfile -t COMPREPLY < <(compgen -W 'vqm pcie np pcsmac --interval --count --timeout' -- "$word") ;;
     2:*) mapfile -t COMPREPLY < <(compgen -W "--all $(cd /sys/class/net && echo *)" -- "$word") ;;
-    *) mapfile -t COMPREPLY < <(compgen -W 'vqm pcie np pcsmac --format --timeout' -- "$word") ;;
+    *) mapfile -t COMPREPLY < <(compgen -W 'vqm pcie np pcsmac --format --timeout --eye' -- "$word") ;;
   esac
 }
 

@@ -38,7 +38,7 @@ void sections_collect(card* asked, const collect_request& request, const opened&
     channel_sections(asked, request.sections, out, errors);
   }
   if ((request.sections & SECTION_LINK) != 0 && goes_on()) {
-    link_collect(asked, out, errors);
+    link_collect(asked, (request.sections & SECTION_EYES) != 0, out, errors);
   }
   if ((request.sections & SECTION_COUNTERS) != 0 && open.bound && goes_on()) {
     counters_collect(request, out, errors);

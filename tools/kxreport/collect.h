@@ -18,7 +18,8 @@ enum report_section : uint32_t {
   SECTION_REGISTERS = 1 << 7,
   SECTION_SHORT = 1 << 8,  ///< one line of a list
   SECTION_KERNEL = 1 << 9,
-  SECTION_RAW = 1 << 10,  ///< bytes for a replay
+  SECTION_RAW = 1 << 10,   ///< bytes for a replay
+  SECTION_EYES = 1 << 11,  ///< of the link the lanes' eyes, which takes seconds a lane
 };
 
 struct collect_request {
@@ -42,7 +43,7 @@ void kernel_collect(const card_place& place, value_sink* out);
 void raw_collect(card* asked, bool bound, value_sink* out, collect_errors* errors);
 void firmware_collect(card* asked, value_sink* out, collect_errors* errors);
 void temperature_collect(card* asked, value_sink* out, collect_errors* errors);
-void link_collect(card* asked, value_sink* out, collect_errors* errors);
+void link_collect(card* asked, bool eyes, value_sink* out, collect_errors* errors);
 void health_collect(const collect_request& request, value_sink* out, collect_errors* errors);
 void counters_collect(const collect_request& request, value_sink* out, collect_errors* errors);
 void registers_collect(const collect_request& request, value_sink* out, collect_errors* errors);

@@ -7,6 +7,7 @@
 #include "collect.h"
 #include "kx_pcie/config_space.h"
 #include "kx_pcie/registers.h"
+#include "kx_pcie_cmd/lane_eyes.h"
 #include "module_alarms.h"
 #include "port/module_decode.h"
 #include "port/module_eeprom.h"
@@ -39,6 +40,29 @@ void pcie_collect(const card_place& place, value_sink* out, collect_errors* erro
 double rounded(double number) {
   constexpr double DIGITS = 1e7;
   return std::round(number * DIGITS) / DIGITS;
+}
+
+bool eye_take(void* self, const kxpcie_lane_eye& eye) {
+  auto* out = static_cast<value_sink*>(self);
+  out->begin(term::eye);
+  out->text(term::lane_number, std::to_string(eye.lane));
+  out->real(term::eye_left, rounded(eye.left));
+  out->real(term::eye_right, rounded(eye.right));
+  out->real(term::eye_up, rounded(eye.up));
+  out->real(term::eye_down, rounded(eye.down));
+  out->real(term::eye_timing_largest, rounded(eye.timing_largest));
+  out->real(term::eye_voltage_largest, rounded(eye.voltage_largest));
+  out->end();
+  return true;
+}
+
+void eyes_collect(const card_place& place, value_sink* out, collect_errors* errors) {
+  out->begin(term::eyes);
+  const std::string why = kxpcie_lane_eyes_measure(place.sbdf, eye_take, out);
+  out->end();
+  if (!why.empty()) {
+    errors->push_back("the eyes of the link cannot be measured: " + why);
+  }
 }
 
 void monitors_collect(const module_info& info, value_sink* out) {
@@ -125,9 +149,12 @@ bool pcie_link_read(uint32_t sbdf, pcie_link* link) {
   return true;
 }
 
-void link_collect(card* asked, value_sink* out, collect_errors* errors) {
+void link_collect(card* asked, bool eyes, value_sink* out, collect_errors* errors) {
   out->begin(term::link);
   pcie_collect(asked->place(), out, errors);
+  if (eyes) {
+    eyes_collect(asked->place(), out, errors);
+  }
   if (!asked->place().device.empty()) {
     module_collect(asked->place(), out, errors);
   }

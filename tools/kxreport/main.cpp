@@ -172,8 +172,8 @@ void cards_report(const report_words& words, report* made) {
   const bool list = words.command->kind == command_kind::list;
   made->root.children.push_back({list ? term::functions : term::cards, 0, {}, {}});
   value* group = &made->root.children.back();
-  const ask_options options = {.request = {.sections = words.command->sections, .units = words.units},
-                               .limit_s = words.limit_s};
+  const uint32_t sections = words.command->sections | (words.eyes ? SECTION_EYES : 0u);
+  const ask_options options = {.request = {.sections = sections, .units = words.units}, .limit_s = words.limit_s};
   const int raised = cards_ask(places, options, list ? term::function : term::card, group);
   made->status |= status_of(*group);
   errors_tell(*group);

@@ -53,6 +53,8 @@ const char* unit_name(value_unit unit) {
       return "seconds";
     case value_unit::transfers_per_second:
       return "transfers_per_second";
+    case value_unit::unit_intervals:
+      return "unit_intervals";
     case value_unit::volts:
       return "volts";
     case value_unit::watts:

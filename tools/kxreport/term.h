@@ -28,6 +28,7 @@ enum class value_unit : uint8_t {
   celsius,
   seconds,
   transfers_per_second,
+  unit_intervals,
   volts,
   watts,
 };

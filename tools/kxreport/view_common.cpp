@@ -32,6 +32,8 @@ const char* symbol_of(value_unit unit) {
       return "s";
     case value_unit::transfers_per_second:
       return "T/s";
+    case value_unit::unit_intervals:
+      return "UI";
     case value_unit::volts:
       return "V";
     case value_unit::watts:
@@ -43,7 +45,8 @@ const char* symbol_of(value_unit unit) {
 std::string measure_text(double number, value_unit unit) {
   char text[64];
   const prefix* chosen = &PREFIXES[3];
-  if (unit != value_unit::celsius && unit != value_unit::none && number != 0 && std::isfinite(number)) {
+  const bool prefixed = unit != value_unit::celsius && unit != value_unit::none && unit != value_unit::unit_intervals;
+  if (prefixed && number != 0 && std::isfinite(number)) {
     chosen = &PREFIXES[std::size(PREFIXES) - 1];
     for (const prefix& row : PREFIXES) {
       if (std::fabs(number) >= row.factor) {

@@ -1,3 +1,4 @@
+#include "view_html_eye.h"
 #include "views.h"
 
 namespace {
@@ -25,6 +26,9 @@ th, td { text-align: left; padding: .2rem .8rem .2rem 0; border-bottom: 1px soli
 th { font-weight: 600; } td.number { text-align: right; font-variant-numeric: tabular-nums; }
 td.word { font-family: ui-monospace, monospace; }
 .no, .fault { color: var(--bad); font-weight: 600; } .yes { color: var(--good); }
+figure { display: inline-block; margin: .5rem 1rem .5rem 0; } svg.eye { width: 20rem; max-width: 100%; }
+.eye .closed { fill: var(--soft); stroke: var(--line); } .eye .open { fill: var(--good); fill-opacity: .35; stroke: var(--good); }
+.eye .axis { stroke: var(--ink); stroke-width: .5; } figcaption { font-size: .85rem; }
 details { margin: .5rem 0; } summary { cursor: pointer; background: var(--soft); padding: .3rem .6rem; }
 footer { margin-top: 3rem; color: inherit; opacity: .75; font-size: .85rem; }
 </style>
@@ -122,6 +126,9 @@ void elements_print(const value& list, FILE* out) {
   }
   if (flat) {
     rows_print(list, out);
+    for (size_t i = 0; list.what == term::eyes && i < list.children.size(); ++i) {
+      eye_print(list.children[i], escaped(labels_text(list.children[i])), out);
+    }
     return;
   }
   for (const value& one : list.children) {

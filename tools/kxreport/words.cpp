@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "collect.h"
 #include "common/nearest.h"
 
 namespace {
@@ -12,6 +13,8 @@ constexpr unsigned long NUMBER_MAX = 3600;  // of seconds and of looks
 constexpr const char* OPTIONS =
     "  --format text|json|openmetrics|html   how the result is shown; text without\n"
     "  --all                                 all card functions of the host\n"
+    "  --eye                                 of link, summary, bundle: measure the eyes of the PCIe lanes too,\n"
+    "                                        which takes seconds a lane\n"
     "  --timeout SECONDS                     give up a card that tells nothing for so long (20)\n"
     "  --interval SECONDS    --count LOOKS   of watch: time between two looks (1), and when to end\n"
     "  -h, --help    -v, --version\n"
@@ -30,7 +33,8 @@ std::string nearest_text(const char* word, bool commands) {
       nearest.offer(row.name);
     }
   }
-  for (const char* option : {"--format", "--all", "--timeout", "--interval", "--count", "--help", "--version"}) {
+  for (const char* option :
+       {"--format", "--all", "--eye", "--timeout", "--interval", "--count", "--help", "--version"}) {
     nearest.offer(option);
   }
   return nearest.name() == nullptr ? "" : std::string(": did you mean '") + nearest.name() + "'?";
@@ -58,8 +62,8 @@ bool option_read(char*** argv, report_words* words, std::string* why) {
     words->version = true;
     return true;
   }
-  if (word == "--all") {
-    words->all = true;
+  if (word == "--all" || word == "--eye") {
+    (word == "--all" ? words->all : words->eyes) = true;
     return true;
   }
   uint32_t* number = word == "--timeout"    ? &words->limit_s
@@ -134,6 +138,10 @@ bool rest_check(const report_words& words, std::string* why) {
   }
   if (words.all && !takes_all && kind != command_kind::list) {
     *why = std::string(words.command->name) + " takes no --all";
+    return false;
+  }
+  if (words.eyes && ((words.command->sections & SECTION_LINK) == 0 || kind == command_kind::watch)) {
+    *why = std::string(words.command->name) + " takes no --eye";
     return false;
   }
   if (kind == command_kind::watch && words.view != view_text) {

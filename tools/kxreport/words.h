@@ -13,6 +13,7 @@ struct report_words {
   bool help = false;
   bool version = false;
   bool all = false;
+  bool eyes = false;
   uint32_t limit_s = 20;
   uint32_t interval_s = 1;
   uint32_t looks = 0;              ///< 0: without end

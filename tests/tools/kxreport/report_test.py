@@ -8,10 +8,12 @@ import pty
 import re
 import shutil
 import signal
+import struct
 import subprocess
 import sys
 import tempfile
 import time
+import zlib
 
 BUILD, SOURCE = sys.argv[1], sys.argv[2]
 SCHEMA_FILE = os.path.join(SOURCE, "docs/schema/kxreport.schema.json")
@@ -40,6 +42,7 @@ MIXED = {
 SILENT = {"faults": {"driver": {"requests": [{"type": 1, "never_answers": True, "from": 1}]}}}
 MOVING = {"network_processor": {"ports": {"0": {"receive_packet_rate": 1000}}},
           "functions": MIXED["functions"], "memory": {"0x6208000020": 5}}
+EYES = {"link": {"width": 2}, "margining": {"left": [5, 7], "right": [6], "up": [8], "down": [9]}}
 failures = []
 
 
@@ -164,6 +167,38 @@ def page_test():
     expect(out.startswith("<!DOCTYPE html>") and out.endswith("</html>\n"), "html: whole")
     expect("<b>" not in out and "<script" not in out and "http" not in out, "html: nothing from outside")
     expect(out.index(">health<") < out.index(">link<") < out.index(">counters<"), "html: health first")
+    made, _ = document("link eth0 --eye", 16, EYES)
+    eyes = made["cards"][0]["link"]["eyes"]
+    expect([(one["lane"], one["left_unit_intervals"], one["down_volts"]) for one in eyes] ==
+           [("0", 0.0625, 0.045), ("1", 0.0875, 0.045)], f"eyes: {eyes}")
+    out, _ = run("link eth0 --eye --format html", 16, EYES)
+    expect(out.count("<svg ") == 2 and 'points="126.0,80.0 160.0,68.8 200.8,80.0 160.0,92.6"' in out, "html: eyes")
+    document("link eth0 --eye", 20, {"link": {"speed": 3}})
+    for scheme, paper in ((0, b"\x15\x18\x1c"), (1, b"\xff\xff\xff")):
+        seen = seen_by_browser(out, scheme)
+        expect(seen in (None, paper), f"html: the paper of scheme {scheme} is {seen}")
+
+
+def seen_by_browser(page, scheme):
+    """The colour in the corner of the page, dark (0) or light (1); None without a browser."""
+    if shutil.which("chromium") is None:
+        print("not looked at in a browser, which the package chromium brings")
+        return None
+    path, shot = os.path.join(FOLDER, "page.html"), os.path.join(FOLDER, "page.png")
+    with open(path, "w", encoding="utf-8") as out:
+        out.write(page)
+    subprocess.run(["chromium", "--headless", "--no-sandbox", "--disable-gpu", f"--user-data-dir={FOLDER}/browser",
+                    f"--blink-settings=preferredColorScheme={scheme}", f"--screenshot={shot}", f"file://{path}"],
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=120, check=True)
+    with open(shot, "rb") as file:
+        image = file.read()
+    pixels, at = b"", 8
+    while at < len(image):
+        size, kind = struct.unpack(">I4s", image[at:at + 8])
+        pixels += image[at + 8:at + 8 + size] if kind == b"IDAT" else b""
+        at += size + 12
+    # The first pixel of the first line stands as it is, whatever the line's filter.
+    return zlib.decompress(pixels)[1:4]
 
 
 def limit_test():
@@ -230,7 +265,7 @@ def words_test():
                         ("list eth0", "takes no word 'eth0'"), ("health eth0 vqn", "is no unit"),
                         ("list --format xml", "--format takes"), ("list --timeout 0", "--timeout takes"),
                         ("list --al", "did you mean '--all'?"), ("watch --all", "needs a device"),
-                        ("watch eth0 --all", "takes no --all"), ("watch eth0 --count 0", "--count takes")):
+                        ("watch eth0 --all", "takes no --all"), ("health eth0 --eye", "takes no --eye"), ("watch eth0 --count 0", "--count takes")):
         out, err = run(words, 1)
         expect(out == "" and line in err and err.count("\n") == 1, f"{words}: {out}{err}")
     document("bogus", 1)
