@@ -59,7 +59,7 @@ def play(*words):
     """(changed, failed) by host, of those that were reached, and the output."""
     done = subprocess.run(
         ["ansible-playbook", "-i", place("hosts"), os.path.join(ROLE, "update.yml"), *words], capture_output=True,
-        check=False, timeout=300, cwd=FOLDER,
+        check=False, timeout=900, cwd=FOLDER,
         env={**os.environ, "ANSIBLE_ROLES_PATH": os.path.join(ROLE, "roles"), "ANSIBLE_HOME": FOLDER, "ANSIBLE_NOCOLOR": "1",
              "ANSIBLE_PIPELINING": "1",
              "ANSIBLE_LOCAL_TEMP": place("tmp"), "ANSIBLE_REMOTE_TEMP": place("tmp"), "LC_ALL": "C.UTF-8"})

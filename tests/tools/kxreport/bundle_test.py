@@ -55,7 +55,7 @@ def command(card, program, words):
 
 def run(card, program, words, status=None):
     done = subprocess.run(command(card, program, words.split() if isinstance(words, str) else words), cwd=FOLDER,
-                          capture_output=True, timeout=120, check=False)
+                          capture_output=True, timeout=600, check=False)
     if done.returncode == 77:
         print("skipped:", done.stderr.decode())
         sys.exit(77)
@@ -161,11 +161,16 @@ def trouble_test():
              "old.tar: File too large")):
         _, out, err = run("dead.json", words[0], words[1:], status)
         expect(out == "" and line in err, f"{words}: {out}{err}")
-    process = subprocess.Popen(command(card_file("silent.json", SILENT), "kxreport", ["bundle", "eth0", "old.tar"]),
-                               cwd=FOLDER, stdout=subprocess.PIPE, stderr=subprocess.PIPE, start_new_session=True)
-    time.sleep(1)
+    words = command(card_file("silent.json", SILENT), "kxreport", ["bundle", "eth0", "old.tar"])
+    process = subprocess.Popen([words[0], "--log", place("log"), *words[1:]], cwd=FOLDER,
+                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, start_new_session=True)
+    # From the first request on the program is at work.
+    while process.poll() is None and not (os.path.exists(place("log")) and " type=1 " in open(
+            place("log"), encoding="utf-8", errors="replace").read()):
+        time.sleep(0.1)
+    os.remove(place("log"))
     os.killpg(process.pid, signal.SIGINT)
-    _, err = process.communicate(timeout=60)
+    _, err = process.communicate(timeout=600)
     expect(process.returncode == 130 and b"nothing is kept" in err, f"interrupt: {process.returncode} {err}")
     with open(place("old.tar"), encoding="utf-8") as old:
         expect(old.read() == "old", "an old file is kept")

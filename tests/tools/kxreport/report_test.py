@@ -63,7 +63,7 @@ def command(card, words):
 
 
 def run(words, status, card=None, **options):
-    done = subprocess.run(command(card or {}, words), capture_output=True, timeout=120, check=False, **options)
+    done = subprocess.run(command(card or {}, words), capture_output=True, timeout=600, check=False, **options)
     if done.returncode == 77:
         print("skipped:", done.stderr.decode())
         sys.exit(77)
@@ -189,7 +189,7 @@ def seen_by_browser(page, scheme):
         out.write(page)
     subprocess.run(["chromium", "--headless", "--no-sandbox", "--disable-gpu", f"--user-data-dir={FOLDER}/browser",
                     f"--blink-settings=preferredColorScheme={scheme}", f"--screenshot={shot}", f"file://{path}"],
-                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=120, check=True)
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=600, check=True)
     with open(shot, "rb") as file:
         image = file.read()
     pixels, at = b"", 8
@@ -220,7 +220,7 @@ def interrupt_test():
             break
         time.sleep(0.1)
     os.killpg(process.pid, signal.SIGINT)
-    out, err = process.communicate(timeout=60)
+    out, err = process.communicate(timeout=600)
     expect(process.returncode == 130, f"interrupt: status {process.returncode}: {err.decode()}")
     made = json.loads(out)
     expect(made["status"] == 130 and made["cards"][0]["device"] == "eth0", "interrupt: document")
