@@ -139,12 +139,12 @@ int32_t kxnp_dpp_cmd_exec(kxtools_cmd_context* ctx) {
 }
 
 int32_t kxnp_mcode_drop_stat(kxtools_cmd_context* ctx) {
-  constexpr uint32_t words = 3;
+  constexpr uint32_t WORDS = 3;
   if (ctx == nullptr) {
     KXTOOLS_ERR("ctx is NULL\n");
     return -1;
   }
-  if (ctx->argc != words) {
+  if (ctx->argc != WORDS) {
     QLIX_COMM_PRINT("mcode_drop_stat param num is not right!\n");
     return 0;
   }

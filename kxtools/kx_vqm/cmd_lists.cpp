@@ -148,13 +148,13 @@ constexpr auto two_stage_cmds = make_items<1>({
 });
 
 // The registers of the commands of the same names in no group.
-constexpr auto cnt_cmds = make_items<2>({
+constexpr auto CNT_CMDS = make_items<2>({
     {"vf", EVERYONE, vqm_cmd_adapter<two_stage_vf_stat, 2>, "", VF_PURPOSE, "+ [vfid]"},
     {"enqs", SUPER},
     {"qp", SUPER},
 });
 
-constexpr auto barchan_cmds = make_items<2>({
+constexpr auto BARCHAN_CMDS = make_items<2>({
     {"bind_bdf", SUPER, vqm_cmd_adapter<barchan_bind_bdf, 2>, "",
      "Chooses the function whose mailbox send_ovs_msg uses", "+ [bdf]"},
     {"send_ovs_msg", SUPER, vqm_cmd_adapter<barchan_send_ovs_msg, 2>, "",
@@ -195,7 +195,7 @@ consteval auto described_items() {
   items[1].handler = vqm_cmd_adapter<glb_print_date, 2>;
   return items;
 }
-constexpr auto described_cmds = described_items();
+constexpr auto DESCRIBED_CMDS = described_items();
 
 consteval vqm_module group(std::string_view name, std::span<const vqm_cmd_item> items) {
   vqm_module made = {.items = items.data(), .count = static_cast<uint32_t>(items.size()), .permission = EVERYONE};
@@ -207,11 +207,11 @@ consteval vqm_module group(std::string_view name) {
   const auto belongs = [name](const vqm_cmd_item& item) {
     return list_of(item.reference).starts_with(name) && list_of(item.reference)[name.size()] == '.';
   };
-  const auto first = std::find_if(described_cmds.begin(), described_cmds.end(), belongs);
-  return group(name, std::span(first, std::find_if_not(first, described_cmds.end(), belongs)));
+  const auto first = std::find_if(DESCRIBED_CMDS.begin(), DESCRIBED_CMDS.end(), belongs);
+  return group(name, std::span(first, std::find_if_not(first, DESCRIBED_CMDS.end(), belongs)));
 }
 
-constexpr auto vqm_modules = std::to_array<vqm_module>({
+constexpr auto VQM_MODULES = std::to_array<vqm_module>({
     group("glb"),
     group("host"),
     group("rdesc"),
@@ -223,18 +223,18 @@ constexpr auto vqm_modules = std::to_array<vqm_module>({
     group("wr_used_vring"),
     group("trpg"),
     group("hot"),
-    group("cnt", cnt_cmds),
+    group("cnt", CNT_CMDS),
     group("others", {}),
     group("axim"),
     group("MODE"),
-    group("barchan", barchan_cmds),
+    group("barchan", BARCHAN_CMDS),
 });
 
 // The lists of a group stand together: nothing of the description is left out.
-static_assert(std::accumulate(vqm_modules.begin(), vqm_modules.end(), size_t{0},
+static_assert(std::accumulate(VQM_MODULES.begin(), VQM_MODULES.end(), size_t{0},
                               [](size_t sum, const vqm_module& module) { return sum + module.count; }) ==
-              described_cmds.size() + cnt_cmds.size() + barchan_cmds.size());
-static_assert(short_module_cmds.size() == 25 && two_stage_cmds.size() == 9 && vqm_modules.size() == 16);
+              DESCRIBED_CMDS.size() + CNT_CMDS.size() + BARCHAN_CMDS.size());
+static_assert(short_module_cmds.size() == 25 && two_stage_cmds.size() == 9 && VQM_MODULES.size() == 16);
 
 }  // namespace
 
@@ -247,5 +247,5 @@ std::span<const vqm_cmd_item> vqm_two_stage_cmds() {
 }
 
 std::span<const vqm_module> vqm_module_list() {
-  return vqm_modules;
+  return VQM_MODULES;
 }

@@ -31,7 +31,7 @@ int64_t now_ms() {
 
 /// The process that asks one card, and what came of it.
 struct asker {
-  explicit asker(value* group_) : group(group_), receiver(group_) {}
+  explicit asker(value* in) : group(in), receiver(in) {}
   value* group;
   value_receiver receiver;
   pid_t pid = -1;

@@ -25,7 +25,7 @@ constexpr kxpcie_command report_row(const char* name, const char* help, kxpcie_r
 }
 
 // Name, help, permission, fewest and most words, what runs it.
-constexpr kxpcie_command commands[] = {
+constexpr kxpcie_command ROWS[] = {
     {"devmem", "devmem <address> [words]: words of card memory", READS, 1, 2, kxpcie_devmem, nullptr},
     {"devmem_write",
      "devmem_write <address> <value> [mask] [--verify]: writes a word of card memory, or reads it back too", WRITES, 2,
@@ -67,7 +67,7 @@ constexpr kxpcie_command commands[] = {
     {"black_box", "black_box <file>: all of the above that only reads, and configuration space, into a file", READS, 1,
      1, kxpcie_black_box, nullptr},
 };
-static_assert(std::size(commands) == COMMANDS);
+static_assert(std::size(ROWS) == COMMANDS);
 
 bool function_get(kxtools_sbdf* sbdf) {
   *sbdf = pcie_bound_sbdf_get();
@@ -87,7 +87,7 @@ bool function_get(kxtools_sbdf* sbdf) {
 }
 
 const kxpcie_command* command_find(const char* name) {
-  for (const kxpcie_command& row : commands) {
+  for (const kxpcie_command& row : ROWS) {
     if (strcmp(row.name, name) == 0) {
       return &row;
     }
@@ -144,10 +144,7 @@ int32_t kxpcie_exec(kxtools_cmd_context* ctx) {
 constexpr std::array<kxtools_cmd_entry, COMMANDS> kxpcie_sub_cmd_list = [] {
   std::array<kxtools_cmd_entry, COMMANDS> list = {};
   for (uint32_t i = 0; i < COMMANDS; ++i) {
-    list[i] = {.name = commands[i].name,
-               .help = commands[i].help,
-               .handler = kxpcie_exec,
-               .permission = commands[i].permission};
+    list[i] = {.name = ROWS[i].name, .help = ROWS[i].help, .handler = kxpcie_exec, .permission = ROWS[i].permission};
   }
   return list;
 }();

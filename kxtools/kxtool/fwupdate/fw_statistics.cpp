@@ -23,9 +23,9 @@ struct counts {
 };
 
 int32_t statistics_ask(fw_update* update, counts* text) {
-  constexpr std::array<uint8_t, 1> request = {REQUEST_STATISTICS};
+  constexpr std::array<uint8_t, 1> REQUEST = {REQUEST_STATISTICS};
   std::array<uint8_t, BAR_MSG_PAYLOAD_MAX> reply;
-  if (fw_request_send(update, request, reply, REPLY_MIN) != 0) {
+  if (fw_request_send(update, REQUEST, reply, REPLY_MIN) != 0) {
     FW_ERR("bar chan or msgq channel is not work ,try it later!\n");
     return -1;
   }

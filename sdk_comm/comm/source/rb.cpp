@@ -34,13 +34,13 @@ node_t* record_of(const qlix_comm_double_link_node* order) {
 }
 
 // Asks for what a step down reads of a node.
-constexpr auto step_prefetch = [](const node_t* node) {
+constexpr auto STEP_PREFETCH = [](const node_t* node) {
   tree_prefetch(reinterpret_cast<std::uintptr_t>(node) + offsetof(node_t, key_head));
   tree_prefetch(reinterpret_cast<std::uintptr_t>(node) + offsetof(node_t, right));
 };
 
 node_t* node_find(const qlix_comm_rb* tree, const void* key) {
-  return tree_head_descend(tree, key, tree_look<node_t>{}, step_prefetch).existing;
+  return tree_head_descend(tree, key, tree_look<node_t>{}, STEP_PREFETCH).existing;
 }
 
 void result_set(const qlix_comm_rb* tree, node_t* node, qlix_comm_rb_out out) {
@@ -68,7 +68,7 @@ struct place_walk {
 };
 
 void place_descend(const qlix_comm_rb* tree, const void* key, place& at) {
-  at.existing = tree_head_descend(tree, key, place_walk{&at}, step_prefetch).existing;
+  at.existing = tree_head_descend(tree, key, place_walk{&at}, STEP_PREFETCH).existing;
 }
 
 // Place of a key to insert. Keys that come in ascending order are appended without a walk: the last node has no right

@@ -138,7 +138,7 @@ TEST(CommandSheet, LevelAndPurposeFeedListAndManual) {
 }
 
 TEST(CommandSheet, TableHasRoomForSoManyCommandsOnly) {
-  std::vector<cmd_gen::command> commands(cmd_gen::command_count - 2);
+  std::vector<cmd_gen::command> commands(cmd_gen::COMMAND_COUNT - 2);
   reg_gen::complaints complaints;
   EXPECT_EQ(cmd_gen::table_text(commands, registers(), complaints), "");
   EXPECT_EQ(complaints.size(), 1u);

@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr uint32_t data_words = 64;
-constexpr uint32_t line_bytes = 16;
+constexpr uint32_t DATA_WORDS = 64;
+constexpr uint32_t LINE_BYTES = 16;
 
 struct capture_status {
   uint32_t full;
@@ -33,7 +33,7 @@ struct capture_block {
   uint32_t data;
 };
 
-constexpr capture_block capture_blocks[] = {
+constexpr capture_block CAPTURE_BLOCKS[] = {
     {{dpp_regs::pktrx_cap_mode::NUMBER, dpp_regs::pktrx_cap_en::NUMBER, dpp_regs::pktrx_cap_filter_en::NUMBER,
       dpp_regs::pktrx_cap_filter_sport::NUMBER, dpp_regs::pktrx_cap_filter_mac_offset::NUMBER,
       dpp_regs::pktrx_cap_filter_dmac::NUMBER, dpp_regs::pktrx_cap_filter_smac::NUMBER},
@@ -53,10 +53,10 @@ constexpr capture_block capture_blocks[] = {
 
 // Bytes in the order of the wire; the first stands highest in its word.
 void packet_print(const uint32_t* words, uint32_t length) {
-  for (uint32_t first = 0; first < length; first += line_bytes) {
-    char line[3 * line_bytes + 1];
+  for (uint32_t first = 0; first < length; first += LINE_BYTES) {
+    char line[3 * LINE_BYTES + 1];
     uint32_t used = 0;
-    for (uint32_t i = first; i < length && i < first + line_bytes; ++i) {
+    for (uint32_t i = first; i < length && i < first + LINE_BYTES; ++i) {
       const uint32_t byte = words[i / 4] >> (24 - 8 * (i % 4)) & 0xFF;
       line[used++] = ' ';
       line[used++] = "0123456789abcdef"[byte >> 4];
@@ -70,7 +70,7 @@ void packet_print(const uint32_t* words, uint32_t length) {
 }  // namespace
 
 uint32_t dpp_capture_prt(uint32_t dev_id, uint32_t block_no) {
-  const capture_block& block = capture_blocks[block_no];
+  const capture_block& block = CAPTURE_BLOCKS[block_no];
   for (const uint32_t reg_no : block.settings) {
     QLIX_COMM_CALL(dpp_reg_fields_print, dev_id, reg_no, 0, 0);
   }
@@ -78,8 +78,8 @@ uint32_t dpp_capture_prt(uint32_t dev_id, uint32_t block_no) {
   QLIX_COMM_CHECK_DEV_RC(dev_id, block.status_get(dev_id, status), "dpp_reg_read");
   const uint32_t length = status.length;
   QLIX_COMM_PRINT("cap_full: %u, cap_num: %u, cap_len: %u\n", status.full, status.num, length);
-  uint32_t words[data_words] = {};
-  const uint32_t shown = length < 4 * data_words ? length : 4 * data_words;
+  uint32_t words[DATA_WORDS] = {};
+  const uint32_t shown = length < 4 * DATA_WORDS ? length : 4 * DATA_WORDS;
   for (uint32_t i = 0; 4 * i < shown; ++i) {
     QLIX_COMM_CALL(dpp_reg_read32, dev_id, block.data, 0, i, &words[i]);
   }

@@ -14,9 +14,9 @@
 
 namespace {
 
-constexpr uint32_t print_size = 1024;
-constexpr uint32_t idle_looks = 10;
-constexpr useconds_t idle_wait_us = 1000;
+constexpr uint32_t PRINT_SIZE = 1024;
+constexpr uint32_t IDLE_LOOKS = 10;
+constexpr useconds_t IDLE_WAIT_US = 1000;
 
 /// A register instance that a step has read.
 struct instance {
@@ -170,7 +170,7 @@ class row_runner {
   uint32_t print(const dpp_row_step& step) {
     uint64_t values[DPP_ROW_PLACE_MAX];
     QLIX_COMM_PASS(values_get(step, values));
-    char text[print_size];
+    char text[PRINT_SIZE];
     dpp_row_format(text, sizeof text, dpp_cmd_text(step.text), {values, step.value_num});
     QLIX_COMM_PRINT("%s", text);
     return QLIX_COMM_OK;
@@ -205,12 +205,12 @@ class row_runner {
   // The instance, and the fields that the step names.
   void written_tell(const dpp_row_step& step) const {
     const std::span<const dpp_reg_field> fields = dpp_reg_fields_get(*dpp_reg_info_get(step.at.reg_no));
-    char text[print_size];
+    char text[PRINT_SIZE];
     item_name(step, text);
     for (uint32_t i = 0; i < step.value_num; ++i) {
       const dpp_row_value& value = dpp_row_values[step.value_first + i];
       const size_t length = strlen(text);
-      snprintf(text + length, print_size - length, " %s=0x%x", dpp_reg_text_get(fields[value.field].name),
+      snprintf(text + length, PRINT_SIZE - length, " %s=0x%x", dpp_reg_text_get(fields[value.field].name),
                index(value.number));
     }
     writes_->add(text);
@@ -231,7 +231,7 @@ class row_runner {
   uint32_t busy_read(const dpp_row_step& step, uint32_t* fields) {
     const size_t field_num = dpp_reg_fields_get(*dpp_reg_info_get(step.at.reg_no)).size();
     std::fill_n(fields, field_num, UINT32_MAX);
-    for (uint32_t look = 0; look < idle_looks; ++look) {
+    for (uint32_t look = 0; look < IDLE_LOOKS; ++look) {
       uint32_t now[DPP_REG_FIELD_MAX];
       QLIX_COMM_PASS(fields_read(step, now));
       bool busy = false;
@@ -242,7 +242,7 @@ class row_runner {
       if (!busy) {
         break;
       }
-      usleep(idle_wait_us);
+      usleep(IDLE_WAIT_US);
     }
     return QLIX_COMM_OK;
   }
@@ -251,14 +251,14 @@ class row_runner {
     const dpp_row_op what = step.op;
     uint32_t fields[DPP_REG_FIELD_MAX];
     QLIX_COMM_PASS(what == dpp_row_op::idle ? busy_read(step, fields) : fields_read(step, fields));
-    char bad[print_size];
+    char bad[PRINT_SIZE];
     bad_fields_list(step.at.reg_no, fields, what == dpp_row_op::ready, bad);
     uint32_t& count = what == dpp_row_op::errors ? verdicts_.errors
                       : what == dpp_row_op::idle ? verdicts_.busy
                                                  : verdicts_.not_ready;
     ++verdicts_.items;
     count += bad[0] != '\0' ? 1 : 0;
-    char item[print_size];
+    char item[PRINT_SIZE];
     item_name(step, item);
     if (bad[0] == '\0') {
       QLIX_COMM_PRINT("%-40s: OK\n", item);
@@ -273,11 +273,11 @@ class row_runner {
     const dpp_reg_info& info = *dpp_reg_info_get(step.at.reg_no);
     const char* name = dpp_reg_text_get(info.name);
     if ((info.array_type & DPP_REG_BINARY_ARRAY) != 0) {
-      snprintf(out, print_size, "%s[%u][%u]", name, index(step.at.m), index(step.at.n));
+      snprintf(out, PRINT_SIZE, "%s[%u][%u]", name, index(step.at.m), index(step.at.n));
     } else if (info.array_type != 0) {
-      snprintf(out, print_size, "%s[%u]", name, index(step.at.n));
+      snprintf(out, PRINT_SIZE, "%s[%u]", name, index(step.at.n));
     } else {
-      snprintf(out, print_size, "%s", name);
+      snprintf(out, PRINT_SIZE, "%s", name);
     }
   }
 
@@ -289,8 +289,8 @@ class row_runner {
       const uint32_t all = field.len >= 32 ? UINT32_MAX : (1u << field.len) - 1;
       const uint32_t value = *values++;
       const bool bad = ready ? value != all : value != 0;
-      if (bad && length + 2 < print_size) {
-        length += static_cast<size_t>(snprintf(out + length, print_size - length, field.len == 1 ? " %s" : " %s=0x%x",
+      if (bad && length + 2 < PRINT_SIZE) {
+        length += static_cast<size_t>(snprintf(out + length, PRINT_SIZE - length, field.len == 1 ? " %s" : " %s=0x%x",
                                                dpp_reg_text_get(field.name), value));
       }
     }

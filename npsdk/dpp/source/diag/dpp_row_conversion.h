@@ -5,7 +5,7 @@
 
 /// One conversion: u, d or x with 0, -, blank and width, after ll for 64 bits.
 struct dpp_row_conversion {
-  static constexpr uint32_t width_max = 200;
+  static constexpr uint32_t WIDTH_MAX = 200;
 
   bool left = false;
   bool zero = false;
@@ -20,7 +20,7 @@ struct dpp_row_conversion {
       zero = zero || *text == '0';
     }
     for (; *text >= '0' && *text <= '9'; ++text) {
-      width = width < width_max ? width * 10 + static_cast<uint32_t>(*text - '0') : width_max;
+      width = width < WIDTH_MAX ? width * 10 + static_cast<uint32_t>(*text - '0') : WIDTH_MAX;
     }
     wide = text[0] == 'l' && text[1] == 'l';
     text += wide ? 2 : 0;

@@ -13,19 +13,19 @@
 
 namespace {
 
-constexpr uint32_t row_words = 4;
-constexpr uint32_t item_words = 16;
-constexpr uint32_t alg_register_bit = 1u << 16;
-constexpr uint32_t counters_in_row = 2;
-constexpr uint32_t stat_index_max = 0x3FFFFFF;
-constexpr uint32_t ddr_row_num = 1u << 28;
+constexpr uint32_t ROW_WORDS = 4;
+constexpr uint32_t ITEM_WORDS = 16;
+constexpr uint32_t ALG_REGISTER_BIT = 1u << 16;
+constexpr uint32_t COUNTERS_IN_ROW = 2;
+constexpr uint32_t STAT_INDEX_MAX = 0x3FFFFFF;
+constexpr uint32_t DDR_ROW_NUM = 1u << 28;
 
 // One line for each row of four words; entries of several rows number them.
 void words_prt(const char* what, uint32_t place, const uint32_t* words, uint32_t word_num) {
-  for (uint32_t i = 0; i < word_num; i += row_words) {
+  for (uint32_t i = 0; i < word_num; i += ROW_WORDS) {
     char row[16] = "";
-    if (word_num > row_words) {
-      snprintf(row, sizeof row, "[%u]", i / row_words);
+    if (word_num > ROW_WORDS) {
+      snprintf(row, sizeof row, "[%u]", i / ROW_WORDS);
     }
     QLIX_COMM_PRINT("%s-0x%05x%s: 0x%08x 0x%08x 0x%08x 0x%08x\n", what, place, row, words[i], words[i + 1],
                     words[i + 2], words[i + 3]);
@@ -37,19 +37,19 @@ uint32_t stat_area_get(uint32_t dev_id, uint32_t* row, uint32_t* counter_num) {
   DPP_REG_READ(dpp_regs::stat_ppu_eram_baddr, first, dev_id, 0, 0);
   DPP_REG_READ(dpp_regs::stat_ppu_eram_depth, depth, dev_id, 0, 0);
   *row = first.ppu_eram_baddr;
-  *counter_num = depth.ppu_eram_depth * counters_in_row;
+  *counter_num = depth.ppu_eram_depth * COUNTERS_IN_ROW;
   return QLIX_COMM_OK;
 }
 
 void counter_prt(uint32_t index, const uint32_t* row) {
-  const uint32_t* pair = &row[index % counters_in_row == 0 ? 0 : 2];
+  const uint32_t* pair = &row[index % COUNTERS_IN_ROW == 0 ? 0 : 2];
   QLIX_COMM_PRINT("stat index[0x%08x] value[0x%08x,0x%08x]\n", index, pair[0], pair[1]);
 }
 
 uint32_t zcam_item_prt(uint32_t dev_id, uint32_t queue_id, uint32_t ram_reg_flag, uint32_t place) {
-  uint32_t words[item_words] = {};
+  uint32_t words[ITEM_WORDS] = {};
   QLIX_COMM_CALL(dpp_dtb_zcam_item_dump, dev_id, queue_id, ram_reg_flag, place, words);
-  words_prt(ram_reg_flag != 0 ? "zcam" : "zblock_reg", place, words, item_words);
+  words_prt(ram_reg_flag != 0 ? "zcam" : "zblock_reg", place, words, ITEM_WORDS);
   return QLIX_COMM_OK;
 }
 
@@ -57,16 +57,16 @@ uint32_t zcam_item_prt(uint32_t dev_id, uint32_t queue_id, uint32_t ram_reg_flag
 
 // `index` counts entries of 128 << rw_len bits.
 uint32_t dpp_dtb_ddr_entry_prt(uint32_t dev_id, uint32_t queue_id, uint32_t rw_len, uint32_t baddr, uint32_t index) {
-  uint32_t words[item_words] = {};
+  uint32_t words[ITEM_WORDS] = {};
   QLIX_COMM_CALL(dpp_dtb_smmu1_row_dump, dev_id, queue_id, rw_len, baddr, index << rw_len, words);
-  words_prt("smmu1", index, words, row_words << rw_len);
+  words_prt("smmu1", index, words, ROW_WORDS << rw_len);
   return QLIX_COMM_OK;
 }
 
 uint32_t diag_dpp_dtb_smmu0_read_128(uint32_t dev_id, uint32_t queue_id, uint32_t index) {
-  uint32_t words[row_words] = {};
+  uint32_t words[ROW_WORDS] = {};
   QLIX_COMM_CALL(dpp_dtb_smmu0_row_dump, dev_id, queue_id, index, words);
-  words_prt("smmu0", index, words, row_words);
+  words_prt("smmu0", index, words, ROW_WORDS);
   return QLIX_COMM_OK;
 }
 
@@ -87,8 +87,8 @@ uint32_t diag_dpp_dtb_stat_smmu0_read(uint32_t dev_id, uint32_t queue_id, uint32
   QLIX_COMM_CALL(stat_area_get, dev_id, &base, &counter_num);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, counter_num, 1, UINT32_MAX);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, counter_num - 1);
-  uint32_t row[row_words] = {};
-  QLIX_COMM_CALL(dpp_dtb_smmu0_row_dump, dev_id, queue_id, base + index / counters_in_row, row);
+  uint32_t row[ROW_WORDS] = {};
+  QLIX_COMM_CALL(dpp_dtb_smmu0_row_dump, dev_id, queue_id, base + index / COUNTERS_IN_ROW, row);
   counter_prt(index, row);
   return QLIX_COMM_OK;
 }
@@ -97,12 +97,12 @@ uint32_t diag_dpp_dtb_stat_smmu1_read(uint32_t dev_id, uint32_t queue_id, uint32
   uint32_t base = 0;
   uint32_t counter_num = 0;
   QLIX_COMM_CALL(stat_area_get, dev_id, &base, &counter_num);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, counter_num, stat_index_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, counter_num, STAT_INDEX_MAX);
   DPP_REG_READ(dpp_regs::stat_ppu_ddr_baddr, area, dev_id, 0, 0);
   base = area.ppu_ddr_baddr;
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, base, 0, ddr_row_num - 1);
-  const uint32_t place = base + (index - counter_num) / counters_in_row;
-  uint32_t row[row_words] = {};
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, base, 0, DDR_ROW_NUM - 1);
+  const uint32_t place = base + (index - counter_num) / COUNTERS_IN_ROW;
+  uint32_t row[ROW_WORDS] = {};
   QLIX_COMM_CALL(dpp_dtb_smmu1_row_dump, dev_id, queue_id, 0, place / DPP_DTB_DDR_BASE_ROWS,
                  place % DPP_DTB_DDR_BASE_ROWS, row);
   counter_prt(index, row);
@@ -110,8 +110,8 @@ uint32_t diag_dpp_dtb_stat_smmu1_read(uint32_t dev_id, uint32_t queue_id, uint32
 }
 
 uint32_t diag_dpp_dtb_se_alg_read512(uint32_t dev_id, uint32_t queue_id, uint32_t addr) {
-  return QLIX_COMM_CALLED(zcam_item_prt, dev_id, queue_id, (addr & alg_register_bit) != 0 ? 0 : 1,
-                          addr & ~alg_register_bit);
+  return QLIX_COMM_CALLED(zcam_item_prt, dev_id, queue_id, (addr & ALG_REGISTER_BIT) != 0 ? 0 : 1,
+                          addr & ~ALG_REGISTER_BIT);
 }
 
 uint32_t diag_dpp_dtb_zcam_read(uint32_t dev_id, uint32_t queue_id, uint32_t zblock, uint32_t zcell, uint32_t index) {

@@ -16,11 +16,11 @@
 
 namespace {
 
-constexpr uint32_t row_bytes = 16;
-constexpr uint32_t zcam_item_bytes = 64;
-constexpr uint32_t etcam_row_bytes = 80;
-constexpr uint32_t all_quarters = 0xF;
-constexpr uint32_t all_parts = 0xFF;
+constexpr uint32_t ROW_BYTES = 16;
+constexpr uint32_t ZCAM_ITEM_BYTES = 64;
+constexpr uint32_t ETCAM_ROW_BYTES = 80;
+constexpr uint32_t ALL_QUARTERS = 0xF;
+constexpr uint32_t ALL_PARTS = 0xFF;
 
 /// Elements on their way to the chip, as many in one block as fit.
 class block_sender {
@@ -74,18 +74,18 @@ uint32_t zeros_add(block_sender& block, uint32_t type, const Form& form, uint32_
 
 uint32_t eram_row_clear(block_sender& block, uint32_t row) {
   const dpp_dtb_eram_128_form form = {1, DPP_DTB_MODE_ERAM, DPP_ERAM_DATA_128, 1, 0, 0, row};
-  return zeros_add(block, DPP_DTB_TABLE_ERAM_128, form, row_bytes);
+  return zeros_add(block, DPP_DTB_TABLE_ERAM_128, form, ROW_BYTES);
 }
 
 uint32_t ddr_row_clear(block_sender& block, uint32_t row) {
   const dpp_dtb_ddr_form form = {1, DPP_DTB_MODE_DDR,           0, 0, 0, row / DPP_DTB_DDR_BASE_ROWS,
                                  0, row % DPP_DTB_DDR_BASE_ROWS};
-  return zeros_add(block, DPP_DTB_TABLE_DDR, form, row_bytes);
+  return zeros_add(block, DPP_DTB_TABLE_DDR, form, ROW_BYTES);
 }
 
 uint32_t zcam_item_clear(block_sender& block, uint32_t place) {
-  const dpp_dtb_zcam_form form = {1, DPP_DTB_MODE_ZCAM, 1, place >> 14, place >> 11, place >> 9, all_quarters, place};
-  return zeros_add(block, DPP_DTB_TABLE_ZCAM, form, zcam_item_bytes);
+  const dpp_dtb_zcam_form form = {1, DPP_DTB_MODE_ZCAM, 1, place >> 14, place >> 11, place >> 9, ALL_QUARTERS, place};
+  return zeros_add(block, DPP_DTB_TABLE_ZCAM, form, ZCAM_ITEM_BYTES);
 }
 
 // The valid bits go first, so that no key ever matches a half-cleared row.
@@ -96,10 +96,10 @@ uint32_t etcam_row_clear(block_sender& block, uint32_t place) {
     form.type_mode = DPP_DTB_MODE_ETCAM;
     form.block_sel = place / DPP_DTB_ETCAM_ROW_NUM;
     form.vben = 1;
-    form.wr_mode = all_parts;
+    form.wr_mode = ALL_PARTS;
     form.data_or_mask = mask;
     form.addr = place % DPP_DTB_ETCAM_ROW_NUM;
-    QLIX_COMM_CHECK_RC(zeros_add(block, DPP_DTB_TABLE_ETCAM, form, etcam_row_bytes), "block_sender::add");
+    QLIX_COMM_CHECK_RC(zeros_add(block, DPP_DTB_TABLE_ETCAM, form, ETCAM_ROW_BYTES), "block_sender::add");
   }
   return QLIX_COMM_OK;
 }
@@ -110,7 +110,7 @@ struct memory {
   uint32_t (*clear)(block_sender& block, uint32_t index);
 };
 // By the number that the command takes.
-constexpr memory memories[] = {
+constexpr memory MEMORIES[] = {
     {"smmu0", DPP_DTB_ERAM_ROW_NUM, eram_row_clear},
     {"smmu1", 1u << 28, ddr_row_clear},
     {"zcam", DPP_DTB_ZCAM_PLACE_NUM, zcam_item_clear},
@@ -169,7 +169,7 @@ uint32_t diag_dpp_dtb_smmu0_write_128(uint32_t dev_id, uint32_t queue_id, uint32
 }
 
 uint32_t dpp_dtb_table_flush(uint32_t dev_id, uint32_t queue_id, uint32_t table, uint32_t index, uint32_t num) {
-  const memory& cleared = memories[table];
+  const memory& cleared = MEMORIES[table];
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, cleared.entry_num - 1);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, cleared.entry_num - index);
   const dpp_work work;  // until what was done is told

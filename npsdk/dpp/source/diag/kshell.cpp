@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr uint32_t text_max = 255;
+constexpr uint32_t TEXT_MAX = 255;
 
 }  // namespace
 
@@ -18,7 +18,7 @@ uint32_t dpp_netlink_init() {
 
 uint32_t dpp_kshell(const char* text) {
   QLIX_COMM_CHECK_POINT(text);
-  QLIX_COMM_CHECK_INDEX(static_cast<uint32_t>(strlen(text)), 0, text_max);
+  QLIX_COMM_CHECK_INDEX(static_cast<uint32_t>(strlen(text)), 0, TEXT_MAX);
   QLIX_COMM_PRINT("dpp_kshell: this build cannot reach the NP shell in the kernel, nothing was sent.\n");
   return DPP_RC_NETLINK_NONE;
 }

@@ -15,11 +15,11 @@ struct drop_point {
   char reason[256];
 };
 
-constexpr drop_point drop_points[] = {
+constexpr drop_point DROP_POINTS[] = {
 #include "mcode_drop.inc"
 };
 
-constexpr uint32_t mode_clear = 1;  // the counters are read away
+constexpr uint32_t MODE_CLEAR = 1;  // the counters are read away
 
 constexpr uint32_t index_of(const drop_point& point, uint32_t version) {
   return point.index[version - 1];
@@ -27,7 +27,7 @@ constexpr uint32_t index_of(const drop_point& point, uint32_t version) {
 
 constexpr uint32_t points_num(uint32_t version) {
   uint32_t num = 0;
-  for (const drop_point& point : drop_points) {
+  for (const drop_point& point : DROP_POINTS) {
     num += index_of(point, version) != 0 ? 1 : 0;
   }
   return num;
@@ -36,7 +36,7 @@ constexpr uint32_t points_num(uint32_t version) {
 /// The highest index of a version; 0 when they do not ascend.
 constexpr uint32_t last_index(uint32_t version) {
   uint32_t last = 0;
-  for (const drop_point& point : drop_points) {
+  for (const drop_point& point : DROP_POINTS) {
     const uint32_t index = index_of(point, version);
     if (index != 0 && index <= last) {
       return 0;
@@ -45,8 +45,8 @@ constexpr uint32_t last_index(uint32_t version) {
   }
   return last;
 }
-static_assert(points_num(1) == 94 && index_of(drop_points[0], 1) == 0x11D02 && last_index(1) == 0x11E32);
-static_assert(points_num(2) == 112 && index_of(drop_points[0], 2) == 0x11D02 && last_index(2) == 0x11DE6);
+static_assert(points_num(1) == 94 && index_of(DROP_POINTS[0], 1) == 0x11D02 && last_index(1) == 0x11E32);
+static_assert(points_num(2) == 112 && index_of(DROP_POINTS[0], 2) == 0x11D02 && last_index(2) == 0x11DE6);
 
 }  // namespace
 
@@ -54,7 +54,7 @@ static_assert(points_num(2) == 112 && index_of(drop_points[0], 2) == 0x11D02 && 
 uint32_t dpp_mcode_drop_stat_walk(const char* function, uint32_t dev_id, uint32_t mode, uint32_t version) {
   const DppCmdArgs words = {.num = 3, .value = {dev_id, mode, version}};
   QLIX_COMM_PASS(dpp_cmd_ranges_check(*dpp_cmd_find("mcode_drop_stat"), words, {__FILE_NAME__, __LINE__, function}));
-  for (const drop_point& point : drop_points) {
+  for (const drop_point& point : DROP_POINTS) {
     const uint32_t index = index_of(point, version);
     if (index == 0) {
       continue;
@@ -64,7 +64,7 @@ uint32_t dpp_mcode_drop_stat_walk(const char* function, uint32_t dev_id, uint32_
     if (code != QLIX_COMM_OK) {
       return qlix_comm_detail::report_call({__FILE_NAME__, __LINE__, function}, code, "dpp_stat_ppu_cnt_get");
     }
-    if (mode != mode_clear && (pair[0] != 0 || pair[1] != 0)) {
+    if (mode != MODE_CLEAR && (pair[0] != 0 || pair[1] != 0)) {
       QLIX_COMM_PRINT("v%u drop stat index[0x%08x] value[0x%08x,0x%08x] reason: %s\n", version, index, pair[0], pair[1],
                       point.reason);
     }
@@ -79,7 +79,7 @@ uint32_t mcode_drop_stat(uint32_t dev_id, uint32_t mode, uint32_t version) {
 uint32_t mcode_dropstat(uint32_t dev_id, uint32_t version) {
   uint64_t total = 0;
   uint32_t counting = 0;
-  for (const drop_point& point : drop_points) {
+  for (const drop_point& point : DROP_POINTS) {
     if (index_of(point, version) == 0) {
       continue;
     }

@@ -9,18 +9,18 @@
 
 namespace {
 
-constexpr uint32_t instr_max = 0x7FFF;
+constexpr uint32_t INSTR_MAX = 0x7FFF;
 
 }  // namespace
 
 uint32_t dpp_ppu_mem_prt(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
                          uint32_t num) {
-  constexpr const char* names[] = {"instr", "dup", "sdt", "reg", "mem"};
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, memory, 0, std::size(names) - 1);
+  constexpr const char* NAMES[] = {"instr", "dup", "sdt", "reg", "mem"};
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, memory, 0, std::size(NAMES) - 1);
   for (uint32_t at = addr; at - addr < num; ++at) {
     uint32_t words[DPP_PPU_WORDS] = {};
     QLIX_COMM_CALL(dpp_ppu_mem_get, dev_id, cluster, memory, me_id, at, words);
-    QLIX_COMM_PRINT("%s-0x%05x: 0x%08x 0x%08x 0x%08x 0x%08x\n", names[memory], at, words[0], words[1], words[2],
+    QLIX_COMM_PRINT("%s-0x%05x: 0x%08x 0x%08x 0x%08x 0x%08x\n", NAMES[memory], at, words[0], words[1], words[2],
                     words[3]);
   }
   return QLIX_COMM_OK;
@@ -28,5 +28,5 @@ uint32_t dpp_ppu_mem_prt(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memor
 
 uint32_t diag_dpp_ppu_instr_prt(uint32_t dev_id, uint32_t cluster, uint32_t addr, uint32_t num) {
   return QLIX_COMM_CALLED(dpp_ppu_mem_prt, dev_id, cluster, DPP_PPU_MEM_INSTR, 0, addr,
-                          std::min(num, instr_max - addr + 1));
+                          std::min(num, INSTR_MAX - addr + 1));
 }

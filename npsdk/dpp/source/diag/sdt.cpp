@@ -15,10 +15,10 @@
 
 namespace {
 
-constexpr uint32_t width_max = 3;
-constexpr uint32_t data_arg_words = 10;
-constexpr uint32_t hash_tables = 32;
-constexpr uint32_t tables_in_family = 8;  // route areas of each address family
+constexpr uint32_t WIDTH_MAX = 3;
+constexpr uint32_t DATA_ARG_WORDS = 10;
+constexpr uint32_t HASH_TABLES = 32;
+constexpr uint32_t TABLES_IN_FAMILY = 8;  // route areas of each address family
 
 void record_print(uint32_t sdt_no, uint64_t record) {
   const uint32_t type = dpp_sdt_type_of(record);
@@ -37,8 +37,8 @@ struct line_range {
 };
 
 line_range eram_lines(uint64_t record) {
-  constexpr uint32_t line_entries[] = {128, 4, 2, 1};
-  const uint32_t in_line = line_entries[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
+  constexpr uint32_t LINE_ENTRIES[] = {128, 4, 2, 1};
+  const uint32_t in_line = LINE_ENTRIES[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
   const uint64_t depth = dpp_sdt_field_get(record, DPP_SDT_ERAM_F_DEPTH);
   return {dpp_sdt_field_get(record, DPP_SDT_ERAM_F_BASE), (depth + in_line - 1) / in_line};
 }
@@ -57,10 +57,10 @@ bool stands_at(uint64_t record, uint32_t type, uint32_t place) {
       return place >= lines.first && place - lines.first < lines.num;
     }
     case DPP_SDT_HASH:
-      return place == dpp_sdt_field_get(record, DPP_SDT_HASH_F_ID) * hash_tables +
+      return place == dpp_sdt_field_get(record, DPP_SDT_HASH_F_ID) * HASH_TABLES +
                           dpp_sdt_field_get(record, DPP_SDT_HASH_F_TABLE);
     case DPP_SDT_LPM:
-      return place == dpp_sdt_field_get(record, DPP_SDT_LPM_F_V46) * tables_in_family +
+      return place == dpp_sdt_field_get(record, DPP_SDT_LPM_F_V46) * TABLES_IN_FAMILY +
                           dpp_sdt_field_get(record, DPP_SDT_LPM_F_AREA);
     default:
       return place == dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_TABLE);
@@ -141,7 +141,7 @@ uint32_t diag_dpp_se_eram_sdt_tbl_wr(uint32_t dev_id, uint32_t sdt_no, uint32_t 
 
 uint32_t dpp_sdt_eram_ddr_table_add(uint32_t dev_id, uint32_t sdt_no, uint32_t table_type, uint32_t width,
                                     uint32_t base, uint32_t depth) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, width, 0, table_type == DPP_SDT_ERAM ? width_max : DPP_SE_DDR_MODE_MAX);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, width, 0, table_type == DPP_SDT_ERAM ? WIDTH_MAX : DPP_SE_DDR_MODE_MAX);
   const uint32_t values[] = {width, base, depth};
   uint64_t record = 0;
   QLIX_COMM_CALL(dpp_sdt_pack, table_type, values, &record);
@@ -154,8 +154,8 @@ uint32_t dpp_sdt_eram_ddr_table_add(uint32_t dev_id, uint32_t sdt_no, uint32_t t
 uint32_t dpp_sdt_table_data_pre(uint32_t dev_id, uint32_t first_word, uint32_t word0, uint32_t word1, uint32_t word2,
                                 uint32_t word3, uint32_t word4, uint32_t word5, uint32_t word6, uint32_t word7,
                                 uint32_t word8, uint32_t word9) {
-  const uint32_t words[data_arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
-  const uint32_t end = std::min(first_word + data_arg_words, DPP_SDT_ENTRY_WORDS);
+  const uint32_t words[DATA_ARG_WORDS] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
+  const uint32_t end = std::min(first_word + DATA_ARG_WORDS, DPP_SDT_ENTRY_WORDS);
   for (uint32_t i = first_word; i < end; ++i) {
     QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, dpp_regs::se_sdt_tbl_data::NUMBER, 0, i, words[i - first_word]);
   }

@@ -17,35 +17,35 @@
 
 namespace {
 
-constexpr uint32_t quarter_shift = 17;
-constexpr uint32_t arg_words = 10;
+constexpr uint32_t QUARTER_SHIFT = 17;
+constexpr uint32_t ARG_WORDS = 10;
 
 /// Lines that differ in one address bit each: a line that answers in place of another shows.
-constexpr uint32_t check_lines[] = {0, 1, 2, 4, 8, 16, 32, 64, 128, 256, DPP_SE_ZCELL_LINES - 1};
-constexpr uint32_t check_line_num = DPP_SE_ZCELL_IN_BLOCK * static_cast<uint32_t>(std::size(check_lines));
+constexpr uint32_t CHECK_LINES[] = {0, 1, 2, 4, 8, 16, 32, 64, 128, 256, DPP_SE_ZCELL_LINES - 1};
+constexpr uint32_t CHECK_LINE_NUM = DPP_SE_ZCELL_IN_BLOCK * static_cast<uint32_t>(std::size(CHECK_LINES));
 
 /// The lines of a zblock that are checked, zcell after zcell.
 struct zblock_lines {
-  uint32_t words[check_line_num][DPP_SE_ZCELL_WORDS];
+  uint32_t words[CHECK_LINE_NUM][DPP_SE_ZCELL_WORDS];
 };
 
 uint32_t cell_of(uint32_t number) {
-  return number / static_cast<uint32_t>(std::size(check_lines));
+  return number / static_cast<uint32_t>(std::size(CHECK_LINES));
 }
 
 uint32_t line_of(uint32_t number) {
-  return check_lines[number % std::size(check_lines)];
+  return CHECK_LINES[number % std::size(CHECK_LINES)];
 }
 
 uint32_t lines_read(uint32_t dev_id, uint32_t zblock, zblock_lines& lines) {
-  for (uint32_t i = 0; i < check_line_num; ++i) {
+  for (uint32_t i = 0; i < CHECK_LINE_NUM; ++i) {
     QLIX_COMM_CALL(dpp_se_zcell_read, dev_id, zblock, cell_of(i), line_of(i), lines.words[i]);
   }
   return QLIX_COMM_OK;
 }
 
 uint32_t lines_write(uint32_t dev_id, uint32_t zblock, const zblock_lines& lines) {
-  for (uint32_t i = 0; i < check_line_num; ++i) {
+  for (uint32_t i = 0; i < CHECK_LINE_NUM; ++i) {
     QLIX_COMM_CALL(dpp_se_zcell_write, dev_id, zblock, cell_of(i), line_of(i), DPP_SE_QUARTER_ALL, lines.words[i]);
   }
   return QLIX_COMM_OK;
@@ -54,20 +54,20 @@ uint32_t lines_write(uint32_t dev_id, uint32_t zblock, const zblock_lines& lines
 // Every word of every line differs from all others and, between the two rounds, in every bit. No quarter has the valid
 // bit of an entry, so that the chip finds nothing in it.
 void pattern_fill(uint32_t zblock, uint32_t round, zblock_lines& lines) {
-  constexpr uint32_t words_in_quarter = 4;
-  constexpr uint32_t valid_bit = 1u << 31;
-  for (uint32_t i = 0; i < check_line_num; ++i) {
+  constexpr uint32_t WORDS_IN_QUARTER = 4;
+  constexpr uint32_t VALID_BIT = 1u << 31;
+  for (uint32_t i = 0; i < CHECK_LINE_NUM; ++i) {
     for (uint32_t word = 0; word < DPP_SE_ZCELL_WORDS; ++word) {
       const uint32_t value = 0x2A000000u | zblock << 18 | cell_of(i) << 16 | line_of(i) << 5 | word;
       const uint32_t turned = round == 0 ? value : ~value;
-      lines.words[i][word] = word % words_in_quarter == 0 ? turned & ~valid_bit : turned;
+      lines.words[i][word] = word % WORDS_IN_QUARTER == 0 ? turned & ~VALID_BIT : turned;
     }
   }
 }
 
 uint32_t differing_lines(const zblock_lines& a, const zblock_lines& b) {
   uint32_t num = 0;
-  for (uint32_t i = 0; i < check_line_num; ++i) {
+  for (uint32_t i = 0; i < CHECK_LINE_NUM; ++i) {
     num += memcmp(a.words[i], b.words[i], sizeof a.words[i]) != 0 ? 1 : 0;
   }
   return num;
@@ -114,7 +114,7 @@ uint32_t dpp_se_zgroup_check(uint32_t dev_id, uint32_t zgroup, uint32_t writes) 
     const bool good = bad == 0 && double_bit == 0;
     bad_blocks += good ? 0 : 1;
     QLIX_COMM_PRINT("zblock %02u: %s, %u of %u lines differ, single-bit errors %u, double-bit errors %u\n", zblock,
-                    good ? "OK" : "ERROR", bad, check_line_num, ecc.sbe_cnt, double_bit);
+                    good ? "OK" : "ERROR", bad, CHECK_LINE_NUM, ecc.sbe_cnt, double_bit);
   }
   QLIX_COMM_PRINT("zgroup %u: %u zblocks, %u error%s: %s\n", zgroup, DPP_SE_ZBLOCK_IN_GROUP, bad_blocks,
                   qlix_comm_plural(bad_blocks), bad_blocks == 0 ? "HEALTHY" : "NOT HEALTHY");
@@ -129,11 +129,11 @@ uint32_t diag_dpp_se_alg_read512(uint32_t dev_id, uint32_t addr) {
 }
 
 uint32_t diag_dpp_se_alg_read_zblock(uint32_t dev_id, uint32_t zblock) {
-  constexpr uint32_t registers[] = {dpp_regs::zblock_service_configure::NUMBER,
+  constexpr uint32_t REGISTERS[] = {dpp_regs::zblock_service_configure::NUMBER,
                                     dpp_regs::zblock_hash_zcell_mono::NUMBER, dpp_regs::zblock_hash_arg::NUMBER,
                                     dpp_regs::zblock_mpr_ecc::NUMBER, dpp_regs::zblock_zreg::NUMBER};
   QLIX_COMM_PRINT("zblock %u\n", zblock);
-  for (const uint32_t reg_no : registers) {
+  for (const uint32_t reg_no : REGISTERS) {
     QLIX_COMM_CALL(dpp_reg_fields_print, dev_id, reg_no, zblock / DPP_SE_ZBLOCK_IN_GROUP,
                    zblock % DPP_SE_ZBLOCK_IN_GROUP);
   }
@@ -145,8 +145,8 @@ uint32_t diag_dpp_se_alg_read_zblock(uint32_t dev_id, uint32_t zblock) {
 uint32_t diag_dpp_se_alg_write512_pre_ex(uint32_t dev_id, uint32_t first_word, uint32_t word0, uint32_t word1,
                                          uint32_t word2, uint32_t word3, uint32_t word4, uint32_t word5, uint32_t word6,
                                          uint32_t word7, uint32_t word8, uint32_t word9) {
-  const uint32_t words[arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
-  const uint32_t end = std::min(first_word + arg_words, DPP_SE_ZCELL_WORDS);
+  const uint32_t words[ARG_WORDS] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
+  const uint32_t end = std::min(first_word + ARG_WORDS, DPP_SE_ZCELL_WORDS);
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_SE_ALG);
   for (uint32_t i = first_word; i < end; ++i) {
     // Word 0 stands at the highest address.
@@ -164,5 +164,5 @@ uint32_t diag_dpp_se_alg_write512_ex(uint32_t dev_id, uint32_t addr, uint32_t qu
     QLIX_COMM_CALL(dpp_reg_read32, dev_id, dpp_regs::se_alg_ind_data::NUMBER, 0, DPP_SE_ZCELL_WORDS - 1 - i, &words[i]);
   }
   const uint32_t enables = quarters != 0 ? quarters : DPP_SE_QUARTER_ALL;
-  return QLIX_COMM_CALLED(dpp_se_alg_write, dev_id, enables << quarter_shift | addr, words);
+  return QLIX_COMM_CALLED(dpp_se_alg_write, dev_id, enables << QUARTER_SHIFT | addr, words);
 }

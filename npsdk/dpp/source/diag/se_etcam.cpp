@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr uint32_t row_bits = 8 * DPP_SE_ETCAM_ROW_BYTES;
+constexpr uint32_t ROW_BITS = 8 * DPP_SE_ETCAM_ROW_BYTES;
 
 void parts_print(const dpp_se_etcam_row& row, uint32_t first_part, uint32_t part_num) {
   const uint32_t first = first_part * DPP_SE_ETCAM_PART_BYTES;
@@ -25,7 +25,7 @@ uint32_t dpp_etcam_table_blocks_prt(uint32_t dev_id, uint32_t table) {
     dpp_etcam_block info = {};
     QLIX_COMM_CALL(dpp_etcam_block_get, dev_id, block, &info);
     if (info.valid != 0 && info.table == table) {
-      QLIX_COMM_PRINT("  block %u: entries of %u bits, first row %u\n", block, row_bits >> info.key_mode, info.base);
+      QLIX_COMM_PRINT("  block %u: entries of %u bits, first row %u\n", block, ROW_BITS >> info.key_mode, info.base);
       ++num;
     }
   }
@@ -53,7 +53,7 @@ uint32_t diag_dpp_se_etcam_tbl_entry_prt(uint32_t dev_id, uint32_t table, uint32
   QLIX_COMM_CALL(dpp_se_etcam_row_read, dev_id, place.block, place.row, &row);
   const uint32_t parts = dpp_etcam_place_parts(place);
   QLIX_COMM_PRINT("etcam table %u, entry %u: block %u, row %u, first part %u, %u bits, %s\n", table, index, place.block,
-                  place.row, place.first_part, row_bits >> place.key_mode,
+                  place.row, place.first_part, ROW_BITS >> place.key_mode,
                   (row.valid & parts) == parts ? "valid" : "not valid");
   parts_print(row, place.first_part, place.part_num);
   return QLIX_COMM_OK;

@@ -11,19 +11,19 @@
 
 namespace {
 
-constexpr uint32_t bulk_num = 8;
-constexpr uint32_t key_words = 16;  // key registers of the chip
-constexpr uint32_t key_arg_words = 10;
-constexpr uint32_t key_len_max = DPP_SE_ITEM_BYTES - DPP_HASH_HEAD_BYTES;
-constexpr uint32_t item_mask = DPP_SE_ZCELL_LINES - 1;
-constexpr uint32_t crc16_mask = 0xFFFF;
+constexpr uint32_t BULK_NUM = 8;
+constexpr uint32_t KEY_WORDS = 16;  // key registers of the chip
+constexpr uint32_t KEY_ARG_WORDS = 10;
+constexpr uint32_t KEY_LEN_MAX = DPP_SE_ITEM_BYTES - DPP_HASH_HEAD_BYTES;
+constexpr uint32_t ITEM_MASK = DPP_SE_ZCELL_LINES - 1;
+constexpr uint32_t CRC16_MASK = 0xFFFF;
 
 /// One look-up.
 struct search {
   uint32_t dev_id;
   se_hash_key key;
-  uint8_t key_bytes[4 * key_words];
-  uint8_t crc_key[4 * key_words];  // as the checksums see the key
+  uint8_t key_bytes[4 * KEY_WORDS];
+  uint8_t crc_key[4 * KEY_WORDS];  // as the checksums see the key
   bool found;
 };
 
@@ -41,7 +41,7 @@ void place_judge(search& s, const uint8_t* item) {
 uint32_t ddr_search(search& s) {
   DPP_REG_READ(dpp_regs::se_hash_crc_poly, polynomial, s.dev_id, 0, s.key.engine);
   const uint32_t crc = dpp_crc32_calc(s.crc_key, s.key.key_len, polynomial.crc_poly);
-  for (uint32_t bulk = 0; bulk < bulk_num && !s.found; ++bulk) {
+  for (uint32_t bulk = 0; bulk < BULK_NUM && !s.found; ++bulk) {
     DPP_REG_READ(dpp_regs::se_hash_bulk_ddr_cfg, cfg, s.dev_id, s.key.engine, bulk);
     if (cfg.ddr_en == 0) {
       continue;
@@ -86,12 +86,12 @@ uint32_t zcells_search(search& s, uint32_t zblock, const zblock_view& view) {
     QLIX_COMM_PRINT("zblock %u: left out, it has no polynomial 0x%04x\n", zblock, view.hash_arg);
     return QLIX_COMM_OK;
   }
-  const uint32_t crc = dpp_crc16_table_lookup(s.crc_key, s.key.key_len, view.hash_arg) & crc16_mask;
+  const uint32_t crc = dpp_crc16_table_lookup(s.crc_key, s.key.key_len, view.hash_arg) & CRC16_MASK;
   for (uint32_t cell = 0; cell < DPP_SE_ZCELL_IN_BLOCK && !s.found; ++cell) {
     if (!view.cell[cell]) {
       continue;
     }
-    const uint32_t index = crc >> cell & item_mask;
+    const uint32_t index = crc >> cell & ITEM_MASK;
     uint32_t words[SE_ITEM_WORDS] = {};
     QLIX_COMM_CALL(dpp_se_zcell_read, s.dev_id, zblock, cell, index, words);
     uint8_t item[DPP_SE_ITEM_BYTES];
@@ -132,11 +132,11 @@ uint32_t zblocks_search(search& s) {
 }
 
 uint32_t key_read(uint32_t dev_id, uint8_t* bytes) {
-  uint32_t words[key_words] = {};
-  for (uint32_t i = 0; i < key_words; ++i) {
+  uint32_t words[KEY_WORDS] = {};
+  for (uint32_t i = 0; i < KEY_WORDS; ++i) {
     QLIX_COMM_CALL(dpp_reg_read32, dev_id, dpp_regs::se_hash_key_data::NUMBER, 0, i, &words[i]);
   }
-  dpp_se_words_to_bytes(words, key_words, bytes);
+  dpp_se_words_to_bytes(words, KEY_WORDS, bytes);
   return QLIX_COMM_OK;
 }
 
@@ -145,11 +145,11 @@ uint32_t key_read(uint32_t dev_id, uint8_t* bytes) {
 uint32_t diag_dpp_se_hash_key_data(uint32_t dev_id, uint32_t first_word, uint32_t word0, uint32_t word1, uint32_t word2,
                                    uint32_t word3, uint32_t word4, uint32_t word5, uint32_t word6, uint32_t word7,
                                    uint32_t word8, uint32_t word9) {
-  const uint32_t words[key_arg_words] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
-  for (uint32_t i = 0; i < key_arg_words && first_word + i < key_words; ++i) {
+  const uint32_t words[KEY_ARG_WORDS] = {word0, word1, word2, word3, word4, word5, word6, word7, word8, word9};
+  for (uint32_t i = 0; i < KEY_ARG_WORDS && first_word + i < KEY_WORDS; ++i) {
     QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, dpp_regs::se_hash_key_data::NUMBER, 0, first_word + i, words[i]);
   }
-  uint8_t bytes[4 * key_words] = {};
+  uint8_t bytes[4 * KEY_WORDS] = {};
   QLIX_COMM_CALL(key_read, dev_id, bytes);
   se_bytes_print("key", bytes, sizeof bytes);
   return QLIX_COMM_OK;
@@ -163,8 +163,8 @@ uint32_t diag_dpp_se_hash_search(uint32_t dev_id, uint32_t hash_id, uint32_t tab
   s.key = {hash_id, table_id, s.key_bytes, key_len != 0 ? key_len : cfg.key_len,
            rst_len != 0 ? rst_len : 4u << cfg.rsp_mode};
   // A table that was never set up has a key length of 0.
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, s.key.key_len, 1, key_len_max);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, s.key.rst_len, 0, key_len_max - s.key.key_len);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, s.key.key_len, 1, KEY_LEN_MAX);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, s.key.rst_len, 0, KEY_LEN_MAX - s.key.key_len);
   QLIX_COMM_CALL(key_read, dev_id, s.key_bytes);
   QLIX_COMM_CALL(dpp_hash_set_crc_key, s.key_bytes, s.key.key_len, s.crc_key);
   QLIX_COMM_PRINT("hash_id %u, table_id %u, key of %u bytes, result of %u bytes\n", hash_id, table_id, s.key.key_len,

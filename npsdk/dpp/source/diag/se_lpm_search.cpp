@@ -17,10 +17,10 @@
 
 namespace {
 
-constexpr uint32_t area_num = 8;  // of each address family
-constexpr uint32_t address_words = 5;
+constexpr uint32_t AREA_NUM = 8;  // of each address family
+constexpr uint32_t ADDRESS_WORDS = 5;
 
-constexpr uint32_t steps_max = 100000;
+constexpr uint32_t STEPS_MAX = 100000;
 
 /// One look-up in one area.
 struct search {
@@ -28,7 +28,7 @@ struct search {
   uint64_t base;  // line
   uint32_t key_bytes;
   uint32_t chain_num;
-  uint8_t address[4 * address_words];
+  uint8_t address[4 * ADDRESS_WORDS];
   bool found;
   uint32_t length;  // of the route
   uint32_t result;
@@ -89,7 +89,7 @@ uint32_t chain_search(search& s, uint32_t length) {
   uint32_t steps = 0;
   uint32_t mark = 0;  // an item passed; who comes by again goes round in a ring
   const uint64_t items = DPP_ROUTE_HEAD_ROWS + s.chain_num / DPP_ROUTE_CHAINS_IN_ROW;
-  for (; next != 0 && next != mark && steps < steps_max; ++steps) {
+  for (; next != 0 && next != mark && steps < STEPS_MAX; ++steps) {
     mark = (steps & (steps - 1)) == 0 ? next : mark;
     uint8_t item[DPP_SE_ITEM_BYTES] = {};
     QLIX_COMM_CALL(lines_read, s, items + uint64_t{next - 1} * DPP_ROUTE_ITEM_ROWS, DPP_ROUTE_ITEM_ROWS, item);
@@ -155,10 +155,10 @@ uint32_t setting_get(uint32_t dev_id, uint32_t area, area_setting& setting) {
 
 uint32_t diag_dpp_se_lpm_search(uint32_t dev_id, uint32_t v46_flag, uint32_t word0, uint32_t word1, uint32_t word2,
                                 uint32_t word3, uint32_t word4) {
-  const uint32_t words[address_words] = {word0, word1, word2, word3, word4};
+  const uint32_t words[ADDRESS_WORDS] = {word0, word1, word2, word3, word4};
   const auto get = v46_flag != 0 ? setting_get<dpp_regs::se_lpm_v6_ddr_cfg> : setting_get<dpp_regs::se_lpm_v4_ddr_cfg>;
   uint32_t enabled = 0;
-  for (uint32_t area = 0; area < area_num; ++area) {
+  for (uint32_t area = 0; area < AREA_NUM; ++area) {
     area_setting setting = {};
     QLIX_COMM_CHECK_DEV_RC(dev_id, get(dev_id, area, setting), "dpp_reg_read");
     if (setting.enabled == 0) {
@@ -168,7 +168,7 @@ uint32_t diag_dpp_se_lpm_search(uint32_t dev_id, uint32_t v46_flag, uint32_t wor
     search s = {};
     s.dev_id = dev_id;
     s.base = uint64_t{setting.base} * DPP_SE_DDR_UNIT_LINES;
-    dpp_se_words_to_bytes(words, address_words, s.address);
+    dpp_se_words_to_bytes(words, ADDRESS_WORDS, s.address);
     QLIX_COMM_CALL(area_search, s, area);
   }
   if (enabled == 0) {

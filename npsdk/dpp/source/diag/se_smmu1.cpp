@@ -11,14 +11,14 @@
 
 namespace {
 
-constexpr uint32_t base_lines = 4;  // a direct table's base counts units of 512 bits
-constexpr const char* labels[] = {"ddr128", "ddr256", "ddr512"};
+constexpr uint32_t BASE_LINES = 4;  // a direct table's base counts units of 512 bits
+constexpr const char* LABELS[] = {"ddr128", "ddr256", "ddr512"};
 
 uint32_t entries_print(uint32_t dev_id, uint32_t addr, uint32_t num, uint32_t mode) {
   for (uint32_t i = 0; i < num; ++i) {
     uint32_t words[DPP_SE_DDR_WORDS] = {};
     QLIX_COMM_CALL(dpp_se_smmu1_ind_read, dev_id, addr + i, mode, words);
-    se_words_print(labels[mode], addr + i, words, 4u << mode);
+    se_words_print(LABELS[mode], addr + i, words, 4u << mode);
   }
   return QLIX_COMM_OK;
 }
@@ -30,7 +30,7 @@ uint32_t dpp_se_ddr_table_entry_prt(uint32_t dev_id, uint32_t table, uint32_t in
   const uint32_t base = cfg.tbl_baddr;
   QLIX_COMM_PRINT("direct table %u: %s, width_mode %u, tbl_baddr 0x%07x\n", table,
                   cfg.tbl_valid != 0 ? "valid" : "not valid", cfg.width_mode, base);
-  const uint64_t addr = (uint64_t{base} * base_lines >> mode) + index;
+  const uint64_t addr = (uint64_t{base} * BASE_LINES >> mode) + index;
   return entries_print(dev_id, static_cast<uint32_t>(std::min<uint64_t>(addr, UINT32_MAX)), 1, mode);
 }
 

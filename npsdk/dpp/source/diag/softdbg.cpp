@@ -14,9 +14,9 @@
 
 namespace {
 
-constexpr uint32_t poll_max = 1000;
-constexpr useconds_t poll_wait_us = 100;
-constexpr uint32_t polls_at_once = 10;
+constexpr uint32_t POLL_MAX = 1000;
+constexpr useconds_t POLL_WAIT_US = 100;
+constexpr uint32_t POLLS_AT_ONCE = 10;
 
 using control_field = uint32_t dpp_regs::ppu_cls_dbg_ctrl::*;
 
@@ -47,7 +47,7 @@ uint32_t control(uint32_t dev_id, uint32_t cluster, control_field field) {
 
 // Waits for the cluster to stop; with `or_running` that it runs will do.
 uint32_t state_wait(uint32_t dev_id, uint32_t cluster, bool or_running) {
-  for (uint32_t poll = 0; poll < poll_max; ++poll) {
+  for (uint32_t poll = 0; poll < POLL_MAX; ++poll) {
     debug_state state = {};
     QLIX_COMM_CALL(state_get, dev_id, cluster, &state);
     if (state.stopped) {
@@ -58,8 +58,8 @@ uint32_t state_wait(uint32_t dev_id, uint32_t cluster, bool or_running) {
       QLIX_COMM_PRINT("cluster-%03u running\n", cluster);
       return QLIX_COMM_OK;
     }
-    if (poll >= polls_at_once) {
-      usleep(poll_wait_us);
+    if (poll >= POLLS_AT_ONCE) {
+      usleep(POLL_WAIT_US);
     }
   }
   return DPP_RC_DIAG_NOT_READY;
@@ -90,7 +90,7 @@ uint32_t dpp_softdbg_start(uint32_t dev_id, uint32_t cluster, uint32_t me_id, ui
 
 uint32_t dpp_softdbg_move(uint32_t dev_id, uint32_t cluster, uint32_t how) {
   using fields = dpp_regs::ppu_cls_dbg_ctrl;
-  constexpr control_field moves[] = {&fields::step_into, &fields::step_over, &fields::dbg_stop};
-  const control_field field = moves[how];
+  constexpr control_field MOVES[] = {&fields::step_into, &fields::step_over, &fields::dbg_stop};
+  const control_field field = MOVES[how];
   return QLIX_COMM_CALLED(move, dev_id, cluster, field, field != &fields::dbg_stop);
 }

@@ -10,18 +10,18 @@
 
 namespace {
 
-constexpr uint32_t me_reg_num = 256;
-constexpr uint32_t line_num_max = 1024;
+constexpr uint32_t ME_REG_NUM = 256;
+constexpr uint32_t LINE_NUM_MAX = 1024;
 
 }  // namespace
 
 uint32_t dpp_softdbg_mem_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t addr, uint32_t num) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, std::min(line_num_max, DPP_PPU_ADDR_MAX - addr + 1));
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, std::min(LINE_NUM_MAX, DPP_PPU_ADDR_MAX - addr + 1));
   return QLIX_COMM_CALLED(dpp_ppu_mem_prt, dev_id, cluster, DPP_PPU_MEM_ME_DATA, me_id, addr, num);
 }
 
 uint32_t dpp_softdbg_reg_prt(uint32_t dev_id, uint32_t cluster, uint32_t me_id, uint32_t reg, uint32_t num) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, me_reg_num - reg);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, num, 1, ME_REG_NUM - reg);
   return QLIX_COMM_CALLED(dpp_ppu_mem_prt, dev_id, cluster, DPP_PPU_MEM_ME_REG, me_id, reg, num);
 }
 

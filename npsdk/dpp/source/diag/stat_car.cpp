@@ -9,12 +9,12 @@
 
 namespace {
 
-constexpr auto car_window =
+constexpr auto CAR_WINDOW =
     dpp_window_of<dpp_regs::car_cpu_ind_cmd, dpp_regs::car_cpu_ind_status, dpp_regs::car_cpu_ind_data>(
         DPP_DEV_MUTEX_T_CAR);
-constexpr uint32_t car_words = 8;
+constexpr uint32_t CAR_WORDS = 8;
 // By the number that the window takes.
-constexpr const char* memory_names[] = {"queue", "pkt_queue", "profile", "queue_map"};
+constexpr const char* MEMORY_NAMES[] = {"queue", "pkt_queue", "profile", "queue_map"};
 
 }  // namespace
 
@@ -24,11 +24,11 @@ uint32_t dpp_stat_car_entry_prt(uint32_t dev_id, uint32_t memory, uint32_t car_t
   cmd.car_type = car_type;
   cmd.mem_id = memory;
   cmd.ind_addr = index;
-  uint32_t words[car_words] = {};
-  QLIX_COMM_CALL(dpp_window_read, dev_id, car_window, 0, cmd, words);
-  QLIX_COMM_PRINT("car%c %s-0x%04x\n", static_cast<char>('a' + car_type), memory_names[memory], index);
-  for (uint32_t i = 0; i < car_words; ++i) {
-    QLIX_COMM_PRINT("%s_word_%u : 0x%08x\n", memory_names[memory], i, words[i]);
+  uint32_t words[CAR_WORDS] = {};
+  QLIX_COMM_CALL(dpp_window_read, dev_id, CAR_WINDOW, 0, cmd, words);
+  QLIX_COMM_PRINT("car%c %s-0x%04x\n", static_cast<char>('a' + car_type), MEMORY_NAMES[memory], index);
+  for (uint32_t i = 0; i < CAR_WORDS; ++i) {
+    QLIX_COMM_PRINT("%s_word_%u : 0x%08x\n", MEMORY_NAMES[memory], i, words[i]);
   }
   return QLIX_COMM_OK;
 }

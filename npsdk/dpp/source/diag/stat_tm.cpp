@@ -14,10 +14,10 @@
 
 namespace {
 
-constexpr uint32_t eram_lines = 0x80000;
-constexpr uint32_t depth_max = 0x7FFFF;
-constexpr uint32_t poll_max = 1000;
-constexpr useconds_t poll_wait_us = 100;
+constexpr uint32_t ERAM_LINES = 0x80000;
+constexpr uint32_t DEPTH_MAX = 0x7FFFF;
+constexpr uint32_t POLL_MAX = 1000;
+constexpr useconds_t POLL_WAIT_US = 100;
 
 uint32_t counting_set(uint32_t dev_id, uint32_t enable) {
   dpp_regs::stat_etm_en events = {};
@@ -30,12 +30,12 @@ uint32_t counting_set(uint32_t dev_id, uint32_t enable) {
 /// Waits until `reached` holds for a register.
 template <typename Register, typename Reached>
 uint32_t state_wait(uint32_t dev_id, Reached reached) {
-  for (uint32_t poll = 0; poll < poll_max; ++poll) {
+  for (uint32_t poll = 0; poll < POLL_MAX; ++poll) {
     DPP_REG_READ(Register, state, dev_id, 0, 0);
     if (reached(state)) {
       return QLIX_COMM_OK;
     }
-    usleep(poll_wait_us);
+    usleep(POLL_WAIT_US);
   }
   return DPP_RC_DIAG_NOT_READY;
 }
@@ -65,7 +65,7 @@ uint32_t diag_dpp_stat_tm_init_pre_etm(uint32_t dev_id, uint32_t stat_mode) {
 }
 
 uint32_t diag_dpp_stat_tm_init(uint32_t dev_id, uint32_t eram_baddr, uint32_t eram_depth) {
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, eram_depth, 1, std::min(depth_max, eram_lines - eram_baddr));
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, eram_depth, 1, std::min(DEPTH_MAX, ERAM_LINES - eram_baddr));
   DPP_OPERATION_GUARD(guard, dev_id, DPP_DEV_MUTEX_T_STAT);
   QLIX_COMM_CALL(counting_set, dev_id, 0);
   QLIX_COMM_CALL(idle_wait, dev_id);

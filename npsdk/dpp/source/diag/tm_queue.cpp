@@ -7,8 +7,8 @@
 
 namespace {
 
-constexpr uint32_t queue_num = 512;
-constexpr uint32_t queues_in_word = 32;
+constexpr uint32_t QUEUE_NUM = 512;
+constexpr uint32_t QUEUES_IN_WORD = 32;
 
 uint32_t full_queue_prt(uint32_t dev_id, uint32_t queue) {
   DPP_REG_READ(dpp_regs::etm_qmu_queue_len, len, dev_id, 0, queue);
@@ -21,15 +21,15 @@ uint32_t full_queue_prt(uint32_t dev_id, uint32_t queue) {
 
 uint32_t diag_dpp_tm_qmu_qlen_full(uint32_t dev_id) {
   uint32_t full_num = 0;
-  for (uint32_t word = 0; word < queue_num / queues_in_word; ++word) {
+  for (uint32_t word = 0; word < QUEUE_NUM / QUEUES_IN_WORD; ++word) {
     DPP_REG_READ(dpp_regs::etm_qmu_qlen_full, full, dev_id, 0, word);
-    for (uint32_t bit = 0; bit < queues_in_word; ++bit) {
+    for (uint32_t bit = 0; bit < QUEUES_IN_WORD; ++bit) {
       if ((full.qlen_full >> bit & 1) != 0) {
-        QLIX_COMM_CALL(full_queue_prt, dev_id, word * queues_in_word + bit);
+        QLIX_COMM_CALL(full_queue_prt, dev_id, word * QUEUES_IN_WORD + bit);
         ++full_num;
       }
     }
   }
-  QLIX_COMM_PRINT("Total full queues: %u of %u\n", full_num, queue_num);
+  QLIX_COMM_PRINT("Total full queues: %u of %u\n", full_num, QUEUE_NUM);
   return QLIX_COMM_OK;
 }

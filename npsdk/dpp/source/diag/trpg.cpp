@@ -7,12 +7,12 @@
 
 namespace {
 
-constexpr uint32_t port_max = 30;
+constexpr uint32_t PORT_MAX = 30;
 
 template <typename Register>
 uint32_t pkt_num_get(uint32_t dev_id, uint32_t port, uint32_t Register::*high, uint32_t Register::*low, uint64_t* num) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, dev_id, 0, DPP_DEV_MAX - 1);
-  QLIX_COMM_CHECK_DEV_INDEX(dev_id, port, 0, port_max);
+  QLIX_COMM_CHECK_DEV_INDEX(dev_id, port, 0, PORT_MAX);
   QLIX_COMM_CHECK_POINT(num);
   DPP_REG_READ(Register, halves, dev_id, 0, port);
   *num = uint64_t{halves.*high} << 32 | halves.*low;

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr uint32_t mcode_version_entry = 10;
+constexpr uint32_t MCODE_VERSION_ENTRY = 10;
 
 void frame_print() {
   QLIX_COMM_PRINT("%s\n", "========================================================");
@@ -35,7 +35,7 @@ uint32_t diag_dpp_sdk_version() {
 
 uint32_t diag_dpp_mcode_version(uint32_t dev_id) {
   uint32_t words[2] = {};
-  QLIX_COMM_CALL(dpp_pktrx_udf_table_get, dev_id, mcode_version_entry, words);
+  QLIX_COMM_CALL(dpp_pktrx_udf_table_get, dev_id, MCODE_VERSION_ENTRY, words);
   frame_print();
   QLIX_COMM_PRINT("     NP-MCODE Version       :  %d.%d.%d\n", byte_of(words[0], 24), byte_of(words[0], 16),
                   words[0] & 0xFFFF);

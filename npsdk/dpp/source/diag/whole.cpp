@@ -10,8 +10,8 @@
 
 namespace {
 
-constexpr uint32_t module_se = 6;
-constexpr uint32_t module_all = DPP_REG_MODULE_MAX + 1;
+constexpr uint32_t MODULE_SE = 6;
+constexpr uint32_t MODULE_ALL = DPP_REG_MODULE_MAX + 1;
 
 // The description marks counters that a read clears by the end of their name.
 bool is_counter(const dpp_reg_info& info) {
@@ -35,7 +35,7 @@ uint32_t counters_clear(uint32_t dev_id, uint32_t module, uint32_t* cleared) {
   QLIX_COMM_CHECK_DEV_RC(dev_id, guard.status(), "qlix_comm_mutex_lock");
   for (uint32_t reg_no = 0; reg_no < DPP_REG_NUM; ++reg_no) {
     const dpp_reg_info& info = *dpp_reg_info_get(reg_no);
-    if ((module != module_all && info.mod_no != module) || !is_counter(info)) {
+    if ((module != MODULE_ALL && info.mod_no != module) || !is_counter(info)) {
       continue;
     }
     QLIX_COMM_PASS(register_clear(dev_id, info));
@@ -48,14 +48,14 @@ uint32_t counters_clear(uint32_t dev_id, uint32_t module, uint32_t* cleared) {
 
 uint32_t clear_dpp(uint32_t dev_id) {
   uint32_t cleared = 0;
-  QLIX_COMM_CALL(counters_clear, dev_id, module_all, &cleared);
+  QLIX_COMM_CALL(counters_clear, dev_id, MODULE_ALL, &cleared);
   QLIX_COMM_PRINT("clear_dpp: the counters of %u registers are cleared.\n", cleared);
   return QLIX_COMM_OK;
 }
 
 uint32_t clear_dpp_se(uint32_t dev_id) {
   uint32_t cleared = 0;
-  QLIX_COMM_CALL(counters_clear, dev_id, module_se, &cleared);
+  QLIX_COMM_CALL(counters_clear, dev_id, MODULE_SE, &cleared);
   QLIX_COMM_PRINT("clear_dpp_se: the counters of %u registers are cleared.\n", cleared);
   return QLIX_COMM_OK;
 }

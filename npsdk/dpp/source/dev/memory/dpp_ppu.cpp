@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr auto cluster_window =
+constexpr auto CLUSTER_WINDOW =
     dpp_window_of<dpp_regs::ppu_cls_ind_cmd, dpp_regs::ppu_cls_ind_status, dpp_regs::ppu_cls_ind_data>(
         DPP_DEV_MUTEX_T_PPU);
 
@@ -33,13 +33,13 @@ dpp_regs::ppu_cls_ind_cmd command_of(dpp_ppu_memory memory, uint32_t me_id, uint
 uint32_t dpp_ppu_mem_get(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
                          uint32_t* words) {
   QLIX_COMM_PASS(place_check(dev_id, cluster, me_id, addr, words));
-  return QLIX_COMM_CALLED(dpp_window_read, dev_id, cluster_window, cluster, command_of(memory, me_id, addr),
+  return QLIX_COMM_CALLED(dpp_window_read, dev_id, CLUSTER_WINDOW, cluster, command_of(memory, me_id, addr),
                           {words, DPP_PPU_WORDS});
 }
 
 uint32_t dpp_ppu_mem_set(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
                          const uint32_t* words) {
   QLIX_COMM_PASS(place_check(dev_id, cluster, me_id, addr, words));
-  return QLIX_COMM_CALLED(dpp_window_write, dev_id, cluster_window, cluster, command_of(memory, me_id, addr),
+  return QLIX_COMM_CALLED(dpp_window_write, dev_id, CLUSTER_WINDOW, cluster, command_of(memory, me_id, addr),
                           {words, DPP_PPU_WORDS});
 }

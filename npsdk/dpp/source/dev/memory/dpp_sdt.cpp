@@ -12,16 +12,16 @@
 
 namespace {
 
-constexpr uint32_t type_shift = 61;
+constexpr uint32_t TYPE_SHIFT = 61;
 
-constexpr dpp_sdt_field eram_fields[] = {
+constexpr dpp_sdt_field ERAM_FIELDS[] = {
     {"eram_mode", 60, 2}, {"eram_base_addr", 58, 19}, {"eram_table_depth", 39, 27}};
-constexpr dpp_sdt_field ddr_fields[] = {
+constexpr dpp_sdt_field DDR_FIELDS[] = {
     {"ddr_width_mode", 60, 2}, {"ddr_base_addr", 58, 20}, {"ddr_table_depth", 38, 28}};
-constexpr dpp_sdt_field hash_fields[] = {
+constexpr dpp_sdt_field HASH_FIELDS[] = {
     {"hash_id", 60, 2}, {"hash_table_id", 58, 5}, {"key_len", 53, 6}, {"rsp_mode", 47, 2}};
-constexpr dpp_sdt_field lpm_fields[] = {{"v46_flag", 60, 1}, {"lpm_area", 59, 3}};
-constexpr dpp_sdt_field etcam_fields[] = {{"etcam_table_id", 60, 3}, {"etcam_key_mode", 57, 2},
+constexpr dpp_sdt_field LPM_FIELDS[] = {{"v46_flag", 60, 1}, {"lpm_area", 59, 3}};
+constexpr dpp_sdt_field ETCAM_FIELDS[] = {{"etcam_table_id", 60, 3}, {"etcam_key_mode", 57, 2},
                                           {"as_en", 55, 1},          {"as_rsp_mode", 54, 2},
                                           {"as_eram_baddr", 52, 19}, {"etcam_table_depth", 33, 16}};
 
@@ -29,12 +29,12 @@ struct type_row {
   const char* name;
   std::span<const dpp_sdt_field> fields;
 };
-constexpr type_row types[] = {{"none", {}},          {"eRAM", eram_fields}, {"DDR", ddr_fields},
-                              {"hash", hash_fields}, {"LPM", lpm_fields},   {"eTCAM", etcam_fields}};
-static_assert(std::size(types) == DPP_SDT_TYPE_MAX + 1);
+constexpr type_row TYPES[] = {{"none", {}},          {"eRAM", ERAM_FIELDS}, {"DDR", DDR_FIELDS},
+                              {"hash", HASH_FIELDS}, {"LPM", LPM_FIELDS},   {"eTCAM", ETCAM_FIELDS}};
+static_assert(std::size(TYPES) == DPP_SDT_TYPE_MAX + 1);
 
 /// Mode of the eRAM window for each width of an eRAM table.
-constexpr uint32_t eram_window_mode[] = {DPP_SE_ERAM_1, DPP_SE_ERAM_32, DPP_SE_ERAM_64, DPP_SE_ERAM_128};
+constexpr uint32_t ERAM_WINDOW_MODE[] = {DPP_SE_ERAM_1, DPP_SE_ERAM_32, DPP_SE_ERAM_64, DPP_SE_ERAM_128};
 
 uint64_t field_mask(const dpp_sdt_field& field) {
   return (uint64_t{1} << field.len) - 1;
@@ -53,7 +53,7 @@ uint32_t window_addr(uint64_t addr) {
 
 window_place place_of(uint64_t record, uint32_t index) {
   if (dpp_sdt_type_of(record) == DPP_SDT_ERAM) {
-    const uint32_t mode = eram_window_mode[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
+    const uint32_t mode = ERAM_WINDOW_MODE[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
     const uint64_t base = dpp_sdt_field_get(record, DPP_SDT_ERAM_F_BASE);
     return {mode, window_addr(base * dpp_se_eram_line_entries(mode) + index)};
   }
@@ -138,15 +138,15 @@ uint32_t etcam_set(uint32_t dev_id, uint64_t record, uint32_t index, const dpp_s
 }  // namespace
 
 const char* dpp_sdt_type_name(uint32_t type) {
-  return type <= DPP_SDT_TYPE_MAX ? types[type].name : "unknown";
+  return type <= DPP_SDT_TYPE_MAX ? TYPES[type].name : "unknown";
 }
 
 std::span<const dpp_sdt_field> dpp_sdt_fields(uint32_t type) {
-  return type <= DPP_SDT_TYPE_MAX ? types[type].fields : std::span<const dpp_sdt_field>();
+  return type <= DPP_SDT_TYPE_MAX ? TYPES[type].fields : std::span<const dpp_sdt_field>();
 }
 
 uint32_t dpp_sdt_type_of(uint64_t record) {
-  return static_cast<uint32_t>(record >> type_shift);
+  return static_cast<uint32_t>(record >> TYPE_SHIFT);
 }
 
 uint32_t dpp_sdt_field_get(uint64_t record, uint32_t field) {
@@ -160,7 +160,7 @@ uint32_t dpp_sdt_pack(uint32_t type, std::span<const uint32_t> values, uint64_t*
   const std::span<const dpp_sdt_field> fields = dpp_sdt_fields(type);
   const uint32_t num = static_cast<uint32_t>(fields.size());
   QLIX_COMM_CHECK_INDEX(static_cast<uint32_t>(values.size()), num, num);
-  uint64_t packed = uint64_t{type} << type_shift;
+  uint64_t packed = uint64_t{type} << TYPE_SHIFT;
   for (uint32_t i = 0; i < num; ++i) {
     QLIX_COMM_CHECK_INDEX(values[i], 0, static_cast<uint32_t>(field_mask(fields[i])));
     packed |= uint64_t{values[i]} << (fields[i].msb + 1 - fields[i].len);

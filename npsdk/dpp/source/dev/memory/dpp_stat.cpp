@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr auto stat_window =
+constexpr auto STAT_WINDOW =
     dpp_window_of<dpp_regs::stat_cpu_ind_cmd, dpp_regs::stat_cpu_ind_status, dpp_regs::stat_cpu_ind_data>(
         DPP_DEV_MUTEX_T_STAT);
 
@@ -31,7 +31,7 @@ uint32_t dpp_stat_ppu_cnt_get(uint32_t dev_id, uint32_t rd_mode, uint32_t index,
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_STAT_INDEX_MAX);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, clr_mode, 0, 1);
   QLIX_COMM_CHECK_POINT(data);
-  return QLIX_COMM_CALLED(dpp_window_read, dev_id, stat_window, 0, command_of(rd_mode, index, clr_mode),
+  return QLIX_COMM_CALLED(dpp_window_read, dev_id, STAT_WINDOW, 0, command_of(rd_mode, index, clr_mode),
                           {data, words_of(rd_mode)});
 }
 
@@ -40,6 +40,6 @@ uint32_t dpp_stat_ppu_cnt_set(uint32_t dev_id, uint32_t rd_mode, uint32_t index,
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, rd_mode, DPP_STAT_WIDTH_64, DPP_STAT_WIDTH_128);
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, index, 0, DPP_STAT_INDEX_MAX);
   QLIX_COMM_CHECK_POINT(data);
-  return QLIX_COMM_CALLED(dpp_window_write, dev_id, stat_window, 0, command_of(rd_mode, index, 0),
+  return QLIX_COMM_CALLED(dpp_window_write, dev_id, STAT_WINDOW, 0, command_of(rd_mode, index, 0),
                           {data, words_of(rd_mode)});
 }

@@ -18,7 +18,7 @@ constexpr uint32_t WORDS_MAX = DPP_REG_WIDTH_MAX / WORD_WIDTH;
 constexpr uint32_t FIELD_VALUE_BITS = 32;
 
 // Registers without hardware behind them in agent mode.
-constexpr uint32_t filtered_registers[] = {661, 662, 663, 3121, 3122};
+constexpr uint32_t FILTERED_REGISTERS[] = {661, 662, 663, 3121, 3122};
 constinit std::atomic<uint32_t> filter_en{0};
 
 struct capture_window {
@@ -371,7 +371,7 @@ uint32_t dpp_reg_filter_flag_get(uint32_t dev_id, uint32_t reg_no, uint32_t* fla
   if (dev == nullptr || dev->access_type != DPP_DEV_ACCESS_TYPE_PCIE || !dpp_dev_is_agent_mode(dev_id)) {
     return QLIX_COMM_OK;
   }
-  for (const uint32_t filtered : filtered_registers) {
+  for (const uint32_t filtered : FILTERED_REGISTERS) {
     *flag |= filtered == reg_no ? 1 : 0;
   }
   return QLIX_COMM_OK;

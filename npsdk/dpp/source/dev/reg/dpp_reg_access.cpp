@@ -19,10 +19,10 @@ constexpr dpp_window_for<Command> traced(dpp_window_for<Command> window, const c
   return window;
 }
 
-constexpr auto se_alg_window =
+constexpr auto SE_ALG_WINDOW =
     dpp_window_of<dpp_regs::se_alg_ind_cmd, dpp_regs::se_alg_ind_status, dpp_regs::se_alg_ind_data>(
         DPP_DEV_MUTEX_T_SE_ALG);
-constexpr auto tm_window =
+constexpr auto TM_WINDOW =
     dpp_window_of<dpp_regs::etm_ind_cmd, dpp_regs::etm_ind_status, dpp_regs::etm_ind_data>(DPP_DEV_MUTEX_T_ETM);
 
 // Bits above the window's are dropped with the fields' lengths.
@@ -95,17 +95,17 @@ uint32_t dpp_etm_read(uint32_t dev_id, uint32_t addr, uint32_t* data) {
 }
 
 uint32_t dpp_tm_write(uint32_t dev_id, uint32_t addr, const uint32_t* data) {
-  return dpp_window_write(dev_id, traced(tm_window, __func__), 0, tm_command(addr), {data, 1});
+  return dpp_window_write(dev_id, traced(TM_WINDOW, __func__), 0, tm_command(addr), {data, 1});
 }
 
 uint32_t dpp_tm_read(uint32_t dev_id, uint32_t addr, uint32_t* data) {
-  return dpp_window_read(dev_id, traced(tm_window, __func__), 0, tm_command(addr), {data, 1});
+  return dpp_window_read(dev_id, traced(TM_WINDOW, __func__), 0, tm_command(addr), {data, 1});
 }
 
 uint32_t dpp_se_alg_write(uint32_t dev_id, uint32_t addr, const uint32_t* data) {
-  return dpp_window_write(dev_id, traced(se_alg_window, __func__), 0, se_alg_command(addr), {data, DPP_SE_ALG_WORDS});
+  return dpp_window_write(dev_id, traced(SE_ALG_WINDOW, __func__), 0, se_alg_command(addr), {data, DPP_SE_ALG_WORDS});
 }
 
 uint32_t dpp_se_alg_read(uint32_t dev_id, uint32_t addr, uint32_t* data) {
-  return dpp_window_read(dev_id, traced(se_alg_window, __func__), 0, se_alg_command(addr), {data, DPP_SE_ALG_WORDS});
+  return dpp_window_read(dev_id, traced(SE_ALG_WINDOW, __func__), 0, se_alg_command(addr), {data, DPP_SE_ALG_WORDS});
 }

@@ -19,10 +19,10 @@ struct module_window {
   uint32_t page;
   uint32_t base;
 };
-constexpr module_window module_windows[] = {
+constexpr module_window MODULE_WINDOWS[] = {
     {0, 0x2000000}, {1, 0x202000}, {2, 0x8c000}, {8, 0x280000}, {9, 0x310000},
 };
-static_assert(sizeof module_windows / sizeof module_windows[0] == WINDOW_LAST_MODULE - WINDOW_FIRST_MODULE + 1);
+static_assert(sizeof MODULE_WINDOWS / sizeof MODULE_WINDOWS[0] == WINDOW_LAST_MODULE - WINDOW_FIRST_MODULE + 1);
 
 }  // namespace
 
@@ -41,7 +41,7 @@ uint32_t dpp_reg_addr_convert(uint32_t dev_id, uint32_t mod_no, uint32_t flag, u
   if (dev != nullptr && dev->access_type == DPP_DEV_ACCESS_TYPE_RISCV) {
     return QLIX_COMM_OK;
   }
-  module_window window = module_windows[mod_no - WINDOW_FIRST_MODULE];
+  module_window window = MODULE_WINDOWS[mod_no - WINDOW_FIRST_MODULE];
   if (mod_no == SLIDING_MODULE) {
     const uint32_t steps = (addr - window.base) >> SLIDING_SHIFT;
     window.page += steps;

@@ -41,13 +41,13 @@ uint32_t fields_print(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uin
 }
 
 uint32_t words_print(uint32_t dev_id, const dpp_reg_info& info, uint32_t m, uint32_t n) {
-  constexpr uint32_t words_a_line = 4;
+  constexpr uint32_t WORDS_A_LINE = 4;
   uint32_t words[DPP_REG_WIDTH_MAX / 4];
   QLIX_COMM_CALL(dpp_reg_words_read, dev_id, info.reg_no, m, n, words);
   heading_print(info, m, n);
   const uint32_t count = info.width / 4;
   for (uint32_t i = 0; i < count; ++i) {
-    const bool line_end = i % words_a_line == words_a_line - 1 || i == count - 1;
+    const bool line_end = i % WORDS_A_LINE == WORDS_A_LINE - 1 || i == count - 1;
     QLIX_COMM_PRINT("0x%08x%s", words[i], line_end ? "\n" : " ");
   }
   return QLIX_COMM_OK;
@@ -187,7 +187,7 @@ uint32_t dpp_regs_fields_dump_bymn(uint32_t dev_id, uint32_t reg_first, uint32_t
 }
 
 uint32_t dpp_reg_help() {
-  static constexpr const char text[] =
+  static constexpr const char TEXT[] =
       "dpp_reg_write32(dev_id, reg_no, data)\n"
       "dpp_reg_write32_bymn(dev_id, reg_no, m_offset, n_offset, data)\n"
       "dpp_reg_print32(dev_id, reg_no, m_offset, n_offset)\n"
@@ -203,6 +203,6 @@ uint32_t dpp_reg_help() {
       "dpp_regs_fields_dump_bymn(dev_id, reg_first, reg_last, m_offset, n_offset)\n"
       "dpp_reg_cap_cfg_set(en, reg_start, reg_end)\n"
       "dpp_reg_filter_en_set(en)\n";
-  QLIX_COMM_PRINT("%s", text);
+  QLIX_COMM_PRINT("%s", TEXT);
   return QLIX_COMM_OK;
 }

@@ -93,7 +93,7 @@ class table_writer {
     for (const reg_gen::reg& r : regs_) {
       record_add("diag_dpp_reg_" + r.name + "_prt", command_kind::register_print, r.number);
     }
-    for (size_t i = 0; records_.count() < command_count; ++i) {
+    for (size_t i = 0; records_.count() < COMMAND_COUNT; ++i) {
       record_add("diag_dpp_reg_" + regs_[i].name + "_dump", command_kind::register_dump, regs_[i].number);
     }
     return "// Generated from the command sheets; do not edit.\n"
@@ -162,7 +162,7 @@ class table_writer {
 }  // namespace
 
 std::string table_text(const std::vector<command>& commands, const std::vector<reg_gen::reg>& regs, complaints& out) {
-  if (count(commands, is_record) + regs.size() > command_count) {
+  if (count(commands, is_record) + regs.size() > COMMAND_COUNT) {
     out.push_back({commands.back().at, "the sheets hold more commands than the table has room for"});
     return {};
   }
@@ -195,7 +195,7 @@ std::string counts_text(const std::vector<command>& commands) {
     return "inline constexpr uint32_t " + std::string(name) + " = " + std::to_string(number) + ";\n";
   };
   return "// Generated from the command sheets; do not edit.\n#pragma once\n\n#include <cstdint>\n\n" +
-         constant("DPP_CMD_NUM", command_count) + constant("DPP_CMD_ARG_MAX", args_max) +
+         constant("DPP_CMD_NUM", COMMAND_COUNT) + constant("DPP_CMD_ARG_MAX", ARGS_MAX) +
          constant("DPP_CMD_NAMED_NUM", count(commands, is_record)) +
          constant("DPP_CMD_LISTED_NUM", count(commands, is_listed));
 }

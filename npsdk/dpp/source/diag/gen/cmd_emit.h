@@ -9,7 +9,7 @@
 
 namespace cmd_gen {
 
-inline constexpr size_t command_count = 5149;  // of the driver's table
+inline constexpr size_t COMMAND_COUNT = 5149;  // of the driver's table
 
 /// Source text of the table: the commands of the sheets, a printer for each register, then dumps of registers in number
 /// order until the table is full. Empty with a complaint when the sheets hold too many commands.

@@ -123,7 +123,7 @@ class sheet_reader {
       }
     }
     level_read(made);
-    require(made.args.size() <= args_max && (made.kind < command_kind::text || made.args.empty()),
+    require(made.args.size() <= ARGS_MAX && (made.kind < command_kind::text || made.args.empty()),
             "too many arguments");
     if (!failed_) {
       commands_.push_back(std::move(made));
@@ -133,7 +133,7 @@ class sheet_reader {
   /// A row of one step, which prints an instance of a register: the arguments are its indexes.
   void shown_read(command& made) {
     made.name = need_name();
-    argument_add(made, {"dev_id", true, 0, device_max});
+    argument_add(made, {"dev_id", true, 0, DEVICE_MAX});
     step fields;
     fields.what = op::fields;
     fields.line = line_no_;
@@ -165,7 +165,7 @@ class sheet_reader {
       require(arg.min <= arg.max, "the range of '" + arg.name + "' is empty");
     } else if (arg.name == "dev_id") {
       arg.ranged = true;
-      arg.max = device_max;
+      arg.max = DEVICE_MAX;
     }
     argument_add(made, std::move(arg));
   }
@@ -259,7 +259,7 @@ class sheet_reader {
       case op::run:
       case op::call:
         made.text = need_name();
-        return values_read(made, args_max);
+        return values_read(made, ARGS_MAX);
     }
   }
 

@@ -54,8 +54,8 @@ struct command {
   std::vector<step> steps;
 };
 
-inline constexpr uint32_t args_max = 12;
-inline constexpr uint32_t device_max = 15;
+inline constexpr uint32_t ARGS_MAX = 12;
+inline constexpr uint32_t DEVICE_MAX = 15;
 
 /// Reads one sheet and appends its commands; what is wrong goes to `out`. `regs` is complete and sorted by number.
 void sheet_read(const std::string& file, std::string_view text, const std::vector<reg_gen::reg>& regs,

@@ -14,19 +14,19 @@
 
 namespace {
 
-constexpr uint32_t row_words = 4;
-constexpr uint32_t item_words = 16;
-constexpr uint32_t rw_len_max = 2;
+constexpr uint32_t ROW_WORDS = 4;
+constexpr uint32_t ITEM_WORDS = 16;
+constexpr uint32_t RW_LEN_MAX = 2;
 // Behind the data of a ternary row comes one line of 128 bits, its lowest byte the valid bits.
-constexpr uint32_t etcam_answer_words = DPP_DTB_ETCAM_WORDS + row_words;
-constexpr uint32_t vbit_mask = 0xFF;
-constexpr uint32_t cmd_form = 0x4B584431;  // "KXD1": table commands in their reading form
+constexpr uint32_t ETCAM_ANSWER_WORDS = DPP_DTB_ETCAM_WORDS + ROW_WORDS;
+constexpr uint32_t VBIT_MASK = 0xFF;
+constexpr uint32_t CMD_FORM = 0x4B584431;  // "KXD1": table commands in their reading form
 
 /// Whether the chip takes dump commands of the form that is sent here. Asked each time: a device may have been
 /// replaced.
 uint32_t cmd_form_check(uint32_t dev_id) {
   DPP_REG_READ(dpp_regs::dtb_dump_cmd_form, stated, dev_id, 0, 0);
-  if (stated.form == cmd_form) {
+  if (stated.form == CMD_FORM) {
     return QLIX_COMM_OK;
   }
   QLIX_COMM_PRINT(
@@ -63,18 +63,18 @@ uint32_t dpp_dtb_smmu0_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t row
   QLIX_COMM_CHECK_INDEX_UPPER(row, DPP_DTB_ERAM_ROW_NUM - 1);
   QLIX_COMM_CHECK_POINT(words);
   const dpp_dtb_eram_128_form form = {1, DPP_DTB_MODE_ERAM, DPP_ERAM_DATA_128, 0, 1, 0, row};
-  return answer_get(dev_id, queue_id, DPP_DTB_TABLE_ERAM_128, form, row_words, words);
+  return answer_get(dev_id, queue_id, DPP_DTB_TABLE_ERAM_128, form, ROW_WORDS, words);
 }
 
 uint32_t dpp_dtb_smmu1_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t rw_len, uint32_t baddr, uint32_t row,
                                 uint32_t* words) {
   DTB_CHECK_QUEUE(dev_id, queue_id);
-  QLIX_COMM_CHECK_INDEX_UPPER(rw_len, rw_len_max);
+  QLIX_COMM_CHECK_INDEX_UPPER(rw_len, RW_LEN_MAX);
   QLIX_COMM_CHECK_INDEX_UPPER(baddr, DPP_DTB_DDR_BADDR_MAX);
   QLIX_COMM_CHECK_INDEX_UPPER(row, DPP_DTB_DDR_ROW_MAX);
   QLIX_COMM_CHECK_POINT(words);
   const dpp_dtb_ddr_form form = {1, DPP_DTB_MODE_DDR, rw_len, 0, 0, baddr, 0, row};
-  return answer_get(dev_id, queue_id, DPP_DTB_TABLE_DDR, form, row_words << rw_len, words);
+  return answer_get(dev_id, queue_id, DPP_DTB_TABLE_DDR, form, ROW_WORDS << rw_len, words);
 }
 
 uint32_t dpp_dtb_zcam_item_dump(uint32_t dev_id, uint32_t queue_id, uint32_t ram_reg_flag, uint32_t place,
@@ -84,7 +84,7 @@ uint32_t dpp_dtb_zcam_item_dump(uint32_t dev_id, uint32_t queue_id, uint32_t ram
   QLIX_COMM_CHECK_INDEX_UPPER(place, DPP_DTB_ZCAM_PLACE_NUM - 1);
   QLIX_COMM_CHECK_POINT(words);
   const dpp_dtb_zcam_form form = {1, DPP_DTB_MODE_ZCAM, ram_reg_flag, place >> 14, place >> 11, place >> 9, 0, place};
-  return answer_get(dev_id, queue_id, DPP_DTB_TABLE_ZCAM, form, item_words, words);
+  return answer_get(dev_id, queue_id, DPP_DTB_TABLE_ZCAM, form, ITEM_WORDS, words);
 }
 
 uint32_t dpp_dtb_etcam_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t block, uint32_t row, uint32_t data_or_mask,
@@ -102,9 +102,9 @@ uint32_t dpp_dtb_etcam_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t blo
   form.rd_wr = 1;
   form.data_or_mask = data_or_mask;
   form.addr = row;
-  uint32_t answer[etcam_answer_words] = {};
-  QLIX_COMM_CALL(answer_get, dev_id, queue_id, DPP_DTB_TABLE_ETCAM, form, etcam_answer_words, answer);
+  uint32_t answer[ETCAM_ANSWER_WORDS] = {};
+  QLIX_COMM_CALL(answer_get, dev_id, queue_id, DPP_DTB_TABLE_ETCAM, form, ETCAM_ANSWER_WORDS, answer);
   std::copy_n(answer, DPP_DTB_ETCAM_WORDS, words);
-  *vbit = answer[etcam_answer_words - 1] & vbit_mask;
+  *vbit = answer[ETCAM_ANSWER_WORDS - 1] & VBIT_MASK;
   return QLIX_COMM_OK;
 }

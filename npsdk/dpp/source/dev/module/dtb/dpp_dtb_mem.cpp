@@ -67,8 +67,8 @@ class huge_page {
  private:
   /// The kernel shows frame numbers to privileged readers only; others read 0.
   uint32_t bus_address_find() {
-    constexpr uint64_t present = uint64_t{1} << 63;
-    constexpr uint64_t frame_mask = (uint64_t{1} << 55) - 1;
+    constexpr uint64_t PRESENT = uint64_t{1} << 63;
+    constexpr uint64_t FRAME_MASK = (uint64_t{1} << 55) - 1;
     const auto page_bytes = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
     uint64_t entry = 0;
     const int fd = open("/proc/self/pagemap", O_RDONLY | O_CLOEXEC);
@@ -78,13 +78,13 @@ class huge_page {
     if (fd >= 0) {
       close(fd);
     }
-    if (!read_all || (entry & present) == 0 || (entry & frame_mask) == 0) {
+    if (!read_all || (entry & PRESENT) == 0 || (entry & FRAME_MASK) == 0) {
       QLIX_COMM_TRACE_ERROR("%s: the physical address of the queue items is hidden from this process: run as root\n",
                             __func__);
       release();
       return DPP_RC_DTB_MEMORY;
     }
-    bus_ = (entry & frame_mask) * page_bytes;
+    bus_ = (entry & FRAME_MASK) * page_bytes;
     return QLIX_COMM_OK;
   }
 

@@ -193,8 +193,8 @@ uint32_t dtb_eram_index_cal(uint32_t dev_id, uint32_t eram_mode, uint32_t index,
   QLIX_COMM_CHECK_POINT(row);
   QLIX_COMM_CHECK_POINT(col);
   // log2 of the entries in a row of 128 bits, by mode; mode 1 has no entries.
-  constexpr uint32_t entries_log2[] = {7, 32, 1, 0};
-  const uint32_t shift = entries_log2[eram_mode];
+  constexpr uint32_t ENTRIES_LOG2[] = {7, 32, 1, 0};
+  const uint32_t shift = ENTRIES_LOG2[eram_mode];
   *row = shift == 32 ? 0 : index >> shift;
   *col = shift == 32 ? 0 : index & ((1u << shift) - 1);
   return QLIX_COMM_OK;

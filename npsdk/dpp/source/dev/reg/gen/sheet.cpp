@@ -12,23 +12,23 @@ namespace reg_gen {
 namespace {
 
 enum column : size_t {
-  col_number,
-  col_name,
-  col_block,
-  col_addr,
-  col_width,
-  col_array,
-  col_m_size,
-  col_m_step,
-  col_n_size,
-  col_n_step,
-  col_access,
-  col_convert,
-  col_class,
-  col_fields,
-  col_count
+  COL_NUMBER,
+  COL_NAME,
+  COL_BLOCK,
+  COL_ADDR,
+  COL_WIDTH,
+  COL_ARRAY,
+  COL_M_SIZE,
+  COL_M_STEP,
+  COL_N_SIZE,
+  COL_N_STEP,
+  COL_ACCESS,
+  COL_CONVERT,
+  COL_CLASS,
+  COL_FIELDS,
+  COL_COUNT
 };
-constexpr std::array<std::string_view, col_count> column_names = {"number", "name",    "block",  "addr",   "width",
+constexpr std::array<std::string_view, COL_COUNT> column_names = {"number", "name",    "block",  "addr",   "width",
                                                                   "array",  "m_size",  "m_step", "n_size", "n_step",
                                                                   "access", "convert", "class",  "fields"};
 
@@ -65,7 +65,7 @@ class row_reader {
   }
   void must_be_empty(column c) {
     if (!cells_[c].empty()) {
-      complain(std::string(column_names[c]) + " has no meaning for array '" + cells_[col_array] + "'");
+      complain(std::string(column_names[c]) + " has no meaning for array '" + cells_[COL_ARRAY] + "'");
     }
   }
 
@@ -101,11 +101,11 @@ std::optional<field> field_parse(std::string_view text, uint32_t register_flag) 
   field out;
   out.flag = register_flag;
   if (const size_t slash = text.find('/'); slash != std::string_view::npos) {
-    const auto flag = std::find(class_names.begin(), class_names.end(), text.substr(slash + 1));
-    if (flag == class_names.end()) {
+    const auto flag = std::find(CLASS_NAMES.begin(), CLASS_NAMES.end(), text.substr(slash + 1));
+    if (flag == CLASS_NAMES.end()) {
       return std::nullopt;
     }
-    out.flag = static_cast<uint32_t>(flag - class_names.begin());
+    out.flag = static_cast<uint32_t>(flag - CLASS_NAMES.begin());
     text = text.substr(0, slash);
   }
   if (const size_t equals = text.find('='); equals != std::string_view::npos) {
@@ -154,8 +154,8 @@ void field_check(const field& f, const reg& r, row_reader& row) {
 }
 
 void fields_read(reg& r, row_reader& row) {
-  const uint32_t flag = row.choice(col_class, class_names);
-  std::string_view rest = row.cell(col_fields);
+  const uint32_t flag = row.choice(COL_CLASS, CLASS_NAMES);
+  std::string_view rest = row.cell(COL_FIELDS);
   while (!rest.empty()) {
     const size_t end = std::min(rest.find(' '), rest.size());
     const std::string_view word = rest.substr(0, end);
@@ -171,14 +171,14 @@ void fields_read(reg& r, row_reader& row) {
   if (r.fields.empty()) {
     row.complain("the register has no field");
   }
-  if (r.fields.size() > fields_max) {
-    row.complain("more than " + std::to_string(fields_max) + " fields");
+  if (r.fields.size() > FIELDS_MAX) {
+    row.complain("more than " + std::to_string(FIELDS_MAX) + " fields");
   }
 }
 
 // Bytes that one instance takes, in units of its address space: behind an indirect window an address is a line.
 uint32_t instance_span(const reg& r) {
-  return access_names[r.access] == "direct" || access_names[r.access] == "etm" ? r.width : 1;
+  return ACCESS_NAMES[r.access] == "direct" || ACCESS_NAMES[r.access] == "etm" ? r.width : 1;
 }
 
 void dimension_read(column size_column, column step_column, uint32_t& size, uint32_t& step, row_reader& row) {
@@ -197,8 +197,8 @@ void dimension_read(column size_column, column step_column, uint32_t& size, uint
 
 void instances_check(const reg& r, row_reader& row) {
   const uint64_t count = uint64_t{r.m_size} * r.n_size;
-  if (count > instances_max) {
-    row.complain("more than " + std::to_string(instances_max) + " instances");
+  if (count > INSTANCES_MAX) {
+    row.complain("more than " + std::to_string(INSTANCES_MAX) + " instances");
     return;
   }
   const uint32_t span = instance_span(r);
@@ -222,23 +222,23 @@ void instances_check(const reg& r, row_reader& row) {
 }
 
 void array_read(reg& r, row_reader& row) {
-  const std::string_view kind = row.cell(col_array);
+  const std::string_view kind = row.cell(COL_ARRAY);
   if (kind != "single" && kind != "n" && kind != "mn" && kind != "raw") {
     row.complain("unknown array '" + std::string(kind) + "'");
     return;
   }
   r.raw = kind == "raw";
   if (kind == "mn") {
-    dimension_read(col_m_size, col_m_step, r.m_size, r.m_step, row);
+    dimension_read(COL_M_SIZE, COL_M_STEP, r.m_size, r.m_step, row);
   } else {
-    row.must_be_empty(col_m_size);
-    row.must_be_empty(col_m_step);
+    row.must_be_empty(COL_M_SIZE);
+    row.must_be_empty(COL_M_STEP);
   }
   if (kind == "single") {
-    row.must_be_empty(col_n_size);
-    row.must_be_empty(col_n_step);
+    row.must_be_empty(COL_N_SIZE);
+    row.must_be_empty(COL_N_STEP);
   } else {
-    dimension_read(col_n_size, col_n_step, r.n_size, r.n_step, row);
+    dimension_read(COL_N_SIZE, COL_N_STEP, r.n_size, r.n_step, row);
   }
   r.array_type = kind == "mn" ? 2 : kind == "n" ? 1 : 0;
   if (!row.failed()) {
@@ -247,8 +247,8 @@ void array_read(reg& r, row_reader& row) {
 }
 
 void access_read(reg& r, row_reader& row) {
-  r.access = row.choice(col_access, access_names);
-  const std::string_view name = access_names[r.access];
+  r.access = row.choice(COL_ACCESS, ACCESS_NAMES);
+  const std::string_view name = ACCESS_NAMES[r.access];
   if ((name == "etm" || name == "tm") && r.width != 4) {
     row.complain("access '" + std::string(name) + "' moves registers of 4 bytes");
   }
@@ -258,7 +258,7 @@ void access_read(reg& r, row_reader& row) {
   if (instance_span(r) == r.width && r.addr % 4 != 0) {
     row.complain("the address is no multiple of 4");
   }
-  const std::string_view convert = row.cell(col_convert);
+  const std::string_view convert = row.cell(COL_CONVERT);
   if (convert != "" && convert != "yes" && convert != "no") {
     row.complain("convert is neither yes nor no: '" + std::string(convert) + "'");
   }
@@ -287,26 +287,26 @@ void row_read(const place& at, const std::vector<std::string>& cells, std::vecto
   row_reader row(at, cells, out);
   reg r;
   r.at = at;
-  r.number = row.number(col_number);
-  r.name = row.cell(col_name);
-  r.mod_no = row.choice(col_block, block_names);
-  r.addr = row.number(col_addr);
-  r.width = row.number(col_width);
+  r.number = row.number(COL_NUMBER);
+  r.name = row.cell(COL_NAME);
+  r.mod_no = row.choice(COL_BLOCK, BLOCK_NAMES);
+  r.addr = row.number(COL_ADDR);
+  r.width = row.number(COL_WIDTH);
   if (!is_name(r.name)) {
     row.complain("'" + r.name + "' is no register name");
   }
   if (is_language_word(r.name)) {
     row.complain("register '" + r.name + "' has the name of a word of the language");
   }
-  if (r.width < 4 || r.width > width_max || r.width % 4 != 0) {
-    row.complain("width " + std::string(row.cell(col_width)) + " is no multiple of 4 from 4 to " +
-                 std::to_string(width_max));
+  if (r.width < 4 || r.width > WIDTH_MAX || r.width % 4 != 0) {
+    row.complain("width " + std::string(row.cell(COL_WIDTH)) + " is no multiple of 4 from 4 to " +
+                 std::to_string(WIDTH_MAX));
   }
   access_read(r, row);
   array_read(r, row);
   fields_read(r, row);
-  if (r.number >= reg_count || (r.raw && r.n_size > reg_count - r.number)) {
-    row.complain("register numbers end at " + std::to_string(reg_count - 1));
+  if (r.number >= REG_COUNT || (r.raw && r.n_size > REG_COUNT - r.number)) {
+    row.complain("register numbers end at " + std::to_string(REG_COUNT - 1));
   }
   if (r.raw && (r.width != 4 || r.fields.size() != 1)) {
     row.complain("a raw row describes words of 4 bytes with one field");
@@ -341,8 +341,8 @@ void sheet_read(const std::string& file, std::string_view text, std::vector<reg>
         out.push_back({at, "the first line does not name the columns"});
         return;
       }
-    } else if (cells->size() != col_count) {
-      out.push_back({at, std::to_string(cells->size()) + " cells in place of " + std::to_string(size_t{col_count})});
+    } else if (cells->size() != COL_COUNT) {
+      out.push_back({at, std::to_string(cells->size()) + " cells in place of " + std::to_string(size_t{COL_COUNT})});
     } else {
       row_read(at, *cells, regs, out);
     }
@@ -366,7 +366,7 @@ void regs_check(std::vector<reg>& regs, complaints& out) {
     expected = r.number + 1;
     last = r.at;
   }
-  if (expected != reg_count) {
+  if (expected != REG_COUNT) {
     out.push_back({last, "number " + std::to_string(expected) + " is missing after this row"});
   }
   std::unordered_map<std::string_view, const reg*> names;

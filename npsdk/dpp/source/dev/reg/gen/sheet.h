@@ -47,22 +47,22 @@ struct reg {
   std::vector<field> fields;
 };
 
-inline constexpr uint32_t reg_count = 4440;
-inline constexpr uint32_t width_max = 512;
-inline constexpr uint32_t fields_max = 128;
-inline constexpr uint32_t instances_max = 1u << 20;
+inline constexpr uint32_t REG_COUNT = 4440;
+inline constexpr uint32_t WIDTH_MAX = 512;
+inline constexpr uint32_t FIELDS_MAX = 128;
+inline constexpr uint32_t INSTANCES_MAX = 1u << 20;
 
 /// The values of a column that takes names. The position of a name is its number in the table.
-inline constexpr std::array<std::string_view, 18> block_names = {"cfg", "nppu",  "ppu",    "etm",   "stat", "car",
+inline constexpr std::array<std::string_view, 18> BLOCK_NAMES = {"cfg", "nppu",  "ppu",    "etm",   "stat", "car",
                                                                  "se",  "dtb",   "trpg",   "tsn",   "axi",  "tlb",
                                                                  "oam", "dtb4k", "stat4k", "ppu4k", "se4k", "smmu4k"};
-inline constexpr std::array<std::string_view, 4> access_names = {"direct", "etm", "tm", "se_alg"};
-inline constexpr std::array<std::string_view, 3> class_names = {"state", "int", "cfg"};
+inline constexpr std::array<std::string_view, 4> ACCESS_NAMES = {"direct", "etm", "tm", "se_alg"};
+inline constexpr std::array<std::string_view, 3> CLASS_NAMES = {"state", "int", "cfg"};
 
 /// Reads one sheet and appends its registers, raw rows expanded; what is wrong goes to `out`.
 void sheet_read(const std::string& file, std::string_view text, std::vector<reg>& regs, complaints& out);
 
-/// Checks that hold across sheets: every number from 0 to reg_count - 1 described once, no name twice. Sorts by number.
+/// Checks that hold across sheets: every number from 0 to REG_COUNT - 1 described once, no name twice. Sorts by number.
 void regs_check(std::vector<reg>& regs, complaints& out);
 
 }  // namespace reg_gen

@@ -316,8 +316,8 @@ lpm_key_case chw_lpm_trie_key_check(const uint8_t* key, uint32_t prefix_len, con
 
 uint32_t chw_lpm_trie_reserve(lpm_trie* trie) {
   LPM_ASSERT_POINT(trie);
-  constexpr uint32_t nodes_of_an_insert = 2;
-  return lpm_pool_reserve(&trie->pool, nodes_of_an_insert) ? QLIX_COMM_OK : QLIX_COMM_POINT_NULL;
+  constexpr uint32_t NODES_OF_AN_INSERT = 2;
+  return lpm_pool_reserve(&trie->pool, NODES_OF_AN_INSERT) ? QLIX_COMM_OK : QLIX_COMM_POINT_NULL;
 }
 
 uint32_t chw_lpm_trie_insert(lpm_trie* trie, const uint8_t* key, uint32_t prefix_len, lpm_trie_node** node) {

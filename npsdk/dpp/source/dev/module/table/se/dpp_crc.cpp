@@ -16,9 +16,9 @@ using slice_table = std::array<std::array<Word, 256>, SLICES>;
 
 template <typename Word>
 constexpr Word step_bits(Word crc, Word polynomial, int bits) {
-  constexpr Word top = static_cast<Word>(Word{1} << (sizeof(Word) * 8 - 1));
+  constexpr Word TOP = static_cast<Word>(Word{1} << (sizeof(Word) * 8 - 1));
   for (int i = 0; i < bits; i++) {
-    const bool carry = (crc & top) != 0;
+    const bool carry = (crc & TOP) != 0;
     crc = static_cast<Word>(static_cast<Word>(crc << 1) ^ (carry ? polynomial : Word{0}));
   }
   return crc;
@@ -26,15 +26,15 @@ constexpr Word step_bits(Word crc, Word polynomial, int bits) {
 
 template <typename Word>
 constexpr slice_table<Word> make_slices(Word polynomial) {
-  constexpr int shift = static_cast<int>(sizeof(Word) * 8 - 8);
+  constexpr int SHIFT = static_cast<int>(sizeof(Word) * 8 - 8);
   slice_table<Word> table{};
   for (uint32_t byte = 0; byte < 256; byte++) {
-    table[0][byte] = step_bits(static_cast<Word>(static_cast<Word>(byte) << shift), polynomial, 8);
+    table[0][byte] = step_bits(static_cast<Word>(static_cast<Word>(byte) << SHIFT), polynomial, 8);
   }
   for (size_t k = 1; k < SLICES; k++) {
     for (uint32_t byte = 0; byte < 256; byte++) {
       const Word before = table[k - 1][byte];
-      table[k][byte] = static_cast<Word>(static_cast<Word>(before << 8) ^ table[0][before >> shift]);
+      table[k][byte] = static_cast<Word>(static_cast<Word>(before << 8) ^ table[0][before >> SHIFT]);
     }
   }
   return table;

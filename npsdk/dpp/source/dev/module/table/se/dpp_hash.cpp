@@ -187,10 +187,10 @@ uint32_t dpp_hash_zcell_add(dpp_hash* hash, uint32_t engine, uint32_t zblock, ui
   }
   dpp_hash_zcell& at = hash->zcell[descriptor];
   if (at.items == nullptr) {
-    constexpr size_t bytes = DPP_HASH_ITEM_NUM * sizeof(dpp_hash_item);
-    at = {descriptor, dedicated, engine, static_cast<dpp_hash_item*>(ic_comm_malloc_memory(bytes))};
+    constexpr size_t BYTES = DPP_HASH_ITEM_NUM * sizeof(dpp_hash_item);
+    at = {descriptor, dedicated, engine, static_cast<dpp_hash_item*>(ic_comm_malloc_memory(BYTES))};
     QLIX_COMM_CHECK_POINT(at.items);
-    std::memset(at.items, 0, bytes);
+    std::memset(at.items, 0, BYTES);
   } else if (dedicated != at.flags || (dedicated != 0 && at.engine != engine)) {
     QLIX_COMM_TRACE_ERROR("zcell %u of zblock %u is in use by engine %u\n", cell, zblock, at.engine);
     return QLIX_COMM_OUT_OF_RANGE;

@@ -68,6 +68,6 @@ inline bool dpp_hash_stands_in(const dpp_hash_entry& entry, uint32_t kind) {
   return entry.kind == (kind & 3);
 }
 inline uint32_t dpp_hash_location(const dpp_hash_entry& entry) {
-  constexpr uint32_t common = DPP_HASH_LOCATION_ZCELL & DPP_HASH_LOCATION_ZREG & DPP_HASH_LOCATION_DDR;
-  return (common | entry.kind) << DPP_HASH_LOCATION_SHIFT | entry.cell;
+  constexpr uint32_t COMMON = DPP_HASH_LOCATION_ZCELL & DPP_HASH_LOCATION_ZREG & DPP_HASH_LOCATION_DDR;
+  return (COMMON | entry.kind) << DPP_HASH_LOCATION_SHIFT | entry.cell;
 }

@@ -323,12 +323,12 @@ uint32_t route_area_clear(dpp_route_table* table) {
   // No length in the head means that the chip looks into no chain: it goes first.
   QLIX_COMM_CALL(head_send, table);
   const uint32_t chain_rows = (1u << table->cfg.head_bits) / DPP_ROUTE_CHAINS_IN_ROW;
-  constexpr uint32_t rows_at_once = DPP_SE_ITEM_BYTES / DPP_ROUTE_ROW_BYTES;
-  constexpr uint8_t zeros[DPP_SE_ITEM_BYTES] = {};
-  for (uint32_t row = 0; row < chain_rows; row += rows_at_once) {
-    const uint32_t rows = std::min(rows_at_once, chain_rows - row);
+  constexpr uint32_t ROWS_AT_ONCE = DPP_SE_ITEM_BYTES / DPP_ROUTE_ROW_BYTES;
+  constexpr uint8_t ZEROS[DPP_SE_ITEM_BYTES] = {};
+  for (uint32_t row = 0; row < chain_rows; row += ROWS_AT_ONCE) {
+    const uint32_t rows = std::min(ROWS_AT_ONCE, chain_rows - row);
     QLIX_COMM_CALL(rows_send, table, DPP_ROUTE_HEAD_ROWS + row,
-                   std::span(zeros).first(size_t{rows} * DPP_ROUTE_ROW_BYTES));
+                   std::span(ZEROS).first(size_t{rows} * DPP_ROUTE_ROW_BYTES));
   }
   return QLIX_COMM_OK;
 }

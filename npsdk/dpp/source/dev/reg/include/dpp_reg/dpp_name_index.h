@@ -19,15 +19,15 @@ constexpr uint64_t dpp_name_word(const char* text, size_t length) {
 }
 
 constexpr uint32_t dpp_name_hash(std::string_view name) {
-  constexpr uint64_t factor = 0x9E3779B97F4A7C15;
+  constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
   const char* text = name.data();
   size_t left = name.size();
   uint64_t hash = left;
   for (; left >= 8; left -= 8, text += 8) {
-    hash = (hash ^ dpp_name_word(text, 8)) * factor;
+    hash = (hash ^ dpp_name_word(text, 8)) * FACTOR;
     hash ^= hash >> 32;
   }
-  hash = (hash ^ dpp_name_word(text, left)) * factor;
+  hash = (hash ^ dpp_name_word(text, left)) * FACTOR;
   return static_cast<uint32_t>(hash >> 32);
 }
 
