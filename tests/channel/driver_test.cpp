@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include "../printed.h"
+
 namespace {
 
 TEST(Driver, RefusesBeforeAnySocketIsOpened) {
@@ -18,9 +20,8 @@ TEST(Driver, RefusesBeforeAnySocketIsOpened) {
   for (const auto& c : cases) {
     kxtool_device device;
     device.name = c.name;
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(tarn_tools_socket_init(&device, c.no_device), 1);
-    EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::EndsWith(c.line));
+    EXPECT_THAT(printed([&] { EXPECT_EQ(tarn_tools_socket_init(&device, c.no_device), 1); }),
+                testing::EndsWith(c.line));
     EXPECT_FALSE(device.ioctl_socket);
     EXPECT_FALSE(device.netlink_socket);
   }

@@ -9,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "../printed.h"
 #include "channel/device.h"
 #include "channel/driver.h"
 #include "channel/event.h"
@@ -140,24 +141,20 @@ TEST_F(GenlSocket, BadFamilyAnswersGiveAllOnesWithALine) {
   };
   for (const auto& c : cases) {
     answer(c.reply);
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(tarn_genl_get_family_id(tool_.get(), "f"), c.id);
-    EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::HasSubstr(c.line));
+    EXPECT_THAT(printed([&] { EXPECT_EQ(tarn_genl_get_family_id(tool_.get(), "f"), c.id); }),
+                testing::HasSubstr(c.line));
   }
 }
 
 TEST_F(GenlSocket, ASocketThatFailsIsALineAndAllOnes) {
   const timeval at_once = {.tv_sec = 0, .tv_usec = 1000};
   ASSERT_EQ(setsockopt(tool_.get(), SOL_SOCKET, SO_RCVTIMEO, &at_once, sizeof at_once), 0);
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(tarn_genl_get_family_id(tool_.get(), "f"), 0xFFFFFFFF);
-  EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::EndsWith(" rep_len=-1 is invaild!\n"));
+  EXPECT_THAT(printed([&] { EXPECT_EQ(tarn_genl_get_family_id(tool_.get(), "f"), 0xFFFFFFFF); }),
+              testing::EndsWith(" rep_len=-1 is invaild!\n"));
   // A socket of another family: neither bound nor sent on.
   kxtool_device device;
   device.netlink_socket.reset(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-  testing::internal::CaptureStdout();
-  tarn_tools_netlink_recv_msg(&device);
-  EXPECT_THAT(testing::internal::GetCapturedStdout(),
+  EXPECT_THAT(printed([&] { tarn_tools_netlink_recv_msg(&device); }),
               testing::MatchesRegex("kxtools_err: .* bind\\(\\) error!\nkxtools_info: .* genl_send_msg failed,ret=-1!\n"
                                     "kxtools_err: .* Get family_id of generic netlink failed, family_id=-1!\n"));
 }

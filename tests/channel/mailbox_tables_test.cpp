@@ -4,6 +4,7 @@
 #include <memory>
 #include <thread>
 
+#include "../printed.h"
 #include "channel/mailbox.h"
 #include "mailbox_lock.h"
 #include "mailbox_ring.h"
@@ -69,9 +70,8 @@ TEST(MailboxLock, HardwareLockIsGrantedByAReadOfZeroAndLabelled) {
   EXPECT_EQ(bar.bytes(0x800 + 2 * 59, 2), (std::vector<uint8_t>{0, 0}));
 
   bar.put(59, {0x5A});
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(bar_hardware_lock(59, spin, label, 0x2300), -1);
-  EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::HasSubstr("spl val: 0x5a lock_id:59."));
+  EXPECT_THAT(printed([&] { EXPECT_EQ(bar_hardware_lock(59, spin, label, 0x2300), -1); }),
+              testing::HasSubstr("spl val: 0x5a lock_id:59."));
   EXPECT_EQ(bar.bytes(0x800 + 2 * 59, 2), (std::vector<uint8_t>{0, 0}));
   EXPECT_EQ(bar_hardware_lock(0x1000, spin, label, 0), -1) << "outside of the BAR";
 }

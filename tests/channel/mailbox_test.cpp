@@ -6,6 +6,7 @@
 #include <atomic>
 #include <thread>
 
+#include "../printed.h"
 #include "channel/bar_channel.h"
 #include "channel/event.h"
 #include "channel/mailbox.h"
@@ -232,14 +233,10 @@ TEST_F(Notice, ChecksTheHeaderAndLeavesABadMessageInPlace) {
   for (const auto& c : cases) {
     bar_.write(NOTICE, c.word0);
     bar_.write(NOTICE + 4, c.length);
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(poll(), c.result) << c.word0;
-    EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::HasSubstr(c.line));
+    EXPECT_THAT(printed([&] { EXPECT_EQ(poll(), c.result) << c.word0; }), testing::HasSubstr(c.line));
     EXPECT_EQ(bar_.read(NOTICE), c.word0);
     // Found again at every look, reported once.
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(poll(), c.result);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(printed([&] { EXPECT_EQ(poll(), c.result); }), "");
   }
   EXPECT_TRUE(received.empty());
 }
@@ -276,9 +273,7 @@ TEST_F(Notice, AcknowledgesIntoTheSlotThatTheRouteFlagSelects) {
 TEST_F(Notice, AnAcknowledgementWithoutACallbackIsAnsweredEmpty) {
   bar_.write(NOTICE + 4, 4);
   bar_.write(NOTICE, 7u << 16 | VALID | ACK);
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(poll(), 0);
-  EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::HasSubstr("event_id[7] unregister"));
+  EXPECT_THAT(printed([&] { EXPECT_EQ(poll(), 0); }), testing::HasSubstr("event_id[7] unregister"));
   EXPECT_EQ(bar_.read(NOTICE), 7u << 16 | ACK);
   EXPECT_EQ(bar_.read(NOTICE + 4), 0u);
 }

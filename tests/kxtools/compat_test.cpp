@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "../printed.h"
 #include "test_tree.h"
 
 namespace {
@@ -94,9 +95,8 @@ TEST(Compatibility, GateComparesTheCommandWithItsModulesRecord) {
     kxtools_cmd_context ctx = {};
     ctx.cmd = &entry;
     ctx.compat[KXTOOLS_COMPAT_KXNP] = c.record;
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(kxtools_compat_version_check(&ctx), c.said == nullptr ? 0 : -1);
-    EXPECT_EQ(without_line_numbers(testing::internal::GetCapturedStdout()),
+    EXPECT_EQ(without_line_numbers(
+                  printed([&] { EXPECT_EQ(kxtools_compat_version_check(&ctx), c.said == nullptr ? 0 : -1); })),
               c.said == nullptr ? "" : "kxtools_err: [kxtools_compat_version_check][#] " + std::string(c.said) + "\n");
   }
   test_tree_reset();

@@ -14,6 +14,7 @@
 #include <fstream>
 #include <string>
 
+#include "../printed.h"
 #include "../temp_folder.h"
 #include "dev_choice.h"
 #include "test_tree.h"
@@ -90,9 +91,7 @@ TEST(PciAddress, ReadsTheTextForm) {
   };
   for (const auto& c : cases) {
     kxtools_sbdf sbdf = 0;
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(pcie_sbdf_parse(&sbdf, c.text), c.result) << c.text;
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), c.said) << c.text;
+    EXPECT_EQ(printed([&] { EXPECT_EQ(pcie_sbdf_parse(&sbdf, c.text), c.result) << c.text; }), c.said) << c.text;
     EXPECT_EQ(sbdf, c.sbdf) << c.text;
   }
   char text[13];
@@ -167,9 +166,9 @@ TEST_F(KernelFile, ResourceGivesStartAndLengthOfABar) {
   for (const auto& c : cases) {
     fill(c.text);
     kxtools_bar_range range = {};
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(kxtools_resource_bar_read(path_.c_str(), c.index, &range), c.result) << c.text;
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), c.said);
+    EXPECT_EQ(
+        printed([&] { EXPECT_EQ(kxtools_resource_bar_read(path_.c_str(), c.index, &range), c.result) << c.text; }),
+        c.said);
     EXPECT_EQ(range.start, c.range.start);
     EXPECT_EQ(range.size, c.range.size);
   }
@@ -256,9 +255,7 @@ TEST(DeviceChoice, TakesANumberOrGivesUpAfterThreeAttempts) {
     fwrite(c.input.data(), 1, c.input.size(), in);
     rewind(in);
     uint32_t number = 0;
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(kxtools_index_read(in, &number), c.result) << c.input;
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), c.said);
+    EXPECT_EQ(printed([&] { EXPECT_EQ(kxtools_index_read(in, &number), c.result) << c.input; }), c.said);
     if (c.result == index) {
       EXPECT_EQ(number, c.number);
     }

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "../memory_fault.h"
+#include "../printed.h"
 #include "qlix_comm/print.h"
 
 namespace {
@@ -320,9 +321,8 @@ TEST_F(IndexFillTest, InsertChecksTheUsedCountAndThePlace) {
   EXPECT_EQ(insert(30, 0xFFFFFFFF, 2), 0x1205u);
   EXPECT_EQ(table.runs().size(), 2u);
   qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(insert(20, 9, 1), 0x1001u);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "qlix_comm_rb_insert begin\nCall qlix_comm_rb_insert Error!!!\n");
+  EXPECT_EQ(printed([&] { EXPECT_EQ(insert(20, 9, 1), 0x1001u); }),
+            "qlix_comm_rb_insert begin\nCall qlix_comm_rb_insert Error!!!\n");
   table.fill.used = table.fill.total;
   EXPECT_EQ(insert(30, 9, 1), 0x1A01u);
   table.fill.used = 4;
@@ -392,9 +392,7 @@ TEST_F(IndexFillTest, ClearsForFurtherUseAndShowsItsPositions) {
     table.alloc(1);
   }
   table.alloc(2);
-  testing::internal::CaptureStdout();
-  qlix_comm_indexfill_show_all_position(&table.fill);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+  EXPECT_EQ(printed([&] { qlix_comm_indexfill_show_all_position(&table.fill); }),
             "\n *************************Used Position*************************\n"
             "\n ==== Num [0 ] ==== : 0  1  2  3  4  5  6  7 \n                    8 "
             "\n ==== Num [1 ] ==== : 9 \n*******End*******\n");

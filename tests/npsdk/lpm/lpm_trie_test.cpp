@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+#include "../../printed.h"
 #include "dpp_lpm/lpm_algo.h"
 #include "lpm_reference.h"
 #include "qlix_comm/memory.h"
@@ -111,10 +112,9 @@ TEST(LpmLevel, BalanceOfUnevenAndLonelyNodes) {
     node.len_sum = row.node_len;
     sibling.sub_cnt = row.sibling_cnt;
     sibling.len_sum = row.sibling_len;
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(BAL_VAL(&node, &parent), row.value) << row.node_cnt << " of " << row.parent_cnt;
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              row.sibling && row.sibling_cnt == 0 ? "====>p_bro_tn->sub_cnt is ZERO!.\n" : "");
+    EXPECT_EQ(
+        printed([&] { EXPECT_EQ(BAL_VAL(&node, &parent), row.value) << row.node_cnt << " of " << row.parent_cnt; }),
+        row.sibling && row.sibling_cnt == 0 ? "====>p_bro_tn->sub_cnt is ZERO!.\n" : "");
   }
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "../../printed.h"
 #include "dpp_chip/dpp_dev_mutex.h"
 #include "dpp_chip/dpp_dev_value.h"
 #include "dpp_reg/dpp_reg.h"
@@ -200,9 +201,8 @@ TEST(Operations, HandTheHooksCodeUp) {
 TEST(Operations, MaskFieldsAndFormAddressesPastTheEnd) {
   memory_device_add(0);
   const uint32_t values[3] = {3, 0x3FF, 0xFFFFFFFF};
-  CaptureStdout();
-  EXPECT_EQ(dpp_reg_write(0, 819, 0, 128, values), 0u);
-  EXPECT_EQ(GetCapturedStdout(), "reg n_offset is out of range, reg_no:819, n:128, size:128\n");
+  EXPECT_EQ(printed([&] { EXPECT_EQ(dpp_reg_write(0, 819, 0, 128, values), 0u); }),
+            "reg n_offset is out of range, reg_no:819, n:128, size:128\n");
   ASSERT_EQ(memory().writes.size(), 1u);
   EXPECT_EQ(memory().writes[0].first, 0x2000008u + 128 * 0x20);
   EXPECT_EQ(memory().writes[0].second, (1u << 30) | (1u << 29) | 0x3FF);

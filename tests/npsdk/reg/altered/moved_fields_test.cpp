@@ -2,6 +2,7 @@
 // are those of the sheet as it is.
 #include <gtest/gtest.h>
 
+#include "../../../printed.h"
 #include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_memory/dpp_stat.h"
 #include "memory_device.h"
@@ -21,9 +22,8 @@ TEST(MovedFields, AreFoundWhereTheyAre) {
   np_test::memory_device_add(0);
   memory().words[INIT_DONE] = 1u << 4;
   memory().words[BUSY] = 1u << 2;  // where tm_busy was
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(diag_dpp_stat_tm_init_pre_etm(0, 2), 0u);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "stat tm pre init done, tm_stat_mode: 2\n");
+  EXPECT_EQ(printed([&] { EXPECT_EQ(diag_dpp_stat_tm_init_pre_etm(0, 2), 0u); }),
+            "stat tm pre init done, tm_stat_mode: 2\n");
   EXPECT_EQ(memory().words[INIT_PRE_CFG], 2u << 8 | 1u);
 }
 

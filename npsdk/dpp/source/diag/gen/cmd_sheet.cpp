@@ -14,13 +14,13 @@ namespace cmd_gen {
 namespace {
 
 // By the kind of command, level or step; "" is none that a sheet names.
-constexpr std::array<std::string_view, 7> command_words = {"command", "function", "text", "shell", "", "", "missing"};
-constexpr std::array<std::string_view, 3> level_words = {"everyone", "super", "unlisted"};
-constexpr std::array<std::string_view, 14> step_words = {"print", "fields", "words", "loop",  "",        "add", "set",
+constexpr std::array<std::string_view, 7> COMMAND_WORDS = {"command", "function", "text", "shell", "", "", "missing"};
+constexpr std::array<std::string_view, 3> LEVEL_WORDS = {"everyone", "super", "unlisted"};
+constexpr std::array<std::string_view, 14> STEP_WORDS = {"print", "fields", "words", "loop",  "",        "add", "set",
                                                          "clear", "errors", "idle",  "ready", "summary", "run", "call"};
 
 bool is_level(std::string_view word) {
-  return std::find(level_words.begin(), level_words.end(), word) != level_words.end();
+  return std::find(LEVEL_WORDS.begin(), LEVEL_WORDS.end(), word) != LEVEL_WORDS.end();
 }
 
 /// What a name of a row stands for.
@@ -116,7 +116,7 @@ class sheet_reader {
     if (kind == "fields") {
       shown_read(made);
     } else {
-      made.kind = static_cast<command_kind>(choice_of(command_words, kind, "unknown kind of command '" + kind + "'"));
+      made.kind = static_cast<command_kind>(choice_of(COMMAND_WORDS, kind, "unknown kind of command '" + kind + "'"));
       made.name = need_name();
       while (peek().kind == word_kind::name && !is_level(peek().text)) {
         argument_read(made);
@@ -177,7 +177,7 @@ class sheet_reader {
   /// Who may use the command and what it is for.
   void level_read(command& made) {
     made.level = static_cast<command_level>(
-        choice_of(level_words, peek().text, "command '" + made.name + "' does not tell who may use it"));
+        choice_of(LEVEL_WORDS, peek().text, "command '" + made.name + "' does not tell who may use it"));
     at_ += failed_ ? 0 : 1;
     if (made.kind == command_kind::missing) {
       return;
@@ -206,7 +206,7 @@ class sheet_reader {
     }
     const std::string otherwise = "'" + name + "' is no step of this command";
     step made;
-    made.what = static_cast<op>(choice_of(step_words, name, otherwise));
+    made.what = static_cast<op>(choice_of(STEP_WORDS, name, otherwise));
     made.line = line_no_;
     require(owner.kind == command_kind::row, otherwise);
     if (!failed_) {

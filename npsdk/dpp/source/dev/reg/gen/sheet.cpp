@@ -28,7 +28,7 @@ enum column : size_t {
   COL_FIELDS,
   COL_COUNT
 };
-constexpr std::array<std::string_view, COL_COUNT> column_names = {"number", "name",    "block",  "addr",   "width",
+constexpr std::array<std::string_view, COL_COUNT> COLUMN_NAMES = {"number", "name",    "block",  "addr",   "width",
                                                                   "array",  "m_size",  "m_step", "n_size", "n_step",
                                                                   "access", "convert", "class",  "fields"};
 
@@ -51,21 +51,21 @@ class row_reader {
   uint32_t number(column c) {
     const std::optional<uint32_t> value = csv_number(cells_[c]);
     if (!value) {
-      complain(std::string(column_names[c]) + " is no number: '" + cells_[c] + "'");
+      complain(std::string(COLUMN_NAMES[c]) + " is no number: '" + cells_[c] + "'");
     }
     return value.value_or(0);
   }
   uint32_t choice(column c, std::span<const std::string_view> names) {
     const auto found = std::find(names.begin(), names.end(), cells_[c]);
     if (found == names.end()) {
-      complain("unknown " + std::string(column_names[c]) + " '" + cells_[c] + "'");
+      complain("unknown " + std::string(COLUMN_NAMES[c]) + " '" + cells_[c] + "'");
       return 0;
     }
     return static_cast<uint32_t>(found - names.begin());
   }
   void must_be_empty(column c) {
     if (!cells_[c].empty()) {
-      complain(std::string(column_names[c]) + " has no meaning for array '" + cells_[COL_ARRAY] + "'");
+      complain(std::string(COLUMN_NAMES[c]) + " has no meaning for array '" + cells_[COL_ARRAY] + "'");
     }
   }
 
@@ -83,7 +83,7 @@ bool is_name(std::string_view text) {
 
 // Registers become structures and fields their members: a word of the language cannot name either.
 bool is_language_word(std::string_view text) {
-  constexpr std::string_view words =
+  constexpr std::string_view WORDS =
       " alignas alignof and and_eq asm auto bitand bitor bool break case catch char char8_t char16_t char32_t class "
       "compl concept const consteval constexpr constinit const_cast continue co_await co_return co_yield decltype "
       "default delete do double dynamic_cast else enum explicit export extern false float for friend goto if inline "
@@ -93,7 +93,7 @@ bool is_language_word(std::string_view text) {
       "this thread_local throw true try typedef typeid typename uint32_t union unsigned using virtual void volatile "
       "wchar_t while xor xor_eq ";
   const std::string word = " " + std::string(text) + " ";
-  return words.find(word) != std::string_view::npos;
+  return WORDS.find(word) != std::string_view::npos;
 }
 
 // name[msb:lsb]=default/class, of which ":lsb", "=default" and "/class" may be absent.
@@ -188,10 +188,10 @@ void dimension_read(column size_column, column step_column, uint32_t& size, uint
     return;
   }
   if (size == 0) {
-    row.complain(std::string(column_names[size_column]) + " is 0");
+    row.complain(std::string(COLUMN_NAMES[size_column]) + " is 0");
   }
   if (step == 0) {
-    row.complain(std::string(column_names[step_column]) + " is 0");
+    row.complain(std::string(COLUMN_NAMES[step_column]) + " is 0");
   }
 }
 
@@ -337,7 +337,7 @@ void sheet_read(const std::string& file, std::string_view text, std::vector<reg>
       out.push_back({at, "a quote is left open"});
     } else if (!header_seen) {
       header_seen = true;
-      if (!std::equal(cells->begin(), cells->end(), column_names.begin(), column_names.end())) {
+      if (!std::equal(cells->begin(), cells->end(), COLUMN_NAMES.begin(), COLUMN_NAMES.end())) {
         out.push_back({at, "the first line does not name the columns"});
         return;
       }
