@@ -17,11 +17,9 @@ constexpr uint32_t serial_number_op = 15;
 constexpr uint32_t temperature_op = 18;
 constexpr uint32_t part_number_op = 21;
 
-constexpr size_t serial_number_length = 12;
 constexpr size_t serial_number_reply_length = 29;
 constexpr size_t part_number_reply_length = 33;
 constexpr size_t temperature_reply_length = 24;
-constexpr size_t mac_list_offset = 6;
 constexpr size_t mac_length = 6;
 constexpr size_t mac_reply_length = 68;
 constexpr size_t bar_offset_reply_length = 16;

@@ -14,7 +14,6 @@ using package_file::pattern;
 using package_file::row;
 
 constexpr row IMAGE_A{0x50000, 100, 2};
-constexpr row IMAGE_B{0x51000, 30, 3};
 
 fw_package open_package(const package_file::file& file) {
   fw_package package;

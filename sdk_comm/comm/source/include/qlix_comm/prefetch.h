@@ -15,7 +15,8 @@ namespace qlix_comm_detail {
 /// Asks for a node of `size` bytes and for what begins behind it, mostly its key.
 inline void record_prefetch(const void* node, std::uint32_t size) {
   qlix_comm_prefetch(node);
-  qlix_comm_prefetch(static_cast<const std::uint8_t*>(node) + size);
+  const auto behind = reinterpret_cast<std::uintptr_t>(node) + size;  // the node may be null
+  qlix_comm_prefetch(reinterpret_cast<const void*>(behind));          // NOLINT(performance-no-int-to-ptr)
 }
 
 }  // namespace qlix_comm_detail
