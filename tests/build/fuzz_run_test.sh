@@ -4,7 +4,7 @@ set -euo pipefail
 run=$1
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-fuzzers=$folder/build-fuzz/fuzz
+fuzzers=$folder/build-asan/fuzz
 mkdir -p "$folder"/{fuzz,bin} "$fuzzers"
 cp "$run" "$folder/fuzz/run"
 printf 'kx_fuzzer(%s)\n' fuzz_fine fuzz_fault fuzz_long >"$folder/fuzz/CMakeLists.txt"

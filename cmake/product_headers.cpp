@@ -1,0 +1,1 @@
+// No code: what kx_product_headers compiles is its headers.
