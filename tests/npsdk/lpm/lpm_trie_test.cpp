@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "../../printed.h"
+#include "../../random_steps.h"
 #include "dpp_lpm/lpm_algo.h"
 #include "lpm_reference.h"
 #include "qlix_comm/memory.h"
@@ -176,6 +177,7 @@ prefix random_route(std::mt19937& rng, uint32_t key_bytes) {
 
 void random_life(uint32_t key_bytes, uint32_t flags, uint32_t steps, size_t routes_max, uint32_t seed) {
   SCOPED_TRACE(testing::Message() << "key bytes " << key_bytes << " flags " << flags);
+  steps = random_steps(steps);
   std::mt19937 rng(seed);
   bare_lpm trie(key_bytes, flags);
   std::map<prefix, uint32_t> model;
