@@ -38,6 +38,11 @@ void start_kxtool(benchmark::State& state) {
 }
 BENCHMARK(start_kxtool)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
+void start_kxreport(benchmark::State& state) {
+  measure(state, KX_REPORT_PATH, "-v");
+}
+BENCHMARK(start_kxreport)->UseRealTime()->Unit(benchmark::kMicrosecond);
+
 void start_ethtool(benchmark::State& state) {
   measure(state, "ethtool", "--version");
 }
