@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "../../memory_fault.h"
+#include "../../random_steps.h"
 #include "../lpm/lpm_reference.h"
 #include "chip_link.h"
 #include "qlix_comm/memory.h"
@@ -146,7 +147,7 @@ TEST_F(Route, RandomLifeAgreesWithModelAndChip) {
   for (const dpp_route_cfg& cfg : CFGS) {
     SCOPED_TRACE(testing::Message() << "key " << cfg.key_bytes << " flags " << cfg.flags);
     Life life(cfg, cfg.key_bytes * 2 + cfg.flags);
-    for (int step = 0; step < 1500 && !testing::Test::HasFailure(); step++) {
+    for (uint32_t step = 0; step < random_steps(1500) && !testing::Test::HasFailure(); step++) {
       life.step();
       life.compare_some(1);
       if (step % 50 == 0) {
@@ -237,7 +238,7 @@ TEST_F(Route, RandomLifeUnderAJumpingLevel) {
       lpm->level = static_cast<uint32_t>((*rng)() % (lpm->trie.key_size * 8));
       return real.cb_save_rst(lpm, node, route);
     };
-    for (int step = 0; step < 3000 && !testing::Test::HasFailure(); step++) {
+    for (uint32_t step = 0; step < random_steps(3000) && !testing::Test::HasFailure(); step++) {
       life.step();
       life.compare_some(1);
     }
