@@ -10,7 +10,7 @@
 #include "kx_np/cmd.h"
 #include "kx_np/np_init.h"
 #include "kxtools/cmd.h"
-#include "memory_device.h"
+#include "on_memory.h"
 
 namespace {
 
@@ -40,12 +40,7 @@ run_result exec(const char* name, const std::vector<std::string>& words) {
   return run(name, words, kxnp_dpp_cmd_exec);
 }
 
-class Bridge : public testing::Test {
- protected:
-  void SetUp() override {
-    np_test::memory_device_add(0);
-  }
-};
+using Bridge = OnMemory;
 
 TEST_F(Bridge, WordsBecomeTheParametersInOrder) {
   EXPECT_EQ(exec("dpp_debug_wr", {"0", "0x40", "-1"}).status, 0);

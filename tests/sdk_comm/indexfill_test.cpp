@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <random>
 #include <set>
@@ -25,10 +26,7 @@ struct Table {
   struct Entry {
     std::uint32_t key;
     std::uint32_t identity;
-    bool operator<(const Entry& other) const {
-      return std::pair(key, identity) < std::pair(other.key, other.identity);
-    }
-    bool operator==(const Entry&) const = default;
+    auto operator<=>(const Entry&) const = default;
   };
 
   qlix_comm_indexfill fill{};
@@ -68,6 +66,17 @@ struct Table {
       entries[position] = {number, next_identity++};
     }
     return code;
+  }
+
+  void fill_up(std::initializer_list<std::uint32_t> keys) {
+    for (const std::uint32_t key : keys) {
+      ASSERT_EQ(alloc(key), 0u);
+    }
+  }
+
+  std::uint32_t insert(std::uint32_t number, std::uint32_t start, std::uint32_t count) {
+    const std::uint32_t key = __builtin_bswap32(number);
+    return qlix_comm_indexfill_insert(&fill, start, count, &key);
   }
 
   std::uint32_t free(std::uint32_t number, std::uint32_t position, std::uint32_t* vacated) {
@@ -121,9 +130,7 @@ struct Table {
   // The entries, wherever they stand.
   std::set<Entry> contents() const {
     std::set<Entry> found;
-    for (const auto& [position, entry] : entries) {
-      found.insert(entry);
-    }
+    std::ranges::transform(entries, std::inserter(found, found.end()), &decltype(entries)::value_type::second);
     return found;
   }
 };
@@ -214,9 +221,7 @@ TEST_F(IndexFillTest, ChoosesPositionsAsStated) {
 
 TEST_F(IndexFillTest, FreeingTheMiddleMovesTheFirstEntryIntoTheHole) {
   Table table(8);
-  for (int i = 0; i < 3; ++i) {
-    table.alloc(5);
-  }
+  table.fill_up({5, 5, 5});
   std::uint32_t vacated = 99;
   EXPECT_EQ(table.free(5, 1, &vacated), 0u);
   EXPECT_EQ(vacated, 0u);
@@ -231,27 +236,21 @@ TEST_F(IndexFillTest, FreeingTheMiddleMovesTheFirstEntryIntoTheHole) {
   EXPECT_EQ(table.runs(), Runs{});
 }
 
-// A table in which another entry needs several moves, on the right or on the left.
-void crowd(Table& table) {
-  for (const std::uint32_t key : {10, 20, 20, 30, 40, 50, 50}) {
-    ASSERT_EQ(table.alloc(key), 0u);
-  }
-}
+// In a table with these, another entry needs several moves, on the right or on the left.
+constexpr std::initializer_list<std::uint32_t> CROWD = {10, 20, 20, 30, 40, 50, 50};
 
 TEST_F(IndexFillTest, StaysAsItWasWhenMemoryIsShort) {
   MemoryFault memory;
   Table table(12);
-  crowd(table);
+  table.fill_up(CROWD);
   const Runs runs = table.runs();
-  const auto entries = table.entries;
   const std::size_t out = memory.out();
-  const std::uint32_t key = __builtin_bswap32(25);
   for (const std::size_t failing : {0, 1}) {
     memory.arm(failing);
     EXPECT_EQ(table.alloc(25), 0x1201u);
     EXPECT_TRUE(memory.fired());
     memory.arm(failing);
-    EXPECT_EQ(qlix_comm_indexfill_insert(&table.fill, 9, 1, &key), 0x1201u);
+    EXPECT_EQ(table.insert(25, 9, 1), 0x1201u);
     EXPECT_TRUE(memory.fired());
   }
   memory.arm(0);
@@ -275,7 +274,7 @@ TEST_F(IndexFillTest, StaysAsItWasWhenAMoveFails) {
   for (const std::uint32_t key : {5u, 15u, 20u, 25u, 45u, 60u}) {
     for (std::uint32_t failing = 0;; ++failing) {
       Table table(8);
-      crowd(table);
+      table.fill_up(CROWD);
       const Runs runs = table.runs();
       const auto entries = table.entries;
       table.failing_move = table.moves + failing;
@@ -291,7 +290,7 @@ TEST_F(IndexFillTest, StaysAsItWasWhenAMoveFails) {
     }
   }
   Table table(8);
-  crowd(table);
+  table.fill_up(CROWD);
   table.alloc(50);
   const Runs runs = table.runs();
   table.failing_move = table.moves;
@@ -304,36 +303,29 @@ TEST_F(IndexFillTest, StaysAsItWasWhenAMoveFails) {
 TEST_F(IndexFillTest, InsertChecksTheUsedCountAndThePlace) {
   const MemoryFault memory;
   Table table(20);
-  const auto insert = [&table](std::uint32_t number, std::uint32_t start, std::uint32_t count) {
-    const std::uint32_t key = __builtin_bswap32(number);
-    return qlix_comm_indexfill_insert(&table.fill, start, count, &key);
-  };
-  EXPECT_EQ(insert(10, 0, 1), 0x1205u) << "nothing is used yet";
+  EXPECT_EQ(table.insert(10, 0, 1), 0x1205u) << "nothing is used yet";
   EXPECT_EQ(table.runs(), Runs{}) << "no dangling run";
-  ASSERT_EQ(table.alloc(10), 0u);
-  ASSERT_EQ(table.alloc(10), 0u);
-  EXPECT_EQ(insert(20, 5, 3), 0x1205u);
-  EXPECT_EQ(insert(20, 5, 2), 0u);
+  table.fill_up({10, 10});
+  EXPECT_EQ(table.insert(20, 5, 3), 0x1205u);
+  EXPECT_EQ(table.insert(20, 5, 2), 0u);
   EXPECT_EQ(table.runs(), (Runs{{10, 0, 2}, {20, 5, 2}}));
   EXPECT_EQ(table.fill.used, 4u);
-  EXPECT_EQ(insert(30, 6, 1), 0x1205u) << "into its neighbour";
-  EXPECT_EQ(insert(30, 18, 3), 0x1205u) << "past the end";
-  EXPECT_EQ(insert(30, 0xFFFFFFFF, 2), 0x1205u);
+  EXPECT_EQ(table.insert(30, 6, 1), 0x1205u) << "into its neighbour";
+  EXPECT_EQ(table.insert(30, 18, 3), 0x1205u) << "past the end";
+  EXPECT_EQ(table.insert(30, 0xFFFFFFFF, 2), 0x1205u);
   EXPECT_EQ(table.runs().size(), 2u);
   qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
-  EXPECT_EQ(printed([&] { EXPECT_EQ(insert(20, 9, 1), 0x1001u); }),
+  EXPECT_EQ(printed([&] { EXPECT_EQ(table.insert(20, 9, 1), 0x1001u); }),
             "qlix_comm_rb_insert begin\nCall qlix_comm_rb_insert Error!!!\n");
   table.fill.used = table.fill.total;
-  EXPECT_EQ(insert(30, 9, 1), 0x1A01u);
+  EXPECT_EQ(table.insert(30, 9, 1), 0x1A01u);
   table.fill.used = 4;
 }
 
 TEST_F(IndexFillTest, StoresItsRunsInKeyOrderAndKeepsTheStatedRestore) {
   MemoryFault memory;
   Table table(9);
-  for (const std::uint32_t key : {7, 3, 7}) {
-    ASSERT_EQ(table.alloc(key), 0u);
-  }
+  table.fill_up({7, 3, 7});
   std::uint32_t size = 0;
   std::uint8_t* blob = nullptr;
   ASSERT_EQ(qlix_comm_indexfill_store(&table.fill, &size, &blob), 0u);
@@ -352,9 +344,7 @@ TEST_F(IndexFillTest, StoresItsRunsInKeyOrderAndKeepsTheStatedRestore) {
   // Into an index fill in use, records up to the used count are taken; a failure takes them all back.
   {
     Table other(9);
-    for (const std::uint32_t key : {9, 9}) {
-      ASSERT_EQ(other.alloc(key), 0u);
-    }
+    other.fill_up({9, 9});
     const Runs runs = other.runs();
     EXPECT_EQ(qlix_comm_indexfill_recovery(&other.fill, 0, blob, nullptr, Table::move), 0x1205u);
     EXPECT_EQ(other.runs(), runs);
@@ -388,10 +378,7 @@ TEST_F(IndexFillTest, StoresItsRunsInKeyOrderAndKeepsTheStatedRestore) {
 TEST_F(IndexFillTest, ClearsForFurtherUseAndShowsItsPositions) {
   const MemoryFault memory;
   Table table(20);
-  for (int i = 0; i < 9; ++i) {
-    table.alloc(1);
-  }
-  table.alloc(2);
+  table.fill_up({1, 1, 1, 1, 1, 1, 1, 1, 1, 2});
   EXPECT_EQ(printed([&] { qlix_comm_indexfill_show_all_position(&table.fill); }),
             "\n *************************Used Position*************************\n"
             "\n ==== Num [0 ] ==== : 0  1  2  3  4  5  6  7 \n                    8 "

@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <list>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "../memory_fault.h"
+#include "../printed.h"
 #include "qlix_comm/double_link.h"
 #include "qlix_comm/liststack.h"
 #include "qlix_comm/print.h"
@@ -16,13 +16,6 @@
 namespace {
 
 using Random = std::independent_bits_engine<std::mt19937, 32, std::uint32_t>;
-
-template <class Work>
-std::string printed(Work work) {
-  testing::internal::CaptureStdout();
-  work();
-  return testing::internal::GetCapturedStdout();
-}
 
 // The model of an index stack: the free slots, next one last.
 class ListStackTest : public testing::Test {
@@ -57,22 +50,7 @@ class ListStackTest : public testing::Test {
   std::vector<std::uint32_t> free_;
 };
 
-TEST_F(ListStackTest, HandsSlotsOutAscendingAndTheLastFreedFirst) {
-  create(8);
-  std::uint32_t slot = 99;
-  for (std::uint32_t expected = 0; expected < 8; ++expected) {
-    EXPECT_EQ(qlix_comm_liststack_alloc(stack_, &slot), 0u);
-    EXPECT_EQ(slot, expected);
-  }
-  EXPECT_EQ(stack_->head, 0u);
-  EXPECT_EQ(qlix_comm_liststack_free(stack_, 5), 0u);
-  EXPECT_EQ(qlix_comm_liststack_free(stack_, 3), 0u);
-  for (const std::uint32_t expected : {3u, 5u}) {
-    EXPECT_EQ(qlix_comm_liststack_alloc(stack_, &slot), 0u);
-    EXPECT_EQ(slot, expected);
-  }
-}
-
+// Slots go out in ascending order, and the last freed first.
 TEST_F(ListStackTest, AgreesWithItsModelUnderRandomSequences) {
   qlix_comm_set_print_level(QLIX_TRACE_PRINT);
   create(40);
@@ -168,6 +146,9 @@ class DoubleLinkTest : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_EQ(qlix_comm_double_link_init(6, &head_), 0u);
+    for (std::uint32_t i = 0; i < std::size(records_); ++i) {
+      records_[i] = {i, {&records_[i], nullptr, nullptr}};
+    }
   }
   void TearDown() override {
     qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
@@ -200,7 +181,7 @@ class DoubleLinkTest : public testing::Test {
   }
 
   qlix_comm_double_link head_{};
-  Record records_[8] = {{0, {}}, {1, {}}, {2, {}}, {3, {}}, {4, {}}, {5, {}}, {6, {}}, {7, {}}};
+  Record records_[8];  // each holds its place
   inline static std::vector<std::uint32_t> freed_;
   inline static std::uint32_t refused_;
 };
@@ -208,9 +189,6 @@ class DoubleLinkTest : public testing::Test {
 using Numbers = std::vector<std::uint32_t>;
 
 TEST_F(DoubleLinkTest, PlacesAndUnlinksNodes) {
-  for (Record& record : records_) {
-    record.node = {&record, nullptr, nullptr};
-  }
   EXPECT_EQ(qlix_comm_double_link_insert_1st(&records_[2].node, &head_), 0u);
   EXPECT_EQ(qlix_comm_double_link_insert_1st(&records_[1].node, &head_), 0u);
   EXPECT_EQ(qlix_comm_double_link_insert_last(&records_[5].node, &head_), 0u);
@@ -228,18 +206,15 @@ TEST_F(DoubleLinkTest, PlacesAndUnlinksNodes) {
 }
 
 TEST_F(DoubleLinkTest, SortsANewNodeBeforeItsEquals) {
-  Record twin{3, {}};
+  Record twin{3, {&twin, nullptr, nullptr}};
   for (const int i : {4, 3, 6}) {
-    records_[i].node.data = &records_[i];
     EXPECT_EQ(qlix_comm_double_link_insert_sort(&records_[i].node, &head_, nullptr, nullptr), 0u);
   }
-  twin.node.data = &twin;
   EXPECT_EQ(qlix_comm_double_link_insert_sort(&twin.node, &head_, nullptr, nullptr), 0u);
   EXPECT_EQ(numbers(), (Numbers{3, 3, 4, 6}));
   EXPECT_EQ(head_.first, &twin.node);
   // A hook with an argument: descending from a base.
   std::uint32_t base = 10;
-  records_[5].node.data = &records_[5];
   EXPECT_EQ(qlix_comm_double_link_insert_sort(
                 &records_[5].node, &head_,
                 [](const qlix_comm_double_link_node* node, const qlix_comm_double_link_node* other, void* arg) {
@@ -302,10 +277,8 @@ TEST_F(DoubleLinkTest, ReleaseStopsWhereDataCannotBeReleased) {
 }
 
 TEST_F(DoubleLinkTest, PrintsForwardAndBackwardAndRefusesNullAndEmpty) {
-  for (const int i : {1, 2}) {
-    records_[i].node.data = &records_[i];
-    qlix_comm_double_link_insert_last(&records_[i].node, &head_);
-  }
+  qlix_comm_double_link_insert_last(&records_[1].node, &head_);
+  qlix_comm_double_link_insert_last(&records_[2].node, &head_);
   EXPECT_EQ(printed([&] { qlix_comm_double_link_print(&head_); }),
             "*************sequ order***********\n==>1==>2\n\n*************reverve order***********\n==>2==>1");
   EXPECT_EQ(printed([&] { EXPECT_EQ(qlix_comm_double_link_init(0, &head_), 0x1509u); }),

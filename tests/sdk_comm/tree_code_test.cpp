@@ -6,17 +6,11 @@
 #include <string>
 
 #include "../memory_fault.h"
+#include "../printed.h"
 #include "qlix_comm/print.h"
 #include "tree_model.h"
 
 namespace {
-
-template <class Work>
-std::string printed(Work work) {
-  testing::internal::CaptureStdout();
-  work();
-  return testing::internal::GetCapturedStdout();
-}
 
 std::uint32_t number_key(std::uint32_t number) {
   return __builtin_bswap32(number);
@@ -55,10 +49,8 @@ TYPED_TEST(TreeCodeTest, StaticTreeAllocatesAtInitOnlyAndIsAbsentWhenThatFails) 
     std::uint32_t key[4] = {number_key(i * 7 % 20)};
     EXPECT_EQ(TypeParam::insert(&tree, key, &out), 0u);
   }
-  for (std::uint32_t i = 0; i < 10; ++i) {
-    const std::uint32_t key[4] = {number_key(i)};
-    EXPECT_EQ(TypeParam::remove(&tree, key, &out), 0u);
-  }
+  const std::uint32_t gone[4] = {number_key(7)};
+  EXPECT_EQ(TypeParam::remove(&tree, gone, &out), 0u);
   EXPECT_FALSE(memory.fired());
   EXPECT_EQ(TypeParam::destroy(&tree), 0u);
   EXPECT_EQ(memory.out(), 0u);
@@ -97,7 +89,7 @@ TYPED_TEST(TreeCodeTest, RefusesNullArguments) {
   EXPECT_EQ(TypeParam::destroy(&tree), 0u);
 }
 
-TEST(AvlCodes, InitAndEdges) {
+TEST(AvlCodes, InitAndPrint) {
   qlix_comm_avl tree{};
   EXPECT_EQ(printed([&] { EXPECT_EQ(qlix_comm_avl_init(&tree, 4, 0, nullptr), 0x1902u); }),
             "\nErrorCode:[0x1902]qlix_comm_avl_init key_length is 0 err!");
@@ -106,119 +98,44 @@ TEST(AvlCodes, InitAndEdges) {
             "\nqlix_comm_avl_init already init!");
   EXPECT_EQ(tree.max_node, 4u);
   EXPECT_EQ(printed([&] { qlix_comm_avl_show_info(&tree); }), "The avl tree is empty!!\n");
-  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
-  std::uint32_t key = 0;
-  qlix_comm_double_link_node* node = reinterpret_cast<qlix_comm_double_link_node*>(8);
-  EXPECT_EQ(ic_comm_avl_get_1st_key(&tree, &key), 0x1903u);
-  EXPECT_EQ(ic_comm_avl_get_last_key(&tree, &key), 0x1903u);
-  EXPECT_EQ(ic_comm_avl_get_1st_node(&tree, &node), 0u);
-  EXPECT_EQ(node, nullptr);
-  EXPECT_EQ(ic_comm_avl_is_none(&tree), 1u);
-
   std::uint32_t out = 0;
   for (const std::uint32_t number : {3u, 1u, 2u}) {
     std::uint32_t inserted = number;  // host order: as the print shows it
     EXPECT_EQ(qlix_comm_avl_insert(&tree, &inserted, &out), 0u);
   }
-  EXPECT_EQ(ic_comm_avl_is_none(&tree), 0u);
-  EXPECT_EQ(ic_comm_avl_get_node_num(&tree, &out), 0u);
-  EXPECT_EQ(out, 3u);
-  EXPECT_EQ(ic_comm_avl_get_1st_key(&tree, &key), 0u);
-  EXPECT_EQ(key, 1u);
-  EXPECT_EQ(ic_comm_avl_get_last_key(&tree, &key), 0u);
-  EXPECT_EQ(key, 3u);
-  EXPECT_EQ(ic_comm_avl_get_last_node(&tree, &node), 0u);
-  EXPECT_EQ(node, tree.order.last);
   EXPECT_EQ(printed([&] { qlix_comm_avl_show_info(&tree); }),
             "\n****************avl tree info from first key***********\n==>1==>2==>3"
             "\n****************avl tree info from last key***********\n==>3==>2==>1");
+  EXPECT_EQ(qlix_comm_avl_node_find(&tree, nullptr), nullptr);
+  EXPECT_EQ(qlix_comm_avl_node_find(nullptr, &out), nullptr);
   EXPECT_EQ(qlix_comm_avl_destroy(&tree), 0u);
-  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
 }
 
-TEST(AvlCodes, FullPoolAndKeyPoolEdge) {
+TEST(AvlCodes, ASlotWhoseKeyLiesOutsideThePoolIsReturned) {
   qlix_comm_set_print_level(QLIX_TRACE_PRINT);
   qlix_comm_avl tree{};
   ASSERT_EQ(qlix_comm_avl_init(&tree, 2, 4, nullptr), 0u);
   std::uint32_t out = 0;
-  std::uint32_t key = number_key(1);
+  std::uint32_t key = 1;
   EXPECT_EQ(qlix_comm_avl_insert(&tree, &key, &out), 0u);
-  tree.max_node = 1;  // the next slot's key now lies outside the key pool
-  key = number_key(2);
+  tree.max_node = 1;
+  key = 2;
   EXPECT_EQ(qlix_comm_avl_insert(&tree, &key, &out), 0x1906u);
-  EXPECT_EQ(tree.slot_stack->free_num, 1u) << "the slot was returned";
+  EXPECT_EQ(tree.slot_stack->free_num, 1u);
   tree.max_node = 2;
   EXPECT_EQ(qlix_comm_avl_insert(&tree, &key, &out), 0u);
-  key = number_key(3);
-  EXPECT_EQ(qlix_comm_avl_insert(&tree, &key, &out), 0x1905u);
-  EXPECT_EQ(out, 0x1901u);
   EXPECT_EQ(qlix_comm_avl_destroy(&tree), 0u);
   qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
 }
 
-TEST(AvlCodes, NodeFindTellsASlotFromAnAbsentKey) {
-  constexpr std::uint32_t NODES = 0x1902;
-  qlix_comm_avl tree{};
-  ASSERT_EQ(qlix_comm_avl_init(&tree, NODES, 4, nullptr), 0u);
-  std::uint32_t out = 0;
-  for (std::uint32_t i = 0; i < NODES; ++i) {
-    std::uint32_t key = number_key(i);
-    ASSERT_EQ(qlix_comm_avl_insert(&tree, &key, &out), 0u);
-  }
-  const std::uint32_t last = number_key(out == 0x1901 ? NODES - 1 : 0);  // slots go out in order, from one of the ends
-  const std::uint32_t absent = number_key(NODES);
-  std::uint32_t found[2] = {};
-  EXPECT_EQ(qlix_comm_avl_find(&tree, &last, &found[0]), qlix_comm_avl_find(&tree, &absent, &found[1]));
-  EXPECT_EQ(found[0], found[1]) << "no caller can tell them apart";
-  const qlix_comm_avl_node* const node = qlix_comm_avl_node_find(&tree, &last);
-  ASSERT_NE(node, nullptr);
-  EXPECT_EQ(qlix_comm_avl_node_slot(&tree, node), 0x1901u);
-  EXPECT_EQ(qlix_comm_avl_node_find(&tree, &absent), nullptr);
-  EXPECT_EQ(qlix_comm_avl_node_find(&tree, nullptr), nullptr);
-  EXPECT_EQ(qlix_comm_avl_node_find(nullptr, &last), nullptr);
-  EXPECT_EQ(qlix_comm_avl_destroy(&tree), 0u);
-}
-
-TEST(AvlCodes, DuplicateNodeWritesZero) {
-  qlix_comm_avl tree{};
-  ASSERT_EQ(qlix_comm_avl_init(&tree, 0, 4, nullptr), 0u);
-  std::uint32_t key = 5;
-  qlix_comm_avl_node nodes[2] = {{&key, 0, 0, nullptr, nullptr, {}}, {&key, 0, 0, nullptr, nullptr, {}}};
-  std::uint32_t out = 77;
-  EXPECT_EQ(qlix_comm_avl_insert(&tree, &nodes[0], &out), 0u);
-  EXPECT_EQ(out, 77u);
-  EXPECT_EQ(qlix_comm_avl_insert(&tree, &nodes[1], &out), 0x1904u);
-  EXPECT_EQ(out, 0u);
-}
-
-TEST(RbCodes, InitAndEdges) {
+TEST(RbCodes, Init) {
   qlix_comm_rb tree{};
   ASSERT_EQ(qlix_comm_rb_init(&tree, 4, 4, nullptr), 0u);
   EXPECT_EQ(printed([&] { EXPECT_EQ(qlix_comm_rb_init(&tree, 9, 9, nullptr), 0u); }),
             "\n qlix_comm_rb_init already init!");
-  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
-  std::uint32_t key = 0;
-  qlix_comm_double_link_node* node = reinterpret_cast<qlix_comm_double_link_node*>(8);
-  EXPECT_EQ(qlix_comm_rb_get_1st_key(&tree, &key), 0x1004u);
-  EXPECT_EQ(qlix_comm_rb_get_last_key(&tree, &key), 0x1004u);
-  EXPECT_EQ(qlix_comm_rb_get_last_tn(&tree, &node), 0u);
-  EXPECT_EQ(node, nullptr);
-  EXPECT_EQ(qlix_comm_rb_is_none(&tree), 1u);
-  std::uint32_t out = 0;
-  for (const std::uint32_t number : {3u, 1u, 2u}) {
-    std::uint32_t inserted = number_key(number);
-    EXPECT_EQ(qlix_comm_rb_insert(&tree, &inserted, &out), 0u);
-  }
-  EXPECT_EQ(qlix_comm_rb_is_none(&tree), 0u);
-  EXPECT_EQ(qlix_comm_rb_get_1st_key(&tree, &key), 0u);
-  EXPECT_EQ(key, number_key(1));
-  EXPECT_EQ(qlix_comm_rb_get_last_key(&tree, &key), 0u);
-  EXPECT_EQ(key, number_key(3));
-  EXPECT_EQ(qlix_comm_rb_get_1st_tn(&tree, &node), 0u);
-  EXPECT_EQ(node, tree.order.first);
   EXPECT_EQ(qlix_comm_rb_destroy(&tree), 0u);
-  EXPECT_EQ(qlix_comm_rb_init(&tree, 4, 0, nullptr), 0x1205u);
-  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
+  EXPECT_THAT(printed([&] { EXPECT_EQ(qlix_comm_rb_init(&tree, 4, 0, nullptr), 0x1205u); }),
+              testing::HasSubstr("INVALID"));
 }
 
 TEST(RbCodes, GivenSlotInsert) {

@@ -8,7 +8,6 @@
 #include <cstring>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -36,13 +35,27 @@ struct AvlTraits {
   using Node = qlix_comm_avl_node;
   static constexpr std::uint32_t EXISTS = 0x1904;
   static constexpr std::uint32_t FULL = 0x1905;
+  static constexpr std::uint32_t ABSENT = 0;
+  static constexpr std::uint32_t EMPTY = 0x1903;
+  static constexpr std::uint32_t NO_SLOT = 0x1901;  // what an operation without a slot writes
 
   static constexpr auto init = qlix_comm_avl_init;
   static constexpr auto destroy = qlix_comm_avl_destroy;
   static constexpr auto slot = qlix_comm_avl_node_slot;
   static constexpr auto next = qlix_comm_avl_next;
+  static constexpr auto is_none = ic_comm_avl_is_none;
+  static constexpr auto first_key = ic_comm_avl_get_1st_key;
+  static constexpr auto last_key = ic_comm_avl_get_last_key;
+  static constexpr auto first_node = ic_comm_avl_get_1st_node;
+  static constexpr auto last_node = ic_comm_avl_get_last_node;
+  /// A caller's node that finds its key taken has 0 written; else nothing is.
   static std::uint32_t insert(Tree* tree, void* key_or_node, void* out) {
-    return qlix_comm_avl_insert(tree, key_or_node, tree->dynamic ? nullptr : static_cast<std::uint32_t*>(out));
+    std::uint32_t written = 77;
+    const bool by_slot = tree->dynamic == 0;
+    const std::uint32_t code =
+        qlix_comm_avl_insert(tree, key_or_node, by_slot ? static_cast<std::uint32_t*>(out) : &written);
+    EXPECT_EQ(written, by_slot || code != EXISTS ? 77u : 0u);
+    return code;
   }
   static std::uint32_t remove(Tree* tree, const void* key, void* out) {
     return qlix_comm_avl_remove(tree, key, out_of<Tree, qlix_comm_avl_out>(tree, out));
@@ -63,8 +76,10 @@ struct AvlTraits {
     return node->height;
   }
   static std::uint32_t count(const Tree* tree) {
-    EXPECT_EQ(tree->node_num, tree->order.count);
-    return tree->node_num;
+    std::uint32_t num = 0;
+    EXPECT_EQ(ic_comm_avl_get_node_num(tree, &num), 0u);
+    EXPECT_EQ(num, tree->order.count);
+    return num;
   }
 };
 
@@ -73,10 +88,18 @@ struct RbTraits {
   using Node = qlix_comm_rb_node;
   static constexpr std::uint32_t EXISTS = 0x1001;
   static constexpr std::uint32_t FULL = 0x1003;
+  static constexpr std::uint32_t ABSENT = 0x1002;
+  static constexpr std::uint32_t EMPTY = 0x1004;
+  static constexpr std::uint32_t NO_SLOT = 0xDEAD;  // nothing is written
 
   static constexpr auto init = qlix_comm_rb_init;
   static constexpr auto destroy = qlix_comm_rb_destroy;
   static constexpr auto next = qlix_comm_rb_next;
+  static constexpr auto is_none = qlix_comm_rb_is_none;
+  static constexpr auto first_key = qlix_comm_rb_get_1st_key;
+  static constexpr auto last_key = qlix_comm_rb_get_last_key;
+  static constexpr auto first_node = qlix_comm_rb_get_1st_tn;
+  static constexpr auto last_node = qlix_comm_rb_get_last_tn;
   /// A caller's node also goes in from a node that lies up to a dozen places before or behind its own.
   static std::uint32_t insert(Tree* tree, void* key_or_node, void* out) {
     static int turn = 0;
@@ -101,7 +124,7 @@ struct RbTraits {
     return qlix_comm_rb_search(tree, key, out_of<Tree, qlix_comm_rb_out>(tree, out));
   }
   static std::uint32_t slot(const Tree*, const Node* node) {
-    return node->slot_colour >> 2;
+    return qlix_comm_rb_node_slot(node);
   }
 
   /// Black nodes on every path of the subtree; colours and parents are checked on the way.
@@ -168,6 +191,7 @@ class ModelledTree {
       EXPECT_EQ(slot, found->second.slot);
     } else if (free_.empty()) {
       EXPECT_EQ(code, Traits::FULL);
+      EXPECT_EQ(slot, Traits::NO_SLOT);
     } else {
       ASSERT_EQ(code, 0u);
       EXPECT_EQ(slot, free_.back());
@@ -177,43 +201,30 @@ class ModelledTree {
   }
 
   void remove(const Key& key) {
-    const auto found = model_.find(key);
-    if (found == model_.end()) {
-      expect_absent(Traits::remove, key);
+    if (!answers(Traits::remove, key)) {
       return;
     }
-    if (max_ == 0) {
-      Node* node = nullptr;
-      EXPECT_EQ(Traits::remove(&tree_, key.data(), &node), 0u);
-      EXPECT_EQ(node, &found->second.record->node);
-    } else {
-      std::uint32_t slot = 0xDEAD;
-      EXPECT_EQ(Traits::remove(&tree_, key.data(), &slot), 0u);
-      EXPECT_EQ(slot, found->second.slot);
+    if (max_ != 0) {
+      const std::uint32_t slot = model_[key].slot;
       EXPECT_EQ(Key(reinterpret_cast<const char*>(tree_.key_pool) + slot * size_, size_), Key(size_, '\0'));
       free_.push_back(slot);
     }
-    model_.erase(found);
+    model_.erase(key);
   }
 
   void find(const Key& key) {
-    const auto found = model_.find(key);
-    if (found == model_.end()) {
-      expect_absent(Traits::find, key);
-    } else if (max_ == 0) {
-      Node* node = nullptr;
-      EXPECT_EQ(Traits::find(&tree_, key.data(), &node), 0u);
-      EXPECT_EQ(node, &found->second.record->node);
-    } else {
-      std::uint32_t slot = 0xDEAD;
-      EXPECT_EQ(Traits::find(&tree_, key.data(), &slot), 0u);
-      EXPECT_EQ(slot, found->second.slot);
+    const bool known = answers(Traits::find, key);
+    if constexpr (std::is_same_v<Traits, AvlTraits>) {
+      const Node* const node = qlix_comm_avl_node_find(&tree_, key.data());
+      ASSERT_EQ(node != nullptr, known);
+      EXPECT_TRUE(!known || max_ == 0 || Traits::slot(&tree_, node) == model_[key].slot);
     }
   }
 
   /// Everything that must hold: shape, counts, and the order list, which carries the model's keys and slots.
   void check() const {
     Traits::shape_check(&tree_, tree_.root);
+    ends_check();
     ASSERT_EQ(Traits::count(&tree_), model_.size());
     std::vector<const Node*> in_order;
     collect(tree_.root, in_order);
@@ -274,18 +285,34 @@ class ModelledTree {
     }
   }
 
+  /// Whether the model has the key; the operation must answer with its node or slot, or that there is none.
   template <class Operation>
-  void expect_absent(Operation operation, const Key& key) {
-    const bool avl = Traits::EXISTS == 0x1904;
-    Node* node = reinterpret_cast<Node*>(0x10);
+  bool answers(Operation operation, const Key& key) {
+    const auto found = model_.find(key);
+    const bool known = found != model_.end();
+    Node* node = nullptr;
     std::uint32_t slot = 0xDEAD;
     void* const out = max_ == 0 ? static_cast<void*>(&node) : &slot;
-    EXPECT_EQ(operation(&tree_, key.data(), out), avl ? 0u : 0x1002u);
-    if (avl && max_ == 0) {
-      EXPECT_EQ(node, nullptr);
-    } else if (avl) {
-      EXPECT_EQ(slot, 0x1901u);
+    EXPECT_EQ(operation(&tree_, key.data(), out), known ? 0u : Traits::ABSENT);
+    if (max_ == 0) {
+      EXPECT_EQ(node, known ? &found->second.record->node : nullptr);
+    } else {
+      EXPECT_EQ(slot, known ? found->second.slot : Traits::NO_SLOT);
     }
+    return known;
+  }
+
+  void ends_check() const {
+    const qlix_comm_double_link_node *first = tree_.order.first, *last = tree_.order.last;
+    qlix_comm_double_link_node* node = nullptr;
+    EXPECT_EQ(Traits::is_none(&tree_), model_.empty() ? 1u : 0u);
+    EXPECT_TRUE(Traits::first_node(&tree_, &node) == 0 && node == first);
+    EXPECT_TRUE(Traits::last_node(&tree_, &node) == 0 && node == last);
+    Key key(size_, '\0');
+    EXPECT_EQ(Traits::first_key(&tree_, key.data()), model_.empty() ? Traits::EMPTY : 0u);
+    EXPECT_TRUE(model_.empty() || key == model_.begin()->first);
+    EXPECT_EQ(Traits::last_key(&tree_, key.data()), model_.empty() ? Traits::EMPTY : 0u);
+    EXPECT_TRUE(model_.empty() || key == model_.rbegin()->first);
   }
 
   static void collect(const Node* node, std::vector<const Node*>& out) {

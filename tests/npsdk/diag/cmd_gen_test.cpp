@@ -107,18 +107,14 @@ TEST(CommandSheet, RefusesWrongCommands) {
       {"fields c grid[m] super \"x\"\n", "1: '[' is missing before 'super'"},
       {"fields c row[0] super \"x\"\n", "1: a name is missing before '0'"},
       {"fields c two super \"x\"\n", "1: unknown register 'two'"},
+      // Names of loops end with them.
+      {"command c super \"c\"\n  loop k=0..3\n    fields row[k]\n  loop k=0..1\n    fields row[k]\n", ""},
+      {"command c super \"c\"\n  loop k=0..3\n    fields one\n  fields row[k]\n", "4: unknown name 'k'"},
       {"# a comment\n\ncommand c dev_id \\\n  i=0..3 super \"x\"\n  fields row[i]\n", ""},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(complaint_of(c.sheet), c.complaint) << c.sheet;
   }
-}
-
-TEST(CommandSheet, LoopNamesEndWithTheLoop) {
-  EXPECT_EQ(complaint_of("command c super \"c\"\n  loop k=0..3\n    fields row[k]\n  loop k=0..1\n    fields row[k]\n"),
-            "");
-  EXPECT_EQ(complaint_of("command c super \"c\"\n  loop k=0..3\n    fields one\n  fields row[k]\n"),
-            "4: unknown name 'k'");
 }
 
 TEST(CommandSheet, LevelAndPurposeFeedListAndManual) {

@@ -4,7 +4,7 @@
 
 #include "command.h"
 #include "dpp_diag/dpp_mcode.h"
-#include "memory_device.h"
+#include "on_memory.h"
 #include "qlix_comm/print.h"
 
 namespace {
@@ -17,12 +17,7 @@ using testing::StartsWith;
 
 const std::string frame = std::string(56, '=') + "\n";
 
-class Printer : public testing::Test {
- protected:
-  void SetUp() override {
-    np_test::memory_device_add(0);
-  }
-};
+using Printer = OnMemory;
 
 TEST_F(Printer, PortTotals) {
   const uint32_t ports[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 16, 24, 25, 26};

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "command.h"
-#include "memory_device.h"
+#include "on_memory.h"
 #include "qlix_comm/print.h"
 
 namespace {
@@ -17,12 +17,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using writes = std::vector<std::pair<uint32_t, uint32_t>>;
 
-class Row : public testing::Test {
- protected:
-  void SetUp() override {
-    np_test::memory_device_add(0);
-  }
-};
+using Row = OnMemory;
 
 TEST(RowFormat, FormatsAsPrintfDoes) {
   const struct {

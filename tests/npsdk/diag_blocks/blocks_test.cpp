@@ -15,8 +15,7 @@ TEST_F(CommandsOnCard, FullQueuesOfTheTrafficManagerAreListed) {
 }
 
 TEST_F(CommandsOnCard, TrafficManagerQueuesShowWhatTheyHold) {
-  const uint32_t weight[] = {3, 40};
-  ASSERT_EQ(dpp_reg_write(0, dpp_regs::etm_crdt_weight::NUMBER, 0, 511, weight), 0u);
+  set(dpp_regs::etm_crdt_weight::NUMBER, 0, 511, {3, 40});
   EXPECT_TRUE(holds(text("diag_dpp_tm_crdt_sch", {0, 511}), ": 0x00000028"));
   EXPECT_TRUE(holds(text("diag_dpp_tm_cgavd_itmd", {0, 7}), "queue_id-007 itmd_len: 0x00000000 queue_th: 0x00001000"));
   insert(R"({"registers": {"0x104010": 7, "0x1040f8": 5, "0x103000": 1}})");
@@ -50,15 +49,12 @@ TEST_F(CommandsOnCard, TranslationSaysWhetherItTranslates) {
 }
 
 TEST_F(CommandsOnCard, GateListEndsWhereItsMemoryEnds) {
-  const uint32_t gate[] = {0x81, 250};
-  const uint32_t num = 2;
-  ASSERT_EQ(dpp_reg_write(0, dpp_regs::tsn_port_gcl::NUMBER, 2, 1, gate), 0u);
-  ASSERT_EQ(dpp_reg_write(0, dpp_regs::tsn_port_gcl_num::NUMBER, 0, 2, {&num, 1}), 0u);
+  set(dpp_regs::tsn_port_gcl::NUMBER, 2, 1, {0x81, 250});
+  set(dpp_regs::tsn_port_gcl_num::NUMBER, 0, 2, {2});
   EXPECT_EQ(text("diag_dpp_tsn_port_gcl_prt", {0, 2}),
             "port_id-002 gcl_num: 2\ngcl-000 gate_value: 0x00 gate_interval: 0\n"
             "gcl-001 gate_value: 0x81 gate_interval: 250\n");
-  const uint32_t too_many = 255;
-  ASSERT_EQ(dpp_reg_write(0, dpp_regs::tsn_port_gcl_num::NUMBER, 0, 2, {&too_many, 1}), 0u);
+  set(dpp_regs::tsn_port_gcl_num::NUMBER, 0, 2, {255});
   const std::string list = text("diag_dpp_tsn_port_prt", {0, 2});
   EXPECT_TRUE(holds(list, "gcl-063 "));
   EXPECT_FALSE(holds(list, "gcl-064 "));

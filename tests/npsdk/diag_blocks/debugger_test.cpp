@@ -37,10 +37,8 @@ TEST_F(CommandsOnCard, StatisticsOfTheTrafficManagerCountOnceTheirAreaIsSet) {
 }
 
 TEST_F(CommandsOnCard, PolicerEntriesAreOnesOfTheirTypeAndMemory) {
-  const uint32_t word = 0xABCD;
-  const uint32_t write_profile[] = {0, 1, 2, 0x20};  // type b, profile
-  ASSERT_EQ(dpp_reg_write(0, dpp_regs::car_cpu_ind_data::NUMBER, 0, 7, {&word, 1}), 0u);
-  ASSERT_EQ(dpp_reg_write(0, dpp_regs::car_cpu_ind_cmd::NUMBER, 0, 0, write_profile), 0u);
+  set(dpp_regs::car_cpu_ind_data::NUMBER, 0, 7, {0xABCD});
+  set(dpp_regs::car_cpu_ind_cmd::NUMBER, 0, 0, {0, 1, 2, 0x20});  // type b, profile
   const std::string profile = text("diag_dpp_stat_car_profile_cfg_prt", {0, 1, 0x20});
   EXPECT_TRUE(holds(profile, "carb profile-0x0020\n"));
   EXPECT_TRUE(holds(profile, "profile_word_7 : 0x0000abcd\n"));
@@ -86,10 +84,8 @@ TEST_F(CommandsOnCard, MicroCodeAndEngineMemoriesAreTheClusters) {
   EXPECT_EQ(text("diag_dpp_ppu_instr_prt", {0, 4, 0x100, 1}),
             "instr-0x00100: 0x00000001 0x00000002 0x00000003 0x00000004\n");
   EXPECT_TRUE(holds(text("diag_dpp_ppu_instr_prt", {0, 3, 0x100, 1}), ": 0x00000000"));
-  const uint32_t word = 0x77;
-  const uint32_t write_reg[] = {0, 3, 6, 2};  // register 2 of engine 6
-  ASSERT_EQ(dpp_reg_write(0, dpp_regs::ppu_cls_ind_data::NUMBER, 4, 0, {&word, 1}), 0u);
-  ASSERT_EQ(dpp_reg_write(0, dpp_regs::ppu_cls_ind_cmd::NUMBER, 0, 4, write_reg), 0u);
+  set(dpp_regs::ppu_cls_ind_data::NUMBER, 4, 0, {0x77});
+  set(dpp_regs::ppu_cls_ind_cmd::NUMBER, 0, 4, {0, 3, 6, 2});  // register 2 of engine 6
   EXPECT_EQ(text("dpp_softdbg_reg_prt", {0, 4, 6, 1, 2}),
             "reg-0x00001: 0x00000000 0x00000000 0x00000000 0x00000000\n"
             "reg-0x00002: 0x00000077 0x00000002 0x00000003 0x00000004\n");
@@ -107,10 +103,9 @@ TEST_F(CommandsOnCard, DebuggerDoesNotTrustADeadCard) {
 }
 
 TEST_F(CommandsOnCard, MemoriesOfTheQueueEngineAreClearedOneByOneOrAllAtOnce) {
-  const uint32_t line[] = {1, 2, 3, 4};
-  const auto fill = [&] {
-    ASSERT_EQ(dpp_reg_write(0, dpp_regs::dtb_traf_ctrl_hash_ram::NUMBER, 0, 63, line), 0u);
-    ASSERT_EQ(dpp_reg_write(0, dpp_regs::dtb_cmd_man_ram::NUMBER, 127, 3, line), 0u);
+  const auto fill = [] {
+    set(dpp_regs::dtb_traf_ctrl_hash_ram::NUMBER, 0, 63, {1, 2, 3, 4});
+    set(dpp_regs::dtb_cmd_man_ram::NUMBER, 127, 3, {1, 2, 3, 4});
   };
   fill();
   const char* hash = "diag_dpp_dtb_traf_ctrl_hash_ram_data_prt_all";

@@ -18,17 +18,17 @@ using diag_test::text;
 constexpr uint32_t dev = fake_chip::DEV;
 constexpr uint32_t queue = 9;
 
-/// A chip that states which dump commands it takes.
-struct table_chip : fake_chip {
+class CommandsThroughAQueue : public testing::Test {
+ protected:
   static constexpr uint32_t form_word = 0x502008;
-  table_chip() {
-    registers[form_word] = 0x4b584431;
+  CommandsThroughAQueue() {
+    chip.registers[form_word] = 0x4b584431;  // it states which dump commands it takes
+    chip.queue_init(queue);
   }
+  fake_chip chip;
 };
 
-TEST(CommandsThroughAQueue, EntriesOfERamAreWrittenAndReadBack) {
-  table_chip chip;
-  chip.queue_init(queue);
+TEST_F(CommandsThroughAQueue, EntriesOfERamAreWrittenAndReadBack) {
   text("diag_dpp_dtb_smmu0_write_128", {dev, queue, 0x7FFFF, 1, 2, 3, 4});
   EXPECT_EQ(chip.tables.eram(0x7FFFF), (vcard::TableLine{1, 2, 3, 4}));
   text("diag_dpp_dtb_smmu0_write_64", {dev, queue, 0xFFFFF, 0x33, 0x44});
@@ -37,9 +37,7 @@ TEST(CommandsThroughAQueue, EntriesOfERamAreWrittenAndReadBack) {
   EXPECT_TRUE(chip.bells.back().dump);
 }
 
-TEST(CommandsThroughAQueue, DdrIsReadInThreeWidths) {
-  table_chip chip;
-  chip.queue_init(queue);
+TEST_F(CommandsThroughAQueue, DdrIsReadInThreeWidths) {
   for (uint32_t i = 0; i < 8; ++i) {
     chip.tables.ddr(0x30 * 256 + i) = {i, 0, 0, 0x100 + i};
   }
@@ -56,9 +54,7 @@ TEST(CommandsThroughAQueue, DdrIsReadInThreeWidths) {
             "smmu1-0x00005: 0x00000005 0x00000000 0x00000000 0x00000105\n");
 }
 
-TEST(CommandsThroughAQueue, CountersAreFoundInERamAndBehindItInDdr) {
-  table_chip chip;
-  chip.queue_init(queue);
+TEST_F(CommandsThroughAQueue, CountersAreFoundInERamAndBehindItInDdr) {
   chip.registers[0x200000] = 0x40000;  // base and depth in eRAM, base in DDR
   chip.registers[0x200004] = 0x10;
   chip.registers[0x200008] = 0x1234;
@@ -72,9 +68,7 @@ TEST(CommandsThroughAQueue, CountersAreFoundInERamAndBehindItInDdr) {
   EXPECT_EQ(command("diag_dpp_dtb_stat_smmu1_read", {dev, queue, 0x1F}).code, 0x1205u);
 }
 
-TEST(CommandsThroughAQueue, HashAndTernaryMemoryAreReadInWholeEntries) {
-  table_chip chip;
-  chip.queue_init(queue);
+TEST_F(CommandsThroughAQueue, HashAndTernaryMemoryAreReadInWholeEntries) {
   chip.tables.zcam(17u << 11 | 2u << 9 | 300) = {0xA, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xF};
   const std::string item = text("diag_dpp_dtb_zcam_read", {dev, queue, 17, 2, 300});
   EXPECT_EQ(item.find("zcam-0x08d2c[0]: 0x0000000a "), 0u) << item;
@@ -91,9 +85,7 @@ TEST(CommandsThroughAQueue, HashAndTernaryMemoryAreReadInWholeEntries) {
   EXPECT_NE(ternary.find("0x00000055\nmask-0x001f4[0]: 0x66000000 "), std::string::npos) << ternary;
 }
 
-TEST(CommandsThroughAQueue, FlushClearsWhatItIsToldAndNothingBesides) {
-  table_chip chip;
-  chip.queue_init(queue);
+TEST_F(CommandsThroughAQueue, FlushClearsWhatItIsToldAndNothingBesides) {
   const uint32_t first = 0xFF;
   const uint32_t num = 300;  // more than one block holds
   for (const uint32_t at : {first - 1, first, first + num - 1, first + num}) {
@@ -119,7 +111,7 @@ TEST(CommandsThroughAQueue, FlushClearsWhatItIsToldAndNothingBesides) {
 }
 
 // Whatever ends a flush, it says how far it got and leaves the queue as it found it.
-TEST(CommandsThroughAQueue, FlushCanBeInterruptedAndStopsAtARefusal) {
+TEST_F(CommandsThroughAQueue, FlushCanBeInterruptedAndStopsAtARefusal) {
   static bool interrupt;
   static std::vector<std::string> shown;
   static constexpr dpp_work_hooks hooks = {[] { interrupt = false; }, [] { return interrupt; },
@@ -128,25 +120,24 @@ TEST(CommandsThroughAQueue, FlushCanBeInterruptedAndStopsAtARefusal) {
   dpp_work_hooks_set(&hooks);
   constexpr uint32_t all_of_ddr = 1u << 28;
   const struct {
-    std::function<void(fake_chip&, const doorbell&)> third_block;
+    std::function<void(const doorbell&)> third_block;
     uint32_t code;
     std::string line;
   } rows[] = {
-      {[](fake_chip& chip, const doorbell& bell) {
+      {[&](const doorbell& bell) {
          interrupt = true;
          chip.execute(bell);
        },
        0x614, "smmu1: interrupted, 0x17e of 0x10000000 entries from 0x0 on are cleared\n"},
-      {[](fake_chip& chip, const doorbell& bell) { chip.complete(bell, 0x5A5A5A04); }, 0x5A5A5A04,
+      {[&](const doorbell& bell) { chip.complete(bell, 0x5A5A5A04); }, 0x5A5A5A04,
        "smmu1: stopped, 0xfe of 0x10000000 entries from 0x0 on are cleared\n"},
   };
   for (const auto& row : rows) {
-    fake_chip chip;
-    chip.queue_init(queue);
+    chip.bells.clear();
     chip.tables.ddr(380) = {1};
     chip.tables.ddr(400) = {1};
     chip.on_doorbell = [&](const doorbell& bell) {
-      chip.bells.size() < 3 ? chip.execute(bell) : row.third_block(chip, bell);
+      chip.bells.size() < 3 ? chip.execute(bell) : row.third_block(bell);
     };
     const run_result flushed = command("dpp_dtb_table_flush", {dev, queue, 1, 0, all_of_ddr});
     EXPECT_EQ(flushed.code, row.code);
@@ -163,12 +154,10 @@ TEST(CommandsThroughAQueue, FlushCanBeInterruptedAndStopsAtARefusal) {
   dpp_work_hooks_set(nullptr);
 }
 
-TEST(CommandsThroughAQueue, TroubleIsAnsweredWithTheQueuesOwnCodes) {
-  table_chip chip;
-  const run_result none = command("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0});
+TEST_F(CommandsThroughAQueue, TroubleIsAnsweredWithTheQueuesOwnCodes) {
+  const run_result none = command("diag_dpp_dtb_smmu0_read_128", {dev, queue + 1, 0});
   EXPECT_EQ(none.code, 0xD0Bu);
-  EXPECT_NE(none.out.find("dtb queue 9 is not init.\n"), std::string::npos);
-  chip.queue_init(queue);
+  EXPECT_NE(none.out.find("dtb queue 10 is not init.\n"), std::string::npos);
   chip.on_doorbell = [&](const doorbell& bell) { chip.complete(bell, 0x5A5A5A04); };
   EXPECT_EQ(command("diag_dpp_dtb_zcam_read", {dev, queue, 0, 0, 0}).code, 0x5A5A5A04u);
   EXPECT_EQ(command("dpp_dtb_table_flush", {dev, queue, 0, 0, 1}).code, 0x5A5A5A04u);
@@ -182,11 +171,9 @@ TEST(CommandsThroughAQueue, TroubleIsAnsweredWithTheQueuesOwnCodes) {
 }
 
 // Nothing, a form to come, a dead chip: no command may reach it.
-TEST(CommandsThroughAQueue, NothingIsSentToAChipThatStatesNoKnownForm) {
-  table_chip chip;
-  chip.queue_init(queue);
+TEST_F(CommandsThroughAQueue, NothingIsSentToAChipThatStatesNoKnownForm) {
   for (const uint32_t form : {0u, 0x4b584432u, UINT32_MAX}) {
-    chip.registers[table_chip::form_word] = form;
+    chip.registers[form_word] = form;
     const run_result refused = command("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0});
     EXPECT_EQ(refused.code, 0xD0Eu);
     EXPECT_EQ(refused.out.find("device 3 states no dump command form that this build knows (0x"), 0u) << refused.out;
@@ -194,9 +181,7 @@ TEST(CommandsThroughAQueue, NothingIsSentToAChipThatStatesNoKnownForm) {
   }
 }
 
-TEST(CommandsThroughAQueue, PrintSwitchShowsThePostedItem) {
-  table_chip chip;
-  chip.queue_init(queue);
+TEST_F(CommandsThroughAQueue, PrintSwitchShowsThePostedItem) {
   text("dpp_dtb_prt_enable", {});
   EXPECT_NE(text("diag_dpp_dtb_smmu0_write_64", {dev, queue, 1, 2, 3}).find("dpp eram form info: \n"),
             std::string::npos);

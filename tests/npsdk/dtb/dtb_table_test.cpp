@@ -104,44 +104,33 @@ TEST(DtbTable, ValuesAreMaskedAndTypesChecked) {
   ASSERT_EQ(dpp_dtb_table_cmd_pack(4, dpp_dtb_form_values(wide), cmd), 0u);
   ASSERT_EQ(dpp_dtb_table_cmd_pack(4, dpp_dtb_form_values(narrow), same), 0u);
   EXPECT_TRUE(std::equal(cmd, cmd + 16, same));
-  testing::internal::CaptureStdout();
+  const caught_output refusals;
   EXPECT_EQ(dpp_table_info_get(7), nullptr);
   EXPECT_EQ(dpp_dtb_table_cmd_pack(7, dpp_dtb_form_values(wide), cmd), 0x1205u);
   EXPECT_EQ(dpp_dtb_table_cmd_pack(6, dpp_dtb_form_values(wide), cmd), 0x1205u);
-  testing::internal::GetCapturedStdout();
   EXPECT_STREQ(dpp_table_info_get(2)->name, "eram 64 bit");
 }
 
 TEST(DtbTable, EramElements) {
   const uint32_t data[] = {0x01020304, 0x05060708, 0x090A0B0C, 0x0D0E0F10};
   const struct { uint32_t mode, in_cmd, size; } rows[] = {{0, 0, 16}, {1, 1, 8}, {2, 1, 1}};
-  fake_chip chip;
-  chip.queue_init(0);
   for (const auto& row : rows) {
     dpp_dtb_entry entry;
     ASSERT_EQ(dpp_dtb_smmu0_write_entry_data(DEV, row.mode, 6, data, &entry), 0u);
     EXPECT_EQ(entry.data_in_cmd_flag, row.in_cmd);
     EXPECT_EQ(entry.data_size, row.size);
-    ASSERT_EQ(dpp_dtb_smmu0_write(DEV, 0, row.mode, 6, data), 0u);
   }
-  // 128-bit data are bytes as the chip stores them; the words of the 64-bit command are numbers.
-  EXPECT_EQ(chip.tables.eram(6)[0], __builtin_bswap32(data[0]));
-  EXPECT_EQ(chip.tables.eram(3)[0], data[0]);
-  EXPECT_EQ(chip.tables.eram(3)[1], data[1]);
-
   dpp_dtb_prt_enable();
-  testing::internal::CaptureStdout();
+  caught_output out;
   dpp_dtb_entry entry;
   EXPECT_EQ(dpp_dtb_smmu0_write_entry_data(DEV, 0, 6, data, &entry), 0u);
-  const std::string lines = testing::internal::GetCapturedStdout();
+  const std::string lines = out.take();
   dpp_dtb_prt_disable();
   EXPECT_EQ(lines.find("dpp eram form info: \nvalid"), 0u);
   EXPECT_NE(lines.find("cmd: 0x82000000  0x06000000  0x00000000  0x00000000  \ndata:0x01020304  "), std::string::npos)
       << lines;
-  testing::internal::CaptureStdout();
   EXPECT_EQ(dpp_dtb_smmu0_write_entry_data(DEV, 3, 6, data, &entry), 0x1205u);
   EXPECT_EQ(dpp_dtb_smmu0_write_entry_data(DEV, 0, 6, nullptr, &entry), 0x1201u);
-  testing::internal::GetCapturedStdout();
 }
 
 TEST(DtbTable, RowsAndColumns) {

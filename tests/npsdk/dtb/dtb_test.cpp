@@ -7,9 +7,12 @@
 #include <cerrno>
 #include <csignal>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "../../line_numbers.h"
+#include "../../printed.h"
 #include "dpp_chip/dpp_dev_mutex.h"
 #include "dpp_chip/dpp_dev_value.h"
 #include "dpp_dtb/dpp_dtb_cfg.h"
@@ -26,10 +29,9 @@ class Dtb : public testing::Test {
  protected:
   void SetUp() override {
     chip.queue_init(QUEUE);
-    testing::internal::CaptureStdout();
+    out.emplace();
   }
   void TearDown() override {
-    testing::internal::GetCapturedStdout();
     dpp_dtb_down_table_overtime_set(2000);
     dpp_dtb_dump_table_overtime_set(5000000);
     dpp_dtb_delay_overtime_set(50);
@@ -40,9 +42,7 @@ class Dtb : public testing::Test {
   }
   /// What was printed since the last call.
   static std::string printed() {
-    std::string lines = testing::internal::GetCapturedStdout();
-    testing::internal::CaptureStdout();
-    return lines;
+    return caught_output::take();
   }
   static uint32_t post(uint32_t length = 16, uint32_t* item = nullptr, uint32_t int_en = 0) {
     const std::vector<uint32_t> data(2000, 0x11223344);
@@ -62,30 +62,8 @@ class Dtb : public testing::Test {
     chip.on_doorbell = [](const doorbell&) {};
   }
   fake_chip chip;
+  std::optional<caught_output> out;
 };
-
-TEST_F(Dtb, RingsWithAddressAndLength) {
-  hold();
-  uint32_t item = 0;
-  for (uint32_t expected = 0; expected < 3; expected++) {
-    ASSERT_EQ(post(4 * (expected + 1), &item, expected & 1), 0u);
-    EXPECT_EQ(item, expected);
-    const doorbell& bell = chip.bells.back();
-    EXPECT_EQ(bell.queue, QUEUE);
-    EXPECT_EQ(bell.bus, fake_chip::bus_of(QUEUE) + uint64_t{item} * 16400);
-    EXPECT_EQ(bell.length, expected + 1);
-    EXPECT_EQ(bell.int_en, expected == 1);
-    EXPECT_FALSE(bell.dump);
-    EXPECT_EQ(ack(item), 0x11111100u);
-  }
-  // Address high, address low, then the length that starts the transfer.
-  const uint32_t base = 0x2000000 + QUEUE * 0x20;
-  ASSERT_EQ(chip.writes.size(), 9u);
-  for (uint32_t i = 0; i < 3; i++) {
-    EXPECT_EQ(chip.writes[i].first, base + i * 4);
-  }
-  EXPECT_EQ(chip.writes[0].second, static_cast<uint32_t>(fake_chip::bus_of(QUEUE) >> 36));
-}
 
 TEST_F(Dtb, LimitsAndCodes) {
   const struct {
@@ -142,11 +120,8 @@ TEST_F(Dtb, ReportsAMutexThatItLostOrTakesTwice) {
     chip.on_doorbell = row.on_doorbell;
     EXPECT_EQ(row.work(), row.code) << row.function;
     EXPECT_EQ(inner, row.inner) << row.function;
-    std::string line = printed();
-    const size_t number = line.find("Line:") + 5;
-    line.erase(number, line.find_first_not_of("0123456789", number) - number);
-    EXPECT_EQ(line, std::string("File: [dpp_dtb_transfer.cpp],Function:[") + row.function + "],Line: mutex " +
-                        row.action + " failed!-->Return ERROR\n");
+    EXPECT_EQ(without_line_numbers(printed()), std::string("File: [dpp_dtb_transfer.cpp],Function:[") + row.function +
+                                                   "],Line:# mutex " + row.action + " failed!-->Return ERROR\n");
     DPP_MUTEX_GUARD(guard, mutex);
     EXPECT_TRUE(guard.locked()) << row.function;
   }
@@ -215,34 +190,31 @@ TEST_F(Dtb, PollsUpToTheLimit) {
   qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
 }
 
-TEST_F(Dtb, Switches) {
+TEST_F(Dtb, SwitchesLeaveOutTheChipOrTheWait) {
   hold();
   uint32_t item = 0;
-  ASSERT_EQ(dpp_dtb_soft_perf_test_set(1), 0u);
-  ASSERT_EQ(post(8, &item), 0u);
-  EXPECT_TRUE(chip.bells.empty());
-  EXPECT_EQ(ack(item), 0x11111100u);
-  EXPECT_EQ(check(item), 0u);
-  EXPECT_EQ(ack(item), 0u);
-  dpp_dtb_soft_perf_test_set(0);
-
-  ASSERT_EQ(dpp_dtb_hardware_perf_test_set(1), 0u);
-  ASSERT_EQ(post(8, &item), 0u);
-  EXPECT_EQ(chip.bells.size(), 1u);
-  EXPECT_EQ(check(item), 0u);
-  EXPECT_EQ(ack(item), 0u);
-  dpp_dtb_hardware_perf_test_set(0);
-
-  ASSERT_EQ(dpp_dtb_debug_fun_set(1), 0u);
-  ASSERT_EQ(post(8, &item), 0u);
-  EXPECT_EQ(check(item), 0u);
-  EXPECT_EQ(ack(item), 0x11111100u);  // left as it is
-  EXPECT_EQ(dpp_dtb_debug_fun_set(2), 0x1205u);
-  dpp_dtb_debug_fun_set(0);
-
+  const struct {
+    uint32_t (*set)(uint32_t);
+    size_t bells;
+    uint32_t ack;  // after the check
+  } rows[] = {{dpp_dtb_soft_perf_test_set, 0, 0},
+              {dpp_dtb_hardware_perf_test_set, 1, 0},
+              {dpp_dtb_debug_fun_set, 1, 0x11111100}};
+  for (const auto& row : rows) {
+    chip.bells.clear();
+    ASSERT_EQ(row.set(1), 0u);
+    ASSERT_EQ(post(8, &item), 0u);
+    EXPECT_EQ(chip.bells.size(), row.bells);
+    EXPECT_EQ(ack(item), 0x11111100u);
+    EXPECT_EQ(check(item), 0u);
+    EXPECT_EQ(ack(item), row.ack);
+    EXPECT_EQ(row.set(2), 0x1205u);
+    row.set(0);
+  }
+  chip.bells.clear();
   chip.add(DPP_DEV_TYPE_NONE);
   ASSERT_EQ(post(8, &item), 0u);
-  EXPECT_EQ(chip.bells.size(), 2u);
+  EXPECT_TRUE(chip.bells.empty());
   EXPECT_EQ(check(item), 0u);
 
   chip.add(DPP_DEV_TYPE_CHIP);
@@ -344,52 +316,25 @@ TEST_F(Dtb, ItemsMustSuitTheChip) {
   }
 }
 
-// Memory whose item 6 is disturbed when item 7 is written: that first store meets a read-only page.
-class disturbed_memory {
- public:
-  disturbed_memory() {
-    now_ = this;
-    base_ = static_cast<uint8_t*>(mmap(nullptr, BYTES, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    EXPECT_NE(base_, MAP_FAILED);
-    EXPECT_EQ(mprotect(page_of(7), PAGE, PROT_READ), 0);
-    struct sigaction action = {};
-    action.sa_handler = on_store;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigaction(SIGSEGV, &action, &former_);
-  }
-  ~disturbed_memory() {
-    sigaction(SIGSEGV, &former_, nullptr);
-    munmap(base_, BYTES);
-  }
-  uint64_t address() const {
-    return reinterpret_cast<uint64_t>(base_);
-  }
-
- private:
-  static constexpr size_t PAGE = 4096;
-  static constexpr size_t BYTES = size_t{DPP_DTB_ITEM_SIZE} * DPP_DTB_ITEM_NUM;
-  uint8_t* page_of(uint32_t item) {
-    return base_ + size_t{item} * DPP_DTB_ITEM_SIZE / PAGE * PAGE;
-  }
-  static void on_store(int) {
-    mprotect(now_->page_of(7), PAGE, PROT_READ | PROT_WRITE);
-    now_->base_[6 * DPP_DTB_ITEM_SIZE] ^= 0x10;
-  }
-  static inline disturbed_memory* now_ = nullptr;
-  uint8_t* base_ = nullptr;
-  struct sigaction former_ = {};
-};
-
+// Item 6 is disturbed when item 7 is written: that first store meets a read-only page.
 TEST_F(Dtb, MemoryThatLosesAWordIsRefused) {
   hold();
-  disturbed_memory memory;
-  const dpp_dtb_queue_cfg cfg = {0, fake_chip::BUS, memory.address()};
+  constexpr size_t page = 4096;
+  alignas(page) static uint8_t memory[DPP_DTB_ITEM_SIZE * DPP_DTB_ITEM_NUM];
+  static uint8_t* const page_of_7 = memory + size_t{7} * DPP_DTB_ITEM_SIZE / page * page;
+  ASSERT_EQ(mprotect(page_of_7, page, PROT_READ), 0);
+  const auto former = signal(SIGSEGV, [](int) {
+    mprotect(page_of_7, page, PROT_READ | PROT_WRITE);
+    memory[6 * DPP_DTB_ITEM_SIZE] ^= 0x10;
+  });
+  const dpp_dtb_queue_cfg cfg = {0, fake_chip::BUS, reinterpret_cast<uint64_t>(memory)};
   printed();
   EXPECT_EQ(dpp_dtb_queue_down_init(DEV, QUEUE, &cfg), 0xD0Cu);
   EXPECT_EQ(printed(), "dtb queue [5] down init faild, mem err!!!\n");
   EXPECT_EQ(post(), 0xD0Bu);
   EXPECT_EQ(dpp_dtb_queue_down_init(DEV, QUEUE, &cfg), 0u);  // now the memory keeps what is written
   EXPECT_EQ(post(), 0u);
+  signal(SIGSEGV, former);
 }
 
 TEST_F(Dtb, HugePageServesOneQueue) {

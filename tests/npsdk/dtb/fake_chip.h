@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "../../printed.h"
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_dtb/dpp_dtb.h"
 #include "vcard/np_commands.h"
@@ -32,10 +33,8 @@ class fake_chip {
   static constexpr uint64_t BUS = 0x123456789A0000;  // more than 36 bits, so both address words count
 
   fake_chip() {
-    static bool started = false;
-    if (!started) {
+    if (dpp_dev_mgr_get() == nullptr) {
       dpp_dev_init();
-      started = true;
     }
     now_ = this;
     add(DPP_DEV_TYPE_CHIP);
@@ -56,11 +55,10 @@ class fake_chip {
     memory.assign(bytes / 2, 0xDEADBEEF);
     const auto base = reinterpret_cast<uint64_t>(memory.data());
     const dpp_dtb_queue_cfg down = {0, bus_of(queue), base}, dump = {0, bus_of(queue) + bytes, base + bytes};
-    testing::internal::CaptureStdout();
+    caught_output lines;
     EXPECT_EQ(dpp_dtb_queue_down_init(DEV, queue, &down), 0u);
     EXPECT_EQ(dpp_dtb_queue_dump_init(DEV, queue, &dump), 0u);
-    const std::string lines = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(lines.find("dtb queue [" + std::to_string(queue) + "] down init success!!!\n"), 0u);
+    EXPECT_EQ(lines.take().find("dtb queue [" + std::to_string(queue) + "] down init success!!!\n"), 0u);
   }
   static uint64_t bus_of(uint32_t queue) {
     return BUS + uint64_t{queue} * 0x200000;

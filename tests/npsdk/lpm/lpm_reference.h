@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 #include <map>
+#include <random>
 #include <tuple>
 #include <vector>
 
@@ -20,6 +21,18 @@ struct prefix {
   uint32_t len = 0;
   auto operator<=>(const prefix&) const = default;
 };
+
+/// A random prefix, or a whole address. One bit in `sparse` is set, so that they crowd under a few stems and nest.
+inline prefix random_prefix(std::mt19937& rng, uint32_t key_bytes, uint32_t sparse, bool full = false) {
+  prefix one;
+  one.len = full ? key_bytes * 8 : static_cast<uint32_t>(rng() % (key_bytes * 8 + 1));
+  for (uint32_t bit = 0; bit < one.len; bit++) {
+    if (rng() % sparse == 0) {
+      one.key[bit / 8] = static_cast<uint8_t>(one.key[bit / 8] | 0x80 >> bit % 8);
+    }
+  }
+  return one;
+}
 
 inline bool bit(const uint8_t* key, uint32_t index) {
   return (key[index / 8] >> (7 - index % 8) & 1) != 0;

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <mutex>
 #include <string>
+#include <vector>
 
 #include "dpp_chip/dpp_dev_setup.h"
 #include "dpp_reg/dpp_reg.h"
@@ -15,15 +17,15 @@
 
 class OnVirtualCard : public testing::Test {
  protected:
-  void SetUp() override {
+  OnVirtualCard() {
     insert("{}");
     const dpp_sys_init_ctrl init = {
         .device_type = DPP_DEV_TYPE_CHIP, .p_pcie_write_fun = card_write, .p_pcie_read_fun = card_read};
     qlix_comm_set_print_level(QLIX_TRACE_PRINT);
-    ASSERT_EQ(dpp_base_soft_init(0, &init), 0u);
+    EXPECT_EQ(dpp_base_soft_init(0, &init), 0u);
     qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
   }
-  void TearDown() override {
+  ~OnVirtualCard() override {
     the_card = nullptr;
     dead = false;
     refuses = false;
@@ -34,7 +36,7 @@ class OnVirtualCard : public testing::Test {
     card_.reset();
     file_ = std::make_unique<vcard::CardFile>("{\"network_processor\": " + network_processor + "}");
     card_ = std::make_unique<vcard::Card>(*file_, log_);
-    vcard::network_processor_attach(*card_);
+    processor_ = &vcard::network_processor_attach(*card_);
     the_card = card_.get();
     accesses = 0;
   }
@@ -44,23 +46,33 @@ class OnVirtualCard : public testing::Test {
     EXPECT_EQ(dpp_reg_read(0, m, n, &fields), 0u);
     return fields.*field;
   }
+  static void set(uint32_t reg_no, uint32_t m, uint32_t n, const std::vector<uint32_t>& fields) {
+    EXPECT_EQ(dpp_reg_write(0, reg_no, m, n, fields), 0u);
+  }
 
   static constexpr uint32_t no_word = 1;
   static inline uint32_t accesses = 0;
   static inline bool dead = false;              // every read is all ones
   static inline bool refuses = false;           // every access fails with code 1
   static inline uint32_t stuck_word = no_word;  // the lowest bit of the word at this offset reads 1
+  vcard::NpTables& tables() {
+    return vcard::network_processor_tables(*processor_);
+  }
   std::unique_ptr<vcard::CardFile> file_;
+  std::unique_ptr<vcard::Card> card_;
+  vcard::NetworkProcessor* processor_ = nullptr;
 
  private:
   static constexpr uint64_t np_base = 0x6218000000;
   static uint32_t card_write(uint32_t, uint32_t addr, uint32_t word_count, const uint32_t* data) {
+    const std::lock_guard guard(the_card->lock());
     for (uint32_t i = 0; i < word_count; ++i, ++accesses) {
       the_card->memory().write(np_base + addr + 4 * i, data[i]);
     }
     return refuses ? 1 : 0;
   }
   static uint32_t card_read(uint32_t, uint32_t addr, uint32_t word_count, uint32_t* data) {
+    const std::lock_guard guard(the_card->lock());
     for (uint32_t i = 0; i < word_count; ++i, ++accesses) {
       data[i] = dead ? UINT32_MAX : the_card->memory().read(np_base + addr + 4 * i);
       data[i] |= addr + 4 * i == stuck_word ? 1 : 0;
@@ -70,5 +82,4 @@ class OnVirtualCard : public testing::Test {
 
   static inline vcard::Card* the_card = nullptr;
   vcard::RequestLog log_;
-  std::unique_ptr<vcard::Card> card_;
 };

@@ -9,7 +9,7 @@
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_access.h"
 #include "dpp_reg/dpp_reg_types.h"
-#include "memory_device.h"
+#include "on_memory.h"
 
 namespace {
 
@@ -31,10 +31,9 @@ void give(uint32_t /*dev_id*/) {
   --inside;
 }
 
-class CardGuard : public testing::Test {
+class CardGuard : public OnMemory {
  protected:
   CardGuard() {
-    np_test::memory_device_add(0);
     takes = 0;
     overlaps = 0;
     EXPECT_EQ(dpp_dev_card_lock_set(0, {take, give}), 0u);
@@ -58,37 +57,16 @@ struct Operation {
   std::function<uint32_t()> run;
 };
 
+thread_local uint32_t words[DPP_REG_FIELD_MAX];
+
 const Operation operations[] = {
-    {"a register of one word", 0,
-     [] {
-       uint32_t value = 0;
-       return dpp_reg_read32(0, dpp_regs::cpu_check_reg::NUMBER, 0, 0, &value);
-     }},
-    {"a register of several words", 1,
-     [] {
-       uint32_t fields[DPP_REG_FIELD_MAX] = {};
-       return dpp_reg_write(0, dpp_regs::se_sdt_tbl::NUMBER, 0, 3, fields);
-     }},
-    {"a window read", 1,
-     [] {
-       uint32_t words[DPP_SE_ALG_WORDS];
-       return dpp_se_alg_read(0, 5, words);
-     }},
-    {"a window write", 1,
-     [] {
-       const uint32_t words[DPP_SE_ALG_WORDS] = {};
-       return dpp_se_alg_write(0, 5, words);
-     }},
-    {"a word of the traffic manager", 1,
-     [] {
-       const uint32_t word = 1;
-       return dpp_tm_write(0, 5, &word);
-     }},
+    {"a register of one word", 0, [] { return dpp_reg_read32(0, dpp_regs::cpu_check_reg::NUMBER, 0, 0, words); }},
+    {"a register of several words", 1, [] { return dpp_reg_write(0, dpp_regs::se_sdt_tbl::NUMBER, 0, 3, words); }},
+    {"a window read", 1, [] { return dpp_se_alg_read(0, 5, words); }},
+    {"a window write", 1, [] { return dpp_se_alg_write(0, 5, words); }},
+    {"a word of the traffic manager", 1, [] { return dpp_tm_write(0, 5, words); }},
     {"a register behind a window", 1,
-     [] {
-       uint32_t fields[DPP_REG_FIELD_MAX];
-       return dpp_reg_read(0, dpp_regs::zblock_service_configure::NUMBER, 1, 2, fields);
-     }},
+     [] { return dpp_reg_read(0, dpp_regs::zblock_service_configure::NUMBER, 1, 2, words); }},
     {"two operations that belong together", 1, line_read_held},
 };
 

@@ -10,24 +10,29 @@
 #include "dpp_chip/dpp_dev_mutex.h"
 #include "dpp_chip/dpp_dev_setup.h"
 #include "dpp_chip/dpp_dev_value.h"
-#include "memory_device.h"
+#include "on_memory.h"
 
 namespace {
 
 using np_test::memory;
 using np_test::memory_device_add;
-using testing::internal::CaptureStdout;
-using testing::internal::GetCapturedStdout;
+
+using Channel = CaughtOnMemory;
+using DefaultHooks = CaughtOnMemory;
+using Mutexes = CaughtOnMemory;
+using Values = CaughtOnMemory;
+using Start = CaughtOnMemory;
+using Debug = CaughtOnMemory;
 
 constexpr uint32_t out_of_range = 0x1205;
 constexpr uint32_t point_null = 0x1201;
 
 // The first test of the program: nothing has started the manager yet.
 TEST(DeviceManager, StartsOnceAndKeepsDevices) {
-  CaptureStdout();
+  caught_output out;
   EXPECT_EQ(dpp_dev_mgr_get(), nullptr);
   EXPECT_EQ(dpp_dev_add(0, 2, 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr), 0x607u);
-  EXPECT_EQ(GetCapturedStdout(),
+  EXPECT_EQ(out.take(),
             "Error: dev_mgr is not init.\n"
             "ErrorCode[ 0x607]: Device Manager is not init!!!\n");
 
@@ -41,34 +46,31 @@ TEST(DeviceManager, StartsOnceAndKeepsDevices) {
   const dpp_dev_cfg* record = dpp_dev_mgr_get()->p_dev_array[3];
   EXPECT_EQ(record->p_pcie_write_fun, dpp_dev_pcie_default_write);
 
-  CaptureStdout();
   EXPECT_EQ(dpp_dev_init(), 0u);
   EXPECT_EQ(dpp_dev_add(3, 2, 1, 0x5000, 0, 0, 0, nullptr, nullptr, nullptr, nullptr), 0u);
-  EXPECT_EQ(GetCapturedStdout(), "Dev is already initialized.\nDevice is added again!!!\n");
+  EXPECT_EQ(out.take(), "Dev is already initialized.\nDevice is added again!!!\n");
   EXPECT_EQ(dpp_dev_mgr_get()->device_num, 1u);
   EXPECT_EQ(dpp_dev_mgr_get()->p_dev_array[3], record);
   EXPECT_EQ(dpp_dev_get_pcie_addr(3), 0x5000u);
   EXPECT_EQ(dpp_dev_get_dev_type(4), DPP_DEV_TYPE_INVALID);
 }
 
-TEST(Channel, RefusesWhatIsNotThere) {
-  memory_device_add(0);
+TEST_F(Channel, RefusesWhatIsNotThere) {
   uint32_t word = 0;
-  CaptureStdout();
   EXPECT_EQ(dpp_dev_write_channel(16, 0, 1, &word), out_of_range);
   EXPECT_EQ(dpp_dev_read_channel(0, 0, 1, nullptr), point_null);
   EXPECT_EQ(dpp_dev_read_channel(9, 0, 1, &word), 1u);
   memory_device_add(0);
   dpp_dev_cfg_get(0)->access_type = 2;
   EXPECT_EQ(dpp_dev_write_channel(0, 0, 1, &word), 1u);
-  const std::string text = GetCapturedStdout();
+  const std::string text = out.take();
   EXPECT_NE(text.find("[Error:VALUE[0x10] INVALID] [max=0xf] ! FUNCTION :dpp_dev_write_channel !\n"),
             std::string::npos);
   EXPECT_NE(text.find("Error: Channel[9] dev is not exist!\n "), std::string::npos);
   EXPECT_NE(text.find("Dev access type[ 2 ] is invalid!\n"), std::string::npos);
 }
 
-TEST(Channel, FollowsTheAccessTypeAndHandsCodesUp) {
+TEST_F(Channel, FollowsTheAccessTypeAndHandsCodesUp) {
   for (const uint32_t access_type : {DPP_DEV_ACCESS_TYPE_PCIE, DPP_DEV_ACCESS_TYPE_RISCV}) {
     memory_device_add(1, access_type);
     const uint32_t data[2] = {11, 22};
@@ -81,8 +83,7 @@ TEST(Channel, FollowsTheAccessTypeAndHandsCodesUp) {
   }
 }
 
-TEST(Channel, AnswersSoftInterruptsWithoutHardware) {
-  memory_device_add(0);
+TEST_F(Channel, AnswersSoftInterruptsWithoutHardware) {
   memory().words[0x3000] = 5;
   ASSERT_EQ(dpp_dev_soft_int_add(0, 0x3000, 9), 0u);
   uint32_t word = 0;
@@ -108,10 +109,9 @@ TEST(Channel, AnswersSoftInterruptsWithoutHardware) {
   dpp_dev_soft_int_enable_set(0, 0);
 }
 
-TEST(DefaultHooks, MoveWordsInOrderAndEchoCaptures) {
+TEST_F(DefaultHooks, MoveWordsInOrderAndEchoCaptures) {
   std::vector<uint32_t> bar(64);
   const uint64_t base = reinterpret_cast<uint64_t>(bar.data());
-  CaptureStdout();
   dpp_dev_add(2, 2, 0, base, base, 0, 0, nullptr, nullptr, nullptr, nullptr);
   const uint32_t data[3] = {1, 0xABCDEF01, 3};
   dpp_pcie_cap_set(1, 0x10, 0x14);
@@ -119,7 +119,7 @@ TEST(DefaultHooks, MoveWordsInOrderAndEchoCaptures) {
   EXPECT_EQ(dpp_dev_write_channel(2, 0x18, 1, data), 0u);
   dpp_pcie_cap_set(0, 0, 0);
   EXPECT_EQ(dpp_dev_write_channel(2, 0x10, 1, data), 0u);
-  EXPECT_EQ(GetCapturedStdout(),
+  EXPECT_EQ(out.take(),
             "PCIE CAPTURE: en = 1, start = 16, end = 20\n"
             "dpp_dev_pcie_default_write wr [0x00000010]: 00000001 abcdef01 00000003\n"
             "PCIE CAPTURE: en = 0, start = 0, end = 0\n");
@@ -129,8 +129,7 @@ TEST(DefaultHooks, MoveWordsInOrderAndEchoCaptures) {
   EXPECT_EQ(back[1], 0xABCDEF01u);
 }
 
-TEST(DefaultHooks, RefuseAddressesThatOverflowAndMissingWindows) {
-  CaptureStdout();
+TEST_F(DefaultHooks, RefuseAddressesThatOverflowAndMissingWindows) {
   uint32_t word = 0;
   dpp_dev_add(2, 2, 0, UINT64_MAX - 0x10, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
   EXPECT_EQ(dpp_dev_write_channel(2, 0x20, 1, &word), out_of_range);
@@ -138,14 +137,11 @@ TEST(DefaultHooks, RefuseAddressesThatOverflowAndMissingWindows) {
   dpp_dev_add(2, 2, 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
   EXPECT_EQ(dpp_dev_read_channel(2, 0x20, 1, &word), 1u);
   EXPECT_EQ(dpp_dev_riscv_default_write(2, 0x20, 1, &word), 1u);
-  GetCapturedStdout();
 }
 
-TEST(Mutexes, AreOneForEachTypeQueueAndEngine) {
-  memory_device_add(0);
+TEST_F(Mutexes, AreOneForEachTypeQueueAndEngine) {
   std::vector<dpp_mutex*> seen;
   dpp_mutex* mutex = nullptr;
-  CaptureStdout();
   for (uint32_t type = 0; type < DPP_DEV_MUTEX_T_MAX; ++type) {
     if (type == 3 || type == 7) {
       EXPECT_EQ(dpp_dev_opr_mutex_get(0, type, &mutex), 1u);
@@ -171,7 +167,6 @@ TEST(Mutexes, AreOneForEachTypeQueueAndEngine) {
   EXPECT_EQ(dpp_dev_opr_mutex_get(12, 0, &mutex), 1u);
   qlix_comm_spin_lock* lock = nullptr;
   EXPECT_EQ(dpp_dev_opr_spin_lock_get(0, &lock), 0u);
-  GetCapturedStdout();
 }
 
 std::string guard_line(uint32_t line, const char* action) {
@@ -179,11 +174,9 @@ std::string guard_line(uint32_t line, const char* action) {
          " failed!-->Return ERROR\n";
 }
 
-TEST(Mutexes, GuardReportsALockAndAnUnlockThatFail) {
-  memory_device_add(0);
+TEST_F(Mutexes, GuardReportsALockAndAnUnlockThatFail) {
   dpp_mutex* mutex = nullptr;
   ASSERT_EQ(dpp_dev_opr_mutex_get(0, 0, &mutex), 0u);
-  CaptureStdout();
   uint32_t line = __LINE__ + 2;
   {
     DPP_MUTEX_GUARD(guard, mutex);
@@ -192,25 +185,23 @@ TEST(Mutexes, GuardReportsALockAndAnUnlockThatFail) {
     EXPECT_FALSE(second.locked());
     EXPECT_EQ(second.status(), static_cast<uint32_t>(EDEADLK));
     EXPECT_EQ(second.unlock(), 0u) << "what was not taken is not given back";
-    EXPECT_EQ(GetCapturedStdout(), guard_line(line + 2, "lock"));
-    CaptureStdout();
+    EXPECT_EQ(out.take(), guard_line(line + 2, "lock"));
     qlix_comm_mutex_unlock(mutex);
     EXPECT_EQ(guard.unlock(), static_cast<uint32_t>(EPERM));
     EXPECT_EQ(guard.unlock(), 0u) << "a second attempt";
-    EXPECT_EQ(GetCapturedStdout(), guard_line(line, "unlock"));
-    CaptureStdout();
+    EXPECT_EQ(out.take(), guard_line(line, "unlock"));
     line = __LINE__ + 1;
     DPP_MUTEX_GUARD(third, mutex);
     qlix_comm_mutex_unlock(mutex);
   }
-  EXPECT_EQ(GetCapturedStdout(), guard_line(line, "unlock"));
+  EXPECT_EQ(out.take(), guard_line(line, "unlock"));
   std::thread([&] {
     DPP_MUTEX_GUARD(guard, mutex);
     EXPECT_TRUE(guard.locked());
   }).join();
 }
 
-TEST(Values, AreKeptForEachDevice) {
+TEST_F(Values, AreKeptForEachDevice) {
   struct value {
     uint32_t (*set)(uint32_t, uint32_t);
     uint32_t (*get)(uint32_t, uint32_t*);
@@ -224,7 +215,6 @@ TEST(Values, AreKeptForEachDevice) {
       {dpp_dev_init_flag_set, dpp_dev_init_flag_get},
       {dpp_dev_agent_status_set, dpp_dev_get_dev_agent_flag},
   };
-  CaptureStdout();
   uint32_t seed = 1;
   for (const value& v : values) {
     uint32_t back = 0;
@@ -245,23 +235,20 @@ TEST(Values, AreKeptForEachDevice) {
   EXPECT_EQ(dpp_dev_get_se_res_ptr(7, 1), &res);
   EXPECT_EQ(dpp_dev_get_se_res_ptr(7, 0), nullptr);
   EXPECT_EQ(dpp_dev_get_se_res_ptr(7, 2), nullptr);
-  GetCapturedStdout();
 }
 
-TEST(Setup, NpAddressIsTheWindowLessItsFirstRegister) {
-  CaptureStdout();
+TEST_F(Start, NpAddressIsTheWindowLessItsFirstRegister) {
   EXPECT_EQ(dpp_dev_np_addr_calc(0x7F0000000000, 0x2000000), 0x7F0000000000u);
   EXPECT_EQ(dpp_dev_np_addr_calc(0x1000, 0x100), 0u);
-  EXPECT_EQ(GetCapturedStdout(),
+  EXPECT_EQ(out.take(),
             "np_addr:0x7f0000000000,pcie_vir_baddr=0x7f0000000000,np_bar_offset=0x2000000\n"
             "np_addr:0x0,pcie_vir_baddr=0x1000,np_bar_offset=0x100\n");
 }
 
-TEST(Setup, HostDeviceComesUpInAgentModeOnAMappedBar) {
+TEST_F(Start, HostDeviceComesUpInAgentModeOnAMappedBar) {
   std::vector<uint32_t> bar(0x6000 / 4);
   const uint64_t base = reinterpret_cast<uint64_t>(bar.data());
   dpp_host_np_info info = {.bar_vir_addr = base, .bar_size = 0x6000, .np_bar_offset = 0x2000000, .vport = 0x2000};
-  CaptureStdout();
   bar[0x5418 / 4] = 0x00000104;  // record 3 of another generation
   EXPECT_EQ(dpp_host_np_init(5, &info), DPP_RC_DEV_FW_MISMATCH);
   bar[0x5418 / 4] = 0x00030004;
@@ -283,21 +270,16 @@ TEST(Setup, HostDeviceComesUpInAgentModeOnAMappedBar) {
   EXPECT_EQ(dpp_host_np_init(5, &info), out_of_range);
   EXPECT_EQ(dpp_host_np_init(5, nullptr), point_null);
   EXPECT_EQ(dpp_host_np_init(16, &info), out_of_range);
-  GetCapturedStdout();
 }
 
-TEST(Debug, ReadsAndWritesRawWords) {
-  memory_device_add(0);
-  CaptureStdout();
+TEST_F(Debug, ReadsAndWritesRawWords) {
   EXPECT_EQ(dpp_debug_wr(0, 0x20, 0xA5), 0u);
   EXPECT_EQ(dpp_debug_multi_rd(0, 0x20, 2), 0u);
-  EXPECT_EQ(GetCapturedStdout(),
+  EXPECT_EQ(out.take(),
             "addr: 0x00000020, data: 0x000000a5\n"
             "addr: 0x00000024, data: 0x00000000\n");
-  CaptureStdout();
   EXPECT_EQ(dpp_debug_multi_rd(0, 0x20, 0), out_of_range);
   EXPECT_EQ(dpp_debug_multi_rd(0, 0xFFFFFFFC, 2), out_of_range);
-  GetCapturedStdout();
 }
 
 }  // namespace

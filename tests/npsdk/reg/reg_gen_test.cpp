@@ -61,11 +61,18 @@ const refusal refusals[] = {
     {"0,\"a,cfg,0x0,4,single,,,,,direct,,cfg,f[0]", "a quote is left open"},
 };
 
+struct sheets_read {
+  std::vector<reg_gen::reg> regs;
+  reg_gen::complaints complaints;
+
+  explicit sheets_read(const std::string& text = header, const char* name = "s0.csv") {
+    reg_gen::sheet_read(name, text, regs, complaints);
+  }
+};
+
 TEST(SheetRefusals, NameFileLineAndFault) {
   for (const refusal& r : refusals) {
-    std::vector<reg_gen::reg> regs;
-    reg_gen::complaints complaints;
-    reg_gen::sheet_read("bad.csv", header + "# a comment\n" + r.line + "\n", regs, complaints);
+    const auto [regs, complaints] = sheets_read(header + "# a comment\n" + r.line + "\n", "bad.csv");
     ASSERT_FALSE(complaints.empty()) << r.line;
     EXPECT_EQ(complaints[0].text, r.complaint) << r.line;
     EXPECT_EQ(complaints[0].at.file, "bad.csv");
@@ -76,21 +83,15 @@ TEST(SheetRefusals, NameFileLineAndFault) {
 
 TEST(SheetRefusals, SheetWithoutItsColumns) {
   for (const char* text : {"", "# nothing\n", "number,name\n", "name,number,block\n0,a,cfg\n"}) {
-    std::vector<reg_gen::reg> regs;
-    reg_gen::complaints complaints;
-    reg_gen::sheet_read("bad.csv", text, regs, complaints);
-    EXPECT_EQ(complaints.size(), 1u) << text;
+    EXPECT_EQ(sheets_read(text).complaints.size(), 1u) << text;
   }
 }
 
 // The complaints about sheets that are good one by one.
 std::vector<std::string> check_complaints(const std::vector<std::string>& sheets) {
-  std::vector<reg_gen::reg> regs;
-  reg_gen::complaints complaints;
+  auto [regs, complaints] = sheets_read();
   for (size_t i = 0; i < sheets.size(); ++i) {
-    std::string name = "s0.csv";
-    name[1] = static_cast<char>('0' + i);
-    reg_gen::sheet_read(name, header + sheets[i], regs, complaints);
+    reg_gen::sheet_read("s" + std::to_string(i) + ".csv", header + sheets[i], regs, complaints);
   }
   EXPECT_TRUE(complaints.empty());
   reg_gen::regs_check(regs, complaints);
@@ -119,13 +120,10 @@ TEST(SheetRefusals, NumbersAndNamesAcrossSheets) {
 }
 
 TEST(Sheets, ReadFieldsArraysAndRawWords) {
-  std::vector<reg_gen::reg> regs;
-  reg_gen::complaints complaints;
-  reg_gen::sheet_read("a.csv",
-                      header +
-                          "3,arr,dtb4k,0x40,8,mn,2,0x100,4,0x10,direct,no,int,h[63:32]=0xffffffff  l[0]/cfg\r\n"
-                          "4,raw,etm,0x1000,4,raw,,,3,8,etm,,state,data[31:0]\n",
-                      regs, complaints);
+  const auto [regs, complaints] =
+      sheets_read(header +
+                  "3,arr,dtb4k,0x40,8,mn,2,0x100,4,0x10,direct,no,int,h[63:32]=0xffffffff  l[0]/cfg\r\n"
+                  "4,raw,etm,0x1000,4,raw,,,3,8,etm,,state,data[31:0]\n");
   ASSERT_TRUE(complaints.empty());
   ASSERT_EQ(regs.size(), 4u);
   EXPECT_EQ(regs[0].mod_no, 13u);
@@ -141,10 +139,7 @@ TEST(Sheets, ReadFieldsArraysAndRawWords) {
 }
 
 TEST(Sheets, TypesAreOfDescribedRegistersOnly) {
-  std::vector<reg_gen::reg> regs;
-  reg_gen::complaints complaints;
-  reg_gen::sheet_read("a.csv", header + one + rest, regs, complaints);
-  const std::string text = reg_gen::types_text(regs);
+  const std::string text = reg_gen::types_text(sheets_read(header + one + rest).regs);
   EXPECT_NE(text.find("struct one {\n  static constexpr uint32_t NUMBER = 0;\n  uint32_t f;\n};\n"), std::string::npos);
   EXPECT_EQ(text.find("rest"), std::string::npos);
 }

@@ -5,12 +5,11 @@
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_print.h"
 #include "dpp_reg/dpp_reg_types.h"
-#include "memory_device.h"
+#include "on_memory.h"
 
 namespace {
 
 using np_test::memory;
-using np_test::memory_device_add;
 
 std::string line(const char* name, const char* value) {
   char text[80];
@@ -18,17 +17,12 @@ std::string line(const char* name, const char* value) {
   return text;
 }
 
-class Prints : public testing::Test {
+class Prints : public OnMemory {
  protected:
-  void SetUp() override {
-    memory_device_add(0);
-  }
-  // What a print puts on standard output; its code must be `code`.
+  /// What a print puts on standard output; its code must be `code`.
   template <typename Call>
   static std::string printed(Call call, uint32_t code = 0) {
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(call(), code);
-    return testing::internal::GetCapturedStdout();
+    return ::printed([&] { EXPECT_EQ(call(), code); });
   }
 };
 

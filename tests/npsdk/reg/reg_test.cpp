@@ -5,46 +5,30 @@
 #include <string>
 #include <vector>
 
-#include "../../printed.h"
+#include "../../bytes.h"
 #include "dpp_chip/dpp_dev_mutex.h"
 #include "dpp_chip/dpp_dev_value.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_access.h"
 #include "dpp_reg/dpp_reg_types.h"
-#include "memory_device.h"
+#include "on_memory.h"
+#include "qlix_comm/bits.h"
 #include "qlix_comm/print.h"
 
 namespace {
 
 using np_test::memory;
 using np_test::memory_device_add;
-using testing::internal::CaptureStdout;
-using testing::internal::GetCapturedStdout;
+
+using Rows = OnMemory;
+using Operations = CaughtOnMemory;
+using Types = CaughtOnMemory;
+using Window = CaughtOnMemory;
+using AgentMode = CaughtOnMemory;
+using Capture = CaughtOnMemory;
 
 constexpr uint32_t out_of_range = 0x1205;
 constexpr uint32_t point_null = 0x1201;
-
-/// A register as bits: bit 0 is the least significant bit of the last byte.
-class bit_model {
- public:
-  explicit bit_model(uint32_t width) : bits_(width * 8) {}
-  void put(uint32_t msb, uint32_t len, uint32_t value) {
-    for (uint32_t i = 0; i < len; ++i) {
-      bits_[msb - len + 1 + i] = i < 32 && (value >> i & 1) != 0;
-    }
-  }
-  uint32_t word(uint32_t index) const {
-    const uint32_t low = static_cast<uint32_t>(bits_.size()) - 32 * (index + 1);
-    uint32_t value = 0;
-    for (uint32_t i = 0; i < 32; ++i) {
-      value |= uint32_t{bits_[low + i]} << i;
-    }
-    return value;
-  }
-
- private:
-  std::vector<bool> bits_;
-};
 
 // The words of one instance that was just written, as they went to the device. Those behind a window stand in its data
 // words, and the command names their place.
@@ -69,8 +53,7 @@ std::vector<uint32_t> stored_words(const dpp_reg_info& info, uint32_t m, uint32_
   return words;
 }
 
-TEST(Rows, EveryRegisterIsWrittenAsItsFieldsSayAndReadBack) {
-  memory_device_add(0);
+TEST_F(Rows, EveryRegisterIsWrittenAsItsFieldsSayAndReadBack) {
   memory().record = false;
   for (uint32_t reg_no = 0; reg_no < DPP_REG_NUM; ++reg_no) {
     memory().words[np_test::ALG_STATUS] = memory().words[np_test::TM_STATUS] = 1;  // written like every register
@@ -81,14 +64,14 @@ TEST(Rows, EveryRegisterIsWrittenAsItsFieldsSayAndReadBack) {
       uint32_t back[DPP_REG_FIELD_MAX];
       ASSERT_EQ(dpp_reg_rand_val_get(reg_no, values), 0u);
       ASSERT_EQ(dpp_reg_write(0, reg_no, m, n, values), 0u);
-      bit_model model(info.width);
+      std::vector<uint8_t> bytes(info.width);
       const auto fields = dpp_reg_fields_get(info);
       for (size_t i = 0; i < fields.size(); ++i) {
-        model.put(fields[i].msb_pos, fields[i].len, values[i]);
+        qlix_comm_write_bits_ex(bytes.data(), info.width * 8, values[i], fields[i].msb_pos, fields[i].len);
       }
       const std::vector<uint32_t> words = stored_words(info, m, n);
       for (uint32_t i = 0; i < words.size(); ++i) {
-        ASSERT_EQ(words[i], model.word(i)) << dpp_reg_name_get(reg_no) << " word " << i;
+        ASSERT_EQ(words[i], word_at(&bytes[4 * i])) << dpp_reg_name_get(reg_no) << " word " << i;
       }
       ASSERT_EQ(dpp_reg_read(0, reg_no, m, n, back), 0u);
       for (size_t i = 0; i < fields.size(); ++i) {
@@ -98,7 +81,7 @@ TEST(Rows, EveryRegisterIsWrittenAsItsFieldsSayAndReadBack) {
   }
 }
 
-TEST(Rows, NoTwoRegistersShareAWord) {
+TEST_F(Rows, NoTwoRegistersShareAWord) {
   std::map<uint64_t, uint32_t> owner;  // address space and address
   for (uint32_t reg_no = 0; reg_no < DPP_REG_NUM; ++reg_no) {
     const dpp_reg_info& info = *dpp_reg_info_get(reg_no);
@@ -118,7 +101,7 @@ TEST(Rows, NoTwoRegistersShareAWord) {
   }
 }
 
-TEST(Rows, AreFoundByTheirNames) {
+TEST_F(Rows, AreFoundByTheirNames) {
   for (uint32_t reg_no = 0; reg_no < DPP_REG_NUM; ++reg_no) {
     ASSERT_EQ(dpp_reg_no_find(dpp_reg_name_get(reg_no)), reg_no);
   }
@@ -127,10 +110,8 @@ TEST(Rows, AreFoundByTheirNames) {
   EXPECT_EQ(dpp_regs::cfg_queue_dtb_len_0_127::NUMBER, 819u);
 }
 
-TEST(Operations, RefuseWhatDoesNotExist) {
-  memory_device_add(0);
+TEST_F(Operations, RefuseWhatDoesNotExist) {
   uint32_t values[DPP_REG_FIELD_MAX] = {};
-  CaptureStdout();
   EXPECT_EQ(dpp_reg_write(16, 0, 0, 0, values), out_of_range);
   EXPECT_EQ(dpp_reg_read(16, 0, 0, 0, values), out_of_range);
   EXPECT_EQ(dpp_reg_write(0, 4440, 0, 0, values), out_of_range);
@@ -143,31 +124,28 @@ TEST(Operations, RefuseWhatDoesNotExist) {
   EXPECT_EQ(dpp_reg_info_get(4440), nullptr);
   EXPECT_EQ(dpp_reg_name_get(4440), nullptr);
   EXPECT_EQ(dpp_reg_width_get(4440), 0u);
-  const std::string text = GetCapturedStdout();
+  const std::string text = out.take();
   EXPECT_NE(text.find("[min=0x4,max=0x4]"), std::string::npos);
   EXPECT_NE(text.find("[Error:VALUE[0x1158] INVALID] [max=0x1157]"), std::string::npos);
   EXPECT_TRUE(memory().writes.empty());
 }
 
 // Room sized by an older sheet is refused, not written beyond.
-TEST(Operations, RefuseRoomForFewerValuesThanTheRegisterHas) {
-  memory_device_add(0);
+TEST_F(Operations, RefuseRoomForFewerValuesThanTheRegisterHas) {
   uint32_t values[3] = {7, 7, 7};
   const std::span<uint32_t> two(values, 2);
-  CaptureStdout();
   EXPECT_EQ(dpp_reg_write(0, 819, 0, 0, two), out_of_range);
   EXPECT_EQ(dpp_reg_read(0, 819, 0, 0, two), out_of_range);
   EXPECT_EQ(dpp_reg_val_get(0, 819, 0, 0, two), out_of_range);
   EXPECT_EQ(dpp_reg_default_val_get(819, two), out_of_range);
   EXPECT_EQ(dpp_reg_max_val_get(819, two), out_of_range);
   EXPECT_EQ(dpp_reg_words_read(0, dpp_regs::zblock_service_configure::NUMBER, 0, 0, values), out_of_range);
-  EXPECT_NE(GetCapturedStdout().find("[Error:VALUE[0x2] INVALID] [min=0x3]"), std::string::npos);
+  EXPECT_NE(out.take().find("[Error:VALUE[0x2] INVALID] [min=0x3]"), std::string::npos);
   EXPECT_EQ(values[0], 7u);
   EXPECT_TRUE(memory().writes.empty());
 }
 
-TEST(Types, ReadWriteAndModifyFieldsByName) {
-  memory_device_add(0);
+TEST_F(Types, ReadWriteAndModifyFieldsByName) {
   dpp_regs::zblock_service_configure service = {};
   service.st_en = 1;
   service.hash_channel_sel = 2;
@@ -180,45 +158,38 @@ TEST(Types, ReadWriteAndModifyFieldsByName) {
   EXPECT_EQ(service.hash_channel_sel, 2u);
   EXPECT_EQ(service.st_en, 1u);
   memory().fail_code = 0x99;
-  CaptureStdout();
   EXPECT_EQ(dpp_reg_read(0, 1, 2, &service), 0x99u);
   EXPECT_EQ(service.hash_channel_sel, 2u) << "untouched";
-  GetCapturedStdout();
 }
 
-TEST(Operations, HandTheHooksCodeUp) {
-  memory_device_add(0);
+TEST_F(Operations, HandTheHooksCodeUp) {
   memory().fail_code = 0x99;
   uint32_t values[DPP_REG_FIELD_MAX] = {};
-  CaptureStdout();
   EXPECT_EQ(dpp_reg_write(0, 0, 0, 0, values), 0x99u);
   EXPECT_EQ(dpp_reg_read(0, 0, 0, 0, values), 0x99u);
   EXPECT_EQ(dpp_reg_write32_bymn(0, 0, 0, 0, 1), 0x99u);
   EXPECT_EQ(dpp_reg_read(0, dpp_regs::zblock_service_configure::NUMBER, 0, 0, values), 0x99u);
-  EXPECT_NE(GetCapturedStdout().find("[ErrorCode:0x99] !-- "), std::string::npos);
+  EXPECT_NE(out.take().find("[ErrorCode:0x99] !-- "), std::string::npos);
 }
 
-TEST(Operations, MaskFieldsAndFormAddressesPastTheEnd) {
-  memory_device_add(0);
+TEST_F(Operations, MaskFieldsAndFormAddressesPastTheEnd) {
   const uint32_t values[3] = {3, 0x3FF, 0xFFFFFFFF};
-  EXPECT_EQ(printed([&] { EXPECT_EQ(dpp_reg_write(0, 819, 0, 128, values), 0u); }),
-            "reg n_offset is out of range, reg_no:819, n:128, size:128\n");
+  EXPECT_EQ(dpp_reg_write(0, 819, 0, 128, values), 0u);
+  EXPECT_EQ(out.take(), "reg n_offset is out of range, reg_no:819, n:128, size:128\n");
   ASSERT_EQ(memory().writes.size(), 1u);
   EXPECT_EQ(memory().writes[0].first, 0x2000008u + 128 * 0x20);
   EXPECT_EQ(memory().writes[0].second, (1u << 30) | (1u << 29) | 0x3FF);
 
   uint32_t addr = 0;
-  CaptureStdout();
   EXPECT_EQ(dpp_reg_get_reg_addr(dpp_regs::zblock_service_configure::NUMBER, 4, 1, &addr), 0u);
   EXPECT_EQ(addr, dpp_reg_info_get(dpp_regs::zblock_service_configure::NUMBER)->addr + 4 * 0x4000 + 0x800);
   EXPECT_EQ(dpp_reg_get_reg_addr(dpp_regs::zblock_service_configure::NUMBER, 0x40000, 0, &addr), out_of_range);
-  const std::string text = GetCapturedStdout();
+  const std::string text = out.take();
   EXPECT_NE(text.find("reg n_offset or m_offset is out of range, reg_no:1803, n:1, n_size:8, m:4, m_size:4,\n"),
             std::string::npos);
 }
 
-TEST(Operations, Write32ReachesEveryInstance) {
-  memory_device_add(0);
+TEST_F(Operations, Write32ReachesEveryInstance) {
   EXPECT_EQ(dpp_reg_write32(0, dpp_regs::odma_lif0_pfc_cnt::NUMBER, 7), 0u);
   const dpp_reg_info& info = *dpp_reg_info_get(dpp_regs::odma_lif0_pfc_cnt::NUMBER);
   EXPECT_EQ(memory().writes.size(), dpp_reg_instance_num_get(info));
@@ -227,7 +198,7 @@ TEST(Operations, Write32ReachesEveryInstance) {
   EXPECT_EQ(value, 7u);
 }
 
-TEST(Operations, DefaultAndMaximumValuesFollowTheFields) {
+TEST_F(Operations, DefaultAndMaximumValuesFollowTheFields) {
   uint32_t values[DPP_REG_FIELD_MAX] = {};
   EXPECT_EQ(dpp_reg_default_val_get(dpp_regs::cpu_check_reg::NUMBER, values), 0u);
   EXPECT_EQ(values[0], 0xFFFFFFFFu);
@@ -236,32 +207,12 @@ TEST(Operations, DefaultAndMaximumValuesFollowTheFields) {
   EXPECT_EQ(values[2], 0x3FFu);
 }
 
-TEST(Window, MovesSixteenWordsLastWordFirst) {
-  memory_device_add(0);
-  uint32_t data[16];
-  for (uint32_t i = 0; i < 16; ++i) {
-    data[i] = 0x100 + i;
-  }
-  ASSERT_EQ(dpp_se_alg_write(0, 0xFFE12345, data), 0u);
-  ASSERT_EQ(memory().writes.size(), 17u);
-  for (uint32_t i = 0; i < 16; ++i) {
-    EXPECT_EQ(memory().writes[i].first, 0x280008u + 4 * i);
-    EXPECT_EQ(memory().writes[i].second, data[15 - i]);
-  }
-  EXPECT_EQ(memory().writes[16], (std::pair<uint32_t, uint32_t>{0x280004, 0x12345}));
-  uint32_t back[16] = {};
-  ASSERT_EQ(dpp_se_alg_read(0, 0x12345, back), 0u);
-  EXPECT_EQ(back[0], 0x100u);
-  EXPECT_EQ(back[15], 0x10Fu);
-}
-
-TEST(Window, GivesUpOnASilentWindowAndLeavesTheMutexFree) {
-  memory_device_add(0);
-  memory().words[np_test::ALG_STATUS] = 0;
+TEST_F(Window, GivesUpOnASilentWindowAndLeavesTheMutexFree) {
   uint32_t data[16] = {};
-  CaptureStdout();
+  EXPECT_EQ(dpp_se_alg_write(0, 0xFFE12345, data), 0u);
+  EXPECT_EQ(memory().writes.back(), (std::pair<uint32_t, uint32_t>{0x280004, 0x12345})) << "the command comes last";
+  memory().words[np_test::ALG_STATUS] = 0;
   EXPECT_EQ(dpp_se_alg_read(0, 0, data), DPP_RC_REG_WINDOW_TIMEOUT);
-  GetCapturedStdout();
   dpp_mutex* mutex = nullptr;
   ASSERT_EQ(dpp_dev_opr_mutex_get(0, DPP_DEV_MUTEX_T_SE_ALG, &mutex), 0u);
   DPP_MUTEX_GUARD(guard, mutex);
@@ -274,8 +225,7 @@ struct conversion {
   uint32_t agent;
 };
 
-TEST(AgentMode, ConvertsTheWindowsOfFiveModules) {
-  memory_device_add(0);
+TEST_F(AgentMode, ConvertsTheWindowsOfFiveModules) {
   dpp_dev_agent_status_set(0, 1);
   const conversion rows[] = {
       {13, 0x2000028, 0x2000028}, {14, 0x202010, 0x2001010}, {15, 0x8c004, 0x2002004},
@@ -298,8 +248,7 @@ TEST(AgentMode, ConvertsTheWindowsOfFiveModules) {
   EXPECT_EQ(converted, 0x280004u);
 }
 
-TEST(AgentMode, LeavesOtherModulesAlone) {
-  memory_device_add(0);
+TEST_F(AgentMode, LeavesOtherModulesAlone) {
   dpp_dev_agent_status_set(0, 1);
   memory().words[dpp_reg_info_get(dpp_regs::stat_ppu_eram_baddr::NUMBER)->addr] = 0x123;
   uint32_t values[DPP_REG_FIELD_MAX] = {55};
@@ -321,8 +270,7 @@ TEST(AgentMode, LeavesOtherModulesAlone) {
   EXPECT_EQ(back[1], 2u);
 }
 
-TEST(AgentMode, FilterHidesFiveRegisters) {
-  memory_device_add(0);
+TEST_F(AgentMode, FilterHidesFiveRegisters) {
   uint32_t flag = 0;
   for (const uint32_t reg_no : {661u, 662u, 663u, 3121u, 3122u, 660u}) {
     const bool filtered = reg_no != 660;
@@ -341,19 +289,15 @@ TEST(AgentMode, FilterHidesFiveRegisters) {
   EXPECT_EQ(dpp_reg_filter_en_get(), 1u);
   qlix_comm_set_print_level(QLIX_TRACE_INFO_PRINT);
   uint32_t value = 1;
-  CaptureStdout();
   EXPECT_EQ(dpp_reg_write(0, 661, 0, 0, {&value, 1}), 0u);
   EXPECT_EQ(dpp_reg_read(0, 661, 0, 0, {&value, 1}), 0u);
-  EXPECT_EQ(GetCapturedStdout(),
-            "reg_no[0x295] no hardware configuration.\nreg_no[0x295] no hardware configuration.\n");
+  EXPECT_EQ(out.take(), "reg_no[0x295] no hardware configuration.\nreg_no[0x295] no hardware configuration.\n");
   EXPECT_EQ(value, 0u);
   EXPECT_TRUE(memory().writes.empty());
 }
 
-TEST(Capture, PrintsAccessesOfItsWindowWhateverTheLevel) {
-  memory_device_add(0);
+TEST_F(Capture, PrintsAccessesOfItsWindowWhateverTheLevel) {
   uint32_t value = 0x1234;
-  CaptureStdout();
   EXPECT_EQ(dpp_reg_cap_cfg_set(1, 817, 818), 0u);
   qlix_comm_set_print_level(QLIX_TRACE_PRINT);
   dpp_reg_write(0, 817, 0, 1, {&value, 1});
@@ -362,15 +306,13 @@ TEST(Capture, PrintsAccessesOfItsWindowWhateverTheLevel) {
   EXPECT_EQ(qlix_comm_get_print_level(), QLIX_TRACE_PRINT);
   qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
   dpp_reg_cap_cfg_set(0, 0, 0);
-  EXPECT_EQ(GetCapturedStdout(),
+  EXPECT_EQ(out.take(),
             "REG CAPTURE CFG: en:1, reg_start:817[0x331], reg_end:818[0x332],\n"
             "dpp_reg_write: addr=0x02000020, data=0x00001234.\n"
             "dpp_reg_read: addr=0x02000020, data=0x00001234.\n"
             "REG CAPTURE CFG: en:0, reg_start:0[0x0], reg_end:0[0x0],\n");
-  CaptureStdout();
   EXPECT_EQ(dpp_reg_cap_cfg_set(2, 0, 0), out_of_range);
   EXPECT_EQ(dpp_reg_cap_cfg_set(1, 0, 4440), out_of_range);
-  GetCapturedStdout();
 }
 
 }  // namespace

@@ -10,7 +10,8 @@
 #include "vcard/np_commands.h"
 
 struct chip_link {
-  vcard::NpTables tables;
+  vcard::NpTables own;
+  vcard::NpTables& tables = own;
   vcard::NpCommands chip{tables};
   uint32_t writes = 0;
   uint32_t fail_from = UINT32_MAX;  // write number from which on writes fail
