@@ -1,58 +1,60 @@
-// Finding a command by name in the driver's table, beside a hash map that was filled at start, beside a walk in order.
-#include <benchmark/benchmark.h>
-
-#include <cstring>
+// Finding a command by name in the driver's table, beside a hash map that was filled at start, and a walk in order.
 #include <string_view>
 #include <unordered_map>
 
 #include "dpp_diag/dpp_cmd.h"
+#include "side_by_side.h"
 
 namespace {
 
-constexpr uint32_t step = 37;  // a stride through the table, so that no name is found twice in a row
+constexpr uint32_t STEP = 37;  // a stride through the table, so that no name is found twice in a row
+constexpr uint32_t FINDS = 20000;
+constexpr int ROUNDS = 21;
 
-using find_fn = const DppCmdEntry* (*)(const char* name);
+using NameMap = std::unordered_map<std::string_view, const DppCmdEntry*>;
 
-void measure(benchmark::State& state, find_fn find) {
-  uint32_t at = 0;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(find(dpp_cmd_get(at)->name));
-    at = (at + step) % DPP_CMD_NUM;
+NameMap map_make() {
+  NameMap map;
+  for (uint32_t i = 0; i < DPP_CMD_NUM; ++i) {
+    map.try_emplace(dpp_cmd_get(i)->name, dpp_cmd_get(i));
   }
+  return map;
 }
 
-void find_in_table(benchmark::State& state) {
-  measure(state, dpp_cmd_find);
-}
-BENCHMARK(find_in_table);
-
-void find_in_map(benchmark::State& state) {
-  static const auto map = [] {
-    std::unordered_map<std::string_view, const DppCmdEntry*> made;
-    for (uint32_t i = 0; i < DPP_CMD_NUM; ++i) {
-      made.try_emplace(dpp_cmd_get(i)->name, dpp_cmd_get(i));
+const DppCmdEntry* find_in_order(const char* name) {
+  for (uint32_t i = 0; i < DPP_CMD_NUM; ++i) {
+    if (std::strcmp(dpp_cmd_get(i)->name, name) == 0) {
+      return dpp_cmd_get(i);
     }
-    return made;
-  }();
-  measure(state, [](const char* name) -> const DppCmdEntry* {
-    const auto found = map.find(name);
-    return found == map.end() ? nullptr : found->second;
-  });
+  }
+  return nullptr;
 }
-BENCHMARK(find_in_map);
 
-void find_in_order(benchmark::State& state) {
-  measure(state, [](const char* name) -> const DppCmdEntry* {
-    for (uint32_t i = 0; i < DPP_CMD_NUM; ++i) {
-      if (strcmp(dpp_cmd_get(i)->name, name) == 0) {
-        return dpp_cmd_get(i);
-      }
+template <typename Find>
+double find_time(Find find) {
+  uint32_t at = 0;
+  bool all = true;
+  const double time = side_by_side::time_of([&] {
+    for (uint32_t i = 0; i < FINDS; ++i) {
+      all = all && find(dpp_cmd_get(at)->name) != nullptr;
+      at = (at + STEP) % DPP_CMD_NUM;
     }
-    return nullptr;
   });
+  side_by_side::must(all, "a command was not found");
+  return time / FINDS;
 }
-BENCHMARK(find_in_order);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main() {
+  const NameMap map = map_make();
+  side_by_side::samples table, hash, walk;
+  for (int round = 0; round < ROUNDS; ++round) {
+    table.push_back(find_time(dpp_cmd_find));
+    hash.push_back(find_time([&map](const char* name) { return map.find(name)->second; }));
+    walk.push_back(find_time(find_in_order));
+  }
+  side_by_side::row("driver command by name", "ns", table, "hash map, filled at start", hash, 1.0);
+  side_by_side::row("driver command by name", "ns", table, "walk in order", walk, side_by_side::NO_LIMIT);
+  return 0;
+}

@@ -36,29 +36,28 @@ double time_one(const std::vector<uint8_t>& data, size_t length, Crc crc) {
 }
 
 template <typename Ours, typename Peer>
-void compare(side_by_side::table& table, const char* name, Ours ours, Peer peer) {
+void compare(const char* name, Ours ours, Peer peer) {
   const std::vector<uint8_t> data = random_bytes(1 << 16);
   for (const size_t length : {size_t{8}, size_t{16}, size_t{33}, size_t{49}, size_t{4096}}) {
     if (ours(data.data(), length) != peer(data.data(), length)) {
       std::printf("%s: different checksums of %zu bytes\n", name, length);
       std::exit(1);
     }
-    std::vector<double> our_times, peer_times;
+    side_by_side::samples our_times, peer_times;
     for (int round = 0; round < ROUNDS; round++) {
       our_times.push_back(time_one(data, length, ours));
       peer_times.push_back(time_one(data, length, peer));
     }
-    table.row(std::string(name) + ", " + std::to_string(length) + " bytes", our_times, peer_times,
-              length < 33 ? "1.0" : "0.5");
+    side_by_side::row(std::string(name) + ", " + std::to_string(length) + " bytes", "ns", our_times,
+                      "boost::crc_optimal", peer_times, length < 33 ? 1.0 : 0.5);
   }
 }
 
 }  // namespace
 
 int main() {
-  side_by_side::table table("ns, boost::crc_optimal");
   compare(
-      table, "CRC-16 0x1021",
+      "CRC-16 0x1021",
       [](const uint8_t* data, size_t length) { return dpp_crc16_table_lookup(data, length, 0x1021) & 0xFFFF; },
       [](const uint8_t* data, size_t length) {
         boost::crc_optimal<16, 0x1021, 0, 0, false, false> crc;
@@ -66,7 +65,7 @@ int main() {
         return uint32_t{crc.checksum()};
       });
   compare(
-      table, "CRC-32 0x04c11db7",
+      "CRC-32 0x04c11db7",
       [](const uint8_t* data, size_t length) { return dpp_crc32_calc(data, length, DPP_CRC32_POLY); },
       [](const uint8_t* data, size_t length) {
         boost::crc_optimal<32, 0x04C11DB7, 0, 0, false, false> crc;

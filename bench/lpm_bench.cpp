@@ -1,9 +1,12 @@
 // Route tables of the size that a card holds: 1,000,000 IPv4 and 200,000 IPv6 prefixes beside a plain path-compressed
-// trie and beside a map for each prefix length.
+// trie, beside a hash table for each prefix length, and for IPv4 beside a table with a slot for each 24-bit head. Every
+// contender allocates as it likes, and its memory is what the heap holds more when the table is full.
+#include <absl/container/flat_hash_map.h>
+#include <malloc.h>
+
 #include <array>
 #include <bit>
 #include <cstring>
-#include <map>
 #include <memory>
 #include <random>
 #include <set>
@@ -42,6 +45,7 @@ struct workload {
   uint32_t key_bytes;
   std::vector<route> routes;     // in the order of insertion
   std::vector<key128> random;    // addresses from anywhere
+  std::vector<key128> inside;    // addresses inside the allocated blocks
   std::vector<key128> matching;  // addresses under a route
 };
 
@@ -68,7 +72,7 @@ workload make_ipv4(size_t num) {
     blocks.push_back((1 + rng() % 223) << 56 | (rng() & 0xFF) << 48);
   }
   std::set<route> seen;
-  workload load{4, {}, {}, {}};
+  workload load{4, {}, {}, {}, {}};
   while (load.routes.size() < num) {
     const uint32_t len = pick_len(rng, {{24, 600},
                                         {23, 100},
@@ -90,6 +94,7 @@ workload make_ipv4(size_t num) {
   }
   for (size_t i = 0; i < num; i++) {
     load.random.push_back({rng() & 0xFFFFFFFF00000000ull, 0});
+    load.inside.push_back({blocks[rng() % blocks.size()] | (rng() & 0xFFFF00000000ull), 0});
     load.matching.push_back({load.routes[rng() % num].key.high | (rng() & 0xFF00000000ull), 0});
   }
   return load;
@@ -104,7 +109,7 @@ workload make_ipv6(size_t num) {
     blocks.push_back(stems[rng() % std::size(stems)] << 48 | (rng() & 0xFFFF) << 32);
   }
   std::set<route> seen;
-  workload load{16, {}, {}, {}};
+  workload load{16, {}, {}, {}, {}};
   while (load.routes.size() < num) {
     const uint32_t len = pick_len(
         rng, {{48, 470}, {32, 130}, {44, 120}, {40, 120}, {36, 60}, {46, 30}, {47, 30}, {29, 20}, {33, 10}, {64, 10}});
@@ -114,7 +119,8 @@ workload make_ipv6(size_t num) {
     }
   }
   for (size_t i = 0; i < num; i++) {
-    load.random.push_back({blocks[rng() % blocks.size()] | (rng() & 0xFFFFFFFF), rng()});
+    load.random.push_back({(rng() & 0x1FFFFFFFFFFFFFFF) | 0x2000000000000000, rng()});
+    load.inside.push_back({blocks[rng() % blocks.size()] | (rng() & 0xFFFFFFFF), rng()});
     load.matching.push_back({load.routes[rng() % num].key.high | (rng() & 0xFFFF), rng()});
   }
   return load;
@@ -208,19 +214,28 @@ class plain_trie {
   node* root_ = nullptr;
 };
 
-class map_per_length {
+struct key_hash {
+  size_t operator()(const key128& key) const {
+    uint64_t mixed = (key.high ^ key.low * 0x9E3779B97F4A7C15) * 0xBF58476D1CE4E5B9;
+    mixed ^= mixed >> 32;
+    return mixed * 0x94D049BB133111EB;
+  }
+};
+
+/// The lengths that occur are asked from the longest down.
+class hash_per_length {
  public:
   void insert(const route& route, uint32_t result) {
-    maps_[route.len][route.key] = result;
+    hashes_[route.len][route.key] = result;
   }
   void remove(const route& route) {
-    maps_[route.len].erase(route.key);
+    hashes_[route.len].erase(route.key);
   }
   uint32_t longest(const key128& address, uint32_t) const {
     for (uint32_t len = 129; len-- > 0;) {
-      if (!maps_[len].empty()) {
-        const auto found = maps_[len].find(masked(address, len));
-        if (found != maps_[len].end()) {
+      if (!hashes_[len].empty()) {
+        const auto found = hashes_[len].find(masked(address, len));
+        if (found != hashes_[len].end()) {
           return found->second;
         }
       }
@@ -229,16 +244,38 @@ class map_per_length {
   }
 
  private:
-  std::array<std::map<key128, uint32_t>, 129> maps_;
+  std::array<absl::flat_hash_map<key128, uint32_t, key_hash>, 129> hashes_;
 };
 
-class our_trie {
+/// The fastest that a search can be: all heads of 24 bits. It cannot take a route back, and holds none beyond /24.
+class direct_table {
  public:
-  explicit our_trie(uint32_t key_bytes) {
+  void insert(const route& route, uint32_t result) {
+    const size_t first = route.key.high >> 40;
+    for (size_t i = 0; i < size_t{1} << (24 - route.len); i++) {
+      if (lengths_[first + i] <= route.len) {
+        lengths_[first + i] = static_cast<uint8_t>(route.len);
+        results_[first + i] = result;
+      }
+    }
+  }
+  void remove(const route&) {}
+  uint32_t longest(const key128& address, uint32_t) const {
+    return results_[address.high >> 40];
+  }
+
+ private:
+  std::vector<uint32_t> results_ = std::vector<uint32_t>(size_t{1} << 24);
+  std::vector<uint8_t> lengths_ = std::vector<uint8_t>(size_t{1} << 24);
+};
+
+class our_table {
+ public:
+  explicit our_table(uint32_t key_bytes) {
     const chw_lpm_callbacks none = {};
     chw_lpm_init(&lpm_, key_bytes, 0, 20, &none, 0, 0);
   }
-  ~our_trie() {
+  ~our_table() {
     chw_lpm_destroy(&lpm_);
   }
   void insert(const route& route, uint32_t result) {
@@ -269,70 +306,106 @@ class our_trie {
   chw_lpm lpm_;
 };
 
-struct samples {
-  std::vector<double> insert, random, matching, remove;
+struct figures {
+  side_by_side::samples insert, random, inside, matching, remove, bytes;
   uint64_t sum = 0;  // of all answers, to be equal for all contenders
 };
 
-template <typename Trie>
-void measure(Trie& trie, const workload& load, samples* into) {
+double heap_bytes() {
+  const struct mallinfo2 heap = mallinfo2();
+  return static_cast<double>(heap.uordblks + heap.hblkhd);
+}
+
+/// One life of a table.
+template <typename Table>
+void measure(Table* table, const workload& load, double heap_before, figures* into) {
   const double num = static_cast<double>(load.routes.size());
   const uint32_t bits = load.key_bytes * 8;
   uint64_t sum = 0;
   into->insert.push_back(side_by_side::time_of([&] {
                            for (uint32_t i = 0; i < load.routes.size(); i++) {
-                             trie.insert(load.routes[i], i + 1);
+                             table->insert(load.routes[i], i + 1);
                            }
                          }) /
                          num);
+  into->bytes.push_back((heap_bytes() - heap_before) / num);
   const auto search = [&](const std::vector<key128>& addresses) {
     return side_by_side::time_of([&] {
              for (const key128& address : addresses) {
-               sum += trie.longest(address, bits);
+               sum += table->longest(address, bits);
              }
            }) /
            num;
   };
   into->random.push_back(search(load.random));
+  into->inside.push_back(search(load.inside));
   into->matching.push_back(search(load.matching));
   into->remove.push_back(side_by_side::time_of([&] {
                            for (const route& route : load.routes) {
-                             trie.remove(route);
+                             table->remove(route);
                            }
                          }) /
                          num);
   into->sum = sum;
 }
 
-void compare(const char* name, const workload& load, int rounds) {
-  samples ours, plain, maps;
+template <typename Table, typename... Arguments>
+void round_of(const workload& load, figures* into, Arguments... arguments) {
+  const double before = heap_bytes();
+  const auto table = std::make_unique<Table>(arguments...);
+  measure(table.get(), load, before, into);
+}
+
+void compare(const std::string& name, const workload& load, int rounds, double match_limit) {
+  figures ours, trie, hashes, direct;
+  const bool ipv4 = load.key_bytes == 4;
   for (int round = 0; round < rounds; round++) {
-    auto our = std::make_unique<our_trie>(load.key_bytes);
-    measure(*our, load, &ours);
-    auto peer = std::make_unique<plain_trie>();
-    measure(*peer, load, &plain);
-    auto map = std::make_unique<map_per_length>();
-    measure(*map, load, &maps);
+    round_of<our_table>(load, &ours, load.key_bytes);
+    round_of<plain_trie>(load, &trie);
+    round_of<hash_per_length>(load, &hashes);
+    if (ipv4) {
+      round_of<direct_table>(load, &direct);
+    }
   }
-  if (ours.sum != plain.sum || ours.sum != maps.sum) {
-    std::printf("%s: the contenders disagree\n", name);
-    std::exit(1);
+  side_by_side::must(ours.sum == trie.sum && ours.sum == hashes.sum && (!ipv4 || ours.sum == direct.sum),
+                     "the contenders disagree");
+  const auto row = [&](const char* what, auto member, const char* unit, double trie_limit, double hash_limit) {
+    side_by_side::row(name + what, unit, ours.*member, "path-compressed trie", trie.*member, trie_limit);
+    side_by_side::row(name + what, unit, ours.*member, "hash per length", hashes.*member, hash_limit);
+  };
+  row(", match, any address", &figures::random, "ns", match_limit, 1.0);
+  row(", match, inside blocks", &figures::inside, "ns", 1.0, 1.0);
+  row(", match, under a route", &figures::matching, "ns", 1.0, 1.0);
+  row(", insert", &figures::insert, "ns", 1.0, side_by_side::NO_LIMIT);
+  row(", delete", &figures::remove, "ns", 1.0, side_by_side::NO_LIMIT);
+  row(", memory", &figures::bytes, "bytes", 1.0, side_by_side::NO_LIMIT);
+  if (ipv4) {
+    side_by_side::row(name + ", match, under a route", "ns", ours.matching, "direct table, 24 bits", direct.matching,
+                      4.0);
   }
-  std::printf("%s, %zu prefixes\n", name, load.routes.size());
-  side_by_side::table table("ns per operation");
-  table.row("insert / trie", ours.insert, plain.insert, "2.0");
-  table.row("longest match, random address / trie", ours.random, plain.random, "1.0");
-  table.row("longest match, random address / maps", ours.random, maps.random, "0.3");
-  table.row("longest match, matching address / trie", ours.matching, plain.matching, "1.0");
-  table.row("longest match, matching address / maps", ours.matching, maps.matching, "0.3");
-  table.row("delete / trie", ours.remove, plain.remove, "-");
+}
+
+void growth(const char* name, workload (*make)(size_t)) {
+  for (const size_t num : {1000u, 10000u, 100000u, 1000000u}) {
+    const workload load = make(num);
+    figures ours;
+    round_of<our_table>(load, &ours, load.key_bytes);
+    const auto size = static_cast<double>(num);
+    side_by_side::point((std::string(name) + " routes, match").c_str(), size, ours.matching[0], "ns");
+    side_by_side::point((std::string(name) + " routes, insert").c_str(), size, ours.insert[0], "ns");
+    side_by_side::point((std::string(name) + " routes, delete").c_str(), size, ours.remove[0], "ns");
+  }
 }
 
 }  // namespace
 
-int main() {
-  std::printf("node: %zu bytes\n", sizeof(lpm_trie_node));
-  compare("IPv4", make_ipv4(1000000), 3);
-  compare("IPv6", make_ipv6(200000), 5);
+int main(int argc, char** argv) {
+  if (side_by_side::growth_asked(argc, argv)) {
+    growth("IPv4", make_ipv4);
+    growth("IPv6", make_ipv6);
+    return 0;
+  }
+  compare("1 M IPv4 routes", make_ipv4(1000000), 3, 1.0);
+  compare("200 k IPv6 routes", make_ipv6(200000), 5, 1.0);
   return 0;
 }

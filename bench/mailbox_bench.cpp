@@ -28,18 +28,18 @@ void card_run(uint32_t* slot, const std::atomic<bool>* done) {
   }
 }
 
-void measure(side_by_side::table& table, const kx_mmio_region& area, uint16_t length, const char* work) {
+void measure(const kx_mmio_region& area, uint16_t length, const char* work) {
   std::vector<uint8_t> payload(length, 0x5A);
   std::vector<uint8_t> reply(length);
   const bar_msg_send_para send = {area, payload.data(), length, 0, 1, 39, 0, 0};
   const bar_msg_recv_para recv = {reply.data(), length};
-  std::vector<double> ours;
-  std::vector<double> floor;
+  side_by_side::samples ours;
+  side_by_side::samples floor;
   for (int i = 0; i < ROUNDS; ++i) {
-    floor.push_back(side_by_side::time_of([] { usleep(100); }) / 1000);
-    ours.push_back(side_by_side::time_of([&] { bar_chan_sync_exchange(&send, &recv); }) / 1000);
+    floor.push_back(side_by_side::wall_time_of([] { usleep(100); }) / 1000);
+    ours.push_back(side_by_side::wall_time_of([&] { bar_chan_sync_exchange(&send, &recv); }) / 1000);
   }
-  table.row(work, std::move(ours), std::move(floor), "1.05");
+  side_by_side::row(work, "us", ours, "pause of 100 us", floor, 1.05);
 }
 
 }  // namespace
@@ -53,9 +53,8 @@ int main() {
   std::atomic<bool> done = false;
   std::thread card(card_run, static_cast<uint32_t*>(memory), &done);
   const kx_mmio_region area = {static_cast<volatile uint8_t*>(memory), BAR_MSG_AREA_SIZE};
-  side_by_side::table table("microseconds");
-  measure(table, area, 8, "exchange of 8 bytes / pause of 100 us");
-  measure(table, area, 2036, "exchange of 2036 bytes / pause of 100 us");
+  measure(area, 8, "mailbox exchange, 8 bytes");
+  measure(area, 2036, "mailbox exchange, 2036 bytes");
   done = true;
   card.join();
   return 0;

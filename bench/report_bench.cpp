@@ -31,11 +31,11 @@ int measure_inside(const char* command) {
   double milliseconds = 0;
   if (*command != '\0') {
     const std::string line = std::string(KXREPORT " ") + command + " >/dev/null";
-    milliseconds = side_by_side::time_of([&] { good = system(line.c_str()) == 0; }) / 1e6;
+    milliseconds = side_by_side::wall_time_of([&] { good = system(line.c_str()) == 0; }) / 1e6;
   } else {
     kxtools_sbdf function = 0;
     good = kxtools_dev_name2bdf("0000:3b:00.0", &function) == 0 && kxtools_dev_bind(function) == 0;
-    milliseconds = side_by_side::time_of([&] {
+    milliseconds = side_by_side::wall_time_of([&] {
                      for (int i = 0; i < WORDS && good; ++i) {
                        uint32_t value = 0;
                        good = read_val_from_kx(ADDRESS, &value) == 0;
@@ -76,10 +76,21 @@ void cards_write(const std::string& path, int cards) {
   std::ofstream out(path);
   out << R"({"functions": {"0000:3b:00.1": {"present": false}, "0000:3b:01.0": {"present": false})";
   for (int i = 1; i < cards; ++i) {
-    out << ", \"0000:" << 60 + i << ":00.0\": {\"kind\": \"physical\", \"interface\": \"eth" << 10 + i
-        << "\", \"driver\": \"corvane10e\"}";
+    out << ", \"0000:" << std::hex << 0x60 + i << std::dec << ":00.0\": {\"kind\": \"physical\", \"interface\": \"eth"
+        << 10 + i << "\", \"driver\": \"corvane10e\"}";
   }
   out << "}}";
+}
+
+void growth(const std::string& self, const std::string& folder) {
+  const std::string card = folder + "/cards.json";
+  for (const int cards : {1, 4, 16, 64}) {
+    cards_write(card, cards);
+    side_by_side::point("kxreport list, cards", cards, measure(self, "--card " + card, "list"), "ms");
+    side_by_side::point("kxreport registers of all, cards", cards, measure(self, "--card " + card, "registers --all"),
+                        "ms");
+  }
+  remove(card.c_str());
 }
 
 }  // namespace
@@ -93,6 +104,11 @@ int main(int argc, char** argv) {
   if (readlink("/proc/self/exe", self, sizeof self - 1) < 0 || mkdtemp(folder) == nullptr) {
     return 1;
   }
+  if (side_by_side::growth_asked(argc, argv)) {
+    growth(self, folder);
+    remove(folder);
+    return 0;
+  }
   const std::string one = std::string(folder) + "/one.json";
   const std::string eight = std::string(folder) + "/eight.json";
   cards_write(one, 1);
@@ -100,7 +116,7 @@ int main(int argc, char** argv) {
   constexpr const char* METRICS = "summary eth0 --format openmetrics";
   const int register_words = words_of(self, folder, "registers eth0");
   const int metric_words = words_of(self, folder, METRICS);
-  std::vector<double> list_one, list_eight, registers, registers_floor, metrics, metrics_floor;
+  side_by_side::samples list_one, list_eight, registers, registers_floor, metrics, metrics_floor;
   for (int round = 0; round < ROUNDS; ++round) {
     list_one.push_back(measure(self, "--card " + one, "list"));
     list_eight.push_back(measure(self, "--card " + eight, "list"));
@@ -110,10 +126,10 @@ int main(int argc, char** argv) {
     metrics.push_back(measure(self, "", METRICS));
     metrics_floor.push_back(word * metric_words);
   }
-  side_by_side::table table("milliseconds");
-  table.row("list of 8 cards beside one", list_eight, list_one, "1.2");
-  table.row("registers beside their words", registers, registers_floor, "1.1");
-  table.row("metrics beside their words", metrics, metrics_floor, "5 ms more");
+  side_by_side::row("kxreport list of 8 cards", "ms", list_eight, "list of one card", list_one, side_by_side::NO_LIMIT);
+  side_by_side::row("kxreport registers", "ms", registers, "its words of card memory", registers_floor, 1.1);
+  side_by_side::row("kxreport summary, metrics", "ms", metrics, "its words of card memory", metrics_floor,
+                    side_by_side::NO_LIMIT);
   remove(one.c_str());
   remove(eight.c_str());
   remove(folder);

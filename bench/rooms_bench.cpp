@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr int ROUNDS = 7;
+constexpr int ROUNDS = 5;
 constexpr int WORDS = 50;
 constexpr int EXCHANGES = 500;
 constexpr uint64_t ADDRESS = 0x6208000000;
@@ -32,7 +32,7 @@ constexpr uint32_t COMPAT_QUERY = 6;
 struct Place {
   const char* room;
   const char* trap;
-  std::vector<double> word, exchange, start;  // microseconds
+  side_by_side::samples word, exchange, start;  // microseconds
 };
 
 /// A compatibility query, as the driver's ioctl takes it.
@@ -62,7 +62,7 @@ int measure_inside() {
     return 1;
   }
   bool good = true;
-  const double words = side_by_side::time_of([&] {
+  const double words = side_by_side::wall_time_of([&] {
     for (int i = 0; i < WORDS; ++i) {
       uint32_t value = 0;
       good = good && read_val_from_kx(ADDRESS, &value) == 0;
@@ -70,7 +70,7 @@ int measure_inside() {
   });
   Exchange exchange;
   const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-  const double exchanges = side_by_side::time_of([&] {
+  const double exchanges = side_by_side::wall_time_of([&] {
     for (int i = 0; i < EXCHANGES; ++i) {
       good = good && ioctl(fd, DRIVER_REQUEST, exchange.request.data()) == 0;
     }
@@ -83,7 +83,7 @@ int measure_inside() {
 bool measure(Place& place, const std::string& self) {
   const std::string card = std::string(KXVCARD " --room ") + place.room + " --trap " + place.trap + " -- ";
   int status = 0;
-  place.start.push_back(side_by_side::time_of([&] { status = system((card + "true").c_str()); }) / 1000);
+  place.start.push_back(side_by_side::wall_time_of([&] { status = system((card + "true").c_str()); }) / 1000);
   FILE* stream = popen((card + self + " --inside").c_str(), "re");
   double word = 0;
   double exchange = 0;
@@ -113,11 +113,12 @@ int main(int argc, char** argv) {
       }
     }
   }
-  side_by_side::table table("microseconds");
   for (const Place& place : places) {
-    const std::string name = std::string(place.room) + " " + place.trap;
-    table.row(name + ": card-memory word", place.word, places[0].word, "-");
-    table.row(name + ": driver exchange", place.exchange, places[0].exchange, "-");
-    table.row(name + ": start and end", place.start, places[0].start, "-");
+    const std::string name = std::string("room ") + place.room + ", trap " + place.trap;
+    const char* const first = "room mount, trap notify";
+    side_by_side::row(name + ": word of card memory", "us", place.word, first, places[0].word, side_by_side::NO_LIMIT);
+    side_by_side::row(name + ": driver exchange", "us", place.exchange, first, places[0].exchange,
+                      side_by_side::NO_LIMIT);
+    side_by_side::row(name + ": start and end", "us", place.start, first, places[0].start, side_by_side::NO_LIMIT);
   }
 }

@@ -1,58 +1,71 @@
-// Start-up: a whole process from fork to exit, beside a tool of the same kind. Asking for the version touches no
-// device.
-#include <benchmark/benchmark.h>
+// Start-up: the processor time of a whole process from fork to exit, beside a tool of the same kind and beside a
+// program that does nothing. Asking for the version touches no device.
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <string>
+#include "side_by_side.h"
 
 namespace {
 
-// Runs the program once with its output thrown away. False when it cannot be started or fails.
-bool run_once(const char* path, const char* option, const posix_spawn_file_actions_t& actions) {
-  std::string words[] = {path, option};
-  char* argv[] = {words[0].data(), words[1].data(), nullptr};
-  pid_t pid = 0;
-  int status = 0;
-  return posix_spawnp(&pid, path, &actions, nullptr, argv, environ) == 0 && waitpid(pid, &status, 0) == pid &&
-         status == 0;
-}
+using side_by_side::samples;
 
-void measure(benchmark::State& state, const std::string& path, const char* option) {
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  for (auto _ : state) {
-    if (!run_once(path.c_str(), option, actions)) {
-      state.SkipWithError((path + " is not there or failed").c_str());
-      break;
-    }
+constexpr int ROUNDS = 41;
+constexpr int STARTS = 10;  // a round
+
+class OutputThrownAway {
+ public:
+  OutputThrownAway() {
+    posix_spawn_file_actions_init(&actions_);
+    posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   }
-  posix_spawn_file_actions_destroy(&actions);
-}
+  ~OutputThrownAway() {
+    posix_spawn_file_actions_destroy(&actions_);
+  }
+  OutputThrownAway(const OutputThrownAway&) = delete;
+  OutputThrownAway& operator=(const OutputThrownAway&) = delete;
 
-void start_kxtool(benchmark::State& state) {
-  measure(state, KX_TOOL_PATH, "-v");
-}
-BENCHMARK(start_kxtool)->UseRealTime()->Unit(benchmark::kMicrosecond);
+  /// Microseconds of processor time that the program and its children took.
+  double run(const char* path, const char* option) const {
+    std::string words[] = {path, option};
+    char* argv[] = {words[0].data(), words[1].data(), nullptr};
+    pid_t pid = 0;
+    int status = 0;
+    struct rusage used = {};
+    side_by_side::must(posix_spawnp(&pid, path, &actions_, nullptr, argv, environ) == 0 &&
+                           wait4(pid, &status, 0, &used) == pid && status == 0,
+                       path);
+    return static_cast<double>(used.ru_utime.tv_sec + used.ru_stime.tv_sec) * 1e6 +
+           static_cast<double>(used.ru_utime.tv_usec + used.ru_stime.tv_usec);
+  }
 
-void start_kxreport(benchmark::State& state) {
-  measure(state, KX_REPORT_PATH, "-v");
-}
-BENCHMARK(start_kxreport)->UseRealTime()->Unit(benchmark::kMicrosecond);
+ private:
+  posix_spawn_file_actions_t actions_;
+};
 
-void start_ethtool(benchmark::State& state) {
-  measure(state, "ethtool", "--version");
+double start_time(const OutputThrownAway& spawn, const char* path, const char* option) {
+  double time = 0;
+  for (int i = 0; i < STARTS; ++i) {
+    time += spawn.run(path, option);
+  }
+  return time / STARTS;
 }
-BENCHMARK(start_ethtool)->UseRealTime()->Unit(benchmark::kMicrosecond);
-
-void start_nothing(benchmark::State& state) {
-  measure(state, "true", "");
-}
-BENCHMARK(start_nothing)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main() {
+  const OutputThrownAway spawn;
+  samples tool, report, ethtool, nothing;
+  for (int round = 0; round < ROUNDS; ++round) {
+    tool.push_back(start_time(spawn, KX_TOOL_PATH, "-v"));
+    ethtool.push_back(start_time(spawn, "ethtool", "--version"));
+    report.push_back(start_time(spawn, KX_REPORT_PATH, "-v"));
+    nothing.push_back(start_time(spawn, "true", ""));
+  }
+  side_by_side::row("kxtool -v", "us", tool, "ethtool --version", ethtool, 0.85);
+  side_by_side::row("kxtool -v", "us", tool, "true", nothing, side_by_side::NO_LIMIT);
+  side_by_side::row("kxreport -v", "us", report, "ethtool --version", ethtool, side_by_side::NO_LIMIT);
+  return 0;
+}

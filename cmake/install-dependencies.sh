@@ -14,7 +14,7 @@ while :; do
   case ${1:-} in
     --tests)
       libraries+=(libgtest-dev libgmock-dev)
-      packages+=(libbenchmark-dev libboost-dev ethtool man-db zsh python3-jsonschema) ;;
+      packages+=(libabsl-dev libboost-dev ethtool man-db zsh python3-jsonschema) ;;
     --arm64) arm64=yes ;;
     -*) echo "install-dependencies: '$1' is no option" >&2; exit 2 ;;
     *) break ;;

@@ -1,6 +1,5 @@
 // A read of one word of card memory beside a bare loop that makes the same system calls and sleeps in the same order.
 // The program starts itself again under the virtual card.
-#include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -14,6 +13,7 @@
 #include "kx_pcie/bind.h"
 #include "kx_pcie/tunnel.h"
 #include "kxtools/bind.h"
+#include "side_by_side.h"
 
 namespace {
 
@@ -73,27 +73,40 @@ uint32_t bare_read() {
   return value;
 }
 
-void tunnel_read(benchmark::State& state) {
+constexpr int ROUNDS = 31;
+constexpr int WORDS = 100;  // a round
+
+double tunnel_time() {
   const uint64_t before = allocations;
-  for (auto _ : state) {
-    uint32_t value = 0;
-    if (read_val_from_kx(ADDRESS, &value) != 0) {
-      state.SkipWithError("no answer");
-      break;
+  bool good = true;
+  const double time = side_by_side::wall_time_of([&] {
+    for (int i = 0; i < WORDS; ++i) {
+      uint32_t value = 0;
+      good = good && read_val_from_kx(ADDRESS, &value) == 0;
     }
-    benchmark::DoNotOptimize(value);
-  }
-  state.counters["allocations"] = static_cast<double>(allocations - before);
+  });
+  side_by_side::must(good, "no answer through the tunnel");
+  side_by_side::must(allocations == before, "a read of card memory allocates");
+  return time / WORDS / 1000;
 }
 
-void bare_loop(benchmark::State& state) {
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(bare_read());
-  }
+double bare_time() {
+  return side_by_side::wall_time_of([] {
+           for (int i = 0; i < WORDS; ++i) {
+             side_by_side::keep(bare_read());
+           }
+         }) /
+         WORDS / 1000;
 }
 
-BENCHMARK(tunnel_read)->UseRealTime()->Unit(benchmark::kMicrosecond);
-BENCHMARK(bare_loop)->UseRealTime()->Unit(benchmark::kMicrosecond);
+void compare() {
+  side_by_side::samples tunnel, bare;
+  for (int round = 0; round < ROUNDS; ++round) {
+    tunnel.push_back(tunnel_time());
+    bare.push_back(bare_time());
+  }
+  side_by_side::row("word of card memory", "us", tunnel, "the same calls and sleeps, bare", bare, 1.1);
+}
 
 }  // namespace
 
@@ -109,15 +122,14 @@ void operator delete(void* memory, size_t) noexcept {
   free(memory);
 }
 
-int main(int argc, char** argv) {
+int main() {
   if (getenv(ON_CARD) == nullptr) {
     setenv(ON_CARD, "1", 1);
     char self[4096] = {};
     if (readlink("/proc/self/exe", self, sizeof self - 1) < 0) {
       return 1;
     }
-    execl(KXVCARD, KXVCARD, "--", self, "--benchmark_repetitions=7", "--benchmark_enable_random_interleaving=true",
-          argc > 1 ? argv[1] : nullptr, nullptr);
+    execl(KXVCARD, KXVCARD, "--", self, nullptr);
     perror(KXVCARD);
     return 1;
   }
@@ -128,7 +140,6 @@ int main(int argc, char** argv) {
     fprintf(stderr, "the virtual card does not answer\n");
     return 1;
   }
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
+  compare();
   return 0;
 }

@@ -1,13 +1,12 @@
 // Writing and reading all fields of a register beside a hand-written shift in a 64-bit window.
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstring>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "peers.h"
+#include "containers.h"
 #include "qlix_comm/bits.h"
 
 namespace {
@@ -73,66 +72,56 @@ struct Shift {
   }
 };
 
+constexpr int ROUNDS = 31;
+
 template <class Subject>
-void write_fields(benchmark::State& state, std::uint32_t bits) {
-  const std::vector<Field> fields = fields_make(bits);
+double write_time(const std::vector<Field>& fields, std::uint32_t bits) {
   alignas(8) std::array<std::uint8_t, 512> buffer{};
-  const std::size_t passes = 20000 / fields.size();  // the clock costs as much as hundreds of fields
-  double elapsed = 0;
-  std::size_t operations = 0;
-  for ([[maybe_unused]] auto round : state) {
-    elapsed += nanoseconds([&] {
-      for (std::size_t pass = 0; pass < passes; ++pass) {
-        for (const Field field : fields) {
-          Subject::write(buffer.data(), bits, field, static_cast<std::uint32_t>(pass));
-        }
-        benchmark::ClobberMemory();
+  const std::size_t passes = 200000 / fields.size();
+  const double elapsed = side_by_side::time_of([&] {
+    for (std::size_t pass = 0; pass < passes; ++pass) {
+      for (const Field field : fields) {
+        Subject::write(buffer.data(), bits, field, static_cast<std::uint32_t>(pass));
       }
-    });
-    operations += passes * fields.size();
-  }
-  state.counters["op"] = elapsed / static_cast<double>(operations);
+      side_by_side::keep(buffer[0]);
+    }
+  });
+  return elapsed / static_cast<double>(passes * fields.size());
 }
 
 template <class Subject>
-void read_fields(benchmark::State& state, std::uint32_t bits) {
-  const std::vector<Field> fields = fields_make(bits);
+double read_time(const std::vector<Field>& fields, std::uint32_t bits) {
   alignas(8) std::array<std::uint8_t, 512> buffer{};
-  const std::size_t passes = 20000 / fields.size();  // the clock costs as much as hundreds of fields
-  double elapsed = 0;
-  std::size_t operations = 0;
+  const std::size_t passes = 200000 / fields.size();
   std::uint32_t sum = 0;
-  for ([[maybe_unused]] auto round : state) {
-    elapsed += nanoseconds([&] {
-      for (std::size_t pass = 0; pass < passes; ++pass) {
-        for (const Field field : fields) {
-          sum += Subject::read(buffer.data(), bits, field);
-        }
-        benchmark::ClobberMemory();
+  const double elapsed = side_by_side::time_of([&] {
+    for (std::size_t pass = 0; pass < passes; ++pass) {
+      for (const Field field : fields) {
+        sum += Subject::read(buffer.data(), bits, field);
       }
-    });
-    operations += passes * fields.size();
-  }
-  benchmark::DoNotOptimize(sum);
-  state.counters["op"] = elapsed / static_cast<double>(operations);
-}
-
-using Work = void (*)(benchmark::State& state, std::uint32_t bits);
-
-void subject_register(const char* name, const char* kind, Work work) {
-  for (const std::uint32_t bytes : {4, 8, 16, 64, 512}) {
-    const std::string full = std::string("bits/") + name + "/" + kind + "/" + std::to_string(bytes);
-    benchmark::RegisterBenchmark(full.c_str(), [bytes, work](benchmark::State& state) { work(state, bytes * 8); })
-        ->Iterations(50)
-        ->Repetitions(9);
-  }
+      side_by_side::keep(sum);
+    }
+  });
+  return elapsed / static_cast<double>(passes * fields.size());
 }
 
 }  // namespace
 
-void bits_benchmarks_register() {
-  subject_register("write_bits", "write", write_fields<Library>);
-  subject_register("shift_write", "write", write_fields<Shift>);
-  subject_register("read_bits", "read", read_fields<Library>);
-  subject_register("shift_read", "read", read_fields<Shift>);
+void bits_bench() {
+  for (const std::uint32_t bytes : {4u, 8u, 16u, 64u, 512u}) {
+    const std::vector<Field> fields = fields_make(bytes * 8);
+    side_by_side::samples our_writes;
+    side_by_side::samples shift_writes;
+    side_by_side::samples our_reads;
+    side_by_side::samples shift_reads;
+    for (int round = 0; round < ROUNDS; ++round) {
+      our_writes.push_back(write_time<Library>(fields, bytes * 8));
+      shift_writes.push_back(write_time<Shift>(fields, bytes * 8));
+      our_reads.push_back(read_time<Library>(fields, bytes * 8));
+      shift_reads.push_back(read_time<Shift>(fields, bytes * 8));
+    }
+    const std::string what = "bit fields, " + std::to_string(bytes) + " bytes: ";
+    side_by_side::row(what + "write", "ns", our_writes, "64-bit shift by hand", shift_writes, 1.3);
+    side_by_side::row(what + "read", "ns", our_reads, "64-bit shift by hand", shift_reads, 1.3);
+  }
 }

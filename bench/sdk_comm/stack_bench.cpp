@@ -1,19 +1,22 @@
-// The index stack in steady state beside a vector used as a free list.
-#include <algorithm>
+// The index stack in steady state beside a vector used as a free list, which checks nothing, and beside a chain of
+// four-byte entries that knows which slots are out, which is the like for like.
+#include <memory>
 #include <random>
-#include <vector>
 
-#include "peers.h"
+#include "containers.h"
 #include "qlix_comm/liststack.h"
 
 namespace {
 
+using side_by_side::samples;
+
 constexpr std::uint32_t SLOTS = 4096;
+constexpr int ROUNDS = 31;
 
 class ListStack {
  public:
-  ListStack() {
-    qlix_comm_liststack_creat(SLOTS, &stack_);
+  explicit ListStack(std::uint32_t slots) {
+    qlix_comm_liststack_creat(slots, &stack_);
   }
   ~ListStack() {
     qlix_comm_liststack_destroy(stack_);
@@ -35,8 +38,8 @@ class ListStack {
 
 class VectorFreeList {
  public:
-  VectorFreeList() {
-    for (std::uint32_t slot = SLOTS; slot-- > 0;) {
+  explicit VectorFreeList(std::uint32_t slots) {
+    for (std::uint32_t slot = slots; slot-- > 0;) {
       free_.push_back(slot);
     }
   }
@@ -53,49 +56,104 @@ class VectorFreeList {
   std::vector<std::uint32_t> free_;
 };
 
-// Half of the slots are out; each step gives one of them back and takes one.
-template <class Stack>
-void steady(benchmark::State& state, std::size_t burst) {
-  Stack stack;
-  std::vector<std::uint32_t> out;
-  for (std::uint32_t i = 0; i < SLOTS / 2; ++i) {
-    out.push_back(stack.alloc());
+/// An empty chain, a slot out of range and one that is free already are noticed.
+class CheckedChain {
+ public:
+  explicit CheckedChain(std::uint32_t slots) : next_(std::make_unique<std::uint32_t[]>(slots)), slots_(slots) {
+    for (std::uint32_t slot = 0; slot < slots; ++slot) {
+      next_[slot] = slot + 1 < slots ? slot + 1 : END;
+    }
   }
-  std::mt19937 random(SEED);
-  std::shuffle(out.begin(), out.end(), random);
-  double elapsed = 0;
-  std::size_t operations = 0;
-  for ([[maybe_unused]] auto round : state) {
-    elapsed += nanoseconds([&] {
-      for (std::size_t at = 0; at + burst <= out.size(); at += burst) {
-        for (std::size_t i = 0; i < burst; ++i) {
+  std::uint32_t alloc() {
+    const std::uint32_t slot = head_;
+    if (slot == END) {
+      return END;
+    }
+    head_ = next_[slot];
+    next_[slot] = OUT;
+    ++used_;
+    return slot;
+  }
+  void free(std::uint32_t slot) {
+    if (slot >= slots_ || next_[slot] != OUT) {
+      return;
+    }
+    next_[slot] = head_;
+    head_ = slot;
+    --used_;
+  }
+
+ private:
+  static constexpr std::uint32_t END = 0xFFFFFFFF;
+  static constexpr std::uint32_t OUT = 0xFFFFFFFE;
+  std::unique_ptr<std::uint32_t[]> next_;
+  std::uint32_t slots_;
+  std::uint32_t head_ = 0;
+  std::uint32_t used_ = 0;
+};
+
+/// Gives back `BURST` slots and takes as many. The number is known where the loop is made, as in code that uses a
+/// stack.
+template <std::size_t BURST, class Stack>
+double step_time(Stack& stack, std::vector<std::uint32_t>& out, std::size_t passes) {
+  const double elapsed = side_by_side::time_of([&] {
+    for (std::size_t pass = 0; pass < passes; ++pass) {
+      for (std::size_t at = 0; at + BURST <= out.size(); at += BURST) {
+        for (std::size_t i = 0; i < BURST; ++i) {
           stack.free(out[at + i]);
         }
-        for (std::size_t i = 0; i < burst; ++i) {
+        for (std::size_t i = 0; i < BURST; ++i) {
           out[at + i] = stack.alloc();
         }
       }
-    });
-    operations += out.size() / burst * burst * 2;
-  }
-  benchmark::DoNotOptimize(out.data());
-  state.counters["op"] = elapsed / static_cast<double>(operations);
+    }
+  });
+  side_by_side::keep(out[0]);
+  return elapsed / static_cast<double>(passes * (out.size() / BURST) * BURST * 2);
 }
 
+/// A stack of which half of the slots are out, in shuffled order.
 template <class Stack>
-void subject_register(const std::string& name, std::size_t burst) {
-  benchmark::RegisterBenchmark(("stack/" + name + "/half_full").c_str(),
-                               [burst](benchmark::State& state) { steady<Stack>(state, burst); })
-      ->Iterations(1000)
-      ->Repetitions(9);
+struct HalfFull {
+  Stack stack;
+  std::vector<std::uint32_t> out;
+
+  explicit HalfFull(std::uint32_t slots) : stack(slots) {
+    for (std::uint32_t i = 0; i < slots / 2; ++i) {
+      out.push_back(stack.alloc());
+    }
+    std::shuffle(out.begin(), out.end(), std::mt19937(SEED));
+  }
+};
+
+template <std::size_t BURST>
+void compare(const std::string& what, double chain_limit) {
+  HalfFull<ListStack> ours(SLOTS);
+  HalfFull<VectorFreeList> vector(SLOTS);
+  HalfFull<CheckedChain> chain(SLOTS);
+  samples our_times;
+  samples vector_times;
+  samples chain_times;
+  constexpr std::size_t PASSES = 200;
+  for (int round = 0; round < ROUNDS; ++round) {
+    our_times.push_back(step_time<BURST>(ours.stack, ours.out, PASSES));
+    vector_times.push_back(step_time<BURST>(vector.stack, vector.out, PASSES));
+    chain_times.push_back(step_time<BURST>(chain.stack, chain.out, PASSES));
+  }
+  side_by_side::row(what, "ns", our_times, "checked chain of 4-byte entries", chain_times, chain_limit);
+  side_by_side::row(what, "ns", our_times, "vector free list, unchecked", vector_times, side_by_side::NO_LIMIT);
 }
 
 }  // namespace
 
-void stack_benchmarks_register() {
-  subject_register<ListStack>("liststack", 1);
-  subject_register<VectorFreeList>("vector_free_list", 1);
-  // Runs of 16 show what the free chain costs: it is followed through memory, as its record has it.
-  subject_register<ListStack>("liststack_16", 16);
-  subject_register<VectorFreeList>("vector_free_list_16", 16);
+void stack_bench() {
+  compare<1>("index stack, one by one", 1.1);
+  compare<16>("index stack, runs of 16", 1.1);
+}
+
+void stack_growth() {
+  for (const std::uint32_t slots : {1000u, 10000u, 100000u, 1000000u}) {
+    HalfFull<ListStack> ours(slots);
+    side_by_side::point("index stack", slots, step_time<16>(ours.stack, ours.out, 4000000 / slots), "ns");
+  }
 }
