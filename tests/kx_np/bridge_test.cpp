@@ -27,13 +27,10 @@ run_result run(const char* name, std::vector<std::string> words, int32_t (*handl
   for (std::string& word : words) {
     argp.push_back(word.data());
   }
-  kxtools_cmd_context ctx = {};
-  ctx.cmd = &entry;
-  ctx.argc = static_cast<uint32_t>(argp.size());
-  ctx.argp = argp.data();
-  testing::internal::CaptureStdout();
+  kxtools_cmd_context ctx = {.argc = static_cast<uint32_t>(argp.size()), .argp = argp.data(), .cmd = &entry};
+  caught_output out;
   const int32_t status = handler(&ctx);
-  return {status, without_line_numbers(testing::internal::GetCapturedStdout())};
+  return {status, without_line_numbers(out.take())};
 }
 
 run_result exec(const char* name, const std::vector<std::string>& words) {
@@ -73,7 +70,7 @@ TEST_F(Bridge, RefusesWhatItCannotCall) {
   EXPECT_EQ(exec("dpp_reg_filter_level_set", {"0"}).status, -1);
   EXPECT_EQ(exec("dpp_reg_filter_level_set", {}).out, "kxtools_err: [kxnp_dpp_cmd_exec][#] command not found\n");
   kxtools_cmd_context ctx = {};
-  testing::internal::CaptureStdout();
+  caught_output out;
   EXPECT_EQ(kxnp_dpp_cmd_exec(nullptr), -1);
   EXPECT_EQ(kxnp_dpp_cmd_exec(&ctx), -1);
   const kxtools_cmd_entry entry = {.name = "dpp_debug_wr"};
@@ -81,7 +78,7 @@ TEST_F(Bridge, RefusesWhatItCannotCall) {
   ctx.argc = 1;
   EXPECT_EQ(kxnp_dpp_cmd_exec(&ctx), -1);
   EXPECT_EQ(kxnp_mcode_drop_stat(nullptr), -1);
-  EXPECT_EQ(without_line_numbers(testing::internal::GetCapturedStdout()),
+  EXPECT_EQ(without_line_numbers(out.take()),
             "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx is NULL\n"
             "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx is NULL\n"
             "kxtools_err: [kxnp_dpp_cmd_exec][#] ctx->arg_info.argp is NULL\n"
@@ -119,10 +116,9 @@ TEST_F(Bridge, DropStatisticsTakeThreeWords) {
 }
 
 TEST_F(Bridge, CallbacksRefuseANullBuffer) {
-  testing::internal::CaptureStdout();
+  const caught_output refusals;
   EXPECT_EQ(dpp_dev_pcie_vpd_read(0, 0, 1, nullptr), 0x1201u);
   EXPECT_EQ(dpp_dev_pcie_vpd_write(0, 0, 1, nullptr), 0x1201u);
-  testing::internal::GetCapturedStdout();
 }
 
 // Last: it replaces the memory-backed device. Every listed command but one is one of the driver's.

@@ -6,7 +6,7 @@
 #include <random>
 #include <vector>
 
-#include "qlix_comm/print.h"
+#include "../quiet.h"
 
 namespace {
 
@@ -24,7 +24,9 @@ void bit_set(Bytes& bytes, std::uint32_t bit, bool value) {
   byte = static_cast<std::uint8_t>((byte & ~(1u << (bit % 8))) | (value ? 1u : 0u) << (bit % 8));
 }
 
-TEST(Bits, WritesAndReadsAnyFieldAsBitByBit) {
+using Bits = Quiet;
+
+TEST_F(Bits, WritesAndReadsAnyFieldAsBitByBit) {
   Random random(3);
   for (int round = 0; round < 20000; ++round) {
     const std::uint32_t size = round % 4 == 0 ? 1 + random() % 512 : 1 + random() % 20;
@@ -49,14 +51,13 @@ TEST(Bits, WritesAndReadsAnyFieldAsBitByBit) {
   }
 }
 
-TEST(Bits, RefusesWhatIsNoFieldAndTouchesNothing) {
+TEST_F(Bits, RefusesWhatIsNoFieldAndTouchesNothing) {
   struct Case {
     std::uint32_t total_bits, msb, length;
   };
   constexpr Case CASES[] = {{64, 31, 0}, {64, 40, 33}, {64, 64, 1},  {64, 0xFFFFFFFF, 1},
                             {64, 3, 5},  {0, 0, 1},    {61, 5, 2},   {61, 60, 4},
                             {24, 24, 8}, {24, 5, 7},   {64, 63, 64}, {64, 0xFFFFFFFF, 32}};
-  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
   for (const Case& c : CASES) {
     Bytes bytes(8, 0x5A);
     std::uint32_t read = 77;
@@ -70,7 +71,6 @@ TEST(Bits, RefusesWhatIsNoFieldAndTouchesNothing) {
   EXPECT_EQ(qlix_comm_write_bits_ex(nullptr, 64, 1, 3, 2), 0x1201u);
   EXPECT_EQ(qlix_comm_read_bits_ex(nullptr, 64, &read, 3, 2), 0x1201u);
   EXPECT_EQ(qlix_comm_read_bits_ex(Bytes(8).data(), 64, nullptr, 3, 2), 0x1201u);
-  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // Index fill against a table whose entries its moves shift: after every step each run must hold the entries of its key.
 #include "qlix_comm/indexfill.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,12 +9,11 @@
 #include <map>
 #include <random>
 #include <set>
-#include <string>
 #include <vector>
 
 #include "../memory_fault.h"
 #include "../printed.h"
-#include "qlix_comm/print.h"
+#include "../quiet.h"
 
 namespace {
 
@@ -137,15 +135,7 @@ struct Table {
 
 using Runs = std::vector<Table::Run>;
 
-class IndexFillTest : public testing::Test {
- protected:
-  void SetUp() override {
-    qlix_comm_set_print_level(QLIX_TRACE_PRINT);
-  }
-  void TearDown() override {
-    qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
-  }
-};
+using IndexFillTest = Quiet;
 
 TEST_F(IndexFillTest, KeepsEveryEntryInItsRunUnderRandomSequences) {
   for (const std::uint32_t total : {1u, 2u, 7u, 40u}) {

@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "../line_numbers.h"
 #include "../memory_fault.h"
@@ -144,33 +143,26 @@ TEST_F(PrintTest, ChecksNameThePlaceAndReturnTheirCode) {
   const Case cases[] = {
       {[] { return check_index(3, 0, 3); }, 0, ""},
       {[] { return check_index(2, 2, 2); }, 0, ""},
-      {[] { return check_index(4, 0, 3); }, 0x1205,
-       "\n print_test.cpp:#[Error:VALUE[0x4] INVALID] [min=0x0,max=0x3] ! FUNCTION :check_index !\n"},
-      {[] { return check_index(1, 2, 3); }, 0x1205,
-       "\n print_test.cpp:#[Error:VALUE[0x1] INVALID] [min=0x2,max=0x3] ! FUNCTION :check_index !\n"},
-      {[] { return check_index(5, 5, 4); }, 0x1206,
-       "\n print_test.cpp:#[Error:VALUE[0x5] INVALID] [min=0x5,max=0x4] ! FUNCTION :check_index !\n"},
+      {[] { return check_index(4, 0, 3); }, 0x1205, "[0x4] INVALID] [min=0x0,max=0x3] ! FUNCTION :check_index"},
+      {[] { return check_index(1, 2, 3); }, 0x1205, "[0x1] INVALID] [min=0x2,max=0x3] ! FUNCTION :check_index"},
+      {[] { return check_index(5, 5, 4); }, 0x1206, "[0x5] INVALID] [min=0x5,max=0x4] ! FUNCTION :check_index"},
       {[] { return check_ends(7, 7, 7); }, 0, ""},
-      {[] { return check_ends(8, 7, 7); }, 0x1205,
-       "\n print_test.cpp:#[Error:VALUE[0x8] INVALID] [max=0x7] ! FUNCTION :check_ends !\n"},
-      {[] { return check_ends(6, 7, 7); }, 0x1205,
-       "\n print_test.cpp:#[Error:VALUE[0x6] INVALID] [min=0x7] ! FUNCTION :check_ends !\n"},
+      {[] { return check_ends(8, 7, 7); }, 0x1205, "[0x8] INVALID] [max=0x7] ! FUNCTION :check_ends"},
+      {[] { return check_ends(6, 7, 7); }, 0x1205, "[0x6] INVALID] [min=0x7] ! FUNCTION :check_ends"},
       {[] { return check_pair(0xFFFFFFFE, 1); }, 0, ""},
       {[] { return check_pair(0xFFFFFFFF, 1); }, 0x1205,
-       "\n print_test.cpp:#[Error:VALUE[val0=0xffffffff] INVALID] [val1=0x1] ! FUNCTION :check_pair !\n"},
+       "[val0=0xffffffff] INVALID] [val1=0x1] ! FUNCTION :check_pair"},
       {[] { return check_pair(0x10000, 0x10000); }, 0x1205,
-       "\n print_test.cpp:#[Error:VALUE[val0=0x10000] INVALID] [val1=0x10000] ! FUNCTION :check_pair !\n"},
-      {[] { return check_pair(1, 2); }, 0x1205,
-       "\n print_test.cpp:#[Error:VALUE[val0=0x1] INVALID] [val1=0x2] ! FUNCTION :check_pair !\n"},
+       "[val0=0x10000] INVALID] [val1=0x10000] ! FUNCTION :check_pair"},
+      {[] { return check_pair(1, 2); }, 0x1205, "[val0=0x1] INVALID] [val1=0x2] ! FUNCTION :check_pair"},
       {[] { return check_rc(0); }, 0, ""},
-      {[] { return check_rc(0x1804); }, 0x1804,
-       "\n QLIX  print_test.cpp:# [ErrorCode:0x1804] !-- check_rc Call some_callee Fail!\n"},
   };
   for (const Case& c : cases) {
-    std::uint32_t code = 0;
-    EXPECT_EQ(without_line_numbers(printed([&] { code = c.check(); })), c.line);
-    EXPECT_EQ(code, c.code) << c.line;
+    const std::string line = c.code == 0 ? "" : std::string("\n print_test.cpp:#[Error:VALUE") + c.line + " !\n";
+    EXPECT_EQ(without_line_numbers(printed([&] { EXPECT_EQ(c.check(), c.code) << c.line; })), line);
   }
+  EXPECT_EQ(without_line_numbers(printed([] { EXPECT_EQ(check_rc(0x1804), 0x1804u); })),
+            "\n QLIX  print_test.cpp:# [ErrorCode:0x1804] !-- check_rc Call some_callee Fail!\n");
 }
 
 TEST_F(PrintTest, MemoryCountsWhatMallocServedAndRefusesMoreThanHalfAGigabyte) {
@@ -247,25 +239,17 @@ TEST_F(PrintTest, MutexKnowsItsOwner) {
 }
 
 TEST_F(PrintTest, LocksRefuseNull) {
-  struct Case {
-    const char* name;
-    std::uint32_t (*use)();
-  };
-  const Case cases[] = {
-      {"mutex_create", [] { return qlix_comm_mutex_create(nullptr); }},
-      {"mutex_destroy", [] { return qlix_comm_mutex_destroy(nullptr); }},
-      {"mutex_lock", [] { return qlix_comm_mutex_lock(nullptr); }},
-      {"mutex_unlock", [] { return qlix_comm_mutex_unlock(nullptr); }},
-      {"spin_lock_create", [] { return qlix_comm_spin_lock_create(nullptr); }},
-      {"spin_lock_destroy", [] { return qlix_comm_spin_lock_destroy(nullptr); }},
-      {"spin_lock_lock", [] { return qlix_comm_spin_lock_lock(nullptr); }},
-      {"spin_lock_unlock", [] { return qlix_comm_spin_lock_unlock(nullptr); }},
-  };
-  for (const Case& c : cases) {
-    std::uint32_t code = 0;
-    EXPECT_EQ(without_line_numbers(printed([&] { code = c.use(); })),
-              std::string("\n QLIX mutex.cpp:#[Error:POINT NULL] ! FUNCTION : qlix_comm_") + c.name + "!\n");
-    EXPECT_EQ(code, 0x1201u) << c.name;
+  constexpr std::uint32_t (*OF_MUTEX[])(qlix_comm_mutex*) = {qlix_comm_mutex_create, qlix_comm_mutex_destroy,
+                                                             qlix_comm_mutex_lock, qlix_comm_mutex_unlock};
+  constexpr std::uint32_t (*OF_SPIN_LOCK[])(qlix_comm_spin_lock*) = {
+      qlix_comm_spin_lock_create, qlix_comm_spin_lock_destroy, qlix_comm_spin_lock_lock, qlix_comm_spin_lock_unlock};
+  const std::string steps[] = {"create", "destroy", "lock", "unlock"};
+  for (int i = 0; i < 4; ++i) {
+    const std::string line = "\n QLIX mutex.cpp:#[Error:POINT NULL] ! FUNCTION : qlix_comm_";
+    EXPECT_EQ(without_line_numbers(printed([&] { EXPECT_EQ(OF_MUTEX[i](nullptr), 0x1201u); })),
+              line + "mutex_" + steps[i] + "!\n");
+    EXPECT_EQ(without_line_numbers(printed([&] { EXPECT_EQ(OF_SPIN_LOCK[i](nullptr), 0x1201u); })),
+              line + "spin_lock_" + steps[i] + "!\n");
   }
 }
 

@@ -3,11 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <string>
 
 #include "../memory_fault.h"
 #include "../printed.h"
-#include "qlix_comm/print.h"
+#include "../quiet.h"
 #include "tree_model.h"
 
 namespace {
@@ -17,18 +16,12 @@ std::uint32_t number_key(std::uint32_t number) {
 }
 
 template <class Traits>
-class TreeCodeTest : public testing::Test {
- protected:
-  void TearDown() override {
-    qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
-  }
-};
+class TreeCodeTest : public Quiet {};
 using Trees = testing::Types<AvlTraits, RbTraits>;
 TYPED_TEST_SUITE(TreeCodeTest, Trees);
 
 TYPED_TEST(TreeCodeTest, StaticTreeAllocatesAtInitOnlyAndIsAbsentWhenThatFails) {
   MemoryFault memory;
-  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
   const typename TypeParam::Tree cleared{};
   typename TypeParam::Tree tree{};
   for (std::size_t failing = 0;; ++failing) {
@@ -58,6 +51,7 @@ TYPED_TEST(TreeCodeTest, StaticTreeAllocatesAtInitOnlyAndIsAbsentWhenThatFails) 
 
 TYPED_TEST(TreeCodeTest, RefusesAKeyPoolBeyond32Bits) {
   const MemoryFault memory;
+  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
   typename TypeParam::Tree tree{};
   EXPECT_THAT(
       printed([&] { EXPECT_EQ(TypeParam::init(&tree, 0x10000, 0x10000, nullptr), 0x1205u); }),
@@ -66,7 +60,6 @@ TYPED_TEST(TreeCodeTest, RefusesAKeyPoolBeyond32Bits) {
 }
 
 TYPED_TEST(TreeCodeTest, RefusesNullArguments) {
-  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
   typename TypeParam::Tree tree{};
   ASSERT_EQ(TypeParam::init(&tree, 2, 4, nullptr), 0u);
   std::uint32_t key = 0;
@@ -89,7 +82,10 @@ TYPED_TEST(TreeCodeTest, RefusesNullArguments) {
   EXPECT_EQ(TypeParam::destroy(&tree), 0u);
 }
 
-TEST(AvlCodes, InitAndPrint) {
+using AvlCodes = Quiet;
+
+TEST_F(AvlCodes, InitAndPrint) {
+  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
   qlix_comm_avl tree{};
   EXPECT_EQ(printed([&] { EXPECT_EQ(qlix_comm_avl_init(&tree, 4, 0, nullptr), 0x1902u); }),
             "\nErrorCode:[0x1902]qlix_comm_avl_init key_length is 0 err!");
@@ -111,8 +107,7 @@ TEST(AvlCodes, InitAndPrint) {
   EXPECT_EQ(qlix_comm_avl_destroy(&tree), 0u);
 }
 
-TEST(AvlCodes, ASlotWhoseKeyLiesOutsideThePoolIsReturned) {
-  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
+TEST_F(AvlCodes, ASlotWhoseKeyLiesOutsideThePoolIsReturned) {
   qlix_comm_avl tree{};
   ASSERT_EQ(qlix_comm_avl_init(&tree, 2, 4, nullptr), 0u);
   std::uint32_t out = 0;
@@ -125,10 +120,12 @@ TEST(AvlCodes, ASlotWhoseKeyLiesOutsideThePoolIsReturned) {
   tree.max_node = 2;
   EXPECT_EQ(qlix_comm_avl_insert(&tree, &key, &out), 0u);
   EXPECT_EQ(qlix_comm_avl_destroy(&tree), 0u);
-  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
 }
 
-TEST(RbCodes, Init) {
+using RbCodes = Quiet;
+
+TEST_F(RbCodes, Init) {
+  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
   qlix_comm_rb tree{};
   ASSERT_EQ(qlix_comm_rb_init(&tree, 4, 4, nullptr), 0u);
   EXPECT_EQ(printed([&] { EXPECT_EQ(qlix_comm_rb_init(&tree, 9, 9, nullptr), 0u); }),
@@ -138,8 +135,7 @@ TEST(RbCodes, Init) {
               testing::HasSubstr("INVALID"));
 }
 
-TEST(RbCodes, GivenSlotInsert) {
-  qlix_comm_set_print_level(QLIX_TRACE_PRINT);
+TEST_F(RbCodes, GivenSlotInsert) {
   qlix_comm_rb tree{};
   ASSERT_EQ(qlix_comm_rb_init(&tree, 4, 4, nullptr), 0u);
   struct Case {
@@ -167,7 +163,7 @@ TEST(RbCodes, GivenSlotInsert) {
             "qlix_comm_rb_insert_spec_index: dynamic mode is not support ! Error");
 }
 
-TEST(RbCodes, TracesFollowTheLevel) {
+TEST_F(RbCodes, TracesFollowTheLevel) {
   qlix_comm_rb tree{};
   ASSERT_EQ(qlix_comm_rb_init(&tree, 2, 4, nullptr), 0u);
   std::uint32_t key = 1;

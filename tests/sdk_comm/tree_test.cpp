@@ -1,7 +1,7 @@
 // The trees against a plain model under long random sequences, and which neighbour replaces a removed node.
 #include <random>
 
-#include "qlix_comm/print.h"
+#include "../quiet.h"
 #include "tree_model.h"
 
 namespace {
@@ -62,15 +62,7 @@ void sequence_run(const Sequence& sequence, std::uint32_t seed) {
 }
 
 template <class Traits>
-class TreeTest : public testing::Test {
- protected:
-  void SetUp() override {
-    qlix_comm_set_print_level(QLIX_TRACE_PRINT);
-  }
-  void TearDown() override {
-    qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
-  }
-};
+class TreeTest : public Quiet {};
 using Trees = testing::Types<AvlTraits, RbTraits>;
 TYPED_TEST_SUITE(TreeTest, Trees);
 

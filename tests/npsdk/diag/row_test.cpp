@@ -6,7 +6,6 @@
 
 #include "command.h"
 #include "on_memory.h"
-#include "qlix_comm/print.h"
 
 namespace {
 
@@ -64,32 +63,12 @@ TEST_F(Row, AddsUpTotals) {
   EXPECT_THAT(command("diag_dpp_drop", {0}).out, HasSubstr("pbu drop           : 34359738368\n"));
 }
 
-TEST_F(Row, ChecksRangesInOrderBeforeTouchingTheDevice) {
-  const struct {
-    const char* name;
-    std::initializer_list<uint32_t> values;
-    const char* line;
-  } cases[] = {
-      {"diag_dpp_pktrx_port_en_prt",
-       {16, 0},
-       "\n pktrx.rows:#[Error:VALUE[0x10] INVALID] [min=0x0,max=0xf] ! FUNCTION "
-       ":diag_dpp_pktrx_port_en_prt !\n"},
-      {"diag_dpp_pktrx_port_en_prt",
-       {0, 128},
-       "\n pktrx.rows:#[Error:VALUE[0x80] INVALID] [min=0x0,max=0x7f] ! "
-       "FUNCTION :diag_dpp_pktrx_port_en_prt !\n"},
-      {"diag_dpp_nppu_cap_start",
-       {0, 0xFFFFFFFF},
-       "\n nppu.rows:#[Error:VALUE[0xffffffff] INVALID] "
-       "[min=0x0,max=0x1] ! FUNCTION :diag_dpp_nppu_cap_start !\n"},
-  };
-  for (const auto& c : cases) {
-    const run_result result = command(c.name, c.values);
-    EXPECT_EQ(result.code, 0x1205u);
-    EXPECT_EQ(result.out, c.line);
-  }
+TEST_F(Row, ChecksRangesBeforeTouchingTheDevice) {
+  const run_result result = command("diag_dpp_pktrx_port_en_prt", {0, 128});
+  EXPECT_EQ(result.code, 0x1205u);
+  EXPECT_EQ(result.out,
+            "\n pktrx.rows:#[Error:VALUE[0x80] INVALID] [min=0x0,max=0x7f] ! FUNCTION :diag_dpp_pktrx_port_en_prt !\n");
   EXPECT_EQ(memory().reads, 0u);
-  EXPECT_TRUE(memory().writes.empty());
 }
 
 TEST_F(Row, SetsFieldsAndKeepsTheOthers) {
@@ -116,16 +95,6 @@ TEST_F(Row, FailureEndsTheCommandWithItsTraceAndCode) {
   EXPECT_THAT(result.out,
               EndsWith("\n QLIX  isu.rows:# [ErrorCode:0x1] !-- diag_dpp_isu_stat_cnt_prt Call dpp_reg_read Fail!\n"));
   EXPECT_THAT(result.out, testing::Not(HasSubstr("ppu_out")));
-}
-
-TEST_F(Row, TracesNothingAtLevelZeroAndAboveFour) {
-  memory().fail_code = 1;
-  for (const uint32_t level : {0u, 5u}) {
-    qlix_comm_set_print_level(level);
-    EXPECT_EQ(command("diag_dpp_isu_stat_cnt_prt", {0}).out, "") << level;
-    EXPECT_EQ(command("diag_dpp_pktrx_port_cnt_prt", {0, 200}).out, "") << level;
-  }
-  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
 }
 
 TEST_F(Row, HealthNamesTheBitsAndCountsThem) {

@@ -1,8 +1,6 @@
 // Commands of the driver table, run by name on the virtual card's network processor.
 #pragma once
 
-#include <vector>
-
 #include "../diag/command.h"
 #include "../reg/card_device.h"
 

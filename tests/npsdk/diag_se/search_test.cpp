@@ -1,11 +1,11 @@
 // Keys and addresses that the table managers place are found by the look-ups, which know nothing but the chip.
 #include <gmock/gmock.h>
 
-#include <cstring>
 #include <random>
 
 #include "../../bytes.h"
 #include "../diag_blocks/card_device.h"
+#include "../lpm/lpm_reference.h"
 #include "../se/chip_link.h"
 #include "dpp_memory/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg_types.h"
@@ -14,6 +14,8 @@
 
 namespace {
 
+using lpm_reference::as_route;
+using lpm_reference::random_prefix;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -68,9 +70,8 @@ class HashSearch : public SeSearch {
     dpp_hash_destroy(hash_.get());
   }
   uint32_t insert(const std::vector<uint8_t>& key, uint32_t result) {
-    const uint8_t rst[] = {static_cast<uint8_t>(result >> 24), static_cast<uint8_t>(result >> 16),
-                           static_cast<uint8_t>(result >> 8), static_cast<uint8_t>(result)};
-    const dpp_hash_row row = {key.data(), rst};
+    const uint32_t rst = __builtin_bswap32(result);
+    const dpp_hash_row row = {key.data(), reinterpret_cast<const uint8_t*>(&rst)};
     return dpp_hash_insert(hash_.get(), engine, table, &row);
   }
   std::string search(const std::vector<uint8_t>& key) {
@@ -150,24 +151,13 @@ TEST_F(SeSearch, RoutesOfBothFamilies) {
     ASSERT_EQ(dpp_route_create(&cfg, &writer_, &table), 0u);
     set(v6 ? dpp_regs::se_lpm_v6_ddr_cfg::NUMBER : dpp_regs::se_lpm_v4_ddr_cfg::NUMBER, 0, 5, {1, 0, 0x100});
     std::mt19937 rng(key_bytes);
-    // Few leading bytes, so that prefixes nest.
-    const auto random_address = [&](uint8_t* bytes) {
-      for (uint32_t i = 0; i < key_bytes; ++i) {
-        bytes[i] = static_cast<uint8_t>(i < 2 ? rng() % 3 : rng() % 8 * 37);
-      }
-    };
     for (uint32_t i = 0; i < 150; ++i) {
-      lpm_route route{};
-      random_address(route.key);
-      route.prefix_len = static_cast<uint16_t>(rng() % (8 * key_bytes + 1));
-      route.result = 0x1000 + i;
+      const lpm_route route = as_route(random_prefix(rng, key_bytes, 6), 0x1000 + i);
       ASSERT_EQ(dpp_route_insert(table, &route), 0u);
     }
     uint32_t hits = 0;
     for (uint32_t i = 0; i < 60; ++i) {
-      lpm_route route{};
-      random_address(route.key);
-      route.prefix_len = static_cast<uint16_t>(8 * key_bytes);
+      lpm_route route = as_route(random_prefix(rng, key_bytes, 6, true));
       std::vector<uint32_t> words = {0, v6 ? 1u : 0u};
       for (uint32_t word = 0; word < key_bytes / 4; ++word) {
         words.push_back(word_at(route.key + 4 * word));

@@ -33,37 +33,17 @@ std::vector<uint8_t> counting(size_t size) {
   return data;
 }
 
-TEST(DtbTable, TheChipFindsEveryFieldOfEveryType) {
+// Forms of which the commands and the table managers use every field are tested with them.
+TEST(DtbTable, TheChipFindsEveryFieldOfTheOtherForms) {
   vcard::NpTables tables;
   vcard::NpCommands chip(tables);
   const auto success = vcard::NpStatus::success;
-  const std::vector<uint8_t> wide = counting(64);
-
-  EXPECT_EQ(chip.execute(block_of(0, dpp_dtb_ddr_form{1, 1, 2, 1, 1, 0xABCDE, 1, 0x0ABCDEF0}, wide)), success);
+  EXPECT_EQ(chip.execute(block_of(0, dpp_dtb_ddr_form{1, 1, 2, 1, 1, 0xABCDE, 1, 0x0ABCDEF0}, counting(64))), success);
   EXPECT_EQ(tables.ddr(0xABCDE * 256 + 0x0ABCDEF3)[3], 0x3D3E3F40u);
-  EXPECT_EQ(chip.execute(block_of(0, dpp_dtb_ddr_form{1, 1, 0, 0, 0, 0, 0, 0x3FFFFFFF}, counting(16))), success);
-  EXPECT_EQ(tables.ddr(0x3FFFFFFF)[0], 0x01020304u);
-
   EXPECT_EQ(chip.execute(block_of(1, dpp_dtb_eram_1_form{1, 0, 2, 1, 0, 0, 128 * 3 + 9, 1})), success);
   EXPECT_EQ(tables.eram(3)[0], 0x00400000u);
   EXPECT_EQ(chip.execute(block_of(1, dpp_dtb_eram_1_form{1, 0, 2, 1, 0, 0, 128 * 3 + 9, 0})), success);
   EXPECT_EQ(tables.eram(3)[0], 0u);
-  EXPECT_EQ(chip.execute(block_of(2, dpp_dtb_eram_64_form{1, 0, 1, 1, 0, 0, 0x3FFFF, 0x01020304, 0x05060708})),
-            success);
-  EXPECT_EQ(tables.eram(0x1FFFF)[2], 0x01020304u);
-  EXPECT_EQ(tables.eram(0x1FFFF)[3], 0x05060708u);
-  EXPECT_EQ(chip.execute(block_of(3, dpp_dtb_eram_128_form{1, 0, 0, 1, 0, 0, 5}, counting(16))), success);
-  EXPECT_EQ(tables.eram(5)[3], 0x0D0E0F10u);
-
-  EXPECT_EQ(chip.execute(block_of(4, dpp_dtb_zcam_form{1, 2, 1, 3, 6, 2, 0x5, 511}, wide)), success);
-  const vcard::ZcamLine& item = tables.zcam(3u << 14 | 6u << 11 | 2u << 9 | 511u);
-  EXPECT_EQ(item[0], 0u);  // quarters 1 and 3 only
-  EXPECT_EQ(item[4], 0x11121314u);
-  EXPECT_EQ(item[8], 0u);
-  EXPECT_EQ(item[15], 0x3D3E3F40u);
-  EXPECT_EQ(chip.execute(block_of(4, dpp_dtb_zcam_form{1, 2, 0, 1, 0, 0, 0x8, 0x10}, wide)), success);
-  EXPECT_EQ(tables.zblock_register(1u << 14 | 0x10u)[3], 0x0D0E0F10u);
-
   const dpp_dtb_etcam_form etcam = {1, 3, 7, 0, 0, 1, 0, 0xFF, 0, 0x81, 1, 0x1FF, 0xA5};
   EXPECT_EQ(chip.execute(block_of(5, etcam, counting(80))), success);
   EXPECT_EQ(tables.etcam(7, 0x1FF).mask[79], 80);
@@ -92,9 +72,7 @@ TEST(DtbTable, TheChipRefusesWhatItCannotExecute) {
   vcard::NpTables tables;
   vcard::NpCommands chip(tables);
   for (const auto& row : rows) {
-    const uint64_t before = chip.counters().errors.contains(row.status) ? chip.counters().errors.at(row.status) : 0;
     EXPECT_EQ(chip.execute(row.block), row.status);
-    EXPECT_EQ(chip.counters().errors.at(row.status), before + 1);
   }
 }
 

@@ -5,13 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "../../printed.h"
@@ -88,7 +87,6 @@ class fake_chip {
   /// What a doorbell does; the default executes at once.
   std::function<void(const doorbell&)> on_doorbell = [this](const doorbell& bell) { execute(bell); };
   std::map<uint32_t, uint32_t> registers;  // what reads answer, and what was last written
-  std::vector<std::pair<uint32_t, uint32_t>> writes;
   std::vector<doorbell> bells;
 
  private:
@@ -104,24 +102,18 @@ class fake_chip {
     return 0;
   }
   uint32_t written(uint32_t addr, uint32_t value) {
-    doorbell bell{};
-    bool rung = false;
+    std::optional<doorbell> bell;
     {
       const std::lock_guard guard(lock_);
       registers[addr] = value;
-      writes.emplace_back(addr, value);
       if (addr >= 0x2000000 && addr < 0x2001000 && addr % 0x20 == 8) {
-        bell.queue = (addr - 0x2000000) / 0x20;
-        bell.bus = (uint64_t{registers[addr - 8]} << 32 | registers[addr - 4]) << 4;
-        bell.length = value & 0x3FF;
-        bell.int_en = (value >> 29 & 1) != 0;
-        bell.dump = (value >> 30 & 1) != 0;
-        bells.push_back(bell);
-        rung = true;
+        const uint64_t bus = (uint64_t{registers[addr - 8]} << 32 | registers[addr - 4]) << 4;
+        bell = {(addr - 0x2000000) / 0x20, bus, value & 0x3FF, (value >> 29 & 1) != 0, (value >> 30 & 1) != 0};
+        bells.push_back(*bell);
       }
     }
-    if (rung) {
-      on_doorbell(bell);
+    if (bell.has_value()) {
+      on_doorbell(*bell);
     }
     return 0;
   }

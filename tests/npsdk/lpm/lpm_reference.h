@@ -34,6 +34,14 @@ inline prefix random_prefix(std::mt19937& rng, uint32_t key_bytes, uint32_t spar
   return one;
 }
 
+inline lpm_route as_route(const prefix& one, uint32_t result = 0) {
+  lpm_route route{};
+  std::memcpy(route.key, one.key.data(), sizeof(route.key));
+  route.prefix_len = static_cast<uint16_t>(one.len);
+  route.result = result;
+  return route;
+}
+
 inline bool bit(const uint8_t* key, uint32_t index) {
   return (key[index / 8] >> (7 - index % 8) & 1) != 0;
 }

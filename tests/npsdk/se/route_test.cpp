@@ -11,27 +11,19 @@
 
 #include "../../memory_fault.h"
 #include "../../printed.h"
+#include "../../quiet.h"
 #include "../../random_steps.h"
 #include "../lpm/lpm_reference.h"
 #include "chip_link.h"
 #include "qlix_comm/memory.h"
-#include "qlix_comm/print.h"
 #include "vcard/np_search.h"
 
 namespace {
 
+using lpm_reference::as_route;
 using lpm_reference::prefix;
 
-/// Thousands of refusals are wanted here; their lines are not.
-class Route : public testing::Test {
- protected:
-  void SetUp() override {
-    qlix_comm_set_print_en(0);
-  }
-  void TearDown() override {
-    qlix_comm_set_print_en(1);
-  }
-};
+using Route = Quiet;
 
 using table_owner = std::unique_ptr<dpp_route_table, decltype(&dpp_route_destroy)>;
 
@@ -40,14 +32,6 @@ table_owner make(chip_link& link, const dpp_route_cfg& cfg) {
   const dpp_se_writer writer = link.writer();
   EXPECT_EQ(dpp_route_create(&cfg, &writer, &table), 0u);
   return {table, dpp_route_destroy};
-}
-
-lpm_route as_route(const prefix& one, uint32_t result = 0) {
-  lpm_route route{};
-  std::memcpy(route.key, one.key.data(), sizeof(route.key));
-  route.prefix_len = static_cast<uint16_t>(one.len);
-  route.result = result;
-  return route;
 }
 
 prefix random_prefix(std::mt19937& rng, uint32_t key_bytes, bool full) {
@@ -204,7 +188,7 @@ TEST_F(Route, RandomLifeUnderAJumpingLevel) {
 
 // The chip refuses the n-th write of an operation and some after it; it may have carried them out all the same.
 TEST_F(Route, AFailureAtEveryWriteIsUndone) {
-  qlix_comm_set_print_en(1);
+  qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
   const caught_output out;
   int failures = 0;
   for (const bool carried_out : {false, true}) {
