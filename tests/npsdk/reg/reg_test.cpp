@@ -219,6 +219,51 @@ TEST_F(Window, GivesUpOnASilentWindowAndLeavesTheMutexFree) {
   EXPECT_TRUE(guard.locked());
 }
 
+// Writes random fields by type and by number and expects the same accesses and lines, and reads the same both ways.
+template <typename Register>
+void expect_same_by_type_and_number(uint32_t m, uint32_t n) {
+  SCOPED_TRACE(dpp_reg_name_get(Register::NUMBER));
+  dpp_reg_values<Register> values;
+  EXPECT_EQ(dpp_reg_rand_val_get(Register::NUMBER, values), 0u);
+  values.back() = ~values.back();  // bits beyond the field too
+  memory().writes.clear();
+  const uint32_t by_type = dpp_reg_write(0, m, n, std::bit_cast<Register>(values));
+  const auto typed_writes = std::exchange(memory().writes, {});
+  EXPECT_EQ(dpp_reg_write(0, Register::NUMBER, m, n, values), by_type);
+  EXPECT_EQ(typed_writes, memory().writes);
+  Register fields = {};
+  dpp_reg_values<Register> read{};
+  EXPECT_EQ(dpp_reg_read(0, m, n, &fields), dpp_reg_read(0, Register::NUMBER, m, n, read));
+  EXPECT_EQ(std::bit_cast<dpp_reg_values<Register>>(fields), read);
+}
+
+void expect_types_and_numbers_agree() {
+  expect_same_by_type_and_number<dpp_regs::cfg_queue_dtb_len_0_127>(0, 127);  // an array
+  expect_same_by_type_and_number<dpp_regs::cfg_queue_dtb_len_0_127>(9, 5);    // m is ignored
+  expect_same_by_type_and_number<dpp_regs::cfg_queue_dtb_len_0_127>(0, 128);  // beyond the end
+  expect_same_by_type_and_number<dpp_regs::pbu_cos_th>(127, 7);               // of two dimensions
+  expect_same_by_type_and_number<dpp_regs::pbu_cos_th>(128, 0);
+  expect_same_by_type_and_number<dpp_regs::stat_ppu_eram_baddr>(3, 4);       // one instance
+  expect_same_by_type_and_number<dpp_regs::zblock_service_configure>(1, 2);  // behind a window
+}
+
+TEST_F(Types, DoWhatCallsByNumberDo) {
+  memory().words[np_test::ALG_STATUS] = 1;
+  expect_types_and_numbers_agree();
+  memory().fail_code = 7;
+  expect_same_by_type_and_number<dpp_regs::cfg_queue_dtb_len_0_127>(0, 5);
+  memory().fail_code = 0;
+  dpp_reg_cap_cfg_set(1, dpp_regs::cfg_queue_dtb_len_0_127::NUMBER, dpp_regs::cfg_queue_dtb_len_0_127::NUMBER);
+  out.take();
+  dpp_reg_write(0, 0, 1, dpp_regs::cfg_queue_dtb_len_0_127{0, 0, 4});
+  EXPECT_EQ(out.take(), "dpp_reg_write: addr=0x02000028, data=0x00000004.\n");
+  dpp_reg_cap_cfg_set(0, 0, 0);
+  dpp_dev_agent_status_set(0, 1);
+  memory().words[np_test::ALG_STATUS + 0x2008000 - 0x280000] = 1;
+  expect_types_and_numbers_agree();
+  EXPECT_EQ(dpp_reg_write(16, 0, 0, dpp_regs::cfg_queue_dtb_len_0_127{}), out_of_range);
+}
+
 TEST_F(AgentMode, ConvertsTheWindowsOfFiveModules) {
   dpp_dev_agent_status_set(0, 1);
   const struct {

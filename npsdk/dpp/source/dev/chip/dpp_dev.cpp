@@ -38,19 +38,33 @@ void chip_version_query(dpp_dev_cfg& dev) {
   }
 }
 
-/// The hook of the device's access type; null, with a line, for a device or a type that does not exist.
+// Whether a value that was collected stands for the address.
+[[gnu::cold]] bool soft_int_answer(uint32_t dev_id, uint32_t addr, uint32_t word_count, uint32_t* data) {
+  uint32_t value = 0;
+  uint32_t found = 0;
+  if (dpp_dev_soft_int_search(dev_id, addr, &value, &found) != QLIX_COMM_OK || found == 0) {
+    return false;
+  }
+  QLIX_COMM_TRACE_DEBUG("Search done,Addr = %d, Value = %d!\n", addr, value);
+  std::fill_n(data, word_count, 0u);
+  *data = value;
+  return true;
+}
+
+/// The hook of the access type of a device below DPP_DEV_MAX; null, with a line, for a device or a type that does not
+/// exist.
 template <typename Hook>
 Hook hook_of(uint32_t dev_id, Hook dpp_dev_cfg::*pcie, Hook dpp_dev_cfg::*riscv) {
-  const dpp_dev_cfg* dev = dpp_dev_cfg_get(dev_id);
+  const dpp_dev_cfg* dev = dev_mgr.p_dev_array[dev_id];  // none before the manager runs
+  if (dev != nullptr && dev->access_type <= DPP_DEV_ACCESS_TYPE_RISCV) [[likely]] {
+    return dev->access_type == DPP_DEV_ACCESS_TYPE_PCIE ? dev->*pcie : dev->*riscv;
+  }
   if (dev == nullptr) {
     QLIX_COMM_TRACE_ERROR("Error: Channel[%d] dev is not exist!\n ", dev_id);
-    return nullptr;
-  }
-  if (dev->access_type > DPP_DEV_ACCESS_TYPE_RISCV) {
+  } else {
     QLIX_COMM_TRACE_ERROR("Dev access type[ %d ] is invalid!\n", dev->access_type);
-    return nullptr;
   }
-  return dev->access_type == DPP_DEV_ACCESS_TYPE_PCIE ? dev->*pcie : dev->*riscv;
+  return nullptr;
 }
 
 }  // namespace
@@ -168,16 +182,9 @@ uint32_t dpp_dev_read_channel(uint32_t dev_id, uint32_t addr, uint32_t word_coun
   if (read == nullptr) {
     return DPP_RC_DEV_NOT_EXIST;
   }
-  uint32_t soft_int = 0;
-  if (dpp_dev_soft_int_enable_get(dev_id, &soft_int) == QLIX_COMM_OK && soft_int != 0) {
-    uint32_t value = 0;
-    uint32_t found = 0;
-    if (dpp_dev_soft_int_search(dev_id, addr, &value, &found) == QLIX_COMM_OK && found != 0) {
-      QLIX_COMM_TRACE_DEBUG("Search done,Addr = %d, Value = %d!\n", addr, value);
-      std::fill_n(data, word_count, 0u);
-      *data = value;
-      return QLIX_COMM_OK;
-    }
+  if ((dpp_dev_soft_ints.load(std::memory_order_relaxed) >> dev_id & 1) != 0 &&
+      soft_int_answer(dev_id, addr, word_count, data)) [[unlikely]] {
+    return QLIX_COMM_OK;
   }
   return read(dev_id, addr, word_count, data);
 }

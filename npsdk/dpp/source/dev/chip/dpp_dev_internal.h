@@ -44,5 +44,8 @@ bool dpp_dev_mgr_is_init();
 dpp_dev_object* dpp_dev_object_get(uint32_t dev_id);
 uint32_t dpp_dev_mutexes_create(dpp_dev_mutexes& mutexes);
 
+/// The devices whose soft interrupts are enabled, a bit for each.
+extern std::atomic<uint32_t> dpp_dev_soft_ints;
+
 /// Writes the words that capture is watching to the screen.
 void dpp_pcie_cap_echo(uint32_t addr, uint32_t word_count, const uint32_t* data);

@@ -2,6 +2,8 @@
 
 #include "dpp_dev_internal.h"
 
+constinit std::atomic<uint32_t> dpp_dev_soft_ints{0};
+
 namespace {
 
 struct soft_int_value {
@@ -9,11 +11,11 @@ struct soft_int_value {
   uint32_t value;
 };
 
-// Collected by the interrupt thread, looked at by every reader: the lock guards the values, the switch stands outside
+// Collected by the interrupt thread, looked at by every reader: the lock guards the values, the switches stand outside
 // it so that a device without soft interrupts pays one load a read.
 struct soft_int_table {
   std::mutex lock;
-  std::atomic<uint32_t> enable{0};
+  std::atomic<uint32_t> enable{0};  // as it was set
   uint32_t num = 0;
   soft_int_value values[DPP_DEV_SOFT_INT_MAX] = {};
 };
@@ -33,6 +35,7 @@ soft_int_value* value_find(soft_int_table& table, uint32_t addr) {
 uint32_t dpp_dev_soft_int_enable_set(uint32_t dev_id, uint32_t enable) {
   DPP_DEV_CHECK_ID(dev_id);
   tables[dev_id].enable = enable;
+  enable != 0 ? dpp_dev_soft_ints.fetch_or(1u << dev_id) : dpp_dev_soft_ints.fetch_and(~(1u << dev_id));
   return QLIX_COMM_OK;
 }
 

@@ -2,6 +2,8 @@
 
 #include "dpp_dev_internal.h"
 
+constinit std::atomic<uint32_t> dpp_dev_agents{0};  // a bit for each device
+
 namespace {
 
 constexpr uint32_t VPORT_EP_SHIFT = 12;
@@ -54,7 +56,6 @@ uint32_t value_get(uint32_t dev_id, const std::atomic<T> device_values::*member,
 
 DEV_VALUE(uint32_t, np_bar_offset, dpp_dev_np_bar_offset_set, dpp_dev_np_bar_offset_get)
 DEV_VALUE(uint64_t, agent_addr, dpp_dev_agent_addr_set, dpp_dev_agent_addr_get)
-DEV_VALUE(uint32_t, agent_flag, dpp_dev_agent_status_set, dpp_dev_get_dev_agent_flag)
 DEV_VALUE(uint32_t, vport, dpp_dev_vport_set, dpp_dev_vport_get)
 DEV_VALUE(uint32_t, fw_bar_msg_num, dpp_dev_fw_bar_msg_num_set, dpp_dev_fw_bar_msg_num_get)
 DEV_VALUE(uint32_t, pcie_bdf, dpp_dev_pcie_bdf_set, dpp_dev_pcie_bdf_get)
@@ -63,8 +64,14 @@ DEV_VALUE(uint32_t, init_flag, dpp_dev_init_flag_set, dpp_dev_init_flag_get)
 DEV_VALUE(uint64_t, fw_compat_addr, dpp_dev_fw_compat_addr_set, dpp_dev_fw_compat_addr_get)
 DEV_VALUE(uint64_t, fw_feature_addr, dpp_dev_fw_feature_addr_set, dpp_dev_fw_feature_addr_get)
 
-bool dpp_dev_is_agent_mode(uint32_t dev_id) {
-  return dev_id < DPP_DEV_MAX && values[dev_id].agent_flag.load(std::memory_order_relaxed) != 0;
+uint32_t dpp_dev_agent_status_set(uint32_t dev_id, uint32_t agent_flag) {
+  QLIX_COMM_PASS(value_set(dev_id, &device_values::agent_flag, agent_flag));
+  agent_flag != 0 ? dpp_dev_agents.fetch_or(1u << dev_id) : dpp_dev_agents.fetch_and(~(1u << dev_id));
+  return QLIX_COMM_OK;
+}
+
+uint32_t dpp_dev_get_dev_agent_flag(uint32_t dev_id, uint32_t* agent_flag) {
+  return value_get(dev_id, &device_values::agent_flag, agent_flag);
 }
 
 uint32_t dpp_dev_ep_no_get(uint32_t dev_id, uint32_t* ep_no) {

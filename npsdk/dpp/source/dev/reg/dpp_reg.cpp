@@ -11,7 +11,16 @@
 #include "dpp_reg_table.h"
 #include "qlix_comm/check.h"
 
+constinit std::atomic<uint32_t> dpp_reg_watches{0};
+
 namespace {
+
+constexpr uint32_t WATCH_FILTER = 1;
+constexpr uint32_t WATCH_CAPTURE = 2;
+
+void watch_set(uint32_t watch, bool on) {
+  on ? dpp_reg_watches.fetch_or(watch) : dpp_reg_watches.fetch_and(~watch);
+}
 
 constexpr uint32_t WORD_WIDTH = 4;
 constexpr uint32_t WORDS_MAX = DPP_REG_WIDTH_MAX / WORD_WIDTH;
@@ -346,6 +355,7 @@ uint32_t dpp_reg_cap_cfg_set(uint32_t en, uint32_t reg_start, uint32_t reg_end) 
   capture.en = en;
   capture.reg_start = reg_start;
   capture.reg_end = reg_end;
+  watch_set(WATCH_CAPTURE, en != 0);
   QLIX_COMM_PRINT("REG CAPTURE CFG: en:%d, reg_start:%d[0x%x], reg_end:%d[0x%x],\n", en, reg_start, reg_start, reg_end,
                   reg_end);
   return QLIX_COMM_OK;
@@ -353,6 +363,7 @@ uint32_t dpp_reg_cap_cfg_set(uint32_t en, uint32_t reg_start, uint32_t reg_end) 
 
 uint32_t dpp_reg_filter_en_set(uint32_t en) {
   filter_en = en;
+  watch_set(WATCH_FILTER, en != 0);
   return QLIX_COMM_OK;
 }
 

@@ -62,13 +62,12 @@ inline uint32_t doorbell_ring(uint32_t dev_id, uint32_t queue_id, const dpp_dtb_
   DPP_CARD_GUARD(card, dev_id, nullptr);
   QLIX_COMM_PASS(card.status());
   qlix_comm_order_memory_before_doorbell();
-  QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, dpp_regs::cfg_queue_dtb_addr_h_0_127::NUMBER, 0, queue_id,
-                 info.data_addr_h);
-  QLIX_COMM_CALL(dpp_reg_write32_bymn, dev_id, dpp_regs::cfg_queue_dtb_addr_l_0_127::NUMBER, 0, queue_id,
-                 info.data_addr_l);
-  const uint32_t word =
-      (info.data_len & LEN_MASK) | (info.int_en & 1) << INT_EN_BIT | (info.cmd_type & 1) << CMD_TYPE_BIT;
-  return QLIX_COMM_CALLED(dpp_reg_write32_bymn, dev_id, dpp_regs::cfg_queue_dtb_len_0_127::NUMBER, 0, queue_id, word);
+  QLIX_COMM_CALL(dpp_reg_write, dev_id, 0, queue_id, dpp_regs::cfg_queue_dtb_addr_h_0_127{info.data_addr_h});
+  QLIX_COMM_CALL(dpp_reg_write, dev_id, 0, queue_id, dpp_regs::cfg_queue_dtb_addr_l_0_127{info.data_addr_l});
+  return QLIX_COMM_CALLED(
+      dpp_reg_write, dev_id, 0, queue_id,
+      (dpp_regs::cfg_queue_dtb_len_0_127{
+          .cfg_dtb_cmd_type = info.cmd_type, .cfg_dtb_cmd_int_en = info.int_en, .cfg_queue_dtb_len = info.data_len}));
 }
 
 /// Out of line, so that the record's address does not keep it in memory where nothing is printed.

@@ -15,6 +15,26 @@ std::string numbers(std::initializer_list<uint32_t> values) {
   return out;
 }
 
+/// Whether the type of a register gets what an access needs without the table: its word, and where it lies.
+bool is_plain(const reg& r) {
+  const uint64_t last = r.addr + uint64_t{r.m_size - 1} * r.m_step + uint64_t{r.n_size - 1} * r.n_step;
+  return r.width == 4 && r.access == 0 && last <= UINT32_MAX;
+}
+
+std::string plain_text(const reg& r) {
+  const bool has_n = r.array_type != 0;
+  const bool has_m = (r.array_type & 2) != 0;
+  std::string out = "  static constexpr dpp_reg_plain PLAIN = " +
+                    numbers({r.addr, has_m ? r.m_size : UINT32_MAX, has_n ? r.n_size : UINT32_MAX, has_m ? r.m_step : 0,
+                             has_n ? r.n_step : 0}) +
+                    ";\n  static constexpr dpp_reg_bits BITS[] = {";
+  for (const field& f : r.fields) {
+    out += numbers({f.msb, f.len}) + ",";
+  }
+  out.back() = '}';
+  return out + ";\n";
+}
+
 }  // namespace
 
 std::string table_text(const std::vector<reg>& regs) {
@@ -51,12 +71,13 @@ std::string types_text(const std::vector<reg>& regs) {
   std::string out =
       "// Generated from the description sheets; do not edit.\n"
       "// The described registers as values: one member a field. dpp_reg.h reads and writes them.\n"
-      "#pragma once\n\n#include <cstdint>\n\nnamespace dpp_regs {\n\n";
+      "#pragma once\n\n#include \"dpp_reg/dpp_reg_info.h\"\n\nnamespace dpp_regs {\n\n";
   for (const reg& r : regs) {
     if (r.raw) {
       continue;
     }
     out += "struct " + r.name + " {\n  static constexpr uint32_t NUMBER = " + std::to_string(r.number) + ";\n";
+    out += is_plain(r) ? plain_text(r) : "";
     for (const field& f : r.fields) {
       out += "  uint32_t " + f.name + ";\n";
     }

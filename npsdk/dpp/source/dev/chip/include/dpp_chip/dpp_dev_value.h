@@ -2,7 +2,10 @@
 // 0x1201 for a null pointer. A value that was never set reads 0.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+
+#include "dpp_chip/dpp_dev.h"
 
 /// Byte offset of the network processor's registers in BAR 0.
 uint32_t dpp_dev_np_bar_offset_set(uint32_t dev_id, uint32_t offset);
@@ -15,7 +18,10 @@ uint32_t dpp_dev_agent_addr_get(uint32_t dev_id, uint64_t* addr);
 uint32_t dpp_dev_agent_status_set(uint32_t dev_id, uint32_t agent_flag);
 uint32_t dpp_dev_get_dev_agent_flag(uint32_t dev_id, uint32_t* agent_flag);
 /// The same as an answer, for paths that have checked the device number; false when it is above 15.
-bool dpp_dev_is_agent_mode(uint32_t dev_id);
+inline bool dpp_dev_is_agent_mode(uint32_t dev_id) {
+  extern std::atomic<uint32_t> dpp_dev_agents;
+  return dev_id < DPP_DEV_MAX && (dpp_dev_agents.load(std::memory_order_relaxed) >> dev_id & 1) != 0;
+}
 
 /// The virtual port by which the driver is known to the card: bit 15 zero, bits 14-12 endpoint, bit 11 set for a
 /// virtual function, bits 10-8 physical function, bits 7-0 virtual function.

@@ -12,12 +12,16 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <bit>
 #include <cstdint>
 #include <span>
 
 #include "dpp_chip/dpp_card_guard.h"
+#include "dpp_chip/dpp_dev.h"
+#include "dpp_chip/dpp_dev_value.h"
 #include "dpp_reg/dpp_reg_info.h"
+#include "qlix_comm/check.h"
 
 /// The operation mutex of the window behind which a register lies; null for a register that is reached directly, and
 /// for one that does not exist. A read and the write that follows it hold it with the card (dpp_card_guard.h).
@@ -40,9 +44,62 @@ concept dpp_reg_type = requires {
 template <dpp_reg_type Register>
 using dpp_reg_values = std::array<uint32_t, sizeof(Register) / sizeof(uint32_t)>;
 
+// Most registers are one word that is reached directly. Their types know fields and addresses as constants, so that an
+// access needs neither the table nor a loop, as long as nothing unusual is asked for.
+
+/// A bit for the filter and one for capture, each set while it is on.
+extern std::atomic<uint32_t> dpp_reg_watches;
+
+template <typename Register>
+concept dpp_reg_plain_type = dpp_reg_type<Register> && requires {
+  Register::PLAIN;
+};
+
+/// Whether such an instance exists and is reached without filter, capture or agent mode; whatever else there is to say
+/// is said by the calls by number.
+template <dpp_reg_plain_type Register>
+bool dpp_reg_is_reached_plainly(uint32_t dev_id, uint32_t m, uint32_t n) {
+  return dev_id < DPP_DEV_MAX && m < Register::PLAIN.m_size && n < Register::PLAIN.n_size &&
+         dpp_reg_watches.load(std::memory_order_relaxed) == 0 && !dpp_dev_is_agent_mode(dev_id);
+}
+template <dpp_reg_plain_type Register>
+uint32_t dpp_reg_plain_addr(uint32_t m, uint32_t n) {
+  return Register::PLAIN.addr + m * Register::PLAIN.m_step + n * Register::PLAIN.n_step;
+}
+
+/// The word of all fields, each cut to its length.
+template <dpp_reg_plain_type Register>
+constexpr uint32_t dpp_reg_plain_pack(const Register& fields) {
+  const auto values = std::bit_cast<dpp_reg_values<Register>>(fields);
+  uint32_t word = 0;
+  for (size_t field = 0; field < values.size(); ++field) {
+    const dpp_reg_bits bits = Register::BITS[field];
+    word |= values[field] << (32 - bits.len) >> (31 - bits.msb);
+  }
+  return word;
+}
+template <dpp_reg_plain_type Register>
+constexpr Register dpp_reg_plain_unpack(uint32_t word) {
+  dpp_reg_values<Register> values{};
+  for (size_t field = 0; field < values.size(); ++field) {
+    const dpp_reg_bits bits = Register::BITS[field];
+    values[field] = word << (31 - bits.msb) >> (32 - bits.len);
+  }
+  return std::bit_cast<Register>(values);
+}
+
 /// All fields of one instance; `*fields` is written only on success.
 template <dpp_reg_type Register>
 uint32_t dpp_reg_read(uint32_t dev_id, uint32_t m_offset, uint32_t n_offset, Register* fields) {
+  if constexpr (dpp_reg_plain_type<Register>) {
+    if (dpp_reg_is_reached_plainly<Register>(dev_id, m_offset, n_offset)) [[likely]] {
+      uint32_t word = 0;
+      const uint32_t addr = dpp_reg_plain_addr<Register>(m_offset, n_offset);
+      QLIX_COMM_CHECK_RC(dpp_dev_read_channel(dev_id, addr, 1, &word), "p_read_fun");
+      *fields = dpp_reg_plain_unpack<Register>(word);
+      return QLIX_COMM_OK;
+    }
+  }
   dpp_reg_values<Register> values;
   const uint32_t rc = dpp_reg_read(dev_id, Register::NUMBER, m_offset, n_offset, values);
   if (rc == 0) {
@@ -59,6 +116,14 @@ uint32_t dpp_reg_read(uint32_t dev_id, uint32_t m_offset, uint32_t n_offset, Reg
 
 template <dpp_reg_type Register>
 uint32_t dpp_reg_write(uint32_t dev_id, uint32_t m_offset, uint32_t n_offset, const Register& fields) {
+  if constexpr (dpp_reg_plain_type<Register>) {
+    if (dpp_reg_is_reached_plainly<Register>(dev_id, m_offset, n_offset)) [[likely]] {
+      const uint32_t word = dpp_reg_plain_pack(fields);
+      const uint32_t addr = dpp_reg_plain_addr<Register>(m_offset, n_offset);
+      QLIX_COMM_CHECK_RC(dpp_dev_write_channel(dev_id, addr, 1, &word), "p_write_fun");
+      return QLIX_COMM_OK;
+    }
+  }
   return dpp_reg_write(dev_id, Register::NUMBER, m_offset, n_offset, std::bit_cast<dpp_reg_values<Register>>(fields));
 }
 /// Reads an instance, lets `change` alter the fields and writes it back, with the card held in between.

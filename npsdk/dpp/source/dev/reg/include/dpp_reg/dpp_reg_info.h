@@ -53,6 +53,21 @@ struct dpp_reg_info {
   uint32_t access;       ///< DPP_REG_ACCESS_*
 };
 
+/// What the type of a register knows that is one word and is reached directly, as most are: the address of instance 0,
+/// how far an index may go, and the steps. A dimension that the register has not takes every index, in steps of 0.
+struct dpp_reg_plain {
+  uint32_t addr;
+  uint32_t m_size;
+  uint32_t n_size;
+  uint32_t m_step;
+  uint32_t n_step;
+};
+/// One of its fields: the highest bit and the bits in all.
+struct dpp_reg_bits {
+  uint32_t msb;
+  uint32_t len;
+};
+
 /// The row of a register; above 4439 null and the range message.
 const dpp_reg_info* dpp_reg_info_get(uint32_t reg_no);
 /// The text at an offset of the pool: a row's or a field's name.
