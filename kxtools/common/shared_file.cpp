@@ -74,12 +74,14 @@ kx_shared_file kx_shared_file_open(const char* folder, const char* name, int fla
   const int safe_flags = flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
   kx_shared_file result;
   bool created = false;
-  if ((flags & O_CREAT) != 0) {
+  const auto open_what_is_there = [&] { result.fd.reset(openat(folder_fd.get(), name, safe_flags & ~O_CREAT)); };
+  open_what_is_there();
+  if (!result.fd && errno == ENOENT && (flags & O_CREAT) != 0) {
     result.fd.reset(openat(folder_fd.get(), name, safe_flags | O_EXCL, file_mode));
     created = static_cast<bool>(result.fd);
-  }
-  if (!created) {
-    result.fd.reset(openat(folder_fd.get(), name, safe_flags & ~O_CREAT));
+    if (!created && errno == EEXIST) {
+      open_what_is_there();
+    }
   }
   if (!result.fd) {
     return failed(kx_shared_file_step::open_file, errno);
