@@ -93,6 +93,7 @@ endif()
 
 # kx_test_flags(<target>): how the code of tests is compiled.
 function(kx_test_flags target)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
   target_compile_options(${target} PRIVATE ${KX_TEST_OPTIMISE})
   target_link_libraries(${target} PRIVATE kx_test_checks)
   target_precompile_headers(${target} REUSE_FROM kx_test_headers)

@@ -10,8 +10,7 @@ constexpr uint32_t COMPAT_ID_BY_MODULE[] = {
     KXTOOLS_COMPAT_KXTOOL,      KXTOOLS_COMPAT_KXNP,   KXTOOLS_COMPAT_KXPCIE, KXTOOLS_COMPAT_KXVQM,
     KXTOOLS_COMPAT_KXTRACE_APP, KXTOOLS_COMPAT_KXBTTL, KXTOOLS_COMPAT_KXRDMA,
 };
-constexpr uint32_t MODULE_NUM = std::size(COMPAT_ID_BY_MODULE);
-static_assert(MODULE_NUM == KXTOOLS_MODULE_KXRDMA + 1);
+static_assert(std::size(COMPAT_ID_BY_MODULE) == KXTOOLS_MODULE_NUM);
 
 }  // namespace
 
@@ -25,7 +24,7 @@ int32_t kxtools_compat_version_check(const kxtools_cmd_context* ctx) {
     return 0;
   }
   uint32_t module_id = 0;
-  if (kxtools_module_id_get(&entry, &module_id) != 0 || module_id >= MODULE_NUM) {
+  if (kxtools_module_id_get(&entry, &module_id) != 0 || module_id >= KXTOOLS_MODULE_NUM) {
     KXTOOLS_ERR("module_id %u invalid!\n", module_id);
     return -1;
   }

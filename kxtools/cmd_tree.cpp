@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr uint32_t MODULE_NUM = KXTOOLS_MODULE_KXRDMA + 1;
-
 constexpr kxtools_cmd_entry top_entry(const char* name, const char* help, kxtools_cmd_handler handler) {
   return {name, help, handler, 0, KXTOOLS_UNGATED, KXTOOLS_UNGATED, KXTOOLS_UNGATED, 0, nullptr};
 }
@@ -40,7 +38,7 @@ constinit kxtools_is_driver_query_fn is_driver_query_fn = nullptr;
 }  // namespace
 
 int32_t kxtools_cmd_register(uint32_t module_id, const kxtools_cmd_entry* table, uint32_t count) {
-  if (module_id >= MODULE_NUM) {
+  if (module_id >= KXTOOLS_MODULE_NUM) {
     return -1;
   }
   kxtools_command_list[module_id].sub_cmd_list = table;
@@ -57,7 +55,7 @@ uint32_t kxtools_cmd_list_count_get() {
 }
 
 const kxtools_cmd_entry* kxtools_cmd_sub_list_addr_get(uint32_t module_id) {
-  return module_id < MODULE_NUM ? kxtools_command_list[module_id].sub_cmd_list : nullptr;
+  return module_id < KXTOOLS_MODULE_NUM ? kxtools_command_list[module_id].sub_cmd_list : nullptr;
 }
 
 int32_t kxtools_module_id_get(const kxtools_cmd_entry* entry, uint32_t* module_id) {

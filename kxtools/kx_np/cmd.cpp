@@ -15,10 +15,9 @@
 
 namespace {
 
-constexpr uint32_t DEVICE = 0;
 constexpr size_t TEXT_SIZE = 200;
 
-kxtools_cmd_entry kxnp_sub_command_list[DPP_CMD_LISTED_NUM];
+constinit kxtools_cmd_entry kxnp_sub_command_list[DPP_CMD_LISTED_NUM];
 
 // All words with single blanks between them, cut where the buffer ends.
 void words_join(const kxtools_cmd_context& ctx, char (&text)[TEXT_SIZE]) {
@@ -92,7 +91,7 @@ int32_t kxnp_cmd_init() {
 }
 
 int32_t kxnp_dev_init() {
-  if (dpp_dev_pcie_bdf_set(DEVICE, pcie_bound_sbdf_get() & 0xFFFF) != 0) {
+  if (dpp_dev_pcie_bdf_set(KX_NP_DEVICE, pcie_bound_sbdf_get() & 0xFFFF) != 0) {
     KXTOOLS_ERR("dpp_dev_pcie_bdf_set failed\n");
     return -1;
   }

@@ -15,8 +15,6 @@
 
 namespace {
 
-constexpr uint32_t DEVICE = 0;
-
 constinit card_lock card;  // the driver takes and gives it one at a time
 
 uint32_t card_take(uint32_t /*dev_id*/) {
@@ -81,8 +79,8 @@ int32_t dpp_np_init() {
   init.device_type = DPP_DEV_TYPE_CHIP;
   init.p_pcie_read_fun = dpp_dev_pcie_vpd_read;
   init.p_pcie_write_fun = dpp_dev_pcie_vpd_write;
-  if (dpp_base_soft_init(DEVICE, &init) != QLIX_COMM_OK ||
-      dpp_dev_card_lock_set(DEVICE, {card_take, card_give}) != QLIX_COMM_OK) {
+  if (dpp_base_soft_init(KX_NP_DEVICE, &init) != QLIX_COMM_OK ||
+      dpp_dev_card_lock_set(KX_NP_DEVICE, {card_take, card_give}) != QLIX_COMM_OK) {
     QLIX_COMM_TRACE_ERROR("dpp_base_soft_init failed!\n");
     return -1;
   }

@@ -14,10 +14,10 @@
 #include "dpp_reg/dpp_reg_info.h"
 #include "dpp_reg/dpp_reg_types.h"
 #include "kx_np/cmd.h"
+#include "kx_np/np_init.h"
 
 namespace {
 
-constexpr uint32_t DEVICE = 0;
 constexpr uint64_t NP_SIZE = 0x2001000;    // up to the last doorbell
 constexpr uint64_t PORT_BLOCK = 0x400000;  // of the port block in the register space
 constexpr uint64_t PORT_BLOCK_SIZE = 0x30000;
@@ -247,7 +247,7 @@ int32_t register_visit(kxtools_unit_list list, const dpp_reg_info& info, const v
     }
     reading read = {.info = &info, .m = i / columns, .n = i % columns};
     if (list != kxtools_unit_list::cleared &&
-        dpp_reg_words_read(DEVICE, info.reg_no, read.m, read.n, read.words) != 0) {
+        dpp_reg_words_read(KX_NP_DEVICE, info.reg_no, read.m, read.n, read.words) != 0) {
       KXTOOLS_ERR("%s cannot be read\n", instance_name(read).c_str());
       return -1;
     }

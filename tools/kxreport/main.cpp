@@ -45,7 +45,7 @@ bool standard_streams_open() {
   return true;
 }
 
-std::string time_text() {
+std::string utc_text() {
   char text[32];
   const time_t now = time(nullptr);
   struct tm utc = {};
@@ -65,7 +65,7 @@ void head_build(const char* command, value* root) {
   out.text(term::program_version, KX_BUILD_VERSION);
   out.end();
   out.text(term::command, command);
-  out.text(term::time, time_text());
+  out.text(term::time, utc_text());
 }
 
 void end_build(report* made) {

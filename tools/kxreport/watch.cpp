@@ -15,7 +15,7 @@ double now_s() {
   return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
-std::string time_text() {
+std::string clock_text() {
   char text[16];
   const time_t now = time(nullptr);
   struct tm local = {};
@@ -68,7 +68,7 @@ int watch_run(const card_place& place, const watch_options& options, int (*judge
       break;
     }
     status |= judge(list);
-    look.time = time_text();
+    look.time = clock_text();
     ++look.number;
     state.take(list.children[0], now_s());
     if (look.number == options.looks) {

@@ -27,9 +27,9 @@ struct DefaultFunction {
 constexpr DefaultFunction default_functions[] = {
     {"0000:00:1f.6", FunctionKind::foreign, 0x8086, 0x15bb, 0x020000, "eno1", "e1000e", 0xe1000000},
     {"0000:3a:00.0", FunctionKind::card_switch, 0x1cf2, 0x8036, 0x060400, "", "pcieport", 0},
-    {"0000:3b:00.0", FunctionKind::physical, 0x1cf2, 0x8037, 0x020000, "eth0", "corvane10e", 0x380000000000},
-    {"0000:3b:00.1", FunctionKind::physical, 0x1af4, 0x1041, 0x020000, "eth1", "corvane10e", 0x380010000000},
-    {"0000:3b:01.0", FunctionKind::virtual_function, 0x1cf2, 0x8040, 0x020000, "eth2", "corvane10e", 0x380020000000},
+    {"0000:3b:00.0", FunctionKind::physical, 0x1cf2, 0x8037, 0x020000, "eth0", card_driver, 0x380000000000},
+    {"0000:3b:00.1", FunctionKind::physical, 0x1af4, 0x1041, 0x020000, "eth1", card_driver, 0x380010000000},
+    {"0000:3b:01.0", FunctionKind::virtual_function, 0x1cf2, 0x8040, 0x020000, "eth2", card_driver, 0x380020000000},
 };
 
 bool sbdf_is_valid(const std::string& text) {

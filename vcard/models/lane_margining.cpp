@@ -11,7 +11,7 @@ namespace vcard {
 
 namespace {
 
-constexpr std::chrono::microseconds period(50);
+constexpr std::chrono::microseconds margining_period(50);
 constexpr size_t lane_count = 16;
 constexpr size_t first_lane = margining_capability + 0x08;
 constexpr uint32_t own_receiver = 6;
@@ -47,7 +47,7 @@ class LaneMargining {
     if (speaker != card.functions().end()) {
       function_ = &*speaker;
       std::ranges::fill(commands_, no_command);
-      card.poll_every(period, [this] { return poll(); });
+      card.poll_every(margining_period, [this] { return poll(); });
     }
   }
 

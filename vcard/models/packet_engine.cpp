@@ -36,7 +36,7 @@ constexpr Word dxge_words[] = {
     {0x200008, 1500},  // MTU
     {0x20000c, 68},
 };
-constexpr Word buffer_words[] = {{0x00, 0xf}, {0x04, 2048}, {0x08, 256}, {0x0c, 3840}};
+constexpr Word buffer_manager_words[] = {{0x00, 0xf}, {0x04, 2048}, {0x08, 256}, {0x0c, 3840}};
 constexpr Word queue_words[] = {{0x00, 1}, {0x04, 256}, {0x0c, 1000}, {0x80, 256}};
 constexpr Word offload_words[] = {{0x00, 1}, {0x04, 1}, {0x08, 1}, {0x0c, 65535}, {0x10, 44}, {0x14, 50}};
 
@@ -72,7 +72,7 @@ void packet_engine_attach(Card& card) {
   CardSection section = card.file().section("packet_engine");
   fill_dxge(card, dxge_to_np, section.section("dxge_to_np"));
   fill_dxge(card, dxge_to_queue_engine, section.section("dxge_to_queue_engine"));
-  fill(card, buffer_manager, buffer_words);
+  fill(card, buffer_manager, buffer_manager_words);
   for (uint32_t pool = 0; pool < pool_count; ++pool) {
     card.memory().poke(buffer_manager + 0x100 + pool_stride * pool, 4096);
     card.memory().poke(buffer_manager + 0x104 + pool_stride * pool, 4096 - pool);

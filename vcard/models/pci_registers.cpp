@@ -12,7 +12,7 @@ namespace vcard {
 
 namespace {
 
-constexpr std::chrono::microseconds period(100);
+constexpr std::chrono::microseconds register_period(100);
 
 constexpr size_t command_register = 0x04;
 constexpr size_t first_bar = 0x10;
@@ -49,7 +49,7 @@ class PciRegisters {
         }
       }
     });
-    card.poll_every(period, [this] { return poll(); });
+    card.poll_every(register_period, [this] { return poll(); });
     card.function_reset = [this](const PciFunction& function) {
       for (Shadow& shadow : shadows_) {
         if (shadow.function == &function) {

@@ -50,7 +50,7 @@ constexpr Place port_receive = {0x9000, 0x19000};  // packets, then bytes
 constexpr Place port_send = {0x9018, 0x19018};
 constexpr Place receive_clear = {0x9038, 0x19038};
 constexpr Place send_clear = {0x903c, 0x1903c};
-constexpr Place generator = {0x9040, 0x19040};  // control, packet length, packet count, gap
+constexpr Place generator_words = {0x9040, 0x19040};  // control, packet length, packet count, gap
 
 /// Writing 1 to a register clears the words from first to last.
 struct Clear {
@@ -166,7 +166,7 @@ class QueueEngine : public CardMemoryBlock {
     } else if (offset == at(send_clear)) {
       port_.set(Flow::send_packets, 0);
       port_.set(Flow::send_bytes, 0);
-    } else if (offset == at(generator)) {
+    } else if (offset == at(generator_words)) {
       generate(value);
     }
   }
@@ -185,9 +185,9 @@ class QueueEngine : public CardMemoryBlock {
 
   // Bit 0 starts the generator: as many packets as asked for at once, or without end (bit 1) as fast as the gap allows.
   void generate(uint32_t control) {
-    uint64_t length = words_[at(generator) + 4] & 0xffff;
-    uint64_t count = words_[at(generator) + 8];
-    uint64_t gap = words_[at(generator) + 12] & 0xffff;
+    uint64_t length = words_[at(generator_words) + 4] & 0xffff;
+    uint64_t count = words_[at(generator_words) + 8];
+    uint64_t gap = words_[at(generator_words) + 12] & 0xffff;
     bool enabled = (control & 1) != 0;
     bool endless = enabled && (control & 2) != 0;
     uint64_t clocks = std::max<uint64_t>(1, gap + (length + bytes_per_clock - 1) / bytes_per_clock);

@@ -14,7 +14,6 @@ constexpr uint32_t mode_zcam = 2;
 constexpr uint32_t mode_etcam = 3;
 constexpr uint32_t mode_multicast_hash = 4;
 
-constexpr uint32_t lines_in_base_unit = 4096 / 16;
 constexpr size_t quarters = 4;
 constexpr size_t quarter_words = 4;
 constexpr size_t answer_max = 16384;  // the buffer of an item
@@ -144,7 +143,7 @@ NpStatus NpCommands::dump_one(const TableLine& command, std::vector<uint8_t>& an
     }
     case mode_ddr: {
       const uint32_t length = bits(command, 123, 2);
-      const uint32_t first = bits(command, 119, 20) * lines_in_base_unit + bits(command, 29, 30);
+      const uint32_t first = bits(command, 119, 20) * ddr_lines_in_base_unit + bits(command, 29, 30);
       for (uint32_t i = 0; length < 3 && i < 1u << length; ++i) {
         put_words(answer, tables_.ddr(first + i));
       }
@@ -200,7 +199,7 @@ NpStatus NpCommands::execute_ddr(const TableLine& command, Reader& rest) {
       return NpStatus::truncated;
     }
   }
-  const uint32_t first = bits(command, 119, 20) * lines_in_base_unit + bits(command, 29, 30);
+  const uint32_t first = bits(command, 119, 20) * ddr_lines_in_base_unit + bits(command, 29, 30);
   for (uint32_t i = 0; i < count; ++i) {
     tables_.ddr(first + i) = lines[i];
   }

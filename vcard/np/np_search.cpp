@@ -10,7 +10,6 @@ namespace vcard {
 namespace {
 
 constexpr uint32_t ddr_polynomial = 0x04c11db7;
-constexpr uint32_t lines_in_base_unit = 4096 / 16;
 constexpr uint32_t lines_in_item = 4;
 constexpr size_t item_bytes = 64;
 using Item = std::array<uint8_t, item_bytes>;
@@ -35,7 +34,7 @@ Item item_of(const ZcamLine& line) {
 Item ddr_item(NpTables& tables, uint32_t base, uint32_t first) {
   Item item;
   for (uint32_t i = 0; i < lines_in_item; ++i) {
-    put_words(tables.ddr(base * lines_in_base_unit + first + i), &item[size_t{16} * i]);
+    put_words(tables.ddr(base * ddr_lines_in_base_unit + first + i), &item[size_t{16} * i]);
   }
   return item;
 }

@@ -13,8 +13,6 @@ namespace vcard {
 
 namespace {
 
-constexpr const char* driver_name = "corvane10e";
-
 // The message header.
 constexpr size_t header_size = 40;
 constexpr size_t reply_length_offset = 32;
@@ -141,7 +139,7 @@ DriverWire::Fault* DriverWire::fault_of(uint32_t type) {
 int DriverWire::interface_error(const std::string& name) const {
   for (const PciFunction& function : card_.functions()) {
     if (!function.interface.empty() && function.interface == name) {
-      return function.driver == driver_name ? 0 : EOPNOTSUPP;
+      return function.driver == card_driver ? 0 : EOPNOTSUPP;
     }
   }
   return ENODEV;

@@ -10,8 +10,6 @@ namespace vcard {
 
 namespace {
 
-constexpr const char* driver_name = "corvane10e";
-
 enum Command : uint32_t { module_information = 0x42, module_eeprom = 0x43 };
 
 // Information: command, type, length. EEPROM: command, magic, offset, length, then the bytes.
@@ -29,7 +27,7 @@ EthtoolWire::EthtoolWire(Card& card) : card_(card) {
     }
   }
   for (const PciFunction& function : card.functions()) {
-    if (!function.interface.empty() && function.driver == driver_name) {
+    if (!function.interface.empty() && function.driver == card_driver) {
       modules_[function.interface] = std::make_unique<Module>(module_load(modules.section(function.interface.c_str())));
     }
   }

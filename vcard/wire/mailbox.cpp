@@ -22,7 +22,7 @@ constexpr uint8_t route_flag = 1 << 1;
 constexpr uint8_t ack_flag = 1 << 3;
 constexpr uint8_t poll_tag = 1 << 4;
 
-constexpr std::chrono::microseconds poll_period(50);
+constexpr std::chrono::microseconds mailbox_poll_period(50);
 
 constexpr uint32_t os_type_op = 0;
 
@@ -30,7 +30,7 @@ constexpr uint32_t os_type_op = 0;
 
 Mailbox::Mailbox(Card& card) : card_(card) {
   load_faults(card.file().section("faults").section("mailbox"));
-  card.poll_every(poll_period, [this] { return poll(); });
+  card.poll_every(mailbox_poll_period, [this] { return poll(); });
 }
 
 void Mailbox::load_faults(const CardSection& section) {

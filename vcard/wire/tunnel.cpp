@@ -8,7 +8,7 @@ namespace vcard {
 
 namespace {
 
-constexpr std::chrono::microseconds poll_period(20);
+constexpr std::chrono::microseconds tunnel_poll_period(20);
 
 constexpr size_t data_offset = 4;
 constexpr uint32_t flag_bit = 1u << 31;
@@ -39,7 +39,7 @@ std::atomic_ref<uint32_t> word(const PciFunction& function, size_t offset) {
 Tunnel::Tunnel(Card& card) : card_(card) {
   load_faults(card.file().section("faults"));
   card.on_create([this] { create(); });
-  card.poll_every(poll_period, [this] { return poll(); });
+  card.poll_every(tunnel_poll_period, [this] { return poll(); });
 }
 
 void Tunnel::load_faults(const CardSection& faults) {

@@ -51,6 +51,7 @@ enum kxtools_module : uint32_t {
   KXTOOLS_MODULE_KXTRACE_APP = 4,
   KXTOOLS_MODULE_KXBTTL = 5,
   KXTOOLS_MODULE_KXRDMA = 6,
+  KXTOOLS_MODULE_NUM
 };
 
 /// Runs one command line. Returns -1 for an empty or null line, a failed walk or a failed preparation step (each with

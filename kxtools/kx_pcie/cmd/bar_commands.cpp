@@ -12,12 +12,12 @@ namespace {
 constexpr uint64_t WORDS_MAX = 1024;  // of a list on the screen
 constexpr uint64_t OFFSET_MAX = INT64_MAX;
 
-struct place {
+struct bar_place {
   uint32_t index;
   uint64_t offset;
 };
 
-place place_read(kxpcie_target& target, kxpcie_words words) {
+bar_place bar_place_read(kxpcie_target& target, kxpcie_words words) {
   return {static_cast<uint32_t>(kxpcie_number(target, words, 0, "BAR", KXPCIE_BARS - 1)),
           kxpcie_number(target, words, 1, "offset", OFFSET_MAX)};
 }
@@ -43,7 +43,7 @@ void kxpcie_bar_list(FILE* out, kxpcie_target& target) {
 }
 
 void kxpcie_bar_read(kxpcie_target& target, kxpcie_words words) {
-  const place at = place_read(target, words);
+  const bar_place at = bar_place_read(target, words);
   const uint64_t count = kxpcie_number_or(target, words, 2, "number of words", WORDS_MAX, 1);
   kxpcie_bar_window window;
   if (!window.open(target, at.index, at.offset, count * 4, false)) {
@@ -57,7 +57,7 @@ void kxpcie_bar_read(kxpcie_target& target, kxpcie_words words) {
 
 void kxpcie_bar_write(kxpcie_target& target, kxpcie_words words) {
   const bool verifies = kxpcie_verify_take(&words);
-  const place at = place_read(target, words);
+  const bar_place at = bar_place_read(target, words);
   const uint32_t value = kxpcie_value(target, words, 2);
   kxpcie_bar_window window;
   if (!window.open(target, at.index, at.offset, sizeof value, true)) {
@@ -77,7 +77,7 @@ void kxpcie_bar_write(kxpcie_target& target, kxpcie_words words) {
 }
 
 void kxpcie_bar_dump(kxpcie_target& target, kxpcie_words words) {
-  const place at = place_read(target, words);
+  const bar_place at = bar_place_read(target, words);
   const uint64_t bytes = kxpcie_number(target, words, 2, "length", OFFSET_MAX);
   if (bytes == 0) {
     KXPCIE_FAIL(target, "length 0 is nothing to dump");

@@ -11,12 +11,12 @@
 
 namespace {
 
-struct place {
+struct config_place {
   uint32_t offset;
   uint32_t width;
 };
 
-place place_read(kxpcie_target& target, kxpcie_words words, size_t width_index) {
+config_place config_place_read(kxpcie_target& target, kxpcie_words words, size_t width_index) {
   const uint64_t offset = kxpcie_number(target, words, 0, "offset", PCIE_CFG_SIZE - 1);
   const uint64_t width = kxpcie_number_or(target, words, width_index, "width", 4, 4);
   if (width != 1 && width != 2 && width != 4) {
@@ -27,7 +27,7 @@ place place_read(kxpcie_target& target, kxpcie_words words, size_t width_index) 
   return {static_cast<uint32_t>(offset), static_cast<uint32_t>(width)};
 }
 
-uint32_t value_read(kxpcie_target& target, const place& at) {
+uint32_t value_read(kxpcie_target& target, const config_place& at) {
   std::array<uint8_t, 4> bytes = {};
   if (target.good()) {
     target.check(pcie_cfg_read(target.sbdf(), at.offset, at.width, bytes.data()));
@@ -35,7 +35,7 @@ uint32_t value_read(kxpcie_target& target, const place& at) {
   return kx_le_get<uint32_t>(bytes);
 }
 
-void value_write(kxpcie_target& target, const place& at, uint32_t value) {
+void value_write(kxpcie_target& target, const config_place& at, uint32_t value) {
   std::array<uint8_t, 4> bytes = {};
   kx_le_put(bytes, 0, value);
   if (target.good()) {
@@ -44,7 +44,7 @@ void value_write(kxpcie_target& target, const place& at, uint32_t value) {
 }
 
 // Whatever is written to the VPD capability is a request to the card.
-void tunnel_check(kxpcie_target& target, const place& at) {
+void tunnel_check(kxpcie_target& target, const config_place& at) {
   const std::optional<uint32_t> vpd = target.look(false, PCI_CAP_ID_VPD);
   if (vpd && at.offset < *vpd + PCI_CAP_VPD_SIZEOF && *vpd < at.offset + at.width) {
     KXPCIE_FAIL(target, "offset 0x%x belongs to the tunnel to card memory; use devmem_write", at.offset);
@@ -86,7 +86,7 @@ void kxpcie_ecap_list(FILE* out, kxpcie_target& target) {
 }
 
 void kxpcie_cfg_read(kxpcie_target& target, kxpcie_words words) {
-  const place at = place_read(target, words, 1);
+  const config_place at = config_place_read(target, words, 1);
   const uint32_t value = value_read(target, at);
   if (target.good()) {
     kx_print("0x%03" PRIx32 ": 0x%0*" PRIx32 "\n", at.offset, static_cast<int>(at.width * 2), value);
@@ -94,7 +94,7 @@ void kxpcie_cfg_read(kxpcie_target& target, kxpcie_words words) {
 }
 
 void kxpcie_cfg_write(kxpcie_target& target, kxpcie_words words) {
-  const place at = place_read(target, words, 2);
+  const config_place at = config_place_read(target, words, 2);
   const int digits = static_cast<int>(at.width * 2);
   const uint64_t most = target.good() ? UINT32_MAX >> (32 - 8 * at.width) : 0;
   const auto written = static_cast<uint32_t>(kxpcie_number(target, words, 1, "value", most));

@@ -13,7 +13,6 @@ constexpr uint32_t SECONDARY_LANE_ERRORS = 0x08;
 constexpr uint32_t SECONDARY_LANES = 0x0C;  // 16 bits a lane
 constexpr uint32_t PHYSICAL_STATUS = 0x0C;
 constexpr uint32_t PHYSICAL_LANES = 0x20;  // 8 bits a lane
-constexpr uint32_t LANES_MAX = 32;
 
 struct link_state {
   uint32_t capabilities;
@@ -132,7 +131,7 @@ void kxpcie_eq_status(FILE* out, kxpcie_target& target) {
     return;
   }
   const uint32_t lanes = pcie_link_width(link.capabilities);
-  const uint32_t width = lanes < LANES_MAX ? lanes : LANES_MAX;
+  const uint32_t width = lanes < PCIE_LANES_MAX ? lanes : PCIE_LANES_MAX;
   const uint32_t speed = pcie_link_speed(link.status);
   const uint32_t best_speed = pcie_link_speed(link.capabilities);
   if (speed < PCIE_SPEED_8GT) {

@@ -17,7 +17,6 @@ constexpr uint16_t PORT_READY = 1;
 constexpr uint32_t FIRST_LANE = 0x08;  // control and status, 16 bits each
 constexpr uint32_t LANE_STATUS = 2;
 constexpr uint32_t LANE_SIZE = 4;
-constexpr uint32_t LANES_MAX = 32;
 
 // A lane's command and answer: receiver in bits 0 to 2, type in bits 3 to 5, payload in bits 8 to 15.
 constexpr uint32_t UPSTREAM_RECEIVER = 6;  // the card's own
@@ -97,7 +96,7 @@ bool kxpcie_margining::open() {
   } else if ((ready & PORT_READY) == 0) {
     KXPCIE_FAIL(target_, "the receiver is not ready for margining");
   }
-  lanes_ = std::min(pcie_link_width(status), LANES_MAX);
+  lanes_ = std::min(pcie_link_width(status), PCIE_LANES_MAX);
   if (target_.good() && target_.check(link_.take())) {
     link_hold();
   }

@@ -3,7 +3,10 @@
 
 #include <cstdint>
 
-/// Starts the driver with device 0 behind the tunnel. Returns 0 or -1 with a message. Touches no hardware.
+/// The driver's number for the bound card; it has one card at a time.
+inline constexpr uint32_t KX_NP_DEVICE = 0;
+
+/// Starts the driver with KX_NP_DEVICE behind the tunnel. Returns 0 or -1 with a message. Touches no hardware.
 int32_t dpp_np_init();
 
 // Move `count` 32-bit words between `buf` and the register space, from byte `offset` on. 0; 0x1201 for a null pointer;

@@ -97,6 +97,8 @@ constexpr uint32_t pcie_link_width(uint32_t link_register) {
   return (link_register & PCI_EXP_LNKSTA_NLW) >> PCI_EXP_LNKSTA_NLW_SHIFT;
 }
 
+inline constexpr uint32_t PCIE_LANES_MAX = 32;
+
 /// "16.0 GT/s"; "unknown speed" for a number that the standard does not assign.
 const char* pcie_speed_text(uint32_t speed);
 

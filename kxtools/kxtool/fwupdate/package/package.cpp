@@ -10,36 +10,17 @@
 #include <string_view>
 
 #include "common/little_endian.h"
+#include "package_read.h"
 
 namespace {
 
 constexpr uint32_t OLD_LAYOUT_TYPE = 1;
 constexpr uint32_t OLD_LAYOUT_END = 0x10000;
-constexpr size_t PIECE_SIZE = size_t{64} * 1024;
-
-// Reads until `out` is full or the file ends. Returns the number of bytes read, or -1.
-ssize_t read_at(int fd, uint64_t position, std::span<uint8_t> out) {
-  size_t done = 0;
-  while (done < out.size()) {
-    const ssize_t count = pread(fd, out.data() + done, out.size() - done, static_cast<off_t>(position + done));
-    if (count < 0 && errno == EINTR) {
-      continue;
-    }
-    if (count < 0) {
-      return -1;
-    }
-    if (count == 0) {
-      break;
-    }
-    done += static_cast<size_t>(count);
-  }
-  return static_cast<ssize_t>(done);
-}
 
 // Reads and decodes the header at `base`. Returns 0, or -1 when the file does not hold one with its whole table.
 int32_t header_read(int fd, uint64_t base, fw_header* header) {
   *header = {};
-  const ssize_t length = read_at(fd, base, header->bytes);
+  const ssize_t length = fw_read_at(fd, base, header->bytes);
   if (length < FW_HEADER_TABLE) {
     return -1;
   }
@@ -63,7 +44,7 @@ int32_t header_read(int fd, uint64_t base, fw_header* header) {
 bool is_marked(int fd, uint64_t base) {
   fw_header header;
   std::array<uint8_t, FW_HEADER_TABLE> fixed;
-  if (read_at(fd, base, fixed) != FW_HEADER_TABLE) {
+  if (fw_read_at(fd, base, fixed) != FW_HEADER_TABLE) {
     return false;
   }
   std::copy(fixed.begin(), fixed.end(), header.bytes.begin());
@@ -123,7 +104,7 @@ int32_t fw_package_boot_stage_check(const fw_package& package) {
   const uint64_t end = fw_package_base(package, FW_PART_A);
   for (uint64_t at = 0; at < end; at += piece.size()) {
     const auto out = std::span(piece).first(std::min<uint64_t>(piece.size(), end - at));
-    const ssize_t count = read_at(package.fd.get(), at, out);
+    const ssize_t count = fw_read_at(package.fd.get(), at, out);
     if (count < 0) {
       return errno;
     }
@@ -185,7 +166,7 @@ uint64_t fw_image_position(const fw_header& header, const fw_image& image) {
 
 int32_t fw_image_read(const fw_package& package, const fw_header& header, const fw_image& image, uint64_t at,
                       std::span<uint8_t> out) {
-  const ssize_t count = read_at(package.fd.get(), fw_image_position(header, image) + at, out);
+  const ssize_t count = fw_read_at(package.fd.get(), fw_image_position(header, image) + at, out);
   if (count < 0 || (static_cast<size_t>(count) < out.size() && at + static_cast<uint64_t>(count) < image.size)) {
     return -1;
   }
@@ -194,7 +175,7 @@ int32_t fw_image_read(const fw_package& package, const fw_header& header, const 
 }
 
 int32_t fw_image_checksum(const fw_package& package, const fw_header& header, const fw_image& image, uint32_t* sum) {
-  std::array<uint8_t, PIECE_SIZE> piece;
+  std::array<uint8_t, FW_PIECE_SIZE> piece;
   *sum = 0;
   for (uint64_t at = 0; at < image.size; at += piece.size()) {
     const auto out = std::span(piece).first(std::min<uint64_t>(piece.size(), image.size - at));

@@ -1,31 +1,15 @@
 #include "fwupdate/package_digest.h"
 
 #include <sha2.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <span>
 
+#include "package_read.h"
+
 namespace {
-
-constexpr size_t PIECE_SIZE = size_t{64} * 1024;
-
-int32_t read_whole(int fd, uint64_t position, std::span<uint8_t> out) {
-  while (!out.empty()) {
-    const ssize_t count = pread(fd, out.data(), out.size(), static_cast<off_t>(position));
-    if (count < 0 && errno == EINTR) {
-      continue;
-    }
-    if (count <= 0) {
-      return count == 0 ? ENODATA : errno;
-    }
-    out = out.subspan(static_cast<size_t>(count));
-    position += static_cast<size_t>(count);
-  }
-  return 0;
-}
 
 int digit_value(char c) {
   if (c >= '0' && c <= '9') {
@@ -40,12 +24,12 @@ int digit_value(char c) {
 int32_t fw_file_sha256(int fd, uint64_t size, fw_sha256* digest) {
   SHA2_CTX context;
   SHA256Init(&context);
-  std::array<uint8_t, PIECE_SIZE> piece;
+  std::array<uint8_t, FW_PIECE_SIZE> piece;
   for (uint64_t at = 0; at < size; at += piece.size()) {
     const auto out = std::span(piece).first(std::min<uint64_t>(piece.size(), size - at));
-    const int32_t error = read_whole(fd, at, out);
-    if (error != 0) {
-      return error;
+    const ssize_t count = fw_read_at(fd, at, out);
+    if (count != static_cast<ssize_t>(out.size())) {
+      return count < 0 ? errno : ENODATA;
     }
     SHA256Update(&context, out.data(), out.size());
   }
@@ -96,7 +80,7 @@ fw_seal fw_seal_check(const fw_package& package) {
   }
   const uint64_t place = package.size - FW_SEAL_SIZE;
   std::array<uint8_t, FW_SEAL_SIZE> seal;
-  if (read_whole(package.fd.get(), place, seal) != 0) {
+  if (fw_read_at(package.fd.get(), place, seal) != static_cast<ssize_t>(seal.size())) {
     return fw_seal::broken;
   }
   if (!std::equal(FW_SEAL_MARK.begin(), FW_SEAL_MARK.end(), seal.begin())) {

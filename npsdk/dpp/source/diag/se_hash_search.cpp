@@ -19,7 +19,7 @@ constexpr uint32_t ITEM_MASK = DPP_SE_ZCELL_LINES - 1;
 constexpr uint32_t CRC16_MASK = 0xFFFF;
 
 /// One look-up.
-struct search {
+struct hash_search {
   uint32_t dev_id;
   se_hash_key key;
   uint8_t key_bytes[4 * KEY_WORDS];
@@ -28,7 +28,7 @@ struct search {
 };
 
 // Prints a place's outcome behind what its caller has printed.
-void place_judge(search& s, const uint8_t* item) {
+void place_judge(hash_search& s, const uint8_t* item) {
   const uint32_t at = se_item_search(item, s.key);
   s.found = at != DPP_SE_ITEM_BYTES;
   QLIX_COMM_PRINT(": %s\n", s.found ? "HIT" : "miss");
@@ -38,7 +38,7 @@ void place_judge(search& s, const uint8_t* item) {
   }
 }
 
-uint32_t ddr_search(search& s) {
+uint32_t ddr_search(hash_search& s) {
   DPP_REG_READ(dpp_regs::se_hash_crc_poly, polynomial, s.dev_id, 0, s.key.engine);
   const uint32_t crc = dpp_crc32_calc(s.crc_key, s.key.key_len, polynomial.crc_poly);
   for (uint32_t bulk = 0; bulk < BULK_NUM && !s.found; ++bulk) {
@@ -62,7 +62,7 @@ struct zblock_view {
   bool cell[DPP_SE_ZCELL_IN_BLOCK];  // usable for this table
 };
 
-uint32_t zblock_get(const search& s, uint32_t zblock, zblock_view& view) {
+uint32_t zblock_get(const hash_search& s, uint32_t zblock, zblock_view& view) {
   const uint32_t group = zblock / DPP_SE_ZBLOCK_IN_GROUP;
   const uint32_t number = zblock % DPP_SE_ZBLOCK_IN_GROUP;
   DPP_REG_READ(dpp_regs::zblock_service_configure, service, s.dev_id, group, number);
@@ -81,7 +81,7 @@ uint32_t zblock_get(const search& s, uint32_t zblock, zblock_view& view) {
   return QLIX_COMM_OK;
 }
 
-uint32_t zcells_search(search& s, uint32_t zblock, const zblock_view& view) {
+uint32_t zcells_search(hash_search& s, uint32_t zblock, const zblock_view& view) {
   if (dpp_crc16_get_idx(view.hash_arg) == DPP_CRC16_NO_IDX) {
     QLIX_COMM_PRINT("zblock %u: left out, it has no polynomial 0x%04x\n", zblock, view.hash_arg);
     return QLIX_COMM_OK;
@@ -103,7 +103,7 @@ uint32_t zcells_search(search& s, uint32_t zblock, const zblock_view& view) {
   return QLIX_COMM_OK;
 }
 
-uint32_t zreg_search(search& s, uint32_t zblock) {
+uint32_t zreg_search(hash_search& s, uint32_t zblock) {
   uint32_t words[SE_ITEM_WORDS] = {};
   QLIX_COMM_CHECK_DEV_RC(s.dev_id,
                          dpp_reg_words_read(s.dev_id, dpp_regs::zblock_zreg::NUMBER, zblock / DPP_SE_ZBLOCK_IN_GROUP,
@@ -117,7 +117,7 @@ uint32_t zreg_search(search& s, uint32_t zblock) {
 }
 
 // All zcells come before the first overflow register.
-uint32_t zblocks_search(search& s) {
+uint32_t zblocks_search(hash_search& s) {
   for (const bool registers : {false, true}) {
     for (uint32_t zblock = 0; zblock < DPP_SE_ZBLOCK_NUM && !s.found; ++zblock) {
       zblock_view view = {};
@@ -158,7 +158,7 @@ uint32_t diag_dpp_se_hash_key_data(uint32_t dev_id, uint32_t first_word, uint32_
 uint32_t diag_dpp_se_hash_search(uint32_t dev_id, uint32_t hash_id, uint32_t table_id, uint32_t key_len,
                                  uint32_t rst_len) {
   DPP_REG_READ(dpp_regs::se_hash_tbl_cfg, cfg, dev_id, hash_id, table_id);
-  search s = {};
+  hash_search s = {};
   s.dev_id = dev_id;
   s.key = {hash_id, table_id, s.key_bytes, key_len != 0 ? key_len : cfg.key_len,
            rst_len != 0 ? rst_len : 4u << cfg.rsp_mode};

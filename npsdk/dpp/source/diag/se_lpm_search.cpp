@@ -23,7 +23,7 @@ constexpr uint32_t ADDRESS_WORDS = 5;
 constexpr uint32_t STEPS_MAX = 100000;
 
 /// One look-up in one area.
-struct search {
+struct route_search {
   uint32_t dev_id;
   uint64_t base;  // line
   uint32_t key_bytes;
@@ -34,7 +34,7 @@ struct search {
   uint32_t result;
 };
 
-uint32_t lines_read(const search& s, uint64_t first, uint32_t num, uint8_t* bytes) {
+uint32_t lines_read(const route_search& s, uint64_t first, uint32_t num, uint8_t* bytes) {
   for (uint32_t i = 0; i < num; ++i) {
     const uint32_t addr = static_cast<uint32_t>(std::min<uint64_t>(s.base + first + i, UINT32_MAX));
     uint32_t words[DPP_ROUTE_ROW_BYTES / 4] = {};
@@ -51,7 +51,7 @@ void prefix_copy(const uint8_t* key, uint32_t length, uint32_t key_bytes, uint8_
   }
 }
 
-bool covers(const uint8_t* prefix, uint32_t length, const search& s) {
+bool covers(const uint8_t* prefix, uint32_t length, const route_search& s) {
   uint8_t own[LPM_KEY_BYTES_MAX];
   uint8_t theirs[LPM_KEY_BYTES_MAX];
   prefix_copy(s.address, length, s.key_bytes, own);
@@ -60,7 +60,7 @@ bool covers(const uint8_t* prefix, uint32_t length, const search& s) {
 }
 
 // The routes of one item that are longer than the best so far.
-void item_search(search& s, const uint8_t* item, uint32_t length) {
+void item_search(route_search& s, const uint8_t* item, uint32_t length) {
   const uint32_t slot_bytes = s.key_bytes + DPP_ROUTE_SLOT_TAIL_BYTES;
   const uint32_t slot_num = std::min((DPP_SE_ITEM_BYTES - DPP_ROUTE_SLOTS_OFFSET) / slot_bytes, item[0] & 0x0Fu);
   if ((item[0] & DPP_ROUTE_VALID) == 0 || item[1] != length || !covers(item + DPP_ROUTE_SLOTS_OFFSET, length, s)) {
@@ -77,7 +77,7 @@ void item_search(search& s, const uint8_t* item, uint32_t length) {
   }
 }
 
-uint32_t chain_search(search& s, uint32_t length) {
+uint32_t chain_search(route_search& s, uint32_t length) {
   uint8_t input[LPM_KEY_BYTES_MAX + 1];
   prefix_copy(s.address, length, s.key_bytes, input);
   input[s.key_bytes] = static_cast<uint8_t>(length);
@@ -103,7 +103,7 @@ uint32_t chain_search(search& s, uint32_t length) {
 
 // Sets key_bytes and chain_num; `lengths` receives the head's map of anchor lengths. An area without a sound head has
 // key_bytes 0.
-uint32_t head_read(search& s, uint8_t* head) {
+uint32_t head_read(route_search& s, uint8_t* head) {
   QLIX_COMM_CALL(lines_read, s, 0, DPP_ROUTE_HEAD_ROWS, head);
   const uint32_t head_bits = head[2];
   const bool sound = (head[0] & DPP_ROUTE_VALID) != 0 && head[1] >= 1 && head[1] <= LPM_KEY_BYTES_MAX &&
@@ -113,7 +113,7 @@ uint32_t head_read(search& s, uint8_t* head) {
   return QLIX_COMM_OK;
 }
 
-uint32_t area_search(search& s, uint32_t area) {
+uint32_t area_search(route_search& s, uint32_t area) {
   uint8_t head[DPP_SE_ITEM_BYTES] = {};
   QLIX_COMM_CALL(head_read, s, head);
   if (s.key_bytes == 0) {
@@ -165,7 +165,7 @@ uint32_t diag_dpp_se_lpm_search(uint32_t dev_id, uint32_t v46_flag, uint32_t wor
       continue;
     }
     ++enabled;
-    search s = {};
+    route_search s = {};
     s.dev_id = dev_id;
     s.base = uint64_t{setting.base} * DPP_SE_DDR_UNIT_LINES;
     dpp_se_words_to_bytes(words, ADDRESS_WORDS, s.address);

@@ -9,14 +9,14 @@
 
 namespace {
 
-constexpr const char* LABELS[] = {"eram128", "eram64", "eram32", "eram2", "eram1"};
+constexpr const char* ERAM_LABELS[] = {"eram128", "eram64", "eram32", "eram2", "eram1"};
 
 }  // namespace
 
 uint32_t dpp_se_eram_entry_prt(uint32_t dev_id, uint32_t addr, uint32_t mode, uint32_t clear) {
   uint32_t words[DPP_SE_ERAM_WORDS] = {};
   QLIX_COMM_CALL(dpp_se_smmu0_ind_read, dev_id, addr, mode, clear, words);
-  se_words_print(LABELS[mode], addr, words, dpp_se_eram_entry_words(mode));
+  se_words_print(ERAM_LABELS[mode], addr, words, dpp_se_eram_entry_words(mode));
   return QLIX_COMM_OK;
 }
 

@@ -12,13 +12,13 @@
 namespace {
 
 constexpr uint32_t BASE_LINES = 4;  // a direct table's base counts units of 512 bits
-constexpr const char* LABELS[] = {"ddr128", "ddr256", "ddr512"};
+constexpr const char* DDR_LABELS[] = {"ddr128", "ddr256", "ddr512"};
 
 uint32_t entries_print(uint32_t dev_id, uint32_t addr, uint32_t num, uint32_t mode) {
   for (uint32_t i = 0; i < num; ++i) {
     uint32_t words[DPP_SE_DDR_WORDS] = {};
     QLIX_COMM_CALL(dpp_se_smmu1_ind_read, dev_id, addr + i, mode, words);
-    se_words_print(LABELS[mode], addr + i, words, 4u << mode);
+    se_words_print(DDR_LABELS[mode], addr + i, words, 4u << mode);
   }
   return QLIX_COMM_OK;
 }

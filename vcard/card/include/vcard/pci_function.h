@@ -52,6 +52,9 @@ struct PciState {
   bool margining_ready = true;
 };
 
+/// The driver that speaks the card's private requests.
+inline constexpr const char* card_driver = "corvane10e";
+
 struct PciFunction {
   FunctionKind kind = FunctionKind::physical;
   std::string sbdf;  // "0000:3b:00.0"

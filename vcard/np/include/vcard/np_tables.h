@@ -14,6 +14,7 @@ namespace vcard {
 
 inline constexpr uint32_t eram_lines = 0x80000;
 inline constexpr uint32_t ddr_lines = 1u << 28;
+inline constexpr uint32_t ddr_lines_in_base_unit = 4096 / 16;
 inline constexpr uint32_t zcam_places = 1u << 16;
 inline constexpr uint32_t etcam_blocks = 8;
 inline constexpr uint32_t etcam_rows = 512;
