@@ -70,7 +70,7 @@ void unknown_word_explain(const kxtools_cmd_entry* parent, const char* word) {
   if (misplaced_explain(parent, word)) {
     return;
   }
-  if (parent != nullptr && parent->sub_cmd_num == 0) {
+  if (parent != nullptr && parent->sub_cmd_list == nullptr) {
     kx_error_print("kxtool: '%s' is no command of %s, which has none\n", word, parent->name);
   } else if (const char* name = nearest_visible(table_of(parent), word); name != nullptr) {
     kx_error_print("kxtool: '%s' is unknown: did you mean '%s'?\n", word, name);

@@ -17,7 +17,7 @@ namespace {
 
 constexpr size_t TEXT_SIZE = 200;
 
-constinit kxtools_cmd_entry kxnp_sub_command_list[DPP_CMD_LISTED_NUM];
+constinit kxtools_cmd_entry kxnp_sub_command_list[DPP_CMD_LISTED_NUM] = {};
 
 // All words with single blanks between them, cut where the buffer ends.
 void words_join(const kxtools_cmd_context& ctx, char (&text)[TEXT_SIZE]) {

@@ -21,7 +21,9 @@ config_place config_place_read(kxpcie_target& target, kxpcie_words words, size_t
   const uint64_t width = kxpcie_number_or(target, words, width_index, "width", 4, 4);
   if (width != 1 && width != 2 && width != 4) {
     KXPCIE_FAIL(target, "width %" PRIu64 " is not 1, 2 or 4", width);
-  } else if (offset % width != 0) {
+    return {0, 4};
+  }
+  if (offset % width != 0) {
     KXPCIE_FAIL(target, "offset 0x%" PRIx64 " is no multiple of %" PRIu64, offset, width);
   }
   return {static_cast<uint32_t>(offset), static_cast<uint32_t>(width)};
@@ -96,7 +98,7 @@ void kxpcie_cfg_read(kxpcie_target& target, kxpcie_words words) {
 void kxpcie_cfg_write(kxpcie_target& target, kxpcie_words words) {
   const config_place at = config_place_read(target, words, 2);
   const int digits = static_cast<int>(at.width * 2);
-  const uint64_t most = target.good() ? UINT32_MAX >> (32 - 8 * at.width) : 0;
+  const uint64_t most = UINT32_MAX >> (32 - 8 * at.width);
   const auto written = static_cast<uint32_t>(kxpcie_number(target, words, 1, "value", most));
   tunnel_check(target, at);
   const uint32_t before = value_read(target, at);
