@@ -27,7 +27,7 @@ constexpr uint8_t subchan_id_tbl[2][2] = {{0, 1}, {0, 1}};
 constexpr uint8_t lock_type_tbl[2][2] = {{0, 0}, {0, 0}};
 
 bool reg_exists(const kx_mmio_region& slot, uint32_t offset) {
-  return offset <= REG_OFFSET_MAX && slot.base != nullptr && slot.holds(offset & REG_OFFSET_MASK, WORD);
+  return offset <= REG_OFFSET_MAX && slot.holds(offset & REG_OFFSET_MASK, WORD);
 }
 
 void flags_change(const kx_mmio_region& slot, uint8_t clear, uint8_t set) {

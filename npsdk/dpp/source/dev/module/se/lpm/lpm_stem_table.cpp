@@ -13,9 +13,10 @@ constexpr uint64_t ENTRIES_MAX = QLIX_COMM_MALLOC_MAX / sizeof(lpm_stem_entry);
 
 uint64_t home_of(const lpm_stem_table& table, uint64_t stem) {
   // The stem stands in the upper bits; the product spreads it over the upper half again.
+  // A table in use has stems of 1 bit and more.
+  // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult)
   const uint64_t spread = (stem >> (64 - table.bits)) * 0x9E3779B97F4A7C15ull;
-  // A table in use has thousands of places, so the mask is not 0.
-  return spread >> std::countl_zero(table.mask);  // NOLINT(clang-analyzer-core.UndefinedBinaryOperatorResult)
+  return spread >> std::countl_zero(table.mask);
 }
 
 lpm_stem_entry* make_entries(uint64_t num) {
