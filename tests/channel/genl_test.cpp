@@ -172,9 +172,7 @@ TEST_F(GenlSocket, ReceiverHandsNoticesOnUntilAForeignMessage) {
   answer(message(0x1F, {8, 0, 1, 0, 2, 0, 0, 0}));
   kxtool_device device;
   device.netlink_socket.reset(tool_.release());
-  testing::internal::CaptureStdout();
-  tarn_tools_netlink_recv_msg(&device);
-  const std::string lines = testing::internal::GetCapturedStdout();
+  const std::string lines = printed([&] { tarn_tools_netlink_recv_msg(&device); });
   kxtool_recv_cb_set(nullptr);
   EXPECT_EQ(notices, (std::vector<bytes>{{2, 0, 0, 0, 9, 9, 9, 9}}));
   EXPECT_THAT(lines, testing::HasSubstr("No information of corresponding op code 12 !"));

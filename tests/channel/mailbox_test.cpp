@@ -142,9 +142,7 @@ TEST_F(Mailbox, ChecksTheDescriptorsInOrderAndWritesNothing) {
       {good, {nullptr, 1}, 14, "virt_addr or recv_buffer is NULL."},
   };
   for (const auto& c : cases) {
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(bar_chan_sync_exchange(&c.send, &c.recv), c.result);
-    const std::string lines = testing::internal::GetCapturedStdout();
+    const std::string lines = printed([&] { EXPECT_EQ(bar_chan_sync_exchange(&c.send, &c.recv), c.result); });
     EXPECT_THAT(lines, testing::HasSubstr(std::string("]send para ERR: ") + c.line + "\033[m\n"));
     EXPECT_THAT(lines, testing::EndsWith("]para check failed, " + std::to_string(c.result) + ".\033[m\n"));
   }

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "../printed.h"
 #include "common/mmio.h"
 
 namespace {
@@ -73,9 +74,7 @@ TEST_F(DeviceMemory, SpeaksAgainForTheNextCommand) {
   for (int command = 0; command < 2; ++command) {
     kx_device_memory_rearm();
     EXPECT_EQ(kx_device_memory_losses, 0u);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(kx_mmio_read32(region(), 0), 0xFFFFFFFFu);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), LINE) << command;
+    EXPECT_EQ(told([&] { EXPECT_EQ(kx_mmio_read32(region(), 0), 0xFFFFFFFFu); }), LINE) << command;
   }
 }
 

@@ -2,29 +2,22 @@
 // tree.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <regex>
 #include <set>
-#include <sstream>
 #include <string>
 
+#include "../printed.h"
+#include "../temp_folder.h"
 #include "kxtool/commands.h"
 #include "kxtools/cmd.h"
 #include "modules.h"
 
 namespace {
 
-std::string file_read(const char* path) {
-  std::ifstream file(path);
-  std::ostringstream text;
-  text << file.rdbuf();
-  EXPECT_FALSE(text.str().empty()) << path;
-  return text.str();
-}
-
 // The page's text as it stands on paper, as far as names go.
 std::string page_read(const char* path) {
-  std::string text = file_read(path);
+  std::string text = temp_folder::read(path);
+  EXPECT_FALSE(text.empty()) << path;
   for (const char* mark : {"\\-", "\\:"}) {
     for (size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at)) {
       text.replace(at, 2, mark[1] == '-' ? "-" : "");
@@ -60,7 +53,7 @@ class Documents : public testing::Test {
   }
   const std::string manual_ = page_read(KX_DOCS "/kxtool.1");
   const std::string functions_ = page_read(KX_DPP_COMMANDS);
-  const std::string completion_ = file_read(KX_DOCS "/kxtool.bash");
+  const std::string completion_ = temp_folder::read(KX_DOCS "/kxtool.bash");
 };
 
 TEST_F(Documents, EveryMaintenanceCommandHasThem) {
@@ -94,10 +87,7 @@ std::string usage_of(const kxtools_cmd_entry& entry) {
   if (entry.usage == nullptr) {
     return entry.help == nullptr ? "" : entry.help;
   }
-  testing::internal::CaptureStdout();
-  entry.usage(entry);
-  fflush(stdout);
-  return testing::internal::GetCapturedStdout();
+  return printed([&] { entry.usage(entry); });
 }
 
 // An indented sentence of its own, or what stands behind the words of a single line.

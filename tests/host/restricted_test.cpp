@@ -1,15 +1,13 @@
 // The main job on machines that allow less: the room and trap that are found there, and that all of them do it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <regex>
 #include <string>
 
+#include "printed.h"
 #include "system/process.h"
 
 namespace {
@@ -22,16 +20,8 @@ struct Ran {
 
 Ran shell(const std::string& line) {
   const kx_system::Folder folder;
-  FILE* stream = popen((line + " 2> " + folder.path() + "/err").c_str(), "re");
-  Ran ran = {};
-  std::array<char, 4096> block;
-  while (size_t length = fread(block.data(), 1, block.size(), stream)) {
-    ran.out.append(block.data(), length);
-  }
-  const int status = pclose(stream);
-  ran.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  ran.err = kx_system::Folder::read(folder.path() + "/err");
-  return ran;
+  const command_outcome ran = command_run(line + " 2> " + folder / "err");
+  return {ran.status, ran.out, kx_system::Folder::read(folder / "err")};
 }
 
 /// The room and the trap that the card says it found; the first ones are not worth a line.

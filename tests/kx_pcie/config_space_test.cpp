@@ -10,6 +10,8 @@
 #include <cstring>
 #include <string>
 
+#include "../printed.h"
+#include "../temp_folder.h"
 #include "kx_pcie/card_lock.h"
 
 namespace {
@@ -49,22 +51,7 @@ constexpr kxtools_sbdf SBDF = 0x00013B09;  // 0001:3b:01.1
 class ConfigSpaceTest : public testing::Test {
  protected:
   ConfigSpaceTest() {
-    char name[] = "/tmp/config_space_test.XXXXXX";
-    const int fd = mkstemp(name);
-    device_file = name;
-    EXPECT_EQ(ftruncate(fd, PCIE_CFG_SIZE), 0);
-    close(fd);
-    testing::internal::CaptureStdout();
-  }
-  ~ConfigSpaceTest() override {
-    if (!printed_) {
-      testing::internal::GetCapturedStdout();
-    }
-    unlink(device_file.c_str());
-  }
-  std::string printed() {
-    printed_ = true;
-    return testing::internal::GetCapturedStdout();
+    device_file = folder_.write("config", std::string(PCIE_CFG_SIZE, '\0'));
   }
   void put(uint32_t offset, uint32_t value) {
     ASSERT_EQ(pcie_cfg_write_dword(SBDF, offset, value), 0);
@@ -74,9 +61,10 @@ class ConfigSpaceTest : public testing::Test {
     EXPECT_EQ(pcie_cfg_read_dword(SBDF, offset, &value), 0);
     return value;
   }
+  caught_output output_;
 
  private:
-  bool printed_ = false;
+  temp_folder folder_;
 };
 
 TEST_F(ConfigSpaceTest, ReplacesTheBitsUnderTheMask) {
@@ -115,7 +103,7 @@ TEST_F(ConfigSpaceTest, ReportsAFileThatCannotBeOpened) {
   unlink(device_file.c_str());
   uint32_t value = 0;
   EXPECT_EQ(pcie_cfg_read_dword(SBDF, 0x10, &value), -1);
-  EXPECT_EQ(printed(),
+  EXPECT_EQ(output_.take(),
             "[PCIe] open file:/sys/bus/pci/devices/0001:3b:01.1/config failed, fd:-1!\n"
             "[pcie] reg 0x10, pcie_cfg_read failed!\n");
 }
@@ -141,7 +129,7 @@ TEST_F(ConfigSpaceTest, WalksTheCapabilities) {
   EXPECT_EQ(pcie_find_capability(SBDF, 1), -1);
   put(0x34, 0x42);  // its two lowest bits are reserved
   EXPECT_EQ(pcie_find_capability(SBDF, 1), 0x40);
-  EXPECT_EQ(printed(),
+  EXPECT_EQ(output_.take(),
             "pcie cap[0x10] not find\npcie cap[0x10] not find\npcie cap[0x10] not find\n"
             "cap_id_addr invalid\ncap_id_addr invalid\ncap_id_addr invalid\n");
 }
@@ -166,7 +154,7 @@ TEST_F(ConfigSpaceTest, WalksTheExtendedCapabilities) {
     put(0x100, header);
     EXPECT_EQ(pcie_find_ext_capability(SBDF, 16, 0), -1);
   }
-  EXPECT_EQ(printed(), "");
+  EXPECT_EQ(output_.take(), "");
 }
 
 TEST_F(ConfigSpaceTest, GivesBackTheBarItProbed) {

@@ -7,17 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "../printed.h"
+
 namespace {
 
 template <typename Write>
 std::vector<std::string> lines_of(const Write& write) {
-  char* text = nullptr;
-  size_t size = 0;
-  FILE* out = open_memstream(&text, &size);
-  write(out);
-  fclose(out);
-  std::istringstream stream(std::string(text, size));
-  free(text);
+  std::istringstream stream(written(write));
   std::vector<std::string> lines;
   for (std::string line; std::getline(stream, line);) {
     lines.push_back(line);

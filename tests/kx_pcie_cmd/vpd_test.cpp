@@ -6,19 +6,14 @@
 #include <string>
 #include <vector>
 
+#include "../printed.h"
+
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 
 std::string text_of(const Bytes& bytes, kxpcie_vpd_end* end) {
-  char* text = nullptr;
-  size_t size = 0;
-  FILE* out = open_memstream(&text, &size);
-  *end = kxpcie_vpd_write(out, bytes);
-  fclose(out);
-  std::string result(text, size);
-  free(text);
-  return result;
+  return written([&](FILE* out) { *end = kxpcie_vpd_write(out, bytes); });
 }
 
 Bytes operator+(Bytes left, const Bytes& right) {

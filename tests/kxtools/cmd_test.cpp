@@ -186,9 +186,7 @@ TEST_F(Dispatcher, SaysWhatWasMeantOnStandardError) {
       {"zzz", "kxtool: 'zzz' is unknown: 'help' lists the commands of the shell\n"},
   };
   for (const auto& c : cases) {
-    testing::internal::CaptureStderr();
-    test_line_run(c.line, &result_);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), c.said) << c.line;
+    EXPECT_EQ(told([&] { test_line_run(c.line, &result_); }), c.said) << c.line;
   }
 }
 

@@ -102,10 +102,8 @@ TEST(PciAddress, ReadsTheTextForm) {
 TEST(DeviceWord, IsCheckedBeforeItBuildsAPath) {
   for (const char* word : {"a/b", "../x", "/etc", ".", "..", "sixteen_letters_"}) {
     kxtools_sbdf sbdf = 0;
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(kxtools_dev_name2bdf(word, &sbdf), -1);
     EXPECT_EQ(
-        without_line_numbers(testing::internal::GetCapturedStdout()),
+        without_line_numbers(printed([&] { EXPECT_EQ(kxtools_dev_name2bdf(word, &sbdf), -1); })),
         std::string("kxtools_err: [kxtools_dev_name2bdf][#] fopen /sys/class/net/") + word + "/device/uevent failed\n");
   }
   EXPECT_TRUE(kxtools_is_interface_name("fifteen_letters"));
@@ -172,10 +170,9 @@ TEST_F(KernelFile, ResourceGivesStartAndLengthOfABar) {
     EXPECT_EQ(range.start, c.range.start);
     EXPECT_EQ(range.size, c.range.size);
   }
-  testing::internal::CaptureStdout();
   kxtools_bar_range range = {};
-  EXPECT_EQ(kxtools_resource_bar_read("/nonexistent/resource", 0, &range), -1);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Failed to open resource file: /nonexistent/resource\n");
+  EXPECT_EQ(printed([&] { EXPECT_EQ(kxtools_resource_bar_read("/nonexistent/resource", 0, &range), -1); }),
+            "Failed to open resource file: /nonexistent/resource\n");
 }
 
 TEST_F(KernelFile, UeventGivesTheSlotOfTheFirstLineThatNamesOne) {

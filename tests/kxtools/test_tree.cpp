@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "../printed.h"
+
 namespace {
 
 std::vector<handler_call> calls;
@@ -53,7 +55,5 @@ void test_tree_status_set(int32_t value) {
 }
 
 std::string test_line_run(const char* line, int32_t* result) {
-  testing::internal::CaptureStdout();
-  *result = kxtools_cmd_execute(line);
-  return testing::internal::GetCapturedStdout();
+  return printed([&] { *result = kxtools_cmd_execute(line); });
 }

@@ -1,20 +1,13 @@
 // kxpkg as its users run it: what it writes the reader reads back, and what the update would refuse it names.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdio>
-
+#include "../printed.h"
 #include "../temp_folder.h"
 #include "fwupdate/package.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-struct outcome {
-  int status;
-  std::string text;  // both streams
-};
 
 class Kxpkg : public testing::Test {
  protected:
@@ -25,15 +18,10 @@ class Kxpkg : public testing::Test {
   std::string path(const std::string& name) const {
     return folder_ / name;
   }
-  static outcome run(const std::string& words) {
-    FILE* pipe = popen((KXPKG_PATH " " + words + " 2>&1").c_str(), "re");
-    std::string text;
-    for (int c = fgetc(pipe); c != EOF; c = fgetc(pipe)) {
-      text += static_cast<char>(c);
-    }
-    return {WEXITSTATUS(pclose(pipe)), text};
+  static command_outcome run(const std::string& words) {
+    return command_run(KXPKG_PATH " " + words + " 2>&1");
   }
-  outcome build(const std::string& description) const {
+  command_outcome build(const std::string& description) const {
     folder_.write("d.json", description);
     return run("build " + path("d.json") + " " + path("out.pkg"));
   }
@@ -41,10 +29,10 @@ class Kxpkg : public testing::Test {
 };
 
 TEST_F(Kxpkg, BuiltPackageHoldsTheImagesWhereTheReaderLooks) {
-  const outcome built = build(R"({"identification": "TARN-FW-EVB-1", "kind": 2,
+  const command_outcome built = build(R"({"identification": "TARN-FW-EVB-1", "kind": 2,
       "images": [{"file": "a.bin", "offset": "0x41000", "type": 2}, {"offset": 0, "type": 9}],
       "part_b": {"images": [{"file": "b.bin", "offset": 53481472, "type": 3}]}})");
-  ASSERT_EQ(built.status, 0) << built.text;
+  ASSERT_EQ(built.status, 0) << built.out;
   fw_package package;
   ASSERT_EQ(fw_package_open(path("out.pkg").c_str(), &package), fw_open_result::opened);
   EXPECT_EQ(package.kind, FW_KIND_WHOLE_FLASH);
@@ -59,9 +47,9 @@ TEST_F(Kxpkg, BuiltPackageHoldsTheImagesWhereTheReaderLooks) {
   ASSERT_EQ(fw_package_header_read(package, FW_PART_B, &header), 0);
   ASSERT_EQ(fw_image_checksum(package, header, header.images[0], &sum), 0);
   EXPECT_EQ(sum, 2029u * 'b');
-  const outcome info = run("info " + path("out.pkg"));
+  const command_outcome info = run("info " + path("out.pkg"));
   EXPECT_EQ(info.status, 0);
-  EXPECT_NE(info.text.find("board type      EVB"), std::string::npos) << info.text;
+  EXPECT_NE(info.out.find("board type      EVB"), std::string::npos) << info.out;
   EXPECT_EQ(run("check " + path("out.pkg")).status, 0);
 }
 
@@ -95,9 +83,9 @@ TEST_F(Kxpkg, WrongDescriptionsAndImagesLeaveNoPackage) {
       {R"({"identification": "EVB", "kind": 1, "images": [)" + image + "]}", "not of the form TARN-FW-BOARDTYPE-XXX"},
   };
   for (const auto& test : cases) {
-    const outcome built = build(test.description);
+    const command_outcome built = build(test.description);
     EXPECT_EQ(built.status, 1) << test.description;
-    EXPECT_NE(built.text.find(test.reason), std::string::npos) << test.description << "\n" << built.text;
+    EXPECT_NE(built.out.find(test.reason), std::string::npos) << test.description << "\n" << built.out;
     EXPECT_FALSE(fs::exists(path("out.pkg"))) << test.description;
   }
   EXPECT_EQ(folder_.entries(), 3u) << "a temporary file was left";
@@ -109,11 +97,11 @@ TEST_F(Kxpkg, CheckNamesEveryReason) {
                 .status,
             0);
   fs::resize_file(path("out.pkg"), 256 + 0x1000 + 10);
-  const outcome cut = run("check " + path("out.pkg"));
+  const command_outcome cut = run("check " + path("out.pkg"));
   EXPECT_EQ(cut.status, 1);
-  EXPECT_NE(cut.text.find("part A image 0: 5000 bytes at file offset 0x1100 reach past the file's end"),
+  EXPECT_NE(cut.out.find("part A image 0: 5000 bytes at file offset 0x1100 reach past the file's end"),
             std::string::npos);
-  EXPECT_NE(cut.text.find("part A image 1: 2029 bytes at file offset 0x3100 reach past the file's end"),
+  EXPECT_NE(cut.out.find("part A image 1: 2029 bytes at file offset 0x3100 reach past the file's end"),
             std::string::npos);
   EXPECT_EQ(run("check " + path("a.bin")).status, 1);
   EXPECT_EQ(run("check " + path("none")).status, 1);
@@ -145,9 +133,9 @@ TEST_F(Kxpkg, EveryChangeOfAPackageIsNoticed) {
     changed[test.at] = static_cast<char>(changed[test.at] + test.add);
     changed[test.at + 1] = static_cast<char>(changed[test.at + 1] - test.subtract);
     folder_.write("out.pkg", changed);
-    const outcome result = run("check " + path("out.pkg"));
+    const command_outcome result = run("check " + path("out.pkg"));
     EXPECT_EQ(result.status, 1) << test.what;
-    EXPECT_NE(result.text.find(test.reason), std::string::npos) << test.what << "\n" << result.text;
+    EXPECT_NE(result.out.find(test.reason), std::string::npos) << test.what << "\n" << result.out;
   }
 }
 
@@ -157,17 +145,14 @@ TEST_F(Kxpkg, SumsAreShownAndEveryNamedPackageIsLookedAt) {
   ASSERT_EQ(build(description).status, 0);
   fs::rename(path("out.pkg"), path("second.pkg"));
   ASSERT_EQ(build(description).status, 0);
-  FILE* pipe = popen(("sha256sum " + path("out.pkg")).c_str(), "re");
-  char sum[65] = "";
-  EXPECT_EQ(fread(sum, 1, 64, pipe), 64u);
-  pclose(pipe);
-  const outcome both = run("check " + path("out.pkg") + " " + path("second.pkg"));
-  EXPECT_EQ(both.status, 0) << both.text;
-  EXPECT_NE(both.text.find(path("second.pkg") + ": SHA-256 " + sum), std::string::npos) << both.text;
-  EXPECT_NE(both.text.find(path("out.pkg") + ": part A image 0: sum 0x00076688"), std::string::npos) << both.text;
-  EXPECT_NE(run("info " + path("out.pkg")).text.find(std::string("SHA-256 ") + sum), std::string::npos);
+  const std::string sum = sha256_of(path("out.pkg"));
+  const command_outcome both = run("check " + path("out.pkg") + " " + path("second.pkg"));
+  EXPECT_EQ(both.status, 0) << both.out;
+  EXPECT_NE(both.out.find(path("second.pkg") + ": SHA-256 " + sum), std::string::npos) << both.out;
+  EXPECT_NE(both.out.find(path("out.pkg") + ": part A image 0: sum 0x00076688"), std::string::npos) << both.out;
+  EXPECT_NE(run("info " + path("out.pkg")).out.find("SHA-256 " + sum), std::string::npos);
   EXPECT_EQ(run("check " + path("none") + " " + path("out.pkg")).status, 1);
-  EXPECT_EQ(run("--version").text.substr(0, 6), "kxpkg ");
+  EXPECT_EQ(run("--version").out.substr(0, 6), "kxpkg ");
 }
 
 }  // namespace

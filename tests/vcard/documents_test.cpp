@@ -3,19 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <regex>
 #include <set>
-#include <sstream>
+
+#include "../temp_folder.h"
 
 namespace {
-
-std::string file_text(const std::filesystem::path& path) {
-  std::ifstream stream(path);
-  std::ostringstream text;
-  text << stream.rdbuf();
-  return text.str();
-}
 
 std::set<std::string> first_groups(const std::string& text, const char* pattern) {
   std::set<std::string> found;
@@ -28,13 +21,13 @@ std::set<std::string> first_groups(const std::string& text, const char* pattern)
 
 TEST(Documents, NameEveryKeyAndEveryLogLine) {
   const std::filesystem::path folder = VCARD_FOLDER;
-  const std::string document = file_text(folder / "README.md");
+  const std::string document = temp_folder::read(folder / "README.md");
   size_t words = 0;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
     if (entry.path().extension() != ".cpp") {
       continue;
     }
-    const std::string source = file_text(entry.path());
+    const std::string source = temp_folder::read(entry.path());
     std::set<std::string> keys = first_groups(
         source,
         R"re(\b(?:number|signed_number|flag|text|bytes|choice|numbers|texts|sections?|has)\(\s*"([a-z0-9_]+)")re");

@@ -4,74 +4,50 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <cstring>
 
-#include "system/process.h"
+#include "system/cases.h"
 
 namespace {
 
-struct Exchange {
-  const char* card;
-  const char* steps;
-  const char* out;
-};
-
 TEST(MailboxWire, AnswersInTheRequestSlot) {
-  const Exchange exchanges[] = {
+  const std::vector<kx_system::Case> exchanges = {
       // Valid cleared, ack set, ids echoed, length and payload of the reply.
-      {"{}", "bar 0000:3b:00.0 , mailbox 7 39 0000000078563412",
+      {"{}", "bar 0000:3b:00.0 , mailbox 7 39 0000000078563412", 0,
        "bar size=0x4000000\nmailbox header=080027000800070000000000 payload=0000000078563412\n"},
-      {R"({"bar0": {"layout_byte": 2}})", "bar 0000:3b:00.1 , mailbox 7 33 01000000",
+      {R"({"bar0": {"layout_byte": 2}})", "bar 0000:3b:00.1 , mailbox 7 33 01000000", 0,
        "bar size=0x4000000\nmailbox header=080021001000070000000000 payload=000000000100000000f0f00000100000\n"},
       {R"({"faults": {"mailbox": {"requests": [{"event_id": 33, "count": 1, "never_answers": true}]}}})",
-       "bar 0000:3b:00.0 , mailbox_silence 7 33 01 , mailbox 8 33 01",
+       "bar 0000:3b:00.0 , mailbox_silence 7 33 01 , mailbox 8 33 01", 0,
        "bar size=0x4000000\nmailbox time out\n"
        "mailbox header=080021001000080000000000 payload=000000000100000000f0f00000100000\n"},
       {R"({"faults": {"mailbox": {"requests": [{"message_id": 9, "length": 12, "no_ack": true}]}}})",
-       "bar 0000:3b:00.0 , mailbox 7 39 0000000000000000",
+       "bar 0000:3b:00.0 , mailbox 7 39 0000000000000000", 0,
        "bar size=0x4000000\nmailbox header=000027000c00090000000000 payload=000000000000000000000000\n"},
       // Nobody listens, or the processor says so: the request stays where it is.
-      {"{}", "bar 0000:3b:00.0 , mailbox_silence 7 12 00", "bar size=0x4000000\nmailbox time out\n"},
+      {"{}", "bar 0000:3b:00.0 , mailbox_silence 7 12 00", 0, "bar size=0x4000000\nmailbox time out\n"},
       {R"({"faults": {"processor": {"requests": [{"op_code": 0, "never_answers": true}]}}})",
-       "bar 0000:3b:00.0 , mailbox_silence 7 39 0000000000000000", "bar size=0x4000000\nmailbox time out\n"},
+       "bar 0000:3b:00.0 , mailbox_silence 7 39 0000000000000000", 0, "bar size=0x4000000\nmailbox time out\n"},
       // The BAR ends before the mailbox.
-      {R"({"bar0": {"size": 65536}})", "bar 0000:3b:00.0 , peek 0x5408", "bar size=0x10000\npeek 0x00000002\n"},
+      {R"({"bar0": {"size": 65536}})", "bar 0000:3b:00.0 , peek 0x5408", 0, "bar size=0x10000\npeek 0x00000002\n"},
   };
-  for (const Exchange& exchange : exchanges) {
-    kx_system::Result result =
-        kx_system::run({.card = exchange.card, .words = kx_system::words_of(exchange.steps), .program = VCARD_PROBE});
-    EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(result.out, exchange.out) << exchange.card;
-  }
+  kx_system::check_all(exchanges, {.program = VCARD_PROBE});
 }
 
 TEST(MailboxWire, AClaimedBarIsTakenFromItsMappingsAndMappedNoMore) {
-  constexpr const char* refused = "bar size=0x4000000 errno=22\n";
-  const struct {
-    Exchange exchange;
-    int status;
-  } rows[] = {
-      {{R"({"faults": {"bar0": {"claimed": true}}})", "bar 0000:3b:00.0 , bar 0000:3b:00.1", ""}, 0},
-      // At a request, and a time after the first mapping; the foreign function is none of the card's.
-      {{R"({"faults": {"mailbox": {"requests": [{"takes_bar": true}]}}})",
-        "bar 0000:3b:00.0 , mailbox_silence 7 39 0000000000000000", "bar size=0x4000000\n"},
-       128 + SIGBUS},
-      {{R"({"faults": {"bar0": {"taken_ms": 500}}})",
-        "bar 0000:3b:00.0 , peek 0x5408 , sleep 1500 , bar 0000:3b:00.1 , bar 0000:00:1f.6 , bar 0000:3b:00.0",
-        "bar size=0x4000000\npeek 0x00000002\n"},
-       0},
-      {{R"({"faults": {"bar0": {"taken_ms": 500}}})", "bar 0000:3b:00.0 , sleep 1500 , peek 0x5408",
-        "bar size=0x4000000\n"},
-       128 + SIGBUS},
+  const auto mapped_no_more = [](const std::string& before) {
+    return testing::StartsWith(before + "bar size=0x4000000 errno=22\n");
   };
-  for (const auto& row : rows) {
-    const auto result = kx_system::run(
-        {.card = row.exchange.card, .words = kx_system::words_of(row.exchange.steps), .program = VCARD_PROBE});
-    EXPECT_EQ(result.status, row.status) << result.err;
-    EXPECT_EQ(result.out.substr(0, strlen(row.exchange.out)), row.exchange.out) << row.exchange.steps;
-    const std::string rest = result.out.substr(std::min(result.out.size(), strlen(row.exchange.out)));
-    EXPECT_TRUE(row.status != 0 || rest.starts_with(refused)) << rest;
-  }
+  const char* const taken = R"({"faults": {"bar0": {"taken_ms": 500}}})";
+  const std::vector<kx_system::Case> exchanges = {
+      {R"({"faults": {"bar0": {"claimed": true}}})", "bar 0000:3b:00.0 , bar 0000:3b:00.1", 0, mapped_no_more("")},
+      // At a request, and a time after the first mapping; the foreign function is none of the card's.
+      {R"({"faults": {"mailbox": {"requests": [{"takes_bar": true}]}}})",
+       "bar 0000:3b:00.0 , mailbox_silence 7 39 0000000000000000", 128 + SIGBUS, "bar size=0x4000000\n"},
+      {taken, "bar 0000:3b:00.0 , peek 0x5408 , sleep 1500 , bar 0000:3b:00.1 , bar 0000:00:1f.6 , bar 0000:3b:00.0", 0,
+       mapped_no_more("bar size=0x4000000\npeek 0x00000002\n")},
+      {taken, "bar 0000:3b:00.0 , sleep 1500 , peek 0x5408", 128 + SIGBUS, "bar size=0x4000000\n"},
+  };
+  kx_system::check_all(exchanges, {.program = VCARD_PROBE});
 }
 
 TEST(MailboxWire, NoticesComeOneAtATimeInOrder) {

@@ -72,18 +72,6 @@ TEST(SubCommands, EveryEntryButBindHasARowAndItsHelp) {
   EXPECT_EQ(kxtool_option_index_get(KXTOOL_OPTIONS, "shell"), 18);
 }
 
-TEST(SubCommands, TooManyWordsAreRefusedBeforeTheFork) {
-  char word[] = "x";
-  char* words[49];
-  std::fill(std::begin(words), std::end(words), &word[0]);
-  kxtools_cmd_context ctx = {};
-  ctx.cmd = &kxtool_sub_command_list[2];
-  ctx.argp = words;
-  ctx.argc = 49;
-  EXPECT_EQ(kxtool_cmd(&ctx), -1);
-  EXPECT_EQ(kxtool_cmd(nullptr), -1);
-}
-
 TEST(Words, NumbersOutsideOfTheirRangeEndTheProcess) {
   EXPECT_EQ(kxtool_number_get("12", 10, 0, 12), 12);
   EXPECT_EQ(kxtool_number_get("0x1F", 0, 0, 31), 31);

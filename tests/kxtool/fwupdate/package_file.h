@@ -29,24 +29,19 @@ struct row {
   uint32_t type;
 };
 
-/// The bytes of a header whose count may lie.
-inline bytes header(std::string_view identification, uint32_t count, const std::vector<row>& rows) {
+inline bytes header(std::string_view identification, const std::vector<row>& rows) {
   bytes out;
   put_le32(&out, 0x12345678);
   for (size_t i = 0; i < 64; ++i) {
     out.push_back(i < identification.size() ? static_cast<uint8_t>(identification[i]) : 0);
   }
-  put_le32(&out, count);
+  put_le32(&out, static_cast<uint32_t>(rows.size()));
   for (const row& image : rows) {
     put_le32(&out, image.offset);
     put_le32(&out, image.size);
     put_le32(&out, image.type);
   }
   return out;
-}
-
-inline bytes header(std::string_view identification, const std::vector<row>& rows) {
-  return header(identification, static_cast<uint32_t>(rows.size()), rows);
 }
 
 /// `size` bytes that count up from `first`.

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "../../printed.h"
 #include "fw_state.h"
 
 namespace {
@@ -11,12 +12,8 @@ class Timer : public testing::Test {
  protected:
   void SetUp() override {
     fw_update_set(&update_);
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
   }
   void TearDown() override {
-    testing::internal::GetCapturedStdout();
-    testing::internal::GetCapturedStderr();
     fw_update_set(nullptr);
   }
   fw_update update_;
@@ -51,11 +48,7 @@ TEST_F(Timer, CancelledAndRestartedTimersCountAnew) {
 }
 
 TEST_F(Timer, UnknownIdIsLoggedAndNothingStarts) {
-  testing::internal::GetCapturedStderr();
-  testing::internal::CaptureStderr();
-  fw_start_timer(33, 1);
-  const std::string log = testing::internal::GetCapturedStderr();
-  testing::internal::CaptureStderr();
+  const std::string log = told([] { fw_start_timer(33, 1); });
   EXPECT_NE(log.find("tim_id 33 was not found!"), std::string::npos) << log;
 }
 

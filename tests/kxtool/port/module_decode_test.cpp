@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <random>
 #include <vector>
@@ -100,6 +101,36 @@ TEST(ModuleDecode, TakesTheLanesOfAQsfpModule) {
     }
     ASSERT_EQ(module_decode(eeprom, &info), module_decode_result::good);
     EXPECT_EQ(info.sums_good, place == 223) << place;
+  }
+}
+
+TEST(ModuleDecode, FindsTheIdentityWhereEachKindKeepsIt) {
+  struct {
+    int identifier;
+    size_t vendor, oui, part, revision, serial, date;
+    const char* shown_revision;  // two characters, or four
+  } const kinds[] = {
+      {0x03, 20, 37, 40, 56, 68, 84, "A1B2"},
+      {0x11, 148, 165, 168, 184, 196, 212, "A1"},
+      {0x18, 129, 145, 148, 164, 166, 182, "A1"},
+  };
+  for (const auto& kind : kinds) {
+    Eeprom eeprom(512, ' ');
+    put(&eeprom, 0, {kind.identifier});
+    put(&eeprom, kind.revision, "A1B2");
+    put(&eeprom, kind.vendor, "VENDOR OF 16 CH.");
+    put(&eeprom, kind.oui, {0x02, 0x1C, 0xF2});
+    put(&eeprom, kind.part, "PART OF 16 CHAR.");
+    put(&eeprom, kind.serial, "SERIAL OF 16 CH.");
+    put(&eeprom, kind.date, "251231AB");
+    module_info info;
+    ASSERT_EQ(module_decode(eeprom, &info), module_decode_result::good) << kind.identifier;
+    EXPECT_STREQ(info.vendor, "VENDOR OF 16 CH.");
+    EXPECT_EQ(std::to_array(info.oui), (std::array<uint8_t, 3>{0x02, 0x1C, 0xF2})) << kind.identifier;
+    EXPECT_STREQ(info.part, "PART OF 16 CHAR.");
+    EXPECT_STREQ(info.revision, kind.shown_revision);
+    EXPECT_STREQ(info.serial, "SERIAL OF 16 CH.");
+    EXPECT_STREQ(info.date, "251231AB");
   }
 }
 

@@ -5,6 +5,8 @@
 
 #include <vector>
 
+#include "../../printed.h"
+
 namespace {
 
 constexpr kxtools_unit_window WINDOWS[] = {{0, 0x8400000000, 0x1000}, {0x1000, 0x8500000000, 0x1000}};
@@ -76,9 +78,7 @@ TEST(DevmemWords, SayInOneLineWhyAPlaceIsRefused) {
   for (const Row& row : rows) {
     devmem_request request;
     ASSERT_TRUE(devmem_words_parse(static_cast<uint32_t>(row.words.size()), row.words.data(), &request));
-    testing::internal::CaptureStdout();
-    EXPECT_FALSE(devmem_request_check(UNIT, &request));
-    const std::string out = testing::internal::GetCapturedStdout();
+    const std::string out = printed([&] { EXPECT_FALSE(devmem_request_check(UNIT, &request)); });
     EXPECT_TRUE(out.starts_with("kxtools_err: [")) << out;
     EXPECT_EQ(out.substr(std::min(out.find("] ", 14), out.size() - 2) + 2), row.line);
   }

@@ -14,8 +14,7 @@ TEST(Bttl, WordsDecide) {
     const char* line;
     const char* starts;
     bool fails;
-  } cases[] = {
-      {"dxge", "kxtools_err: [kxbttl_exec][", true},
+  } const cases[] = {
       {"dxge 1", "kxtools_err: [kxbttl_exec][", true},
       {"bman 2 stat x",
        "[dtp] Not support input parameter = 2\n[dtp] cmd module id 2, not support!\nkxbttl bman 2 stat x: Command exec "
@@ -52,16 +51,12 @@ TEST(Bttl, WordsDecide) {
       {"bman 1 cfg", "============Now read bman cfg============\n0000 pool enable ", false},
       {"lro 1 cfg", "============Now read lro cfg============\n0000 lro enable ", false},
   };
-  std::vector<std::string> lines;
+  std::vector<session::Row> rows = {{"dxge", HasSubstr(" too few paras\n")}};
   for (const auto& c : cases) {
-    lines.push_back(std::string("kxbttl ") + c.line);
+    const auto failed = HasSubstr("Command exec failed!");
+    rows.push_back({c.line, AllOf(StartsWith(c.starts), testing::Conditional(c.fails, failed, testing::Not(failed)))});
   }
-  const auto session = session::run("{}", lines);
-  for (size_t i = 0; i < lines.size(); ++i) {
-    EXPECT_THAT(session.outputs[i], StartsWith(cases[i].starts)) << lines[i];
-    EXPECT_EQ(session.outputs[i].find("Command exec failed!") != std::string::npos, cases[i].fails) << lines[i];
-  }
-  EXPECT_THAT(session.outputs[0], HasSubstr(" too few paras\n"));
+  session::expect_shows("{}", "kxbttl ", rows);
 }
 
 TEST(Bttl, DumpsBothSidesOfTheInstanceAsked) {

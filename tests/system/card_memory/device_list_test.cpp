@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "system/cases.h"
 #include "system/session.h"
 
 namespace {
@@ -58,17 +59,18 @@ TEST(DeviceList, EndsAtALoopOfExtendedCapabilities) {
   EXPECT_THAT(list_of(R"({"faults": {"configuration": {"extended_loop": true}}})"), HasSubstr("no kx device found\n"));
 }
 
-TEST(DeviceList, AnIndexWithoutFunctionEndsTheChoice) {
-  const auto result = kx_system::run({.input = "2\n"});
-  EXPECT_EQ(result.status, 255);
-  EXPECT_THAT(result.out, HasSubstr("get_sbdf_by_node_id failed\n"));
-}
-
-TEST(Bind, RefusesFirmwareOfAnotherInterface) {
-  const auto result = session::one_shot(R"({"bar0": {"compat": {"6": {"major": 1}}}})", "kxvqm glb version");
-  EXPECT_EQ(result.status, 255);
-  EXPECT_THAT(result.out, HasSubstr("cmd major 0 is not match fw 1!\nfw not match kx_pcie!\n"));
-  EXPECT_THAT(result.out, HasSubstr("bind_pcie_dev_by_sbdf failed\n"));
+TEST(Bind, RefusesFirmwareAndFunctionsOfOthers) {
+  kx_system::check_all({
+      {R"({"bar0": {"compat": {"6": {"major": 1}}}})", "bind 0000:3b:00.0 kxvqm glb version", 255,
+       AllOf(HasSubstr("cmd major 0 is not match fw 1!\nfw not match kx_pcie!\n"),
+             HasSubstr("bind_pcie_dev_by_sbdf failed\n"))},
+      // The BAR of another maker's is not even looked for.
+      {R"({"functions": {"0000:00:1f.6": {"absent_files": ["resource0"]}}})", "bind 0000:00:1f.6 kxvqm glb version",
+       255,
+       AllOf(HasSubstr("Bind to the pcie device 0000:00:1f.6 failed!\nPlease bind kx device\n"),
+             testing::Not(HasSubstr("resource0")))},
+      {"{}", "bind eth2 kxpcie cfg_read 0", 0, "0x000: 0xffffffff\n"},  // a virtual function, whose identity is no word
+  });
 }
 
 TEST(Bind, LeavesTheTunnelOfTheFunctionBeforeInOrder) {
@@ -96,12 +98,6 @@ TEST(DeviceList, LeavesOutWhatItCannotNameAndSaysSo) {
   EXPECT_EQ(result.err, "10000:3b:00.0 is left out: its segment is above ffff\n");
 }
 
-TEST(Bind, ReadsAVirtualFunctionWhoseIdentityIsAllOnes) {
-  const auto result = kx_system::run({.words = {"bind", "eth2", "kxpcie", "cfg_read", "0"}});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.out, "0x000: 0xffffffff\n");
-}
-
 TEST(Bind, AFunctionThatIsRemovedEndsEveryCommandWithALine) {
   const auto result = kx_system::run(kx_system::script(
       "(echo 0; sleep 1; echo 1 > /sys/bus/pci/devices/0000:3b:00.0/remove; printf 'kxpcie link_status\\n"
@@ -111,15 +107,6 @@ TEST(Bind, AFunctionThatIsRemovedEndsEveryCommandWithALine) {
   EXPECT_THAT(result.out, HasSubstr("open file:/sys/bus/pci/devices/0000:3b:00.0/config failed"));
   EXPECT_THAT(result.out, testing::Not(HasSubstr("0x6208000000: 0x")));
   EXPECT_THAT(result.out, HasSubstr("0x000: 0x10411af4\n")) << "the next function is bound as ever";
-}
-
-TEST(Bind, RefusesAFunctionOfAnotherMaker) {
-  // Its BAR is not even looked for.
-  const auto result = kx_system::run({.card = R"({"functions": {"0000:00:1f.6": {"absent_files": ["resource0"]}}})",
-                                      .words = {"bind", "0000:00:1f.6", "kxvqm", "glb", "version"}});
-  EXPECT_EQ(result.status, 255);
-  EXPECT_THAT(result.out, testing::Not(HasSubstr("resource0")));
-  EXPECT_THAT(result.out, HasSubstr("Bind to the pcie device 0000:00:1f.6 failed!\nPlease bind kx device\n"));
 }
 
 }  // namespace

@@ -10,10 +10,7 @@ using session::plain;
 using testing::HasSubstr;
 
 TEST(TraceApp, WordsDecide) {
-  struct {
-    const char* line;
-    const char* out;
-  } cases[] = {
+  const std::vector<session::Row> rows = {
       {"trace", "too few paras!.\ntrace cmd usage.\n"},
       {"vqm", "too few paras!.\ntrace cmd usage.\n"},
       {"trace rubbish", "trace cmd usage.\n"},
@@ -34,18 +31,9 @@ TEST(TraceApp, WordsDecide) {
       {"vqm rate 1 4294967303", "invalid vfid, vfid: 4294967295\n"},
       {"dtp rate 1 4", "invalid portid, portid: 4\n"},
       {"np rate 1 16", "invalid portid, portid: 16\n"},
+      {"trace cmd", testing::MatchesRegex("### The Bar Addr: 0x[0-9a-f]+ ###\n### Trace App Cmdline Test ###\n")},
   };
-  std::vector<std::string> lines;
-  for (const auto& c : cases) {
-    lines.push_back(std::string("kxtrace_app ") + c.line);
-  }
-  lines.push_back("kxtrace_app trace cmd");
-  const auto session = session::run("{}", lines);
-  for (size_t i = 0; i < std::size(cases); ++i) {
-    EXPECT_EQ(session.outputs[i], cases[i].out) << lines[i];
-  }
-  EXPECT_THAT(session.outputs.back(),
-              testing::MatchesRegex("### The Bar Addr: 0x[0-9a-f]+ ###\n### Trace App Cmdline Test ###\n"));
+  session::expect_shows("{}", "kxtrace_app ", rows);
 }
 
 TEST(TraceApp, ShowsGeneratorsPathByPath) {
@@ -111,11 +99,11 @@ TEST(TraceApp, MeasuresTheRatesThatTheCardHas) {
 }
 
 TEST(TraceApp, FailsWithALineWhenTheCardDoes) {
-  const auto session = session::run(R"({"faults": {"tunnel": {"transfers": [{"from": 2, "flag_stuck": true}]}}})",
-                                    {"kxtrace_app trace st", "kxtrace_app vqm rate 1 0"});
-  EXPECT_EQ(session.outputs[0], "wait time: 200 ms, VPD timeout!!!\nread trace reg 0x6214000140 failed!\n");
-  EXPECT_EQ(plain(session.outputs[1]),
-            "[vqm rate]: vfid: 0\nwait time: 200 ms, VPD timeout!!!\nread trace reg 0x6208410000 failed!\n");
+  session::expect_shows(
+      R"({"faults": {"tunnel": {"transfers": [{"from": 2, "flag_stuck": true}]}}})", "kxtrace_app ",
+      {{"trace st", "wait time: 200 ms, VPD timeout!!!\nread trace reg 0x6214000140 failed!\n"},
+       {"vqm rate 1 0",
+        "[vqm rate]: vfid: 0\nwait time: 200 ms, VPD timeout!!!\nread trace reg 0x6208410000 failed!\n"}});
 }
 
 }  // namespace

@@ -159,7 +159,7 @@ TEST(VqmCommands, TakeTheWordsThatTheirHelpNames) {
 }
 
 TEST(VqmCommands, InNoGroupAnswerToo) {
-  struct {
+  const struct {
     const char* line;
     const char* starts;
   } cases[] = {
@@ -225,14 +225,11 @@ TEST(VqmCommands, InNoGroupAnswerToo) {
       {"barchan send_ovs_msg 39 x", "kx_vqm Error: para[x] illegal.\n"},
       {"barchan send_ovs_msg 39 0 0x1234", "  word 0  : 0x"},
   };
-  std::vector<std::string> lines;
+  std::vector<session::Row> rows;
   for (const auto& c : cases) {
-    lines.push_back(std::string("kxvqm ") + c.line);
+    rows.push_back({c.line, StartsWith(c.starts)});
   }
-  const auto session = session::run("{}", lines, true);
-  for (size_t i = 0; i < lines.size(); ++i) {
-    EXPECT_THAT(plain(session.outputs[i]), StartsWith(cases[i].starts)) << lines[i];
-  }
+  const auto session = session::expect_shows("{}", "kxvqm ", rows, true);
   EXPECT_EQ(plain(session.outputs[34]), "[int status]\n") << "zero fields are not printed now";
   EXPECT_EQ(session.result.log_of("mailbox ").size(), 1u);
 }

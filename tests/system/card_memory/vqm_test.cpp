@@ -29,25 +29,26 @@ TEST(Vqm, PrintsVersionAndDateInColour) {
 }
 
 TEST(Vqm, PrintsTheCountersOfAFunction) {
-  const auto session = session::run(
-      CARD, {"kxvqm vf 1192", "kxvqm vf 0x4a8", "kxvqm vf 02250", "kxvqm cnt vf 1192", "kxvqm vf 0", "kxvqm vf 1193",
-             "kxvqm vf -1", "kxvqm vf 3x", "kxvqm vf", "kxvqm vf 1 2", "kxvqm cnt vf", "kxvqm cnt vf 1193"});
   const std::string shown =
       "\033[1;36mvf[1192]\n\033[0m\033[0;33m  send pkt \033[0m: \t1\n\033[0;33m  send byte\033[0m: \t2\n"
       "\033[0;33m  receive pkt \033[0m: 3\n\033[0;33m  receive byte\033[0m: 4294967300\n"
       "\033[0;33m  drop pkt cnt\033[0m: 4294967295\n";
-  for (size_t i = 0; i < 4; ++i) {
-    EXPECT_EQ(session.outputs[i], shown) << i;
-  }
-  EXPECT_THAT(session.outputs[4], HasSubstr("\t18446744073709551615\n"));
+  EXPECT_EQ(session::run(CARD, {"kxvqm vf 1192"}).outputs[0], shown);
   const std::string help = "vf" + std::string(63, ' ') + "vf port stat info by vf_id  + [vfid]\n";
-  EXPECT_EQ(session.outputs[5], "kx_vqm Error: para[1193] out of range [0, 1192].\n" + help);
-  EXPECT_EQ(session.outputs[6], "kx_vqm Error: para[-1] out of range [0, 1192].\n" + help);
-  EXPECT_EQ(session.outputs[7], "kx_vqm Error: para[3x] illegal.\n" + help);
-  EXPECT_EQ(session.outputs[8], "kx_vqm Error: num of parameters is too less.\n" + help);
-  EXPECT_EQ(session.outputs[9], "kx_vqm Error: num of parameters is too much.\n" + help);
-  EXPECT_THAT(session.outputs[10], testing::StartsWith("kx_vqm Error: num of parameters is too less.\ncnt "));
-  EXPECT_THAT(session.outputs[11], HasSubstr("\ncnt qp "));
+  const std::vector<session::Row> rows = {
+      {"vf 0x4a8", plain(shown)},
+      {"vf 02250", plain(shown)},
+      {"cnt vf 1192", plain(shown)},
+      {"vf 0", HasSubstr("\t18446744073709551615\n")},
+      {"vf 1193", "kx_vqm Error: para[1193] out of range [0, 1192].\n" + help},
+      {"vf -1", "kx_vqm Error: para[-1] out of range [0, 1192].\n" + help},
+      {"vf 3x", "kx_vqm Error: para[3x] illegal.\n" + help},
+      {"vf", "kx_vqm Error: num of parameters is too less.\n" + help},
+      {"vf 1 2", "kx_vqm Error: num of parameters is too much.\n" + help},
+      {"cnt vf", testing::StartsWith("kx_vqm Error: num of parameters is too less.\ncnt ")},
+      {"cnt vf 1193", HasSubstr("\ncnt qp ")},
+  };
+  session::expect_shows(CARD, "kxvqm ", rows);
 }
 
 TEST(Vqm, PrintsAllFunctions) {
@@ -117,23 +118,23 @@ TEST(Vqm, WritesNothingWhenAWordIsWrong) {
 }
 
 TEST(Vqm, TheEngineReacts) {
-  const auto session =
-      session::run(R"({"memory": {"0x6208012038": 9}})",
-                   {"kxvqm check_vqm", "kxvqm rdesc cnt_clear", "kxvqm check_vqm", "kxvqm glb int_test 0x81",
-                    "kxvqm glb int_st", "kxvqm trpg pktgen 64 100 0 1", "kxvqm trpg tx", "kxvqm trpg txclr", "kxvqm tx",
-                    "kxvqm host device_feature_sel 7 1", "kxvqm host device_feature 7", "kxvqm idtrans_sel 0x3005"},
-                   true);
-  const std::vector<std::string>& out = session.outputs;
-  EXPECT_THAT(plain(out[0]), testing::EndsWith("vqm check failed: 1 register reports errors\n"));
-  EXPECT_EQ(out[1], "rdesc counter clear done\n");
-  EXPECT_EQ(out[2], "vqm check ok\n");
-  EXPECT_THAT(plain(out[4]), HasSubstr("  axim                        : 0x1\n"));
-  EXPECT_EQ(plain(out[6]),
-            "[packets sent]\n  packets sent                : 0x64\n[bytes sent]\n"
-            "  bytes sent                  : 0x1900\n");
-  EXPECT_THAT(plain(out[8]), testing::StartsWith("[packets sent]\n  packets sent                : 0x0\n"));
-  EXPECT_EQ(plain(out[10]), "[device feature]\n  device feature              : 0x1\n");
-  EXPECT_THAT(plain(out[11]), HasSubstr("  pcie function               : 0xd\n  queue base                  : 0x6\n"));
+  const std::vector<session::Row> rows = {
+      {"check_vqm", testing::EndsWith("vqm check failed: 1 register reports errors\n")},
+      {"rdesc cnt_clear", "rdesc counter clear done\n"},
+      {"check_vqm", "vqm check ok\n"},
+      {"glb int_test 0x81", testing::_},
+      {"glb int_st", HasSubstr("  axim                        : 0x1\n")},
+      {"trpg pktgen 64 100 0 1", testing::_},
+      {"trpg tx",
+       "[packets sent]\n  packets sent                : 0x64\n"
+       "[bytes sent]\n  bytes sent                  : 0x1900\n"},
+      {"trpg txclr", testing::_},
+      {"tx", testing::StartsWith("[packets sent]\n  packets sent                : 0x0\n")},
+      {"host device_feature_sel 7 1", testing::_},
+      {"host device_feature 7", "[device feature]\n  device feature              : 0x1\n"},
+      {"idtrans_sel 0x3005", HasSubstr("  pcie function               : 0xd\n  queue base                  : 0x6\n")},
+  };
+  session::expect_shows(R"({"memory": {"0x6208012038": 9}})", "kxvqm ", rows, true);
 }
 
 TEST(Vqm, ALiveDeviceIsNeededForRegistersAndMessagesOnly) {

@@ -100,12 +100,9 @@ TEST(FirmwareUpdateSignals, EndTheUpdateLikeControlCUnlessTheyAreIgnored) {
 // Its parent passes nothing on: the update ends by itself, and the next one finds the lock free.
 TEST(FirmwareUpdateSignals, KilledToolLeavesNoUpdateBehind) {
   const Workplace work;
-  kx_system::Command command = kx_system::script("$KXTOOL fwupdate eth0 " + work.package +
-                                                     " & sleep 0.7; kill -KILL $!; wait $!; echo $?; "
-                                                     "$KXTOOL fwupdate eth0 part",
-                                                 R"({"update": {"erase_ms": 20000}})");
-  command.state = work.folder.path();
-  const Result result = kx_system::run(command);
+  const Result result = work.script("$KXTOOL fwupdate eth0 " + work.package +
+                                        " & sleep 0.7; kill -KILL $!; wait $!; echo $?; $KXTOOL fwupdate eth0 part",
+                                    R"({"update": {"erase_ms": 20000}})");
   EXPECT_EQ(result.status, 0) << result.out;
   EXPECT_THAT(result.out, HasSubstr("137\nactive partition: 1\n"));
   EXPECT_THAT(work.log(), HasSubstr("interrupted: partition 2 is incomplete, image 1 of 2 is being erased"));
@@ -124,9 +121,7 @@ TEST(FirmwareUpdateSignals, ShellEndsAfterTheUpdateThatItPassedItsSignalOnTo) {
 
 TEST(FirmwareUpdateSignals, ReaderThatGoesAwayDoesNotEndTheUpdate) {
   const Workplace work;
-  kx_system::Command command = kx_system::script("$KXTOOL fwupdate eth0 " + work.package + " | head -n 1", SLOW_CARD);
-  command.state = work.folder.path();
-  const Result result = kx_system::run(command);
+  const Result result = work.script("$KXTOOL fwupdate eth0 " + work.package + " | head -n 1", SLOW_CARD);
   EXPECT_EQ(result.out, "image 1/2 erasing\n");
   EXPECT_TRUE(work.flash_holds_package());
 }
@@ -134,12 +129,9 @@ TEST(FirmwareUpdateSignals, ReaderThatGoesAwayDoesNotEndTheUpdate) {
 // The card's notices go to the tool that came last, whichever port it asked.
 TEST(FirmwareUpdateBeside, CommandOnAnotherPortWaitsForTheUpdateAndSaysForWhom) {
   const Workplace work;
-  const std::string out = work.folder.path() + "/out";
-  kx_system::Command command = kx_system::script("$KXTOOL fwupdate eth0 " + work.package + " >" + out +
-                                                     " & sleep 0.5; $KXTOOL sn_info eth1 sn_info; wait; cat " + out,
-                                                 R"({"update": {"erase_ms": 1500}})");
-  command.state = work.folder.path();
-  const Result result = kx_system::run(command);
+  const Result result = work.script("cd " + work.folder.path() + "; $KXTOOL fwupdate eth0 " + work.package +
+                                        " >out & sleep 0.5; $KXTOOL sn_info eth1 sn_info; wait; cat out",
+                                    R"({"update": {"erase_ms": 1500}})");
   EXPECT_THAT(result.out, testing::StartsWith("sn=KX2601A00042\n"));
   EXPECT_THAT(result.out, HasSubstr("write success"));
   EXPECT_THAT(result.err,

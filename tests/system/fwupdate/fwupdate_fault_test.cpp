@@ -39,12 +39,8 @@ void expect_outcome(const fault_case& test, const Workplace& work, const Result&
 
 TEST(FirmwareUpdateFault, ByName) {
   const fault_case cases[] = {
-      {R"({"processor": {"requests": [{"event_id": 27, "from": 4, "count": 1, "result": -8}]}})", 7,
-       "BAR MSG OR VQ MSG ERR: time out, bar_or_vq_chan_ret = -8!\n", "tx by bar chan err"},
       {R"({"driver": {"requests": [{"type": 1, "from": 3, "count": 1, "errno": 5}]}})", 7, "ioctl error,ret=-1!\n",
        "****ret = 1 ****"},
-      {R"({"driver": {"requests": [{"type": 1, "from": 3, "count": 1, "status_flag": 0}]}})", 7,
-       "the user message ioctl to kernel failed!\n", "the package header was not taken"},
       {R"({"update": {"sum_wrong": 4}})", 7, "crc failed! resent 3 times failed! try to exit!\n", "curcrc="},
   };
   for (const fault_case& test : cases) {
@@ -63,8 +59,6 @@ TEST(FirmwareUpdateFault, ByAddress) {
        "send msg id: 0, but get reply msg id: 9.", "upd_info.auth = 1"},
       {R"({"mailbox": {"requests": [{"event_id": 27, "from": 3, "count": 1, "length": 2}]}})", 12,
        "reps_buf_len is 1, but reps_msg_len is 2", "KXPKGINFO write flash ok"},
-      {R"({"mailbox": {"requests": [{"event_id": 27, "count": 1, "length": 79}]}})", 12, "BAR MSG SEND ERR:ret 12 !\n",
-       "fwupdate pid is "},
       {R"({"update": {"erase_fails": 2, "write_fails": 2}})", 0, "write success", "write failed 2 try fix"},
       {R"({"update": {"notice_garbage": true, "sum_wrong": 1}})", 0, "write success", "crc failed 1try resent idx 0"},
   };
@@ -130,17 +124,6 @@ TEST(FirmwareUpdateFault, ToolThatCannotHearNoticesChangesNothingOrEndsAtOnce) {
     const bool nothing = test.flash == NOTHING;
     EXPECT_EQ(testing::Matches(Contains(HasSubstr(" payload=13")))(result.log), !nothing) << "package header";
   }
-}
-
-TEST(FirmwareUpdateFault, RefusalEndsWithItsOwnStatusAndLeavesTheLockFree) {
-  const Workplace work;
-  const Result result = kx_system::run({.card = R"({"update": {"authorises": false}})",
-                                        .input = "0\n" + work.line("eth0") + "kxtool fwupdate eth0 part\nquit\n",
-                                        .state = work.folder.path()});
-  EXPECT_EQ(result.status, 5);
-  EXPECT_THAT(result.out, HasSubstr("active partition: 1\n"));
-  EXPECT_THAT(result.err, HasSubstr("the card refuses the update: nothing was written\n"));
-  EXPECT_THAT(work.log(), HasSubstr("risc refuse to update"));
 }
 
 }  // namespace

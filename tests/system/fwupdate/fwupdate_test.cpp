@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "system/cases.h"
 #include "update_run.h"
 
 namespace {
@@ -50,74 +51,17 @@ TEST(FirmwareUpdate, AddressNeedsTheRaisedPermission) {
   const Result result = kx_system::run(work.by_address("{}", false));
   EXPECT_EQ(result.status, 6);
   EXPECT_THAT(result.out, HasSubstr("Warning: This command is not supported by the current permissions!!!\n"));
+  EXPECT_THAT(result.err, HasSubstr("cause: by PCI address the shell's super user may update"));
   EXPECT_THAT(result.log, Not(Contains(HasSubstr("mailbox header=01001b00"))));
   EXPECT_EQ(work.flash(0, 0x100000), bytes(0x100000));
 }
 
-TEST(FirmwareUpdate, QueriesAndWrongWords) {
-  struct {
-    const char* word;
-    int status;
-    const char* out;
-  } const cases[] = {
-      {"version", 0, "running version: TARN-FW-BOARDTYPE-1.0.0\n"},
-      {"part", 0, "active partition: 1\n"},
-      {"flash_cnt", 0, "====risc->host rx_cnt   tx_cnt   tx_err====\n"},
-  };
-  const Workplace work;
-  for (const auto& test : cases) {
-    const Result result = kx_system::run(work.by_name("{}", test.word));
-    EXPECT_EQ(result.status, test.status) << test.word;
-    EXPECT_THAT(result.out, HasSubstr(test.out));
-  }
-}
-
-TEST(FirmwareUpdate, PackageMustBeForTheCard) {
-  const auto part_number = [](const std::string& text) {
-    return R"({"information": {"part_number": ")" + text + "\"}}";
-  };
-  struct {
-    const char* identification;
-    std::string card;
-    int status;
-    const char* out;
-  } const cases[] = {
-      {"BOARDTYPE-2.0.0", "{}", 3, "is invalid format, should be 'TARN-FW-BOARDTYPE-XXX'!\n"},
-      {"TARN-FW-BOARDTYPEBOARDTYPE-2", "{}", 3, "boardtype len is larger than 15!\n"},
-      {"TARN-FW-EVB-2", "{}", 4, "boardtype of verpkg is 'EVB', boardtype of pn is 'BOARDTYPE', not match!\n"},
-      {"TARN-FW-BOARDTYPE2-2", "{}", 4, "not match!\n"},
-      {"TARN-FW-EVB-2", part_number("123456789"), 3, "pn '123456789' is invalid format, should be 'XXX BOARDTYPE'!\n"},
-      {"TARN-FW-EVB-2", R"({"information": {"part_number_status": -9}})", 3,
-       "pn get failed, reps.status = -9, PN length error!\n"},
-  };
-  for (const auto& test : cases) {
-    const Workplace work(1, test.identification);
-    const Result result = kx_system::run(work.by_name(test.card));
-    EXPECT_EQ(result.status, test.status) << test.identification;
-    EXPECT_THAT(result.out, HasSubstr(test.out));
-    EXPECT_EQ(work.flash(update_run::PARTITION_2, 0x10000), bytes(0x10000));
-  }
-}
-
-TEST(FirmwareUpdate, DamagedPackageIsRefusedBeforeAnythingIsSent) {
-  for (const uint64_t size : {256 + 0x3000 + 2028, 256 + 0x1000, 400, 300, 0}) {
-    const Workplace work;
-    std::filesystem::resize_file(work.package, size);
-    const Result result = kx_system::run(work.by_name());
-    EXPECT_EQ(result.status, 7) << size;
-    EXPECT_THAT(result.out, HasSubstr("****The update has failed. Please retry after a few minutes.****\n"));
-    EXPECT_THAT(result.out + work.log(),
-                HasSubstr(size >= 400 ? "binary file was damaged during transfer!!!\ntips: " : "BL1 doesn't valid! "));
-    EXPECT_THAT(result.err, HasSubstr(size >= 400 ? "cause: the package is refused: part A image "
-                                                  : "cause: the package is refused: too short for a package: "));
-    EXPECT_THAT(result.err, HasSubstr("failed: nothing was written to the flash"));
-    EXPECT_THAT(result.log, Not(Contains(HasSubstr("event_id=27 ")))) << "the card heard of the update";
-  }
-  const Workplace cut_table;
-  std::filesystem::resize_file(cut_table.package, 256 + 72 + 23);
-  const Result result = kx_system::run(cut_table.by_name());
-  EXPECT_EQ(result.status, 2);
-  EXPECT_THAT(result.out, HasSubstr("read verpkg info failed!\n"));
+TEST(FirmwareUpdate, QueriesPrintTheirAnswer) {
+  kx_system::check_all({
+      {"{}", "fwupdate eth0 version", 0, "running version: TARN-FW-BOARDTYPE-1.0.0\n"},
+      {"{}", "fwupdate eth0 part", 0, "active partition: 1\n"},
+      {"{}", "fwupdate eth0 flash_cnt", 0, HasSubstr("====risc->host rx_cnt   tx_cnt   tx_err====\n")},
+  });
 }
 
 TEST(FirmwareUpdate, ShorterBoardTypeAndCardWithoutPartNumberAreAccepted) {

@@ -56,6 +56,12 @@ kx_system::Command Workplace::by_name(const std::string& card, const std::string
   return {.card = card, .words = {"fwupdate", "eth0", word.empty() ? package : word}, .state = folder.path()};
 }
 
+kx_system::Result Workplace::script(const std::string& text, const std::string& card) const {
+  kx_system::Command command = kx_system::script(text, card);
+  command.state = folder.path();
+  return kx_system::run(command);
+}
+
 kx_system::Command Workplace::with_next(const std::string& device, const std::string& card) const {
   return {.card = card,
           .input = "0\nsu opsu\n" + line(device) + "kxtool fwupdate " + device + " part\nquit\n",

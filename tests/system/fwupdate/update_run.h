@@ -26,6 +26,8 @@ struct Workplace {
 
   /// One-shot "kxtool fwupdate eth0 WORD"; the package without a word.
   kx_system::Command by_name(const std::string& card = "{}", const std::string& word = "") const;
+  /// Runs a script of the system's shell, see kx_system::script.
+  kx_system::Result script(const std::string& text, const std::string& card) const;
   /// The shell, which binds the card first and, with `super_user`, has the raised permission.
   kx_system::Command by_address(const std::string& card = "{}", bool super_user = true) const;
   /// The update of `device` in the shell of a super user; behind it a command that needs the device's run lock and

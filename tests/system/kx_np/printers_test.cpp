@@ -9,44 +9,42 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 
-session::Session kxnp(const std::string& card, std::vector<std::string> lines) {
-  for (std::string& line : lines) {
-    line = "kxnp " + line;
-  }
-  return session::run(card, lines, true);
-}
-
 TEST(Kxnp, PrintsTheCardsPortsVersionAndDrops) {
-  const auto session = kxnp(
+  const std::string drops[] = {
+      "v1 drop stat index\\[0x00011d02\\] value\\[0x00000001,0x00000007\\] reason: [^\n]+\n",
+      "v1 drop stat index\\[0x00011e32\\] value\\[0x00000000,0x00000001\\] reason: [^\n]+\n",
+  };
+  const std::vector<session::Row> rows = {
+      {"diag_dpp_trpg_port_pkt_total_cnt_prt 0",
+       AllOf(HasSubstr("\nPORT_NO: 0, Rx pkt num: 5, Tx pkt num: 7\nPORT_NO: 1, "),
+             HasSubstr("\nPORT_NO: 26, Rx pkt num: 4294967296, Tx pkt num: 1\n"
+                       "Total rx pkt num: 4294967301, Total Tx pkt num: 8\n"))},
+      {"diag_dpp_mcode_version 0", HasSubstr("     NP-MCODE Version       :  1.2.300\n"
+                                             "     NP-MCODE CompileTime   :  2026-01-02-03:00:00\n")},
+      {"diag_dpp_mcode_feature_prt 0 1", "MCODE FEATRUE[1] : 0x8000000000000002\n"},
+      {"mcode_drop_stat 0 0 1", testing::MatchesRegex(drops[0] + drops[1])},
+      {"mcode_drop_stat 0 1 1", ""},  // read away
+      {"mcode_drop_stat 0 0 1", ""},
+      {"dpp_regs_print 0 5 5", "reg_no:5, name:cpu_check_reg\ncpu_check_reg                           : 0xffffffff\n"},
+      {"dpp_regs_print 0 6 5", ""},
+  };
+  const auto session = session::expect_shows(
       R"({"network_processor": {"micro_code_version": "0x0102012c", "micro_code_build_time": "0x1a010203",
           "features": [1, "0x8000000000000002"], "statistics": {"0x11d02": "0x100000007", "0x11e32": 1},
           "ports": {"0": {"receive_packets": 5, "send_packets": 7},
                     "26": {"receive_packets": "0x100000000", "send_packets": 1}}}})",
-      {"diag_dpp_trpg_port_pkt_total_cnt_prt 0", "diag_dpp_mcode_version 0", "diag_dpp_mcode_feature_prt 0 1",
-       "mcode_drop_stat 0 0 1", "mcode_drop_stat 0 1 1", "mcode_drop_stat 0 0 1", "dpp_regs_print 0 5 5",
-       "dpp_regs_print 0 6 5"});
-  const std::string& ports = session.outputs[0];
-  EXPECT_THAT(ports, HasSubstr("\nPORT_NO: 0, Rx pkt num: 5, Tx pkt num: 7\nPORT_NO: 1, "));
-  EXPECT_THAT(ports, HasSubstr("\nPORT_NO: 26, Rx pkt num: 4294967296, Tx pkt num: 1\n"
-                               "Total rx pkt num: 4294967301, Total Tx pkt num: 8\n"));
-  EXPECT_EQ(std::count(ports.begin(), ports.end(), '\n'), 16);
-  EXPECT_THAT(session.outputs[1], HasSubstr("     NP-MCODE Version       :  1.2.300\n"
-                                            "     NP-MCODE CompileTime   :  2026-01-02-03:00:00\n"));
-  EXPECT_EQ(session.outputs[2], "MCODE FEATRUE[1] : 0x8000000000000002\n");
-  EXPECT_THAT(
-      session.outputs[3],
-      testing::MatchesRegex("v1 drop stat index\\[0x00011d02\\] value\\[0x00000001,0x00000007\\] reason: [^\n]+\n"
-                            "v1 drop stat index\\[0x00011e32\\] value\\[0x00000000,0x00000001\\] reason: [^\n]+\n"));
-  EXPECT_EQ(session.outputs[4], "");  // read away
-  EXPECT_EQ(session.outputs[5], "");
-  EXPECT_EQ(session.outputs[6], "reg_no:5, name:cpu_check_reg\ncpu_check_reg                           : 0xffffffff\n");
-  EXPECT_EQ(session.outputs[7], "");
+      "kxnp ", rows, true);
+  EXPECT_EQ(std::count(session.outputs[0].begin(), session.outputs[0].end(), '\n'), 16);
 }
 
 TEST(Kxnp, PrintersShowWhatSettersSet) {
-  const session::Row rows[] = {
+  const struct {
+    const char* line;
+    const char* part;  // of its output; empty: it prints nothing
+  } cases[] = {
       {"dpp_trpg_port_packet_en_set 0 9 0 1", ""},
       {"diag_dpp_trpg_port_packet_en_prt 0 9", "rx_en                                   : 0x00000000"},
       {"dpp_trpg_port_inner_loopback_en_set 0 9 1", ""},
@@ -122,19 +120,24 @@ TEST(Kxnp, PrintersShowWhatSettersSet) {
       {"dpp_se_tlb_help 0", "  diag_dpp_se_smmu0_wr128(dev_id, addr, data0, data1, data2, data3)\n"},
       {"host_dtb_huge_mem_init 0", "queue"},  // a queue, or one line why there is none
   };
+  std::vector<session::Row> rows;
+  for (const auto& [line, part] : cases) {
+    rows.push_back({line, AllOf(HasSubstr(part), testing::Conditional(*part == '\0', "", testing::_))});
+  }
   session::expect_shows(R"({"network_processor": {
       "eram": {"0x10": "00112233445566778899aabbccddeeff"},
       "registers": {"0x102048": 1, "0x243000": 2, "0x264000": 17, "0x27800c": "0x80000002", "0x27b000": 2,
                     "0x320104": "0xa0002000"}}})",
-                        "kxnp ", rows);
+                        "kxnp ", rows, true);
 }
 
 TEST(Kxnp, CountersBeginAgainAfterTheyWereCleared) {
-  const std::string card = R"({"network_processor": {"registers": {"0x02c000": 9, "0x264008": 8}}})";
-  const auto session =
-      kxnp(card, {"clear_dpp_se 0", "diag_dpp_odma_cnt_prt 0", "clear_dpp 0", "diag_dpp_odma_cnt_prt 0"});
-  EXPECT_THAT(session.outputs[1], HasSubstr("isu_in: 0x00000009\n"));
-  EXPECT_THAT(session.outputs[3], HasSubstr("isu_in: 0x00000000\n"));
+  session::expect_shows(R"({"network_processor": {"registers": {"0x02c000": 9, "0x264008": 8}}})", "kxnp ",
+                        {{"clear_dpp_se 0", testing::_},
+                         {"diag_dpp_odma_cnt_prt 0", HasSubstr("isu_in: 0x00000009\n")},
+                         {"clear_dpp 0", testing::_},
+                         {"diag_dpp_odma_cnt_prt 0", HasSubstr("isu_in: 0x00000000\n")}},
+                        true);
 }
 
 TEST(Kxnp, HelpListsTheCommandsOfTheLevel) {
@@ -162,12 +165,12 @@ TEST(DppShell, RunsTheDriversCommandsOnTheCard) {
                 "diag_dpp_reg_cpu_check_reg_prt\n1 2 3\ndpp_debug_wr 0 0 0 0 0 0 0 0 0 0 0 0 0\nquit\nversion\n",
        .program = KX_SYSTEM_DPP_SHELL});
   EXPECT_EQ(result.status, 0);
-  EXPECT_THAT(result.out, HasSubstr("     NP-MCODE Version       :  1.2.3\n"));
-  EXPECT_THAT(result.out, HasSubstr("nothing: command not found\n"));
-  EXPECT_THAT(result.out, HasSubstr("diag_dpp_pktrx_port_en_prt: 0x1205\n"));
-  EXPECT_THAT(result.out, HasSubstr("\ndiag_dpp_pbu_port_th_prt dev_id=0..15 port=0..127\n"));
-  EXPECT_THAT(result.out, HasSubstr("cpu_check_reg                           : 0xffffffff\n"));
-  EXPECT_THAT(result.out, HasSubstr("dpp_debug_wr: more than 12 arguments\n"));
+  for (const char* shown :
+       {"     NP-MCODE Version       :  1.2.3\n", "nothing: command not found\n",
+        "diag_dpp_pktrx_port_en_prt: 0x1205\n", "\ndiag_dpp_pbu_port_th_prt dev_id=0..15 port=0..127\n",
+        "cpu_check_reg                           : 0xffffffff\n", "dpp_debug_wr: more than 12 arguments\n"}) {
+    EXPECT_THAT(result.out, HasSubstr(shown));
+  }
   EXPECT_THAT(result.out, testing::Not(HasSubstr("NP-SDK")));  // behind quit
   EXPECT_THAT(kx_system::run({.input = "0\nversion\n", .program = KX_SYSTEM_DPP_SHELL}).out, HasSubstr("NP-SDK"));
   EXPECT_EQ(kx_system::run({.words = {"eth9"}, .program = KX_SYSTEM_DPP_SHELL}).status, 1);

@@ -13,58 +13,49 @@ using testing::Not;
 using testing::StartsWith;
 
 TEST(KxpcieWrites, SayWhatWasWritten) {
-  const auto session = session::run("{}",
-                                    {
-                                        "kxpcie devmem_write 0x6310000010 0xAB",
-                                        "kxpcie devmem_write 0x6310000010 0xFF00 0xF000",
-                                        "kxpcie csr_read 0 0x10",
-                                        "kxpcie cfg_write 0x3c 0x5 1",
-                                        "kxpcie bar_write 0 0x20000 0x1234",
-                                        "kxpcie bar_read 0 0x20000",
-                                        "kxpcie tunnel_mode secure 1",
-                                        "kxpcie devmem 0x6310000010",
-                                        "kxpcie tunnel_mode",
-                                        "kxpcie devmem_write 0x6310000010 0x55 0xff --verify",
-                                        "kxpcie bar_write 0 0x20000 0x4321 --verify",
-                                    },
-                                    true);
-  EXPECT_EQ(session.outputs[0], "0x6310000010: 0x000000ab written under mask 0xffffffff\n");
-  EXPECT_EQ(session.outputs[1], "0x6310000010: 0x0000ff00 written under mask 0x0000f000\n");
-  EXPECT_EQ(session.outputs[2], "0x0000000010: 0x0000f0ab\n");
-  EXPECT_EQ(session.outputs[3], "0x03c: was 0x00, 0x05 written, reads 0x05\n");
-  EXPECT_EQ(session.outputs[4], "BAR 0 0x00020000: 0x00001234 written\n");
-  EXPECT_EQ(session.outputs[5], "BAR 0 0x00020000: 0x00001234\n");
-  EXPECT_EQ(session.outputs[7], "0x6310000010: 0x0000f0ab\n");
-  EXPECT_EQ(session.outputs[8], "access mode 0 (addresses are checked)\nsecure mode on\n");
-  EXPECT_EQ(session.outputs[9], "0x6310000010: 0x00000055 written under mask 0x000000ff, reads 0x0000f055\n");
-  EXPECT_EQ(session.outputs[10], "BAR 0 0x00020000: 0x00004321 written, reads 0x00004321\n");
+  const std::vector<session::Row> rows = {
+      {"devmem_write 0x6310000010 0xAB", "0x6310000010: 0x000000ab written under mask 0xffffffff\n"},
+      {"devmem_write 0x6310000010 0xFF00 0xF000", "0x6310000010: 0x0000ff00 written under mask 0x0000f000\n"},
+      {"csr_read 0 0x10", "0x0000000010: 0x0000f0ab\n"},
+      {"cfg_write 0x3c 0x5 1", "0x03c: was 0x00, 0x05 written, reads 0x05\n"},
+      {"bar_write 0 0x20000 0x1234", "BAR 0 0x00020000: 0x00001234 written\n"},
+      {"bar_read 0 0x20000", "BAR 0 0x00020000: 0x00001234\n"},
+      {"tunnel_mode secure 1", testing::_},
+      {"devmem 0x6310000010", "0x6310000010: 0x0000f0ab\n"},
+      {"tunnel_mode", "access mode 0 (addresses are checked)\nsecure mode on\n"},
+      {"devmem_write 0x6310000010 0x55 0xff --verify",
+       "0x6310000010: 0x00000055 written under mask 0x000000ff, reads 0x0000f055\n"},
+      {"bar_write 0 0x20000 0x4321 --verify", "BAR 0 0x00020000: 0x00004321 written, reads 0x00004321\n"},
+  };
+  session::expect_shows("{}", "kxpcie ", rows, true);
 }
 
 TEST(KxpcieErrors, AreClearedAndMasksStay) {
-  const auto session = session::run(R"({"functions": {"0000:3b:00.0": {
-      "uncorrectable_errors": "0x00104000", "correctable_errors": "0x40", "device_errors": 9}}})",
-                                    {"kxpcie aer_clear", "kxpcie aer_dump", "kxpcie aer_clear"}, true);
-  EXPECT_EQ(session.outputs[0],
-            "uncorrectable error status: was 0x00104000, reads 0x00000000\n"
-            "correctable error status: was 0x00000040, reads 0x00000000\n"
-            "device error status: was 0x0009, reads 0x0000\n");
-  EXPECT_THAT(session.outputs[1], StartsWith("uncorrectable errors: status 0x00000000, mask 0x00400000, severity "
-                                             "0x00463030\n  none\ncorrectable errors: status 0x00000000, mask "
-                                             "0x00006000\n  none\n"));
-  EXPECT_THAT(session.outputs[2], HasSubstr("correctable error status: was 0x00000000, reads 0x00000000\n"));
+  session::expect_shows(
+      R"({"functions": {"0000:3b:00.0": {
+          "uncorrectable_errors": "0x00104000", "correctable_errors": "0x40", "device_errors": 9}}})",
+      "kxpcie ",
+      {{"aer_clear",
+        "uncorrectable error status: was 0x00104000, reads 0x00000000\n"
+        "correctable error status: was 0x00000040, reads 0x00000000\n"
+        "device error status: was 0x0009, reads 0x0000\n"},
+       {"aer_dump", StartsWith("uncorrectable errors: status 0x00000000, mask 0x00400000, severity 0x00463030\n  none\n"
+                               "correctable errors: status 0x00000000, mask 0x00006000\n  none\n")},
+       {"aer_clear", HasSubstr("correctable error status: was 0x00000000, reads 0x00000000\n")}},
+      true);
 }
 
 TEST(KxpcieRetrain, GoesThroughThePortAbove) {
-  auto session = session::run(R"({"link": {"speed": 1, "width": 2, "retrain_speed": 3, "retrain_width": 8}})",
-                              {"kxpcie retrain", "kxpcie link_status"}, true);
-  EXPECT_EQ(session.outputs[0],
-            "port 0000:3a:00.0: link at 2.5 GT/s x2 trains anew\nport 0000:3a:00.0: link at 8.0 GT/s x8\n");
-  EXPECT_THAT(session.outputs[1], StartsWith("speed        8.0 GT/s of 16.0 GT/s  DEGRADED\n"));
+  const auto session = session::expect_shows(
+      R"({"link": {"speed": 1, "width": 2, "retrain_speed": 3, "retrain_width": 8}})", "kxpcie ",
+      {{"retrain", "port 0000:3a:00.0: link at 2.5 GT/s x2 trains anew\nport 0000:3a:00.0: link at 8.0 GT/s x8\n"},
+       {"link_status", StartsWith("speed        8.0 GT/s of 16.0 GT/s  DEGRADED\n")}},
+      true);
   EXPECT_THAT(session.result.log_of("retrain"), testing::ElementsAre("retrain function=0000:3a:00.0"));
-  session = session::run(R"({"functions": {"0000:3a:00.0": {"present": false}}})", {"kxpcie retrain"}, true);
-  EXPECT_THAT(session.outputs[0], HasSubstr("no port above the function can be found\n"));
-  session = session::run(R"({"link": {"training_ms": 3000}})", {"kxpcie retrain"}, true);
-  EXPECT_THAT(session.outputs[0], HasSubstr("the link is still training after 1000 ms\n"));
+  EXPECT_THAT(session::line_run(R"({"functions": {"0000:3a:00.0": {"present": false}}})", "kxpcie retrain"),
+              HasSubstr("no port above the function can be found\n"));
+  EXPECT_THAT(session::line_run(R"({"link": {"training_ms": 60000}})", "kxpcie retrain"),
+              HasSubstr("the link is still training after 1000 ms\n"));
 }
 
 // Link control and link control 2 of function 0, and the command that lane 2 was given last.
@@ -88,9 +79,7 @@ TEST(KxpcieMargin, MeasuresLanesAndGivesEverythingBack) {
 }
 
 TEST(KxpcieMargin, LeavesOutWhatTheReceiverCannotDo) {
-  const auto session =
-      session::run(R"({"margining": {"voltage": false, "left_right": false}})", {"kxpcie margin 0 0"}, true);
-  EXPECT_THAT(session.outputs[0],
+  EXPECT_THAT(session::line_run(R"({"margining": {"voltage": false, "left_right": false}})", "kxpcie margin 0 0"),
               HasSubstr("\n   0  -                      13/20  0.162 UI      -                     -"));
 }
 
@@ -211,10 +200,9 @@ TEST(KxpcieReset, RefusesWhatItWouldBreak) {
 }
 
 TEST(KxpcieReset, TellsWhenTheFunctionStaysAway) {
-  const auto session = session::run(R"({"functions": {"0000:3b:00.0": {"driver": "", "reset_returns": false}}})",
-                                    {"kxpcie flr 3b:00.0", "kxpcie power"}, true);
   EXPECT_THAT(
-      session.outputs[0],
+      session::line_run(R"({"functions": {"0000:3b:00.0": {"driver": "", "reset_returns": false}}})",
+                        "kxpcie flr 3b:00.0"),
       HasSubstr("the kernel could not reset 0000:3b:00.0: Inappropriate ioctl for device; the function does not "
                 "answer after its reset\n"));
 }

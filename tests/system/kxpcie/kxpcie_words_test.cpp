@@ -34,11 +34,7 @@ TEST(Kxpcie, ChecksWordsBeforeItTouchesAnything) {
   };
   const char* const few = "too few words: ";
   const char* const many = "too many words: ";
-  struct bad_line {
-    std::string line;
-    const char* says;
-  };
-  std::vector<bad_line> cases = {
+  std::vector<std::pair<std::string, const char*>> cases = {
       {"devmem", few},
       {"devmem 0 1 2", many},
       {"devmem 62080000g0", "is no number"},
@@ -116,27 +112,22 @@ TEST(Kxpcie, ChecksWordsBeforeItTouchesAnything) {
   for (const char* name : COMMANDS_WITHOUT_WORDS) {
     cases.push_back({std::string(name) + " x", many});
   }
-  std::vector<std::string> lines = {"kxpcie cfg_dump 0 0x100"};
-  for (const bad_line& c : cases) {
-    lines.push_back("kxpcie " + c.line);
+  std::vector<session::Row> rows = {{"cfg_dump 0 0x100", testing::_}};
+  for (const auto& [line, says] : cases) {
+    const auto two_lines = testing::ResultOf([](const std::string& out) { return count_of(out, "\n"); }, 2u);
+    rows.push_back({line, AllOf(StartsWith("kxtools_err: ["), HasSubstr(says), two_lines,
+                                testing::EndsWith("\nkxpcie " + line + ": Command exec failed!\n"))});
   }
-  lines.push_back("kxpcie cfg_dump 0 0x100");
-  const auto session = session::run(R"({"bar0": {"size": "0x100000"}})", lines, true);
-  for (size_t i = 0; i < cases.size(); ++i) {
-    const std::string& output = session.outputs[i + 1];
-    EXPECT_THAT(output, StartsWith("kxtools_err: [")) << lines[i + 1];
-    EXPECT_THAT(output, HasSubstr(cases[i].says)) << lines[i + 1];
-    EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 2) << output;
-    EXPECT_THAT(output, testing::EndsWith(lines[i + 1] + ": Command exec failed!\n"));
-  }
+  rows.push_back({"cfg_dump 0 0x100", testing::_});
+  const auto session = session::expect_shows(R"({"bar0": {"size": "0x100000"}})", "kxpcie ", rows, true);
   EXPECT_EQ(session.outputs.front(), session.outputs.back());
   EXPECT_THAT(session.result.log_of("card_"), testing::Each(HasSubstr("address=0x6208000000")));
 }
 
 TEST(Kxpcie, ExplainsEachCommand) {
-  const auto session = session::run("{}", {"kxpcie bar_dump -h", "kxpcie power --help"});
-  EXPECT_EQ(session.outputs[0], "bar_dump <bar> <offset> <bytes> [file]: dump of a BAR\n");
-  EXPECT_EQ(session.outputs[1], "power: power state\n");
+  session::expect_shows("{}", "kxpcie ",
+                        {{"bar_dump -h", "bar_dump <bar> <offset> <bytes> [file]: dump of a BAR\n"},
+                         {"power --help", "power: power state\n"}});
 }
 
 TEST(Kxpcie, NeedsAFunctionThatAnswers) {

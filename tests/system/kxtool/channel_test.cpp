@@ -5,6 +5,7 @@
 
 using kx_system::Case;
 using kx_system::check;
+using kx_system::check_all;
 using kx_system::words_of;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -36,7 +37,7 @@ TEST(Driver, BringUpFailuresEndTheCommand) {
       "\033[31mmsg_chan_err: [kxtool_pcieid_send_ostype_get][#]dev_pcieid send to riscv failed or "
       "check error!\033[m\n";
   const std::string failed = "kxtools_err: [driver_open][#] tarn_tools_event_info_register failed, ret=";
-  const Case cases[] = {
+  check_all({
       {driver_compat(R"("item": 1)"), SN, 1, compat + "version_compat_item is not kxtool!\n" + version},
       {driver_compat(R"("major": 2, "tool_minor": 1)"), SN, 1, compat + "tool major:0 is not match drv:2!\n" + version},
       {driver_compat(R"("tool_minor": 1)"), SN, 1, compat + "tool tool_minor:0 is lower than drv:1!\n" + version},
@@ -56,16 +57,10 @@ TEST(Driver, BringUpFailuresEndTheCommand) {
        "kxtools_err: [send_by_driver][#] ioctl error,ret=-1!\n" + op0 + failed + "-1!\n"},
       {R"({"information": {"wrong_check_word": true}})", SN, 1, op0 + failed + "-1!\n"},
       {R"({"information": {"os_type_status": 1}})", SN, 1, op0 + failed + "-1!\n"},
-  };
-  for (const Case& c : cases) {
-    check(c);
-  }
-  const auto refused = kx_system::run({.card = driver_fault(R"("type": 0, "status_flag": 0)"), .words = words_of(SN)});
-  EXPECT_EQ(refused.status, 1);
-  EXPECT_THAT(
-      without_line_numbers(refused.out),
-      testing::MatchesRegex("kxtools_err: .tarn_tools_event_info_register..#. the event_pid [0-9]+  of event_id "
-                            "39 ioctl to kernel failed!\n.*"));
+      {driver_fault(R"("type": 0, "status_flag": 0)"), SN, 1,
+       testing::MatchesRegex("kxtools_err: .tarn_tools_event_info_register..#. the event_pid [0-9]+  of event_id "
+                             "39 ioctl to kernel failed!\n.*")},
+  });
 }
 
 TEST(Driver, ATableOfDescriptorsThatIsFullEndsTheCommand) {
@@ -95,9 +90,9 @@ TEST(Netlink, NoticesNobodyKnowsAreReportedAndTheReceiverGoesOn) {
   kx_system::Process tool({.card = hang_with(R"(}, "notices": [{"payload": "0c000000"}, {"payload": "ff"},
                                                                {"payload": "02000000 0102"}, {"payload": "2a000000"}]})"),
                            .words = words_of(SN)});
-  EXPECT_TRUE(tool.expect("No information of corresponding op code 12 !"));
-  EXPECT_TRUE(tool.expect("No information of corresponding op code 0 !"));
-  EXPECT_TRUE(tool.expect("No information of corresponding op code 42 !"));
+  for (const char* op_code : {"12", "0", "42"}) {
+    EXPECT_TRUE(tool.expect(std::string("No information of corresponding op code ") + op_code + " !"));
+  }
 }
 
 TEST(Netlink, AForeignMessageEndsTheReceiverWithALine) {
@@ -133,7 +128,7 @@ TEST(Mailbox, ANoticeNobodyKnowsIsReportedAndAcknowledgedEmpty) {
 TEST(Mailbox, AFailedExchangeEndsTheProcessWithItsCode) {
   const std::string red = "\033[31mmsg_chan_err: ";
   const std::string init = "kxtools_err: [mailbox_open][#] \r****Bar channel initialization has failed ret=-1****\n";
-  const Case cases[] = {
+  check_all({
       {mailbox_fault(R"("message_id": 7)"), UPDATE, 15,
        red + "[reply_take][#]send msg id: 0, but get reply msg id: 7.\033[m\nBAR MSG SEND ERR:ret 15 !\n"},
       {mailbox_fault(R"("length": 9)"), UPDATE, 12,
@@ -146,10 +141,7 @@ TEST(Mailbox, AFailedExchangeEndsTheProcessWithItsCode) {
        "mts_err: [area_prepare][#]BAR 0 of 0000:3b:00.0 has only 0xf0fff8 bytes, the message area lies behind its "
        "end\n" +
            init},
-  };
-  for (const Case& c : cases) {
-    check(c);
-  }
+  });
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 using kx_system::Case;
 using kx_system::check;
+using kx_system::check_all;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -32,6 +33,10 @@ std::string op_failure(uint32_t op, int result) {
          std::to_string(result) + "}]}}}";
 }
 
+std::string information(const std::string& keys) {
+  return R"({"information": {)" + keys + "}}";
+}
+
 TEST(SerialNumber, IsAskedOnceAndPrinted) {
   const auto result = check({"{}", SN, 0, "sn=KX2601A00042\n"});
   EXPECT_THAT(requests(result), ElementsAre(request(29, 20, "0f00000000000000000000000000000000000000")));
@@ -45,32 +50,30 @@ TEST(SerialNumber, IsAskedOnceAndPrinted) {
               ElementsAre("netlink_socket type=3", "netlink_bind family=16 port=self groups=0x0",
                           "netlink port=0 message=280000001000010000000000000000000301000012000200"
                           "746f6f6c735f66616d696c7900000000"));
-  check({R"({"information": {"serial_number": "short"}})", SN, 0, "sn=short\n"});
-  check({R"({"information": {"serial_number": "a\u001b[31mb\u00ff"}})", SN, 0, "sn=a?[31mb??\n"});
+  check_all({
+      {information(R"("serial_number": "short")"), SN, 0, "sn=short\n"},
+      {information(R"("serial_number": "a\u001b[31mb\u00ff")"), SN, 0, "sn=a?[31mb??\n"},
+  });
 }
 
 TEST(SerialNumber, StatusesHaveTheirTexts) {
-  struct {
-    int status;
-    const char* text;
-  } const cases[] = {
-      {-10, " PN data error!"},
-      {-9, " PN length error!"},
-      {-8, " FALSH write error!"},
-      {-7, " FALSH read error!"},
-      {-6, " FLASH get deveice error!"},
-      {-5, " No vpd info, please burn SN first!"},
-      {-4, " SN data error!"},
-      {-3, " SN length error!"},
-      {-2, " VPD initialize failed from flash!"},
-      {-1, " VPD get failed from JSON!"},
-      {1, " Other error!"},
-      {-11, " Other error!"},
+  const std::pair<const char*, const char*> cases[] = {
+      {"-10", "PN data error!"},
+      {"-9", "PN length error!"},
+      {"-8", "FALSH write error!"},
+      {"-7", "FALSH read error!"},
+      {"-6", "FLASH get deveice error!"},
+      {"-5", "No vpd info, please burn SN first!"},
+      {"-4", "SN data error!"},
+      {"-3", "SN length error!"},
+      {"-2", "VPD initialize failed from flash!"},
+      {"-1", "VPD get failed from JSON!"},
+      {"1", "Other error!"},
+      {"-11", "Other error!"},
   };
-  for (const auto& c : cases) {
-    const std::string status = std::to_string(c.status);
-    check({R"({"information": {"serial_number_status": )" + status + "}}", SN, 1,
-           "sn_get_err: [kxtool_sn_get][#] sn get failed, reps.status = " + status + "," + c.text + "\n"});
+  for (const auto& [status, text] : cases) {
+    check({information(std::string(R"("serial_number_status": )") + status), SN, 1,
+           std::string("sn_get_err: [kxtool_sn_get][#] sn get failed, reps.status = ") + status + ", " + text + "\n"});
   }
 }
 
@@ -104,11 +107,12 @@ TEST(MacAddresses, CountAndStatusDecide) {
   const std::string count =
       "mac_addr_get_err: [kxtool_mac_addr_get][#] mac addr get failed, "
       "mac_addr_get_reps.mac_addr_num = ";
-  check({R"({"information": {"mac_count": 0}})", MAC, 1, count + "0!\n"});
-  check({R"({"information": {"mac_count": 11}})", MAC, 1, count + "11!\n"});
-  check({R"({"information": {"mac_count": 65535}})", MAC, 1, count + "65535!\n"});
-  check({R"({"information": {"mac_status": 1}})", MAC, 1,
-         "mac_addr_get_err: [kxtool_mac_addr_get][#] mac addr get failed!\n"});
+  check_all({
+      {information(R"("mac_count": 0)"), MAC, 1, count + "0!\n"},
+      {information(R"("mac_count": 11)"), MAC, 1, count + "11!\n"},
+      {information(R"("mac_count": 65535)"), MAC, 1, count + "65535!\n"},
+      {information(R"("mac_status": 1)"), MAC, 1, "mac_addr_get_err: [kxtool_mac_addr_get][#] mac addr get failed!\n"},
+  });
 }
 
 TEST(Temperature, ThreeAttemptsDecide) {
@@ -119,7 +123,7 @@ TEST(Temperature, ThreeAttemptsDecide) {
     Case run;
     size_t exchanges;
   } const cases[] = {
-      {{R"({"information": {"temperatures": [150]}})", TEMP, 0, good}, 1},
+      {{information(R"("temperatures": [150])"), TEMP, 0, good}, 1},
       {{R"({"information": {"temperatures": [151, 200, 150]}})", TEMP, 0, good}, 3},
       {{R"({"information": {"temperatures": [151, 152, 153, 20]}})", TEMP, 1, last + "153 (degree centigrade)!!\n"}, 3},
       {{R"({"information": {"temperatures": [150], "temperature_statuses": [7, 0]}})", TEMP, 0, status + good}, 2},
@@ -138,7 +142,7 @@ TEST(Information, ChannelFailuresAreReported) {
   const std::string timeout = "kxtools_err: [send_by_driver][#] BAR MSG OR VQ MSG ERR: time out, bar_or_vq_chan_ret = ";
   const std::string sn = "sn_get_err: [kxtool_sn_get][#] tarn_tools_send_msg failed, ret=";
   const std::string temp = "temp_get_err: [temperature_read][#] tarn_tools_send_msg failed, ret=12!\n";
-  const Case cases[] = {
+  check_all({
       {op_failure(15, 18), SN, 1, sn + "18!\n"},
       {op_failure(15, 6), SN, 1, timeout + "6!\n" + sn + "6!\n"},
       {op_failure(15, -8), SN, 1, timeout + "-8!\n" + sn + "-8!\n"},
@@ -149,10 +153,7 @@ TEST(Information, ChannelFailuresAreReported) {
        "kxtools_err: [send_by_driver][#] ioctl error,ret=-1!\n" + sn + "1!\n"},
       {R"({"faults": {"driver": {"requests": [{"type": 1, "from": 1, "status_flag": 2}]}}})", SN, 1,
        "kxtools_err: [send_by_driver][#] the user message ioctl to kernel failed!\n" + sn + "1!\n"},
-  };
-  for (const Case& c : cases) {
-    check(c);
-  }
+  });
 }
 
 // Every word is shown before it is looked at.
@@ -193,28 +194,32 @@ TEST(VfStatus, ModeAndStatusReachTheDriver) {
   const std::string sent = "kxtool_set_vf_status_info: [kxtool_set_vf_status][#] mode ";
   const std::string success =
       "kxtool_set_vf_status_info: [vf_status_send][#] kxtool_vf_status_set_msg msg ioctl to kernel success.\n";
+  const std::string error = "kxtool_set_vf_status_err: [vf_status_send][#] ";
+  const auto failing = [](const char* answer) {
+    return std::string(R"({"faults": {"driver": {"requests": [{"type": 3, )") + answer + "}]}}}";
+  };
   struct {
-    const char* words;
-    const char* values;
+    Case run;
     const char* payload;
   } const cases[] = {
-      {"--mode all_vf --status auto", "0, vf_status 0\n", "0000000000000000"},
-      {"--mode all_vf --status enable", "0, vf_status 1\n", "0000000001000000"},
-      {"--mode vf2_max --status disable", "1, vf_status 2\n", "0100000002000000"},
+      {vf_case("--mode all_vf --status auto", 0, sent + "0, vf_status 0\n" + success), "0000000000000000"},
+      {vf_case("--mode all_vf --status enable", 0, sent + "0, vf_status 1\n" + success), "0000000001000000"},
+      {vf_case("--mode vf2_max --status disable", 0, sent + "1, vf_status 2\n" + success), "0100000002000000"},
+      {vf_case("--mode all_vf --status auto", 1,
+               sent + "0, vf_status 0\n" + error +
+                   "ioctl error, first, check if the driver of eth0 is corvane10e, ret=-1!\n",
+               failing(R"("errno": 5)")),
+       "0000000000000000"},
+      {vf_case("--mode all_vf --status auto", 1,
+               sent + "0, vf_status 0\n" + error + "kxtool_vf_status_set_msg msg ioctl to kernel failed!\n",
+               failing(R"("status_flag": 0)")),
+       "0000000000000000"},
   };
   for (const auto& c : cases) {
-    const auto result = check(vf_case(c.words, 0, sent + c.values + success));
-    EXPECT_THAT(requests(result), ElementsAre(AllOf(HasSubstr(" type=3 event_pid=self status=set "),
-                                                    HasSubstr(std::string(" payload_length=8 payload=") + c.payload))));
+    EXPECT_THAT(requests(check(c.run)),
+                ElementsAre(AllOf(HasSubstr(" type=3 event_pid=self status=set "),
+                                  HasSubstr(std::string(" payload_length=8 payload=") + c.payload))));
   }
-  const std::string error = "kxtool_set_vf_status_err: [vf_status_send][#] ";
-  check(vf_case(
-      "--mode all_vf --status auto", 1,
-      sent + "0, vf_status 0\n" + error + "ioctl error, first, check if the driver of eth0 is corvane10e, ret=-1!\n",
-      R"({"faults": {"driver": {"requests": [{"type": 3, "errno": 5}]}}})"));
-  check(vf_case("--mode all_vf --status auto", 1,
-                sent + "0, vf_status 0\n" + error + "kxtool_vf_status_set_msg msg ioctl to kernel failed!\n",
-                R"({"faults": {"driver": {"requests": [{"type": 3, "status_flag": 0}]}}})"));
 }
 
 }  // namespace

@@ -24,11 +24,9 @@ Result tool(const std::string& card, const std::string& words) {
   return kx_system::run({.card = card, .words = kx_system::words_of(words)});
 }
 
-/// One line in the shell of a super user; its output alone.
-Result super(const std::string& card, const std::string& line) {
-  session::Session session = session::run(card, {line}, true);
-  session.result.out = without_line_numbers(session.outputs[0]);
-  return session.result;
+/// What one line in the shell of a super user prints.
+std::string super(const std::string& card, const std::string& line) {
+  return without_line_numbers(session::line_run(card, line));
 }
 
 TEST(Diag, AHealthyCardPasses) {
@@ -41,14 +39,12 @@ TEST(Diag, AHealthyCardPasses) {
                                 Not(HasSubstr("trpg_port_int_status[27]")), EndsWith("\ndiag eth0: ok\n")));
 }
 
-struct Ill {
-  const char* card;
-  const char* unit;
-  const char* line;
-};
-
 TEST(Diag, NamesWhatIsNotAsItShouldBe) {
-  const Ill ills[] = {
+  const struct {
+    const char* card;
+    const char* unit;
+    const char* line;
+  } ills[] = {
       {R"({"memory": {"0x6208000020": 5}})", "vqm",
        "FAIL  cq int event                     0x00000005  cq full, cq write error\n"},
       {R"({"network_processor": {"registers": {"0x013000": 3}}})", "np",
@@ -68,7 +64,7 @@ TEST(Diag, NamesWhatIsNotAsItShouldBe) {
       {R"({"functions": {"0000:3b:00.0": {"config": {"4": "0200"}}}})", "pcie",
        "FAIL  command                          0x00000002  memory or bus master off\n"},
   };
-  for (const Ill& ill : ills) {
+  for (const auto& ill : ills) {
     const Result result = tool(ill.card, std::string("diag eth0 ") + ill.unit);
     EXPECT_EQ(result.status, 1) << ill.card;
     EXPECT_THAT(result.out, AllOf(HasSubstr(ill.line), EndsWith(std::string("diag eth0: failed: ") + ill.unit + "\n")));
@@ -132,72 +128,58 @@ TEST(DiagAndStat, RefuseOtherWords) {
 }
 
 TEST(Devmem, ShowsAndWritesWords) {
-  struct Row {
-    const char* line;
-    const char* out;
+  const auto usage = StartsWith("    COMMAND:\n        regsmem|devmem\n");
+  const std::vector<session::Row> rows = {
+      {"devmem eth0 vqm addr 0x40", "0x6208000040: 11111111\n"},
+      {"regsmem eth0 vqm 64 len 20", "0x6208000040: 11111111 22222222 00000000 00000000\n0x6208000050: 00000000\n"},
+      {"devmem eth0 pcsmac addr 0x18", "0x6218400018: 00000006\n"},
+      {"devmem eth0 pcie addr 0x4000", "0x8800000000: 80371cf2\n"},
+      {"devmem eth0 vqm addr 0x30 val 5", "0x6208000030: wrote 00000005\n"},
+      {"devmem eth0 vqm addr 0x34 val 5 --verify", "0x6208000034: wrote 00000005, reads 00000005\n"},
+      {"devmem eth0 np addr 0x2", EndsWith("] address 0x2 is not a multiple of 4\n")},
+      {"devmem eth0 pcie addr 0x5000", EndsWith("] 0x5000 is no address of pcie, which has some from 0x0 to 0x4fff\n")},
+      {"devmem eth0", usage},
+      {"devmem eth0 all addr 0", usage},
+      {"devmem eth0 np", usage},
+      {"devmem eth0 np addr 0 len 4 5", usage},
+      {"devmem eth0 np addr -4 write 1", usage},
   };
-  const char* card = R"({"memory": {"0x6208000040": "0x11111111", "0x6208000044": "0x22222222"},
-                         "network_processor": {"registers": {"0x400018": 6}}})";
-  const Row rows[] = {
-      {"kxtool devmem eth0 vqm addr 0x40", "0x6208000040: 11111111\n"},
-      {"kxtool regsmem eth0 vqm 64 len 20",
-       "0x6208000040: 11111111 22222222 00000000 00000000\n0x6208000050: 00000000\n"},
-      {"kxtool devmem eth0 pcsmac addr 0x18", "0x6218400018: 00000006\n"},
-      {"kxtool devmem eth0 pcie addr 0x4000", "0x8800000000: 80371cf2\n"},
-      {"kxtool devmem eth0 vqm addr 0x30 val 5", "0x6208000030: wrote 00000005\n"},
-      {"kxtool devmem eth0 np addr 0x2", "kxtools_err: [multiple_of_4][#] address 0x2 is not a multiple of 4\n"},
-      {"kxtool devmem eth0 pcie addr 0x5000",
-       "kxtools_err: [place_find][#] 0x5000 is no address of pcie, which has some from 0x0 to 0x4fff\n"},
-  };
-  for (const Row& row : rows) {
-    EXPECT_EQ(super(card, row.line).out, row.out) << row.line;
-  }
-  EXPECT_EQ(super(card, "kxtool devmem eth0 vqm addr 0x30 val 5")
-                .log_of("card_write address=0x6208000030 value=0x00000005")
-                .size(),
-            1u);
-  for (const char* line : {"kxtool devmem eth0", "kxtool devmem eth0 all addr 0", "kxtool devmem eth0 np",
-                           "kxtool devmem eth0 np addr 0 len 4 5", "kxtool devmem eth0 np addr -4 write 1"}) {
-    EXPECT_THAT(super("{}", line).out, StartsWith("    COMMAND:\n        regsmem|devmem\n")) << line;
-  }
+  const auto session = session::expect_shows(
+      R"({"memory": {"0x6208000040": "0x11111111", "0x6208000044": "0x22222222"},
+          "network_processor": {"registers": {"0x400018": 6}}})",
+      "kxtool ", rows, true);
+  EXPECT_THAT(session.result.log_of("card_write"),
+              testing::ElementsAre("card_write address=0x6208000030 value=0x00000005",
+                                   "card_write address=0x6208000034 value=0x00000005"));
+  // Without --verify nothing is read: a read may clear.
+  EXPECT_TRUE(session.result.log_of("card_read address=0x6208000030").empty());
+  EXPECT_EQ(session.result.log_of("card_read address=0x6208000034").size(), 1u);
   EXPECT_THAT(super(R"({"faults": {"tunnel": {"transfers": [{"from": 2, "flag_stuck": true}]}}})",
-                    "kxtool devmem eth0 np addr 0")
-                  .out,
+                    "kxtool devmem eth0 np addr 0"),
               EndsWith("card address 0x6218000000 cannot be read\n"));
   EXPECT_EQ(tool("{}", "devmem eth0 np addr 0").out, "kxtool devmem eth0 np addr 0: No execution permission!\n");
 }
 
-TEST(Devmem, ReadsBackWhatItWroteWhenAsked) {
-  const auto run = [](const std::string& words) {
-    return kx_system::run({.input = "0\nsu opsu\nkxtool devmem eth0 vqm " + words + "\nquit\n"});
-  };
-  const Result good = run("addr 0x30 val 5 --verify");
-  EXPECT_THAT(good.out, EndsWith("\n0x6208000030: wrote 00000005, reads 00000005\n"));
-  EXPECT_EQ(good.err, "");
-  EXPECT_EQ(good.status, 0);
-  // The version of the queue engine cannot be written.
-  const Result other = run("addr 0 val 1 --verify");
-  EXPECT_THAT(other.out, EndsWith("\n0x6208000000: wrote 00000001, reads 20250129\n"));
-  EXPECT_EQ(other.err, "kxtool: devmem: card address 0x6208000000 does not hold what was written\n");
-  EXPECT_EQ(other.status, 1);
-  // Without the word nothing is read: a read may clear.
-  EXPECT_TRUE(run("addr 0x30 val 5").log_of("card_read address=0x6208000030").empty());
-  EXPECT_EQ(good.log_of("card_read address=0x6208000030").size(), 1u);
+// The version of the queue engine cannot be written.
+TEST(Devmem, SaysWhenTheCardDoesNotHoldWhatWasWritten) {
+  const Result result = kx_system::run({.input = "0\nsu opsu\nkxtool devmem eth0 vqm addr 0 val 1 --verify\nquit\n"});
+  EXPECT_THAT(result.out, EndsWith("\n0x6208000000: wrote 00000001, reads 20250129\n"));
+  EXPECT_EQ(result.err, "kxtool: devmem: card address 0x6208000000 does not hold what was written\n");
+  EXPECT_EQ(result.status, 1);
 }
 
 TEST(Regsdump, WritesEveryDescribedRegister) {
   const Folder folder;
   const std::string path = folder.path() + "/regs.txt";
-  const Result result = super(R"({"memory": {"0x6208000020": 5}})", "kxtool regsdump eth0 all --file " + path);
-  EXPECT_THAT(result.out, AllOf(HasSubstr(" values written to " + path + "\n"), Not(HasSubstr("\r"))));
+  EXPECT_THAT(super(R"({"memory": {"0x6208000020": 5}})", "kxtool regsdump eth0 all --file " + path),
+              AllOf(HasSubstr(" values written to " + path + "\n"), Not(HasSubstr("\r"))));
   const std::string text = Folder::read(path);
   EXPECT_THAT(text, AllOf(StartsWith("# registers of eth0 (0000:3b:00.0), "),
                           HasSubstr("\nvqm 0x6208000020 0x00000005 glb.cq_int_event: cq int event\n"),
                           HasSubstr("\npcie 0x0000000000 0x80371cf2 configuration 0x000\n"),
                           HasSubstr("\nnp 0x6218002080 0x00000fff np_init_done\n"),
                           HasSubstr("\npcsmac 0x621841e018 0x00000004 trpg_port_speed[30]\n"), HasSubstr("\n# end: ")));
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), std::filesystem::directory_iterator()),
-            1);
+  EXPECT_EQ(folder.entries(), 1u);
 }
 
 TEST(Regsdump, LeavesNothingHalf) {
@@ -205,19 +187,19 @@ TEST(Regsdump, LeavesNothingHalf) {
   const std::string victim = folder.write("victim", "precious");
   const std::string link = folder.path() + "/link";
   ASSERT_EQ(symlink(victim.c_str(), link.c_str()), 0);
-  EXPECT_EQ(super("{}", "kxtool regsdump eth0 all --file " + link).out,
+  EXPECT_EQ(super("{}", "kxtool regsdump eth0 all --file " + link),
             "kxtools_err: [kxtool_regsdump][#] cannot make " + link + ": File exists\n");
-  EXPECT_THAT(super("{}", "kxtool regsdump eth0 all --file /dev/null").out, EndsWith("/dev/null: File exists\n"));
-  const Result dying = super(R"({"faults": {"tunnel": {"transfers": [{"from": 100, "flag_stuck": true}]}}})",
-                             "kxtool regsdump eth0 all --file " + victim);
-  EXPECT_THAT(dying.out, EndsWith("vqm cannot be read, nothing is kept\n"));
+  EXPECT_THAT(super("{}", "kxtool regsdump eth0 all --file /dev/null"), EndsWith("/dev/null: File exists\n"));
+  EXPECT_THAT(super(R"({"faults": {"tunnel": {"transfers": [{"from": 100, "flag_stuck": true}]}}})",
+                    "kxtool regsdump eth0 all --file " + victim),
+              EndsWith("vqm cannot be read, nothing is kept\n"));
   EXPECT_EQ(Folder::read(victim), "precious");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), std::filesystem::directory_iterator()),
-            2);
-  for (const char* line : {"kxtool regsdump eth0", "kxtool regsdump eth0 all", "kxtool regsdump eth0 all --file",
-                           "kxtool regsdump eth0 np --file /tmp/x", "kxtool regsdump eth0 all --file a b"}) {
-    EXPECT_THAT(super("{}", line).out, StartsWith("    COMMAND:\n        regsdump\n")) << line;
-  }
+  EXPECT_EQ(folder.entries(), 2u);
+  const auto usage = StartsWith("    COMMAND:\n        regsdump\n");
+  session::expect_shows(
+      "{}", "kxtool regsdump eth0",
+      {{"", usage}, {" all", usage}, {" all --file", usage}, {" np --file /tmp/x", usage}, {" all --file a b", usage}},
+      true);
 }
 
 TEST(Regsdump, DrawsABarOnATerminalAndStopsAtAnInterrupt) {

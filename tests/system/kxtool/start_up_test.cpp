@@ -8,8 +8,10 @@
 
 using kx_system::Case;
 using kx_system::check;
+using kx_system::check_all;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 namespace {
 
@@ -48,9 +50,6 @@ TEST(StartUp, RefusalsPrintTheirLineAndSendNothing) {
        d3hot + "Device 0000:3b:00.0 is bound to VFIO driver.\n", asleep("fwupdate")},
       {function(R"("power_capability": false)"), "sn_info eth0 sn_info", 1, "pcie cap[0x1] not find\n",
        asleep("sn_info")},
-      {"{}", "sn_info 0000:3b:00.0 sn_info", 1,
-       "kxtools_err: [device_acquire][#] The command does not yet support BDF type!\n",
-       "kxtool: sn_info takes the interface of 0000:3b:00.0: eth0\n"},
       {function(R"("interface": "")"), "sn_info 3b:00.0 sn_info", 1,
        "kxtools_err: [device_acquire][#] The command does not yet support BDF type!\n",
        "kxtool: sn_info takes an interface, and 0000:3b:00.0 has none: is its driver loaded?\n"},
@@ -77,33 +76,29 @@ TEST(StartUp, OtherPowerStatesAreAwake) {
 }
 
 TEST(StartUp, HelpNeedsNoDevice) {
-  const auto run = [](const char* line) {
-    const auto result = kx_system::run({.card = function(R"("present": false)"), .words = kx_system::words_of(line)});
-    EXPECT_EQ(result.status, 0) << line;
-    EXPECT_THAT(result.log, IsEmpty()) << line;
-    return result.out;
+  const std::string card = function(R"("present": false)");
+  const Case cases[] = {
+      {card, "log -h", 0, StartsWith("    COMMAND:\n        fget|log\n")},
+      {card, "fwupdate --help", 0, StartsWith("    COMMAND:\n        -f|-fw|fwupdate\n")},
+      {card, "-h", 0,
+       AllOf(StartsWith("NAME:\n    kxtool\n    SYNOPSIS:\n        kxtool <command> <device> [OPTIONS]\n"
+                        "    DESCRIPTION:\n"),
+             HasSubstr("\n        sn_info          kxtool sn_info <device> sn_info\n"), HasSubstr("\n        hwread\n"),
+             testing::Not(HasSubstr("regsdump")))},
+      {card, "hwread -h", 0, StartsWith("NAME:\n    kxtool\n"),
+       testing::MatchesRegex("    COMMAND:\n        hwread\n.*Not in this build. In its place: .*\n")},
+      {card, "--version", 0, testing::MatchesRegex("kxtool [0-9.]+\nbuilt on [-0-9]+ [0-9:]+ with .+\n")},
   };
-  EXPECT_THAT(run("log -h"), testing::StartsWith("    COMMAND:\n        fget|log\n"));
-  EXPECT_THAT(run("fwupdate --help"), testing::StartsWith("    COMMAND:\n        -f|-fw|fwupdate\n"));
-  EXPECT_THAT(run("-h"),
-              AllOf(testing::StartsWith("NAME:\n    kxtool\n    SYNOPSIS:\n        kxtool <command> <device> "
-                                        "[OPTIONS]\n    DESCRIPTION:\n"),
-                    HasSubstr("\n        sn_info          kxtool sn_info <device> sn_info\n"),
-                    HasSubstr("\n        hwread\n"), testing::Not(HasSubstr("regsdump"))));
-  const auto aside =
-      kx_system::run({.card = function(R"("present": false)"), .words = kx_system::words_of("hwread -h")});
-  EXPECT_EQ(aside.status, 0);
-  EXPECT_THAT(aside.out, testing::StartsWith("NAME:\n    kxtool\n"));
-  EXPECT_THAT(aside.err,
-              testing::MatchesRegex("    COMMAND:\n        hwread\n.*Not in this build. In its place: .*\n"));
-  EXPECT_THAT(run("--version"), testing::MatchesRegex("kxtool [0-9.]+\nbuilt on [-0-9]+ [0-9:]+ with .+\n"));
+  for (const Case& c : cases) {
+    EXPECT_THAT(check(c).log, IsEmpty());
+  }
 }
 
 TEST(Bind, RunsOneCommandOfAModuleAgainstADevice) {
   const std::string failed = "Command exec failed!\n";
   const std::string err = "kxtools_err: [kxtool_bind][#] ";
   const std::string modules = "kxnp, kxpcie, kxvqm, kxtrace_app, kxbttl, kxrdma\n";
-  const Case cases[] = {
+  check_all({
       {"{}", "bind eth0", 255,
        err + "argc = 1, argp is NULL, argp[0] is NULL, argp[1] is NULL\nkxtool bind eth0: " + failed,
        "kxtool: bind needs a device, a module and its command: 'kxtool bind -h' shows how\n"},
@@ -117,10 +112,7 @@ TEST(Bind, RunsOneCommandOfAModuleAgainstADevice) {
        "kxtools_err: [kxtools_module_help][#] para is err!\nkxrdma x: " + failed + err +
            "kxtools_cmd_execute failed\nkxtool bind eth0 kxrdma x: " + failed,
        "kxtool: 'kxrdma' has no commands in this build\n"},
-  };
-  for (const Case& c : cases) {
-    check(c);
-  }
+  });
 }
 
 // --- the run lock
@@ -268,38 +260,37 @@ TEST_F(RunLock, OfACardIsNeverAPlantedFile) {
       "rm /tmp/kxtool/kxts_card_0000:3a:00.0; $KXTOOL sn_info eth0 sn_info; stat -c %a /tmp/kxtool "
       "/tmp/kxtool/kxts_card_0000:3a:00.0"));
   EXPECT_EQ(result.out, "1\nsn=KX2601A00042\n1777\n600\n");
-  EXPECT_THAT(result.err,
-              testing::StartsWith("the lock /tmp/kxtool/kxts_card_0000:3a:00.0 cannot be opened: Too many levels"));
+  EXPECT_THAT(result.err, StartsWith("the lock /tmp/kxtool/kxts_card_0000:3a:00.0 cannot be opened: Too many levels"));
 }
 
 TEST_F(RunLock, IsGivenBackByAKilledTool) {
-  const auto result = kx_system::run(kx_system::script(
-      "$KXTOOL mac_info eth0 mac_info & sleep 0.3; pkill -9 -P $!; wait; $KXTOOL sn_info eth0 sn_info",
-      R"({"faults": {"processor": {"requests": [{"op_code": 9, "never_answers": true}]}}})"));
-  EXPECT_THAT(result.out, testing::EndsWith("\nsn=KX2601A00042\n"));
+  EXPECT_EQ(beside_one_that_asks("pkill -9 -P $first; wait; $KXTOOL sn_info eth0 sn_info > out").out,
+            "sn=KX2601A00042\n");
 }
 
 // --- the shell's side of a child
 
-constexpr const char* HANGING_CARD =
-    R"({"faults": {"processor": {"requests": [{"op_code": 15, "never_answers": true}]}}})";
+/// Runs a command that gets no answer, sends `number` to its child, and to the parent too, and waits for the end.
+kx_system::Result hanging_command_end(int number, bool to_both) {
+  kx_system::Process tool(
+      {.card = R"({"faults": {"processor": {"requests": [{"op_code": 15, "never_answers": true}]}}})",
+       .words = {"sn_info", "eth0", "sn_info"}});
+  EXPECT_TRUE(tool.expect_log("payload=0f000000"));
+  const std::vector<pid_t> processes = tool.tools();
+  EXPECT_EQ(processes.size(), 2u);
+  for (size_t i = to_both ? 0 : 1; i < processes.size(); ++i) {
+    EXPECT_EQ(kill(processes[i], number), 0);
+  }
+  return tool.wait();
+}
 
 TEST(Child, ACommandThatIsKilledIsReported) {
-  kx_system::Process tool({.card = HANGING_CARD, .words = {"sn_info", "eth0", "sn_info"}});
-  ASSERT_TRUE(tool.expect_log("payload=0f000000"));
-  const std::vector<pid_t> processes = tool.tools();
-  ASSERT_EQ(processes.size(), 2u);
-  ASSERT_EQ(kill(processes[1], SIGKILL), 0);
-  EXPECT_EQ(without_line_numbers(tool.wait().out), "kxtools_err: [child_wait][#] the command was ended by signal 9\n");
+  EXPECT_EQ(without_line_numbers(hanging_command_end(SIGKILL, false).out),
+            "kxtools_err: [child_wait][#] the command was ended by signal 9\n");
 }
 
 TEST(Child, AnInterruptIsNoSuccess) {
-  kx_system::Process tool({.card = HANGING_CARD, .words = {"sn_info", "eth0", "sn_info"}});
-  ASSERT_TRUE(tool.expect_log("payload=0f000000"));
-  for (const pid_t process : tool.tools()) {
-    ASSERT_EQ(kill(process, SIGINT), 0);
-  }
-  const kx_system::Result result = tool.wait();
+  const kx_system::Result result = hanging_command_end(SIGINT, true);
   EXPECT_EQ(result.status, 130);
   EXPECT_EQ(result.err, "kxtool: interrupted\n");
 }

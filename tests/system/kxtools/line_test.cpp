@@ -7,14 +7,9 @@
 
 namespace {
 
-using testing::HasSubstr;
+using kx_system::Case;
+using kx_system::check_all;
 using testing::StartsWith;
-
-void check(const std::vector<kx_system::Case>& cases) {
-  for (const kx_system::Case& c : cases) {
-    kx_system::check(c);
-  }
-}
 
 std::string execute_error(const std::string& text) {
   return "kxtools_err: [kxtools_cmd_execute][#] " + text + "\n";
@@ -40,7 +35,7 @@ std::string no_function(const std::string& word, const std::string& rest = INTER
 }
 
 TEST(Line, RunsOnTheDeviceThatItNames) {
-  check({
+  check_all({
       {"{}", "sn_info eth0 sn_info", 0, SERIAL_NUMBER},
       {"{}", "bind eth0 kxrdma", 0, "kxrdma" + std::string(59, ' ') + "kxrdma help info\n", NO_COMMANDS},
       {"{}", "bind 0000:3b:00.1 kxrdma", 0, "kxrdma" + std::string(59, ' ') + "kxrdma help info\n", NO_COMMANDS},
@@ -50,14 +45,12 @@ TEST(Line, RunsOnTheDeviceThatItNames) {
        "kxtools_err: [device_acquire][#] The command does not yet support BDF type!\n",
        "kxtool: sn_info takes the interface of 0000:3b:00.0: eth0\n"},
   });
-}
-
-TEST(Line, SplitsWhatTheSystemsShellLeftTogether) {
+  // Words that the system's shell left together.
   EXPECT_EQ(kx_system::run({.words = {"sn_info  eth1 ", "sn_info"}}).out, SERIAL_NUMBER);
 }
 
 TEST(Line, IsRefusedBeforeItTouchesADevice) {
-  check({
+  check_all({
       {"{}", "foo", 255, "kxtool foo: No such command for kxtools!\n",
        "kxtool: 'foo' is no command of kxtool: '-h' in its place lists them\n"},
       {"{}", "sn_inf eth0", 255, "kxtool sn_inf eth0: No such command for kxtools!\n",
@@ -103,6 +96,8 @@ constexpr char UEVENT_WITHOUT_SLOT[] = R"({"functions": {"0000:3b:00.0": {"files
 constexpr char UEVENT_SHORT[] = R"({"functions": {"0000:3b:00.0": {"files": {"uevent": "PCI_SLOT_NAME=3b:00.0\n"}}}})";
 constexpr char UEVENT_BAD[] =
     R"({"functions": {"0000:3b:00.0": {"files": {"uevent": "PCI_SLOT_NAME=0000:3b:00-0\n"}}}})";
+constexpr char UEVENT_WITH_SEPARATOR[] =
+    R"({"functions": {"0000:3b:00.0": {"files": {"uevent": "PCI_SLOT_NAME=../3b:00:0.0/\\n"}}}})";
 constexpr char RESOURCE_GARBAGE[] = R"({"functions": {"0000:3b:00.0": {"files": {"resource": "garbage\n"}}}})";
 constexpr char RESOURCE_ABSENT[] = R"({"functions": {"0000:3b:00.0": {"absent_files": ["resource0"]}}})";
 // "resource" promises twice the 64 MiB that the file has.
@@ -121,10 +116,11 @@ TEST(Line, ReportsWhatIsWrongWithADevice) {
   };
   const std::string eth0_lost = no_function("eth0", "the cards' interfaces are eth1, eth2\n");
   const std::string words = "sn_info eth0 sn_info";
-  check({
+  check_all({
       {UEVENT_WITHOUT_SLOT, words, 255, name_error("pci_bus_id is NULL"), eth0_lost},
       {UEVENT_SHORT, words, 255, name_error("format of bdf(3b:00.0) is err"), eth0_lost},
       {UEVENT_BAD, words, 255, name_error("pcie_sbdf_parse 0000:3b:00-0 failed"), eth0_lost},
+      {UEVENT_WITH_SEPARATOR, words, 255, testing::EndsWith(NAME_FAILED), eth0_lost},
       {RESOURCE_GARBAGE, words, 255,
        "Malformed line in resource file: /sys/bus/pci/devices/0000:3b:00.0/resource\n"
        "BAR index 0 not found in resource file: /sys/bus/pci/devices/0000:3b:00.0/resource\n" +
@@ -153,7 +149,7 @@ TEST(Line, TellsWhyTheKernelKeepsTheBarAndGoesOnWhereTheDriverAnswers) {
   const std::string file = "/sys/bus/pci/devices/0000:3b:00.0/resource0: ";
   const std::string failed = "kxtools_err: [kxtools_dev_mmap][#] file " + file + "mmap failed!\n" +
                              "kxtools_err: [kxtools_dev_info_set][#] kxtools_dev_mmap failed\n" + INFO_FAILED;
-  check({
+  check_all({
       {claimed + "}", "sn_info eth0 sn_info", 0, SERIAL_NUMBER, goes_on},
       {claimed + "}", "temp_info eth0 chip_temp", 0, "current chip temperature: 45 (degree centigrade) \n", goes_on},
       // The record that would refuse the command cannot be seen.
@@ -166,21 +162,13 @@ TEST(Line, TellsWhyTheKernelKeepsTheBarAndGoesOnWhereTheDriverAnswers) {
   });
 }
 
-TEST(Line, ForgesNothingFromASlotWithASeparatorInIt) {
-  const kx_system::Result result = kx_system::run(
-      {.card = R"({"functions": {"0000:3b:00.0": {"files": {"uevent": "PCI_SLOT_NAME=../3b:00:0.0/\n"}}}})",
-       .words = {"sn_info", "eth0", "sn_info"}});
-  EXPECT_EQ(result.status, 255);
-  EXPECT_THAT(without_line_numbers(result.out), HasSubstr(NAME_FAILED));
-}
-
 TEST(Line, PassesTheGateOfItsOwnDevicesRecord) {
   const std::string words = "sn_info eth0 sn_info";
   const auto refused = [](const std::string& text) {
     return "kxtools_err: [kxtools_compat_version_check][#] " + text +
            "\nkxtool sn_info eth0 sn_info: Compatibility check failed!\n";
   };
-  check({
+  check_all({
       {R"({"bar0": {"compat": {"1": {"fw_minor": 3}}}})", words, 0, SERIAL_NUMBER},
       {R"({"bar0": {"compat": {"1": {"major": 1}}}})", words, 255, refused("cmd major 0 is not match fw 1!")},
       {R"({"bar0": {"compat": {"1": {"drv_minor": 1}}}})", words, 255, refused("cmd drv_minor 0 is lower than fw 1!")},
@@ -194,11 +182,11 @@ TEST(Line, PassesTheGateOfItsOwnDevicesRecord) {
 }
 
 TEST(Line, HasAtMost48WordsAfterTheSubCommand) {
-  std::vector<std::string> words = {"sn_info", "eth0"};
-  words.resize(1 + 49, "w");
-  const kx_system::Result result = kx_system::run({.words = words});
-  EXPECT_THAT(without_line_numbers(result.out), StartsWith("kxtools_err: [kxtool_cmd][#] ctx is NULL\nkxtool sn_info"));
-  EXPECT_EQ(result.status, 255);
+  std::string words = "sn_info eth0";
+  for (int i = 2; i <= 49; ++i) {
+    words += " w";
+  }
+  kx_system::check({"{}", words, 255, StartsWith("kxtools_err: [kxtool_cmd][#] ctx is NULL\nkxtool sn_info")});
 }
 
 TEST(Line, KeepsItsMessagesOutOfDeviceFilesWhenItsStreamsAreClosed) {

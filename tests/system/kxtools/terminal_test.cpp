@@ -65,46 +65,37 @@ TEST_F(Terminal, ArrowUpBringsBackFailedLinesToo) {
 
 // What a key sends must move or do nothing: a rest of it in the line would be a wrong word, ready for Enter.
 TEST_F(Terminal, KeysMoveOrDoNothingAndLeaveNoRestInTheLine) {
-  struct {
-    const char* keys;
-    const char* line;
-  } const cases[] = {
-      {"bar\x1b[1;5Dx", "xbar"},  // Ctrl-Left
-      {"bar\x1b[5Dx", "xbar"},    // the same of an older terminal
-      {"bar\x1bOdx", "xbar"},     // and of another one
-      {"bar\x1b[1;3Dx", "xbar"},  // Alt-Left
-      {"bar\x1b"
-       "bx",
-       "xbar"},                       // Alt-b
-      {"bar\x01\x1b[1;5Cx", "barx"},  // Home, Ctrl-Right
-      {"bar\x1b[H\x1b"
-       "fx",
-       "barx"},                   // Home, Alt-f
-      {"bar\x1b[1;2Dx", "baxr"},  // Shift-Left
-      {"b-r\x1b[1;5D\x1b[1;5Dx", "xb-r"},
-      {"foo bar\x1b\x7f\x7f", "foo"},  // Alt-Backspace
-      {"bar\x1b[15~x", "barx"},        // F5
-      {"bar\x1b[24;5~x", "barx"},      // Ctrl-F12
-      {"bar\x1b[[Ax", "barx"},         // F1 of the console
-      {"bar\x1bOPx", "barx"},          // F1
-      {"bar\x1b[200~x\x1b[201~", "barx"},
-      {"bar\x1b[2~\x1b[5~\x1b[6~x", "barx"},
-      {"bar\x1bzx", "barx"},  // Alt-z
-      {"bar\x1b[1~x\x1b[4~y", "xbary"},
-      {"n\xc3\xb6\x7f"
-       "a",
-       "na"},  // a character of two bytes
-      {"n\xc3\xb6\x1b[Dx", "nx\xc3\xb6"},
-      {"n\xe2\x82\xac\x01\x1b[C\x1b[3~x", "nx"},
-      {"\x1b[3~\x7f\x1b[Dbar", "bar"},  // nothing to delete is no end of the input
+  const std::pair<const char*, std::string> cases[] = {
+      {"bar\033[1;5Dx", "xbar"},      // Ctrl-Left
+      {"bar\033[5Dx", "xbar"},        // the same of an older terminal
+      {"bar\033Odx", "xbar"},         // and of another one
+      {"bar\033[1;3Dx", "xbar"},      // Alt-Left
+      {"bar\033bx", "xbar"},          // Alt-b
+      {"bar\001\033[1;5Cx", "barx"},  // Home, Ctrl-Right
+      {"bar\033[H\033fx", "barx"},    // Home, Alt-f
+      {"bar\033[1;2Dx", "baxr"},      // Shift-Left
+      {"b-r\033[1;5D\033[1;5Dx", "xb-r"},
+      {"foo bar\033\177\177", "foo"},  // Alt-Backspace
+      {"bar\033[15~x", "barx"},        // F5
+      {"bar\033[24;5~x", "barx"},      // Ctrl-F12
+      {"bar\033[[Ax", "barx"},         // F1 of the console
+      {"bar\033OPx", "barx"},          // F1
+      {"bar\033[200~x\033[201~", "barx"},
+      {"bar\033[2~\033[5~\033[6~x", "barx"},
+      {"bar\033zx", "barx"},  // Alt-z
+      {"bar\033[1~x\033[4~y", "xbary"},
+      {"n\xc3\xb6\177a", "na"},  // a character of two bytes
+      {"n\xc3\xb6\033[Dx", "nx\xc3\xb6"},
+      {"n\xe2\x82\xac\001\033[C\033[3~x", "nx"},
+      {"\033[3~\177\033[Dbar", "bar"},  // nothing to delete is no end of the input
   };
   start();
-  for (const auto& c : cases) {
-    process_->send(c.keys);
-    type("\r", std::string("\n") + c.line + ": No such command for kxtools!");
+  for (const auto& [keys, line] : cases) {
+    process_->send(keys);
+    type("\r", "\n" + line + ": No such command for kxtools!");
     type("", PROMPT);
   }
-  process_->send("bar\x1b");
+  process_->send("bar\033");
   usleep(300000);  // Escape alone: nothing follows
   type("x\r", "barx: No such command for kxtools!");
   type("quit\r", "quit");

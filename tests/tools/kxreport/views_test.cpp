@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 
+#include "../../printed.h"
 #include "module_alarms.h"
 #include "value_pipe.h"
 #include "views.h"
@@ -17,14 +18,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 std::string shown(view_fn view, const value& root) {
-  char* text = nullptr;
-  size_t size = 0;
-  FILE* out = open_memstream(&text, &size);
-  view(root, out);
-  fclose(out);
-  std::string all(text, size);
-  free(text);
-  return all;
+  return written([&](FILE* out) { view(root, out); });
 }
 
 void report_fill(value_sink* out, const std::string& serial) {

@@ -1,7 +1,8 @@
 // Sessions of the tool's shell on the virtual card: a list of lines in, the output of each line out.
 #pragma once
 
-#include <span>
+#include <gmock/gmock.h>
+
 #include <string>
 #include <vector>
 
@@ -19,11 +20,15 @@ struct Session {
 Session run(const std::string& card, const std::vector<std::string>& lines, bool super = false);
 
 struct Row {
-  const char* line;
-  const char* shows;  // stands in its output; empty: it prints nothing
+  std::string line;
+  testing::Matcher<const std::string&> shows;  // its output without colours; a plain text is the whole of it
 };
-/// Runs the lines, each behind `prefix`, as super user, and expects what they show.
-void expect_shows(const std::string& card, const std::string& prefix, std::span<const Row> rows);
+/// Runs the lines, each behind `prefix`, and expects what they show.
+Session expect_shows(const std::string& card, const std::string& prefix, const std::vector<Row>& rows,
+                     bool super = false);
+
+/// One line in the shell of a super user, and what it printed.
+std::string line_run(const std::string& card, const std::string& line);
 
 /// The same words one-shot: kxtool bind 0000:3b:00.0 WORDS...
 kx_system::Result one_shot(const std::string& card, const std::string& words);
