@@ -3,39 +3,27 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <random>
 
 #include "../reg/card_device.h"
 #include "dpp_dtb/dpp_dtb_mem.h"
 #include "dpp_se/dpp_crc.h"
 #include "dpp_se/dpp_hash.h"
-#include "dpp_se/dpp_route.h"
 #include "vcard/np_search.h"
 
 namespace {
 
-class QueueToCard : public OnVirtualCard {
- protected:
-  void SetUp() override {
-    vcard::table_queues_attach(*card_, *processor_);
-    card_->processes = [] { return std::vector<pid_t>{getpid()}; };
-    ASSERT_TRUE(card_->create({}));
-    if (host_dtb_huge_mem_init(0) != 0) {
-      GTEST_SKIP() << "no huge page, or its address is hidden";
-    }
-    ASSERT_EQ(host_dtb_queue_get(0, &queue_.queue_id), 0u);
+TEST_F(OnVirtualCard, FindsKeysThatCameThroughAQueue) {
+  vcard::table_queues_attach(*card_, *processor_);
+  card_->processes = [] { return std::vector<pid_t>{getpid()}; };
+  ASSERT_TRUE(card_->create({}));
+  if (host_dtb_huge_mem_init(0) != 0) {
+    GTEST_SKIP() << "no huge page, or its address is hidden";
   }
-  void TearDown() override {
-    host_dtb_huge_mem_release(0);
-  }
-
-  dpp_se_dtb queue_ = {0, 0};
-  dpp_se_writer to_card_ = {dpp_se_dtb_write, &queue_};
-};
-
-TEST_F(QueueToCard, KeysAreFoundByTheCard) {
+  dpp_se_dtb queue = {0, 0};
+  ASSERT_EQ(host_dtb_queue_get(0, &queue.queue_id), 0u);
+  const dpp_se_writer to_card = {dpp_se_dtb_write, &queue};
   auto hash = std::make_unique<dpp_hash>();
-  ASSERT_EQ(dpp_hash_init(hash.get(), &to_card_), 0u);
+  ASSERT_EQ(dpp_hash_init(hash.get(), &to_card), 0u);
   const vcard::NpHashSetup setup = {
       .zcells = {{31, 2}},
       .polynomial = {{31, DPP_CRC16_POLY[3]}},
@@ -61,28 +49,7 @@ TEST_F(QueueToCard, KeysAreFoundByTheCard) {
     }
   }
   dpp_hash_destroy(hash.get());
-}
-
-TEST_F(QueueToCard, RoutesAreFoundByTheCard) {
-  const dpp_route_cfg cfg = {4, 0x1000, 6, 4, 0, 20};
-  dpp_route_table* table = nullptr;
-  ASSERT_EQ(dpp_route_create(&cfg, &to_card_, &table), 0u);
-  std::mt19937 rng(2);
-  for (uint32_t i = 0; i < 200; i++) {
-    lpm_route route{};
-    route.key[0] = 10;
-    route.key[1] = static_cast<uint8_t>(rng() % 4);
-    route.key[2] = static_cast<uint8_t>(rng());
-    route.prefix_len = static_cast<uint16_t>(8 + rng() % 17);
-    route.result = i;
-    ASSERT_EQ(dpp_route_insert(table, &route), 0u);
-    lpm_route address = route;
-    address.key[3] = static_cast<uint8_t>(rng());
-    address.prefix_len = 32;
-    ASSERT_EQ(dpp_route_search(table, &address, LPM_SRH_LONGEST), 0u);
-    EXPECT_EQ(vcard::np_lpm_search(tables(), cfg.baddr, std::span(address.key).first(4)), address.result);
-  }
-  dpp_route_destroy(table);
+  EXPECT_EQ(host_dtb_huge_mem_release(0), 0u);
 }
 
 }  // namespace
