@@ -1,6 +1,6 @@
-// kxreport beside what it cannot do without: eight cards beside one, registers and metrics beside the words of card
-// memory that they need. The program starts itself again under each virtual card, so that kxvcard's start is not
-// counted.
+// kxreport beside what it cannot do without: the words of card memory and the driver's exchanges that an answer needs,
+// each as long as it takes alone. The program starts itself again under each virtual card, so that kxvcard's start is
+// not counted.
 #include <unistd.h>
 
 #include <cinttypes>
@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "device/address.h"
+#include "driver_exchange.h"
 #include "kx_pcie/bind.h"
 #include "kx_pcie/tunnel.h"
 #include "kxtools/bind.h"
@@ -21,33 +22,54 @@
 namespace {
 
 constexpr int ROUNDS = 3;
-constexpr int WORDS = 200;
+constexpr int TRANSFERS = 200;
 constexpr uint64_t ADDRESS = 0x6208000000;
 constexpr int CARDS = 8;
+constexpr double BESIDE_TRANSFERS_MS = 5;
 
-/// Milliseconds of a command; of its words without one.
-int measure_inside(const char* command) {
+// In place of a command: the transfers that all commands are made of.
+constexpr const char* WORD = "one word of card memory";
+constexpr const char* EXCHANGE = "one exchange";
+
+double word_measure(bool* good) {
+  kxtools_sbdf function = 0;
+  *good = kxtools_dev_name2bdf("0000:3b:00.0", &function) == 0 && kxtools_dev_bind(function) == 0;
+  return side_by_side::wall_time_of([&] {
+           for (int i = 0; i < TRANSFERS && *good; ++i) {
+             uint32_t value = 0;
+             *good = read_val_from_kx(ADDRESS, &value) == 0;
+           }
+         }) /
+         TRANSFERS;
+}
+
+double exchange_measure(bool* good) {
+  DriverExchange exchange;
+  return side_by_side::wall_time_of([&] {
+           for (int i = 0; i < TRANSFERS && *good; ++i) {
+             *good = exchange.run();
+           }
+         }) /
+         TRANSFERS;
+}
+
+/// Prints the milliseconds that a command or transfer takes.
+int measure_inside(const std::string& command) {
   bool good = true;
-  double milliseconds = 0;
-  if (*command != '\0') {
-    const std::string line = std::string(KXREPORT " ") + command + " >/dev/null";
-    milliseconds = side_by_side::wall_time_of([&] { good = system(line.c_str()) == 0; }) / 1e6;
+  double nanoseconds = 0;
+  if (command == WORD) {
+    nanoseconds = word_measure(&good);
+  } else if (command == EXCHANGE) {
+    nanoseconds = exchange_measure(&good);
   } else {
-    kxtools_sbdf function = 0;
-    good = kxtools_dev_name2bdf("0000:3b:00.0", &function) == 0 && kxtools_dev_bind(function) == 0;
-    milliseconds = side_by_side::wall_time_of([&] {
-                     for (int i = 0; i < WORDS && good; ++i) {
-                       uint32_t value = 0;
-                       good = read_val_from_kx(ADDRESS, &value) == 0;
-                     }
-                   }) /
-                   1e6 / WORDS;
+    const std::string line = std::string(KXREPORT " ") + command + " >/dev/null";
+    nanoseconds = side_by_side::wall_time_of([&] { good = system(line.c_str()) == 0; });
   }
-  printf("%f\n", milliseconds);
+  printf("%f\n", nanoseconds / 1e6);
   return good ? 0 : 1;
 }
 
-double measure(const std::string& self, const std::string& options, const char* command) {
+double measure(const std::string& self, const std::string& options, const std::string& command) {
   const std::string line = std::string(KXVCARD " ") + options + " -- " + self + " --inside '" + command + "'";
   FILE* stream = popen(line.c_str(), "re");
   double milliseconds = -1;
@@ -59,17 +81,26 @@ double measure(const std::string& self, const std::string& options, const char* 
   return milliseconds;
 }
 
-/// How many words of card memory a command reads.
-int words_of(const std::string& self, const std::string& folder, const char* command) {
+/// What a command asks the card and its driver for, and how long that takes.
+struct transfers {
+  int words = 0;
+  int exchanges = 0;
+  double milliseconds(double word, double exchange) const {
+    return words * word + exchanges * exchange;
+  }
+};
+
+transfers transfers_of(const std::string& self, const std::string& folder, const char* command) {
   const std::string log = folder + "/log";
   measure(self, "--log " + log, command);
   std::ifstream lines(log);
-  int words = 0;
+  transfers made;
   for (std::string line; std::getline(lines, line);) {
-    words += line.starts_with("card_read ") ? 1 : 0;
+    made.words += line.starts_with("card_read ") ? 1 : 0;
+    made.exchanges += line.starts_with("ioctl ") || line.starts_with("ethtool ") ? 1 : 0;
   }
   remove(log.c_str());
-  return words;
+  return made;
 }
 
 void cards_write(const std::string& path, int cards) {
@@ -114,22 +145,25 @@ int main(int argc, char** argv) {
   cards_write(one, 1);
   cards_write(eight, CARDS);
   constexpr const char* METRICS = "summary eth0 --format openmetrics";
-  const int register_words = words_of(self, folder, "registers eth0");
-  const int metric_words = words_of(self, folder, METRICS);
-  side_by_side::samples list_one, list_eight, registers, registers_floor, metrics, metrics_floor;
+  const transfers of_list = transfers_of(self, folder, "list");
+  const transfers of_registers = transfers_of(self, folder, "registers eth0");
+  const transfers of_metrics = transfers_of(self, folder, METRICS);
+  side_by_side::samples list, list_floor, registers, registers_floor, metrics, metrics_floor;
   for (int round = 0; round < ROUNDS; ++round) {
-    list_one.push_back(measure(self, "--card " + one, "list"));
-    list_eight.push_back(measure(self, "--card " + eight, "list"));
-    const double word = measure(self, "", "");
+    const double word = measure(self, "", WORD);
+    const double exchange = measure(self, "", EXCHANGE);
+    const double list_of_one = measure(self, "--card " + one, "list");
+    list.push_back(measure(self, "--card " + eight, "list"));
+    list_floor.push_back(list_of_one + (CARDS - 1) * of_list.words * word);
     registers.push_back(measure(self, "", "registers eth0"));
-    registers_floor.push_back(word * register_words);
+    registers_floor.push_back(of_registers.milliseconds(word, exchange));
     metrics.push_back(measure(self, "", METRICS));
-    metrics_floor.push_back(word * metric_words);
+    metrics_floor.push_back(of_metrics.milliseconds(word, exchange) + BESIDE_TRANSFERS_MS);
   }
-  side_by_side::row("kxreport list of 8 cards", "ms", list_eight, "list of one card", list_one, side_by_side::NO_LIMIT);
-  side_by_side::row("kxreport registers", "ms", registers, "its words of card memory", registers_floor, 1.1);
-  side_by_side::row("kxreport summary, metrics", "ms", metrics, "its words of card memory", metrics_floor,
-                    side_by_side::NO_LIMIT);
+  side_by_side::row("kxreport list of 8 cards", "ms", list, "one card, and the others' words, one by one", list_floor,
+                    1.2);
+  side_by_side::row("kxreport registers", "ms", registers, "its transfers", registers_floor, 1.1);
+  side_by_side::row("kxreport summary, metrics", "ms", metrics, "its transfers and 5 ms", metrics_floor, 1.0);
   remove(one.c_str());
   remove(eight.c_str());
   remove(folder);

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "device/address.h"
+#include "driver_exchange.h"
 #include "kx_pcie/bind.h"
 #include "kx_pcie/tunnel.h"
 #include "kxtools/bind.h"
@@ -26,34 +27,11 @@ constexpr int ROUNDS = 5;
 constexpr int WORDS = 50;
 constexpr int EXCHANGES = 500;
 constexpr uint64_t ADDRESS = 0x6208000000;
-constexpr unsigned long DRIVER_REQUEST = 0x89fd;
-constexpr uint32_t COMPAT_QUERY = 6;
 
 struct Place {
   const char* room;
   const char* trap;
   side_by_side::samples word, exchange, start;  // microseconds
-};
-
-/// A compatibility query, as the driver's ioctl takes it.
-struct Exchange {
-  std::array<uint8_t, 8> status = {};
-  std::array<uint8_t, 8> reply = {};
-  std::array<uint8_t, 40> message = {};
-  std::array<uint8_t, 40> request = {};
-
-  Exchange() {
-    const uint64_t status_at = reinterpret_cast<uint64_t>(status.data());
-    const uint64_t reply_at = reinterpret_cast<uint64_t>(reply.data());
-    const uint64_t message_at = reinterpret_cast<uint64_t>(message.data());
-    const uint16_t room = static_cast<uint16_t>(reply.size());
-    memcpy(&message[0], &COMPAT_QUERY, sizeof COMPAT_QUERY);
-    memcpy(&message[8], &status_at, sizeof status_at);
-    memcpy(&message[24], &reply_at, sizeof reply_at);
-    memcpy(&message[32], &room, sizeof room);
-    memcpy(&request[0], "eth0", 4);
-    memcpy(&request[16], &message_at, sizeof message_at);
-  }
 };
 
 int measure_inside() {
@@ -68,14 +46,12 @@ int measure_inside() {
       good = good && read_val_from_kx(ADDRESS, &value) == 0;
     }
   });
-  Exchange exchange;
-  const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+  DriverExchange exchange;
   const double exchanges = side_by_side::wall_time_of([&] {
     for (int i = 0; i < EXCHANGES; ++i) {
-      good = good && ioctl(fd, DRIVER_REQUEST, exchange.request.data()) == 0;
+      good = good && exchange.run();
     }
   });
-  close(fd);
   printf("%f %f\n", words / WORDS / 1000, exchanges / EXCHANGES / 1000);
   return good ? 0 : 1;
 }
