@@ -15,8 +15,6 @@
 
 namespace {
 
-constexpr uint32_t COMMANDS = 31;
-
 constexpr uint8_t READS = 0;
 constexpr uint8_t WRITES = 1;
 
@@ -67,7 +65,7 @@ constexpr kxpcie_command ROWS[] = {
     {"black_box", "black_box <file>: all of the above that only reads, and configuration space, into a file", READS, 1,
      1, kxpcie_black_box, nullptr},
 };
-static_assert(std::size(ROWS) == COMMANDS);
+constexpr uint32_t COMMANDS = std::size(ROWS);
 
 bool function_get(kxtools_sbdf* sbdf) {
   *sbdf = pcie_bound_sbdf_get();
