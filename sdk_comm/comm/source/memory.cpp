@@ -1,8 +1,11 @@
 #include "qlix_comm/memory.h"
 
+#include <sys/mman.h>
+
 #include <atomic>
 #include <cstdlib>
 #include <limits>
+#include <memory>
 
 #include "qlix_comm/check.h"
 
@@ -14,6 +17,8 @@ constinit std::atomic<void (*)(void*)> release_hook{nullptr};
 constinit std::atomic<std::uint32_t> g_qlix_malloc_num{0};
 constinit std::atomic<std::uint32_t> g_qlix_malloc_size{0};
 
+constexpr std::size_t CACHE_LINE = 64;
+constexpr std::size_t LARGE_PAGE = std::size_t{2} << 20;
 constexpr std::uint32_t COUNTER_MAX = std::numeric_limits<std::uint32_t>::max();
 
 void allocation_count(std::uint32_t size) {
@@ -64,6 +69,22 @@ void* ic_comm_malloc_memory(std::size_t size) {
   void* const memory = malloc(size);
   if (memory != nullptr) {
     allocation_count(static_cast<std::uint32_t>(size));
+  }
+  return memory;
+}
+
+void* ic_comm_malloc_block(std::size_t size, void** first) {
+  // What aligns a large block is never touched and costs addresses only.
+  const std::size_t alignment = size < LARGE_PAGE ? CACHE_LINE : LARGE_PAGE;
+  void* const memory = ic_comm_malloc_memory(alignment + size);
+  if (memory == nullptr) {
+    return nullptr;
+  }
+  std::size_t room = alignment + size;
+  *first = memory;
+  std::align(alignment, size, *first, room);
+  if (size >= LARGE_PAGE) {
+    madvise(*first, size / LARGE_PAGE * LARGE_PAGE, MADV_HUGEPAGE);
   }
   return memory;
 }

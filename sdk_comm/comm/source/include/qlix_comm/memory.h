@@ -22,6 +22,9 @@ std::uint32_t qlix_comm_get_os_callback(qlix_comm_os_callback* callback);
 /// Takes `size` bytes, contents undefined; null when there are none or `size` is above QLIX_COMM_MALLOC_MAX. Goes back
 /// through ic_comm_free_memory.
 [[nodiscard]] void* ic_comm_malloc_memory(std::size_t size);
+/// The same for what is walked at random: `*first`, inside the block, begins a cache line, or from 2 MiB on a large
+/// page, and the system is asked for large pages. What goes back is the block that is returned, not `*first`.
+[[nodiscard]] void* ic_comm_malloc_block(std::size_t size, void** first);
 /// Gives memory back; null is ignored.
 void ic_comm_free_memory(void* pointer);
 

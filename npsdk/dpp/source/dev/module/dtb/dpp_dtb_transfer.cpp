@@ -62,12 +62,17 @@ inline uint32_t doorbell_ring(uint32_t dev_id, uint32_t queue_id, const dpp_dtb_
   DPP_CARD_GUARD(card, dev_id, nullptr);
   QLIX_COMM_PASS(card.status());
   qlix_comm_order_memory_before_doorbell();
-  QLIX_COMM_CALL(dpp_reg_write, dev_id, 0, queue_id, dpp_regs::cfg_queue_dtb_addr_h_0_127{info.data_addr_h});
-  QLIX_COMM_CALL(dpp_reg_write, dev_id, 0, queue_id, dpp_regs::cfg_queue_dtb_addr_l_0_127{info.data_addr_l});
-  return QLIX_COMM_CALLED(
-      dpp_reg_write, dev_id, 0, queue_id,
-      (dpp_regs::cfg_queue_dtb_len_0_127{
-          .cfg_dtb_cmd_type = info.cmd_type, .cfg_dtb_cmd_int_en = info.int_en, .cfg_queue_dtb_len = info.data_len}));
+  dpp_regs::cfg_queue_dtb_addr_h_0_127 high = {};
+  high.cfg_queue_dtb_addr_h = info.data_addr_h;
+  QLIX_COMM_CALL(dpp_reg_write, dev_id, 0, queue_id, high);
+  dpp_regs::cfg_queue_dtb_addr_l_0_127 low = {};
+  low.cfg_queue_dtb_addr_l = info.data_addr_l;
+  QLIX_COMM_CALL(dpp_reg_write, dev_id, 0, queue_id, low);
+  dpp_regs::cfg_queue_dtb_len_0_127 start = {};
+  start.cfg_dtb_cmd_type = info.cmd_type;
+  start.cfg_dtb_cmd_int_en = info.int_en;
+  start.cfg_queue_dtb_len = info.data_len;
+  return QLIX_COMM_CALLED(dpp_reg_write, dev_id, 0, queue_id, start);
 }
 
 /// Out of line, so that the record's address does not keep it in memory where nothing is printed.

@@ -94,9 +94,12 @@ void lpm_index_fetch(const lpm_trie* trie, const lpm_key& key) {
 
 lpm_start lpm_index_find(const lpm_trie* trie, const lpm_key& key, uint32_t prefix_len) {
   const lpm_index* index = trie->index;
-  lpm_index_fetch(trie, key);
   const lpm_index_entry& entry = index->stems[key.word[0] >> (64 - LPM_INDEX_BITS)];
   lpm_start start = {entry.top, entry.best, nullptr, prefix_len + 1};
+  if (entry.top == nullptr) {
+    return start;  // no table knows a node where the array knows none
+  }
+  lpm_index_fetch(trie, key);
   for (uint32_t i = 0; i < index->table_num; i++) {
     const lpm_stem_table& table = index->tables[i];
     if (prefix_len >= table.bits) {

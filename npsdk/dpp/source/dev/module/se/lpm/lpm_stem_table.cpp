@@ -8,8 +8,8 @@
 namespace {
 
 constexpr uint64_t FIRST_ENTRIES = 4096;
-/// The largest table that one request can hold; beyond, the index is given up.
-constexpr uint64_t ENTRIES_MAX = QLIX_COMM_MALLOC_MAX / sizeof(lpm_stem_entry);
+/// The largest table that one request can hold with what aligns it; beyond, the index is given up.
+constexpr uint64_t ENTRIES_MAX = QLIX_COMM_MALLOC_MAX / sizeof(lpm_stem_entry) / 2;
 
 uint64_t home_of(const lpm_stem_table& table, uint64_t stem) {
   // The stem stands in the upper bits; the product spreads it over the upper half again.
@@ -19,12 +19,16 @@ uint64_t home_of(const lpm_stem_table& table, uint64_t stem) {
   return spread >> std::countl_zero(table.mask);
 }
 
-lpm_stem_entry* make_entries(uint64_t num) {
-  auto* entries = static_cast<lpm_stem_entry*>(ic_comm_malloc_memory(num * sizeof(lpm_stem_entry)));
-  if (entries != nullptr) {
-    std::memset(static_cast<void*>(entries), 0, num * sizeof(lpm_stem_entry));
+/// An empty table of `num` entries; its entries are null without memory.
+lpm_stem_table make_table(uint32_t bits, uint64_t num) {
+  lpm_stem_table table = {bits, 0, num - 1, nullptr, nullptr};
+  void* first = nullptr;
+  table.memory = ic_comm_malloc_block(num * sizeof(lpm_stem_entry), &first);
+  if (table.memory != nullptr) {
+    std::memset(first, 0, num * sizeof(lpm_stem_entry));
+    table.entries = static_cast<lpm_stem_entry*>(first);
   }
-  return entries;
+  return table;
 }
 
 void put(const lpm_stem_table& table, uint64_t stem, lpm_trie_node* node) {
@@ -37,17 +41,20 @@ void put(const lpm_stem_table& table, uint64_t stem, lpm_trie_node* node) {
 
 bool grow(lpm_stem_table* table) {
   const uint64_t num = (table->mask + 1) * 2;
-  lpm_stem_entry* entries = num > ENTRIES_MAX ? nullptr : make_entries(num);
-  if (entries == nullptr) {
+  if (num > ENTRIES_MAX) {
     return false;
   }
-  const lpm_stem_table larger = {table->bits, table->used, num - 1, entries};
+  lpm_stem_table larger = make_table(table->bits, num);
+  if (larger.entries == nullptr) {
+    return false;
+  }
+  larger.used = table->used;
   for (uint64_t i = 0; i <= table->mask; i++) {
     if (table->entries[i].node != nullptr) {
       put(larger, table->entries[i].stem, table->entries[i].node);
     }
   }
-  ic_comm_free_memory(table->entries);
+  ic_comm_free_memory(table->memory);
   *table = larger;
   return true;
 }
@@ -64,12 +71,12 @@ lpm_stem_entry* locate(const lpm_stem_table& table, uint64_t stem) {
 }  // namespace
 
 bool lpm_stem_table_init(lpm_stem_table* table, uint32_t bits) {
-  *table = {bits, 0, FIRST_ENTRIES - 1, make_entries(FIRST_ENTRIES)};
+  *table = make_table(bits, FIRST_ENTRIES);
   return table->entries != nullptr;
 }
 
 void lpm_stem_table_release(lpm_stem_table* table) {
-  ic_comm_free_memory(table->entries);
+  ic_comm_free_memory(table->memory);
   *table = {};
 }
 

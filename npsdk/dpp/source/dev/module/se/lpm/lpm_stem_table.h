@@ -15,6 +15,7 @@ struct lpm_stem_table {
   uint32_t used;
   uint64_t mask;  ///< entries - 1, a power of two less one; 0 for an empty record
   lpm_stem_entry* entries;
+  void* memory;  ///< the block that holds them
 };
 
 /// Prepares a table; false without memory.

@@ -28,7 +28,7 @@ uint32_t distance(const dpp_hash_index& index, uint32_t order, uint32_t at) {
 uint32_t slots_take(dpp_hash_index* index, uint32_t bits) {
   const size_t bytes = sizeof(dpp_hash_slot) << bits;
   void* first = nullptr;
-  void* const memory = dpp_hash_memory_take(bytes, &first);
+  void* const memory = ic_comm_malloc_block(bytes, &first);
   QLIX_COMM_CHECK_POINT(memory);
   *index = {memory, static_cast<dpp_hash_slot*>(std::memset(first, 0, bytes)), bits, 0};
   return QLIX_COMM_OK;

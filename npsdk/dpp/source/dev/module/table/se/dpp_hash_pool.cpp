@@ -1,16 +1,11 @@
 #include "dpp_hash_pool.h"
 
-#include <sys/mman.h>
-
-#include <memory>
-
 #include "qlix_comm/memory.h"
 #include "qlix_comm/prefetch.h"
 
 namespace {
 
 constexpr size_t CACHE_LINE = 64;
-constexpr size_t LARGE_PAGE = size_t{2} << 20;
 constexpr uint32_t FIRST_ROOM = 8;  // slabs that the first list of them has room for
 /// Number 0 is nobody's.
 constexpr uint32_t NONE = 0;
@@ -45,7 +40,7 @@ bool grow(dpp_hash_pool* pool) {
     return false;
   }
   void* first = nullptr;
-  void* const memory = dpp_hash_memory_take(num * (sizeof(qlix_comm_rb_node) + pool->entry_bytes), &first);
+  void* const memory = ic_comm_malloc_block(num * (sizeof(qlix_comm_rb_node) + pool->entry_bytes), &first);
   if (memory == nullptr) {
     return false;
   }
@@ -61,22 +56,6 @@ uint32_t given_before(const dpp_hash_entry* entry) {
 }
 
 }  // namespace
-
-void* dpp_hash_memory_take(size_t bytes, void** first) {
-  // What aligns a large block is never touched and costs addresses only.
-  const size_t alignment = bytes < LARGE_PAGE ? CACHE_LINE : LARGE_PAGE;
-  void* const memory = ic_comm_malloc_memory(alignment + bytes);
-  if (memory == nullptr) {
-    return nullptr;
-  }
-  size_t room = alignment + bytes;
-  *first = memory;
-  std::align(alignment, bytes, *first, room);
-  if (bytes >= LARGE_PAGE) {
-    madvise(*first, bytes / LARGE_PAGE * LARGE_PAGE, MADV_HUGEPAGE);
-  }
-  return memory;
-}
 
 void dpp_hash_pool_init(dpp_hash_pool* pool, uint32_t bytes) {
   const auto all = static_cast<uint32_t>(DPP_HASH_ENTRY_BYTES + bytes);

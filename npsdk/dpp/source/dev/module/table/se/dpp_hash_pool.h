@@ -35,8 +35,3 @@ inline dpp_hash_entry* dpp_hash_pool_entry(const dpp_hash_pool& pool, uint32_t n
 inline qlix_comm_rb_node* dpp_hash_pool_node(const dpp_hash_pool& pool, uint32_t number) {
   return dpp_hash_pool_slab(pool, number).nodes + dpp_hash_pool_offset(number);
 }
-
-/// Takes memory for what is visited at random; `*first` are `bytes` in it, on a cache line. Null when there is none;
-/// goes back through ic_comm_free_memory. Behind much of it large pages are asked for: most visits would begin with a
-/// walk of the page tables. A system that has none to give changes nothing.
-void* dpp_hash_memory_take(size_t bytes, void** first);

@@ -30,7 +30,7 @@ uint32_t dpp_hash_spill_init(dpp_hash_table* table) {
     return QLIX_COMM_OK;
   }
   void* first = nullptr;
-  table->ddr_memory = dpp_hash_memory_take(bytes, &first);
+  table->ddr_memory = ic_comm_malloc_block(bytes, &first);
   QLIX_COMM_CHECK_POINT(table->ddr_memory);
   table->ddr = static_cast<uint8_t*>(std::memset(first, 0, bytes));
   return QLIX_COMM_OK;

@@ -45,6 +45,7 @@ struct lpm_node_pool {
   void* slabs;
   lpm_trie_node* free_nodes;
   uint32_t free_num;
+  uint32_t node_num;  ///< in all slabs
 };
 
 struct lpm_trie {
