@@ -214,11 +214,13 @@ class plain_trie {
   node* root_ = nullptr;
 };
 
+/// Every bit of the key reaches every bit of the hash: most keys end in zeros.
 struct key_hash {
   size_t operator()(const key128& key) const {
-    uint64_t mixed = (key.high ^ key.low * 0x9E3779B97F4A7C15) * 0xBF58476D1CE4E5B9;
-    mixed ^= mixed >> 32;
-    return mixed * 0x94D049BB133111EB;
+    uint64_t mixed = key.high ^ std::rotl(key.low * 0x9E3779B97F4A7C15, 32);
+    mixed = (mixed ^ mixed >> 32) * 0xBF58476D1CE4E5B9;
+    mixed = (mixed ^ mixed >> 29) * 0x94D049BB133111EB;
+    return mixed ^ mixed >> 32;
   }
 };
 

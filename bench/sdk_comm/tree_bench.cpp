@@ -123,7 +123,7 @@ std::string case_name(const char* tree, std::size_t key_bytes, KeyOrder order, s
 }
 
 int rounds_of(std::size_t count) {
-  return count < 1000000 ? 11 : 3;
+  return count < 1000000 ? 7 : 3;
 }
 
 /// A node tree beside the set as it is mostly written. With `all`, also beside one that compares words, without and
