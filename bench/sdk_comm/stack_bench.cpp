@@ -155,8 +155,8 @@ void compare(const std::string& what, double chain_limit) {
     telling_times.push_back(step_time<BURST>(telling.stack, telling.out, PASSES));
     silent_times.push_back(step_time<BURST>(silent.stack, silent.out, PASSES));
   }
-  side_by_side::row(what, "ns", our_times, "checked chain that tells", telling_times, chain_limit);
-  side_by_side::row(what, "ns", our_times, "checked chain, silent", silent_times, side_by_side::NO_LIMIT);
+  side_by_side::row(what, "ns", our_times, "checked chain, silent", silent_times, chain_limit);
+  side_by_side::row(what, "ns", our_times, "checked chain that tells", telling_times, side_by_side::NO_LIMIT);
   side_by_side::row(what, "ns", our_times, "vector free list, unchecked", vector_times, side_by_side::NO_LIMIT);
 }
 
