@@ -7,6 +7,8 @@ target_compile_options(kx_flags INTERFACE
   $<$<BOOL:${KX_WERROR}>:-Werror>
   -fno-strict-aliasing -fstack-protector-strong
   $<$<CXX_COMPILER_ID:GNU>:-Wno-missing-field-initializers>
+  # GCC takes a joined file for a header, whose types had better not hold what another file cannot name.
+  $<$<AND:$<COMPILE_LANG_AND_ID:CXX,GNU>,$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wno-subobject-linkage>
   # Generated texts are long, which GCC does not mind.
   $<$<CXX_COMPILER_ID:Clang>:-Wno-missing-field-initializers -Wno-overlength-strings>)
 if(KX_SANITIZE)
@@ -33,14 +35,6 @@ target_compile_options(kx_product_flags INTERFACE
   $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wsuggest-override -Wextra-semi>)
 target_link_libraries(kx_product_flags INTERFACE kx_flags kx_hardening)
 
-# The builds for checks compile everything once more, and most of that is the C++ library's headers.
-if(KX_PRECOMPILE)
-  add_library(kx_product_headers OBJECT ${CMAKE_CURRENT_LIST_DIR}/product_headers.cpp)
-  target_link_libraries(kx_product_headers PRIVATE kx_product_flags)
-  target_precompile_headers(kx_product_headers PRIVATE <algorithm> <array> <atomic> <cstdint> <cstdio> <cstdlib>
-                            <cstring> <memory> <mutex> <optional> <span> <string> <string_view> <utility> <vector>)
-endif()
-
 # kx_library(<name> SOURCES <file>... [LINKS <target>...] [PRIVATE_LINKS <target>...])
 # A static library of this folder whose public headers lie in ./include. LINKS are the arrows that its public headers
 # need, PRIVATE_LINKS those that only its sources need.
@@ -49,9 +43,6 @@ function(kx_library name)
   add_library(${name} STATIC ${ARG_SOURCES})
   target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/include PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE kx_product_flags ${ARG_PRIVATE_LINKS})
-  if(KX_PRECOMPILE)
-    target_precompile_headers(${name} REUSE_FROM kx_product_headers)
-  endif()
 endfunction()
 
 # kx_description(<target> <file>.csv): lets the compiler parse a register description. The text becomes the string literal
@@ -79,10 +70,14 @@ set(KX_EMULATED_TESTS
 # Compiling the tests takes longer than running them, and most of that goes into GoogleTest's headers: their own code is
 # not optimised, and the headers are compiled once. (At -O1 and above GCC 12 warns falsely about std::string in them.)
 set(KX_TEST_OPTIMISE -O0)
-# Linked behind kx_flags: this check of the sanitizer wants run-time types, which the product has not.
+# Linked behind kx_flags. A check of the sanitizer wants run-time types, which the product has not.
 add_library(kx_test_checks INTERFACE)
 if(KX_SANITIZE MATCHES undefined)
   target_compile_options(kx_test_checks INTERFACE -fno-sanitize=vptr)
+endif()
+# A name of one file may stand for another thing in the next one that it is joined with.
+if(KX_JOIN_TESTS OR CMAKE_UNITY_BUILD)
+  target_compile_options(kx_test_checks INTERFACE -Wno-shadow)
 endif()
 if(KX_TESTS)
   add_library(kx_test_headers OBJECT ${CMAKE_CURRENT_LIST_DIR}/test_headers.cpp)
@@ -93,7 +88,9 @@ endif()
 
 # kx_test_flags(<target>): how the code of tests is compiled.
 function(kx_test_flags target)
-  set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
+  if(KX_JOIN_TESTS)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON)
+  endif()
   target_compile_options(${target} PRIVATE ${KX_TEST_OPTIMISE})
   target_link_libraries(${target} PRIVATE kx_test_checks)
   target_precompile_headers(${target} REUSE_FROM kx_test_headers)

@@ -15,7 +15,7 @@ using diag_test::command;
 using diag_test::run_result;
 using diag_test::text;
 
-constexpr uint32_t dev = fake_chip::DEV;
+constexpr uint32_t dev = DEV;
 constexpr uint32_t queue = 9;
 
 class CommandsThroughAQueue : public testing::Test {

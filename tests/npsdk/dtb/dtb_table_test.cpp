@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr uint32_t DEV = fake_chip::DEV;
-
 /// A block of one element for the chip.
 template <typename Form>
 std::vector<uint8_t> block_of(uint32_t type, const Form& form, const std::vector<uint8_t>& data = {}) {

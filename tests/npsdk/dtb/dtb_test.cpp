@@ -22,7 +22,6 @@
 
 namespace {
 
-constexpr uint32_t DEV = fake_chip::DEV;
 constexpr uint32_t QUEUE = 5;
 
 class Dtb : public testing::Test {

@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr uint32_t DEV = fake_chip::DEV;
 constexpr uint32_t POSTS = 400;
 
 /// Writes rows of its own through `queue`.

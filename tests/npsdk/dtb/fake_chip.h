@@ -26,9 +26,11 @@ struct doorbell {
   bool dump;
 };
 
+/// The device that the chip is.
+inline constexpr uint32_t DEV = 3;
+
 class fake_chip {
  public:
-  static constexpr uint32_t DEV = 3;
   static constexpr uint64_t BUS = 0x123456789A0000;  // more than 36 bits, so both address words count
 
   fake_chip() {

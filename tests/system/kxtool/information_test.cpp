@@ -11,7 +11,7 @@ using testing::HasSubstr;
 
 namespace {
 
-const std::string SN = "sn_info eth0 sn_info";
+const std::string SERIAL = "sn_info eth0 sn_info";
 const std::string MAC = "mac_info eth0 mac_info";
 const std::string TEMP = "temp_info eth0 chip_temp";
 
@@ -38,7 +38,7 @@ std::string information(const std::string& keys) {
 }
 
 TEST(SerialNumber, IsAskedOnceAndPrinted) {
-  const auto result = check({"{}", SN, 0, "sn=KX2601A00042\n"});
+  const auto result = check({"{}", SERIAL, 0, "sn=KX2601A00042\n"});
   EXPECT_THAT(requests(result), ElementsAre(request(29, 20, "0f00000000000000000000000000000000000000")));
   EXPECT_THAT(result.log_of("ioctl interface="),
               ElementsAre("ioctl interface=eth0 type=6 event_pid=self status=set event_id=39 route=3 reserved=0 "
@@ -51,8 +51,8 @@ TEST(SerialNumber, IsAskedOnceAndPrinted) {
                           "netlink port=0 message=280000001000010000000000000000000301000012000200"
                           "746f6f6c735f66616d696c7900000000"));
   check_all({
-      {information(R"("serial_number": "short")"), SN, 0, "sn=short\n"},
-      {information(R"("serial_number": "a\u001b[31mb\u00ff")"), SN, 0, "sn=a?[31mb??\n"},
+      {information(R"("serial_number": "short")"), SERIAL, 0, "sn=short\n"},
+      {information(R"("serial_number": "a\u001b[31mb\u00ff")"), SERIAL, 0, "sn=a?[31mb??\n"},
   });
 }
 
@@ -72,7 +72,7 @@ TEST(SerialNumber, StatusesHaveTheirTexts) {
       {"-11", "Other error!"},
   };
   for (const auto& [status, text] : cases) {
-    check({information(std::string(R"("serial_number_status": )") + status), SN, 1,
+    check({information(std::string(R"("serial_number_status": )") + status), SERIAL, 1,
            std::string("sn_get_err: [kxtool_sn_get][#] sn get failed, reps.status = ") + status + ", " + text + "\n"});
   }
 }
@@ -143,15 +143,15 @@ TEST(Information, ChannelFailuresAreReported) {
   const std::string sn = "sn_get_err: [kxtool_sn_get][#] tarn_tools_send_msg failed, ret=";
   const std::string temp = "temp_get_err: [temperature_read][#] tarn_tools_send_msg failed, ret=12!\n";
   check_all({
-      {op_failure(15, 18), SN, 1, sn + "18!\n"},
-      {op_failure(15, 6), SN, 1, timeout + "6!\n" + sn + "6!\n"},
-      {op_failure(15, -8), SN, 1, timeout + "-8!\n" + sn + "-8!\n"},
+      {op_failure(15, 18), SERIAL, 1, sn + "18!\n"},
+      {op_failure(15, 6), SERIAL, 1, timeout + "6!\n" + sn + "6!\n"},
+      {op_failure(15, -8), SERIAL, 1, timeout + "-8!\n" + sn + "-8!\n"},
       {op_failure(9, 12), MAC, 1, "mac_addr_get_err: [kxtool_mac_addr_get][#] tarn_tools_send_msg failed, ret=12!\n"},
       {op_failure(18, 12), TEMP, 1,
        temp + temp + temp + "temp_get_err: [kxtool_temp_get][#] err chip temperature: 0 (degree centigrade)!!\n"},
-      {R"({"faults": {"driver": {"requests": [{"type": 1, "from": 1, "errno": 5}]}}})", SN, 1,
+      {R"({"faults": {"driver": {"requests": [{"type": 1, "from": 1, "errno": 5}]}}})", SERIAL, 1,
        "kxtools_err: [send_by_driver][#] ioctl error,ret=-1!\n" + sn + "1!\n"},
-      {R"({"faults": {"driver": {"requests": [{"type": 1, "from": 1, "status_flag": 2}]}}})", SN, 1,
+      {R"({"faults": {"driver": {"requests": [{"type": 1, "from": 1, "status_flag": 2}]}}})", SERIAL, 1,
        "kxtools_err: [send_by_driver][#] the user message ioctl to kernel failed!\n" + sn + "1!\n"},
   });
 }

@@ -1,1 +1,0 @@
-// No code: what kx_product_headers compiles is its headers.
