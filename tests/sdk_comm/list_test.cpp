@@ -276,6 +276,25 @@ TEST_F(DoubleLinkTest, ReleaseStopsWhereDataCannotBeReleased) {
   EXPECT_EQ(numbers(), Numbers{});
 }
 
+TEST_F(DoubleLinkTest, ReleaseGoesOnWhereReleasingDataTookOthersOut) {
+  const MemoryFault memory;
+  for (const int i : {3, 1, 2}) {
+    append(records_[i]);
+  }
+  static qlix_comm_double_link* head;
+  static Record* second;
+  head = &head_;
+  second = &records_[1];
+  freed_.clear();
+  const auto with_the_second = [](void* data) -> std::uint32_t {
+    freed_.push_back(static_cast<Record*>(data)->number);
+    return qlix_comm_double_link_del_by_data(head, second, nullptr);
+  };
+  EXPECT_EQ(qlix_comm_dlink_release(&head_, with_the_second), 0u);
+  EXPECT_EQ(freed_, (Numbers{3, 2}));
+  EXPECT_EQ(numbers(), Numbers{});
+}
+
 TEST_F(DoubleLinkTest, PrintsForwardAndBackwardAndRefusesNullAndEmpty) {
   qlix_comm_double_link_insert_last(&records_[1].node, &head_);
   qlix_comm_double_link_insert_last(&records_[2].node, &head_);
