@@ -77,14 +77,14 @@ TEST_F(SeMemory, TableNumbersShowWhatWasSet) {
 TEST_F(SeMemory, RecordsKeepEveryFieldOfEveryType) {
   for (uint32_t type = DPP_SDT_ERAM; type <= DPP_SDT_TYPE_MAX; ++type) {
     std::vector<uint32_t> values;
-    for (const dpp_sdt_field& field : dpp_sdt_fields(type)) {
+    for (const dpp_format_field& field : dpp_sdt_fields(type)) {
       values.push_back(0x5A5A5A5A & ((1u << field.len) - 1));
     }
     uint64_t record = 0;
     ASSERT_EQ(dpp_sdt_pack(type, values, &record), 0u);
     EXPECT_EQ(dpp_sdt_type_of(record), type);
     for (uint32_t i = 0; i < values.size(); ++i) {
-      EXPECT_EQ(dpp_sdt_field_get(record, i), values[i]) << dpp_sdt_fields(type)[i].name;
+      EXPECT_EQ(dpp_sdt_field_get(record, dpp_sdt_fields(type)[i]), values[i]) << dpp_sdt_fields(type)[i].name;
     }
   }
 }

@@ -139,10 +139,30 @@ TEST(Sheets, ReadFieldsArraysAndRawWords) {
 }
 
 TEST(Sheets, TypesAreOfDescribedRegistersOnly) {
-  const std::string text = reg_gen::types_text(sheets_read(header + one + rest).regs);
+  const std::string text = reg_gen::types_text(sheets_read(header + one + rest).regs, {});
   EXPECT_NE(text.find("struct one {\n  static constexpr uint32_t NUMBER = 0;\n"), std::string::npos);
   EXPECT_NE(text.find("  uint32_t f;\n};\n"), std::string::npos);
   EXPECT_EQ(text.find("rest"), std::string::npos);
+}
+
+TEST(Formats, AreTypesWithTheirFields) {
+  std::vector<reg_gen::reg> formats;
+  reg_gen::complaints complaints;
+  const std::string columns = "name,width,fields\n";
+  reg_gen::formats_read("f.csv", columns + "word,8,high[63:32] low[0]\n", formats, complaints);
+  EXPECT_NE(reg_gen::types_text({}, formats)
+                .find("struct word {\n  static constexpr uint32_t WIDTH = 8;\n"
+                      "  static constexpr dpp_format_field FIELDS[] = {{\"high\",63,32},{\"low\",0,1}};\n"
+                      "  uint32_t high;\n  uint32_t low;\n};\n"),
+            std::string::npos);
+  EXPECT_TRUE(complaints.empty());
+  for (const char* bad :
+       {"word,8,wide[32:0]\n", "word,8,f[64]\n", "word,6,f[0]\n", "word,8\n", "int,8,f[0]\n", "w,8,\n"}) {
+    reg_gen::formats_read("f.csv", columns + bad, formats, complaints);
+    EXPECT_EQ(complaints.size(), 1u) << bad;
+    complaints.clear();
+  }
+  EXPECT_EQ(formats.size(), 1u);
 }
 
 }  // namespace

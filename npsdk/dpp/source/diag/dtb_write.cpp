@@ -65,33 +65,34 @@ class block_sender {
 
 /// Adds an element of zeros for the command of a form.
 template <typename Form>
-uint32_t zeros_add(block_sender& block, uint32_t type, const Form& form, uint32_t data_size) {
+uint32_t zeros_add(block_sender& block, const Form& form, uint32_t data_size) {
   dpp_dtb_entry entry = {};
   entry.data_size = data_size;
-  QLIX_COMM_CALL(dpp_dtb_table_cmd_pack, type, dpp_dtb_form_values(form), entry.cmd);
+  dpp_dtb_table_cmd_pack(form, entry.cmd);
   return block.add(entry);
 }
 
 uint32_t eram_row_clear(block_sender& block, uint32_t row) {
-  const dpp_dtb_eram_128_form form = {1, DPP_DTB_MODE_ERAM, DPP_ERAM_DATA_128, 1, 0, 0, row};
-  return zeros_add(block, DPP_DTB_TABLE_ERAM_128, form, ROW_BYTES);
+  const dpp_formats::dtb_eram_128 form = {1, DPP_DTB_MODE_ERAM, DPP_ERAM_DATA_128, 1, 0, 0, row};
+  return zeros_add(block, form, ROW_BYTES);
 }
 
 uint32_t ddr_row_clear(block_sender& block, uint32_t row) {
-  const dpp_dtb_ddr_form form = {1, DPP_DTB_MODE_DDR,           0, 0, 0, row / DPP_DTB_DDR_BASE_ROWS,
-                                 0, row % DPP_DTB_DDR_BASE_ROWS};
-  return zeros_add(block, DPP_DTB_TABLE_DDR, form, ROW_BYTES);
+  const dpp_formats::dtb_ddr form = {1, DPP_DTB_MODE_DDR,           0, 0, 0, row / DPP_DTB_DDR_BASE_ROWS,
+                                     0, row % DPP_DTB_DDR_BASE_ROWS};
+  return zeros_add(block, form, ROW_BYTES);
 }
 
 uint32_t zcam_item_clear(block_sender& block, uint32_t place) {
-  const dpp_dtb_zcam_form form = {1, DPP_DTB_MODE_ZCAM, 1, place >> 14, place >> 11, place >> 9, ALL_QUARTERS, place};
-  return zeros_add(block, DPP_DTB_TABLE_ZCAM, form, ZCAM_ITEM_BYTES);
+  const dpp_formats::dtb_zcam form = {1,          DPP_DTB_MODE_ZCAM, 1,    place >> 14, place >> 11,
+                                      place >> 9, ALL_QUARTERS,      place};
+  return zeros_add(block, form, ZCAM_ITEM_BYTES);
 }
 
 // The valid bits go first, so that no key ever matches a half-cleared row.
 uint32_t etcam_row_clear(block_sender& block, uint32_t place) {
   for (uint32_t mask = 0; mask <= 1; ++mask) {
-    dpp_dtb_etcam_form form{};
+    dpp_formats::dtb_etcam form{};
     form.valid = 1;
     form.type_mode = DPP_DTB_MODE_ETCAM;
     form.block_sel = place / DPP_DTB_ETCAM_ROW_NUM;
@@ -99,7 +100,7 @@ uint32_t etcam_row_clear(block_sender& block, uint32_t place) {
     form.wr_mode = ALL_PARTS;
     form.data_or_mask = mask;
     form.addr = place % DPP_DTB_ETCAM_ROW_NUM;
-    QLIX_COMM_CHECK_RC(zeros_add(block, DPP_DTB_TABLE_ETCAM, form, ETCAM_ROW_BYTES), "block_sender::add");
+    QLIX_COMM_CHECK_RC(zeros_add(block, form, ETCAM_ROW_BYTES), "block_sender::add");
   }
   return QLIX_COMM_OK;
 }

@@ -24,9 +24,8 @@ void record_print(uint32_t sdt_no, uint64_t record) {
   const uint32_t type = dpp_sdt_type_of(record);
   QLIX_COMM_PRINT("sdt %u: %s, 0x%08x 0x%08x\n", sdt_no, dpp_sdt_type_name(type), static_cast<uint32_t>(record >> 32),
                   static_cast<uint32_t>(record));
-  uint32_t place = 0;
-  for (const dpp_sdt_field& field : dpp_sdt_fields(type)) {
-    QLIX_COMM_PRINT("%-40s: 0x%08x\n", field.name, dpp_sdt_field_get(record, place++));
+  for (const dpp_format_field& field : dpp_sdt_fields(type)) {
+    QLIX_COMM_PRINT("%-40s: 0x%08x\n", field.name, dpp_sdt_field_get(record, field));
   }
 }
 
@@ -38,14 +37,15 @@ struct line_range {
 
 line_range eram_lines(uint64_t record) {
   constexpr uint32_t LINE_ENTRIES[] = {128, 4, 2, 1};
-  const uint32_t in_line = LINE_ENTRIES[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
-  const uint64_t depth = dpp_sdt_field_get(record, DPP_SDT_ERAM_F_DEPTH);
-  return {dpp_sdt_field_get(record, DPP_SDT_ERAM_F_BASE), (depth + in_line - 1) / in_line};
+  const auto table = dpp_sdt_get<dpp_formats::sdt_eram>(record);
+  const uint32_t in_line = LINE_ENTRIES[table.eram_mode];
+  return {table.eram_base_addr, (uint64_t{table.eram_table_depth} + in_line - 1) / in_line};
 }
 
 line_range ddr_lines(uint64_t record) {
-  return {uint64_t{dpp_sdt_field_get(record, DPP_SDT_DDR_F_BASE)} * DPP_SE_DDR_UNIT_LINES,
-          uint64_t{dpp_sdt_field_get(record, DPP_SDT_DDR_F_DEPTH)} << dpp_sdt_field_get(record, DPP_SDT_DDR_F_WIDTH)};
+  const auto table = dpp_sdt_get<dpp_formats::sdt_ddr>(record);
+  return {uint64_t{table.ddr_base_addr} * DPP_SE_DDR_UNIT_LINES,
+          uint64_t{table.ddr_table_depth} << table.ddr_width_mode};
 }
 
 // Where a table is: a memory table covers the line, the others have that number.
@@ -56,14 +56,16 @@ bool stands_at(uint64_t record, uint32_t type, uint32_t place) {
       const line_range lines = type == DPP_SDT_ERAM ? eram_lines(record) : ddr_lines(record);
       return place >= lines.first && place - lines.first < lines.num;
     }
-    case DPP_SDT_HASH:
-      return place == dpp_sdt_field_get(record, DPP_SDT_HASH_F_ID) * HASH_TABLES +
-                          dpp_sdt_field_get(record, DPP_SDT_HASH_F_TABLE);
-    case DPP_SDT_LPM:
-      return place == dpp_sdt_field_get(record, DPP_SDT_LPM_F_V46) * TABLES_IN_FAMILY +
-                          dpp_sdt_field_get(record, DPP_SDT_LPM_F_AREA);
+    case DPP_SDT_HASH: {
+      const auto table = dpp_sdt_get<dpp_formats::sdt_hash>(record);
+      return place == table.hash_id * HASH_TABLES + table.hash_table_id;
+    }
+    case DPP_SDT_LPM: {
+      const auto table = dpp_sdt_get<dpp_formats::sdt_lpm>(record);
+      return place == table.v46_flag * TABLES_IN_FAMILY + table.lpm_area;
+    }
     default:
-      return place == dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_TABLE);
+      return place == dpp_sdt_get<dpp_formats::sdt_etcam>(record).etcam_table_id;
   }
 }
 

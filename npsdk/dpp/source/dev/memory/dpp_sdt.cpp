@@ -12,31 +12,30 @@
 
 namespace {
 
-constexpr uint32_t TYPE_SHIFT = 61;
+using dpp_formats::sdt_ddr;
+using dpp_formats::sdt_eram;
+using dpp_formats::sdt_etcam;
+using dpp_formats::sdt_hash;
+using dpp_formats::sdt_lpm;
 
-constexpr dpp_sdt_field ERAM_FIELDS[] = {
-    {"eram_mode", 60, 2}, {"eram_base_addr", 58, 19}, {"eram_table_depth", 39, 27}};
-constexpr dpp_sdt_field DDR_FIELDS[] = {
-    {"ddr_width_mode", 60, 2}, {"ddr_base_addr", 58, 20}, {"ddr_table_depth", 38, 28}};
-constexpr dpp_sdt_field HASH_FIELDS[] = {
-    {"hash_id", 60, 2}, {"hash_table_id", 58, 5}, {"key_len", 53, 6}, {"rsp_mode", 47, 2}};
-constexpr dpp_sdt_field LPM_FIELDS[] = {{"v46_flag", 60, 1}, {"lpm_area", 59, 3}};
-constexpr dpp_sdt_field ETCAM_FIELDS[] = {{"etcam_table_id", 60, 3}, {"etcam_key_mode", 57, 2},
-                                          {"as_en", 55, 1},          {"as_rsp_mode", 54, 2},
-                                          {"as_eram_baddr", 52, 19}, {"etcam_table_depth", 33, 16}};
+constexpr uint32_t TYPE_SHIFT = 61;
 
 struct type_row {
   const char* name;
-  std::span<const dpp_sdt_field> fields;
+  std::span<const dpp_format_field> fields;
 };
-constexpr type_row TYPES[] = {{"none", {}},          {"eRAM", ERAM_FIELDS}, {"DDR", DDR_FIELDS},
-                              {"hash", HASH_FIELDS}, {"LPM", LPM_FIELDS},   {"eTCAM", ETCAM_FIELDS}};
+constexpr type_row TYPES[] = {{"none", {}},
+                              {"eRAM", sdt_eram::FIELDS},
+                              {"DDR", sdt_ddr::FIELDS},
+                              {"hash", sdt_hash::FIELDS},
+                              {"LPM", sdt_lpm::FIELDS},
+                              {"eTCAM", sdt_etcam::FIELDS}};
 static_assert(std::size(TYPES) == DPP_SDT_TYPE_MAX + 1);
 
 /// Mode of the eRAM window for each width of an eRAM table.
 constexpr uint32_t ERAM_WINDOW_MODE[] = {DPP_SE_ERAM_1, DPP_SE_ERAM_32, DPP_SE_ERAM_64, DPP_SE_ERAM_128};
 
-uint64_t field_mask(const dpp_sdt_field& field) {
+uint64_t field_mask(const dpp_format_field& field) {
   return (uint64_t{1} << field.len) - 1;
 }
 
@@ -53,23 +52,23 @@ uint32_t window_addr(uint64_t addr) {
 
 window_place place_of(uint64_t record, uint32_t index) {
   if (dpp_sdt_type_of(record) == DPP_SDT_ERAM) {
-    const uint32_t mode = ERAM_WINDOW_MODE[dpp_sdt_field_get(record, DPP_SDT_ERAM_F_MODE)];
-    const uint64_t base = dpp_sdt_field_get(record, DPP_SDT_ERAM_F_BASE);
-    return {mode, window_addr(base * dpp_se_eram_line_entries(mode) + index)};
+    const auto table = dpp_sdt_get<sdt_eram>(record);
+    const uint32_t mode = ERAM_WINDOW_MODE[table.eram_mode];
+    return {mode, window_addr(uint64_t{table.eram_base_addr} * dpp_se_eram_line_entries(mode) + index)};
   }
-  const uint32_t width = dpp_sdt_field_get(record, DPP_SDT_DDR_F_WIDTH);
-  const uint64_t base = dpp_sdt_field_get(record, DPP_SDT_DDR_F_BASE);
-  return {width, window_addr((base * DPP_SE_DDR_UNIT_LINES >> width) + index)};
+  const auto table = dpp_sdt_get<sdt_ddr>(record);
+  const uint64_t first = uint64_t{table.ddr_base_addr} * DPP_SE_DDR_UNIT_LINES >> table.ddr_width_mode;
+  return {table.ddr_width_mode, window_addr(first + index)};
 }
 
 uint32_t depth_of(uint64_t record) {
   switch (dpp_sdt_type_of(record)) {
     case DPP_SDT_ERAM:
-      return dpp_sdt_field_get(record, DPP_SDT_ERAM_F_DEPTH);
+      return dpp_sdt_get<sdt_eram>(record).eram_table_depth;
     case DPP_SDT_DDR:
-      return dpp_sdt_field_get(record, DPP_SDT_DDR_F_DEPTH);
+      return dpp_sdt_get<sdt_ddr>(record).ddr_table_depth;
     case DPP_SDT_ETCAM:
-      return dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_DEPTH);
+      return dpp_sdt_get<sdt_etcam>(record).etcam_table_depth;
     default:
       return 0;
   }
@@ -97,7 +96,7 @@ struct etcam_spot {
 };
 
 uint32_t etcam_spot_get(uint32_t dev_id, uint64_t record, uint32_t index, etcam_spot* spot) {
-  const uint32_t table = dpp_sdt_field_get(record, DPP_SDT_ETCAM_F_TABLE);
+  const uint32_t table = dpp_sdt_get<sdt_etcam>(record).etcam_table_id;
   dpp_etcam_place& place = spot->place;
   QLIX_COMM_CALL(dpp_etcam_place_get, dev_id, table, index, &place);
   QLIX_COMM_CALL(dpp_se_etcam_row_read, dev_id, place.block, place.row, &spot->row);
@@ -141,23 +140,22 @@ const char* dpp_sdt_type_name(uint32_t type) {
   return type <= DPP_SDT_TYPE_MAX ? TYPES[type].name : "unknown";
 }
 
-std::span<const dpp_sdt_field> dpp_sdt_fields(uint32_t type) {
-  return type <= DPP_SDT_TYPE_MAX ? TYPES[type].fields : std::span<const dpp_sdt_field>();
+std::span<const dpp_format_field> dpp_sdt_fields(uint32_t type) {
+  return type <= DPP_SDT_TYPE_MAX ? TYPES[type].fields : std::span<const dpp_format_field>();
 }
 
 uint32_t dpp_sdt_type_of(uint64_t record) {
   return static_cast<uint32_t>(record >> TYPE_SHIFT);
 }
 
-uint32_t dpp_sdt_field_get(uint64_t record, uint32_t field) {
-  const dpp_sdt_field& info = dpp_sdt_fields(dpp_sdt_type_of(record))[field];
-  return static_cast<uint32_t>(record >> (info.msb + 1 - info.len) & field_mask(info));
+uint32_t dpp_sdt_field_get(uint64_t record, const dpp_format_field& field) {
+  return static_cast<uint32_t>(record >> (field.msb + 1 - field.len) & field_mask(field));
 }
 
 uint32_t dpp_sdt_pack(uint32_t type, std::span<const uint32_t> values, uint64_t* record) {
   QLIX_COMM_CHECK_INDEX(type, 0, DPP_SDT_TYPE_MAX);
   QLIX_COMM_CHECK_POINT(record);
-  const std::span<const dpp_sdt_field> fields = dpp_sdt_fields(type);
+  const std::span<const dpp_format_field> fields = dpp_sdt_fields(type);
   const uint32_t num = static_cast<uint32_t>(fields.size());
   QLIX_COMM_CHECK_INDEX(static_cast<uint32_t>(values.size()), num, num);
   uint64_t packed = uint64_t{type} << TYPE_SHIFT;

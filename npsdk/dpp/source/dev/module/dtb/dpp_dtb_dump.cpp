@@ -38,10 +38,9 @@ uint32_t cmd_form_check(uint32_t dev_id) {
 
 /// Sends the command of a form and takes what the chip has read: `word_num` words.
 template <typename Form>
-uint32_t answer_get(uint32_t dev_id, uint32_t queue_id, uint32_t type, const Form& form, uint32_t word_num,
-                    uint32_t* words) {
+uint32_t answer_get(uint32_t dev_id, uint32_t queue_id, const Form& form, uint32_t word_num, uint32_t* words) {
   uint8_t cmd[DPP_DTB_CMD_BYTES];
-  QLIX_COMM_CALL(dpp_dtb_table_cmd_pack, type, dpp_dtb_form_values(form), cmd);
+  dpp_dtb_table_cmd_pack(form, cmd);
   QLIX_COMM_PASS(cmd_form_check(dev_id));
   uint32_t request[DPP_DTB_CMD_BYTES / 4];
   std::memcpy(request, cmd, sizeof(request));
@@ -62,8 +61,8 @@ uint32_t dpp_dtb_smmu0_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t row
   DTB_CHECK_QUEUE(dev_id, queue_id);
   QLIX_COMM_CHECK_INDEX_UPPER(row, DPP_DTB_ERAM_ROW_NUM - 1);
   QLIX_COMM_CHECK_POINT(words);
-  const dpp_dtb_eram_128_form form = {1, DPP_DTB_MODE_ERAM, DPP_ERAM_DATA_128, 0, 1, 0, row};
-  return answer_get(dev_id, queue_id, DPP_DTB_TABLE_ERAM_128, form, ROW_WORDS, words);
+  const dpp_formats::dtb_eram_128 form = {1, DPP_DTB_MODE_ERAM, DPP_ERAM_DATA_128, 0, 1, 0, row};
+  return answer_get(dev_id, queue_id, form, ROW_WORDS, words);
 }
 
 uint32_t dpp_dtb_smmu1_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t rw_len, uint32_t baddr, uint32_t row,
@@ -73,8 +72,8 @@ uint32_t dpp_dtb_smmu1_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t rw_
   QLIX_COMM_CHECK_INDEX_UPPER(baddr, DPP_DTB_DDR_BADDR_MAX);
   QLIX_COMM_CHECK_INDEX_UPPER(row, DPP_DTB_DDR_ROW_MAX);
   QLIX_COMM_CHECK_POINT(words);
-  const dpp_dtb_ddr_form form = {1, DPP_DTB_MODE_DDR, rw_len, 0, 0, baddr, 0, row};
-  return answer_get(dev_id, queue_id, DPP_DTB_TABLE_DDR, form, ROW_WORDS << rw_len, words);
+  const dpp_formats::dtb_ddr form = {1, DPP_DTB_MODE_DDR, rw_len, 0, 0, baddr, 0, row};
+  return answer_get(dev_id, queue_id, form, ROW_WORDS << rw_len, words);
 }
 
 uint32_t dpp_dtb_zcam_item_dump(uint32_t dev_id, uint32_t queue_id, uint32_t ram_reg_flag, uint32_t place,
@@ -83,8 +82,9 @@ uint32_t dpp_dtb_zcam_item_dump(uint32_t dev_id, uint32_t queue_id, uint32_t ram
   QLIX_COMM_CHECK_INDEX_UPPER(ram_reg_flag, 1);
   QLIX_COMM_CHECK_INDEX_UPPER(place, DPP_DTB_ZCAM_PLACE_NUM - 1);
   QLIX_COMM_CHECK_POINT(words);
-  const dpp_dtb_zcam_form form = {1, DPP_DTB_MODE_ZCAM, ram_reg_flag, place >> 14, place >> 11, place >> 9, 0, place};
-  return answer_get(dev_id, queue_id, DPP_DTB_TABLE_ZCAM, form, ITEM_WORDS, words);
+  const dpp_formats::dtb_zcam form = {1,    DPP_DTB_MODE_ZCAM, ram_reg_flag, place >> 14, place >> 11, place >> 9, 0,
+                                      place};
+  return answer_get(dev_id, queue_id, form, ITEM_WORDS, words);
 }
 
 uint32_t dpp_dtb_etcam_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t block, uint32_t row, uint32_t data_or_mask,
@@ -95,7 +95,7 @@ uint32_t dpp_dtb_etcam_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t blo
   QLIX_COMM_CHECK_INDEX_UPPER(data_or_mask, 1);
   QLIX_COMM_CHECK_POINT(words);
   QLIX_COMM_CHECK_POINT(vbit);
-  dpp_dtb_etcam_form form{};
+  dpp_formats::dtb_etcam form{};
   form.valid = 1;
   form.type_mode = DPP_DTB_MODE_ETCAM;
   form.block_sel = block;
@@ -103,7 +103,7 @@ uint32_t dpp_dtb_etcam_row_dump(uint32_t dev_id, uint32_t queue_id, uint32_t blo
   form.data_or_mask = data_or_mask;
   form.addr = row;
   uint32_t answer[ETCAM_ANSWER_WORDS] = {};
-  QLIX_COMM_CALL(answer_get, dev_id, queue_id, DPP_DTB_TABLE_ETCAM, form, ETCAM_ANSWER_WORDS, answer);
+  QLIX_COMM_CALL(answer_get, dev_id, queue_id, form, ETCAM_ANSWER_WORDS, answer);
   std::copy_n(answer, DPP_DTB_ETCAM_WORDS, words);
   *vbit = answer[ETCAM_ANSWER_WORDS - 1] & VBIT_MASK;
   return QLIX_COMM_OK;

@@ -15,70 +15,13 @@ namespace {
 
 constexpr uint32_t CMD_BITS = DPP_DTB_CMD_BYTES * 8;
 
-constexpr dpp_dtb_field DDR_FIELDS[] = {{"valid", 127, 1},    {"type_mode", 126, 3},  {"rw_len", 123, 2},
-                                        {"v46_flag", 121, 1}, {"lpm_wr_vld", 120, 1}, {"baddr", 119, 20},
-                                        {"ecc_en", 99, 1},    {"rw_addr", 29, 30}};
-constexpr dpp_dtb_field ERAM_1_FIELDS[] = {{"valid", 127, 1},  {"type_mode", 126, 3}, {"data_mode", 123, 2},
-                                           {"cpu_wr", 121, 1}, {"cpu_rd", 120, 1},    {"cpu_rd_mode", 119, 1},
-                                           {"addr", 113, 26},  {"data_h", 0, 1}};
-constexpr dpp_dtb_field ERAM_64_FIELDS[] = {{"valid", 127, 1},  {"type_mode", 126, 3}, {"data_mode", 123, 2},
-                                            {"cpu_wr", 121, 1}, {"cpu_rd", 120, 1},    {"cpu_rd_mode", 119, 1},
-                                            {"addr", 113, 26},  {"data_h", 63, 32},    {"data_l", 31, 32}};
-constexpr dpp_dtb_field ERAM_128_FIELDS[] = {{"valid", 127, 1},  {"type_mode", 126, 3}, {"data_mode", 123, 2},
-                                             {"cpu_wr", 121, 1}, {"cpu_rd", 120, 1},    {"cpu_rd_mode", 119, 1},
-                                             {"addr", 113, 26}};
-constexpr dpp_dtb_field ZCAM_FIELDS[] = {{"valid", 127, 1},     {"type_mode", 126, 3}, {"ram_reg_flag", 123, 1},
-                                         {"zgroup_id", 122, 2}, {"zblock_id", 120, 3}, {"zcell_id", 117, 2},
-                                         {"mask", 115, 4},      {"sram_addr", 111, 9}};
-constexpr dpp_dtb_field ETCAM_FIELDS[] = {{"valid", 127, 1},
-                                          {"type_mode", 126, 3},
-                                          {"block_sel", 123, 3},
-                                          {"init_en", 120, 1},
-                                          {"row_or_col_msk", 119, 1},
-                                          {"vben", 118, 1},
-                                          {"reg_tcam_flag", 117, 1},
-                                          {"uload", 116, 8},
-                                          {"rd_wr", 108, 1},
-                                          {"wr_mode", 107, 8},
-                                          {"data_or_mask", 99, 1},
-                                          {"addr", 98, 9},
-                                          {"vbit", 89, 8}};
-constexpr dpp_dtb_field MC_HASH_FIELDS[] = {
-    {"valid", 127, 1}, {"type_mode", 126, 3}, {"std_h", 63, 32}, {"std_l", 31, 32}};
-
-constexpr dpp_dtb_table_info TABLES[] = {{"ddr", DDR_FIELDS},
-                                         {"eram 1 bit", ERAM_1_FIELDS},
-                                         {"eram 64 bit", ERAM_64_FIELDS},
-                                         {"eram 128 bit", ERAM_128_FIELDS},
-                                         {"zcam", ZCAM_FIELDS},
-                                         {"etcam", ETCAM_FIELDS},
-                                         {"mc_hash", MC_HASH_FIELDS}};
-static_assert(std::size(TABLES) == DPP_DTB_TABLE_TYPE_NUM);
-
-// Each field lies below the one before it and inside the word.
-constexpr bool layouts_are_sound() {
-  for (const dpp_dtb_table_info& table : TABLES) {
-    uint32_t below = CMD_BITS;
-    for (const dpp_dtb_field& field : table.fields) {
-      if (field.msb >= below || field.len == 0 || field.len > 32 || field.len > field.msb + 1) {
-        return false;
-      }
-      below = field.msb + 1u - field.len;
-    }
-  }
-  return true;
-}
-static_assert(layouts_are_sound());
-
-template <typename Form>
-constexpr bool form_fits(uint32_t type) {
-  return sizeof(Form) == TABLES[type].fields.size() * sizeof(uint32_t);
-}
-static_assert(form_fits<dpp_dtb_ddr_form>(DPP_DTB_TABLE_DDR) && form_fits<dpp_dtb_eram_1_form>(DPP_DTB_TABLE_ERAM_1) &&
-              form_fits<dpp_dtb_eram_64_form>(DPP_DTB_TABLE_ERAM_64) &&
-              form_fits<dpp_dtb_eram_128_form>(DPP_DTB_TABLE_ERAM_128) &&
-              form_fits<dpp_dtb_zcam_form>(DPP_DTB_TABLE_ZCAM) && form_fits<dpp_dtb_etcam_form>(DPP_DTB_TABLE_ETCAM) &&
-              form_fits<dpp_dtb_mc_hash_form>(DPP_DTB_TABLE_MC_HASH));
+constexpr dpp_dtb_table_info TABLES[] = {{"ddr", dpp_formats::dtb_ddr::FIELDS},
+                                         {"eram 1 bit", dpp_formats::dtb_eram_1::FIELDS},
+                                         {"eram 64 bit", dpp_formats::dtb_eram_64::FIELDS},
+                                         {"eram 128 bit", dpp_formats::dtb_eram_128::FIELDS},
+                                         {"zcam", dpp_formats::dtb_zcam::FIELDS},
+                                         {"etcam", dpp_formats::dtb_etcam::FIELDS},
+                                         {"mc_hash", dpp_formats::dtb_mc_hash::FIELDS}};
 
 void words_print(const char* head, const uint8_t* bytes, uint32_t size, bool swap) {
   QLIX_COMM_PRINT("%s", head);
@@ -89,7 +32,7 @@ void words_print(const char* head, const uint8_t* bytes, uint32_t size, bool swa
   }
 }
 
-void eram_print(const dpp_dtb_eram_128_form& form, const dpp_dtb_entry& entry) {
+void eram_print(const dpp_formats::dtb_eram_128& form, const dpp_dtb_entry& entry) {
   const struct {
     const char* name;
     uint32_t value;
@@ -109,27 +52,20 @@ void eram_print(const dpp_dtb_eram_128_form& form, const dpp_dtb_entry& entry) {
 }  // namespace
 
 const dpp_dtb_table_info* dpp_table_info_get(uint32_t type) {
-  if (type >= DPP_DTB_TABLE_TYPE_NUM) {
-    qlix_comm_detail::report_upper(QLIX_COMM_HERE, type, DPP_DTB_TABLE_TYPE_NUM - 1);
+  if (type >= std::size(TABLES)) {
+    qlix_comm_detail::report_upper(QLIX_COMM_HERE, type, std::size(TABLES) - 1);
     return nullptr;
   }
   return &TABLES[type];
 }
 
-uint32_t dpp_dtb_table_cmd_pack(uint32_t type, std::span<const uint32_t> values, uint8_t (&cmd)[DPP_DTB_CMD_BYTES]) {
-  const dpp_dtb_table_info* table = dpp_table_info_get(type);
-  if (table == nullptr) {
-    return QLIX_COMM_OUT_OF_RANGE;
-  }
-  const uint32_t num = static_cast<uint32_t>(table->fields.size());
-  QLIX_COMM_CHECK_INDEX(static_cast<uint32_t>(values.size()), num, num);
+void dpp_dtb_fields_pack(std::span<const dpp_format_field> fields, const uint32_t* values,
+                         uint8_t (&cmd)[DPP_DTB_CMD_BYTES]) {
   std::memset(cmd, 0, sizeof(cmd));
-  for (uint32_t i = 0; i < num; i++) {
-    const dpp_dtb_field& field = table->fields[i];
+  for (const dpp_format_field& field : fields) {
     const uint32_t mask = field.len == 32 ? UINT32_MAX : (1u << field.len) - 1;
-    QLIX_COMM_CALL(qlix_comm_write_bits_ex, cmd, CMD_BITS, values[i] & mask, field.msb, field.len);
+    qlix_comm_write_bits_ex(cmd, CMD_BITS, *values++ & mask, field.msb, field.len);
   }
-  return QLIX_COMM_OK;
 }
 
 uint32_t dpp_dtb_entry_append(uint8_t* block, uint32_t size, uint32_t* offset, const dpp_dtb_entry* entry) {
@@ -153,24 +89,22 @@ uint32_t dpp_dtb_smmu0_write_entry_data(uint32_t dev_id, uint32_t data_mode, uin
   QLIX_COMM_CHECK_POINT(data);
   QLIX_COMM_CHECK_POINT(entry);
   *entry = {};
-  const dpp_dtb_eram_128_form head = {1, DPP_DTB_MODE_ERAM, data_mode, 1, 0, 0, index};
-  uint32_t rc = QLIX_COMM_OK;
+  const dpp_formats::dtb_eram_128 head = {1, DPP_DTB_MODE_ERAM, data_mode, 1, 0, 0, index};
   if (data_mode == DPP_ERAM_DATA_128) {
     entry->data_size = 16;
     std::memcpy(entry->data, data, 16);
-    rc = dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_ERAM_128, dpp_dtb_form_values(head), entry->cmd);
+    dpp_dtb_table_cmd_pack(head, entry->cmd);
   } else if (data_mode == DPP_ERAM_DATA_64) {
-    const dpp_dtb_eram_64_form form = {1, DPP_DTB_MODE_ERAM, data_mode, 1, 0, 0, index, data[0], data[1]};
     entry->data_in_cmd_flag = 1;
     entry->data_size = 8;
-    rc = dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_ERAM_64, dpp_dtb_form_values(form), entry->cmd);
+    dpp_dtb_table_cmd_pack(dpp_formats::dtb_eram_64{1, DPP_DTB_MODE_ERAM, data_mode, 1, 0, 0, index, data[0], data[1]},
+                           entry->cmd);
   } else {
-    const dpp_dtb_eram_1_form form = {1, DPP_DTB_MODE_ERAM, data_mode, 1, 0, 0, index, data[0]};
     entry->data_in_cmd_flag = 1;
     entry->data_size = 1;
-    rc = dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_ERAM_1, dpp_dtb_form_values(form), entry->cmd);
+    dpp_dtb_table_cmd_pack(dpp_formats::dtb_eram_1{1, DPP_DTB_MODE_ERAM, data_mode, 1, 0, 0, index, data[0]},
+                           entry->cmd);
   }
-  QLIX_COMM_CHECK_RC(rc, "dpp_dtb_table_cmd_pack");
   if (dpp_dtb_prt_get() != 0) {
     eram_print(head, *entry);
   }

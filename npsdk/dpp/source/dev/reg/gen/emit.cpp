@@ -35,6 +35,23 @@ std::string plain_text(const reg& r) {
   return out + ";\n";
 }
 
+std::string format_text(const reg& r) {
+  std::string out = "  static constexpr dpp_format_field FIELDS[] = {";
+  for (const field& f : r.fields) {
+    out += "{\"" + f.name + "\"," + numbers({f.msb, f.len}).substr(1) + ",";
+  }
+  out.back() = '}';
+  return out + ";\n";
+}
+
+std::string struct_text(const reg& r, const std::string& constants) {
+  std::string out = "struct " + r.name + " {\n" + constants;
+  for (const field& f : r.fields) {
+    out += "  uint32_t " + f.name + ";\n";
+  }
+  return out + "};\n";
+}
+
 }  // namespace
 
 std::string table_text(const std::vector<reg>& regs) {
@@ -67,23 +84,22 @@ std::string table_text(const std::vector<reg>& regs) {
   return out + pool.source("dpp_reg_text_pool");
 }
 
-std::string types_text(const std::vector<reg>& regs) {
+std::string types_text(const std::vector<reg>& regs, const std::vector<reg>& formats) {
   std::string out =
       "// Generated from the description sheets; do not edit.\n"
       "// The described registers as values: one member a field. dpp_reg.h reads and writes them.\n"
       "#pragma once\n\n#include \"dpp_reg/dpp_reg_info.h\"\n\nnamespace dpp_regs {\n\n";
   for (const reg& r : regs) {
-    if (r.raw) {
-      continue;
+    if (!r.raw) {
+      const std::string number = "  static constexpr uint32_t NUMBER = " + std::to_string(r.number) + ";\n";
+      out += struct_text(r, number + (is_plain(r) ? plain_text(r) : ""));
     }
-    out += "struct " + r.name + " {\n  static constexpr uint32_t NUMBER = " + std::to_string(r.number) + ";\n";
-    out += is_plain(r) ? plain_text(r) : "";
-    for (const field& f : r.fields) {
-      out += "  uint32_t " + f.name + ";\n";
-    }
-    out += "};\n";
   }
-  return out + "\n}  // namespace dpp_regs\n";
+  out += "\n}  // namespace dpp_regs\n\nnamespace dpp_formats {\n\n";
+  for (const reg& r : formats) {
+    out += struct_text(r, "  static constexpr uint32_t WIDTH = " + std::to_string(r.width) + ";\n" + format_text(r));
+  }
+  return out + "\n}  // namespace dpp_formats\n";
 }
 
 }  // namespace reg_gen

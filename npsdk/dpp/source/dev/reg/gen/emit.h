@@ -12,7 +12,8 @@ namespace reg_gen {
 std::string table_text(const std::vector<reg>& regs);
 
 /// Header text: for each described register a structure dpp_regs::<name> with its NUMBER and one uint32_t member a
-/// field, in the order of the field value vector.
-std::string types_text(const std::vector<reg>& regs);
+/// field, in the order of the field value vector; for each format a structure dpp_formats::<name> with its WIDTH in
+/// bytes, its FIELDS and such members.
+std::string types_text(const std::vector<reg>& regs, const std::vector<reg>& formats);
 
 }  // namespace reg_gen

@@ -32,11 +32,15 @@ constexpr std::array<std::string_view, COL_COUNT> COLUMN_NAMES = {"number", "nam
                                                                   "array",  "m_size",  "m_step", "n_size", "n_step",
                                                                   "access", "convert", "class",  "fields"};
 
+enum format_column : size_t { FORMAT_NAME, FORMAT_WIDTH, FORMAT_FIELDS, FORMAT_COUNT };
+constexpr std::array<std::string_view, FORMAT_COUNT> FORMAT_COLUMN_NAMES = {"name", "width", "fields"};
+
 /// Reads the cells of one line into a register; says what is wrong with the place of the line.
 class row_reader {
  public:
-  row_reader(const place& at, const std::vector<std::string>& cells, complaints& out)
-      : at_(at), cells_(cells), out_(out) {}
+  row_reader(const place& at, std::span<const std::string_view> names, const std::vector<std::string>& cells,
+             complaints& out)
+      : at_(at), names_(names), cells_(cells), out_(out) {}
 
   bool failed() const {
     return failed_;
@@ -45,32 +49,36 @@ class row_reader {
     out_.push_back({at_, std::move(text)});
     failed_ = true;
   }
-  std::string_view cell(column c) const {
+  const place& at() const {
+    return at_;
+  }
+  std::string_view cell(size_t c) const {
     return cells_[c];
   }
-  uint32_t number(column c) {
+  uint32_t number(size_t c) {
     const std::optional<uint32_t> value = csv_number(cells_[c]);
     if (!value) {
-      complain(std::string(COLUMN_NAMES[c]) + " is no number: '" + cells_[c] + "'");
+      complain(std::string(names_[c]) + " is no number: '" + cells_[c] + "'");
     }
     return value.value_or(0);
   }
   uint32_t choice(column c, std::span<const std::string_view> names) {
     const auto found = std::find(names.begin(), names.end(), cells_[c]);
     if (found == names.end()) {
-      complain("unknown " + std::string(COLUMN_NAMES[c]) + " '" + cells_[c] + "'");
+      complain("unknown " + std::string(names_[c]) + " '" + cells_[c] + "'");
       return 0;
     }
     return static_cast<uint32_t>(found - names.begin());
   }
   void must_be_empty(column c) {
     if (!cells_[c].empty()) {
-      complain(std::string(COLUMN_NAMES[c]) + " has no meaning for array '" + cells_[COL_ARRAY] + "'");
+      complain(std::string(names_[c]) + " has no meaning for array '" + cells_[COL_ARRAY] + "'");
     }
   }
 
  private:
   const place& at_;
+  std::span<const std::string_view> names_;
   const std::vector<std::string>& cells_;
   complaints& out_;
   bool failed_ = false;
@@ -153,9 +161,7 @@ void field_check(const field& f, const reg& r, row_reader& row) {
   }
 }
 
-void fields_read(reg& r, row_reader& row) {
-  const uint32_t flag = row.choice(COL_CLASS, CLASS_NAMES);
-  std::string_view rest = row.cell(COL_FIELDS);
+void fields_read(reg& r, uint32_t flag, std::string_view rest, row_reader& row) {
   while (!rest.empty()) {
     const size_t end = std::min(rest.find(' '), rest.size());
     const std::string_view word = rest.substr(0, end);
@@ -283,15 +289,9 @@ void raw_expand(const reg& r, std::vector<reg>& regs) {
   }
 }
 
-void row_read(const place& at, const std::vector<std::string>& cells, std::vector<reg>& regs, complaints& out) {
-  row_reader row(at, cells, out);
-  reg r;
-  r.at = at;
-  r.number = row.number(COL_NUMBER);
-  r.name = row.cell(COL_NAME);
-  r.mod_no = row.choice(COL_BLOCK, BLOCK_NAMES);
-  r.addr = row.number(COL_ADDR);
-  r.width = row.number(COL_WIDTH);
+void name_and_width_read(reg& r, size_t name_column, size_t width_column, row_reader& row) {
+  r.name = row.cell(name_column);
+  r.width = row.number(width_column);
   if (!is_name(r.name)) {
     row.complain("'" + r.name + "' is no register name");
   }
@@ -299,12 +299,21 @@ void row_read(const place& at, const std::vector<std::string>& cells, std::vecto
     row.complain("register '" + r.name + "' has the name of a word of the language");
   }
   if (r.width < 4 || r.width > WIDTH_MAX || r.width % 4 != 0) {
-    row.complain("width " + std::string(row.cell(COL_WIDTH)) + " is no multiple of 4 from 4 to " +
+    row.complain("width " + std::string(row.cell(width_column)) + " is no multiple of 4 from 4 to " +
                  std::to_string(WIDTH_MAX));
   }
+}
+
+void row_read(row_reader& row, std::vector<reg>& regs) {
+  reg r;
+  r.at = row.at();
+  r.number = row.number(COL_NUMBER);
+  r.mod_no = row.choice(COL_BLOCK, BLOCK_NAMES);
+  r.addr = row.number(COL_ADDR);
+  name_and_width_read(r, COL_NAME, COL_WIDTH, row);
   access_read(r, row);
   array_read(r, row);
-  fields_read(r, row);
+  fields_read(r, row.choice(COL_CLASS, CLASS_NAMES), row.cell(COL_FIELDS), row);
   if (r.number >= REG_COUNT || (r.raw && r.n_size > REG_COUNT - r.number)) {
     row.complain("register numbers end at " + std::to_string(REG_COUNT - 1));
   }
@@ -321,9 +330,21 @@ void row_read(const place& at, const std::vector<std::string>& cells, std::vecto
   }
 }
 
-}  // namespace
+void format_read(row_reader& row, std::vector<reg>& formats) {
+  reg r;
+  name_and_width_read(r, FORMAT_NAME, FORMAT_WIDTH, row);
+  fields_read(r, 0, row.cell(FORMAT_FIELDS), row);
+  if (std::any_of(r.fields.begin(), r.fields.end(), [](const field& f) { return f.len > 32; })) {
+    row.complain("a field of a format has at most 32 bits");
+  }
+  if (!row.failed()) {
+    formats.push_back(std::move(r));
+  }
+}
 
-void sheet_read(const std::string& file, std::string_view text, std::vector<reg>& regs, complaints& out) {
+/// Hands each row of a sheet with these columns to `read`.
+void rows_read(const std::string& file, std::string_view text, std::span<const std::string_view> columns,
+               void (*read)(row_reader& row, std::vector<reg>& regs), std::vector<reg>& regs, complaints& out) {
   place at{file, 0};
   std::string_view line;
   bool header_seen = false;
@@ -337,19 +358,30 @@ void sheet_read(const std::string& file, std::string_view text, std::vector<reg>
       out.push_back({at, "a quote is left open"});
     } else if (!header_seen) {
       header_seen = true;
-      if (!std::equal(cells->begin(), cells->end(), COLUMN_NAMES.begin(), COLUMN_NAMES.end())) {
+      if (!std::equal(cells->begin(), cells->end(), columns.begin(), columns.end())) {
         out.push_back({at, "the first line does not name the columns"});
         return;
       }
-    } else if (cells->size() != COL_COUNT) {
-      out.push_back({at, std::to_string(cells->size()) + " cells in place of " + std::to_string(size_t{COL_COUNT})});
+    } else if (cells->size() != columns.size()) {
+      out.push_back({at, std::to_string(cells->size()) + " cells in place of " + std::to_string(columns.size())});
     } else {
-      row_read(at, *cells, regs, out);
+      row_reader row(at, columns, *cells, out);
+      read(row, regs);
     }
   }
   if (!header_seen) {
     out.push_back({at, "the sheet is empty"});
   }
+}
+
+}  // namespace
+
+void sheet_read(const std::string& file, std::string_view text, std::vector<reg>& regs, complaints& out) {
+  rows_read(file, text, COLUMN_NAMES, row_read, regs, out);
+}
+
+void formats_read(const std::string& file, std::string_view text, std::vector<reg>& formats, complaints& out) {
+  rows_read(file, text, FORMAT_COLUMN_NAMES, format_read, formats, out);
 }
 
 void regs_check(std::vector<reg>& regs, complaints& out) {

@@ -62,6 +62,9 @@ inline constexpr std::array<std::string_view, 3> CLASS_NAMES = {"state", "int", 
 /// Reads one sheet and appends its registers, raw rows expanded; what is wrong goes to `out`.
 void sheet_read(const std::string& file, std::string_view text, std::vector<reg>& regs, complaints& out);
 
+/// Reads the sheet of formats, words of the chip that are no registers: only name, width and fields of each are set.
+void formats_read(const std::string& file, std::string_view text, std::vector<reg>& formats, complaints& out);
+
 /// Checks that hold across sheets: every number from 0 to REG_COUNT - 1 described once, no name twice. Sorts by number.
 void regs_check(std::vector<reg>& regs, complaints& out);
 

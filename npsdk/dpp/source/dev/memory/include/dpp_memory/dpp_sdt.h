@@ -3,8 +3,13 @@
 // pointer, or the code of the access that failed.
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cstdint>
 #include <span>
+
+#include "dpp_reg/dpp_reg_types.h"
 
 inline constexpr uint32_t DPP_SDT_NUM = 256;
 
@@ -18,43 +23,22 @@ enum dpp_sdt_type : uint32_t {
 };
 inline constexpr uint32_t DPP_SDT_TYPE_MAX = DPP_SDT_ETCAM;
 
-/// Width of an eRAM table's entries.
-enum dpp_sdt_eram_mode : uint32_t {
-  DPP_SDT_ERAM_1 = 0,
-  DPP_SDT_ERAM_32 = 1,
-  DPP_SDT_ERAM_64 = 2,
-  DPP_SDT_ERAM_128 = 3,
-};
-
-/// A field of a record; bit 63 is the record's most significant bit.
-struct dpp_sdt_field {
-  const char* name;
-  uint16_t msb;
-  uint16_t len;
-};
-
-// Places of the fields in their type's list. The type itself stands in bits 63 to 61 of every record.
-enum : uint32_t { DPP_SDT_ERAM_F_MODE, DPP_SDT_ERAM_F_BASE, DPP_SDT_ERAM_F_DEPTH };
-enum : uint32_t { DPP_SDT_DDR_F_WIDTH, DPP_SDT_DDR_F_BASE, DPP_SDT_DDR_F_DEPTH };
-enum : uint32_t { DPP_SDT_HASH_F_ID, DPP_SDT_HASH_F_TABLE, DPP_SDT_HASH_F_KEY_LEN, DPP_SDT_HASH_F_RSP_MODE };
-enum : uint32_t { DPP_SDT_LPM_F_V46, DPP_SDT_LPM_F_AREA };
-enum : uint32_t {
-  DPP_SDT_ETCAM_F_TABLE,
-  DPP_SDT_ETCAM_F_KEY_MODE,
-  DPP_SDT_ETCAM_F_AS_EN,
-  DPP_SDT_ETCAM_F_AS_RSP_MODE,
-  DPP_SDT_ETCAM_F_AS_BASE,
-  DPP_SDT_ETCAM_F_DEPTH
-};
-
 /// "eRAM" and so on; "unknown" above DPP_SDT_TYPE_MAX.
 const char* dpp_sdt_type_name(uint32_t type);
 /// Fields of a type without the type itself; none for DPP_SDT_NONE and above DPP_SDT_TYPE_MAX.
-std::span<const dpp_sdt_field> dpp_sdt_fields(uint32_t type);
+std::span<const dpp_format_field> dpp_sdt_fields(uint32_t type);
 
 uint32_t dpp_sdt_type_of(uint64_t record);
-/// Value of field `field` (a place in its type's list).
-uint32_t dpp_sdt_field_get(uint64_t record, uint32_t field);
+/// Value of a field of the record's type.
+uint32_t dpp_sdt_field_get(uint64_t record, const dpp_format_field& field);
+/// All of them, for a record whose type is that of the form, one of dpp_formats::sdt_*.
+template <typename Form>
+Form dpp_sdt_get(uint64_t record) {
+  std::array<uint32_t, std::size(Form::FIELDS)> values;
+  std::transform(std::begin(Form::FIELDS), std::end(Form::FIELDS), values.begin(),
+                 [record](const dpp_format_field& field) { return dpp_sdt_field_get(record, field); });
+  return std::bit_cast<Form>(values);
+}
 /// The record of a table; 0x1205 for a value that does not fit its field or another number of values.
 uint32_t dpp_sdt_pack(uint32_t type, std::span<const uint32_t> values, uint64_t* record);
 

@@ -24,15 +24,16 @@ uint32_t zcam_pack(const dpp_se_write& write, dpp_dtb_entry* entry) {
   QLIX_COMM_CHECK_INDEX(write.mask, 1, ALL_QUARTERS);
   const uint32_t quarters_bytes = static_cast<uint32_t>(std::popcount(write.mask)) * QUARTER_BYTES;
   QLIX_COMM_CHECK_INDEX(write.size, quarters_bytes, quarters_bytes);
-  const dpp_dtb_zcam_form form = {1,
-                                  DPP_DTB_MODE_ZCAM,
-                                  write.place == DPP_SE_ZCELL ? 1u : 0u,
-                                  write.zblock / ZBLOCKS_IN_GROUP,
-                                  write.zblock % ZBLOCKS_IN_GROUP,
-                                  write.zcell,
-                                  write.mask,
-                                  write.index};
-  return dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_ZCAM, dpp_dtb_form_values(form), entry->cmd);
+  const dpp_formats::dtb_zcam form = {1,
+                                      DPP_DTB_MODE_ZCAM,
+                                      write.place == DPP_SE_ZCELL ? 1u : 0u,
+                                      write.zblock / ZBLOCKS_IN_GROUP,
+                                      write.zblock % ZBLOCKS_IN_GROUP,
+                                      write.zcell,
+                                      write.mask,
+                                      write.index};
+  dpp_dtb_table_cmd_pack(form, entry->cmd);
+  return QLIX_COMM_OK;
 }
 
 uint32_t ddr_pack(const dpp_se_write& write, dpp_dtb_entry* entry) {
@@ -42,9 +43,10 @@ uint32_t ddr_pack(const dpp_se_write& write, dpp_dtb_entry* entry) {
   const uint32_t rw_len = write.size == 16 ? 0 : write.size == 32 ? 1 : 2;
   QLIX_COMM_CHECK_INDEX(write.size, 16u << rw_len, 16u << rw_len);
   const bool route = write.place == DPP_SE_LPM;
-  const dpp_dtb_ddr_form form = {1,           DPP_DTB_MODE_DDR, rw_len,     route ? write.ipv6 : 0, route ? 1u : 0u,
-                                 write.baddr, write.ecc_en,     write.index};
-  return dpp_dtb_table_cmd_pack(DPP_DTB_TABLE_DDR, dpp_dtb_form_values(form), entry->cmd);
+  const dpp_formats::dtb_ddr form = {1,           DPP_DTB_MODE_DDR, rw_len,     route ? write.ipv6 : 0, route ? 1u : 0u,
+                                     write.baddr, write.ecc_en,     write.index};
+  dpp_dtb_table_cmd_pack(form, entry->cmd);
+  return QLIX_COMM_OK;
 }
 
 }  // namespace

@@ -68,6 +68,13 @@ struct dpp_reg_bits {
   uint32_t len;
 };
 
+/// A field of a format, a word of the chip that is no register (desc/formats.csv).
+struct dpp_format_field {
+  const char* name;
+  uint16_t msb;  ///< bit number of the highest bit, counted from bit 0 of the word
+  uint16_t len;
+};
+
 /// The row of a register; above 4439 null and the range message.
 const dpp_reg_info* dpp_reg_info_get(uint32_t reg_no);
 /// The text at an offset of the pool: a row's or a field's name.

@@ -5,19 +5,10 @@
 #include <cstdint>
 #include <span>
 
+#include "dpp_reg/dpp_reg_types.h"
+
 inline constexpr uint32_t DPP_DTB_CMD_BYTES = 16;
 inline constexpr uint32_t DPP_DTB_DATA_MAX = 80;  ///< a ternary entry, the widest
-
-enum dpp_dtb_table_type : uint32_t {
-  DPP_DTB_TABLE_DDR = 0,
-  DPP_DTB_TABLE_ERAM_1 = 1,
-  DPP_DTB_TABLE_ERAM_64 = 2,
-  DPP_DTB_TABLE_ERAM_128 = 3,
-  DPP_DTB_TABLE_ZCAM = 4,
-  DPP_DTB_TABLE_ETCAM = 5,
-  DPP_DTB_TABLE_MC_HASH = 6,
-};
-inline constexpr uint32_t DPP_DTB_TABLE_TYPE_NUM = 7;
 
 /// Values of type_mode: the block of the chip that executes the command.
 inline constexpr uint32_t DPP_DTB_MODE_ERAM = 0;
@@ -26,61 +17,22 @@ inline constexpr uint32_t DPP_DTB_MODE_ZCAM = 2;
 inline constexpr uint32_t DPP_DTB_MODE_ETCAM = 3;
 inline constexpr uint32_t DPP_DTB_MODE_MC_HASH = 4;
 
-/// A field of a command word; bit 127 is the word's most significant bit.
-struct dpp_dtb_field {
-  const char* name;
-  uint16_t msb;
-  uint16_t len;
-};
 struct dpp_dtb_table_info {
   const char* name;
-  std::span<const dpp_dtb_field> fields;
+  std::span<const dpp_format_field> fields;
 };
-/// Layout of a type; null with the range error for a type above 6.
+/// Layout of a type: 0 DDR, 1 to 3 eRAM of 1, 64 and 128 bits, 4 zcells, 5 ternary memory, 6 multicast hash. Null with
+/// the range error for a type above 6.
 const dpp_dtb_table_info* dpp_table_info_get(uint32_t type);
 
-// The fields of each type, in the order of its layout. The eRAM types differ in the data that the word carries.
-struct dpp_dtb_ddr_form {
-  uint32_t valid, type_mode;
-  uint32_t rw_len;  ///< 0: 128 bits, 1: 256, 2: 512
-  uint32_t v46_flag, lpm_wr_vld;
-  uint32_t baddr;  ///< base in units of 4 KiB
-  uint32_t ecc_en;
-  uint32_t rw_addr;  ///< row of 128 bits from the base
-};
-struct dpp_dtb_eram_1_form {
-  uint32_t valid, type_mode, data_mode, cpu_wr, cpu_rd, cpu_rd_mode, addr, data_h;
-};
-struct dpp_dtb_eram_64_form {
-  uint32_t valid, type_mode, data_mode, cpu_wr, cpu_rd, cpu_rd_mode, addr, data_h, data_l;
-};
-struct dpp_dtb_eram_128_form {
-  uint32_t valid, type_mode, data_mode, cpu_wr, cpu_rd, cpu_rd_mode, addr;
-};
-struct dpp_dtb_zcam_form {
-  uint32_t valid, type_mode;
-  uint32_t ram_reg_flag;  ///< 1 zcell memory, 0 zreg
-  uint32_t zgroup_id, zblock_id, zcell_id;
-  uint32_t mask;  ///< quarters of the item to write, bit 3 the first
-  uint32_t sram_addr;
-};
-struct dpp_dtb_etcam_form {
-  uint32_t valid, type_mode, block_sel, init_en, row_or_col_msk, vben, reg_tcam_flag, uload, rd_wr, wr_mode,
-      data_or_mask, addr, vbit;
-};
-struct dpp_dtb_mc_hash_form {
-  uint32_t valid, type_mode, std_h, std_l;
-};
-
-/// Packs `values`, one for each field of the type, into the command word; each is masked to its length. 0x1205 for a
-/// type above 6 or another number of values.
-uint32_t dpp_dtb_table_cmd_pack(uint32_t type, std::span<const uint32_t> values, uint8_t (&cmd)[DPP_DTB_CMD_BYTES]);
-
-/// The values of a form, in layout order.
+/// Packs the values of a layout's fields, each masked to its length, into the command word.
+void dpp_dtb_fields_pack(std::span<const dpp_format_field> fields, const uint32_t* values,
+                         uint8_t (&cmd)[DPP_DTB_CMD_BYTES]);
+/// The command word of a form, which is one of dpp_formats::dtb_*.
 template <typename Form>
-std::span<const uint32_t> dpp_dtb_form_values(const Form& form) {
-  static_assert(sizeof(Form) % sizeof(uint32_t) == 0 && alignof(Form) == alignof(uint32_t));
-  return {reinterpret_cast<const uint32_t*>(&form), sizeof(Form) / sizeof(uint32_t)};
+void dpp_dtb_table_cmd_pack(const Form& form, uint8_t (&cmd)[DPP_DTB_CMD_BYTES]) {
+  static_assert(Form::WIDTH == DPP_DTB_CMD_BYTES);
+  dpp_dtb_fields_pack(Form::FIELDS, reinterpret_cast<const uint32_t*>(&form), cmd);
 }
 
 /// One element of a block.
