@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "device/address.h"
+#include "device/interfaces.h"
 #include "driver_exchange.h"
 #include "kx_pcie/bind.h"
 #include "kx_pcie/tunnel.h"

@@ -35,10 +35,8 @@ void address_read(const char* text) {
     return;
   }
   // Whatever was read has one text form, which reads back as the same address.
-  char form[13];
   kxtools_sbdf again = 0;
-  kxtools_sbdf_text(sbdf, form);
-  require(pcie_sbdf_parse(&again, form) == 0 && again == sbdf);
+  require(pcie_sbdf_parse(&again, kxtools_sbdf_text(sbdf).text) == 0 && again == sbdf);
 }
 
 void index_read(const std::string& text) {

@@ -6,6 +6,7 @@
 #include "dev_choice.h"
 #include "device/bar.h"
 #include "device/function.h"
+#include "device/interfaces.h"
 #include "kx_pcie/bind.h"
 #include "kxtools/session.h"
 

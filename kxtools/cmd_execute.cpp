@@ -5,10 +5,10 @@
 #include "cmd_explain.h"
 #include "cmd_line.h"
 #include "common/report.h"
-#include "device/address.h"
 #include "device/bar.h"
 #include "device/compat.h"
 #include "device/function.h"
+#include "device/interfaces.h"
 #include "kxtools/session.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "device/address.h"
+#include "device/interfaces.h"
 #include "kx_pcie/bind.h"
 #include "kx_pcie/tunnel.h"
 #include "kxtools/bind.h"

@@ -12,7 +12,7 @@
 #include "channel/tools_msg.h"
 #include "common/report.h"
 #include "common/wait.h"
-#include "device/address.h"
+#include "device/interfaces.h"
 
 namespace {
 

@@ -1,22 +1,18 @@
 #include "common/lock_wait.h"
 
+#include <fcntl.h>
 #include <sys/file.h>
 
 #include <cerrno>
-#include <ctime>
+#include <string>
 
+#include "common/clock.h"
 #include "common/lock_holder.h"
 #include "common/report.h"
 
 namespace {
 
 constexpr uint64_t TELL_AFTER_MS = 1000;
-
-uint64_t now_ms() {
-  timespec now = {};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1000000;
-}
 
 void holder_tell(int fd, const char* path) {
   const kx_lock_holder holder = kx_lock_holder_find(fd);
@@ -39,7 +35,7 @@ kx_waited kx_lock_wait(int fd, const char* path, const kx_wait_limit& limit, boo
     if (errno != EWOULDBLOCK && errno != EAGAIN && errno != EACCES) {
       return errno == EINTR ? kx_look::again : kx_look::gone;
     }
-    const uint64_t now = now_ms();
+    const uint64_t now = kx_now_ms();
     begin = begin == 0 ? now : begin;
     if (!told && now - begin >= TELL_AFTER_MS) {
       told = true;
@@ -51,4 +47,19 @@ kx_waited kx_lock_wait(int fd, const char* path, const kx_wait_limit& limit, boo
 
 bool kx_flock_exclusive(int fd) {
   return flock(fd, LOCK_EX | LOCK_NB) == 0;
+}
+
+kx_shared_file kx_shared_lock_take(const char* folder, const char* name, mode_t folder_mode, mode_t file_mode,
+                                   const kx_wait_limit& limit, bool (*try_lock)(int fd)) {
+  const std::string path = std::string(folder) + "/" + name;
+  for (;;) {
+    kx_shared_file file = kx_shared_file_open(folder, name, O_RDWR | O_CREAT, folder_mode, file_mode);
+    if (file.fd && kx_lock_wait(file.fd.get(), path.c_str(), limit, try_lock) != kx_waited::done) {
+      file.fd.reset();
+      file.step = kx_shared_file_step::lock_file;
+    }
+    if (!file.fd || !kx_shared_file_is_removed(file.fd.get())) {
+      return file;
+    }
+  }
 }

@@ -10,19 +10,11 @@
 namespace {
 
 kx_shared_file failed(kx_shared_file_step step, int error) {
-  kx_shared_file result;
-  result.step = step;
-  result.error = error;
-  return result;
+  return {.fd = {}, .step = step, .error = error};
 }
 
 bool is_plain_name(const char* name) {
   return name[0] != '\0' && strcmp(name, ".") != 0 && strcmp(name, "..") != 0 && strchr(name, '/') == nullptr;
-}
-
-// Gives a file or folder that this call has just made the mode that the umask took from it.
-bool set_mode(int fd, mode_t mode) {
-  return fchmod(fd, mode) == 0;
 }
 
 // Whoever made a shared folder could remove and exchange its files. What cannot be changed stays as it is.
@@ -61,7 +53,7 @@ kx_shared_file kx_shared_file_open(const char* folder, const char* name, int fla
     if (!folder_fd) {
       return failed(kx_shared_file_step::stat_folder, errno);
     }
-    if (made && !set_mode(folder_fd.get(), folder_mode)) {
+    if (made && fchmod(folder_fd.get(), folder_mode) != 0) {  // the umask took from it
       return failed(kx_shared_file_step::chmod_folder, errno);
     }
   }
@@ -93,7 +85,7 @@ kx_shared_file kx_shared_file_open(const char* folder, const char* name, int fla
   if (!S_ISREG(info.st_mode) || info.st_nlink != 1) {
     return failed(kx_shared_file_step::open_file, EPERM);
   }
-  if (created && !set_mode(result.fd.get(), file_mode)) {
+  if (created && fchmod(result.fd.get(), file_mode) != 0) {
     return failed(kx_shared_file_step::chmod_folder, errno);
   }
   result.step = kx_shared_file_step::opened;

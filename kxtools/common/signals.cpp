@@ -14,13 +14,7 @@ void on_signal(int number) {
   raised_signal = number;
 }
 
-struct sigaction action_of(void (*handler)(int), int flags) {
-  struct sigaction action = {};
-  action.sa_handler = handler;
-  action.sa_flags = flags;
-  sigemptyset(&action.sa_mask);
-  return action;
-}
+constexpr int PIPE[] = {SIGPIPE};
 
 }  // namespace
 
@@ -45,12 +39,15 @@ kx_signal_hold::~kx_signal_hold() {
   pthread_sigmask(SIG_SETMASK, &former_, nullptr);
 }
 
-kx_signal_treatment::kx_signal_treatment(std::span<const int> signals, void (*handler)(int), int flags)
+kx_signal_treatment::kx_signal_treatment(std::span<const int> signals, void (*handler)(int), int flags, int always)
     : signals_(signals) {
-  const struct sigaction action = action_of(handler, flags);
+  struct sigaction action = {};
+  action.sa_handler = handler;
+  action.sa_flags = flags;
+  sigemptyset(&action.sa_mask);
   for (size_t i = 0; i < signals_.size(); ++i) {
     sigaction(signals_[i], nullptr, &former_[i]);
-    if (former_[i].sa_handler != SIG_IGN) {
+    if (signals_[i] == always || former_[i].sa_handler != SIG_IGN) {
       sigaction(signals_[i], &action, nullptr);
     }
   }
@@ -66,22 +63,13 @@ kx_signal_guard::kx_signal_guard() {
   if (guards++ == 0) {
     raised_signal = 0;
   }
-  const struct sigaction action = action_of(on_signal, SA_RESTART);
-  for (size_t i = 0; i < std::size(KX_END_SIGNALS); ++i) {
-    sigaction(KX_END_SIGNALS[i], nullptr, &former_[i]);
-    if (KX_END_SIGNALS[i] == SIGINT || former_[i].sa_handler != SIG_IGN) {
-      sigaction(KX_END_SIGNALS[i], &action, nullptr);
-    }
-  }
-  const struct sigaction ignore = action_of(SIG_IGN, 0);
-  sigaction(SIGPIPE, &ignore, &former_pipe_);
+  ending_.emplace(KX_END_SIGNALS, on_signal, SA_RESTART, SIGINT);
+  pipe_.emplace(PIPE, SIG_IGN, 0);
 }
 
 kx_signal_guard::~kx_signal_guard() {
-  for (size_t i = 0; i < std::size(KX_END_SIGNALS); ++i) {
-    sigaction(KX_END_SIGNALS[i], &former_[i], nullptr);
-  }
-  sigaction(SIGPIPE, &former_pipe_, nullptr);
+  ending_.reset();
+  pipe_.reset();
   const int number = raised_signal;
   if (--guards == 0 && number != 0) {
     raised_signal = 0;

@@ -1,13 +1,11 @@
 #include "device/address.h"
 
-#include <cctype>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
 
 #include "common/report.h"
-#include "device/interfaces.h"
-#include "device/sysfs.h"
 
 namespace {
 
@@ -16,24 +14,11 @@ constexpr size_t BUS_DIGITS = 2;
 constexpr size_t DEVICE_DIGITS = 2;
 constexpr uint32_t FUNCTION_MAX = 7;
 constexpr uint32_t DEVICE_MASK = 0x1F;
-constexpr size_t SBDF_TEXT_LENGTH = 12;
 
 // Reads 1 to `digits_max` hexadecimal digits that make up the whole of `text`.
 bool hex_read(std::string_view text, size_t digits_max, uint32_t* value) {
-  if (text.empty() || text.size() > digits_max) {
-    return false;
-  }
-  uint32_t result = 0;
-  for (const char c : text) {
-    if (isxdigit(static_cast<unsigned char>(c)) == 0) {
-      return false;
-    }
-    const auto digit =
-        static_cast<uint32_t>(isdigit(static_cast<unsigned char>(c)) != 0 ? c - '0' : (c | 0x20) - 'a' + 10);
-    result = result * 16 + digit;
-  }
-  *value = result;
-  return true;
+  const auto [rest, error] = std::from_chars(text.begin(), text.end(), *value, 16);
+  return error == std::errc() && rest == text.end() && text.size() <= digits_max;
 }
 
 struct sbdf_fields {
@@ -55,14 +40,6 @@ bool fields_split(std::string_view text, sbdf_fields* fields) {
   *fields = {text.substr(0, first), text.substr(first + 1, second - first - 1),
              text.substr(second + 1, dot - second - 1), text.substr(dot + 1)};
   return true;
-}
-
-// A word that cannot be the name of an interface could lead to another folder: it has no file.
-kxtools_uevent_result interface_slot_read(const char* name, char (&slot)[SBDF_TEXT_LENGTH + 1]) {
-  if (!kxtools_is_interface_name(name)) {
-    return kxtools_uevent_result::no_file;
-  }
-  return kxtools_uevent_slot_read((std::string(KXTOOLS_NET_CLASS) + "/" + name + "/device/uevent").c_str(), slot);
 }
 
 }  // namespace
@@ -103,9 +80,11 @@ bool kxtools_sbdf_is_too_long(const char* text) {
   return digits > SEGMENT_DIGITS && text[digits] == ':';
 }
 
-void kxtools_sbdf_text(kxtools_sbdf sbdf, char (&text)[13]) {
-  snprintf(text, sizeof text, "%04x:%02x:%02x.%01x", kxtools_sbdf_segment(sbdf), kxtools_sbdf_bus(sbdf),
+kxtools_sbdf_name kxtools_sbdf_text(kxtools_sbdf sbdf) {
+  kxtools_sbdf_name name;
+  snprintf(name.text, sizeof name.text, "%04x:%02x:%02x.%01x", kxtools_sbdf_segment(sbdf), kxtools_sbdf_bus(sbdf),
            kxtools_sbdf_device(sbdf), kxtools_sbdf_function(sbdf));
+  return name;
 }
 
 bool kxtools_is_short_address(const char* word) {
@@ -117,39 +96,4 @@ bool kxtools_is_short_address(const char* word) {
          hex_read(text.substr(0, colon), BUS_DIGITS, &value) &&
          hex_read(text.substr(colon + 1, dot - colon - 1), DEVICE_DIGITS, &value) &&
          hex_read(text.substr(dot + 1), 1, &value);
-}
-
-int32_t kxtools_dev_name2bdf(const char* name, kxtools_sbdf* sbdf) {
-  if (name == nullptr || sbdf == nullptr) {
-    KXTOOLS_ERR("point is NULL\n");
-    return -1;
-  }
-  char full[SBDF_TEXT_LENGTH + 1];
-  if (kxtools_is_short_address(name)) {
-    snprintf(full, sizeof full, "0000:%s", name);
-    name = full;
-  }
-  if (pcie_sbdf_parse(sbdf, name) == 0) {
-    return 0;
-  }
-  char slot[SBDF_TEXT_LENGTH + 1] = {};
-  switch (interface_slot_read(name, slot)) {
-    case kxtools_uevent_result::no_file:
-      KXTOOLS_ERR("fopen /sys/class/net/%s/device/uevent failed\n", name);
-      return -1;
-    case kxtools_uevent_result::no_slot:
-      KXTOOLS_ERR("pci_bus_id is NULL\n");
-      return -1;
-    case kxtools_uevent_result::found:
-      break;
-  }
-  if (strlen(slot) < SBDF_TEXT_LENGTH) {
-    KXTOOLS_ERR("format of bdf(%s) is err\n", slot);
-    return -1;
-  }
-  if (pcie_sbdf_parse(sbdf, slot) != 0) {
-    KXTOOLS_ERR("pcie_sbdf_parse %s failed\n", slot);
-    return -1;
-  }
-  return 0;
 }

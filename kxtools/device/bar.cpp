@@ -4,9 +4,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
-#include "bar_map.h"
 #include "common/report.h"
+#include "device/bar_map.h"
 #include "device/function.h"
 #include "device/sysfs.h"
 
@@ -75,7 +76,7 @@ int32_t kxtools_dev_info_set(kxtools_sbdf sbdf, kxtools_dev_info* info, kxtools_
     return -1;
   }
   kxtools_dev_info fresh = {};
-  kxtools_sbdf_text(sbdf, fresh.sbdf);
+  memcpy(fresh.sbdf, kxtools_sbdf_text(sbdf).text, sizeof fresh.sbdf);
   if (get_bar_addr_from_sys_ext(sbdf, BAR_INDEX, &fresh.bar_addr) != 0 ||
       get_bar_size_from_sys_ext(sbdf, BAR_INDEX, &fresh.bar_size) != 0) {
     KXTOOLS_ERR("Failed to get bar info from sys\n");

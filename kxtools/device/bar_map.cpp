@@ -1,4 +1,4 @@
-#include "bar_map.h"
+#include "device/bar_map.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -12,17 +12,14 @@
 #include "common/report.h"
 #include "common/unique_fd.h"
 #include "device/function.h"
+#include "device/sysfs.h"
 
 namespace {
 
 // The word in brackets is in force: "none [integrity] confidentiality". False when nothing is locked or nobody says so.
 bool lockdown_get(char (&level)[32]) {
-  char text[128] = {};
-  const kx_unique_fd fd(open("/sys/kernel/security/lockdown", O_RDONLY | O_CLOEXEC));
-  if (!fd || read(fd.get(), text, sizeof text - 1) <= 0) {
-    return false;
-  }
-  const char* start = strchr(text, '[');
+  const std::string text = kxtools_file_line("/sys/kernel/security/lockdown");
+  const char* start = strchr(text.c_str(), '[');
   return start != nullptr && sscanf(start, "[%31[a-z]]", level) == 1 && strcmp(level, "none") != 0;
 }
 

@@ -4,13 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include "common/lock_wait.h"
 #include "common/report.h"
-#include "common/shared_file.h"
+#include "common/text.h"
 #include "device/function.h"
 
 namespace {
@@ -64,25 +62,21 @@ kx_unique_fd lock_file_open(const char* name, const char* path) {
 
 }  // namespace
 
-void kxtools_card_name(kxtools_sbdf sbdf, char (&name)[13]) {
-  snprintf(name, sizeof name, "%04x:%02x", kxtools_sbdf_segment(sbdf), kxtools_sbdf_bus(sbdf));
+std::string kxtools_card_name(kxtools_sbdf sbdf) {
   for (const kxtools_sbdf port : kxtools_ports_above(sbdf)) {
     if (kxtools_is_own_switch(port)) {
-      kxtools_sbdf_text(port, name);
-      return;
+      return kxtools_sbdf_text(port).text;
     }
   }
+  return kx_text("%04x:%02x", kxtools_sbdf_segment(sbdf), kxtools_sbdf_bus(sbdf));
 }
 
 kx_unique_fd kxtools_card_lock(kxtools_sbdf sbdf, kxtools_card_use use) {
-  char card[13];
-  char name[32];
-  char path[64];
-  kxtools_card_name(sbdf, card);
-  snprintf(name, sizeof name, "kxts_card_%s", card);
-  snprintf(path, sizeof path, "%s/%s", LOCK_FOLDER, name);
+  const std::string name = "kxts_card_" + kxtools_card_name(sbdf);
+  const std::string place = std::string(LOCK_FOLDER) + "/" + name;
+  const char* const path = place.c_str();
   for (int tries = 0; tries < OPEN_TRIES; ++tries) {
-    kx_unique_fd fd = lock_file_open(name, path);
+    kx_unique_fd fd = lock_file_open(name.c_str(), path);
     if (!fd) {
       return fd;
     }

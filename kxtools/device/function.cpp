@@ -1,23 +1,29 @@
 #include "device/function.h"
 
 #include <cstdio>
+#include <optional>
 
 #include "common/report.h"
 #include "device/sysfs.h"
 
 namespace {
 
-bool folder_ids_read(const std::string& folder, uint32_t* vendor, uint32_t* device) {
-  return kxtools_hex_file_read(folder + "/vendor", vendor) == kxtools_hex_file::read &&
-         kxtools_hex_file_read(folder + "/device", device) == kxtools_hex_file::read;
-}
+struct identity {
+  uint32_t vendor;
+  uint32_t device;
+};
 
-bool function_ids_read(kxtools_sbdf sbdf, uint32_t* vendor, uint32_t* device) {
-  return folder_ids_read(kxtools_function_path(sbdf), vendor, device);
+std::optional<identity> identity_read(const std::string& folder) {
+  identity read = {};
+  if (kxtools_hex_file_read(folder + "/vendor", &read.vendor) != kxtools_file_state::read ||
+      kxtools_hex_file_read(folder + "/device", &read.device) != kxtools_file_state::read) {
+    return std::nullopt;
+  }
+  return read;
 }
 
 int32_t bar_range_read(kxtools_sbdf sbdf, uint32_t bar_index, kxtools_bar_range* range) {
-  return kxtools_resource_bar_read(kxtools_function_path(sbdf, "resource").c_str(), bar_index, range);
+  return kxtools_resource_bar_read(kxtools_function_path(sbdf, "resource"), bar_index, range);
 }
 
 /// A row of the supported-function table.
@@ -71,33 +77,31 @@ int32_t get_bar_size_from_sys_ext(kxtools_sbdf sbdf, uint32_t bar_index, uint64_
 }
 
 bool kxtools_is_own_switch(kxtools_sbdf sbdf) {
-  uint32_t vendor = 0;
-  uint32_t device = 0;
-  return function_ids_read(sbdf, &vendor, &device) && kxtools_dev_is_switch(vendor, device);
+  const std::optional<identity> id = identity_read(kxtools_function_path(sbdf));
+  return id && kxtools_dev_is_switch(id->vendor, id->device);
 }
 
 int32_t sbdf_valid_check(kxtools_sbdf sbdf) {
   uint32_t vendor = 0;
   uint32_t device = 0;
-  if (kxtools_hex_file_read(kxtools_function_path(sbdf, "vendor"), &vendor) != kxtools_hex_file::read) {
+  if (kxtools_hex_file_read(kxtools_function_path(sbdf, "vendor"), &vendor) != kxtools_file_state::read) {
     kx_print("get vendor failed!\n");
     return -1;
   }
-  if (kxtools_hex_file_read(kxtools_function_path(sbdf, "device"), &device) != kxtools_hex_file::read) {
+  if (kxtools_hex_file_read(kxtools_function_path(sbdf, "device"), &device) != kxtools_file_state::read) {
     kx_print("get device failed!\n");
     return -1;
   }
   return kxtools_dev_is_supported(vendor, device) ? 0 : -1;
 }
 
-bool kxtools_folder_is_supported(const char* folder) {
-  uint32_t vendor = 0;
-  uint32_t device = 0;
-  return folder_ids_read(folder, &vendor, &device) && kxtools_dev_is_supported(vendor, device);
+bool kxtools_folder_is_supported(const std::string& folder) {
+  const std::optional<identity> id = identity_read(folder);
+  return id && kxtools_dev_is_supported(id->vendor, id->device);
 }
 
 bool kxtools_function_is_supported(kxtools_sbdf sbdf) {
-  return kxtools_folder_is_supported(kxtools_function_path(sbdf).c_str());
+  return kxtools_folder_is_supported(kxtools_function_path(sbdf));
 }
 
 void kxtools_supported_functions_visit(void (*visit)(uint32_t vendor, uint32_t first, uint32_t last)) {
@@ -108,9 +112,8 @@ void kxtools_supported_functions_visit(void (*visit)(uint32_t vendor, uint32_t f
 }
 
 bool kxtools_dev_is_foreign(kxtools_sbdf sbdf) {
-  uint32_t vendor = 0;
-  uint32_t device = 0;
-  return function_ids_read(sbdf, &vendor, &device) && !kxtools_dev_is_supported(vendor, device);
+  const std::optional<identity> id = identity_read(kxtools_function_path(sbdf));
+  return id && !kxtools_dev_is_supported(id->vendor, id->device);
 }
 
 bool kxtools_dev_driver_get(const char* sbdf_text, char (&name)[64]) {

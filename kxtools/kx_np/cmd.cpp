@@ -9,7 +9,7 @@
 #include "dpp_diag/dpp_cmd.h"
 #include "dpp_diag/dpp_mcode.h"
 #include "kx_np/np_init.h"
-#include "kx_pcie/bind.h"
+#include "kx_pcie/tunnel.h"
 #include "kxtools/cmd.h"
 #include "qlix_comm/print.h"
 

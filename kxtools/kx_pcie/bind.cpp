@@ -13,8 +13,6 @@
 
 namespace {
 
-kxtools_sbdf bound_sbdf = KXTOOLS_SBDF_NONE;
-
 // The list that the user saw last: an index means what it meant there, whatever was plugged in since.
 std::optional<pcie_device_list>& shown_list() {
   static std::optional<pcie_device_list> list;
@@ -44,31 +42,26 @@ bool firmware_matches() {
 
 }  // namespace
 
-kxtools_sbdf pcie_bound_sbdf_get() {
-  return bound_sbdf;
-}
-
 int32_t bind_pcie_dev_by_sbdf(kxtools_sbdf sbdf) {
   if (sbdf_valid_check(sbdf) != 0) {
-    kx_print("Bind to the pcie device %04x:%02x:%02x.%d failed!\nPlease bind kx device\n", kxtools_sbdf_segment(sbdf),
-             kxtools_sbdf_bus(sbdf), kxtools_sbdf_device(sbdf), static_cast<int>(kxtools_sbdf_function(sbdf)));
+    kx_print("Bind to the pcie device %s failed!\nPlease bind kx device\n", kxtools_sbdf_text(sbdf).text);
     return -1;
   }
+  const kxtools_sbdf previous = pcie_bound_sbdf_get();
   {
     pcie_lock lock;
     if (!lock.take()) {
       return -1;
     }
-    if (bound_sbdf != KXTOOLS_SBDF_NONE && bound_sbdf != sbdf) {
+    if (previous != KXTOOLS_SBDF_NONE && previous != sbdf) {
       // The function left behind may be gone already; that does not keep the tool from the new one.
-      pcie_tunnel_status_exchange(bound_sbdf);
+      pcie_tunnel_status_exchange(previous);
     }
   }
-  const kxtools_sbdf previous = bound_sbdf;
-  bound_sbdf = sbdf;
+  pcie_bound_sbdf_set(sbdf);
   if (!firmware_matches()) {
     kx_print("fw not match kx_pcie!\n");
-    bound_sbdf = previous;
+    pcie_bound_sbdf_set(previous);
     return -1;
   }
   return 0;
@@ -85,10 +78,7 @@ int32_t bind_pcie_dev_help() {
 
 int32_t get_sbdf_by_node_id(uint32_t index, kxtools_sbdf* sbdf) {
   std::optional<pcie_device_list>& list = shown_list();
-  if (!list && scan(&list) != 0) {
-    return -1;
-  }
-  if (index >= list->functions.size()) {
+  if ((!list && scan(&list) != 0) || index >= list->functions.size()) {
     return -1;
   }
   *sbdf = list->functions[index].sbdf;

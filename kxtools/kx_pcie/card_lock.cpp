@@ -2,35 +2,23 @@
 
 #include <pthread.h>
 
-#include "common/report.h"
 #include "lock_file.h"
 
 namespace {
-
-constexpr const char* LOCK_NAME = "pcie_card_lockfile";
 
 // Of this process: one thread at a time, and the file for the outermost of its locks.
 pthread_mutex_t threads = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 int depth = 0;
 int lock_fd = -1;
 
-bool file_take() {
-  kx_unique_fd fd;
-  const lock_file_result result = lock_file_take(LOCK_NAME, &fd);
-  if (result != lock_file_result::held) {
-    kx_error_print("the lock of the card, %s, %s\n", LOCK_NAME,
-                   result == lock_file_result::busy ? "is still held by another process" : "cannot be opened");
-    return false;
-  }
-  lock_fd = fd.release();
-  return true;
-}
-
 }  // namespace
 
 bool card_lock::take() {
   pthread_mutex_lock(&threads);
-  if (depth == 0 && !file_take()) {
+  if (depth == 0) {
+    lock_fd = lock_file_take_or_tell("card", "pcie_card_lockfile").release();
+  }
+  if (lock_fd < 0) {
     pthread_mutex_unlock(&threads);
     return false;
   }
@@ -45,7 +33,7 @@ void card_lock::release() {
   }
   held_ = false;
   if (--depth == 0) {
-    kx_unique_fd(lock_fd).reset();  // the kernel drops the lock with the last descriptor
+    kx_unique_fd(std::exchange(lock_fd, -1)).reset();  // the kernel drops the lock with the last descriptor
   }
   pthread_mutex_unlock(&threads);
 }

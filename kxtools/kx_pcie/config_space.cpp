@@ -23,18 +23,30 @@ bool is_in_config_space(uint32_t offset, uint32_t length) {
   return length <= PCIE_CFG_SIZE && offset <= PCIE_CFG_SIZE - length;
 }
 
-// A vendor-specific capability at the very end has no second dword and matches nothing.
-int32_t vendor_id_matches(kxtools_sbdf sbdf, uint32_t offset, uint16_t vsec_id, bool* matches) {
-  uint32_t vendor = 0;
-  *matches = false;
-  if (!is_in_config_space(offset, sizeof vendor)) {
-    return 0;
-  }
-  if (pcie_cfg_read_dword(sbdf, offset, &vendor) != 0) {
+int32_t checked_rw(kxtools_sbdf sbdf, bool write, uint32_t offset, uint32_t length, void* buffer, const char* caller) {
+  if (buffer == nullptr) {
+    kx_print("[pcie] Input point is NULL!\n");
     return -1;
   }
-  *matches = (vendor & 0xFFFF) == vsec_id;
+  if (pcie_cfg_rw(sbdf, write, offset, length, buffer) != 0) {
+    kx_print("[pcie] reg 0x%x, %s failed!\n", offset, caller);
+    return -1;
+  }
   return 0;
+}
+
+// Both dwords of a 64-bit BAR.
+bool pair_read(kxtools_sbdf sbdf, uint32_t offset, uint64_t* value) {
+  uint32_t low = 0;
+  uint32_t high = 0;
+  const bool read = pcie_cfg_read_dword(sbdf, offset, &low) == 0 && pcie_cfg_read_dword(sbdf, offset + 4, &high) == 0;
+  *value = uint64_t{high} << 32 | low;
+  return read;
+}
+
+bool pair_write(kxtools_sbdf sbdf, uint32_t offset, uint64_t value) {
+  const bool low = pcie_cfg_write_dword(sbdf, offset, static_cast<uint32_t>(value)) == 0;
+  return pcie_cfg_write_dword(sbdf, offset + 4, static_cast<uint32_t>(value >> 32)) == 0 && low;
 }
 
 // Probing writes all ones over a BAR. Whatever happens in between, an interrupt from the keyboard included, the saved
@@ -46,25 +58,13 @@ class bar_probe {
   bar_probe& operator=(const bar_probe&) = delete;
   ~bar_probe() {
     if (saved_) {
-      pcie_cfg_write_dword(sbdf_, offset_, low_);
-      pcie_cfg_write_dword(sbdf_, offset_ + 4, high_);
+      pair_write(sbdf_, offset_, former_);
     }
   }
 
   bool read_back(uint64_t* value) {
-    if (!lock_.take()) {
-      return false;
-    }
-    saved_ = pcie_cfg_read_dword(sbdf_, offset_, &low_) == 0 && pcie_cfg_read_dword(sbdf_, offset_ + 4, &high_) == 0;
-    uint32_t low = 0;
-    uint32_t high = 0;
-    if (!saved_ || pcie_cfg_write_dword(sbdf_, offset_, ALL_ONES) != 0 ||
-        pcie_cfg_write_dword(sbdf_, offset_ + 4, ALL_ONES) != 0 || pcie_cfg_read_dword(sbdf_, offset_, &low) != 0 ||
-        pcie_cfg_read_dword(sbdf_, offset_ + 4, &high) != 0) {
-      return false;
-    }
-    *value = uint64_t{high} << 32 | low;
-    return true;
+    saved_ = lock_.take() && pair_read(sbdf_, offset_, &former_);
+    return saved_ && pair_write(sbdf_, offset_, UINT64_MAX) && pair_read(sbdf_, offset_, value);
   }
 
  private:
@@ -72,8 +72,7 @@ class bar_probe {
   kx_signal_hold hold_;
   kxtools_sbdf sbdf_;
   uint32_t offset_;
-  uint32_t low_ = 0;
-  uint32_t high_ = 0;
+  uint64_t former_ = 0;
   bool saved_ = false;
 };
 
@@ -85,9 +84,7 @@ int32_t pcie_cfg_rw(kxtools_sbdf sbdf, bool write, uint32_t offset, uint32_t len
     return -1;
   }
   char file[64];
-  const int written =
-      snprintf(file, sizeof file, "%s/%04x:%02x:%02x.%u/config", KXTOOLS_PCI_DEVICES, kxtools_sbdf_segment(sbdf),
-               kxtools_sbdf_bus(sbdf), kxtools_sbdf_device(sbdf), kxtools_sbdf_function(sbdf));
+  const int written = snprintf(file, sizeof file, "%s/%s/config", KXTOOLS_PCI_DEVICES, kxtools_sbdf_text(sbdf).text);
   if (written < 0 || static_cast<size_t>(written) >= sizeof file) {
     kx_print("create filename failed\n");
     return -1;
@@ -114,28 +111,12 @@ int32_t pcie_cfg_rw(kxtools_sbdf sbdf, bool write, uint32_t offset, uint32_t len
 }
 
 int32_t pcie_cfg_read(kxtools_sbdf sbdf, uint32_t offset, uint32_t length, void* buffer) {
-  if (buffer == nullptr) {
-    kx_print("[pcie] Input point is NULL!\n");
-    return -1;
-  }
-  if (pcie_cfg_rw(sbdf, false, offset, length, buffer) != 0) {
-    kx_print("[pcie] reg 0x%x, pcie_cfg_read failed!\n", offset);
-    return -1;
-  }
-  return 0;
+  return checked_rw(sbdf, false, offset, length, buffer, __func__);
 }
 
 int32_t pcie_cfg_write(kxtools_sbdf sbdf, uint32_t offset, uint32_t length, const void* buffer) {
-  if (buffer == nullptr) {
-    kx_print("[pcie] Input point is NULL!\n");
-    return -1;
-  }
   // pcie_cfg_rw only reads the buffer of a write.
-  if (pcie_cfg_rw(sbdf, true, offset, length, const_cast<void*>(buffer)) != 0) {
-    kx_print("[pcie] reg 0x%x, pcie_cfg_write failed!\n", offset);
-    return -1;
-  }
-  return 0;
+  return checked_rw(sbdf, true, offset, length, const_cast<void*>(buffer), __func__);
 }
 
 int32_t pcie_cfg_read_dword(kxtools_sbdf sbdf, uint32_t offset, uint32_t* value) {
@@ -190,29 +171,14 @@ int32_t pcie_find_capability(kxtools_sbdf sbdf, uint8_t id) {
 }
 
 int32_t pcie_find_ext_capability(kxtools_sbdf sbdf, uint16_t id, uint16_t vsec_id) {
-  const pcie_walk_result found = pcie_capability_walk(
-      pcie_capability_list::extended,
-      [sbdf](uint32_t offset, uint32_t* value) { return pcie_cfg_read_dword(sbdf, offset, value); },
-      [=](uint32_t offset, uint32_t header) -> int32_t {
-        if ((header & 0xFFFF) != id) {
-          return 0;
-        }
-        bool matches = true;
-        if (id == PCI_EXT_CAP_ID_VNDR && vendor_id_matches(sbdf, offset + 4, vsec_id, &matches) != 0) {
-          return -1;
-        }
-        return matches ? 1 : 0;
-      });
+  const pcie_walk_result found = pcie_ext_capability_walk(
+      [sbdf](uint32_t offset, uint32_t* value) { return pcie_cfg_read_dword(sbdf, offset, value); }, id, vsec_id);
   return found.end == pcie_walk_end::found ? static_cast<int32_t>(found.offset) : -1;
 }
 
 uint64_t get_bar_addr(kxtools_sbdf sbdf, uint32_t offset) {
-  uint32_t low = 0;
-  uint32_t high = 0;
-  if (pcie_cfg_read_dword(sbdf, offset, &low) != 0 || pcie_cfg_read_dword(sbdf, offset + 4, &high) != 0) {
-    return 0;
-  }
-  return (uint64_t{high} << 32 | low) & ~BAR_FLAG_BITS;
+  uint64_t value = 0;
+  return pair_read(sbdf, offset, &value) ? value & ~BAR_FLAG_BITS : 0;
 }
 
 uint64_t get_bar_size(kxtools_sbdf sbdf, uint32_t offset) {

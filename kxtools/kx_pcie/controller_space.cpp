@@ -2,7 +2,6 @@
 
 #include "common/report.h"
 #include "kx_pcie/capability_walk.h"
-#include "kx_pcie/config_space.h"
 #include "kx_pcie/tunnel.h"
 
 namespace {
@@ -50,23 +49,8 @@ int32_t pcie_dbi_ro_wr_en(uint32_t ep_no, uint32_t enable) {
 }
 
 int32_t pcie_find_ext_capability_directly(uint64_t base, uint16_t id, uint16_t vsec_id, uint32_t* offset) {
-  const auto read = [base](uint32_t at, uint32_t* value) { return read_val_from_kx(base + at, value); };
-  const pcie_walk_result found =
-      pcie_capability_walk(pcie_capability_list::extended, read, [&](uint32_t at, uint32_t header) -> int32_t {
-        uint32_t vsec = vsec_id;
-        if ((header & 0xFFFF) != id) {
-          return 0;
-        }
-        if (id == PCI_EXT_CAP_ID_VNDR) {
-          if (at + 4 >= PCIE_CFG_SIZE) {
-            return 0;
-          }
-          if (const int32_t error = read(at + 4, &vsec); error != 0) {
-            return error;
-          }
-        }
-        return (vsec & 0xFFFF) == vsec_id ? 1 : 0;
-      });
+  const pcie_walk_result found = pcie_ext_capability_walk(
+      [base](uint32_t at, uint32_t* value) { return read_val_from_kx(base + at, value); }, id, vsec_id);
   switch (found.end) {
     case pcie_walk_end::found:
       *offset = found.offset;

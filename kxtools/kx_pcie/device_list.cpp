@@ -18,7 +18,7 @@ void describe_switch(const char* entry, const std::string& class_path, uint32_t 
   if (pcie_sbdf_parse(&node.sbdf, entry) != 0) {
     return;
   }
-  if (kxtools_hex_file_read(class_path, &node.class_code) != kxtools_hex_file::read) {
+  if (kxtools_hex_file_read(class_path, &node.class_code) != kxtools_file_state::read) {
     kx_print("get classcode failed!\n");
     return;
   }
@@ -73,16 +73,16 @@ bool visit(const char* entry, pcie_device_list* list) {
   }
   uint32_t vendor = 0;
   uint32_t device = 0;
-  const kxtools_hex_file vendor_state = kxtools_hex_file_read(folder + "/vendor", &vendor);
-  const kxtools_hex_file device_state = kxtools_hex_file_read(device_path, &device);
-  if (vendor_state == kxtools_hex_file::absent || device_state == kxtools_hex_file::absent) {
+  const kxtools_file_state vendor_state = kxtools_hex_file_read(folder + "/vendor", &vendor);
+  const kxtools_file_state device_state = kxtools_hex_file_read(device_path, &device);
+  if (vendor_state == kxtools_file_state::absent || device_state == kxtools_file_state::absent) {
     return true;
   }
-  if (vendor_state == kxtools_hex_file::unreadable) {
+  if (vendor_state == kxtools_file_state::unreadable) {
     kx_print("get vendor failed!\n");
     return true;
   }
-  if (device_state == kxtools_hex_file::unreadable) {
+  if (device_state == kxtools_file_state::unreadable) {
     kx_print("get device failed!\n");
     return true;
   }
@@ -121,10 +121,9 @@ void print_functions_below(const pcie_switch_node* parent, const pcie_device_lis
     if (parent_of(function, list) != parent) {
       continue;
     }
-    char text[13];
-    kxtools_sbdf_text(function.sbdf, text);
-    kx_print("%s[%zu] %s  %04x:%04x  class %06x  vf %04x\n", parent == nullptr ? "" : "    ", i, text, function.vendor,
-             function.device, function.class_code, function.vf_device);
+    kx_print("%s[%zu] %s  %04x:%04x  class %06x  vf %04x\n", parent == nullptr ? "" : "    ", i,
+             kxtools_sbdf_text(function.sbdf).text, function.vendor, function.device, function.class_code,
+             function.vf_device);
   }
 }
 
@@ -148,9 +147,8 @@ int32_t pcie_device_list_scan(pcie_device_list* list) {
 
 void pcie_device_list_print(const pcie_device_list& list) {
   for (const pcie_switch_node& node : list.switches) {
-    char text[13];
-    kxtools_sbdf_text(node.sbdf, text);
-    kx_print("switch %s  %04x:%04x  class %06x\n", text, node.vendor, node.device, node.class_code);
+    kx_print("switch %s  %04x:%04x  class %06x\n", kxtools_sbdf_text(node.sbdf).text, node.vendor, node.device,
+             node.class_code);
     print_functions_below(&node, list);
   }
   print_functions_below(nullptr, list);

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 
-#include "common/report.h"
 #include "common/signals.h"
 #include "lock_file.h"
 
@@ -20,11 +19,6 @@ bool link_try(int fd) {
 }  // namespace
 
 bool link_lock::take() {
-  constexpr const char* NAME = "pcie_link_lockfile";
-  const lock_file_result result = lock_file_take(NAME, &fd_, link_try);
-  if (result != lock_file_result::held) {
-    kx_error_print("the lock of the link, %s, %s\n", NAME,
-                   result == lock_file_result::busy ? "is still held by another process" : "cannot be opened");
-  }
-  return result == lock_file_result::held;
+  fd_ = lock_file_take_or_tell("link", "pcie_link_lockfile", link_try);
+  return static_cast<bool>(fd_);
 }

@@ -1,10 +1,6 @@
 #include "lock_file.h"
 
-#include <fcntl.h>
-
-#include <cstdio>
-
-#include "common/shared_file.h"
+#include "common/report.h"
 
 namespace {
 
@@ -19,23 +15,16 @@ constexpr kx_wait_limit LIMIT = {.step_us = 100, .looks = 400000};
 
 }  // namespace
 
-lock_file_result lock_file_take(const char* name, kx_unique_fd* fd, bool (*try_lock)(int fd)) {
-  char path[64];
-  snprintf(path, sizeof path, "%s/%s", LOCK_FOLDER, name);
-  for (;;) {
-    kx_shared_file file = kx_shared_file_open(LOCK_FOLDER, name, O_RDWR | O_CREAT, LOCK_FOLDER_MODE, LOCK_FILE_MODE);
-    if (file.step == kx_shared_file_step::open_file) {
-      return lock_file_result::no_file;
-    }
-    if (file.step != kx_shared_file_step::opened) {
-      return lock_file_result::no_folder;
-    }
-    if (kx_lock_wait(file.fd.get(), path, LIMIT, try_lock) != kx_waited::done) {
-      return lock_file_result::busy;
-    }
-    if (!kx_shared_file_is_removed(file.fd.get())) {
-      *fd = std::move(file.fd);
-      return lock_file_result::held;
-    }
+kx_shared_file lock_file_take(const char* name, bool (*try_lock)(int fd)) {
+  return kx_shared_lock_take(LOCK_FOLDER, name, LOCK_FOLDER_MODE, LOCK_FILE_MODE, LIMIT, try_lock);
+}
+
+kx_unique_fd lock_file_take_or_tell(const char* what, const char* name, bool (*try_lock)(int fd)) {
+  kx_shared_file file = lock_file_take(name, try_lock);
+  if (!file.fd) {
+    kx_error_print(
+        "the lock of the %s, %s, %s\n", what, name,
+        file.step == kx_shared_file_step::lock_file ? "is still held by another process" : "cannot be opened");
   }
+  return std::move(file.fd);
 }

@@ -3,10 +3,10 @@
 #pragma once
 
 #include "common/lock_wait.h"
-#include "common/unique_fd.h"
-
-enum class lock_file_result { held, no_folder, no_file, busy };
 
 /// Opens the lock file `name` and waits for its lock, at most a minute; after a second a line on standard error says
-/// who holds it. `try_lock` is as for kx_lock_wait. The lock lasts as long as `fd` or until it is given back.
-lock_file_result lock_file_take(const char* name, kx_unique_fd* fd, bool (*try_lock)(int fd) = kx_flock_exclusive);
+/// who holds it. `try_lock` is as for kx_lock_wait. The lock lasts as long as the descriptor or until it is given back.
+kx_shared_file lock_file_take(const char* name, bool (*try_lock)(int fd) = kx_flock_exclusive);
+
+/// The same, with a line on standard error when the lock, which is that of the `what`, cannot be had.
+kx_unique_fd lock_file_take_or_tell(const char* what, const char* name, bool (*try_lock)(int fd) = kx_flock_exclusive);

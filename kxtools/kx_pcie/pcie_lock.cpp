@@ -6,20 +6,21 @@
 #include "lock_file.h"
 
 bool pcie_lock::take() {
-  switch (lock_file_take("pcie_catool_lockfile", &fd_)) {
-    case lock_file_result::held:
+  kx_shared_file file = lock_file_take("pcie_catool_lockfile");
+  switch (file.step) {
+    case kx_shared_file_step::opened:
+      fd_ = std::move(file.fd);
       return true;
-    case lock_file_result::no_file:
+    case kx_shared_file_step::open_file:
       kx_print("open lock_file failed\n");
       return false;
-    case lock_file_result::no_folder:
-      kx_print("create kxpcie_log dir failed\n");
-      return false;
-    case lock_file_result::busy:
+    case kx_shared_file_step::lock_file:
       kx_print("lock file failed\n");
       return false;
+    default:
+      kx_print("create kxpcie_log dir failed\n");
+      return false;
   }
-  return false;
 }
 
 void pcie_lock::release() {

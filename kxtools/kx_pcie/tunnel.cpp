@@ -5,7 +5,6 @@
 
 #include "common/report.h"
 #include "forbidden_address.h"
-#include "kx_pcie/bind.h"
 #include "kx_pcie/card_lock.h"
 #include "kx_pcie/config_space.h"
 #include "kx_pcie/pcie_lock.h"
@@ -43,6 +42,7 @@ constexpr uint32_t MODE_MAX = 3;
 constexpr uint32_t MODE_CHECKED = 0;      // the address is checked
 constexpr uint32_t MODE_PLAIN_WRITE = 1;  // the only mode in which writes are not checked
 
+kxtools_sbdf bound_sbdf = KXTOOLS_SBDF_NONE;
 uint32_t access_mode = MODE_CHECKED;
 uint32_t secure_mode = 0;
 bool sleeps_are_short = false;
@@ -166,41 +166,35 @@ int32_t open_secure_channel(kxtools_sbdf sbdf) {
   return result != 0 ? result : pcie_tunnel_status_exchange(sbdf);
 }
 
-// Sets the card address and moves one word with `command`. The caller holds the lock file.
-int32_t transfer_word(uint64_t address, uint32_t mode, uint32_t command, uint32_t* value) {
-  const kxtools_sbdf sbdf = pcie_bound_sbdf_get();
-  if (is_secure()) {
-    const int32_t result = open_secure_channel(sbdf);
-    if (result != 0) {
-      return result;
-    }
+// Moves one word between `*value` and card memory with `command`; the caller holds the lock file. Secure mode ends an
+// access by asking whether it succeeded: `refused` is set when the card says that it did not.
+int32_t transfer_word(uint64_t address, uint32_t mode, uint32_t command, uint32_t* value, bool* refused) {
+  int32_t result = is_secure() ? open_secure_channel(bound_sbdf) : 0;
+  if (result != 0) {
+    return result;
   }
   if (mode == MODE_CHECKED && pcie_address_is_forbidden(address)) {
     kx_print("Addr[0x%llX] is invalid!!!\n", static_cast<unsigned long long>(address));
     return -1;
   }
   uint32_t low = static_cast<uint32_t>(address);
-  const int32_t result = vpd_tracsport_once(sbdf, set_address_command(address, mode), &low);
-  return result != 0 ? result : vpd_tracsport_once(sbdf, command, value);
-}
-
-// Secure mode ends an access by asking whether it succeeded. `failed` is set when the card says that it did not.
-int32_t close_secure_channel(bool* failed) {
+  result = vpd_tracsport_once(bound_sbdf, set_address_command(address, mode), &low);
+  if (result == 0) {
+    result = vpd_tracsport_once(bound_sbdf, command, value);
+  }
   uint32_t status = STATUS_GOOD;
-  const int32_t result = is_secure() ? read_status(pcie_bound_sbdf_get(), &status) : 0;
-  *failed = result == 0 && status != STATUS_GOOD;
-  return *failed ? -1 : result;
+  if (result == 0 && is_secure()) {
+    result = read_status(bound_sbdf, &status);
+  }
+  *refused = result == 0 && status != STATUS_GOOD;
+  return *refused ? -1 : result;
 }
 
 int32_t read_locked(uint64_t address, uint32_t* value) {
   uint32_t word = 0;
-  int32_t result = transfer_word(address, access_mode, READ_WORD, &word);
-  if (result != 0) {
-    return result;
-  }
-  bool failed = false;
-  result = close_secure_channel(&failed);
-  if (failed) {
+  bool refused = false;
+  const int32_t result = transfer_word(address, access_mode, READ_WORD, &word, &refused);
+  if (refused) {
     kx_print("Read addr[0x%llX] val from kx failed\n", static_cast<unsigned long long>(address));
   }
   if (result == 0) {
@@ -212,20 +206,16 @@ int32_t read_locked(uint64_t address, uint32_t* value) {
 int32_t write_locked(uint64_t address, uint32_t value) {
   const uint32_t mode = access_mode == MODE_PLAIN_WRITE ? MODE_PLAIN_WRITE : MODE_CHECKED;
   uint32_t word = value;
-  int32_t result = transfer_word(address, mode, WRITE_WORD, &word);
-  if (result != 0) {
-    return result;
-  }
-  bool failed = false;
-  result = close_secure_channel(&failed);
-  if (failed) {
+  bool refused = false;
+  const int32_t result = transfer_word(address, mode, WRITE_WORD, &word, &refused);
+  if (refused) {
     kx_print("write val[0x%X] to kx addr[0x%llX] failed\n", value, static_cast<unsigned long long>(address));
   }
   return result;
 }
 
 bool take_bound(pcie_lock* lock) {
-  if (pcie_bound_sbdf_get() == KXTOOLS_SBDF_NONE) {
+  if (bound_sbdf == KXTOOLS_SBDF_NONE) {
     kx_print("It does not bind to any pcie device,Please bind kx device!\n");
     return false;
   }
@@ -237,6 +227,14 @@ bool take_bound(pcie_lock* lock) {
 }
 
 }  // namespace
+
+kxtools_sbdf pcie_bound_sbdf_get() {
+  return bound_sbdf;
+}
+
+void pcie_bound_sbdf_set(kxtools_sbdf sbdf) {
+  bound_sbdf = sbdf;
+}
 
 int32_t vpd_tracsport_once(kxtools_sbdf sbdf, uint32_t command, uint32_t* data) {
   uint32_t capability = 0;

@@ -14,18 +14,24 @@
 
 class test_bar {
  public:
-  explicit test_bar(size_t size) {
+  explicit test_bar(size_t size) : size_(size) {
     fd_.reset(memfd_create("test_bar", MFD_CLOEXEC));
     EXPECT_EQ(ftruncate(fd_.get(), static_cast<off_t>(size)), 0);
-    tool_ = kx_mapping(map(size), size);
-    card_ = kx_mapping(map(size), size);
+    tool_ = map();
+    card_ = map();
+  }
+  test_bar(const test_bar&) = delete;
+  test_bar& operator=(const test_bar&) = delete;
+  ~test_bar() {
+    munmap(tool_, size_);
+    munmap(card_, size_);
   }
   kx_mmio_region tool() const {
-    return {static_cast<volatile uint8_t*>(tool_.data()), tool_.size()};
+    return {static_cast<volatile uint8_t*>(tool_), size_};
   }
   /// One more mapping, which the tool gives back itself.
   kx_mmio_region map_for_owner() const {
-    return {static_cast<volatile uint8_t*>(map(tool_.size())), tool_.size()};
+    return {static_cast<volatile uint8_t*>(map()), size_};
   }
   /// The card's side: one word, ordered after everything the other side wrote before.
   uint32_t read(size_t offset) const {
@@ -50,15 +56,16 @@ class test_bar {
   }
 
  private:
-  void* map(size_t size) const {
-    void* data = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd_.get(), 0);
+  void* map() const {
+    void* data = mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_SHARED, fd_.get(), 0);
     EXPECT_NE(data, MAP_FAILED);
     return data;
   }
   uint32_t* word(size_t offset) const {
-    return reinterpret_cast<uint32_t*>(static_cast<uint8_t*>(card_.data()) + offset);
+    return reinterpret_cast<uint32_t*>(static_cast<uint8_t*>(card_) + offset);
   }
   kx_unique_fd fd_;
-  kx_mapping tool_;
-  kx_mapping card_;
+  size_t size_;
+  void* tool_ = nullptr;
+  void* card_ = nullptr;
 };

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "../printed.h"
-#include "kx_pcie/bind.h"
 #include "kx_pcie/card_lock.h"
 #include "kx_pcie/config_space.h"
 #include "kx_pcie/controller_space.h"
@@ -84,10 +83,6 @@ struct fake_card {
 fake_card* card = nullptr;
 
 }  // namespace
-
-kxtools_sbdf pcie_bound_sbdf_get() {
-  return card->bound;
-}
 
 int32_t pcie_find_capability(kxtools_sbdf, uint8_t id) {
   EXPECT_EQ(id, 3);
@@ -166,6 +161,7 @@ class TunnelTest : public testing::Test {
  protected:
   TunnelTest() {
     card = &card_;
+    pcie_bound_sbdf_set(card_.bound);
     set_wr_mode(0);
     set_secure_mode(0);
   }

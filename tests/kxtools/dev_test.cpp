@@ -1,6 +1,6 @@
 // Devices: addresses, what the kernel's files say, and the user's choice.
 #include "device/address.h"
-#include "device/bar.h"
+#include "device/bar_map.h"
 #include "device/function.h"
 #include "device/interfaces.h"
 #include "device/sysfs.h"
@@ -94,9 +94,7 @@ TEST(PciAddress, ReadsTheTextForm) {
     EXPECT_EQ(printed([&] { EXPECT_EQ(pcie_sbdf_parse(&sbdf, c.text), c.result) << c.text; }), c.said) << c.text;
     EXPECT_EQ(sbdf, c.sbdf) << c.text;
   }
-  char text[13];
-  kxtools_sbdf_text(0xabcd3bff, text);
-  EXPECT_STREQ(text, "abcd:3b:1f.7");
+  EXPECT_STREQ(kxtools_sbdf_text(0xabcd3bff).text, "abcd:3b:1f.7");
 }
 
 TEST(DeviceWord, IsCheckedBeforeItBuildsAPath) {

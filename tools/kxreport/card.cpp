@@ -76,9 +76,7 @@ bool card_find(const char* word, card_place* place, std::string* why) {
   kxtools_card_interfaces(&interfaces);
   const std::string full = kxtools_is_short_address(word) ? std::string("0000:") + word : word;
   if (kxtools_sbdf_read(full.c_str(), &place->sbdf)) {
-    char text[13];
-    kxtools_sbdf_text(place->sbdf, text);
-    place->address = text;
+    place->address = kxtools_sbdf_text(place->sbdf).text;
     if (access(kxtools_function_path(place->sbdf).c_str(), F_OK) != 0) {
       *why = "there is no such PCI function";
       return false;
@@ -91,9 +89,7 @@ bool card_find(const char* word, card_place* place, std::string* why) {
       *why = kxtools_interface_exists(word) ? "is no interface of such a card" : "there is no such interface";
       return false;
     }
-    char text[13];
-    kxtools_sbdf_text(found->sbdf, text);
-    *place = {.device = word, .address = text, .sbdf = found->sbdf};
+    *place = {.device = word, .address = kxtools_sbdf_text(found->sbdf).text, .sbdf = found->sbdf};
   }
   if (!kxtools_function_is_supported(place->sbdf)) {
     *why = "is no function of such a card";

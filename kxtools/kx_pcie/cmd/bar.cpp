@@ -1,12 +1,11 @@
 #include "bar.h"
 
 #include <cinttypes>
-#include <cstdio>
 #include <cstring>
 #include <string>
 
 #include "common/report.h"
-#include "device/bar.h"
+#include "device/bar_map.h"
 #include "device/function.h"
 #include "device/sysfs.h"
 #include "kx_pcie/config_space.h"
@@ -56,28 +55,20 @@ bool kxpcie_bar_window::open(kxpcie_target& target, uint32_t index, uint64_t off
   if (!target.good()) {
     return false;
   }
-  char function[13];
-  kxtools_sbdf_text(target.sbdf(), function);
+  const kxtools_sbdf_name function = kxtools_sbdf_text(target.sbdf());
   const std::string path = kxtools_function_path(target.sbdf(), "resource") + std::to_string(index);
   const kxtools_bar_mapping mapping = kxtools_bar_map(path.c_str(), bar.address, offset, length, write);
-  switch (mapping.step) {
-    case kxtools_bar_step::mapped:
-      break;
-    case kxtools_bar_step::length:
-      KXPCIE_FAIL(target, "file %s ends before 0x%" PRIx64, path.c_str(), offset + length);
-      return false;
-    case kxtools_bar_step::open:
-      KXPCIE_FAIL(target, "open file %s failed: %s", path.c_str(), strerror(mapping.error));
-      kxtools_bar_refusal_tell(function, path.c_str(), mapping.error);
-      return false;
-    case kxtools_bar_step::map:
-      KXPCIE_FAIL(target, "file %s: mmap failed: %s", path.c_str(), strerror(mapping.error));
-      kxtools_bar_refusal_tell(function, path.c_str(), mapping.error);
-      return false;
+  if (mapping.step == kxtools_bar_step::length) {
+    KXPCIE_FAIL(target, "file %s ends before 0x%" PRIx64, path.c_str(), offset + length);
+    return false;
   }
-  char name[32];
-  snprintf(name, sizeof name, "%s BAR %u", function, index);
-  mapping_.reset(const_cast<uint8_t*>(mapping.address), length, name);
+  if (mapping.step != kxtools_bar_step::mapped) {
+    KXPCIE_FAIL(target, mapping.step == kxtools_bar_step::open ? "open file %s failed: %s" : "file %s: mmap failed: %s",
+                path.c_str(), strerror(mapping.error));
+    kxtools_bar_refusal_tell(function.text, path.c_str(), mapping.error);
+    return false;
+  }
+  mapping_.reset(const_cast<uint8_t*>(mapping.address), length, kx_text("%s BAR %u", function.text, index).c_str());
   region_ = {mapping.address, length};
   return true;
 }

@@ -1,10 +1,10 @@
 // Everything that can be told about the function without disturbing it, in one file.
 #include <cerrno>
 #include <cstring>
-#include <ctime>
 #include <iterator>
 
 #include "actions.h"
+#include "common/clock.h"
 #include "common/progress_bar.h"
 #include "common/report.h"
 #include "common/result_file.h"
@@ -34,16 +34,6 @@ constexpr section SECTIONS[] = {
     {"configuration space", kxpcie_cfg_whole},
 };
 
-void head_write(FILE* out, kxtools_sbdf sbdf) {
-  char function[13];
-  kxtools_sbdf_text(sbdf, function);
-  const time_t now = time(nullptr);
-  struct tm utc = {};
-  gmtime_r(&now, &utc);
-  fprintf(out, "PCI Express state of %s, %04d-%02d-%02d %02d:%02d:%02d UTC\n", function, utc.tm_year + 1900,
-          utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
-}
-
 }  // namespace
 
 void kxpcie_black_box(kxpcie_target& target, kxpcie_words words) {
@@ -53,7 +43,7 @@ void kxpcie_black_box(kxpcie_target& target, kxpcie_words words) {
     KXPCIE_FAIL(target, "cannot make %s: %s", words[0], strerror(errno));
     return;
   }
-  head_write(file.stream(), target.sbdf());
+  fprintf(file.stream(), "PCI Express state of %s, %s\n", kxtools_sbdf_text(target.sbdf()).text, kx_utc_text().c_str());
   size_t missing = 0;
   {
     kx_progress_bar progress("black box", std::size(SECTIONS));

@@ -21,8 +21,8 @@ struct kxpcie_command {
   uint8_t permission;  ///< 0 for what only reads, 1 for what writes to the function or changes how it is accessed
   uint8_t words_min;
   uint8_t words_max;
-  kxpcie_run_fn run;        ///< null for a report
-  kxpcie_report_fn report;  ///< takes no words
+  kxpcie_run_fn run;                  ///< null for a report
+  kxpcie_report_fn report = nullptr;  ///< takes no words
 };
 
 /// May follow the words of a command whose help names it, and does not count among them.

@@ -65,10 +65,8 @@ kxpcie_margining::~kxpcie_margining() {
   // The port first: power saving is switched on from above.
   for (const link_end* end : {&port_, &own_}) {
     if (!end_restore(*end)) {
-      char name[13];
-      kxtools_sbdf_text(end->sbdf, name);
-      KXTOOLS_ERR("the link settings of %s could not be restored: link control 0x%04x, link control 2 0x%04x\n", name,
-                  end->control, end->control_2);
+      KXTOOLS_ERR("the link settings of %s could not be restored: link control 0x%04x, link control 2 0x%04x\n",
+                  kxtools_sbdf_text(end->sbdf).text, end->control, end->control_2);
     }
   }
 }

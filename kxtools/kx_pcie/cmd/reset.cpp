@@ -100,8 +100,8 @@ std::string reset_run(const char* function, const function_files& files) {
 }  // namespace
 
 void kxpcie_flr(kxpcie_target& target, kxpcie_words words) {
-  char function[13];
-  kxtools_sbdf_text(target.sbdf(), function);
+  const kxtools_sbdf_name name = kxtools_sbdf_text(target.sbdf());
+  const char* const function = name.text;
   function_files files;
   reset_check(target, function, words[0], &files);
   if (!target.good()) {

@@ -52,11 +52,9 @@ uint32_t training_wait(kxpcie_target& port, uint32_t express) {
 }
 
 void link_show(kxpcie_target& port, uint32_t status, const char* what) {
-  char name[13];
-  kxtools_sbdf_text(port.sbdf(), name);
   if (port.good()) {
-    kx_print("port %s: link at %s x%u%s\n", name, pcie_speed_text(pcie_link_speed(status)), pcie_link_width(status),
-             what);
+    kx_print("port %s: link at %s x%u%s\n", kxtools_sbdf_text(port.sbdf()).text,
+             pcie_speed_text(pcie_link_speed(status)), pcie_link_width(status), what);
   }
 }
 

@@ -1,8 +1,6 @@
 #include "target.h"
 
 #include <array>
-#include <cstdarg>
-#include <cstdio>
 
 #include "common/little_endian.h"
 #include "common/report.h"
@@ -10,43 +8,24 @@
 #include "kx_pcie/card_lock.h"
 #include "kx_pcie/config_space.h"
 
-void kxpcie_target::fail(const char* function, int line, const char* format, ...) {
-  if (!good()) {
-    return;
+void kxpcie_target::fail(const char* function, int line, std::string text) {
+  if (good()) {
+    failure_ = {-1, function, line, std::move(text)};
   }
-  char text[512];
-  va_list args;
-  va_start(args, format);
-  vsnprintf(text, sizeof text, format, args);
-  va_end(args);
-  result_ = -1;
-  function_ = function;
-  line_ = line;
-  text_ = text;
 }
 
 bool kxpcie_target::check(int32_t result) {
   if (good()) {
-    result_ = result;
+    failure_.result = result;
   }
   return good();
 }
 
-void kxpcie_target::adopt(const kxpcie_target& other) {
-  if (!good() || other.good()) {
-    return;
-  }
-  result_ = other.result_;
-  function_ = other.function_;
-  line_ = other.line_;
-  text_ = other.text_;
-}
-
 int32_t kxpcie_target::end() const {
-  if (!text_.empty()) {
-    kx_line_print(KX_STYLE_KXTOOLS_ERR, function_, line_, "%s\n", text_.c_str());
+  if (!failure_.text.empty()) {
+    kx_line_print(KX_STYLE_KXTOOLS_ERR, failure_.function, failure_.line, "%s\n", failure_.text.c_str());
   }
-  return result_;
+  return failure_.result;
 }
 
 uint32_t kxpcie_target::dword(uint32_t offset) {
@@ -103,7 +82,7 @@ std::vector<kxpcie_capability> kxpcie_target::capabilities(bool extended) {
       extended ? pcie_capability_list::extended : pcie_capability_list::standard,
       [this](uint32_t offset, uint32_t* value) {
         *value = dword(offset);
-        return result_;
+        return failure_.result;
       },
       [&list, extended](uint32_t offset, uint32_t header) {
         const uint16_t id = static_cast<uint16_t>(extended ? PCI_EXT_CAP_ID(header) : header & 0xFF);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "common/text.h"
 #include "device/address.h"
 #include "kx_pcie/registers.h"
 
@@ -26,20 +27,22 @@ class kxpcie_target {
     return sbdf_;
   }
   bool good() const {
-    return result_ == 0;
+    return failure_.result == 0;
   }
   /// Keeps a failure with its line; KXPCIE_FAIL adds who found it.
-  [[gnu::format(printf, 4, 5)]] void fail(const char* function, int line, const char* format, ...);
+  void fail(const char* function, int line, std::string text);
   /// Keeps the result of a layer below, which has printed its own line when it is not 0. Returns good().
   bool check(int32_t result);
   bool check(bool done) {
     return check(done ? 0 : -1);
   }
   /// Takes over the failure of another function's, such as the port's above.
-  void adopt(const kxpcie_target& other);
+  void adopt(const kxpcie_target& other) {
+    failure_ = good() ? other.failure_ : failure_;
+  }
   /// Why it failed, for a longer line.
   const char* reason() const {
-    return text_.empty() ? "configuration access failed" : text_.c_str();
+    return failure_.text.empty() ? "configuration access failed" : failure_.text.c_str();
   }
   /// Prints the line of a failure, if it has one. Returns 0 or the negative result.
   int32_t end() const;
@@ -60,11 +63,14 @@ class kxpcie_target {
   uint32_t find(bool extended, uint16_t id);
 
  private:
+  struct failure {
+    int32_t result = 0;
+    const char* function = "";
+    int line = 0;
+    std::string text;
+  };
   kxtools_sbdf sbdf_;
-  int32_t result_ = 0;
-  const char* function_ = "";
-  int line_ = 0;
-  std::string text_;
+  failure failure_;
 };
 
-#define KXPCIE_FAIL(target, ...) (target).fail(__func__, __LINE__, __VA_ARGS__)
+#define KXPCIE_FAIL(target, ...) (target).fail(__func__, __LINE__, kx_text(__VA_ARGS__))

@@ -7,11 +7,9 @@
 #include "common/little_endian.h"
 #include "common/printable.h"
 #include "common/report.h"
-#include "device/address.h"
 #include "device/interfaces.h"
 #include "device/sysfs.h"
 #include "kx_pcie/capability_walk.h"
-#include "kx_pcie/config_space.h"
 #include "port/port.h"
 #include "startup/words.h"
 
@@ -46,10 +44,7 @@ const char* kind_text(const std::string& function) {
   if (pcie_is_silence(command)) {
     return "silent";
   }
-  const pcie_walk_result sriov =
-      pcie_capability_walk(pcie_capability_list::extended, dword,
-                           [](uint32_t, uint32_t header) { return (header & 0xFFFF) == PCI_EXT_CAP_ID_SRIOV ? 1 : 0; });
-  switch (sriov.end) {
+  switch (pcie_ext_capability_walk(dword, PCI_EXT_CAP_ID_SRIOV, 0).end) {
     case pcie_walk_end::found:
       return "physical";
     case pcie_walk_end::failed:
@@ -60,15 +55,14 @@ const char* kind_text(const std::string& function) {
 }
 
 void interface_print(const kxtools_card_interface& interface) {
-  char address[13];
-  kxtools_sbdf_text(interface.sbdf, address);
-  const std::string function = std::string(KXTOOLS_PCI_DEVICES) + "/" + address;
+  const std::string function = kxtools_function_path(interface.sbdf);
   const std::string net = std::string(KXTOOLS_NET_CLASS) + "/" + interface.name;
   const std::string identity =
       shown(kxtools_file_line(function + "/vendor")) + ":" + shown(kxtools_file_line(function + "/device"));
-  kx_print("%-15s %-12s %-13s %-8s %-16s %-17s %s\n", shown(interface.name).c_str(), address, identity.c_str(),
-           kind_text(function), shown(kxtools_link_name(function + "/driver")).c_str(),
-           shown(kxtools_file_line(net + "/address")).c_str(), shown(kxtools_file_line(net + "/operstate")).c_str());
+  kx_print("%-15s %-12s %-13s %-8s %-16s %-17s %s\n", shown(interface.name).c_str(),
+           kxtools_sbdf_text(interface.sbdf).text, identity.c_str(), kind_text(function),
+           shown(kxtools_link_name(function + "/driver")).c_str(), shown(kxtools_file_line(net + "/address")).c_str(),
+           shown(kxtools_file_line(net + "/operstate")).c_str());
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <string>
 
-#include "kx_pcie/bind.h"
 #include "kx_pcie/config_space.h"
+#include "kx_pcie/tunnel.h"
 #include "registers/registers.h"
 
 namespace {

@@ -25,7 +25,7 @@ int kxtool_nic_bdf_get(kxtool_device* device) {
   if (device->wire->find(device->name, &device->sbdf) != 0) {
     return -1;
   }
-  kxtools_sbdf_text(device->sbdf, device->sbdf_text);
+  memcpy(device->sbdf_text, kxtools_sbdf_text(device->sbdf).text, sizeof device->sbdf_text);
   return 0;
 }
 

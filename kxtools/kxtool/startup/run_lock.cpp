@@ -1,13 +1,10 @@
 #include "startup/run_lock.h"
 
-#include <fcntl.h>
-
 #include <atomic>
-#include <cstdio>
 
 #include "common/lock_wait.h"
 #include "common/report.h"
-#include "common/shared_file.h"
+#include "common/text.h"
 #include "device/card_lock.h"
 #include "startup/exit.h"
 
@@ -27,7 +24,7 @@ void give_back(std::atomic<int>* lock) {
   kx_unique_fd(lock->exchange(-1)).reset();  // the kernel drops a lock with its last descriptor
 }
 
-void report_failure(const kx_shared_file& file, const char* path) {
+void report_failure(const kx_shared_file& file, const char* name) {
   switch (file.step) {
     case kx_shared_file_step::stat_folder:
       KXTOOLS_ERR("stat failed KXTS_LOCK_PATH %s: errno%d\n", KXTS_LOCK_PATH, file.error);
@@ -39,7 +36,7 @@ void report_failure(const kx_shared_file& file, const char* path) {
       KXTOOLS_ERR("chmod failed: %d\n", file.error);
       break;
     default:
-      KXTOOLS_ERR("fopen err! try to open %s err ! \n ", path);
+      KXTOOLS_ERR("fopen err! try to open %s/%s err ! \n ", KXTS_LOCK_PATH, name);
       break;
   }
 }
@@ -47,25 +44,18 @@ void report_failure(const kx_shared_file& file, const char* path) {
 }  // namespace
 
 int kxtool_flock_lock(const kxtool_device& device) {
-  char name[32];
-  char path[64];
-  snprintf(name, sizeof name, "kxts_lock_%.*s", LOCK_NAME_CHARS, device.wire->name(device));
-  snprintf(path, sizeof path, "%s/%s", KXTS_LOCK_PATH, name);
-  for (;;) {
-    kx_shared_file file = kx_shared_file_open(KXTS_LOCK_PATH, name, O_RDWR | O_CREAT, FOLDER_MODE, LOCK_MODE);
-    if (!file.fd) {
-      report_failure(file, path);
-      return -1;
-    }
-    if (kx_lock_wait(file.fd.get(), path, LIMIT, kx_flock_exclusive) != kx_waited::done) {
-      KXTOOLS_ERR("device %s is still in use by another kxtool command!\n", device.name);
-      return -1;
-    }
-    if (!kx_shared_file_is_removed(file.fd.get())) {
-      lock_fd = file.fd.release();
-      return KXTOOL_LOCK_TAKEN;
-    }
+  const std::string name = kx_text("kxts_lock_%.*s", LOCK_NAME_CHARS, device.wire->name(device));
+  kx_shared_file file = kx_shared_lock_take(KXTS_LOCK_PATH, name.c_str(), FOLDER_MODE, LOCK_MODE, LIMIT);
+  if (file.step == kx_shared_file_step::lock_file) {
+    KXTOOLS_ERR("device %s is still in use by another kxtool command!\n", device.name);
+    return -1;
   }
+  if (!file.fd) {
+    report_failure(file, name.c_str());
+    return -1;
+  }
+  lock_fd = file.fd.release();
+  return KXTOOL_LOCK_TAKEN;
 }
 
 bool kxtool_card_take(const kxtool_device& device, bool alone) {

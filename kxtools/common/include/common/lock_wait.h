@@ -1,6 +1,7 @@
 // Waiting for a lock that another process holds, and naming that process.
 #pragma once
 
+#include "common/shared_file.h"
 #include "common/wait.h"
 
 /// Tries until `try_lock(fd)` is true. While it is false with EWOULDBLOCK, EAGAIN or EACCES another process holds the
@@ -10,3 +11,8 @@ kx_waited kx_lock_wait(int fd, const char* path, const kx_wait_limit& limit, boo
 
 /// Tries for an exclusive lock on the whole file, for kx_lock_wait.
 bool kx_flock_exclusive(int fd);
+
+/// Opens the lock file `name` as kx_shared_file_open does and waits for its lock; one that was removed meanwhile keeps
+/// nobody out and is opened anew. The lock lasts as long as the descriptor.
+kx_shared_file kx_shared_lock_take(const char* folder, const char* name, mode_t folder_mode, mode_t file_mode,
+                                   const kx_wait_limit& limit, bool (*try_lock)(int fd) = kx_flock_exclusive);

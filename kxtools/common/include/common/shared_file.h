@@ -7,7 +7,7 @@
 #include "common/unique_fd.h"
 
 /// Where opening a shared file failed; every caller has its own words for each step.
-enum class kx_shared_file_step { opened, stat_folder, make_folder, chmod_folder, open_file };
+enum class kx_shared_file_step { opened, stat_folder, make_folder, chmod_folder, open_file, lock_file };
 
 struct kx_shared_file {
   kx_unique_fd fd;

@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstddef>
+#include <optional>
 #include <span>
 
 /// By these the user, a closed terminal or a shutdown ends a program.
@@ -22,11 +23,12 @@ class kx_signal_hold {
   sigset_t former_;
 };
 
-/// Gives the ending signals and SIGPIPE a handler for as long as it lives; what is ignored stays ignored.
+/// Gives the ending signals and SIGPIPE a handler for as long as it lives; what is ignored stays ignored, but for
+/// `always`.
 class kx_signal_treatment {
  public:
   /// `flags` are those of sigaction; `signals` outlives the object and has at most five.
-  kx_signal_treatment(std::span<const int> signals, void (*handler)(int), int flags);
+  kx_signal_treatment(std::span<const int> signals, void (*handler)(int), int flags, int always = 0);
   kx_signal_treatment(const kx_signal_treatment&) = delete;
   kx_signal_treatment& operator=(const kx_signal_treatment&) = delete;
   ~kx_signal_treatment();
@@ -52,6 +54,6 @@ class kx_signal_guard {
   static int raised();
 
  private:
-  struct sigaction former_[std::size(KX_END_SIGNALS)];
-  struct sigaction former_pipe_;
+  std::optional<kx_signal_treatment> ending_;
+  std::optional<kx_signal_treatment> pipe_;
 };

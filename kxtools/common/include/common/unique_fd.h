@@ -1,10 +1,8 @@
-// Owners of what the system hands out. Each gives back in its destructor; none can be copied.
+// The owner of a descriptor: gives it back in its destructor, cannot be copied.
 #pragma once
 
-#include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstddef>
 #include <utility>
 
 /// Owns a file descriptor; -1 owns nothing.
@@ -41,44 +39,4 @@ class kx_unique_fd {
 
  private:
   int fd_ = -1;
-};
-
-/// Owns a memory mapping of `size` bytes at `data`; null owns nothing.
-class kx_mapping {
- public:
-  kx_mapping() = default;
-  kx_mapping(void* data, size_t size) : data_(data), size_(size) {}
-  kx_mapping(kx_mapping&& other) noexcept
-      : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)) {}
-  kx_mapping& operator=(kx_mapping&& other) noexcept {
-    if (this != &other) {
-      reset();
-      data_ = std::exchange(other.data_, nullptr);
-      size_ = std::exchange(other.size_, 0);
-    }
-    return *this;
-  }
-  kx_mapping(const kx_mapping&) = delete;
-  kx_mapping& operator=(const kx_mapping&) = delete;
-  ~kx_mapping() {
-    reset();
-  }
-
-  void* data() const {
-    return data_;
-  }
-  size_t size() const {
-    return size_;
-  }
-  void reset() {
-    if (data_ != nullptr) {
-      munmap(data_, size_);
-      data_ = nullptr;
-      size_ = 0;
-    }
-  }
-
- private:
-  void* data_ = nullptr;
-  size_t size_ = 0;
 };

@@ -1,4 +1,4 @@
-// PCI addresses, their text, and the way from the word that a user gives to one.
+// PCI addresses and their text.
 #pragma once
 
 #include <cstdint>
@@ -27,13 +27,13 @@ bool kxtools_sbdf_read(const char* text, kxtools_sbdf* sbdf);
 /// True for the text of a PCI address whose segment needs more than the 16 bits that a kxtools_sbdf has for it, as the
 /// kernel gives to functions behind some controllers. Nothing can be done with such a function but to name it.
 bool kxtools_sbdf_is_too_long(const char* text);
-/// Writes the 12-character text form and its terminator into `text` (13 bytes).
-void kxtools_sbdf_text(kxtools_sbdf sbdf, char (&text)[13]);
+
+/// The text of an address, such as "0000:3b:00.0".
+struct kxtools_sbdf_name {
+  char text[13];
+};
+kxtools_sbdf_name kxtools_sbdf_text(kxtools_sbdf sbdf);
 
 /// True for an address without its segment, "bb:dd.f", as other tools print the addresses of segment 0; no interface
 /// can be called so.
 bool kxtools_is_short_address(const char* word);
-
-/// Turns a PCI address text, with or without its segment, or the name of a network interface into a PCI address.
-/// Returns 0, or -1 with a message.
-int32_t kxtools_dev_name2bdf(const char* name, kxtools_sbdf* sbdf);

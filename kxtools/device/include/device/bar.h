@@ -1,4 +1,4 @@
-// BAR 0: what the kernel has against mapping it, the mapping itself, and the process-wide record of the bound function.
+// BAR 0: its mapping, and the process-wide record of the bound function.
 #pragma once
 
 #include <cstdint>
@@ -33,21 +33,6 @@ enum class kxtools_bar_use : uint8_t {
 int32_t kxtools_dev_info_set(kxtools_sbdf sbdf, kxtools_dev_info* info, kxtools_bar_use use = kxtools_bar_use::all);
 int32_t kxtools_dev_mmap(const char* sbdf_text, volatile uint8_t** address, uint64_t length);
 int32_t kxtools_dev_unmmap(volatile uint8_t* address, uint64_t length);
-
-enum class kxtools_bar_step : uint8_t { mapped, open, length, map };
-
-struct kxtools_bar_mapping {
-  kxtools_bar_step step;      ///< what failed, or mapped
-  int error;                  ///< errno of it
-  volatile uint8_t* address;  ///< of the first byte asked for; null unless mapped
-};
-
-/// Maps the pages that hold `length` bytes from byte `start` on of the BAR whose file is `path` and whose physical
-/// start is `bar_address`, without a word. kxtools_dev_unmmap of the same bytes unmaps them.
-kxtools_bar_mapping kxtools_bar_map(const char* path, uint64_t bar_address, uint64_t start, uint64_t length,
-                                    bool write);
-/// Says on standard error why the kernel refused to open or map the file `path` of a BAR, and what helps.
-void kxtools_bar_refusal_tell(const char* sbdf_text, const char* path, int error);
 
 // The record of the function that this process works on, which card memory and the modules use.
 

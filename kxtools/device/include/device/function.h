@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "device/address.h"
@@ -15,7 +16,7 @@ bool kxtools_dev_is_foreign(kxtools_sbdf sbdf);
 /// True when the function is a port of the card's own switch.
 bool kxtools_is_own_switch(kxtools_sbdf sbdf);
 /// True when the files "vendor" and "device" of a function's folder are those of a supported card function.
-bool kxtools_folder_is_supported(const char* folder);
+bool kxtools_folder_is_supported(const std::string& folder);
 
 /// True for a vendor and device pair of a supported card function.
 bool kxtools_dev_is_supported(uint32_t vendor, uint32_t device);

@@ -1,4 +1,5 @@
-// The network interfaces of the cards of this host, as the kernel's directories show them.
+// The network interfaces of the cards of this host, as the kernel's directories show them, and the way from the word
+// that a user gives to a PCI address.
 #pragma once
 
 #include <string>
@@ -23,3 +24,7 @@ bool kxtools_interface_exists(const char* name);
 /// True when `word` can be the name of a network interface and of nothing else in a path: 1 to 15 characters, no '/',
 /// not "." or "..".
 bool kxtools_is_interface_name(const char* word);
+
+/// Turns a PCI address text, with or without its segment, or the name of a network interface into a PCI address.
+/// Returns 0, or -1 with a message.
+int32_t kxtools_dev_name2bdf(const char* name, kxtools_sbdf* sbdf);

@@ -1,12 +1,9 @@
-// The PCIe module's bound function, to which all card-memory accesses go, and the list from which a user picks it.
+// Binding the PCIe module to a function, and the list from which a user picks it.
 #pragma once
 
 #include <cstdint>
 
 #include "device/address.h"
-
-/// The bound function, KXTOOLS_SBDF_NONE at start.
-kxtools_sbdf pcie_bound_sbdf_get();
 
 /// Binds a supported function for which the process-wide device record is already filled: leaves the tunnel of the
 /// function bound before in order, and checks that the card's firmware offers the interface of this module. Returns 0,

@@ -60,3 +60,20 @@ pcie_walk_result pcie_capability_walk(pcie_capability_list list, Read read, Matc
   }
   return {offset < lowest ? pcie_walk_end::no_list : pcie_walk_end::end, 0, 0};
 }
+
+/// Looks for the extended capability with that id. For id 11 (vendor-specific) the low 16 bits of the next dword must
+/// equal `vsec_id` too; one at the very end has no second dword and matches nothing.
+template <typename Read>
+pcie_walk_result pcie_ext_capability_walk(Read read, uint16_t id, uint16_t vsec_id) {
+  return pcie_capability_walk(
+      pcie_capability_list::extended, read, [&read, id, vsec_id](uint32_t offset, uint32_t header) -> int32_t {
+        uint32_t vendor = vsec_id;
+        if (PCI_EXT_CAP_ID(header) != id || (id == PCI_EXT_CAP_ID_VNDR && offset + 4 >= PCIE_CFG_SIZE)) {
+          return 0;
+        }
+        if (const int32_t error = id == PCI_EXT_CAP_ID_VNDR ? read(offset + 4, &vendor) : 0; error != 0) {
+          return error;
+        }
+        return (vendor & 0xFFFF) == vsec_id ? 1 : 0;
+      });
+}

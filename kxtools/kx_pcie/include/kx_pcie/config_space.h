@@ -8,8 +8,6 @@
 #include "device/address.h"
 #include "kx_pcie/registers.h"
 
-inline constexpr uint32_t PCIE_CFG_SIZE = 4096;  ///< bytes of configuration space; no access reaches beyond
-
 /// Reads or writes `length` bytes at `offset`. A transfer that the kernel cuts short counts as success and leaves the
 /// rest of `buffer` untouched. Returns 0, or -1 with a message, also when the bytes do not lie in configuration space.
 int32_t pcie_cfg_rw(kxtools_sbdf sbdf, bool write, uint32_t offset, uint32_t length, void* buffer);

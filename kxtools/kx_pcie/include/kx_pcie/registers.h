@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <span>
 
+inline constexpr uint32_t PCIE_CFG_SIZE = 4096;  ///< bytes of configuration space; no access reaches beyond
+
 // Extended capabilities.
 inline constexpr uint16_t PCIE_ECAP_PHYSICAL_16GT = 0x26;
 inline constexpr uint16_t PCIE_ECAP_MARGINING = 0x27;

@@ -9,6 +9,10 @@
 
 inline constexpr int32_t PCIE_TUNNEL_BUSY = -2;  ///< the channel was busy; the operation may be retried
 
+/// The bound function, to which all these accesses go; KXTOOLS_SBDF_NONE at start.
+kxtools_sbdf pcie_bound_sbdf_get();
+void pcie_bound_sbdf_set(kxtools_sbdf sbdf);
+
 /// One 32-bit word of card memory of the bound function. Return 0, -1 with a message, or PCIE_TUNNEL_BUSY with a
 /// message. The output is written only on success: a word that really holds all ones comes back with 0.
 /// In access mode 0 (and in every mode but 1 for writes) the address must be a multiple of 4, below 2^44 and in no
