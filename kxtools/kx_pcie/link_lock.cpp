@@ -13,7 +13,7 @@ bool link_try(int fd) {
     errno = ECANCELED;
     return false;
   }
-  return kx_flock_exclusive(fd);
+  return kx_flock_in_turn(fd);
 }
 
 }  // namespace

@@ -10,8 +10,7 @@ constexpr mode_t LOCK_FOLDER_MODE = 01777;
 constexpr mode_t LOCK_FILE_MODE = 0666;
 
 // Another process holds a lock for the length of one access or operation, which time-outs bound to a few seconds.
-// Waiting in short sleeps instead of in the kernel keeps a stopped holder from blocking the tool for ever.
-constexpr kx_wait_limit LIMIT = {.step_us = 100, .looks = 400000};
+constexpr kx_wait_limit LIMIT = {.step_us = 100, .looks = 60000 / KX_FLOCK_TURN_MS};
 
 }  // namespace
 
