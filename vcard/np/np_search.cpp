@@ -89,6 +89,30 @@ struct LpmAnswer {
   std::optional<uint32_t> result;
 };
 
+/// Takes the item's routes that cover the address and are longer than the answer so far. The whole bytes of the anchor
+/// stand once, then the slots: as many further bytes as byte 2 says, the length, the result.
+void search_item(const Item& item, size_t key_size, std::span<const uint8_t> address, size_t length,
+                 LpmAnswer& answer) {
+  const size_t shared = length / 8;
+  const size_t own = item[2];
+  if ((item[0] & valid_bit) == 0 || item[1] != length || shared + own > key_size) {
+    return;
+  }
+  const std::span<const uint8_t> anchor = std::span(item).subspan(8, shared);
+  std::vector<uint8_t> key(anchor.begin(), anchor.end());
+  std::span<const uint8_t> rest = std::span(item).subspan(8 + shared);
+  for (size_t i = 0; i < (item[0] & 0x0fu) && rest.size() >= own + 4; ++i) {
+    key.resize(shared);
+    key.insert(key.end(), rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(own));
+    const size_t route_length = rest[own];
+    if ((!answer.result.has_value() || route_length > answer.length) && route_length >= length &&
+        route_length <= key.size() * 8 && same_bits(key, address, route_length)) {
+      answer = {route_length, big_endian(rest.subspan(own + 1, 3))};
+    }
+    rest = rest.subspan(own + 4);
+  }
+}
+
 /// Looks through the chain of one anchor length for routes that are longer than the answer so far.
 void search_length(NpTables& tables, uint32_t base, const LpmHead& head, std::span<const uint8_t> address,
                    size_t length, LpmAnswer& answer) {
@@ -105,19 +129,7 @@ void search_length(NpTables& tables, uint32_t base, const LpmHead& head, std::sp
     const uint32_t items = lines_in_item + head.chains / 4;
     const Item item = ddr_item(tables, base, items + (next - 1) * lines_in_item);
     next = big_endian(std::span(item).subspan(4, 4));
-    const std::span<const uint8_t> slots = std::span(item).subspan(8);
-    if ((item[0] & valid_bit) == 0 || item[1] != length || !same_bits(slots, address, length)) {
-      continue;
-    }
-    const size_t slot_size = head.key_size + 4;
-    for (size_t i = 0; i < (item[0] & 0x0fu) && (i + 1) * slot_size <= slots.size(); ++i) {
-      const auto slot = slots.subspan(i * slot_size, slot_size);
-      const size_t route_length = slot[head.key_size];
-      if ((!answer.result.has_value() || route_length > answer.length) && route_length <= head.key_size * 8 &&
-          same_bits(slot, address, route_length)) {
-        answer = {route_length, big_endian(slot.subspan(head.key_size + 1, 3))};
-      }
-    }
+    search_item(item, head.key_size, address, length, answer);
   }
 }
 

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
 #include <random>
@@ -270,6 +272,29 @@ TEST_F(Route, GivesBlocksBackAsRoutesGo) {
     fill();
   }
   EXPECT_LE(life.stat().item_num, filled.item_num + filled.item_num / 8);
+}
+
+// Card memory and posts are what a route costs: items fill up, and most inserts write one row.
+TEST_F(Route, RoutesOfAFullTableShareItems) {
+  const struct {
+    uint32_t key_bytes, block_byte, len, routes_an_item;
+  } rows[] = {{4, 1, 24, 4}, {16, 3, 48, 4}, {16, 3, 64, 3}, {18, 15, 144, 3}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.key_bytes << " bytes, /" << row.len);
+    Life life({row.key_bytes, 0, 12, 64, 0, 20}, row.len);
+    const uint32_t writes = life.link_.writes;
+    uint32_t routes = 0;
+    for (; routes < 3000; routes++) {
+      prefix one{{}, row.len};
+      one.key[row.block_byte] = static_cast<uint8_t>(life.rng_() % 64);
+      std::generate(one.key.data() + row.block_byte + 1, one.key.data() + row.len / 8, std::ref(life.rng_));
+      ASSERT_EQ(life.insert(one, routes), 0u);
+    }
+    EXPECT_LE(life.link_.writes - writes, routes * 13 / 10);
+    const dpp_route_stat stat = life.stat();
+    EXPECT_GE(stat.route_num, row.routes_an_item * stat.item_num);
+    life.compare_some(200);
+  }
 }
 
 TEST_F(Route, StoreAndRecoveryGoOnWhereTheTableStood) {

@@ -59,20 +59,28 @@ bool covers(const uint8_t* prefix, uint32_t length, const route_search& s) {
   return std::equal(own, own + s.key_bytes, theirs);
 }
 
-// The routes of one item that are longer than the best so far.
+// The routes of one item that are longer than the best so far. Its bytes may be anything.
 void item_search(route_search& s, const uint8_t* item, uint32_t length) {
-  const uint32_t slot_bytes = s.key_bytes + DPP_ROUTE_SLOT_TAIL_BYTES;
-  const uint32_t slot_num = std::min((DPP_SE_ITEM_BYTES - DPP_ROUTE_SLOTS_OFFSET) / slot_bytes, item[0] & 0x0Fu);
-  if ((item[0] & DPP_ROUTE_VALID) == 0 || item[1] != length || !covers(item + DPP_ROUTE_SLOTS_OFFSET, length, s)) {
+  const uint32_t shared = length / 8;
+  const uint32_t kept = item[2];
+  if ((item[0] & DPP_ROUTE_VALID) == 0 || item[1] != length || shared + kept > s.key_bytes) {
     return;
   }
-  for (uint32_t i = 0; i < slot_num; ++i) {
-    const uint8_t* slot = item + DPP_ROUTE_SLOTS_OFFSET + size_t{i} * slot_bytes;
-    const uint32_t route_len = slot[s.key_bytes];
-    if ((!s.found || route_len > s.length) && route_len <= 8 * s.key_bytes && covers(slot, route_len, s)) {
+  uint8_t key[LPM_KEY_BYTES_MAX] = {};
+  const uint8_t* anchor = item + DPP_ROUTE_ANCHOR_OFFSET;
+  std::copy_n(anchor, shared, key);
+  const uint8_t* slot = anchor + shared;
+  const uint32_t slot_bytes = kept + DPP_ROUTE_SLOT_TAIL_BYTES;
+  const uint32_t slot_num =
+      std::min((DPP_SE_ITEM_BYTES - DPP_ROUTE_ANCHOR_OFFSET - shared) / slot_bytes, item[0] & 0x0Fu);
+  for (uint32_t i = 0; i < slot_num; ++i, slot += slot_bytes) {
+    std::copy_n(slot, kept, key + shared);
+    const uint32_t route_len = slot[kept];
+    const bool is_longer = route_len >= length && (!s.found || route_len > s.length);
+    if (is_longer && route_len <= 8 * (shared + kept) && covers(key, route_len, s)) {
       s.found = true;
       s.length = route_len;
-      s.result = dpp_se_word_get(slot + s.key_bytes) & DPP_ROUTE_RESULT_MAX;
+      s.result = dpp_se_word_get(slot + kept) & DPP_ROUTE_RESULT_MAX;
     }
   }
 }

@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr uint32_t SLOT_BITS = 448;  ///< of an item, behind its 64 bits of head
 constexpr uint32_t SQUEEZE_MOVES = 4;
 
 dpp_route_table* table_of(chw_lpm* lpm) {
@@ -59,13 +58,23 @@ uint32_t route_add(dpp_route_table* table, route_item* item, lpm_trie_node* node
   return QLIX_COMM_OK;
 }
 
-/// An item of its own for `node`, anchored at `at`.
+/// The highest node down to `at` that offers no item yet: what lies under it are more routes to fill the item with.
+lpm_trie_node* anchor_for(lpm_trie_node* at) {
+  lpm_trie_node* highest = at;
+  for (lpm_trie_node* above = at->parent; above != nullptr; above = above->parent) {
+    highest = above->item_info == nullptr ? above : highest;
+  }
+  return highest;
+}
+
+/// A new item for `node`, at `at` or above it.
 uint32_t item_open(dpp_route_table* table, lpm_trie_node* at, lpm_trie_node* node) {
   route_item* item = nullptr;
   QLIX_COMM_PASS(route_item_take(table, &item));
+  const bool empty = node->valid == 0;  // out-mode makes room at a branch point and fills it afterwards
+  at = empty ? at : anchor_for(at);
   item->anchor = at;
   item->anchor_len = static_cast<uint8_t>(at->prefix_len);
-  const bool empty = node->valid == 0;  // out-mode makes room at a branch point and fills it afterwards
   const uint32_t rc = empty ? QLIX_COMM_OK : route_add(table, item, node);
   if (rc != QLIX_COMM_OK) {
     route_item_give(table, item);
@@ -83,7 +92,7 @@ uint32_t cb_place(chw_lpm* lpm, lpm_trie_node* at, lpm_trie_node* node, uint32_t
 uint32_t cb_take_over(chw_lpm* lpm, lpm_trie_node* examined, lpm_trie_node* node) {
   dpp_route_table* table = table_of(lpm);
   route_item* item = item_of(examined);
-  if (!route_item_full(table, item)) {
+  if (route_item_fits(item, node)) {
     return noted(table, route_add(table, item, node));
   }
   // Out-mode asks without looking: a full item stays as it is and the route gets one of its own.
@@ -129,11 +138,11 @@ uint32_t cb_undo_place(chw_lpm* lpm, lpm_trie_node* node) {
   return QLIX_COMM_OK;
 }
 
-uint32_t cb_compare(chw_lpm* lpm, void* item_info, const lpm_trie_node* node) {
+uint32_t cb_compare(chw_lpm*, void* item_info, const lpm_trie_node* node) {
   const auto* item = static_cast<const route_item*>(item_info);
   // A node that offers an item lives in it or nowhere: elsewhere it would have two.
   const bool other_item = node->item_info != nullptr && node->item_info != item_info;
-  return other_item || route_item_full(table_of(lpm), item) ? 0 : CHW_LPM_MAY_TAKE;
+  return other_item || !route_item_fits(item, node) ? 0 : CHW_LPM_MAY_TAKE;
 }
 
 uint32_t cb_get_result(chw_lpm*, const lpm_trie_node* node) {
@@ -258,7 +267,6 @@ uint32_t route_table_make(const dpp_route_cfg* cfg, const dpp_se_writer* writer,
   *made = {};
   made->cfg = *cfg;
   made->writer = *writer;
-  made->slots = std::min(SLOT_BITS / (cfg->key_bytes * 8 + 32), DPP_ROUTE_SLOTS_MAX);
   uint32_t rc = arrays_make(made);
   if (rc == QLIX_COMM_OK) {
     rc = chw_lpm_init(&made->lpm, cfg->key_bytes, 0, cfg->level, &CALLBACKS, cfg->flags, 0);

@@ -12,7 +12,30 @@
 
 namespace {
 
+constexpr uint32_t SQUEEZE_SPARE_SHARE = 6;  // of all places in the blocks held
+
 static_assert(DPP_ROUTE_LENGTHS_OFFSET + (ROUTE_LEN_NUM + 7) / 8 <= DPP_SE_ITEM_BYTES);
+
+/// The bytes of an item behind its head: those that its routes share, and of each slot.
+struct item_layout {
+  uint32_t shared;  ///< bytes of the anchor
+  uint32_t kept;    ///< bytes of the key in a slot
+  uint32_t slot() const {
+    return kept + DPP_ROUTE_SLOT_TAIL_BYTES;
+  }
+  bool holds(uint32_t routes) const {
+    return routes <= DPP_ROUTE_SLOTS_MAX && DPP_ROUTE_ANCHOR_OFFSET + shared + routes * slot() <= DPP_SE_ITEM_BYTES;
+  }
+};
+
+/// For the routes of the item and one of `len` bits.
+item_layout layout_of(const route_item* item, uint32_t len = 0) {
+  for (uint32_t i = 0; i < item->used; i++) {
+    len = std::max<uint32_t>(len, item->route[i]->prefix_len);
+  }
+  const uint32_t shared = item->anchor_len / 8;
+  return {shared, std::max((len + 7) / 8, shared) - shared};
+}
 
 /// Writes whole rows. While undoing, rows that the chip refuses are owed.
 uint32_t rows_send(dpp_route_table* table, uint32_t row, std::span<const uint8_t> data) {
@@ -38,7 +61,7 @@ uint32_t head_send(dpp_route_table* table) {
   data[0] = DPP_ROUTE_VALID;
   data[1] = static_cast<uint8_t>(table->cfg.key_bytes);
   data[2] = static_cast<uint8_t>(table->cfg.head_bits);
-  data[3] = static_cast<uint8_t>(table->slots);
+  data[3] = DPP_ROUTE_SLOTS_MAX;
   for (uint32_t len = 0; len < ROUTE_LEN_NUM; len++) {
     if (table->len_items[len] != 0) {
       uint8_t* byte = &data[DPP_ROUTE_LENGTHS_OFFSET + len / 8];
@@ -60,16 +83,17 @@ uint32_t chain_send(dpp_route_table* table, uint32_t chain) {
 
 uint32_t item_send(dpp_route_table* table, const route_item* item) {
   const uint32_t chain_rows = (1u << table->cfg.head_bits) / DPP_ROUTE_CHAINS_IN_ROW;
+  const item_layout layout = layout_of(item);
   uint8_t data[DPP_SE_ITEM_BYTES] = {};
-  const uint32_t key_bytes = table->cfg.key_bytes;
   data[0] = static_cast<uint8_t>(DPP_ROUTE_VALID | item->used);
   data[1] = item->anchor_len;
+  data[2] = static_cast<uint8_t>(layout.kept);
   dpp_se_word_put(data + 4, item->next + 1);
-  uint8_t* slot = data + DPP_ROUTE_SLOTS_OFFSET;
-  for (uint32_t i = 0; i < item->used; i++, slot += key_bytes + DPP_ROUTE_SLOT_TAIL_BYTES) {
+  uint8_t* out = std::copy_n(item->route[0]->key, layout.shared, data + DPP_ROUTE_ANCHOR_OFFSET);
+  for (uint32_t i = 0; i < item->used; i++, out += DPP_ROUTE_SLOT_TAIL_BYTES) {
     const lpm_trie_node* node = item->route[i];
-    std::memcpy(slot, node->key, key_bytes);
-    dpp_se_word_put(slot + key_bytes, static_cast<uint32_t>(node->prefix_len) << 24 | node->result);
+    out = std::copy_n(node->key + layout.shared, layout.kept, out);
+    dpp_se_word_put(out, static_cast<uint32_t>(node->prefix_len) << 24 | node->result);
   }
   return rows_send(table, DPP_ROUTE_HEAD_ROWS + chain_rows + item->number * DPP_ROUTE_ITEM_ROWS, data);
 }
@@ -194,6 +218,14 @@ bool item_move(dpp_route_table* table, route_item* from, route_item* to) {
 
 }  // namespace
 
+bool route_item_fits(const route_item* item, const lpm_trie_node* node) {
+  return layout_of(item, node->prefix_len).holds(item->used + 1u);
+}
+
+bool route_item_is_sound(const route_item* item) {
+  return layout_of(item).holds(item->used);
+}
+
 uint32_t route_item_take(dpp_route_table* table, route_item** item) {
   while (table->block_hint < table->block_top && table->block[table->block_hint]->free_num == 0) {
     table->block_hint++;
@@ -231,9 +263,10 @@ void route_item_give(dpp_route_table* table, route_item* item) {
 
 void route_items_squeeze(dpp_route_table* table, uint32_t moves) {
   for (; moves > 0; moves--) {
-    // Worth while only when the last block is no longer needed and a few inserts do not need it again at once.
-    const uint32_t room = table->block_top * DPP_ROUTE_BLOCK_ITEMS - table->item_num;
-    if (table->block_top < 2 || room < DPP_ROUTE_BLOCK_ITEMS + DPP_ROUTE_BLOCK_ITEMS / 2) {
+    // Worth its writes only when the last block is no longer needed and inserts do not need it again soon.
+    const uint32_t places = table->block_top * DPP_ROUTE_BLOCK_ITEMS;
+    const uint32_t spare = std::max(DPP_ROUTE_BLOCK_ITEMS / 2, places / SQUEEZE_SPARE_SHARE);
+    if (table->block_top < 2 || places - table->item_num < DPP_ROUTE_BLOCK_ITEMS + spare) {
       return;
     }
     const route_block* last = table->block[table->block_top - 1];

@@ -28,7 +28,6 @@ struct dpp_route_table {
   chw_lpm lpm;  ///< first: the callbacks find the table by it
   dpp_route_cfg cfg;
   dpp_se_writer writer;
-  uint32_t slots;  ///< routes in one item, by key size
   route_block** block;
   uint32_t block_top;   ///< blocks from here on are not held
   uint32_t block_hint;  ///< no block before it has a free item
@@ -46,9 +45,10 @@ uint32_t route_table_make(const dpp_route_cfg* cfg, const dpp_se_writer* writer,
 inline route_item* route_item_at(const dpp_route_table* table, uint32_t number) {
   return &table->block[number / DPP_ROUTE_BLOCK_ITEMS]->item[number % DPP_ROUTE_BLOCK_ITEMS];
 }
-inline bool route_item_full(const dpp_route_table* table, const route_item* item) {
-  return item->used == table->slots;
-}
+/// Whether the item has room for the route of `node` too; longer routes take more of it.
+bool route_item_fits(const route_item* item, const lpm_trie_node* node);
+/// Whether what the item holds is what an item can hold.
+bool route_item_is_sound(const route_item* item);
 
 /// Takes the lowest free item. DPP_ROUTE_RC_FULL when no block has one and the area has no room for another, 0x1201
 /// without memory for one.

@@ -101,7 +101,7 @@ bool item_restore(dpp_route_table* table, const store_item& saved, uint32_t item
   // A block for each saved item is more than any table keeps: the bytes do not decide how much memory is taken.
   const uint64_t numbers_max = (uint64_t{item_num} + 2) * DPP_ROUTE_BLOCK_ITEMS;
   route_item* item = saved.number < numbers_max ? route_item_take_number(table, saved.number) : nullptr;
-  if (item == nullptr || saved.used == 0 || saved.used > table->slots) {
+  if (item == nullptr || saved.used == 0 || saved.used > DPP_ROUTE_SLOTS_MAX) {
     return false;
   }
   item->next = saved.next;
@@ -121,7 +121,7 @@ bool item_restore(dpp_route_table* table, const store_item& saved, uint32_t item
       return false;
     }
   }
-  return true;
+  return route_item_is_sound(item);
 }
 
 bool items_restore(dpp_route_table* table, uint32_t item_num, saved_bytes* bytes) {
