@@ -21,6 +21,6 @@ kx_shared_file kx_shared_lock_take(const char* folder, const char* name, mode_t 
 inline constexpr uint32_t KX_FLOCK_TURN_MS = 100;
 
 /// The same, for kx_lock_wait, waiting for it in the kernel's queue: who comes first is served first, and nobody looks
-/// again and again. The wait ends after a turn, so that a holder which is stopped holds nobody for ever, and by a signal
-/// that has a handler.
+/// again and again. The wait ends after a turn, so that a holder which is stopped holds nobody for ever, and by a
+/// signal that has a handler.
 bool kx_flock_in_turn(int fd);
