@@ -16,14 +16,12 @@ int32_t kxtools_dev_bind(kxtools_sbdf sbdf) {
   if (!foreign) {
     kxtools_dev_info info = {};
     if (kxtools_dev_info_bind(sbdf) != 0 || kxtools_dev_info_get(&info) != 0) {
-      KXTOOLS_ERR("kxtools_dev_info_set failed\n");
-      return -1;
+      return KXTOOLS_ERR("kxtools_dev_info_set failed\n");
     }
     kxtools_prompt_set(info.sbdf);
   }
   if (bind_pcie_dev_by_sbdf(sbdf) != 0 || foreign) {
-    KXTOOLS_ERR("bind_pcie_dev_by_sbdf failed\n");
-    return -1;
+    return KXTOOLS_ERR("bind_pcie_dev_by_sbdf failed\n");
   }
   return 0;
 }
@@ -32,13 +30,11 @@ int32_t kxtools_dev_init(const char* name, bool* quit) {
   kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;
   if (name != nullptr) {
     if (kxtools_dev_name2bdf(name, &sbdf) != 0) {
-      KXTOOLS_ERR("kxtools_dev_name2bdf %s failed\n", name);
-      return -1;
+      return KXTOOLS_ERR("kxtools_dev_name2bdf %s failed\n", name);
     }
   } else {
     if (quit == nullptr) {
-      KXTOOLS_ERR("point is NULL\n");
-      return -1;
+      return KXTOOLS_ERR("point is NULL\n");
     }
     *quit = false;
     kxtools_device_list_print();
@@ -62,8 +58,7 @@ int32_t kxtools_dev_init(const char* name, bool* quit) {
     }
   }
   if (kxtools_dev_bind(sbdf) != 0) {
-    KXTOOLS_ERR("kxtools_dev_bind failed\n");
-    return -1;
+    return KXTOOLS_ERR("kxtools_dev_bind failed\n");
   }
   return 0;
 }

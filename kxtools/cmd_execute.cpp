@@ -52,16 +52,13 @@ void walk_failure_print(const char* line, int32_t result) {
 
 int32_t bound_state_copy(kxtools_cmd_context* ctx) {
   if (kxtools_dev_info_get(&ctx->dev_info) != 0) {
-    KXTOOLS_ERR_OF(CALLER, "kxtools_dev_info_get failed\n");
-    return -1;
+    return KXTOOLS_ERR_OF(CALLER, "kxtools_dev_info_get failed\n");
   }
   if (kxtools_compat_version_get(ctx->compat) != 0) {
-    KXTOOLS_ERR_OF(CALLER, "kxtools_compat_version_get failed\n");
-    return -1;
+    return KXTOOLS_ERR_OF(CALLER, "kxtools_compat_version_get failed\n");
   }
   if (kxtools_fw_feature_get(&ctx->fw_feature) != 0) {
-    KXTOOLS_ERR_OF(CALLER, "kxtools_fw_feature_get failed\n");
-    return -1;
+    return KXTOOLS_ERR_OF(CALLER, "kxtools_fw_feature_get failed\n");
   }
   return 0;
 }
@@ -122,20 +119,17 @@ int32_t line_compat_read(kxtools_cmd_context* ctx) {
   const kx_mmio_region bar = kxtools_dev_bar(ctx->dev_info);
   uint32_t exists = 0;
   if (kxtools_compat_version_if_exist(KXTOOLS_COMPAT_KXTOOL, &bar, &exists) != 0) {
-    KXTOOLS_ERR_OF(CALLER, "kxtools_compat_version_if_exist KXTOOLS_COMPAT_KXTOOL failed\n");
-    return -1;
+    return KXTOOLS_ERR_OF(CALLER, "kxtools_compat_version_if_exist KXTOOLS_COMPAT_KXTOOL failed\n");
   }
   if (exists == 0) {
     line_compat_absent(ctx);
     return 0;
   }
   if (kxtools_compat_version_read(KXTOOLS_COMPAT_KXTOOL, &bar, &ctx->compat[KXTOOLS_COMPAT_KXTOOL]) != 0) {
-    KXTOOLS_ERR_OF(CALLER, "kxtools_compat_version_read KXTOOLS_COMPAT_KXTOOL failed\n");
-    return -1;
+    return KXTOOLS_ERR_OF(CALLER, "kxtools_compat_version_read KXTOOLS_COMPAT_KXTOOL failed\n");
   }
   if (kxtools_fw_feature_read(&bar, &ctx->fw_feature) != 0) {
-    KXTOOLS_ERR_OF(CALLER, "kxtools_fw_feature_read failed\n");
-    return -1;
+    return KXTOOLS_ERR_OF(CALLER, "kxtools_fw_feature_read failed\n");
   }
   return 0;
 }
@@ -157,12 +151,10 @@ bool short_address_complete(char** word) {
 // The first word names the device of the line; it stays in the context for the handler.
 int32_t line_device_take(kxtools_cmd_context* ctx, uint32_t module_id, line_mapping* mapping) {
   if (ctx->argp == nullptr || ctx->argp[0] == nullptr) {
-    KXTOOLS_ERR_OF(CALLER, "module_id %u, argc = %u, argp is NULL, argp[0] is NULL\n", module_id, ctx->argc);
-    return -1;
+    return KXTOOLS_ERR_OF(CALLER, "module_id %u, argc = %u, argp is NULL, argp[0] is NULL\n", module_id, ctx->argc);
   }
   if (!short_address_complete(&ctx->argp[0])) {
-    KXTOOLS_ERR_OF(CALLER, "strdup failed!\n");
-    return -1;
+    return KXTOOLS_ERR_OF(CALLER, "strdup failed!\n");
   }
   kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;
   if (kxtools_dev_name2bdf(ctx->argp[0], &sbdf) != 0) {
@@ -176,10 +168,9 @@ int32_t line_device_take(kxtools_cmd_context* ctx, uint32_t module_id, line_mapp
     line_compat_absent(ctx);
     return 0;
   }
-  const bool by_driver = strpbrk(ctx->argp[0], ":.") == nullptr && kxtools_is_driver_query(ctx->cmd->name);
+  const bool by_driver = kxtools_is_driver_query(ctx->cmd->name, ctx->argp[0]);
   if (kxtools_dev_info_set(sbdf, &ctx->dev_info, by_driver ? kxtools_bar_use::record : kxtools_bar_use::all) != 0) {
-    KXTOOLS_ERR_OF(CALLER, "kxtools_dev_info_set failed!\n");
-    return -1;
+    return KXTOOLS_ERR_OF(CALLER, "kxtools_dev_info_set failed!\n");
   }
   mapping->own(&ctx->dev_info);
   if (ctx->dev_info.bar_vaddr == nullptr) {
@@ -214,8 +205,7 @@ int32_t kxtools_cmd_execute(const char* line) {
     return -1;
   }
   if (kxtools_cmd_list_addr_get() == nullptr) {
-    KXTOOLS_ERR("command_list is null!\n");
-    return -1;
+    return KXTOOLS_ERR("command_list is null!\n");
   }
   const kxtools_cmd_context_owner ctx = kxtools_cmd_context_malloc(line);
   if (ctx == nullptr) {
@@ -235,16 +225,14 @@ int32_t kxtools_cmd_execute(const char* line) {
 
   uint32_t module_id = 0;
   if (kxtools_module_id_get(ctx->cmd, &module_id) != 0) {
-    KXTOOLS_ERR("kxtools_module_id_get failed!\n");
-    return -1;
+    return KXTOOLS_ERR("kxtools_module_id_get failed!\n");
   }
   if (is_usage_request(*ctx, module_id)) {
     return kxtools_usage_print(ctx.get());
   }
   uint32_t not_device = 0;
   if (kxtools_is_not_kxtool_cmd_format(ctx->cmd, &not_device) != 0) {
-    KXTOOLS_ERR("kxtools_is_not_kxtool_cmd_format failed!\n");
-    return -1;
+    return KXTOOLS_ERR("kxtools_is_not_kxtool_cmd_format failed!\n");
   }
   kx_device_memory_rearm();
   if (bound_state_copy(ctx.get()) != 0) {

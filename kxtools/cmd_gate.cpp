@@ -16,8 +16,7 @@ static_assert(std::size(COMPAT_ID_BY_MODULE) == KXTOOLS_MODULE_NUM);
 
 int32_t kxtools_compat_version_check(const kxtools_cmd_context* ctx) {
   if (ctx == nullptr || ctx->cmd == nullptr) {
-    KXTOOLS_ERR("ctx invalid!\n");
-    return -1;
+    return KXTOOLS_ERR("ctx invalid!\n");
   }
   const kxtools_cmd_entry& entry = *ctx->cmd;
   if (entry.major == KXTOOLS_UNGATED && entry.fw_minor == KXTOOLS_UNGATED && entry.drv_minor == KXTOOLS_UNGATED) {
@@ -25,13 +24,11 @@ int32_t kxtools_compat_version_check(const kxtools_cmd_context* ctx) {
   }
   uint32_t module_id = 0;
   if (kxtools_module_id_get(&entry, &module_id) != 0 || module_id >= KXTOOLS_MODULE_NUM) {
-    KXTOOLS_ERR("module_id %u invalid!\n", module_id);
-    return -1;
+    return KXTOOLS_ERR("module_id %u invalid!\n", module_id);
   }
   const uint32_t compat_id = COMPAT_ID_BY_MODULE[module_id];
   if (compat_id >= KXTOOLS_COMPAT_NUM) {
-    KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", compat_id, KXTOOLS_COMPAT_NUM);
-    return -1;
+    return KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", compat_id, KXTOOLS_COMPAT_NUM);
   }
   return kxtools_compat_record_check(compat_id, ctx->compat[compat_id], entry.major, entry.fw_minor, entry.drv_minor);
 }

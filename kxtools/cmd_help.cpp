@@ -37,8 +37,7 @@ int32_t sub_entries_print(const kxtools_cmd_entry& parent, const char* prefix) {
     return 0;
   }
   if (parent.sub_cmd_list == nullptr) {
-    KXTOOLS_ERR("command_list invalid!\n");
-    return -1;
+    return KXTOOLS_ERR("command_list invalid!\n");
   }
   for (uint32_t i = 0; i < parent.sub_cmd_num; i++) {
     const kxtools_cmd_entry& entry = parent.sub_cmd_list[i];
@@ -75,8 +74,7 @@ int32_t named_entry_match(kxtools_cmd_context* ctx) {
 
 int32_t kxtools_help(kxtools_cmd_context* ctx) {
   if (ctx == nullptr) {
-    KXTOOLS_ERR("para is err!\n");
-    return -1;
+    return KXTOOLS_ERR("para is err!\n");
   }
   const kxtools_cmd_entry* list = kxtools_cmd_list_addr_get();
   if (ctx->argc != 0) {

@@ -66,8 +66,7 @@ int32_t kxtools_module_id_get(const kxtools_cmd_entry* entry, uint32_t* module_i
       return 0;
     }
     if (top.sub_cmd_num != 0 && top.sub_cmd_list == nullptr) {
-      KXTOOLS_ERR("kxtools_command_list[%u].sub_cmd_list is NULL!\n", i);
-      return -1;
+      return KXTOOLS_ERR("kxtools_command_list[%u].sub_cmd_list is NULL!\n", i);
     }
     for (uint32_t j = 0; j < top.sub_cmd_num; j++) {
       const kxtools_cmd_entry& sub = top.sub_cmd_list[j];
@@ -75,8 +74,7 @@ int32_t kxtools_module_id_get(const kxtools_cmd_entry* entry, uint32_t* module_i
         return 0;
       }
       if (sub.sub_cmd_num != 0 && sub.sub_cmd_list == nullptr) {
-        KXTOOLS_ERR("kxtools_command_list[%u].sub_cmd_list[%u].sub_cmd_list is NULL!\n", i, j);
-        return -1;
+        return KXTOOLS_ERR("kxtools_command_list[%u].sub_cmd_list[%u].sub_cmd_list is NULL!\n", i, j);
       }
       for (uint32_t k = 0; k < sub.sub_cmd_num; k++) {
         if (entry == &sub.sub_cmd_list[k]) {
@@ -85,14 +83,12 @@ int32_t kxtools_module_id_get(const kxtools_cmd_entry* entry, uint32_t* module_i
       }
     }
   }
-  KXTOOLS_ERR("no module_id found!\n");
-  return -1;
+  return KXTOOLS_ERR("no module_id found!\n");
 }
 
 int32_t kxtools_cmd_index_get(const char* word, const kxtools_cmd_entry* table, uint32_t count, uint32_t* index) {
   if (word == nullptr || table == nullptr || index == nullptr) {
-    KXTOOLS_ERR("point is NULL!\n");
-    return -1;
+    return KXTOOLS_ERR("point is NULL!\n");
   }
   for (uint32_t i = 0; i < count; i++) {
     if (strcmp(table[i].name, word) == 0) {
@@ -105,8 +101,7 @@ int32_t kxtools_cmd_index_get(const char* word, const kxtools_cmd_entry* table, 
 
 int32_t kxtools_is_not_kxtool_cmd_format(const kxtools_cmd_entry* entry, uint32_t* flag) {
   if (entry == nullptr || entry->name == nullptr) {
-    KXTOOLS_ERR("command_list or command_list->name is NULL\n");
-    return -1;
+    return KXTOOLS_ERR("command_list or command_list->name is NULL\n");
   }
   *flag = 0;
   for (const char* name : NOT_KXTOOL_FORMAT) {
@@ -125,8 +120,8 @@ void kxtools_is_driver_query_set(kxtools_is_driver_query_fn is_driver_query) {
   is_driver_query_fn = is_driver_query;
 }
 
-bool kxtools_is_driver_query(const char* command) {
-  return is_driver_query_fn != nullptr && is_driver_query_fn(command);
+bool kxtools_is_driver_query(const char* command, const char* device) {
+  return is_driver_query_fn != nullptr && is_driver_query_fn(command, device);
 }
 
 int32_t kxtools_module_dev_init() {

@@ -1,6 +1,6 @@
 #include "dev_choice.h"
 
-#include <cctype>
+#include <charconv>
 #include <string_view>
 
 #include "common/report.h"
@@ -36,18 +36,8 @@ bool input_line_read(FILE* in, input_line* line) {
 }
 
 bool decimal_read(std::string_view text, uint32_t* value) {
-  if (text.empty()) {
-    return false;
-  }
-  uint32_t result = 0;
-  for (const char c : text) {
-    if (isdigit(static_cast<unsigned char>(c)) == 0) {
-      return false;
-    }
-    result = result * 10 + static_cast<uint32_t>(c - '0');
-  }
-  *value = result;
-  return true;
+  const auto [rest, error] = std::from_chars(text.begin(), text.end(), *value);
+  return error == std::errc() && rest == text.end();
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
 #include "modules.h"
 
+#include <algorithm>
+#include <span>
+
 #include "kx_bttl/cmd.h"
 #include "kx_np/cmd.h"
 #include "kx_np/unit.h"
@@ -14,30 +17,21 @@ namespace {
 
 using module_init_fn = int32_t (*)();
 
-// Each list runs in its order, stops at the first failure and ends with null.
+// Each list runs in its order and stops at the first failure.
 
 // Command tables: kxnp, kxpcie, kxbttl, kxtrace_app, kxvqm.
 constexpr module_init_fn CMD_INITS[] = {
-    kxnp_cmd_init, kxpcie_cmd_init, kxbttl_cmd_init, kxtrace_app_cmd_init, kxvqm_cmd_init, nullptr,
+    kxnp_cmd_init, kxpcie_cmd_init, kxbttl_cmd_init, kxtrace_app_cmd_init, kxvqm_cmd_init,
 };
 
 // Device state, after every bind: kxnp, kxvqm.
-constexpr module_init_fn DEV_INITS[] = {
-    kxnp_dev_init,
-    kxvqm_dev_init,
-    nullptr,
-};
+constexpr module_init_fn DEV_INITS[] = {kxnp_dev_init, kxvqm_dev_init};
 
 // What the maintenance commands check, count and dump.
 constexpr const kxtools_unit* UNITS[] = {&kxvqm_unit, &kxtool_pcie_unit, &kxnp_unit, &kxnp_port_unit};
 
-int32_t run_all(const module_init_fn* init) {
-  for (; *init != nullptr; init++) {
-    if ((*init)() != 0) {
-      return -1;
-    }
-  }
-  return 0;
+int32_t run_all(std::span<const module_init_fn> inits) {
+  return std::ranges::all_of(inits, [](module_init_fn init) { return init() == 0; }) ? 0 : -1;
 }
 
 }  // namespace

@@ -24,8 +24,7 @@ constinit session_state session = {};
 
 int32_t kxtools_prompt_set(const char* sbdf) {
   if (sbdf == nullptr) {
-    KXTOOLS_ERR("sbdf is NULL!\n");
-    return -1;
+    return KXTOOLS_ERR("sbdf is NULL!\n");
   }
   const bool super = session.permission == KXTOOLS_LEVEL_SUPER;
   snprintf(session.prompt, sizeof session.prompt, "[%skxtool%s%s]%s", super ? "root@" : "", sbdf[0] == '\0' ? "" : ":",

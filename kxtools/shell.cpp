@@ -19,16 +19,11 @@ constexpr char ACCESS_WORD[] = "opsu";
 
 constinit bool running = true;
 
-struct line_deleter {
-  void operator()(char* line) const {
-    linenoiseFree(line);
-  }
-};
-using line_owner = std::unique_ptr<char, line_deleter>;
+using line_owner = std::unique_ptr<char, void (*)(void*)>;
 
 line_owner line_read() {
   const kxtools_terminal_guard guard;
-  return line_owner(linenoise(kxtools_prompt_get()));
+  return {linenoise(kxtools_prompt_get()), linenoiseFree};
 }
 
 void cmd_completion(const char* buffer, linenoiseCompletions* completions) {
@@ -45,8 +40,7 @@ void cmd_completion(const char* buffer, linenoiseCompletions* completions) {
 
 int32_t kxtools_permission_switch(kxtools_cmd_context* ctx) {
   if (ctx == nullptr) {
-    KXTOOLS_ERR("ctx is NULL!\n");
-    return -1;
+    return KXTOOLS_ERR("ctx is NULL!\n");
   }
   if (ctx->argc != 1) {
     KXTOOLS_ERR("argc %u error!\n", ctx->argc);
@@ -54,8 +48,7 @@ int32_t kxtools_permission_switch(kxtools_cmd_context* ctx) {
     return -1;
   }
   if (ctx->argp == nullptr || ctx->argp[0] == nullptr) {
-    KXTOOLS_ERR("argp is NULL!\n");
-    return -1;
+    return KXTOOLS_ERR("argp is NULL!\n");
   }
   if (strcmp(ctx->argp[0], ACCESS_WORD) != 0) {
     KXTOOLS_ERR("argp %s error!\n", ctx->argp[0]);
@@ -65,8 +58,7 @@ int32_t kxtools_permission_switch(kxtools_cmd_context* ctx) {
   kx_print("Warning: You have entered super user mode, operations may cause system anomalies!!!\n\n\n");
   kxtools_permission_set(KXTOOLS_LEVEL_SUPER);
   if (kxtools_prompt_set(ctx->dev_info.sbdf) != 0) {
-    KXTOOLS_ERR("kxtools_prompt_set failed!\n");
-    return -1;
+    return KXTOOLS_ERR("kxtools_prompt_set failed!\n");
   }
   return 0;
 }
@@ -79,8 +71,7 @@ int32_t kxtools_permission_logout(kxtools_cmd_context* ctx) {
   }
   kxtools_permission_set(KXTOOLS_LEVEL_USER);
   if (kxtools_prompt_set(ctx->dev_info.sbdf) != 0) {
-    KXTOOLS_ERR("kxtools_prompt_set failed!\n");
-    return -1;
+    return KXTOOLS_ERR("kxtools_prompt_set failed!\n");
   }
   return 0;
 }
@@ -98,8 +89,7 @@ int32_t kxtools_quit(kxtools_cmd_context* ctx) {
 int32_t kxtools_sbdf_switch(kxtools_cmd_context* /*ctx*/) {
   bool quit = false;
   if (kxtools_dev_init(nullptr, &quit) != 0) {
-    KXTOOLS_ERR("kxtools_dev_init failed\n");
-    return -1;
+    return KXTOOLS_ERR("kxtools_dev_init failed\n");
   }
   if (quit) {
     kxtools_dev_info info = {};
@@ -111,12 +101,10 @@ int32_t kxtools_sbdf_switch(kxtools_cmd_context* /*ctx*/) {
     return 0;
   }
   if (kxtools_compat_version_init() != 0) {
-    KXTOOLS_ERR("kxtools_compat_version_init failed\n");
-    return -1;
+    return KXTOOLS_ERR("kxtools_compat_version_init failed\n");
   }
   if (kxtools_module_dev_init() != 0) {
-    KXTOOLS_ERR("kxtools_module_dev_init failed\n");
-    return -1;
+    return KXTOOLS_ERR("kxtools_module_dev_init failed\n");
   }
   return 0;
 }

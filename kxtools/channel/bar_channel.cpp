@@ -32,9 +32,8 @@ int32_t bar_map(kxtool_device* device) {
 int32_t area_prepare(kxtool_device* device) {
   const kx_mmio_region& bar = device->bar;
   if (!bar_chan_area_find(bar, &device->bar_offset)) {
-    MTS_ERR("BAR 0 of %s has only 0x%llx bytes, the message area lies behind its end\n", device->sbdf_text,
-            static_cast<unsigned long long>(bar.size));
-    return -1;
+    return MTS_ERR("BAR 0 of %s has only 0x%llx bytes, the message area lies behind its end\n", device->sbdf_text,
+                   static_cast<unsigned long long>(bar.size));
   }
   for (uint32_t offset = 0; offset < BAR_MSG_AREA_SIZE; offset += sizeof(uint32_t)) {
     kx_mmio_write32(bar, device->bar_offset + offset, 0);
@@ -46,8 +45,7 @@ int32_t area_prepare(kxtool_device* device) {
 int32_t kxtool_bc_rx_cb(const uint8_t* payload, uint16_t length, uint8_t* /*reply*/, uint16_t* /*reply_len*/) {
   uint32_t op_code = 0;
   if (!kxtool_event_dispatch(payload, length, &op_code)) {
-    MSG_CHAN_ERR("op_code %d was not found!\n", static_cast<int>(op_code));
-    return -1;
+    return MSG_CHAN_ERR("op_code %d was not found!\n", static_cast<int>(op_code));
   }
   return 0;
 }
@@ -99,8 +97,7 @@ constinit const kxtool_wire kxtool_mailbox_wire = {
 
 int32_t kxtool_bc_init(kxtool_device* device) {
   if (bar_map(device) != 0) {
-    MTS_ERR("\r bar map failed\n");
-    return -1;
+    return MTS_ERR("\r bar map failed\n");
   }
   int32_t ret = area_prepare(device);
   if (ret != 0) {
@@ -148,8 +145,7 @@ int32_t bl1_bc_send_no_reply(kxtool_device* device, const void* payload, uint16_
 
 int32_t tarn_get_bar_offset(const bar_offset_request* request, bar_offset_result* result) {
   if (request == nullptr || result == nullptr) {
-    MSG_CHAN_ERR("NULL ptr\n");
-    return -1;
+    return MSG_CHAN_ERR("NULL ptr\n");
   }
   constexpr size_t REPLY_TOKEN = 4;
   constexpr size_t REPLY_OFFSET = 8;

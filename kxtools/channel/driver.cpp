@@ -130,8 +130,7 @@ int32_t kxtool_drv_version_check(kxtool_device* device) {
   }
   const tarn_tools_msg_ptr msg = tarn_tools_alloc_msg(sizeof driver_compat);
   if (!msg) {
-    KXTOOLS_ERR("malloc version_compat failed!\n");
-    return -1;
+    return KXTOOLS_ERR("malloc version_compat failed!\n");
   }
   kxtool_msg_status status = {};
   tarn_tools_msg_request_set(msg.get(), KXTOOL_EVENT_GENERAL, &driver_compat, sizeof driver_compat);
@@ -140,8 +139,7 @@ int32_t kxtool_drv_version_check(kxtool_device* device) {
   msg->status = &status;
   const int ret = kx_send_ioctl(device, msg.get());
   if (ret < 0) {
-    KXTOOLS_ERR("ioctl error, ret = %d!\n", ret);
-    return -1;
+    return KXTOOLS_ERR("ioctl error, ret = %d!\n", ret);
   }
   if (status.flag > 1) {
     KXTOOLS_ERR("kxtool_kernel_version msg ioctl to kernel failed! ERROR:%d!\n", static_cast<int>(status.flag));
@@ -168,17 +166,14 @@ int32_t tarn_tools_socket_init(kxtool_device* device, bool no_device) {
   memcpy(device->ifreq.name, device->name, length);
   device->ioctl_socket.reset(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   if (!device->ioctl_socket) {
-    KXTOOLS_ERR("Cannot get ioctl socket!\n");
-    return -1;
+    return KXTOOLS_ERR("Cannot get ioctl socket!\n");
   }
   if (kxtool_drv_version_check(device) != 0) {
-    KXTOOLS_ERR("kxtool_drv_version_check fail!\n");
-    return -1;
+    return KXTOOLS_ERR("kxtool_drv_version_check fail!\n");
   }
   device->netlink_socket.reset(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_GENERIC));
   if (!device->netlink_socket) {
-    KXTOOLS_ERR("Cannot get generic netlink socket!\n");
-    return -1;
+    return KXTOOLS_ERR("Cannot get generic netlink socket!\n");
   }
   return 0;
 }

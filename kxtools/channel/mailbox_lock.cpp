@@ -77,8 +77,7 @@ uint32_t bar_hardware_lock_id(uint16_t pcie_id, uint16_t dst) {
 
 int32_t bar_hardware_lock(uint32_t lock_id, const kx_mmio_region& spin, const kx_mmio_region& label, uint16_t owner) {
   if (!spin.holds(lock_id, sizeof(uint8_t)) || !label.holds(2 * uint64_t{lock_id}, sizeof(uint16_t))) {
-    MSG_CHAN_ERR("the BAR does not reach to lock_id:%u.\n", lock_id);
-    return -1;
+    return MSG_CHAN_ERR("the BAR does not reach to lock_id:%u.\n", lock_id);
   }
   uint8_t value = 0xFF;
   const kx_waited waited = kx_wait(SPIN_LIMIT, [&] {
@@ -86,8 +85,7 @@ int32_t bar_hardware_lock(uint32_t lock_id, const kx_mmio_region& spin, const kx
     return value == 0 ? kx_look::done : kx_mmio_is_lost(spin) ? kx_look::gone : kx_look::busy;
   });
   if (waited != kx_waited::done) {
-    MSG_CHAN_ERR("spl val: 0x%x lock_id:%u.\n", value, lock_id);
-    return -1;
+    return MSG_CHAN_ERR("spl val: 0x%x lock_id:%u.\n", value, lock_id);
   }
   kx_mmio_write16(label, 2 * uint64_t{lock_id}, owner | OWNER_IS_LOCKED);
   return 0;

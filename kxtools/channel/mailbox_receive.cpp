@@ -27,15 +27,10 @@ std::atomic<uint32_t> g_bar_rx_poll_tick = RX_POLL_TICK_US;
 // Written by whoever registers, read by the receive thread.
 std::atomic<bar_msg_recv_func> msg_recv_func_tbl[BAR_MSG_EVENT_NUM];
 
-struct free_deleter {
-  void operator()(uint8_t* memory) const {
-    free(memory);
-  }
-};
-using buffer_owner = std::unique_ptr<uint8_t, free_deleter>;
+using buffer_owner = std::unique_ptr<uint8_t, void (*)(void*)>;
 
 buffer_owner buffer_allocate(size_t size) {
-  return buffer_owner(static_cast<uint8_t*>(calloc(std::max<size_t>(size, 1), 1)));
+  return {static_cast<uint8_t*>(calloc(std::max<size_t>(size, 1), 1)), free};
 }
 
 // Received headers carry the event id in one byte.
@@ -227,8 +222,7 @@ void tarn_rx_poll_tick_set(uint32_t microseconds) {
 
 int32_t tarn_bc_init(kxtool_device* device) {
   if (!bar_msgid_ring_init()) {
-    MSG_CHAN_ERR("msg_id allocated failed.\n");
-    return -1;
+    return MSG_CHAN_ERR("msg_id allocated failed.\n");
   }
   tarn_rx_poll_tick_set(RX_POLL_TICK_US);
   if (!kxtool_thread_start(bc_rx_poll_proc, device)) {

@@ -1,7 +1,6 @@
 #include "mailbox_send.h"
 
 #include <cstdio>
-#include <span>
 
 #include "channel/process_exit.h"
 #include "common/report.h"
@@ -107,8 +106,7 @@ int32_t bar_chan_sync_exchange(const bar_msg_send_para* send, const bar_msg_recv
   }
   bar_msgid_ring* ring = bar_msgid_ring_get();
   if (ring == nullptr) {
-    MSG_CHAN_ERR("msg_id allocated failed.\n");
-    return -1;
+    return MSG_CHAN_ERR("msg_id allocated failed.\n");
   }
   // Before the entry is filled: a second sender waits for the first one's reply.
   int32_t result = bar_chan_lock(send->src, send->dst, send->src_pcieid, send->area);

@@ -117,12 +117,10 @@ int32_t tarn_tools_netlink_start(kxtool_device* device) {
   receiver_runs = true;
   if (!kxtool_thread_start(receive_thread, device)) {
     receiver_runs = false;
-    MTS_ERR("Error creating recv msg thread !\n");
-    return -1;
+    return MTS_ERR("Error creating recv msg thread !\n");
   }
   if (kx_wait(READY_LIMIT, [] { return receive_ready ? kx_look::done : kx_look::again; }) != kx_waited::done) {
-    MTS_ERR("wait_recv_ready_time = %d\n", READY_LOOKS_MAX + 1);
-    return -1;
+    return MTS_ERR("wait_recv_ready_time = %d\n", READY_LOOKS_MAX + 1);
   }
   return 0;
 }

@@ -6,8 +6,7 @@
 
 int32_t tarn_tools_send_msg(kxtool_device* device, tools_msg* msg) {
   if (device->wire == nullptr) {
-    KXTOOLS_ERR("no device to send a request to\n");
-    return -1;
+    return KXTOOLS_ERR("no device to send a request to\n");
   }
   return device->wire->send(device, msg);
 }
@@ -30,8 +29,7 @@ int32_t kxtool_pcieid_send_ostype_get(kxtool_device* device, uint32_t check) {
     memcpy(tarn_tools_msg_payload(msg.get()), &request, sizeof request);
   }
   if (!msg || tarn_tools_send_msg(device, msg.get()) != 0 || reply.status != 0 || reply.check != check) {
-    MSG_CHAN_ERR("dev_pcieid send to riscv failed or check error!\n");
-    return -1;
+    return MSG_CHAN_ERR("dev_pcieid send to riscv failed or check error!\n");
   }
   device->os_type = reply.os_type;
   return 0;

@@ -28,18 +28,12 @@ bool kxtool_thread_start(void (*body)(void* argument), void* argument) {
     return false;
   }
   *start = {body, argument};
-  pthread_attr_t attributes;
-  pthread_attr_init(&attributes);
-  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
   pthread_t thread;
-  bool started = false;
-  {
-    const kx_signal_hold hold;  // the new thread takes over what is held
-    started = pthread_create(&thread, &attributes, run, start) == 0;
-  }
-  pthread_attr_destroy(&attributes);
-  if (!started) {
+  const kx_signal_hold hold;  // the new thread takes over what is held
+  if (pthread_create(&thread, nullptr, run, start) != 0) {
     free(start);
+    return false;
   }
-  return started;
+  pthread_detach(thread);
+  return true;
 }

@@ -14,16 +14,10 @@
 
 namespace {
 
-struct close_stream {
-  void operator()(FILE* stream) const {
-    fclose(stream);
-  }
-};
-
 // A line is "1: FLOCK  ADVISORY  WRITE 1234 08:02:4711 0 EOF", or POSIX for a record lock; a process that waits has
 // "->" behind the number.
 pid_t holder_pid(const struct stat& file) {
-  const std::unique_ptr<FILE, close_stream> locks(fopen("/proc/locks", "re"));
+  const std::unique_ptr<FILE, int (*)(FILE*)> locks(fopen("/proc/locks", "re"), fclose);
   char line[256];
   while (locks != nullptr && fgets(line, sizeof line, locks.get()) != nullptr) {
     int pid = 0;

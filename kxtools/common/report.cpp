@@ -28,7 +28,7 @@ void print_coloured(const kx_line_style& style, const char* function, int line, 
 
 }  // namespace
 
-void kx_line_print(const kx_line_style& style, const char* function, int line, const char* format, ...) {
+int32_t kx_line_print(const kx_line_style& style, const char* function, int line, const char* format, ...) {
   va_list args;
   va_start(args, format);
   flockfile(stdout);
@@ -42,6 +42,7 @@ void kx_line_print(const kx_line_style& style, const char* function, int line, c
   fflush(stdout);
   funlockfile(stdout);
   va_end(args);
+  return -1;
 }
 
 void kx_print(const char* format, ...) {

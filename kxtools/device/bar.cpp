@@ -3,10 +3,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 #include "common/report.h"
+#include "common/text.h"
 #include "device/bar_map.h"
 #include "device/function.h"
 #include "device/sysfs.h"
@@ -17,8 +17,8 @@ constexpr uint32_t BAR_INDEX = 0;
 
 constinit kxtools_dev_info bound = {};
 
-void bar_path(const char* sbdf_text, char (&path)[64]) {
-  snprintf(path, sizeof path, "%s/%.12s/resource0", KXTOOLS_PCI_DEVICES, sbdf_text);
+std::string bar_path(const char* sbdf_text) {
+  return kx_text("%s/%.12s/resource0", KXTOOLS_PCI_DEVICES, sbdf_text);
 }
 
 // Whose parts the steps below are: they report under its name.
@@ -26,25 +26,18 @@ constexpr const char* CALLER = "kxtools_dev_mmap";
 
 int32_t mapping_take(const char* sbdf_text, const char* path, const kxtools_bar_mapping& mapping, uint64_t length,
                      volatile uint8_t** address) {
-  char name[32];
-  switch (mapping.step) {
-    case kxtools_bar_step::mapped:
-      snprintf(name, sizeof name, "%.12s BAR 0", sbdf_text);
-      kx_device_memory_guard(mapping.address, length, name);
-      *address = mapping.address;
-      return 0;
-    case kxtools_bar_step::open:
-      KXTOOLS_ERR_OF(CALLER, "open file %s failed!\n", path);
-      break;
-    case kxtools_bar_step::length:
-      KXTOOLS_ERR_OF(CALLER, "file %s: mmap failed!\n", path);
-      kx_error_print("kxtool: %s: shorter than BAR 0 is said to be\n", path);
-      return -1;
-    case kxtools_bar_step::map:
-      KXTOOLS_ERR_OF(CALLER, "file %s: mmap failed!\n", path);
-      break;
+  if (mapping.step == kxtools_bar_step::mapped) {
+    kx_device_memory_guard(mapping.address, length, kx_text("%.12s BAR 0", sbdf_text).c_str());
+    *address = mapping.address;
+    return 0;
   }
-  kxtools_bar_refusal_tell(sbdf_text, path, mapping.error);
+  KXTOOLS_ERR_OF(CALLER, mapping.step == kxtools_bar_step::open ? "open file %s failed!\n" : "file %s: mmap failed!\n",
+                 path);
+  if (mapping.step == kxtools_bar_step::length) {
+    kx_error_print("kxtool: %s: shorter than BAR 0 is said to be\n", path);
+  } else {
+    kxtools_bar_refusal_tell(sbdf_text, path, mapping.error);
+  }
   return -1;
 }
 
@@ -52,18 +45,17 @@ int32_t mapping_take(const char* sbdf_text, const char* path, const kxtools_bar_
 
 int32_t kxtools_dev_mmap(const char* sbdf_text, volatile uint8_t** address, uint64_t length) {
   if (sbdf_text == nullptr || address == nullptr) {
-    KXTOOLS_ERR("point is NULL\n");
-    return -1;
+    return KXTOOLS_ERR("point is NULL\n");
   }
-  char path[64];
-  bar_path(sbdf_text, path);
+  const std::string path = bar_path(sbdf_text);
   kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;
   uint64_t bar_address = 0;
-  if (access(path, F_OK) == 0 && kxtools_sbdf_read(sbdf_text, &sbdf) &&
+  if (access(path.c_str(), F_OK) == 0 && kxtools_sbdf_read(sbdf_text, &sbdf) &&
       get_bar_addr_from_sys_ext(sbdf, BAR_INDEX, &bar_address) != 0) {
     return -1;
   }
-  return mapping_take(sbdf_text, path, kxtools_bar_map(path, bar_address, 0, length, true), length, address);
+  return mapping_take(sbdf_text, path.c_str(), kxtools_bar_map(path.c_str(), bar_address, 0, length, true), length,
+                      address);
 }
 
 int32_t kxtools_dev_unmmap(volatile uint8_t* address, uint64_t length) {
@@ -72,26 +64,22 @@ int32_t kxtools_dev_unmmap(volatile uint8_t* address, uint64_t length) {
 
 int32_t kxtools_dev_info_set(kxtools_sbdf sbdf, kxtools_dev_info* info, kxtools_bar_use use) {
   if (info == nullptr) {
-    KXTOOLS_ERR("dev_info is NULL\n");
-    return -1;
+    return KXTOOLS_ERR("dev_info is NULL\n");
   }
   kxtools_dev_info fresh = {};
   memcpy(fresh.sbdf, kxtools_sbdf_text(sbdf).text, sizeof fresh.sbdf);
   if (get_bar_addr_from_sys_ext(sbdf, BAR_INDEX, &fresh.bar_addr) != 0 ||
       get_bar_size_from_sys_ext(sbdf, BAR_INDEX, &fresh.bar_size) != 0) {
-    KXTOOLS_ERR("Failed to get bar info from sys\n");
-    return -1;
+    return KXTOOLS_ERR("Failed to get bar info from sys\n");
   }
   fresh.bar_size = std::min(fresh.bar_size, KXTOOLS_BAR_SIZE_MAX);
-  char path[64];
-  bar_path(fresh.sbdf, path);
+  const std::string path = bar_path(fresh.sbdf);
   const kxtools_bar_mapping mapping =
-      kxtools_bar_map(path, fresh.bar_addr, 0, fresh.bar_size, use != kxtools_bar_use::look);
+      kxtools_bar_map(path.c_str(), fresh.bar_addr, 0, fresh.bar_size, use != kxtools_bar_use::look);
   if (use == kxtools_bar_use::record && kxtools_bar_is_kept(fresh.sbdf, mapping)) {
     kxtools_bar_kept_tell(fresh.sbdf, mapping);
-  } else if (mapping_take(fresh.sbdf, path, mapping, fresh.bar_size, &fresh.bar_vaddr) != 0) {
-    KXTOOLS_ERR("kxtools_dev_mmap failed\n");
-    return -1;
+  } else if (mapping_take(fresh.sbdf, path.c_str(), mapping, fresh.bar_size, &fresh.bar_vaddr) != 0) {
+    return KXTOOLS_ERR("kxtools_dev_mmap failed\n");
   }
   *info = fresh;
   return 0;
@@ -108,8 +96,7 @@ int32_t kxtools_dev_info_bind(kxtools_sbdf sbdf, kxtools_bar_use use) {
 
 int32_t kxtools_dev_info_get(kxtools_dev_info* info) {
   if (info == nullptr) {
-    KXTOOLS_ERR("dev_info is null\n");
-    return -1;
+    return KXTOOLS_ERR("dev_info is null\n");
   }
   *info = bound;
   return 0;

@@ -42,20 +42,17 @@ int32_t kxtools_compat_info_init() {
 int32_t kxtools_compat_version_init() {
   kxtools_dev_info info = {};
   if (kxtools_dev_info_get(&info) != 0) {
-    KXTOOLS_ERR("kxtools_dev_info_get failed!\n");
-    return -1;
+    return KXTOOLS_ERR("kxtools_dev_info_get failed!\n");
   }
   const kx_mmio_region bar = kxtools_dev_bar(info);
   compat_cache fresh = {};
   for (uint32_t id = 0; id < KXTOOLS_COMPAT_NUM; id++) {
     if (kxtools_compat_version_read(id, &bar, &fresh.record[id]) != 0) {
-      KXTOOLS_ERR("kxtools_compat_version_get failed!\n");
-      return -1;
+      return KXTOOLS_ERR("kxtools_compat_version_get failed!\n");
     }
   }
   if (kxtools_fw_feature_read(&bar, &fresh.fw_feature) != 0) {
-    KXTOOLS_ERR("kxtools_fw_feature_get failed!\n");
-    return -1;
+    return KXTOOLS_ERR("kxtools_fw_feature_get failed!\n");
   }
   cache = fresh;
   return 0;
@@ -63,18 +60,15 @@ int32_t kxtools_compat_version_init() {
 
 int32_t kxtools_compat_version_read(uint32_t id, const kx_mmio_region* bar, kxtools_compat_record* record) {
   if (id >= KXTOOLS_COMPAT_NUM) {
-    KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", id, KXTOOLS_COMPAT_NUM);
-    return -1;
+    return KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", id, KXTOOLS_COMPAT_NUM);
   }
   if (bar == nullptr || bar->base == nullptr || record == nullptr) {
-    KXTOOLS_ERR("point is NULL!\n");
-    return -1;
+    return KXTOOLS_ERR("point is NULL!\n");
   }
   const uint64_t offset = RECORD_OFFSET + id * sizeof(kxtools_compat_record);
   if (!bar->holds(offset, sizeof(kxtools_compat_record))) {
-    KXTOOLS_ERR("BAR 0 of 0x%llx bytes does not hold compatibility record %u!\n",
-                static_cast<unsigned long long>(bar->size), id);
-    return -1;
+    return KXTOOLS_ERR("BAR 0 of 0x%llx bytes does not hold compatibility record %u!\n",
+                       static_cast<unsigned long long>(bar->size), id);
   }
   uint8_t bytes[sizeof(kxtools_compat_record)];
   words_read(*bar, offset, bytes);
@@ -84,17 +78,14 @@ int32_t kxtools_compat_version_read(uint32_t id, const kx_mmio_region* bar, kxto
 
 int32_t kxtools_compat_version_if_exist(uint32_t id, const kx_mmio_region* bar, uint32_t* flag) {
   if (id >= KXTOOLS_COMPAT_NUM) {
-    KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", id, KXTOOLS_COMPAT_NUM);
-    return -1;
+    return KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", id, KXTOOLS_COMPAT_NUM);
   }
   if (bar == nullptr || bar->base == nullptr || flag == nullptr) {
-    KXTOOLS_ERR("point is NULL!\n");
-    return -1;
+    return KXTOOLS_ERR("point is NULL!\n");
   }
   kxtools_compat_record record = {};
   if (kxtools_compat_version_read(id, bar, &record) != 0) {
-    KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", id, KXTOOLS_COMPAT_NUM);
-    return -1;
+    return KXTOOLS_ERR("compat_id %u invalid, max value is %u!\n", id, KXTOOLS_COMPAT_NUM);
   }
   *flag = record.item == id + 1 ? 1 : 0;
   return 0;
@@ -102,13 +93,12 @@ int32_t kxtools_compat_version_if_exist(uint32_t id, const kx_mmio_region* bar, 
 
 int32_t kxtools_fw_feature_read(const kx_mmio_region* bar, uint64_t* word) {
   if (bar == nullptr || bar->base == nullptr || word == nullptr) {
-    KXTOOLS_ERR("point is NULL!\n");
-    return -1;
+    return KXTOOLS_ERR("point is NULL!\n");
   }
   uint8_t bytes[FEATURE_AREA_SIZE];
   if (!bar->holds(FEATURE_OFFSET, sizeof bytes)) {
-    KXTOOLS_ERR("BAR 0 of 0x%llx bytes does not hold the feature word!\n", static_cast<unsigned long long>(bar->size));
-    return -1;
+    return KXTOOLS_ERR("BAR 0 of 0x%llx bytes does not hold the feature word!\n",
+                       static_cast<unsigned long long>(bar->size));
   }
   words_read(*bar, FEATURE_OFFSET, bytes);
   *word = kx_le_get<uint64_t>(bytes, FEATURE_WORD_AT);
@@ -117,8 +107,7 @@ int32_t kxtools_fw_feature_read(const kx_mmio_region* bar, uint64_t* word) {
 
 int32_t kxtools_compat_version_get(kxtools_compat_record* compat) {
   if (compat == nullptr) {
-    KXTOOLS_ERR("compat is NULL!\n");
-    return -1;
+    return KXTOOLS_ERR("compat is NULL!\n");
   }
   memcpy(compat, cache.record, sizeof cache.record);
   return 0;
@@ -126,8 +115,7 @@ int32_t kxtools_compat_version_get(kxtools_compat_record* compat) {
 
 int32_t kxtools_fw_feature_get(uint64_t* fw_feature) {
   if (fw_feature == nullptr) {
-    KXTOOLS_ERR("fw_feature is NULL!\n");
-    return -1;
+    return KXTOOLS_ERR("fw_feature is NULL!\n");
   }
   *fw_feature = cache.fw_feature;
   return 0;

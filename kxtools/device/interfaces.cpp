@@ -64,8 +64,7 @@ bool kxtools_is_interface_name(const char* word) {
 
 int32_t kxtools_dev_name2bdf(const char* name, kxtools_sbdf* sbdf) {
   if (name == nullptr || sbdf == nullptr) {
-    KXTOOLS_ERR("point is NULL\n");
-    return -1;
+    return KXTOOLS_ERR("point is NULL\n");
   }
   char full[sizeof kxtools_sbdf_name::text];
   if (kxtools_is_short_address(name)) {
@@ -80,21 +79,17 @@ int32_t kxtools_dev_name2bdf(const char* name, kxtools_sbdf* sbdf) {
   switch (!kxtools_is_interface_name(name) ? kxtools_uevent_result::no_file
                                            : kxtools_uevent_slot_read(interface_path(name, "device/uevent"), slot)) {
     case kxtools_uevent_result::no_file:
-      KXTOOLS_ERR("fopen /sys/class/net/%s/device/uevent failed\n", name);
-      return -1;
+      return KXTOOLS_ERR("fopen /sys/class/net/%s/device/uevent failed\n", name);
     case kxtools_uevent_result::no_slot:
-      KXTOOLS_ERR("pci_bus_id is NULL\n");
-      return -1;
+      return KXTOOLS_ERR("pci_bus_id is NULL\n");
     case kxtools_uevent_result::found:
       break;
   }
   if (strlen(slot) < sizeof slot - 1) {
-    KXTOOLS_ERR("format of bdf(%s) is err\n", slot);
-    return -1;
+    return KXTOOLS_ERR("format of bdf(%s) is err\n", slot);
   }
   if (pcie_sbdf_parse(sbdf, slot) != 0) {
-    KXTOOLS_ERR("pcie_sbdf_parse %s failed\n", slot);
-    return -1;
+    return KXTOOLS_ERR("pcie_sbdf_parse %s failed\n", slot);
   }
   return 0;
 }

@@ -7,7 +7,6 @@
 #include "common/report.h"
 #include "kxtools/bind.h"
 #include "kxtools/session.h"
-#include "options.h"
 #include "sub_commands.h"
 
 namespace {
@@ -16,13 +15,8 @@ namespace {
 constexpr const char* CALLER = "kxtool_bind";
 
 int32_t device_bind(kxtools_cmd_context* ctx) {
-  if (kxtools_dev_init(ctx->argp[0], nullptr) != 0) {
-    return -1;
-  }
-  if (kxtools_compat_version_init() != 0) {
-    return -1;
-  }
-  return kxtools_module_dev_init();
+  return kxtools_dev_init(ctx->argp[0], nullptr) != 0 || kxtools_compat_version_init() != 0 ? -1
+                                                                                            : kxtools_module_dev_init();
 }
 
 // The words from the module's name on; false with a message.
@@ -73,15 +67,14 @@ int32_t module_command_run(kxtools_cmd_context* ctx) {
     return -1;
   }
   if (kxtools_cmd_execute(line.c_str()) != 0) {
-    KXTOOLS_ERR_OF(CALLER, "kxtools_cmd_execute failed\n");
-    return -1;
+    return KXTOOLS_ERR_OF(CALLER, "kxtools_cmd_execute failed\n");
   }
   return 0;
 }
 
 }  // namespace
 
-constexpr const char kxtool_bind_usage[] = R"(    COMMAND:
+const char kxtool_bind_usage[] = R"(    COMMAND:
         bind
     SYNOPSIS:
         kxtool bind <device> <module> <command> [OPTIONS]

@@ -99,8 +99,7 @@ int32_t child_wait(std::optional<kx_signal_hold>* hold, pid_t child) {
 
 int32_t kxtool_cmd(kxtools_cmd_context* ctx) {
   if (ctx == nullptr || ctx->argp == nullptr || ctx->argc >= ARGC_LIMIT) {
-    KXTOOLS_ERR("ctx is NULL\n");
-    return -1;
+    return KXTOOLS_ERR("ctx is NULL\n");
   }
   char program[] = "kxtool";
   char* words[WORDS_MAX + 1] = {program, const_cast<char*>(ctx->cmd->name)};

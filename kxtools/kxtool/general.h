@@ -6,8 +6,6 @@
 /// What the tool is for.
 extern const char kxtool_general_usage[];
 
-/// Prints the general usage and, for every sub-command that the permission level reaches, its first synopsis line.
-int kxtool_show_help(kxtool_cmd_ctx* ctx);
 extern const char kxtool_help_usage[];
 /// Prints name, version, build date and compiler.
 int kxtool_show_version(kxtool_cmd_ctx* ctx);

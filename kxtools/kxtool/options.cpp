@@ -1,14 +1,16 @@
 #include "options.h"
 
+#include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <string>
+#include <string_view>
 
 #include "common/report.h"
 #include "fwupdate/fwupdate.h"
 #include "general.h"
 #include "info/info.h"
 #include "kxtool/commands.h"
+#include "kxtools/session.h"
 #include "port/port.h"
 #include "registers/registers.h"
 #include "sub_commands.h"
@@ -25,6 +27,42 @@ constexpr bool ALONE = true;  // on the card
 constexpr bool SHARED = false;
 constexpr uint8_t EVERYONE = 0;
 constexpr uint8_t SUPER_USER = 1;
+
+// The line after "SYNOPSIS:", without its indentation; empty without one.
+std::string_view first_synopsis(const char* usage) {
+  constexpr std::string_view HEADING = "SYNOPSIS:\n";
+  std::string_view text = usage == nullptr ? "" : usage;
+  const size_t heading = text.find(HEADING);
+  if (heading == std::string_view::npos) {
+    return {};
+  }
+  text.remove_prefix(heading + HEADING.size());
+  text = text.substr(0, text.find('\n'));
+  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+  return text;
+}
+
+// "-h": the general usage and, for every sub-command that the permission level reaches, its first synopsis line.
+int kxtool_show_help(kxtool_cmd_ctx* /*ctx*/) {
+  kx_print("%s\n    COMMANDS:\n", kxtool_option_table[0].usage);
+  int32_t last_row = -1;
+  for (const kxtools_cmd_entry& entry : kxtool_sub_command_list) {
+    const int32_t row = kxtool_option_index_get(KXTOOL_OPTIONS, entry.name);
+    const bool is_alias = row >= 0 && row == last_row;
+    if (entry.permission > kxtools_permission_get() || is_alias) {
+      continue;
+    }
+    last_row = row;
+    const char* names = row < 0 ? entry.name : kxtool_option_table[row].names;
+    const std::string_view synopsis = first_synopsis(row < 0 ? kxtool_bind_usage : kxtool_option_table[row].usage);
+    if (synopsis.empty()) {
+      kx_print("        %s\n", names);
+    } else {
+      kx_print("        %-16s %.*s\n", names, static_cast<int>(synopsis.size()), synopsis.data());
+    }
+  }
+  return 0;
+}
 
 // What stands between a line and its command.
 enum class gate : uint8_t {
@@ -145,13 +183,13 @@ constinit const std::array<kxtools_cmd_entry, KXTOOL_SUB_COMMAND_NUM> kxtool_sub
 }();
 
 int32_t kxtool_cmd_init() {
-  kxtools_is_driver_query_set(kxtool_is_driver_query);
+  // A row without a handler does nothing at all in this build.
+  kxtools_is_driver_query_set([](const char* command, const char* device) {
+    const int32_t index = kxtool_option_index_get(KXTOOL_OPTIONS, command);
+    return index > 0 && (ROWS[index - 1].behind == gate::query || ROWS[index - 1].handler == nullptr) &&
+           kxtool_bdf_or_nic_type(device) == KXTOOL_ACCESS_NIC;
+  });
   return kxtools_cmd_register(KXTOOLS_MODULE_KXTOOL, kxtool_sub_command_list.data(), KXTOOL_SUB_COMMAND_NUM);
-}
-
-bool kxtool_is_driver_query(const char* word) {
-  const int32_t index = kxtool_option_index_get(KXTOOL_OPTIONS, word);
-  return index > 0 && (ROWS[index - 1].behind == gate::query || ROWS[index - 1].handler == nullptr);
 }
 
 const char* kxtool_args_help(const char* word) {

@@ -83,11 +83,12 @@ int32_t kxtools_cmd_index_get(const char* word, const kxtools_cmd_entry* table, 
 /// Flag 1 for an entry of the kxtool module whose first word is not a device ("repair"). Returns 0 or -1.
 int32_t kxtools_is_not_kxtool_cmd_format(const kxtools_cmd_entry* entry, uint32_t* flag);
 
-/// True for a maintenance command that asks the kernel driver and changes nothing on the card: it does without BAR 0
-/// where the kernel keeps that for the driver. Set by the module; nothing is one before.
-using kxtools_is_driver_query_fn = bool (*)(const char* command);
+/// True for a maintenance command that asks the kernel driver, which the word `device` leads to, and changes nothing on
+/// the card: it does without BAR 0 where the kernel keeps that for the driver. Set by the module; nothing is one
+/// before.
+using kxtools_is_driver_query_fn = bool (*)(const char* command, const char* device);
 void kxtools_is_driver_query_set(kxtools_is_driver_query_fn is_driver_query);
-bool kxtools_is_driver_query(const char* command);
+bool kxtools_is_driver_query(const char* command, const char* device);
 
 /// "help": the top-level entries that the current level may see; takes no words.
 int32_t kxtools_help(kxtools_cmd_context* ctx);

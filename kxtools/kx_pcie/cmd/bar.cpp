@@ -4,11 +4,9 @@
 #include <cstring>
 #include <string>
 
-#include "common/report.h"
 #include "device/bar_map.h"
 #include "device/function.h"
 #include "device/sysfs.h"
-#include "kx_pcie/config_space.h"
 #include "kx_pcie/registers.h"
 
 namespace {

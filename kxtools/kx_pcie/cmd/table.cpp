@@ -112,8 +112,7 @@ bool option_check(const kxpcie_command& command, kxpcie_words* words) {
 int32_t kxpcie_exec(kxtools_cmd_context* ctx) {
   const kxpcie_command* command = ctx == nullptr || ctx->cmd == nullptr ? nullptr : command_find(ctx->cmd->name);
   if (command == nullptr) {
-    KXTOOLS_ERR("ctx is NULL\n");
-    return -1;
+    return KXTOOLS_ERR("ctx is NULL\n");
   }
   const kxpcie_words words(ctx->argp, ctx->argc);
   kxpcie_words counted = words;
@@ -121,8 +120,7 @@ int32_t kxpcie_exec(kxtools_cmd_context* ctx) {
     return -1;
   }
   if (counted.size() < command->words_min || counted.size() > command->words_max) {
-    KXTOOLS_ERR("too %s words: %s\n", counted.size() < command->words_min ? "few" : "many", command->help);
-    return -1;
+    return KXTOOLS_ERR("too %s words: %s\n", counted.size() < command->words_min ? "few" : "many", command->help);
   }
   kxtools_sbdf sbdf = KXTOOLS_SBDF_NONE;
   if (!function_get(&sbdf)) {

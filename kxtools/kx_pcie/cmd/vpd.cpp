@@ -1,6 +1,5 @@
 #include "vpd.h"
 
-#include <iterator>
 #include <string_view>
 
 #include "common/plural.h"

@@ -1,7 +1,6 @@
 #include "fw_args.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -92,8 +91,8 @@ int refuse_words(const kxtool_cmd_ctx& ctx, const std::string& why) {
   return EXIT_WORDS;
 }
 
-int refuse_package(const char* path, const char* why) {
-  kx_error_print("version package '%s' %s\n", path, why);
+int refuse_package(const char* path, const std::string& why) {
+  kx_error_print("version package '%s' %s\n", path, why.c_str());
   return EXIT_NO_PACKAGE;
 }
 
@@ -109,19 +108,18 @@ void query_explain(const char* path, int error) {
 }
 
 int package_open(const char* path, fw_package* package) {
-  char why[160];
-  switch (fw_package_open(path, package)) {
+  const fw_open_result result = fw_package_open(path, package);
+  const int error = errno;
+  switch (result) {
     case fw_open_result::opened:
       return 0;
     case fw_open_result::no_file:
-      snprintf(why, sizeof why, "cannot be opened: %s", strerror(errno));
-      query_explain(path, errno);
-      return refuse_package(path, why);
+      query_explain(path, error);
+      return refuse_package(path, std::string("cannot be opened: ") + strerror(error));
     case fw_open_result::no_regular_file:
       return refuse_package(path, "is no regular file");
     case fw_open_result::too_large:
-      snprintf(why, sizeof why, "is larger than %llu bytes", static_cast<unsigned long long>(FW_PACKAGE_SIZE_MAX));
-      return refuse_package(path, why);
+      return refuse_package(path, "is larger than " + std::to_string(FW_PACKAGE_SIZE_MAX) + " bytes");
   }
   return EXIT_NO_PACKAGE;
 }
@@ -148,15 +146,12 @@ int fw_request_read(const kxtool_cmd_ctx& ctx, fw_request* request) {
   if (status != 0) {
     return status;
   }
-  char why[256];
   const int32_t error = fw_file_sha256(request->package.fd.get(), request->package.size, &request->sha256);
   if (error != 0) {
-    snprintf(why, sizeof why, "cannot be read: %s", strerror(error));
-    return refuse_package(typed.object, why);
+    return refuse_package(typed.object, std::string("cannot be read: ") + strerror(error));
   }
   if (typed.sha256 != nullptr && request->sha256 != expected) {
-    snprintf(why, sizeof why, "is another file: its SHA-256 is %s", fw_sha256_text(request->sha256).c_str());
-    return refuse_package(typed.object, why);
+    return refuse_package(typed.object, "is another file: its SHA-256 is " + fw_sha256_text(request->sha256));
   }
   return 0;
 }

@@ -55,8 +55,7 @@ int32_t running_ask(fw_update* update, fw_running* running) {
 
 int32_t fw_running_ask(fw_update* update, fw_running* running) {
   if (running_ask(update, running) != 0) {
-    FW_FAIL("bar chan or msgq channel is not work ,try it later!");
-    return -1;
+    return FW_FAIL("bar chan or msgq channel is not work ,try it later!");
   }
   return 0;
 }

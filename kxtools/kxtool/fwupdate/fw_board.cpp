@@ -85,7 +85,8 @@ int fw_upd_boardtype_verify(fw_update* update) {
     const auto card_text = fw_text_printable(update->board_type.data());
     FW_BOARD_ERR("boardtype of verpkg is '%s', boardtype of pn is '%s', not match!\n", package_text.data(),
                  card_text.data());
-    fw_cause_tell("the package is for the board type '%s', the card is a '%s'", package_text.data(), card_text.data());
+    fw_cause_tell(
+        kx_text("the package is for the board type '%s', the card is a '%s'", package_text.data(), card_text.data()));
     return EXIT_NO_MATCH;
   }
   return 0;

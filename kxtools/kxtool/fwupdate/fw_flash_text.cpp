@@ -1,22 +1,11 @@
 #include "fw_flash_text.h"
 
 #include <cinttypes>
-#include <cstdarg>
-#include <cstdio>
 
 #include "common/report.h"
 #include "fw_log.h"
 
 namespace {
-
-[[gnu::format(printf, 2, 3)]] void append(std::string* text, const char* format, ...) {
-  char part[256];
-  va_list args;
-  va_start(args, format);
-  vsnprintf(part, sizeof part, format, args);
-  va_end(args);
-  *text += part;
-}
 
 // The partition that the current part of the package is written to.
 uint32_t target_partition(const fw_update& update) {
@@ -28,40 +17,40 @@ uint32_t target_partition(const fw_update& update) {
 
 void append_image(const fw_update& update, std::string* text) {
   const fw_image& image = update.header.images[update.image];
-  append(text, "partition %u is incomplete, image %d of %u ", target_partition(update), update.image + 1,
-         update.header.fw_cnt);
+  *text += kx_text("partition %u is incomplete, image %d of %u ", target_partition(update), update.image + 1,
+                   update.header.fw_cnt);
   switch (update.phase.load()) {
     case fw_phase::erasing:
-      append(text, "is being erased");
+      *text += "is being erased";
       break;
     case fw_phase::erase_failed:
-      append(text, "could not be erased");
+      *text += "could not be erased";
       break;
     case fw_phase::writing:
-      append(text, "holds %u of %" PRIu64 " bytes", update.image_sent.load(), fw_image_sent_size(image));
+      *text += kx_text("holds %u of %" PRIu64 " bytes", update.image_sent.load(), fw_image_sent_size(image));
       break;
     case fw_phase::reading:
-      append(text, "is written but not verified");
+      *text += "is written but not verified";
       break;
     case fw_phase::mismatch:
-      append(text, "is written but reads back differently");
+      *text += "is written but reads back differently";
       break;
     case fw_phase::none:
     case fw_phase::ending:
-      append(text, "is not written yet");
+      *text += "is not written yet";
       break;
   }
-  append(text, ": repeat the update; ");
+  *text += ": repeat the update; ";
 }
 
 void append_running(const fw_update& update, std::string* text) {
   const uint32_t running = update.cur_partition;
   if (update.package.kind != FW_KIND_WHOLE_FLASH || running > update.part) {
-    append(text, "the running partition %u is untouched", running);
+    *text += kx_text("the running partition %u is untouched", running);
   } else if (running < update.part || update.image >= update.header.fw_cnt) {
-    append(text, "the running partition %u holds the new package already", running);
+    *text += kx_text("the running partition %u holds the new package already", running);
   } else {
-    append(text, "it is the running partition: repeat the update before the card is reset");
+    *text += "it is the running partition: repeat the update before the card is reset";
   }
 }
 
@@ -71,19 +60,18 @@ std::string fw_flash_text(const fw_update& update) {
   if (!update.header_sent) {
     return "nothing was written to the flash, the running partition is untouched";
   }
-  std::string text;
   if (!fw_partition_is_known(update)) {
-    append(&text, "only the package header was sent; the card says that it runs from partition %u",
-           update.cur_partition);
-    return text;
+    return kx_text("only the package header was sent; the card says that it runs from partition %u",
+                   update.cur_partition);
   }
+  std::string text;
   if (update.image < update.header.fw_cnt) {
     append_image(update, &text);
   } else {
-    append(&text,
-           "all images are written and verified, but the card has not finished: it may start partition %u at its "
-           "next reset; ",
-           target_partition(update));
+    text = kx_text(
+        "all images are written and verified, but the card has not finished: it may start partition %u at its next "
+        "reset; ",
+        target_partition(update));
   }
   append_running(update, &text);
   return text;

@@ -18,6 +18,9 @@ int32_t kxtool_fw_data_sendto_riscv(fw_update* update);
 int32_t kxtool_fw_upd_crc_req_send(fw_update* update);
 int32_t kxtool_fw_end_req(fw_update* update);
 
+/// After the last image of a part: the next part of the package, or the end of the update.
+void fw_part_finish(fw_update* update);
+
 /// Asks the card for its permission to update and what it runs. Returns 0, or -1 with a log line.
 int32_t fw_running_ask(fw_update* update, fw_running* running);
 

@@ -8,6 +8,7 @@
 #include "fw_handlers.h"
 #include "fw_log.h"
 #include "fw_message.h"
+#include "fw_timer.h"
 
 namespace {
 
@@ -50,8 +51,7 @@ void show_phase(fw_update* update, const char* phase) {
 // Reads what is sent from `at` on into `piece`.
 int32_t read_piece(const fw_update& update, const fw_image& image, uint32_t at, std::span<uint8_t> piece) {
   if (fw_image_read(update.package, update.header, image, at, piece) != 0) {
-    FW_FAIL("image %d cannot be read at byte %u", update.image.load(), at);
-    return -1;
+    return FW_FAIL("image %d cannot be read at byte %u", update.image.load(), at);
   }
   return 0;
 }
@@ -65,8 +65,7 @@ int32_t send_packet(fw_update* update, const fw_image& image, uint32_t at, std::
   kx_le_put<uint32_t>(packet, 4, image.flash_offset + at);
   std::ranges::copy(data, packet.begin() + PACKET_DATA);
   if (kxtool_fw_msg_send_sync_no_reply(update, std::span(packet).first(PACKET_DATA + data.size())) != 0) {
-    FW_FAIL("tx by bar chan err");
-    return -1;
+    return FW_FAIL("tx by bar chan err");
   }
   return 0;
 }
@@ -94,12 +93,10 @@ int32_t kxtool_fw_upd_req_send(fw_update* update) {
     return 0;
   }
   if (!image.is_aligned()) {
-    FW_FAIL("sys fail: invalid msg_send offset %x", image.flash_offset);
-    return -1;
+    return FW_FAIL("sys fail: invalid msg_send offset %x", image.flash_offset);
   }
   if (!image.has_device()) {
-    FW_FAIL("sys fail: invalid mtd_id %d", image.type);
-    return -1;
+    return FW_FAIL("sys fail: invalid mtd_id %d", image.type);
   }
   std::array<uint8_t, ERASE_LEN> request = {static_cast<uint8_t>(REQUEST_ERASE + update->image), image.type};
   kx_le_put<uint32_t>(request, 4, image.flash_offset);
@@ -111,8 +108,7 @@ int32_t kxtool_fw_upd_req_send(fw_update* update) {
   update->phase = fw_phase::erasing;
   fw_start_timer(FW_TIMER_ERASE, update->limits.erase);
   if (kxtool_fw_msg_send_sync_no_reply(update, request) != 0) {
-    FW_FAIL("the erase request for image %d was not taken", update->image.load());
-    return -1;
+    return FW_FAIL("the erase request for image %d was not taken", update->image.load());
   }
   return 0;
 }
@@ -154,8 +150,7 @@ int32_t kxtool_fw_upd_crc_req_send(fw_update* update) {
   const fw_image image = update->header.images[update->image];
   uint32_t sum = 0;
   if (fw_image_checksum(update->package, update->header, image, &sum) != 0) {
-    FW_FAIL("image %d cannot be read again", update->image.load());
-    return -1;
+    return FW_FAIL("image %d cannot be read again", update->image.load());
   }
   std::array<uint8_t, READ_BACK_LEN> request = {static_cast<uint8_t>(REQUEST_READ_BACK + update->image)};
   kx_le_put<uint32_t>(request, 1, image.flash_offset);
@@ -165,8 +160,7 @@ int32_t kxtool_fw_upd_crc_req_send(fw_update* update) {
   update->sum_sent = sum;
   update->phase = fw_phase::reading;
   if (kxtool_fw_msg_send_sync_no_reply(update, request) != 0) {
-    FW_FAIL("the read-back request for image %d was not taken", update->image.load());
-    return -1;
+    return FW_FAIL("the read-back request for image %d was not taken", update->image.load());
   }
   return 0;
 }

@@ -17,8 +17,7 @@
 namespace {
 
 constexpr const char* KXTS_PATH = "/var/log/kxtool";
-constexpr const char* NAME_PART = "kxtool";
-constexpr const char* NAME_END = "fw_upd.log";
+constexpr const char* NAME = "kxtool_fw_upd.log";
 constexpr mode_t FOLDER_MODE = 01777;
 constexpr mode_t FILE_MODE = 0644;
 constexpr size_t LINE_SIZE = 1024;  // longer lines are cut
@@ -27,7 +26,7 @@ constexpr size_t LINE_SIZE = 1024;  // longer lines are cut
 constinit std::mutex log_mutex;
 int log_fd = -1;
 
-void report_failure(const kx_shared_file& file, const char* path) {
+void report_failure(const kx_shared_file& file) {
   switch (file.step) {
     case kx_shared_file_step::stat_folder:
       KXTOOLS_ERR("stat failed errno%d\n", file.error);
@@ -39,7 +38,7 @@ void report_failure(const kx_shared_file& file, const char* path) {
       KXTOOLS_ERR("chmod failed: %d\n", file.error);
       break;
     default:
-      KXTOOLS_ERR("Cannot open file %s.\n", path);
+      KXTOOLS_ERR("Cannot open file %s/%s.\n", KXTS_PATH, NAME);
       break;
   }
 }
@@ -47,13 +46,9 @@ void report_failure(const kx_shared_file& file, const char* path) {
 }  // namespace
 
 void fw_log_open() {
-  char name[64];
-  char path[128];
-  snprintf(name, sizeof name, "%s_%s", NAME_PART, NAME_END);
-  snprintf(path, sizeof path, "%s/%s", KXTS_PATH, name);
-  kx_shared_file file = kx_shared_file_open(KXTS_PATH, name, O_WRONLY | O_CREAT | O_APPEND, FOLDER_MODE, FILE_MODE);
+  kx_shared_file file = kx_shared_file_open(KXTS_PATH, NAME, O_WRONLY | O_CREAT | O_APPEND, FOLDER_MODE, FILE_MODE);
   if (!file.fd) {
-    report_failure(file, path);
+    report_failure(file);
   }
   {
     const std::lock_guard lock(log_mutex);

@@ -5,7 +5,6 @@
 
 #include <new>
 
-#include "channel/bar_channel.h"
 #include "channel/event.h"
 #include "channel/mailbox.h"
 #include "channel/process_exit.h"
@@ -50,18 +49,11 @@ void journal_write(const char* line) {
   syslog(LOG_NOTICE, "%s", line);
 }
 
-// Who began what.
-void begin_note(const fw_update& update) {
-  char user[256];
-  fw_user_text(user, sizeof user);
-  fw_note(update, "fwupdate of %s begins: %s", update.device->name, user);
-}
-
 // How it ended.
 void end_note(const fw_update& update, int status) {
   const std::string cause = fw_cause();
-  fw_note(update, "fwupdate of %s ends with status %d%s%s", update.device->name, status, cause.empty() ? "" : ": ",
-          cause.c_str());
+  fw_note(update, kx_text("fwupdate of %s ends with status %d%s%s", update.device->name, status,
+                          cause.empty() ? "" : ": ", cause.c_str()));
 }
 
 // The mailbox ends the process when an exchange fails: the log and the user still hear what is left. Behind a finished
@@ -76,7 +68,7 @@ int on_channel_exit(int status) {
     }
   } else {
     const bool gone = kx_device_memory_losses != 0;
-    fw_tell("cause: %s", gone ? "the card's BAR was taken away" : channel_failure(status));
+    fw_tell(std::string("cause: ") + (gone ? "the card's BAR was taken away" : channel_failure(status)));
     fw_flash_report(*update, "failed");
     status = gone ? FW_EXIT_FAILED : status;
   }
@@ -153,7 +145,7 @@ int kxtool_fw_main(kxtool_cmd_ctx* ctx) {
   const kx_signal_guard guard;  // the update ends where the flash can be described
   prctl(PR_SET_TIMERSLACK, TIMER_SLACK_NS);
   kxtool_process_exit_hook_set(on_channel_exit);
-  begin_note(update);
+  fw_note(update, kx_text("fwupdate of %s begins: %s", ctx->device.name, fw_user_text().c_str()));
   const int args = kxtool_fw_args_parse(request, &update);
   if (args != 0 && !request->dry_run) {
     leave(update, args);

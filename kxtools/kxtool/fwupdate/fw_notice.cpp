@@ -4,9 +4,10 @@
 
 #include "common/little_endian.h"
 #include "common/report.h"
+#include "fw_handlers.h"
 #include "fw_log.h"
-#include "fw_message.h"
 #include "fw_state.h"
+#include "fw_timer.h"
 #include "fwupdate/fwupdate.h"
 
 namespace {

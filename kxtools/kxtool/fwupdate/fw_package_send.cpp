@@ -1,4 +1,4 @@
-// The two requests that speak of a whole package: its header before the first image, its end after the last.
+// What goes on between the images: a package's header before the first one, its next part or its end after the last.
 #include <algorithm>
 #include <array>
 
@@ -6,6 +6,7 @@
 #include "fw_handlers.h"
 #include "fw_log.h"
 #include "fw_message.h"
+#include "fw_timer.h"
 
 namespace {
 
@@ -55,12 +56,28 @@ int32_t kxtool_kx_pkg_info_send(fw_update* update) {
   update->header_sent = true;
   update->phase = fw_phase::none;
   if (kxtool_fw_msg_send_sync_no_reply(update, std::span(request).first(HEADER_DATA + header.length)) != 0) {
-    FW_FAIL("the package header was not taken");
-    return -1;
+    return FW_FAIL("the package header was not taken");
   }
   update->image = 0;
   // A notice may have failed the update meanwhile.
   return fw_fsm_advance(FW_STATE_WAIT, FW_STATE_ERASE) ? 0 : -1;
+}
+
+void fw_part_finish(fw_update* update) {
+  if (update->package.kind == FW_KIND_WHOLE_FLASH && update->part == FW_PART_A) {
+    FW_INFO("try to update part B\n");
+    update->part = FW_PART_B;
+    update->image = 0;
+    if (fw_package_header_read(update->package, FW_PART_B, &update->header) != 0) {
+      FW_FAIL("the header of part B cannot be read");
+    }
+    // Its handler reads the header again and fails on a bad one.
+    kxtool_fw_fsm_set(FW_STATE_HEADER);
+    return;
+  }
+  FW_INFO("UPD_FW_END is sent\n");
+  fw_start_timer(FW_TIMER_END, update->limits.end);
+  kxtool_fw_fsm_set(FW_STATE_END);
 }
 
 int32_t kxtool_fw_end_req(fw_update* update) {
@@ -74,8 +91,7 @@ int32_t kxtool_fw_end_req(fw_update* update) {
   std::array<uint8_t, END_LEN> request = {REQUEST_END};
   kx_le_put<uint32_t>(request, 1, static_cast<uint32_t>(update->package.size));
   if (kxtool_fw_msg_send_sync_no_reply(update, request) != 0) {
-    FW_FAIL("the end of the update was not taken");
-    return -1;
+    return FW_FAIL("the end of the update was not taken");
   }
   return 0;
 }

@@ -1,7 +1,6 @@
 #include "fw_plan.h"
 
 #include <cinttypes>
-#include <cstdarg>
 #include <cstdio>
 
 #include "common/plural.h"
@@ -81,16 +80,17 @@ void sums_tell(const fw_package& package) {
   for_each_part(package, [&](fw_package_part part, const fw_header& header) {
     uint32_t sum = 0;
     if (fw_header_sum(package, header, &sum) == 0 && sum != header.checksum) {
-      fw_tell("part %c of the package says the sum 0x%08x, its bytes have 0x%08x: damaged, or another tool's sum",
-              part == FW_PART_A ? 'A' : 'B', header.checksum, sum);
+      fw_tell(
+          kx_text("part %c of the package says the sum 0x%08x, its bytes have 0x%08x: damaged, or another tool's sum",
+                  part == FW_PART_A ? 'A' : 'B', header.checksum, sum));
     }
   });
 }
 
-void identification_text(const fw_update& update, std::array<char, FW_IDENTIFICATION_SIZE + 1>* text) {
+std::array<char, FW_IDENTIFICATION_SIZE + 1> identification_text(const fw_update& update) {
   fw_header header;
   fw_package_header_read(update.package, FW_PART_A, &header);
-  *text = fw_text_printable(header.identification());
+  return fw_text_printable(header.identification());
 }
 
 void print_card(const fw_update& update, bool answered) {
@@ -140,13 +140,8 @@ void print_package(const fw_update& update) {
 // Everything that would refuse the update, in the order in which it would find it.
 class refusals {
  public:
-  [[gnu::format(printf, 3, 4)]] void add(int status, const char* format, ...) {
-    printf("  refused         ");
-    va_list args;
-    va_start(args, format);
-    vprintf(format, args);
-    va_end(args);
-    printf(" (status %d)\n", status);
+  void add(int status, const std::string& text) {
+    printf("  refused         %s (status %d)\n", text.c_str(), status);
     status_ = status_ == 0 ? status : status_;
   }
   int status() const {
@@ -163,18 +158,18 @@ int print_verdict(const fw_update& update, int board_status, bool answered) {
     found.add(board_status, "the package is not for this card");
   }
   for (const fw_problem& problem : fw_package_check(update.package)) {
-    found.add(problem.status(), "%s", problem.text.c_str());
+    found.add(problem.status(), problem.text);
   }
   const char* deaf = update.deafness == nullptr ? nullptr : update.deafness();
   if (deaf != nullptr) {
-    found.add(EXIT_FAILED, "the card's answers cannot be heard: %s", deaf);
+    found.add(EXIT_FAILED, std::string("the card's answers cannot be heard: ") + deaf);
   }
   if (!answered) {
     found.add(EXIT_FAILED, "the card does not answer the request to update");
   } else if (update.running.allows_update == 0) {
     found.add(EXIT_REFUSED, "the card refuses the update");
   } else if (!fw_partition_is_known(update)) {
-    found.add(EXIT_FAILED, "the card says that it runs from partition %u", update.running.partition);
+    found.add(EXIT_FAILED, kx_text("the card says that it runs from partition %u", update.running.partition));
   }
   if (found.status() == 0) {
     printf("  refused         by nothing\n");
@@ -186,28 +181,26 @@ int print_verdict(const fw_update& update, int board_status, bool answered) {
 
 void fw_plan_tell(fw_update* update) {
   const kxtool_device& device = *update->device;
-  std::array<char, FW_IDENTIFICATION_SIZE + 1> identification;
-  identification_text(*update, &identification);
   const part_sums sums = package_sum(*update);
-  char name[64];
-  snprintf(name, sizeof name, device.wire->by_address ? "%.0s%s" : "%s (%s)", device.name, device.sbdf_text);
-  fw_announce(*update, "card %s, board type %s: runs %s from partition %u", name,
-              fw_text_printable(board_type(*update)).data(), update->running.version.data(), update->running.partition);
+  const std::string name =
+      device.wire->by_address ? device.sbdf_text : kx_text("%s (%s)", device.name, device.sbdf_text);
+  fw_announce(*update, kx_text("card %s, board type %s: runs %s from partition %u", name.c_str(),
+                               fw_text_printable(board_type(*update)).data(), update->running.version.data(),
+                               update->running.partition));
   fw_announce(*update,
-              "package %s to %s: %u image%s, %" PRIu64 " byte%s, about %" PRIu64
-              " s and the card's own time; SHA-256 %s, %s",
-              identification.data(), target_text(*update), sums.images, kx_plural(sums.images), sums.bytes,
-              kx_plural(sums.bytes), (sums.milliseconds + 999) / 1000, fw_sha256_text(update->sha256).c_str(),
-              package_path(*update));
+              kx_text("package %s to %s: %u image%s, %" PRIu64 " byte%s, about %" PRIu64
+                      " s and the card's own time; SHA-256 %s, %s",
+                      identification_text(*update).data(), target_text(*update), sums.images, kx_plural(sums.images),
+                      sums.bytes, kx_plural(sums.bytes), (sums.milliseconds + 999) / 1000,
+                      fw_sha256_text(update->sha256).c_str(), package_path(*update)));
   sums_tell(update->package);
 }
 
 void fw_result_tell(fw_update* update) {
-  std::array<char, FW_IDENTIFICATION_SIZE + 1> identification;
-  identification_text(*update, &identification);
-  fw_announce(*update, "now runs %s from partition %u; the card's next reset starts %s, which %s now hold%s",
-              update->running.version.data(), update->running.partition, identification.data(), target_text(*update),
-              is_whole_flash(*update) ? "" : "s");
+  fw_announce(*update,
+              kx_text("now runs %s from partition %u; the card's next reset starts %s, which %s now hold%s",
+                      update->running.version.data(), update->running.partition, identification_text(*update).data(),
+                      target_text(*update), is_whole_flash(*update) ? "" : "s"));
   fw_tell("to start it reset the card by its BMC, or switch the host off and on");
 }
 

@@ -6,6 +6,7 @@
 #include <cinttypes>
 #include <cstdio>
 
+#include "common/clock.h"
 #include "common/report.h"
 #include "common/status_line.h"
 
@@ -28,16 +29,10 @@ int head_text(const fw_progress& progress, char* text, size_t size) {
 
 }  // namespace
 
-uint64_t fw_now_ms() {
-  struct timespec now = {};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1000000;
-}
-
 void fw_progress_start(fw_progress* progress) {
   *progress = {};
   progress->terminal = isatty(STDOUT_FILENO) == 1;
-  progress->start_ms = fw_now_ms();
+  progress->start_ms = kx_now_ms();
 }
 
 void fw_progress_phase(fw_progress* progress, const char* phase) {
@@ -53,11 +48,11 @@ void fw_progress_phase(fw_progress* progress, const char* phase) {
 
 void fw_progress_write_start(fw_progress* progress, uint64_t done) {
   progress->done = done;
-  progress->piece_ms = fw_now_ms();
+  progress->piece_ms = kx_now_ms();
 }
 
 void fw_progress_add(fw_progress* progress, uint64_t bytes) {
-  const uint64_t now = fw_now_ms();
+  const uint64_t now = kx_now_ms();
   progress->done += bytes;
   progress->written += bytes;
   progress->writing_ms += now - progress->piece_ms;
@@ -92,6 +87,6 @@ void fw_progress_draw(const fw_progress* progress) {
     return;
   }
   char text[160];
-  fw_progress_text(*progress, fw_now_ms(), text, sizeof text);
+  fw_progress_text(*progress, kx_now_ms(), text, sizeof text);
   kx_status_show(text);
 }

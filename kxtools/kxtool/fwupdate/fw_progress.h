@@ -2,8 +2,8 @@
 // control characters. Used by the command's thread.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <ctime>
 
 struct fw_progress {
   bool terminal = false;
@@ -34,6 +34,3 @@ void fw_progress_draw(const fw_progress* progress);
 
 /// The text of the line, without control characters; `now_ms` is on the clock of start_ms.
 void fw_progress_text(const fw_progress& progress, uint64_t now_ms, char* text, size_t size);
-
-/// Milliseconds on a clock that never jumps.
-uint64_t fw_now_ms();

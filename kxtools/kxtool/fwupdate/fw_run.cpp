@@ -8,6 +8,7 @@
 #include "fw_handlers.h"
 #include "fw_log.h"
 #include "fw_plan.h"
+#include "fw_timer.h"
 
 namespace {
 

@@ -1,6 +1,5 @@
 #include "fw_state.h"
 
-#include <cstdarg>
 #include <cstdio>
 
 #include "fw_log.h"
@@ -27,20 +26,16 @@ void fw_update_set(fw_update* update) {
   cause[0] = '\0';
 }
 
-void fw_fail(const char* function, int line, const char* format, ...) {
-  char text[sizeof cause];
-  va_list args;
-  va_start(args, format);
-  vsnprintf(text, sizeof text, format, args);
-  va_end(args);
-  fw_log_line("upd_err", function, line, "%s\n", text);
+int32_t fw_fail(const char* function, int line, const std::string& text) {
+  fw_log_line("upd_err", function, line, "%s\n", text.c_str());
   {
     const std::lock_guard guard(cause_mutex);
     if (cause[0] == '\0') {
-      snprintf(cause, sizeof cause, "%s", text);
+      snprintf(cause, sizeof cause, "%s", text.c_str());
     }
   }
   kxtool_fw_fsm_set(FW_STATE_FAILED);
+  return -1;
 }
 
 std::string fw_cause() {
@@ -87,21 +82,4 @@ bool fw_image_current(fw_update* update, fw_image* image) {
   }
   *image = table[index];
   return true;
-}
-
-void fw_part_finish(fw_update* update) {
-  if (update->package.kind == FW_KIND_WHOLE_FLASH && update->part == FW_PART_A) {
-    FW_INFO("try to update part B\n");
-    update->part = FW_PART_B;
-    update->image = 0;
-    if (fw_package_header_read(update->package, FW_PART_B, &update->header) != 0) {
-      FW_FAIL("the header of part B cannot be read");
-    }
-    // Its handler reads the header again and fails on a bad one.
-    kxtool_fw_fsm_set(FW_STATE_HEADER);
-    return;
-  }
-  FW_INFO("UPD_FW_END is sent\n");
-  fw_start_timer(FW_TIMER_END, update->limits.end);
-  kxtool_fw_fsm_set(FW_STATE_END);
 }

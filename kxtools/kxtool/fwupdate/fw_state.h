@@ -2,15 +2,14 @@
 // receive thread, move on while it waits.
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <string>
 
 #include "channel/device.h"
+#include "common/text.h"
 #include "fw_progress.h"
-#include "fw_timer.h"
 #include "fwupdate/package_digest.h"
 #include "fwupdate/running.h"
 
@@ -37,6 +36,13 @@ enum class fw_phase : uint8_t { none, erasing, erase_failed, writing, reading, m
 /// of what came, as far as the channel tells it. Returns 0 or non-zero.
 using fw_send_fn = int32_t (*)(kxtool_device* device, const void* payload, uint16_t length, void* reply,
                                uint16_t* reply_len);
+
+/// Ticks that the card may take; a tick is 100 ms.
+struct fw_time_limits {
+  uint32_t erase = 6000;
+  uint32_t read_back = 3600;
+  uint32_t end = 3600;
+};
 
 struct fw_update {
   kxtool_device* device = nullptr;
@@ -81,10 +87,10 @@ struct fw_update {
 fw_update* fw_update_get();
 void fw_update_set(fw_update* update);
 
-/// Fails the update: logs one line, keeps the first such text for fw_cause, then sets the state. `format` has no
-/// newline.
-[[gnu::format(printf, 3, 4)]] void fw_fail(const char* function, int line, const char* format, ...);
-#define FW_FAIL(...) fw_fail(__func__, __LINE__, __VA_ARGS__)
+/// Fails the update: logs one line, keeps the first such text for fw_cause, then sets the state. `text` has no newline.
+/// Returns -1, as the handler does that found the fault.
+int32_t fw_fail(const char* function, int line, const std::string& text);
+#define FW_FAIL(...) fw_fail(__func__, __LINE__, kx_text(__VA_ARGS__))
 /// Why the update fails; empty while it does not.
 std::string fw_cause();
 
@@ -101,5 +107,3 @@ bool fw_fsm_advance(fw_state from, fw_state to);
 bool fw_partition_is_known(const fw_update& update);
 /// The current image; false behind the last one. Images that are not to be written are skipped.
 bool fw_image_current(fw_update* update, fw_image* image);
-/// After the last image of a part: the next part of the package, or the end of the update.
-void fw_part_finish(fw_update* update);

@@ -18,8 +18,8 @@ constexpr const char* FLASH_HEADING = "====flash erase_err wr_err rd_err cb_cnt 
 constexpr const char* MESSAGE_HEADING = "====risc->host rx_cnt   tx_cnt   tx_err====";
 
 struct counts {
-  char flash[128];
-  char message[64];
+  std::string flash;
+  std::string message;
 };
 
 int32_t statistics_ask(fw_update* update, counts* text) {
@@ -33,13 +33,13 @@ int32_t statistics_ask(fw_update* update, counts* text) {
   for (size_t i = 0; i < COUNT_NUM; ++i) {
     count[i] = kx_le_get<uint32_t>(reply, i * 4);
   }
-  snprintf(text->flash, sizeof text->flash, "         %9u %6u %6u %6u %9u %9u %14u", count[0], count[1], count[2],
-           count[3], count[4], count[5], count[6]);
-  snprintf(text->message, sizeof text->message, "              %6u   %6u   %6u", count[7], count[8], count[9]);
+  text->flash = kx_text("         %9u %6u %6u %6u %9u %9u %14u", count[0], count[1], count[2], count[3], count[4],
+                        count[5], count[6]);
+  text->message = kx_text("              %6u   %6u   %6u", count[7], count[8], count[9]);
   FW_INFO("%s\n", FLASH_HEADING);
-  FW_INFO("%s\n", text->flash);
+  FW_INFO("%s\n", text->flash.c_str());
   FW_INFO("%s\n", MESSAGE_HEADING);
-  FW_INFO("%s\n", text->message);
+  FW_INFO("%s\n", text->message.c_str());
   return 0;
 }
 
@@ -53,10 +53,9 @@ int32_t fw_flash_statistics_log(fw_update* update) {
 int32_t kxtool_fw_flash_cnt_get(fw_update* update) {
   counts text;
   if (statistics_ask(update, &text) != 0) {
-    FW_FAIL("the card does not tell its flash statistics");
-    return -1;
+    return FW_FAIL("the card does not tell its flash statistics");
   }
-  kx_print("%s\n%s\n%s\n%s\n", FLASH_HEADING, text.flash, MESSAGE_HEADING, text.message);
+  kx_print("%s\n%s\n%s\n%s\n", FLASH_HEADING, text.flash.c_str(), MESSAGE_HEADING, text.message.c_str());
   kxtool_fw_fsm_set(FW_STATE_FINISHED);
   return 0;
 }

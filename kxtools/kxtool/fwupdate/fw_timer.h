@@ -6,13 +6,6 @@
 
 enum fw_timer_id : uint32_t { FW_TIMER_END = 22, FW_TIMER_ERASE = 32, FW_TIMER_READ_BACK = 96 };
 
-/// Ticks that the card may take; a tick is 100 ms.
-struct fw_time_limits {
-  uint32_t erase = 6000;
-  uint32_t read_back = 3600;
-  uint32_t end = 3600;
-};
-
 void fw_start_timer(uint32_t tim_id, uint32_t ticks);
 void fw_cancel_timer(uint32_t tim_id);
 bool fw_timer_is_active(uint32_t tim_id);

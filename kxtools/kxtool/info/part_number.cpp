@@ -27,13 +27,11 @@ int32_t kxtool_pn_get(kxtool_device* device, kxtool_part_number* pn) {
     return KXTOOL_PN_NOT_SUPPORTED;
   }
   if (ret != 0) {
-    KX_LINE(STYLE_PN, "tarn_tools_send_msg failed, ret=%d!\n", ret);
-    return -1;
+    return KX_LINE(STYLE_PN, "tarn_tools_send_msg failed, ret=%d!\n", ret);
   }
   const int8_t status = static_cast<int8_t>(reply[REPLY_STATUS]);
   if (status != 0) {
-    KX_LINE(STYLE_PN, "pn get failed, reps.status = %d,%s\n", status, kxtool_reply_status_text(status));
-    return -1;
+    return KX_LINE(STYLE_PN, "pn get failed, reps.status = %d,%s\n", status, kxtool_reply_status_text(status));
   }
   memcpy(pn->text, reply + REPLY_TEXT, sizeof pn->text);
   pn->text[reply[REPLY_PRESENT] != 0 ? sizeof pn->text - 1 : 0] = '\0';

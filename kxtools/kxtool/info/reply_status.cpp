@@ -1,32 +1,26 @@
 #include "reply_status.h"
 
+#include <iterator>
+
 namespace {
 
-struct status_text {
-  int8_t status;
-  const char* text;
-};
-
-constexpr status_text STATUS_TEXTS[] = {
-    {-10, " PN data error!"},
-    {-9, " PN length error!"},
-    {-8, " FALSH write error!"},
-    {-7, " FALSH read error!"},
-    {-6, " FLASH get deveice error!"},
-    {-5, " No vpd info, please burn SN first!"},
-    {-4, " SN data error!"},
-    {-3, " SN length error!"},
-    {-2, " VPD initialize failed from flash!"},
-    {-1, " VPD get failed from JSON!"},
+// Of the status -1, -2 and so on.
+constexpr const char* STATUS_TEXTS[] = {
+    " VPD get failed from JSON!",
+    " VPD initialize failed from flash!",
+    " SN length error!",
+    " SN data error!",
+    " No vpd info, please burn SN first!",
+    " FLASH get deveice error!",
+    " FALSH read error!",
+    " FALSH write error!",
+    " PN length error!",
+    " PN data error!",
 };
 
 }  // namespace
 
 const char* kxtool_reply_status_text(int8_t status) {
-  for (const status_text& row : STATUS_TEXTS) {
-    if (row.status == status) {
-      return row.text;
-    }
-  }
-  return " Other error!";
+  const size_t index = static_cast<size_t>(-1 - status);
+  return index < std::size(STATUS_TEXTS) ? STATUS_TEXTS[index] : " Other error!";
 }

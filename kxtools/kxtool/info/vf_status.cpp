@@ -1,7 +1,6 @@
 #include <cstring>
 #include <iterator>
 #include <span>
-#include <vector>
 
 #include "channel/tools_msg.h"
 #include "common/nearest.h"
@@ -40,14 +39,6 @@ bool value_find(std::span<const value_word> words, const char* word, uint32_t* v
   return false;
 }
 
-void value_explain(const char* what, const char* word, std::span<const value_word> words) {
-  std::vector<const char*> names;
-  for (const value_word& row : words) {
-    names.push_back(row.word);
-  }
-  kx_unknown_word_print(what, word, names);
-}
-
 bool words_parse(const kxtool_cmd_ctx& ctx, vf_status_set* set) {
   if (ctx.argc < std::size(WORDS)) {
     KX_LINE(STYLE_ERR, "Insufficient arguments!\n");
@@ -61,12 +52,12 @@ bool words_parse(const kxtool_cmd_ctx& ctx, vf_status_set* set) {
   }
   if (!value_find(MODES, ctx.argv[1], &set->mode)) {
     KX_LINE(STYLE_ERR, "Invalid mode value!\n");
-    value_explain("mode", ctx.argv[1], MODES);
+    kx_unknown_word_print("mode", ctx.argv[1], kx_names_of(MODES, &value_word::word));
     return false;
   }
   if (!value_find(STATUSES, ctx.argv[3], &set->status)) {
     KX_LINE(STYLE_ERR, "Invalid status value!\n");
-    value_explain("status", ctx.argv[3], STATUSES);
+    kx_unknown_word_print("status", ctx.argv[3], kx_names_of(STATUSES, &value_word::word));
     return false;
   }
   return true;

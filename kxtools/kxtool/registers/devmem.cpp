@@ -1,7 +1,6 @@
 // "regsmem|devmem": words of a unit's address space.
 #include <array>
 #include <cinttypes>
-#include <vector>
 
 #include "common/nearest.h"
 #include "common/report.h"
@@ -62,14 +61,10 @@ int write_word(const devmem_request& request) {
 
 // What is wrong when the words do not begin with a unit.
 void unit_explain(const kxtool_cmd_ctx& ctx) {
-  std::vector<const char*> names;
-  for (const kxtools_unit* unit : kxtool_units_get()) {
-    names.push_back(unit->name);
-  }
   if (ctx.argc == 0) {
     kxtool_words_explain(ctx, std::array<const char*, 1>{});
   } else {
-    kx_unknown_word_print("unit of the card", ctx.argv[0], names);
+    kx_unknown_word_print("unit of the card", ctx.argv[0], kx_names_of(kxtool_units_get(), &kxtools_unit::name));
   }
 }
 

@@ -23,21 +23,11 @@ struct tally {
 
 using values_fn = bool (*)(void* self, const kxtools_unit_value& value);
 
-std::string words_text(std::span<const uint32_t> words) {
-  std::string text = "0x";
-  char word[9];
-  for (const uint32_t value : words) {
-    snprintf(word, sizeof word, "%08x", value);
-    text += word;
-  }
-  return text;
-}
-
 bool check_show(void* self, const kxtools_unit_value& value) {
   tally* counts = static_cast<tally*>(self);
   ++counts->values;
   counts->failed += value.good ? 0 : 1;
-  kx_print("  %-4s  %-32s %s%s%s\n", value.good ? "ok" : "FAIL", value.name, words_text(value.words).c_str(),
+  kx_print("  %-4s  %-32s %s%s%s\n", value.good ? "ok" : "FAIL", value.name, unit_words_text(value.words).c_str(),
            *value.note == '\0' ? "" : "  ", value.note);
   return kx_signal_guard::raised() == 0;
 }

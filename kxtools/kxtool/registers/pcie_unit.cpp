@@ -1,7 +1,7 @@
 // What the PCIe function of the interface tells of itself in its configuration space.
-#include <cstdio>
 #include <string>
 
+#include "common/text.h"
 #include "kx_pcie/config_space.h"
 #include "kx_pcie/tunnel.h"
 #include "registers/registers.h"
@@ -20,9 +20,7 @@ std::string bits_text(uint32_t value, std::span<const pcie_bit> names) {
 }
 
 std::string link_text(uint32_t link) {
-  char text[32];
-  snprintf(text, sizeof text, "x%u at %s", pcie_link_width(link), pcie_speed_text(pcie_link_speed(link)));
-  return text;
+  return kx_text("x%u at %s", pcie_link_width(link), pcie_speed_text(pcie_link_speed(link)));
 }
 
 /// One check: reads the dword at `offset` and judges it.
@@ -120,48 +118,33 @@ class function_checks {
 };
 
 int32_t configuration_visit(kxtools_unit_visitor visitor, void* self) {
-  char name[32];
   for (uint32_t offset = 0; offset < PCIE_CFG_SIZE; offset += 4) {
     uint32_t words[1] = {};
     if (pcie_cfg_read_dword(pcie_bound_sbdf_get(), offset, &words[0]) != 0) {
       return -1;
     }
-    snprintf(name, sizeof name, "configuration 0x%03x", offset);
-    if (!visitor(self, {name, offset, words, "", true})) {
+    if (!visitor(self, {kx_text("configuration 0x%03x", offset).c_str(), offset, words, "", true})) {
       break;
     }
   }
   return 0;
 }
 
+// Reading none of them clears it.
+bool has_configuration(kxtools_unit_list list) {
+  return list == kxtools_unit_list::registers || list == kxtools_unit_list::steady_registers;
+}
+
 uint32_t unit_count(kxtools_unit_list list) {
-  switch (list) {
-    case kxtools_unit_list::checks:
-      return 6;
-    case kxtools_unit_list::registers:
-    case kxtools_unit_list::steady_registers:
-      return PCIE_CFG_SIZE / 4;
-    case kxtools_unit_list::counters:
-    case kxtools_unit_list::steady_counters:
-    case kxtools_unit_list::cleared:
-      return 0;
-  }
-  return 0;
+  constexpr uint32_t CHECKS = 6;
+  return list == kxtools_unit_list::checks ? CHECKS : has_configuration(list) ? PCIE_CFG_SIZE / 4 : 0;
 }
 
 int32_t unit_visit(kxtools_unit_list list, kxtools_unit_visitor visitor, void* self) {
-  switch (list) {
-    case kxtools_unit_list::checks:
-      return function_checks(visitor, self).run();
-    case kxtools_unit_list::registers:
-    case kxtools_unit_list::steady_registers:
-      return configuration_visit(visitor, self);
-    case kxtools_unit_list::counters:
-    case kxtools_unit_list::steady_counters:
-    case kxtools_unit_list::cleared:
-      return 0;
+  if (list == kxtools_unit_list::checks) {
+    return function_checks(visitor, self).run();
   }
-  return 0;
+  return has_configuration(list) ? configuration_visit(visitor, self) : 0;
 }
 
 // The configuration spaces of the endpoint controllers behind each other.

@@ -2,9 +2,9 @@
 #include <cerrno>
 #include <cinttypes>
 #include <cstring>
-#include <ctime>
 #include <iterator>
 
+#include "common/clock.h"
 #include "common/progress_bar.h"
 #include "common/report.h"
 #include "common/result_file.h"
@@ -25,25 +25,17 @@ struct dump {
 
 bool value_write(void* self, const kxtools_unit_value& value) {
   dump* d = static_cast<dump*>(self);
-  fprintf(d->stream, "%s 0x%010" PRIx64 " 0x", d->unit->name, value.address);
-  for (const uint32_t word : value.words) {
-    fprintf(d->stream, "%08x", word);
-  }
-  fprintf(d->stream, " %s\n", value.name);
+  fprintf(d->stream, "%s 0x%010" PRIx64 " %s %s\n", d->unit->name, value.address, unit_words_text(value.words).c_str(),
+          value.name);
   d->progress->update(++d->done);
   return kx_signal_guard::raised() == 0 && ferror(d->stream) == 0;
 }
 
 void head_write(const kxtool_cmd_ctx& ctx, FILE* stream) {
-  char text[32];
-  const time_t now = time(nullptr);
-  struct tm utc = {};
-  gmtime_r(&now, &utc);
-  strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &utc);
   fprintf(stream,
-          "# registers of %s (%s), %s UTC\n"
+          "# registers of %s (%s), %s\n"
           "# unit, address, value (most significant word first), name; arrays of more than %u elements are left out\n",
-          ctx.device_word, ctx.device.sbdf_text, text, KXTOOLS_UNIT_ARRAY_MAX);
+          ctx.device_word, ctx.device.sbdf_text, kx_utc_text().c_str(), KXTOOLS_UNIT_ARRAY_MAX);
 }
 
 /// 0, 1, or UNIT_INTERRUPTED.

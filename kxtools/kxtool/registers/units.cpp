@@ -1,5 +1,6 @@
 #include "units.h"
 
+#include "common/text.h"
 #include "kxtools/bind.h"
 #include "registers/registers.h"
 
@@ -24,6 +25,14 @@ const kxtools_unit* unit_find(std::string_view name) {
     }
   }
   return nullptr;
+}
+
+std::string unit_words_text(std::span<const uint32_t> words) {
+  std::string text = "0x";
+  for (const uint32_t word : words) {
+    text += kx_text("%08x", word);
+  }
+  return text;
 }
 
 int32_t units_device_bind(const kxtool_cmd_ctx& ctx) {

@@ -1,8 +1,5 @@
 #include "startup/device_check.h"
 
-#include <unistd.h>
-
-#include <cstdio>
 #include <cstring>
 
 #include "common/report.h"

@@ -2,23 +2,14 @@
 
 #include <cerrno>
 #include <cinttypes>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 
 #include "channel/driver.h"
 #include "channel/process_exit.h"
 #include "common/device_memory.h"
+#include "common/text.h"
 #include "startup/cmd_ctx.h"
-
-namespace {
-
-void bad_args_print() {
-  fflush(stdout);
-  fputs("kxtool: bad command line argument(s)\nFor more information run kxtool -h\n", stderr);
-}
-
-}  // namespace
 
 void kxtool_exit(int status) {
   // The driver's registration ends before another tool may begin one.
@@ -29,17 +20,10 @@ void kxtool_exit(int status) {
   kxtool_process_exit(status == 0 && kx_device_memory_losses != 0 ? 1 : status);
 }
 
-void exit_bad_args() {
-  bad_args_print();
-  kxtool_exit(1);
-}
-
-void exit_bad_args(const char* format, ...) {
-  bad_args_print();
-  va_list args;
-  va_start(args, format);
-  vfprintf(stderr, format, args);
-  va_end(args);
+void exit_bad_args(const std::string& why) {
+  fflush(stdout);
+  fputs("kxtool: bad command line argument(s)\nFor more information run kxtool -h\n", stderr);
+  fputs(why.c_str(), stderr);
   kxtool_exit(1);
 }
 
@@ -48,7 +32,7 @@ int64_t kxtool_number_get(const char* word, int base, int64_t min, int64_t max) 
   errno = 0;
   const long long value = strtoll(word, &end, base);
   if (errno != 0 || end == word || *end != '\0' || value < min || value > max) {
-    exit_bad_args("kxtool: '%s' is no number from %" PRId64 " to %" PRId64 "\n", word, min, max);
+    exit_bad_args(kx_text("kxtool: '%s' is no number from %" PRId64 " to %" PRId64 "\n", word, min, max));
   }
   return value;
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "common/report.h"
+#include "common/text.h"
 #include "device_explain.h"
 #include "startup/device_check.h"
 #include "startup/exit.h"
@@ -62,7 +63,7 @@ void words_take(const kxtool_option_list& list, uint32_t count, char** words, kx
     return;
   }
   if (ctx->argc == 0) {
-    exit_bad_args("kxtool: %s needs a device behind it: '%s -h' shows its words\n", ctx->name, ctx->name);
+    exit_bad_args(kx_text("kxtool: %s needs a device behind it: '%s -h' shows its words\n", ctx->name, ctx->name));
   }
   ctx->device_word = ctx->argv[0];
   ctx->device.name = ctx->device_word;

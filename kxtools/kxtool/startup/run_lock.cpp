@@ -47,8 +47,7 @@ int kxtool_flock_lock(const kxtool_device& device) {
   const std::string name = kx_text("kxts_lock_%.*s", LOCK_NAME_CHARS, device.wire->name(device));
   kx_shared_file file = kx_shared_lock_take(KXTS_LOCK_PATH, name.c_str(), FOLDER_MODE, LOCK_MODE, LIMIT);
   if (file.step == kx_shared_file_step::lock_file) {
-    KXTOOLS_ERR("device %s is still in use by another kxtool command!\n", device.name);
-    return -1;
+    return KXTOOLS_ERR("device %s is still in use by another kxtool command!\n", device.name);
   }
   if (!file.fd) {
     report_failure(file, name.c_str());

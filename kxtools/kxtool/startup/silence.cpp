@@ -60,8 +60,7 @@ void kxtool_regiser_silence_cb(kxtool_silence_cb callback, void* argument) {
 
 int kxtool_create_timer_5s() {
   if (!kxtool_thread_start(timer_thread, nullptr)) {
-    MTS_ERR("Error creating recv msg thread !\n");
-    return -1;
+    return MTS_ERR("Error creating recv msg thread !\n");
   }
   return 0;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <thread>
 
+#include "fw_timer.h"
 #include "fwupdate/fwupdate.h"
 #include "vcard/models.h"
 

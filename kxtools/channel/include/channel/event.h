@@ -3,7 +3,6 @@
 #pragma once
 
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 
 /// Receives one notice: `length` bytes at `payload`, of any content, valid until it returns.

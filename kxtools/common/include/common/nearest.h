@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <span>
 #include <string_view>
+#include <vector>
 
 /// Goes through names one after the other and keeps the one that is most alike. Letter case does not count; a name that
 /// the word begins counts as alike from three characters on.
@@ -31,3 +33,13 @@ inline constexpr size_t KX_NEAREST_LENGTH = 64;
 /// Says on standard error that `word` is no `what`, such as "unit of the card", with the name that was meant or, when
 /// nothing is alike, all names.
 void kx_unknown_word_print(const char* what, const char* word, std::span<const char* const> names);
+
+/// The names of a table's rows, for that line.
+template <typename Rows, typename Name>
+std::vector<const char*> kx_names_of(const Rows& rows, Name name) {
+  std::vector<const char*> names;
+  for (const auto& row : rows) {
+    names.push_back(std::invoke(name, row));
+  }
+  return names;
+}

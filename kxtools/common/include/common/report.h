@@ -3,6 +3,8 @@
 // a pipe sees them in the order in which they happened.
 #pragma once
 
+#include <cstdint>
+
 /// The fixed parts of one kind of line: `prefix`[function][line]`gap`text. A colour is a terminal sequence that wraps
 /// the whole line; its end stands before the final newline.
 struct kx_line_style {
@@ -17,9 +19,10 @@ inline constexpr kx_line_style KX_STYLE_MTS_ERR{"mts_err: ", "", nullptr};
 inline constexpr kx_line_style KX_STYLE_MSG_CHAN_ERR{"msg_chan_err: ", "", "\033[31m"};
 inline constexpr kx_line_style KX_STYLE_MSG_CHAN_DEBUG{"msg_chan_debug: ", "", "\033[32m"};
 
-/// Prints one line of `style`; `format` is printed as it stands, its newline included.
-[[gnu::format(printf, 4, 5)]] void kx_line_print(const kx_line_style& style, const char* function, int line,
-                                                 const char* format, ...);
+/// Prints one line of `style`; `format` is printed as it stands, its newline included. Returns -1: what a function
+/// returns that fails with the line.
+[[gnu::format(printf, 4, 5)]] int32_t kx_line_print(const kx_line_style& style, const char* function, int line,
+                                                    const char* format, ...);
 
 // Function name and line come from the compiler.
 #define KX_LINE(style, ...) kx_line_print(style, __func__, __LINE__, __VA_ARGS__)

@@ -2,11 +2,10 @@
 
 #include <cerrno>
 #include <cinttypes>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 
 #include "common/plural.h"
+#include "common/text.h"
 #include "fwupdate/package_digest.h"
 
 namespace {
@@ -21,7 +20,9 @@ class checker {
   std::vector<fw_problem> run();
 
  private:
-  [[gnu::format(printf, 4, 5)]] void add(fw_problem_kind kind, uint32_t value, const char* format, ...);
+  void add(fw_problem_kind kind, uint32_t value, std::string text) {
+    problems_.push_back({kind, part_, value, std::move(text)});
+  }
   void identification(const fw_header& header);
   void images(const fw_header& header);
   void part(fw_package_part part);
@@ -35,15 +36,6 @@ class checker {
   std::vector<fw_problem> problems_;
 };
 
-void checker::add(fw_problem_kind kind, uint32_t value, const char* format, ...) {
-  char text[256];
-  va_list args;
-  va_start(args, format);
-  vsnprintf(text, sizeof text, format, args);
-  va_end(args);
-  problems_.push_back({kind, part_, value, text});
-}
-
 void checker::identification(const fw_header& header) {
   fw_board_type type;
   const auto text = fw_text_printable(header.identification());
@@ -51,12 +43,12 @@ void checker::identification(const fw_header& header) {
     case fw_board_result::ok:
       break;
     case fw_board_result::invalid_format:
-      add(fw_problem_kind::identification, 0, "identification '%s' is not of the form TARN-FW-BOARDTYPE-XXX",
-          text.data());
+      add(fw_problem_kind::identification, 0,
+          kx_text("identification '%s' is not of the form TARN-FW-BOARDTYPE-XXX", text.data()));
       break;
     case fw_board_result::too_long:
-      add(fw_problem_kind::identification, 0, "identification '%s' has a board type of more than %u characters",
-          text.data(), FW_BOARD_TYPE_MAX);
+      add(fw_problem_kind::identification, 0,
+          kx_text("identification '%s' has a board type of more than %u characters", text.data(), FW_BOARD_TYPE_MAX));
       break;
   }
 }
@@ -66,22 +58,24 @@ void checker::images(const fw_header& header) {
     const fw_image& image = header.images[fault.image];
     if (fault.reason == fw_fault_reason::beyond_file) {
       add(fw_problem_kind::image_data, 0,
-          "part %c image %u: %u byte%s at file offset 0x%" PRIx64 " reach%s past the file's end at 0x%" PRIx64,
-          letter(), fault.image, image.size, kx_plural(image.size), fw_image_position(header, image),
-          image.size == 1 ? "es" : "", package_.size);
+          kx_text("part %c image %u: %u byte%s at file offset 0x%" PRIx64 " reach%s past the file's end at 0x%" PRIx64,
+                  letter(), fault.image, image.size, kx_plural(image.size), fw_image_position(header, image),
+                  image.size == 1 ? "es" : "", package_.size));
     } else {
-      add(fw_problem_kind::image_data, 0, "part %c image %u overlaps image %u", letter(), fault.image, fault.other);
+      add(fw_problem_kind::image_data, 0,
+          kx_text("part %c image %u overlaps image %u", letter(), fault.image, fault.other));
     }
   }
   for (uint32_t i = 0; i < header.table().size(); ++i) {
     const fw_image& image = header.images[i];
     if (image.is_written() && !image.is_aligned()) {
-      add(fw_problem_kind::image_offset, image.flash_offset, "part %c image %u: flash offset 0x%x is no multiple of %u",
-          letter(), i, image.flash_offset, FW_ERASE_BLOCK);
+      add(fw_problem_kind::image_offset, image.flash_offset,
+          kx_text("part %c image %u: flash offset 0x%x is no multiple of %u", letter(), i, image.flash_offset,
+                  FW_ERASE_BLOCK));
     }
     if (image.is_written() && !image.has_device()) {
-      add(fw_problem_kind::image_device, image.type, "part %c image %u: flash device id %u is not below %u", letter(),
-          i, image.type, FW_DEVICE_ID_END);
+      add(fw_problem_kind::image_device, image.type,
+          kx_text("part %c image %u: flash device id %u is not below %u", letter(), i, image.type, FW_DEVICE_ID_END));
     }
   }
 }
@@ -90,20 +84,22 @@ void checker::part(fw_package_part part) {
   part_ = part;
   fw_header header;
   if (fw_package_header_read(package_, part, &header) != 0) {
-    add(fw_problem_kind::no_header, 0, "part %c: no header with a whole image table at file offset 0x%" PRIx64,
-        letter(), fw_package_base(package_, part));
+    add(fw_problem_kind::no_header, 0,
+        kx_text("part %c: no header with a whole image table at file offset 0x%" PRIx64, letter(),
+                fw_package_base(package_, part)));
     return;
   }
   if (part == FW_PART_A) {
     identification(header);
   }
   if (!header.count_is_valid()) {
-    add(fw_problem_kind::count, header.fw_cnt, "part %c: %u images, must be 1 to %u", letter(), header.fw_cnt,
-        FW_IMAGE_NUM_MAX);
+    add(fw_problem_kind::count, header.fw_cnt,
+        kx_text("part %c: %u images, must be 1 to %u", letter(), header.fw_cnt, FW_IMAGE_NUM_MAX));
     return;
   }
   if (part == FW_PART_A && fw_header_is_old_layout(header)) {
-    add(fw_problem_kind::old_layout, 0, "old layout: image 0 of type 1 lies at 0x%x", header.images[0].flash_offset);
+    add(fw_problem_kind::old_layout, 0,
+        kx_text("old layout: image 0 of type 1 lies at 0x%x", header.images[0].flash_offset));
   }
   images(header);
 }
@@ -111,11 +107,11 @@ void checker::part(fw_package_part part) {
 std::vector<fw_problem> checker::run() {
   const int32_t error = fw_package_boot_stage_check(package_);
   if (error != 0 && error != ENODATA) {
-    add(fw_problem_kind::boot_stage, static_cast<uint32_t>(error), "the bytes before the header cannot be read: %s",
-        strerror(error));
+    add(fw_problem_kind::boot_stage, static_cast<uint32_t>(error),
+        kx_text("the bytes before the header cannot be read: %s", strerror(error)));
   } else if (error != 0) {
-    add(fw_problem_kind::boot_stage, ENODATA, "too short for a package: %" PRIu64 " byte%s", package_.size,
-        kx_plural(package_.size));
+    add(fw_problem_kind::boot_stage, ENODATA,
+        kx_text("too short for a package: %" PRIu64 " byte%s", package_.size, kx_plural(package_.size)));
   } else if (package_.kind == FW_KIND_NONE) {
     add(fw_problem_kind::no_kind, 0, "neither a package of one partition nor one of the whole flash");
   }

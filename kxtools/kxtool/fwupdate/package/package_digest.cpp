@@ -4,22 +4,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <span>
 
+#include "common/text.h"
 #include "package_read.h"
-
-namespace {
-
-int digit_value(char c) {
-  if (c >= '0' && c <= '9') {
-    return c - '0';
-  }
-  const char lower = static_cast<char>(c | 0x20);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
-}  // namespace
 
 int32_t fw_file_sha256(int fd, uint64_t size, fw_sha256* digest) {
   SHA2_CTX context;
@@ -38,11 +28,9 @@ int32_t fw_file_sha256(int fd, uint64_t size, fw_sha256* digest) {
 }
 
 std::string fw_sha256_text(const fw_sha256& digest) {
-  constexpr const char* DIGITS = "0123456789abcdef";
   std::string text;
   for (const uint8_t byte : digest) {
-    text += DIGITS[byte >> 4];
-    text += DIGITS[byte & 15];
+    text += kx_text("%02x", byte);
   }
   return text;
 }
@@ -51,13 +39,12 @@ bool fw_sha256_read(const char* text, fw_sha256* digest) {
   if (strlen(text) != 2 * digest->size()) {
     return false;
   }
-  for (size_t i = 0; i < digest->size(); ++i) {
-    const int high = digit_value(text[2 * i]);
-    const int low = digit_value(text[2 * i + 1]);
-    if (high < 0 || low < 0) {
+  for (uint8_t& byte : *digest) {
+    if (const auto [rest, error] = std::from_chars(text, text + 2, byte, 16);
+        error != std::errc() || rest != text + 2) {
       return false;
     }
-    (*digest)[i] = static_cast<uint8_t>(high << 4 | low);
+    text += 2;
   }
   return true;
 }

@@ -2,14 +2,14 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 /// Closes the driver channel, releases the run locks and ends the process with `status`; the streams are flushed once.
 [[noreturn]] void kxtool_exit(int status);
 
-/// Prints the bad-arguments lines to standard error, releases the run lock and exits with 1.
-[[noreturn]] void exit_bad_args();
-/// The same, with a line behind them that says which word is wrong and why.
-[[noreturn, gnu::format(printf, 1, 2)]] void exit_bad_args(const char* format, ...);
+/// Prints the bad-arguments lines to standard error, behind them a line that says which word is wrong and why, if there
+/// is one, releases the run lock and exits with 1.
+[[noreturn]] void exit_bad_args(const std::string& why = {});
 
 /// Reads a whole number word in `base` (0: as C writes numbers); anything else, or a value outside `min` to `max`, is a
 /// bad-arguments exit.
