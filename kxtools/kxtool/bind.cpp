@@ -15,8 +15,10 @@ namespace {
 constexpr const char* CALLER = "kxtool_bind";
 
 int32_t device_bind(kxtools_cmd_context* ctx) {
-  return kxtools_dev_init(ctx->argp[0], nullptr) != 0 || kxtools_compat_version_init() != 0 ? -1
-                                                                                            : kxtools_module_dev_init();
+  if (kxtools_dev_init(ctx->argp[0], nullptr) != 0 || kxtools_compat_version_init() != 0) {
+    return -1;
+  }
+  return kxtools_module_dev_init();
 }
 
 // The words from the module's name on; false with a message.
