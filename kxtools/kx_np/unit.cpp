@@ -108,21 +108,10 @@ bool is_whole(kxtools_unit_list list) {
          list == kxtools_unit_list::cleared;
 }
 
-void index_add(std::string* text, uint32_t index) {
-  *text += '[';
-  *text += std::to_string(index);
-  *text += ']';
-}
-
 std::string instance_name(const reading& read) {
-  std::string text(name_of(*read.info));
-  if ((read.info->array_type & DPP_REG_BINARY_ARRAY) != 0) {
-    index_add(&text, read.m);
-  }
-  if (read.info->array_type != 0) {
-    index_add(&text, read.n);
-  }
-  return text;
+  char name[128];
+  dpp_reg_instance_name_get(*read.info, read.m, read.n, name);
+  return name;
 }
 
 // The fields that are not 0.

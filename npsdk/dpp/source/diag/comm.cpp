@@ -2,16 +2,11 @@
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_chip/dpp_dev_value.h"
 #include "dpp_diag/dpp_diag_functions.h"
+#include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
 
-uint32_t diag_dpp_comm_set_print_level(uint32_t level) {
-  QLIX_COMM_PRINT("0:QLIX_TRACE_PRINT\n");
-  QLIX_COMM_PRINT("1:QLIX_TRACE_ERROR_PRINT\n");
-  QLIX_COMM_PRINT("2:QLIX_TRACE_INFO_PRINT\n");
-  QLIX_COMM_PRINT("3:QLIX_TRACE_DEBUG_PRINT\n");
-  QLIX_COMM_PRINT("4:QLIX_TRACE_ALL_PRINT\n");
+uint32_t dpp_comm_print_level_set(uint32_t level) {
   qlix_comm_set_print_level(level);
-  QLIX_COMM_PRINT("set print level is %u\n", level);
   return QLIX_COMM_OK;
 }
 

@@ -102,7 +102,7 @@ class row_runner {
       case dpp_row_op::set:
         return set(step);
       case dpp_row_op::clear:
-        return clear(step);
+        return failed(step, dpp_reg_read_away(dev_id_, step.at.reg_no), "dpp_reg_read");
       case dpp_row_op::errors:
       case dpp_row_op::idle:
       case dpp_row_op::ready:
@@ -216,17 +216,6 @@ class row_runner {
     writes_->add(text);
   }
 
-  uint32_t clear(const dpp_row_step& step) {
-    const dpp_reg_info& info = *dpp_reg_info_get(step.at.reg_no);
-    uint32_t fields[DPP_REG_FIELD_MAX];
-    for (uint32_t m = 0; m < info.m_size; ++m) {
-      for (uint32_t n = 0; n < info.n_size; ++n) {
-        QLIX_COMM_PASS(failed(step, dpp_reg_read(dev_id_, info.reg_no, m, n, fields), "dpp_reg_read"));
-      }
-    }
-    return QLIX_COMM_OK;
-  }
-
   // Work in progress is no fault: only what is still busy after several looks is reported.
   uint32_t busy_read(const dpp_row_step& step, uint32_t* fields) {
     const size_t field_num = dpp_reg_fields_get(*dpp_reg_info_get(step.at.reg_no)).size();
@@ -269,16 +258,8 @@ class row_runner {
     return QLIX_COMM_OK;
   }
 
-  void item_name(const dpp_row_step& step, char* out) const {
-    const dpp_reg_info& info = *dpp_reg_info_get(step.at.reg_no);
-    const char* name = dpp_reg_text_get(info.name);
-    if ((info.array_type & DPP_REG_BINARY_ARRAY) != 0) {
-      snprintf(out, PRINT_SIZE, "%s[%u][%u]", name, index(step.at.m), index(step.at.n));
-    } else if (info.array_type != 0) {
-      snprintf(out, PRINT_SIZE, "%s[%u]", name, index(step.at.n));
-    } else {
-      snprintf(out, PRINT_SIZE, "%s", name);
-    }
+  void item_name(const dpp_row_step& step, char (&out)[PRINT_SIZE]) const {
+    dpp_reg_instance_name_get(*dpp_reg_info_get(step.at.reg_no), index(step.at.m), index(step.at.n), out);
   }
 
   // The fields that should not be as they are, each behind a blank.

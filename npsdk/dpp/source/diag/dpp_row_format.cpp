@@ -1,80 +1,32 @@
-#include <cinttypes>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "dpp_row.h"
 #include "dpp_row_conversion.h"
 
-namespace {
-
-/// Text that grows up to the end of its buffer.
-class out_text {
- public:
-  out_text(char* at, uint32_t size) : at_(at), left_(size - 1) {}
-  void put(const char* text, size_t length) {
-    const size_t fits = length < left_ ? length : left_;
-    memcpy(at_, text, fits);
-    at_ += fits;
-    left_ -= fits;
-  }
-  void end() {
-    *at_ = '\0';
-  }
-
- private:
-  char* at_;
-  size_t left_;
-};
-
-void number_put(out_text& out, const dpp_row_conversion& how, uint64_t value) {
-  char digits[32];
-  if (!how.wide) {
-    value &= UINT32_MAX;
-  }
-  int length;
-  if (how.letter == 'x') {
-    length = snprintf(digits, sizeof digits, "%" PRIx64, value);
-  } else if (how.letter == 'd') {
-    const int64_t narrow = static_cast<int32_t>(static_cast<uint32_t>(value));
-    length = snprintf(digits, sizeof digits, "%" PRId64, how.wide ? static_cast<int64_t>(value) : narrow);
-  } else {
-    length = snprintf(digits, sizeof digits, "%" PRIu64, value);
-  }
-  const bool zero = how.zero && !how.left;
-  const char* number = digits;
-  if (zero && *number == '-') {
-    out.put(number++, 1);
-  }
-  for (uint32_t i = static_cast<uint32_t>(length); !how.left && i < how.width; ++i) {
-    out.put(zero ? "0" : " ", 1);
-  }
-  out.put(number, strlen(number));
-  for (uint32_t i = static_cast<uint32_t>(length); how.left && i < how.width; ++i) {
-    out.put(" ", 1);
-  }
-}
-
-}  // namespace
-
 void dpp_row_format(char* out, uint32_t size, const char* text, std::span<const uint64_t> values) {
-  out_text made(out, size);
-  size_t used = 0;
+  char* const end = out + size;
+  // The generator lets no other conversions into a text than those that are handed on here.
+  const auto put = [&out, end](const char* form, auto... what) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    out += std::min<ptrdiff_t>(snprintf(out, static_cast<size_t>(end - out), form, what...), end - out - 1);
+#pragma GCC diagnostic pop
+  };
+  auto value = values.begin();
+  *out = '\0';
   while (*text != '\0') {
-    const size_t plain = strcspn(text, "%");
-    made.put(text, plain);
-    text += plain;
-    if (*text == '\0') {
-      break;
-    }
-    if (text[1] == '%') {
-      made.put(text, 1);
-      text += 2;
-      continue;
+    const char* const percent = text + strcspn(text, "%");
+    put("%.*s", static_cast<int>(percent - text), text);
+    if (*percent == '\0') {
+      return;
     }
     dpp_row_conversion how;
-    text = how.read(text + 1);
-    number_put(made, how, used < values.size() ? values[used] : 0);
-    ++used;
+    text = how.read(percent + 1);
+    const std::string form(percent, text);  // short enough to take no memory
+    const unsigned long long number = how.letter != '%' && value != values.end() ? *value++ : 0;
+    how.wide ? put(form.c_str(), number) : put(form.c_str(), static_cast<uint32_t>(number));
   }
-  made.end();
 }

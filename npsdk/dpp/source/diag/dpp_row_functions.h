@@ -6,8 +6,12 @@
 
 #include "dpp_memory/dpp_ppu.h"
 
-/// The capture of a block: 0 packet receive, 1 packet buffer, 2 output DMA.
-uint32_t dpp_capture_prt(uint32_t dev_id, uint32_t block);
+/// Which traces of the driver are printed.
+uint32_t dpp_comm_print_level_set(uint32_t level);
+
+/// What the capture of a block (0 packet receive, 1 packet buffer, 2 output DMA) holds by its status: whether it is
+/// full, the captured packets, and the bytes of the one that is kept.
+uint32_t dpp_capture_prt(uint32_t dev_id, uint32_t block, uint32_t full, uint32_t num, uint32_t length);
 
 /// An entry of a policer's memory (0 queues, 1 packet queues, 2 profiles, 3 queue map); car_type 0 to 2 is its level.
 uint32_t dpp_stat_car_entry_prt(uint32_t dev_id, uint32_t memory, uint32_t car_type, uint32_t index);
@@ -26,7 +30,7 @@ uint32_t dpp_sdt_records_prt(uint32_t dev_id, uint32_t type);
 /// Entries of a table number, which must be of that type.
 uint32_t dpp_sdt_entries_prt(uint32_t dev_id, uint32_t sdt_no, uint32_t type, uint32_t index, uint32_t num);
 
-/// `num` lines of a cluster's memory from `addr` on.
+/// `num` lines of a cluster's memory from `addr` on, of instruction memory at most up to its end.
 uint32_t dpp_ppu_mem_prt(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memory, uint32_t me_id, uint32_t addr,
                          uint32_t num);
 

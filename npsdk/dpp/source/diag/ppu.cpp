@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <iterator>
 
-#include "dpp_diag/dpp_diag_functions.h"
 #include "dpp_memory/dpp_ppu.h"
 #include "dpp_row_functions.h"
 #include "qlix_comm/check.h"
@@ -17,6 +16,7 @@ uint32_t dpp_ppu_mem_prt(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memor
                          uint32_t num) {
   constexpr const char* NAMES[] = {"instr", "dup", "sdt", "reg", "mem"};
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, memory, 0, std::size(NAMES) - 1);
+  num = memory == DPP_PPU_MEM_INSTR ? std::min(num, INSTR_MAX - addr + 1) : num;
   for (uint32_t at = addr; at - addr < num; ++at) {
     uint32_t words[DPP_PPU_WORDS] = {};
     QLIX_COMM_CALL(dpp_ppu_mem_get, dev_id, cluster, memory, me_id, at, words);
@@ -24,9 +24,4 @@ uint32_t dpp_ppu_mem_prt(uint32_t dev_id, uint32_t cluster, dpp_ppu_memory memor
                     words[3]);
   }
   return QLIX_COMM_OK;
-}
-
-uint32_t diag_dpp_ppu_instr_prt(uint32_t dev_id, uint32_t cluster, uint32_t addr, uint32_t num) {
-  return QLIX_COMM_CALLED(dpp_ppu_mem_prt, dev_id, cluster, DPP_PPU_MEM_INSTR, 0, addr,
-                          std::min(num, INSTR_MAX - addr + 1));
 }

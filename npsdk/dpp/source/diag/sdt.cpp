@@ -83,6 +83,12 @@ uint32_t records_print(uint32_t dev_id, Wanted wanted, uint32_t* num) {
   return QLIX_COMM_OK;
 }
 
+/// Makes a table number one of a memory table.
+uint32_t table_set(uint32_t dev_id, uint32_t sdt_no, uint32_t type, const uint32_t (&values)[3], uint64_t* record) {
+  QLIX_COMM_CALL(dpp_sdt_pack, type, values, record);
+  return QLIX_COMM_CALLED(dpp_sdt_tbl_set, dev_id, sdt_no, *record);
+}
+
 }  // namespace
 
 uint32_t dpp_sdt_entries_prt(uint32_t dev_id, uint32_t sdt_no, uint32_t type, uint32_t index, uint32_t num) {
@@ -135,19 +141,16 @@ uint32_t diag_dpp_se_sdt_tbl_wr(uint32_t dev_id, uint32_t sdt_no, uint32_t data_
 
 uint32_t diag_dpp_se_eram_sdt_tbl_wr(uint32_t dev_id, uint32_t sdt_no, uint32_t eram_mode, uint32_t eram_base_addr,
                                      uint32_t eram_table_depth) {
-  const uint32_t values[] = {eram_mode, eram_base_addr, eram_table_depth};
   uint64_t record = 0;
-  QLIX_COMM_CALL(dpp_sdt_pack, DPP_SDT_ERAM, values, &record);
-  return QLIX_COMM_CALLED(dpp_sdt_tbl_set, dev_id, sdt_no, record);
+  return QLIX_COMM_CALLED(table_set, dev_id, sdt_no, DPP_SDT_ERAM, {eram_mode, eram_base_addr, eram_table_depth},
+                          &record);
 }
 
 uint32_t dpp_sdt_eram_ddr_table_add(uint32_t dev_id, uint32_t sdt_no, uint32_t table_type, uint32_t width,
                                     uint32_t base, uint32_t depth) {
   QLIX_COMM_CHECK_DEV_INDEX(dev_id, width, 0, table_type == DPP_SDT_ERAM ? WIDTH_MAX : DPP_SE_DDR_MODE_MAX);
-  const uint32_t values[] = {width, base, depth};
   uint64_t record = 0;
-  QLIX_COMM_CALL(dpp_sdt_pack, table_type, values, &record);
-  QLIX_COMM_CALL(dpp_sdt_tbl_set, dev_id, sdt_no, record);
+  QLIX_COMM_CALL(table_set, dev_id, sdt_no, table_type, {width, base, depth}, &record);
   record_print(sdt_no, record);
   return QLIX_COMM_OK;
 }

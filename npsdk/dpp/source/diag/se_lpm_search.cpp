@@ -7,7 +7,6 @@
 #include "dpp_memory/dpp_se_mem.h"
 #include "dpp_reg/dpp_reg.h"
 #include "dpp_reg/dpp_reg_types.h"
-#include "dpp_se/dpp_crc.h"
 #include "dpp_se/dpp_route.h"
 #include "dpp_se/dpp_se_format.h"
 #include "qlix_comm/check.h"
@@ -44,21 +43,6 @@ uint32_t lines_read(const route_search& s, uint64_t first, uint32_t num, uint8_t
   return QLIX_COMM_OK;
 }
 
-void prefix_copy(const uint8_t* key, uint32_t length, uint32_t key_bytes, uint8_t* prefix) {
-  for (uint32_t i = 0; i < key_bytes; ++i) {
-    const uint32_t bits = std::clamp<uint32_t>(length > 8 * i ? length - 8 * i : 0, 0, 8);
-    prefix[i] = static_cast<uint8_t>(key[i] & 0xFF00u >> bits);
-  }
-}
-
-bool covers(const uint8_t* prefix, uint32_t length, const route_search& s) {
-  uint8_t own[LPM_KEY_BYTES_MAX];
-  uint8_t theirs[LPM_KEY_BYTES_MAX];
-  prefix_copy(s.address, length, s.key_bytes, own);
-  prefix_copy(prefix, length, s.key_bytes, theirs);
-  return std::equal(own, own + s.key_bytes, theirs);
-}
-
 // The routes of one item that are longer than the best so far. Its bytes may be anything.
 void item_search(route_search& s, const uint8_t* item, uint32_t length) {
   const uint32_t shared = length / 8;
@@ -77,7 +61,7 @@ void item_search(route_search& s, const uint8_t* item, uint32_t length) {
     std::copy_n(slot, kept, key + shared);
     const uint32_t route_len = slot[kept];
     const bool is_longer = route_len >= length && (!s.found || route_len > s.length);
-    if (is_longer && route_len <= 8 * (shared + kept) && covers(key, route_len, s)) {
+    if (is_longer && route_len <= 8 * (shared + kept) && dpp_se_bits_shared(key, s.address, route_len)) {
       s.found = true;
       s.length = route_len;
       s.result = dpp_se_word_get(slot + kept) & DPP_ROUTE_RESULT_MAX;
@@ -86,10 +70,7 @@ void item_search(route_search& s, const uint8_t* item, uint32_t length) {
 }
 
 uint32_t chain_search(route_search& s, uint32_t length) {
-  uint8_t input[LPM_KEY_BYTES_MAX + 1];
-  prefix_copy(s.address, length, s.key_bytes, input);
-  input[s.key_bytes] = static_cast<uint8_t>(length);
-  const uint32_t crc = dpp_crc32_calc(input, s.key_bytes + 1, DPP_CRC32_POLY);
+  const uint32_t crc = dpp_route_crc(s.address, s.key_bytes, length);
   const uint32_t chain = crc & (s.chain_num - 1);
   uint8_t line[DPP_ROUTE_ROW_BYTES] = {};
   QLIX_COMM_CALL(lines_read, s, DPP_ROUTE_HEAD_ROWS + chain / DPP_ROUTE_CHAINS_IN_ROW, 1, line);

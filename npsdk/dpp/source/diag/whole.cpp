@@ -18,16 +18,6 @@ bool is_counter(const dpp_reg_info& info) {
   return std::string_view(dpp_reg_text_get(info.name)).ends_with("_cnt") && dpp_reg_fields_get(info)[0].flag == 0;
 }
 
-uint32_t register_clear(uint32_t dev_id, const dpp_reg_info& info) {
-  uint32_t fields[DPP_REG_FIELD_MAX];
-  for (uint32_t m = 0; m < info.m_size; ++m) {
-    for (uint32_t n = 0; n < info.n_size; ++n) {
-      QLIX_COMM_CALL(dpp_reg_read, dev_id, info.reg_no, m, n, fields);
-    }
-  }
-  return QLIX_COMM_OK;
-}
-
 uint32_t counters_clear(uint32_t dev_id, uint32_t module, uint32_t* cleared) {
   dpp_mutex* mutex = nullptr;
   QLIX_COMM_CALL(dpp_dev_opr_mutex_get, dev_id, DPP_DEV_MUTEX_T_CLEAR, &mutex);
@@ -38,7 +28,7 @@ uint32_t counters_clear(uint32_t dev_id, uint32_t module, uint32_t* cleared) {
     if ((module != MODULE_ALL && info.mod_no != module) || !is_counter(info)) {
       continue;
     }
-    QLIX_COMM_PASS(register_clear(dev_id, info));
+    QLIX_COMM_CALL(dpp_reg_read_away, dev_id, reg_no);
     ++*cleared;
   }
   return guard.unlock();

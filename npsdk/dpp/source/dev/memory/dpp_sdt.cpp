@@ -12,12 +12,6 @@
 
 namespace {
 
-using dpp_formats::sdt_ddr;
-using dpp_formats::sdt_eram;
-using dpp_formats::sdt_etcam;
-using dpp_formats::sdt_hash;
-using dpp_formats::sdt_lpm;
-
 constexpr uint32_t TYPE_SHIFT = 61;
 
 struct type_row {
@@ -25,11 +19,11 @@ struct type_row {
   std::span<const dpp_format_field> fields;
 };
 constexpr type_row TYPES[] = {{"none", {}},
-                              {"eRAM", sdt_eram::FIELDS},
-                              {"DDR", sdt_ddr::FIELDS},
-                              {"hash", sdt_hash::FIELDS},
-                              {"LPM", sdt_lpm::FIELDS},
-                              {"eTCAM", sdt_etcam::FIELDS}};
+                              {"eRAM", dpp_formats::sdt_eram::FIELDS},
+                              {"DDR", dpp_formats::sdt_ddr::FIELDS},
+                              {"hash", dpp_formats::sdt_hash::FIELDS},
+                              {"LPM", dpp_formats::sdt_lpm::FIELDS},
+                              {"eTCAM", dpp_formats::sdt_etcam::FIELDS}};
 static_assert(std::size(TYPES) == DPP_SDT_TYPE_MAX + 1);
 
 /// Mode of the eRAM window for each width of an eRAM table.
@@ -52,11 +46,11 @@ uint32_t window_addr(uint64_t addr) {
 
 window_place place_of(uint64_t record, uint32_t index) {
   if (dpp_sdt_type_of(record) == DPP_SDT_ERAM) {
-    const auto table = dpp_sdt_get<sdt_eram>(record);
+    const auto table = dpp_sdt_get<dpp_formats::sdt_eram>(record);
     const uint32_t mode = ERAM_WINDOW_MODE[table.eram_mode];
     return {mode, window_addr(uint64_t{table.eram_base_addr} * dpp_se_eram_line_entries(mode) + index)};
   }
-  const auto table = dpp_sdt_get<sdt_ddr>(record);
+  const auto table = dpp_sdt_get<dpp_formats::sdt_ddr>(record);
   const uint64_t first = uint64_t{table.ddr_base_addr} * DPP_SE_DDR_UNIT_LINES >> table.ddr_width_mode;
   return {table.ddr_width_mode, window_addr(first + index)};
 }
@@ -64,11 +58,11 @@ window_place place_of(uint64_t record, uint32_t index) {
 uint32_t depth_of(uint64_t record) {
   switch (dpp_sdt_type_of(record)) {
     case DPP_SDT_ERAM:
-      return dpp_sdt_get<sdt_eram>(record).eram_table_depth;
+      return dpp_sdt_get<dpp_formats::sdt_eram>(record).eram_table_depth;
     case DPP_SDT_DDR:
-      return dpp_sdt_get<sdt_ddr>(record).ddr_table_depth;
+      return dpp_sdt_get<dpp_formats::sdt_ddr>(record).ddr_table_depth;
     case DPP_SDT_ETCAM:
-      return dpp_sdt_get<sdt_etcam>(record).etcam_table_depth;
+      return dpp_sdt_get<dpp_formats::sdt_etcam>(record).etcam_table_depth;
     default:
       return 0;
   }
@@ -96,7 +90,7 @@ struct etcam_spot {
 };
 
 uint32_t etcam_spot_get(uint32_t dev_id, uint64_t record, uint32_t index, etcam_spot* spot) {
-  const uint32_t table = dpp_sdt_get<sdt_etcam>(record).etcam_table_id;
+  const uint32_t table = dpp_sdt_get<dpp_formats::sdt_etcam>(record).etcam_table_id;
   dpp_etcam_place& place = spot->place;
   QLIX_COMM_CALL(dpp_etcam_place_get, dev_id, table, index, &place);
   QLIX_COMM_CALL(dpp_se_etcam_row_read, dev_id, place.block, place.row, &spot->row);

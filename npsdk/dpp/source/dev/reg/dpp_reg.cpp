@@ -274,6 +274,18 @@ uint32_t dpp_reg_read(uint32_t dev_id, uint32_t reg_no, uint32_t m_offset, uint3
   return wide_read(dev_id, info, m_offset, n_offset, field_values.data());
 }
 
+uint32_t dpp_reg_read_away(uint32_t dev_id, uint32_t reg_no) {
+  DPP_REG_CHECK(dev_id, reg_no);
+  const dpp_reg_info& info = dpp_reg_table[reg_no];
+  uint32_t fields[DPP_REG_FIELD_MAX];
+  for (uint32_t m = 0; m < info.m_size; ++m) {
+    for (uint32_t n = 0; n < info.n_size; ++n) {
+      QLIX_COMM_PASS(dpp_reg_read(dev_id, reg_no, m, n, fields));
+    }
+  }
+  return QLIX_COMM_OK;
+}
+
 uint32_t dpp_reg_write32(uint32_t dev_id, uint32_t reg_no, uint32_t value) {
   DPP_REG_CHECK(dev_id, reg_no);
   const dpp_reg_info& info = dpp_reg_table[reg_no];

@@ -1,5 +1,7 @@
 #include "dpp_reg/dpp_reg_info.h"
 
+#include <cstdio>
+
 #include "dpp_reg_table.h"
 #include "qlix_comm/check.h"
 
@@ -31,6 +33,17 @@ bool dpp_reg_is_described(const dpp_reg_info& info) {
 
 uint64_t dpp_reg_instance_num_get(const dpp_reg_info& info) {
   return uint64_t{info.m_size} * info.n_size;
+}
+
+void dpp_reg_instance_name_get(const dpp_reg_info& info, uint32_t m, uint32_t n, std::span<char> out) {
+  const char* name = dpp_reg_text_get(info.name);
+  if ((info.array_type & DPP_REG_BINARY_ARRAY) != 0) {
+    snprintf(out.data(), out.size(), "%s[%u][%u]", name, m, n);
+  } else if (info.array_type != 0) {
+    snprintf(out.data(), out.size(), "%s[%u]", name, n);
+  } else {
+    snprintf(out.data(), out.size(), "%s", name);
+  }
 }
 
 uint32_t dpp_reg_width_get(uint32_t reg_no) {

@@ -1,6 +1,7 @@
 #include "cmd_emit.h"
 
 #include <algorithm>
+#include <cstring>
 #include <unordered_map>
 
 #include "text_pool.h"
@@ -204,7 +205,7 @@ namespace {
 
 // A command of each sheet that everyone may use, with the smallest values that its words take.
 std::string examples_text(const std::vector<command>& commands) {
-  std::string out = "kxtool bind eth0 kxnp mcode_drop_stat \\-h\n";
+  std::string out;
   std::string sheet;
   for (const command& c : commands) {
     const bool is_run = c.kind == command_kind::row || c.kind == command_kind::function;
@@ -223,15 +224,8 @@ std::string examples_text(const std::vector<command>& commands) {
 
 }  // namespace
 
-std::string manual_text(const std::vector<command>& commands) {
-  std::string out =
-      ".TH DPP\\-COMMANDS 7 \"\" \"kxtool\" \"Network processor\"\n.nh\n.ad l\n.SH NAME\n"
-      "dpp\\-commands \\- commands of the network\\-processor driver and their words\n.SH DESCRIPTION\n"
-      "The commands of\n.B kxnp\nin\n.BR kxtool (1)\nand of\n.BR dpp_shell (1).\n"
-      "Words are integers, decimal or hexadecimal after 0x, in this order; those that are left out are 0. A value "
-      "outside\n"
-      "its range is refused before the card is touched.\n"
-      ".SH COMMANDS\n";
+std::string manual_text(const std::vector<command>& commands, std::string page) {
+  std::string out;
   for (const command& c : commands) {
     if (!is_record(c)) {
       continue;
@@ -247,16 +241,13 @@ std::string manual_text(const std::vector<command>& commands) {
     out += ".br\n" + c.purpose + (c.level == command_level::super ? " (super user)" : "") +
            (c.level == command_level::unlisted ? " (dpp_shell only)" : "") + ".\n";
   }
-  out +=
-      ".SH EXIT STATUS\nFrom the command line, behind\n.B kxtool bind\nand a device and kxnp: 0 when the "
-      "command was\ncalled, also when it failed or refused a word, which it prints; 255 for a name that there is not.\n"
-      ".B dpp_shell\nprints the code of a command that failed.\n"
-      ".SH FILES\n.TP\n.I /tmp/kx_pcie/pcie_catool_lockfile\nLock around accesses to card memory.\n"
-      ".SH EXAMPLES\nEvery command is run like these: its name, and a number for each word of its entry.\n.PP\n.nf\n" +
-      examples_text(commands) +
-      ".fi\n.PP\nCommands of the super user take the same form in the shell, without what stands before kxnp.\n"
-      ".SH SEE ALSO\n.BR kxtool (1),\n.BR dpp_shell (1),\n.BR kxvcard (1),\n.BR kxtool\\-cookbook (7)\n";
-  return out;
+  for (const auto& [mark, text] :
+       {std::pair("@COMMANDS@\n", out), std::pair("@EXAMPLES@\n", examples_text(commands))}) {
+    if (const size_t at = page.find(mark); at != std::string::npos) {
+      page.replace(at, strlen(mark), text);
+    }
+  }
+  return page;
 }
 
 }  // namespace cmd_gen

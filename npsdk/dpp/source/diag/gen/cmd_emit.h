@@ -20,7 +20,8 @@ std::string functions_text(const std::vector<command>& commands);
 /// The numbers of records, arguments at the most, named commands and commands in the tool's list.
 std::string counts_text(const std::vector<command>& commands);
 
-/// A manual page of the commands and their words.
-std::string manual_text(const std::vector<command>& commands);
+/// The manual page with the commands and their words in place of its line @COMMANDS@, and a command of each sheet that
+/// everyone may use, with the smallest values that its words take, in place of @EXAMPLES@.
+std::string manual_text(const std::vector<command>& commands, std::string page);
 
 }  // namespace cmd_gen

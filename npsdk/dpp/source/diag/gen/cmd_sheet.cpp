@@ -137,14 +137,7 @@ class sheet_reader {
     step fields;
     fields.what = op::fields;
     fields.line = line_no_;
-    fields.at.reg_no = register_read();
-    const reg_gen::reg& r = regs_[fields.at.reg_no];
-    if ((r.array_type & 2) != 0) {
-      fields.at.m = index_argument_read(made, r.m_size);
-    }
-    if (r.array_type != 0) {
-      fields.at.n = index_argument_read(made, r.n_size);
-    }
+    fields.at = place_of([&](const std::string&, uint32_t size) { return index_argument_read(made, size); });
     made.steps.push_back(std::move(fields));
   }
   operand index_argument_read(command& made, uint32_t size) {
@@ -381,7 +374,7 @@ class sheet_reader {
     return failed_ ? 0 : found->second;
   }
 
-  operand index_read(uint32_t size, const std::string& name) {
+  operand index_read(const std::string& name, uint32_t size) {
     need_sign("[");
     const operand index = operand_read();
     need_sign("]");
@@ -394,17 +387,22 @@ class sheet_reader {
     return index;
   }
 
-  place place_read() {
+  /// A register with what `index` reads for each of its dimensions.
+  template <typename Index>
+  place place_of(Index index) {
     place made;
     made.reg_no = register_read();
     const reg_gen::reg& r = regs_[made.reg_no];
     if ((r.array_type & 2) != 0) {
-      made.m = index_read(r.m_size, r.name);
+      made.m = index(r.name, r.m_size);
     }
     if (r.array_type != 0) {
-      made.n = index_read(r.n_size, r.name);
+      made.n = index(r.name, r.n_size);
     }
     return made;
+  }
+  place place_read() {
+    return place_of([this](const std::string& name, uint32_t size) { return index_read(name, size); });
   }
 
   uint32_t field_read(uint32_t reg) {

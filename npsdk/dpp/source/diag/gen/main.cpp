@@ -1,5 +1,6 @@
-// dpp_cmd_gen TABLE.cpp FUNCTIONS.h COUNTS.h MANUAL.7 REGISTERS.csv... -- COMMANDS.rows...: turns the command sheets
-// into source. Writes nothing and ends with status 1 when a sheet is wrong; every complaint names file and line.
+// dpp_cmd_gen TABLE.cpp FUNCTIONS.h COUNTS.h MANUAL.7 MANUAL.7.in REGISTERS.csv... -- COMMANDS.rows...: turns the
+// command sheets into source. Writes nothing and ends with status 1 when a sheet is wrong; every complaint names file
+// and line.
 
 #include <cstdio>
 #include <cstring>
@@ -9,15 +10,16 @@
 #include "file.h"
 
 int main(int argc, char** argv) {
-  if (argc < 6) {
-    fprintf(stderr, "usage: %s TABLE.cpp FUNCTIONS.h COUNTS.h MANUAL.7 REGISTERS.csv... -- COMMANDS.rows...\n",
+  if (argc < 7) {
+    fprintf(stderr,
+            "usage: %s TABLE.cpp FUNCTIONS.h COUNTS.h MANUAL.7 MANUAL.7.in REGISTERS.csv... -- COMMANDS.rows...\n",
             argv[0]);
     return 2;
   }
   std::vector<reg_gen::reg> regs;
   std::vector<cmd_gen::command> commands;
   reg_gen::complaints complaints;
-  int at = 5;
+  int at = 6;
   for (; at < argc && strcmp(argv[at], "--") != 0; ++at) {
     reg_gen::sheet_read(reg_gen::file_name(argv[at]), reg_gen::file_read(argv[at]), regs, complaints);
   }
@@ -34,6 +36,6 @@ int main(int argc, char** argv) {
   reg_gen::file_write(argv[1], table);
   reg_gen::file_write(argv[2], cmd_gen::functions_text(commands));
   reg_gen::file_write(argv[3], cmd_gen::counts_text(commands));
-  reg_gen::file_write(argv[4], cmd_gen::manual_text(commands));
+  reg_gen::file_write(argv[4], cmd_gen::manual_text(commands, reg_gen::file_read(argv[5])));
   return 0;
 }

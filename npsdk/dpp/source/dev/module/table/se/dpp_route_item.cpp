@@ -291,15 +291,18 @@ void route_items_squeeze(dpp_route_table* table, uint32_t moves) {
   }
 }
 
-uint32_t route_chain_of(const dpp_route_table* table, const uint8_t* key, uint32_t len) {
+uint32_t dpp_route_crc(const uint8_t* key, uint32_t key_bytes, uint32_t len) {
   uint8_t input[LPM_KEY_BYTES_MAX + 1] = {};
-  const uint32_t bytes = table->cfg.key_bytes;
   std::memcpy(input, key, (len + 7) / 8);
   if (len % 8 != 0) {
     input[len / 8] = static_cast<uint8_t>(input[len / 8] & 0xFF00 >> len % 8);
   }
-  input[bytes] = static_cast<uint8_t>(len);
-  return dpp_crc32_calc(input, bytes + 1, DPP_CRC32_POLY) & ((1u << table->cfg.head_bits) - 1);
+  input[key_bytes] = static_cast<uint8_t>(len);
+  return dpp_crc32_calc(input, key_bytes + 1, DPP_CRC32_POLY);
+}
+
+uint32_t route_chain_of(const dpp_route_table* table, const uint8_t* key, uint32_t len) {
+  return dpp_route_crc(key, table->cfg.key_bytes, len) & ((1u << table->cfg.head_bits) - 1);
 }
 
 uint32_t route_item_link(dpp_route_table* table, route_item* item) {

@@ -69,14 +69,6 @@ void each_route(const dpp_route_table* table, Visit visit) {
   }
 }
 
-bool shares_bits(const lpm_trie_node* a, const lpm_trie_node* b, uint32_t bits) {
-  if (std::memcmp(a->key, b->key, bits / 8) != 0) {
-    return false;
-  }
-  const uint32_t rest = bits % 8;
-  return rest == 0 || ((a->key[bits / 8] ^ b->key[bits / 8]) & 0xFF00 >> rest & 0xFF) == 0;
-}
-
 /// Gives the item the node of `len` bits above its routes, on which no other item may stand.
 bool anchor_restore(route_item* item, uint32_t len) {
   lpm_trie_node* node = item->route[0];
@@ -87,7 +79,7 @@ bool anchor_restore(route_item* item, uint32_t len) {
     return false;
   }
   for (uint32_t i = 0; i < item->used; i++) {
-    if (item->route[i]->prefix_len < len || !shares_bits(node, item->route[i], len)) {
+    if (item->route[i]->prefix_len < len || !dpp_se_bits_shared(node->key, item->route[i]->key, len)) {
       return false;
     }
   }
@@ -117,7 +109,7 @@ bool item_restore(dpp_route_table* table, const store_item& saved, uint32_t item
     item->route[i] = node;
     node->item_info = item;
     if (node->prefix_len < saved.anchor_len || node->result > DPP_ROUTE_RESULT_MAX ||
-        !shares_bits(item->route[0], node, saved.anchor_len)) {
+        !dpp_se_bits_shared(item->route[0]->key, node->key, saved.anchor_len)) {
       return false;
     }
   }

@@ -142,6 +142,9 @@ uint32_t dpp_reg_modify(uint32_t dev_id, uint32_t m_offset, uint32_t n_offset, C
   return rc;
 }
 
+/// Reads every instance and drops what it holds: counters that a read clears begin at 0 again.
+uint32_t dpp_reg_read_away(uint32_t dev_id, uint32_t reg_no);
+
 // Registers of exactly 4 bytes; another width is 0x1205.
 /// Writes `value` to every instance.
 uint32_t dpp_reg_write32(uint32_t dev_id, uint32_t reg_no, uint32_t value);

@@ -89,6 +89,9 @@ bool dpp_reg_is_described(const dpp_reg_info& info);
 /// Instances of the register: n_size, or m_size times n_size, or 1.
 uint64_t dpp_reg_instance_num_get(const dpp_reg_info& info);
 
+/// The name of an instance, "name", "name[n]" or "name[m][n]", cut where `out` ends.
+void dpp_reg_instance_name_get(const dpp_reg_info& info, uint32_t m, uint32_t n, std::span<char> out);
+
 // Record lookups; 0, null and DPP_REG_NO_NONE (after the range message) for a number that does not exist.
 uint32_t dpp_reg_width_get(uint32_t reg_no);
 const char* dpp_reg_name_get(uint32_t reg_no);

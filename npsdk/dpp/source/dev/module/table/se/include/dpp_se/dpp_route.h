@@ -26,6 +26,9 @@ inline constexpr uint32_t DPP_ROUTE_RESULT_MAX = 0xFFFFFF;  ///< an item keeps 2
 inline constexpr uint32_t DPP_ROUTE_RC_FULL = 0x30010;   ///< no memory block has a free item
 inline constexpr uint32_t DPP_ROUTE_RC_STORE = 0x30011;  ///< saved bytes that do not describe a route table
 
+/// The checksum of the first `len` bits of a key and of that length: its low bits choose the chain of a prefix.
+uint32_t dpp_route_crc(const uint8_t* key, uint32_t key_bytes, uint32_t len);
+
 struct dpp_route_cfg {
   uint32_t key_bytes;  ///< 1 to 18
   uint32_t baddr;      ///< base of the area in units of 4 KiB

@@ -1,6 +1,7 @@
 // How the search engine's items look in its memories, for whoever writes them and for whoever reads them back.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 /// A word as the chip has it, most significant byte first.
@@ -15,6 +16,12 @@ inline uint32_t dpp_se_word_get(const uint8_t* bytes) {
     word = word << 8 | bytes[i];
   }
   return word;
+}
+
+/// Whether two keys share their first `bits` bits.
+inline bool dpp_se_bits_shared(const uint8_t* a, const uint8_t* b, uint32_t bits) {
+  const uint32_t rest = bits % 8;
+  return std::equal(a, a + bits / 8, b) && (rest == 0 || ((a[bits / 8] ^ b[bits / 8]) & 0xFF00 >> rest & 0xFF) == 0);
 }
 
 /// An item of 512 bits, in four quarters.
