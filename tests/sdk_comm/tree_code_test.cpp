@@ -64,16 +64,12 @@ TYPED_TEST(TreeCodeTest, RefusesNullArguments) {
   ASSERT_EQ(TypeParam::init(&tree, 2, 4, nullptr), 0u);
   std::uint32_t key = 0;
   std::uint32_t out = 0;
-  EXPECT_EQ(TypeParam::init(nullptr, 2, 4, nullptr), 0x1201u);
-  EXPECT_EQ(TypeParam::destroy(nullptr), 0x1201u);
-  EXPECT_EQ(TypeParam::insert(&tree, nullptr, &out), 0x1201u);
-  EXPECT_EQ(TypeParam::insert(&tree, &key, nullptr), 0x1201u);
-  EXPECT_EQ(TypeParam::remove(nullptr, &key, &out), 0x1201u);
-  EXPECT_EQ(TypeParam::remove(&tree, nullptr, &out), 0x1201u);
-  EXPECT_EQ(TypeParam::remove(&tree, &key, nullptr), 0x1201u);
-  EXPECT_EQ(TypeParam::find(nullptr, &key, &out), 0x1201u);
-  EXPECT_EQ(TypeParam::find(&tree, nullptr, &out), 0x1201u);
-  EXPECT_EQ(TypeParam::find(&tree, &key, nullptr), 0x1201u);
+  const std::uint32_t codes[] = {TypeParam::init(nullptr, 2, 4, nullptr), TypeParam::destroy(nullptr),
+                                 TypeParam::insert(&tree, nullptr, &out), TypeParam::insert(&tree, &key, nullptr),
+                                 TypeParam::remove(nullptr, &key, &out),  TypeParam::remove(&tree, nullptr, &out),
+                                 TypeParam::remove(&tree, &key, nullptr), TypeParam::find(nullptr, &key, &out),
+                                 TypeParam::find(&tree, nullptr, &out),   TypeParam::find(&tree, &key, nullptr)};
+  EXPECT_THAT(codes, testing::Each(0x1201u));
   EXPECT_EQ(TypeParam::destroy(&tree), 0u);
   typename TypeParam::Node node{};
   ASSERT_EQ(TypeParam::init(&tree, 0, 4, nullptr), 0u);

@@ -137,10 +137,6 @@ TEST_F(Printer, DropPointsThatCounted) {
   EXPECT_THAT(walk(0, 1, 9), EndsWith("[ErrorCode:0x9] !-- kxnp_mcode_drop_stat Call dpp_stat_ppu_cnt_get Fail!\n"));
 }
 
-TEST_F(Printer, WindowThatNeverFinishesEndsWithATimeout) {
-  EXPECT_THAT(walk(0, 1, 0x60A), EndsWith("Call dpp_stat_ppu_cnt_get Fail!\n"));
-}
-
 TEST_F(Printer, CapturedPacketInTheOrderOfTheWire) {
   memory().words[0x01a000] = 0x80010012;  // full, one packet, 18 bytes
   memory().words[0x01a040] = 0x01020304;

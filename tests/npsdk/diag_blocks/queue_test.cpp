@@ -181,12 +181,4 @@ TEST_F(CommandsThroughAQueue, NothingIsSentToAChipThatStatesNoKnownForm) {
   }
 }
 
-TEST_F(CommandsThroughAQueue, PrintSwitchShowsThePostedItem) {
-  text("dpp_dtb_prt_enable", {});
-  EXPECT_NE(text("diag_dpp_dtb_smmu0_write_64", {dev, queue, 1, 2, 3}).find("dpp eram form info: \n"),
-            std::string::npos);
-  text("dpp_dtb_prt_disable", {});
-  EXPECT_EQ(text("diag_dpp_dtb_smmu0_write_64", {dev, queue, 1, 2, 3}), "");
-}
-
 }  // namespace

@@ -100,6 +100,8 @@ TEST(DtbTable, EramElements) {
   EXPECT_EQ(dpp_dtb_smmu0_write_entry_data(DEV, 0, 6, data, &entry), 0u);
   const std::string lines = out.take();
   dpp_dtb_prt_disable();
+  EXPECT_EQ(dpp_dtb_smmu0_write_entry_data(DEV, 0, 6, data, &entry), 0u);
+  EXPECT_EQ(out.take(), "");
   EXPECT_EQ(lines.find("dpp eram form info: \nvalid"), 0u);
   EXPECT_NE(lines.find("cmd: 0x82000000  0x06000000  0x00000000  0x00000000  \ndata:0x01020304  "), std::string::npos)
       << lines;

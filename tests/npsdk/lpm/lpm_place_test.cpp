@@ -90,6 +90,21 @@ TEST_F(LpmPlace, LongRoutesGatherBeyondTheLevel) {
   EXPECT_EQ(insert({{11, 1}, 30, 0}), (calls{"save 11.1/30", "place 11.1/30 11.1/30", "flush"}));
 }
 
+// Where the node above a new route is exactly as long as the level.
+TEST_F(LpmPlace, WhatIsAsLongAsTheLevelIsNotBeyondIt) {
+  for (const uint32_t flags : {0u, CHW_LPM_FLAG_OUT_MODE}) {
+    init(flags);
+    insert({{}, 0, 0});
+    insert({{10}, 18, 0});
+    for (auto* link = lpm.trie.list.first; link != nullptr; link = link->next) {
+      static_cast<lpm_trie_node*>(link->data)->item_info = nullptr;
+    }
+    EXPECT_EQ(insert({{10}, 24, 0}).at(1), "place 10.0/24 10.0/24") << flags;
+    EXPECT_EQ(lpm.level, 18u);
+    chw_lpm_destroy(&lpm);
+  }
+}
+
 // Routes of one stem hold items at the nodes of a path; a new one is given the next one's place, and so on. Wherever
 // that fails, the items go back, the last one first.
 TEST_F(LpmPlace, ItemsMoveAlongAPathAndBackAgain) {
