@@ -100,22 +100,8 @@ struct RbTraits {
   static constexpr auto last_key = qlix_comm_rb_get_last_key;
   static constexpr auto first_node = qlix_comm_rb_get_1st_tn;
   static constexpr auto last_node = qlix_comm_rb_get_last_tn;
-  /// A caller's node also goes in from a node that lies up to a dozen places before or behind its own.
   static std::uint32_t insert(Tree* tree, void* key_or_node, void* out) {
-    static int turn = 0;
-    if (tree->dynamic == 0 || tree->root == nullptr || ++turn % 4 == 0) {
-      return qlix_comm_rb_insert(tree, key_or_node, out_of<Tree, qlix_comm_rb_out>(tree, out));
-    }
-    auto* const node = static_cast<Node*>(key_or_node);
-    const auto* near = tree->order.first;
-    while (near->next != nullptr && tree->cmp(static_cast<Node*>(near->data)->key, node->key, tree->key_size) < 0) {
-      near = near->next;
-    }
-    for (int shift = turn % 25 - 12; shift != 0; shift += shift < 0 ? 1 : -1) {
-      const auto* const beside = shift < 0 ? near->prev : near->next;
-      near = beside != nullptr ? beside : near;
-    }
-    return qlix_comm_rb_insert_near(tree, static_cast<Node*>(near->data), node, static_cast<Node**>(out));
+    return qlix_comm_rb_insert(tree, key_or_node, out_of<Tree, qlix_comm_rb_out>(tree, out));
   }
   static std::uint32_t remove(Tree* tree, const void* key, void* out) {
     return qlix_comm_rb_delete(tree, key, out_of<Tree, qlix_comm_rb_out>(tree, out));

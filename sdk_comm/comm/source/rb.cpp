@@ -85,42 +85,6 @@ place insert_place(const qlix_comm_rb* tree, const void* key) {
   return at;
 }
 
-// Nodes of the order list that are looked at on the way from a near node to a key's place.
-constexpr std::uint32_t NEAR_STEPS = 8;
-
-// Order of a key and a node's: negative, 0, positive.
-std::int32_t order_to(const qlix_comm_rb* tree, const void* key, const sought_head& ours, const node_t* node) {
-  if (ours.head != node->key_head) {
-    return ours.head < node->key_head ? -1 : 1;
-  }
-  return tree_key_order(key, tree->key_size, tree->cmp, node->key);
-}
-
-// Place of a key to insert, along the order list from a near node. Between two neighbours there is one free link: the
-// right one of the former, or else the left one of the latter. Too far away, it is looked for from the root.
-place near_place(const qlix_comm_rb* tree, const void* key, const node_t* near) {
-  const sought_head ours = tree_head_of_sought(tree, key);
-  const std::int32_t way = order_to(tree, key, ours, near);
-  const qlix_comm_double_link_node* link = &near->order;
-  std::int32_t order = way;
-  for (std::uint32_t step = 0; link != nullptr && (order < 0) == (way < 0) && order != 0; step++) {
-    if (step == NEAR_STEPS) {
-      return insert_place(tree, key);
-    }
-    link = way < 0 ? link->prev : link->next;
-    order = link == nullptr ? way : order_to(tree, key, ours, record_of(link));
-  }
-  place at;
-  if (order == 0) {
-    at.existing = record_of(link);
-    return at;
-  }
-  const qlix_comm_double_link_node* const before = way < 0 ? link : link == nullptr ? tree->order.last : link->prev;
-  at.right = before != nullptr && record_of(before)->right == nullptr;
-  at.parent = record_of(at.right ? before : before == nullptr ? tree->order.first : before->next);
-  return at;
-}
-
 // Place of a key to delete. Keys that leave in ascending order are found without a walk.
 place delete_place(const qlix_comm_rb* tree, const void* key) {
   place at;
@@ -296,24 +260,6 @@ std::uint32_t qlix_comm_rb_insert(qlix_comm_rb* tree, void* key_or_node, qlix_co
   return QLIX_COMM_OK;
 }
 
-std::uint32_t qlix_comm_rb_insert_near(qlix_comm_rb* tree, const qlix_comm_rb_node* near, qlix_comm_rb_node* node,
-                                       qlix_comm_rb_node** out) {
-  QLIX_COMM_CHECK_POINT(tree);
-  QLIX_COMM_CHECK_POINT(near);
-  QLIX_COMM_CHECK_POINT(node);
-  QLIX_COMM_CHECK_POINT(out);
-  QLIX_COMM_CHECK_INDEX(tree->dynamic, 1, 1);
-  const place at = near_place(tree, node->key, near);
-  if (at.existing != nullptr) {
-    *out = at.existing;
-    return QLIX_COMM_RB_KEY_EXISTS;
-  }
-  node->slot_colour = 0;
-  node_link(tree, at, node);
-  *out = node;
-  return QLIX_COMM_OK;
-}
-
 std::uint32_t qlix_comm_rb_insert_spec_index(qlix_comm_rb* tree, const void* key, std::uint32_t slot) {
   QLIX_COMM_CHECK_POINT(tree);
   QLIX_COMM_CHECK_POINT(key);
@@ -363,15 +309,6 @@ std::uint32_t qlix_comm_rb_delete(qlix_comm_rb* tree, const void* key, qlix_comm
   memset(node->key, 0, tree->key_size);
   *node = {};
   QLIX_COMM_CHECK_RC(qlix_comm_liststack_free(tree->slot_stack, slot), "qlix_comm_liststack_free");
-  return QLIX_COMM_OK;
-}
-
-std::uint32_t qlix_comm_rb_delete_node(qlix_comm_rb* tree, qlix_comm_rb_node* node) {
-  QLIX_COMM_CHECK_POINT(tree);
-  QLIX_COMM_CHECK_POINT(node);
-  QLIX_COMM_CHECK_INDEX(tree->dynamic, 1, 1);
-  node_unlink(tree, node, node->right != nullptr ? record_of(node->order.next) : nullptr);
-  node_clear(node);
   return QLIX_COMM_OK;
 }
 

@@ -13,7 +13,7 @@
 #include "../../memory_fault.h"
 #include "../../printed.h"
 #include "chip_link.h"
-#include "dpp_hash_table.h"
+#include "dpp_hash_index.h"
 #include "dpp_se/dpp_crc.h"
 #include "vcard/np_search.h"
 
@@ -65,17 +65,22 @@ class Hash : public testing::Test {
     }
     return code == 0 ? rst : bytes();
   }
-  /// The trees of an engine hold so many keys, in order.
-  void tree_check(uint32_t engine, size_t num) {
+  /// The tables of an engine hold so many keys, in order.
+  void order_check(uint32_t engine, size_t num) {
     ASSERT_EQ(dpp_hash_rewrite(hash.get(), engine), 0u);
     size_t found = 0;
     for (const dpp_hash_table* table : hash->engine[engine].table) {
-      const void* before = nullptr;
-      for (const auto* node = table == nullptr ? nullptr : table->tree.order.first; node != nullptr;
-           node = node->next, found++) {
-        const void* key = static_cast<const qlix_comm_rb_node*>(node->data)->key;
-        ASSERT_TRUE(before == nullptr || std::memcmp(before, key, table->tree.key_size) < 0);
-        before = key;
+      const dpp_hash_entry* before = nullptr;
+      const auto look = [&](const dpp_hash_slot& slot) {
+        const dpp_hash_entry* entry = dpp_hash_pool_entry(table->pool, slot.number);
+        const size_t key_bytes = sizeof entry->order + DPP_HASH_HEAD_BYTES + table->key_len;
+        EXPECT_TRUE(before == nullptr || std::memcmp(before->order, entry->order, key_bytes) < 0);
+        before = entry;
+        found++;
+        return 0u;
+      };
+      if (table != nullptr) {
+        dpp_hash_index_each(table->index, look);
       }
     }
     ASSERT_EQ(found, num);
@@ -248,8 +253,8 @@ TEST_F(Hash, LongRandomLife) {
       expect_agreement(used[rng() % used.size()]);
     }
     if (step % 200 == 0) {
-      tree_check(0, hash->engine[0].entry_num);
-      tree_check(4, hash->engine[4].entry_num);
+      order_check(0, hash->engine[0].entry_num);
+      order_check(4, hash->engine[4].entry_num);
     }
   }
   EXPECT_GT(full, 0u);
@@ -288,7 +293,7 @@ TEST_F(Hash, ManyKeys) {
   EXPECT_EQ(table.index.used, model.size());
   EXPECT_EQ(link.writes, 0u);
   ASSERT_EQ(dpp_hash_soft_reset_set(hash.get(), 0, 0), 0u);
-  tree_check(0, model.size());
+  order_check(0, model.size());
   for (const auto& [key, rst] : model) {
     ASSERT_EQ(ask(0, 0, key), rst);
   }

@@ -68,18 +68,11 @@ std::uint32_t qlix_comm_rb_destroy(qlix_comm_rb* tree);
 /// Static: copies the key in, out = its slot. Dynamic: links the caller's node, whose key pointer is set, out = the
 /// node. A key that exists: 0x1001 with its slot or node; no free slot: 0x1003.
 std::uint32_t qlix_comm_rb_insert(qlix_comm_rb* tree, void* key_or_node, qlix_comm_rb_out out);
-/// Dynamic only (static: 0x1205): links the caller's node for a caller who knows a linked node near its place. The way
-/// there is that along the order list when it is short; the tree becomes the same. A key that exists: 0x1001 with its
-/// node.
-std::uint32_t qlix_comm_rb_insert_near(qlix_comm_rb* tree, const qlix_comm_rb_node* near, qlix_comm_rb_node* node,
-                                       qlix_comm_rb_node** out);
 /// Static only (dynamic: 0x1005): inserts the key into the given free slot. 0x1001, or the index stack's code.
 std::uint32_t qlix_comm_rb_insert_spec_index(qlix_comm_rb* tree, const void* key, std::uint32_t slot);
 /// Removes the key: out = its slot, now free and cleared, or the unlinked node, which goes back to the caller. Absent:
 /// 0x1002.
 std::uint32_t qlix_comm_rb_delete(qlix_comm_rb* tree, const void* key, qlix_comm_rb_out out);
-/// Dynamic only (static: 0x1205): removes a linked node that the caller has at hand, without looking its key up.
-std::uint32_t qlix_comm_rb_delete_node(qlix_comm_rb* tree, qlix_comm_rb_node* node);
 /// out = slot or node of the key. Absent: 0x1002.
 std::uint32_t qlix_comm_rb_search(const qlix_comm_rb* tree, const void* key, qlix_comm_rb_out out);
 

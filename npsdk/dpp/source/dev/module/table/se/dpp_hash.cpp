@@ -9,7 +9,6 @@
 #include "dpp_hash_place.h"
 #include "dpp_hash_pool.h"
 #include "dpp_hash_spill.h"
-#include "dpp_hash_tree.h"
 #include "dpp_se/dpp_crc.h"
 #include "qlix_comm/check.h"
 #include "qlix_comm/memory.h"
@@ -17,7 +16,6 @@
 
 namespace {
 
-constexpr uint32_t ORDER_BYTES = sizeof(dpp_hash_entry::order);
 constexpr uint32_t KEY_BYTES_MAX = DPP_SE_ITEM_BYTES - DPP_HASH_HEAD_BYTES;
 
 /// The table of an engine, or the code of what it lacks.
@@ -126,8 +124,6 @@ uint32_t table_make(const dpp_hash_table_cfg& cfg, dpp_hash_table*& table) {
   table->ddr_baddr = cfg.ddr_baddr;
   table->ddr_ecc_en = cfg.ddr_ecc_en;
   dpp_hash_pool_init(&table->pool, bytes);
-  QLIX_COMM_CALL(qlix_comm_rb_init, &table->tree, 0, ORDER_BYTES + DPP_HASH_HEAD_BYTES + cfg.key_len,
-                 dpp_hash_rb_key_cmp);
   QLIX_COMM_CALL(dpp_hash_index_init, &table->index);
   return dpp_hash_spill_init(table);
 }
@@ -249,11 +245,10 @@ uint32_t dpp_hash_rewrite(dpp_hash* hash, uint32_t engine) {
     if (table == nullptr) {
       continue;
     }
-    dpp_hash_tree_settle(table);
-    for (const qlix_comm_double_link_node* link = table->tree.order.first; link != nullptr; link = link->next) {
-      QLIX_COMM_CALL(dpp_hash_write_hardware, hash,
-                     dpp_hash_entry::of(static_cast<const qlix_comm_rb_node*>(link->data)));
-    }
+    const auto write = [hash, table](const dpp_hash_slot& slot) {
+      return dpp_hash_write_hardware(hash, dpp_hash_pool_entry(table->pool, slot.number));
+    };
+    QLIX_COMM_CHECK_RC(dpp_hash_index_each(table->index, write), "dpp_hash_write_hardware");
   }
   return QLIX_COMM_OK;
 }
@@ -273,7 +268,6 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   dpp_hash_spill_prefetch(*at, order);
   dpp_hash_entry* entry = entry_make(*at, engine, table, *row, order);
   QLIX_COMM_CHECK_POINT(entry);
-  dpp_hash_tree_settle(at);
   uint32_t slot = dpp_hash_index_seek(at->index, order);
   if (dpp_hash_entry* existing = dpp_hash_index_match(*at, order, row->key, &slot); existing != nullptr) {
     dpp_hash_pool_give(&at->pool, entry);
@@ -289,7 +283,7 @@ uint32_t dpp_hash_insert(dpp_hash* hash, uint32_t engine, uint32_t table, const 
     dpp_hash_pool_give(&at->pool, entry);
     return rc;
   }
-  dpp_hash_tree_enter(at, entry, dpp_hash_index_put(at, *entry, slot));
+  dpp_hash_index_put(&at->index, *entry, slot);
   at->entry_num++;
   hash->engine[engine].entry_num++;
   return QLIX_COMM_OK;
@@ -323,7 +317,7 @@ uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   const uint32_t order = key_order(*at, key);
   uint32_t slot = dpp_hash_index_seek(at->index, order);
   dpp_hash_index_fetch(*at, order, slot);
-  dpp_hash_tree_settle(at);
+  dpp_hash_spill_prefetch(*at, order);
   dpp_hash_entry* entry = dpp_hash_index_match(*at, order, key, &slot);
   if (entry == nullptr) {
     return DPP_HASH_RC_ABSENT;
@@ -332,7 +326,7 @@ uint32_t dpp_hash_delete(dpp_hash* hash, uint32_t engine, uint32_t table, const 
   dpp_hash_shadow_set(hash, entry, false);
   QLIX_COMM_PASS(write_or_undo(hash, entry, [&] { dpp_hash_shadow_set(hash, entry, true); }));
   dpp_hash_index_drop(&at->index, slot);
-  dpp_hash_tree_leave(at, entry);
+  dpp_hash_pool_give(&at->pool, entry);
   at->entry_num--;
   hash->engine[engine].entry_num--;
   return QLIX_COMM_OK;

@@ -9,10 +9,6 @@ inline constexpr uint32_t DPP_HASH_NUMBER_BITS = 26;
 inline constexpr uint32_t DPP_HASH_NUMBERS = 1u << DPP_HASH_NUMBER_BITS;
 
 /// What the driver knows of an entry and, behind that, its bytes as the chip has them: head, key and result.
-///
-/// The tree's key is `order`, then head and key as they stand in the image: neighbours in the index of the table are
-/// neighbours in the tree. The tree's node lies elsewhere under the same number: who looks a key up reads no node, and
-/// who walks the tree reads no entry unless keys share their first four bytes.
 struct dpp_hash_entry {
   uint32_t number : DPP_HASH_NUMBER_BITS;  ///< in its table's pool
   uint32_t kind : 2;                       ///< low bits of the kind in its location word, 0 while it has no place
@@ -20,9 +16,6 @@ struct dpp_hash_entry {
   uint16_t cell;     ///< low bits of its location word: zcell and item
   uint8_t order[4];  ///< big-endian
 
-  static dpp_hash_entry* of(const qlix_comm_rb_node* node) {
-    return reinterpret_cast<dpp_hash_entry*>(static_cast<uint8_t*>(node->key) - offsetof(dpp_hash_entry, order));
-  }
   uint8_t* image() {
     return order + sizeof(order);
   }

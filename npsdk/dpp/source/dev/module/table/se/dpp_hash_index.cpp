@@ -9,12 +9,6 @@
 namespace {
 
 constexpr uint32_t FIRST_BITS = 7;
-/// Slots that are looked at on either side for a neighbour.
-constexpr uint32_t NEAR_SLOTS = 32;
-
-uint32_t previous(const dpp_hash_index& index, uint32_t at) {
-  return (at - 1) & ((1u << index.bits) - 1);
-}
 
 bool is_free(const dpp_hash_index& index, uint32_t at) {
   return index.slot[at].number == 0;
@@ -60,11 +54,14 @@ uint32_t dpp_hash_index_reserve(dpp_hash_index* index) {
   }
   dpp_hash_index larger{};
   QLIX_COMM_CALL(slots_take, &larger, index->bits + 1);
-  for (uint32_t at = 0; at < num; at++) {
-    if (!is_free(*index, at)) {
-      slot_put(&larger, index->slot[at], dpp_hash_index_seek(larger, index->slot[at].order));
+  dpp_hash_index_each(*index, [&larger](const dpp_hash_slot& slot) {
+    uint32_t at = dpp_hash_index_seek(larger, slot.order);
+    while (!is_free(larger, at) && larger.slot[at].order == slot.order) {
+      at = dpp_hash_index_next(larger, at);
     }
-  }
+    slot_put(&larger, slot, at);
+    return 0u;
+  });
   dpp_hash_index_release(index);
   *index = larger;
   return QLIX_COMM_OK;
@@ -86,7 +83,6 @@ void dpp_hash_index_fetch(const dpp_hash_table& table, uint32_t order, uint32_t 
   const dpp_hash_slot& slot = table.index.slot[at];
   if (slot.number != 0 && slot.order == order) {
     qlix_comm_prefetch(dpp_hash_pool_entry(table.pool, slot.number));
-    qlix_comm_prefetch(dpp_hash_pool_node(table.pool, slot.number));
   }
 }
 
@@ -94,31 +90,15 @@ dpp_hash_entry* dpp_hash_index_match(const dpp_hash_table& table, uint32_t order
   const dpp_hash_index& index = table.index;
   for (; !is_free(index, *at) && index.slot[*at].order == order; *at = dpp_hash_index_next(index, *at)) {
     dpp_hash_entry* const entry = dpp_hash_pool_entry(table.pool, index.slot[*at].number);
-    if (std::memcmp(entry->key(), key, table.key_len) == 0) {
-      return entry;
+    if (const int order_of_keys = dpp_hash_rb_key_cmp(entry->key(), key, table.key_len); order_of_keys >= 0) {
+      return order_of_keys == 0 ? entry : nullptr;
     }
   }
   return nullptr;
 }
 
-qlix_comm_rb_node* dpp_hash_index_put(dpp_hash_table* table, const dpp_hash_entry& entry, uint32_t at) {
-  dpp_hash_index& index = table->index;
-  uint32_t before = previous(index, at), behind = at;
-  for (uint32_t i = 0; i < NEAR_SLOTS && is_free(index, before); i++) {
-    before = previous(index, before);
-  }
-  for (uint32_t i = 0; i < NEAR_SLOTS && is_free(index, behind); i++) {
-    behind = dpp_hash_index_next(index, behind);
-  }
-  qlix_comm_rb_node* near = nullptr;
-  for (const uint32_t beside : {before, behind}) {
-    if (!is_free(index, beside)) {
-      near = dpp_hash_pool_node(table->pool, index.slot[beside].number);
-      qlix_comm_prefetch(near);
-    }
-  }
-  slot_put(&index, {dpp_se_word_get(entry.order), entry.number}, at);
-  return near;
+void dpp_hash_index_put(dpp_hash_index* index, const dpp_hash_entry& entry, uint32_t at) {
+  slot_put(index, {dpp_se_word_get(entry.order), entry.number}, at);
 }
 
 void dpp_hash_index_drop(dpp_hash_index* index, uint32_t at) {

@@ -10,7 +10,6 @@ constexpr uint32_t FIRST_ROOM = 8;  // slabs that the first list of them has roo
 /// Number 0 is nobody's.
 constexpr uint32_t NONE = 0;
 
-static_assert(sizeof(qlix_comm_rb_node) == CACHE_LINE);
 // All entries that have a place at once, and one more that looks for it, have a number.
 static_assert((DPP_HASH_DDR_ITEMS_MAX + DPP_HASH_ZCELL_NUM * DPP_HASH_ITEM_NUM + DPP_HASH_ZBLOCK_NUM) *
                   DPP_HASH_QUARTERS <
@@ -40,12 +39,11 @@ bool grow(dpp_hash_pool* pool) {
     return false;
   }
   void* first = nullptr;
-  void* const memory = ic_comm_malloc_block(num * (sizeof(qlix_comm_rb_node) + pool->entry_bytes), &first);
+  void* const memory = ic_comm_malloc_block(num * pool->entry_bytes, &first);
   if (memory == nullptr) {
     return false;
   }
-  auto* const nodes = static_cast<qlix_comm_rb_node*>(first);
-  pool->slab[pool->slab_num++] = {memory, nodes, reinterpret_cast<uint8_t*>(nodes + num)};
+  pool->slab[pool->slab_num++] = {memory, static_cast<uint8_t*>(first)};
   pool->room += static_cast<uint32_t>(num);
   return true;
 }
@@ -75,12 +73,8 @@ dpp_hash_entry* dpp_hash_pool_take(dpp_hash_pool* pool) {
     number = pool->fresh++;
   }
   dpp_hash_entry* entry = dpp_hash_pool_entry(*pool, number);
-  qlix_comm_rb_node* node = dpp_hash_pool_node(*pool, number);
   entry->number = number & (DPP_HASH_NUMBERS - 1);
-  *node = {};
-  node->key = entry->order;
-  // The next ones, mostly, for the next call.
-  qlix_comm_prefetch(node + 1);
+  // The next one, mostly, for the next call.
   qlix_comm_prefetch(reinterpret_cast<const uint8_t*>(entry) + pool->entry_bytes);
   return entry;
 }

@@ -1,6 +1,6 @@
-// Memory for the entries of one table and for their tree nodes. Both are known by a number, which takes half the room
-// of a pointer where it is kept. They lie in slabs that stay where they are: each as large as all before it together,
-// from some size on all alike.
+// Memory for the entries of one table. They are known by a number, which takes half the room of a pointer where it is
+// kept, and lie in slabs that stay where they are: each as large as all before it together, from some size on all
+// alike.
 #pragma once
 
 #include <algorithm>
@@ -14,7 +14,7 @@ inline constexpr uint32_t DPP_HASH_SLAB_LAST = 1u << 16;
 
 /// Prepares a pool for entries whose image takes `bytes`.
 void dpp_hash_pool_init(dpp_hash_pool* pool, uint32_t bytes);
-/// An entry with its number, all else undefined, and its node, cleared. Null without memory.
+/// An entry with its number, all else undefined. Null without memory.
 dpp_hash_entry* dpp_hash_pool_take(dpp_hash_pool* pool);
 void dpp_hash_pool_give(dpp_hash_pool* pool, dpp_hash_entry* entry);
 /// Gives all memory back, entries in use included.
@@ -31,7 +31,4 @@ inline uint32_t dpp_hash_pool_offset(uint32_t number) {
 inline dpp_hash_entry* dpp_hash_pool_entry(const dpp_hash_pool& pool, uint32_t number) {
   const size_t at = size_t{dpp_hash_pool_offset(number)} * pool.entry_bytes;
   return reinterpret_cast<dpp_hash_entry*>(dpp_hash_pool_slab(pool, number).entries + at);
-}
-inline qlix_comm_rb_node* dpp_hash_pool_node(const dpp_hash_pool& pool, uint32_t number) {
-  return dpp_hash_pool_slab(pool, number).nodes + dpp_hash_pool_offset(number);
 }

@@ -1,17 +1,18 @@
 // What a hash table keeps of its entries: where they live, how they are found, their order.
 #pragma once
 
+#include <cstring>
+
 #include "dpp_se/dpp_hash.h"
-#include "qlix_comm/rb.h"
 
-/// The tree of a table compares byte by byte: first the key's checksum, in the order of the items of a spill area, then
-/// the key.
-inline constexpr qlix_comm_rb_cmp dpp_hash_rb_key_cmp = qlix_comm_rb_def_cmp;
+/// The order of keys of one checksum in a table: negative, 0, positive.
+inline int dpp_hash_rb_key_cmp(const uint8_t* a, const uint8_t* b, uint32_t key_len) {
+  return std::memcmp(a, b, key_len);
+}
 
-/// A run of entries and their tree nodes, in one allocation.
+/// A run of entries in one allocation.
 struct dpp_hash_slab {
   void* memory;
-  qlix_comm_rb_node* nodes;
   uint8_t* entries;
 };
 
@@ -26,19 +27,12 @@ struct dpp_hash_pool {
   uint32_t given;        ///< the number that was given back last, 0 for none
 };
 
-/// A change of a table's tree that waits for what it will touch.
-struct dpp_hash_change {
-  qlix_comm_rb_node* node;  ///< null: none waits
-  qlix_comm_rb_node* near;  ///< of one that comes: a node near its place, when one is known
-  bool leaves;              ///< else it comes
-};
-
 struct dpp_hash_slot {
-  uint32_t order;   ///< checksum of its entry as the tree has it
+  uint32_t order;   ///< checksum of its entry, the bits that choose its item of a spill area in front
   uint32_t number;  ///< of its entry, 0 for a free slot
 };
 
-/// The entries of a table by checksum.
+/// The entries of a table, in the order of their checksums, then of dpp_hash_rb_key_cmp.
 struct dpp_hash_index {
   void* memory;
   dpp_hash_slot* slot;
@@ -54,9 +48,7 @@ struct dpp_hash_table {
   uint32_t ddr_baddr;
   uint32_t ddr_ecc_en;
   void* ddr_memory;
-  uint8_t* ddr;       ///< which quarters of the spill area are taken
-  qlix_comm_rb tree;  ///< every entry, in the order of dpp_hash_rb_key_cmp; `waiting` settled, as it is before use
-  dpp_hash_change waiting;
+  uint8_t* ddr;  ///< which quarters of the spill area are taken
   dpp_hash_pool pool;
   dpp_hash_index index;
   uint32_t entry_num;

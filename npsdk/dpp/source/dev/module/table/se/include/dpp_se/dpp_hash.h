@@ -1,6 +1,6 @@
 // Exact-match tables. Entries live in zcells (512 items each, four zcells to a zblock), in the overflow register of
-// each zblock, and for tables that ask for it in a spill area in DDR. The driver keeps every entry in a red-black tree
-// and decides where it lands; the chip finds it by the same checksums.
+// each zblock, and for tables that ask for it in a spill area in DDR. The driver keeps every entry, in an order of its
+// own, and decides where it lands; the chip finds it by the same checksums.
 //
 // Nothing locks: the caller serialises all operations on one record (the hash mutexes of the device are for that).
 // Operations return 0 or a code; arguments out of range are 0x1205, missing pointers, tables and zblocks 0x1201.
