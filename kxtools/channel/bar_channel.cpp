@@ -59,10 +59,6 @@ int32_t kxtool_bc_rx_cb_regist(uint32_t event_id, bar_msg_recv_func callback) {
   return ret;
 }
 
-const char* mailbox_name(const kxtool_device& device) {
-  return device.sbdf_text;
-}
-
 int32_t mailbox_find(const char* word, uint32_t* sbdf) {
   return pcie_sbdf_parse(sbdf, word);
 }
@@ -87,8 +83,7 @@ void mailbox_close(kxtool_device* device) {
 }  // namespace
 
 constinit const kxtool_wire kxtool_mailbox_wire = {
-    .by_address = true,
-    .name = mailbox_name,
+    .is_exclusive = true,
     .find = mailbox_find,
     .open = mailbox_open,
     .send = mailbox_send,

@@ -88,10 +88,6 @@ int32_t driver_send(kxtool_device* device, tools_msg* msg) {
   return result;
 }
 
-const char* driver_name(const kxtool_device& device) {
-  return device.name;
-}
-
 bool driver_open(kxtool_device* device) {
   int32_t ret = tarn_tools_socket_init(device, false);
   if (ret != 0) {
@@ -110,8 +106,7 @@ bool driver_open(kxtool_device* device) {
 }  // namespace
 
 constinit const kxtool_wire kxtool_driver_wire = {
-    .by_address = false,
-    .name = driver_name,
+    .is_exclusive = false,
     .find = kxtools_dev_name2bdf,
     .open = driver_open,
     .send = driver_send,

@@ -104,7 +104,8 @@ bool card_find(const char* word, card_place* place, std::string* why) {
 
 card::card(const card_place& place) : place_(place) {
   device_.wire = place.device.empty() ? &kxtool_mailbox_wire : &kxtool_driver_wire;
-  device_.name = place.device.empty() ? place_.address.c_str() : place_.device.c_str();
+  device_.interface = place.device.empty() ? nullptr : place_.device.c_str();
+  device_.name = place.device.empty() ? place_.address.c_str() : device_.interface;
   device_.sbdf = place.sbdf;
   snprintf(device_.sbdf_text, sizeof device_.sbdf_text, "%s", place.address.c_str());
 }
@@ -127,7 +128,7 @@ bool card::acquire(std::string* why) {
 }
 
 bool card::channel_open(std::string* why) {
-  if (device_.wire->by_address) {
+  if (device_.interface == nullptr) {
     *why = "has no network interface: what its driver tells is left out";
     return false;
   }

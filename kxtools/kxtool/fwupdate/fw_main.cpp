@@ -150,7 +150,7 @@ int kxtool_fw_main(kxtool_cmd_ctx* ctx) {
   if (args != 0 && !request->dry_run) {
     leave(update, args);
   }
-  if (ctx->device.wire->by_address && kxtools_permission_get() == 0) {
+  if (ctx->device.interface == nullptr && kxtools_permission_get() == 0) {
     kx_print("Warning: This command is not supported by the current permissions!!!\n");
     FW_ERR("This command is not supported by the current permissions\n");
     fw_cause_tell("by PCI address the shell's super user may update ('su' raises the level)");

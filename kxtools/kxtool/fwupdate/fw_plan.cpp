@@ -98,8 +98,8 @@ void print_card(const fw_update& update, bool answered) {
   kxtool_serial_number serial = {};
   const char* serial_text = kxtool_serial_number_ask(device, &serial) == 0 && serial.status == 0 ? serial.text : "";
   printf("card\n");
-  if (!device->wire->by_address) {
-    printf("  interface       %s\n", device->name);
+  if (device->interface != nullptr) {
+    printf("  interface       %s\n", device->interface);
   }
   printf("  address         %s\n", device->sbdf_text);
   printf("  serial number   %s\n", serial_text[0] == '\0' ? "not told" : serial_text);
@@ -183,7 +183,7 @@ void fw_plan_tell(fw_update* update) {
   const kxtool_device& device = *update->device;
   const part_sums sums = package_sum(*update);
   const std::string name =
-      device.wire->by_address ? device.sbdf_text : kx_text("%s (%s)", device.name, device.sbdf_text);
+      device.interface == nullptr ? device.sbdf_text : kx_text("%s (%s)", device.interface, device.sbdf_text);
   fw_announce(*update, kx_text("card %s, board type %s: runs %s from partition %u", name.c_str(),
                                fw_text_printable(board_type(*update)).data(), update->running.version.data(),
                                update->running.partition));

@@ -33,7 +33,7 @@ std::string physical_interfaces(kxtools_sbdf sbdf) {
 
 // "eth2: " in front of the address that an interface name stands for.
 std::string word_of(const kxtool_device& device) {
-  return device.wire->by_address ? std::string() : std::string(device.name) + ": ";
+  return device.interface == nullptr ? std::string() : std::string(device.interface) + ": ";
 }
 
 }  // namespace

@@ -78,6 +78,7 @@ void device_acquire(kxtool_cmd_ctx* ctx) {
   switch (kxtool_bdf_or_nic_type(ctx->device_word)) {
     case KXTOOL_ACCESS_NIC:
       device.wire = &kxtool_driver_wire;
+      device.interface = ctx->device_word;
       break;
     case KXTOOL_ACCESS_BDF:
       device.wire = &kxtool_mailbox_wire;
@@ -93,7 +94,7 @@ void device_acquire(kxtool_cmd_ctx* ctx) {
     kxtool_device_explain(device);
     kxtool_exit(1);
   }
-  const bool mailbox = device.wire->by_address && ctx->option->by_bdf;
+  const bool mailbox = device.wire->is_exclusive && ctx->option->by_bdf;
   const bool alone = mailbox || (ctx->option->card_alone && !ctx->card_shared);
   if (kxtool_flock_lock(device) != KXTOOL_LOCK_TAKEN || !kxtool_card_take(device, alone)) {
     kx_error_print("kxtool: %s was not run: the lock of %s cannot be had\n", ctx->name, ctx->device_word);
@@ -104,7 +105,7 @@ void device_acquire(kxtool_cmd_ctx* ctx) {
                    device.sbdf_text);
     kxtool_exit(1);
   }
-  if (device.wire->by_address && !ctx->option->by_bdf) {
+  if (device.interface == nullptr && !ctx->option->by_bdf) {
     KXTOOLS_ERR("The command does not yet support BDF type!\n");
     kxtool_address_explain(device, ctx->name);
     kxtool_exit(1);

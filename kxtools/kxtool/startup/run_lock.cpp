@@ -44,7 +44,8 @@ void report_failure(const kx_shared_file& file, const char* name) {
 }  // namespace
 
 int kxtool_flock_lock(const kxtool_device& device) {
-  const std::string name = kx_text("kxts_lock_%.*s", LOCK_NAME_CHARS, device.wire->name(device));
+  const std::string name =
+      kx_text("kxts_lock_%.*s", LOCK_NAME_CHARS, device.interface != nullptr ? device.interface : device.sbdf_text);
   kx_shared_file file = kx_shared_lock_take(KXTS_LOCK_PATH, name.c_str(), FOLDER_MODE, LOCK_MODE, LIMIT);
   if (file.step == kx_shared_file_step::lock_file) {
     return KXTOOLS_ERR("device %s is still in use by another kxtool command!\n", device.name);

@@ -32,10 +32,8 @@ struct tools_msg;
 
 /// A way to the card. What differs between the two of them stands here and nowhere else.
 struct kxtool_wire {
-  /// The device word is an address, and the way is the card's only one: it serves one command at a time.
-  bool by_address;
-  /// What the way is called: the interface's name, or the function's address in its one text, however it was typed.
-  const char* (*name)(const kxtool_device& device);
+  /// The way is the card's only one: it serves one command at a time.
+  bool is_exclusive;
   /// Finds the PCI address of the device word. Returns 0, or -1 with a message.
   int32_t (*find)(const char* word, uint32_t* sbdf);
   /// Opens the way and makes the first exchange with the card's processor. False with a message.
@@ -53,6 +51,7 @@ extern const kxtool_wire kxtool_mailbox_wire;  ///< the mailbox in BAR 0 (bar_ch
 struct kxtool_device {
   const kxtool_wire* wire = nullptr;  ///< null for a command without a device
   const char* name = nullptr;         ///< the device word
+  const char* interface = nullptr;    ///< the same when it names an interface; null when it is an address
   char sbdf_text[13] = {};            ///< PCI address of the function, in both modes
   uint32_t sbdf = 0xFFFFFFFF;
   uint32_t os_type = 0;  ///< what the card's processor runs, told by it when the channel came up
