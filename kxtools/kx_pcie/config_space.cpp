@@ -36,7 +36,7 @@ int32_t checked_rw(kxtools_sbdf sbdf, bool write, uint32_t offset, uint32_t leng
 }
 
 // Both dwords of a 64-bit BAR.
-bool pair_read(kxtools_sbdf sbdf, uint32_t offset, uint64_t* value) {
+bool dwords_read(kxtools_sbdf sbdf, uint32_t offset, uint64_t* value) {
   uint32_t low = 0;
   uint32_t high = 0;
   const bool read = pcie_cfg_read_dword(sbdf, offset, &low) == 0 && pcie_cfg_read_dword(sbdf, offset + 4, &high) == 0;
@@ -44,7 +44,7 @@ bool pair_read(kxtools_sbdf sbdf, uint32_t offset, uint64_t* value) {
   return read;
 }
 
-bool pair_write(kxtools_sbdf sbdf, uint32_t offset, uint64_t value) {
+bool dwords_write(kxtools_sbdf sbdf, uint32_t offset, uint64_t value) {
   const bool low = pcie_cfg_write_dword(sbdf, offset, static_cast<uint32_t>(value)) == 0;
   return pcie_cfg_write_dword(sbdf, offset + 4, static_cast<uint32_t>(value >> 32)) == 0 && low;
 }
@@ -58,13 +58,13 @@ class bar_probe {
   bar_probe& operator=(const bar_probe&) = delete;
   ~bar_probe() {
     if (saved_) {
-      pair_write(sbdf_, offset_, former_);
+      dwords_write(sbdf_, offset_, former_);
     }
   }
 
   bool read_back(uint64_t* value) {
-    saved_ = lock_.take() && pair_read(sbdf_, offset_, &former_);
-    return saved_ && pair_write(sbdf_, offset_, UINT64_MAX) && pair_read(sbdf_, offset_, value);
+    saved_ = lock_.take() && dwords_read(sbdf_, offset_, &former_);
+    return saved_ && dwords_write(sbdf_, offset_, UINT64_MAX) && dwords_read(sbdf_, offset_, value);
   }
 
  private:
@@ -178,7 +178,7 @@ int32_t pcie_find_ext_capability(kxtools_sbdf sbdf, uint16_t id, uint16_t vsec_i
 
 uint64_t get_bar_addr(kxtools_sbdf sbdf, uint32_t offset) {
   uint64_t value = 0;
-  return pair_read(sbdf, offset, &value) ? value & ~BAR_FLAG_BITS : 0;
+  return dwords_read(sbdf, offset, &value) ? value & ~BAR_FLAG_BITS : 0;
 }
 
 uint64_t get_bar_size(kxtools_sbdf sbdf, uint32_t offset) {
