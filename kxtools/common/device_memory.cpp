@@ -164,10 +164,6 @@ void kx_device_memory_rearm() {
   }
 }
 
-kx_device_mapping::kx_device_mapping(void* data, size_t size, const char* name) {
-  reset(data, size, name);
-}
-
 void kx_device_mapping::reset(void* data, size_t size, const char* name) {
   if (data_ != nullptr) {
     kx_device_memory_unmap(data_, size_);

@@ -33,7 +33,6 @@ void kx_device_memory_rearm();
 class kx_device_mapping {
  public:
   kx_device_mapping() = default;
-  kx_device_mapping(void* data, size_t size, const char* name);
   kx_device_mapping(const kx_device_mapping&) = delete;
   kx_device_mapping& operator=(const kx_device_mapping&) = delete;
   ~kx_device_mapping() {
