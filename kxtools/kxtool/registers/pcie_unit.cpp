@@ -130,7 +130,7 @@ int32_t configuration_visit(kxtools_unit_visitor visitor, void* self) {
   return 0;
 }
 
-// Reading none of them clears it.
+// Both lists are the same here: no read of configuration space clears a register.
 bool has_configuration(kxtools_unit_list list) {
   return list == kxtools_unit_list::registers || list == kxtools_unit_list::steady_registers;
 }
