@@ -21,12 +21,6 @@ std::span<const dpp_reg_field> dpp_reg_fields_get(const dpp_reg_info& info) {
   return {dpp_reg_field_table + info.field_first, info.field_num};
 }
 
-uint32_t dpp_reg_no_find(std::string_view name) {
-  const uint16_t reg_no = dpp_name_find(dpp_reg_name_slots, name,
-                                        [](uint32_t number) { return dpp_reg_text_get(dpp_reg_table[number].name); });
-  return reg_no == DPP_NAME_SLOT_FREE ? DPP_REG_NO_NONE : reg_no;
-}
-
 bool dpp_reg_is_described(const dpp_reg_info& info) {
   return info.field_first != 0;
 }

@@ -60,9 +60,7 @@ std::string table_text(const std::vector<reg>& regs) {
   std::string fields = numbers({pool.add("data"), 0, 31, 32, 0, 0}) + ",\n";
   uint32_t field_count = 1;
   std::string rows;
-  std::vector<std::string> names;
   for (const reg& r : regs) {
-    names.push_back(r.name);
     const uint32_t first = r.raw ? 0 : field_count;
     rows += numbers({pool.add(r.name), r.number, r.mod_no, r.flag, r.array_type, r.addr, r.width, r.m_size, r.n_size,
                      r.m_step, r.n_step, static_cast<uint32_t>(r.fields.size()), first, r.access}) +
@@ -79,7 +77,6 @@ std::string table_text(const std::vector<reg>& regs) {
   out += "extern const dpp_reg_info dpp_reg_table[DPP_REG_NUM] = {\n" + rows + "};\n";
   out += "extern const uint32_t dpp_reg_field_num = " + std::to_string(field_count) + ";\n";
   out += "extern const dpp_reg_field dpp_reg_field_table[" + std::to_string(field_count) + "] = {\n" + fields + "};\n";
-  out += name_slots_source("dpp_reg_name_slots", names);
   out += "extern const uint32_t dpp_reg_text_size = " + std::to_string(pool.size()) + ";\n";
   return out + pool.source("dpp_reg_text_pool");
 }

@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <span>
-#include <string_view>
 
 inline constexpr uint32_t DPP_REG_NUM = 4440;            ///< registers 0 to 4439
 inline constexpr uint32_t DPP_REG_NO_NONE = 0xFFFFFFFF;  ///< no such register
@@ -80,9 +79,6 @@ const dpp_reg_info* dpp_reg_info_get(uint32_t reg_no);
 /// The text at an offset of the pool: a row's or a field's name.
 const char* dpp_reg_text_get(uint32_t offset);
 std::span<const dpp_reg_field> dpp_reg_fields_get(const dpp_reg_info& info);
-
-/// The number of the register with that name, or DPP_REG_NO_NONE. Constant time.
-uint32_t dpp_reg_no_find(std::string_view name);
 
 /// True for a row that names its register and fields; false for a word known by block and offset only.
 bool dpp_reg_is_described(const dpp_reg_info& info);

@@ -38,8 +38,8 @@ inline constexpr uint32_t DPP_HASH_HEAD_TABLE_MASK = 0x1F;
 // A route area, in rows of 128 bits from its base: the head, the chain heads, the items. Numbers in it are big-endian.
 inline constexpr uint32_t DPP_ROUTE_ROW_BYTES = 16;
 inline constexpr uint32_t DPP_ROUTE_HEAD_ROWS = 4;  ///< valid, key bytes, log2 of chains, slots; the lengths in use
-inline constexpr uint32_t DPP_ROUTE_ITEM_ROWS =
-    4;  ///< valid and routes, anchor length, kept bytes, next item; the rest
+/// Valid and routes, anchor length, kept bytes, next item; the rest.
+inline constexpr uint32_t DPP_ROUTE_ITEM_ROWS = 4;
 inline constexpr uint32_t DPP_ROUTE_CHAINS_IN_ROW = 4;
 inline constexpr uint32_t DPP_ROUTE_HEAD_BITS_MAX = 24;  ///< log2 of chains
 inline constexpr uint8_t DPP_ROUTE_VALID = 0x80;         ///< byte 0 of head and items
@@ -47,5 +47,5 @@ inline constexpr uint32_t DPP_ROUTE_LENGTHS_OFFSET = 8;  ///< byte in the head; 
 // An item's routes share the whole bytes of its anchor, which stand once, before the slots. A slot has as many bytes of
 // the key behind those as the item's longest route needs.
 inline constexpr uint32_t DPP_ROUTE_ANCHOR_OFFSET = 8;  ///< byte in an item
-inline constexpr uint32_t DPP_ROUTE_SLOT_TAIL_BYTES =
-    4;  ///< length (8 bits) and result (24 bits), behind the key bytes
+/// Length (8 bits) and result (24 bits), behind the key bytes.
+inline constexpr uint32_t DPP_ROUTE_SLOT_TAIL_BYTES = 4;
