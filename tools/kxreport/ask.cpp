@@ -10,24 +10,18 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 
+#include "common/clock.h"
 #include "common/report.h"
 #include "common/signals.h"
 #include "value_pipe.h"
 
 namespace {
 
-constexpr int64_t GRACE_MS = 1000;  // for a process to end at its next safe point
+constexpr uint64_t GRACE_MS = 1000;  // for a process to end at its next safe point
 constexpr int LOOK_MS = 100;
 constexpr size_t MESSAGES_MAX = 100;
 constexpr size_t MESSAGE_SIZE_MAX = 300;
-
-int64_t now_ms() {
-  struct timespec now = {};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-}
 
 /// The process that asks one card, and what came of it.
 struct asker {
@@ -38,8 +32,8 @@ struct asker {
   kx_unique_fd values;
   kx_unique_fd lines;
   std::string text;          // of the libraries' lines
-  int64_t heard_ms = 0;      // when it told something last
-  int64_t ended_ms = 0;      // when it was told to end; 0: not yet
+  uint64_t heard_ms = 0;     // when it told something last
+  uint64_t ended_ms = 0;     // when it was told to end; 0: not yet
   std::string given_up_why;  // "" unless it was
 };
 
@@ -82,7 +76,7 @@ bool asker_start(const card_place& place, const collect_request& request, asker*
   }
   one->values = std::move(values[0]);
   one->lines = std::move(lines[0]);
-  one->heard_ms = now_ms();
+  one->heard_ms = kx_now_ms();
   return one->pid > 0;
 }
 
@@ -96,7 +90,7 @@ void values_read(asker* one) {
   const ssize_t length = read(one->values.get(), bytes, sizeof bytes);
   if (length > 0) {
     one->receiver.take(bytes, static_cast<size_t>(length));
-    one->heard_ms = now_ms();
+    one->heard_ms = kx_now_ms();
   } else if (length == 0 || errno != EINTR) {
     one->values.reset();
   }
@@ -133,7 +127,7 @@ void pipes_wait(std::vector<asker>* askers) {
 
 // First by a signal that lets it give back what it took, then by one that does not.
 void end_further(asker* one, std::string why) {
-  const int64_t now = now_ms();
+  const uint64_t now = kx_now_ms();
   if (one->ended_ms == 0) {
     one->ended_ms = now;
     one->given_up_why = std::move(why);
@@ -150,7 +144,7 @@ void limits_check(std::vector<asker>* askers, uint32_t limit_s) {
     }
     if (kx_signal_guard::raised() != 0) {
       end_further(&one, "interrupted");
-    } else if (one.ended_ms != 0 || now_ms() - one.heard_ms > int64_t{limit_s} * 1000) {
+    } else if (one.ended_ms != 0 || kx_now_ms() - one.heard_ms > uint64_t{limit_s} * 1000) {
       end_further(&one, "no answer within " + std::to_string(limit_s) + " s");
     }
   }

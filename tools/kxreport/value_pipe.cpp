@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <ctime>
+
+#include "common/clock.h"
 
 namespace {
 
@@ -15,13 +16,7 @@ enum operation : uint8_t { BEGIN, END, NUMBER, TEXT };
 constexpr size_t BUFFER_SIZE = 16384;
 constexpr size_t HEAD_SIZE = sizeof(uint8_t) + sizeof(term);
 constexpr size_t TEXT_MAX = 1 << 16;  // configuration space in hexadecimal takes 8 KiB
-constexpr int64_t WAIT_MAX_MS = 200;
-
-int64_t now_ms() {
-  struct timespec now = {};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-}
+constexpr uint64_t WAIT_MAX_MS = 200;
 
 }  // namespace
 
@@ -33,7 +28,7 @@ void value_sender::put(uint8_t operation, term what, const void* data, size_t si
     buffer_.append(reinterpret_cast<const char*>(&length), sizeof length);
   }
   buffer_.append(static_cast<const char*>(data), size);
-  if (buffer_.size() >= BUFFER_SIZE || now_ms() - flushed_ms_ > WAIT_MAX_MS) {
+  if (buffer_.size() >= BUFFER_SIZE || kx_now_ms() - flushed_ms_ > WAIT_MAX_MS) {
     flush();
   }
 }
@@ -65,7 +60,7 @@ void value_sender::flush() {
     done += written < 0 ? 0 : static_cast<size_t>(written);
   }
   buffer_.clear();
-  flushed_ms_ = now_ms();
+  flushed_ms_ = kx_now_ms();
 }
 
 bool value_receiver::take_one(std::string_view* rest) {

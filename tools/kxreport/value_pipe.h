@@ -22,7 +22,7 @@ class value_sender final : public value_sink {
   void put(uint8_t operation, term what, const void* data, size_t size);
   int fd_;
   std::string buffer_;
-  int64_t flushed_ms_ = 0;
+  uint64_t flushed_ms_ = 0;
 };
 
 /// Takes what came out of the pipe, cut anywhere, and builds the tree below `root`.
