@@ -226,7 +226,9 @@ TEST_F(Values, AreKeptForEachDevice) {
   EXPECT_EQ(dpp_dev_ep_no_get(7, &ep_no), 0u);
   EXPECT_EQ(ep_no, 4u);
   int res = 0;
+  EXPECT_EQ(dpp_dev_ep_no_get(7, nullptr), point_null);
   EXPECT_EQ(dpp_dev_set_se_res_ptr(7, 1, &res), 0u);
+  EXPECT_EQ(dpp_dev_set_se_res_ptr(7, 2, &res), out_of_range);
   EXPECT_EQ(dpp_dev_get_se_res_ptr(7, 1), &res);
   EXPECT_EQ(dpp_dev_get_se_res_ptr(7, 0), nullptr);
   EXPECT_EQ(dpp_dev_get_se_res_ptr(7, 2), nullptr);
