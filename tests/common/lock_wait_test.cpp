@@ -73,7 +73,8 @@ TEST_F(LockWait, StandsInTheKernelsQueueAndDoesNotLookAgainAndAgain) {
 
 TEST_F(LockWait, EndsWithItsLimitWhereTheHolderNeverEndsEvenWithAllSignalsHeld) {
   const Holder holder(path_, 0);
-  sigset_t all, former, held, after;
+  sigset_t all, former;
+  sigset_t held = {}, after = {};  // the kernel fills a part of them
   sigfillset(&all);
   pthread_sigmask(SIG_SETMASK, &all, &former);
   pthread_sigmask(SIG_SETMASK, nullptr, &held);
