@@ -194,9 +194,9 @@ void updates_compare() {
   side_by_side::row("memory of an update, mailbox", "MiB", by_mailbox.memory, "16 MiB", allowed, 1.0);
 }
 
-/// With the shorter pause of a card without an operating system.
+/// With the shorter pause of a card without an operating system, up to what a partition of the card takes.
 void growth() {
-  for (const uint32_t mib : {1u, 4u, 16u, 64u, 128u}) {
+  for (const uint32_t mib : {1u, 4u, 16u, 48u}) {
     const workplace work(mib * MIB, 0);
     double memory = 0;
     int status = -1;
