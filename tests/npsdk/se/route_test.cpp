@@ -344,6 +344,30 @@ TEST_F(Route, StoreAndRecoveryGoOnWhereTheTableStood) {
   });
 }
 
+// Seven routes fit one item only because they share its anchor: bytes that say so of a shorter one must not be written.
+TEST_F(Route, RefusesASavedItemThatHoldsMoreThanAnItemCan) {
+  Life life({18, 0, 12, 1, 0, 0}, 9);
+  for (uint32_t i = 0; i < 8; i++) {
+    prefix one{{}, 144};
+    one.key[17] = static_cast<uint8_t>(i == 1 ? 0xFF : i);  // the second parts from the first at once
+    ASSERT_EQ(life.insert(one, i), 0u);
+  }
+  size_t size = 0;
+  uint8_t* blob = nullptr;
+  ASSERT_EQ(dpp_route_store(life.table_.get(), &size, &blob), 0u);
+  const std::unique_ptr<uint8_t, decltype(&ic_comm_free_memory)> owner(blob, ic_comm_free_memory);
+  uint8_t* const last = blob + size - (12 + DPP_ROUTE_SLOTS_MAX * sizeof(uint32_t));
+  ASSERT_EQ(last[11], DPP_ROUTE_SLOTS_MAX);
+  dpp_route_table* again = nullptr;
+  const dpp_se_writer writer = life.link_.writer();
+  ASSERT_EQ(dpp_route_recovery(blob, size, &writer, &again), 0u);
+  dpp_route_destroy(again);
+  last[10] = 0;  // the length of its anchor
+  EXPECT_EQ(dpp_route_recovery(blob, size, &writer, &again), DPP_ROUTE_RC_STORE);
+  EXPECT_EQ(again, nullptr);
+  dpp_route_destroy(again);
+}
+
 TEST_F(Route, RefusesWhatIsOutOfRange) {
   chip_link link;
   const dpp_se_writer writer = link.writer();
