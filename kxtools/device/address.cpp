@@ -1,7 +1,6 @@
 #include "device/address.h"
 
 #include <charconv>
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 
@@ -80,10 +79,18 @@ bool kxtools_sbdf_is_too_long(const char* text) {
   return digits > SEGMENT_DIGITS && text[digits] == ':';
 }
 
+// Without printf: every access to configuration space names its file.
 kxtools_sbdf_name kxtools_sbdf_text(kxtools_sbdf sbdf) {
-  kxtools_sbdf_name name;
-  snprintf(name.text, sizeof name.text, "%04x:%02x:%02x.%01x", kxtools_sbdf_segment(sbdf), kxtools_sbdf_bus(sbdf),
-           kxtools_sbdf_device(sbdf), kxtools_sbdf_function(sbdf));
+  kxtools_sbdf_name name = {"0000:00:00.0"};
+  const auto put = [&name](size_t last, uint32_t value) {
+    for (; value != 0; value >>= 4) {
+      name.text[last--] = "0123456789abcdef"[value & 0xF];
+    }
+  };
+  put(3, kxtools_sbdf_segment(sbdf));
+  put(6, kxtools_sbdf_bus(sbdf));
+  put(9, kxtools_sbdf_device(sbdf));
+  put(11, kxtools_sbdf_function(sbdf));
   return name;
 }
 
