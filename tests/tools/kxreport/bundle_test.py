@@ -5,16 +5,9 @@ bundle_test.py BUILD SOURCE"""
 import io
 import json
 import os
-import signal
-import subprocess
-import sys
 import tarfile
-import tempfile
-import time
 
-BUILD = sys.argv[1]
-FOLDER = tempfile.mkdtemp(prefix="kxreport_test.")
-failures = []
+from cards import FOLDER, SILENT, built, expect, interrupted, place, read, run_all, under_card, write
 
 # Every part of the replay has something that a healthy card has not.
 ILL = {
@@ -27,44 +20,19 @@ ILL = {
     "network_processor": {"ports": {"3": {"link_up": False}}, "registers": {"0x013000": 1, "0x002000": 0}},
 }
 DEAD = {"functions": {"0000:3b:00.0": {"config": {"0x0": "ff" * 64}}}}
-SILENT = {"faults": {"driver": {"requests": [{"type": 1, "never_answers": True, "from": 1}]}}}
 TOOL = ["diag eth0 all", "sn_info eth0 sn_info", "mac_info eth0 mac_info", "temp_info eth0 chip_temp",
         "fwupdate eth0 version", "link eth0"]
 
 
-def expect(holds, what):
-    if not holds:
-        failures.append(what)
-        print("FAILED:", what)
-
-
-def place(name):
-    return os.path.join(FOLDER, name)
-
-
-def card_file(name, card):
-    with open(place(name), "w", encoding="utf-8") as out:
-        json.dump(card, out)
-    return name
-
-
-def command(card, program, words):
-    return [os.path.join(BUILD, "kxvcard"), "--card", place(card), "--",
-            os.path.join(BUILD, program) if "/" not in program else program, *words]
-
-
 def run(card, program, words, status=None):
-    done = subprocess.run(command(card, program, words.split() if isinstance(words, str) else words), cwd=FOLDER,
-                          capture_output=True, timeout=600, check=False)
-    if done.returncode == 77:
-        print("skipped:", done.stderr.decode())
-        sys.exit(77)
-    expect(status in (None, done.returncode), f"{words}: status {done.returncode}, not {status}: {done.stderr.decode()}")
-    return done.returncode, done.stdout.decode(), done.stderr.decode()
+    words = words.split() if isinstance(words, str) else words
+    ended, out, err = under_card(card, built(program) if "/" not in program else program, *words)
+    expect(status in (None, ended), f"{words}: status {ended}, not {status}: {err}")
+    return ended, out, err
 
 
 def replay_test():
-    run(card_file("ill.json", ILL), "kxreport", "bundle eth0 ill.tar", 8 | 16 | 32)
+    run(write("ill.json", ILL), "kxreport", "bundle eth0 ill.tar", 8 | 16 | 32)
     for words in TOOL:
         expect(run("ill.tar", "kxtool", words)[:2] == run("ill.json", "kxtool", words)[:2], f"the replay of {words}")
     _, out, _ = run("ill.tar", "kxtool", "diag eth0 all")
@@ -85,13 +53,13 @@ def replay_test():
 
 def dead_test():
     """Of a card that is gone the kernel's part is kept, and the replay is gone too."""
-    run(card_file("dead.json", DEAD), "kxreport", "bundle eth0 dead.tar", 4)
+    run(write("dead.json", DEAD), "kxreport", "bundle eth0 dead.tar", 4)
     _, out, _ = run("dead.tar", "kxreport", "list", 4)
     expect("does not answer" in out, f"a dead card's replay: {out}")
 
 
 def diff_test():
-    run(card_file("healthy.json", {}), "kxreport", "bundle eth0 healthy.tar", 0)
+    run(write("healthy.json", {}), "kxreport", "bundle eth0 healthy.tar", 0)
     _, out, _ = run("healthy.json", "kxreport", "diff healthy.tar ill.tar --format json", 8)
     rows = {row["path"]: (row["first"], row["second"]) for row in json.loads(out)["differences"]}
     for path, values in (("temperature", ("45 C", "91 C")), ("firmware partition", ("1", "2")),
@@ -134,8 +102,7 @@ def hostile_test():
                              ("report.json", b'{"errors": [' + b'"",' * 1500000 + b'""]}', {})),
     }
     for name, content in rows.items():
-        with open(place("hostile"), "wb") as out:
-            out.write(content)
+        write("hostile", content)
         before = sorted(os.listdir(FOLDER))
         _, out, err = run("hostile", "/bin/true", [], 2)
         expect(out == "" and err.count("\n") == 1, f"{name}: kxvcard: {err}")
@@ -150,39 +117,21 @@ def hostile_test():
 
 def trouble_test():
     """Whatever keeps a bundle from its place: one line, an old file is kept, nothing is left."""
-    with open(place("old.tar"), "w", encoding="utf-8") as out:
-        out.write("old")
+    write("old.tar", "old")
     os.symlink("old.tar", place("planted.tar"))
     before = sorted(os.listdir(FOLDER))
     for words, status, line in (
             (["kxreport", "bundle", "eth0", "planted.tar"], 64, "planted.tar: is there and no regular file"),
             (["kxreport", "bundle", "eth0", "no/such.tar"], 64, "no/such.tar: No such file"),
-            (["/bin/sh", "-c", f'trap "" XFSZ; ulimit -f 2; exec {BUILD}/kxreport bundle eth0 old.tar'], 68,
+            (["/bin/sh", "-c", f'trap "" XFSZ; ulimit -f 2; exec {built("kxreport")} bundle eth0 old.tar'], 68,
              "old.tar: File too large")):
         _, out, err = run("dead.json", words[0], words[1:], status)
         expect(out == "" and line in err, f"{words}: {out}{err}")
-    words = command(card_file("silent.json", SILENT), "kxreport", ["bundle", "eth0", "old.tar"])
-    process = subprocess.Popen([words[0], "--log", place("log"), *words[1:]], cwd=FOLDER,
-                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, start_new_session=True)
-    # From the first request on the program is at work.
-    while process.poll() is None and not (os.path.exists(place("log")) and " type=1 " in open(
-            place("log"), encoding="utf-8", errors="replace").read()):
-        time.sleep(0.1)
-    os.remove(place("log"))
-    os.killpg(process.pid, signal.SIGINT)
-    _, err = process.communicate(timeout=600)
-    expect(process.returncode == 130 and b"nothing is kept" in err, f"interrupt: {process.returncode} {err}")
-    with open(place("old.tar"), encoding="utf-8") as old:
-        expect(old.read() == "old", "an old file is kept")
-    expect(sorted(os.listdir(FOLDER)) == sorted(before + ["silent.json"]), "trouble: files are left")
+    status, _, err = interrupted(SILENT, built("kxreport"), "bundle", "eth0", "old.tar")
+    expect(status == 130 and "nothing is kept" in err, f"interrupt: {status} {err}")
+    expect(read(FOLDER, "old.tar") == "old", "an old file is kept")
+    expect(sorted(os.listdir(FOLDER)) == sorted(before + ["card.json"]), "trouble: files are left")
 
 
-try:
-    card_file("healthy.json", {})
-    for test in (replay_test, dead_test, diff_test, hostile_test, trouble_test):
-        begun = time.monotonic()
-        test()
-        print(f"{test.__name__}: {time.monotonic() - begun:.1f} s")
-finally:
-    subprocess.run(["rm", "-rf", FOLDER], check=False)
-sys.exit(1 if failures else 0)
+write("healthy.json", {})
+run_all(replay_test, dead_test, diff_test, hostile_test, trouble_test)

@@ -7,66 +7,41 @@ import os
 import re
 import shutil
 import subprocess
-import sys
-import tempfile
 
-BUILD, SOURCE = sys.argv[1], sys.argv[2]
+from cards import FOLDER, SOURCE, built, expect, place, read, run_all, under_card, write
+
 PACKAGING = os.path.join(SOURCE, "packaging/prometheus")
 SCRIPT = os.path.join(PACKAGING, "textfile")
-failures = []
+METRICS = place("kxreport.prom")
 
 
-def expect(holds, what):
-    if not holds:
-        failures.append(what)
-        print("FAILED:", what)
-
-
-def collect(folder, kxreport, card):
+def collect(kxreport, card):
     """The script under a card; its status and the metrics file as it stands then."""
-    path = os.path.join(folder, "card.json")
-    with open(path, "w", encoding="utf-8") as out:
-        json.dump(card, out)
-    done = subprocess.run([os.path.join(BUILD, "kxvcard"), "--card", path, "--", SCRIPT, folder], check=False,
-                          stderr=subprocess.PIPE, env={**os.environ, "KXREPORT": kxreport}, timeout=120)
-    if done.returncode == 77:
-        print("skipped:", done.stderr.decode())
-        sys.exit(77)
-    metrics = os.path.join(folder, "kxreport.prom")
-    text = open(metrics, encoding="utf-8").read() if os.path.exists(metrics) else None
-    expect(not [name for name in os.listdir(folder) if name.startswith(".kxreport")], "the script leaves files behind")
-    return done.returncode, text
+    status, _, _ = under_card(card, SCRIPT, FOLDER, env={**os.environ, "KXREPORT": kxreport})
+    expect(not [name for name in os.listdir(FOLDER) if name.startswith(".kxreport")], "the script leaves files behind")
+    return status, read(METRICS)
 
 
-def script_test(folder):
-    real = os.path.join(BUILD, "kxreport")
+def script_test():
     # An ill card is what metrics are for.
     ill = {"functions": {"0000:3b:00.1": {"config": {"0x72": "8310"}}}}
-    status, text = collect(folder, real, ill)
+    status, text = collect(built("kxreport"), ill)
     expect(status == 0 and text.endswith("# EOF\n"), "the script takes an ill card's metrics")
     expect('kx_card_link_pcie_at_best{device="eth1",address="0000:3b:00.1"} 0' in text, "the link of eth1")
-    expect(os.stat(os.path.join(folder, "kxreport.prom")).st_mode & 0o777 == 0o644, "another user may read the file")
+    expect(os.stat(METRICS).st_mode & 0o777 == 0o644, "another user may read the file")
     # A report that could not be made leaves the old one.
     for bad in ("exit 64", "kill -9 $$", "exit 1"):
-        failing = os.path.join(folder, "failing")
-        with open(failing, "w", encoding="utf-8") as out:
-            out.write(f"#!/bin/sh\necho half\n{bad}\n")
-        os.chmod(failing, 0o755)
-        status, kept = collect(folder, failing, {})
+        status, kept = collect(write("failing", f"#!/bin/sh\necho half\n{bad}\n", 0o755), {})
         expect(status != 0 and kept == text, f"the script keeps the old metrics after '{bad}'")
-    return text
 
 
-def names_test(metrics):
+def names_test():
     """Rules and dashboard name metrics that there are."""
-    known = set(re.findall(r"^(kx_\w+)[{ ]", metrics, re.M))
+    known = set(re.findall(r"^(kx_\w+)[{ ]", read(METRICS), re.M))
     for name in ("alerts.yml", "dashboard.json"):
-        with open(os.path.join(PACKAGING, name), encoding="utf-8") as file:
-            text = file.read()
-        used = set(re.findall(r"\bkx_\w+", text))
+        used = set(re.findall(r"\bkx_\w+", read(PACKAGING, name)))
         expect(used and used <= known, f"{name} names {used - known}")
-    with open(os.path.join(PACKAGING, "dashboard.json"), encoding="utf-8") as file:
-        panels = json.load(file)["panels"]
+    panels = json.loads(read(PACKAGING, "dashboard.json"))["panels"]
     expect(len({panel["id"] for panel in panels}) == len(panels), "dashboard: every panel has a number of its own")
 
 
@@ -79,7 +54,4 @@ def rules_test():
         expect(done.returncode == 0, f"promtool {' '.join(words)}: {done.stdout.decode()}{done.stderr.decode()}")
 
 
-with tempfile.TemporaryDirectory(prefix="kxreport_test.") as place:
-    names_test(script_test(place))
-    rules_test()
-sys.exit(1 if failures else 0)
+run_all(script_test, names_test, rules_test)

@@ -7,26 +7,19 @@ import os
 import pty
 import re
 import shutil
-import signal
-import struct
 import subprocess
-import sys
-import tempfile
 import time
 import zlib
 
-BUILD, SOURCE = sys.argv[1], sys.argv[2]
-SCHEMA_FILE = os.path.join(SOURCE, "docs/schema/kxreport.schema.json")
-FOLDER = tempfile.mkdtemp(prefix="kxreport_test.")
+from cards import (FOLDER, SILENT, SOURCE, built, command, expect, interrupted, place, read, run_all, skip, under_card,
+                   write)
 
+SCHEMA_FILE = os.path.join(SOURCE, "docs/schema/kxreport.schema.json")
 try:
     import jsonschema
 except ImportError:
-    print("skipped: python3-jsonschema is not installed")
-    sys.exit(77)
-
-with open(SCHEMA_FILE, encoding="utf-8") as schema_file:
-    VALIDATOR = jsonschema.Draft7Validator(json.load(schema_file))
+    skip("python3-jsonschema is not installed")
+VALIDATOR = jsonschema.Draft7Validator(json.loads(read(SCHEMA_FILE)))
 
 # A healthy card, a link below its best, a function that is gone, one that another driver has, hostile texts.
 MIXED = {
@@ -39,36 +32,18 @@ MIXED = {
     },
     "information": {"serial_number": "<b>\u001b[31m\"x"},
 }
-SILENT = {"faults": {"driver": {"requests": [{"type": 1, "never_answers": True, "from": 1}]}}}
 MOVING = {"network_processor": {"ports": {"0": {"receive_packet_rate": 1000}}},
           "functions": MIXED["functions"], "memory": {"0x6208000020": 5}}
 EYES = {"link": {"width": 2}, "margining": {"left": [5, 7], "right": [6], "up": [8], "down": [9]}}
-failures = []
 
 
-def expect(holds, what):
-    if not holds:
-        failures.append(what)
-        print("FAILED:", what)
+def kxreport(card, words):
+    return command(card, built("kxreport"), *words.split())
 
 
-LOG = os.path.join(FOLDER, "requests.log")
-
-
-def command(card, words):
-    path = os.path.join(FOLDER, "card.json")
-    with open(path, "w", encoding="utf-8") as out:
-        json.dump(card, out)
-    return [os.path.join(BUILD, "kxvcard"), "--card", path, "--log", LOG, "--", os.path.join(BUILD, "kxreport"), *words.split()]
-
-
-def run(words, status, card=None, **options):
-    done = subprocess.run(command(card or {}, words), capture_output=True, timeout=600, check=False, **options)
-    if done.returncode == 77:
-        print("skipped:", done.stderr.decode())
-        sys.exit(77)
-    out, err = done.stdout.decode(), done.stderr.decode()
-    expect(done.returncode == status, f"{words}: status {done.returncode}, not {status}: {err}")
+def run(words, status, card=None):
+    ended, out, err = under_card(card or {}, built("kxreport"), *words.split())
+    expect(ended == status, f"{words}: status {ended}, not {status}: {err}")
     return out, err
 
 
@@ -84,8 +59,7 @@ def document(words, status, card=None):
 
 def schema_test():
     out, _ = run("schema", 0)
-    with open(SCHEMA_FILE, encoding="utf-8") as file:
-        expect(out == file.read(), "docs/schema/kxreport.schema.json is not what 'kxreport schema' prints")
+    expect(out == read(SCHEMA_FILE), "docs/schema/kxreport.schema.json is not what 'kxreport schema' prints")
     jsonschema.Draft7Validator.check_schema(json.loads(out))
 
 
@@ -112,8 +86,7 @@ def documents_name_every_command_test():
     made, _ = document("commands", 0)
     programs = {one["name"]: [row["words"].split()[0] for row in one["commands"]] for one in made["programs"]}
     for name in ("kxreport.1", "kxreport.bash"):
-        with open(os.path.join(SOURCE, "docs", name), encoding="utf-8") as file:
-            text = file.read()
+        text = read(SOURCE, "docs", name)
         for word in programs["kxreport"]:
             expect(word in text, f"docs/{name} does not name {word}")
     expect("kxtool" in programs["kxtool"] and "kxnp" in programs["kxtool"], "commands of kxtool")
@@ -184,21 +157,14 @@ def seen_by_browser(page, scheme):
     if shutil.which("chromium") is None:
         print("not looked at in a browser, which the package chromium brings")
         return None
-    path, shot = os.path.join(FOLDER, "page.html"), os.path.join(FOLDER, "page.png")
-    with open(path, "w", encoding="utf-8") as out:
-        out.write(page)
+    path, shot = write("page.html", page), place("page.png")
     subprocess.run(["chromium", "--headless", "--no-sandbox", "--disable-gpu", f"--user-data-dir={FOLDER}/browser",
                     f"--blink-settings=preferredColorScheme={scheme}", f"--screenshot={shot}", f"file://{path}"],
                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=600, check=True)
     with open(shot, "rb") as file:
         image = file.read()
-    pixels, at = b"", 8
-    while at < len(image):
-        size, kind = struct.unpack(">I4s", image[at:at + 8])
-        pixels += image[at + 8:at + 8 + size] if kind == b"IDAT" else b""
-        at += size + 12
     # The first pixel of the first line stands as it is, whatever the line's filter.
-    return zlib.decompress(pixels)[1:4]
+    return zlib.decompressobj().decompress(image[image.index(b"IDAT") + 4:], 4)[1:4]
 
 
 def limit_test():
@@ -209,19 +175,9 @@ def limit_test():
 
 
 def interrupt_test():
-    """Ctrl-C at a terminal reaches the whole group; what was read is shown, with 130."""
-    if os.path.exists(LOG):
-        os.remove(LOG)
-    process = subprocess.Popen(command(SILENT, "summary eth0 --format json"), stdout=subprocess.PIPE,
-                               stderr=subprocess.PIPE, start_new_session=True)
-    # From the first request on the program is at work.
-    for _ in range(600):
-        if os.path.exists(LOG) and " type=1 " in open(LOG, encoding="utf-8", errors="replace").read():
-            break
-        time.sleep(0.1)
-    os.killpg(process.pid, signal.SIGINT)
-    out, err = process.communicate(timeout=600)
-    expect(process.returncode == 130, f"interrupt: status {process.returncode}: {err.decode()}")
+    """What was read is shown, with 130."""
+    status, out, err = interrupted(SILENT, built("kxreport"), *"summary eth0 --format json".split())
+    expect(status == 130, f"interrupt: status {status}: {err}")
     made = json.loads(out)
     expect(made["status"] == 130 and made["cards"][0]["device"] == "eth0", "interrupt: document")
     expect(not list(VALIDATOR.iter_errors(made)), "interrupt: schema")
@@ -246,7 +202,7 @@ def at_terminal(words, keys, shown):
     pid, screen = pty.fork()
     if pid == 0:
         os.environ["TERM"] = "xterm"
-        line = command(MOVING, words)
+        line = kxreport(MOVING, words)
         os.execv(line[0], line)
     seen, typed = b"", 0
     try:
@@ -270,14 +226,9 @@ def words_test():
         expect(out == "" and line in err and err.count("\n") == 1, f"{words}: {out}{err}")
     document("bogus", 1)
     with open("/dev/full", "wb") as full:
-        done = subprocess.run(command({}, "list"), stdout=full, stderr=subprocess.PIPE, check=False)
+        done = subprocess.run(kxreport({}, "list"), stdout=full, stderr=subprocess.PIPE, check=False)
     expect(done.returncode == 64 and b"No space left" in done.stderr, f"full disk: {done}")
 
 
-try:
-    for test in (schema_test, documents_test, documents_name_every_command_test, counter_test, states_test, metrics_test, page_test, limit_test,
-                 interrupt_test, watch_test, words_test):
-        test()
-finally:
-    shutil.rmtree(FOLDER)
-sys.exit(1 if failures else 0)
+run_all(schema_test, documents_test, documents_name_every_command_test, counter_test, states_test, metrics_test, page_test,
+        limit_test, interrupt_test, watch_test, words_test)
