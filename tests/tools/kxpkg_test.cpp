@@ -1,4 +1,5 @@
 // kxpkg as its users run it: what it writes the reader reads back, and what the update would refuse it names.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "../printed.h"
@@ -8,6 +9,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using testing::HasSubstr;
 
 class Kxpkg : public testing::Test {
  protected:
@@ -25,6 +27,8 @@ class Kxpkg : public testing::Test {
     folder_.write("d.json", description);
     return run("build " + path("d.json") + " " + path("out.pkg"));
   }
+  static constexpr const char* two_images = R"({"identification": "TARN-FW-EVB-1", "kind": 1, "images": [
+      {"file": "a.bin", "offset": "0x41000", "type": 2}, {"file": "b.bin", "offset": "0x43000", "type": 2}]})";
   temp_folder folder_;
 };
 
@@ -49,7 +53,7 @@ TEST_F(Kxpkg, BuiltPackageHoldsTheImagesWhereTheReaderLooks) {
   EXPECT_EQ(sum, 2029u * 'b');
   const command_outcome info = run("info " + path("out.pkg"));
   EXPECT_EQ(info.status, 0);
-  EXPECT_NE(info.out.find("board type      EVB"), std::string::npos) << info.out;
+  EXPECT_THAT(info.out, HasSubstr("board type      EVB"));
   EXPECT_EQ(run("check " + path("out.pkg")).status, 0);
 }
 
@@ -85,24 +89,19 @@ TEST_F(Kxpkg, WrongDescriptionsAndImagesLeaveNoPackage) {
   for (const auto& test : cases) {
     const command_outcome built = build(test.description);
     EXPECT_EQ(built.status, 1) << test.description;
-    EXPECT_NE(built.out.find(test.reason), std::string::npos) << test.description << "\n" << built.out;
+    EXPECT_THAT(built.out, HasSubstr(test.reason)) << test.description;
     EXPECT_FALSE(fs::exists(path("out.pkg"))) << test.description;
   }
   EXPECT_EQ(folder_.entries(), 3u) << "a temporary file was left";
 }
 
 TEST_F(Kxpkg, CheckNamesEveryReason) {
-  ASSERT_EQ(build(R"({"identification": "TARN-FW-EVB-1", "kind": 1, "images": [
-      {"file": "a.bin", "offset": "0x41000", "type": 2}, {"file": "b.bin", "offset": "0x43000", "type": 2}]})")
-                .status,
-            0);
+  ASSERT_EQ(build(two_images).status, 0);
   fs::resize_file(path("out.pkg"), 256 + 0x1000 + 10);
   const command_outcome cut = run("check " + path("out.pkg"));
   EXPECT_EQ(cut.status, 1);
-  EXPECT_NE(cut.out.find("part A image 0: 5000 bytes at file offset 0x1100 reach past the file's end"),
-            std::string::npos);
-  EXPECT_NE(cut.out.find("part A image 1: 2029 bytes at file offset 0x3100 reach past the file's end"),
-            std::string::npos);
+  EXPECT_THAT(cut.out, HasSubstr("part A image 0: 5000 bytes at file offset 0x1100 reach past the file's end"));
+  EXPECT_THAT(cut.out, HasSubstr("part A image 1: 2029 bytes at file offset 0x3100 reach past the file's end"));
   EXPECT_EQ(run("check " + path("a.bin")).status, 1);
   EXPECT_EQ(run("check " + path("none")).status, 1);
   EXPECT_EQ(run("frob").status, 2);
@@ -110,10 +109,7 @@ TEST_F(Kxpkg, CheckNamesEveryReason) {
 
 // Two bytes that change places leave every sum as it was.
 TEST_F(Kxpkg, EveryChangeOfAPackageIsNoticed) {
-  ASSERT_EQ(build(R"({"identification": "TARN-FW-EVB-1", "kind": 1, "images": [
-      {"file": "a.bin", "offset": "0x41000", "type": 2}, {"file": "b.bin", "offset": "0x43000", "type": 2}]})")
-                .status,
-            0);
+  ASSERT_EQ(build(two_images).status, 0);
   const std::string whole = temp_folder::read(folder_ / "out.pkg");
   struct {
     const char* what;
@@ -135,22 +131,20 @@ TEST_F(Kxpkg, EveryChangeOfAPackageIsNoticed) {
     folder_.write("out.pkg", changed);
     const command_outcome result = run("check " + path("out.pkg"));
     EXPECT_EQ(result.status, 1) << test.what;
-    EXPECT_NE(result.out.find(test.reason), std::string::npos) << test.what << "\n" << result.out;
+    EXPECT_THAT(result.out, HasSubstr(test.reason)) << test.what;
   }
 }
 
 TEST_F(Kxpkg, SumsAreShownAndEveryNamedPackageIsLookedAt) {
-  const std::string description = R"({"identification": "TARN-FW-EVB-1", "kind": 1, "images": [
-      {"file": "a.bin", "offset": "0x41000", "type": 2}]})";
-  ASSERT_EQ(build(description).status, 0);
+  ASSERT_EQ(build(two_images).status, 0);
   fs::rename(path("out.pkg"), path("second.pkg"));
-  ASSERT_EQ(build(description).status, 0);
+  ASSERT_EQ(build(two_images).status, 0);
   const std::string sum = sha256_of(path("out.pkg"));
   const command_outcome both = run("check " + path("out.pkg") + " " + path("second.pkg"));
   EXPECT_EQ(both.status, 0) << both.out;
-  EXPECT_NE(both.out.find(path("second.pkg") + ": SHA-256 " + sum), std::string::npos) << both.out;
-  EXPECT_NE(both.out.find(path("out.pkg") + ": part A image 0: sum 0x00076688"), std::string::npos) << both.out;
-  EXPECT_NE(run("info " + path("out.pkg")).out.find("SHA-256 " + sum), std::string::npos);
+  EXPECT_THAT(both.out, HasSubstr(path("second.pkg") + ": SHA-256 " + sum));
+  EXPECT_THAT(both.out, HasSubstr(path("out.pkg") + ": part A image 0: sum 0x00076688"));
+  EXPECT_THAT(run("info " + path("out.pkg")).out, HasSubstr("SHA-256 " + sum));
   EXPECT_EQ(run("check " + path("none") + " " + path("out.pkg")).status, 1);
   EXPECT_EQ(run("--version").out.substr(0, 6), "kxpkg ");
 }

@@ -73,25 +73,6 @@ TEST(Views, TellWhatIsNoNumber) {
   EXPECT_THAT(shown(view_json, root), HasSubstr("\"voltage_volts\": null"));
 }
 
-TEST(Views, ARowThatKnowsNothingSaysWhyInItsPlace) {
-  value root = {term::document, 0, {}, {}};
-  value_builder out(&root);
-  out.begin(term::functions);
-  for (const bool good : {true, false}) {
-    out.begin(term::function);
-    out.text(term::device, good ? "eth0" : "");
-    out.text(term::address, "0000:3b:00.0");
-    if (good) {
-      out.gauge(term::temperature, 45);
-    } else {
-      out.text(term::problem, "does not answer");
-    }
-    out.end();
-  }
-  EXPECT_EQ(shown(view_text, root),
-            "DEVICE  ADDRESS       TEMPERATURE\neth0    0000:3b:00.0  45 C\n-       0000:3b:00.0  does not answer\n");
-}
-
 TEST(Utf8, OnlyWholeCharactersPass) {
   struct Row {
     const char* text;
