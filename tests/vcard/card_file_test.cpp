@@ -13,7 +13,6 @@ namespace vcard {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(CardFile, ReadsEveryKindOfValue) {
   CardFile file(R"({"a": {"small": 7, "wide": "0xffffffffffffffff", "minus": -8, "yes": true, "word": "text",
@@ -35,15 +34,6 @@ TEST(CardFile, ReadsEveryKindOfValue) {
   EXPECT_EQ(a.sections("inner")[1].number("n", 0), 2u);
   // The first element of "inner" was handed out and its key never read.
   EXPECT_THAT(file.complaints(), ElementsAre("a.inner[0].n: unknown key"));
-}
-
-TEST(CardFile, GivesFallbacksForWhatIsAbsent) {
-  CardFile file;
-  CardSection nothing = file.section("no").section("such");
-  EXPECT_EQ(nothing.number("n", 5), 5u);
-  EXPECT_EQ(nothing.text("t", "fallback"), "fallback");
-  EXPECT_THAT(nothing.numbers("l", {4}), ElementsAre(4));
-  EXPECT_THAT(file.complaints(), IsEmpty());
 }
 
 struct Refusal {

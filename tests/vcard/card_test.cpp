@@ -77,32 +77,6 @@ TEST(ManagementProcessor, NoticesWaitInOrderForTheToolThatAttachedLast) {
   EXPECT_FALSE(processor.deliver());
 }
 
-TEST(ManagementProcessor, FaultsHitTheRequestsThatTheyName) {
-  CardFile file(R"({"requests": [{"op_code": 15, "from": 1, "count": 2, "result": -8},
-                                 {"event_id": 27, "reply": "aabb"}, {"op_code": 9, "never_answers": true}]})");
-  RequestLog log;
-  ManagementProcessor processor(log);
-  processor.load_faults(file.root());
-  processor.on_op(15, [](ByteView, Bytes& reply) {
-    reply = {1};
-    return 0;
-  });
-  processor.on_event(27, [](ByteView, Bytes& reply) {
-    reply = {2};
-    return 0;
-  });
-  Bytes reply;
-  std::vector<int32_t> results;
-  for (int i = 0; i < 4; ++i) {
-    results.push_back(processor.handle(39, Bytes{15, 0, 0, 0}, reply));
-  }
-  EXPECT_THAT(results, ElementsAre(0, -8, -8, 0));
-  EXPECT_EQ(processor.handle(27, Bytes{1}, reply), 0);
-  EXPECT_EQ(reply, (Bytes{0xaa, 0xbb}));
-  EXPECT_EQ(processor.handle(39, Bytes{9, 0, 0, 0}, reply), no_answer);
-  EXPECT_EQ(processor.handle(39, Bytes{77, 0, 0, 0}, reply), 18);  // nobody listens
-}
-
 TEST(Card, RunsScheduledActionsAndPollsOnItsThread) {
   CardFile file;
   RequestLog log;

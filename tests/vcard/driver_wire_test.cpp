@@ -7,13 +7,6 @@
 
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-
-kx_system::Result probe(const std::string& card, const std::string& steps) {
-  return kx_system::run({.card = card, .words = kx_system::words_of(steps), .program = VCARD_PROBE});
-}
-
 TEST(DriverWire, AnswersLikeTheDriver) {
   const std::string serial =
       "ret=0 errno=0 status=1 result=0 length=29 reply=004b583236303141303030343200000000000000000000000000000000\n";
@@ -71,72 +64,13 @@ TEST(DriverWire, AnswersLikeTheDriver) {
   kx_system::check_all(exchanges, {.program = VCARD_PROBE});
 }
 
-TEST(DriverWire, InformationRequestsAnswerFromTheCardFile) {
-  const char* card = R"({"information": {"serial_number": "ABCDEFGHIJKL", "serial_number_status": -5,
-      "part_number": "PN KX9", "part_number_status": -10, "macs": ["02:00:00:00:00:0a"], "mac_count": 2, "mac_status": 3,
-      "temperatures": [151, 45], "temperature_statuses": [0, 1], "os_type": 1, "os_type_status": 2,
-      "wrong_check_word": true}})";
-  kx_system::Result result = probe(card,
-                                   "ioctl eth0 1 39 0f000000 29 , ioctl eth0 1 39 15000000 33 , "
-                                   "ioctl eth0 1 39 09000000 68 , ioctl eth0 1 39 12000000 24 , "
-                                   "ioctl eth0 1 39 12000000 24 , ioctl eth0 1 39 0000000001020304 8 , "
-                                   "ioctl eth0 1 33 01020304 2036");
-  const std::string good = "ret=0 errno=0 status=1 result=0 length=";
-  std::string expected = good + "29 reply=fb4142434445464748494a4b4c" + std::string(32, '0') + "\n" + good +
-                         "33 reply=f601504e204b5839" + std::string(50, '0') + "\n" + good +
-                         "68 reply=03000000020002000000000a" + std::string(112, '0') + "\n" + good +
-                         "24 reply=0000000097000000" + std::string(32, '0') + "\n" + good +
-                         "24 reply=010000002d000000" + std::string(32, '0') + "\n" + good +
-                         "8 reply=02000100fefdfcfb\n" + good + "16 reply=000000000a00000000f0f00000100000";
-  EXPECT_EQ(result.out.substr(0, expected.size()), expected);
-}
-
-TEST(DriverWire, LogShowsEveryFieldOfAMessage) {
-  kx_system::Result result = probe("{}", "ioctl eth0 3 39 0000000001000000 0 , ioctl eno1 0 39 - 4");
-  EXPECT_THAT(
-      result.log,
-      ElementsAre("ioctl interface=eth0 type=3 event_pid=self status=set event_id=39 route=3 reserved=0 reply=set "
-                  "reply_length=0 reserved=0 payload_length=8 payload=0000000001000000",
-                  "ioctl_answer status=1 result=0 reply=-", "ioctl interface=eno1 refused=95"));
-}
-
-TEST(DriverWire, ARequestThatIsNeverAnsweredBlocksOnlyItsCaller) {
-  kx_system::Process process({.card = R"({"faults": {"driver": {"requests": [{"type": 1, "never_answers": true}]}}})",
-                              .words = kx_system::words_of("ioctl eth0 6 39 - 8 , ioctl eth0 1 39 0f000000 29"),
-                              .program = VCARD_PROBE});
-  EXPECT_TRUE(process.expect("reply=0000000000000000\n"));
-  EXPECT_TRUE(process.expect_log("ioctl_silent"));
-  process.signal(SIGTERM);
-  EXPECT_EQ(process.wait().status, 128 + SIGTERM);
-}
-
-TEST(NetlinkWire, ResolvesTheFamilyAndCarriesNotices) {
-  const char* card = R"({"notices": [{"payload": "0b000000"}, {"after_ms": 5, "payload": "0c00000011"}]})";
-  kx_system::Result result =
-      probe(card,
-            "ioctl eth0 0 39 - 4 , socket , bind self , family other_family , family tools_family , "
-            "notice , notice");
-  EXPECT_EQ(result.out,
-            "ret=0 errno=0 status=1 result=0 length=4 reply=397a42c0\n"
-            "socket=1\n"
-            "bind=0 errno=0\n"
-            "sent=1 length=36 header_length=36 type=2 error=-2 attribute=0 id=0\n"
-            "sent=1 length=72 header_length=72 type=16 error=0 attribute=1 id=31\n"
-            "notice type=31 payload=0b000000\n"
-            "notice type=31 payload=0c00000011\n");
-  EXPECT_THAT(result.log_of("netlink"),
-              ElementsAre("netlink_socket type=3", "netlink_bind family=16 port=self groups=0x0",
-                          "netlink port=0 message=28000000100001000000000000000000030100001200020"
-                          "06f746865725f66616d696c7900000000",
-                          "netlink port=0 message=28000000100001000000000000000000030100001200020"
-                          "0746f6f6c735f66616d696c7900000000"));
-}
-
-TEST(NetlinkWire, FaultsSpoilFamilyAndNotices) {
+TEST(NetlinkWire, ResolvesTheFamilyAndCarriesNoticesUnlessFaultsSpoilThem) {
   const struct {
     const char* fault;
     const char* out;
   } rows[] = {
+      {"", "length=72 header_length=72 type=16 error=0 attribute=1 id=31"},
+      {"", "notice type=31 payload=01000000"},
       {R"("family": "unknown")", "length=36 header_length=36 type=2 error=-2"},
       {R"("family": "silent")", "length=-1"},
       {R"("family": "short")", "length=10 header_length=72 type=16"},
@@ -151,10 +85,10 @@ TEST(NetlinkWire, FaultsSpoilFamilyAndNotices) {
     const std::string card =
         std::string(R"({"faults": {"netlink": {)") + row.fault + R"(}}, "notices": [{"payload": "01000000"}]})";
     const bool of_notice = std::string_view(row.out).starts_with("notice");
-    kx_system::Result result =
-        probe(card, std::string("socket , bind self , ioctl eth0 0 39 - 4 , family tools_family") +
-                        (of_notice ? " , notice" : ""));
-    EXPECT_THAT(result.out, HasSubstr(row.out)) << row.fault;
+    const std::string steps = "socket , bind self , ioctl eth0 0 39 - 4 , family tools_family";
+    const kx_system::Result result = kx_system::run(
+        {.card = card, .words = kx_system::words_of(steps + (of_notice ? " , notice" : "")), .program = VCARD_PROBE});
+    EXPECT_THAT(result.out, testing::HasSubstr(row.out)) << row.fault;
   }
 }
 
