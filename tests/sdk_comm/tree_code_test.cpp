@@ -6,7 +6,6 @@
 
 #include "../memory_fault.h"
 #include "../printed.h"
-#include "../quiet.h"
 #include "tree_model.h"
 
 namespace {
@@ -15,12 +14,7 @@ std::uint32_t number_key(std::uint32_t number) {
   return __builtin_bswap32(number);
 }
 
-template <class Traits>
-class TreeCodeTest : public Quiet {};
-using Trees = testing::Types<AvlTraits, RbTraits>;
-TYPED_TEST_SUITE(TreeCodeTest, Trees);
-
-TYPED_TEST(TreeCodeTest, StaticTreeAllocatesAtInitOnlyAndIsAbsentWhenThatFails) {
+TYPED_TEST(TreeTest, StaticTreeAllocatesAtInitOnlyAndIsAbsentWhenThatFails) {
   MemoryFault memory;
   const typename TypeParam::Tree cleared{};
   typename TypeParam::Tree tree{};
@@ -49,7 +43,7 @@ TYPED_TEST(TreeCodeTest, StaticTreeAllocatesAtInitOnlyAndIsAbsentWhenThatFails) 
   EXPECT_EQ(memory.out(), 0u);
 }
 
-TYPED_TEST(TreeCodeTest, RefusesAKeyPoolBeyond32Bits) {
+TYPED_TEST(TreeTest, RefusesAKeyPoolBeyond32Bits) {
   const MemoryFault memory;
   qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
   typename TypeParam::Tree tree{};
@@ -59,7 +53,7 @@ TYPED_TEST(TreeCodeTest, RefusesAKeyPoolBeyond32Bits) {
   EXPECT_EQ(tree.inited, 0u);
 }
 
-TYPED_TEST(TreeCodeTest, RefusesNullArguments) {
+TYPED_TEST(TreeTest, RefusesNullArguments) {
   typename TypeParam::Tree tree{};
   ASSERT_EQ(TypeParam::init(&tree, 2, 4, nullptr), 0u);
   std::uint32_t key = 0;
@@ -73,8 +67,7 @@ TYPED_TEST(TreeCodeTest, RefusesNullArguments) {
   EXPECT_EQ(TypeParam::destroy(&tree), 0u);
   typename TypeParam::Node node{};
   ASSERT_EQ(TypeParam::init(&tree, 0, 4, nullptr), 0u);
-  typename TypeParam::Node* linked = nullptr;
-  EXPECT_EQ(TypeParam::insert(&tree, &node, &linked), 0x1201u) << "a node without its key";
+  EXPECT_EQ(TypeParam::link(&tree, &node), 0x1201u) << "a node without its key";
   EXPECT_EQ(TypeParam::destroy(&tree), 0u);
 }
 

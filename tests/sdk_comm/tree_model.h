@@ -12,6 +12,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "../quiet.h"
 #include "qlix_comm/avl.h"
 #include "qlix_comm/rb.h"
 
@@ -19,15 +20,6 @@ using Key = std::string;  // bytes
 
 inline std::int32_t reversed_cmp(const void* a, const void* b, std::uint32_t size) {
   return memcmp(b, a, size);
-}
-
-/// The place that a tree of its mode writes.
-template <class Tree, class Out>
-Out out_of(const Tree* tree, void* out) {
-  if (tree != nullptr && tree->dynamic != 0) {
-    return static_cast<std::remove_pointer_t<decltype(tree->root)>**>(out);
-  }
-  return static_cast<std::uint32_t*>(out);
 }
 
 struct AvlTraits {
@@ -41,27 +33,21 @@ struct AvlTraits {
 
   static constexpr auto init = qlix_comm_avl_init;
   static constexpr auto destroy = qlix_comm_avl_destroy;
-  static constexpr auto slot = qlix_comm_avl_node_slot;
   static constexpr auto next = qlix_comm_avl_next;
   static constexpr auto is_none = ic_comm_avl_is_none;
   static constexpr auto first_key = ic_comm_avl_get_1st_key;
   static constexpr auto last_key = ic_comm_avl_get_last_key;
   static constexpr auto first_node = ic_comm_avl_get_1st_node;
   static constexpr auto last_node = ic_comm_avl_get_last_node;
-  /// A caller's node that finds its key taken has 0 written; else nothing is.
-  static std::uint32_t insert(Tree* tree, void* key_or_node, void* out) {
+  static constexpr auto insert = qlix_comm_avl_insert;
+  static constexpr auto remove = qlix_comm_avl_remove;
+  static constexpr auto find = qlix_comm_avl_find;
+  /// A caller's node. When it finds its key taken 0 is written; else nothing is.
+  static std::uint32_t link(Tree* tree, Node* node) {
     std::uint32_t written = 77;
-    const bool by_slot = tree->dynamic == 0;
-    const std::uint32_t code =
-        qlix_comm_avl_insert(tree, key_or_node, by_slot ? static_cast<std::uint32_t*>(out) : &written);
-    EXPECT_EQ(written, by_slot || code != EXISTS ? 77u : 0u);
+    const std::uint32_t code = insert(tree, node, &written);
+    EXPECT_EQ(written, code == EXISTS ? 0u : 77u);
     return code;
-  }
-  static std::uint32_t remove(Tree* tree, const void* key, void* out) {
-    return qlix_comm_avl_remove(tree, key, out_of<Tree, qlix_comm_avl_out>(tree, out));
-  }
-  static std::uint32_t find(const Tree* tree, const void* key, void* out) {
-    return qlix_comm_avl_find(tree, key, out_of<Tree, qlix_comm_avl_out>(tree, out));
   }
 
   /// Height of the subtree; every node's stored height and balance are checked on the way.
@@ -74,12 +60,6 @@ struct AvlTraits {
     EXPECT_LE(std::abs(left - right), 1);
     EXPECT_EQ(node->height, std::max(left, right) + 1);
     return node->height;
-  }
-  static std::uint32_t count(const Tree* tree) {
-    std::uint32_t num = 0;
-    EXPECT_EQ(ic_comm_avl_get_node_num(tree, &num), 0u);
-    EXPECT_EQ(num, tree->order.count);
-    return num;
   }
 };
 
@@ -100,17 +80,15 @@ struct RbTraits {
   static constexpr auto last_key = qlix_comm_rb_get_last_key;
   static constexpr auto first_node = qlix_comm_rb_get_1st_tn;
   static constexpr auto last_node = qlix_comm_rb_get_last_tn;
-  static std::uint32_t insert(Tree* tree, void* key_or_node, void* out) {
-    return qlix_comm_rb_insert(tree, key_or_node, out_of<Tree, qlix_comm_rb_out>(tree, out));
-  }
-  static std::uint32_t remove(Tree* tree, const void* key, void* out) {
-    return qlix_comm_rb_delete(tree, key, out_of<Tree, qlix_comm_rb_out>(tree, out));
-  }
-  static std::uint32_t find(const Tree* tree, const void* key, void* out) {
-    return qlix_comm_rb_search(tree, key, out_of<Tree, qlix_comm_rb_out>(tree, out));
-  }
-  static std::uint32_t slot(const Tree*, const Node* node) {
-    return qlix_comm_rb_node_slot(node);
+  static constexpr auto insert = qlix_comm_rb_insert;
+  static constexpr auto remove = qlix_comm_rb_delete;
+  static constexpr auto find = qlix_comm_rb_search;
+  /// A caller's node. It is written unless another has its key.
+  static std::uint32_t link(Tree* tree, Node* node) {
+    Node* written = nullptr;
+    const std::uint32_t code = insert(tree, node, &written);
+    EXPECT_EQ(written == node, code == 0);
+    return code;
   }
 
   /// Black nodes on every path of the subtree; colours and parents are checked on the way.
@@ -133,9 +111,6 @@ struct RbTraits {
     const std::int32_t left = shape_check(tree, node->left);
     EXPECT_EQ(left, shape_check(tree, node->right));
     return left + (colour == QLIX_COMM_RB_BLACK ? 1 : 0);
-  }
-  static std::uint32_t count(const Tree* tree) {
-    return tree->order.count;
   }
 };
 
@@ -168,10 +143,9 @@ class ModelledTree {
     record->key = key;
     memset(static_cast<void*>(&record->node), 0xA5, sizeof record->node);
     record->node.key = record->key.data();
-    Node* node = nullptr;
     std::uint32_t slot = 0xDEAD;
     const std::uint32_t code =
-        max_ == 0 ? Traits::insert(&tree_, &record->node, &node) : Traits::insert(&tree_, record->key.data(), &slot);
+        max_ == 0 ? Traits::link(&tree_, &record->node) : Traits::insert(&tree_, record->key.data(), &slot);
     const auto found = model_.find(key);
     if (found != model_.end()) {
       EXPECT_EQ(code, Traits::EXISTS);
@@ -204,9 +178,12 @@ class ModelledTree {
   void find(const Key& key) {
     const bool known = answers(Traits::find, key);
     if constexpr (std::is_same_v<Traits, AvlTraits>) {
+      std::uint32_t num = 0;
+      EXPECT_EQ(ic_comm_avl_get_node_num(&tree_, &num), 0u);
+      EXPECT_EQ(num, model_.size());
       const Node* const node = qlix_comm_avl_node_find(&tree_, key.data());
       ASSERT_EQ(node != nullptr, known);
-      EXPECT_TRUE(!known || max_ == 0 || Traits::slot(&tree_, node) == model_[key].slot);
+      EXPECT_TRUE(!known || max_ == 0 || qlix_comm_avl_node_slot(&tree_, node) == model_[key].slot);
     }
   }
 
@@ -214,7 +191,7 @@ class ModelledTree {
   void check() const {
     Traits::shape_check(&tree_, tree_.root);
     ends_check();
-    ASSERT_EQ(Traits::count(&tree_), model_.size());
+    ASSERT_EQ(tree_.order.count, model_.size());
     std::vector<const Node*> in_order;
     collect(tree_.root, in_order);
     ASSERT_EQ(in_order.size(), model_.size());
@@ -227,7 +204,6 @@ class ModelledTree {
       ASSERT_EQ(link->prev, prev);
       ASSERT_EQ(Key(static_cast<const char*>(node->key), size_), expected->first);
       if (max_ != 0) {
-        ASSERT_EQ(Traits::slot(&tree_, node), expected->second.slot);
         ASSERT_EQ(node, &tree_.node_pool[expected->second.slot]);
       }
       ASSERT_EQ(Traits::next(node), link->next != nullptr ? link->next->data : nullptr);
@@ -266,8 +242,8 @@ class ModelledTree {
     const bool known = found != model_.end();
     Node* node = nullptr;
     std::uint32_t slot = 0xDEAD;
-    void* const out = max_ == 0 ? static_cast<void*>(&node) : &slot;
-    EXPECT_EQ(operation(&tree_, key.data(), out), known ? 0u : Traits::ABSENT);
+    const std::uint32_t code = max_ == 0 ? operation(&tree_, key.data(), &node) : operation(&tree_, key.data(), &slot);
+    EXPECT_EQ(code, known ? 0u : Traits::ABSENT);
     if (max_ == 0) {
       EXPECT_EQ(node, known ? &found->second.record->node : nullptr);
     } else {
@@ -303,3 +279,8 @@ class ModelledTree {
   std::map<Key, Holder, Order> model_;
   std::vector<std::uint32_t> free_;
 };
+
+template <class Traits>
+class TreeTest : public Quiet {};
+using Trees = testing::Types<AvlTraits, RbTraits>;
+TYPED_TEST_SUITE(TreeTest, Trees);

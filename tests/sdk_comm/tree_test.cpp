@@ -1,7 +1,6 @@
 // The trees against a plain model under long random sequences, and which neighbour replaces a removed node.
 #include <random>
 
-#include "../quiet.h"
 #include "tree_model.h"
 
 namespace {
@@ -60,11 +59,6 @@ void sequence_run(const Sequence& sequence, std::uint32_t seed) {
     }
   }
 }
-
-template <class Traits>
-class TreeTest : public Quiet {};
-using Trees = testing::Types<AvlTraits, RbTraits>;
-TYPED_TEST_SUITE(TreeTest, Trees);
 
 TYPED_TEST(TreeTest, HoldsItsRulesUnderRandomSequences) {
   std::uint32_t seed = 1;
