@@ -5,7 +5,6 @@
 #include <string>
 
 #include "command.h"
-#include "dpp_diag/dpp_shell.h"
 #include "dpp_reg/dpp_reg_info.h"
 #include "memory_device.h"
 
@@ -62,12 +61,6 @@ TEST(CommandTable, RegisterPrinterTakesTheIndexesThatTheRegisterHas) {
       "\n dpp_cmd.cpp:#[Error:VALUE[0x6] INVALID] [min=0x0,max=0x5] ! FUNCTION :diag_dpp_reg_ppu_me_excp_prt !\n");
   EXPECT_EQ(diag_test::command("diag_dpp_reg_cpu_check_reg_dump", {0}).out,
             "reg_no:5, name:cpu_check_reg\n0x00000000\n");
-}
-
-TEST(CommandTable, QuitLeavesTheShell) {
-  dpp_shell_leave = false;
-  EXPECT_EQ(diag_test::command("quit", {}).out, "");
-  EXPECT_TRUE(dpp_shell_leave);
 }
 
 TEST(Atoi, ReadsHexadecimalAndDecimalUpToWhatDoesNotFit) {

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "card_device.h"
 #include "command.h"
 #include "dpp_diag/dpp_mcode.h"
 #include "on_memory.h"
@@ -18,14 +19,17 @@ using testing::StartsWith;
 const std::string frame = std::string(56, '=') + "\n";
 
 using Printer = OnMemory;
+using CardPrinter = OnVirtualCard;
 
-TEST_F(Printer, PortTotals) {
+TEST_F(CardPrinter, PortTotals) {
   const uint32_t ports[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 16, 24, 25, 26};
   std::string expected = "Panel_Port: 0~9, RDMA_Port: 16, VQM_Port: 24, DTP_Port: 25, DRS_Port: 26\n";
+  std::string counted;
   for (uint32_t port = 0; port < 31; ++port) {
-    memory().words[0x400c04 + 0x1000 * port] = 100 + port;  // received
-    memory().words[0x400c08 + 0x1000 * port] = 1;           // sent, high word
+    counted += (port == 0 ? "" : ",") + ("\"" + std::to_string(port)) + R"(": {"receive_packets": )" +
+               std::to_string(100 + port) + R"(, "send_packets": "0x100000000"})";
   }
+  insert("{\"ports\": {" + counted + "}}");
   uint64_t rx = 0;
   for (const uint32_t port : ports) {
     expected += "PORT_NO: " + std::to_string(port) + ", Rx pkt num: " + std::to_string(100 + port) +
@@ -75,15 +79,13 @@ TEST_F(Printer, ReceiveCountersNameTheFailedRead) {
   }
 }
 
-TEST_F(Printer, MicroCodeVersionAndFeatures) {
-  memory().words[0x010c40 + 8 * 10] = 0x0A0B1234;
-  memory().words[0x010c40 + 8 * 10 + 4] = 0x1A030907;
+TEST_F(CardPrinter, MicroCodeVersionAndFeatures) {
+  insert(R"({"micro_code_version": "0x0a0b1234", "micro_code_build_time": "0x1a030907",
+             "features": [1, 2, 3, 4, 5, "0x1abcdef01"]})");
   EXPECT_EQ(command("diag_dpp_mcode_version", {0}).out, frame +
                                                             "     NP-MCODE Version       :  10.11.4660\n"
                                                             "     NP-MCODE CompileTime   :  2026-03-09-07:00:00\n" +
                                                             frame);
-  memory().words[0xC0 + 8 * 5] = 0x1;
-  memory().words[0xC0 + 8 * 5 + 4] = 0xABCDEF01;
   EXPECT_EQ(command("diag_dpp_mcode_feature_prt", {0, 5}).out, "MCODE FEATRUE[5] : 0x       1abcdef01\n");
   EXPECT_EQ(command("diag_dpp_mcode_feature_prt", {0, 6}).code, 0x1205u);
 }

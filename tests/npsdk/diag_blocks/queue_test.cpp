@@ -172,11 +172,27 @@ TEST_F(CommandsThroughAQueue, TroubleIsAnsweredWithTheQueuesOwnCodes) {
 
 // Nothing, a form to come, a dead chip: no command may reach it.
 TEST_F(CommandsThroughAQueue, NothingIsSentToAChipThatStatesNoKnownForm) {
+  chip.registers[0x200004] = 0x10;  // statistics in eRAM, others in DDR
+  const std::vector<uint32_t> places = {dev, queue, 0, 0, 0};
+  const std::pair<const char*, std::vector<uint32_t>> reads[] = {
+      {"smmu0_read_128", places},
+      {"smmu1_read_128", places},
+      {"smmu1_read_256", places},
+      {"smmu1_read_512", places},
+      {"zcam_read", places},
+      {"se_alg_read512", places},
+      {"stat_smmu0_read", places},
+      {"etcam_entry_read", places},
+      {"ddr_dir_table_read", {dev, queue, 0, 1, 1, 0, 0}},
+      {"stat_smmu1_read", {dev, queue, 0x80000}},
+  };
   for (const uint32_t form : {0u, 0x4b584432u, UINT32_MAX}) {
     chip.registers[form_word] = form;
-    const run_result refused = command("diag_dpp_dtb_smmu0_read_128", {dev, queue, 0});
-    EXPECT_EQ(refused.code, 0xD0Eu);
-    EXPECT_EQ(refused.out.find("device 3 states no dump command form that this build knows (0x"), 0u) << refused.out;
+    for (const auto& [name, words] : reads) {
+      const run_result refused = command((std::string("diag_dpp_dtb_") + name).c_str(), words);
+      EXPECT_EQ(refused.code, 0xD0Eu) << name;
+      EXPECT_EQ(refused.out.find("device 3 states no dump command form that this build knows (0x"), 0u) << refused.out;
+    }
     EXPECT_TRUE(chip.bells.empty());
   }
 }

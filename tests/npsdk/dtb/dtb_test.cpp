@@ -16,7 +16,6 @@
 #include "dpp_chip/dpp_dev_mutex.h"
 #include "dpp_chip/dpp_dev_value.h"
 #include "dpp_dtb/dpp_dtb_cfg.h"
-#include "dpp_dtb/dpp_dtb_mem.h"
 #include "fake_chip.h"
 #include "qlix_comm/print.h"
 
@@ -311,34 +310,6 @@ TEST_F(Dtb, MemoryThatLosesAWordIsRefused) {
   EXPECT_EQ(dpp_dtb_queue_down_init(DEV, QUEUE, &cfg), 0u);  // now the memory keeps what is written
   EXPECT_EQ(post(), 0u);
   signal(SIGSEGV, former);
-}
-
-TEST_F(Dtb, HugePageServesOneQueue) {
-  hold();
-  const uint32_t code = host_dtb_huge_mem_init(DEV);
-  const std::string lines = printed();
-  if (code != 0) {
-    EXPECT_EQ(code, 0xD0Cu);
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 1) << lines;
-    GTEST_SKIP() << lines;
-  }
-  uint32_t queue = 9, again = 9;
-  ASSERT_EQ(host_dtb_queue_get(DEV, &queue), 0u);
-  EXPECT_EQ(host_dtb_huge_mem_init(DEV), 0u);
-  ASSERT_EQ(host_dtb_queue_get(DEV, &again), 0u);
-  EXPECT_EQ(queue, again);
-  const uint64_t bus = dpp_dev_get_dma_phy_addr(DEV);
-  EXPECT_NE(bus, 0u);
-  EXPECT_EQ(bus % (2u << 20), 0u);
-  uint32_t item = 0;
-  const uint32_t data[] = {1, 2};
-  EXPECT_EQ(dpp_dtb_tab_down_info_set(DEV, queue, 0, 8, data, &item), 0u);
-  EXPECT_EQ(chip.bells.back().bus, bus);
-  dpp_dev_vport_set(DEV, 0x801);  // the queue is the vport's that took it
-  EXPECT_EQ(host_dtb_huge_mem_release(DEV), 0u);
-  dpp_dev_vport_set(DEV, 0);
-  EXPECT_EQ(dpp_dev_get_dma_phy_addr(DEV), 0u);
-  EXPECT_EQ(dpp_dtb_tab_down_info_set(DEV, queue, 0, 8, data, &item), 0xD0Bu);
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include <functional>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -104,18 +103,15 @@ class fake_chip {
     return 0;
   }
   uint32_t written(uint32_t addr, uint32_t value) {
-    std::optional<doorbell> bell;
-    {
-      const std::lock_guard guard(lock_);
-      registers[addr] = value;
-      if (addr >= 0x2000000 && addr < 0x2001000 && addr % 0x20 == 8) {
-        const uint64_t bus = (uint64_t{registers[addr - 8]} << 32 | registers[addr - 4]) << 4;
-        bell = {(addr - 0x2000000) / 0x20, bus, value & 0x3FF, (value >> 29 & 1) != 0, (value >> 30 & 1) != 0};
-        bells.push_back(*bell);
-      }
-    }
-    if (bell.has_value()) {
-      on_doorbell(*bell);
+    std::unique_lock guard(lock_);
+    registers[addr] = value;
+    if (addr >= 0x2000000 && addr < 0x2001000 && addr % 0x20 == 8) {
+      const uint64_t bus = (uint64_t{registers[addr - 8]} << 32 | registers[addr - 4]) << 4;
+      const doorbell bell = {(addr - 0x2000000) / 0x20, bus, value & 0x3FF, (value >> 29 & 1) != 0,
+                             (value >> 30 & 1) != 0};
+      bells.push_back(bell);
+      guard.unlock();
+      on_doorbell(bell);
     }
     return 0;
   }

@@ -1,9 +1,8 @@
-// Which places a route is offered, and in which order. That items which move are found where they are, and that
-// refused writes are undone, is for the tests of the route tables, which look at what stands afterwards.
+// Which places a route is offered, and in which order. Items that give way along a path, that they are found where they
+// are then, and that refused writes are undone, is for the tests of the route tables, which look at what stands
+// afterwards.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -18,7 +17,6 @@ struct script {
   calls asked;
   std::string fail;  // the call that fails with 0x777
   uint32_t compare = 0;
-  std::map<const lpm_trie_node*, lpm_trie_node*> swap_out;  // whose place a node is given
 };
 script* now = nullptr;
 
@@ -39,16 +37,9 @@ const chw_lpm_callbacks SCRIPTED = {
         },
     .cb_take_over = [](chw_lpm*, lpm_trie_node* examined,
                        lpm_trie_node* node) { return record("take " + name(examined) + " " + name(node)); },
-    .cb_swap_copy = [](chw_lpm*, lpm_trie_node* from,
-                       lpm_trie_node* to) { return record("copy " + name(from) + " " + name(to)); },
     .cb_save_rst = [](chw_lpm*, lpm_trie_node* node, const lpm_route*) { return record("save " + name(node)); },
     .cb_undo_place = [](chw_lpm*, lpm_trie_node* node) { return record("undo " + name(node)); },
     .cb_compare = [](chw_lpm*, void*, const lpm_trie_node*) { return now->compare; },
-    .cb_get_swap_out =
-        [](chw_lpm*, lpm_trie_node* node, lpm_trie_node** out, uint32_t) {
-          *out = now->swap_out[node];
-          return record("swapout " + name(node));
-        },
     .cb_flush = [](chw_lpm*) { return record("flush"); },
     .cb_squee_up = [](chw_lpm*) { return record("squeeze"); },
 };
@@ -103,43 +94,6 @@ TEST_F(LpmPlace, WhatIsAsLongAsTheLevelIsNotBeyondIt) {
     EXPECT_EQ(lpm.level, 18u);
     chw_lpm_destroy(&lpm);
   }
-}
-
-// Routes of one stem hold items at the nodes of a path; a new one is given the next one's place, and so on. Wherever
-// that fails, the items go back, the last one first.
-TEST_F(LpmPlace, ItemsMoveAlongAPathAndBackAgain) {
-  init(0);
-  for (const lpm_route& route : {lpm_route{{10}, 10, 0}, {{10}, 12, 0}, {{10}, 14, 0}, {{10, 64}, 10, 0}}) {
-    insert(route);
-  }
-  // The first node of the path is the branch at which 10.64/10 parts.
-  std::vector<lpm_trie_node*> path;
-  for (auto* link = lpm.trie.list.first; link != nullptr; link = link->next) {
-    path.push_back(static_cast<lpm_trie_node*>(link->data));
-  }
-  std::sort(path.begin(), path.end(), [](auto* a, auto* b) { return a->prefix_len < b->prefix_len; });
-  std::erase_if(path, [](auto* node) { return node->key[1] != 0; });
-  ASSERT_EQ(path.size(), 4u);
-  path[0]->item_info = path[1]->item_info;
-  path[3]->item_info = nullptr;
-  calls chain = {"save 10.0/9"};
-  for (size_t i = 0; i < 3; ++i) {
-    plan.swap_out[path[i]] = path[i + 1];
-    chain.push_back("swapout " + name(path[i]));
-    chain.push_back("copy " + name(path[i + 1]) + " " + name(path[i]));
-  }
-  chain.push_back("place 10.0/14 10.0/14");
-  for (size_t at = 1; at < chain.size(); ++at) {
-    plan.fail = chain[at];
-    calls expected(chain.begin(), chain.begin() + static_cast<long>(at) + 1);
-    for (size_t move = (at - 1) / 2; move-- > 0;) {
-      expected.push_back("copy " + name(path[move]) + " " + name(path[move + 1]));
-    }
-    EXPECT_EQ(insert({{10}, 9, 0}), expected);
-  }
-  plan.fail.clear();
-  chain.push_back("flush");
-  EXPECT_EQ(insert({{10}, 9, 0}), chain);
 }
 
 TEST_F(LpmPlace, OutModeTakesTheFirstItemAboveOrPlacesBeyondTheLevel) {

@@ -1,11 +1,10 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cerrno>
+#include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "../../line_numbers.h"
 #include "dpp_chip/dpp_debug.h"
 #include "dpp_chip/dpp_dev.h"
 #include "dpp_chip/dpp_dev_mutex.h"
@@ -17,6 +16,8 @@ namespace {
 
 using np_test::memory;
 using np_test::memory_device_add;
+using testing::AllOf;
+using testing::HasSubstr;
 
 using Channel = CaughtOnMemory;
 using DefaultHooks = CaughtOnMemory;
@@ -64,11 +65,10 @@ TEST_F(Channel, RefusesWhatIsNotThere) {
   memory_device_add(0);
   dpp_dev_cfg_get(0)->access_type = 2;
   EXPECT_EQ(dpp_dev_write_channel(0, 0, 1, &word), 1u);
-  const std::string text = out.take();
-  EXPECT_NE(text.find("[Error:VALUE[0x10] INVALID] [max=0xf] ! FUNCTION :dpp_dev_write_channel !\n"),
-            std::string::npos);
-  EXPECT_NE(text.find("Error: Channel[9] dev is not exist!\n "), std::string::npos);
-  EXPECT_NE(text.find("Dev access type[ 2 ] is invalid!\n"), std::string::npos);
+  EXPECT_THAT(
+      out.take(),
+      AllOf(HasSubstr("[Error:VALUE[0x10] INVALID] [max=0xf] ! FUNCTION :dpp_dev_write_channel !\n"),
+            HasSubstr("Error: Channel[9] dev is not exist!\n "), HasSubstr("Dev access type[ 2 ] is invalid!\n")));
 }
 
 TEST_F(Channel, FollowsTheAccessTypeAndHandsCodesUp) {
@@ -96,7 +96,7 @@ TEST_F(Channel, AnswersSoftInterruptsWithoutHardware) {
   EXPECT_EQ(word, 9u);
   uint32_t wide[3] = {1, 2, 3};
   EXPECT_EQ(dpp_dev_read_channel(0, 0x3000, 3, wide), 0u);
-  EXPECT_EQ(std::vector<uint32_t>(wide, wide + 3), (std::vector<uint32_t>{9, 0, 0})) << "nothing of the caller's";
+  EXPECT_THAT(wide, testing::ElementsAre(9, 0, 0)) << "nothing of the caller's";
   EXPECT_EQ(memory().reads, reads);
   dpp_dev_soft_int_clear(0);
   EXPECT_EQ(dpp_dev_read_channel(0, 0x3000, 1, &word), 0u);
@@ -141,26 +141,25 @@ TEST_F(DefaultHooks, RefuseAddressesThatOverflowAndMissingWindows) {
 }
 
 TEST_F(Mutexes, AreOneForEachTypeQueueAndEngine) {
-  std::vector<dpp_mutex*> seen;
+  std::set<dpp_mutex*> seen;
   dpp_mutex* mutex = nullptr;
+  const auto expect_another = [&](uint32_t code) {
+    EXPECT_EQ(code, 0u);
+    EXPECT_TRUE(seen.insert(mutex).second);
+  };
   for (uint32_t type = 0; type < DPP_DEV_MUTEX_T_MAX; ++type) {
     if (type == 3 || type == 7) {
       EXPECT_EQ(dpp_dev_opr_mutex_get(0, type, &mutex), 1u);
-      continue;
+    } else {
+      expect_another(dpp_dev_opr_mutex_get(0, type, &mutex));
     }
-    ASSERT_EQ(dpp_dev_opr_mutex_get(0, type, &mutex), 0u);
-    seen.push_back(mutex);
   }
   for (uint32_t engine = 0; engine < DPP_DEV_HASH_MUTEX_NUM; ++engine) {
-    ASSERT_EQ(dpp_dev_hash_opr_mutex_get(0, engine, &mutex), 0u);
-    seen.push_back(mutex);
+    expect_another(dpp_dev_hash_opr_mutex_get(0, engine, &mutex));
   }
   for (uint32_t queue = 0; queue < DPP_DEV_DTB_MUTEX_NUM; ++queue) {
-    ASSERT_EQ(dpp_dev_dtb_opr_mutex_get(0, 17, queue, &mutex), 0u);
-    seen.push_back(mutex);
+    expect_another(dpp_dev_dtb_opr_mutex_get(0, 17, queue, &mutex));
   }
-  std::sort(seen.begin(), seen.end());
-  EXPECT_EQ(std::unique(seen.begin(), seen.end()), seen.end());
   EXPECT_EQ(dpp_dev_opr_mutex_get(0, 19, &mutex), out_of_range);
   EXPECT_EQ(dpp_dev_hash_opr_mutex_get(0, 4, &mutex), out_of_range);
   EXPECT_EQ(dpp_dev_dtb_opr_mutex_get(0, 17, 128, &mutex), out_of_range);
@@ -168,33 +167,6 @@ TEST_F(Mutexes, AreOneForEachTypeQueueAndEngine) {
   EXPECT_EQ(dpp_dev_opr_mutex_get(12, 0, &mutex), 1u);
   qlix_comm_spin_lock* lock = nullptr;
   EXPECT_EQ(dpp_dev_opr_spin_lock_get(0, &lock), 0u);
-}
-
-TEST_F(Mutexes, GuardReportsALockAndAnUnlockThatFail) {
-  const auto lines = [&] { return without_line_numbers(out.take()); };
-  const std::string at = "File: [chip_test.cpp],Function:[TestBody],Line:# mutex ";
-  dpp_mutex* mutex = nullptr;
-  ASSERT_EQ(dpp_dev_opr_mutex_get(0, 0, &mutex), 0u);
-  {
-    DPP_MUTEX_GUARD(guard, mutex);
-    ASSERT_TRUE(guard.locked());
-    DPP_MUTEX_GUARD(second, mutex);
-    EXPECT_FALSE(second.locked());
-    EXPECT_EQ(second.status(), static_cast<uint32_t>(EDEADLK));
-    EXPECT_EQ(second.unlock(), 0u) << "what was not taken is not given back";
-    EXPECT_EQ(lines(), at + "lock failed!-->Return ERROR\n");
-    qlix_comm_mutex_unlock(mutex);
-    EXPECT_EQ(guard.unlock(), static_cast<uint32_t>(EPERM));
-    EXPECT_EQ(guard.unlock(), 0u) << "a second attempt";
-    EXPECT_EQ(lines(), at + "unlock failed!-->Return ERROR\n");
-    DPP_MUTEX_GUARD(third, mutex);
-    qlix_comm_mutex_unlock(mutex);
-  }
-  EXPECT_EQ(lines(), at + "unlock failed!-->Return ERROR\n");
-  std::thread([&] {
-    DPP_MUTEX_GUARD(guard, mutex);
-    EXPECT_TRUE(guard.locked());
-  }).join();
 }
 
 TEST_F(Values, AreKeptForEachDevice) {
@@ -251,8 +223,6 @@ TEST_F(Start, HostDeviceComesUpInAgentModeOnAMappedBar) {
   bar[0x5418 / 4] = 0x00030004;
   dpp_dev_fw_bar_msg_num_set(5, 9);
   EXPECT_EQ(dpp_host_np_init(5, &info), 0u);
-  EXPECT_EQ(dpp_dev_get_dev_type(5), 2u);
-  EXPECT_EQ(dpp_dev_get_pcie_addr(5), base);
   uint64_t addr = 0;
   uint32_t value = 0;
   EXPECT_EQ(dpp_dev_agent_addr_get(5, &addr), 0u);

@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,6 +20,8 @@ namespace {
 
 using np_test::memory;
 using np_test::memory_device_add;
+using testing::AllOf;
+using testing::HasSubstr;
 
 using Rows = OnMemory;
 using Operations = CaughtOnMemory;
@@ -116,9 +119,8 @@ TEST_F(Operations, RefuseWhatDoesNotExist) {
   EXPECT_EQ(dpp_reg_name_get(4440), nullptr);
   EXPECT_EQ(dpp_regs::cfg_queue_dtb_len_0_127::NUMBER, 819u);
   EXPECT_EQ(dpp_reg_width_get(4440), 0u);
-  const std::string text = out.take();
-  EXPECT_NE(text.find("[min=0x4,max=0x4]"), std::string::npos);
-  EXPECT_NE(text.find("[Error:VALUE[0x1158] INVALID] [max=0x1157]"), std::string::npos);
+  EXPECT_THAT(out.take(),
+              AllOf(HasSubstr("[min=0x4,max=0x4]"), HasSubstr("[Error:VALUE[0x1158] INVALID] [max=0x1157]")));
   EXPECT_TRUE(memory().writes.empty());
 }
 
@@ -132,7 +134,7 @@ TEST_F(Operations, RefuseRoomForFewerValuesThanTheRegisterHas) {
   EXPECT_EQ(dpp_reg_default_val_get(819, two), out_of_range);
   EXPECT_EQ(dpp_reg_max_val_get(819, two), out_of_range);
   EXPECT_EQ(dpp_reg_words_read(0, dpp_regs::zblock_service_configure::NUMBER, 0, 0, values), out_of_range);
-  EXPECT_NE(out.take().find("[Error:VALUE[0x2] INVALID] [min=0x3]"), std::string::npos);
+  EXPECT_THAT(out.take(), HasSubstr("[Error:VALUE[0x2] INVALID] [min=0x3]"));
   EXPECT_EQ(values[0], 7u);
   EXPECT_TRUE(memory().writes.empty());
 }
@@ -142,8 +144,8 @@ TEST_F(Types, ReadWriteAndModifyFieldsByName) {
   service.st_en = 1;
   service.hash_channel_sel = 2;
   EXPECT_EQ(dpp_reg_write(0, 1, 2, service), 0u);
-  EXPECT_EQ(dpp_reg_modify<dpp_regs::zblock_service_configure>(0, 1, 2, [](auto& fields) { fields.service_sel = 1; }),
-            0u);
+  const auto select = [](dpp_regs::zblock_service_configure& fields) { fields.service_sel = 1; };
+  EXPECT_EQ(dpp_reg_modify<dpp_regs::zblock_service_configure>(0, 1, 2, select), 0u);
   EXPECT_EQ(dpp_reg_read(0, 1, 2, &service), 0u);
   EXPECT_EQ(service.service_sel, 1u);
   EXPECT_EQ(service.hash_channel_sel, 2u);
@@ -157,24 +159,21 @@ TEST_F(Operations, HandTheHooksCodeUp) {
   EXPECT_EQ(dpp_reg_read(0, 0, 0, 0, values), 0x99u);
   EXPECT_EQ(dpp_reg_write32_bymn(0, 0, 0, 0, 1), 0x99u);
   EXPECT_EQ(dpp_reg_read(0, dpp_regs::zblock_service_configure::NUMBER, 0, 0, values), 0x99u);
-  EXPECT_NE(out.take().find("[ErrorCode:0x99] !-- "), std::string::npos);
+  EXPECT_THAT(out.take(), HasSubstr("[ErrorCode:0x99] !-- "));
 }
 
 TEST_F(Operations, MaskFieldsAndFormAddressesPastTheEnd) {
   const uint32_t values[3] = {3, 0x3FF, 0xFFFFFFFF};
   EXPECT_EQ(dpp_reg_write(0, 819, 0, 128, values), 0u);
   EXPECT_EQ(out.take(), "reg n_offset is out of range, reg_no:819, n:128, size:128\n");
-  ASSERT_EQ(memory().writes.size(), 1u);
-  EXPECT_EQ(memory().writes[0].first, 0x2000008u + 128 * 0x20);
-  EXPECT_EQ(memory().writes[0].second, (1u << 30) | (1u << 29) | 0x3FF);
+  EXPECT_THAT(memory().writes, testing::ElementsAre(testing::Pair(0x2000008 + 128 * 0x20, 0x600003FF)));
 
   uint32_t addr = 0;
   EXPECT_EQ(dpp_reg_get_reg_addr(dpp_regs::zblock_service_configure::NUMBER, 4, 1, &addr), 0u);
   EXPECT_EQ(addr, dpp_reg_info_get(dpp_regs::zblock_service_configure::NUMBER)->addr + 4 * 0x4000 + 0x800);
   EXPECT_EQ(dpp_reg_get_reg_addr(dpp_regs::zblock_service_configure::NUMBER, 0x40000, 0, &addr), out_of_range);
-  const std::string text = out.take();
-  EXPECT_NE(text.find("reg n_offset or m_offset is out of range, reg_no:1803, n:1, n_size:8, m:4, m_size:4,\n"),
-            std::string::npos);
+  EXPECT_THAT(out.take(),
+              HasSubstr("reg n_offset or m_offset is out of range, reg_no:1803, n:1, n_size:8, m:4, m_size:4,\n"));
 }
 
 TEST_F(Operations, Write32ReachesEveryInstance) {
