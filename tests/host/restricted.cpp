@@ -87,14 +87,6 @@ void no_namespaces() {
   filter_add(code);
 }
 
-void no_notify() {
-  filter_add(refusal(SYS_seccomp, EINVAL, 1, SECCOMP_FILTER_FLAG_NEW_LISTENER));
-}
-
-void no_filter() {
-  filter_add(refusal(SYS_seccomp, ENOSYS));
-}
-
 /// A root folder in memory, at the mount point itself or below it, with everything of the host but `left_out`.
 void root_change(const std::string& below, const std::string& left_out) {
   check(unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "mounts");
@@ -113,14 +105,6 @@ void root_change(const std::string& below, const std::string& left_out) {
   }
   const std::string here = std::filesystem::current_path();
   check(chroot(root.c_str()) == 0 && chdir(here.c_str()) == 0, "chroot");
-}
-
-void no_sys() {
-  root_change("", "/sys");
-}
-
-void change_root() {
-  root_change("/root", "");
 }
 
 /// Goes on as the second process of a process namespace, whose first one only sleeps.
@@ -157,10 +141,14 @@ constexpr struct {
   void (*apply)();
 } restrictions[] = {
     // In the order in which they can be applied.
-    {"no-reaper", no_reaper},         {"no-sys", no_sys},
-    {"chroot", change_root},          {"small", small},
-    {"no-capability", no_capability}, {"no-notify", no_notify},
-    {"no-namespaces", no_namespaces}, {"no-filter", no_filter},
+    {"no-reaper", no_reaper},
+    {"no-sys", [] { root_change("", "/sys"); }},
+    {"chroot", [] { root_change("/root", ""); }},
+    {"small", small},
+    {"no-capability", no_capability},
+    {"no-notify", [] { filter_add(refusal(SYS_seccomp, EINVAL, 1, SECCOMP_FILTER_FLAG_NEW_LISTENER)); }},
+    {"no-namespaces", no_namespaces},
+    {"no-filter", [] { filter_add(refusal(SYS_seccomp, ENOSYS)); }},
 };
 
 }  // namespace

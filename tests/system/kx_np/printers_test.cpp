@@ -1,5 +1,5 @@
-// What the commands print of a card whose values are known, and what setters leave on it. Every single command is run
-// by name in tests/npsdk, where all that takes several of them is looked at on the same virtual card.
+// What setters leave on the card and printers show. Every single command is run by name in tests/npsdk, where all that
+// takes several of them, or prints what the card file says, is looked at on the same virtual card.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -10,34 +10,6 @@ namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
-
-TEST(Kxnp, PrintsTheCardsPortsVersionAndDrops) {
-  const std::string drops[] = {
-      "v1 drop stat index\\[0x00011d02\\] value\\[0x00000001,0x00000007\\] reason: [^\n]+\n",
-      "v1 drop stat index\\[0x00011e32\\] value\\[0x00000000,0x00000001\\] reason: [^\n]+\n",
-  };
-  const std::vector<session::Row> rows = {
-      {"diag_dpp_trpg_port_pkt_total_cnt_prt 0",
-       AllOf(HasSubstr("\nPORT_NO: 0, Rx pkt num: 5, Tx pkt num: 7\nPORT_NO: 1, "),
-             HasSubstr("\nPORT_NO: 26, Rx pkt num: 4294967296, Tx pkt num: 1\n"
-                       "Total rx pkt num: 4294967301, Total Tx pkt num: 8\n"))},
-      {"diag_dpp_mcode_version 0", HasSubstr("     NP-MCODE Version       :  1.2.300\n"
-                                             "     NP-MCODE CompileTime   :  2026-01-02-03:00:00\n")},
-      {"diag_dpp_mcode_feature_prt 0 1", "MCODE FEATRUE[1] : 0x8000000000000002\n"},
-      {"mcode_drop_stat 0 0 1", testing::MatchesRegex(drops[0] + drops[1])},
-      {"mcode_drop_stat 0 1 1", ""},  // read away
-      {"mcode_drop_stat 0 0 1", ""},
-      {"dpp_regs_print 0 5 5", "reg_no:5, name:cpu_check_reg\ncpu_check_reg                           : 0xffffffff\n"},
-      {"dpp_regs_print 0 6 5", ""},
-  };
-  const auto session = session::expect_shows(
-      R"({"network_processor": {"micro_code_version": "0x0102012c", "micro_code_build_time": "0x1a010203",
-          "features": [1, "0x8000000000000002"], "statistics": {"0x11d02": "0x100000007", "0x11e32": 1},
-          "ports": {"0": {"receive_packets": 5, "send_packets": 7},
-                    "26": {"receive_packets": "0x100000000", "send_packets": 1}}}})",
-      "kxnp ", rows, true);
-  EXPECT_EQ(std::count(session.outputs[0].begin(), session.outputs[0].end(), '\n'), 16);
-}
 
 TEST(Kxnp, PrintersShowWhatSettersSet) {
   const struct {

@@ -12,7 +12,6 @@ namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 // Scripts see a command that was found, whatever came of it.
 TEST(KxnpNoQueue, RefusalsLeaveTheStatus) {
@@ -94,24 +93,6 @@ TEST_F(KxnpQueue, InterruptedFlushIsToldBeforeTheToolEnds) {
     shell.send("quit\n");
     EXPECT_EQ(shell.wait().status, signal.status) << shell.output();
   }
-}
-
-// The form of dump commands is the card's to state: without it no table is read through a queue.
-TEST(KxnpNoQueue, NoTableIsReadFromACardThatStatesNoDumpForm) {
-  const char* reads[] = {
-      "smmu0_read_128 0 0 0",        "smmu1_read_128 0 0 0 0",   "smmu1_read_256 0 0 0 0",
-      "smmu1_read_512 0 0 0 0",      "zcam_read 0 0 0 0 0",      "se_alg_read512 0 0 0",
-      "stat_smmu0_read 0 0 0",       "etcam_entry_read 0 0 0 0", "ddr_dir_table_read 0 0 0 1 1 0 0",
-      "stat_smmu1_read 0 0 0x80000",
-  };
-  std::vector<session::Row> rows = {{"host_dtb_huge_mem_init 0", testing::_}};
-  for (const char* read : reads) {
-    rows.push_back({std::string("diag_dpp_dtb_") + read,
-                    testing::StartsWith("device 0 states no dump command form that this build knows")});
-  }
-  const session::Session session =
-      session::expect_shows(R"({"network_processor": {"dump_command_form": 0}})", "kxnp ", rows, true);
-  EXPECT_THAT(session.result.log_of("table_block "), IsEmpty());
 }
 
 }  // namespace

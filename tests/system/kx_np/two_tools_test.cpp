@@ -3,10 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <signal.h>
-
-#include <algorithm>
-#include <chrono>
 #include <sstream>
 
 #include "system/process.h"
@@ -15,7 +11,6 @@ namespace {
 
 using testing::AnyOf;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 constexpr int ROUNDS = 25;
 
@@ -100,29 +95,6 @@ TEST(TwoTools, EachFindsWhatItAskedForAndWhatItWrote) {
     EXPECT_EQ(count(saw.first, place.first_shows), ROUNDS) << place.first << saw.first;
     EXPECT_EQ(count(saw.second, place.second_shows), ROUNDS) << place.second << saw.second;
   }
-}
-
-// A stopped tool is named to the one that waits; a killed one has left its lock.
-TEST(TwoTools, AWaitNamesTheHolderAndEndsWithIt) {
-  const kx_system::Folder folder;
-  const std::string one = folder.write("one", typed("kxnp diag_dpp_se_smmu0_rd128_more 0 0 200\n", 100));
-  kx_system::Process process(kx_system::script(
-      "$KXTOOL < " + one +
-      " > /dev/null & holder=$!; "
-      // Stopped with the lock held, not between two operations: the lock file's only holder is a stopped process.
-      "for i in 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20; do sleep 0.2; kill -STOP $holder; "
-      "flock -n /tmp/kx_pcie/pcie_card_lockfile true || break; kill -CONT $holder; done; "
-      "{ sleep 3; kill -9 $holder; } & "
-      "$KXTOOL bind 0000:3b:00.0 kxnp diag_dpp_se_smmu0_rd128 0 7 > " +
-      one +
-      ".out; "
-      "echo status $?; echo holder $holder"));
-  const kx_system::Result result = process.wait();
-  ASSERT_THAT(result.out, HasSubstr("status 0\nholder "));
-  const std::string holder = result.out.substr(result.out.find("holder ") + 7);
-  EXPECT_THAT(result.err, testing::StartsWith("waiting for process " + holder.substr(0, holder.find('\n')) + " ("));
-  EXPECT_THAT(result.err, HasSubstr("kxtool), which holds /tmp/kx_pcie/pcie_"));
-  EXPECT_THAT(kx_system::Folder::read(one + ".out"), HasSubstr("eram128[0x000007]: 0x"));
 }
 
 }  // namespace
