@@ -15,17 +15,6 @@ case_bind_by_address_and_by_name() {
   has "0x20250129"
 }
 
-case_bind_refuses_another_makers_function() {
-  ran 255 kxtool bind $FOREIGN kxvqm glb version
-  has "Bind to the pcie device $FOREIGN failed!" "Please bind kx device"
-}
-
-case_bind_of_an_absent_function() {
-  ran 255 kxtool bind 0000:3b:00.7 kxvqm glb version
-  ran 255 kxtool bind eth9 kxvqm glb version
-  has "fopen /sys/class/net/eth9/device/uevent failed"
-}
-
 # Another interface's firmware: what BAR 0 says is read through the kernel's mapping.
 case_bind_reads_bar0() {
   shell 0 0 "su opsu" "kxpcie bar_write 0 0x20000 0x1234" "kxpcie bar_read 0 0x20000" quit
@@ -50,16 +39,4 @@ case_function_removed_while_bound() {
   shown "kxtrace_app"
   session_end refused
   lacks "0xffffffff"
-}
-
-# An error line is the whole answer: no value of all ones behind it.
-case_values_of_a_dead_card() {
-  session
-  type_line 0 "su opsu" "kxpcie cfg_read 0 4"
-  shown "0x80371cf2"
-  card dead 1
-  type_line "kxpcie devmem 0x6310000010" "kxpcie cfg_read 0 4" "kxpcie dbi_read 0 0" help
-  shown "kxtrace_app"
-  session_end refused
-  lacks ": 0xffffffff"
 }

@@ -72,18 +72,6 @@ case_registrations_of_waiting_tools() {
   done
 }
 
-# Two ports of one card: an update is not disturbed by a question at the other port.
-case_question_at_the_other_port_waits_for_the_update() {
-  card erase_ms 3000
-  kxtool fwupdate eth0 /tests/one.pkg >/tmp/case/update 2>&1 &
-  update=$!
-  until_true grep -q erasing /tmp/case/update
-  ran 0 kxtool sn_info eth1 sn_info
-  has_line sn=KX2601A00042
-  has "waiting for process" "kxts_card_0000:39:00.0"
-  wait $update || fail "the update: $(cat /tmp/case/update)"
-}
-
 case_interface_of_another_network_namespace() {
   ran refused unshare -n kxtool sn_info eth0 sn_info
   lacks sn=

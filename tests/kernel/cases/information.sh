@@ -11,15 +11,6 @@ case_mac_addresses() {
   has_line "mac_addr[0]=02:1c:f2:00:00:01" "mac_addr[2]=02:1c:f2:00:00:03"
 }
 
-case_temperature() {
-  card temperature 151
-  ran 1 kxtool temp_info eth0 chip_temp
-  has "err chip temperature: 151 (degree centigrade)!!"
-  card temperature 150
-  ran 0 kxtool temp_info eth1 chip_temp
-  has_line "current chip temperature: 150 (degree centigrade) "
-}
-
 case_vf_status() {
   ran 0 kxtool set_vf_status eth0 --mode vf2_max --status enable
   has "kxtool_vf_status_set_msg msg ioctl to kernel success."
