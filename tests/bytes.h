@@ -1,10 +1,18 @@
-// Bytes of a seeded generator, and the words that bytes are.
+// Bytes that count up, bytes of a seeded generator, and the words that bytes are.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <random>
 #include <vector>
+
+/// `size` bytes that count up from `first`.
+inline std::vector<uint8_t> counted_bytes(size_t size, uint8_t first = 1) {
+  std::vector<uint8_t> bytes(size);
+  std::iota(bytes.begin(), bytes.end(), first);
+  return bytes;
+}
 
 inline std::vector<uint8_t> random_bytes(std::mt19937& rng, size_t length) {
   std::vector<uint8_t> bytes(length);

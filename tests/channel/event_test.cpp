@@ -38,15 +38,12 @@ TEST(Event, OpCodesReachTheirKindOfCallback) {
 }
 
 TEST(DeviceWord, ClassIsFoundFromColonsAndDots) {
-  struct {
-    const char* word;
-    int mode;
-  } const cases[] = {
+  const std::pair<const char*, int> cases[] = {
       {"eth0", 1},   {"enp59s0f1np1", 1}, {"0000:3b:00.0", 2},   {"a:b:c.d", 2},        {"::.", 2}, {"3b:00", 0},
       {"eth0.1", 0}, {"0000:3b:00", 0},   {"0000:3b:00.0.1", 0}, {"0000:3b:00:0.1", 0}, {"", 0},    {"a:b", 0},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(kxtool_bdf_or_nic_type(c.word), c.mode) << c.word;
+  for (const auto& [word, mode] : cases) {
+    EXPECT_EQ(kxtool_bdf_or_nic_type(word), mode) << word;
   }
 }
 

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <thread>
 
+#include "../bytes.h"
 #include "../printed.h"
 #include "channel/bar_channel.h"
 #include "channel/event.h"
@@ -62,19 +63,11 @@ class Mailbox : public testing::Test {
   std::vector<uint8_t> request_;
 };
 
-std::vector<uint8_t> counted(size_t size) {
-  std::vector<uint8_t> bytes(size);
-  for (size_t i = 0; i < size; ++i) {
-    bytes[i] = static_cast<uint8_t>(i + 1);
-  }
-  return bytes;
-}
-
 TEST_F(Mailbox, WritesHeaderAndPayloadAndReadsTheReply) {
   for (const size_t size : {1u, 3u, 4u, 5u, 8u, 2035u, 2036u}) {
-    const std::vector<uint8_t> payload = counted(size);
+    const std::vector<uint8_t> payload = counted_bytes(size);
     std::vector<uint8_t> buffer(9, 0xEE);
-    ASSERT_EQ(exchange(payload, {39u << 16 | ACK, 7, 0}, counted(7), &buffer), 0) << size;
+    ASSERT_EQ(exchange(payload, {39u << 16 | ACK, 7, 0}, counted_bytes(7), &buffer), 0) << size;
     const std::vector<uint8_t> header = {
         VALID, 0, 39, 0, static_cast<uint8_t>(size), static_cast<uint8_t>(size >> 8), 0, 0, 0x34, 0x12, 0x78, 0x56};
     EXPECT_EQ(std::vector<uint8_t>(request_.begin(), request_.begin() + PAYLOAD), header);
@@ -95,26 +88,23 @@ TEST_F(Mailbox, WritesHeaderAndPayloadAndReadsTheReply) {
 }
 
 TEST_F(Mailbox, RefusesRepliesThatDoNotFit) {
-  struct {
-    uint32_t word1;
-    int32_t result;
-  } const cases[] = {
+  const std::pair<uint32_t, int32_t> cases[] = {
       {8, 0}, {0, 0}, {9, 12}, {2036, 12}, {0xFFFF, 12}, {0x0001'0004, 15}, {0xFFFF'0004, 15},
   };
-  for (const auto& c : cases) {
+  for (const auto& [word1, result] : cases) {
     std::vector<uint8_t> buffer(8, 0xEE);
-    EXPECT_EQ(exchange(counted(4), {39u << 16 | ACK, c.word1, 0}, counted(8), &buffer), c.result) << c.word1;
+    EXPECT_EQ(exchange(counted_bytes(4), {39u << 16 | ACK, word1, 0}, counted_bytes(8), &buffer), result) << word1;
   }
   // A reply that claims more than a slot holds, for a caller with room for it: nothing behind the slot is read.
   std::vector<uint8_t> large(4000, 0xEE);
-  EXPECT_EQ(exchange(counted(4), {39u << 16 | ACK, 4000, 0}, counted(2036), &large), 0);
+  EXPECT_EQ(exchange(counted_bytes(4), {39u << 16 | ACK, 4000, 0}, counted_bytes(2036), &large), 0);
   EXPECT_EQ(large[2035], static_cast<uint8_t>(2036));
   EXPECT_EQ(large[2036], 0);
 }
 
 TEST_F(Mailbox, ChecksTheDescriptorsInOrderAndWritesNothing) {
   uint8_t byte = 0;
-  const std::vector<uint8_t> payload = counted(4);
+  const std::vector<uint8_t> payload = counted_bytes(4);
   const bar_msg_recv_para recv = {&byte, 1};
   const bar_msg_send_para good = send_para(payload);
   auto with = [&](auto change) {
@@ -252,11 +242,11 @@ TEST_F(Notice, AcknowledgesIntoTheSlotThatTheRouteFlagSelects) {
   };
   for (const auto& c : cases) {
     answer_len = c.answer;
-    bar_.put(NOTICE + PAYLOAD, counted(6));
+    bar_.put(NOTICE + PAYLOAD, counted_bytes(6));
     bar_.write(NOTICE + 4, 0x0042'0006);
     bar_.write(NOTICE, 39u << 16 | c.flags);
     ASSERT_EQ(poll(), 0);
-    EXPECT_EQ(received, counted(6));
+    EXPECT_EQ(received, counted_bytes(6));
     // The copy in the reply slot still says what was received; in the notice slot valid and poll tag are cleared.
     const uint32_t left = c.reply_slot == NOTICE ? c.flags & ~(VALID | POLL_TAG) : c.flags;
     EXPECT_EQ(bar_.read(c.reply_slot), 39u << 16 | left | ACK) << c.flags;

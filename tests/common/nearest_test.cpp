@@ -32,10 +32,8 @@ TEST(WordDistance, OfWordsThatFitNoTableIsTheLimit) {
 
 TEST(Nearest, IsTheNameThatWasMeant) {
   constexpr const char* NAMES[] = {"sn_info", "set_vf_status", "set_vf_mac", "diag", "stat", "-v", "-fw", "bind"};
-  struct {
-    const char* word;
-    const char* name;  // null: none
-  } const cases[] = {
+  // A word and the name that is nearest, or null.
+  const std::pair<const char*, const char*> cases[] = {
       {"sn_inf", "sn_info"},
       {"sninfo", "sn_info"},
       {"ns_info", "sn_info"},
@@ -53,12 +51,12 @@ TEST(Nearest, IsTheNameThatWasMeant) {
       {"update", nullptr},
       {"information", nullptr},
   };
-  for (const auto& c : cases) {
-    kx_nearest nearest(c.word);
+  for (const auto& [word, expected] : cases) {
+    kx_nearest nearest(word);
     for (const char* name : NAMES) {
       nearest.offer(name);
     }
-    EXPECT_STREQ(nearest.name(), c.name) << c.word;
+    EXPECT_STREQ(nearest.name(), expected) << word;
   }
 }
 

@@ -41,12 +41,12 @@ struct fake_card {
   uint32_t data = 0;
   int polls_to_answer = 1;
   uint64_t address = 0;
-  std::map<uint64_t, uint32_t> memory;
-  std::function<uint32_t(int reading)> channel_field;  // overrides the field of the command dword
-  std::function<void(moment)> other;                   // another program that uses the capability
+  std::map<uint64_t, uint32_t> memory = {};
+  std::function<uint32_t(int reading)> channel_field = {};  // overrides the field of the command dword
+  std::function<void(moment)> other = {};                   // another program that uses the capability
 
-  std::vector<transfer> transfers;
-  std::map<useconds_t, int> sleeps;
+  std::vector<transfer> transfers = {};
+  std::map<useconds_t, int> sleeps = {};
   int readings = 0;
   int polls_left = 0;
   int takes = 0;
@@ -227,28 +227,17 @@ TEST_F(TunnelTest, TellsAFreeChannelFromABusyOne) {
   set_secure_mode(1);
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    fake_card fresh;
-    fresh.channel_field = c.field;
-    card = &fresh;
+    card_ = {.channel_field = c.field, .locked = true};
     uint32_t data = 0;
-    fresh.locked = true;
-    EXPECT_EQ(vpd_tracsport_once(fresh.bound, 0x20000000, &data), c.result);
-    EXPECT_EQ(fresh.sleeps[4000], c.waits);
-    EXPECT_EQ(fresh.transfers.size(), c.result == 0 ? 1u : 0u);
-    card = &card_;
+    EXPECT_EQ(vpd_tracsport_once(card_.bound, 0x20000000, &data), c.result);
+    EXPECT_EQ(card_.sleeps[4000], c.waits);
+    EXPECT_EQ(card_.transfers.size(), c.result == 0 ? 1u : 0u);
   }
-  card_.channel_field = cases[4].field;
+  card_ = {.channel_field = cases[4].field};
   uint32_t value = 0;
   EXPECT_EQ(read_val_from_kx(0x1000, &value), PCIE_TUNNEL_BUSY);
   EXPECT_EQ(write_val_to_kx(0x1000, 0), PCIE_TUNNEL_BUSY);
   EXPECT_THAT(output_.take(), testing::EndsWith("pcie_tool vpd channel is busy, please retry!\n"));
-}
-
-// What a read of the kernel's file leaves: its address with the flag set, and its dword.
-void product_data_read(fake_card* played) {
-  played->command = 0x80000003 | 0x0004 << 16;
-  played->data = 0x58524F43;
-  played->polls_left = 0;
 }
 
 TEST_F(TunnelTest, NoticesAnotherProgramThatReadsProductData) {
@@ -266,25 +255,23 @@ TEST_F(TunnelTest, NoticesAnotherProgramThatReadsProductData) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    fake_card fresh;
-    card = &fresh;
-    fresh.memory[0x6200001000] = 0xAABBCCDD;
+    card_ = {.memory = {{0x6200001000, 0xAABBCCDD}}};
     int seen = 0;
-    fresh.other = [&](moment now) {
+    // What a read of the kernel's file leaves: its address with the flag set, and its dword.
+    card_.other = [&](moment now) {
       if (now == c.at && seen++ < c.times) {
-        product_data_read(&fresh);
+        card_.command = 0x80000003 | 0x0004 << 16;
+        card_.data = 0x58524F43;
+        card_.polls_left = 0;
       }
     };
     uint32_t value = 7;
     EXPECT_EQ(told([&] { EXPECT_EQ(read_val_from_kx(0x6200001000, &value), c.result); }) != "", c.result != 0);
     EXPECT_EQ(value, c.result == 0 ? 0xAABBCCDD : 7u);
     seen = 0;
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(write_val_to_kx(0x6200001000, 0x11223344), c.result);
-    EXPECT_EQ(testing::internal::GetCapturedStderr() != "", c.result != 0);
-    EXPECT_TRUE(c.result != 0 || fresh.memory[0x6200001000] == 0x11223344);
-    EXPECT_EQ(fresh.takes, fresh.releases);
-    card = &card_;
+    EXPECT_EQ(told([&] { EXPECT_EQ(write_val_to_kx(0x6200001000, 0x11223344), c.result); }) != "", c.result != 0);
+    EXPECT_TRUE(c.result != 0 || card_.memory[0x6200001000] == 0x11223344);
+    EXPECT_EQ(card_.takes, card_.releases);
   }
   EXPECT_EQ(output_.take(), "");
 }

@@ -15,10 +15,7 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 
 TEST(CommandLine, SplitsAtRunsOfBlanksOnly) {
-  const struct {
-    const char* line;
-    std::vector<std::string> words;
-  } cases[] = {
+  const std::pair<const char*, std::vector<std::string>> cases[] = {
       {"quit", {"quit"}},
       {"  kxtool   -v ", {"kxtool", "-v"}},
       {"a\tb c\r", {"a\tb", "c\r"}},
@@ -26,10 +23,10 @@ TEST(CommandLine, SplitsAtRunsOfBlanksOnly) {
       {"\x80\xff \x1b[0m", {"\x80\xff", "\x1b[0m"}},
       {"   ", {}},
   };
-  for (const auto& c : cases) {
-    const kxtools_cmd_context_owner ctx = kxtools_cmd_context_malloc(c.line);
+  for (const auto& [line, words] : cases) {
+    const kxtools_cmd_context_owner ctx = kxtools_cmd_context_malloc(line);
     ASSERT_NE(ctx, nullptr);
-    EXPECT_THAT(std::vector<std::string>(ctx->argp, ctx->argp + ctx->argc), ElementsAreArray(c.words)) << c.line;
+    EXPECT_THAT(std::vector<std::string>(ctx->argp, ctx->argp + ctx->argc), ElementsAreArray(words)) << line;
   }
   EXPECT_EQ(kxtools_cmd_context_malloc(""), nullptr);
   EXPECT_EQ(kxtools_cmd_context_malloc(nullptr), nullptr);
@@ -53,10 +50,7 @@ TEST_F(Dispatcher, HandsTheWordsAfterTheMatchToTheHandler) {
 }
 
 TEST_F(Dispatcher, SaysWhyALineDoesNotRun) {
-  const struct {
-    const char* line;
-    const char* said;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"kxtool foo", "kxtool foo: No such command for kxtools!\n"},
       {"kxt", "kxt: No such command for kxtools!\n"},
       {"kxnp sho", "kxnp sho: No such command for kxtools!\n"},
@@ -72,9 +66,9 @@ TEST_F(Dispatcher, SaysWhyALineDoesNotRun) {
       {"   ", ""},
       {"", ""},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(without_line_numbers(test_line_run(c.line, &result_)), c.said);
-    EXPECT_EQ(result_, -1) << c.line;
+  for (const auto& [line, said] : cases) {
+    EXPECT_EQ(without_line_numbers(test_line_run(line, &result_)), said);
+    EXPECT_EQ(result_, -1) << line;
   }
   EXPECT_TRUE(test_tree_calls().empty());
 }
@@ -91,41 +85,41 @@ TEST_F(Dispatcher, AGroupWithoutHandlerDoesNothing) {
 }
 
 TEST_F(Dispatcher, TakesTheFirstWordOfAMaintenanceLineAsItsDevice) {
-  const struct {
-    const char* line;
-    bool takes_device;
-  } cases[] = {
+  const std::pair<const char*, bool> cases[] = {
       {"kxtool sn_info a/b", true},  {"kxtool -v a/b", true},          {"kxtool sn_info a/b -h", true},
       {"kxtool sn_info -h x", true}, {"kxtool repair a/b", false},     {"kxtool sn_info", false},
       {"kxtool sn_info -h", false},  {"kxtool sn_info --help", false}, {"kxnp show a/b", false},
   };
-  for (const auto& c : cases) {
+  for (const auto& [line, takes_device] : cases) {
     test_tree_reset();
-    const std::string said = without_line_numbers(test_line_run(c.line, &result_));
-    EXPECT_EQ(result_, c.takes_device ? -1 : 0) << c.line;
-    EXPECT_EQ(test_tree_calls().size(), c.takes_device ? 0u : 1u) << c.line;
+    const std::string said = without_line_numbers(test_line_run(line, &result_));
+    EXPECT_EQ(result_, takes_device ? -1 : 0) << line;
+    EXPECT_EQ(test_tree_calls().size(), takes_device ? 0u : 1u) << line;
     EXPECT_EQ(said.find("kxtools_err: [kxtools_cmd_execute][#] kxtools_dev_name2bdf failed!\n") != std::string::npos,
-              c.takes_device)
+              takes_device)
         << said;
   }
 }
 
 TEST_F(Dispatcher, SuperUserLevelIsEnteredWithTheAccessWordOnly) {
+  const auto refused = [](const std::string& line, const std::string& cause) {
+    return "kxtools_err: [kxtools_permission_switch][#] " + cause + " error!\n" + line + ": Command exec failed!\n";
+  };
+  const std::string entered =
+      "Warning: You have entered super user mode, operations may cause system anomalies!!!\n\n\n";
   const struct {
     const char* line;
-    const char* said;
+    std::string said;
     uint32_t level;
   } cases[] = {
-      {"su", "kxtools_err: [kxtools_permission_switch][#] argc 0 error!\nsu: Command exec failed!\n", 0},
-      {"su opsu opsu",
-       "kxtools_err: [kxtools_permission_switch][#] argc 2 error!\nsu opsu opsu: Command exec failed!\n", 0},
-      {"su Opsu", "kxtools_err: [kxtools_permission_switch][#] argp Opsu error!\nsu Opsu: Command exec failed!\n", 0},
-      {"su ops", "kxtools_err: [kxtools_permission_switch][#] argp ops error!\nsu ops: Command exec failed!\n", 0},
-      {"su opsux", "kxtools_err: [kxtools_permission_switch][#] argp opsux error!\nsu opsux: Command exec failed!\n",
-       0},
-      {"su opsu", "Warning: You have entered super user mode, operations may cause system anomalies!!!\n\n\n", 1},
-      {"su opsu", "Warning: You have entered super user mode, operations may cause system anomalies!!!\n\n\n", 1},
-      {"su root", "kxtools_err: [kxtools_permission_switch][#] argp root error!\nsu root: Command exec failed!\n", 1},
+      {"su", refused("su", "argc 0"), 0},
+      {"su opsu opsu", refused("su opsu opsu", "argc 2"), 0},
+      {"su Opsu", refused("su Opsu", "argp Opsu"), 0},
+      {"su ops", refused("su ops", "argp ops"), 0},
+      {"su opsux", refused("su opsux", "argp opsux"), 0},
+      {"su opsu", entered, 1},
+      {"su opsu", entered, 1},
+      {"su root", refused("su root", "argp root"), 1},
       {"logout", "", 0},
       {"logout", "", 0},
   };

@@ -124,9 +124,6 @@ TEST(DeviceWord, MayLeaveOutTheSegmentOfAnAddress) {
 
 class KernelFile : public testing::Test {
  protected:
-  void fill(const std::string& text) {
-    folder_.write("file", text);
-  }
   temp_folder folder_;
   const std::string path_ = folder_ / "file";
 };
@@ -160,7 +157,7 @@ TEST_F(KernelFile, ResourceGivesStartAndLengthOfABar) {
       {"1 1 1\n1 1 1\n1 1 1\n1 1 1\n1 1 1\n1 1 1\n1 1 1\n", 6, -1, {}, not_found("6")},
   };
   for (const auto& c : cases) {
-    fill(c.text);
+    folder_.write("file", c.text);
     kxtools_bar_range range = {};
     EXPECT_EQ(
         printed([&] { EXPECT_EQ(kxtools_resource_bar_read(path_.c_str(), c.index, &range), c.result) << c.text; }),
@@ -190,7 +187,7 @@ TEST_F(KernelFile, UeventGivesTheSlotOfTheFirstLineThatNamesOne) {
       {"", no_slot, ""},
   };
   for (const auto& c : cases) {
-    fill(c.text);
+    folder_.write("file", c.text);
     char slot[13] = {};
     EXPECT_EQ(kxtools_uevent_slot_read(path_.c_str(), slot), c.result) << c.text;
     EXPECT_STREQ(slot, c.slot);

@@ -1,15 +1,18 @@
-// Package files for tests: bytes of a header and a file that exists only in memory.
+// Package files for tests: bytes of a header, a file of their own, and two packages whose images the flash must hold.
 #pragma once
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdint>
 #include <cstring>
-#include <numeric>
+#include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "../../bytes.h"
 
 namespace package_file {
 
@@ -44,17 +47,15 @@ inline bytes header(std::string_view identification, const std::vector<row>& row
   return out;
 }
 
-/// `size` bytes that count up from `first`.
-inline bytes pattern(size_t size, uint8_t first = 1) {
-  bytes out(size);
-  std::iota(out.begin(), out.end(), first);
-  return out;
+inline bytes header(const std::vector<row>& rows) {
+  return header(IDENTIFICATION, rows);
 }
 
-/// A sparse file in memory with a path; gone with the object.
+/// A sparse file with a path: in memory, where it is gone with the object, or at a path of the test's own.
 class file {
  public:
   file() : fd_(memfd_create("package", MFD_CLOEXEC)), path_("/proc/self/fd/" + std::to_string(fd_)) {}
+  explicit file(const std::string& path) : fd_(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)), path_(path) {}
   ~file() {
     close(fd_);
   }
@@ -82,5 +83,36 @@ class file {
   std::string path_;
   bool ok_ = true;
 };
+
+inline constexpr uint64_t PARTITION_1 = 0x40000;
+inline constexpr uint64_t PARTITION_2 = 0x3300000;
+inline const bytes IMAGE_A = counted_bytes(5000);
+inline const bytes IMAGE_B = counted_bytes(2029, 7);
+
+/// One partition, in which `rows` place both images: at 0x41000 and 0x43000.
+inline void one_partition_put(file* package, std::string_view identification, const std::vector<row>& rows) {
+  package->put(256, header(identification, rows)).put(256 + 0x1000, IMAGE_A).put(256 + 0x3000, IMAGE_B);
+}
+
+/// The whole flash, with one image in each partition.
+inline void whole_flash_put(file* package, std::string_view identification) {
+  package->put(PARTITION_1, header(identification, {{0x41000, 5000, 2}})).put(0x41000, IMAGE_A);
+  package->put(PARTITION_2, header(identification, {{0x3303000, 2029, 2}})).put(0x3303000, IMAGE_B);
+}
+
+/// Bytes of a flash's file, none where it ends before.
+inline bytes flash_read(const std::string& path, uint64_t address, size_t length) {
+  bytes out(length);
+  std::ifstream flash(path, std::ios::binary);
+  flash.seekg(static_cast<std::streamoff>(address));
+  flash.read(reinterpret_cast<char*>(out.data()), static_cast<std::streamsize>(length));
+  return flash ? out : bytes();
+}
+
+/// True when the flash holds the images where the packages put them, each in its partition.
+inline bool flash_holds_images(const std::string& path, uint64_t partition_a, uint64_t partition_b) {
+  return flash_read(path, partition_a + 0x1000, IMAGE_A.size()) == IMAGE_A &&
+         flash_read(path, partition_b + 0x3000, IMAGE_B.size()) == IMAGE_B;
+}
 
 }  // namespace package_file

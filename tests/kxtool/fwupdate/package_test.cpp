@@ -10,7 +10,6 @@
 namespace {
 
 using package_file::bytes;
-using package_file::pattern;
 using package_file::row;
 
 constexpr row IMAGE_A{0x50000, 100, 2};
@@ -23,7 +22,7 @@ fw_package open_package(const package_file::file& file) {
 }
 
 TEST(Package, KindComesFromTheIdentificationThenFromTheSize) {
-  const bytes marked = package_file::header(package_file::IDENTIFICATION, {IMAGE_A});
+  const bytes marked = package_file::header({IMAGE_A});
   const bytes plain = package_file::header("none", {IMAGE_A});
   const bytes behind_text = package_file::header(std::string_view("x\0TARN-FW-EVB-1", 15), {IMAGE_A});
   struct {
@@ -64,11 +63,11 @@ TEST(Package, RefusesWhatIsNoFileOfTheFlashSize) {
 
 // Every prefix of a package of kind 1: no header before the table is whole, then one with images that the file lacks.
 TEST(Package, TruncationAtEveryLengthIsSeen) {
-  const bytes header = package_file::header(package_file::IDENTIFICATION, {{0x40800, 100, 2}, {0x40900, 30, 3}});
+  const bytes header = package_file::header({{0x40800, 100, 2}, {0x40900, 30, 3}});
   const uint64_t end_a = 256 + 0x800 + 100;
   const uint64_t end = 256 + 0x900 + 30;
   package_file::file file;
-  file.put(256, header).put(end_a - 100, pattern(100)).put(end - 30, pattern(30));
+  file.put(256, header).put(end_a - 100, counted_bytes(100)).put(end - 30, counted_bytes(30));
   for (uint64_t size = end; size != UINT64_MAX; --size) {
     SCOPED_TRACE(size);
     file.resize(size);
@@ -111,7 +110,7 @@ TEST(Package, PlacesOutsideTheFileAndSharedBytesAreFound) {
   };
   for (const auto& test : cases) {
     package_file::file file;
-    file.put(256, package_file::header(package_file::IDENTIFICATION, test.rows)).resize(256 + 0x100100 - 0x40000);
+    file.put(256, package_file::header(test.rows)).resize(256 + 0x100100 - 0x40000);
     const fw_package package = open_package(file);
     fw_header header;
     ASSERT_EQ(fw_package_header_read(package, FW_PART_A, &header), 0);
@@ -139,9 +138,8 @@ TEST(Package, ImagesLieWhereTheKindPutsThem) {
   for (const auto& test : cases) {
     const uint64_t base_a = test.kind == FW_KIND_ONE_PARTITION ? 256 : 0x40000;
     package_file::file file;
-    file.put(base_a, package_file::header(package_file::IDENTIFICATION, {IMAGE_A}));
-    file.put(test.part == FW_PART_B ? 0x3300000 : base_a,
-             package_file::header(package_file::IDENTIFICATION, test.rows));
+    file.put(base_a, package_file::header({IMAGE_A}));
+    file.put(test.part == FW_PART_B ? 0x3300000 : base_a, package_file::header(test.rows));
     const fw_package package = open_package(file.resize(0x3400000));
     ASSERT_EQ(package.kind, test.kind);
     fw_header header;
@@ -154,7 +152,7 @@ TEST(Package, ImagesLieWhereTheKindPutsThem) {
 
 TEST(Package, RoundingBytesComeFromTheFileAndAreZeroBehindItsEnd) {
   package_file::file file;
-  const bytes header = package_file::header(package_file::IDENTIFICATION, {{0x41000, 5, 0}, {0x42000, 5, 0}});
+  const bytes header = package_file::header({{0x41000, 5, 0}, {0x42000, 5, 0}});
   file.put(256, header).put(256 + 0x1000, {1, 2, 3, 4, 5, 6, 7, 8}).put(256 + 0x2000, {1, 2, 3, 4, 5});
   const fw_package package = open_package(file);
   fw_header read;
@@ -175,8 +173,7 @@ TEST(Package, RoundingBytesComeFromTheFileAndAreZeroBehindItsEnd) {
 TEST(Package, ChecksumIsTheSumOfAllBytesAcrossPieces) {
   const bytes data(3 * 64 * 1024 + 7, 0xFF);
   package_file::file file;
-  file.put(256, package_file::header(package_file::IDENTIFICATION, {{0x41000, uint32_t(data.size()), 0}}))
-      .put(256 + 0x1000, data);
+  file.put(256, package_file::header({{0x41000, uint32_t(data.size()), 0}})).put(256 + 0x1000, data);
   const fw_package package = open_package(file);
   fw_header header;
   ASSERT_EQ(fw_package_header_read(package, FW_PART_A, &header), 0);
@@ -186,16 +183,14 @@ TEST(Package, ChecksumIsTheSumOfAllBytesAcrossPieces) {
 }
 
 TEST(Package, OldLayoutIsAFirstImageOfTypeOneBelowItsPlace) {
-  struct {
-    row first;
-    bool old;
-  } const cases[] = {{{0xFFFF, 1, 1}, true}, {{0x10000, 1, 1}, false}, {{0, 1, 2}, false}, {{0, 0, 0x101}, true}};
-  for (const auto& test : cases) {
+  const std::pair<row, bool> cases[] = {
+      {{0xFFFF, 1, 1}, true}, {{0x10000, 1, 1}, false}, {{0, 1, 2}, false}, {{0, 0, 0x101}, true}};
+  for (const auto& [first, old] : cases) {
     package_file::file file;
-    file.put(256, package_file::header(package_file::IDENTIFICATION, {test.first, {0, 1, 1}}));
+    file.put(256, package_file::header({first, {0, 1, 1}}));
     fw_header header;
     ASSERT_EQ(fw_package_header_read(open_package(file), FW_PART_A, &header), 0);
-    EXPECT_EQ(fw_header_is_old_layout(header), test.old) << test.first.offset;
+    EXPECT_EQ(fw_header_is_old_layout(header), old) << first.offset;
   }
 }
 

@@ -118,12 +118,11 @@ Update::outcome Update::run_query(const char* word, fw_state state) {
 }
 
 package_file::bytes Update::flash(uint64_t address, size_t length) const {
-  package_file::bytes out(length);
-  std::ifstream file(folder_ / "flash", std::ios::binary);
-  file.seekg(static_cast<std::streamoff>(address));
-  file.read(reinterpret_cast<char*>(out.data()), static_cast<std::streamsize>(length));
-  EXPECT_TRUE(file.good());
-  return out;
+  return package_file::flash_read(folder_ / "flash", address, length);
+}
+
+bool Update::flash_holds_images(uint64_t partition_a, uint64_t partition_b) const {
+  return package_file::flash_holds_images(folder_ / "flash", partition_a, partition_b);
 }
 
 std::vector<package_file::bytes> Update::requests(uint8_t first, uint8_t count) const {

@@ -34,6 +34,7 @@ class Update : public testing::Test {
   outcome run_query(const char* word, fw_state state);
 
   package_file::bytes flash(uint64_t address, size_t length) const;
+  bool flash_holds_images(uint64_t partition_a, uint64_t partition_b) const;
 
   /// Requests sent, of one kind (first byte, `count` numbers from it on).
   std::vector<package_file::bytes> requests(uint8_t first, uint8_t count = 1) const;

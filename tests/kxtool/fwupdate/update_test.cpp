@@ -10,37 +10,39 @@
 namespace {
 
 using package_file::bytes;
-using package_file::pattern;
+using package_file::IMAGE_A;
+using package_file::IMAGE_B;
+using package_file::PARTITION_1;
+using package_file::PARTITION_2;
 using package_file::row;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr uint64_t PARTITION_1 = 0x40000;
-constexpr uint64_t PARTITION_2 = 0x3300000;
-
-constexpr const char* QUICK = R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1}})";
-
-const bytes IMAGE_A = pattern(5000, 1);
-const bytes IMAGE_B = pattern(2029, 7);
-
-// One partition: two images and, between them, one that is not written.
-void make_one_partition(package_file::file* file) {
-  file->put(256, package_file::header(package_file::IDENTIFICATION,
-                                      {{0x41000, 5000, 2}, {0x42FFF, 0, 255}, {0x43000, 2029, 3}}));
-  file->put(256 + 0x1000, IMAGE_A).put(256 + 0x3000, IMAGE_B);
+/// A card that takes no time, with more keys of its "update" and with faults.
+std::string quick(const std::string& keys = "", const std::string& faults = "") {
+  return R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1)" + keys + R"(}, "faults": {)" + faults + "}}";
 }
 
-void make_one_image(package_file::file* file, const bytes& image) {
-  file->put(256,
-            package_file::header(package_file::IDENTIFICATION, {{0x41000, static_cast<uint32_t>(image.size()), 2}}))
-      .put(256 + 0x1000, image);
-}
+/// Two images and, between them, one that is not written.
+struct one_partition : package_file::file {
+  one_partition() {
+    package_file::one_partition_put(this, package_file::IDENTIFICATION,
+                                    {{0x41000, 5000, 2}, {0x42FFF, 0, 255}, {0x43000, 2029, 3}});
+  }
+};
 
-void make_whole_flash(package_file::file* file) {
-  file->put(PARTITION_1, package_file::header(package_file::IDENTIFICATION, {{0x41000, 5000, 2}}));
-  file->put(PARTITION_2, package_file::header(package_file::IDENTIFICATION, {{0x3302000, 2029, 3}}));
-  file->put(0x41000, IMAGE_A).put(0x3302000, IMAGE_B);
-}
+struct one_image : package_file::file {
+  explicit one_image(const bytes& image) {
+    const row only = {0x41000, static_cast<uint32_t>(image.size()), 2};
+    put(256, package_file::header({only})).put(256 + 0x1000, image);
+  }
+};
+
+struct whole_flash : package_file::file {
+  whole_flash() {
+    package_file::whole_flash_put(this, package_file::IDENTIFICATION);
+  }
+};
 
 TEST_F(Update, FlashThenHoldsThePackageAndTheRunningPartitionIsUntouched) {
   struct {
@@ -50,50 +52,44 @@ TEST_F(Update, FlashThenHoldsThePackageAndTheRunningPartitionIsUntouched) {
     uint64_t untouched;
   } const cases[] = {
       {1, 1, PARTITION_2, PARTITION_1}, {1, 2, PARTITION_1, PARTITION_2}, {0, 1, PARTITION_2, PARTITION_1}};
-  package_file::file package;
-  make_one_partition(&package);
+  const one_partition package;
   for (const auto& test : cases) {
     SCOPED_TRACE(test.target);
     os_type_ = test.os_type;
-    plug(R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1, "partition": )" + std::to_string(test.running) +
-         "}}");
+    plug(quick(R"(, "partition": )" + std::to_string(test.running)));
     const outcome result = run(package);
     EXPECT_EQ(result.status, 0) << result.log;
     EXPECT_THAT(result.printed, HasSubstr("****kx firmware has write success, please reset(use BMC) to active!****\n"));
-    EXPECT_EQ(flash(test.target + 0x1000, IMAGE_A.size()), IMAGE_A);
-    EXPECT_EQ(flash(test.target + 0x3000, IMAGE_B.size()), IMAGE_B);
+    EXPECT_TRUE(flash_holds_images(test.target, test.target));
     EXPECT_EQ(flash(test.untouched, 0x10000), bytes(0x10000));
     EXPECT_EQ(requests(0x21).size(), 0u) << "an image of size 0 was erased";
   }
 }
 
 TEST_F(Update, WholeFlashPackageWritesBothPartitions) {
-  package_file::file package;
-  make_whole_flash(&package);
-  plug(QUICK);
+  const whole_flash package;
+  plug(quick());
   const outcome result = run(package);
   EXPECT_EQ(result.status, 0) << result.log;
   EXPECT_THAT(result.log, HasSubstr("try to update part B"));
   EXPECT_THAT(journal_, testing::ElementsAre(HasSubstr("runs TARN-FW-BOARDTYPE-1.0.0 from partition 1"),
                                              HasSubstr("to both partitions: 2 images, 7032 bytes"),
                                              HasSubstr("which both partitions now hold")));
-  EXPECT_EQ(flash(0x41000, IMAGE_A.size()), IMAGE_A);
-  EXPECT_EQ(flash(0x3302000, IMAGE_B.size()), IMAGE_B);
+  EXPECT_TRUE(flash_holds_images(PARTITION_1, PARTITION_2));
   ASSERT_EQ(requests(19).size(), 2u);
   EXPECT_EQ(requests(22).size(), 1u);
 }
 
 TEST_F(Update, RequestsHaveTheirLayoutAndOrder) {
-  package_file::file package;
-  make_one_image(&package, {1, 2, 3, 4, 5});
-  plug(QUICK);
+  const one_image package({1, 2, 3, 4, 5});
+  plug(quick());
   ASSERT_EQ(run(package).status, 0);
   ASSERT_EQ(sent_.size(), 7u);
   bytes authorise(65);
   authorise[0] = 28;
   EXPECT_EQ(sent_[0], authorise);
   bytes header_request = {19, 2, 0xD0, 0x07, 0x00, 0x00, 0x30, 0x03};
-  const bytes header = package_file::header(package_file::IDENTIFICATION, {{0x41000, 5, 2}});
+  const bytes header = package_file::header({{0x41000, 5, 2}});
   header_request.insert(header_request.end(), header.begin(), header.end());
   header_request.resize(2008);
   EXPECT_EQ(sent_[1], header_request);
@@ -110,14 +106,11 @@ TEST_F(Update, RequestsHaveTheirLayoutAndOrder) {
 }
 
 TEST_F(Update, DataIsCutIntoPacketsOf2028Bytes) {
-  struct {
-    uint32_t size;
-    std::vector<size_t> packets;
-  } const cases[] = {{2028, {2028}}, {2029, {2028, 4}}, {4056, {2028, 2028}}, {1, {4}}};
-  for (const auto& test : cases) {
-    package_file::file package;
-    make_one_image(&package, pattern(test.size, 1));
-    plug(QUICK);
+  const std::pair<uint32_t, std::vector<size_t>> cases[] = {
+      {2028, {2028}}, {2029, {2028, 4}}, {4056, {2028, 2028}}, {1, {4}}};
+  for (const auto& [size, expected] : cases) {
+    const one_image package(counted_bytes(size, 1));
+    plug(quick());
     ASSERT_EQ(run(package).status, 0);
     std::vector<size_t> packets;
     uint32_t at = 0x41000;
@@ -126,7 +119,7 @@ TEST_F(Update, DataIsCutIntoPacketsOf2028Bytes) {
       EXPECT_EQ(request[4] | request[5] << 8 | request[6] << 16, static_cast<int>(at));
       at += static_cast<uint32_t>(packets.back());
     }
-    EXPECT_EQ(packets, test.packets) << test.size;
+    EXPECT_EQ(packets, expected) << size;
   }
 }
 
@@ -138,9 +131,8 @@ TEST_F(Update, LongImageArrivesWholeOrTheCutFileIsSeen) {
   for (uint32_t i = 0; i < SIZE; ++i) {
     image[i] = static_cast<uint8_t>(i * i >> 8);
   }
-  package_file::file package;
-  make_one_image(&package, image);
-  plug(QUICK);
+  one_image package(image);
+  plug(quick());
   ASSERT_EQ(run(package).status, 0);
   EXPECT_EQ(flash(PARTITION_2 + 0x1000, SIZE), image);
 
@@ -157,19 +149,24 @@ TEST_F(Update, LongImageArrivesWholeOrTheCutFileIsSeen) {
 }
 
 TEST_F(Update, FaultsOfTheCardEndInTheirStatusAndLines) {
-  const auto update = [](const char* fault) { return std::string(R"("update": {)") + fault + "}"; };
+  const auto card = [](const char* keys) { return quick(std::string(", ") + keys); };
+  const auto update = [](const char* fault) { return quick("", std::string(R"("update": {)") + fault + "}"); };
   const auto request = [](const char* fault) {
-    return std::string(R"("processor": {"requests": [{"event_id": 27, )") + fault + "}]}";
+    return quick("", std::string(R"("processor": {"requests": [{"event_id": 27, )") + fault + "}]}");
   };
   const std::string timeout = "The firmware update failed due to a timeout while ";
   struct {
-    std::string fault;
+    std::string card;
     int status;
     size_t erases;
     std::string printed;
     const char* log;
     const char* also_log = "";
   } const cases[] = {
+      {card(R"("authorises": false)"), 5, 0, "", "risc refuse to update"},
+      {card(R"("partition": 0)"), 7, 0, "", "sys fail: invalid cur_partition 0"},
+      {card(R"("partition": 3)"), 7, 0, "", "sys fail: invalid cur_partition 3"},
+      {card(R"("partition": 4294967295)"), 7, 0, "", "sys fail: invalid cur_partition -1"},
       {update(R"("old_request_only": true)"), 0, 1, "", "upd_info.auth = 1"},
       {request(R"("result": -8)"), 7, 0, "", "bar chan or msgq channel is not work ,try it later!"},
       {request(R"("reply": "00 01")"), 7, 0, "", "the reply to request 18 has 2 bytes, must have 70"},
@@ -193,76 +190,75 @@ TEST_F(Update, FaultsOfTheCardEndInTheirStatusAndLines) {
       {update(R"("notice_lost": "end")"), 7, 1, timeout + "copy scp to partition 1 !\n", "UPD_FW_END is sent"},
       {update(R"("notice_garbage": true)"), 0, 1, "", "is not expected now, ignored"},
   };
-  package_file::file package;
-  make_one_image(&package, pattern(30000, 1));
+  const one_image package(counted_bytes(30000, 1));
   limits_ = {200, 200, 200};
   for (const auto& test : cases) {
-    SCOPED_TRACE(test.fault);
-    plug(R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1}, "faults": {)" + test.fault + "}}");
+    SCOPED_TRACE(test.card);
+    plug(test.card);
     const outcome result = run(package);
     EXPECT_EQ(result.status, test.status);
     EXPECT_THAT(result.printed, HasSubstr(test.printed));
     EXPECT_THAT(result.log, testing::AllOf(HasSubstr(test.log), HasSubstr(test.also_log)));
     EXPECT_EQ(requests(0x20).size(), test.erases);
     if (test.status == 0) {
-      EXPECT_EQ(flash(PARTITION_2 + 0x1000, 30000), pattern(30000, 1));
+      EXPECT_EQ(flash(PARTITION_2 + 0x1000, 30000), counted_bytes(30000, 1));
       EXPECT_THAT(result.log, HasSubstr("****upd finish,kxtool will exit!!****"));
     } else {
-      EXPECT_THAT(result.printed, HasSubstr("****The update has failed. Please retry after a few minutes.****\n"));
-      EXPECT_THAT(result.log, HasSubstr("the running partition")) << "what is left is not said";
+      const auto failed = HasSubstr("****The update has failed. Please retry after a few minutes.****\n");
+      EXPECT_EQ(testing::Matches(failed)(result.printed), test.status == 7) << "a refusal is no failure";
+      EXPECT_THAT(result.log,
+                  testing::ContainsRegex("the running partition|nothing was written|only the package header was sent"))
+          << "what is left is not said";
       EXPECT_THAT(result.printed, Not(HasSubstr("write success")));
     }
   }
 }
 
-TEST_F(Update, RefusedOrLostCardsEndBeforeAnythingIsErased) {
-  struct {
-    const char* update;
-    int status;
-    const char* log;
-  } const cases[] = {
-      {R"({"authorises": false})", 5, "risc refuse to update"},
-      {R"({"partition": 0})", 7, "sys fail: invalid cur_partition 0"},
-      {R"({"partition": 3})", 7, "sys fail: invalid cur_partition 3"},
-      {R"({"partition": 4294967295})", 7, "sys fail: invalid cur_partition -1"},
-  };
-  package_file::file package;
-  make_one_partition(&package);
-  for (const auto& test : cases) {
-    plug(std::string(R"({"update": )") + test.update + "}");
-    const outcome result = run(package);
-    EXPECT_EQ(result.status, test.status) << test.update;
-    EXPECT_THAT(result.log, HasSubstr(test.log));
-    EXPECT_TRUE(requests(0x20, 0x20).empty());
-  }
-}
-
 TEST_F(Update, DamagedPackagesAreRefusedBeforeAnythingIsSent) {
+  // In the last part nothing before it may have been written when the fault is found.
+  const row first_of_b = {0x3303000, 2029, 2};
   struct {
-    const char* what;
     std::vector<row> rows;
     const char* printed;
     const char* log;
+    const char* cause;
   } const cases[] = {
-      {"old layout", {{0xF000, 8, 1}}, "scp version was v0,stop doing firmware update!\n", ""},
-      {"behind the file", {{0x80000, 8, 2}}, "invalid kx_pkg.fw_cnt =1 binary", "image 0: 8 bytes at file offset"},
-      {"overlap", {{0x41000, 8, 2}, {0x41004, 8, 2}}, "invalid kx_pkg.fw_cnt =2 binary", "image 1 overlaps image 0"},
+      {{{0xF000, 8, 1}}, "scp version was v0,stop doing firmware update!\n", "", ""},
+      {{{0x80000, 8, 2}}, "invalid kx_pkg.fw_cnt =1 binary", "image 0: 8 bytes at file offset", ""},
+      {{{0x41000, 8, 2}, {0x41004, 8, 2}}, "invalid kx_pkg.fw_cnt =2 binary", "image 1 overlaps image 0", ""},
+      {{first_of_b, {0x3304004, 8, 2}},
+       "",
+       "sys fail: invalid msg_send offset 3304004",
+       "cause: the package is refused: part B image 1: flash offset 0x3304004 is no multiple of 4096\n"},
+      {{first_of_b, {0x3304000, 8, 255}},
+       "",
+       "sys fail: invalid mtd_id 255",
+       "cause: the package is refused: part B image 1: flash device id 255 is not below 255\n"},
+      {{first_of_b, {0x3400000, 8, 2}},
+       "",
+       "part B image 1: 8 bytes at file offset 0x3400000 reach past the file's end at 0x3310000",
+       ""},
   };
   for (const auto& test : cases) {
+    SCOPED_TRACE(test.log);
+    const bool in_part_b = test.rows[0].offset == first_of_b.offset;
     package_file::file package;
-    package.put(256, package_file::header(package_file::IDENTIFICATION, test.rows)).resize(0x20000);
+    if (in_part_b) {
+      package_file::whole_flash_put(&package, package_file::IDENTIFICATION);
+    }
+    package.put(in_part_b ? PARTITION_2 : 256, package_file::header(test.rows)).resize(in_part_b ? 0x3310000 : 0x20000);
     plug("{}");
     const outcome result = run(package);
-    EXPECT_EQ(result.status, 7) << test.what;
+    EXPECT_EQ(result.status, 7);
     EXPECT_THAT(result.printed, HasSubstr(test.printed));
-    EXPECT_THAT(result.log, HasSubstr(test.log));
-    EXPECT_TRUE(sent_.empty()) << test.what;
+    EXPECT_THAT(result.log, testing::AllOf(HasSubstr(test.log), HasSubstr(test.cause),
+                                           HasSubstr("failed: nothing was written to the flash")));
+    EXPECT_TRUE(sent_.empty());
   }
   package_file::file short_file;
   short_file.resize(300);
   EXPECT_THAT(run(short_file).log, HasSubstr("BL1 doesn't valid! "));
-  package_file::file no_part_b;
-  make_whole_flash(&no_part_b);
+  whole_flash no_part_b;
   no_part_b.resize(PARTITION_2 + 10);
   EXPECT_THAT(run(no_part_b).printed, HasSubstr("binary file was damaged during transfer!!!"));
   EXPECT_TRUE(sent_.empty());
@@ -271,8 +267,7 @@ TEST_F(Update, DamagedPackagesAreRefusedBeforeAnythingIsSent) {
 TEST_F(Update, EveryCountAndEveryTruncationIsTakenOrRefusedWithNothingSent) {
   for (uint32_t count = 0; count <= 40; ++count) {
     package_file::file package;
-    package.put(256, package_file::header(package_file::IDENTIFICATION, std::vector<row>(count, row{0x41000, 0, 2})))
-        .resize(0x20000);
+    package.put(256, package_file::header(std::vector<row>(count, row{0x41000, 0, 2}))).resize(0x20000);
     plug(R"({"update": {"header_ms": 0, "end_ms": 0}})");
     const bool valid = count >= 1 && count <= 33;
     const outcome result = run(package);
@@ -282,8 +277,7 @@ TEST_F(Update, EveryCountAndEveryTruncationIsTakenOrRefusedWithNothingSent) {
                                                       " binary file was damaged during transfer!!!\ntips: "));
     EXPECT_EQ(sent_.empty(), !valid) << count;
   }
-  package_file::file package;
-  make_one_partition(&package);
+  one_partition package;
   plug("{}");
   constexpr uint64_t TABLE_END = 256 + 72 + 3 * 12;
   for (uint64_t size = 256 + 0x3000 + 2028; size > 0; size -= size > TABLE_END + 200 ? 97 : 1) {
@@ -300,46 +294,14 @@ TEST_F(Update, ThirtyThreeImagesAreWritten) {
   for (uint32_t i = 0; i < 33; ++i) {
     rows.push_back({0x41000 + i * 0x1000, 8, i});
   }
-  package.put(256, package_file::header(package_file::IDENTIFICATION, rows)).resize(0x40000);
+  package.put(256, package_file::header(rows)).resize(0x40000);
   for (uint32_t i = 0; i < 33; ++i) {
-    package.put(256 + 0x1000 + i * 0x1000, pattern(8, static_cast<uint8_t>(i)));
+    package.put(256 + 0x1000 + i * 0x1000, counted_bytes(8, static_cast<uint8_t>(i)));
   }
   plug(R"({"update": {"erase_ms": 0, "read_back_ms": 0, "end_ms": 0}})");
   const outcome result = run(package);
   ASSERT_EQ(result.status, 0) << result.log;
-  EXPECT_EQ(flash(PARTITION_2 + 0x21000, 8), pattern(8, 32));
-}
-
-// The last image of the last part: nothing before it may have been written when it is found.
-TEST_F(Update, ImagesThatCannotBeAddressedAreRefusedBeforeAnythingIsSent) {
-  struct {
-    row image;
-    const char* log;
-    const char* cause;
-  } const cases[] = {
-      {{0x3303004, 8, 2},
-       "sys fail: invalid msg_send offset 3303004",
-       "cause: the package is refused: part B image 1: flash offset 0x3303004 is no multiple of 4096\n"},
-      {{0x3303000, 8, 255},
-       "sys fail: invalid mtd_id 255",
-       "cause: the package is refused: part B image 1: flash device id 255 is not below 255\n"},
-      {{0x3400000, 8, 2},
-       "part B image 1: 8 bytes at file offset 0x3400000 reach past the file's end at 0x3310000",
-       ""},
-  };
-  for (const auto& test : cases) {
-    package_file::file package;
-    make_whole_flash(&package);
-    package.put(PARTITION_2, package_file::header(package_file::IDENTIFICATION, {{0x3302000, 2029, 3}, test.image}))
-        .resize(0x3310000);
-    plug("{}");
-    const outcome result = run(package);
-    EXPECT_EQ(result.status, 7);
-    EXPECT_THAT(result.log, HasSubstr(test.log));
-    EXPECT_THAT(result.log, HasSubstr(test.cause));
-    EXPECT_THAT(result.log, HasSubstr("failed: nothing was written to the flash"));
-    EXPECT_TRUE(sent_.empty());
-  }
+  EXPECT_EQ(flash(PARTITION_2 + 0x21000, 8), counted_bytes(8, 32));
 }
 
 // A card that cannot be heard must not be erased, and one that falls silent is noticed at once, not by a timer.
@@ -356,8 +318,7 @@ TEST_F(Update, CardThatCannotBeHeardIsNotWritten) {
       {22, "failed: all images are written and verified, but the card has not finished", 12},
   };
   static std::atomic<bool> deaf;
-  package_file::file package;
-  make_one_partition(&package);
+  const one_partition package;
   deafness_ = [] { return deaf ? "the receiver ended" : nullptr; };
   for (const auto& test : cases) {
     deaf = test.from == 0;
@@ -373,13 +334,11 @@ TEST_F(Update, CardThatCannotBeHeardIsNotWritten) {
 
 // What the card tells of its statistics, more or less than is printed or nothing at all, is nothing to the update.
 TEST_F(Update, StatisticsNeverChangeTheResult) {
-  package_file::file package;
-  make_one_partition(&package);
+  const one_partition package;
   const std::string long_reply = "\"reply\": \"" + std::string(200, '0') + '"';
   for (const std::string& fault : {std::string(R"("reply": "00")"), std::string(R"("result": 6)"), long_reply}) {
-    plug(std::string(R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1}, "faults": {
-             "update": {"erase_fails": 1}, "processor": {"requests": [{"event_id": 27, "op_code": 1, )") +
-         fault + "}]}}}");
+    plug(quick("", R"("update": {"erase_fails": 1}, "processor": {"requests": [{"event_id": 27, "op_code": 1, )" +
+                       fault + "}]}"));
     const outcome result = run(package);
     EXPECT_EQ(result.status, 0) << fault << result.log;
     EXPECT_EQ(requests(1).size(), 2u);
@@ -398,8 +357,7 @@ TEST_F(Update, FileThatChangesUnderTheUpdateFailsIt) {
       {0x42, 12, 256 + 0x3000, "image 2 cannot be read again"},
   };
   for (const auto& test : cases) {
-    package_file::file package;
-    make_one_partition(&package);
+    one_partition package;
     plug(R"({"update": {"erase_ms": 1, "read_back_ms": 1}})");
     before_request_ = [&](const bytes& request) {
       if (request[0] == test.request && request.size() == test.request_size) {
@@ -415,7 +373,7 @@ TEST_F(Update, FileThatChangesUnderTheUpdateFailsIt) {
 TEST_F(Update, InterruptSaysWhatTheFlashHolds) {
   struct {
     uint8_t request;  // during which Ctrl-C comes
-    bool whole_flash;
+    bool both_partitions;
     int running;
     const char* text;
   } const cases[] = {
@@ -438,8 +396,8 @@ TEST_F(Update, InterruptSaysWhatTheFlashHolds) {
       {0x40, true, 2, "the running partition 2 is untouched\n"},
   };
   for (const auto& test : cases) {
-    package_file::file package;
-    test.whole_flash ? make_whole_flash(&package) : make_one_partition(&package);
+    const one_partition partition;
+    const whole_flash flash;
     guard_.reset();
     guard_.emplace();
     plug(R"({"update": {"erase_ms": 50, "read_back_ms": 1, "end_ms": 50, "partition": )" +
@@ -449,7 +407,7 @@ TEST_F(Update, InterruptSaysWhatTheFlashHolds) {
         raise(SIGINT);
       }
     };
-    const outcome result = run(package);
+    const outcome result = test.both_partitions ? run(flash) : run(partition);
     EXPECT_EQ(result.status, 130) << int{test.request};
     EXPECT_THAT(result.log, HasSubstr(test.text)) << int{test.request};
     EXPECT_EQ(sent_.back()[0], test.request) << "another request followed the interrupt";
@@ -458,8 +416,7 @@ TEST_F(Update, InterruptSaysWhatTheFlashHolds) {
 
 // The card gives up while it still answers the package header.
 TEST_F(Update, FailureReportedDuringTheHeaderEndsTheUpdate) {
-  package_file::file package;
-  make_one_partition(&package);
+  one_partition package;
   plug("{}");
   before_request_ = [](const bytes& request) {
     if (request[0] == 19) {
@@ -493,9 +450,8 @@ TEST_F(Update, QueriesPrintTheirAnswer) {
 }
 
 TEST_F(Update, PipeGetsOneLineAPhase) {
-  package_file::file package;
-  make_one_partition(&package);
-  plug(QUICK);
+  const one_partition package;
+  plug(quick());
   EXPECT_EQ(run(package).printed,
             "image 1/3 erasing\nimage 1/3 writing\nimage 1/3 reading\nimage 3/3 erasing\nimage 3/3 writing\n"
             "image 3/3 reading\nfinishing\n****kx firmware has write success, please reset(use BMC) to active!****\n");

@@ -7,70 +7,53 @@
 
 namespace {
 
-using kx_system::Process;
-using kx_system::Result;
-using testing::HasSubstr;
-using update_run::Workplace;
+using namespace kx_system;
 
 constexpr const char* SLOW_CARD = R"({"information": {"os_type": 1},
                                       "update": {"header_ms": 100, "erase_ms": 250, "read_back_ms": 250, "end_ms": 250}})";
 
-struct break_case {
+struct update_state {
   const char* name;
   const char* device;
-  const char* request;  // how the request begins during whose state the update is broken off
-  const char* text;     // what an interrupt says
+  const char* request;  // how the request begins during which the update is broken off
 };
 
-class FirmwareUpdateBreak : public testing::TestWithParam<break_case> {
- protected:
-  // Breaks the first update off with `signal` and lets a second one run.
-  Result run(const Workplace& work, int signal) {
-    const std::string line = work.line(GetParam().device);
-    Process shell({.card = SLOW_CARD, .state = work.folder.path()});
-    shell.send("0\nsu opsu\n" + line);
-    EXPECT_TRUE(shell.expect_log(std::string("payload=") + GetParam().request));
-    const std::vector<pid_t> tools = shell.tools();
-    EXPECT_EQ(tools.size(), 2u) << "shell and update";
-    if (tools.size() == 2) {
-      kill(tools.back(), signal);
-    }
-    shell.send(line + "quit\n");
-    return shell.wait();
+class FirmwareUpdateBreak : public testing::TestWithParam<std::tuple<update_state, int>> {};
+
+// What the interrupt says in each state is in the unit tests.
+TEST_P(FirmwareUpdateBreak, IsRepeatedByTheNextUpdateOfTheShell) {
+  const auto& [state, signal] = GetParam();
+  const Workplace work;
+  const std::string line = work.line(state.device);
+  Process shell({.card = SLOW_CARD, .state = work.folder.path()});
+  shell.send("0\nsu opsu\n" + line);
+  EXPECT_TRUE(shell.expect_log(std::string("payload=") + state.request));
+  const std::vector<pid_t> tools = shell.tools();
+  ASSERT_EQ(tools.size(), 2u) << "shell and update";
+  kill(tools.back(), signal);
+  shell.send(line + "quit\n");
+  const Result result = shell.wait();
+  EXPECT_EQ(result.status, signal == SIGINT ? 130 : 128 + SIGKILL) << result.out;
+  EXPECT_THAT(result.out, HasSubstr("write success"));
+  EXPECT_TRUE(work.flash_holds_package());
+  if (signal == SIGINT) {
+    EXPECT_THAT(result.err, ContainsRegex("interrupted: .*partition"));
+    EXPECT_THAT(work.log(), ContainsRegex("interrupted: .*partition"));
   }
-};
-
-TEST_P(FirmwareUpdateBreak, KilledUpdateIsRepeated) {
-  const Workplace work;
-  const Result result = run(work, SIGKILL);
-  EXPECT_EQ(result.status, 128 + SIGKILL) << result.out;
-  EXPECT_THAT(result.out, HasSubstr("write success"));
-  EXPECT_TRUE(work.flash_holds_package());
 }
 
-TEST_P(FirmwareUpdateBreak, InterruptedUpdateSaysWhatIsLeftAndIsRepeated) {
-  const Workplace work;
-  const Result result = run(work, SIGINT);
-  EXPECT_EQ(result.status, 130) << result.out;
-  EXPECT_THAT(result.err, HasSubstr(GetParam().text));
-  EXPECT_THAT(work.log(), HasSubstr(GetParam().text));
-  EXPECT_THAT(result.out, HasSubstr("write success"));
-  EXPECT_TRUE(work.flash_holds_package());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    States, FirmwareUpdateBreak,
-    testing::Values(
-        break_case{"authorisation", "eth0", "1c",
-                   "interrupted: nothing was written to the flash, the running partition is untouched\n"},
-        break_case{"header", "0000:3b:00.0", "13", "interrupted: partition 2 is incomplete, image 1 of 2 is "},
-        break_case{"erase", "eth0", "20",
-                   "image 1 of 2 is being erased: repeat the update; the running partition 1 is untouched\n"},
-        break_case{"data", "0000:3b:00.0", "40", "interrupted: partition 2 is incomplete, image 1 of 2 "},
-        break_case{"read_back", "eth0", "61", "image 2 of 2 is written but not verified: repeat the update; "},
-        break_case{"end", "0000:3b:00.0", "16",
-                   "interrupted: all images are written and verified, but the card has not finished: "}),
-    [](const testing::TestParamInfo<break_case>& test) { return test.param.name; });
+INSTANTIATE_TEST_SUITE_P(States, FirmwareUpdateBreak,
+                         testing::Combine(testing::Values(update_state{"authorisation", "eth0", "1c"},
+                                                          update_state{"header", "0000:3b:00.0", "13"},
+                                                          update_state{"erase", "eth0", "20"},
+                                                          update_state{"data", "0000:3b:00.0", "40"},
+                                                          update_state{"read_back", "eth0", "61"},
+                                                          update_state{"end", "0000:3b:00.0", "16"}),
+                                          testing::Values(SIGKILL, SIGINT)),
+                         [](const auto& state_and_signal) {
+                           return std::string(std::get<0>(state_and_signal.param).name) +
+                                  (std::get<1>(state_and_signal.param) == SIGINT ? "_interrupted" : "_killed");
+                         });
 
 TEST(FirmwareUpdateSignals, EndTheUpdateLikeControlCUnlessTheyAreIgnored) {
   struct {
@@ -132,40 +115,26 @@ TEST(FirmwareUpdateBeside, CommandOnAnotherPortWaitsForTheUpdateAndSaysForWhom) 
   const Result result = work.script("cd " + work.folder.path() + "; $KXTOOL fwupdate eth0 " + work.package +
                                         " >out & sleep 0.5; $KXTOOL sn_info eth1 sn_info; wait; cat out",
                                     R"({"update": {"erase_ms": 1500}})");
-  EXPECT_THAT(result.out, testing::StartsWith("sn=KX2601A00042\n"));
+  EXPECT_THAT(result.out, StartsWith("sn=KX2601A00042\n"));
   EXPECT_THAT(result.out, HasSubstr("write success"));
-  EXPECT_THAT(result.err,
-              testing::ContainsRegex("\nwaiting for process [0-9]+ \\(.*/kxtool fwupdate eth0 .*\\), which holds "
-                                     "/tmp/kxtool/kxts_card_0000:3a:00.0\n"));
+  EXPECT_THAT(result.err, ContainsRegex("\nwaiting for process [0-9]+ \\(.*/kxtool fwupdate eth0 .*\\), which holds "
+                                        "/tmp/kxtool/kxts_card_0000:3a:00.0\n"));
   EXPECT_TRUE(work.flash_holds_package());
 }
 
 TEST(FirmwareUpdateBar, TakenAwayEndsTheUpdateWithItsLineAndNotTheShell) {
   for (const int request : {4, 9}) {
     const Workplace work;
-    kx_system::Command command = work.by_address(R"({"update": {"header_ms": 50}, "faults": {"mailbox": {"requests": [
+    Command command = work.by_address(R"({"update": {"header_ms": 50}, "faults": {"mailbox": {"requests": [
         {"event_id": 27, "from": )" + std::to_string(request) +
-                                                 R"(, "count": 1, "takes_bar": true}]}}})");
+                                      R"(, "count": 1, "takes_bar": true}]}}})");
     command.input.insert(command.input.find("quit\n"), "kxpcie cfg_read 0 4\n");
-    const Result result = kx_system::run(command);
+    const Result result = run(command);
     EXPECT_EQ(result.status, 7) << request << result.out;
     EXPECT_THAT(result.err, HasSubstr("kxtool: 0000:3b:00.0 BAR 0 was taken away")) << request;
-    EXPECT_THAT(result.err, testing::ContainsRegex("failed: .*partition")) << request;
+    EXPECT_THAT(result.err, ContainsRegex("failed: .*partition")) << request;
     EXPECT_THAT(result.out, HasSubstr("0x000: 0x80371cf2")) << "the shell goes on";
   }
-}
-
-TEST(FirmwareUpdateTerminal, ControlCEndsTheUpdateWith130) {
-  const Workplace work;
-  kx_system::Command command = work.by_name(R"({"update": {"erase_ms": 10000}})");  // ends long before
-  command.terminal = true;
-  Process update(command);
-  ASSERT_TRUE(update.expect("image 1/2 erasing"));
-  update.send("\x03");
-  const Result result = update.wait();
-  EXPECT_EQ(result.status, 130);
-  EXPECT_THAT(result.out,
-              HasSubstr("image 1 of 2 is being erased: repeat the update; the running partition 1 is untouched"));
 }
 
 }  // namespace

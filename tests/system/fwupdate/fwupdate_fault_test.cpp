@@ -7,91 +7,56 @@
 
 namespace {
 
-using kx_system::Result;
-using testing::Contains;
-using testing::HasSubstr;
-using testing::Not;
-using update_run::bytes;
-using update_run::Workplace;
+using namespace kx_system;
 
-struct fault_case {
-  const char* faults;
-  int status;
-  const char* out;
-  const char* log;
-};
-
-std::string card_with(const char* faults) {
-  return std::string(R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1}, "faults": )") + faults + "}";
+std::string card_with(const std::string& faults) {
+  return R"({"update": {"erase_ms": 1, "read_back_ms": 1, "end_ms": 1}, "faults": )" + faults + "}";
 }
 
-void expect_outcome(const fault_case& test, const Workplace& work, const Result& result) {
-  EXPECT_EQ(result.status, test.status) << result.out;
-  EXPECT_THAT(result.out, HasSubstr(test.out));
-  EXPECT_THAT(work.log(), HasSubstr(test.log));
-  EXPECT_THAT(result.out, HasSubstr(update_run::NEXT_OUT)) << "the run lock is not free";
-  EXPECT_EQ(work.flash_holds_package(), test.status == 0);
-  EXPECT_EQ(work.flash(update_run::PARTITION_1, 0x10000), bytes(0x10000));
-  if (test.status != 0) {
-    EXPECT_THAT(result.out, Not(HasSubstr("write success")));
-  }
-}
-
-TEST(FirmwareUpdateFault, ByName) {
-  const fault_case cases[] = {
-      {R"({"driver": {"requests": [{"type": 1, "from": 3, "count": 1, "errno": 5}]}})", 7, "ioctl error,ret=-1!\n",
-       "****ret = 1 ****"},
-      {R"({"update": {"sum_wrong": 4}})", 7, "crc failed! resent 3 times failed! try to exit!\n", "curcrc="},
-  };
-  for (const fault_case& test : cases) {
-    SCOPED_TRACE(test.faults);
-    const Workplace work;
-    const Result result = kx_system::run(work.with_next("eth0", card_with(test.faults)));
-    expect_outcome(test, work, result);
-    EXPECT_THAT(result.err, HasSubstr("cause: "));
-    EXPECT_THAT(work.log(), HasSubstr("****The update has failed. Please retry after a few minutes.****"));
-  }
-}
-
-TEST(FirmwareUpdateFault, ByAddress) {
-  const fault_case cases[] = {
-      {R"({"mailbox": {"requests": [{"event_id": 27, "from": 2, "count": 1, "message_id": 9}]}})", 15,
-       "send msg id: 0, but get reply msg id: 9.", "upd_info.auth = 1"},
-      {R"({"mailbox": {"requests": [{"event_id": 27, "from": 3, "count": 1, "length": 2}]}})", 12,
-       "reps_buf_len is 1, but reps_msg_len is 2", "KXPKGINFO write flash ok"},
-      {R"({"update": {"erase_fails": 2, "write_fails": 2}})", 0, "write success", "write failed 2 try fix"},
-      {R"({"update": {"notice_garbage": true, "sum_wrong": 1}})", 0, "write success", "crc failed 1try resent idx 0"},
-  };
-  for (const fault_case& test : cases) {
-    SCOPED_TRACE(test.faults);
-    const Workplace work;
-    const Result result = kx_system::run(work.with_next(update_run::ADDRESS, card_with(test.faults)));
-    expect_outcome(test, work, result);
-    if (test.status != 0) {
-      // The channel ended the process; the update still had its say.
-      EXPECT_THAT(work.log(), HasSubstr("the channel to the card failed, exit status " + std::to_string(test.status)));
-      EXPECT_THAT(result.err, HasSubstr("cause: the card"));
-      EXPECT_THAT(result.err, HasSubstr("the running partition"));
-    }
-  }
-}
-
-TEST(FirmwareUpdateFault, StatisticsOfAWrittenUpdateMayBeLongerOrLost) {
+TEST(FirmwareUpdateFault, OnTheWireEndsTheUpdateWithItsLines) {
   struct {
-    const char* answer;
+    const char* device;
+    const char* faults;
+    int status;
+    const char* out;
     const char* log;
-  } const cases[] = {{R"("length": 41)", "====risc->host rx_cnt   tx_cnt   tx_err====\n"},
-                     {R"("message_id": 9)", "the channel to the card failed, exit status 15\n"}};
+    const char* also_log;
+    const char* cause;
+  } const cases[] = {
+      {"eth0", R"({"driver": {"requests": [{"type": 1, "from": 3, "count": 1, "errno": 5}]}})", 7,
+       "ioctl error,ret=-1!\n", "****ret = 1 ****", "****The update has failed. Please retry after a few minutes.****",
+       "cause: the package header was not taken\n"},
+      // The channel ends the process; the update still has its say.
+      {ADDRESS, R"({"mailbox": {"requests": [{"event_id": 27, "from": 2, "count": 1, "message_id": 9}]}})", 15,
+       "send msg id: 0, but get reply msg id: 9.", "upd_info.auth = 1",
+       "the channel to the card failed, exit status 15", "cause: the card"},
+      {ADDRESS, R"({"mailbox": {"requests": [{"event_id": 27, "from": 3, "count": 1, "length": 2}]}})", 12,
+       "reps_buf_len is 1, but reps_msg_len is 2", "KXPKGINFO write flash ok",
+       "the channel to the card failed, exit status 12", "cause: the card"},
+  };
   for (const auto& test : cases) {
+    SCOPED_TRACE(test.faults);
     const Workplace work;
-    const Result result = kx_system::run(work.by_address(card_with(
-        (std::string(R"({"mailbox": {"requests": [{"event_id": 27, "from": 12, )") + test.answer + "}]}}").c_str())));
-    EXPECT_EQ(result.status, 0) << result.out;
-    EXPECT_THAT(result.out, HasSubstr("write success"));
-    EXPECT_THAT(work.log(), HasSubstr(test.log));
-    EXPECT_THAT(result.err, HasSubstr("the card's next reset starts TARN-FW-BOARDTYPE-2.0.0"));
-    EXPECT_TRUE(work.flash_holds_package());
+    const Result result = run(work.with_next(test.device, card_with(test.faults)));
+    EXPECT_EQ(result.status, test.status) << result.out;
+    EXPECT_THAT(result.out, AllOf(HasSubstr(test.out), Not(HasSubstr("write success"))));
+    EXPECT_THAT(result.out, HasSubstr(NEXT_OUT)) << "the run lock is not free";
+    EXPECT_THAT(result.err, AllOf(HasSubstr(test.cause), HasSubstr("the running partition")));
+    EXPECT_THAT(work.log(), AllOf(HasSubstr(test.log), HasSubstr(test.also_log)));
+    EXPECT_FALSE(work.flash_holds_package());
+    EXPECT_EQ(work.flash(PARTITION_1, 0x10000), bytes(0x10000));
   }
+}
+
+TEST(FirmwareUpdateFault, StatisticsOfAWrittenUpdateMayBeLost) {
+  const Workplace work;
+  const Result result =
+      run(work.by_address(card_with(R"({"mailbox": {"requests": [{"event_id": 27, "from": 12, "message_id": 9}]}})")));
+  EXPECT_EQ(result.status, 0) << result.out;
+  EXPECT_THAT(result.out, HasSubstr("write success"));
+  EXPECT_THAT(work.log(), HasSubstr("the channel to the card failed, exit status 15\n"));
+  EXPECT_THAT(result.err, HasSubstr("the card's next reset starts TARN-FW-BOARDTYPE-2.0.0"));
+  EXPECT_TRUE(work.flash_holds_package());
 }
 
 // Without notices the card would be erased and the update would wait for a timer. The query that follows works.
@@ -113,14 +78,13 @@ TEST(FirmwareUpdateFault, ToolThatCannotHearNoticesChangesNothingOrEndsAtOnce) {
   for (const auto& test : cases) {
     SCOPED_TRACE(test.netlink);
     const Workplace work;
-    const Result result = kx_system::run(
+    const Result result = run(
         work.with_next("eth0", std::string("{") + test.notices + R"("faults": {"netlink": {)" + test.netlink + "}}}"));
     EXPECT_EQ(result.status, 7) << result.out;
-    EXPECT_THAT(result.err, HasSubstr(std::string("cause: the card's answers cannot be heard: ")));
-    EXPECT_THAT(result.err, HasSubstr(test.cause));
-    EXPECT_THAT(result.err, HasSubstr(test.flash));
-    EXPECT_THAT(result.out, HasSubstr(update_run::NEXT_OUT));
-    EXPECT_EQ(work.flash(update_run::PARTITION_1, 0x10000), bytes(0x10000));
+    EXPECT_THAT(result.err, AllOf(HasSubstr("cause: the card's answers cannot be heard: "), HasSubstr(test.cause),
+                                  HasSubstr(test.flash)));
+    EXPECT_THAT(result.out, HasSubstr(NEXT_OUT));
+    EXPECT_EQ(work.flash(PARTITION_1, 0x10000), bytes(0x10000));
     const bool nothing = test.flash == NOTHING;
     EXPECT_EQ(testing::Matches(Contains(HasSubstr(" payload=13")))(result.log), !nothing) << "package header";
   }

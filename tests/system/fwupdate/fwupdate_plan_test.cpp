@@ -8,16 +8,7 @@
 
 namespace {
 
-using kx_system::Result;
-using testing::AllOf;
-using testing::AnyOf;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
-using update_run::bytes;
-using update_run::Workplace;
+using namespace kx_system;
 
 Result run(const Workplace& work, std::vector<std::string> words, const std::string& card = "{}") {
   words.insert(words.begin(), {"fwupdate", "eth0"});
@@ -34,17 +25,20 @@ TEST(FirmwareUpdatePlan, DryRunShowsCardPackageAndWriteAndLeavesTheFlash) {
     const Workplace work(kind);
     const Result result = run(work, {work.package, "--dry-run"}, R"({"information": {"os_type": 1}})");
     EXPECT_EQ(result.status, 0) << result.out << result.err;
-    for (const std::string& line :
-         {std::string("  interface       eth0\n"), std::string("  address         0000:3b:00.0\n"),
-          std::string("  serial number   "), std::string("  board type      BOARDTYPE\n"),
-          std::string("  runs            TARN-FW-BOARDTYPE-1.0.0 from partition 1\n"),
-          "  SHA-256         " + sha256_of(work.package) + "\n",
-          std::string("    image 0             5000 bytes at flash offset 0x00041000 of device 2\n"),
-          std::string("  part A          TARN-FW-BOARDTYPE-2.0.0, header sum 0x12345678 (its bytes have another)\n"),
-          std::string("  writes          2 images, 7032 bytes, to ") +
-              (kind == 1 ? "partition 2\n" : "both partitions\n"),
-          std::string("  takes           about 1 s, and what the card takes to erase and read back\n"),
-          std::string("  refused         by nothing\n")}) {
+    const std::string lines[] = {
+        "  interface       eth0\n",
+        "  address         0000:3b:00.0\n",
+        "  serial number   ",
+        "  board type      BOARDTYPE\n",
+        "  runs            TARN-FW-BOARDTYPE-1.0.0 from partition 1\n",
+        "  SHA-256         " + sha256_of(work.package) + "\n",
+        "    image 0             5000 bytes at flash offset 0x00041000 of device 2\n",
+        "  part A          TARN-FW-BOARDTYPE-2.0.0, header sum 0x12345678 (its bytes have another)\n",
+        std::string("  writes          2 images, 7032 bytes, to ") +
+            (kind == 1 ? "partition 2\n" : "both partitions\n"),
+        "  takes           about 1 s, and what the card takes to erase and read back\n",
+        "  refused         by nothing\n"};
+    for (const std::string& line : lines) {
       EXPECT_THAT(result.out, HasSubstr(line));
     }
     EXPECT_THAT(result.log, Not(hears_of_the_update()));
@@ -108,7 +102,7 @@ TEST(FirmwareUpdatePlan, RefusalsNameTheirCauseAndADryRunEndsAlike) {
     EXPECT_THAT(dry.out, AllOf(HasSubstr("  refused         "),
                                HasSubstr(test.dry + (" (status " + std::to_string(test.status) + ")\n"))));
     EXPECT_THAT(dry.log, Not(hears_of_the_update()));
-    EXPECT_EQ(work.flash(update_run::PARTITION_2, 0x10000), bytes(0x10000));
+    EXPECT_EQ(work.flash(PARTITION_2, 0x10000), bytes(0x10000));
   }
 }
 

@@ -1,18 +1,16 @@
 // A package file and a card's kept folder for one update of the real tool under the virtual card.
 #pragma once
 
-#include <cstdint>
 #include <string>
-#include <vector>
 
+#include "../../kxtool/fwupdate/package_file.h"
 #include "system/process.h"
 
-namespace update_run {
+namespace kx_system {
 
-using bytes = std::vector<uint8_t>;
-
-inline constexpr uint64_t PARTITION_1 = 0x40000;
-inline constexpr uint64_t PARTITION_2 = 0x3300000;
+using package_file::bytes;
+using package_file::PARTITION_1;
+using package_file::PARTITION_2;
 
 /// Images of 5000 and 2029 bytes; the identification fits the card that is plugged in without a card file.
 struct Workplace {
@@ -24,21 +22,21 @@ struct Workplace {
   /// The update log of all runs.
   std::string log() const;
 
-  /// One-shot "kxtool fwupdate eth0 WORD"; the package without a word.
-  kx_system::Command by_name(const std::string& card = "{}", const std::string& word = "") const;
+  /// One-shot: kxtool fwupdate eth0 and the package.
+  Command by_name(const std::string& card = "{}") const;
   /// Runs a script of the system's shell, see kx_system::script.
-  kx_system::Result script(const std::string& text, const std::string& card) const;
+  Result script(const std::string& text, const std::string& card) const;
   /// The shell, which binds the card first and, with `super_user`, has the raised permission.
-  kx_system::Command by_address(const std::string& card = "{}", bool super_user = true) const;
+  Command by_address(const std::string& card = "{}", bool super_user = true) const;
   /// The update of `device` in the shell of a super user; behind it a command that needs the device's run lock and
   /// prints NEXT_OUT.
-  kx_system::Command with_next(const std::string& device, const std::string& card) const;
+  Command with_next(const std::string& device, const std::string& card) const;
   /// The lines that a user types in the shell for an update of `device`.
   std::string line(const std::string& device) const {
     return "kxtool fwupdate " + device + " " + package + "\n";
   }
 
-  kx_system::Folder folder;
+  Folder folder;
   std::string package;
   int kind;
 };
@@ -46,4 +44,4 @@ struct Workplace {
 inline constexpr const char* ADDRESS = "0000:3b:00.0";
 inline constexpr const char* NEXT_OUT = "active partition: ";
 
-}  // namespace update_run
+}  // namespace kx_system
