@@ -16,14 +16,9 @@ namespace {
 
 // The page's text as it stands on paper, as far as names go.
 std::string page_read(const char* path) {
-  std::string text = temp_folder::read(path);
+  const std::string text = temp_folder::read(path);
   EXPECT_FALSE(text.empty()) << path;
-  for (const char* mark : {"\\-", "\\:"}) {
-    for (size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at)) {
-      text.replace(at, 2, mark[1] == '-' ? "-" : "");
-    }
-  }
-  return text;
+  return std::regex_replace(std::regex_replace(text, std::regex(R"(\\-)"), "-"), std::regex(R"(\\:)"), "");
 }
 
 // True when `name` stands in `text` as a whole word.
@@ -67,6 +62,10 @@ TEST_F(Documents, EveryMaintenanceCommandHasThem) {
     ASSERT_NE(usage, nullptr);
     EXPECT_NE(entry.usage, nullptr);
     const std::string text = usage;
+    const size_t synopsis = text.find("\n    SYNOPSIS:\n        ");
+    ASSERT_NE(synopsis, std::string::npos) << "no synopsis";
+    EXPECT_TRUE(text.starts_with("    COMMAND:\n        ") && has_word(text.substr(0, synopsis), entry.name));
+    EXPECT_TRUE(text.back() != '\n' && text.find('\t') == std::string::npos) << "no block";
     EXPECT_NE(text.find("\n    DESCRIPTION:\n        "), std::string::npos) << "no purpose";
     EXPECT_NE(text.find(instead == nullptr ? "\n    EXAMPLES:\n        kxtool "
                                            : "\n    AVAILABILITY:\n        Not in this build. In its place: "),

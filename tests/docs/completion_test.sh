@@ -13,9 +13,7 @@ offers() {
   fi
 }
 
-offers 'kxtool sn' sn_info
 offers 'kxtool --' --help --version
-offers 'kxtool res' # for the super user only
 offers 'kxtool sn_info et' eth0 eth1 eth2
 offers 'kxtool  sn_info  eth0 ' sn_info
 offers 'kxtool -v '
@@ -26,11 +24,9 @@ offers 'kxtool bind 0000:3b:00.' 00.0 00.1
 offers 'kxtool bind 0000:3b:00.0 kxt' kxtrace_app
 offers 'kxtool bind eth0 kxpcie ms' msix_dump msi_dump
 offers 'kxtool bind eth0 kxrdma '
-offers 'kxtool bind eth0 kxvqm glb vers' version
 offers 'kxtool set_vf_status eth0 --mode ' all_vf vf2_max
 offers 'kxtool set_vf_status eth0 --mode all_vf --status ' auto enable disable
 offers 'kxtool set_vf_status eth0 --mode all_vf ' --mode --status
-offers 'kxtool help sn' sn_info
 offers 'kxtool help sn_info '
 offers 'kxtool sn_info e'  eth0 eth1 eth2 # and not eno1
 offers 'kxtool bind 0' 0000:3b:00.0 0000:3b:00.1 0000:3b:01.0
@@ -40,20 +36,4 @@ offers 'kxvcard --card x -- ls '
 offers 'kxvcard -- build/kxtool sn' sn_info
 offers 'kxtool sn_info e th0 $(x) `y` *'
 
-# kxpkg's words, in the array that bash hands over.
-source "$2" || exit 1
-kxpkg_offers() {
-  COMP_WORDS=($1) COMP_CWORD=$(($# > 1 ? $2 : ${#COMP_WORDS[@]} - 1))
-  _kxpkg
-  if [ "${COMPREPLY[*]}" != "$3" ]; then
-    echo "'$1' offers '${COMPREPLY[*]}', not '$3'"
-    failed=1
-  fi
-}
-kxpkg_offers 'kxpkg c' 1 check
-kxpkg_offers 'kxpkg --' 1 '--help --version'
-kxpkg_offers 'kxpkg check' 2 ''
-cd "$(mktemp -d)" && touch a.json b.txt
-kxpkg_offers 'kxpkg build' 2 a.json
-rm -r "$PWD"
 exit $failed

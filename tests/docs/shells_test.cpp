@@ -6,8 +6,7 @@
 
 namespace {
 
-using kx_system::Command;
-using kx_system::Process;
+using namespace kx_system;
 
 constexpr const char* ZSH = "/bin/zsh";
 

@@ -6,8 +6,9 @@
 
 namespace {
 
+using namespace kx_system;
+
 using session::plain;
-using testing::HasSubstr;
 
 TEST(TraceApp, WordsDecide) {
   const std::vector<session::Row> rows = {
@@ -31,7 +32,7 @@ TEST(TraceApp, WordsDecide) {
       {"vqm rate 1 4294967303", "invalid vfid, vfid: 4294967295\n"},
       {"dtp rate 1 4", "invalid portid, portid: 4\n"},
       {"np rate 1 16", "invalid portid, portid: 16\n"},
-      {"trace cmd", testing::MatchesRegex("### The Bar Addr: 0x[0-9a-f]+ ###\n### Trace App Cmdline Test ###\n")},
+      {"trace cmd", MatchesRegex("### The Bar Addr: 0x[0-9a-f]+ ###\n### Trace App Cmdline Test ###\n")},
   };
   session::expect_shows("{}", "kxtrace_app ", rows);
 }
@@ -87,10 +88,10 @@ TEST(TraceApp, MeasuresTheRatesThatTheCardHas) {
   const char* headings[] = {"[\033[32mvqm rate\033[0m]: vfid: 7\n[\033[33mcatch: 0\033[0m] tx: ",
                             "[\033[32mdtp rate\033[0m]: portid: 3\n", "[\033[32mnp rate\033[0m]: portid: 0\n"};
   for (size_t i = 0; i < 3; ++i) {
-    EXPECT_THAT(session.outputs[i], testing::StartsWith(headings[i]));
+    EXPECT_THAT(session.outputs[i], StartsWith(headings[i]));
     const rates r = read_rates(session.outputs[i]);
     // A busy machine delays single reads; a wrong half, unit or second is off by more.
-    const auto within = [](double rate) { return testing::AllOf(testing::Ge(rate * 0.8), testing::Le(rate * 1.25)); };
+    const auto within = [](double rate) { return AllOf(testing::Ge(rate * 0.8), testing::Le(rate * 1.25)); };
     EXPECT_THAT(static_cast<double>(r.tx_packets), within(1000000));
     EXPECT_THAT(static_cast<double>(r.tx_bits), within(64000000.0 * 8));
     EXPECT_THAT(static_cast<double>(r.rx_packets), within(250000));

@@ -6,11 +6,10 @@
 
 namespace {
 
+using namespace kx_system;
+
 using session::one_shot;
 using session::plain;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
 
 std::string transfer(const char* command, const char* data) {
   return std::string("tunnel function=0000:3b:00.0 command=") + command + " data=" + data;
@@ -78,11 +77,6 @@ TEST(CardMemory, EveryFaultEndsInOneLineAndAFailure) {
     const char* line;
   } cases[] = {
       {"no list", R"({"faults": {"configuration": {"capability_pointer": 0}}})", "cap_id_addr invalid\n"},
-      {"dead pointer", R"({"faults": {"configuration": {"capability_pointer": 255}}})", "cap_id_addr invalid\n"},
-      {"pointer into the BARs", R"({"faults": {"configuration": {"capability_pointer": 16}},
-                                     "functions": {"0000:3b:00.0": {"config": {"0x10": "03000000"}}}})",
-       "cap_id_addr invalid\n"},
-      {"list loops", R"({"faults": {"configuration": {"capability_loop": true}}})", "pcie cap[0x3] not find\n"},
       {"no tunnel", R"({"functions": {"0000:3b:00.0": {"vpd_capability": false}}})", "pcie cap[0x3] not find\n"},
       {"all ones", R"({"faults": {"configuration": {"all_ones": true}}})", "cap_id_addr invalid\n"},
       {"no answer", R"({"faults": {"tunnel": {"transfers": [{"flag_stuck": true}]}}})",
@@ -114,10 +108,10 @@ TEST(CardMemory, AFailingCardEndsALongListAtTheFirstTimeOut) {
 
 TEST(CardMemory, AKilledToolLeavesNothingBehind) {
   // The answer to transfer 30 is late, so that the kill hits the middle of it.
-  const auto result = kx_system::run(
-      kx_system::script("$KXTOOL bind 0000:3b:00.0 kxvqm vf all > /dev/null & sleep 0.3; kill -9 $!; wait; "
-                        "exec $KXTOOL bind 0000:3b:00.0 kxvqm vf 3",
-                        R"({"faults": {"tunnel": {"transfers": [{"from": 30, "count": 1, "delay_ms": 400}]}},
+  const auto result =
+      run(script("$KXTOOL bind 0000:3b:00.0 kxvqm vf all > /dev/null & sleep 0.3; kill -9 $!; wait; "
+                 "exec $KXTOOL bind 0000:3b:00.0 kxvqm vf 3",
+                 R"({"faults": {"tunnel": {"transfers": [{"from": 30, "count": 1, "delay_ms": 400}]}},
           "queue_engine": {"vfs": {"3": {"send_packets": 1, "send_bytes": 2, "receive_packets": 3,
                                          "receive_bytes": 4, "drops": 5}}}})"));
   EXPECT_EQ(result.status, 0);
@@ -126,11 +120,11 @@ TEST(CardMemory, AKilledToolLeavesNothingBehind) {
 }
 
 TEST(CardMemory, ToolsAtTheSameTimeDoNotMixTheirWords) {
-  const auto result = kx_system::run(
-      kx_system::script("cd \"${TMPDIR:-/tmp}\"; tool=\"$KXTOOL bind 0000:3b:00.0\"; "
-                        "for i in 1 2 3 4; do $tool kxbttl dxge 1 dump 0 3 > a.$$; done & "
-                        "for i in 1 2 3 4; do $tool kxvqm vf 3 > b.$$ || exit 1; cat b.$$; done; wait; rm -f a.$$ b.$$",
-                        R"({"queue_engine": {"vfs": {"3": {"send_packets": "0x1122334455667788"}}}})"));
+  const auto result =
+      run(script("cd \"${TMPDIR:-/tmp}\"; tool=\"$KXTOOL bind 0000:3b:00.0\"; "
+                 "for i in 1 2 3 4; do $tool kxbttl dxge 1 dump 0 3 > a.$$; done & "
+                 "for i in 1 2 3 4; do $tool kxvqm vf 3 > b.$$ || exit 1; cat b.$$; done; wait; rm -f a.$$ b.$$",
+                 R"({"queue_engine": {"vfs": {"3": {"send_packets": "0x1122334455667788"}}}})"));
   EXPECT_EQ(result.status, 0);
   const std::string once =
       "vf[3]\n  send pkt : \t1234605616436508552\n  send byte: \t0\n  receive pkt : 0\n  receive byte: 0\n"

@@ -2,15 +2,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "system/session.h"
 
 namespace {
 
+using namespace kx_system;
+
 using session::plain;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 /// The module and its commands that scripts know, in order: '/' before what belongs to the group above, '*' behind what
 /// is for the super user.
@@ -73,15 +71,6 @@ listed read_listed(const std::string& line) {
   return result;
 }
 
-std::vector<std::string> lines_of(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) {
-    lines.push_back(line);
-  }
-  return lines;
-}
-
 TEST(VqmCommands, AreListedByLevel) {
   for (const bool super : {false, true}) {
     std::vector<std::string> names;
@@ -98,7 +87,7 @@ TEST(VqmCommands, AreListedByLevel) {
       }
     }
     auto at = names.begin();
-    for (const std::string& name : kx_system::words_of(NAMES)) {
+    for (const std::string& name : words_of(NAMES)) {
       const auto found = std::find(at, names.end(), name.substr(0, name.find('*')));
       EXPECT_EQ(found != names.end(), super || name.back() != '*') << name;
       at = found != names.end() ? found + 1 : at;
@@ -109,7 +98,7 @@ TEST(VqmCommands, AreListedByLevel) {
 // The commands of the groups are tried as their group's help says they want to be used.
 TEST(VqmCommands, TakeTheWordsThatTheirHelpNames) {
   std::vector<std::string> helps;
-  for (const std::string& group : kx_system::words_of(GROUPS)) {
+  for (const std::string& group : words_of(GROUPS)) {
     helps.push_back("kxvqm " + group);
   }
   std::vector<listed> all;
@@ -142,13 +131,13 @@ TEST(VqmCommands, TakeTheWordsThatTheirHelpNames) {
     const std::string* out = &session.outputs[6 * i];
     const bool clears = plain(out[0]).find(" done\n") != std::string::npos;
     EXPECT_TRUE(clears || plain(out[0]).find("\n  ") != std::string::npos) << out[0];
-    EXPECT_THAT(out[1], testing::Not(HasSubstr("Error")));
+    EXPECT_THAT(out[1], Not(HasSubstr("Error")));
     EXPECT_THAT(out[2], StartsWith("kx_vqm Error: num of parameters is too much.\n"));
     if (all[i].has_index || all[i].settable == 1) {
       EXPECT_THAT(out[3], StartsWith("kx_vqm Error: para[rubbish] illegal.\n"));
       // Only a register of 64 bits holds this number.
-      EXPECT_THAT(plain(out[5]), testing::AnyOf(StartsWith("kx_vqm Error: para[-1] out of range [0, "),
-                                                testing::EndsWith(": 0xffffffffffffffff\n")));
+      EXPECT_THAT(plain(out[5]),
+                  AnyOf(StartsWith("kx_vqm Error: para[-1] out of range [0, "), EndsWith(": 0xffffffffffffffff\n")));
     } else {
       EXPECT_THAT(out[3], StartsWith("kx_vqm Error: num of parameters is too "));
     }
@@ -159,10 +148,7 @@ TEST(VqmCommands, TakeTheWordsThatTheirHelpNames) {
 }
 
 TEST(VqmCommands, InNoGroupAnswerToo) {
-  const struct {
-    const char* line;
-    const char* starts;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"rd", "[rdesc state]\n"},
       {"rx", "[packets received]\n"},
       {"rxst", "[receive state]\n"},
@@ -223,8 +209,8 @@ TEST(VqmCommands, InNoGroupAnswerToo) {
       {"barchan send_ovs_msg 39 0 0x1234", "  word 0  : 0x"},
   };
   std::vector<session::Row> rows;
-  for (const auto& c : cases) {
-    rows.push_back({c.line, StartsWith(c.starts)});
+  for (const auto& [line, starts] : cases) {
+    rows.push_back({line, StartsWith(starts)});
   }
   const auto session = session::expect_shows("{}", "kxvqm ", rows, true);
   EXPECT_EQ(plain(session.outputs[34]), "[int status]\n") << "zero fields are not printed now";

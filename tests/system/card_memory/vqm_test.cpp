@@ -6,9 +6,9 @@
 
 namespace {
 
+using namespace kx_system;
+
 using session::plain;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 constexpr const char* CARD = R"({"queue_engine": {"date": "0x20240117", "vfs": {
     "0": {"send_packets": "0xffffffffffffffff"},
@@ -45,7 +45,7 @@ TEST(Vqm, PrintsTheCountersOfAFunction) {
       {"vf 3x", "kx_vqm Error: para[3x] illegal.\n" + help},
       {"vf", "kx_vqm Error: num of parameters is too less.\n" + help},
       {"vf 1 2", "kx_vqm Error: num of parameters is too much.\n" + help},
-      {"cnt vf", testing::StartsWith("kx_vqm Error: num of parameters is too less.\ncnt ")},
+      {"cnt vf", StartsWith("kx_vqm Error: num of parameters is too less.\ncnt ")},
       {"cnt vf 1193", HasSubstr("\ncnt qp ")},
   };
   session::expect_shows(CARD, "kxvqm ", rows);
@@ -55,10 +55,10 @@ TEST(Vqm, PrintsAllFunctions) {
   const auto result = session::one_shot(CARD, "kxvqm vf all");
   EXPECT_EQ(result.status, 0);
   const std::string out = plain(result.out);
-  EXPECT_THAT(out, testing::StartsWith("vf[0]\n"));
+  EXPECT_THAT(out, StartsWith("vf[0]\n"));
   EXPECT_EQ(std::count(out.begin(), out.end(), '['), 1193);
-  EXPECT_THAT(out, testing::EndsWith("vf[1192]\n  send pkt : \t1\n  send byte: \t2\n  receive pkt : 3\n"
-                                     "  receive byte: 4294967300\n  drop pkt cnt: 4294967295\n"));
+  EXPECT_THAT(out, EndsWith("vf[1192]\n  send pkt : \t1\n  send byte: \t2\n  receive pkt : 3\n"
+                            "  receive byte: 4294967300\n  drop pkt cnt: 4294967295\n"));
 }
 
 // The same command in both register layouts, with the address that the card sees.
@@ -87,10 +87,10 @@ TEST(Vqm, ChoosesTheLayoutByTheVersion) {
 // A version that cannot be read is none: what the card before had says nothing of this one.
 TEST(Vqm, AFailedBindKeepsNoLayout) {
   const auto result =
-      kx_system::run({.card = R"({"faults": {"tunnel": {"transfers": [{"from": 2, "count": 1, "flag_stuck": true}]}}})",
-                      .input = "0\nsbdf\n0\nkxvqm qfc sys_clk\nquit\n"});
+      run({.card = R"({"faults": {"tunnel": {"transfers": [{"from": 2, "count": 1, "flag_stuck": true}]}}})",
+           .input = "0\nsbdf\n0\nkxvqm qfc sys_clk\nquit\n"});
   EXPECT_THAT(result.out, HasSubstr("\nREG_READ_32 failed!\n"));
-  EXPECT_THAT(result.log_of("card_read"), testing::Contains("card_read address=0x6208004008 value=0x00000000"));
+  EXPECT_THAT(result.log_of("card_read"), Contains("card_read address=0x6208004008 value=0x00000000"));
 }
 
 // A 16-bit register leaves the other half of its word alone; a 64-bit register is written low word first.
@@ -112,14 +112,14 @@ TEST(Vqm, WritesNothingWhenAWordIsWrong) {
                                     {"kxvqm trpg pktgen 64 100 0 x", "kxvqm trpg pktgen 64 100 0",
                                      "kxvqm host device_mac 0 1 0x10000", "kxvqm host queue_ring_addr 1193 1 1 1"},
                                     true);
-  EXPECT_THAT(session.result.log_of("card_write"), testing::IsEmpty());
-  EXPECT_THAT(session.outputs[1], testing::StartsWith("kx_vqm Error: num of parameters is too less.\n"));
-  EXPECT_THAT(session.outputs[2], testing::StartsWith("kx_vqm Error: para[65536] out of range [0, 65535].\n"));
+  EXPECT_THAT(session.result.log_of("card_write"), IsEmpty());
+  EXPECT_THAT(session.outputs[1], StartsWith("kx_vqm Error: num of parameters is too less.\n"));
+  EXPECT_THAT(session.outputs[2], StartsWith("kx_vqm Error: para[65536] out of range [0, 65535].\n"));
 }
 
 TEST(Vqm, TheEngineReacts) {
   const std::vector<session::Row> rows = {
-      {"check_vqm", testing::EndsWith("vqm check failed: 1 register reports errors\n")},
+      {"check_vqm", EndsWith("vqm check failed: 1 register reports errors\n")},
       {"rdesc cnt_clear", "rdesc counter clear done\n"},
       {"check_vqm", "vqm check ok\n"},
       {"glb int_test 0x81", testing::_},
@@ -129,7 +129,7 @@ TEST(Vqm, TheEngineReacts) {
        "[packets sent]\n  packets sent                : 0x64\n"
        "[bytes sent]\n  bytes sent                  : 0x1900\n"},
       {"trpg txclr", testing::_},
-      {"tx", testing::StartsWith("[packets sent]\n  packets sent                : 0x0\n")},
+      {"tx", StartsWith("[packets sent]\n  packets sent                : 0x0\n")},
       {"host device_feature_sel 7 1", testing::_},
       {"host device_feature 7", "[device feature]\n  device feature              : 0x1\n"},
       {"idtrans_sel 0x3005", HasSubstr("  pcie function               : 0xd\n  queue base                  : 0x6\n")},
@@ -139,9 +139,9 @@ TEST(Vqm, TheEngineReacts) {
 
 TEST(Vqm, ALiveDeviceIsNeededForRegistersAndMessagesOnly) {
   const auto result =
-      kx_system::run({.input = "q\nkxvqm glb\nkxvqm glb version\nsu opsu\nkxvqm barchan send_ovs_msg 39 0\nquit\n"});
+      run({.input = "q\nkxvqm glb\nkxvqm glb version\nsu opsu\nkxvqm barchan send_ovs_msg 39 0\nquit\n"});
   EXPECT_THAT(result.out, HasSubstr("glb date"));
-  EXPECT_THAT(result.out, testing::EndsWith("\nIt does not bind to any pcie device,Please bind kx device!\n"));
+  EXPECT_THAT(result.out, EndsWith("\nIt does not bind to any pcie device,Please bind kx device!\n"));
   EXPECT_THAT(plain(result.out),
               HasSubstr("It does not bind to any pcie device,Please bind kx device!\nread_val_from_kx failed!\n"
                         "[vqm version]\n  version id                  : 0xffffffff\n"));

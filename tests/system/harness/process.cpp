@@ -31,14 +31,8 @@ milliseconds left_until(Clock::time_point end) {
   return std::max(milliseconds(0), std::chrono::duration_cast<milliseconds>(end - Clock::now()));
 }
 
-std::vector<std::string> lines_of(const std::string& text) {
-  std::vector<std::string> lines;
-  for (size_t start = 0; start < text.size();) {
-    size_t end = std::min(text.find('\n', start), text.size());
-    lines.push_back(text.substr(start, end - start));
-    start = end + 1;
-  }
-  return lines;
+std::string proc_file(pid_t pid, const std::string& name) {
+  return "/proc/" + std::to_string(pid) + "/" + name;
 }
 
 void close_fd(int& fd) {
@@ -63,7 +57,16 @@ void drain(int& fd, std::string& text) {
 std::vector<std::string> Result::log_of(std::string_view prefix) const {
   std::vector<std::string> lines;
   std::copy_if(log.begin(), log.end(), std::back_inserter(lines),
-               [&](const std::string& line) { return line.compare(0, prefix.size(), prefix) == 0; });
+               [&](const std::string& line) { return line.starts_with(prefix); });
+  return lines;
+}
+
+std::vector<std::string> lines_of(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    lines.push_back(line);
+  }
   return lines;
 }
 
@@ -224,33 +227,16 @@ bool Process::expect_log(std::string_view text, milliseconds limit) {
 std::vector<pid_t> Process::tools() const {
   // Only the processes below kxvcard: another test may run a tool at the same time.
   std::vector<pid_t> family = {pid_};
-  std::vector<std::pair<pid_t, pid_t>> parents;
-  std::error_code ignored;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc", ignored)) {
-    pid_t pid = static_cast<pid_t>(strtol(entry.path().filename().c_str(), nullptr, 10));
-    std::string stat = pid > 0 ? Folder::read(entry.path().string() + "/stat") : "";
-    size_t name_end = stat.rfind(')');
-    int parent = 0;
-    if (name_end != std::string::npos && sscanf(stat.c_str() + name_end, ") %*c %d", &parent) == 1) {
-      parents.emplace_back(parent, pid);
-    }
-  }
-  std::sort(parents.begin(), parents.end());
   for (size_t i = 0; i < family.size(); ++i) {
-    for (const auto& [parent, pid] : parents) {
-      if (parent == family[i]) {
-        family.push_back(pid);
-      }
-    }
+    // All of them start others from their first thread.
+    std::istringstream children(Folder::read(proc_file(family[i], "task/" + std::to_string(family[i]) + "/children")));
+    std::copy(std::istream_iterator<pid_t>(children), {}, std::back_inserter(family));
   }
-  std::vector<pid_t> tools;
-  for (pid_t pid : family) {
-    std::string exe = std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/exe", ignored);
-    if (exe == std::filesystem::canonical(program_, ignored)) {
-      tools.push_back(pid);
-    }
-  }
-  return tools;
+  std::error_code ignored;
+  const std::filesystem::path tool = std::filesystem::canonical(program_, ignored);
+  std::erase_if(family,
+                [&](pid_t pid) { return std::filesystem::read_symlink(proc_file(pid, "exe"), ignored) != tool; });
+  return family;
 }
 
 void Process::signal(int number) const {

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <regex>
+
 namespace session {
 
 namespace {
@@ -15,11 +17,8 @@ std::string marker(size_t number) {
 }
 
 // What standard error says about the markers is not the lines' doing.
-std::string without_markers(std::string text) {
-  for (size_t at = text.find("kxtool: '@"); at != std::string::npos; at = text.find("kxtool: '@", at)) {
-    text.erase(at, text.find('\n', at) - at + 1);
-  }
-  return text;
+std::string without_markers(const std::string& text) {
+  return std::regex_replace(text, std::regex("kxtool: '@[^\n]*\n"), "");
 }
 
 std::string cut_to(std::string* text, const std::string& end) {
@@ -74,18 +73,7 @@ kx_system::Result one_shot(const std::string& card, const std::string& words) {
 }
 
 std::string plain(const std::string& text) {
-  std::string result;
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\033') {
-      i = text.find('m', i);
-      if (i == std::string::npos) {
-        break;
-      }
-    } else {
-      result += text[i];
-    }
-  }
-  return result;
+  return std::regex_replace(text, std::regex("\033[^m]*m"), "");
 }
 
 }  // namespace session

@@ -7,10 +7,7 @@
 
 namespace {
 
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
+using namespace kx_system;
 
 TEST(KxpcieWrites, SayWhatWasWritten) {
   const std::vector<session::Row> rows = {
@@ -51,7 +48,7 @@ TEST(KxpcieRetrain, GoesThroughThePortAbove) {
       {{"retrain", "port 0000:3a:00.0: link at 2.5 GT/s x2 trains anew\nport 0000:3a:00.0: link at 8.0 GT/s x8\n"},
        {"link_status", StartsWith("speed        8.0 GT/s of 16.0 GT/s  DEGRADED\n")}},
       true);
-  EXPECT_THAT(session.result.log_of("retrain"), testing::ElementsAre("retrain function=0000:3a:00.0"));
+  EXPECT_THAT(session.result.log_of("retrain"), ElementsAre("retrain function=0000:3a:00.0"));
   EXPECT_THAT(session::line_run(R"({"functions": {"0000:3a:00.0": {"present": false}}})", "kxpcie retrain"),
               HasSubstr("no port above the function can be found\n"));
   EXPECT_THAT(session::line_run(R"({"link": {"training_ms": 60000}})", "kxpcie retrain"),
@@ -74,7 +71,7 @@ TEST(KxpcieMargin, MeasuresLanesAndGivesEverythingBack) {
   EXPECT_THAT(session.outputs[1], AllOf(StartsWith("eye of lane 1: "), HasSubstr("\n   1    6/20  0.075 UI ")));
   EXPECT_EQ(session.outputs[2] + session.outputs[3] + session.outputs[4], LINK_SETTINGS_TEXT);
   const auto log = session.result.log_of("margining lane=2 ");
-  EXPECT_THAT(log, testing::Contains(NORMAL_SETTINGS));
+  EXPECT_THAT(log, Contains(NORMAL_SETTINGS));
   EXPECT_EQ(log.back(), "margining lane=2 command=0x9c38");
 }
 
@@ -84,27 +81,24 @@ TEST(KxpcieMargin, LeavesOutWhatTheReceiverCannotDo) {
 }
 
 TEST(KxpcieMargin, RefusesLinksThatCannotBeMargined) {
-  const struct {
-    const char* card;
-    const char* says;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {R"({"link": {"speed": 3}})", "margining needs a link at 16 GT/s or more\n"},
       {R"({"link": {"width": 0}})", "the link is down\n"},
       {R"({"margining": {"ready": false}})", "the receiver is not ready for margining\n"},
       {R"({"margining": {"silent_lanes": [1]}})",
        "margining of lane 1: the receiver does not answer a command; the lane may not be at its normal settings\n"},
   };
-  for (const auto& c : cases) {
-    const auto session = session::run(c.card, {"kxpcie eye 1 0", LINK_SETTINGS[0], LINK_SETTINGS[1]}, true);
-    EXPECT_THAT(session.outputs[0], HasSubstr(c.says)) << c.card;
-    EXPECT_EQ(session.outputs[1] + session.outputs[2], "0x070: 0x0042\n0x090: 0x0004\n") << c.card;
+  for (const auto& [card, says] : cases) {
+    const auto session = session::run(card, {"kxpcie eye 1 0", LINK_SETTINGS[0], LINK_SETTINGS[1]}, true);
+    EXPECT_THAT(session.outputs[0], HasSubstr(says)) << card;
+    EXPECT_EQ(session.outputs[1] + session.outputs[2], "0x070: 0x0042\n0x090: 0x0004\n") << card;
   }
-  const auto other = kx_system::run({.input = "1\nsu opsu\nkxpcie margin\nquit\n"});
+  const auto other = run({.input = "1\nsu opsu\nkxpcie margin\nquit\n"});
   EXPECT_THAT(other.out, HasSubstr("the function has no Lane Margining at the Receiver capability\n"));
 }
 
 TEST(KxpcieMargin, AnInterruptGivesEverythingBack) {
-  kx_system::Process process({.terminal = true});
+  Process process({.terminal = true});
   ASSERT_TRUE(process.expect("Please enter index: "));
   process.send("0\r");
   ASSERT_TRUE(process.expect("[kxtool:0000:3b:00.0]>"));
@@ -128,11 +122,11 @@ TEST(KxpcieMargin, AnInterruptGivesEverythingBack) {
   EXPECT_EQ(result.status, 255);
   EXPECT_THAT(result.out, AllOf(HasSubstr("0x070: 0x0042"), HasSubstr("0x090: 0x0004"), HasSubstr("0x2d0: 0x9c38")));
   EXPECT_THAT(result.out, HasSubstr("%\r\r\x1b[Kkxtools_err: "));  // the progress bar is out of the way
-  EXPECT_THAT(result.log_of("margining"), testing::Contains(NORMAL_SETTINGS));
+  EXPECT_THAT(result.log_of("margining"), Contains(NORMAL_SETTINGS));
 }
 
 TEST(KxpcieMargin, HoldsBothEndsOfTheLinkMeanwhile) {
-  const auto result = kx_system::run(kx_system::script(
+  const auto result = run(script(
       "look() { for f in 0000:3a:00.0 0000:3b:00.0; do od -An -tx2 -j $1 -N2 /sys/bus/pci/devices/$f/config; done; }; "
       "look 112; look 144; (printf '0\\nsu opsu\\nkxpcie margin 2 200\\n'; sleep 20) | $KXTOOL > /dev/null & "
       "while ! look 112 | grep -q 0240; do sleep 0.05; done; sleep 0.2; look 112; look 144; kill $!; "
@@ -143,8 +137,8 @@ TEST(KxpcieMargin, HoldsBothEndsOfTheLinkMeanwhile) {
 
 // Two that hold settings would give back each other's, and training ends a measurement. Other bits are others'.
 TEST(KxpcieMargin, HasTheLinkToItselfAndGivesBackWhatItHeld) {
-  const kx_system::Folder folder;
-  const auto result = kx_system::run(kx_system::script(
+  const Folder folder;
+  const auto result = run(script(
       "cd " + folder.path() +
       "; control() { od -An -tx2 -j 112 -N2 /sys/bus/pci/devices/0000:3b:00.0/config; }; "
       "printf '0\\nsu opsu\\nkxpcie margin 2 1000\\nquit\\n' | $KXTOOL > /dev/null & first=$!; "
@@ -152,8 +146,8 @@ TEST(KxpcieMargin, HasTheLinkToItselfAndGivesBackWhatItHeld) {
       "printf '0\\nsu opsu\\nkxpcie cfg_write 0x70 0x02c0 2\\nkxpcie retrain\\nquit\\n' | $KXTOOL > retrain 2>&1 & "
       "until grep -q waiting retrain; do sleep 0.05; done; kill -INT $first; wait; control; cat retrain"));
   EXPECT_THAT(result.out, StartsWith(" 00c2\n"));
-  EXPECT_THAT(result.out, testing::ContainsRegex("waiting for process [0-9]+ \\([^\n]*\\), which holds "
-                                                 "/tmp/kx_pcie/pcie_link_lockfile\nport 0000:3a:00.0: link at 16.0"));
+  EXPECT_THAT(result.out, ContainsRegex("waiting for process [0-9]+ \\([^\n]*\\), which holds "
+                                        "/tmp/kx_pcie/pcie_link_lockfile\nport 0000:3a:00.0: link at 16.0"));
 }
 
 TEST(KxpcieReset, GivesEverySettingBack) {
@@ -167,23 +161,20 @@ TEST(KxpcieReset, GivesEverySettingBack) {
   EXPECT_EQ(session.outputs[0], session.outputs[3]);
   EXPECT_EQ(session.outputs[1], session.outputs[4]);
   EXPECT_EQ(session.outputs[5], "0x068: 0x00102930\n");
-  EXPECT_THAT(session.result.log_of("function_reset"), testing::ElementsAre("function_reset function=0000:3b:00.0"));
+  EXPECT_THAT(session.result.log_of("function_reset"), ElementsAre("function_reset function=0000:3b:00.0"));
 }
 
 TEST(KxpcieReset, TakesTheFunctionLevelOneOfTheKernelsMethods) {
-  const auto result = kx_system::run(
-      kx_system::script("printf '0\\nsu opsu\\nkxpcie flr 0000:3b:00.0\\nquit\\n' | $KXTOOL; "
-                        "cat /sys/bus/pci/devices/0000:3b:00.0/reset_method",
-                        R"({"functions": {"0000:3b:00.0": {"driver": "", "files": {"reset_method": "pm flr\n"}}}})"));
+  const auto result =
+      run(script("printf '0\\nsu opsu\\nkxpcie flr 0000:3b:00.0\\nquit\\n' | $KXTOOL; "
+                 "cat /sys/bus/pci/devices/0000:3b:00.0/reset_method",
+                 R"({"functions": {"0000:3b:00.0": {"driver": "", "files": {"reset_method": "pm flr\n"}}}})"));
   EXPECT_THAT(result.out, HasSubstr("0000:3b:00.0 was reset and has its settings back\n"));
-  EXPECT_THAT(result.out, testing::EndsWith("pm flr\n"));
+  EXPECT_THAT(result.out, EndsWith("pm flr\n"));
 }
 
 TEST(KxpcieReset, RefusesWhatItWouldBreak) {
-  const struct {
-    const char* function;
-    const char* says;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {R"("driver": "", "vfs_on": 2)", "virtual functions of 0000:3b:00.0 are on; a reset would remove them\n"},
       {R"("driver": "", "reset_capable": false)", "the function cannot be reset by itself\n"},
       {R"("driver": "vfio-pci")", "a driver uses 0000:3b:00.0; unbind it first\n"},
@@ -191,11 +182,11 @@ TEST(KxpcieReset, RefusesWhatItWouldBreak) {
       {R"("driver": "", "files": {"reset_method": "pm bus\n"})",
        "the kernel offers no function-level reset of 0000:3b:00.0, only: pm bus\n"},
   };
-  for (const auto& c : cases) {
-    const auto session = session::run(std::string(R"({"functions": {"0000:3b:00.0": {)") + c.function + "}}}",
+  for (const auto& [function, says] : cases) {
+    const auto session = session::run(std::string(R"({"functions": {"0000:3b:00.0": {)") + function + "}}}",
                                       {"kxpcie flr 0000:3b:00.0"}, true);
-    EXPECT_THAT(session.outputs[0], HasSubstr(c.says)) << c.function;
-    EXPECT_THAT(session.result.log_of("function_reset"), testing::IsEmpty());
+    EXPECT_THAT(session.outputs[0], HasSubstr(says)) << function;
+    EXPECT_THAT(session.result.log_of("function_reset"), IsEmpty());
   }
 }
 

@@ -7,10 +7,7 @@
 
 namespace {
 
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
+using namespace kx_system;
 
 std::string only(const std::string& card, const std::string& command) {
   return session::line_run(card, "kxpcie " + command);
@@ -82,9 +79,9 @@ TEST(KxpcieReports, ShowWhatTheCardFileSets) {
       "product_data": {"identifier": "rack 7", "serial_number": "S1", "checksum_wrong": true},
       "memory": {"0x6320100010": "0xbeef"}})",
                                              "kxpcie ", rows);
-  EXPECT_THAT(session.outputs, testing::Each(Not(HasSubstr("failed"))));
+  EXPECT_THAT(session.outputs, Each(Not(HasSubstr("failed"))));
   EXPECT_THAT(session.outputs.front(), StartsWith(session.outputs.back())) << "the card was left alone";
-  EXPECT_THAT(session.result.log_of("card_write"), testing::IsEmpty());
+  EXPECT_THAT(session.result.log_of("card_write"), IsEmpty());
 }
 
 TEST(KxpcieReports, DependOnWhatTheLinkAndTheFunctionAre) {
@@ -128,10 +125,10 @@ TEST(KxpcieReports, SayWhatAFunctionDoesNotHave) {
 TEST(KxpcieReports, EndAtBrokenChains) {
   const std::vector<session::Row> rows = {
       {"cfg_write 0x61 0x60 1", testing::_},
-      {"cap_list", testing::EndsWith("PCI Express\n0x60    10  PCI Express\n")},
+      {"cap_list", EndsWith("PCI Express\n0x60    10  PCI Express\n")},
       {"msi_dump", HasSubstr("the function has no Message Signaled Interrupts capability\n")},
       {"cfg_write 0x102 0x1001 2", testing::_},
-      {"ecap_list", testing::EndsWith("Reporting\n0x100   0001  1        Advanced Error Reporting\n")},
+      {"ecap_list", EndsWith("Reporting\n0x100   0001  1        Advanced Error Reporting\n")},
       {"sriov", "SR-IOV                 none\nARI                    none\n"},
       {"cfg_write 0x34 0xff 1", testing::_},
       {"cap_list", "offset  id  capability\nnone\n"},
@@ -140,7 +137,7 @@ TEST(KxpcieReports, EndAtBrokenChains) {
 }
 
 TEST(KxpcieBlackBox, HoldsEveryReportAndRefusesLinks) {
-  const kx_system::Folder folder;
+  const Folder folder;
   const std::string file = folder.path() + "/box";
   const std::string link = folder.path() + "/link";
   ASSERT_EQ(symlink(file.c_str(), link.c_str()), 0);
@@ -150,12 +147,12 @@ TEST(KxpcieBlackBox, HoldsEveryReportAndRefusesLinks) {
   EXPECT_THAT(session.outputs[0], AllOf(HasSubstr("/vpd failed: No such file or directory\n"),
                                         HasSubstr("13 of 14 sections written to " + file + "\n")));
   EXPECT_THAT(session.outputs[1], HasSubstr("cannot make " + link + ": File exists\n"));
-  const std::string text = kx_system::Folder::read(file);
+  const std::string text = Folder::read(file);
   EXPECT_THAT(text, AllOf(StartsWith("PCI Express state of 0000:3b:00.0, "), HasSubstr("\n== link status ==\nspeed "),
                           HasSubstr("\n== product data ==\nnot available\n"),
                           HasSubstr("\n== configuration space ==\n0000000000  80371cf2 ")));
   EXPECT_EQ(session.outputs[2], "32 bytes from 0x8400000000 written to " + folder.path() + "/dump\n");
-  EXPECT_THAT(kx_system::Folder::read(folder.path() + "/dump"), StartsWith("8400000000  80371cf2 00000000 "));
+  EXPECT_THAT(Folder::read(folder.path() + "/dump"), StartsWith("8400000000  80371cf2 00000000 "));
 }
 
 }  // namespace

@@ -8,23 +8,14 @@
 
 namespace {
 
-using testing::HasSubstr;
-using testing::StartsWith;
-
-size_t count_of(const std::string& text, const std::string& part) {
-  size_t count = 0;
-  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
-    ++count;
-  }
-  return count;
-}
+using namespace kx_system;
 
 TEST(Kxpcie, ListsItsCommandsByLevel) {
   const auto user = session::run("{}", {"kxpcie", "kxpcie flr 0000:3b:00.0"});
-  EXPECT_EQ(count_of(user.outputs[0], "\nkxpcie "), 22u);
+  EXPECT_THAT(lines_of(user.outputs[0]), Contains(StartsWith("kxpcie ")).Times(23));
   EXPECT_EQ(user.outputs[1], "kxpcie flr 0000:3b:00.0: No execution permission!\n");
   const auto super = session::run("{}", {"kxpcie"}, true);
-  EXPECT_EQ(count_of(super.outputs[0], "\nkxpcie "), 31u);
+  EXPECT_THAT(lines_of(super.outputs[0]), Contains(StartsWith("kxpcie ")).Times(32));
 }
 
 TEST(Kxpcie, ChecksWordsBeforeItTouchesAnything) {
@@ -114,14 +105,14 @@ TEST(Kxpcie, ChecksWordsBeforeItTouchesAnything) {
   }
   std::vector<session::Row> rows = {{"cfg_dump 0 0x100", testing::_}};
   for (const auto& [line, says] : cases) {
-    const auto two_lines = testing::ResultOf([](const std::string& out) { return count_of(out, "\n"); }, 2u);
+    const auto two_lines = testing::ResultOf(lines_of, testing::SizeIs(2));
     rows.push_back({line, AllOf(StartsWith("kxtools_err: ["), HasSubstr(says), two_lines,
-                                testing::EndsWith("\nkxpcie " + line + ": Command exec failed!\n"))});
+                                EndsWith("\nkxpcie " + line + ": Command exec failed!\n"))});
   }
   rows.push_back({"cfg_dump 0 0x100", testing::_});
   const auto session = session::expect_shows(R"({"bar0": {"size": "0x100000"}})", "kxpcie ", rows, true);
   EXPECT_EQ(session.outputs.front(), session.outputs.back());
-  EXPECT_THAT(session.result.log_of("card_"), testing::Each(HasSubstr("address=0x6208000000")));
+  EXPECT_THAT(session.result.log_of("card_"), Each(HasSubstr("address=0x6208000000")));
 }
 
 TEST(Kxpcie, ExplainsEachCommand) {
@@ -131,7 +122,7 @@ TEST(Kxpcie, ExplainsEachCommand) {
 }
 
 TEST(Kxpcie, NeedsAFunctionThatAnswers) {
-  const auto unbound = kx_system::run({.input = "q\nkxpcie power\nquit\n"});
+  const auto unbound = run({.input = "q\nkxpcie power\nquit\n"});
   EXPECT_THAT(unbound.out, HasSubstr("It does not bind to any pcie device,Please bind kx device!\n"
                                      "kxpcie power: Command exec failed!\n"));
   // The function leaves the bus at the first transfer behind the bind's.

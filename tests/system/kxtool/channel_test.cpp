@@ -1,17 +1,11 @@
-// Bring-up of both channels: every failure of driver, netlink and mailbox, and notices of every kind.
+// Bring-up of both channels: every failure of driver and mailbox.
 #include <gmock/gmock.h>
 
 #include "system/cases.h"
 
-using kx_system::Case;
-using kx_system::check;
-using kx_system::check_all;
-using kx_system::words_of;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
 namespace {
+
+using namespace kx_system;
 
 const std::string SN = "sn_info eth0 sn_info";
 const std::string UPDATE = "fwupdate 0000:3b:00.0 version";
@@ -58,54 +52,23 @@ TEST(Driver, BringUpFailuresEndTheCommand) {
       {R"({"information": {"wrong_check_word": true}})", SN, 1, op0 + failed + "-1!\n"},
       {R"({"information": {"os_type_status": 1}})", SN, 1, op0 + failed + "-1!\n"},
       {driver_fault(R"("type": 0, "status_flag": 0)"), SN, 1,
-       testing::MatchesRegex("kxtools_err: .tarn_tools_event_info_register..#. the event_pid [0-9]+  of event_id "
-                             "39 ioctl to kernel failed!\n.*")},
+       MatchesRegex("kxtools_err: .tarn_tools_event_info_register..#. the event_pid [0-9]+  of event_id "
+                    "39 ioctl to kernel failed!\n.*")},
   });
 }
 
 TEST(Driver, ATableOfDescriptorsThatIsFullEndsTheCommand) {
-  const auto result =
-      kx_system::run(kx_system::script("exec 3<&- 4<&-; ulimit -n 6; exec $KXTOOL sn_info eth0 sn_info"));
+  const auto result = run(script("exec 3<&- 4<&-; ulimit -n 6; exec $KXTOOL sn_info eth0 sn_info"));
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(without_line_numbers(result.out),
             "kxtools_err: [tarn_tools_socket_init][#] Cannot get generic netlink socket!\n"
             "kxtools_err: [driver_open][#] tarn_tools_socket_init failed, ret=-1!\n");
 }
 
-TEST(Driver, OnlyOneToolIsRegisteredAtAnInterface) {
-  // The second run takes another lock name for the same interface's registration away from the first.
-  const auto result = kx_system::run(
-      kx_system::script("$KXTOOL mac_info eth0 mac_info & sleep 0.5; rm -f /tmp/kxtool/kxts_lock_eth0; "
-                        "$KXTOOL sn_info eth0 sn_info; kill -9 $!; pkill -9 -P $!; true",
-                        R"({"faults": {"processor": {"requests": [{"op_code": 9, "never_answers": true}]}}})"));
-  EXPECT_THAT(result.out, HasSubstr("if so, check if kxtool with the eth0 is running, not allowed another!\n"));
-}
-
-// Runs a command that hangs in its request, so that what comes on netlink is seen.
-std::string hang_with(const std::string& rest) {
-  return R"({"faults": {"processor": {"requests": [{"op_code": 15, "never_answers": true}]})" + rest;
-}
-
-TEST(Netlink, NoticesNobodyKnowsAreReportedAndTheReceiverGoesOn) {
-  kx_system::Process tool({.card = hang_with(R"(}, "notices": [{"payload": "0c000000"}, {"payload": "ff"},
-                                                               {"payload": "02000000 0102"}, {"payload": "2a000000"}]})"),
-                           .words = words_of(SN)});
-  for (const char* op_code : {"12", "0", "42"}) {
-    EXPECT_TRUE(tool.expect(std::string("No information of corresponding op code ") + op_code + " !"));
-  }
-}
-
-TEST(Netlink, AForeignMessageEndsTheReceiverWithALine) {
-  kx_system::Process tool({.card = hang_with(R"(, "netlink": {"notice_family_id": 99}},
-                                                "notices": [{"payload": "02000000"}]})"),
-                           .words = words_of(SN)});
-  EXPECT_TRUE(tool.expect("the msg of family_id 99 not recvived!"));
-}
-
 TEST(Mailbox, BringUpTalksToTheCardInTheStatedBytes) {
   for (const char* layout : {"0", "1", "7", "2", "255"}) {
-    const auto result = kx_system::run(
-        {.card = std::string(R"({"bar0": {"layout_byte": )") + layout + "}}", .words = words_of(UPDATE)});
+    const auto result =
+        run({.card = std::string(R"({"bar0": {"layout_byte": )") + layout + "}}", .words = words_of(UPDATE)});
     EXPECT_EQ(result.status, 6) << layout << result.out;
     EXPECT_THAT(result.log_of("mailbox header"),
                 ElementsAre("mailbox header=010027000800000000000000 payload=0000000000000000"));
@@ -114,17 +77,18 @@ TEST(Mailbox, BringUpTalksToTheCardInTheStatedBytes) {
 }
 
 TEST(Mailbox, ANoticeNobodyKnowsIsReportedAndAcknowledgedEmpty) {
-  kx_system::Process shell({.card = R"({"notices": [{"payload": "0c000000 01"}],
+  Process shell({.card = R"({"notices": [{"payload": "0c000000 01"}],
                                         "faults": {"mailbox": {"requests": [{"event_id": 27, "never_answers": true}]}}})",
-                            .input = "0\nsu opsu\nkxtool fwupdate 0000:3b:00.0 version\n"});
+                 .input = "0\nsu opsu\nkxtool fwupdate 0000:3b:00.0 version\n"});
   EXPECT_TRUE(shell.expect("op_code 12 was not found!")) << shell.output();
   EXPECT_TRUE(shell.expect_log("notice_done header=080027000000000000000000"));
 }
 
-// Notices that fail their check (3, 5, 13) and a card that stays silent (6) are seen during updates, and 6 at the
-// bring-up in slow_test.cpp. No card causes the codes of a wrong caller: descriptors (1, 2, 3, 4, 5, 11, 14) are in
+// A notice that nobody takes (13) and a card that stays silent (6) are seen during updates, and 6 at the bring-up in
+// slow_test.cpp. No card causes the codes of a wrong caller: descriptors (1, 2, 3, 4, 5, 11, 14) are in
 // ChecksTheDescriptorsInOrderAndWritesNothing, the registry (3, 8, 9, 10) in KeepsOneCallbackAnEvent, the ring and the
-// spin lock (-1), the request that no command makes (-20) and slot registers (-99) in mailbox_tables_test.cpp.
+// spin lock (-1), the request that no command makes (-20) and slot registers (-99) in mailbox_tables_test.cpp, headers
+// of notices (3, 5, 13) in ChecksTheHeaderAndLeavesABadMessageInPlace.
 TEST(Mailbox, AFailedExchangeEndsTheProcessWithItsCode) {
   const std::string red = "\033[31mmsg_chan_err: ";
   const std::string init = "kxtools_err: [mailbox_open][#] \r****Bar channel initialization has failed ret=-1****\n";

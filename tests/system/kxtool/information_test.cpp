@@ -3,13 +3,9 @@
 
 #include "system/cases.h"
 
-using kx_system::Case;
-using kx_system::check;
-using kx_system::check_all;
-using testing::ElementsAre;
-using testing::HasSubstr;
-
 namespace {
+
+using namespace kx_system;
 
 const std::string SERIAL = "sn_info eth0 sn_info";
 const std::string MAC = "mac_info eth0 mac_info";
@@ -23,7 +19,7 @@ std::string request(uint32_t reply_length, uint32_t payload_length, const std::s
 }
 
 // The requests behind the three exchanges of start-up.
-std::vector<std::string> requests(const kx_system::Result& result) {
+std::vector<std::string> requests(const Result& result) {
   std::vector<std::string> lines = result.log_of("ioctl interface=");
   return {lines.begin() + std::min<std::ptrdiff_t>(3, std::ssize(lines)), lines.end()};
 }
@@ -95,7 +91,7 @@ TEST(Information, WrongWordsPrintTheUsageLine) {
        "kxtool: temp_info: 'x' is one word too many\n"},
   };
   for (const Case& c : cases) {
-    EXPECT_THAT(requests(check(c)), testing::IsEmpty());
+    EXPECT_THAT(requests(check(c)), IsEmpty());
   }
 }
 
@@ -119,10 +115,7 @@ TEST(Temperature, ThreeAttemptsDecide) {
   const std::string good = "current chip temperature: 150 (degree centigrade) \n";
   const std::string status = "temp_get_err: [temperature_read][#] temp get failed, temp_get_reps.status = 7!\n";
   const std::string last = "temp_get_err: [kxtool_temp_get][#] err chip temperature: ";
-  struct {
-    Case run;
-    size_t exchanges;
-  } const cases[] = {
+  const std::pair<Case, size_t> cases[] = {
       {{information(R"("temperatures": [150])"), TEMP, 0, good}, 1},
       {{R"({"information": {"temperatures": [151, 200, 150]}})", TEMP, 0, good}, 3},
       {{R"({"information": {"temperatures": [151, 152, 153, 20]}})", TEMP, 1, last + "153 (degree centigrade)!!\n"}, 3},
@@ -131,9 +124,9 @@ TEST(Temperature, ThreeAttemptsDecide) {
         status + status + status + last + "0 (degree centigrade)!!\n"},
        3},
   };
-  for (const auto& c : cases) {
-    const std::vector<std::string> sent = requests(check(c.run));
-    ASSERT_EQ(sent.size(), c.exchanges);
+  for (const auto& [run, exchanges] : cases) {
+    const std::vector<std::string> sent = requests(check(run));
+    ASSERT_EQ(sent.size(), exchanges);
     EXPECT_EQ(sent[0], request(24, 20, "1200000000000000000000000000000000000000"));
   }
 }
@@ -160,7 +153,7 @@ TEST(Information, ChannelFailuresAreReported) {
 Case vf_case(const std::string& words, int status, const std::string& rest, const std::string& card = "{}") {
   std::string shown;
   int number = 0;
-  for (const std::string& word : kx_system::words_of(words)) {
+  for (const std::string& word : words_of(words)) {
     shown +=
         "kxtool_set_vf_status_info: [kxtool_set_vf_status][#] argp[" + std::to_string(number++) + "]: " + word + "\n";
   }
@@ -186,7 +179,7 @@ TEST(VfStatus, WordsAreCheckedBeforeAnythingIsSent) {
   for (const auto& row : rows) {
     Case c = vf_case(row.words, 1, err + row.said);
     c.err = std::string("kxtool: ") + row.meant;
-    EXPECT_THAT(requests(check(c)), testing::IsEmpty());
+    EXPECT_THAT(requests(check(c)), IsEmpty());
   }
 }
 
@@ -198,10 +191,7 @@ TEST(VfStatus, ModeAndStatusReachTheDriver) {
   const auto failing = [](const char* answer) {
     return std::string(R"({"faults": {"driver": {"requests": [{"type": 3, )") + answer + "}]}}}";
   };
-  struct {
-    Case run;
-    const char* payload;
-  } const cases[] = {
+  const std::pair<Case, const char*> cases[] = {
       {vf_case("--mode all_vf --status auto", 0, sent + "0, vf_status 0\n" + success), "0000000000000000"},
       {vf_case("--mode all_vf --status enable", 0, sent + "0, vf_status 1\n" + success), "0000000001000000"},
       {vf_case("--mode vf2_max --status disable", 0, sent + "1, vf_status 2\n" + success), "0100000002000000"},
@@ -215,10 +205,10 @@ TEST(VfStatus, ModeAndStatusReachTheDriver) {
                failing(R"("status_flag": 0)")),
        "0000000000000000"},
   };
-  for (const auto& c : cases) {
-    EXPECT_THAT(requests(check(c.run)),
+  for (const auto& [run, payload] : cases) {
+    EXPECT_THAT(requests(check(run)),
                 ElementsAre(AllOf(HasSubstr(" type=3 event_pid=self status=set "),
-                                  HasSubstr(std::string(" payload_length=8 payload=") + c.payload))));
+                                  HasSubstr(std::string(" payload_length=8 payload=") + payload))));
   }
 }
 

@@ -5,13 +5,7 @@
 
 namespace {
 
-using kx_system::Case;
-using kx_system::check;
-using kx_system::check_all;
-using kx_system::words_of;
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
+using namespace kx_system;
 
 const std::string LINK_USAGE_START = "    COMMAND:\n        link\n    SYNOPSIS:\n        kxtool link <device> -m\n";
 
@@ -36,7 +30,7 @@ TEST(Link, ShowsTheModuleOfTheCardFile) {
                     "  temperature   -7.00 degrees Celsius\n"
                     "  voltage       3.2500 V\n"
                     "  lane 1        receive 0.0000 mW (no light)  send 1.0000 mW (0.00 dBm)  bias 7.000 mA\n"};
-  EXPECT_THAT(check(sfp).log_of("module_read "), testing::ElementsAre("module_read offset=0 length=512"));
+  EXPECT_THAT(check(sfp).log_of("module_read "), ElementsAre("module_read offset=0 length=512"));
 
   check_all({
       {card(R"({"receive_power": [100, 200], "eeprom_length": "0xffffffff"})"), "link eth0 -m", 0,
@@ -64,9 +58,9 @@ TEST(Link, SaysWhatIsWrongWithAModule) {
 
 TEST(Link, RefusesOtherWords) {
   for (const char* line : {"link eth0", "link eth0 -M", "link eth0 -m -m", "link eth0 -m;reboot"}) {
-    kx_system::Result result = kx_system::run({.words = words_of(line)});
+    Result result = run({.words = words_of(line)});
     EXPECT_EQ(result.status, 1) << line;
-    EXPECT_THAT(result.out, testing::StartsWith(LINK_USAGE_START)) << line;
+    EXPECT_THAT(result.out, StartsWith(LINK_USAGE_START)) << line;
     EXPECT_TRUE(result.log_of("ethtool ").empty()) << line;
   }
 }

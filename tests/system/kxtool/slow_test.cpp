@@ -4,9 +4,9 @@
 
 #include "system/cases.h"
 
-using kx_system::check;
-
 namespace {
+
+using namespace kx_system;
 
 TEST(SlowMailbox, ACardThatNeverAnswersEndsTheCommandWithSix) {
   const auto result =
@@ -23,7 +23,7 @@ TEST(SlowReceiver, AFamilyThatDoesNotExistEndsTheCommand) {
 }
 
 TEST(SlowLock, ASecondToolGivesUpAfterAMinute) {
-  const auto result = kx_system::run(kx_system::script(
+  const auto result = run(script(
       "flock /tmp/kxtool/kxts_lock_eth0 sleep 150 & sleep 0.3; $KXTOOL sn_info eth0 sn_info; echo status $?; kill $!"));
   EXPECT_EQ(without_line_numbers(result.out),
             "kxtools_err: [kxtool_flock_lock][#] device eth0 is still in use by another kxtool command!\nstatus 1\n");

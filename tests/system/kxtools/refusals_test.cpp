@@ -1,12 +1,10 @@
 // No word of a line is refused in silence: one line names what is wrong and what it is about. The texts that commands
 // print on standard output are seen where each command is; here is what only standard error tells.
-#include <gtest/gtest.h>
-
-#include <sstream>
-
 #include "system/process.h"
 
 namespace {
+
+using namespace kx_system;
 
 struct Refusal {
   const char* line;
@@ -78,21 +76,10 @@ TEST(Refusals, NameTheWordAndWhatIsWrongWithIt) {
   for (const Refusal& row : REFUSALS) {
     input += std::string(row.line) + "\n";
   }
-  const kx_system::Result result = kx_system::run({.input = input + "quit\n"});
-  std::vector<std::string> told;
-  std::istringstream text(result.out + "\n" + result.err);
-  for (std::string line; std::getline(text, line);) {
-    told.push_back(line);
-  }
+  const Result result = run({.input = input + "quit\n"});
+  const std::vector<std::string> told = lines_of(result.out + "\n" + result.err);
   for (const Refusal& row : REFUSALS) {
-    EXPECT_TRUE(std::any_of(told.begin(), told.end(),
-                            [&](const std::string& line) {
-                              return line.find(row.cause) != std::string::npos &&
-                                     line.find(row.target) != std::string::npos;
-                            }))
-        << row.line << " does not tell '" << row.cause << "' of '" << row.target << "':\n"
-        << result.out << "--\n"
-        << result.err;
+    EXPECT_THAT(told, Contains(AllOf(HasSubstr(row.cause), HasSubstr(row.target)))) << row.line;
   }
   EXPECT_EQ(result.status, 255);
 }

@@ -9,8 +9,7 @@
 
 namespace {
 
-using testing::HasSubstr;
-using testing::Not;
+using namespace kx_system;
 
 const std::string PROMPT = "[kxtool:0000:3b:00.0]>";
 const std::string ROOT_PROMPT = "[root@kxtool:0000:3b:00.0]#";
@@ -19,7 +18,7 @@ class Terminal : public testing::Test {
  protected:
   // Starts the shell on a terminal and binds the first function.
   void start(const char* card = "{}", const char* term = "TERM=xterm", unsigned short columns = 0) {
-    process_.emplace(kx_system::Command{.card = card, .terminal = true, .columns = columns, .environment = {term}});
+    process_.emplace(Command{.card = card, .terminal = true, .columns = columns, .environment = {term}});
     ASSERT_TRUE(process_->expect(ASK));
     process_->send("0\r");
     ASSERT_TRUE(process_->expect(PROMPT)) << process_->output();
@@ -28,7 +27,11 @@ class Terminal : public testing::Test {
     process_->send(keys);
     EXPECT_TRUE(process_->expect(expected)) << expected << " not in " << process_->output();
   }
-  std::optional<kx_system::Process> process_;
+  void quit(int status) {
+    type("quit\r", "quit");
+    EXPECT_EQ(process_->wait().status, status);
+  }
+  std::optional<Process> process_;
 };
 
 TEST_F(Terminal, PromptFollowsDeviceAndLevel) {
@@ -37,8 +40,7 @@ TEST_F(Terminal, PromptFollowsDeviceAndLevel) {
   type("sbdf\r", ASK);
   type("1\r", "[root@kxtool:0000:3b:00.1]#");
   type("logout\r", "[kxtool:0000:3b:00.1]>");
-  type("quit\r", "quit");
-  EXPECT_EQ(process_->wait().status, 0);
+  quit(0);
 }
 
 TEST_F(Terminal, TabCompletesWhatTheLevelMayRun) {
@@ -49,8 +51,8 @@ TEST_F(Terminal, TabCompletesWhatTheLevelMayRun) {
   type("", PROMPT);
   type("su opsu\r", ROOT_PROMPT);
   type("kxtool res\t", "kxtool reset ");
-  type("\x15quit\r", "quit");
-  EXPECT_EQ(process_->wait().status, 0);
+  process_->send("\x15");
+  quit(0);
 }
 
 TEST_F(Terminal, ArrowUpBringsBackFailedLinesToo) {
@@ -59,8 +61,7 @@ TEST_F(Terminal, ArrowUpBringsBackFailedLinesToo) {
   type("", PROMPT);
   type("\x1b[A\r", "foo: No such command for kxtools!");
   type("", PROMPT);
-  type("quit\r", "quit");
-  EXPECT_EQ(process_->wait().status, 255);
+  quit(255);
 }
 
 // What a key sends must move or do nothing: a rest of it in the line would be a wrong word, ready for Enter.
@@ -98,8 +99,7 @@ TEST_F(Terminal, KeysMoveOrDoNothingAndLeaveNoRestInTheLine) {
   process_->send("bar\033");
   usleep(300000);  // Escape alone: nothing follows
   type("x\r", "barx: No such command for kxtools!");
-  type("quit\r", "quit");
-  EXPECT_EQ(process_->wait().status, 255);
+  quit(255);
 }
 
 TEST_F(Terminal, InterruptStopsTheCommandAndNotTheShell) {
@@ -110,8 +110,7 @@ TEST_F(Terminal, InterruptStopsTheCommandAndNotTheShell) {
   type("", PROMPT);
   type("help\r", "display this help info");
   type("", PROMPT);
-  type("quit\r", "quit");
-  EXPECT_EQ(process_->wait().status, 130);
+  quit(130);
 }
 
 // All at once: every line runs in turn, an answer goes to the question before it, and the last line waits for its end.
@@ -144,8 +143,7 @@ TEST_F(Terminal, EndOfInputAndInterruptAtThePromptEndTheShell) {
 TEST_F(Terminal, ALineIsEditedOnATerminalNarrowerThanItsPrompt) {
   start("{}", "TERM=xterm", 20);
   type("hlp\x1b[D\x1b[De\r", "display this help info");
-  type("quit\r", "quit");
-  EXPECT_EQ(process_->wait().status, 0);
+  quit(0);
 }
 
 TEST_F(Terminal, ATerminalThatCanDoNothingStillHasAShell) {
@@ -154,29 +152,26 @@ TEST_F(Terminal, ATerminalThatCanDoNothingStillHasAShell) {
   type("", PROMPT);
   type("su opsu\n", ROOT_PROMPT);
   type("\x04", "");
-  const kx_system::Result result = process_->wait();
+  const Result result = process_->wait();
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.out, Not(HasSubstr("\x1b")));
 }
 
 TEST(TerminalMode, IsGivenBackWhenTheToolIsEndedAtItsPrompt) {
-  struct {
-    std::string behind;
-    const char* status;
-  } cases[] = {
+  const std::pair<std::string, const char*> cases[] = {
       {"| head -7", "status 0"},
       {"& until stty -a | grep -q -- -icanon; do sleep 0.01; done; kill $!; wait $!", "status 143"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.behind);
-    kx_system::Command command = kx_system::script("exec 3<&0; $KXTOOL <&3 " + c.behind + "; echo status $?; stty -a");
+  for (const auto& [behind, status] : cases) {
+    SCOPED_TRACE(behind);
+    Command command = script("exec 3<&0; $KXTOOL <&3 " + behind + "; echo status $?; stty -a");
     command.terminal = true;
-    kx_system::Process process(command);
+    Process process(command);
     process.send("0\r");
     bool ended = false;
     for (int i = 0; i < 100 && !ended; ++i) {
       process.send("\r");  // one of the prompts has no reader
-      ended = process.expect(c.status, kx_system::milliseconds(100));
+      ended = process.expect(status, milliseconds(100));
     }
     EXPECT_TRUE(process.expect(" icanon")) << process.output();
   }

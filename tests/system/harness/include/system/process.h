@@ -9,6 +9,7 @@
 // object.
 #pragma once
 
+#include <gmock/gmock.h>
 #include <sys/types.h>
 
 #include <chrono>
@@ -21,6 +22,20 @@
 namespace kx_system {
 
 using std::chrono::milliseconds;
+
+// The words in which the tests say what a run must show: they take them from here with the rest of the namespace.
+using testing::AllOf;
+using testing::AnyOf;
+using testing::Contains;
+using testing::ContainsRegex;
+using testing::Each;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
 
 /// Variables of the environment that force the room and the trap of every run; kxvcard chooses without.
 inline constexpr const char* room_variable = "KX_SYSTEM_ROOM";
@@ -54,6 +69,8 @@ struct Result {
   /// The lines of the log that begin with `prefix`.
   std::vector<std::string> log_of(std::string_view prefix) const;
 };
+
+std::vector<std::string> lines_of(const std::string& text);
 
 /// The words of a line, split at blanks.
 std::vector<std::string> words_of(std::string_view line);
