@@ -35,8 +35,8 @@ std::string proc_file(pid_t pid, const std::string& name) {
   return "/proc/" + std::to_string(pid) + "/" + name;
 }
 
-/// Looking for leaks takes a third of a sanitized run's time: of the command lines every fourth is looked at, always the
-/// same ones, and every shell.
+/// Looking for leaks takes a third of a sanitized run's time: of the command lines every fourth is looked at, always
+/// the same ones, and every shell.
 bool leaves_leaks_alone(const Command& command) {
   std::string line;
   for (const std::string& word : command.words) {
