@@ -44,7 +44,7 @@ TEST_F(SharedFile, KeepsContentAndModeOfAnExistingFile) {
 
 TEST_F(SharedFile, RefusesWhatSomebodyPlanted) {
   folder_.write("victim", "x");
-  ASSERT_EQ(symlink((root_ + "/victim").c_str(), (root_ + "/link").c_str()), 0);
+  ASSERT_EQ(symlink(folder_.write("other_victim", "x").c_str(), (root_ + "/link").c_str()), 0);
   ASSERT_EQ(symlink("/nonexistent", (root_ + "/dangling").c_str()), 0);
   ASSERT_EQ(link((root_ + "/victim").c_str(), (root_ + "/second_name").c_str()), 0);
   ASSERT_EQ(mkfifo((root_ + "/fifo").c_str(), 0666), 0);

@@ -63,11 +63,7 @@ TEST(DevmemWords, RefuseOtherWords) {
 }
 
 TEST(DevmemWords, SayInOneLineWhyAPlaceIsRefused) {
-  struct Row {
-    Words words;
-    const char* line;
-  };
-  const Row rows[] = {
+  const std::pair<Words, const char*> rows[] = {
       {{"0x2"}, "address 0x2 is not a multiple of 4\n"},
       {{"0x7ffffffffffffffc"}, "0x7ffffffffffffffc is no address of two, which has some from 0x0 to 0x1fff\n"},
       {{"0x2000"}, "0x2000 is no address of two, which has some from 0x0 to 0x1fff\n"},
@@ -75,12 +71,12 @@ TEST(DevmemWords, SayInOneLineWhyAPlaceIsRefused) {
       {{"0", "len", "0"}, "a length of 0 reads nothing\n"},
       {{"0", "len", "6"}, "length 0x6 is not a multiple of 4\n"},
   };
-  for (const Row& row : rows) {
+  for (const auto& [words, line] : rows) {
     devmem_request request;
-    ASSERT_TRUE(devmem_words_parse(static_cast<uint32_t>(row.words.size()), row.words.data(), &request));
+    ASSERT_TRUE(devmem_words_parse(static_cast<uint32_t>(words.size()), words.data(), &request));
     const std::string out = printed([&] { EXPECT_FALSE(devmem_request_check(UNIT, &request)); });
     EXPECT_TRUE(out.starts_with("kxtools_err: [")) << out;
-    EXPECT_EQ(out.substr(std::min(out.find("] ", 14), out.size() - 2) + 2), row.line);
+    EXPECT_EQ(out.substr(std::min(out.find("] ", 14), out.size() - 2) + 2), line);
   }
 }
 
