@@ -61,7 +61,7 @@ TEST(MailboxLock, IdsOfPcieIdAndDestination) {
 }
 
 TEST(MailboxLock, HardwareLockIsGrantedByAReadOfZeroAndLabelled) {
-  const test_bar bar(0x1000);
+  test_bar bar(0x1000);
   const kx_mmio_region spin = bar.tool();
   const kx_mmio_region label = bar.tool().from(0x800);
   ASSERT_EQ(bar_hardware_lock(59, spin, label, 0x2300), 0);
@@ -77,7 +77,7 @@ TEST(MailboxLock, HardwareLockIsGrantedByAReadOfZeroAndLabelled) {
 }
 
 TEST(MailboxLock, AFunctionsOwnerReleasesBothItsLocks) {
-  const test_bar bar(0x6000);
+  test_bar bar(0x6000);
   for (const uint32_t id : {19u, 59u}) {
     bar.put(0x4000 + id, {1});
     bar.put(0x5800 + 2 * id, {0x00, 0xA3});
@@ -93,7 +93,7 @@ TEST(MailboxLock, AFunctionsOwnerReleasesBothItsLocks) {
 }
 
 TEST(MailboxSlot, RoutesAndRegisters) {
-  const test_bar bar(0x1000);
+  test_bar bar(0x1000);
   const kx_mmio_region area = bar.tool();
   EXPECT_EQ(bar_slot_of_message(area, 0, 1).base, area.base);
   EXPECT_EQ(bar_slot_of_message(area, 1, 0).base, area.base + 0x800);
@@ -126,7 +126,7 @@ TEST(MailboxRegistry, KeepsOneCallbackAnEvent) {
 }
 
 // Plays the card for one request 33.
-void bar_offset_answer(const test_bar& bar, uint16_t token) {
+void bar_offset_answer(test_bar& bar, uint16_t token) {
   while ((bar.read(0) & 1) == 0) {
     usleep(50);
   }
@@ -140,10 +140,10 @@ void bar_offset_answer(const test_bar& bar, uint16_t token) {
 TEST(MailboxBarOffset, TheTokenIsTheSumOfTheRequestBytes) {
   ASSERT_TRUE(bar_msgid_ring_init());
   for (const int wrong : {0, 1}) {
-    const test_bar bar(0x1000);
+    test_bar bar(0x1000);
     const bar_offset_request request = {bar.tool(), 0xFF80, 0x0302};
     bar_offset_result result = {};
-    std::thread card(bar_offset_answer, std::cref(bar), static_cast<uint16_t>(0xFF + 0x80 + 3 + 2 + wrong));
+    std::thread card(bar_offset_answer, std::ref(bar), static_cast<uint16_t>(0xFF + 0x80 + 3 + 2 + wrong));
     EXPECT_EQ(tarn_get_bar_offset(&request, &result), wrong == 0 ? 0 : -20);
     card.join();
     EXPECT_EQ(result.bar_offset, wrong == 0 ? 0x00F0F000u : 0u);

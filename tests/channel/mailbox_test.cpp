@@ -277,7 +277,7 @@ TEST_F(Notice, TheReceiveThreadDeliversAndEndsWithTheBar) {
             0);
   // As in the tool, the record outlives the thread.
   static kxtool_device device;
-  device.bar = bar_.map_for_owner();
+  device.bar = bar_.map();
   bar_.write(NOTICE + 4, 0);
   ASSERT_EQ(tarn_bc_init(&device), 0);
   EXPECT_EQ(tarn_rx_poll_tick_get(), 5000u);
@@ -298,7 +298,7 @@ TEST_F(Notice, TheReceiveThreadDeliversAndEndsWithTheBar) {
 TEST_F(Notice, OneThatWasLeftBehindBlocksUntilItsCallbackIsThere) {
   ASSERT_EQ(tarn_bar_chan_msg_recv_unregister(39), 0);
   static kxtool_device device;
-  device.bar = bar_.map_for_owner();
+  device.bar = bar_.map();
   bar_.write(NOTICE + 4, 0);
   bar_.write(NOTICE, 39u << 16 | VALID);
   ASSERT_EQ(tarn_bc_init(&device), 0);
