@@ -40,3 +40,15 @@ case_function_removed_while_bound() {
   session_end refused
   lacks "0xffffffff"
 }
+
+# An error line is the whole answer: no value of all ones behind it.
+case_values_of_a_dead_card() {
+  session
+  type_line 0 "su opsu" "kxpcie cfg_read 0 4"
+  shown "0x80371cf2"
+  card dead 1
+  type_line "kxpcie devmem 0x6310000010" "kxpcie cfg_read 0 4" "kxpcie dbi_read 0 0" help
+  shown "kxtrace_app"
+  session_end refused
+  lacks ": 0xffffffff"
+}

@@ -47,3 +47,12 @@ case_module_of_a_port() {
   ran 0 kxtool link eth0 -m
   has "CORVANE OPTICS" "CVO2601A00017"
 }
+
+case_temperature() {
+  card temperature 151
+  ran 1 kxtool temp_info eth0 chip_temp
+  has "err chip temperature: 151 (degree centigrade)!!"
+  card temperature 150
+  ran 0 kxtool temp_info eth1 chip_temp
+  has_line "current chip temperature: 150 (degree centigrade) "
+}

@@ -42,3 +42,12 @@ case_foreign_hardware_is_left_alone() {
   has $PF0
   not_logged "bar_mapped function=$FOREIGN" foreign_config_read
 }
+
+# Addresses above ffff have no place in the tool's address; the others are listed all the same.
+case_list_leaves_out_a_five_digit_segment() {
+  shell 0 q
+  has "10000:00:00.0 is left out: its segment is above ffff" "[0] $PF0"
+  lacks "Bind failed"
+  ran 0 kxtool dump_eth_info
+  has "eth2 is left out: the segment of 10000:00:00.0 is above ffff" $PF0 $PF1
+}

@@ -36,6 +36,13 @@ case_tunnel_beside_a_reader_of_product_data() {
   [ $right -ge $((words / 2)) ] || fail "only $right of $words words were read"
 }
 
+case_dead_card() {
+  card dead 1
+  ran 1 kxtool sn_info eth0 sn_info
+  has "Device $PF0 does not answer!"
+  lacks sn=
+}
+
 # Windows into the network processor's tables end.
 case_tables_through_windows() {
   shell 0 0 "su opsu" "kxnp diag_dpp_se_smmu0_wr128 0 5 1 2 3 4" "kxnp diag_dpp_se_smmu0_rd128 0 5" quit
