@@ -126,8 +126,8 @@ class RunLock : public testing::Test {
   std::string locks() const {
     return state() + "/tmp/kxtool";
   }
-  Result shell(const std::string& script) {
-    Command command = script(script);
+  Result shell(const std::string& text) {
+    Command command = script(text);
     command.state = state();
     return run(command);
   }
