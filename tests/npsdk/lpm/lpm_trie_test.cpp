@@ -1,14 +1,13 @@
+// What the lives of route tables, which are compared with models of table, trie and level, do not show.
 #include "dpp_lpm/lpm_trie.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <map>
 #include <random>
 #include <vector>
 
 #include "../../printed.h"
-#include "../../random_steps.h"
 #include "dpp_lpm/lpm_algo.h"
 #include "lpm_reference.h"
 #include "qlix_comm/memory.h"
@@ -16,27 +15,20 @@
 namespace {
 
 using lpm_reference::prefix;
-using lpm_reference::recount;
 
 /// An instance whose placement has nothing to do: what is tested is the trie and the level.
 struct bare_lpm {
   chw_lpm lpm;
-  explicit bare_lpm(uint32_t key_bytes, uint32_t flags = 0) {
+  explicit bare_lpm(uint32_t key_bytes) {
     const chw_lpm_callbacks none = {};
-    EXPECT_EQ(chw_lpm_init(&lpm, key_bytes, 0, 20, &none, flags, 0), 0u);
+    EXPECT_EQ(chw_lpm_init(&lpm, key_bytes, 0, 20, &none, 0, 0), 0u);
   }
   ~bare_lpm() {
     chw_lpm_destroy(&lpm);
   }
-  uint32_t insert(const prefix& route, lpm_trie_node** node = nullptr) {
+  uint32_t insert(const prefix& route) {
     lpm_trie_node* unused = nullptr;
-    return chw_lpm_trie_insert(&lpm.trie, route.key.data(), route.len, node != nullptr ? node : &unused);
-  }
-  uint32_t remove(const prefix& route) {
-    lpm_released released;
-    const uint32_t code = chw_lpm_trie_delete(&lpm.trie, route.key.data(), route.len, &released);
-    chw_lpm_trie_free_tn(&lpm.trie, released);
-    return code;
+    return chw_lpm_trie_insert(&lpm.trie, route.key.data(), route.len, &unused);
   }
 };
 
@@ -95,76 +87,12 @@ TEST(LpmTrie, KeyAndPrefixLimits) {
   EXPECT_DEATH(chw_lpm_trie_srh(&lpm.lpm.trie, nullptr, 8, 1, nullptr, false), "");
 }
 
-// So that every case of the key check, nesting and clean-up occurs.
-prefix random_route(std::mt19937& rng, uint32_t key_bytes) {
-  return lpm_reference::random_prefix(rng, key_bytes, 8);
-}
-
-void random_life(uint32_t key_bytes, uint32_t flags, uint32_t steps, size_t routes_max, uint32_t seed) {
-  SCOPED_TRACE(testing::Message() << "key bytes " << key_bytes << " flags " << flags);
-  steps = random_steps(steps);
-  std::mt19937 rng(seed);
-  bare_lpm trie(key_bytes, flags);
-  std::map<prefix, uint32_t> model;
-  for (uint32_t step = 0; step < steps; step++) {
-    const prefix route = random_route(rng, key_bytes);
-    if (rng() % routes_max >= model.size()) {
-      lpm_trie_node* node = nullptr;
-      const bool known = model.contains(route);
-      EXPECT_EQ(trie.insert(route, &node), known ? LPM_RC_EXISTS : 0u);
-      EXPECT_TRUE(!known || node->result == model[route]);
-      node->result = step;
-      model[route] = step;
-      EXPECT_EQ(trie.lpm.level, lpm_reference::level(trie.lpm, node));
-    } else {
-      const prefix victim = rng() % 4 == 0 ? route : std::next(model.begin(), rng() % model.size())->first;
-      EXPECT_EQ(trie.remove(victim), model.erase(victim) != 0 ? 0u : LPM_RC_NOT_FOUND);
-    }
-    if (step % 61 == 0 || steps < 3000) {
-      recount(trie.lpm.trie);
-    }
-    ASSERT_EQ(trie.lpm.trie.route_num, model.size());
-    prefix address = random_route(rng, key_bytes);
-    lpm_trie_node* found = nullptr;
-    const auto search = [&](uint32_t mode) {
-      return chw_lpm_trie_srh(&trie.lpm.trie, address.key.data(), address.len, mode, &found, false);
-    };
-    EXPECT_EQ(search(LPM_SRH_EXACT), model.contains(address) ? 0u : LPM_RC_NOT_FOUND);
-    address.len = key_bytes * 8;
-    const auto* expected = lpm_reference::longest(model, address);
-    ASSERT_EQ(search(LPM_SRH_LONGEST), expected == nullptr ? LPM_RC_NOT_FOUND : 0u) << "step " << step;
-    if (expected != nullptr) {
-      ASSERT_EQ(found->result, expected->second) << "step " << step;
-    }
-    if (testing::Test::HasFailure()) {
-      return;
-    }
-  }
-  while (!model.empty()) {
-    EXPECT_EQ(trie.remove(model.begin()->first), 0u);
-    model.erase(model.begin());
-  }
-  EXPECT_EQ(trie.lpm.trie.root, nullptr);
-  EXPECT_EQ(trie.lpm.trie.pool.slabs, nullptr);
-}
-
-TEST(LpmTrie, RandomLifeAgreesWithAMapOfPrefixes) {
-  const caught_output notes;
-  for (const uint32_t key_bytes : {1u, 2u, 4u, 9u, 16u, 18u}) {
-    random_life(key_bytes, 0, 2500, 300, key_bytes);
-    random_life(key_bytes, CHW_LPM_FLAG_OUT_MODE, 2500, 40, 100 + key_bytes);
-  }
-  // Enough routes that the short cuts are built, used while the trie changes, and dropped.
-  random_life(4, 0, 10000, 6000, 7);
-  random_life(16, 0, 10000, 6000, 8);
-}
-
 // What comes back is compared where route tables are stored.
 TEST(LpmTrie, RecoveryRefusesWhatIsNoTrieOfItsOwn) {
   std::mt19937 rng(3);
   bare_lpm trie(16);
   for (uint32_t i = 0; i < 500; i++) {
-    trie.insert(random_route(rng, 16));
+    trie.insert(lpm_reference::random_prefix(rng, 16, 8));
   }
   size_t size = 0;
   uint8_t* blob = nullptr;

@@ -49,6 +49,9 @@ class Life {
     const uint32_t code = dpp_route_insert(table_.get(), &route);
     if (code == 0) {
       model_[one] = result;
+      lpm_trie_node* node = nullptr;
+      EXPECT_EQ(chw_lpm_trie_srh(&lpm()->trie, route.key, one.len, LPM_SRH_EXACT, &node, false), 0u);
+      EXPECT_TRUE(level_jumps_ || lpm()->level == lpm_reference::level(*lpm(), node));
     }
     return code;
   }
@@ -86,6 +89,8 @@ class Life {
   void step() {
     const bool add = model_.empty() || rng_() % 5 < 3;
     const prefix fresh = random_prefix(rng_, cfg_.key_bytes, false);
+    lpm_route asked = as_route(fresh);
+    EXPECT_EQ(dpp_route_search(table_.get(), &asked, LPM_SRH_EXACT), model_.contains(fresh) ? 0u : LPM_RC_NOT_FOUND);
     if (add) {
       const uint32_t code = insert(fresh, static_cast<uint32_t>(rng_() % (DPP_ROUTE_RESULT_MAX + 1)));
       EXPECT_TRUE(code == 0 || code == DPP_ROUTE_RC_FULL) << std::hex << code;
@@ -99,7 +104,7 @@ class Life {
     for (uint32_t i = 0; i < steps && !testing::Test::HasFailure(); i++) {
       step();
       compare_some(1);
-      if (i % 50 == 0) {
+      if (i % 20 == 0) {
         lpm_reference::recount(lpm()->trie);
       }
     }
@@ -112,6 +117,8 @@ class Life {
     compare_some(20);
     EXPECT_EQ(stat().item_num, 0u);
     EXPECT_EQ(stat().block_num, 0u);
+    EXPECT_EQ(lpm()->trie.root, nullptr);
+    EXPECT_EQ(lpm()->trie.pool.slabs, nullptr);
   }
   prefix any_route() {
     return std::next(model_.begin(), static_cast<long>(rng_() % model_.size()))->first;
@@ -129,13 +136,15 @@ class Life {
   std::mt19937 rng_;
   table_owner table_;
   std::map<prefix, uint32_t> model_;
+  bool level_jumps_ = false;
 };
 
 const dpp_route_cfg CFGS[] = {
     {4, 0x100, 8, 4, 0, 20},  {4, 0x100, 8, 4, CHW_LPM_FLAG_OUT_MODE, 20},
     {2, 0x200, 2, 2, 0, 4},   {2, 0x200, 2, 2, CHW_LPM_FLAG_OUT_MODE, 4},
     {16, 0x300, 6, 3, 0, 40}, {18, 0x300, 6, 2, CHW_LPM_FLAG_OUT_MODE, 40},
-    {6, 0, 5, 1, 0, 30},
+    {6, 0, 5, 1, 0, 30},      {1, 0x400, 2, 1, 0, 4},
+    {9, 0x400, 5, 1, 0, 30},
 };
 
 /// Runs a life on each shape of table.
@@ -153,6 +162,19 @@ TEST_F(Route, RandomLifeAgreesWithModelAndChip) {
     life.live(random_steps(1500));
     life.end();
   });
+}
+
+// Enough routes that the short cuts of the trie are built, used while it changes, and dropped.
+TEST_F(Route, LargeLifeAgreesWithModelAndChip) {
+  for (const uint32_t key_bytes : {4u, 16u}) {
+    Life life({key_bytes, 0, 10, 256, 0, 20}, key_bytes);
+    for (uint32_t i = 0; life.model_.size() < 2500; i++) {
+      life.insert(random_prefix(life.rng_, key_bytes, false), i);
+    }
+    EXPECT_NE(life.lpm()->trie.index, nullptr);
+    life.live(random_steps(800));
+    life.end();
+  }
 }
 
 struct snapshot {
@@ -179,6 +201,7 @@ TEST_F(Route, RandomLifeUnderAJumpingLevel) {
     rng = &life.rng_;
     static chw_lpm_callbacks real;
     real = life.lpm()->callbacks;
+    life.level_jumps_ = true;
     life.lpm()->callbacks.cb_save_rst = [](chw_lpm* lpm, lpm_trie_node* node, const lpm_route* route) {
       lpm->level = static_cast<uint32_t>((*rng)() % (lpm->trie.key_size * 8));
       return real.cb_save_rst(lpm, node, route);
