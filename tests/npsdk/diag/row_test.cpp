@@ -1,4 +1,4 @@
-// The row interpreter, seen through commands: ranges, loops, totals, setters, verdicts, failures.
+// The row interpreter, seen through commands: loops, totals, setters, verdicts, failures.
 #include "dpp_row.h"
 
 #include <gmock/gmock.h>
@@ -61,14 +61,6 @@ TEST_F(Row, AddsUpTotals) {
     memory().words[0x01c040 + 4 * port] = 0x10000000;
   }
   EXPECT_THAT(command("diag_dpp_drop", {0}).out, HasSubstr("pbu drop           : 34359738368\n"));
-}
-
-TEST_F(Row, ChecksRangesBeforeTouchingTheDevice) {
-  const run_result result = command("diag_dpp_pktrx_port_en_prt", {0, 128});
-  EXPECT_EQ(result.code, 0x1205u);
-  EXPECT_EQ(result.out,
-            "\n pktrx.rows:#[Error:VALUE[0x80] INVALID] [min=0x0,max=0x7f] ! FUNCTION :diag_dpp_pktrx_port_en_prt !\n");
-  EXPECT_EQ(memory().reads, 0u);
 }
 
 TEST_F(Row, SetsFieldsAndKeepsTheOthers) {

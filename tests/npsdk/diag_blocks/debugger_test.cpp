@@ -32,7 +32,7 @@ TEST_F(CommandsOnCard, StatisticsOfTheTrafficManagerCountOnceTheirAreaIsSet) {
   insert(R"({"registers": {"0x203004": 4}})");
   const run_result busy = command("diag_dpp_stat_tm_init", {0, 0x100, 1});
   EXPECT_EQ(busy.code, 0x611u);
-  EXPECT_TRUE(holds(busy.out, "[ErrorCode:0x611] !-- diag_dpp_stat_tm_init Call idle_wait Fail!\n"));
+  EXPECT_THAT(busy.out, HasSubstr("[ErrorCode:0x611] !-- diag_dpp_stat_tm_init Call idle_wait Fail!\n"));
   EXPECT_EQ(value(&dpp_regs::stat_tm_eram_baddr::tm_eram_baddr), 0x60000u);
 }
 
@@ -40,17 +40,17 @@ TEST_F(CommandsOnCard, PolicerEntriesAreOnesOfTheirTypeAndMemory) {
   set(dpp_regs::car_cpu_ind_data::NUMBER, 0, 7, {0xABCD});
   set(dpp_regs::car_cpu_ind_cmd::NUMBER, 0, 0, {0, 1, 2, 0x20});  // type b, profile
   const std::string profile = text("diag_dpp_stat_car_profile_cfg_prt", {0, 1, 0x20});
-  EXPECT_TRUE(holds(profile, "carb profile-0x0020\n"));
-  EXPECT_TRUE(holds(profile, "profile_word_7 : 0x0000abcd\n"));
-  EXPECT_FALSE(holds(text("diag_dpp_stat_car_profile_cfg_prt", {0, 0, 0x20}), "abcd"));
-  EXPECT_FALSE(holds(text("diag_dpp_stat_car_queue_cfg_prt", {0, 1, 0x20}), "abcd"));
-  EXPECT_FALSE(holds(text("diag_dpp_stat_car_queue_map_prt", {0, 1, 0x20}), "abcd"));
-  EXPECT_TRUE(holds(text("diag_dpp_stat_cara_pkt_queue_cfg_prt", {0, 3}), "cara pkt_queue-0x0003\n"));
+  EXPECT_THAT(profile, HasSubstr("carb profile-0x0020\n"));
+  EXPECT_THAT(profile, HasSubstr("profile_word_7 : 0x0000abcd\n"));
+  EXPECT_THAT(text("diag_dpp_stat_car_profile_cfg_prt", {0, 0, 0x20}), Not(HasSubstr("abcd")));
+  EXPECT_THAT(text("diag_dpp_stat_car_queue_cfg_prt", {0, 1, 0x20}), Not(HasSubstr("abcd")));
+  EXPECT_THAT(text("diag_dpp_stat_car_queue_map_prt", {0, 1, 0x20}), Not(HasSubstr("abcd")));
+  EXPECT_THAT(text("diag_dpp_stat_cara_pkt_queue_cfg_prt", {0, 3}), HasSubstr("cara pkt_queue-0x0003\n"));
 }
 
 TEST_F(CommandsOnCard, DebuggerWalksFromABreakpointOn) {
   text("dpp_softdbg_bp_set", {0, 2, 4, 1, 0x120});
-  EXPECT_TRUE(holds(text("dpp_softdbg_bp_prt", {0, 2}), "cluster-002 bp-4 valid: 1 pc: 0x0120\n"));
+  EXPECT_THAT(text("dpp_softdbg_bp_prt", {0, 2}), HasSubstr("cluster-002 bp-4 valid: 1 pc: 0x0120\n"));
   EXPECT_EQ(command("dpp_softdbg_step_into", {0, 2}).code, wrong_state);
   EXPECT_EQ(text("dpp_softdbg_start", {0, 2, 3, 9}), "cluster-002 running\n");
   EXPECT_EQ(value(&dpp_regs::ppu_cls_dbg_me_sel::thread_sel, 0, 2), 9u);
@@ -59,31 +59,31 @@ TEST_F(CommandsOnCard, DebuggerWalksFromABreakpointOn) {
   EXPECT_EQ(value(&dpp_regs::ppu_dbg_pkt_data::pkt_data, 0, 2), 3u);
   EXPECT_EQ(text("dpp_softdbg_int_check", {0, 2}),
             "cluster-002 bp_hit: 1 me_excp: 0 stopped: 1 running: 0 pc: 0x0120\n");
-  EXPECT_TRUE(holds(text("dpp_softdbg_int_check", {0, 2}), "bp_hit: 0"));
+  EXPECT_THAT(text("dpp_softdbg_int_check", {0, 2}), HasSubstr("bp_hit: 0"));
   EXPECT_EQ(text("dpp_softdbg_step_into", {0, 2}), "cluster-002 stopped at pc: 0x0121\n");
   EXPECT_EQ(text("dpp_softdbg_step_over", {0, 2}), "cluster-002 stopped at pc: 0x0122\n");
   text("dpp_dbg_init", {0, 2});
-  EXPECT_TRUE(holds(text("dpp_softdbg_bp_prt", {0, 2}), "bp-4 valid: 0"));
+  EXPECT_THAT(text("dpp_softdbg_bp_prt", {0, 2}), HasSubstr("bp-4 valid: 0"));
 }
 
 TEST_F(CommandsOnCard, DynamicBreakpointsComeAndGo) {
   text("dpp_dbg_dyna_bp_set", {0, 1, 7, 0x11, 0x40});
-  EXPECT_TRUE(holds(text("dpp_dbg_dyna_bp_prt", {0, 1}), "cluster-001 dyna_bp-7 valid: 1 type: 0x11 pc: 0x0040\n"));
+  EXPECT_THAT(text("dpp_dbg_dyna_bp_prt", {0, 1}), HasSubstr("cluster-001 dyna_bp-7 valid: 1 type: 0x11 pc: 0x0040\n"));
   text("dpp_softdbg_start", {0, 1, 0, 0});
   text("dpp_dbg_pkt_send", {0, 0, 60});
   EXPECT_EQ(text("dpp_softdbg_stop", {0, 1}), "cluster-001 stopped at pc: 0x0040\n");
   text("dpp_dbg_dyna_bp_clr", {0, 1, 7});
-  EXPECT_TRUE(holds(text("dpp_dbg_dyna_bp_prt", {0, 1}), "dyna_bp-7 valid: 0 type: 0x00 pc: 0x0000\n"));
+  EXPECT_THAT(text("dpp_dbg_dyna_bp_prt", {0, 1}), HasSubstr("dyna_bp-7 valid: 0 type: 0x00 pc: 0x0000\n"));
   text("dpp_softdbg_start", {0, 1, 0, 0});
   text("dpp_dbg_pkt_send", {0, 0, 60});
-  EXPECT_TRUE(holds(text("dpp_softdbg_int_check", {0, 1}), "running: 1"));
+  EXPECT_THAT(text("dpp_softdbg_int_check", {0, 1}), HasSubstr("running: 1"));
 }
 
 TEST_F(CommandsOnCard, MicroCodeAndEngineMemoriesAreTheClusters) {
   EXPECT_EQ(text("dpp_download_debug_load", {0, 4, 0x100, 1, 2, 3, 4}), "cluster-004 instr-0x0100 loaded\n");
   EXPECT_EQ(text("diag_dpp_ppu_instr_prt", {0, 4, 0x100, 1}),
             "instr-0x00100: 0x00000001 0x00000002 0x00000003 0x00000004\n");
-  EXPECT_TRUE(holds(text("diag_dpp_ppu_instr_prt", {0, 3, 0x100, 1}), ": 0x00000000"));
+  EXPECT_THAT(text("diag_dpp_ppu_instr_prt", {0, 3, 0x100, 1}), HasSubstr(": 0x00000000"));
   set(dpp_regs::ppu_cls_ind_data::NUMBER, 4, 0, {0x77});
   set(dpp_regs::ppu_cls_ind_cmd::NUMBER, 0, 4, {0, 3, 6, 2});  // register 2 of engine 6
   EXPECT_EQ(text("dpp_softdbg_reg_prt", {0, 4, 6, 1, 2}),
@@ -97,7 +97,7 @@ TEST_F(CommandsOnCard, DebuggerDoesNotTrustADeadCard) {
   for (const char* name : {"dpp_softdbg_start", "dpp_softdbg_step_into", "dpp_softdbg_stop"}) {
     const run_result result = command(name, {0, 0});
     EXPECT_EQ(result.code, wrong_state) << name;
-    EXPECT_TRUE(holds(result.out, "cluster 0 does not tell its state\n"));
+    EXPECT_THAT(result.out, HasSubstr("cluster 0 does not tell its state\n"));
   }
   EXPECT_EQ(command("dpp_download_debug_load", {0, 0, 0, 1, 2, 3, 4}).code != 0, true);
 }
@@ -109,17 +109,17 @@ TEST_F(CommandsOnCard, MemoriesOfTheQueueEngineAreClearedOneByOneOrAllAtOnce) {
   };
   fill();
   const char* hash = "diag_dpp_dtb_traf_ctrl_hash_ram_data_prt_all";
-  EXPECT_TRUE(holds(text(hash, {0}), "063: 0x00000001 0x00000002 0x00000003 0x00000004\n"));
+  EXPECT_THAT(text(hash, {0}), HasSubstr("063: 0x00000001 0x00000002 0x00000003 0x00000004\n"));
   const char* queue = "queue_id-127 line-3: 0x00000001 0x00000002 0x00000003 0x00000004\n";
-  EXPECT_TRUE(holds(text("diag_dpp_dtb_cmd_man_ram_data_prt_all", {0}), queue));
+  EXPECT_THAT(text("diag_dpp_dtb_cmd_man_ram_data_prt_all", {0}), HasSubstr(queue));
   text("diag_dpp_dtb_cmd_man_ram_data_queue_clr", {0, 126});
-  EXPECT_TRUE(holds(text("diag_dpp_dtb_cmd_man_ram_data_queue_prt", {0, 127}), queue));
+  EXPECT_THAT(text("diag_dpp_dtb_cmd_man_ram_data_queue_prt", {0, 127}), HasSubstr(queue));
   text("diag_dpp_dtb_cmd_man_ram_data_queue_clr", {0, 127});
-  EXPECT_FALSE(holds(text("diag_dpp_dtb_cmd_man_ram_data_queue_prt", {0, 127}), queue));
+  EXPECT_THAT(text("diag_dpp_dtb_cmd_man_ram_data_queue_prt", {0, 127}), Not(HasSubstr(queue)));
   fill();
   text("diag_dpp_dtb_ram_data_clr_all", {0});
-  EXPECT_FALSE(holds(text(hash, {0}), "0x00000001"));
-  EXPECT_FALSE(holds(text("diag_dpp_dtb_cmd_man_ram_data_prt_all", {0}), queue));
+  EXPECT_THAT(text(hash, {0}), Not(HasSubstr("0x00000001")));
+  EXPECT_THAT(text("diag_dpp_dtb_cmd_man_ram_data_prt_all", {0}), Not(HasSubstr(queue)));
 }
 
 TEST_F(CommandsOnCard, QueueEngineModesShowInItsPrinters) {
@@ -127,14 +127,14 @@ TEST_F(CommandsOnCard, QueueEngineModesShowInItsPrinters) {
   EXPECT_EQ(value(&dpp_regs::dtb_cfg_debug_mode::debug_mode_en), 1u);
   text("dpp_dtb_debug_mode_disable", {0});
   EXPECT_EQ(value(&dpp_regs::dtb_cfg_debug_mode::debug_mode_en), 0u);
-  EXPECT_TRUE(holds(text("test_dpp_dtb_chip_ep_init", {0}), "ep-4 ep_valid: 1 ep_no: 4\n"));
-  EXPECT_TRUE(holds(text("diag_dpp_dtb_prt", {0}),
-                    "queue_id-127 en: 0 vfunc_active: 0 vfid: 0x0000 int_en: 0 item_left: 32\n"));
+  EXPECT_THAT(text("test_dpp_dtb_chip_ep_init", {0}), HasSubstr("ep-4 ep_valid: 1 ep_no: 4\n"));
+  EXPECT_THAT(text("diag_dpp_dtb_prt", {0}),
+              HasSubstr("queue_id-127 en: 0 vfunc_active: 0 vfid: 0x0000 int_en: 0 item_left: 32\n"));
   insert(R"({"registers": {"0x503000": 8, "0x502004": 1, "0x502000": 0}})");
   const std::string health = text("diag_dpp_dtb_health_check", {0});
-  EXPECT_TRUE(holds(health, ": ERROR, axi_wr_err\n"));
-  EXPECT_TRUE(holds(health, ": BUSY, axi_busy\n"));
-  EXPECT_TRUE(holds(health, "DTB: 3 items, 1 error, 1 not ready, 1 busy: NOT HEALTHY\n"));
+  EXPECT_THAT(health, HasSubstr(": ERROR, axi_wr_err\n"));
+  EXPECT_THAT(health, HasSubstr(": BUSY, axi_busy\n"));
+  EXPECT_THAT(health, HasSubstr("DTB: 3 items, 1 error, 1 not ready, 1 busy: NOT HEALTHY\n"));
 }
 
 }  // namespace

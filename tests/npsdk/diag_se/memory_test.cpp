@@ -1,15 +1,10 @@
 // What one command writes, the others show: eRAM, DDR, table numbers, ternary entries, hash memory.
-#include <gmock/gmock.h>
-
 #include "../diag_blocks/card_device.h"
 #include "dpp_memory/dpp_etcam.h"
 #include "dpp_memory/dpp_sdt.h"
 #include "dpp_reg/dpp_reg_types.h"
 
 namespace {
-
-using testing::HasSubstr;
-using testing::Not;
 
 using SeMemory = CommandsOnCard;
 

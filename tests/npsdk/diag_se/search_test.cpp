@@ -1,6 +1,4 @@
 // Keys and addresses that the table managers place are found by the look-ups, which know nothing but the chip.
-#include <gmock/gmock.h>
-
 #include <random>
 
 #include "../../bytes.h"
@@ -16,8 +14,6 @@ namespace {
 
 using lpm_reference::as_route;
 using lpm_reference::random_prefix;
-using testing::HasSubstr;
-using testing::Not;
 
 class SeSearch : public CommandsOnCard {
  protected:
