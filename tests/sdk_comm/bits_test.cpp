@@ -52,13 +52,11 @@ TEST_F(Bits, WritesAndReadsAnyFieldAsBitByBit) {
 }
 
 TEST_F(Bits, RefusesWhatIsNoFieldAndTouchesNothing) {
-  struct Case {
+  const struct {
     std::uint32_t total_bits, msb, length;
-  };
-  constexpr Case CASES[] = {{64, 31, 0}, {64, 40, 33}, {64, 64, 1},  {64, 0xFFFFFFFF, 1},
-                            {64, 3, 5},  {0, 0, 1},    {61, 5, 2},   {61, 60, 4},
-                            {24, 24, 8}, {24, 5, 7},   {64, 63, 64}, {64, 0xFFFFFFFF, 32}};
-  for (const Case& c : CASES) {
+  } cases[] = {{64, 31, 0}, {64, 40, 33}, {64, 64, 1}, {64, 0xFFFFFFFF, 1}, {64, 3, 5},   {0, 0, 1},
+               {61, 5, 2},  {61, 60, 4},  {24, 24, 8}, {24, 5, 7},          {64, 63, 64}, {64, 0xFFFFFFFF, 32}};
+  for (const auto& c : cases) {
     Bytes bytes(8, 0x5A);
     std::uint32_t read = 77;
     EXPECT_EQ(qlix_comm_write_bits_ex(bytes.data(), c.total_bits, 0xFFFFFFFF, c.msb, c.length), 0x1205u)

@@ -135,12 +135,14 @@ struct Table {
 
 using Runs = std::vector<Table::Run>;
 
-using IndexFillTest = Quiet;
+class IndexFillTest : public Quiet {
+ protected:
+  MemoryFault memory;
+};
 
 TEST_F(IndexFillTest, KeepsEveryEntryInItsRunUnderRandomSequences) {
   for (const std::uint32_t total : {1u, 2u, 7u, 40u}) {
     for (std::uint32_t seed = 1; seed <= 4; ++seed) {
-      const MemoryFault memory;
       Random random(seed);
       Table table(total);
       for (int step = 0; step < 3000; ++step) {
@@ -217,24 +219,22 @@ TEST_F(IndexFillTest, ChoosesPositionsAsStated) {
 constexpr std::initializer_list<std::uint32_t> CROWD = {10, 20, 20, 30, 40, 50, 50};
 
 TEST_F(IndexFillTest, StaysAsItWasWhenMemoryIsShort) {
-  MemoryFault memory;
   Table table(12);
   table.fill_up(CROWD);
   const Runs runs = table.runs();
   const std::size_t out = memory.out();
+  const auto expect_refusal = [&](std::size_t failing, const auto& call) {
+    memory.arm(failing);
+    EXPECT_EQ(call(), 0x1201u);
+    EXPECT_TRUE(memory.fired());
+  };
   for (const std::size_t failing : {0, 1}) {
-    memory.arm(failing);
-    EXPECT_EQ(table.alloc(25), 0x1201u);
-    EXPECT_TRUE(memory.fired());
-    memory.arm(failing);
-    EXPECT_EQ(table.insert(25, 9, 1), 0x1201u);
-    EXPECT_TRUE(memory.fired());
+    expect_refusal(failing, [&] { return table.alloc(25); });
+    expect_refusal(failing, [&] { return table.insert(25, 9, 1); });
   }
-  memory.arm(0);
   std::uint32_t size = 0;
   std::uint8_t* blob = nullptr;
-  EXPECT_EQ(qlix_comm_indexfill_store(&table.fill, &size, &blob), 0x1201u);
-  EXPECT_TRUE(memory.fired());
+  expect_refusal(0, [&] { return qlix_comm_indexfill_store(&table.fill, &size, &blob); });
   EXPECT_EQ(blob, nullptr);
   memory.arm(0);
   EXPECT_EQ(table.alloc(20), 0u) << "a key that has its run needs no memory";
@@ -247,7 +247,6 @@ TEST_F(IndexFillTest, StaysAsItWasWhenMemoryIsShort) {
 }
 
 TEST_F(IndexFillTest, StaysAsItWasWhenAMoveFails) {
-  const MemoryFault memory;
   for (const std::uint32_t key : {5u, 15u, 20u, 25u, 45u, 60u}) {
     for (std::uint32_t failing = 0;; ++failing) {
       Table table(8);
@@ -278,7 +277,6 @@ TEST_F(IndexFillTest, StaysAsItWasWhenAMoveFails) {
 }
 
 TEST_F(IndexFillTest, InsertChecksTheUsedCountAndThePlace) {
-  const MemoryFault memory;
   Table table(20);
   EXPECT_EQ(table.insert(10, 0, 1), 0x1205u) << "nothing is used yet";
   EXPECT_EQ(table.runs(), Runs{}) << "no dangling run";
@@ -300,7 +298,6 @@ TEST_F(IndexFillTest, InsertChecksTheUsedCountAndThePlace) {
 }
 
 TEST_F(IndexFillTest, StoresItsRunsInKeyOrderAndKeepsTheStatedRestore) {
-  const MemoryFault memory;
   Table table(9);
   table.fill_up({7, 3, 7});
   std::uint32_t size = 0;
@@ -321,11 +318,10 @@ TEST_F(IndexFillTest, StoresItsRunsInKeyOrderAndKeepsTheStatedRestore) {
   }
   ic_comm_free_memory(blob);
 
-  struct Case {
+  const struct {
     std::uint32_t words[6];
     std::uint32_t code;
-  };
-  constexpr Case CASES[] = {
+  } cases[] = {
       {{0, 12, 9}, 0},                  // no runs
       {{1, 12, 9, 4, 0, 77}, 0},        // a run without positions
       {{1, 12, 9, 0, 1, 77}, 0x1205},   // the first run finds no position used
@@ -335,7 +331,7 @@ TEST_F(IndexFillTest, StoresItsRunsInKeyOrderAndKeepsTheStatedRestore) {
       {{0, 8, 9}, 0x1205},              // a key of no bytes
   };
   const qlix_comm_indexfill cleared{};
-  for (const Case& c : CASES) {
+  for (const auto& c : cases) {
     qlix_comm_indexfill fill{};
     EXPECT_EQ(
         qlix_comm_indexfill_recovery(&fill, 0, reinterpret_cast<const std::uint8_t*>(c.words), nullptr, Table::move),
@@ -347,7 +343,6 @@ TEST_F(IndexFillTest, StoresItsRunsInKeyOrderAndKeepsTheStatedRestore) {
 }
 
 TEST_F(IndexFillTest, ClearsForFurtherUseAndShowsItsPositions) {
-  const MemoryFault memory;
   Table table(20);
   table.fill_up({1, 1, 1, 1, 1, 1, 1, 1, 1, 2});
   EXPECT_EQ(printed([&] { qlix_comm_indexfill_show_all_position(&table.fill); }),

@@ -131,6 +131,7 @@ struct Record {
 class DoubleLinkTest : public testing::Test {
  protected:
   void SetUp() override {
+    freed_.clear();
     ASSERT_EQ(qlix_comm_double_link_init(6, &head_), 0u);
     for (std::uint32_t i = 0; i < std::size(records_); ++i) {
       records_[i] = {i, {&records_[i], nullptr, nullptr}};
@@ -154,11 +155,13 @@ class DoubleLinkTest : public testing::Test {
     return found;
   }
 
-  // A node of its own allocation, for the operations that release nodes.
-  void append(Record& record) {
-    auto* const node = static_cast<qlix_comm_double_link_node*>(ic_comm_malloc_memory(sizeof record.node));
-    node->data = &record;
-    ASSERT_EQ(qlix_comm_double_link_insert_last(node, &head_), 0u);
+  // Nodes of their own allocation, for the operations that release nodes.
+  void append(std::initializer_list<int> numbers) {
+    for (const int number : numbers) {
+      auto* const node = static_cast<qlix_comm_double_link_node*>(ic_comm_malloc_memory(sizeof records_->node));
+      node->data = &records_[number];
+      ASSERT_EQ(qlix_comm_double_link_insert_last(node, &head_), 0u);
+    }
   }
 
   static std::uint32_t count_free(void* data) {
@@ -166,6 +169,7 @@ class DoubleLinkTest : public testing::Test {
     return freed_.back() == refused_ ? 0x77 : 0;
   }
 
+  const MemoryFault memory_;
   qlix_comm_double_link head_{};
   Record records_[8];  // each holds its place
   inline static std::vector<std::uint32_t> freed_;
@@ -214,11 +218,8 @@ TEST_F(DoubleLinkTest, SortsANewNodeBeforeItsEquals) {
 }
 
 TEST_F(DoubleLinkTest, ReleasesNodesByInfoPositionAndData) {
-  const MemoryFault memory;
   qlix_comm_set_print_level(QLIX_TRACE_ALL_PRINT);
-  for (const int i : {0, 1, 2, 3, 4, 5}) {
-    append(records_[i]);
-  }
+  append({0, 1, 2, 3, 4, 5});
   std::uint32_t num = 9;
   std::uint32_t odd = 1;
   const auto parity = [](void* info, const qlix_comm_double_link_node* node, void* arg) -> std::int32_t {
@@ -232,7 +233,6 @@ TEST_F(DoubleLinkTest, ReleasesNodesByInfoPositionAndData) {
   EXPECT_EQ(num, 0u);
   EXPECT_EQ(numbers(), (Numbers{0, 2, 4}));
 
-  freed_.clear();
   refused_ = 4;
   std::uint32_t pos = 2;
   EXPECT_EQ(qlix_comm_double_link_del_pos(&head_, &pos, count_free), 0u);
@@ -248,11 +248,7 @@ TEST_F(DoubleLinkTest, ReleasesNodesByInfoPositionAndData) {
 }
 
 TEST_F(DoubleLinkTest, ReleaseStopsWhereDataCannotBeReleased) {
-  const MemoryFault memory;
-  for (const int i : {3, 1, 2}) {
-    append(records_[i]);
-  }
-  freed_.clear();
+  append({3, 1, 2});
   refused_ = 1;
   EXPECT_EQ(qlix_comm_dlink_release(&head_, count_free), 0x77u);
   EXPECT_EQ(freed_, (Numbers{3, 1}));
@@ -263,15 +259,11 @@ TEST_F(DoubleLinkTest, ReleaseStopsWhereDataCannotBeReleased) {
 }
 
 TEST_F(DoubleLinkTest, ReleaseGoesOnWhereReleasingDataTookOthersOut) {
-  const MemoryFault memory;
-  for (const int i : {3, 1, 2}) {
-    append(records_[i]);
-  }
+  append({3, 1, 2});
   static qlix_comm_double_link* head;
   static Record* second;
   head = &head_;
   second = &records_[1];
-  freed_.clear();
   const auto with_the_second = [](void* data) -> std::uint32_t {
     freed_.push_back(static_cast<Record*>(data)->number);
     return qlix_comm_double_link_del_by_data(head, second, nullptr);

@@ -31,15 +31,7 @@ std::string read_back(FILE* file) {
 
 class PrintTest : public testing::Test {
  protected:
-  void SetUp() override {
-    reset();
-  }
   void TearDown() override {
-    reset();
-  }
-
- private:
-  static void reset() {
     qlix_comm_set_print_level(QLIX_TRACE_ERROR_PRINT);
     qlix_comm_set_print_en(1);
     qlix_comm_set_log_en(0);
@@ -53,12 +45,11 @@ class PrintTest : public testing::Test {
 };
 
 TEST_F(PrintTest, LevelsSelectTraces) {
-  struct Case {
+  const struct {
     std::uint32_t level;
     const char* expected;
-  };
-  constexpr Case CASES[] = {{0, "p"}, {1, "peE"}, {2, "peEi"}, {3, "peEid"}, {4, "peEid"}, {5, "p"}, {0xFFFFFFFF, "p"}};
-  for (const Case& c : CASES) {
+  } cases[] = {{0, "p"}, {1, "peE"}, {2, "peEi"}, {3, "peEid"}, {4, "peEid"}, {5, "p"}, {0xFFFFFFFF, "p"}};
+  for (const auto& c : cases) {
     qlix_comm_set_print_level(c.level);
     EXPECT_EQ(qlix_comm_get_print_level(), c.level);
     EXPECT_EQ(printed([] {
@@ -135,12 +126,11 @@ std::uint32_t check_rc(std::uint32_t code) {
 }
 
 TEST_F(PrintTest, ChecksNameThePlaceAndReturnTheirCode) {
-  struct Case {
+  const struct {
     std::uint32_t (*check)();
     std::uint32_t code;
     const char* line;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {[] { return check_index(3, 0, 3); }, 0, ""},
       {[] { return check_index(2, 2, 2); }, 0, ""},
       {[] { return check_index(4, 0, 3); }, 0x1205, "[0x4] INVALID] [min=0x0,max=0x3] ! FUNCTION :check_index"},
@@ -157,7 +147,7 @@ TEST_F(PrintTest, ChecksNameThePlaceAndReturnTheirCode) {
       {[] { return check_pair(1, 2); }, 0x1205, "[val0=0x1] INVALID] [val1=0x2] ! FUNCTION :check_pair"},
       {[] { return check_rc(0); }, 0, ""},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const std::string line = c.code == 0 ? "" : std::string("\n print_test.cpp:#[Error:VALUE") + c.line + " !\n";
     EXPECT_EQ(without_line_numbers(printed([&] { EXPECT_EQ(c.check(), c.code) << c.line; })), line);
   }
@@ -208,21 +198,20 @@ TEST_F(PrintTest, MemorySizeCounterWrapsToZeroWithANote) {
 
 TEST_F(PrintTest, MutexKnowsItsOwner) {
   qlix_comm_mutex mutex;
-  struct Case {
+  const struct {
     const char* what;
     std::uint32_t (*misuse)(qlix_comm_mutex*);
     std::uint32_t code;
     bool held;
     bool other_thread;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"unlock a free one", qlix_comm_mutex_unlock, EPERM, false, false},
       {"unlock another thread's", qlix_comm_mutex_unlock, EPERM, true, true},
       {"lock one's own", qlix_comm_mutex_lock, EDEADLK, true, false},
       {"destroy one's own", qlix_comm_mutex_destroy, EBUSY, true, false},
       {"destroy another thread's", qlix_comm_mutex_destroy, EBUSY, true, true},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     ASSERT_EQ(qlix_comm_mutex_create(&mutex), 0u);
     if (c.held) {
       EXPECT_EQ(qlix_comm_mutex_lock(&mutex), 0u);

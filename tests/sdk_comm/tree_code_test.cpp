@@ -127,13 +127,12 @@ TEST_F(RbCodes, Init) {
 TEST_F(RbCodes, GivenSlotInsert) {
   qlix_comm_rb tree{};
   ASSERT_EQ(qlix_comm_rb_init(&tree, 4, 4, nullptr), 0u);
-  struct Case {
-    std::uint32_t number, slot, code;
-  };
   // In order: taken, key exists, slot in use, slot out of range, the chain's head and end, full.
-  constexpr Case CASES[] = {{10, 2, 0}, {10, 1, 0x1001}, {11, 2, 0x1807}, {11, 4, 0x1806},
-                            {11, 0, 0}, {12, 3, 0},      {13, 1, 0},      {14, 1, 0x1804}};
-  for (const Case& c : CASES) {
+  const struct {
+    std::uint32_t number, slot, code;
+  } cases[] = {{10, 2, 0}, {10, 1, 0x1001}, {11, 2, 0x1807}, {11, 4, 0x1806},
+               {11, 0, 0}, {12, 3, 0},      {13, 1, 0},      {14, 1, 0x1804}};
+  for (const auto& c : cases) {
     const std::uint32_t key = number_key(c.number);
     EXPECT_EQ(qlix_comm_rb_insert_spec_index(&tree, &key, c.slot), c.code) << c.number << ' ' << c.slot;
     std::uint32_t out = 99;
