@@ -36,14 +36,12 @@ TEST(CardFile, ReadsEveryKindOfValue) {
   EXPECT_THAT(file.complaints(), ElementsAre("a.inner[0].n: unknown key"));
 }
 
-struct Refusal {
-  const char* text;
-  const char* complaint;
-};
-
 TEST(CardFile, RefusesWhatItCannotUse) {
   // Everything reads the same keys: n up to 255, t of at most 4 bytes, f, s from -1 to 1, b, c, l, o (an object).
-  const Refusal refusals[] = {
+  const struct {
+    const char* text;
+    const char* complaint;
+  } refusals[] = {
       {R"({"n": 256})", "n: larger than 255"},
       {R"({"n": -1})", "n: not a whole number from 0 on"},
       {R"({"n": 1.5})", "n: not a whole number from 0 on"},
@@ -67,7 +65,7 @@ TEST(CardFile, RefusesWhatItCannotUse) {
       {R"({} x)", "line 1, column 3: not a JSON object"},
       {"", "line 1, column 1: not a JSON object"},
   };
-  for (const Refusal& refusal : refusals) {
+  for (const auto& refusal : refusals) {
     CardFile file(refusal.text);
     CardSection root = file.root();
     const char* const names[] = {"first", "second"};

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
+#include "../../bytes.h"
 #include "dpp_dtb/dpp_dtb_cfg.h"
 #include "fake_chip.h"
 
@@ -16,19 +16,9 @@ template <typename Form>
 std::vector<uint8_t> block_of(const Form& form, const std::vector<uint8_t>& data = {}) {
   uint8_t cmd[DPP_DTB_CMD_BYTES];
   dpp_dtb_table_cmd_pack(form, cmd);
-  std::vector<uint8_t> block(sizeof(cmd) + data.size());
-  std::copy(cmd, cmd + sizeof(cmd), block.begin());
-  std::copy(data.begin(), data.end(), block.begin() + sizeof(cmd));
+  std::vector<uint8_t> block(cmd, cmd + sizeof(cmd));
+  block.insert(block.end(), data.begin(), data.end());
   return block;
-}
-
-/// 1, 2, 3, ...
-std::vector<uint8_t> counting(size_t size) {
-  std::vector<uint8_t> data(size);
-  for (size_t i = 0; i < size; i++) {
-    data[i] = static_cast<uint8_t>(i + 1);
-  }
-  return data;
 }
 
 // Forms of which the commands and the table managers use every field are tested with them.
@@ -36,14 +26,15 @@ TEST(DtbTable, TheChipFindsEveryFieldOfTheOtherForms) {
   vcard::NpTables tables;
   vcard::NpCommands chip(tables);
   const auto success = vcard::NpStatus::success;
-  EXPECT_EQ(chip.execute(block_of(dpp_formats::dtb_ddr{1, 1, 2, 1, 1, 0xABCDE, 1, 0x0ABCDEF0}, counting(64))), success);
+  EXPECT_EQ(chip.execute(block_of(dpp_formats::dtb_ddr{1, 1, 2, 1, 1, 0xABCDE, 1, 0x0ABCDEF0}, counted_bytes(64))),
+            success);
   EXPECT_EQ(tables.ddr(0xABCDE * 256 + 0x0ABCDEF3)[3], 0x3D3E3F40u);
   EXPECT_EQ(chip.execute(block_of(dpp_formats::dtb_eram_1{1, 0, 2, 1, 0, 0, 128 * 3 + 9, 1})), success);
   EXPECT_EQ(tables.eram(3)[0], 0x00400000u);
   EXPECT_EQ(chip.execute(block_of(dpp_formats::dtb_eram_1{1, 0, 2, 1, 0, 0, 128 * 3 + 9, 0})), success);
   EXPECT_EQ(tables.eram(3)[0], 0u);
   const dpp_formats::dtb_etcam etcam = {1, 3, 7, 0, 0, 1, 0, 0xFF, 0, 0x81, 1, 0x1FF, 0xA5};
-  EXPECT_EQ(chip.execute(block_of(etcam, counting(80))), success);
+  EXPECT_EQ(chip.execute(block_of(etcam, counted_bytes(80))), success);
   EXPECT_EQ(tables.etcam(7, 0x1FF).mask[79], 80);
   EXPECT_EQ(tables.etcam(7, 0x1FF).mask[10], 0);
   EXPECT_EQ(tables.etcam(7, 0x1FF).valid, 0xA5);
@@ -61,11 +52,12 @@ TEST(DtbTable, TheChipRefusesWhatItCannotExecute) {
       {std::vector<uint8_t>(8, 0xFF), NpStatus::truncated},
       {block_of(dpp_formats::dtb_eram_128{0, 0, 0, 1, 0, 0, 0}), NpStatus::not_valid},
       {block_of(dpp_formats::dtb_eram_128{1, 7, 0, 1, 0, 0, 0}), NpStatus::unknown_mode},
-      {block_of(dpp_formats::dtb_eram_128{1, 0, 0, 1, 0, 0, 0}, counting(15)), NpStatus::truncated},
-      {block_of(dpp_formats::dtb_eram_128{1, 0, 0, 0, 1, 0, 0}, counting(16)), NpStatus::unsupported},
-      {block_of(dpp_formats::dtb_ddr{1, 1, 3, 0, 0, 0, 0, 0}, counting(64)), NpStatus::unsupported},
-      {block_of(dpp_formats::dtb_zcam{1, 2, 0, 0, 0, 0, 15, 1}, counting(63)), NpStatus::truncated},
-      {block_of(dpp_formats::dtb_etcam{1, 3, 0, 0, 0, 0, 0, 0, 1, 0xFF, 0, 0, 0}, counting(80)), NpStatus::unsupported},
+      {block_of(dpp_formats::dtb_eram_128{1, 0, 0, 1, 0, 0, 0}, counted_bytes(15)), NpStatus::truncated},
+      {block_of(dpp_formats::dtb_eram_128{1, 0, 0, 0, 1, 0, 0}, counted_bytes(16)), NpStatus::unsupported},
+      {block_of(dpp_formats::dtb_ddr{1, 1, 3, 0, 0, 0, 0, 0}, counted_bytes(64)), NpStatus::unsupported},
+      {block_of(dpp_formats::dtb_zcam{1, 2, 0, 0, 0, 0, 15, 1}, counted_bytes(63)), NpStatus::truncated},
+      {block_of(dpp_formats::dtb_etcam{1, 3, 0, 0, 0, 0, 0, 0, 1, 0xFF, 0, 0, 0}, counted_bytes(80)),
+       NpStatus::unsupported},
   };
   vcard::NpTables tables;
   vcard::NpCommands chip(tables);
@@ -75,11 +67,8 @@ TEST(DtbTable, TheChipRefusesWhatItCannotExecute) {
 }
 
 TEST(DtbTable, ValuesAreMaskedAndTypesChecked) {
-  uint8_t cmd[DPP_DTB_CMD_BYTES], same[DPP_DTB_CMD_BYTES];
-  const dpp_formats::dtb_zcam wide = {3, 0xFA, 3, 7, 9, 5, 0x1F, 0x3FF}, narrow = {1, 2, 1, 3, 1, 1, 0xF, 0x1FF};
-  dpp_dtb_table_cmd_pack(wide, cmd);
-  dpp_dtb_table_cmd_pack(narrow, same);
-  EXPECT_TRUE(std::equal(cmd, cmd + 16, same));
+  EXPECT_EQ(block_of(dpp_formats::dtb_zcam{3, 0xFA, 3, 7, 9, 5, 0x1F, 0x3FF}),
+            block_of(dpp_formats::dtb_zcam{1, 2, 1, 3, 1, 1, 0xF, 0x1FF}));
   EXPECT_STREQ(dpp_table_info_get(6)->name, "mc_hash");
   const caught_output refusals;
   EXPECT_EQ(dpp_table_info_get(7), nullptr);

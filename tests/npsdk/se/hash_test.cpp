@@ -40,6 +40,9 @@ class Hash : public testing::Test {
     setup[engine].polynomial[zblock] = polynomial;
     setup[engine].engine = engine;
   }
+  void table_init(uint32_t engine, uint32_t table, const dpp_hash_table_cfg& cfg) {
+    ASSERT_EQ(dpp_hash_table_init(hash.get(), engine, table, &cfg), 0u);
+  }
   uint32_t insert(uint32_t engine, uint32_t table, const bytes& key, const bytes& rst) {
     const dpp_hash_row row = {key.data(), rst.data()};
     return dpp_hash_insert(hash.get(), engine, table, &row);
@@ -93,8 +96,7 @@ class Hash : public testing::Test {
 
 TEST_F(Hash, PlacesByChecksumCellAndOrder) {
   zcells(2, 5, {1, 0});
-  const dpp_hash_table_cfg cfg = {8, 30, 0, 0, 0};  // 512-bit entries: an item holds one
-  ASSERT_EQ(dpp_hash_table_init(hash.get(), 2, 7, &cfg), 0u);
+  table_init(2, 7, {8, 30, 0, 0, 0});  // 512-bit entries: an item holds one
   const bytes key = {0x45, 1, 2, 3, 4, 5, 6, 7};
   uint8_t shaped[8];
   dpp_hash_set_crc_key(key.data(), 8, shaped);
@@ -128,16 +130,14 @@ TEST_F(Hash, UsesSharedAndDedicatedCells) {
   EXPECT_EQ(dpp_hash_zcell_add(hash.get(), 0, 2, 0, 0), 0x1205u);  // twice
   EXPECT_EQ(dpp_hash_zcell_add(hash.get(), 3, 9, 0, 0), 0x1201u);  // no such zblock
   zcells(3, 2, {0});
-  const dpp_hash_table_cfg cfg = {4, 4, 0, 0, 0};
-  ASSERT_EQ(dpp_hash_table_init(hash.get(), 3, 0, &cfg), 0u);
+  table_init(3, 0, {4, 4, 0, 0, 0});
   ASSERT_EQ(dpp_hash_exclude_shared_set(hash.get(), 3, 1), 0u);  // its only cell is shared
   EXPECT_EQ(insert(3, 0, {9, 9, 9, 9}, {3, 3, 3, 3}), DPP_HASH_RC_TABLE_FULL);
 }
 
 TEST_F(Hash, RefusesWhatIsOutOfRange) {
   zcells(0, 0, {0});
-  const dpp_hash_table_cfg good = {8, 4, 0, 0, 0};
-  ASSERT_EQ(dpp_hash_table_init(hash.get(), 0, 0, &good), 0u);
+  table_init(0, 0, {8, 4, 0, 0, 0});
   const dpp_hash_table_cfg bad[] = {
       {0, 4, 0, 0, 0}, {63, 0, 0, 0, 0}, {60, 3, 0, 0, 0}, {8, 4, 3, 0, 0}, {8, 4, 1u << 23, 0, 0}};
   const caught_output refusals;
@@ -163,7 +163,7 @@ TEST_F(Hash, RefusedWritesChangeNothingAndRefusedRepairsAreOwed) {
   const bytes key = {1, 2, 3, 4, 5, 6, 7, 8}, lost = {8, 7, 6, 5, 4, 3, 2, 1}, other = {9, 9, 9, 9, 9, 9, 9, 9},
               old = {1, 1, 1, 1}, fresh = {2, 2, 2, 2};
   for (uint32_t table = 0; table < 2; table++) {
-    ASSERT_EQ(dpp_hash_table_init(hash.get(), 0, table, &cfgs[table]), 0u);
+    table_init(0, table, cfgs[table]);
     ASSERT_EQ(insert(0, table, key, old), 0u);
     const struct {
       const char* what;
@@ -217,7 +217,7 @@ TEST_F(Hash, LongRandomLife) {
   } rows[] = {{0, 0, {8, 4, 0, 0, 0}}, {0, 3, {16, 4, 256, 0x100, 0}}, {0, 31, {48, 8, 0, 0, 0}},
               {4, 0, {8, 4, 0, 0, 0}}, {4, 1, {1, 1, 0, 0, 0}},        {4, 2, {49, 13, 64, 0x200, 1}}};
   for (const auto& row : rows) {
-    ASSERT_EQ(dpp_hash_table_init(hash.get(), row.engine, row.table, &row.cfg), 0u);
+    table_init(row.engine, row.table, row.cfg);
   }
   std::mt19937 rng(99);
   std::map<std::pair<size_t, bytes>, bytes> model;
@@ -265,8 +265,7 @@ TEST_F(Hash, LongRandomLife) {
 // Under soft reset nothing of it is written until all is rewritten.
 TEST_F(Hash, ManyKeys) {
   zcells(0, 0, {0, 1, 2, 3});
-  const dpp_hash_table_cfg cfg = {8, 4, 1u << 15, 0, 0};
-  ASSERT_EQ(dpp_hash_table_init(hash.get(), 0, 0, &cfg), 0u);
+  table_init(0, 0, {8, 4, 1u << 15, 0, 0});
   ASSERT_EQ(dpp_hash_soft_reset_set(hash.get(), 0, 1), 0u);
   std::mt19937 rng(17);
   std::map<bytes, bytes> model;

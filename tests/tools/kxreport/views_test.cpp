@@ -74,14 +74,13 @@ TEST(Views, TellWhatIsNoNumber) {
 }
 
 TEST(Utf8, OnlyWholeCharactersPass) {
-  struct Row {
+  const struct {
     const char* text;
     size_t good;
-  };
-  const Row rows[] = {{"abc", 3},          {"\xc3\xa4", 2},         {"\xc0\x80", 0},     {"\xc2\x9b", 0},
-                      {"\xe2\x82\xac", 3}, {"\xed\xa0\x80", 0},     {"\xe0\x80\x80", 0}, {"\xf0\x9f\x98\x80", 4},
-                      {"a\x80", 1},        {"\xf4\x90\x80\x80", 0}, {"\xff", 0}};
-  for (const Row& row : rows) {
+  } rows[] = {{"abc", 3},          {"\xc3\xa4", 2},         {"\xc0\x80", 0},     {"\xc2\x9b", 0},
+              {"\xe2\x82\xac", 3}, {"\xed\xa0\x80", 0},     {"\xe0\x80\x80", 0}, {"\xf0\x9f\x98\x80", 4},
+              {"a\x80", 1},        {"\xf4\x90\x80\x80", 0}, {"\xff", 0}};
+  for (const auto& row : rows) {
     EXPECT_EQ(utf8_prefix(row.text), row.good) << row.text;
   }
 }
