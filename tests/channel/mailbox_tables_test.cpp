@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <memory>
-#include <thread>
 
 #include "../printed.h"
 #include "channel/mailbox.h"
@@ -123,33 +122,6 @@ TEST(MailboxRegistry, KeepsOneCallbackAnEvent) {
   EXPECT_EQ(tarn_bar_chan_msg_recv_unregister(5), 10);
   EXPECT_EQ(tarn_bar_chan_msg_recv_unregister(40), 3);
   EXPECT_EQ(tarn_bar_callback_register_state(40), 3);
-}
-
-// Plays the card for one request 33.
-void bar_offset_answer(test_bar& bar, uint16_t token) {
-  while ((bar.read(0) & 1) == 0) {
-    usleep(50);
-  }
-  bar.write(12 + 4, token);
-  bar.write(12 + 8, 0x00F0F000);
-  bar.write(12 + 12, 0x1000);
-  bar.write(4, 2036);
-  bar.write(0, 8);
-}
-
-TEST(MailboxBarOffset, TheTokenIsTheSumOfTheRequestBytes) {
-  ASSERT_TRUE(bar_msgid_ring_init());
-  for (const int wrong : {0, 1}) {
-    test_bar bar(0x1000);
-    const bar_offset_request request = {bar.tool(), 0xFF80, 0x0302};
-    bar_offset_result result = {};
-    std::thread card(bar_offset_answer, std::ref(bar), static_cast<uint16_t>(0xFF + 0x80 + 3 + 2 + wrong));
-    EXPECT_EQ(tarn_get_bar_offset(&request, &result), wrong == 0 ? 0 : -20);
-    card.join();
-    EXPECT_EQ(result.bar_offset, wrong == 0 ? 0x00F0F000u : 0u);
-    EXPECT_EQ(result.bar_length, wrong == 0 ? 0x1000u : 0u);
-  }
-  EXPECT_EQ(tarn_get_bar_offset(nullptr, nullptr), -1);
 }
 
 }  // namespace

@@ -39,11 +39,10 @@ class Mailbox : public testing::Test {
   bar_msg_send_para send_para(const std::vector<uint8_t>& payload) const {
     return {bar_.tool(), payload.data(), static_cast<uint16_t>(payload.size()), 0, 1, 39, 0x1234, 0x5678};
   }
-  // Runs one exchange in which the card waits for the request, remembers the slot, and answers with `words` at the
-  // slot's start and `reply` as payload; the valid bit goes last.
-  int32_t exchange(const std::vector<uint8_t>& payload, std::array<uint32_t, 3> words,
-                   const std::vector<uint8_t>& reply, std::vector<uint8_t>* buffer) {
-    std::thread card([&] {
+  // The card waits for the request, remembers the slot, and answers with `words` at the slot's start and `reply` as
+  // payload; the valid bit goes last.
+  std::thread card_answers(std::array<uint32_t, 3> words, const std::vector<uint8_t>& reply) {
+    return std::thread([this, words, reply] {
       while ((bar_.read(REQUEST) & VALID) == 0) {
         usleep(50);
       }
@@ -53,6 +52,10 @@ class Mailbox : public testing::Test {
       bar_.write(REQUEST + 8, words[2]);
       bar_.write(REQUEST, words[0]);
     });
+  }
+  int32_t exchange(const std::vector<uint8_t>& payload, std::array<uint32_t, 3> words,
+                   const std::vector<uint8_t>& reply, std::vector<uint8_t>* buffer) {
+    std::thread card = card_answers(words, reply);
     const bar_msg_send_para send = send_para(payload);
     const bar_msg_recv_para recv = {buffer->data(), static_cast<uint16_t>(buffer->size())};
     const int32_t result = bar_chan_sync_exchange(&send, &recv);
@@ -100,6 +103,21 @@ TEST_F(Mailbox, RefusesRepliesThatDoNotFit) {
   EXPECT_EQ(exchange(counted_bytes(4), {39u << 16 | ACK, 4000, 0}, counted_bytes(2036), &large), 0);
   EXPECT_EQ(large[2035], static_cast<uint8_t>(2036));
   EXPECT_EQ(large[2036], 0);
+}
+
+TEST_F(Mailbox, ABarOffsetsTokenIsTheSumOfTheRequestBytes) {
+  const bar_offset_request request = {bar_.tool(), 0xFF80, 0x0302};
+  for (const bool right : {true, false}) {
+    const auto token = static_cast<uint8_t>(right ? 0x84 : 0x85);
+    std::thread card = card_answers({ACK, 2036, 0}, {0, 0, 0, 0, token, 1, 0, 0, 0, 0xF0, 0xF0, 0, 0, 0x10, 0, 0});
+    bar_offset_result result = {};
+    EXPECT_EQ(tarn_get_bar_offset(&request, &result), right ? 0 : -20);
+    card.join();
+    EXPECT_EQ(result.bar_offset, right ? 0x00F0F000u : 0u);
+    EXPECT_EQ(result.bar_length, right ? 0x1000u : 0u);
+    SetUp();
+  }
+  EXPECT_EQ(tarn_get_bar_offset(nullptr, nullptr), -1);
 }
 
 TEST_F(Mailbox, ChecksTheDescriptorsInOrderAndWritesNothing) {
@@ -177,12 +195,14 @@ TEST_F(Mailbox, SendersTakeTurns) {
 // --- notices
 
 std::vector<uint8_t> received;
+std::atomic<int> notices = 0;
 uint16_t answer_len = 0;
 
 int32_t receive(const uint8_t* payload, uint16_t length, uint8_t* reply, uint16_t* reply_len) {
   received.assign(payload, payload + length);
   memset(reply, 0x77, BAR_MSG_PAYLOAD_MAX);
   *reply_len = answer_len;
+  ++notices;
   return 0;
 }
 
@@ -191,6 +211,7 @@ class Notice : public Mailbox {
   void SetUp() override {
     Mailbox::SetUp();
     received.clear();
+    notices = 0;
     answer_len = 0;
     ASSERT_EQ(tarn_bar_chan_msg_recv_register(39, receive), 0);
   }
@@ -267,14 +288,6 @@ TEST_F(Notice, AnAcknowledgementWithoutACallbackIsAnsweredEmpty) {
 }
 
 TEST_F(Notice, TheReceiveThreadDeliversAndEndsWithTheBar) {
-  static std::atomic<int> notices = 0;
-  ASSERT_EQ(tarn_bar_chan_msg_recv_unregister(39), 0);
-  ASSERT_EQ(tarn_bar_chan_msg_recv_register(39,
-                                            [](const uint8_t*, uint16_t, uint8_t*, uint16_t*) {
-                                              ++notices;
-                                              return 0;
-                                            }),
-            0);
   // As in the tool, the record outlives the thread.
   static kxtool_device device;
   device.bar = bar_.map();

@@ -86,9 +86,10 @@ TEST(Mailbox, ANoticeNobodyKnowsIsReportedAndAcknowledgedEmpty) {
 
 // A notice that nobody takes (13) and a card that stays silent (6) are seen during updates, and 6 at the bring-up in
 // slow_test.cpp. No card causes the codes of a wrong caller: descriptors (1, 2, 3, 4, 5, 11, 14) are in
-// ChecksTheDescriptorsInOrderAndWritesNothing, the registry (3, 8, 9, 10) in KeepsOneCallbackAnEvent, the ring and the
-// spin lock (-1), the request that no command makes (-20) and slot registers (-99) in mailbox_tables_test.cpp, headers
-// of notices (3, 5, 13) in ChecksTheHeaderAndLeavesABadMessageInPlace.
+// ChecksTheDescriptorsInOrderAndWritesNothing, the request that no command makes (-20) in
+// ABarOffsetsTokenIsTheSumOfTheRequestBytes, the registry (3, 8, 9, 10) in KeepsOneCallbackAnEvent, the ring and the
+// spin lock (-1) and slot registers (-99) in mailbox_tables_test.cpp, headers of notices (3, 5, 13) in
+// ChecksTheHeaderAndLeavesABadMessageInPlace.
 TEST(Mailbox, AFailedExchangeEndsTheProcessWithItsCode) {
   const std::string red = "\033[31mmsg_chan_err: ";
   const std::string init = "kxtools_err: [mailbox_open][#] \r****Bar channel initialization has failed ret=-1****\n";
