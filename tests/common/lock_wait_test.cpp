@@ -1,15 +1,15 @@
-// Waiting for a lock that another process holds.
+// Waiting for a lock that is held through another open of its file.
 #include "common/lock_wait.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstring>
 #include <string>
+#include <thread>
 
 #include "../temp_folder.h"
 #include "common/unique_fd.h"
@@ -26,53 +26,29 @@ bool counted_look(int fd) {
   return kx_flock_in_turn(fd);
 }
 
-/// A process that holds the lock of a file for a while, or until it is killed.
-class Holder {
- public:
-  Holder(const std::string& path, useconds_t microseconds) {
-    int ready[2];
-    EXPECT_EQ(pipe(ready), 0);
-    pid_ = fork();
-    if (pid_ == 0) {
-      const int fd = open(path.c_str(), O_RDWR);
-      flock(fd, LOCK_EX);
-      close(ready[1]);
-      microseconds != 0 ? usleep(microseconds) : pause();
-      _exit(0);
-    }
-    close(ready[1]);
-    char none;
-    EXPECT_EQ(read(ready[0], &none, 1), 0);
-    close(ready[0]);
-  }
-  ~Holder() {
-    kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
-  }
-
- private:
-  pid_t pid_;
-};
-
 class LockWait : public testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(file_);
+    ASSERT_EQ(flock(holder_.get(), LOCK_EX), 0);
     looks = 0;
   }
   const temp_folder folder_;
-  const std::string path_ = folder_.path() + "/lock";
-  const kx_unique_fd file_{open(path_.c_str(), O_RDWR | O_CREAT, 0600)};
+  const std::string path_ = folder_ / "lock";
+  const kx_unique_fd holder_{open(path_.c_str(), O_RDWR | O_CREAT, 0600)};
+  const kx_unique_fd file_{open(path_.c_str(), O_RDWR)};
 };
 
 TEST_F(LockWait, StandsInTheKernelsQueueAndDoesNotLookAgainAndAgain) {
-  const Holder holder(path_, HELD_US);
+  std::thread holder([this] {
+    usleep(HELD_US);
+    flock(holder_.get(), LOCK_UN);
+  });
   EXPECT_EQ(kx_lock_wait(file_.get(), path_.c_str(), A_MINUTE, counted_look), kx_waited::done);
   EXPECT_LE(looks, 10);
+  holder.join();
 }
 
 TEST_F(LockWait, EndsWithItsLimitWhereTheHolderNeverEndsEvenWithAllSignalsHeld) {
-  const Holder holder(path_, 0);
   sigset_t all, former;
   sigset_t held = {}, after = {};  // the kernel fills a part of them
   sigfillset(&all);

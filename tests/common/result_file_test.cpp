@@ -34,15 +34,6 @@ TEST_F(ResultFileTest, AppearsWholeAndReplacesTheOldOne) {
   EXPECT_EQ(folder_.entries(), 1u);
 }
 
-TEST_F(ResultFileTest, LeavesNothingWithoutCommit) {
-  {
-    kx_result_file file;
-    ASSERT_TRUE(file.open(path("dump").c_str()));
-    fputs("half", file.stream());
-  }
-  EXPECT_EQ(folder_.entries(), 0u);
-}
-
 TEST_F(ResultFileTest, RefusesWhatIsNoRegularFile) {
   fs::create_symlink("elsewhere", path("link"));
   fs::create_directory(path("folder"));
