@@ -100,19 +100,23 @@ inline void whole_flash_put(file* package, std::string_view identification) {
   package->put(PARTITION_2, header(identification, {{0x3303000, 2029, 2}})).put(0x3303000, IMAGE_B);
 }
 
-/// Bytes of a flash's file, none where it ends before.
-inline bytes flash_read(const std::string& path, uint64_t address, size_t length) {
-  bytes out(length);
-  std::ifstream flash(path, std::ios::binary);
-  flash.seekg(static_cast<std::streamoff>(address));
-  flash.read(reinterpret_cast<char*>(out.data()), static_cast<std::streamsize>(length));
-  return flash ? out : bytes();
-}
+/// A card's flash, which is a file.
+struct flash_file {
+  std::string path;
 
-/// True when the flash holds the images where the packages put them, each in its partition.
-inline bool flash_holds_images(const std::string& path, uint64_t partition_a, uint64_t partition_b) {
-  return flash_read(path, partition_a + 0x1000, IMAGE_A.size()) == IMAGE_A &&
-         flash_read(path, partition_b + 0x3000, IMAGE_B.size()) == IMAGE_B;
-}
+  /// Its bytes, none where it ends before.
+  bytes operator()(uint64_t address, size_t length) const {
+    bytes out(length);
+    std::ifstream flash(path, std::ios::binary);
+    flash.seekg(static_cast<std::streamoff>(address));
+    flash.read(reinterpret_cast<char*>(out.data()), static_cast<std::streamsize>(length));
+    return flash ? out : bytes();
+  }
+  /// True when it holds the images where the packages put them, each in its partition.
+  bool holds_images(uint64_t partition_a, uint64_t partition_b) const {
+    return (*this)(partition_a + 0x1000, IMAGE_A.size()) == IMAGE_A &&
+           (*this)(partition_b + 0x3000, IMAGE_B.size()) == IMAGE_B;
+  }
+};
 
 }  // namespace package_file

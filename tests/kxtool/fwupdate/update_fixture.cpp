@@ -33,7 +33,7 @@ void Update::TearDown() {
 
 void Update::plug(const std::string& card_file) {
   card_.reset();
-  std::filesystem::remove(folder_ / "flash");
+  std::filesystem::remove(flash_.path);
   sent_.clear();
   journal_.clear();
   before_request_ = nullptr;
@@ -115,14 +115,6 @@ Update::outcome Update::run_query(const char* word, fw_state state) {
   fw_update_set(&update);
   kxtool_fw_fsm_set(state);
   return drive(&update);
-}
-
-package_file::bytes Update::flash(uint64_t address, size_t length) const {
-  return package_file::flash_read(folder_ / "flash", address, length);
-}
-
-bool Update::flash_holds_images(uint64_t partition_a, uint64_t partition_b) const {
-  return package_file::flash_holds_images(folder_ / "flash", partition_a, partition_b);
 }
 
 std::vector<package_file::bytes> Update::requests(uint8_t first, uint8_t count) const {

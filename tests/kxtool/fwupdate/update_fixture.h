@@ -33,12 +33,11 @@ class Update : public testing::Test {
   /// Runs a query.
   outcome run_query(const char* word, fw_state state);
 
-  package_file::bytes flash(uint64_t address, size_t length) const;
-  bool flash_holds_images(uint64_t partition_a, uint64_t partition_b) const;
-
   /// Requests sent, of one kind (first byte, `count` numbers from it on).
   std::vector<package_file::bytes> requests(uint8_t first, uint8_t count = 1) const;
 
+  const temp_folder folder_;
+  const package_file::flash_file flash_{folder_ / "flash"};
   uint32_t os_type_ = 1;
   fw_time_limits limits_;
   const char* (*deafness_)() = nullptr;
@@ -51,7 +50,6 @@ class Update : public testing::Test {
   static int32_t send(kxtool_device* device, const void* payload, uint16_t length, void* reply, uint16_t* reply_len);
   outcome drive(fw_update* update);
 
-  temp_folder folder_;
   std::unique_ptr<vcard::CardFile> file_;
   std::unique_ptr<vcard::RequestLog> log_;
   std::unique_ptr<vcard::Card> card_;

@@ -60,8 +60,8 @@ TEST_F(Update, FlashThenHoldsThePackageAndTheRunningPartitionIsUntouched) {
     const outcome result = run(package);
     EXPECT_EQ(result.status, 0) << result.log;
     EXPECT_THAT(result.printed, HasSubstr("****kx firmware has write success, please reset(use BMC) to active!****\n"));
-    EXPECT_TRUE(flash_holds_images(test.target, test.target));
-    EXPECT_EQ(flash(test.untouched, 0x10000), bytes(0x10000));
+    EXPECT_TRUE(flash_.holds_images(test.target, test.target));
+    EXPECT_EQ(flash_(test.untouched, 0x10000), bytes(0x10000));
     EXPECT_EQ(requests(0x21).size(), 0u) << "an image of size 0 was erased";
   }
 }
@@ -75,7 +75,7 @@ TEST_F(Update, WholeFlashPackageWritesBothPartitions) {
   EXPECT_THAT(journal_, testing::ElementsAre(HasSubstr("runs TARN-FW-BOARDTYPE-1.0.0 from partition 1"),
                                              HasSubstr("to both partitions: 2 images, 7032 bytes"),
                                              HasSubstr("which both partitions now hold")));
-  EXPECT_TRUE(flash_holds_images(PARTITION_1, PARTITION_2));
+  EXPECT_TRUE(flash_.holds_images(PARTITION_1, PARTITION_2));
   ASSERT_EQ(requests(19).size(), 2u);
   EXPECT_EQ(requests(22).size(), 1u);
 }
@@ -134,7 +134,7 @@ TEST_F(Update, LongImageArrivesWholeOrTheCutFileIsSeen) {
   one_image package(image);
   plug(quick());
   ASSERT_EQ(run(package).status, 0);
-  EXPECT_EQ(flash(PARTITION_2 + 0x1000, SIZE), image);
+  EXPECT_EQ(flash_(PARTITION_2 + 0x1000, SIZE), image);
 
   plug(R"({"update": {"erase_ms": 1}})");
   before_request_ = [&](const bytes& request) {
@@ -201,7 +201,7 @@ TEST_F(Update, FaultsOfTheCardEndInTheirStatusAndLines) {
     EXPECT_THAT(result.log, testing::AllOf(HasSubstr(test.log), HasSubstr(test.also_log)));
     EXPECT_EQ(requests(0x20).size(), test.erases);
     if (test.status == 0) {
-      EXPECT_EQ(flash(PARTITION_2 + 0x1000, 30000), counted_bytes(30000, 1));
+      EXPECT_EQ(flash_(PARTITION_2 + 0x1000, 30000), counted_bytes(30000, 1));
       EXPECT_THAT(result.log, HasSubstr("****upd finish,kxtool will exit!!****"));
     } else {
       const auto failed = HasSubstr("****The update has failed. Please retry after a few minutes.****\n");
@@ -301,7 +301,7 @@ TEST_F(Update, ThirtyThreeImagesAreWritten) {
   plug(R"({"update": {"erase_ms": 0, "read_back_ms": 0, "end_ms": 0}})");
   const outcome result = run(package);
   ASSERT_EQ(result.status, 0) << result.log;
-  EXPECT_EQ(flash(PARTITION_2 + 0x21000, 8), counted_bytes(8, 32));
+  EXPECT_EQ(flash_(PARTITION_2 + 0x21000, 8), counted_bytes(8, 32));
 }
 
 // A card that cannot be heard must not be erased, and one that falls silent is noticed at once, not by a timer.
@@ -397,7 +397,7 @@ TEST_F(Update, InterruptSaysWhatTheFlashHolds) {
   };
   for (const auto& test : cases) {
     const one_partition partition;
-    const whole_flash flash;
+    const whole_flash both;
     guard_.reset();
     guard_.emplace();
     plug(R"({"update": {"erase_ms": 50, "read_back_ms": 1, "end_ms": 50, "partition": )" +
@@ -407,7 +407,7 @@ TEST_F(Update, InterruptSaysWhatTheFlashHolds) {
         raise(SIGINT);
       }
     };
-    const outcome result = test.both_partitions ? run(flash) : run(partition);
+    const outcome result = test.both_partitions ? run(both) : run(partition);
     EXPECT_EQ(result.status, 130) << int{test.request};
     EXPECT_THAT(result.log, HasSubstr(test.text)) << int{test.request};
     EXPECT_EQ(sent_.back()[0], test.request) << "another request followed the interrupt";

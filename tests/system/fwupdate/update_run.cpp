@@ -12,12 +12,8 @@ Workplace::Workplace(int package_kind, const std::string& identification)
   }
 }
 
-bytes Workplace::flash(uint64_t address, size_t length) const {
-  return package_file::flash_read(folder.path() + "/flash", address, length);
-}
-
 bool Workplace::flash_holds_package() const {
-  return package_file::flash_holds_images(folder.path() + "/flash", kind == 1 ? PARTITION_2 : PARTITION_1, PARTITION_2);
+  return flash.holds_images(kind == 1 ? PARTITION_2 : PARTITION_1, PARTITION_2);
 }
 
 std::string Workplace::log() const {

@@ -18,7 +18,6 @@ struct Workplace {
 
   /// True when the flash holds both images where the package puts them, for a card that runs from partition 1.
   bool flash_holds_package() const;
-  bytes flash(uint64_t address, size_t length) const;
   /// The update log of all runs.
   std::string log() const;
 
@@ -37,6 +36,7 @@ struct Workplace {
   }
 
   Folder folder;
+  package_file::flash_file flash{folder / "flash"};
   std::string package;
   int kind;
 };
