@@ -186,12 +186,7 @@ TEST(Regsdump, LeavesNothingHalf) {
 TEST(Regsdump, DrawsABarOnATerminalAndStopsAtAnInterrupt) {
   const Folder folder;
   Process process({.card = "{}", .terminal = true, .columns = 30});
-  ASSERT_TRUE(process.expect("index: "));
-  process.send("0\r");
-  ASSERT_TRUE(process.expect("]>"));
-  process.send("su opsu\r");
-  ASSERT_TRUE(process.expect("]#"));
-  process.send("kxtool regsdump eth0 all --file " + folder.path() + "/regs\r");
+  process.send("0\rsu opsu\rkxtool regsdump eth0 all --file " + folder.path() + "/regs\r");
   EXPECT_TRUE(process.expect("regsdump [#            ]"));  // as wide as the terminal lets it be
   process.send("\x03");
   EXPECT_TRUE(process.expect("interrupted, nothing is kept"));

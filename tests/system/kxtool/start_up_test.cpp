@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "system/cases.h"
 
 namespace {
@@ -114,34 +116,28 @@ TEST(Bind, RunsOneCommandOfAModuleAgainstADevice) {
 
 class RunLock : public testing::Test {
  protected:
-  // A kept state folder, in which the test prepares the lock folder of the runs.
   void SetUp() override {
-    ASSERT_EQ(mkdir((folder_.path() + "/state").c_str(), 0755), 0);
-    ASSERT_EQ(mkdir((folder_.path() + "/state/tmp").c_str(), 0755), 0);
-    ASSERT_EQ(mkdir(locks().c_str(), 0777), 0);
-  }
-  std::string state() const {
-    return folder_.path() + "/state";
-  }
-  std::string locks() const {
-    return state() + "/tmp/kxtool";
+    std::filesystem::create_directories(locks_);
   }
   Result shell(const std::string& text) {
     Command command = script(text);
-    command.state = state();
+    command.state = state_;
     return run(command);
   }
-  Folder folder_;
+  const Folder folder_;
+  // A kept state folder, in which the test prepares the lock folder of the runs.
+  const std::string state_ = folder_ / "state";
+  const std::string locks_ = state_ + "/tmp/kxtool";
 };
 
 TEST_F(RunLock, PlantedNameIsRefusedAndLeftAlone) {
   const std::string victim = folder_.write("victim", "untouched");
-  ASSERT_EQ(symlink(victim.c_str(), (locks() + "/kxts_lock_eth0").c_str()), 0);
+  ASSERT_EQ(symlink(victim.c_str(), (locks_ + "/kxts_lock_eth0").c_str()), 0);
   const auto result =
       check({"{}", "sn_info eth0 sn_info", 1,
              "kxtools_err: [report_failure][#] fopen err! try to open /tmp/kxtool/kxts_lock_eth0 err ! \n ",
              "kxtool: sn_info was not run: the lock of eth0 cannot be had\n"},
-            {.state = state()});
+            {.state = state_});
   EXPECT_THAT(result.log_of("ioctl"), IsEmpty());
   EXPECT_EQ(Folder::read(victim), "untouched");
 }
@@ -184,11 +180,11 @@ TEST_F(RunLock, FoldersThatAreNoneAreRefused) {
 
 TEST_F(RunLock, IsNamedByTheFirstSevenCharactersOfTheDevice) {
   check({function(R"("interface": "enp59s0f0np0")"), "sn_info enp59s0f0np0 sn_info", 0, "sn=KX2601A00042\n"},
-        {.state = state()});
-  EXPECT_EQ(access((locks() + "/kxts_lock_enp59s0").c_str(), F_OK), 0);
-  run({.words = {"fwupdate", "0:3B:00.1", "version"}, .state = state()});
+        {.state = state_});
+  EXPECT_EQ(access((locks_ + "/kxts_lock_enp59s0").c_str(), F_OK), 0);
+  run({.words = {"fwupdate", "0:3B:00.1", "version"}, .state = state_});
   struct stat info = {};
-  ASSERT_EQ(stat((locks() + "/kxts_lock_0000:3b").c_str(), &info), 0);
+  ASSERT_EQ(stat((locks_ + "/kxts_lock_0000:3b").c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 07777, 0777u);
 }
 

@@ -1,6 +1,7 @@
 // Texts that the tests of the framework share.
 #pragma once
 
+#include <regex>
 #include <string>
 
 #include "line_numbers.h"
@@ -10,17 +11,8 @@ inline const std::string RULE = "-----------------------------------------------
 inline const std::string DEVICE_LIST = RULE + RULE;
 
 /// `text` with nothing between the two rules of each device list, whose layout is its printer's affair.
-inline std::string without_devices(std::string text) {
-  for (size_t start = text.find(RULE); start != std::string::npos;) {
-    start += RULE.size();
-    const size_t end = text.find(RULE, start);
-    if (end == std::string::npos) {
-      break;
-    }
-    text.erase(start, end - start);
-    start = text.find(RULE, start + RULE.size());
-  }
-  return text;
+inline std::string without_devices(const std::string& text) {
+  return std::regex_replace(text, std::regex(RULE + "[^]*?" + RULE), DEVICE_LIST);
 }
 
 /// Runs the shell with `input` on a pipe, or in a file; its output without line numbers and devices.
