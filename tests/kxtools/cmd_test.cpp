@@ -41,12 +41,12 @@ class Dispatcher : public testing::Test {
 };
 
 TEST_F(Dispatcher, HandsTheWordsAfterTheMatchToTheHandler) {
-  test_tree_status_set(7);
+  handlers.status = 7;
   EXPECT_EQ(test_line_run("kxnp  group deep  1 group", &result_), "");
   EXPECT_EQ(result_, 7);
-  ASSERT_EQ(test_tree_calls().size(), 1u);
-  EXPECT_EQ(test_tree_calls()[0].entry, "deep");
-  EXPECT_THAT(test_tree_calls()[0].words, ElementsAre("1", "group"));
+  ASSERT_EQ(handlers.calls.size(), 1u);
+  EXPECT_EQ(handlers.calls[0].entry, "deep");
+  EXPECT_THAT(handlers.calls[0].words, ElementsAre("1", "group"));
 }
 
 TEST_F(Dispatcher, SaysWhyALineDoesNotRun) {
@@ -70,11 +70,11 @@ TEST_F(Dispatcher, SaysWhyALineDoesNotRun) {
     EXPECT_EQ(without_line_numbers(test_line_run(line, &result_)), said);
     EXPECT_EQ(result_, -1) << line;
   }
-  EXPECT_TRUE(test_tree_calls().empty());
+  EXPECT_TRUE(handlers.calls.empty());
 }
 
 TEST_F(Dispatcher, ReportsANegativeResultAndKeepsIt) {
-  test_tree_status_set(-5);
+  handlers.status = -5;
   EXPECT_EQ(test_line_run("kxnp show", &result_), "kxnp show: Command exec failed!\n");
   EXPECT_EQ(result_, -5);
 }
@@ -94,7 +94,7 @@ TEST_F(Dispatcher, TakesTheFirstWordOfAMaintenanceLineAsItsDevice) {
     test_tree_reset();
     const std::string said = without_line_numbers(test_line_run(line, &result_));
     EXPECT_EQ(result_, takes_device ? -1 : 0) << line;
-    EXPECT_EQ(test_tree_calls().size(), takes_device ? 0u : 1u) << line;
+    EXPECT_EQ(handlers.calls.size(), takes_device ? 0u : 1u) << line;
     EXPECT_EQ(said.find("kxtools_err: [kxtools_cmd_execute][#] kxtools_dev_name2bdf failed!\n") != std::string::npos,
               takes_device)
         << said;
@@ -160,7 +160,7 @@ TEST_F(Dispatcher, HelpWithANameShowsItsUsage) {
     EXPECT_EQ(without_line_numbers(test_line_run(c.line, &result_)), c.said);
     EXPECT_EQ(result_, c.result) << c.line;
   }
-  EXPECT_TRUE(test_tree_calls().empty());
+  EXPECT_TRUE(handlers.calls.empty());
 }
 
 TEST_F(Dispatcher, SaysWhatWasMeantOnStandardError) {

@@ -6,12 +6,9 @@
 
 namespace {
 
-std::vector<handler_call> calls;
-int32_t status = 0;
-
 int32_t record_call(kxtools_cmd_context* ctx) {
-  calls.push_back({ctx->cmd->name, std::vector<std::string>(ctx->argp, ctx->argp + ctx->argc)});
-  return status;
+  handlers.calls.push_back({ctx->cmd->name, std::vector<std::string>(ctx->argp, ctx->argp + ctx->argc)});
+  return handlers.status;
 }
 
 constexpr kxtools_cmd_entry LEAVES[] = {
@@ -37,21 +34,12 @@ constexpr kxtools_cmd_entry TOOL[] = {
 }  // namespace
 
 void test_tree_reset() {
-  calls.clear();
-  status = 0;
+  handlers = {};
   EXPECT_EQ(kxtools_compat_info_init(), 0);
   EXPECT_EQ(kxtools_dev_info_init(), 0);
   EXPECT_EQ(kxtools_cmd_register(KXTOOLS_MODULE_KXTOOL, TOOL, std::size(TOOL)), 0);
   EXPECT_EQ(kxtools_cmd_register(KXTOOLS_MODULE_KXNP, NP, std::size(NP)), 0);
   EXPECT_EQ(kxtools_cmd_execute("logout"), 0);
-}
-
-const std::vector<handler_call>& test_tree_calls() {
-  return calls;
-}
-
-void test_tree_status_set(int32_t value) {
-  status = value;
 }
 
 std::string test_line_run(const char* line, int32_t* result) {

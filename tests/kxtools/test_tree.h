@@ -12,11 +12,14 @@ struct handler_call {
   std::vector<std::string> words;
 };
 
+struct handlers_state {
+  std::vector<handler_call> calls;
+  int32_t status = 0;  // what every one of them returns
+};
+inline handlers_state handlers;
+
 /// Registers the tables; the calls of earlier tests are forgotten, the level is 0, the records are the defaults.
 void test_tree_reset();
-const std::vector<handler_call>& test_tree_calls();
-/// What every handler of the tree returns.
-void test_tree_status_set(int32_t status);
 
 /// Runs `line` and returns what it printed; `result` gets its status.
 std::string test_line_run(const char* line, int32_t* result);
