@@ -11,6 +11,7 @@ import pathlib
 import re
 import resource
 import shutil
+import signal
 import struct
 import subprocess
 import time
@@ -25,7 +26,9 @@ COUNTED = "-O0 -g1 -fsanitize-coverage=bb,no-prune,trace-pc-guard,pc-table"
 CASE_LIMIT_S = 300
 
 
-def limits():
+def as_at_a_terminal():
+    """What a started case finds, also where this runs in the background, whose jobs ignore the interrupt."""
+    signal.signal(signal.SIGINT, signal.SIG_DFL)
     resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 30, 1 << 30))
     resource.setrlimit(resource.RLIMIT_DATA, (4 << 30, 4 << 30))
 
@@ -33,7 +36,7 @@ def limits():
 def run(command, env, limit_s):
     """Whether the command ends well, None beyond the limit; everything that it started ends with it."""
     process = subprocess.Popen([*ROOM, *command], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                               stderr=subprocess.DEVNULL, env={**os.environ, **env}, preexec_fn=limits)
+                               stderr=subprocess.DEVNULL, env={**os.environ, **env}, preexec_fn=as_at_a_terminal)
     try:
         return process.wait(limit_s) in (0, 77)
     except subprocess.TimeoutExpired:
