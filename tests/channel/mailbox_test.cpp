@@ -195,14 +195,14 @@ TEST_F(Mailbox, SendersTakeTurns) {
 // --- notices
 
 std::vector<uint8_t> received;
-std::atomic<int> notices = 0;
+std::atomic<int> receptions = 0;
 uint16_t answer_len = 0;
 
 int32_t receive(const uint8_t* payload, uint16_t length, uint8_t* reply, uint16_t* reply_len) {
   received.assign(payload, payload + length);
   memset(reply, 0x77, BAR_MSG_PAYLOAD_MAX);
   *reply_len = answer_len;
-  ++notices;
+  ++receptions;
   return 0;
 }
 
@@ -211,7 +211,7 @@ class Notice : public Mailbox {
   void SetUp() override {
     Mailbox::SetUp();
     received.clear();
-    notices = 0;
+    receptions = 0;
     answer_len = 0;
     ASSERT_EQ(tarn_bar_chan_msg_recv_register(39, receive), 0);
   }
@@ -300,7 +300,7 @@ TEST_F(Notice, TheReceiveThreadDeliversAndEndsWithTheBar) {
     for (int wait = 0; (bar_.read(NOTICE) & VALID) != 0 && wait < 50000; ++wait) {
       usleep(100);
     }
-    ASSERT_EQ(notices, i);
+    ASSERT_EQ(receptions, i);
   }
   tarn_bc_exit(&device);
   usleep(10000);
