@@ -110,6 +110,13 @@ TEST(LpmTrie, RecoveryRefusesWhatIsNoTrieOfItsOwn) {
   std::vector<uint8_t> twice = saved;  // the second route is the first again
   std::memcpy(twice.data() + 12 + 22, twice.data() + 12, 22);
   EXPECT_EQ(chw_lpm_trie_recovery(&empty.lpm.trie, twice.data(), twice.size()), 0x1205u);
+  std::vector<uint8_t> loose = saved;  // a route shorter than its key has a bit beyond its length
+  uint8_t* record = loose.data() + 12;
+  while (record[4] == 128) {
+    record += 22;
+  }
+  record[22 - 1] |= 1;
+  EXPECT_EQ(chw_lpm_trie_recovery(&empty.lpm.trie, loose.data(), loose.size()), 0x1205u);
   EXPECT_EQ(empty.lpm.trie.root, nullptr);
 }
 
