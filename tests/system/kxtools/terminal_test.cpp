@@ -82,6 +82,7 @@ TEST_F(Terminal, KeysMoveOrDoNothingAndLeaveNoRestInTheLine) {
       {"bar\033[[Ax", "barx"},         // F1 of the console
       {"bar\033OPx", "barx"},          // F1
       {"bar\033[200~x\033[201~", "barx"},
+      {"bar\033[?1;2cx", "barx"},  // an answer of the terminal
       {"bar\033[2~\033[5~\033[6~x", "barx"},
       {"bar\033zx", "barx"},  // Alt-z
       {"bar\033[1~x\033[4~y", "xbary"},
