@@ -84,7 +84,8 @@ TEST(FirmwareUpdateSignals, EndTheUpdateLikeControlCUnlessTheyAreIgnored) {
 TEST(FirmwareUpdateSignals, KilledToolLeavesNoUpdateBehind) {
   const Workplace work;
   const Result result = work.script("$KXTOOL fwupdate eth0 " + work.package +
-                                        " & sleep 0.7; kill -KILL $!; wait $!; echo $?; $KXTOOL fwupdate eth0 part",
+                                        " > out & until grep -q erasing out; do sleep 0.05; done; "
+                                        "kill -KILL $!; wait $!; echo $?; $KXTOOL fwupdate eth0 part",
                                     R"({"update": {"erase_ms": 20000}})");
   EXPECT_EQ(result.status, 0) << result.out;
   EXPECT_THAT(result.out, HasSubstr("137\nactive partition: 1\n"));
