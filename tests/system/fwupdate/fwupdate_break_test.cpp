@@ -138,4 +138,18 @@ TEST(FirmwareUpdateBar, TakenAwayEndsTheUpdateWithItsLineAndNotTheShell) {
   }
 }
 
+// The terminal's interrupt reaches the tool and its child at once.
+TEST(FirmwareUpdateTerminal, ControlCEndsTheUpdateWith130) {
+  const Workplace work;
+  Command command = work.by_name(R"({"update": {"erase_ms": 10000}})");  // ends long before
+  command.terminal = true;
+  Process update(command);
+  ASSERT_TRUE(update.expect("image 1/2 erasing"));
+  update.send("\x03");
+  const Result result = update.wait();
+  EXPECT_EQ(result.status, 130);
+  EXPECT_THAT(result.out,
+              HasSubstr("image 1 of 2 is being erased: repeat the update; the running partition 1 is untouched"));
+}
+
 }  // namespace

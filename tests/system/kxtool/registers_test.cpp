@@ -129,6 +129,8 @@ TEST(Devmem, ShowsAndWritesWords) {
       {"devmem eth0 pcie addr 0x4000", "0x8800000000: 80371cf2\n"},
       {"devmem eth0 vqm addr 0x30 val 5", "0x6208000030: wrote 00000005\n"},
       {"devmem eth0 vqm addr 0x34 val 5 --verify", "0x6208000034: wrote 00000005, reads 00000005\n"},
+      {"devmem eth0 np addr 0x2", EndsWith("] address 0x2 is not a multiple of 4\n")},
+      {"devmem eth0 pcie addr 0x5000", EndsWith("] 0x5000 is no address of pcie, which has some from 0x0 to 0x4fff\n")},
       {"devmem eth0", usage},
       {"devmem eth0 all addr 0", usage},
   };
